@@ -1,0 +1,19 @@
+"""Holds the described prototypes against those of the platform's headers, at compile time."""
+
+from text import BANNER
+
+# Described from the desktop registry: the OpenGL ES headers lack them.
+NOT_IN_HEADERS = {"glGetActiveAtomicCounterBufferiv", "glTextureBarrier", "glPatchParameterfv"}
+
+
+def emit(api):
+    text = BANNER
+    for table in ("EGL", "EGLExt", "GLES", "GLESExt"):
+        for call in api.table(table):
+            if call.where == "symbol" or "TAVO" in call.where or call.name in NOT_IN_HEADERS:
+                continue
+            text += f"CHECK_PROTOTYPE({table}, {call.name}, PFN{call.name.upper()}PROC)\n"
+    return text
+
+
+OUTPUTS = {"tests/PrototypeChecks.inc": emit}

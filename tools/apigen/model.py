@@ -1,0 +1,426 @@
+"""The API description: reads api/*.api, refuses what it does not understand, and answers questions about calls.
+
+README.md in api/ explains the language. Emitters take an Api and return text; they never parse.
+"""
+
+import re
+from dataclasses import dataclass, field
+from functools import cached_property
+from pathlib import Path
+
+
+@dataclass(frozen=True)
+class Scalar:
+    """A type that is passed by value. `size` is its bytes in a capture, `code` its letter in a signature."""
+
+    c: str
+    adapter: str
+    size: int
+    code: str
+    kind: str = ""  # object kind of GLResourceTable, such as "Texture"
+    element_size: int = 0  # bytes of an array element where it differs from `size`
+
+
+U32, I32, I64 = "std::uint32_t", "std::int32_t", "std::int64_t"
+
+
+def _name(kind):
+    return Scalar("GLuint", U32, 4, "u", kind)
+
+
+def _handle(c, kind):
+    return Scalar(c, U32, 4, "h", kind, 8)
+
+
+SCALARS = {
+    "enum": Scalar("GLenum", U32, 4, "e"),
+    "bits": Scalar("GLbitfield", U32, 4, "m"),
+    "uint": Scalar("GLuint", U32, 4, "u"),
+    "bool": Scalar("GLboolean", U32, 4, "b", element_size=1),
+    "int": Scalar("GLint", I32, 4, "i"),
+    "count": Scalar("GLsizei", I32, 4, "i"),
+    "fixed": Scalar("GLfixed", I32, 4, "i"),
+    "float": Scalar("GLfloat", "float", 4, "f"),
+    "offset": Scalar("GLintptr", I64, 8, "l"),
+    "bytes": Scalar("GLsizeiptr", I64, 8, "l"),
+    "int64": Scalar("GLint64", I64, 8, "l"),
+    "uint64": Scalar("GLuint64", I64, 8, "l"),
+    "texture": _name("Texture"),
+    "buffer": _name("Buffer"),
+    "framebuffer": _name("Framebuffer"),
+    "renderbuffer": _name("Renderbuffer"),
+    "shader": _name("Shader"),
+    "program": _name("Program"),
+    "query": _name("Query"),
+    "vertex_array": _name("VertexArray"),
+    "sampler": _name("Sampler"),
+    "transform_feedback": _name("TransformFeedback"),
+    "pipeline": _name("Pipeline"),
+    "perf_monitor": _name("PerfMonitor"),
+    "perf_monitor_group": _name("PerfMonitorGroup"),
+    "perf_counter": _name("Counter"),
+    "memory_object": _name("MemoryObject"),
+    "semaphore": _name("Semaphore"),
+    "shared_buffer": Scalar("GLint", I32, 4, "i", "SharedBuffer"),
+    "uniform": Scalar("GLint", I32, 4, "i", "UniformLocation"),
+    "attrib": Scalar("GLuint", U32, 4, "u", "AttribLocation"),
+    "block": Scalar("GLuint", U32, 4, "u", "UniformBlockIndex"),
+    "frag_data": Scalar("GLint", I32, 4, "i", "FragDataLocation"),
+    "frag_index": Scalar("GLint", I32, 4, "i", "FragDataIndex"),
+    "sync": _handle("GLsync", "VoidPtr"),
+    "sync_ptr": _handle("const void*", "VoidPtr"),
+    "image": _handle("GLeglImageOES", "EGLImage"),
+    "client_buffer": _handle("GLeglClientBufferEXT", "EGLVoidPtr"),
+    "display": _handle("EGLDisplay", "EGLDisplay"),
+    "config": _handle("EGLConfig", "EGLConfig"),
+    "context": _handle("EGLContext", "EGLContext"),
+    "surface": _handle("EGLSurface", "EGLSurface"),
+    "egl_image": _handle("EGLImageKHR", "EGLImage"),
+    "egl_sync": _handle("EGLSyncKHR", "EGLSync"),
+    # Objects of the window system. handle_out is where the driver writes one; the adapter gets its number.
+    "native_display": _handle("EGLNativeDisplayType", "EGLVoidPtr"),
+    "native_window": _handle("EGLNativeWindowType", "EGLVoidPtr"),
+    "native_pixmap": _handle("EGLNativePixmapType", "EGLVoidPtr"),
+    "egl_buffer": _handle("EGLClientBuffer", "EGLVoidPtr"),
+    "handle_out": _handle("void**", "EGLVoidPtr"),
+    "egl_int": Scalar("EGLint", I32, 4, "i"),
+    "egl_bool": Scalar("EGLBoolean", I32, 4, "i"),
+    "egl_enum": Scalar("EGLenum", I32, 4, "e"),
+    "time": Scalar("EGLTimeKHR", I64, 8, "l"),
+    "attrib64": Scalar("EGLAttribKHR", I64, 8, "l"),
+}
+
+# Types that stand only as elements of an array: C type and bytes.
+ELEMENTS = {"blob": ("void", 1), "char": ("GLchar", 1), "ubyte": ("GLubyte", 1), "pointer": ("void*", 8)}
+
+BINDINGS = {"element_array", "draw_indirect", "pixel_pack", "pixel_unpack"}
+# Functions of size expressions, with the number of their arguments.
+FUNCTIONS = {"pname": 1, "image": 5, "index_size": 1, "clear_values": 1}
+NOTES = {"custom", "draw", "draw_no_step", "blit", "resize", "track", "deletes", "mutable"}
+POINTER_CODES = {
+    "ptr": "p",
+    "callback": "p",
+    "array": "a",
+    "cstring": "s",
+    "string": "s",
+    "strings": "S",
+    "attribs": "t",
+    "attribs64": "T",
+}
+
+# C types that the language has no word for: (call, parameter or "return").
+C_TYPES = {
+    ("glDebugMessageCallback", "callback"): "GLDEBUGPROC",
+    ("glDebugMessageCallbackKHR", "callback"): "GLDEBUGPROCKHR",
+    ("glProgramBinaryOES", "length"): "GLint",
+    ("glEGLImageTargetTexStorageEXT", "attrib_list"): "const GLint*",
+    ("eglSetBlobCacheFuncsANDROID", "set"): "EGLSetBlobFuncANDROID",
+    ("eglSetBlobCacheFuncsANDROID", "get"): "EGLGetBlobFuncANDROID",
+    ("eglCreatePlatformWindowSurface", "win"): "void*",
+    ("eglCreatePlatformPixmapSurface", "pixmap"): "void*",
+    ("eglGetPlatformDisplay", "native"): "void*",
+}
+
+
+class ApiError(Exception):
+    """What is wrong in a description, with file and line in front."""
+
+
+@dataclass(frozen=True)
+class Type:
+    """Type of a parameter or return value.
+
+    `form` is one of void, scalar, ptr, callback, array, cstring, string, strings, attribs, attribs64.
+    """
+
+    form: str
+    name: str = ""  # scalar or element type
+    of: str = ""  # program parameter that a location or index belongs to
+    out: bool = False
+    nullable: bool = False
+    expr: str = ""  # elements of an array, characters of a string, strings of an array of strings
+    lengths: str = ""  # parameter with the lengths of an array of strings
+    binding: str = ""  # where a bound buffer turns the pointer into an offset
+
+    @property
+    def is_pointer(self):
+        return self.form not in ("scalar", "void")
+
+    @property
+    def scalar(self):
+        return SCALARS[self.name]
+
+    @property
+    def kind(self):
+        """Object kind of GLResourceTable that the value or the elements name; empty for plain values."""
+        return SCALARS[self.name].kind if self.name in SCALARS else ""
+
+    @property
+    def adapter(self):
+        """Type of the argument in Data::GLAdapter and Data::EGLAdapter."""
+        return "Data::PointerData*" if self.is_pointer else self.scalar.adapter
+
+    @property
+    def element(self):
+        """C type of an array's elements."""
+        return ELEMENTS[self.name][0] if self.name in ELEMENTS else self.scalar.c
+
+    @property
+    def element_size(self):
+        """Bytes of an element behind the pointer, in memory and in a capture."""
+        fixed = {"cstring": 1, "string": 1, "ptr": 1, "callback": 1, "strings": 8, "attribs": 4, "attribs64": 8}
+        if self.form in fixed:
+            return fixed[self.form]
+        if self.name in ELEMENTS:
+            return ELEMENTS[self.name][1]
+        return self.scalar.element_size or self.scalar.size
+
+    @property
+    def size(self):
+        """Bytes that the value takes in a record; a pointer's contents lie behind the values."""
+        return 16 if self.is_pointer else self.scalar.size
+
+    @property
+    def code(self):
+        """Letter of the type in a call's signature. Readers compare signatures: the letters belong to the format."""
+        if not self.is_pointer:
+            return "v" if self.form == "void" else self.scalar.code
+        return "o" if self.out else POINTER_CODES[self.form]
+
+
+@dataclass(frozen=True)
+class Param:
+    name: str
+    type: Type
+    c_type: str
+    at: int  # bytes from the start of a record
+
+
+@dataclass(frozen=True)
+class Call:
+    name: str
+    where: str  # "3.0", extensions joined by "|", "symbol" or "none"
+    ret: Type
+    ret_c: str
+    ret_at: int
+    params: tuple
+    notes: frozenset
+    fixed_size: int  # bytes of a record up to the contents, header included; a multiple of 8
+
+    @property
+    def is_egl(self):
+        return self.name.startswith("egl")
+
+    @property
+    def is_core(self):
+        return self.where[0].isdigit()
+
+    @property
+    def returns(self):
+        return self.ret.form != "void"
+
+    @property
+    def table(self):
+        """The live table with the call's entry: EGL, EGLExt, GLES or GLESExt."""
+        return ("EGL" if self.is_egl else "GLES") + ("" if self.is_core else "Ext")
+
+    @property
+    def extensions(self):
+        return () if self.is_core or self.where in ("symbol", "none") else tuple(self.where.split("|"))
+
+    @property
+    def signature(self):
+        return self.ret.code + "".join(p.type.code for p in self.params)
+
+    @property
+    def adapter_params(self):
+        """(type, name) of Process_NAME, the captured return value first."""
+        result = [(self.ret.adapter, "captured")] if self.returns else []
+        return result + [(p.type.adapter, p.name) for p in self.params]
+
+    def has(self, note):
+        return note in self.notes
+
+    def param(self, name):
+        return next(p for p in self.params if p.name == name)
+
+
+@dataclass(frozen=True)
+class Alias:
+    name: str
+    of: str
+    where: tuple  # extensions, or one version
+
+
+@dataclass
+class Api:
+    calls: list = field(default_factory=list)
+    aliases: list = field(default_factory=list)
+    hidden: list = field(default_factory=list)  # names of extensions
+
+    @cached_property
+    def gl(self):
+        return [c for c in self.calls if not c.is_egl]
+
+    @cached_property
+    def egl(self):
+        return [c for c in self.calls if c.is_egl]
+
+    @cached_property
+    def by_name(self):
+        return {c.name: c for c in self.calls}
+
+    def table(self, name):
+        """The calls with an entry in one live table, in order. A call that no driver has is in none."""
+        return [c for c in self.calls if c.table == name and c.where != "none"]
+
+
+WORD = r"[A-Za-z_]\w*"
+
+
+def split_outside_brackets(text):
+    """Splits at commas, except inside of brackets."""
+    parts, depth, start = [], 0, 0
+    for at, char in enumerate(text):
+        depth += (char in "([") - (char in ")]")
+        if char == "," and depth == 0:
+            parts.append(text[start:at])
+            start = at + 1
+    return [p.strip() for p in (*parts, text[start:]) if p.strip()]
+
+
+def parse_type(text):
+    """A type as it stands in a description, return types included."""
+    m = re.fullmatch(r"(in|out)(\?)? (.*)", text)
+    if not m:
+        if text in ("ptr", "callback", "cstring", "void"):
+            return Type(text)
+        m = re.fullmatch(rf"({WORD})(?:\(({WORD})\))?", text)
+        if not m or m[1] not in SCALARS:
+            raise ApiError(f"unknown type '{text}'")
+        return Type("scalar", m[1], of=m[2] or "")
+    out, nullable, rest = m[1] == "out", m[2] is not None, m[3]
+    if rest in ("cstring", "attribs", "attribs64") and not out:
+        return Type(rest, nullable=nullable)
+    m = re.fullmatch(rf"({WORD})\[(.+)\](?:@({WORD}))?", rest)
+    if not m:
+        raise ApiError(f"unknown type '{text}'")
+    name, expr, binding = m[1], m[2], m[3] or ""
+    if binding and binding not in BINDINGS:
+        raise ApiError(f"unknown binding '{binding}'")
+    if name == "strings" and not out:
+        count, *lengths = split_outside_brackets(expr)
+        return Type("strings", nullable=nullable, expr=count, lengths=lengths[0] if lengths else "")
+    if name == "string":
+        return Type("string", out=out, nullable=nullable, expr=expr)
+    if name not in SCALARS and name not in ELEMENTS:
+        raise ApiError(f"unknown element type '{name}'")
+    return Type("array", name, out=out, nullable=nullable, expr=expr, binding=binding)
+
+
+def c_parameter_type(t, mutable, is_egl):
+    char = "char" if is_egl else "GLchar"
+    if t.form == "scalar":
+        return t.scalar.c
+    fixed = {"ptr": "const void*", "cstring": f"const {char}*", "strings": "const GLchar* const*"}
+    fixed |= {"attribs": "const EGLint*", "attribs64": "const EGLAttribKHR*"}
+    if t.form in fixed:
+        return fixed[t.form]
+    element = char if t.form == "string" else t.element
+    return f"{element}*" if t.out or mutable else f"const {element}*"
+
+
+def c_return_type(t, is_egl):
+    if t.form == "scalar":
+        return "GLint" if t.name == "attrib" else t.scalar.c
+    if t.form == "ptr":
+        return "__eglMustCastToProperFunctionPointerType" if is_egl else "void*"
+    if t.form == "cstring":
+        return "const char*" if is_egl else "const GLubyte*"
+    return "void"
+
+
+def check_expression(expr, names):
+    for word in re.findall(WORD, expr):
+        if word not in names and word not in FUNCTIONS:
+            raise ApiError(f"'{word}' in '{expr}' is neither a parameter nor a function")
+    if re.sub(rf"{WORD}|\d+|[-+*/(),\s]", "", expr):
+        raise ApiError(f"'{expr}' has characters that no expression has")
+
+
+def parse_parameters(text):
+    """[(name, type)], with every name that a type uses checked."""
+    params = []
+    for part in split_outside_brackets(text):
+        m = re.fullmatch(rf"(.*\S)\s+({WORD})", part)
+        if not m:
+            raise ApiError(f"expected TYPE NAME, found '{part}'")
+        params.append((m[2], parse_type(m[1])))
+    names = {name for name, _ in params}
+    for _, t in params:
+        check_expression(t.expr, names)
+        for other in (t.of, t.lengths):
+            if other and other not in names:
+                raise ApiError(f"no parameter '{other}'")
+    return params
+
+
+def parse_call(line):
+    body, _, notes = line.partition(" : ")
+    m = re.fullmatch(rf"(\S+)\s+({WORD}(?:\({WORD}\))?)\s+({WORD})\((.*)\)", body.strip())
+    if not m:
+        raise ApiError("expected WHERE RETURN NAME(PARAMETERS) [: notes]")
+    where, ret, name = m[1], parse_type(m[2]), m[3]
+    notes = frozenset(n.strip() for n in notes.split(",") if n.strip())
+    if notes - NOTES:
+        raise ApiError(f"unknown note '{min(notes - NOTES)}'")
+    if not re.fullmatch(r"\d\.\d|symbol|none|E?GL_\w+(\|E?GL_\w+)*", where):
+        raise ApiError(f"'{where}' is neither a version nor a list of extensions")
+    if not re.match(r"e?gl[A-Z]", name):
+        raise ApiError(f"'{name}' is neither an egl nor a gl call")
+    is_egl = name.startswith("egl")
+    at, ret_at = 8, 0
+    if ret.form != "void":
+        at += -at % min(ret.size, 8)
+        ret_at, at = at, at + ret.size
+    params = []
+    for param, t in parse_parameters(m[4]):
+        at += -at % min(t.size, 8)
+        c_type = C_TYPES.get((name, param)) or c_parameter_type(t, "mutable" in notes, is_egl)
+        params.append(Param(param, t, c_type, at))
+        at += t.size
+    return Call(name, where, ret, c_return_type(ret, is_egl), ret_at, tuple(params), notes, at + -at % 8)
+
+
+def parse_line(api, line):
+    word = line.split()[0]
+    if word == "hide":
+        api.hidden.append(line.split()[1])
+    elif word == "alias":
+        m = re.fullmatch(rf"alias ({WORD}) = ({WORD}) @ (\S+)", line)
+        if not m:
+            raise ApiError("expected alias NAME = CALL @ WHERE")
+        api.aliases.append(Alias(m[1], m[2], tuple(m[3].split("|"))))
+    else:
+        call = parse_call(line)
+        if any(c.name == call.name for c in api.calls):
+            raise ApiError(f"{call.name} is described twice")
+        api.calls.append(call)
+
+
+def load(paths):
+    """Reads the files in the order of their names; raises ApiError with file and line at the first fault."""
+    api = Api()
+    for path in sorted(Path(p) for p in paths):
+        for number, line in enumerate(path.read_text().splitlines(), 1):
+            line = line.strip()
+            if not line or line.startswith("#"):
+                continue
+            try:
+                parse_line(api, line)
+            except ApiError as error:
+                raise ApiError(f"{path}:{number}: {error}") from None
+    for alias in api.aliases:
+        if alias.of not in api.by_name:
+            raise ApiError(f"alias {alias.name}: there is no call {alias.of}")
+    return api
