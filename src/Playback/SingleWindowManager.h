@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Playback/WindowManager.h"
+
+namespace Playback {
+
+/// Shows every captured surface in one window, which the host makes and owns and which outlives this object.
+class SingleWindowManager : public WindowManager {
+public:
+    explicit SingleWindowManager(Window* window) : m_window(window) {}
+
+    Window* GetWindow(unsigned int id) override;
+    void AddWindow(unsigned int id) override;
+    void RemoveWindow(unsigned int id) override;
+    void ActivateWindow(unsigned int id) override;
+    Window* GetActiveWindow() override;
+    Window* CreateNewWindow() override;
+    void DestroyWindow(Window* window) override;
+
+private:
+    Window* m_window;
+};
+
+} // namespace Playback

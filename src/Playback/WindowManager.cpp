@@ -1,0 +1,10 @@
+#include "Playback/WindowManager.h"
+
+namespace Playback {
+
+WindowManager::~WindowManager()
+{
+    m_windows.clear();
+}
+
+} // namespace Playback
