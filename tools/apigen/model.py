@@ -67,6 +67,9 @@ SCALARS = {
     "block": Scalar("GLuint", U32, 4, "u", "UniformBlockIndex"),
     "frag_data": Scalar("GLint", I32, 4, "i", "FragDataLocation"),
     "frag_index": Scalar("GLint", I32, 4, "i", "FragDataIndex"),
+    # An object whose kind another argument tells: a debug-label identifier, a copy's target.
+    "labeled": Scalar("GLuint", U32, 4, "u", "Labeled"),
+    "copied": Scalar("GLuint", U32, 4, "u", "Copied"),
     "sync": _handle("GLsync", "VoidPtr"),
     "sync_ptr": _handle("const void*", "VoidPtr"),
     "image": _handle("GLeglImageOES", "EGLImage"),
@@ -96,7 +99,7 @@ ELEMENTS = {"blob": ("void", 1), "char": ("GLchar", 1), "ubyte": ("GLubyte", 1),
 BINDINGS = {"element_array", "draw_indirect", "pixel_pack", "pixel_unpack"}
 # Functions of size expressions, with the number of their arguments.
 FUNCTIONS = {"pname": 1, "image": 5, "index_size": 1, "clear_values": 1}
-NOTES = {"custom", "draw", "draw_no_step", "blit", "resize", "track", "deletes", "mutable"}
+NOTES = {"custom", "draw", "draw_no_step", "blit", "resize", "track", "deletes", "mutable", "grow", "image_link"}
 POINTER_CODES = {
     "ptr": "p",
     "callback": "p",
@@ -135,7 +138,7 @@ class Type:
 
     form: str
     name: str = ""  # scalar or element type
-    of: str = ""  # program parameter that a location or index belongs to
+    of: str = ""  # parameter with the program that a location belongs to, or with what tells an object's kind
     out: bool = False
     nullable: bool = False
     expr: str = ""  # elements of an array, characters of a string, strings of an array of strings
