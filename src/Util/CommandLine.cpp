@@ -1,0 +1,152 @@
+#include "Util/CommandLine.h"
+
+#include <algorithm>
+
+namespace Util {
+
+namespace {
+
+constexpr std::size_t LineWidth = 100;
+constexpr std::size_t HelpColumn = 32;
+
+std::string_view WithoutHyphens(std::string_view name)
+{
+    name.remove_prefix(name.starts_with("--") ? 2 : name.starts_with("-") ? 1 : 0);
+    return name;
+}
+
+bool LooksLikeOption(std::string_view argument)
+{
+    return argument.size() > 1 && argument.front() == '-';
+}
+
+/// Appends `text` word by word from HelpColumn on; the current line of `out` is `column` characters long.
+void AppendWrapped(std::string& out, std::string_view text, std::size_t column)
+{
+    if (column + 2 > HelpColumn) {
+        out += '\n';
+        column = 0;
+    }
+    out.append(HelpColumn - column, ' ');
+    column = HelpColumn;
+    for (const std::string& word : String::Tokenize(std::string(text), " ")) {
+        if (column > HelpColumn && column + 1 + word.size() > LineWidth) {
+            out += '\n';
+            out.append(HelpColumn, ' ');
+            column = HelpColumn;
+        } else if (column > HelpColumn) {
+            out += ' ';
+            ++column;
+        }
+        out += word;
+        column += word.size();
+    }
+    out += '\n';
+}
+
+} // namespace
+
+namespace ParseArgs {
+
+bool CmdLineArgs::HasSwitch(const std::string& name) const
+{
+    return std::find(switches.begin(), switches.end(), name) != switches.end();
+}
+
+const std::string* CmdLineArgs::FindValue(const std::string& name) const
+{
+    const auto found = values.find(name);
+    return found == values.end() ? nullptr : &found->second;
+}
+
+} // namespace ParseArgs
+
+const Option* CommandLine::Find(std::string_view argument) const
+{
+    if (!LooksLikeOption(argument))
+        return nullptr;
+    const auto found = std::find_if(m_options.begin(), m_options.end(), [&](const Option& option) {
+        return WithoutHyphens(option.name) == WithoutHyphens(argument);
+    });
+    return found == m_options.end() ? nullptr : &*found;
+}
+
+CommandLine::Result CommandLine::Parse(std::span<const char* const> arguments, AfterFirstPositional after) const
+{
+    Result result;
+    const auto fail = [&](std::string error) {
+        result.error = std::move(error);
+        return result;
+    };
+
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string_view argument = arguments[i];
+        const bool endsOptions = argument == "--";
+        if (endsOptions || (!LooksLikeOption(argument) && after == AfterFirstPositional::TakeAll)) {
+            const auto rest = arguments.subspan(endsOptions ? i + 1 : i);
+            result.args.positional.insert(result.args.positional.end(), rest.begin(), rest.end());
+            break;
+        }
+        if (!LooksLikeOption(argument)) {
+            result.args.positional.emplace_back(argument);
+            continue;
+        }
+
+        const std::size_t equals = argument.find('=');
+        const bool hasInlineValue = equals != std::string_view::npos;
+        const std::string_view name = argument.substr(0, equals);
+        const Option* option = Find(name);
+        if (!option)
+            return fail("unknown option " + std::string(name));
+
+        const std::string key(option->name);
+        if (option->valueName.empty()) {
+            if (hasInlineValue)
+                return fail("option " + key + " takes no value, found \"" + std::string(argument.substr(equals + 1)) +
+                            "\"");
+            result.args.switches.push_back(key);
+        } else if (hasInlineValue) {
+            result.args.values[key] = argument.substr(equals + 1);
+        } else {
+            if (i + 1 == arguments.size() || Find(arguments[i + 1]))
+                return fail("option " + key + " needs a value (" + std::string(option->valueName) + ")");
+            result.args.values[key] = arguments[++i];
+        }
+    }
+    return result;
+}
+
+CommandLine::Result CommandLine::Parse(int argc, const char* const* argv, AfterFirstPositional after) const
+{
+    const std::span<const char* const> all(argv, static_cast<std::size_t>(std::max(argc, 0)));
+    return Parse(all.subspan(std::min<std::size_t>(1, all.size())), after);
+}
+
+std::string CommandLine::Help(std::string_view usage) const
+{
+    std::vector<std::string_view> groups;
+    for (const Option& option : m_options) {
+        if (std::find(groups.begin(), groups.end(), option.group) == groups.end())
+            groups.push_back(option.group);
+    }
+
+    std::string out(usage);
+    out += '\n';
+    for (const std::string_view group : groups) {
+        out += '\n';
+        if (!group.empty())
+            out += std::string(group) + ":\n";
+        for (const Option& option : m_options) {
+            if (option.group != group)
+                continue;
+            std::string head = "  " + std::string(option.name);
+            if (!option.valueName.empty())
+                head += " " + std::string(option.valueName);
+            out += head;
+            AppendWrapped(out, option.help, head.size());
+        }
+    }
+    return out;
+}
+
+} // namespace Util

@@ -1,0 +1,65 @@
+// The command lines of the programs: a table of options, parsed and explained the same way everywhere.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Interfaces/Util.h"
+
+namespace Util {
+
+/// One option of a program. Texts are borrowed; tables are constants.
+struct Option {
+    /// As help prints it and as CmdLineArgs keeps it, hyphens included: "-width" or "--json".
+    std::string_view name;
+    /// What stands for the value in the help text, such as "N" or "FILE"; empty: the option takes no value.
+    std::string_view valueName;
+    /// One or two sentences; wrapped when printed.
+    std::string_view help;
+    /// Heading of the help text's section. Options of one group need not be neighbours.
+    std::string_view group;
+};
+
+/// What becomes of arguments behind the first one that belongs to no option.
+enum class AfterFirstPositional {
+    ParseOptions,
+    /// They are positional too, as for a program that runs another one: its options are not ours.
+    TakeAll,
+};
+
+/// Parses and explains command lines by a table of options. The table must outlive the object.
+///
+/// An option may be written with one hyphen or two, whatever the table has, and its value may follow as the next
+/// argument or behind "=". Option names are case-sensitive. "--" ends the options; "-" alone is positional. When a
+/// valued option is given twice, the last one counts.
+class CommandLine {
+public:
+    explicit CommandLine(std::span<const Option> options) : m_options(options) {}
+
+    struct Result {
+        ParseArgs::CmdLineArgs args;
+        /// Names the option and says what is wrong with it; empty when all went well.
+        std::string error;
+    };
+
+    /// `arguments` do not include the program's name. Stops at the first error. The argument behind a valued option is
+    /// its value, even when empty or with a leading hyphen, unless it is itself an option of the table: then the value
+    /// is missing ("=" allows such a value).
+    [[nodiscard]] Result Parse(std::span<const char* const> arguments,
+                               AfterFirstPositional after = AfterFirstPositional::ParseOptions) const;
+    /// As above, for the arguments of main.
+    [[nodiscard]] Result Parse(int argc, const char* const* argv,
+                               AfterFirstPositional after = AfterFirstPositional::ParseOptions) const;
+
+    /// `usage`, then the options group by group in the order of the table. Ends with a line feed.
+    [[nodiscard]] std::string Help(std::string_view usage) const;
+
+private:
+    const Option* Find(std::string_view argument) const;
+
+    std::span<const Option> m_options;
+};
+
+} // namespace Util
