@@ -1,0 +1,176 @@
+#include "Interfaces/Core.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using Core::Console;
+using Core::Log;
+using testing::HasSubstr;
+
+std::string ReadFile(const std::string& path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+}
+
+/// Every test logs into a file of its own and leaves the log as it was at start.
+class LogTest : public testing::Test {
+protected:
+    LogTest() : m_path(testing::TempDir() + "log_test.txt") { EXPECT_TRUE(Log::SetOutput(m_path)); }
+    ~LogTest() override
+    {
+        Log::SetLevel(Core::LogNotice);
+        Log::SetZones(~std::uint64_t{0});
+        Log::SetFlush(false);
+        Log::m_displayLineNumberFileName = false;
+        EXPECT_TRUE(Log::SetOutput("/dev/null"));
+        std::filesystem::remove(m_path);
+    }
+
+    static void Print(int level, int zone, const char* text) { Log::Print(level, zone, 7, "src/X", true, "%s", text); }
+    std::string Logged()
+    {
+        Log::SetFlush(true);
+        return ReadFile(m_path);
+    }
+
+    const std::string m_path;
+};
+
+TEST_F(LogTest, LevelAndZoneDecideWhatAppears)
+{
+    Print(Core::LogDiagnostic, Core::ZoneGeneral, "too detailed");
+    Log::SetLevel(Core::LogTrace);
+    Log::SetZones(std::uint64_t{1} << Core::ZoneCallTrace);
+    Print(Core::LogTrace, Core::ZoneCallTrace, "glFlush");
+    Print(Core::LogError, Core::ZoneGeneral, "zone is off");
+    EXPECT_FALSE(Log::IsEnabled(Core::LogError, Core::ZoneGeneral));
+    Log::SetLevel(0);
+    Print(Core::LogError, Core::ZoneCallTrace, "nothing at level 0");
+    EXPECT_EQ(Logged(), "glFlush\n");
+}
+
+TEST_F(LogTest, ErrorsAndWarningsSayWhatTheyAre)
+{
+    Log::Print(Core::LogError, 4, 7, "src/X", true, "%s failed with error %s", "glClear", "GL_INVALID_VALUE");
+    Print(Core::LogWarning, 4, "odd");
+    Log::Print(Core::LogError, 4, 7, "src/X", false, "%s", "not printed");
+    Log::m_displayLineNumberFileName = true;
+    Print(Core::LogNotice, 4, "placed");
+    EXPECT_EQ(Logged(), "error: glClear failed with error GL_INVALID_VALUE\nwarning: odd\nsrc/X(7): placed\n");
+}
+
+TEST_F(LogTest, LongMessagesStayWhole)
+{
+    std::string expected;
+    for (const std::size_t length : {511, 512, 513, 200000}) {
+        const std::string text(length, 'x');
+        Print(Core::LogNotice, 4, text.c_str());
+        expected += text + "\n";
+    }
+    EXPECT_TRUE(Logged() == expected);
+}
+
+TEST_F(LogTest, NothingIsLostWhenTheProcessEndsByExit)
+{
+    const std::string path = m_path + ".child";
+    EXPECT_EXIT(
+        {
+            (void)Log::SetOutput(path);
+            Log::SetLevel(Core::LogTrace);
+            Print(Core::LogTrace, 4, "last words");
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "");
+    EXPECT_EQ(ReadFile(path), "last words\n");
+    std::filesystem::remove(path);
+}
+
+TEST_F(LogTest, FlushedMessagesSurviveACrash)
+{
+    const std::string path = m_path + ".child";
+    EXPECT_EXIT(
+        {
+            (void)Log::SetOutput(path);
+            Log::SetLevel(Core::LogTrace);
+            Log::SetFlush(true);
+            Print(Core::LogTrace, 4, "last words");
+            std::raise(SIGKILL);
+        },
+        testing::KilledBySignal(SIGKILL), "");
+    EXPECT_EQ(ReadFile(path), "last words\n");
+    std::filesystem::remove(path);
+}
+
+TEST_F(LogTest, OutputThatCannotBeOpenedIsRefusedAndTheOldOneStays)
+{
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(Log::SetOutput("/nonexistent/folder/log"));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                HasSubstr("Cannot write the log to /nonexistent/folder/log: No such file or directory"));
+    Print(Core::LogNotice, 4, "still here");
+    EXPECT_EQ(Logged(), "still here\n");
+}
+
+TEST_F(LogTest, ReaderOfThePipeMayComeLateAndMayLeave)
+{
+    const std::string pipe = m_path + ".pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    int reader = -1;
+    std::thread lateReader([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        reader = open(pipe.c_str(), O_RDONLY);
+    });
+    EXPECT_TRUE(Log::SetOutput(pipe));
+    lateReader.join();
+    Print(Core::LogNotice, 4, "through the pipe");
+    char chars[64] = {};
+    EXPECT_GT(read(reader, chars, sizeof chars - 1), 0);
+    EXPECT_STREQ(chars, "through the pipe\n");
+
+    close(reader);
+    testing::internal::CaptureStderr();
+    Print(Core::LogNotice, 4, "nobody reads this");
+    Print(Core::LogNotice, 4, "nor this");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Writing the log to " + pipe + " failed (Broken pipe); it goes on here.\nnobody reads this\nnor this\n");
+    sigset_t pending;
+    sigpending(&pending);
+    EXPECT_FALSE(sigismember(&pending, SIGPIPE));
+    std::filesystem::remove(pipe);
+}
+
+TEST_F(LogTest, FullDiskIsReported)
+{
+    if (access("/dev/full", W_OK) != 0)
+        GTEST_SKIP() << "this system has no /dev/full";
+    EXPECT_TRUE(Log::SetOutput("/dev/full"));
+    testing::internal::CaptureStderr();
+    Print(Core::LogNotice, 4, "kept");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Writing the log to /dev/full failed (No space left on device); it goes on here.\nkept\n");
+}
+
+TEST_F(LogTest, ConsoleSpeaksWhateverTheLevel)
+{
+    Log::SetLevel(0);
+    testing::internal::CaptureStderr();
+    Console::Print(Core::LogWarning, false, "Unrecognized option: %s. Defaulting to all", "depth");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Unrecognized option: depth. Defaulting to all\n");
+    EXPECT_EQ(Logged(), "");
+}
+
+} // namespace
