@@ -29,7 +29,10 @@ std::string ReadFile(const std::string& path)
 /// Every test logs into a file of its own and leaves the log as it was at start.
 class LogTest : public testing::Test {
 protected:
-    LogTest() : m_path(testing::TempDir() + "log_test.txt") { EXPECT_TRUE(Log::SetOutput(m_path)); }
+    LogTest() : m_path(testing::TempDir() + "log_test_" + std::to_string(getpid()))
+    {
+        EXPECT_TRUE(Log::SetOutput(m_path));
+    }
     ~LogTest() override
     {
         Log::SetLevel(Core::LogNotice);
