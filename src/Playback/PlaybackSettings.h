@@ -43,7 +43,8 @@ public:
 
     /// "rtv", "dsv", "uav" or "all"; anything else is reported on the console and counts as "all".
     int GetResourceType(const std::string& name);
-    /// The file part of `path` and "_", together at most `maxLength` characters unless that is 0.
+    /// The file part of `path` and "_". A part of more than `maxLength` characters is cut so that both together have
+    /// that length; 0 cuts nothing.
     std::string GetFilePrefix(const std::string& path, unsigned int maxLength);
     /// Inserts the identifiers of a comma-separated list of EGL and GL functions; unknown names are dropped.
     void AddSkipApiIds(const std::string& list, std::unordered_set<unsigned int>& ids);
