@@ -295,8 +295,6 @@ private:
         const ProgramLocations& Locations(LocationKind kind) const { return locations[static_cast<std::size_t>(kind)]; }
     };
 
-    static constexpr bool IsValidId(unsigned int id) { return id != 0 && id != 0xFFFFFFFF; }
-
     /// Kinds that contexts of a share group do not share. Program pipelines are kept with the shared ones.
     static constexpr bool IsPerContext(NameKind kind)
     {
@@ -312,6 +310,12 @@ private:
         default:
             return false;
         }
+    }
+
+    /// Kinds whose messages name the kind in every case; those of the others do so only when there is no entry at all.
+    static constexpr bool NamesKindThroughout(NameKind kind)
+    {
+        return kind == NameKind::MemoryObject || kind == NameKind::Semaphore;
     }
 
     /// One hash lookup for a mapped name. Everything else, valid or not, is rare and sorted out in GetUnmappedName.
@@ -345,20 +349,16 @@ private:
     void AddLocation(LocationKind kind, unsigned int program, int location, int liveLocation);
     int GetUnmappedLocation(LocationKind kind, unsigned int program, int location) const;
 
-    template <class Map> void AddId(typename Map::key_type id, typename Map::mapped_type name, Map& map);
-    template <class Map> void RemoveId(typename Map::key_type id, Map& map);
-
-    /// Key of the maps that hold the kind.
-    std::uint32_t KeyOf(NameKind kind) const { return IsPerContext(kind) ? m_currentContext : m_currentSharedIndex; }
     /// Maps of the current context and of its share group, created when they are not there yet.
     ContextResources& ContextEntry();
     ContextResources& ShareGroupEntry();
-    /// Makes `context` the current one, with everything that is remembered about it.
-    void SelectContext(unsigned int context);
+    void SelectContext(unsigned int context, unsigned int sharedIndex);
+    /// To be called whenever the current context changes, and after changes to the maps of what is remembered of it.
     void FindCurrentEntries();
-    MappedBufferInfo* FindMappedBuffer(unsigned int binding);
+    /// The display selected last; null, with a message, when it was never added.
+    DisplayResources* CurrentDisplay();
     static void DeleteObjects(const ContextResources& resources);
-    void DestroyHandles(DisplayResources& resources);
+    static void DestroyHandles(DisplayResources& resources);
 
     std::uint32_t m_currentThread = 0;
     std::uint32_t m_currentApi = 0;
