@@ -89,8 +89,10 @@ public:
     /// function of the library is taken; LoadGLESExt drops those that the context's version does not have.
     static void LoadGLESCore();
     /// Needs a current context: reads its version and extension strings, drops the core functions that it lacks and
-    /// fills the extension table.
+    /// fills the extension table. One set of tables serves all contexts: a later call, with another context, adds what
+    /// that one has and takes nothing away.
     static void LoadGLESExt();
+    /// True when LoadGLESExt has been called, and the current context has no higher version than those it saw.
     static bool IsGLESExtLoaded();
     static void FreeGLES();
 
@@ -108,7 +110,8 @@ public:
     /// requests to the platform it replays on. LoadEGL must have run.
     static void ReplaceChooseConfig(decltype(EGLProcTable::eglChooseConfig) function);
 
-    /// Identifier of an EGL or GL function by its name, 0 when the tables have no such function.
+    /// Identifier of an EGL or GL function by its name, 0 when the tables have no such function. A name that is another
+    /// form of a function in the tables (glMapBufferRangeEXT) gives that function's.
     static unsigned int GetEglGlFuncId(const std::string& name);
     /// Remembers the functions that are being skipped, so that functions loaded later are skipped as well.
     static void SetSkipApis(const std::unordered_set<unsigned int>& ids);

@@ -1,0 +1,246 @@
+#include "Interfaces/Core.h"
+
+#include <cstring>
+
+#include "Core/DriverCapabilities.h"
+#include "Core/DriverLibrary.h"
+#include "Core/FunctionForms.h"
+
+namespace Core {
+
+EGLProcTable KHRLayer::playbackEGLProcTable = {};
+EGLExtProcTable KHRLayer::playbackEGLExtProcTable = {};
+GLESProcTable KHRLayer::playbackGLESProcTable = {};
+GLESExtProcTable KHRLayer::playbackGLESExtProcTable = {};
+
+namespace {
+
+/// Everything that is loaded, process-wide like the tables themselves.
+struct Driver {
+    std::string directory;
+    DriverLibrary eglLibrary;
+    DriverLibrary glesLibrary;
+    EGLProcTable egl = {};
+    EGLExtProcTable eglExt = {};
+    GLESProcTable gles = {};
+    GLESExtProcTable glesExt = {};
+    /// Of the contexts for which the GL tables were filled.
+    DriverCapabilities capabilities;
+    std::unordered_set<unsigned int> skipped;
+};
+
+Driver& TheDriver()
+{
+    // Never destroyed: drivers do not survive being unloaded while the process ends.
+    static Driver* const driver = new Driver;
+    return *driver;
+}
+
+/// Sets entry number `index`. Tables hold nothing but function pointers, which the generated header asserts.
+template <class Table> void SetEntry(Table& table, std::uint32_t index, Proc function)
+{
+    std::memcpy(reinterpret_cast<char*>(&table) + index * sizeof function, &function, sizeof function);
+}
+
+/// Nulls the entry of function `id`, if the function is one of this table.
+template <class Table> void ClearEntry(Table& table, std::uint32_t firstId, unsigned int id)
+{
+    constexpr std::uint32_t count = sizeof(Table) / sizeof(Proc);
+    if (id >= firstId && id - firstId < count)
+        SetEntry(table, id - firstId, nullptr);
+}
+
+/// Sets every entry to the first form of its function that `find` has.
+template <class Table, class Find> void Fill(Table& table, std::uint32_t firstId, Find find)
+{
+    constexpr std::uint32_t count = sizeof(Table) / sizeof(Proc);
+    for (std::uint32_t index = 0; index < count; ++index) {
+        Proc function = nullptr;
+        for (const FunctionForm& form : FormsOf(firstId + index)) {
+            function = find(form);
+            if (function)
+                break;
+        }
+        SetEntry(table, index, function);
+    }
+}
+
+/// Renews the playback table from the live one, without the functions that are being skipped.
+template <class Table> void CopyForPlayback(Table& playback, const Table& live, std::uint32_t firstId)
+{
+    playback = live;
+    for (const unsigned int id : TheDriver().skipped)
+        ClearEntry(playback, firstId, id);
+}
+
+Proc FindEGL(const FunctionForm& form)
+{
+    const Driver& driver = TheDriver();
+    const Proc exported = driver.eglLibrary.Find(form.name);
+    return exported || !driver.egl.eglGetProcAddress ? exported : driver.egl.eglGetProcAddress(form.name);
+}
+
+/// The function behind a name, whether or not the driver really has it: dispatch libraries answer any name.
+Proc FindGLES(const FunctionForm& form)
+{
+    const Driver& driver = TheDriver();
+    const Proc exported = driver.glesLibrary.Find(form.name);
+    return exported || form.IsSymbol() || !driver.egl.eglGetProcAddress ? exported
+                                                                        : driver.egl.eglGetProcAddress(form.name);
+}
+
+Proc FindGLESWithinCapabilities(const FunctionForm& form)
+{
+    return form.IsSymbol() || TheDriver().capabilities.Has(form.where) ? FindGLES(form) : nullptr;
+}
+
+std::string_view GetString(GLenum name)
+{
+    const auto getString = TheDriver().gles.glGetString;
+    const GLubyte* text = getString ? getString(name) : nullptr;
+    return text ? reinterpret_cast<const char*>(text) : std::string_view();
+}
+
+} // namespace
+
+void KHRLayer::SetDriverDirectory(const std::string& directory)
+{
+    TheDriver().directory = directory;
+}
+
+const std::string& KHRLayer::LoadError()
+{
+    static std::string error;
+    const Driver& driver = TheDriver();
+    error = driver.eglLibrary.Error();
+    if (!error.empty() && !driver.glesLibrary.Error().empty())
+        error += "; ";
+    error += driver.glesLibrary.Error();
+    return error;
+}
+
+void KHRLayer::LoadEGL()
+{
+    Driver& driver = TheDriver();
+    if (driver.eglLibrary.IsOpen())
+        return;
+    driver.eglLibrary.Open(driver.directory, "libEGL", ".1");
+    // Through this one the others are found that the library does not export.
+    driver.egl.eglGetProcAddress =
+        reinterpret_cast<decltype(driver.egl.eglGetProcAddress)>(driver.eglLibrary.Find("eglGetProcAddress"));
+    Fill(driver.egl, FirstEGLFuncId, FindEGL);
+    Fill(driver.eglExt, FirstEGLExtFuncId, FindEGL);
+    CopyForPlayback(playbackEGLProcTable, driver.egl, FirstEGLFuncId);
+    CopyForPlayback(playbackEGLExtProcTable, driver.eglExt, FirstEGLExtFuncId);
+}
+
+void KHRLayer::FreeEGL()
+{
+    Driver& driver = TheDriver();
+    driver.egl = {};
+    driver.eglExt = {};
+    playbackEGLProcTable = {};
+    playbackEGLExtProcTable = {};
+    driver.eglLibrary.Close();
+}
+
+void KHRLayer::LoadGLESCore()
+{
+    Driver& driver = TheDriver();
+    if (driver.glesLibrary.IsOpen())
+        return;
+    driver.glesLibrary.Open(driver.directory, "libGLESv2", ".2");
+    if (!driver.glesLibrary.IsOpen())
+        return;
+    Fill(driver.gles, FirstGLESFuncId, FindGLES);
+    CopyForPlayback(playbackGLESProcTable, driver.gles, FirstGLESFuncId);
+}
+
+void KHRLayer::LoadGLESExt()
+{
+    LoadGLESCore();
+    Driver& driver = TheDriver();
+    const std::string_view version = GetString(GL_VERSION);
+    if (version.empty())
+        return;
+    driver.capabilities.Add(ParseContextVersion(version), GetString(GL_EXTENSIONS));
+    Fill(driver.gles, FirstGLESFuncId, FindGLESWithinCapabilities);
+    Fill(driver.glesExt, FirstGLESExtFuncId, FindGLESWithinCapabilities);
+    CopyForPlayback(playbackGLESProcTable, driver.gles, FirstGLESFuncId);
+    CopyForPlayback(playbackGLESExtProcTable, driver.glesExt, FirstGLESExtFuncId);
+}
+
+bool KHRLayer::IsGLESExtLoaded()
+{
+    const ContextVersion loaded = TheDriver().capabilities.Version();
+    return loaded > 0 && ParseContextVersion(GetString(GL_VERSION)) <= loaded;
+}
+
+void KHRLayer::FreeGLES()
+{
+    Driver& driver = TheDriver();
+    driver.gles = {};
+    driver.glesExt = {};
+    playbackGLESProcTable = {};
+    playbackGLESExtProcTable = {};
+    driver.capabilities.Clear();
+    driver.glesLibrary.Close();
+}
+
+const EGLProcTable& KHRLayer::EGLProc()
+{
+    return TheDriver().egl;
+}
+
+const EGLExtProcTable& KHRLayer::EGLExtProc()
+{
+    return TheDriver().eglExt;
+}
+
+const GLESProcTable& KHRLayer::GLESProc()
+{
+    return TheDriver().gles;
+}
+
+const GLESExtProcTable& KHRLayer::GLESExtProc()
+{
+    return TheDriver().glesExt;
+}
+
+void KHRLayer::ReplaceChooseConfig(decltype(EGLProcTable::eglChooseConfig) function)
+{
+    TheDriver().egl.eglChooseConfig = function;
+    playbackEGLProcTable.eglChooseConfig = function;
+}
+
+unsigned int KHRLayer::GetEglGlFuncId(const std::string& name)
+{
+    return static_cast<unsigned int>(FindFunction(name));
+}
+
+void KHRLayer::SetSkipApis(const std::unordered_set<unsigned int>& ids)
+{
+    TheDriver().skipped = ids;
+}
+
+void KHRLayer::ClearEGLApi(unsigned int id)
+{
+    ClearEntry(playbackEGLProcTable, FirstEGLFuncId, id);
+}
+
+void KHRLayer::ClearEGLExtApi(unsigned int id)
+{
+    ClearEntry(playbackEGLExtProcTable, FirstEGLExtFuncId, id);
+}
+
+void KHRLayer::ClearGLESApi(unsigned int id)
+{
+    ClearEntry(playbackGLESProcTable, FirstGLESFuncId, id);
+}
+
+void KHRLayer::ClearGLESExpApi(unsigned int id)
+{
+    ClearEntry(playbackGLESExtProcTable, FirstGLESExtFuncId, id);
+}
+
+} // namespace Core

@@ -1,0 +1,222 @@
+#include "Interfaces/Core.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+
+#include <gmock/gmock.h>
+
+#include "LiveContext.h"
+
+namespace {
+
+using Core::FuncId;
+using Core::KHRLayer;
+using testing::HasSubstr;
+
+template <class Table> std::size_t EntriesIn(const Table& table)
+{
+    void* entries[sizeof(Table) / sizeof(void*)];
+    std::memcpy(entries, &table, sizeof table);
+    std::size_t count = 0;
+    for (const void* entry : entries)
+        count += entry != nullptr;
+    return count;
+}
+
+bool HasExtension(const char* name)
+{
+    const auto* extensions = reinterpret_cast<const char*>(KHRLayer::GLESProc().glGetString(GL_EXTENSIONS));
+    return std::strstr(extensions, name) != nullptr;
+}
+
+bool AllTablesAreEmpty()
+{
+    return EntriesIn(KHRLayer::EGLProc()) + EntriesIn(KHRLayer::EGLExtProc()) + EntriesIn(KHRLayer::GLESProc()) +
+               EntriesIn(KHRLayer::GLESExtProc()) + EntriesIn(KHRLayer::playbackEGLProcTable) +
+               EntriesIn(KHRLayer::playbackEGLExtProcTable) + EntriesIn(KHRLayer::playbackGLESProcTable) +
+               EntriesIn(KHRLayer::playbackGLESExtProcTable) ==
+           0;
+}
+
+/// With the driver of this machine.
+class KHRLayerTest : public testing::Test {
+protected:
+    ~KHRLayerTest() override { KHRLayer::SetSkipApis({}); }
+
+    void Start(EGLint clientVersion = 3)
+    {
+        m_context.emplace(LiveContext::Request{.clientVersion = clientVersion});
+        ASSERT_TRUE(m_context->IsCurrent()) << KHRLayer::LoadError();
+        KHRLayer::LoadGLESExt();
+    }
+
+    std::optional<LiveContext> m_context;
+};
+
+TEST_F(KHRLayerTest, ContextOfTheHighestVersionHasEveryCoreFunction)
+{
+    Start();
+    ASSERT_THAT(reinterpret_cast<const char*>(KHRLayer::GLESProc().glGetString(GL_VERSION)),
+                HasSubstr("OpenGL ES 3.2"));
+    EXPECT_EQ(EntriesIn(KHRLayer::EGLProc()), std::size_t{Core::EGLFuncCount});
+    EXPECT_EQ(EntriesIn(KHRLayer::GLESProc()), std::size_t{Core::GLESFuncCount});
+    EXPECT_EQ(KHRLayer::LoadError(), "");
+}
+
+TEST_F(KHRLayerTest, StubsOfTheDispatchLibraryAreNotTakenForFunctions)
+{
+    Start();
+    // The dispatch library answers both names, the driver has neither function.
+    ASSERT_FALSE(HasExtension("GL_EXT_debug_marker"));
+    EXPECT_EQ(KHRLayer::GLESExtProc().glInsertEventMarkerEXT, nullptr);
+    EXPECT_EQ(KHRLayer::GLESExtProc().glBlitRotation, nullptr);
+    EXPECT_EQ(KHRLayer::EGLExtProc().eglLockImageTAVO, nullptr);
+    EXPECT_NE(KHRLayer::EGLExtProc().eglCreateImageKHR, nullptr);
+    ASSERT_TRUE(HasExtension("GL_EXT_debug_label"));
+    ASSERT_NE(KHRLayer::GLESExtProc().glLabelObjectEXT, nullptr);
+    KHRLayer::GLESExtProc().glLabelObjectEXT(GL_TEXTURE, 4711, 0, "no such texture");
+    EXPECT_NE(KHRLayer::GLESProc().glGetError(), GLenum{GL_NO_ERROR}) << "a stub would have reported nothing";
+}
+
+TEST_F(KHRLayerTest, FunctionIsServedByItsOtherRegisteredName)
+{
+    Start();
+    // Own line in the extension table, but the driver has the EXT form of the extension only.
+    ASSERT_FALSE(HasExtension("GL_EXT_texture_storage "));
+    ASSERT_TRUE(HasExtension("GL_EXT_texture_view"));
+    EXPECT_NE(KHRLayer::GLESExtProc().glTextureViewOES, nullptr);
+    ASSERT_TRUE(HasExtension("GL_KHR_debug"));
+    EXPECT_NE(KHRLayer::GLESProc().glPushDebugGroup, nullptr);
+}
+
+TEST_F(KHRLayerTest, OldContextHasNoNewFunctionsExceptByExtension)
+{
+    setenv("MESA_GLES_VERSION_OVERRIDE", "2.0", 1);
+    Start(2);
+    unsetenv("MESA_GLES_VERSION_OVERRIDE");
+    ASSERT_THAT(reinterpret_cast<const char*>(KHRLayer::GLESProc().glGetString(GL_VERSION)),
+                HasSubstr("OpenGL ES 2.0"));
+    EXPECT_NE(KHRLayer::GLESProc().glDrawArrays, nullptr);
+    EXPECT_EQ(KHRLayer::GLESProc().glBeginTransformFeedback, nullptr);
+    EXPECT_EQ(KHRLayer::GLESProc().glDispatchCompute, nullptr);
+    EXPECT_EQ(KHRLayer::playbackGLESProcTable.glDispatchCompute, nullptr);
+    ASSERT_TRUE(HasExtension("GL_EXT_map_buffer_range"));
+    EXPECT_NE(KHRLayer::GLESProc().glMapBufferRange, nullptr);
+    ASSERT_TRUE(HasExtension("GL_OES_vertex_array_object"));
+    EXPECT_NE(KHRLayer::GLESProc().glBindVertexArray, nullptr);
+    EXPECT_NE(KHRLayer::GLESExtProc().glBindVertexArrayOES, nullptr);
+}
+
+TEST_F(KHRLayerTest, LaterContextOfAHigherVersionBringsItsFunctions)
+{
+    setenv("MESA_GLES_VERSION_OVERRIDE", "2.0", 1);
+    Start(2);
+    unsetenv("MESA_GLES_VERSION_OVERRIDE");
+    ASSERT_EQ(KHRLayer::GLESProc().glDispatchCompute, nullptr);
+    EXPECT_TRUE(KHRLayer::IsGLESExtLoaded());
+
+    const LiveContext newer;
+    ASSERT_TRUE(newer.IsCurrent());
+    EXPECT_FALSE(KHRLayer::IsGLESExtLoaded());
+    KHRLayer::LoadGLESExt();
+    EXPECT_TRUE(KHRLayer::IsGLESExtLoaded());
+    EXPECT_NE(KHRLayer::playbackGLESProcTable.glDispatchCompute, nullptr);
+}
+
+TEST_F(KHRLayerTest, SkippedFunctionsStaySkippedWhenTablesAreLoadedLater)
+{
+    KHRLayer::SetSkipApis({static_cast<unsigned>(FuncId::glClear), static_cast<unsigned>(FuncId::eglSwapInterval),
+                           static_cast<unsigned>(FuncId::glLabelObjectEXT),
+                           static_cast<unsigned>(FuncId::eglCreateImageKHR)});
+    Start();
+    EXPECT_EQ(KHRLayer::playbackGLESProcTable.glClear, nullptr);
+    EXPECT_EQ(KHRLayer::playbackEGLProcTable.eglSwapInterval, nullptr);
+    EXPECT_EQ(KHRLayer::playbackGLESExtProcTable.glLabelObjectEXT, nullptr);
+    EXPECT_EQ(KHRLayer::playbackEGLExtProcTable.eglCreateImageKHR, nullptr);
+    EXPECT_NE(KHRLayer::GLESProc().glClear, nullptr) << "the live tables are complete";
+    EXPECT_EQ(EntriesIn(KHRLayer::playbackGLESProcTable), std::size_t{Core::GLESFuncCount} - 1);
+}
+
+TEST_F(KHRLayerTest, ClearingTouchesOnlyTheFunctionsOwnTable)
+{
+    Start();
+    const auto clearEverywhere = [](FuncId function) {
+        const auto id = static_cast<unsigned>(function);
+        KHRLayer::ClearEGLApi(id);
+        KHRLayer::ClearEGLExtApi(id);
+        KHRLayer::ClearGLESApi(id);
+        KHRLayer::ClearGLESExpApi(id);
+    };
+    const std::size_t egl = EntriesIn(KHRLayer::playbackEGLProcTable);
+    const std::size_t eglExt = EntriesIn(KHRLayer::playbackEGLExtProcTable);
+    const std::size_t gles = EntriesIn(KHRLayer::playbackGLESProcTable);
+    const std::size_t glesExt = EntriesIn(KHRLayer::playbackGLESExtProcTable);
+    clearEverywhere(FuncId::eglCreateImageKHR);
+    clearEverywhere(FuncId::glEGLImageTargetTexStorageEXT);
+    clearEverywhere(FuncId::None);
+    clearEverywhere(static_cast<FuncId>(~0U));
+    EXPECT_EQ(EntriesIn(KHRLayer::playbackEGLProcTable), egl);
+    EXPECT_EQ(EntriesIn(KHRLayer::playbackEGLExtProcTable), eglExt - 1);
+    EXPECT_EQ(EntriesIn(KHRLayer::playbackGLESProcTable), gles);
+    EXPECT_EQ(EntriesIn(KHRLayer::playbackGLESExtProcTable), glesExt - 1);
+}
+
+TEST_F(KHRLayerTest, ReplacedChooseConfigIsCalledThroughBothTables)
+{
+    Start();
+    KHRLayer::ReplaceChooseConfig(
+        [](EGLDisplay, const EGLint*, EGLConfig*, EGLint, EGLint*) -> EGLBoolean { return 7; });
+    EXPECT_EQ(KHRLayer::EGLProc().eglChooseConfig(nullptr, nullptr, nullptr, 0, nullptr), 7U);
+    EXPECT_EQ(KHRLayer::playbackEGLProcTable.eglChooseConfig(nullptr, nullptr, nullptr, 0, nullptr), 7U);
+}
+
+TEST_F(KHRLayerTest, FreeingNullsTheTablesAndLoadingWorksAgain)
+{
+    for (int i = 0; i < 3; ++i) {
+        Start();
+        EXPECT_TRUE(KHRLayer::IsGLESExtLoaded());
+        m_context.reset();
+        EXPECT_TRUE(AllTablesAreEmpty());
+        EXPECT_FALSE(KHRLayer::IsGLESExtLoaded());
+    }
+}
+
+TEST(KHRLayerIdTest, NamesHaveTheirIdentifiers)
+{
+    EXPECT_EQ(KHRLayer::GetEglGlFuncId("glDrawArrays"), static_cast<unsigned>(FuncId::glDrawArrays));
+    EXPECT_EQ(KHRLayer::GetEglGlFuncId("eglSwapBuffers"), static_cast<unsigned>(FuncId::eglSwapBuffers));
+    EXPECT_EQ(KHRLayer::GetEglGlFuncId("glBindVertexArrayOES"), static_cast<unsigned>(FuncId::glBindVertexArrayOES));
+    EXPECT_EQ(KHRLayer::GetEglGlFuncId("glMapBufferRangeEXT"), static_cast<unsigned>(FuncId::glMapBufferRange));
+    for (const char* name : {"bogus", "", " glDrawArrays", "gldrawarrays", "None"})
+        EXPECT_EQ(KHRLayer::GetEglGlFuncId(name), 0U) << name;
+}
+
+/// Folders in which there is no driver, or none that can be opened.
+class MissingDriverTest : public testing::Test {
+protected:
+    ~MissingDriverTest() override
+    {
+        KHRLayer::FreeGLES();
+        KHRLayer::FreeEGL();
+        KHRLayer::SetDriverDirectory("");
+    }
+};
+
+TEST_F(MissingDriverTest, SaysWhatWasTriedAndLeavesTheTablesEmpty)
+{
+    KHRLayer::SetDriverDirectory("/no/such/folder");
+    KHRLayer::LoadEGL();
+    KHRLayer::LoadGLESCore();
+    KHRLayer::LoadGLESExt();
+    EXPECT_TRUE(AllTablesAreEmpty());
+    EXPECT_FALSE(KHRLayer::IsGLESExtLoaded());
+    for (const char* part : {"/no/such/folder/libEGL.so.1", "/no/such/folder/libEGL.so ",
+                             "/no/such/folder/libGLESv2.so.2", "No such file or directory"})
+        EXPECT_THAT(KHRLayer::LoadError(), HasSubstr(part));
+    KHRLayer::FreeGLES();
+    KHRLayer::FreeEGL();
+    EXPECT_EQ(KHRLayer::LoadError(), "");
+}
+
+} // namespace
