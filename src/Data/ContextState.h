@@ -1,0 +1,238 @@
+// What one context remembers that decides how a pointer argument is meant and how much memory lies behind it.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+#include "Data/ByteRanges.h"
+#include "Data/Sizes.h"
+
+namespace Data {
+
+/// A buffer object, as far as the sizes of later calls depend on it.
+struct BufferState {
+    std::int64_t bytes = 0;
+    /// The mapped range; null when the buffer is not mapped.
+    const void* mapped = nullptr;
+    std::int64_t mappedOffset = 0;
+    std::int64_t mappedBytes = 0;
+    std::uint32_t mapAccess = 0;
+
+    // Contents of a buffer that is used for indices, as far as they are known: which vertices an indexed draw reads
+    // from client memory depends on them. Whatever a driver may have refused makes them unknown, since memory that is
+    // really indexed must not be larger than it is believed to be.
+    bool isShadowed = false;
+    std::vector<std::uint8_t> shadow;
+    ByteRanges known;
+    /// A map call came and neither glUnmapBuffer nor new storage since.
+    bool mayBeMapped = false;
+    /// Storage that glBufferData cannot replace.
+    bool isImmutable = false;
+};
+
+/// The objects that the contexts of a share group have in common.
+struct ShareGroupState {
+    std::unordered_map<std::uint32_t, BufferState> buffers;
+};
+
+/// A vertex attribute and, with the same number, a vertex buffer binding.
+struct VertexAttribState {
+    // The attribute.
+    bool integer = false;
+    bool normalized = false;
+    std::int32_t size = 4;
+    std::uint32_t type = 0x1406; // GL_FLOAT
+    std::uint32_t binding = 0;   ///< number of the binding it reads from
+    std::uint32_t relativeOffset = 0;
+    // The binding.
+    std::uint32_t buffer = 0; ///< 0: client memory
+    std::uint32_t divisor = 0;
+    std::int32_t stride = 16;  ///< bytes, never 0 after a call set it
+    std::uint64_t pointer = 0; ///< address in client memory, or offset
+};
+
+inline constexpr std::uint32_t maxVertexAttribs = 32;
+
+/// Bit i stands for attribute i.
+struct VertexArrayState {
+    VertexArrayState();
+    /// Sets the bit in `client` of each attribute that reads from this binding.
+    void UpdateClient(std::uint32_t binding);
+    std::array<VertexAttribState, maxVertexAttribs> attribs;
+    std::uint32_t enabled = 0;
+    /// Attributes that read from client memory.
+    std::uint32_t client = ~0u;
+    std::uint32_t elementBuffer = 0;
+    /// Attribute i reads from binding i, as it is until glVertexAttribBinding says otherwise.
+    bool isPlain = true;
+};
+
+/// The vertices that a draw reads.
+struct DrawRange {
+    /// False: it cannot be told, since the indices are not known.
+    bool isKnown = false;
+    std::uint32_t first = 0;
+    std::uint32_t count = 0; ///< 0: the draw reads no vertex
+    std::uint32_t instances = 1;
+};
+
+/// One captured context. The methods named like calls come with each such call, in the order of the stream, after the
+/// driver got it; a return value comes first.
+class ContextState {
+public:
+    explicit ContextState(std::shared_ptr<ShareGroupState> group);
+
+    [[nodiscard]] const std::shared_ptr<ShareGroupState>& Group() const { return m_group; }
+    [[nodiscard]] const PixelStore& Pack() const { return m_pack; }
+    [[nodiscard]] const PixelStore& Unpack() const { return m_unpack; }
+    /// Name of the buffer bound to a target; 0 when there is none.
+    [[nodiscard]] std::uint32_t BoundBuffer(std::uint32_t target) const;
+    /// The buffer bound to a target; null when there is none.
+    [[nodiscard]] BufferState* Buffer(std::uint32_t target);
+
+    [[nodiscard]] bool HasElementBuffer() const { return m_vertexArray->elementBuffer != 0; }
+    [[nodiscard]] bool HasPackBuffer() const { return m_bindings[PixelPack] != 0; }
+    [[nodiscard]] bool HasUnpackBuffer() const { return m_bindings[PixelUnpack] != 0; }
+    [[nodiscard]] bool HasDrawIndirectBuffer() const { return m_bindings[DrawIndirect] != 0; }
+
+    /// Enabled attributes that read from client memory, one bit each: a draw needs vertex data for each of them.
+    [[nodiscard]] std::uint32_t ClientAttribs() const { return m_vertexArray->enabled & m_vertexArray->client; }
+    /// What attribute `index` reads, its binding resolved. `index` is below maxVertexAttribs.
+    [[nodiscard]] const VertexAttribState& Attrib(std::uint32_t index) const { return m_vertexArray->attribs[index]; }
+    [[nodiscard]] const VertexAttribState& Binding(std::uint32_t index) const
+    {
+        return m_vertexArray->attribs[m_vertexArray->attribs[index].binding];
+    }
+    /// False when a glVertexAttribPointer of this client pointer is an error, since the bound vertex array object is
+    /// not allowed to read from client memory.
+    [[nodiscard]] bool AcceptsAttribPointer(std::uint64_t pointer) const
+    {
+        return pointer == 0 || m_bindings[Array] != 0 || m_vertexArray == m_defaultVertexArray.get() ||
+               m_isOesVertexArray;
+    }
+    /// Vertices of attribute `index` that a draw of `range` reads: instances for an attribute with a divisor.
+    [[nodiscard]] DrawRange AttribRange(std::uint32_t index, const DrawRange& range) const;
+
+    /// The vertices that `count` indices in memory name.
+    [[nodiscard]] DrawRange RangeOfIndices(const void* indices, std::int32_t count, std::uint32_t type,
+                                           std::int32_t baseVertex, std::int32_t instances) const;
+
+    // The vertices of each draw call. `indices` is client memory when no element buffer is bound, else an offset.
+    [[nodiscard]] DrawRange Range_glDrawArrays(std::uint32_t mode, std::int32_t first, std::int32_t count) const;
+    [[nodiscard]] DrawRange Range_glDrawArraysInstanced(std::uint32_t mode, std::int32_t first, std::int32_t count,
+                                                        std::int32_t instances) const;
+    [[nodiscard]] DrawRange Range_glDrawElements(std::uint32_t mode, std::int32_t count, std::uint32_t type,
+                                                 const void* indices) const;
+    [[nodiscard]] DrawRange Range_glDrawElementsInstanced(std::uint32_t mode, std::int32_t count, std::uint32_t type,
+                                                          const void* indices, std::int32_t instances) const;
+    [[nodiscard]] DrawRange Range_glDrawRangeElements(std::uint32_t mode, std::uint32_t start, std::uint32_t end,
+                                                      std::int32_t count, std::uint32_t type,
+                                                      const void* indices) const;
+    [[nodiscard]] DrawRange Range_glDrawElementsBaseVertex(std::uint32_t mode, std::int32_t count, std::uint32_t type,
+                                                           const void* indices, std::int32_t baseVertex) const;
+    [[nodiscard]] DrawRange Range_glDrawRangeElementsBaseVertex(std::uint32_t mode, std::uint32_t start,
+                                                                std::uint32_t end, std::int32_t count,
+                                                                std::uint32_t type, const void* indices,
+                                                                std::int32_t baseVertex) const;
+    [[nodiscard]] DrawRange Range_glDrawElementsInstancedBaseVertex(std::uint32_t mode, std::int32_t count,
+                                                                    std::uint32_t type, const void* indices,
+                                                                    std::int32_t instances,
+                                                                    std::int32_t baseVertex) const;
+    [[nodiscard]] DrawRange Range_glDrawArraysIndirect(std::uint32_t mode, const void* indirect) const;
+    [[nodiscard]] DrawRange Range_glDrawElementsIndirect(std::uint32_t mode, std::uint32_t type,
+                                                         const void* indirect) const;
+
+    void glEnable(std::uint32_t cap);
+    void glDisable(std::uint32_t cap);
+    void glPixelStorei(std::uint32_t pname, std::int32_t param);
+
+    void glBindBuffer(std::uint32_t target, std::uint32_t buffer);
+    void glBindBufferBase(std::uint32_t target, std::uint32_t index, std::uint32_t buffer);
+    void glBindBufferRange(std::uint32_t target, std::uint32_t index, std::uint32_t buffer, std::int64_t offset,
+                           std::int64_t size);
+    void glBufferData(std::uint32_t target, std::int64_t size, const void* data, std::uint32_t usage);
+    void glBufferStorageEXT(std::uint32_t target, std::int64_t size, const void* data, std::uint32_t flags);
+    void glBufferSubData(std::uint32_t target, std::int64_t offset, std::int64_t size, const void* data);
+    void glCopyBufferSubData(std::uint32_t readTarget, std::uint32_t writeTarget, std::int64_t readOffset,
+                             std::int64_t writeOffset, std::int64_t size);
+    void glDeleteBuffers(std::int32_t n, const void* buffers);
+    void glMapBufferRange(const void* result, std::uint32_t target, std::int64_t offset, std::int64_t length,
+                          std::uint32_t access);
+    void glFlushMappedBufferRange(std::uint32_t target, std::int64_t offset, std::int64_t length);
+    void glUnmapBuffer(std::uint32_t result, std::uint32_t target);
+    /// What the application wrote to a mapped range, `offset` from the start of the range.
+    void MappedData(std::uint32_t target, std::int64_t offset, const void* data, std::int64_t bytes);
+
+    // Calls after which the GPU can write to the buffer.
+    void glTexBuffer(std::uint32_t target, std::uint32_t format, std::uint32_t buffer);
+    void glTexBufferEXT(std::uint32_t target, std::uint32_t format, std::uint32_t buffer);
+    void glTexBufferRange(std::uint32_t target, std::uint32_t format, std::uint32_t buffer, std::int64_t offset,
+                          std::int64_t size);
+    void glTexBufferRangeEXT(std::uint32_t target, std::uint32_t format, std::uint32_t buffer, std::int64_t offset,
+                             std::int64_t size);
+    void glBufferStorageExternalEXT(std::uint32_t target, std::int64_t offset, std::int64_t size,
+                                    std::uint32_t clientBuffer, std::uint32_t flags);
+    void glBufferStorageMemEXT(std::uint32_t target, std::int64_t size, std::uint32_t memory, std::int64_t offset);
+
+    void glBindVertexArray(std::uint32_t array);
+    void glDeleteVertexArrays(std::int32_t n, const void* arrays);
+    void glBindVertexArrayOES(std::uint32_t array);
+    void glDeleteVertexArraysOES(std::int32_t n, const void* arrays);
+    void glEnableVertexAttribArray(std::uint32_t index);
+    void glDisableVertexAttribArray(std::uint32_t index);
+    void glVertexAttribPointer(std::uint32_t index, std::int32_t size, std::uint32_t type, std::uint32_t normalized,
+                               std::int32_t stride, const void* pointer);
+    void glVertexAttribIPointer(std::uint32_t index, std::int32_t size, std::uint32_t type, std::int32_t stride,
+                                const void* pointer);
+    void glVertexAttribDivisor(std::uint32_t index, std::uint32_t divisor);
+    void glBindVertexBuffer(std::uint32_t binding, std::uint32_t buffer, std::int64_t offset, std::int32_t stride);
+    void glVertexAttribFormat(std::uint32_t index, std::int32_t size, std::uint32_t type, std::uint32_t normalized,
+                              std::uint32_t relativeOffset);
+    void glVertexAttribIFormat(std::uint32_t index, std::int32_t size, std::uint32_t type,
+                               std::uint32_t relativeOffset);
+    void glVertexAttribBinding(std::uint32_t index, std::uint32_t binding);
+    void glVertexBindingDivisor(std::uint32_t binding, std::uint32_t divisor);
+
+private:
+    enum BindingPoint : std::uint8_t {
+        Array,
+        PixelPack,
+        PixelUnpack,
+        Uniform,
+        Texture,
+        TransformFeedback,
+        CopyRead,
+        CopyWrite,
+        DrawIndirect,
+        ShaderStorage,
+        DispatchIndirect,
+        AtomicCounter,
+        BindingPointCount
+    };
+    [[nodiscard]] const std::uint32_t* Slot(std::uint32_t target) const;
+    void ForgetContents(std::uint32_t buffer);
+    void BindVertexArray(std::uint32_t array, bool isOes);
+    void SetFormat(std::uint32_t index, std::int32_t size, std::uint32_t type, bool normalized, bool integer,
+                   std::uint32_t relativeOffset);
+    void SetPointer(std::uint32_t index, std::int32_t size, std::uint32_t type, bool normalized, bool integer,
+                    std::int32_t stride, std::uint64_t pointer);
+    [[nodiscard]] DrawRange ElementsRange(std::int32_t count, std::uint32_t type, const void* indices,
+                                          std::int32_t baseVertex, std::int32_t instances) const;
+
+    PixelStore m_pack;
+    PixelStore m_unpack;
+    std::array<std::uint32_t, BindingPointCount> m_bindings = {};
+    std::shared_ptr<ShareGroupState> m_group;
+    std::unordered_map<std::uint32_t, std::unique_ptr<VertexArrayState>> m_vertexArrays;
+    std::unique_ptr<VertexArrayState> m_defaultVertexArray;
+    /// The bound one; owned by one of the two above.
+    VertexArrayState* m_vertexArray;
+    std::uint32_t m_vertexArrayName = 0;
+    bool m_isOesVertexArray = false;
+    bool m_isPrimitiveRestart = false;
+};
+
+} // namespace Data
