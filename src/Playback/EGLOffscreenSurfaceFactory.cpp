@@ -1,5 +1,7 @@
 #include "Playback/EGLOffscreenSurfaceFactory.h"
 
+#include <utility>
+
 #include "Playback/EGLOffscreenSurface.h"
 
 namespace Playback {
@@ -7,9 +9,9 @@ namespace Playback {
 EGLProxySurface* EGLOffscreenSurfaceFactory::CreateWindowSurface(void* display, void* config, void* nativeWindow,
                                                                  const int* attribs)
 {
-    auto* surface = new EGLOffscreenSurface(m_windowManager);
+    auto surface = std::make_unique<EGLOffscreenSurface>(m_windowManager);
     surface->CreateWindowSurface(display, GetConfig(display, config), nativeWindow, attribs);
-    return surface;
+    return Keep(std::move(surface));
 }
 
 } // namespace Playback

@@ -1,5 +1,6 @@
 #include "Playback/EGLPbufferSurfaceFactory.h"
 
+#include <utility>
 #include <vector>
 
 #include <EGL/egl.h>
@@ -29,9 +30,9 @@ void* EGLPbufferSurfaceFactory::CreateContext(void* display, void* config, void*
 EGLProxySurface* EGLPbufferSurfaceFactory::CreateWindowSurface(void* display, void* config, void* nativeWindow,
                                                                const int* attribs)
 {
-    auto* surface = new EGLPbufferSurface;
+    auto surface = std::make_unique<EGLPbufferSurface>();
     surface->CreateWindowSurface(display, GetConfig(display, config), nativeWindow, attribs);
-    return surface;
+    return Keep(std::move(surface));
 }
 
 EGLProxySurface* EGLPbufferSurfaceFactory::CreatePixmapSurface(void* display, void* config, void* pixmap,
