@@ -6,7 +6,8 @@
 
 #include <gmock/gmock.h>
 
-#include "LiveContext.h"
+#include "Core/LiveContext.h"
+#include "FakeDriver/FakeDriver.h"
 
 namespace {
 
@@ -108,23 +109,6 @@ TEST_F(KHRLayerTest, OldContextHasNoNewFunctionsExceptByExtension)
     EXPECT_NE(KHRLayer::GLESExtProc().glBindVertexArrayOES, nullptr);
 }
 
-TEST_F(KHRLayerTest, LaterContextOfAHigherVersionBringsItsFunctions)
-{
-    setenv("MESA_GLES_VERSION_OVERRIDE", "2.0", 1);
-    Start(2);
-    unsetenv("MESA_GLES_VERSION_OVERRIDE");
-    ASSERT_EQ(KHRLayer::GLESProc().glDispatchCompute, nullptr);
-    EXPECT_TRUE(KHRLayer::IsGLESExtLoaded());
-
-    // Not asked for as 3: the display keeps the limit that it was opened with.
-    const LiveContext newer(LiveContext::Request{.clientVersion = 2});
-    ASSERT_TRUE(newer.IsCurrent());
-    EXPECT_FALSE(KHRLayer::IsGLESExtLoaded());
-    KHRLayer::LoadGLESExt();
-    EXPECT_TRUE(KHRLayer::IsGLESExtLoaded());
-    EXPECT_NE(KHRLayer::playbackGLESProcTable.glDispatchCompute, nullptr);
-}
-
 TEST_F(KHRLayerTest, SkippedFunctionsStaySkippedWhenTablesAreLoadedLater)
 {
     KHRLayer::SetSkipApis({static_cast<unsigned>(FuncId::glClear), static_cast<unsigned>(FuncId::eglSwapInterval),
@@ -191,6 +175,102 @@ TEST(KHRLayerIdTest, NamesHaveTheirIdentifiers)
     EXPECT_EQ(KHRLayer::GetEglGlFuncId("glMapBufferRangeEXT"), static_cast<unsigned>(FuncId::glMapBufferRange));
     for (const char* name : {"bogus", "", " glDrawArrays", "gldrawarrays", "None"})
         EXPECT_EQ(KHRLayer::GetEglGlFuncId(name), 0U) << name;
+}
+
+/// With a driver whose version, extensions and functions the test chooses.
+class ChosenDriverTest : public testing::Test {
+protected:
+    /// The last call that arrived at the driver.
+    std::string LastCall() { return driver.Log().empty() ? "none" : driver.Log().back(); }
+
+    FakeDriver driver;
+};
+
+TEST_F(ChosenDriverTest, OtherFormServesOnlyWithItsExtension)
+{
+    driver->SetVersion("OpenGL ES 2.0 fake");
+    driver->SetExtensions("GL_EXT_map_buffer_range GL_EXT_texture_view");
+    driver.Load();
+    KHRLayer::GLESProc().glFlushMappedBufferRange(GL_ARRAY_BUFFER, 0, 4);
+    EXPECT_THAT(LastCall(), testing::StartsWith("glFlushMappedBufferRangeEXT("));
+    KHRLayer::GLESExtProc().glTextureViewOES(1, GL_TEXTURE_2D, 2, GL_RGBA8, 0, 1, 0, 1);
+    EXPECT_THAT(LastCall(), testing::StartsWith("glTextureViewEXT("));
+    EXPECT_EQ(KHRLayer::GLESProc().glBindVertexArray, nullptr);
+    EXPECT_EQ(KHRLayer::GLESExtProc().glBindVertexArrayOES, nullptr);
+    EXPECT_EQ(KHRLayer::GLESExtProc().glLabelObjectEXT, nullptr);
+}
+
+TEST_F(ChosenDriverTest, CoreFormServesAnExtensionThatTheDriverLacks)
+{
+    driver->SetVersion("OpenGL ES 3.0");
+    driver->SetExtensions("");
+    driver.Load();
+    KHRLayer::GLESExtProc().glBindVertexArrayOES(3);
+    EXPECT_EQ(LastCall(), "glBindVertexArray(3)");
+    EXPECT_EQ(KHRLayer::GLESProc().glDispatchCompute, nullptr);
+}
+
+TEST_F(ChosenDriverTest, OwnFormIsPreferred)
+{
+    driver.Load();
+    KHRLayer::GLESExtProc().glBindVertexArrayOES(3);
+    EXPECT_EQ(LastCall(), "glBindVertexArrayOES(3)");
+    KHRLayer::GLESProc().glBindVertexArray(4);
+    EXPECT_EQ(LastCall(), "glBindVertexArray(4)");
+}
+
+TEST_F(ChosenDriverTest, ExtensionNamesAreComparedWhole)
+{
+    driver->SetExtensions("GL_EXT_debug_label2 XGL_EXT_debug_label GL_EXT_debug");
+    driver.Load();
+    EXPECT_EQ(KHRLayer::GLESExtProc().glLabelObjectEXT, nullptr);
+}
+
+TEST_F(ChosenDriverTest, EglFunctionIsServedByItsOtherForm)
+{
+    driver->SetMissing({"eglDestroyImageKHR", "eglSwapInterval"});
+    driver.Load();
+    EXPECT_EQ(KHRLayer::EGLProc().eglSwapInterval, nullptr);
+    KHRLayer::EGLExtProc().eglDestroyImageKHR(nullptr, nullptr);
+    EXPECT_THAT(LastCall(), testing::StartsWith("eglDestroyImage("));
+}
+
+TEST_F(ChosenDriverTest, FunctionThatTheDriverSaysItHasButCannotBeFoundStaysNull)
+{
+    driver->SetMissing({"glClear", "glLabelObjectEXT"});
+    driver.Load();
+    EXPECT_EQ(KHRLayer::GLESProc().glClear, nullptr);
+    EXPECT_EQ(KHRLayer::GLESExtProc().glLabelObjectEXT, nullptr);
+    EXPECT_EQ(EntriesIn(KHRLayer::GLESProc()), std::size_t{Core::GLESFuncCount} - 1);
+}
+
+TEST_F(ChosenDriverTest, LaterContextOfAHigherVersionBringsItsFunctions)
+{
+    driver->SetVersion("OpenGL ES 2.0");
+    driver->SetExtensions("GL_OES_EGL_image");
+    driver.Load();
+    EXPECT_TRUE(KHRLayer::IsGLESExtLoaded());
+    ASSERT_EQ(KHRLayer::GLESProc().glDispatchCompute, nullptr);
+
+    driver->SetVersion("OpenGL ES 3.2");
+    driver->SetExtensions("GL_EXT_debug_label");
+    EXPECT_FALSE(KHRLayer::IsGLESExtLoaded());
+    KHRLayer::LoadGLESExt();
+    EXPECT_NE(KHRLayer::playbackGLESProcTable.glDispatchCompute, nullptr);
+    EXPECT_NE(KHRLayer::GLESExtProc().glLabelObjectEXT, nullptr);
+    EXPECT_NE(KHRLayer::GLESExtProc().glEGLImageTargetTexture2DOES, nullptr);
+
+    driver->SetVersion("OpenGL ES 2.0");
+    EXPECT_TRUE(KHRLayer::IsGLESExtLoaded()) << "what a newer context has is not taken away";
+}
+
+TEST_F(ChosenDriverTest, WithoutACurrentContextNothingIsConcludedFromItsVersion)
+{
+    driver.Returns<const GLubyte*>("glGetString", nullptr);
+    driver.Load();
+    EXPECT_FALSE(KHRLayer::IsGLESExtLoaded());
+    EXPECT_EQ(EntriesIn(KHRLayer::GLESProc()), std::size_t{Core::GLESFuncCount});
+    EXPECT_EQ(EntriesIn(KHRLayer::GLESExtProc()), 0U);
 }
 
 /// Folders in which there is no driver, or none that can be opened.

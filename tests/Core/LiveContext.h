@@ -21,6 +21,7 @@ public:
     explicit LiveContext(const Request& request)
     {
         setenv("EGL_PLATFORM", "surfaceless", 1);
+        Core::KHRLayer::SetDriverDirectory("");
         Core::KHRLayer::LoadEGL();
         const Core::EGLProcTable& egl = Core::KHRLayer::EGLProc();
         if (!egl.eglGetDisplay)
