@@ -1,0 +1,118 @@
+"""What the tests of whole programs share: a folder of their own, running programs in it, and judging how they ended.
+
+Each test runs by itself (ctest runs several at a time):
+
+    cd tests/e2e && python3 -m unittest -v test_errors.Usage.test_unknown_option
+
+PLAYBACK_BUILD names the build folder (default: build). When a test fails, its folder is kept, with all that the
+programs wrote and with a script that runs its commands again.
+"""
+
+import json
+import os
+import pathlib
+import shlex
+import shutil
+import subprocess
+import tempfile
+import unittest
+from dataclasses import dataclass
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+BUILD = pathlib.Path(os.environ.get("PLAYBACK_BUILD", ROOT / "build")).resolve()
+PLAYBACK = str(BUILD / "bin/playback")
+RECORD = str(BUILD / "bin/playback-record")
+INFO = str(BUILD / "bin/playback-info")
+SPINNING = str(BUILD / "tests/spinning")
+FAKE_DRIVER = str(BUILD / "tests/fake-driver")
+WITH_WESTON = str(ROOT / "scripts/with-weston")
+SAMPLE = str(ROOT / "samples/spinning.glcap")
+TIMEOUT_S = 100
+
+# Exit status of the programs.
+DONE, DIFFERED, USAGE, UNREADABLE, NO_DRIVER = range(5)
+
+_DISPLAY_VARIABLES = ("DISPLAY", "WAYLAND_DISPLAY", "WAYLAND_SOCKET", "XDG_RUNTIME_DIR", "EGL_PLATFORM")
+
+
+@dataclass
+class Result:
+    command: list
+    status: int
+    stdout: str
+    stderr: str
+
+    def __str__(self):
+        return (f"{shlex.join(self.command)}\nended with {self.status}\n--- stdout\n{self.stdout[-3000:]}\n"
+                f"--- stderr\n{self.stderr[-6000:]}")
+
+
+class EndToEndTest(unittest.TestCase):
+    """A test with a folder, `self.dir`, in which all programs run, and no compositor unless it asks for one."""
+
+    def setUp(self):
+        self.dir = pathlib.Path(tempfile.mkdtemp(prefix=f"playback-{self._testMethodName}-"))
+        self._script = ["#!/bin/sh", f"cd {shlex.quote(str(self.dir))}", f"unset {' '.join(_DISPLAY_VARIABLES)}"]
+
+    def tearDown(self):
+        failed = any(error for _, error in self._outcome.errors) if hasattr(self._outcome, "errors") else \
+            bool(self._outcome.result.failures or self._outcome.result.errors)
+        if not failed:
+            shutil.rmtree(self.dir)
+            return
+        script = self.dir / "again.sh"
+        script.write_text("\n".join(self._script) + "\n")
+        print(f"\nThe folder of {self.id()} is kept. To repeat the test, or only its commands:\n"
+              f"  cd {ROOT}/tests/e2e && PLAYBACK_BUILD={BUILD} python3 -m unittest -v {self.id()}\n"
+              f"  sh {script}", flush=True)
+
+    def environment(self, **more):
+        result = {name: value for name, value in os.environ.items() if name not in _DISPLAY_VARIABLES}
+        return result | more
+
+    def note(self, command, more):
+        """Adds a command to the script that repeats the test."""
+        self._script.append(" ".join([f"{k}={shlex.quote(v)}" for k, v in more.items()] + [shlex.join(command)]))
+
+    def run_program(self, *command, status=DONE, timeout=TIMEOUT_S, **environment):
+        """Runs a program to its end. `status` is the exit status expected, or a collection of those allowed."""
+        command = [str(part) for part in command]
+        self.note(command, environment)
+        done = subprocess.run(command, cwd=self.dir, env=self.environment(**environment), timeout=timeout,
+                              stdin=subprocess.DEVNULL, capture_output=True, check=False)
+        result = Result(command, done.returncode, done.stdout.decode(errors="replace"),
+                        done.stderr.decode(errors="replace"))
+        allowed = [status] if isinstance(status, int) else status
+        if result.status not in allowed:
+            self.fail(f"expected status {status}: {result}")
+        return result
+
+    def start_program(self, *command, **environment):
+        """Starts a program that the test will end itself; its output goes to files of the folder."""
+        command = [str(part) for part in command]
+        self.note(command, environment)
+        name = pathlib.Path(command[0]).name
+        with open(self.dir / f"{name}.out", "wb") as out, open(self.dir / f"{name}.err", "wb") as err:
+            process = subprocess.Popen(command, cwd=self.dir, env=self.environment(**environment), stdout=out,
+                                       stderr=err, stdin=subprocess.DEVNULL)
+        self.addCleanup(lambda: process.poll() is None and process.kill())
+        return process
+
+    def record(self, *program, capture="recorded.glcap", options=(), compositor=True):
+        """Records a program with frame hashes."""
+        weston = [WITH_WESTON] if compositor else []
+        self.run_program(*weston, RECORD, "--hash", *options, "-o", capture, "--", *program)
+        return capture
+
+    def verify(self, capture, *options, compositor=False):
+        """Replays and expects every frame to be the recorded one."""
+        weston = [WITH_WESTON] if compositor else []
+        return self.run_program(*weston, PLAYBACK, "-verify", *options, capture)
+
+    def info(self, capture):
+        return json.loads(self.run_program(INFO, "--json", capture).stdout)
+
+    def assertMentions(self, result, *texts):
+        for text in texts:
+            if text not in result.stderr:
+                self.fail(f"no word of '{text}': {result}")

@@ -1,0 +1,86 @@
+"""Damaged and unfinished captures are replayed up to the damage, or refused: with a message, and never with a crash."""
+
+import os
+import random
+import re
+import signal
+import time
+import unittest
+
+from harness import DONE, INFO, PLAYBACK, RECORD, SAMPLE, SPINNING, UNREADABLE, EndToEndTest
+
+
+class Damage(EndToEndTest):
+    def replay(self, data, what):
+        (self.dir / "damaged.glcap").write_bytes(data)
+        for program in ([INFO], [PLAYBACK, "-headless"]):
+            result = self.run_program(*program, "damaged.glcap", status=(DONE, UNREADABLE))
+            self.assertMentions(result, "damaged.glcap")
+            self.assertTrue(result.stderr.strip(), f"{what}: no warning: {result}")
+
+    def test_cut_anywhere(self):
+        data = open(SAMPLE, "rb").read()
+        chosen = random.Random(2)
+        for at in [1, 16, 64, len(data) - 1, *(chosen.randrange(len(data)) for _ in range(8))]:
+            with self.subTest(bytes=at):
+                self.replay(data[:at], f"cut after {at} bytes")
+
+    def test_flipped_byte_anywhere(self):
+        data = open(SAMPLE, "rb").read()
+        chosen = random.Random(3)
+        for at in [0, 8, len(data) - 1, *(chosen.randrange(len(data)) for _ in range(8))]:
+            with self.subTest(at=at):
+                self.replay(data[:at] + bytes([data[at] ^ 0x40]) + data[at + 1:], f"byte {at} flipped")
+
+
+class EndedEarly(EndToEndTest):
+    """The recorded program draws for ever; something ends it."""
+
+    def start(self):
+        recorder = self.start_program(RECORD, "--hash", "-o", "ended.glcap", "--", SPINNING, "--pbuffer", "--frames",
+                                      "0", "--sleep", "1")
+        deadline = time.monotonic() + 30
+        capture = self.dir / "ended.glcap"
+        while not (capture.exists() and capture.stat().st_size > 0 and self.spinning_of(recorder)):
+            self.assertLess(time.monotonic(), deadline, "nothing was recorded")
+            time.sleep(0.05)
+        time.sleep(2)
+        return recorder
+
+    def spinning_of(self, recorder):
+        """Process of the recorded program: a child of the recorder's, or the recorder's own when it was replaced."""
+        for pid in filter(str.isdigit, os.listdir("/proc")):
+            try:
+                status = open(f"/proc/{pid}/status").read()
+            except OSError:
+                continue
+            if re.search(r"^Name:\s+spinning$", status, re.M) and (
+                    int(pid) == recorder.pid or re.search(rf"^PPid:\s+{recorder.pid}$", status, re.M)):
+                return int(pid)
+        return None
+
+    def test_sigkill_leaves_a_capture_up_to_the_last_whole_chunk(self):
+        recorder = self.start()
+        os.kill(self.spinning_of(recorder), signal.SIGKILL)
+        recorder.wait(20)
+        result = self.verify("ended.glcap")
+        frames = self.info("ended.glcap")["frames"]
+        self.assertGreater(frames, 0)
+        self.assertMentions(result, f"{frames} frames")
+
+    def check_clean_end(self, number):
+        recorder = self.start()
+        recorder.send_signal(number)
+        recorder.wait(20)
+        result = self.verify("ended.glcap")
+        self.assertNotIn("warning", result.stderr.lower())
+
+    def test_sigint_ends_the_capture_cleanly(self):
+        self.check_clean_end(signal.SIGINT)
+
+    def test_sigterm_ends_the_capture_cleanly(self):
+        self.check_clean_end(signal.SIGTERM)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,44 @@
+"""Programs are recorded, and the replay has the same pixels: off screen without a compositor, and in a window."""
+
+import unittest
+
+from harness import SPINNING, EndToEndTest
+
+
+class RecordAndReplay(EndToEndTest):
+    def check(self, frames, *program, options=()):
+        capture = self.record(*program, options=options)
+        self.assertEqual(self.info(capture)["frames"], frames)
+        off_screen = self.verify(capture)
+        self.assertMentions(off_screen, "off screen")
+        self.verify(capture, compositor=True)
+        self.verify(capture, "-headless", compositor=True)
+
+    def test_linked_client(self):
+        self.check(30, SPINNING, "--frames", "30")
+
+    def test_client_that_resizes_its_window(self):
+        self.check(8, SPINNING, "--frames", "8", "--resize", "4")
+
+    def test_client_without_compositor(self):
+        capture = self.record(SPINNING, "--frames", "8", "--pbuffer", compositor=False)
+        self.verify(capture)
+
+    def glmark2(self, scene):
+        self.check(20, "glmark2-es2-wayland", "-s", "400x300", "-b", f"{scene}:nframes=20")
+
+    def test_glmark2_build(self):
+        self.glmark2("build")
+
+    def test_glmark2_texture(self):
+        self.glmark2("texture")
+
+    def test_es2gears(self):
+        self.check(30, "es2gears_wayland", options=["--frames", "30"])
+
+    def test_weston_simple_egl(self):
+        self.check(30, "weston-simple-egl", options=["--frames", "30"])
+
+
+if __name__ == "__main__":
+    unittest.main()
