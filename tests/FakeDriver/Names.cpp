@@ -12,7 +12,12 @@ struct EnumName {
     const char* name;
 };
 
-#include "tests/FakeDriver/EnumNames.inc"
+constexpr EnumName glNames[] = {
+#include "Interfaces/GLEnumNames.inc"
+};
+constexpr EnumName eglNames[] = {
+#include "Interfaces/EGLEnumNames.inc"
+};
 
 template <std::size_t count> std::string Name(const EnumName (&names)[count], unsigned int value)
 {

@@ -9,6 +9,8 @@ HERE = Path(__file__).parent
 sys.path.insert(0, str(HERE.parents[1] / "tools" / "apigen"))
 
 import apigen  # noqa: E402
+import emit_enum_names  # noqa: E402
+import emit_function_forms  # noqa: E402
 import emit_play_gl  # noqa: E402
 import model  # noqa: E402
 
@@ -18,6 +20,24 @@ def load_text(*lines):
         path = Path(folder) / "x.api"
         path.write_text("\n".join(lines))
         return model.load([path])
+
+
+class EnumNames(unittest.TestCase):
+    def test_core_wins_over_vendors_and_enums_over_bits_and_marks_are_no_enums(self):
+        core = "#define GL_VERSION_2_0 1\n#define GL_A_BIT 0x0004\n#define GL_TRIANGLES   0x0004\n#define GL_B 0x8001\n"
+        vendor = ("#define GL_EXT_marks 1\n#define GL_B_BIT0_QCOM 0x8001\n#define GL_C_OES 0x9001\n"
+                  "#define GL_C_EXT 0x9001\n#define GL_TIMEOUT 0xFFFFFFFFFFFFFFFFull\n")
+        self.assertEqual(emit_enum_names.enum_names([core, vendor]),
+                         {4: "GL_TRIANGLES", 0x8001: "GL_B", 0x9001: "GL_C_OES"})
+
+
+class FunctionForms(unittest.TestCase):
+    def test_each_member_of_a_group_can_serve_for_the_others_its_own_name_first(self):
+        api = load_text("3.0 void glX(int a)", "GL_OES_x void glXOES(int a)", "2.0 void glOther(int a)",
+                        "alias glXOES = glX @ GL_OES_x", "alias glXEXT = glX @ GL_EXT_x|GL_NV_x")
+        forms = {call.name: f for call, f in emit_function_forms.forms(api).items()}
+        core, oes, ext = ("glX", "3.0"), ("glXOES", "GL_OES_x"), ("glXEXT", "GL_EXT_x|GL_NV_x")
+        self.assertEqual(forms, {"glX": [core, oes, ext], "glXOES": [oes, core, ext], "glOther": [("glOther", "2.0")]})
 
 
 class Description(unittest.TestCase):

@@ -1,7 +1,6 @@
 """The entry points of the fake driver of the tests: each hands its arguments, as words, to one function."""
 
 import re
-from pathlib import Path
 
 from text import BANNER, c_arguments, c_parameters, wrap
 
@@ -124,23 +123,7 @@ def emit_extensions(api):
     return BANNER + "\n" + line("describedExtensions", "GL_") + "\n" + line("describedEGLExtensions", "EGL_")
 
 
-def enum_names(variable, prefix, headers):
-    names = {}
-    for header in headers:
-        for name, value in re.findall(rf"^#define ({prefix}\w+)\s+(0x[0-9A-Fa-f]+)$", Path(header).read_text(), re.M):
-            names.setdefault(int(value, 16), name)
-    lines = "".join(f'    {{{value:#x}, "{name}"}},\n' for value, name in sorted(names.items()) if value < 2**32)
-    return f"constexpr EnumName {variable}[] = {{\n{lines}}};\n"
-
-
-def emit_enum_names(_api):
-    include = "/usr/include"
-    return (BANNER + "\n" + enum_names("glNames", "GL_", [f"{include}/GLES3/gl32.h", f"{include}/GLES2/gl2ext.h"]) + "\n"
-            + enum_names("eglNames", "EGL_", [f"{include}/EGL/egl.h", f"{include}/EGL/eglext.h"]))
-
-
 OUTPUTS = {
-    "tests/FakeDriver/EnumNames.inc": emit_enum_names,
     "tests/FakeDriver/EntryPoints.inc": emit_entry_points,
     "tests/FakeDriver/Extensions.inc": emit_extensions,
 }
