@@ -10,9 +10,13 @@ namespace Data {
 /// The memory behind one pointer argument of a captured call. Owned by the reader and valid during the call only.
 ///
 /// Three cases: captured contents (HasData), which lie in the reader's chunk and may be overwritten; no contents but
-/// a value, where the application passed an offset into a bound buffer; neither, a null pointer.
+/// a value, where the application passed an offset into a bound buffer; neither, a null pointer. Output that was
+/// captured without contents has memory too, zeroed, although HasData is false.
 class PointerData {
 public:
+    /// Most memory that one argument gets.
+    static constexpr std::uint64_t maxOwnedBytes = 256u << 20;
+
     /// What to hand to the live function: the contents, else the captured value, else null.
     [[nodiscard]] void* GetPointer() const { return m_payload; }
     template <class T> [[nodiscard]] T* As() const { return static_cast<T*>(m_payload); }
@@ -22,24 +26,40 @@ public:
     /// The pointer that the application passed, or received for a returned pointer.
     [[nodiscard]] std::uint64_t GetCapturedPointer() const { return m_capturedPointer; }
 
-    /// Makes room for `count` elements; what was there is kept as far as it fits, new elements are zero.
+    /// Makes room for `count` elements; what was there is kept as far as it fits, new elements are zero. Does nothing
+    /// when the payload is no memory, or when that would need more than maxOwnedBytes.
     void ResizeArray(std::uint32_t count);
-    /// Makes room for `length` characters, the terminator included.
+    /// Makes room for `length` characters, the terminator included. As ResizeArray.
     void ResizeString(std::uint32_t length);
 
-    /// Contents of `count` elements of `elementBytes` bytes, with room for `capacityBytes` from `payload` on.
-    void SetContents(void* payload, std::uint32_t count, std::uint32_t elementBytes, std::uint64_t capturedPointer);
-    /// No contents: the live function gets the captured value itself.
-    void SetValue(std::uint64_t capturedPointer, std::uint32_t elementBytes);
-    /// Contents in memory of this object's own, zeroed, for output that the chunk has no room for.
+    /// Contents of `count` elements of `elementBytes` bytes at `payload`.
+    void SetContents(void* payload, std::uint32_t count, std::uint32_t elementBytes, std::uint64_t capturedPointer)
+    {
+        m_payload = payload;
+        m_count = static_cast<std::int32_t>(count);
+        m_elementBytes = elementBytes;
+        m_isMemory = true;
+        m_hasData = true;
+        m_capturedPointer = capturedPointer;
+    }
+    /// No contents: the live function gets `value` itself.
+    void SetValue(std::uint64_t value, std::uint32_t elementBytes = 1)
+    {
+        m_payload = reinterpret_cast<void*>(static_cast<std::uintptr_t>(value));
+        m_count = 0;
+        m_elementBytes = elementBytes;
+        m_isMemory = false;
+        m_hasData = false;
+        m_capturedPointer = value;
+    }
+    /// No contents, but memory of this object's own, zeroed, for output.
     void SetOwned(std::uint32_t count, std::uint32_t elementBytes, std::uint64_t capturedPointer);
 
 private:
-    void Reserve(std::size_t bytes);
-
     void* m_payload = nullptr;
     std::int32_t m_count = 0;
     std::uint32_t m_elementBytes = 1;
+    bool m_isMemory = false;
     bool m_hasData = false;
     std::uint64_t m_capturedPointer = 0;
     std::vector<std::uint64_t> m_storage;
