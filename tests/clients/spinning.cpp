@@ -4,10 +4,12 @@
 
 #include <GLES2/gl2.h>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <getopt.h>
 #include <string>
 #include <thread>
@@ -288,10 +290,11 @@ void WriteFrame(const std::string& path, int width, int height)
 {
     std::vector<std::uint8_t> pixels(static_cast<std::size_t>(width) * height * 4);
     glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
-    std::FILE* file = std::fopen(path.c_str(), "wb");
-    const bool written = file && std::fwrite(pixels.data(), 1, pixels.size(), file) == pixels.size();
-    if (!written || std::fclose(file) != 0) {
-        std::perror(path.c_str());
+    std::ofstream file(path, std::ios::binary);
+    file.write(reinterpret_cast<const char*>(pixels.data()), static_cast<std::streamsize>(pixels.size()));
+    file.close();
+    if (!file) {
+        std::fprintf(stderr, "spinning: cannot write %s\n", path.c_str());
         std::exit(1);
     }
 }
