@@ -1,49 +1,36 @@
 #include "FakeDriver/Names.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <iterator>
+
+#include "Interfaces/Core.h"
 
 namespace Fake {
 namespace {
 
-struct EnumName {
-    unsigned int value;
-    const char* name;
-};
-
-constexpr EnumName glNames[] = {
-#include "Interfaces/GLEnumNames.inc"
-};
-constexpr EnumName eglNames[] = {
-#include "Interfaces/EGLEnumNames.inc"
-};
-
-template <std::size_t count> std::string Name(const EnumName (&names)[count], unsigned int value)
+std::string Name(std::string (*find)(unsigned int), unsigned int value)
 {
     if (value < 0x100) {
         return std::to_string(value);
     }
-    const EnumName* found = std::lower_bound(std::begin(names), std::end(names), value,
-                                             [](const EnumName& entry, unsigned int v) { return entry.value < v; });
-    if (found != std::end(names) && found->value == value) {
-        return found->name;
+    std::string name = find(value);
+    if (name.empty()) {
+        char text[16];
+        std::snprintf(text, sizeof text, "0x%x", value);
+        name = text;
     }
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%x", value);
-    return text;
+    return name;
 }
 
 } // namespace
 
 std::string GLName(unsigned int value)
 {
-    return Name(glNames, value);
+    return Name(&Core::LogFormat::GetGLEnumString, value);
 }
 
 std::string EGLName(unsigned int value)
 {
-    return Name(eglNames, value);
+    return Name(&Core::LogFormat::GetEGLEnumString, value);
 }
 
 } // namespace Fake

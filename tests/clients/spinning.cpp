@@ -310,7 +310,6 @@ Options Parse(int argc, char** argv)
                             {}};
     Options options;
     for (int choice; (choice = getopt_long(argc, argv, "", names, nullptr)) != -1;) {
-        const char* colon = optarg ? std::strchr(optarg, ':') : nullptr;
         switch (choice) {
         case 'f':
             options.frames = std::atoi(optarg);
@@ -328,7 +327,7 @@ Options Parse(int argc, char** argv)
             std::fputs(Usage, stdout);
             std::exit(0);
         case 'r':
-            if (colon) {
+            if (const char* colon = std::strchr(optarg, ':')) {
                 options.readbackFrame = std::atoi(optarg);
                 options.readbackFile = colon + 1;
                 break;
