@@ -2,7 +2,7 @@
 
 import re
 
-from text import BANNER, c_arguments, c_parameters, wrap
+from text import BANNER, c_parameters, wrap
 
 # How an argument, an element or a return value is written in the fake driver's log.
 FORMS = {
