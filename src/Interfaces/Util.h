@@ -64,9 +64,10 @@ public:
     GLScreenshotHandler(ImageFormat format, bool opaque);
     virtual ~GLScreenshotHandler() = default;
 
-    /// Reads the framebuffer bound for reading and writes `name` plus the format's extension. `bufferMask` holds
+    /// Reads the framebuffer bound for drawing and writes `name` plus the format's extension. `bufferMask` holds
     /// GL_COLOR_BUFFER_BIT, GL_DEPTH_BUFFER_BIT and GL_STENCIL_BUFFER_BIT; depth and stencil files get "_depth" and
-    /// "_stencil" after the name. All GL state is put back.
+    /// "_stencil" after the name, and are not written when the framebuffer has no such buffer or the driver cannot read
+    /// it. All GL state is put back; pending GL errors are lost. A failure is logged.
     virtual void TakeScreenshot(const std::string& name, unsigned int bufferMask);
     /// Writes given pixels, bottom row first, rows packed without padding; `format` and `type` are GL transfer enums.
     /// False, with a log message, when the combination is not known or the file cannot be written.
@@ -83,6 +84,8 @@ public:
 private:
     ImageFormat m_format;
     bool m_opaque;
+    /// Bits of the buffers of which the log already said that the driver cannot read them.
+    unsigned int m_reportedBuffers = 0;
 };
 
 /// The binding query that belongs to a buffer target, such as GL_ARRAY_BUFFER_BINDING; 0 for an unknown target.

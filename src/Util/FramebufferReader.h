@@ -1,0 +1,94 @@
+// Reads back what the current context has drawn.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Interfaces/Core.h"
+
+namespace Util {
+
+/// Pixels as the driver gave them: bottom row first, rows without padding; `format` and `type` are GL transfer enums.
+struct Pixels {
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    unsigned int format = 0;
+    unsigned int type = 0;
+    std::vector<std::uint8_t> data;
+};
+
+/// Reads the framebuffer that is bound for drawing, which is the one that draws and blits have changed. Lives for one
+/// screenshot: the constructor arranges the state that reading needs, the destructor puts all of it back. Errors that
+/// the context had pending before are lost, and none are left behind.
+class FramebufferReader {
+public:
+    FramebufferReader();
+    ~FramebufferReader();
+    FramebufferReader(const FramebufferReader&) = delete;
+    FramebufferReader& operator=(const FramebufferReader&) = delete;
+
+    /// Without pixels and without an error, the framebuffer has no such buffer.
+    struct Result {
+        std::optional<Pixels> pixels;
+        std::string error;
+        /// The buffer is there, but OpenGL ES itself reads colours only and the driver lacks the extension.
+        bool isBeyondDriver = false;
+    };
+
+    /// The first colour buffer that is drawn to, resolved when it is multisampled.
+    [[nodiscard]] Result ReadColor();
+    [[nodiscard]] Result ReadDepth();
+    [[nodiscard]] Result ReadStencil();
+
+private:
+    /// What is attached to a framebuffer object.
+    struct Storage {
+        std::int32_t width = 0;
+        std::int32_t height = 0;
+        unsigned int internalFormat = 0;
+    };
+    /// A piece of integer state and the value to put back.
+    struct Saved {
+        unsigned int name;
+        std::int32_t value;
+    };
+
+    [[nodiscard]] bool HasExtension(std::string_view name) const;
+    [[nodiscard]] std::int32_t Get(unsigned int name) const;
+    [[nodiscard]] unsigned int TakeErrors() const;
+    [[nodiscard]] bool IsDefaultFramebuffer() const { return m_framebuffer == 0; }
+
+    void ArrangePackState();
+    void ArrangeReadFramebuffer();
+    void FindSize();
+    [[nodiscard]] unsigned int FindColorBuffer() const;
+    [[nodiscard]] std::int32_t GetAttachment(unsigned int attachment, unsigned int name) const;
+    [[nodiscard]] Storage FindStorage(unsigned int attachment) const;
+    [[nodiscard]] Storage FindTextureStorage(unsigned int attachment) const;
+    [[nodiscard]] Result ReadResolved(unsigned int format, unsigned int type);
+    [[nodiscard]] Result Read(unsigned int format, unsigned int type);
+
+    const Core::GLESProcTable& m_gl;
+    /// Why nothing can be read; empty when reading is possible.
+    std::string m_error;
+    std::string_view m_extensions;
+    bool m_isES3 = false;
+    bool m_isES31 = false;
+    std::int32_t m_width = 0;
+    std::int32_t m_height = 0;
+    /// The framebuffer that is read: the one bound for drawing.
+    unsigned int m_framebuffer = 0;
+    /// GL_NONE when nothing is drawn to colour buffers.
+    unsigned int m_colorBuffer = 0;
+
+    // What the destructor puts back.
+    std::vector<Saved> m_packParameters;
+    std::optional<unsigned int> m_packBuffer;
+    std::optional<unsigned int> m_readFramebuffer;
+    std::optional<unsigned int> m_readBuffer;
+};
+
+} // namespace Util

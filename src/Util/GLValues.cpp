@@ -1,0 +1,126 @@
+#include "Interfaces/Util.h"
+
+#include <GLES3/gl32.h>
+// Needs the types of the header above.
+#include <GLES2/gl2ext.h>
+
+namespace Util {
+
+namespace {
+
+struct TransferFormat {
+    GLenum format;
+    GLenum type;
+    GLenum internalFormat;
+};
+
+// OpenGL ES 3.2, table 8.2, one internal format a pair: the one that keeps all bits, normalised where there is a
+// choice. EXT_texture_norm16 and EXT_texture_format_BGRA8888 at the end; the latter has no sized format for
+// glTexImage2D.
+constexpr TransferFormat TransferFormats[] = {
+    {GL_RGBA, GL_UNSIGNED_BYTE, GL_RGBA8},
+    {GL_RGBA, GL_BYTE, GL_RGBA8_SNORM},
+    {GL_RGBA, GL_UNSIGNED_SHORT_4_4_4_4, GL_RGBA4},
+    {GL_RGBA, GL_UNSIGNED_SHORT_5_5_5_1, GL_RGB5_A1},
+    {GL_RGBA, GL_UNSIGNED_INT_2_10_10_10_REV, GL_RGB10_A2},
+    {GL_RGBA, GL_HALF_FLOAT, GL_RGBA16F},
+    {GL_RGBA, GL_FLOAT, GL_RGBA32F},
+    {GL_RGBA_INTEGER, GL_UNSIGNED_BYTE, GL_RGBA8UI},
+    {GL_RGBA_INTEGER, GL_BYTE, GL_RGBA8I},
+    {GL_RGBA_INTEGER, GL_UNSIGNED_SHORT, GL_RGBA16UI},
+    {GL_RGBA_INTEGER, GL_SHORT, GL_RGBA16I},
+    {GL_RGBA_INTEGER, GL_UNSIGNED_INT, GL_RGBA32UI},
+    {GL_RGBA_INTEGER, GL_INT, GL_RGBA32I},
+    {GL_RGBA_INTEGER, GL_UNSIGNED_INT_2_10_10_10_REV, GL_RGB10_A2UI},
+    {GL_RGB, GL_UNSIGNED_BYTE, GL_RGB8},
+    {GL_RGB, GL_BYTE, GL_RGB8_SNORM},
+    {GL_RGB, GL_UNSIGNED_SHORT_5_6_5, GL_RGB565},
+    {GL_RGB, GL_UNSIGNED_INT_10F_11F_11F_REV, GL_R11F_G11F_B10F},
+    {GL_RGB, GL_UNSIGNED_INT_5_9_9_9_REV, GL_RGB9_E5},
+    {GL_RGB, GL_HALF_FLOAT, GL_RGB16F},
+    {GL_RGB, GL_FLOAT, GL_RGB32F},
+    {GL_RGB_INTEGER, GL_UNSIGNED_BYTE, GL_RGB8UI},
+    {GL_RGB_INTEGER, GL_BYTE, GL_RGB8I},
+    {GL_RGB_INTEGER, GL_UNSIGNED_SHORT, GL_RGB16UI},
+    {GL_RGB_INTEGER, GL_SHORT, GL_RGB16I},
+    {GL_RGB_INTEGER, GL_UNSIGNED_INT, GL_RGB32UI},
+    {GL_RGB_INTEGER, GL_INT, GL_RGB32I},
+    {GL_RG, GL_UNSIGNED_BYTE, GL_RG8},
+    {GL_RG, GL_BYTE, GL_RG8_SNORM},
+    {GL_RG, GL_HALF_FLOAT, GL_RG16F},
+    {GL_RG, GL_FLOAT, GL_RG32F},
+    {GL_RG_INTEGER, GL_UNSIGNED_BYTE, GL_RG8UI},
+    {GL_RG_INTEGER, GL_BYTE, GL_RG8I},
+    {GL_RG_INTEGER, GL_UNSIGNED_SHORT, GL_RG16UI},
+    {GL_RG_INTEGER, GL_SHORT, GL_RG16I},
+    {GL_RG_INTEGER, GL_UNSIGNED_INT, GL_RG32UI},
+    {GL_RG_INTEGER, GL_INT, GL_RG32I},
+    {GL_RED, GL_UNSIGNED_BYTE, GL_R8},
+    {GL_RED, GL_BYTE, GL_R8_SNORM},
+    {GL_RED, GL_HALF_FLOAT, GL_R16F},
+    {GL_RED, GL_FLOAT, GL_R32F},
+    {GL_RED_INTEGER, GL_UNSIGNED_BYTE, GL_R8UI},
+    {GL_RED_INTEGER, GL_BYTE, GL_R8I},
+    {GL_RED_INTEGER, GL_UNSIGNED_SHORT, GL_R16UI},
+    {GL_RED_INTEGER, GL_SHORT, GL_R16I},
+    {GL_RED_INTEGER, GL_UNSIGNED_INT, GL_R32UI},
+    {GL_RED_INTEGER, GL_INT, GL_R32I},
+    {GL_DEPTH_COMPONENT, GL_UNSIGNED_SHORT, GL_DEPTH_COMPONENT16},
+    {GL_DEPTH_COMPONENT, GL_UNSIGNED_INT, GL_DEPTH_COMPONENT24},
+    {GL_DEPTH_COMPONENT, GL_FLOAT, GL_DEPTH_COMPONENT32F},
+    {GL_DEPTH_STENCIL, GL_UNSIGNED_INT_24_8, GL_DEPTH24_STENCIL8},
+    {GL_DEPTH_STENCIL, GL_FLOAT_32_UNSIGNED_INT_24_8_REV, GL_DEPTH32F_STENCIL8},
+    {GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, GL_STENCIL_INDEX8},
+    {GL_RGBA, GL_UNSIGNED_SHORT, GL_RGBA16_EXT},
+    {GL_RGB, GL_UNSIGNED_SHORT, GL_RGB16_EXT},
+    {GL_RG, GL_UNSIGNED_SHORT, GL_RG16_EXT},
+    {GL_RED, GL_UNSIGNED_SHORT, GL_R16_EXT},
+    {GL_BGRA_EXT, GL_UNSIGNED_BYTE, GL_BGRA_EXT},
+};
+
+} // namespace
+
+unsigned int GetBindBuffer(unsigned int target)
+{
+    switch (target) {
+    case GL_ARRAY_BUFFER:
+        return GL_ARRAY_BUFFER_BINDING;
+    case GL_ELEMENT_ARRAY_BUFFER:
+        return GL_ELEMENT_ARRAY_BUFFER_BINDING;
+    case GL_PIXEL_PACK_BUFFER:
+        return GL_PIXEL_PACK_BUFFER_BINDING;
+    case GL_PIXEL_UNPACK_BUFFER:
+        return GL_PIXEL_UNPACK_BUFFER_BINDING;
+    case GL_UNIFORM_BUFFER:
+        return GL_UNIFORM_BUFFER_BINDING;
+    case GL_TRANSFORM_FEEDBACK_BUFFER:
+        return GL_TRANSFORM_FEEDBACK_BUFFER_BINDING;
+    case GL_COPY_READ_BUFFER:
+        return GL_COPY_READ_BUFFER_BINDING;
+    case GL_COPY_WRITE_BUFFER:
+        return GL_COPY_WRITE_BUFFER_BINDING;
+    case GL_DRAW_INDIRECT_BUFFER:
+        return GL_DRAW_INDIRECT_BUFFER_BINDING;
+    case GL_DISPATCH_INDIRECT_BUFFER:
+        return GL_DISPATCH_INDIRECT_BUFFER_BINDING;
+    case GL_ATOMIC_COUNTER_BUFFER:
+        return GL_ATOMIC_COUNTER_BUFFER_BINDING;
+    case GL_SHADER_STORAGE_BUFFER:
+        return GL_SHADER_STORAGE_BUFFER_BINDING;
+    case GL_TEXTURE_BUFFER:
+        return GL_TEXTURE_BUFFER_BINDING;
+    default:
+        return 0;
+    }
+}
+
+unsigned int GetInternalFormat(unsigned int format, unsigned int type)
+{
+    for (const TransferFormat& candidate : TransferFormats) {
+        if (candidate.format == format && candidate.type == type)
+            return candidate.internalFormat;
+    }
+    return 0;
+}
+
+} // namespace Util

@@ -1,0 +1,160 @@
+#include "Util/ImageFile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <initializer_list>
+
+#include <png.h>
+
+namespace Util {
+
+namespace {
+
+/// Appends numbers in little-endian order, whatever the machine.
+class Header {
+public:
+    Header& Text(const char* characters)
+    {
+        m_bytes += characters;
+        return *this;
+    }
+    Header& U16(std::initializer_list<std::uint16_t> values)
+    {
+        for (const std::uint16_t value : values)
+            Append(value, 2);
+        return *this;
+    }
+    Header& U32(std::initializer_list<std::uint32_t> values)
+    {
+        for (const std::uint32_t value : values)
+            Append(value, 4);
+        return *this;
+    }
+    Header& Zeros(std::size_t count)
+    {
+        m_bytes.append(count, '\0');
+        return *this;
+    }
+    [[nodiscard]] bool Write(std::FILE* file) const
+    {
+        return std::fwrite(m_bytes.data(), 1, m_bytes.size(), file) == m_bytes.size();
+    }
+
+private:
+    void Append(std::uint32_t value, int bytes)
+    {
+        for (int i = 0; i < bytes; ++i)
+            m_bytes += static_cast<char>(value >> (8 * i));
+    }
+
+    std::string m_bytes;
+};
+
+// Masks of the four channels in a little-endian 32-bit pixel whose bytes are red, green, blue, alpha.
+constexpr std::uint32_t RedMask = 0x000000FF;
+constexpr std::uint32_t GreenMask = 0x0000FF00;
+constexpr std::uint32_t BlueMask = 0x00FF0000;
+constexpr std::uint32_t AlphaMask = 0xFF000000;
+
+/// BITMAPFILEHEADER and BITMAPV4HEADER with bit fields, since the older headers have no alpha. Rows stand bottom first.
+bool WriteBmp(std::FILE* file, const Image& image, std::string&)
+{
+    constexpr std::uint32_t FileHeaderBytes = 14;
+    constexpr std::uint32_t V4HeaderBytes = 108;
+    constexpr std::uint32_t BitFields = 3;
+    constexpr std::uint32_t PixelsPerMetre = 2835; // 72 dots an inch
+    constexpr std::uint32_t Srgb = 0x73524742;     // LCS_sRGB; the colour end points and gamma behind it are unused
+    const auto pixelBytes = static_cast<std::uint32_t>(image.rgba.size());
+
+    Header header;
+    header.Text("BM").U32({FileHeaderBytes + V4HeaderBytes + pixelBytes, 0, FileHeaderBytes + V4HeaderBytes});
+    header.U32({V4HeaderBytes, image.width, image.height}).U16({1, 32});
+    header.U32({BitFields, pixelBytes, PixelsPerMetre, PixelsPerMetre, 0, 0});
+    header.U32({RedMask, GreenMask, BlueMask, AlphaMask, Srgb}).Zeros(36 + 12);
+    return header.Write(file) && std::fwrite(image.rgba.data(), 1, image.rgba.size(), file) == image.rgba.size();
+}
+
+/// An uncompressed A8B8G8R8 surface without mipmaps. Rows stand top first.
+bool WriteDds(std::FILE* file, const Image& image, std::string&)
+{
+    constexpr std::uint32_t HeaderBytes = 124;
+    constexpr std::uint32_t PixelFormatBytes = 32;
+    constexpr std::uint32_t CapsHeightWidthPitchPixelFormat = 0x1 | 0x2 | 0x4 | 0x8 | 0x1000;
+    constexpr std::uint32_t RgbWithAlpha = 0x40 | 0x1;
+    constexpr std::uint32_t Texture = 0x1000;
+    const std::uint32_t pitch = image.width * 4;
+
+    Header header;
+    header.Text("DDS ").U32({HeaderBytes, CapsHeightWidthPitchPixelFormat, image.height, image.width, pitch, 0, 0});
+    header.Zeros(11 * 4);
+    header.U32({PixelFormatBytes, RgbWithAlpha, 0, 32, RedMask, GreenMask, BlueMask, AlphaMask});
+    header.U32({Texture, 0, 0, 0, 0});
+    bool written = header.Write(file);
+    for (std::size_t row = image.height; written && row-- > 0;)
+        written = std::fwrite(image.rgba.data() + row * pitch, 1, pitch, file) == pitch;
+    return written;
+}
+
+bool WritePng(std::FILE* file, const Image& image, std::string& error)
+{
+    png_image png = {};
+    png.version = PNG_IMAGE_VERSION;
+    png.width = image.width;
+    png.height = image.height;
+    png.format = PNG_FORMAT_RGBA;
+    png.flags = PNG_IMAGE_FLAG_FAST;
+    // A negative stride stands for the bottom row first.
+    const auto stride = -static_cast<png_int_32>(image.width * 4);
+    if (png_image_write_to_stdio(&png, file, 0, image.rgba.data(), stride, nullptr))
+        return true;
+    error = png.message;
+    return false;
+}
+
+} // namespace
+
+const char* FileExtension(ImageFormat format)
+{
+    switch (format) {
+    case ImageFormat::Png:
+        return ".png";
+    case ImageFormat::Dds:
+        return ".dds";
+    default:
+        return ".bmp";
+    }
+}
+
+std::string WriteImageFile(const std::string& path, ImageFormat format, const Image& image)
+{
+    errno = 0;
+    std::FILE* file = std::fopen(path.c_str(), "wbe");
+    if (!file)
+        return std::strerror(errno);
+
+    std::string error;
+    bool written = false;
+    switch (format) {
+    case ImageFormat::Bmp:
+        written = WriteBmp(file, image, error);
+        break;
+    case ImageFormat::Png:
+        written = WritePng(file, image, error);
+        break;
+    case ImageFormat::Dds:
+        written = WriteDds(file, image, error);
+        break;
+    }
+    const int writeErrno = errno;
+    // The rest of the buffer is written here, so that a full disk can show as late as this.
+    const bool closed = std::fclose(file) == 0;
+    if (written && closed)
+        return {};
+    if (error.empty())
+        error = std::strerror(written ? errno : writeErrno);
+    std::remove(path.c_str());
+    return error;
+}
+
+} // namespace Util
