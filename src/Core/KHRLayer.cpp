@@ -207,10 +207,9 @@ const GLESExtProcTable& KHRLayer::GLESExtProc()
     return TheDriver().glesExt;
 }
 
-void KHRLayer::ReplaceChooseConfig(decltype(EGLProcTable::eglChooseConfig) function)
+EGLProcTable& KHRLayer::LiveEGL()
 {
-    TheDriver().egl.eglChooseConfig = function;
-    playbackEGLProcTable.eglChooseConfig = function;
+    return TheDriver().egl;
 }
 
 unsigned int KHRLayer::GetEglGlFuncId(const std::string& name)

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <type_traits>
 #include <unordered_set>
 
 #include "Interfaces/ProcTables.h"
@@ -106,9 +107,14 @@ public:
     static GLESProcTable playbackGLESProcTable;
     static GLESExtProcTable playbackGLESExtProcTable;
 
-    /// Puts `function` in the place of the driver's eglChooseConfig, in both tables. For a host that must adapt config
-    /// requests to the platform it replays on. LoadEGL must have run.
-    static void ReplaceChooseConfig(decltype(EGLProcTable::eglChooseConfig) function);
+    /// Puts `function` in the place of the driver's in both EGL tables, for a host that must come between replay and
+    /// driver: Replace(&EGLProcTable::eglChooseConfig, function). LoadEGL must have run.
+    template <class Function>
+    static void Replace(Function EGLProcTable::*entry, std::type_identity_t<Function> function)
+    {
+        LiveEGL().*entry = function;
+        playbackEGLProcTable.*entry = function;
+    }
 
     /// Identifier of an EGL or GL function by its name, 0 when the tables have no such function. A name that is another
     /// form of a function in the tables (glMapBufferRangeEXT) gives that function's.
@@ -120,6 +126,9 @@ public:
     static void ClearEGLExtApi(unsigned int id);
     static void ClearGLESApi(unsigned int id);
     static void ClearGLESExpApi(unsigned int id);
+
+private:
+    static EGLProcTable& LiveEGL();
 };
 
 } // namespace Core

@@ -147,11 +147,11 @@ TEST_F(KHRLayerTest, ClearingTouchesOnlyTheFunctionsOwnTable)
     EXPECT_EQ(EntriesIn(KHRLayer::playbackGLESExtProcTable), glesExt - 1);
 }
 
-TEST_F(KHRLayerTest, ReplacedChooseConfigIsCalledThroughBothTables)
+TEST_F(KHRLayerTest, ReplacedFunctionIsCalledThroughBothTables)
 {
     Start();
-    KHRLayer::ReplaceChooseConfig(
-        [](EGLDisplay, const EGLint*, EGLConfig*, EGLint, EGLint*) -> EGLBoolean { return 7; });
+    KHRLayer::Replace(&Core::EGLProcTable::eglChooseConfig,
+                      [](EGLDisplay, const EGLint*, EGLConfig*, EGLint, EGLint*) -> EGLBoolean { return 7; });
     EXPECT_EQ(KHRLayer::EGLProc().eglChooseConfig(nullptr, nullptr, nullptr, 0, nullptr), 7U);
     EXPECT_EQ(KHRLayer::playbackEGLProcTable.eglChooseConfig(nullptr, nullptr, nullptr, 0, nullptr), 7U);
 }
