@@ -1,6 +1,7 @@
 #include "Playback/RestorePixels.h"
 
 #include <cstdio>
+#include <initializer_list>
 #include <string>
 
 #include "Interfaces/Core.h"
@@ -114,10 +115,8 @@ void BlitToDrawFramebuffer(GLenum attachment, GLbitfield mask, GLenum internalFo
 class QuadProgram {
 public:
     QuadProgram()
-        : m_vertexShader(Compile(GL_VERTEX_SHADER, "attribute vec4 p; attribute vec2 t; varying vec2 tc; "
-                                                   "void main(){gl_Position=p;tc=t;}")),
-          m_fragmentShader(Compile(GL_FRAGMENT_SHADER, "varying vec2 tc; uniform sampler2D tex; "
-                                                       "void main(){gl_FragColor=texture2D(tex,tc);}")),
+        : m_vertexShader(Compile(GL_VERTEX_SHADER, {VertexSource})),
+          m_fragmentShader(Compile(GL_FRAGMENT_SHADER, {FragmentPrecision, FragmentSource})),
           m_program(GL().glCreateProgram())
     {
         static constexpr GLfloat Positions[] = {-1, -1, -1, 1, 1, -1, 1, 1};
@@ -152,11 +151,23 @@ public:
     }
 
 private:
-    static GLuint Compile(GLenum type, const char* source)
+    static constexpr const char* VertexSource =
+        "attribute vec4 p; attribute vec2 t; varying vec2 tc; void main(){gl_Position=p;tc=t;}";
+    /// Fragment shaders have no default precision for floats (OpenGL ES Shading Language 1.00, 4.5.3), and some drivers
+    /// insist on one. Nearest filtering needs the highest there is.
+    static constexpr const char* FragmentPrecision = "#ifdef GL_FRAGMENT_PRECISION_HIGH\n"
+                                                     "precision highp float;\n"
+                                                     "#else\n"
+                                                     "precision mediump float;\n"
+                                                     "#endif\n";
+    static constexpr const char* FragmentSource =
+        "varying vec2 tc; uniform sampler2D tex; void main(){gl_FragColor=texture2D(tex,tc);}";
+
+    static GLuint Compile(GLenum type, std::initializer_list<const char*> sources)
     {
         const auto& gl = GL();
         const GLuint shader = gl.glCreateShader(type);
-        gl.glShaderSource(shader, 1, &source, nullptr);
+        gl.glShaderSource(shader, static_cast<GLsizei>(sources.size()), sources.begin(), nullptr);
         gl.glCompileShader(shader);
         return shader;
     }
