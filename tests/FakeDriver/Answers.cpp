@@ -127,7 +127,7 @@ Word PutConfigs(const std::vector<Word>& found, Word out, Word room, Word countO
 
 template <class Attribute> Word CreateSurface(Objects& objects, Word attribs)
 {
-    const Word handle = objects.nextHandle++;
+    const Word handle = objects.NewHandle();
     auto& [width, height] = objects.surfaceSizes[handle];
     for (const auto* at = Pointer<Attribute>(attribs); at && at[0] != EGL_NONE; at += 2) {
         width = at[0] == EGL_WIDTH ? static_cast<int>(at[1]) : width;
@@ -336,7 +336,7 @@ void PutNames(Objects& objects, const Parameter& parameter, const Word* args, Wo
 {
     const std::int64_t count = parameter.count(args);
     for (std::int64_t i = 0; i < count; ++i) {
-        Pointer<GLuint>(pointer)[i] = static_cast<GLuint>(objects.nextName++);
+        Pointer<GLuint>(pointer)[i] = static_cast<GLuint>(objects.NewName());
     }
 }
 
@@ -369,7 +369,8 @@ Word Location(Objects& objects, const Function& function, const Word* args)
     const bool attribute = function.answer == Answer::LocationAttribute;
     const Word count =
         attribute ? std::distance(locations.lower_bound(program), locations.lower_bound(next)) : locations.size();
-    return locations.try_emplace({function.answer, {args[0], name}}, (attribute ? 3 : 31) + count).first->second;
+    return locations.try_emplace({function.answer, {args[0], name}}, (attribute ? 3 : 31 + objects.shift) + count)
+        .first->second;
 }
 
 } // namespace
@@ -389,7 +390,7 @@ Word Objects::Play(const Function& function, const Word* args)
     case Answer::True:
         return 1;
     case Answer::NewName:
-        return std::strncmp(function.name, "egl", 3) == 0 ? nextHandle++ : nextName++;
+        return std::strncmp(function.name, "egl", 3) == 0 ? NewHandle() : NewName();
     default:
         return Location(*this, function, args);
     }

@@ -21,8 +21,11 @@ struct Objects {
     unsigned int error = 0;
     int eglError = 0x3000;
 
-    Word nextName = 901;
-    Word nextHandle = 501;
+    /// Added to each name, handle and location, but those of attributes.
+    Word shift = 0;
+    /// Made so far.
+    Word names = 0;
+    Word handles = 0;
     /// Per kind of location: (program, name) to location.
     std::map<std::pair<Answer, std::pair<Word, std::string>>, Word> locations;
     /// Bytes of the last glBufferData, and memory of a mapped buffer, by target.
@@ -36,6 +39,8 @@ struct Objects {
     Word current[4] = {};
     std::string joined;
 
+    Word NewName() { return 901 + shift + names++; }
+    Word NewHandle() { return 501 + shift + handles++; }
     Word Play(const Function& function, const Word* args);
 };
 

@@ -50,6 +50,11 @@ private:
 using Player = std::function<Word(const Arguments&)>;
 
 /// The fake driver of this process. Calls may come from any thread; it is told what to do from one.
+///
+/// Whole programs are tested with it by environment variables: PLAYBACK_FAKE_LOG (file that the log is added to),
+/// PLAYBACK_FAKE_MISSING ("glFlush,glFinish", "tenth:3"), PLAYBACK_FAKE_VERSION, PLAYBACK_FAKE_EXTENSIONS,
+/// PLAYBACK_FAKE_EGL_EXTENSIONS, and PLAYBACK_FAKE_SHIFT (added to all names, handles and locations but those of
+/// attributes, so that nothing is called what it was called on another driver).
 class Control {
 public:
     virtual ~Control() = default;

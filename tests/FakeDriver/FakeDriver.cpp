@@ -57,6 +57,7 @@ void Driver::Reset()
     m_missing.clear();
     m_tenth = -1;
     m_objects = {};
+    m_objects.shift = std::strtoull(Environment("PLAYBACK_FAKE_SHIFT", "0"), nullptr, 10);
     m_objects.version = Environment("PLAYBACK_FAKE_VERSION", "OpenGL ES 3.2");
     m_objects.extensions = Split(Environment("PLAYBACK_FAKE_EXTENSIONS", describedExtensions), ' ');
     m_objects.eglExtensions = Environment("PLAYBACK_FAKE_EGL_EXTENSIONS", describedEGLExtensions);

@@ -62,16 +62,21 @@ Word ReadElement(const Parameter& parameter, const void* array, std::int64_t ind
     }
 }
 
+/// Memory in hex where it is short, else a fingerprint of it (FNV-1a): logs can be compared, and stay readable.
 std::string FormatBytes(const std::uint8_t* bytes, std::int64_t count)
 {
-    std::string result = "<" + std::to_string(count) + " bytes";
+    std::string result = "<" + std::to_string(count) + " bytes ";
     if (count <= 16) {
-        result += count > 0 ? " " : "";
         for (std::int64_t i = 0; i < count; ++i) {
             result += Print("%02x", bytes[i]);
         }
+        return result + ">";
     }
-    return result + ">";
+    std::uint32_t fingerprint = 2166136261;
+    for (std::int64_t i = 0; i < count; ++i) {
+        fingerprint = (fingerprint ^ bytes[i]) * 16777619;
+    }
+    return result + Print("#%08x>", fingerprint);
 }
 
 std::string FormatArray(const Parameter& parameter, const void* array, std::int64_t count)
