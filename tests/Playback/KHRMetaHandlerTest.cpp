@@ -1,0 +1,284 @@
+#include "Playback/KHRMetaHandler.h"
+
+#include <array>
+
+#include "Core/LiveContext.h"
+#include "FakeDriver/FakeDriver.h"
+#include "LogCapture.h"
+#include "Playback/EGLPassThruSurface.h"
+#include "Playback/GLResourceTable.h"
+#include "Playback/PlaybackSettings.h"
+
+namespace Playback {
+namespace {
+
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+PlaybackEnvironment& Settings()
+{
+    return *PlaybackEnvironment::Instance();
+}
+
+constexpr std::uint32_t Display = 1;
+constexpr std::uint32_t Surface = 2;
+
+TEST(KHRMetaHandlerMetadataTest, DescriptionsReachTheTableAndTheSurface)
+{
+    GLResourceTable table;
+    EGLPassThruSurface surface(EGLProxySurface::OriginalWindow);
+    table.AddIdEGLDisplay(Display, &table);
+    table.GetValueEGLDisplay(Display);
+    table.AddIdEGLSurface(Surface, &surface);
+    KHRMetaHandler handler(&table);
+
+    handler.ProcessSetWindowSizeCommand(Display, Surface, 640, 480);
+    handler.ProcessSetWindowSizeCommand(Display, 99, 1, 1);
+    EXPECT_EQ(surface.GetWidth(), 640u);
+    EXPECT_EQ(surface.GetHeight(), 480u);
+    const std::int32_t attribs[] = {EGL_RED_SIZE, 8, EGL_NONE};
+    handler.ProcessEGLConfigStateDesc(Display, 5, attribs, 3);
+    handler.ProcessEGLSurfaceStateDesc(Display, 6, attribs, 3);
+    EXPECT_NE(table.GetEGLConfigAttribs(5), nullptr);
+    EXPECT_NE(table.GetEGLSurfaceAttribs(6), nullptr);
+    handler.ProcessCreateEGLImageBufferCommand(Display, 3, nullptr);
+    KHRMetaHandler(nullptr).ProcessSetEGLImageContentCommand(3, nullptr);
+}
+
+/// What the handler asks of the driver.
+class KHRMetaHandlerTest : public FakeDriverTest {
+protected:
+    ~KHRMetaHandlerTest() override { Settings().InitDefaultSettings(); }
+
+    void RestoreAll()
+    {
+        handler.ProcessDefaultColorBuffer(Display, Surface, 2, 2, GL_RGBA, GL_UNSIGNED_BYTE, 16, pixels.data());
+        handler.ProcessDefaultDepthBuffer(Display, Surface, 2, 2, GL_DEPTH_COMPONENT, GL_UNSIGNED_INT, 16,
+                                          pixels.data());
+        handler.ProcessDefaultStencilBuffer(Display, Surface, 2, 2, GL_DEPTH_STENCIL, GL_UNSIGNED_INT_24_8, 16,
+                                            pixels.data());
+    }
+
+    std::vector<std::string> CallsOf(const std::string& function)
+    {
+        std::vector<std::string> calls = driver.Log();
+        std::erase_if(calls, [&](const std::string& call) { return !call.starts_with(function + "("); });
+        return calls;
+    }
+
+    std::array<std::uint8_t, 48> pixels{};
+    KHRMetaHandler handler{nullptr};
+};
+
+TEST_F(KHRMetaHandlerTest, EachDefaultBufferIsBlitted)
+{
+    for (const int samples : {0, 1}) {
+        Settings().m_samples = samples;
+        driver.ClearLog();
+        RestoreAll();
+        EXPECT_THAT(CallsOf("glBlitFramebuffer"),
+                    ElementsAre("glBlitFramebuffer(0, 0, 2, 2, 0, 0, 2, 2, 0x4000, GL_NEAREST)",
+                                "glBlitFramebuffer(0, 0, 2, 2, 0, 0, 2, 2, 0x100, GL_NEAREST)",
+                                "glBlitFramebuffer(0, 0, 2, 2, 0, 0, 2, 2, 0x400, GL_NEAREST)"));
+        EXPECT_THAT(CallsOf("glDrawArrays"), IsEmpty());
+        EXPECT_EQ(CallsOf("glGenTextures").size(), CallsOf("glDeleteTextures").size());
+        EXPECT_EQ(CallsOf("glGenFramebuffers").size(), CallsOf("glDeleteFramebuffers").size());
+    }
+}
+
+TEST_F(KHRMetaHandlerTest, AMultisampledSurfaceGetsItsColorDrawnAndNothingElse)
+{
+    Settings().m_samples = 4;
+    RestoreAll();
+    EXPECT_THAT(CallsOf("glDrawArrays"), ElementsAre("glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)"));
+    EXPECT_THAT(CallsOf("glBlitFramebuffer"), IsEmpty());
+    EXPECT_THAT(CallsOf("glTexImage2D").size(), 1u);
+}
+
+TEST_F(KHRMetaHandlerTest, NothingIsRestoredThatCannotBe)
+{
+    const std::uint8_t* data = pixels.data();
+    handler.ProcessDefaultColorBuffer(0, Surface, 2, 2, GL_RGBA, GL_UNSIGNED_BYTE, 16, data);
+    handler.ProcessDefaultColorBuffer(Display, 0, 2, 2, GL_RGBA, GL_UNSIGNED_BYTE, 16, data);
+    handler.ProcessDefaultColorBuffer(Display, Surface, 2, 2, GL_RGBA, GL_UNSIGNED_BYTE, 0, data);
+    handler.ProcessDefaultColorBuffer(Display, Surface, 2, 2, GL_RGBA, GL_UNSIGNED_BYTE, 16, nullptr);
+    handler.ProcessDefaultColorBuffer(Display, Surface, 2, 2, 0x1234, GL_UNSIGNED_BYTE, 16, data);
+    handler.ProcessMultiSampleTexture(GL_TEXTURE_2D_MULTISAMPLE, 5, 2, 2, 1, GL_RGBA8, GL_RGBA, GL_UNSIGNED_BYTE, 16, 0,
+                                      data);
+    Settings().m_defaultFbo = false;
+    RestoreAll();
+    EXPECT_THAT(driver.Log(), IsEmpty());
+
+    Settings().m_defaultFbo = true;
+    driver->SetMissing(
+        {"glBlitFramebuffer", "glBlitFramebufferANGLE", "glBlitFramebufferNV", "glFramebufferTextureLayer"});
+    Core::KHRLayer::FreeGLES();
+    driver.Load();
+    RestoreAll();
+    handler.ProcessMultiSampleTexture(GL_TEXTURE_2D_MULTISAMPLE, 5, 2, 2, 1, GL_RGBA8, GL_RGBA, GL_UNSIGNED_BYTE, 16,
+                                      16, data);
+    EXPECT_THAT(driver.Log(), IsEmpty());
+}
+
+TEST_F(KHRMetaHandlerTest, AFailedBlitIsReportedOnceForEachBuffer)
+{
+    LogCapture log;
+    driver->SetError(GL_INVALID_OPERATION);
+    RestoreAll();
+    EXPECT_THAT(log.Take(), ElementsAre("warning: Failed to restore default framebuffer data from GL_RGBA8 texture."));
+}
+
+TEST_F(KHRMetaHandlerTest, EveryLayerOfAnArrayIsDrawnFromItsOwnData)
+{
+    std::vector<std::ptrdiff_t> offsets;
+    driver.Answer("glTexImage2D", [&](const Fake::Arguments& args) {
+        offsets.push_back(args.Get<const std::uint8_t*>(8) - pixels.data());
+        return Fake::Word{0};
+    });
+    handler.ProcessMultiSampleTexture(GL_TEXTURE_2D_MULTISAMPLE_ARRAY, 55, 2, 2, 3, GL_RGBA8, GL_RGBA, GL_UNSIGNED_BYTE,
+                                      16, 48, pixels.data());
+    EXPECT_THAT(offsets, ElementsAre(0, 16, 32));
+    EXPECT_THAT(CallsOf("glFramebufferTextureLayer"),
+                ElementsAre("glFramebufferTextureLayer(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, 55, 0, 0)",
+                            "glFramebufferTextureLayer(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, 55, 0, 1)",
+                            "glFramebufferTextureLayer(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, 55, 0, 2)"));
+    EXPECT_EQ(CallsOf("glDrawArrays").size(), 3u);
+    driver.ClearLog();
+    handler.ProcessMultiSampleTexture(GL_TEXTURE_CUBE_MAP, 55, 2, 2, 3, GL_RGBA8, GL_RGBA, GL_UNSIGNED_BYTE, 16, 48,
+                                      pixels.data());
+    EXPECT_THAT(CallsOf("glDrawArrays"), IsEmpty());
+}
+
+TEST_F(KHRMetaHandlerTest, SyncStateWaitsForThePixels)
+{
+    RestoreAll();
+    EXPECT_THAT(CallsOf("glWaitSync"), IsEmpty());
+    Settings().m_syncState = true;
+    handler.ProcessDefaultColorBuffer(Display, Surface, 2, 2, GL_RGBA, GL_UNSIGNED_BYTE, 16, pixels.data());
+    EXPECT_EQ(CallsOf("glWaitSync").size(), 1u);
+    EXPECT_EQ(CallsOf("glDeleteSync").size(), 1u);
+}
+
+/// What becomes of the pixels on this machine's driver.
+class KHRMetaHandlerLiveTest : public testing::Test {
+protected:
+    static constexpr GLsizei Size = 4;
+    using Pixels = std::array<std::uint8_t, Size * Size * 4>;
+
+    KHRMetaHandlerLiveTest()
+    {
+        Core::KHRLayer::SetDriverDirectory("");
+        m_context.emplace(LiveContext::Request{.width = Size, .height = Size});
+        EXPECT_TRUE(m_context->IsCurrent()) << Core::KHRLayer::LoadError();
+        Core::KHRLayer::LoadGLESExt();
+    }
+    ~KHRMetaHandlerLiveTest() override
+    {
+        EXPECT_EQ(gl.glGetError(), GLenum{GL_NO_ERROR});
+        Settings().InitDefaultSettings();
+    }
+
+    static Pixels Pattern(unsigned int seed)
+    {
+        Pixels pixels;
+        for (std::size_t i = 0; i < pixels.size(); ++i) {
+            pixels[i] = static_cast<std::uint8_t>(i * 37 + seed);
+        }
+        return pixels;
+    }
+    Pixels ReadBack()
+    {
+        Pixels pixels{};
+        gl.glReadPixels(0, 0, Size, Size, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
+        return pixels;
+    }
+    /// The pixels of the framebuffer that is bound for reading, as they are with one sample.
+    Pixels Resolve()
+    {
+        GLuint renderbuffer = 0;
+        GLuint framebuffer = 0;
+        gl.glGenRenderbuffers(1, &renderbuffer);
+        gl.glBindRenderbuffer(GL_RENDERBUFFER, renderbuffer);
+        gl.glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, Size, Size);
+        gl.glGenFramebuffers(1, &framebuffer);
+        gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, framebuffer);
+        gl.glFramebufferRenderbuffer(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, renderbuffer);
+        gl.glBlitFramebuffer(0, 0, Size, Size, 0, 0, Size, Size, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+        gl.glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer);
+        return ReadBack();
+    }
+
+    std::optional<LiveContext> m_context;
+    const Core::GLESProcTable& gl = Core::KHRLayer::GLESProc();
+    KHRMetaHandler handler{nullptr};
+};
+
+TEST_F(KHRMetaHandlerLiveTest, TheColorBufferGetsItsPixelsBackEitherWay)
+{
+    for (const int samples : {1, 4}) { // by blit, by quad
+        Settings().m_samples = samples;
+        const Pixels pixels = Pattern(static_cast<unsigned int>(samples));
+        handler.ProcessDefaultColorBuffer(Display, Surface, Size, Size, GL_RGBA, GL_UNSIGNED_BYTE, sizeof pixels,
+                                          pixels.data());
+        EXPECT_THAT(ReadBack(), ElementsAreArray(pixels)) << samples;
+    }
+}
+
+TEST_F(KHRMetaHandlerLiveTest, MultisampleTexturesGetTheirPixelsLayerByLayer)
+{
+    GLuint textures[2];
+    gl.glGenTextures(2, textures);
+    gl.glBindTexture(GL_TEXTURE_2D_MULTISAMPLE, textures[0]);
+    gl.glTexStorage2DMultisample(GL_TEXTURE_2D_MULTISAMPLE, 4, GL_RGBA8, Size, Size, GL_TRUE);
+    gl.glBindTexture(GL_TEXTURE_2D_MULTISAMPLE_ARRAY, textures[1]);
+    gl.glTexStorage3DMultisample(GL_TEXTURE_2D_MULTISAMPLE_ARRAY, 4, GL_RGBA8, Size, Size, 2, GL_TRUE);
+    const std::array<Pixels, 2> layers = {Pattern(1), Pattern(2)};
+    handler.ProcessMultiSampleTexture(GL_TEXTURE_2D_MULTISAMPLE, textures[0], Size, Size, 1, GL_RGBA8, GL_RGBA,
+                                      GL_UNSIGNED_BYTE, sizeof(Pixels), sizeof(Pixels), layers[1].data());
+    handler.ProcessMultiSampleTexture(GL_TEXTURE_2D_MULTISAMPLE_ARRAY, textures[1], Size, Size, 2, GL_RGBA8, GL_RGBA,
+                                      GL_UNSIGNED_BYTE, sizeof(Pixels), sizeof layers, layers[0].data());
+
+    GLuint framebuffer = 0;
+    gl.glGenFramebuffers(1, &framebuffer);
+    gl.glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer);
+    gl.glFramebufferTexture2D(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D_MULTISAMPLE, textures[0], 0);
+    EXPECT_THAT(Resolve(), ElementsAreArray(layers[1]));
+    for (const int layer : {0, 1}) {
+        gl.glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer);
+        gl.glFramebufferTextureLayer(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, textures[1], 0, layer);
+        EXPECT_THAT(Resolve(), ElementsAreArray(layers[static_cast<std::size_t>(layer)])) << layer;
+    }
+}
+
+TEST_F(KHRMetaHandlerLiveTest, TheStencilReachesTheDefaultFramebuffer)
+{
+    // The stencil decides where the clear below may write.
+    std::array<std::uint32_t, Size * Size> depthStencil{};
+    depthStencil[5] = 3;
+    handler.ProcessDefaultStencilBuffer(Display, Surface, Size, Size, GL_DEPTH_STENCIL, GL_UNSIGNED_INT_24_8,
+                                        sizeof depthStencil,
+                                        reinterpret_cast<const std::uint8_t*>(depthStencil.data()));
+    const Pixels white = [] {
+        Pixels pixels;
+        pixels.fill(255);
+        return pixels;
+    }();
+    gl.glClearColor(0, 0, 0, 0);
+    gl.glClear(GL_COLOR_BUFFER_BIT);
+    gl.glEnable(GL_STENCIL_TEST);
+    gl.glStencilFunc(GL_EQUAL, 3, 0xFF);
+    Settings().m_samples = 4; // draws, and so obeys the stencil test
+    handler.ProcessDefaultColorBuffer(Display, Surface, Size, Size, GL_RGBA, GL_UNSIGNED_BYTE, sizeof white,
+                                      white.data());
+    Pixels expected{};
+    std::fill_n(expected.begin() + 5 * 4, 4, std::uint8_t{255});
+    EXPECT_THAT(ReadBack(), ElementsAreArray(expected));
+}
+
+} // namespace
+} // namespace Playback

@@ -1,0 +1,221 @@
+#include "Playback/PlaybackSettings.h"
+
+#include <filesystem>
+#include <map>
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include "Interfaces/Core.h"
+
+namespace Playback {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+class PlaybackSettingsTest : public testing::Test {
+protected:
+    void Load(const std::vector<std::string>& switches, const std::map<std::string, std::string>& values = {},
+              const std::string& captureFile = "/captures/trace.glcap")
+    {
+        testing::internal::CaptureStderr();
+        settings.LoadSettings({switches, values, {}}, captureFile);
+        console = testing::internal::GetCapturedStderr();
+    }
+
+    PlaybackEnvironment settings;
+    /// What the last Load printed.
+    std::string console;
+};
+
+TEST_F(PlaybackSettingsTest, FullscreenBeatsWindowed)
+{
+    Load({"-windowed", "-fullscreen"});
+    EXPECT_TRUE(settings.m_fullscreen);
+    EXPECT_TRUE(settings.m_windowModeSet);
+    EXPECT_THAT(console,
+                HasSubstr("Both -fullscreen and -windowed options were specified; -windowed will be ignored."));
+}
+
+TEST_F(PlaybackSettingsTest, ASizeImpliesAWindowUnlessTheModeWasChosen)
+{
+    Load({"-fullscreen"}, {{"-width", "640"}});
+    EXPECT_TRUE(settings.m_fullscreen);
+    EXPECT_EQ(settings.m_windowWidth, 640);
+
+    PlaybackEnvironment second;
+    second.m_fullscreen = true;
+    second.LoadSettings({{}, {{"-height", "480"}}, {}}, "x");
+    EXPECT_FALSE(second.m_fullscreen);
+    EXPECT_TRUE(second.m_windowModeSet);
+    EXPECT_TRUE(second.m_windowSizeSet);
+    EXPECT_EQ(second.m_windowWidth, 0);
+    EXPECT_EQ(second.m_windowHeight, 480);
+}
+
+TEST_F(PlaybackSettingsTest, EverySwitchSetsItsOwnField)
+{
+    const std::map<std::string, bool PlaybackEnvironment::*> fields = {
+        {"-noplayback", &PlaybackEnvironment::m_playback},
+        {"-stats", &PlaybackEnvironment::m_stats},
+        {"-preloadfile", &PlaybackEnvironment::m_preloadFile},
+        {"-singlesurface", &PlaybackEnvironment::m_singleSurface},
+        {"-pbuffersurface", &PlaybackEnvironment::m_pbufferSurface},
+        {"-skippbufferdisplay", &PlaybackEnvironment::m_skipPbufferDisplay},
+        {"-skipdefaultfbo", &PlaybackEnvironment::m_defaultFbo},
+        {"-forceflush", &PlaybackEnvironment::m_forceFlush},
+        {"-syncstate", &PlaybackEnvironment::m_syncState},
+        {"-skiperrorcheck", &PlaybackEnvironment::m_skipErrorCheck},
+        {"-dumpdefaultfbo", &PlaybackEnvironment::m_dumpDefaultFbo},
+        {"-screenshotopaque", &PlaybackEnvironment::m_screenshotOpaque},
+    };
+    for (const auto& [name, field] : fields) {
+        settings.InitDefaultSettings();
+        Load({name});
+        for (const auto& [other, otherField] : fields) {
+            const bool standard = PlaybackEnvironment().*otherField;
+            EXPECT_EQ(settings.*otherField, other == name ? !standard : standard) << name << " changes " << other;
+        }
+    }
+}
+
+TEST_F(PlaybackSettingsTest, NumbersGoToTheirFields)
+{
+    Load({}, {{"-pauseframe", "7"},
+              {"-stopframe", "8"},
+              {"-loopframe", "9"},
+              {"-loopcount", "10"},
+              {"-threadFilterStartFrame", "11"},
+              {"-samples", "-4"},
+              {"-thread", "3,1,3"},
+              {"-config", "R8G8B8"}});
+    EXPECT_TRUE(settings.m_pause);
+    EXPECT_EQ(settings.m_pauseFrame, 7);
+    EXPECT_TRUE(settings.m_stopFrameSet);
+    EXPECT_EQ(settings.m_stopFrame, 8);
+    EXPECT_EQ(settings.m_loopFrame, 9);
+    EXPECT_EQ(settings.m_loopCount, 10);
+    EXPECT_EQ(settings.m_threadFilterStartFrame, 11);
+    EXPECT_EQ(settings.m_samples, -4);
+    EXPECT_THAT(settings.m_threads, ElementsAre(3, 1, 3));
+    EXPECT_EQ(settings.m_config, "R8G8B8");
+}
+
+TEST_F(PlaybackSettingsTest, PauseFrameBeatsPaused)
+{
+    Load({"-paused"}, {{"-pauseframe", "7"}});
+    EXPECT_EQ(settings.m_pauseFrame, 7);
+    Load({"-paused"});
+    EXPECT_EQ(settings.m_pauseFrame, 1);
+}
+
+TEST_F(PlaybackSettingsTest, ExtractTexturesCountsOnlyWithAValue)
+{
+    Load({"-extracttextures"});
+    EXPECT_FALSE(settings.m_extractTextures);
+    Load({}, {{"-extracttextures", ""}});
+    EXPECT_TRUE(settings.m_extractTextures);
+}
+
+TEST_F(PlaybackSettingsTest, ScreenshotsSelectFramesOrDraws)
+{
+    struct Selection {
+        int interval, startFrame, endFrame, drawFrame, firstDraw, lastDraw;
+        bool operator==(const Selection&) const = default;
+    };
+    const std::map<std::string, Selection> expected = {
+        {"", {1, 0, 0, 0, 0, 0}},      {"5", {0, 5, 5, 0, 0, 0}},    {"3-9", {0, 3, 9, 0, 0, 0}},
+        {"10*", {10, 0, 0, 0, 0, 0}},  {"12:", {0, 0, 0, 12, 0, 0}}, {"12:5-9", {0, 0, 0, 12, 5, 9}},
+        {"1-2:3", {0, 0, 0, 1, 3, 2}}, // a dash ahead of the colon counts as the one behind it would
+    };
+    for (const auto& [value, selection] : expected) {
+        settings.InitDefaultSettings();
+        Load({}, {{"-screenshots", value}});
+        const PlaybackEnvironment& s = settings;
+        EXPECT_TRUE((Selection{s.m_screenshotInterval, s.m_screenshotStartFrame, s.m_screenshotEndFrame,
+                               s.m_perDrawScreenshotFrame, s.m_perDrawScreenshotFirstDraw,
+                               s.m_perDrawScreenshotLastDraw} == selection))
+            << '"' << value << '"';
+        EXPECT_EQ(settings.m_screenshotPath, "trace.glcap_");
+    }
+}
+
+TEST_F(PlaybackSettingsTest, ScreenshotDirIsCreatedAndPutBeforeTheName)
+{
+    const std::string folder = testing::TempDir() + "shots_" + std::to_string(getpid());
+    Load({}, {{"-screenshots", "1"}, {"-screenshotdir", folder}}, "/x/trace.bin");
+    EXPECT_TRUE(std::filesystem::is_directory(folder));
+    EXPECT_EQ(settings.m_screenshotPath, folder + "/trace.bin_");
+    std::filesystem::remove(folder);
+}
+
+TEST_F(PlaybackSettingsTest, FilePrefixIsCutToTheLength)
+{
+    EXPECT_EQ(settings.GetFilePrefix("/x/abcdef", 4), "abc_");
+    EXPECT_EQ(settings.GetFilePrefix("/x/abc", 4), "abc_");
+    EXPECT_EQ(settings.GetFilePrefix("/x/abcdef", 0), "abcdef_");
+}
+
+TEST_F(PlaybackSettingsTest, ValuesThatAreNotUnderstoodAreReportedAndChangeNothing)
+{
+    Load({}, {{"-screenshotformat", "PNG"}, {"-perdrawscreenshotsfilter", "DSV"}, {"-swapfbo", "3:0:1"}});
+    EXPECT_EQ(settings.m_screenshotFormat, 2);
+    EXPECT_EQ(settings.m_perDrawScreenshotFilter, 2);
+    EXPECT_EQ(settings.m_swapFbo, 3);
+    EXPECT_EQ(settings.m_swapFboY, 1);
+    EXPECT_THAT(console, IsEmpty());
+
+    Load({}, {{"-screenshotformat", "JPG"}, {"-perdrawscreenshotsfilter", "Depth"}, {"-swapfbo", "4:5"}});
+    EXPECT_EQ(settings.m_screenshotFormat, 2);
+    EXPECT_EQ(settings.m_perDrawScreenshotFilter, 0);
+    EXPECT_EQ(settings.m_swapFbo, 3);
+    EXPECT_THAT(console, HasSubstr("Unrecognized -screenshotformat option: jpg."));
+    EXPECT_THAT(console, HasSubstr("Unrecognized option: depth. Defaulting to all"));
+    EXPECT_THAT(console, HasSubstr("Unrecognized -swapfbo option: 4:5."));
+}
+
+TEST_F(PlaybackSettingsTest, SkipListsHoldKnownFunctionsOfExactlyThatName)
+{
+    const unsigned int draw = Core::KHRLayer::GetEglGlFuncId("glDrawArrays");
+    const unsigned int swap = Core::KHRLayer::GetEglGlFuncId("eglSwapBuffers");
+    const unsigned int clear = Core::KHRLayer::GetEglGlFuncId("glClear");
+    ASSERT_NE(draw, 0u);
+    Load({}, {{"-skipapi", "glDrawArrays,bogus,,eglSwapBuffers"}, {"-skipstateapi", "glClear, glFlush"}});
+    EXPECT_THAT(settings.m_skipFrameApiIds, UnorderedElementsAre(draw, swap));
+    EXPECT_THAT(settings.m_skipStateApiIds, UnorderedElementsAre(draw, swap, clear));
+    Load({}, {{"-skipframeapi", "glClear"}});
+    EXPECT_THAT(settings.m_skipFrameApiIds, UnorderedElementsAre(draw, swap, clear));
+}
+
+TEST_F(PlaybackSettingsTest, DefaultsLeaveListsAndStringsAlone)
+{
+    Load({"-stats"}, {{"-thread", "1"}, {"-config", "R8"}});
+    settings.InitDefaultSettings();
+    EXPECT_FALSE(settings.m_stats);
+    EXPECT_THAT(settings.m_threads, ElementsAre(1));
+    EXPECT_EQ(settings.m_config, "R8");
+}
+
+TEST_F(PlaybackSettingsTest, LogOptionsReachTheLog)
+{
+    Load({"-logdisplaylinenumbers"}, {{"-loglevel", "4"}});
+    EXPECT_TRUE(Core::Log::m_displayLineNumberFileName);
+    EXPECT_TRUE(Core::Log::IsEnabled(Core::LogDiagnostic, Core::ZoneGeneral));
+    Core::Log::m_displayLineNumberFileName = false;
+    Core::Log::SetLevel(Core::LogNotice);
+}
+
+TEST_F(PlaybackSettingsTest, OptionsListsAllOfThemOnce)
+{
+    std::map<std::string, int> names;
+    for (const PlaybackEnvironment::Option& option : PlaybackEnvironment::Options()) {
+        EXPECT_EQ(++names[option.name], 1) << option.name;
+    }
+    EXPECT_EQ(names.size(), 39u);
+}
+
+} // namespace
+} // namespace Playback
