@@ -129,7 +129,8 @@ ChunkBuffer ChunkSink::Take(std::size_t bytes)
     if (Failed())
         return chunk;
     if (bytes <= chunkBytes && !m_spare.empty()) {
-        chunk = std::move(m_spare.back());
+        chunk.memory = std::move(m_spare.back().memory);
+        chunk.capacity = m_spare.back().capacity;
         m_spare.pop_back();
     } else {
         chunk.capacity = bytes > chunkBytes ? bytes : chunkBytes;

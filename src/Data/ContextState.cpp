@@ -184,6 +184,22 @@ void ContextState::glPixelStorei(std::uint32_t pname, std::int32_t param)
 
 // Buffers.
 
+void ContextState::glGenBuffers(std::int32_t n, const void* buffers)
+{
+    for (const std::uint32_t name : Names(n, buffers))
+        m_group->buffers[name] = {};
+}
+
+std::int64_t ContextState::MappedBytes(std::uint32_t target) const
+{
+    const std::uint32_t name = BoundBuffer(target);
+    const auto mapping = m_mappings.find(target);
+    const auto buffer = m_group->buffers.find(name);
+    const bool isMapped = name != 0 && mapping != m_mappings.end() && mapping->second == name &&
+                          buffer != m_group->buffers.end() && buffer->second.mapped;
+    return isMapped ? buffer->second.mappedBytes : 0;
+}
+
 void ContextState::glBindBuffer(std::uint32_t target, std::uint32_t buffer)
 {
     if (const std::uint32_t* const slot = Slot(target))
@@ -311,8 +327,10 @@ void ContextState::glMapBufferRange(const void* result, std::uint32_t target, st
     BufferState* const buffer = Buffer(target);
     if (!buffer)
         return;
+    m_mappings[target] = BoundBuffer(target);
     buffer->mayBeMapped = true;
     buffer->known.Clear();
+    buffer->mapped = nullptr;
     if (result) {
         buffer->mapped = result;
         buffer->mappedOffset = offset;
@@ -341,6 +359,19 @@ void ContextState::MappedData(std::uint32_t target, std::int64_t offset, const v
 }
 
 // Vertex arrays.
+
+void ContextState::glGenVertexArrays(std::int32_t n, const void* arrays)
+{
+    for (const std::uint32_t name : Names(n, arrays)) {
+        if (name != m_vertexArrayName)
+            m_vertexArrays[name] = nullptr;
+    }
+}
+
+void ContextState::glGenVertexArraysOES(std::int32_t n, const void* arrays)
+{
+    glGenVertexArrays(n, arrays);
+}
 
 void ContextState::BindVertexArray(std::uint32_t array, bool isOes)
 {
@@ -408,6 +439,9 @@ void ContextState::SetPointer(std::uint32_t index, std::int32_t size, std::uint3
                               std::int32_t stride, std::uint64_t pointer)
 {
     if (index >= maxVertexAttribs || stride < 0 || !AcceptsAttribPointer(pointer))
+        return;
+    // What the driver refuses leaves the attribute in client memory, if it was there.
+    if (m_bindings[Array] != 0 && VertexElementBytes(size, type) == 0)
         return;
     VertexAttribState& attrib = m_vertexArray->attribs[index];
     attrib.integer = integer;

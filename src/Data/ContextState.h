@@ -93,6 +93,13 @@ public:
     /// The buffer bound to a target; null when there is none.
     [[nodiscard]] BufferState* Buffer(std::uint32_t target);
 
+    /// False for a buffer name that no glGenBuffers gave: OpenGL ES 2 lets applications make names up, replay does not.
+    [[nodiscard]] bool KnowsBuffer(std::uint32_t name) const { return name == 0 || m_group->buffers.contains(name); }
+    [[nodiscard]] bool KnowsVertexArray(std::uint32_t name) const { return name == 0 || m_vertexArrays.contains(name); }
+    /// Bytes that can be written through the mapping made at `target`; 0 when the buffer mapped last through this
+    /// target is not bound there any more, or is not mapped.
+    [[nodiscard]] std::int64_t MappedBytes(std::uint32_t target) const;
+
     [[nodiscard]] bool HasElementBuffer() const { return m_vertexArray->elementBuffer != 0; }
     [[nodiscard]] bool HasPackBuffer() const { return m_bindings[PixelPack] != 0; }
     [[nodiscard]] bool HasUnpackBuffer() const { return m_bindings[PixelUnpack] != 0; }
@@ -149,6 +156,7 @@ public:
     void glDisable(std::uint32_t cap);
     void glPixelStorei(std::uint32_t pname, std::int32_t param);
 
+    void glGenBuffers(std::int32_t n, const void* buffers);
     void glBindBuffer(std::uint32_t target, std::uint32_t buffer);
     void glBindBufferBase(std::uint32_t target, std::uint32_t index, std::uint32_t buffer);
     void glBindBufferRange(std::uint32_t target, std::uint32_t index, std::uint32_t buffer, std::int64_t offset,
@@ -177,6 +185,8 @@ public:
                                     std::uint32_t clientBuffer, std::uint32_t flags);
     void glBufferStorageMemEXT(std::uint32_t target, std::int64_t size, std::uint32_t memory, std::int64_t offset);
 
+    void glGenVertexArrays(std::int32_t n, const void* arrays);
+    void glGenVertexArraysOES(std::int32_t n, const void* arrays);
     void glBindVertexArray(std::uint32_t array);
     void glDeleteVertexArrays(std::int32_t n, const void* arrays);
     void glBindVertexArrayOES(std::uint32_t array);
@@ -225,6 +235,8 @@ private:
     PixelStore m_pack;
     PixelStore m_unpack;
     std::array<std::uint32_t, BindingPointCount> m_bindings = {};
+    /// Buffer that was mapped last through each target.
+    std::unordered_map<std::uint32_t, std::uint32_t> m_mappings;
     std::shared_ptr<ShareGroupState> m_group;
     std::unordered_map<std::uint32_t, std::unique_ptr<VertexArrayState>> m_vertexArrays;
     std::unique_ptr<VertexArrayState> m_defaultVertexArray;

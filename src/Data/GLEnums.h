@@ -83,6 +83,7 @@ inline constexpr std::uint32_t RgbInteger = 0x8D98;
 inline constexpr std::uint32_t RgbaInteger = 0x8D99;
 
 // Others.
+inline constexpr std::int32_t None = 0;
 inline constexpr std::uint32_t Color = 0x1800;
 inline constexpr std::uint32_t PrimitiveRestartFixedIndex = 0x8D69;
 inline constexpr std::int32_t EglNone = 0x3038;

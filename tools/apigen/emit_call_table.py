@@ -1,5 +1,6 @@
 """The calls as captures know them: numbers, names and signatures."""
 
+from model import SCALARS
 from text import BANNER, header
 
 
@@ -14,4 +15,35 @@ def emit_table(api):
     return BANNER + "".join(f'{{"{call.name}", "{call.signature}"}},\n' for call in api.calls)
 
 
-OUTPUTS = {"Data/CallIds.h": emit_ids, "Data/CallTable.inc": emit_table}
+FORMS = {"scalar": "Scalar", "ptr": "Opaque", "callback": "Opaque", "array": "Array", "cstring": "Text",
+         "string": "Text", "strings": "Strings", "attribs": "Attribs", "attribs64": "Attribs"}
+
+
+def parameter(name, at, t):
+    """One entry of the parameter table."""
+    if t.form == "scalar":
+        code = t.scalar.code
+    elif t.name in SCALARS:
+        code = SCALARS[t.name].code
+    else:
+        code = {"attribs": "i", "attribs64": "l", "array": "p" if t.name == "pointer" else "x"}.get(t.form, "x")
+    flags = f"{'true' if t.out else 'false'}"
+    return f'{{"{name}", ParameterForm::{FORMS[t.form]}, \'{code}\', {flags}, {t.element_size if t.is_pointer else t.size}, {at}}},'
+
+
+def emit_parameters(api):
+    """All parameters in one array, the returned value of a call in front of its own, then where each call's begin."""
+    text = BANNER + "constexpr ParameterDescription parameters[] = {\n"
+    starts, count = [], 0
+    for call in api.calls:
+        rows = [parameter("", call.ret_at, call.ret)] if call.returns else []
+        rows += [parameter(p.name, p.at, p.type) for p in call.params]
+        starts.append(f"{{{count}, {len(call.params)}, {'true' if call.returns else 'false'}}},")
+        count += len(rows)
+        if rows:
+            text += f"    // {call.name}\n" + "".join(f"    {row}\n" for row in rows)
+    text += "};\n\nconstexpr CallParameters callParameters[callCount] = {\n"
+    return text + "".join(f"    {row}\n" for row in starts) + "};\n"
+
+
+OUTPUTS = {"Data/CallIds.h": emit_ids, "Data/CallTable.inc": emit_table, "Data/CallParameters.inc": emit_parameters}

@@ -1,0 +1,148 @@
+// Turns the record of a call into a call of an adapter, and refuses what a driver could not be trusted with.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <span>
+#include <string>
+
+#include "Data/CallTable.h"
+#include "Data/ClientState.h"
+#include "Data/Format.h"
+#include "Data/GLEnums.h"
+#include "Data/Sizes.h"
+#include "Interfaces/EGLAdapter.h"
+#include "Interfaces/GLAdapter.h"
+
+namespace Data {
+
+class CallDecoder;
+class Diagnostics;
+
+/// How the calls of one kind are decoded.
+struct CallDecoding {
+    void (*decode)(CallDecoder& decoder);
+    /// Bytes of a record up to the contents of its pointers.
+    std::uint32_t fixedBytes;
+};
+
+/// Indexed by CallId. Generated: one function a call, which reads the arguments, checks them, hands them to the adapter
+/// and then tells the client state.
+extern const std::span<const CallDecoding, callCount> callDecodings;
+
+/// Decodes calls. Most members serve the generated functions: each reads the argument at its place in the record and
+/// answers false when it must not reach a driver; the trouble is then reported and the call is skipped.
+///
+/// A pointer argument is handed on as contents only after these were found inside the record, behind those of the
+/// arguments in front, and at least as large as the call reads. Nothing is allocated per call, except for output that
+/// was captured without room for it.
+class CallDecoder {
+public:
+    static constexpr std::uint32_t maxParameters = 16;
+
+    explicit CallDecoder(Diagnostics& diagnostics);
+
+    void SetAdapter(GLAdapter* adapter) { m_gl = adapter; }
+    void SetAdapter(EGLAdapter* adapter) { m_egl = adapter; }
+
+    /// Decodes the record of a call. Its bytes may be changed by the adapter.
+    void Decode(CallId call, std::uint8_t* record);
+    /// The vertices of a VertexAttribData record, for the draw that follows.
+    void DecodeVertexAttribData(std::uint8_t* record);
+    void DecodeMappedData(std::uint8_t* record);
+    /// The thread of the calls that follow.
+    void SetThread(std::uint32_t thread);
+    /// The chunk that the vertex data lies in goes away.
+    void ForgetVertexData() { m_delivered = 0; }
+
+    GLAdapter& GL() { return *m_gl; }
+    EGLAdapter& EGL() { return *m_egl; }
+    ClientState& Client() { return m_client; }
+    ContextState& Context() { return m_client.Context(); }
+
+    template <class T> [[nodiscard]] T Value(std::uint32_t at) const
+    {
+        T value;
+        std::memcpy(&value, m_record + at, sizeof value);
+        return value;
+    }
+    PointerData& Pointer(std::uint32_t parameter) { return m_pointers[parameter]; }
+    PointerData& Returned() { return m_pointers[maxParameters]; }
+
+    // Each takes the number of the parameter and the place of its slot. Sizes are in elements; what is below 0 is 0.
+
+    /// A value that nobody follows, or an offset into a bound buffer.
+    bool Opaque(std::uint32_t parameter, std::uint32_t at)
+    {
+        m_pointers[parameter].SetValue(Value<PointerSlot>(at).value);
+        return true;
+    }
+    bool Callback(std::uint32_t parameter, std::uint32_t at);
+    bool AttribPointer(std::uint32_t parameter, std::uint32_t at);
+    bool Input(std::uint32_t parameter, std::uint32_t at, std::uint32_t elementBytes, std::int64_t needed);
+    bool OptionalInput(std::uint32_t parameter, std::uint32_t at, std::uint32_t elementBytes, std::int64_t needed);
+    bool Output(std::uint32_t parameter, std::uint32_t at, std::uint32_t elementBytes, std::int64_t room);
+    bool OptionalOutput(std::uint32_t parameter, std::uint32_t at, std::uint32_t elementBytes, std::int64_t room);
+    /// Object names that the driver answered: the live ones belong to them, so they must have been captured.
+    bool Names(std::uint32_t parameter, std::uint32_t at, std::uint32_t elementBytes, std::int64_t count);
+    bool OptionalNames(std::uint32_t parameter, std::uint32_t at, std::uint32_t elementBytes, std::int64_t count);
+    bool CString(std::uint32_t parameter, std::uint32_t at);
+    /// `length` below 0: up to the zero byte.
+    bool String(std::uint32_t parameter, std::uint32_t at, std::int64_t length);
+    bool OptionalString(std::uint32_t parameter, std::uint32_t at, std::int64_t length);
+    bool Strings(std::uint32_t parameter, std::uint32_t at, std::int64_t count);
+    /// The lengths of an array of strings, both read before, stay inside the strings.
+    bool StringLengths(std::uint32_t parameter, std::uint32_t lengths);
+    bool Attribs(std::uint32_t parameter, std::uint32_t at, std::int32_t terminator);
+    /// The list ends with EGL_NONE.
+    bool Attribs64(std::uint32_t parameter, std::uint32_t at);
+    bool ReturnedPointer(std::uint32_t at) { return Opaque(maxParameters, at); }
+    bool ReturnedString(std::uint32_t at);
+
+    bool KnowsBuffer(std::uint32_t parameter, std::uint32_t name);
+    bool KnowsVertexArray(std::uint32_t parameter, std::uint32_t name);
+    /// Vertex data for all enabled attributes in client memory came with this draw.
+    bool CoversDraw(const DrawRange& range);
+
+private:
+    /// Where contents lie; empty for none.
+    struct Contents {
+        std::uint8_t* data = nullptr;
+        std::uint32_t bytes = 0;
+    };
+    bool Find(std::uint32_t parameter, const PointerSlot& slot, Contents& contents);
+    bool Missing(std::uint32_t parameter, const PointerSlot& slot, std::int64_t needed, bool isOptional);
+    bool InputContents(std::uint32_t parameter, std::uint32_t at, std::uint32_t elementBytes, std::int64_t needed,
+                       bool isOptional);
+    bool OutputRoom(std::uint32_t parameter, std::uint32_t at, std::uint32_t elementBytes, std::int64_t room,
+                    bool isOptional, bool needsContents);
+    bool Text(std::uint32_t parameter, std::uint32_t at, std::int64_t length, bool isOptional);
+    template <class T> bool AttribList(std::uint32_t parameter, std::uint32_t at, T terminator);
+    /// Reports and answers false.
+    bool Refuse(std::uint32_t parameter, const std::string& expected, const std::string& found);
+
+    ClientState m_client;
+    GLNullAdapter m_noGL;
+    EGLNullAdapter m_noEGL;
+    GLAdapter* m_gl = &m_noGL;
+    EGLAdapter* m_egl = &m_noEGL;
+    Diagnostics& m_diagnostics;
+
+    std::uint8_t* m_record = nullptr;
+    std::uint32_t m_recordBytes = 0;
+    /// End of the contents found so far in this record.
+    std::uint32_t m_contentsEnd = 0;
+    CallId m_call{};
+    std::array<PointerData, maxParameters + 1> m_pointers;
+
+    /// Attributes whose vertices came with the next call, and which vertices.
+    std::uint32_t m_delivered = 0;
+    struct Delivery {
+        std::uint32_t first;
+        std::uint32_t count;
+    };
+    std::array<Delivery, maxVertexAttribs> m_deliveries = {};
+};
+
+} // namespace Data

@@ -1,0 +1,25 @@
+#include "Data/CaptureFile.h"
+
+#include <exception>
+
+namespace Data {
+
+std::unique_ptr<CaptureFile> CaptureFile::Open(const std::string& path, Preload preload, Report report,
+                                               std::string& error)
+{
+    std::unique_ptr<CaptureSource> source = CaptureSource::Open(path, error);
+    if (!source)
+        return nullptr;
+    return std::unique_ptr<CaptureFile>(new CaptureFile(path, std::move(source), preload, std::move(report)));
+}
+
+CaptureFile::CaptureFile(const std::string& path, std::unique_ptr<CaptureSource> source, Preload preload, Report report)
+    : m_diagnostics(path, std::move(report)), m_source(std::move(source)),
+      m_processor(*m_source, preload, m_diagnostics)
+{
+    if (!m_source->IsComplete())
+        m_diagnostics.File("the end is missing, since the recorded program was killed or the file was cut: " +
+                           std::to_string(m_source->FrameCount()) + " whole frames are there");
+}
+
+} // namespace Data

@@ -1,0 +1,50 @@
+// A capture that is replayed: what a host opens.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "Data/CaptureSource.h"
+#include "Data/ChunkQueue.h"
+#include "Data/Diagnostics.h"
+#include "Data/FrameProcessor.h"
+#include "Interfaces/Data.h"
+
+namespace Data {
+
+/// Reads a capture and drives what is registered with it. Registered objects are not owned and must outlive replay.
+/// All calls come from the replay thread; decompression runs ahead on a thread of its own.
+class CaptureFile final : public CaptureFileReader {
+public:
+    /// Opens a capture. Null, with a reason that names the file, when nothing of it can be read: it is missing, empty,
+    /// no capture, of a later version, or damaged at its start. Whatever is wrong further on goes to `report` while the
+    /// capture is replayed, and ends it early.
+    static std::unique_ptr<CaptureFile> Open(const std::string& path, Preload preload, Report report,
+                                             std::string& error);
+
+    [[nodiscard]] const CaptureHeader& Header() const { return m_source->Header(); }
+
+    void SetAdapter(GLAdapter* adapter) { m_processor.Calls().SetAdapter(adapter); }
+    void SetAdapter(EGLAdapter* adapter) { m_processor.Calls().SetAdapter(adapter); }
+    void Add(MetaHandler* handler) { m_processor.Meta().Add(handler); }
+    void Add(BlockEventHandler* handler) { m_processor.Add(handler); }
+    void SetFrameHashHandler(FrameHashHandler* handler) { m_processor.SetFrameHashHandler(handler); }
+
+    FrameProcessor* GetFrameProcessor() override { return &m_processor; }
+    [[nodiscard]] std::uint32_t GetCurrentFrame() const override { return m_processor.Frames(); }
+    [[nodiscard]] std::uint32_t GetFrameCount() const override { return m_source->FrameCount(); }
+
+    /// The capture could not be read to its end, or never had one. Known when replay has ended.
+    [[nodiscard]] bool IsIncomplete() const { return m_processor.IsDamaged() || !m_source->IsComplete(); }
+    /// Calls that were not replayed since their record was not to be trusted.
+    [[nodiscard]] std::uint64_t SkippedCalls() const { return m_diagnostics.SkippedCount(); }
+
+private:
+    CaptureFile(const std::string& path, std::unique_ptr<CaptureSource> source, Preload preload, Report report);
+
+    Diagnostics m_diagnostics;
+    std::unique_ptr<CaptureSource> m_source;
+    FrameProcessor m_processor;
+};
+
+} // namespace Data

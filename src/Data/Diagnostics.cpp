@@ -1,0 +1,42 @@
+#include "Data/Diagnostics.h"
+
+#include <cinttypes>
+#include <cstdio>
+
+namespace Data {
+
+namespace {
+
+/// Lines about skipped calls that are printed.
+constexpr std::uint64_t maxPrinted = 20;
+
+} // namespace
+
+Diagnostics::Diagnostics(std::string file, Report report) : m_file(std::move(file)), m_report(std::move(report)) {}
+
+void Diagnostics::File(const std::string& text)
+{
+    if (m_report)
+        m_report(m_file + ": " + text);
+}
+
+void Diagnostics::Skipped(const char* name, const std::string& what, const std::string& expected,
+                          const std::string& found)
+{
+    if (++m_skipped > maxPrinted)
+        return;
+    // A record has a place in the chunk as it is after decompression, the chunk has one in the file.
+    char where[96];
+    std::snprintf(where, sizeof where, "offset 0x%" PRIx64 "+0x%zx, frame %u, call %u ", position.chunkOffset,
+                  static_cast<std::size_t>(position.record - position.chunk), position.frame + 1, position.call);
+    File(where + std::string(name) + ": " + what + ": expected " + expected + ", found " + found + "; call skipped");
+}
+
+void Diagnostics::Summary()
+{
+    if (m_skipped > maxPrinted)
+        File(std::to_string(m_skipped) + " calls were skipped, " + std::to_string(m_skipped - maxPrinted) +
+             " of them without a message");
+}
+
+} // namespace Data

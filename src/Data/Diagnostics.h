@@ -1,0 +1,50 @@
+// What the reader has to say about a capture.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace Data {
+
+/// Receives one line of text for each piece of trouble, without a line end.
+using Report = std::function<void(const std::string&)>;
+
+/// Where replay is in a capture.
+struct Position {
+    /// Place of the chunk in the file.
+    std::uint64_t chunkOffset = 0;
+    const std::uint8_t* chunk = nullptr;
+    const std::uint8_t* record = nullptr;
+    /// Whole frames replayed so far; the frame at work is the next one.
+    std::uint32_t frame = 0;
+    /// Calls of this frame so far, the one at work included.
+    std::uint32_t call = 0;
+};
+
+/// Puts trouble into words that say where, what, expected and found. Prints the first lines of skipped calls and counts
+/// the rest, since a capture can hold millions of them.
+class Diagnostics {
+public:
+    Diagnostics(std::string file, Report report);
+
+    /// Trouble with the file as a whole.
+    void File(const std::string& text);
+    /// A call, or another record, that is not replayed: what about it, what was expected and what was found.
+    void Skipped(const char* name, const std::string& what, const std::string& expected, const std::string& found);
+    /// Says how many skipped calls were not printed. Once, at the end.
+    void Summary();
+
+    [[nodiscard]] const std::string& FileName() const { return m_file; }
+    [[nodiscard]] std::uint64_t SkippedCount() const { return m_skipped; }
+
+    /// Kept up to date by whoever walks the capture.
+    Position position;
+
+private:
+    std::string m_file;
+    Report m_report;
+    std::uint64_t m_skipped = 0;
+};
+
+} // namespace Data

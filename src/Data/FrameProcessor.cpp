@@ -1,0 +1,226 @@
+#include "Data/FrameProcessor.h"
+
+#include <cstring>
+
+#include "Data/Diagnostics.h"
+
+namespace Data {
+
+FrameProcessor::FrameProcessor(CaptureSource& source, Preload preload, Diagnostics& diagnostics)
+    : m_source(source), m_diagnostics(diagnostics), m_calls(diagnostics), m_meta(diagnostics),
+      m_unknownSaid(source.Calls().size()), m_queue(source, preload)
+{
+    for (const FileCall& call : source.Calls())
+        m_known.push_back(call.known);
+}
+
+std::uint32_t FrameProcessor::Frames() const
+{
+    return m_diagnostics.position.frame;
+}
+
+bool FrameProcessor::ProcessNextFrame()
+{
+    if (m_isAtEnd)
+        return false;
+    for (;;) {
+        switch (ProcessRecords()) {
+        case Outcome::FrameEnd:
+            return true;
+        case Outcome::Damage:
+            m_isDamaged = true;
+            End();
+            return false;
+        case Outcome::ChunkEnd:
+            if (!NextChunk()) {
+                End();
+                return false;
+            }
+            break;
+        }
+    }
+}
+
+bool FrameProcessor::NextChunk()
+{
+    m_calls.ForgetVertexData();
+    m_queue.Recycle(std::move(m_chunk));
+    m_chunk = {};
+    m_at = m_end = nullptr;
+    std::string trouble;
+    if (!m_queue.Next(m_chunk, trouble)) {
+        if (!trouble.empty()) {
+            m_diagnostics.File(trouble);
+            m_isDamaged = true;
+        }
+        return false;
+    }
+    m_at = m_chunk.Data();
+    m_end = m_at + m_chunk.bytes;
+    m_diagnostics.position.chunkOffset = m_chunk.fileOffset;
+    m_diagnostics.position.chunk = m_at;
+    return true;
+}
+
+void FrameProcessor::End()
+{
+    m_isAtEnd = true;
+    if (m_isInStateBlock)
+        EndBlock(BlockType::State);
+    if (m_isInFrameBlock)
+        EndBlock(BlockType::Frame);
+    m_diagnostics.Summary();
+    if (m_isDamaged || !m_source.IsComplete())
+        m_diagnostics.File("the capture is incomplete: " + std::to_string(Frames()) + " frames were read");
+}
+
+FrameProcessor::Outcome FrameProcessor::ProcessRecords()
+{
+    while (m_at != m_end) {
+        std::uint8_t* const record = m_at;
+        m_diagnostics.position.record = record;
+        const auto left = static_cast<std::uint64_t>(m_end - m_at);
+        RecordHeader header = {};
+        if (left >= sizeof header)
+            std::memcpy(&header, record, sizeof header);
+        if (header.bytes < sizeof header || header.bytes % 8 != 0 || header.bytes > left) {
+            m_diagnostics.File("offset " + std::to_string(m_chunk.fileOffset) + "+" +
+                               std::to_string(record - m_diagnostics.position.chunk) + ": a record of " +
+                               std::to_string(header.bytes) + " bytes, the chunk has " + std::to_string(left) +
+                               " left; replay ends here");
+            return Outcome::Damage;
+        }
+        m_at += header.bytes;
+        if (header.id < m_known.size() && m_known[header.id] < callCount) [[likely]] {
+            if (!m_isInFrameBlock && !m_isInStateBlock)
+                StartBlock(BlockType::Frame);
+            ++m_diagnostics.position.call;
+            m_calls.Decode(static_cast<CallId>(m_known[header.id]), record);
+        } else if (header.id < firstBuiltInId) {
+            ProcessUnknown(header);
+        } else if (header.id == static_cast<std::uint32_t>(RecordId::FrameEnd)) {
+            if (!m_isInFrameBlock)
+                StartBlock(BlockType::Frame);
+            ++m_diagnostics.position.frame;
+            m_diagnostics.position.call = 0;
+            EndBlock(BlockType::Frame);
+            return Outcome::FrameEnd;
+        } else {
+            ProcessBuiltIn(header, record);
+        }
+    }
+    return Outcome::ChunkEnd;
+}
+
+bool FrameProcessor::ProcessChunk(std::uint8_t* bytes, std::uint32_t count)
+{
+    m_at = bytes;
+    m_end = bytes + count;
+    m_diagnostics.position.chunk = bytes;
+    m_calls.ForgetVertexData();
+    Outcome outcome = ProcessRecords();
+    bool hasFrame = false;
+    while (outcome == Outcome::FrameEnd) {
+        hasFrame = true;
+        outcome = ProcessRecords();
+    }
+    return hasFrame;
+}
+
+void FrameProcessor::ProcessUnknown(const RecordHeader& header)
+{
+    const std::vector<FileCall>& calls = m_source.Calls();
+    const bool isInTable = header.id < calls.size() && !calls[header.id].name.empty();
+    if (isInTable ? m_unknownSaid[header.id] : m_unknownRecordSaid)
+        return;
+    if (isInTable) {
+        m_unknownSaid[header.id] = true;
+        const FileCall& call = calls[header.id];
+        m_diagnostics.File("this program has no call " + call.name + " with the signature " + call.signature +
+                           "; such calls are skipped");
+    } else {
+        m_unknownRecordSaid = true;
+        m_diagnostics.File("there is no call with the number " + std::to_string(header.id) +
+                           " in the capture's table; such records are skipped");
+    }
+}
+
+void FrameProcessor::ProcessBuiltIn(const RecordHeader& header, std::uint8_t* record)
+{
+    const auto read = [&](auto& value) {
+        if (header.bytes < sizeof value) {
+            m_diagnostics.Skipped("record", "size", std::to_string(sizeof value) + " bytes",
+                                  std::to_string(header.bytes));
+            return false;
+        }
+        std::memcpy(&value, record, sizeof value);
+        return true;
+    };
+    switch (static_cast<RecordId>(header.id)) {
+    case RecordId::Thread:
+        if (ThreadRecord thread; read(thread))
+            ChangeThread(thread.thread);
+        break;
+    case RecordId::BlockStart:
+        if (BlockRecord block; read(block) && block.type == static_cast<std::uint32_t>(BlockType::State))
+            StartBlock(BlockType::State);
+        break;
+    case RecordId::BlockEnd:
+        if (BlockRecord block; read(block) && block.type == static_cast<std::uint32_t>(BlockType::State))
+            EndBlock(BlockType::State);
+        break;
+    case RecordId::FrameHash:
+        if (FrameHashRecord hash; read(hash) && m_hashHandler)
+            m_hashHandler->ProcessFrameHash(hash.frame, hash.surface, hash.width, hash.height, hash.hash);
+        break;
+    case RecordId::VertexAttribData:
+        m_calls.DecodeVertexAttribData(record);
+        break;
+    case RecordId::FlushMappedBufferRange:
+    case RecordId::UnmapBuffer:
+        m_calls.DecodeMappedData(record);
+        break;
+    case RecordId::Note:
+        break;
+    default:
+        if (!m_meta.Decode(header, record) && !m_unknownRecordSaid) {
+            m_unknownRecordSaid = true;
+            m_diagnostics.File("there are records of kind " + std::to_string(header.id) +
+                               " that this program does not know; they are skipped");
+        }
+        break;
+    }
+}
+
+void FrameProcessor::ChangeThread(std::uint32_t thread)
+{
+    // Each chunk begins with its thread, which is mostly the one that it was.
+    if (m_isThreadKnown && thread == m_thread)
+        return;
+    m_isThreadKnown = true;
+    m_thread = thread;
+    m_calls.SetThread(thread);
+    m_meta.SetThread(thread);
+}
+
+void FrameProcessor::StartBlock(BlockType type)
+{
+    bool& isInBlock = type == BlockType::State ? m_isInStateBlock : m_isInFrameBlock;
+    if (isInBlock)
+        return;
+    isInBlock = true;
+    for (BlockEventHandler* const handler : m_blockHandlers)
+        handler->BlockStart(type);
+}
+
+void FrameProcessor::EndBlock(BlockType type)
+{
+    bool& isInBlock = type == BlockType::State ? m_isInStateBlock : m_isInFrameBlock;
+    if (!isInBlock)
+        return;
+    isInBlock = false;
+    for (BlockEventHandler* const handler : m_blockHandlers)
+        handler->BlockEnd(type);
+}
+
+} // namespace Data

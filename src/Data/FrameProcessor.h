@@ -1,0 +1,75 @@
+// Walks a capture and drives everything that listens to it.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "Data/CallDecoder.h"
+#include "Data/CaptureSource.h"
+#include "Data/ChunkQueue.h"
+#include "Data/MetaDecoder.h"
+#include "Interfaces/Data.h"
+
+namespace Data {
+
+class Diagnostics;
+
+/// Replays frame by frame. A frame block begins with its first record and ends behind its frame end; a state block has
+/// records of its own for its start and end. Where the capture is damaged, replay ends.
+class FrameProcessor final : public DCAPFileProcessor {
+public:
+    FrameProcessor(CaptureSource& source, Preload preload, Diagnostics& diagnostics);
+
+    bool ProcessNextFrame() override;
+
+    [[nodiscard]] std::uint32_t Frames() const;
+    /// The capture could not be read to its end.
+    [[nodiscard]] bool IsDamaged() const { return m_isDamaged; }
+
+    CallDecoder& Calls() { return m_calls; }
+    MetaDecoder& Meta() { return m_meta; }
+    void Add(BlockEventHandler* handler) { m_blockHandlers.push_back(handler); }
+    void SetFrameHashHandler(FrameHashHandler* handler) { m_hashHandler = handler; }
+
+    /// Replays the records of a chunk up to a frame end. For tests of the decoding alone; `bytes` starts at 8 bytes'
+    /// alignment. False when there is no frame end.
+    bool ProcessChunk(std::uint8_t* bytes, std::uint32_t count);
+
+private:
+    enum class Outcome { FrameEnd, ChunkEnd, Damage };
+    Outcome ProcessRecords();
+    void ProcessBuiltIn(const RecordHeader& header, std::uint8_t* record);
+    void ProcessUnknown(const RecordHeader& header);
+    void ChangeThread(std::uint32_t thread);
+    void StartBlock(BlockType type);
+    void EndBlock(BlockType type);
+    bool NextChunk();
+    void End();
+
+    CaptureSource& m_source;
+    Diagnostics& m_diagnostics;
+    CallDecoder m_calls;
+    MetaDecoder m_meta;
+    std::vector<BlockEventHandler*> m_blockHandlers;
+    FrameHashHandler* m_hashHandler = nullptr;
+
+    /// For each call of the file its CallId; callCount when this program does not know it.
+    std::vector<std::uint32_t> m_known;
+    /// For each call of the file, whether its absence from this program was said, and for other records.
+    std::vector<bool> m_unknownSaid;
+    bool m_unknownRecordSaid = false;
+
+    Chunk m_chunk;
+    std::uint8_t* m_at = nullptr;
+    std::uint8_t* m_end = nullptr;
+    std::uint32_t m_thread = 0;
+    bool m_isThreadKnown = false;
+    bool m_isInFrameBlock = false;
+    bool m_isInStateBlock = false;
+    bool m_isDamaged = false;
+    bool m_isAtEnd = false;
+    /// Last, so that its thread ends first.
+    ChunkQueue m_queue;
+};
+
+} // namespace Data

@@ -1,0 +1,46 @@
+// Turns the records that are no calls into meta commands.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "Data/Format.h"
+#include "Interfaces/Data.h"
+
+namespace Data {
+
+class Diagnostics;
+
+/// Checks meta commands and hands them to all handlers. Sizes are checked against what a handler reads: whole images,
+/// closed attribute lists.
+class MetaDecoder {
+public:
+    explicit MetaDecoder(Diagnostics& diagnostics) : m_diagnostics(diagnostics) {}
+
+    void Add(MetaHandler* handler) { m_handlers.push_back(handler); }
+    void SetThread(std::uint32_t thread);
+    /// False when `header.id` is no meta command.
+    bool Decode(const RecordHeader& header, const std::uint8_t* record);
+
+private:
+    /// The record's struct; false, and reported, when the record is smaller.
+    template <class Record> bool Read(const char* name, const std::uint8_t* bytes, Record& record);
+    /// What a slot's contents point to; false, and reported, when they leave the record or have less than `needed`.
+    bool Contents(const char* name, const std::uint8_t* bytes, const PointerSlot& slot, std::uint64_t needed,
+                  const std::uint8_t*& contents);
+    void Text(RecordId id, const std::uint8_t* record);
+    void WindowSize(const std::uint8_t* record);
+    void Attribs(RecordId id, const std::uint8_t* record);
+    void Image(RecordId id, const std::uint8_t* record);
+    void DefaultBuffer(RecordId id, const std::uint8_t* record);
+    void MultisampleTexture(const std::uint8_t* record);
+
+    Diagnostics& m_diagnostics;
+    std::vector<MetaHandler*> m_handlers;
+    /// Height of each image as it was created; the first creation is the one that counts.
+    std::unordered_map<std::uint32_t, std::uint32_t> m_imageHeights;
+};
+
+} // namespace Data

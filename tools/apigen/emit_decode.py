@@ -1,0 +1,136 @@
+"""The reader's decoding of calls, with every check that a call's types ask for."""
+
+import re
+
+from model import WORD
+from text import BANNER, wrap
+
+# What the size functions of the description are called in Data. A get call has room for more values than are known to
+# be written, since the live driver may write more than the captured one.
+IMAGE_STORES = {"pixel_pack": "decoder.Context().Pack()", "pixel_unpack": "decoder.Context().Unpack()"}
+BUFFER_TESTS = {
+    "element_array": "HasElementBuffer",
+    "draw_indirect": "HasDrawIndirectBuffer",
+    "pixel_pack": "HasPackBuffer",
+    "pixel_unpack": "HasUnpackBuffer",
+}
+# The pointer that a draw follows later, when no array buffer is bound.
+ATTRIB_POINTERS = {"glVertexAttribPointer", "glVertexAttribIPointer"}
+# Objects that must have been generated: replay maps an unknown name to 0, and the draws that follow would read memory.
+KNOWN_NAMES = {"buffer": "KnowsBuffer", "vertex_array": "KnowsVertexArray"}
+
+
+def expression(call, t):
+    """The size expression of a type as C++ of type std::int64_t."""
+    text = t.expr
+    store = IMAGE_STORES.get(t.binding, "")
+    # A literal depth of 1 marks two-dimensional images.
+    text = re.sub(r"\bimage\((\w+), (\w+), 1, ", rf"ImageBytes({store}, \1, \2, ", text)
+    text = re.sub(r"\bimage\(", f"ImageBytes({store}, ", text)
+    names = {"pname": "OutputParameterCount" if t.out else "ParameterCount", "index_size": "IndexSize",
+             "clear_values": "ClearValues"}
+
+    def word(match):
+        name, is_function = match[1], match[2]
+        if is_function:
+            return names.get(name, name) + is_function
+        scalar = next((p.type.scalar for p in call.params if p.name == name), None)
+        if scalar is None:
+            return name
+        # Functions take the parameter as it is; arithmetic is done in 64 bits.
+        depth = match.string[: match.start()].count("(") - match.string[: match.start()].count(")")
+        return name if depth > 0 or scalar.size == 8 else f"std::int64_t{{{name}}}"
+
+    return re.sub(rf"({WORD})(\()?", word, text)
+
+
+def or_return(test):
+    return f"    if (!{test})\n        return;\n"
+
+
+def read_pointer(call, index, p):
+    """Statements that read one pointer parameter, and leave the function when it must not be used."""
+    t, at = p.type, p.at
+    opaque = f"decoder.Opaque({index}, {at});\n"
+    if t.form == "ptr" and call.name not in ATTRIB_POINTERS:
+        return "    " + opaque
+    if t.form == "callback":
+        return f"    decoder.Callback({index}, {at});\n"
+    if t.form == "ptr":
+        return or_return(f"decoder.AttribPointer({index}, {at})")
+    if t.form == "cstring":
+        return or_return(f"decoder.CString({index}, {at})")
+    if t.form == "attribs":
+        return or_return(f"decoder.Attribs({index}, {at}, {'Enum::EglNone' if call.is_egl else 'Enum::None'})")
+    if t.form == "attribs64":
+        return or_return(f"decoder.Attribs64({index}, {at})")
+    needed = expression(call, t)
+    if t.form == "strings":
+        return or_return(f"decoder.Strings({index}, {at}, {needed})")
+    optional = "Optional" if t.nullable else ""
+    if t.form == "string" and not t.out:
+        return or_return(f"decoder.{optional}String({index}, {at}, {needed})")
+    kind = "Names" if t.out and t.kind and not call.is_egl else ("Output" if t.out else "Input")
+    test = or_return(f"decoder.{optional}{kind}({index}, {at}, {t.element_size}, {needed})")
+    if not t.binding:
+        return test
+    return f"    if (decoder.Context().{BUFFER_TESTS[t.binding]}())\n        {opaque}    else{test[3:]}"
+
+
+def argument(p, index):
+    return f"decoder.Pointer({index}).GetPointer()" if p.type.is_pointer else p.name
+
+
+def checks(call):
+    """Statements that read the pointers and may refuse the call, in the order of the contents."""
+    text = ""
+    if call.ret.form == "cstring":
+        text += or_return(f"decoder.ReturnedString({call.ret_at})")
+    elif call.ret.is_pointer:
+        text += f"    decoder.ReturnedPointer({call.ret_at});\n"
+    for index, p in enumerate(call.params):
+        if p.type.is_pointer:
+            text += read_pointer(call, index, p)
+        elif call.has("track") and p.type.name in KNOWN_NAMES:
+            text += or_return(f"decoder.{KNOWN_NAMES[p.type.name]}({index}, {p.name})")
+    for index, p in enumerate(call.params):
+        if p.type.lengths:
+            lengths = next(i for i, other in enumerate(call.params) if other.name == p.type.lengths)
+            text += or_return(f"decoder.StringLengths({index}, {lengths})")
+    if call.has("draw") or call.has("draw_no_step"):
+        text += wrap(f"    if (decoder.Context().ClientAttribs() != 0 &&\n        !decoder.CoversDraw(decoder.Context().Range_{call.name}(",
+                     [argument(p, i) for i, p in enumerate(call.params)], ")))\n        return;\n", indent=12)
+    return text
+
+
+def decode(call):
+    text = f"void Decode_{call.name}(CallDecoder& decoder)\n{{\n"
+    returned, told = [], []
+    if call.ret.form == "scalar":
+        text += f"    const auto captured = decoder.Value<{call.ret.adapter}>({call.ret_at});\n"
+        returned = told = ["captured"]
+    elif call.returns:
+        returned, told = ["&decoder.Returned()"], ["decoder.Returned().GetPointer()"]
+    text += "".join(f"    const auto {p.name} = decoder.Value<{p.type.adapter}>({p.at});\n" for p in call.params
+                    if not p.type.is_pointer)
+    text += checks(call)
+    arguments = returned + [f"&decoder.Pointer({i})" if p.type.is_pointer else p.name for i, p in enumerate(call.params)]
+    text += wrap(f"    decoder.{'EGL' if call.is_egl else 'GL'}().Process_{call.name}(", arguments, ");\n", indent=8)
+    if call.has("track"):
+        state = "Client" if call.is_egl else "Context"
+        told = told + [argument(p, i) for i, p in enumerate(call.params)]
+        text += wrap(f"    decoder.{state}().{call.name}(", told, ");\n", indent=8)
+    return text + "}\n\n"
+
+
+def emit(api):
+    for call in api.calls:
+        # CallDecoder::maxParameters
+        assert len(call.params) <= 16, f"{call.name} has too many parameters"
+    text = BANNER + "\n" + "".join(decode(call) for call in api.calls)
+    text += "constexpr CallDecoding decodings[callCount] = {\n"
+    text += "".join(f"    {{&Decode_{call.name}, {call.fixed_size}}},\n" for call in api.calls)
+    return text + "};\n"
+
+
+OUTPUTS = {"Data/CallDecoding.inc": emit}
