@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+struct wl_display;
+
+namespace Host {
+
+/// Opens the live driver for a replay on this compositor, or off screen when it is null, and initialises its display.
+/// `directory` holds the driver's libraries; empty for the system's. Returns what failed and what to do about it; empty
+/// when all went well. A driver that lacks functions is opened as it is.
+std::string OpenDriver(const std::string& directory, wl_display* compositor);
+
+/// After a frame: why the driver cannot have drawn it, as a sentence; empty when a context is current, or when
+/// functions that make contexts are missing or skipped.
+std::string MissingContext();
+
+/// True when the current context was lost, for instance because the GPU was reset.
+bool IsContextLost();
+
+} // namespace Host

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+#include <variant>
+
+#include "Host/ExitStatus.h"
+#include "Interfaces/Util.h"
+
+namespace Host {
+
+/// What the command line asks for. The engine's own settings are in `args`, for PlaybackEnvironment::LoadSettings.
+struct Options {
+    Util::ParseArgs::CmdLineArgs args;
+    std::string captureFile;
+    /// Folder of the driver's libraries; empty for the system's.
+    std::string driverDirectory;
+    bool headless = false;
+    bool verify = false;
+};
+
+/// What the command line gets instead of a replay: help, the version, or what is wrong with it.
+struct Answer {
+    ExitStatus status;
+    std::string text;
+};
+
+/// Parses the arguments of main. Values that the engine would take for something else are refused here.
+std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv);
+
+/// Says which of the given options this build accepts without acting on them.
+void ReportOptionsWithoutEffect(const Util::ParseArgs::CmdLineArgs& args);
+
+} // namespace Host

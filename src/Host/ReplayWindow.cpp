@@ -1,0 +1,91 @@
+#include "Host/ReplayWindow.h"
+
+#include <wayland-client.h>
+#include <wayland-egl.h>
+
+#include "Host/WaylandConnection.h"
+#include "Host/XdgWindow.h"
+
+namespace Host {
+
+namespace {
+
+constexpr PixelSize DefaultSize = {640, 480};
+
+unsigned int Choose(unsigned int fixed, unsigned int captured, unsigned int otherwise)
+{
+    return fixed ? fixed : captured ? captured : otherwise;
+}
+
+} // namespace
+
+std::unique_ptr<ReplayWindow> ReplayWindow::Open(const std::string& title, WaylandConnection& connection,
+                                                 PixelSize captured, PixelSize fixed, bool fullscreen)
+{
+    std::unique_ptr<ReplayWindow> window;
+    if (connection.StableShell()) {
+        window = std::make_unique<XdgWindow>(title, connection, fixed);
+    } else {
+        window = std::make_unique<ReplayWindow>(title, connection, fixed);
+    }
+    const unsigned int width = Choose(fixed.width, captured.width, DefaultSize.width);
+    const unsigned int height = Choose(fixed.height, captured.height, DefaultSize.height);
+    if (!window->Create(width, height, fullscreen)) {
+        return nullptr;
+    }
+    return window;
+}
+
+ReplayWindow::ReplayWindow(const std::string& title, WaylandConnection& connection, PixelSize fixed)
+    : WaylandWindow(title, connection.Record(), nullptr), m_connection(connection), m_fixed(fixed)
+{
+}
+
+bool ReplayWindow::Create(unsigned int width, unsigned int height, bool fullscreen)
+{
+    // Before the first configure event, which gives a window without a size of the compositor's the last one it had.
+    RememberSize({width, height});
+    if (!WaylandWindow::Create(width, height, fullscreen)) {
+        return false;
+    }
+    // A shell announces how it would like the window after a commit without a buffer; no frame may come before that.
+    wl_surface_commit(m_state->surface);
+    do {
+        if (!m_connection.Roundtrip()) {
+            return false;
+        }
+    } while (!IsConfigured());
+    return true;
+}
+
+void ReplayWindow::EnqueueResizeRequest(unsigned int width, unsigned int height)
+{
+    WaylandWindow::EnqueueResizeRequest(width, height);
+    if (width != 0 && height != 0) {
+        Resize(width, height);
+    }
+}
+
+void ReplayWindow::Resize(unsigned int width, unsigned int height)
+{
+    const PixelSize size = {Choose(m_fixed.width, width, width), Choose(m_fixed.height, height, height)};
+    RememberSize(size);
+    wl_egl_window_resize(m_state->eglWindow, static_cast<int>(size.width), static_cast<int>(size.height), 0, 0);
+}
+
+void ReplayWindow::RememberSize(PixelSize size)
+{
+    m_state->width = m_state->savedWidth = size.width;
+    m_state->height = m_state->savedHeight = size.height;
+}
+
+void ReplayWindow::SendTitle(const std::string& text)
+{
+    if (m_state->shellSurface) {
+        wl_shell_surface_set_title(m_state->shellSurface, text.c_str());
+    } else {
+        WaylandWindow::SendTitle(text);
+    }
+}
+
+} // namespace Host

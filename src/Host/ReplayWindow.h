@@ -1,0 +1,55 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "Playback/WaylandWindow.h"
+
+namespace Host {
+
+class WaylandConnection;
+
+/// A size in pixels; 0 where nothing is known or asked for.
+struct PixelSize {
+    unsigned int width = 0;
+    unsigned int height = 0;
+};
+
+/// The window of a replay: as large as the captured surface, whatever the compositor would like, since another size
+/// would show other pixels. Under xdg-shell unstable v5 or wl_shell; see XdgWindow for the stable shell.
+class ReplayWindow : public Playback::WaylandWindow {
+public:
+    /// A shown window under the best shell of the connection; null when the compositor refuses. `captured` is the size
+    /// to begin with, `fixed` what the user chose: a dimension given there stays for good.
+    static std::unique_ptr<ReplayWindow> Open(const std::string& title, WaylandConnection& connection,
+                                              PixelSize captured, PixelSize fixed, bool fullscreen);
+
+    ReplayWindow(const std::string& title, WaylandConnection& connection, PixelSize fixed);
+
+    bool Create(unsigned int width, unsigned int height, bool fullscreen) override;
+    /// At once: a captured program draws its next frame in the new size, which is before the engine processes requests.
+    void EnqueueResizeRequest(unsigned int width, unsigned int height) override;
+    /// Takes effect with the first drawing after a swap or make-current.
+    void Resize(unsigned int width, unsigned int height) override;
+
+    /// Null before Create.
+    [[nodiscard]] wl_surface* Surface() const { return m_state->surface; }
+    /// The user closed the window.
+    [[nodiscard]] bool IsClosed() const { return m_closed; }
+
+protected:
+    /// wl_shell has titles too.
+    void SendTitle(const std::string& text) override;
+    /// The compositor is ready for the first frame.
+    [[nodiscard]] virtual bool IsConfigured() const { return true; }
+
+    WaylandConnection& m_connection;
+    bool m_closed = false;
+
+private:
+    void RememberSize(PixelSize size);
+
+    PixelSize m_fixed;
+};
+
+} // namespace Host

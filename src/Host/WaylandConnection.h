@@ -1,0 +1,46 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+#include "Playback/Display.h"
+
+struct xdg_wm_base;
+
+namespace Host {
+
+/// The connection to a compositor with the globals that a window needs. Must outlive the window. Replay thread only.
+class WaylandConnection {
+public:
+    /// Null, with the reason in `why`, when there is no compositor or none that shows windows of programs like this
+    /// one.
+    static std::unique_ptr<WaylandConnection> Open(std::string& why);
+    ~WaylandConnection();
+    WaylandConnection(const WaylandConnection&) = delete;
+    WaylandConnection& operator=(const WaylandConnection&) = delete;
+
+    /// Sends what is queued and handles the events that are there, or that come within `patience` when there are none.
+    /// False once the connection is broken.
+    bool Dispatch(std::chrono::milliseconds patience = std::chrono::milliseconds::zero());
+    /// Waits until the compositor has handled everything sent so far, and handles its events. False as in Dispatch.
+    bool Roundtrip();
+
+    /// For Playback::WaylandWindow, which knows the older shells.
+    [[nodiscard]] Playback::Display* Record() { return &m_record; }
+    /// The stable xdg-shell; null when the compositor has only an older one.
+    [[nodiscard]] xdg_wm_base* StableShell() const { return m_stableShell; }
+    /// Name of the shell in use, for messages.
+    [[nodiscard]] const char* ShellName() const;
+
+private:
+    WaylandConnection() = default;
+    void Bind(std::uint32_t name, const char* interface, std::uint32_t version);
+
+    Playback::WindowState m_windowState;
+    Playback::Display m_record;
+    wl_registry* m_registry = nullptr;
+    xdg_wm_base* m_stableShell = nullptr;
+};
+
+} // namespace Host

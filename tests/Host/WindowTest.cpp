@@ -1,0 +1,162 @@
+// Windows under the compositor that the environment names; run inside scripts/with-weston.
+#include "Host/ReplayWindow.h"
+
+#include <cstdlib>
+
+#include <gmock/gmock.h>
+#include <wayland-client.h>
+
+#include "Host/Driver.h"
+#include "Host/FramePacer.h"
+#include "Host/WaylandConnection.h"
+#include "Interfaces/Core.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+TEST(WaylandConnectionTest, SaysWhichSocketItTried)
+{
+    const std::string display = std::getenv("WAYLAND_DISPLAY");
+    setenv("WAYLAND_DISPLAY", "no-such-socket", 1);
+    std::string why;
+    EXPECT_EQ(Host::WaylandConnection::Open(why), nullptr);
+    EXPECT_THAT(why, HasSubstr("WAYLAND_DISPLAY=no-such-socket"));
+    setenv("WAYLAND_DISPLAY", display.c_str(), 1);
+}
+
+/// A window with a context, drawn by the machine's driver.
+class WindowTest : public testing::Test {
+protected:
+    WindowTest() : m_connection(Host::WaylandConnection::Open(m_why)) {}
+    ~WindowTest() override
+    {
+        if (m_display) {
+            // Before the window goes, which the driver holds on to.
+            Core::KHRLayer::EGLProc().eglMakeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+            Core::KHRLayer::EGLProc().eglTerminate(m_display);
+            Core::KHRLayer::FreeGLES();
+            Core::KHRLayer::FreeEGL();
+        }
+    }
+
+    void Open(Host::PixelSize captured, Host::PixelSize fixed = {}, bool fullscreen = false)
+    {
+        m_window = Host::ReplayWindow::Open("test", *m_connection, captured, fixed, fullscreen);
+        ASSERT_NE(m_window, nullptr);
+    }
+
+    void OpenSurface()
+    {
+        ASSERT_EQ(Host::OpenDriver("", m_connection->Record()->display), "");
+        const Core::EGLProcTable& egl = Core::KHRLayer::EGLProc();
+        m_display = egl.eglGetDisplay(reinterpret_cast<EGLNativeDisplayType>(m_connection->Record()->display));
+        const EGLint request[] = {EGL_RED_SIZE, 8, EGL_RENDERABLE_TYPE, EGL_OPENGL_ES2_BIT, EGL_NONE};
+        EGLConfig config = nullptr;
+        EGLint count = 0;
+        ASSERT_TRUE(egl.eglChooseConfig(m_display, request, &config, 1, &count) && count == 1);
+        void* window = nullptr;
+        m_window->GetNativeHandle(Playback::Window::NativeHandle::EGLWindow, &window);
+        m_surface =
+            egl.eglCreateWindowSurface(m_display, config, reinterpret_cast<EGLNativeWindowType>(window), nullptr);
+        egl.eglBindAPI(EGL_OPENGL_ES_API);
+        const EGLint version2[] = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE};
+        const EGLContext context = egl.eglCreateContext(m_display, config, EGL_NO_CONTEXT, version2);
+        ASSERT_TRUE(egl.eglMakeCurrent(m_display, m_surface, m_surface, context));
+    }
+
+    void Swap() const
+    {
+        Core::KHRLayer::GLESProc().glClear(GL_COLOR_BUFFER_BIT);
+        ASSERT_TRUE(Core::KHRLayer::EGLProc().eglSwapBuffers(m_display, m_surface));
+    }
+
+    [[nodiscard]] Host::PixelSize AttachedSize() const { return {m_window->GetWidth(), m_window->GetHeight()}; }
+
+    std::string m_why;
+    std::unique_ptr<Host::WaylandConnection> m_connection;
+    std::unique_ptr<Host::ReplayWindow> m_window;
+    EGLDisplay m_display = nullptr;
+    EGLSurface m_surface = nullptr;
+};
+
+MATCHER_P2(IsSize, width, height, "")
+{
+    *result_listener << arg.width << "x" << arg.height;
+    return arg.width == static_cast<unsigned int>(width) && arg.height == static_cast<unsigned int>(height);
+}
+
+TEST_F(WindowTest, FollowsTheSizesOfTheCaptureAtOnce)
+{
+    Open({300, 200});
+    OpenSurface();
+    Swap();
+    EXPECT_THAT(AttachedSize(), IsSize(300, 200));
+    m_window->EnqueueResizeRequest(120, 90);
+    Swap();
+    EXPECT_THAT(AttachedSize(), IsSize(120, 90));
+}
+
+TEST_F(WindowTest, AGivenWidthStaysWhateverTheCaptureSays)
+{
+    Open({300, 200}, {77, 0});
+    OpenSurface();
+    Swap();
+    EXPECT_THAT(AttachedSize(), IsSize(77, 200));
+    m_window->EnqueueResizeRequest(120, 90);
+    Swap();
+    EXPECT_THAT(AttachedSize(), IsSize(77, 90));
+}
+
+TEST_F(WindowTest, FullScreenKeepsThePixelsOfTheCapture)
+{
+    Open({300, 200}, {}, true);
+    OpenSurface();
+    for (int i = 0; i < 5; ++i) {
+        Swap();
+        ASSERT_TRUE(m_connection->Roundtrip());
+    }
+    EXPECT_TRUE(m_window->IsFullscreen());
+    EXPECT_THAT(AttachedSize(), IsSize(300, 200));
+    m_window->ExitFullscreenState();
+    Swap();
+    ASSERT_TRUE(m_connection->Roundtrip());
+    EXPECT_FALSE(m_window->IsFullscreen());
+}
+
+TEST_F(WindowTest, SwapsFollowTheScreenUnlessTheCaptureSaysOtherwise)
+{
+    Open({64, 64});
+    OpenSurface();
+    Host::FramePacer pacer(*m_connection, m_window->Surface());
+    const auto time = [this](int frames) {
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < frames; ++i) {
+            Swap();
+        }
+        return std::chrono::steady_clock::now() - start;
+    };
+    // The compositor refreshes at 60 Hz.
+    EXPECT_GT(time(13), std::chrono::milliseconds(150));
+    Core::KHRLayer::playbackEGLProcTable.eglSwapInterval(m_display, 0);
+    EXPECT_LT(time(13), std::chrono::milliseconds(150));
+}
+
+TEST_F(WindowTest, AHiddenWindowDoesNotStopTheReplay)
+{
+    Open({64, 64});
+    OpenSurface();
+    // Not the window that is drawn, and never shown: its frames are never announced.
+    wl_surface* hidden = wl_compositor_create_surface(m_connection->Record()->compositor);
+    {
+        Host::FramePacer pacer(*m_connection, hidden);
+        const auto start = std::chrono::steady_clock::now();
+        Swap();
+        wl_surface_commit(hidden);
+        Swap();
+        EXPECT_GE(std::chrono::steady_clock::now() - start, Host::FramePacer::PatienceWhenHidden);
+    }
+    wl_surface_destroy(hidden);
+}
+
+} // namespace
