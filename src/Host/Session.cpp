@@ -1,0 +1,263 @@
+#include "Host/Session.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Data/CaptureFile.h"
+#include "Host/Driver.h"
+#include "Host/FramePacer.h"
+#include "Host/OffscreenSurfaceFactory.h"
+#include "Host/ReplayWindow.h"
+#include "Host/WaylandConnection.h"
+#include "Interfaces/Core.h"
+#include "Interfaces/Util.h"
+#include "Playback/CommonMetaHandler.h"
+#include "Playback/Controller.h"
+#include "Playback/EGLOffscreenSurfaceFactory.h"
+#include "Playback/EGLPlaybackAdapter.h"
+#include "Playback/EGLSingleSurfaceFactory.h"
+#include "Playback/ForceFlushBlockEventHandler.h"
+#include "Playback/GLPlaybackAdapter.h"
+#include "Playback/GLResourceTable.h"
+#include "Playback/ImageMetaHandler.h"
+#include "Playback/KHRMetaHandler.h"
+#include "Playback/PlaybackSettings.h"
+#include "Playback/SingleWindowManager.h"
+#include "Playback/SkipApiBlockEventHandler.h"
+
+namespace Host {
+
+namespace {
+
+template <class... Values> void Say(int level, const char* format, Values... values)
+{
+    Core::Console::Print(level, false, format, values...);
+}
+
+} // namespace
+
+Session::Session(Options options) : m_options(std::move(options)), m_settings(Playback::PlaybackEnvironment::Instance())
+{
+}
+
+Session::~Session()
+{
+    // First what uses others: the adapters end the driver's display, for which the window must still be there.
+    m_eglAdapter.reset();
+    m_glAdapter.reset();
+}
+
+ExitStatus Session::Run()
+{
+    Outcome failure = LoadSettings();
+    if (!failure) {
+        failure = OpenCapture();
+    }
+    if (!failure && m_settings->m_playback) {
+        failure = OpenOutput();
+        if (!failure) {
+            CreateEngine();
+        }
+    }
+    if (!failure) {
+        failure = Replay();
+    }
+    if (failure) {
+        Say(Core::LogError, "playback: %s", failure->message.c_str());
+        return failure->status;
+    }
+    return Summarise();
+}
+
+Session::Outcome Session::LoadSettings()
+{
+    m_settings->LoadSettings(m_options.args, m_options.captureFile);
+    ReportOptionsWithoutEffect(m_options.args);
+    const std::string* folder = m_options.args.FindValue("-screenshotdir");
+    if (folder && !Util::Path::Exists(*folder)) {
+        return Failure{ExitStatus::Usage, "cannot create the folder of -screenshotdir, " + *folder};
+    }
+    return std::nullopt;
+}
+
+Session::Outcome Session::OpenCapture()
+{
+    const Data::Preload preload = m_settings->m_preloadFile ? Data::Preload::All : Data::Preload::No;
+    const auto report = [](const std::string& trouble) { Say(Core::LogWarning, "playback: %s", trouble.c_str()); };
+    std::string error;
+    m_capture = Data::CaptureFile::Open(m_options.captureFile, preload, report, error);
+    if (!m_capture) {
+        return Failure{ExitStatus::Unreadable, error};
+    }
+    return std::nullopt;
+}
+
+Session::Outcome Session::OpenOutput()
+{
+    std::string why = "-headless was given";
+    if (!m_options.headless) {
+        m_connection = WaylandConnection::Open(why);
+    }
+    wl_display* compositor = m_connection ? m_connection->Record()->display : nullptr;
+    if (compositor) {
+        Say(Core::LogNotice, "Replaying in a window (%s).", m_connection->ShellName());
+    } else {
+        Say(Core::LogNotice, "Replaying off screen: %s.", why.c_str());
+    }
+    if (std::string error = OpenDriver(m_options.driverDirectory, compositor); !error.empty()) {
+        return Failure{ExitStatus::NoDriver, std::move(error)};
+    }
+    return compositor ? OpenWindow() : std::nullopt;
+}
+
+Session::Outcome Session::OpenWindow()
+{
+    const Data::CaptureHeader& header = m_capture->Header();
+    const PixelSize captured = {header.surfaceWidth, header.surfaceHeight};
+    const PixelSize fixed = {static_cast<unsigned int>(m_settings->m_windowWidth),
+                             static_cast<unsigned int>(m_settings->m_windowHeight)};
+    const std::string title = "Playback: " + Util::Path::GetFilePart(m_options.captureFile);
+    m_window = ReplayWindow::Open(title, *m_connection, captured, fixed, m_settings->m_fullscreen);
+    if (!m_window) {
+        return Failure{ExitStatus::NoDriver, "No display: the compositor refused a window. Try -headless to replay off "
+                                             "screen."};
+    }
+    m_pacer = std::make_unique<FramePacer>(*m_connection, m_window->Surface());
+    m_windowManager = std::make_unique<Playback::SingleWindowManager>(m_window.get());
+    return std::nullopt;
+}
+
+void Session::CreateEngine()
+{
+    m_resourceTable = std::make_unique<Playback::GLResourceTable>();
+    m_surfaceFactory = CreateSurfaceFactory();
+    m_glAdapter = std::make_unique<Playback::GLPlaybackAdapter>(m_resourceTable.get());
+    m_eglAdapter = std::make_unique<Playback::EGLPlaybackAdapter>(m_resourceTable.get(), m_windowManager.get(),
+                                                                  m_surfaceFactory.get());
+    if (m_settings->m_screenshotInterval != 0 || m_settings->m_screenshotEndFrame != 0 ||
+        m_settings->m_perDrawScreenshotFrame != 0 || m_settings->m_dumpDefaultFbo) {
+        m_screenshotHandler = std::make_unique<Util::GLScreenshotHandler>(
+            static_cast<Util::ImageFormat>(m_settings->m_screenshotFormat), m_settings->m_screenshotOpaque);
+        m_glAdapter->SetScreenshotHandler(m_screenshotHandler.get());
+        m_eglAdapter->SetScreenshotHandler(m_screenshotHandler.get());
+    }
+
+    m_capture->SetAdapter(m_glAdapter.get());
+    m_capture->SetAdapter(m_eglAdapter.get());
+
+    m_metaHandlers.push_back(std::make_unique<Playback::CommonMetaHandler>(m_windowManager.get()));
+    m_metaHandlers.push_back(std::make_unique<Playback::KHRMetaHandler>(m_resourceTable.get()));
+    if (m_settings->m_dumpDefaultFbo) {
+        m_metaHandlers.push_back(std::make_unique<Playback::ImageMetaHandler>(m_screenshotHandler.get()));
+    }
+    m_blockHandlers.push_back(std::make_unique<Playback::SkipApiBlockEventHandler>());
+    if (m_settings->m_forceFlush) {
+        m_blockHandlers.push_back(std::make_unique<Playback::ForceFlushBlockEventHandler>());
+    }
+    for (const auto& handler : m_metaHandlers) {
+        m_capture->Add(handler.get());
+    }
+    for (const auto& handler : m_blockHandlers) {
+        m_capture->Add(handler.get());
+    }
+    if (m_options.verify) {
+        m_capture->SetFrameHashHandler(&m_verifier);
+    }
+}
+
+std::unique_ptr<Playback::EGLProxySurfaceFactory> Session::CreateSurfaceFactory() const
+{
+    if (!m_window) {
+        return std::make_unique<OffscreenSurfaceFactory>();
+    }
+    if (m_settings->m_singleSurface) {
+        return std::make_unique<Playback::EGLSingleSurfaceFactory>();
+    }
+    if (m_settings->m_pbufferSurface && m_settings->m_skipPbufferDisplay) {
+        return std::make_unique<Playback::EGLPbufferSurfaceFactory>();
+    }
+    if (m_settings->m_pbufferSurface) {
+        return std::make_unique<Playback::EGLOffscreenSurfaceFactory>(m_windowManager.get());
+    }
+    return std::make_unique<Playback::EGLPassThruSurfaceFactory>();
+}
+
+Session::Outcome Session::Replay()
+{
+    m_controller = std::make_unique<Playback::Controller>(m_windowManager.get(), m_capture.get());
+    const auto start = std::chrono::steady_clock::now();
+    Outcome failure;
+    while (!failure && m_controller->HasMoreFrames()) {
+        m_stopReason = ReasonToStop();
+        if (!m_stopReason.empty()) {
+            break;
+        }
+        m_controller->Update();
+        failure = AfterFrame();
+    }
+    m_duration = std::chrono::steady_clock::now() - start;
+    return failure;
+}
+
+Session::Outcome Session::AfterFrame()
+{
+    if (!m_eglAdapter) {
+        return std::nullopt;
+    }
+    if (m_connection && !m_connection->Dispatch()) {
+        return Failure{ExitStatus::NoDriver, "The connection to the compositor broke after frame " +
+                                                 std::to_string(m_capture->GetCurrentFrame()) + "."};
+    }
+    if (m_capture->GetCurrentFrame() == 1 && m_controller->HasMoreFrames()) {
+        if (std::string missing = MissingContext(); !missing.empty()) {
+            return Failure{ExitStatus::NoDriver, std::move(missing)};
+        }
+    }
+    if (IsContextLost()) {
+        return Failure{ExitStatus::ContextLost, "The driver lost the context in frame " +
+                                                    std::to_string(m_capture->GetCurrentFrame()) +
+                                                    ", for instance because the GPU was reset."};
+    }
+    return std::nullopt;
+}
+
+std::string Session::ReasonToStop() const
+{
+    if (m_settings->m_stopFrameSet &&
+        static_cast<std::int64_t>(m_capture->GetCurrentFrame()) >= m_settings->m_stopFrame) {
+        return "-stopframe";
+    }
+    if (m_stopSignal.Received() != 0) {
+        return strsignal(m_stopSignal.Received());
+    }
+    if (m_window && m_window->IsClosed()) {
+        return "the window was closed";
+    }
+    return "";
+}
+
+std::uint32_t Session::ExpectedFrames() const
+{
+    const std::uint32_t all = m_capture->GetFrameCount();
+    const bool cut = m_settings->m_stopFrameSet && m_settings->m_stopFrame < static_cast<std::int64_t>(all);
+    return cut ? static_cast<std::uint32_t>(std::max(m_settings->m_stopFrame, 0)) : all;
+}
+
+ExitStatus Session::Summarise()
+{
+    const std::uint32_t frames = m_capture->GetCurrentFrame();
+    if (!m_stopReason.empty()) {
+        Say(Core::LogNotice, "Stopped after frame %u of %u: %s.", frames, m_capture->GetFrameCount(),
+            m_stopReason.c_str());
+    }
+    const double seconds = m_duration.count();
+    Say(Core::LogNotice, "%u frames in %.3f s, %.1f frames a second.", frames, seconds,
+        seconds > 0 ? frames / seconds : 0.0);
+    if (!m_options.verify) {
+        return ExitStatus::Done;
+    }
+    Say(Core::LogNotice, "%s", m_verifier.Report(ExpectedFrames()).c_str());
+    return m_verifier.IsVerified(ExpectedFrames()) ? ExitStatus::Done : ExitStatus::Differed;
+}
+
+} // namespace Host

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Host/ExitStatus.h"
+#include "Host/FrameVerifier.h"
+#include "Host/Options.h"
+#include "Host/StopSignal.h"
+
+namespace Data {
+class CaptureFile;
+class MetaHandler;
+class BlockEventHandler;
+} // namespace Data
+
+namespace Playback {
+class Controller;
+class EGLPlaybackAdapter;
+class EGLProxySurfaceFactory;
+class GLPlaybackAdapter;
+class GLResourceTable;
+class PlaybackEnvironment;
+class SingleWindowManager;
+} // namespace Playback
+
+namespace Util {
+class GLScreenshotHandler;
+}
+
+namespace Host {
+
+class FramePacer;
+class ReplayWindow;
+class WaylandConnection;
+
+/// One replay of one capture: builds the engine's objects in the order in which they need each other, steps the frames,
+/// and takes the objects apart again. Owns them all.
+class Session {
+public:
+    explicit Session(Options options);
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    /// Replays the capture to its end, or until a signal, a closed window or a failure. Reports on the console.
+    ExitStatus Run();
+
+private:
+    struct Failure {
+        ExitStatus status;
+        std::string message;
+    };
+    using Outcome = std::optional<Failure>;
+
+    Outcome LoadSettings();
+    Outcome OpenCapture();
+    Outcome OpenOutput();
+    Outcome OpenWindow();
+    void CreateEngine();
+    std::unique_ptr<Playback::EGLProxySurfaceFactory> CreateSurfaceFactory() const;
+    Outcome Replay();
+    /// Looks after the frame just replayed: window events, lost contexts.
+    Outcome AfterFrame();
+    /// Why replay ends before the capture does; empty to go on.
+    [[nodiscard]] std::string ReasonToStop() const;
+    [[nodiscard]] std::uint32_t ExpectedFrames() const;
+    ExitStatus Summarise();
+
+    Options m_options;
+    Playback::PlaybackEnvironment* m_settings;
+    StopSignal m_stopSignal;
+
+    // In the order of construction; destroyed the other way round. The GL adapter comes first because the EGL adapter
+    // deletes GL objects when it is destroyed.
+    std::unique_ptr<Data::CaptureFile> m_capture;
+    /// Null off screen, as are window, pacer and window manager.
+    std::unique_ptr<WaylandConnection> m_connection;
+    std::unique_ptr<ReplayWindow> m_window;
+    std::unique_ptr<FramePacer> m_pacer;
+    std::unique_ptr<Playback::SingleWindowManager> m_windowManager;
+    std::unique_ptr<Playback::GLResourceTable> m_resourceTable;
+    std::unique_ptr<Playback::EGLProxySurfaceFactory> m_surfaceFactory;
+    std::unique_ptr<Util::GLScreenshotHandler> m_screenshotHandler;
+    std::unique_ptr<Playback::GLPlaybackAdapter> m_glAdapter;
+    std::unique_ptr<Playback::EGLPlaybackAdapter> m_eglAdapter;
+    std::vector<std::unique_ptr<Data::MetaHandler>> m_metaHandlers;
+    std::vector<std::unique_ptr<Data::BlockEventHandler>> m_blockHandlers;
+    std::unique_ptr<Playback::Controller> m_controller;
+
+    FrameVerifier m_verifier;
+    std::string m_stopReason;
+    std::chrono::duration<double> m_duration{};
+};
+
+} // namespace Host
