@@ -132,6 +132,8 @@ ChunkBuffer ChunkSink::Take(std::size_t bytes)
         chunk.memory = std::move(m_spare.back().memory);
         chunk.capacity = m_spare.back().capacity;
         m_spare.pop_back();
+        chunk.used = 0;
+        chunk.kind = ChunkKind::Records;
     } else {
         chunk.capacity = bytes > chunkBytes ? bytes : chunkBytes;
         chunk.memory.reset(static_cast<std::uint8_t*>(std::calloc(chunk.capacity, 1)));
