@@ -1,0 +1,69 @@
+#include "Recorder/ClientVertices.h"
+
+#include <bit>
+#include <cstring>
+
+#include "Recorder/RecordCalls.h"
+#include "Recorder/Unrecorded.h"
+
+namespace Recorder {
+namespace {
+
+void WriteAttrib(const Capturing& capturing, Data::ContextState& state, std::uint32_t index,
+                 const Data::DrawRange& drawRange)
+{
+    const Data::VertexAttribState& attrib = state.Attrib(index);
+    const Data::VertexAttribState& binding = state.Binding(index);
+    const Data::DrawRange range = state.AttribRange(index, drawRange);
+    const std::uint64_t elementBytes = Data::VertexElementBytes(attrib.size, attrib.type);
+    if (range.count == 0 || elementBytes == 0 || binding.pointer == 0) {
+        return;
+    }
+    const auto stride = static_cast<std::uint64_t>(binding.stride);
+    const std::uint64_t bytes = (range.count - 1) * stride + elementBytes;
+    if (bytes > static_cast<std::uint64_t>(maxArgumentBytes)) {
+        CountUnrecorded("vertices in client memory, more than a record holds");
+        return;
+    }
+    Data::VertexAttribDataRecord fields = {};
+    fields.index = index;
+    fields.size = attrib.size;
+    fields.type = attrib.type;
+    fields.normalized = attrib.normalized;
+    fields.integer = attrib.integer;
+    fields.stride = binding.stride;
+    fields.first = range.first;
+    fields.count = range.count;
+    fields.data.value = binding.pointer;
+    if (std::uint8_t* const to = capturing->BeginVertexAttribData(fields, static_cast<std::uint32_t>(bytes))) {
+        std::memcpy(to, reinterpret_cast<const std::uint8_t*>(binding.pointer) + range.first * stride, bytes);
+        capturing->End();
+    }
+}
+
+} // namespace
+
+void ClientVertices::Begin(const Capturing& capturing, Context& context, const Data::DrawRange& range) noexcept
+{
+    m_capturing = &capturing;
+    m_context = &context;
+    Data::ContextState& state = context.State();
+    if (!range.isKnown) {
+        CountUnrecorded("vertices in client memory, drawn with indices that are not known");
+        return;
+    }
+    if (const std::uint32_t bound = state.BoundBuffer(GL_ARRAY_BUFFER)) {
+        BindArrayBuffer(0);
+        m_unbound = bound;
+    }
+    for (std::uint32_t left = state.ClientAttribs(); left != 0; left &= left - 1) {
+        WriteAttrib(capturing, state, static_cast<std::uint32_t>(std::countr_zero(left)), range);
+    }
+}
+
+void ClientVertices::BindArrayBuffer(std::uint32_t buffer) noexcept
+{
+    Record::glBindBuffer(*m_capturing, *m_context, GL_ARRAY_BUFFER, buffer);
+}
+
+} // namespace Recorder

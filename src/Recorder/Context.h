@@ -1,0 +1,62 @@
+// A recorded EGL context.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <utility>
+
+#include "Data/ContextState.h"
+#include "Recorder/Capture.h"
+
+namespace Recorder {
+
+/// What the library remembers of a context: the state that says how much memory lies behind the program's pointers.
+/// Used by the thread on which the context is current; the state is changed, and what it shares with other contexts
+/// is read, under the capture's lock.
+class Context {
+public:
+    explicit Context(std::shared_ptr<Data::ShareGroupState> group) : m_group(std::move(group)), m_state(m_group) {}
+
+    [[nodiscard]] const std::shared_ptr<Data::ShareGroupState>& Group() const { return m_group; }
+    [[nodiscard]] Data::ContextState& State() { return m_state; }
+
+    /// Changes the state. Without memory for that the capture can only go wrong from here on, so it stops.
+    template <class Change> void Track(const Capturing& capturing, Change change) noexcept
+    {
+        try {
+            change(m_state);
+        } catch (...) {
+            AbandonCapture(capturing);
+        }
+    }
+
+    /// The buffer bound to `target` was mapped. A replay remembers one mapping for writing for each target.
+    void SetMappingInReplay(std::uint32_t target, bool forWriting)
+    {
+        m_mappedInReplay[target] = forWriting ? m_state.BoundBuffer(target) : 0;
+    }
+    /// The buffer bound to `target` is unmapped. True when a replay knows of its mapping.
+    [[nodiscard]] bool TakeMappingInReplay(std::uint32_t target)
+    {
+        const auto mapped = m_mappedInReplay.find(target);
+        return mapped != m_mappedInReplay.end() && std::exchange(mapped->second, 0) == m_state.BoundBuffer(target);
+    }
+
+    /// What stands for the missing surface when this context is made current without one: an address that no surface
+    /// of the driver's has.
+    [[nodiscard]] void* Placeholder() { return &m_placeholder; }
+    /// True once.
+    [[nodiscard]] bool TakePlaceholderCreation() { return !std::exchange(m_placeholder, true); }
+
+private:
+    const std::shared_ptr<Data::ShareGroupState> m_group;
+    Data::ContextState m_state;
+    std::map<std::uint32_t, std::uint32_t> m_mappedInReplay;
+    bool m_placeholder = false;
+};
+
+/// Values that parameter `pname` of the current context has. Asks the driver for the lists whose length only it knows.
+[[nodiscard]] std::int64_t ParameterElements(std::uint32_t pname) noexcept;
+
+} // namespace Recorder

@@ -1,0 +1,22 @@
+// Numbers for the functions that the library stands in for.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace Recorder {
+
+/// In the order of the names.
+enum class Entry : std::uint16_t {
+#define RECORDER_ENTRY(name) name,
+#include "Recorder/Entries.inc"
+#undef RECORDER_ENTRY
+};
+
+inline constexpr std::size_t entryCount = 0
+#define RECORDER_ENTRY(name) +1
+#include "Recorder/Entries.inc"
+#undef RECORDER_ENTRY
+    ;
+
+} // namespace Recorder

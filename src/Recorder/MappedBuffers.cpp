@@ -1,0 +1,158 @@
+// Memory that the driver maps for the program. What the program writes there is in no call's arguments, so it is read
+// back from the mapping when the program flushes or unmaps it.
+
+#include "Recorder/Export.h"
+#include "Recorder/LiveFunctions.h"
+#include "Recorder/Platform.h"
+#include "Recorder/RecordCalls.h"
+#include "Recorder/Thread.h"
+#include "Recorder/Unrecorded.h"
+
+namespace Recorder {
+namespace {
+
+/// Records a mapping, by whichever function it came about.
+void RecordMapping(const Capturing& capturing, Context& context, void* result, GLenum target, GLintptr offset,
+                   GLsizeiptr length, GLbitfield access)
+{
+    if ((access & GL_MAP_PERSISTENT_BIT_EXT) != 0) {
+        CountUnrecorded("writes to a persistently mapped buffer");
+    }
+    Record::glMapBufferRange(capturing, context, result, target, offset, length, access);
+    if (result != nullptr) {
+        context.Track(capturing, [&](Data::ContextState&) {
+            context.SetMappingInReplay(target, (access & GL_MAP_WRITE_BIT) != 0);
+        });
+    }
+}
+
+void* MapBufferRange(Entry entry, GLenum target, GLintptr offset, GLsizeiptr length, GLbitfield access)
+{
+    const auto live = Live<void* (*)(GLenum, GLintptr, GLsizeiptr, GLbitfield)>(entry);
+    const GLCall call;
+    void* const result = live(target, offset, length, access);
+    if (call) {
+        RecordMapping(Capturing(), *call, result, target, offset, length, access);
+    }
+    return result;
+}
+
+void RecordFlush(const Capturing& capturing, Context& context, GLenum target, GLintptr offset, GLsizeiptr length)
+{
+    const Data::BufferState* const buffer = context.State().Buffer(target);
+    if (capturing && buffer != nullptr && buffer->mapped != nullptr && offset >= 0 && length > 0 &&
+        offset <= buffer->mappedBytes && length <= buffer->mappedBytes - offset &&
+        offset + length <= maxArgumentBytes) {
+        const auto* const data = static_cast<const std::uint8_t*>(buffer->mapped) + offset;
+        capturing->FlushMappedBufferRange(target, static_cast<std::uint32_t>(offset), data,
+                                          static_cast<std::uint32_t>(length));
+        context.Track(capturing, [&](Data::ContextState& state) { state.MappedData(target, offset, data, length); });
+    }
+    Record::glFlushMappedBufferRange(capturing, context, target, offset, length);
+}
+
+void FlushMappedBufferRange(Entry entry, GLenum target, GLintptr offset, GLsizeiptr length)
+{
+    const auto live = Live<void (*)(GLenum, GLintptr, GLsizeiptr)>(entry);
+    const GLCall call;
+    live(target, offset, length);
+    if (call) {
+        RecordFlush(Capturing(), *call, target, offset, length);
+    }
+}
+
+/// A range of a buffer in the program's memory.
+struct MappedRange {
+    const void* data = nullptr;
+    std::int64_t offset = 0;
+    std::int64_t bytes = 0;
+};
+
+/// Appends what the program wrote to the mapping that is about to end. A replay remembers one mapping for each target:
+/// what it has forgotten for another is answered, to be written as an upload behind the end of the mapping.
+MappedRange RecordMappedContents(const Capturing& capturing, Context& context, GLenum target)
+{
+    const Data::BufferState* const buffer = context.State().Buffer(target);
+    if (!capturing || buffer == nullptr || buffer->mapped == nullptr || (buffer->mapAccess & GL_MAP_WRITE_BIT) == 0) {
+        return {};
+    }
+    // Of a mapping that is flushed in parts, nothing counts but those parts, which are written already.
+    const bool isFlushed = (buffer->mapAccess & GL_MAP_FLUSH_EXPLICIT_BIT) != 0;
+    const MappedRange range = {isFlushed ? nullptr : buffer->mapped, buffer->mappedOffset,
+                               isFlushed ? 0 : buffer->mappedBytes};
+    context.Track(capturing, [&](Data::ContextState& state) { state.MappedData(target, 0, range.data, range.bytes); });
+    if (!context.TakeMappingInReplay(target)) {
+        return range;
+    }
+    capturing->UnmapBuffer(target, range.data, static_cast<std::uint32_t>(range.bytes));
+    return {};
+}
+
+/// Everything is written ahead of the driver's call, while the memory is there.
+void RecordUnmap(const Capturing& capturing, Context& context, GLenum target)
+{
+    const MappedRange upload = RecordMappedContents(capturing, context, target);
+    Record::glUnmapBuffer(capturing, context, GL_TRUE, target);
+    if (upload.bytes > 0) {
+        Record::glBufferSubData(capturing, context, target, upload.offset, upload.bytes, upload.data);
+    }
+}
+
+GLboolean UnmapBuffer(Entry entry, GLenum target)
+{
+    const auto live = Live<GLboolean (*)(GLenum)>(entry);
+    const GLCall call;
+    if (call) {
+        RecordUnmap(Capturing(), *call, target);
+    }
+    return live(target);
+}
+
+} // namespace
+} // namespace Recorder
+
+RECORDER_EXPORT void* glMapBufferRange(GLenum target, GLintptr offset, GLsizeiptr length, GLbitfield access)
+{
+    return Recorder::MapBufferRange(Recorder::Entry::glMapBufferRange, target, offset, length, access);
+}
+
+RECORDER_EXPORT void* glMapBufferRangeEXT(GLenum target, GLintptr offset, GLsizeiptr length, GLbitfield access)
+{
+    return Recorder::MapBufferRange(Recorder::Entry::glMapBufferRangeEXT, target, offset, length, access);
+}
+
+/// Written as a mapping of the whole buffer for writing. The contents recorded at the end cover all of it.
+RECORDER_EXPORT void* glMapBufferOES(GLenum target, GLenum access)
+{
+    using namespace Recorder;
+    const auto live = Live<void* (*)(GLenum, GLenum)>(Entry::glMapBufferOES);
+    const GLCall call;
+    void* const result = live(target, access);
+    if (call) {
+        const Capturing capturing;
+        const Data::BufferState* const buffer = call->State().Buffer(target);
+        RecordMapping(capturing, *call, result, target, 0, buffer != nullptr ? buffer->bytes : 0,
+                      GL_MAP_WRITE_BIT | GL_MAP_INVALIDATE_BUFFER_BIT);
+    }
+    return result;
+}
+
+RECORDER_EXPORT void glFlushMappedBufferRange(GLenum target, GLintptr offset, GLsizeiptr length)
+{
+    Recorder::FlushMappedBufferRange(Recorder::Entry::glFlushMappedBufferRange, target, offset, length);
+}
+
+RECORDER_EXPORT void glFlushMappedBufferRangeEXT(GLenum target, GLintptr offset, GLsizeiptr length)
+{
+    Recorder::FlushMappedBufferRange(Recorder::Entry::glFlushMappedBufferRangeEXT, target, offset, length);
+}
+
+RECORDER_EXPORT GLboolean glUnmapBuffer(GLenum target)
+{
+    return Recorder::UnmapBuffer(Recorder::Entry::glUnmapBuffer, target);
+}
+
+RECORDER_EXPORT GLboolean glUnmapBufferOES(GLenum target)
+{
+    return Recorder::UnmapBuffer(Recorder::Entry::glUnmapBufferOES, target);
+}

@@ -1,0 +1,217 @@
+"""The recorder's entry points: what it exports for each call, and how each call's record is written."""
+
+import re
+
+from text import BANNER, c_arguments, c_parameters, header, wrap
+
+# Calls whose entry points are written by hand, in src/Recorder. Their aliases are too.
+BY_HAND = {
+    # Text and numbers that hide what cannot be recorded.
+    "glGetString", "glGetStringi", "glGetIntegerv", "glGetInteger64v", "eglQueryString", "eglGetProcAddress",
+    # Mapped memory.
+    "glMapBufferRange", "glFlushMappedBufferRange", "glUnmapBuffer",
+    # Objects that have state here, or that the replay needs to be told more about.
+    "eglCreateWindowSurface", "eglCreatePbufferSurface", "eglCreatePixmapSurface", "eglCreatePbufferFromClientBuffer",
+    "eglCreatePlatformWindowSurface", "eglCreatePlatformPixmapSurface", "eglDestroySurface", "eglCreateContext",
+    "eglDestroyContext", "eglMakeCurrent", "eglReleaseThread", "eglSwapBuffers", "eglCreateImageKHR",
+}  # fmt: skip
+
+# Names beyond the description that the library stands in for.
+EXTRA = [
+    "glXGetProcAddress", "glXGetProcAddressARB", "glMapBufferOES", "eglSwapBuffersWithDamageKHR",
+    "eglSwapBuffersWithDamageEXT", "eglCreateImage", "eglWaitSync", "eglGetSyncAttrib", "eglGetPlatformDisplayEXT",
+    "eglCreatePlatformWindowSurfaceEXT", "eglCreatePlatformPixmapSurfaceEXT", "wl_egl_window_resize",
+]  # fmt: skip
+
+# Calls whose result is a new object, whatever was known by the same address.
+CREATES = re.compile(r"eglCreate|glFenceSync")
+
+# What says that a buffer is bound to a binding of the description, which turns a pointer into an offset.
+BOUND = {
+    "element_array": "context.State().HasElementBuffer()",
+    "draw_indirect": "context.State().HasDrawIndirectBuffer()",
+    "pixel_pack": "context.State().HasPackBuffer()",
+    "pixel_unpack": "context.State().HasUnpackBuffer()",
+}
+
+# Calls that no program can get at: they stand for a form of another call in captures only.
+NOT_EXPORTED = {"eglCreateImageKHRv1"}
+
+KINDS = {
+    "VoidPtr": "Pointer", "EGLVoidPtr": "Pointer", "EGLImage": "Image", "EGLDisplay": "Display", "EGLConfig": "Config",
+    "EGLContext": "Context", "EGLSurface": "Surface", "EGLSync": "Sync",
+}  # fmt: skip
+
+
+def is_handle(t):
+    return t.kind in KINDS and t.scalar.code == "h"
+
+
+def exported(api):
+    """(name, call) of every exported function of the description; aliases with the call they stand for."""
+    own = {c.name: c for c in api.calls if c.name not in NOT_EXPORTED}
+    aliases = {a.name: api.by_name[a.of] for a in api.aliases if a.name not in own and a.name not in EXTRA}
+    return sorted((own | aliases).items())
+
+
+def expression(call, param):
+    """The C++ form of an array's size expression."""
+    if param.type.name == "config" and any(p.name == "num_config" for p in call.params):
+        return f"WrittenConfigs({param.type.expr}, num_config)"
+    functions = {
+        "pname": "ParameterElements", "index_size": "Data::IndexSize", "clear_values": "Data::ClearValues",
+        "image": f"Data::ImageBytes(context.State().{'Pack' if param.type.out else 'Unpack'}(), ",
+    }  # fmt: skip
+    # A depth of 1 stands for a two-dimensional transfer.
+    text = re.sub(r"image\((\w+), (\w+), 1, ", r"image(\1, \2, ", param.type.expr)
+    text = re.sub(r"[A-Za-z_]\w*", lambda m: functions[m[0]] if text[m.end():].startswith("(") else f"Wide({m[0]})", text)
+    return text.replace(", (", ", ")
+
+
+def contents(call, param):
+    """An expression for the bytes behind a pointer parameter that go into the record; None for plain values."""
+    t, name = param.type, param.name
+    if t.form in ("ptr", "callback"):
+        return None
+    if t.form in ("cstring", "attribs", "attribs64"):
+        return f"{ {'cstring': 'TextBytes', 'attribs': 'AttribBytes', 'attribs64': 'AttribBytes'}[t.form]}({name})"
+    if t.form == "strings":
+        return f"StringsBytes({name}, Wide({t.expr}), {t.lengths or 'nullptr'})"
+    if t.form == "string":
+        return f"{'OutTextBytes' if t.out else 'TextBytes'}({name}, Wide({t.expr}))"
+    bytes_ = f"ArrayBytes({name}, {expression(call, param)}, {t.element_size})"
+    return f"{BOUND[t.binding]} ? 0 : {bytes_}" if t.binding else bytes_
+
+
+def value(t, name):
+    """What a scalar is written as."""
+    if is_handle(t):
+        return f"Identify(Identifier::{KINDS[t.kind]}, {name})"
+    return f"static_cast<{t.adapter}>({name})"
+
+
+def write_return(call):
+    if call.ret.form == "cstring":
+        return f"    record.Contents({call.ret_at}, result, resultBytes);\n"
+    if call.ret.form == "ptr":
+        return f"    record.Pointer({call.ret_at}, reinterpret_cast<const void*>(result));\n"
+    if is_handle(call.ret) and CREATES.match(call.name):
+        return f"    record.Put({call.ret_at}, IdentifyNew(Identifier::{KINDS[call.ret.kind]}, result));\n"
+    return f"    record.Put({call.ret_at}, {value(call.ret, 'result')});\n"
+
+
+def write_param(call, param):
+    t, name, at = param.type, param.name, param.at
+    if call.name == "eglCreateImageKHR" and t.name == "egl_buffer":
+        return f"    record.Put({at}, IdentifyImageSource(target, {name}));\n"
+    if not t.is_pointer:
+        return f"    record.Put({at}, {value(t, name)});\n"
+    if t.form in ("ptr", "callback"):
+        cast = f"reinterpret_cast<const void*>({name})" if t.form == "callback" else name
+        return f"    record.Pointer({at}, {cast});\n"
+    if t.form == "strings":
+        return f"    record.Strings({at}, {name}, Wide({t.expr}), {t.lengths or 'nullptr'}, {name}Bytes);\n"
+    if t.form == "array" and is_handle(t):
+        return f"    record.Handles({at}, Identifier::{KINDS[t.kind]}, {name}, {name}Bytes);\n"
+    if t.binding:
+        return (f"    if ({BOUND[t.binding]})\n        record.Pointer({at}, {name});\n"
+                f"    else\n        record.Contents({at}, {name}, {name}Bytes);\n")
+    return f"    record.Contents({at}, {name}, {name}Bytes);\n"
+
+
+def record_parameters(call):
+    result = ["const Capturing& capturing"] + ([] if call.is_egl else ["Context& context"])
+    if call.returns:
+        result.append(f"{call.ret_c} result")
+    return result + [f"{p.c_type} {p.name}" for p in call.params]
+
+
+def track(call):
+    """Tells the context's state about the call."""
+    arguments = ["result"] if call.returns else []
+    arguments += [value(p.type, p.name) if not p.type.is_pointer and is_handle(p.type) else p.name for p in call.params]
+    return (f"    context.Track(capturing, [&](Data::ContextState& state) {{ state.{call.name}({', '.join(arguments)}); }});\n")
+
+
+def record_function(call):
+    name = call.name
+    text = wrap(f"inline void {name}(", record_parameters(call), ") noexcept\n{\n", indent=4)
+    text += "    if (!capturing)\n        return;\n"
+    sizes = []
+    if call.ret.form == "cstring":
+        text += "    const std::uint64_t resultBytes = TextBytes(result);\n"
+        sizes.append("resultBytes")
+    for p in call.params:
+        size = contents(call, p) if p.type.is_pointer else None
+        if size:
+            text += f"    const std::uint64_t {p.name}Bytes = {size};\n"
+            sizes.append(f"{p.name}Bytes")
+    if call.has("draw") or call.has("draw_no_step"):
+        text += ("    const ClientVertices vertices(capturing, context,\n"
+                 f"                                  [&] {{ return context.State().Range_{name}({c_arguments(call)}); }});\n")
+    if call.has("track") and not call.is_egl:
+        text += track(call)
+    total = " + ".join([str(call.fixed_size), *(f"Data::RoundUp8({s})" for s in sizes)])
+    text += f"    CallRecord record(capturing, Data::CallId::{name}, {call.fixed_size}, {total});\n"
+    body = write_return(call) if call.returns else ""
+    body += "".join(write_param(call, p) for p in call.params)
+    if body:
+        text += "    if (!record)\n        return;\n" + body
+    if not call.is_egl and "context." not in text:
+        text = text.replace("Context& context", "Context&", 1)
+    return text + "}\n\n"
+
+
+def emit_records(api):
+    text = header("#include <cstdint>", "", '#include "Recorder/CallRecord.h"', '#include "Recorder/ClientVertices.h"',
+                  '#include "Recorder/Context.h"', '#include "Recorder/Platform.h"')
+    text += "/// Appends the record of one call to the capture: the return value, the parameters, and the memory behind them.\n"
+    text += "namespace Recorder::Record {\n\n"
+    text += "".join(record_function(c) for c in api.calls if c.name not in NOT_EXPORTED)
+    return text + "} // namespace Recorder::Record\n"
+
+
+def record_call(call, result):
+    arguments = ["Capturing()", *([] if call.is_egl else ["*call"]), *result, *(p.name for p in call.params)]
+    return f"        Record::{call.name}({', '.join(arguments)});\n"
+
+
+def entry_point(name, call):
+    types = ", ".join(p.c_type for p in call.params)
+    text = wrap(f"RECORDER_EXPORT {call.ret_c} {name}(", [f"{p.c_type} {p.name}" for p in call.params], ")\n{\n",
+                indent=4)
+    text += "    using namespace Recorder;\n"
+    text += f"    const auto live = Live<{call.ret_c} (*)({types})>(Entry::{name});\n"
+    text += f"    const {'EGLCall' if call.is_egl else 'GLCall'} call;\n"
+    forward = f"live({c_arguments(call)});\n"
+    record = "    if (call)\n" + record_call(call, ["result"] if call.returns else [])
+    if call.has("deletes") and not call.returns:
+        # The name is free for others as soon as the driver has deleted it, so the record comes first.
+        return text + record + f"    live({c_arguments(call)});\n}}\n\n"
+    text += f"    {f'const {call.ret_c} result = ' if call.returns else ''}live({c_arguments(call)});\n" + record
+    if call.returns:
+        text += "    return result;\n"
+    return text + "}\n\n"
+
+
+def emit_entry_points(api, egl):
+    return BANNER + "\n" + "".join(entry_point(name, call) for name, call in exported(api)
+                                   if call.is_egl == egl and call.name not in BY_HAND)
+
+
+def emit_entries(api):
+    names = sorted({name for name, _ in exported(api)} | set(EXTRA))
+    return BANNER + "".join(f"RECORDER_ENTRY({name})\n" for name in names)
+
+
+def emit_hidden(api):
+    return BANNER + "".join(f'"{name}",\n' for name in sorted(api.hidden))
+
+
+OUTPUTS = {
+    "Recorder/Entries.inc": emit_entries,
+    "Recorder/RecordCalls.h": emit_records,
+    "Recorder/GLEntryPoints.inc": lambda api: emit_entry_points(api, False),
+    "Recorder/EGLEntryPoints.inc": lambda api: emit_entry_points(api, True),
+    "Recorder/HiddenExtensions.inc": emit_hidden,
+}
