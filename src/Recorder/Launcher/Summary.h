@@ -1,0 +1,32 @@
+// What came of a recording, read from the finished capture.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Recorder {
+
+struct Summary {
+    std::uint32_t frames = 0;
+    /// All calls, and those of OpenGL ES among them.
+    std::uint64_t calls = 0;
+    std::uint64_t glCalls = 0;
+    std::uint64_t fileBytes = 0;
+    std::uint64_t timeUs = 0;
+    /// False when the recorded program was killed: the capture ends with its last whole chunk.
+    bool isComplete = false;
+    /// What could not be recorded, and how often.
+    std::vector<std::pair<std::string, std::uint64_t>> notes;
+    /// What is wrong with the file; empty when it was read to its end.
+    std::string error;
+};
+
+/// Reads the whole file.
+[[nodiscard]] Summary Summarize(const std::string& path);
+
+/// The summary as text for people, several lines.
+[[nodiscard]] std::string Describe(const std::string& path, const Summary& summary);
+
+} // namespace Recorder
