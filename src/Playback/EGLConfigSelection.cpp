@@ -200,13 +200,13 @@ void EGLPlaybackAdapter::ListConfigs(const char* name, Data::PointerData* config
     if (configs->HasData()) {
         const auto* numbers = configs->As<std::uint64_t>();
         captured.assign(numbers, numbers + configs->GetCount());
-        if (capacity > configs->GetCount()) {
-            configs->ResizeArray(static_cast<std::uint32_t>(capacity));
-        }
+    }
+    if (capacity > configs->GetCount()) {
+        configs->ResizeArray(static_cast<std::uint32_t>(capacity));
     }
     auto* live = configs->As<EGLConfig>();
     auto* liveCount = count->As<EGLint>();
-    const EGLBoolean listed = query(live, liveCount);
+    const EGLBoolean listed = query(live, live ? std::min(capacity, configs->GetCount()) : capacity, liveCount);
     CheckErrorState(name);
     if (!listed || !live || !liveCount || *liveCount < 0) {
         return;
@@ -225,8 +225,8 @@ void EGLPlaybackAdapter::Process_eglGetConfigs(std::int32_t /*captured*/, std::u
         return;
     }
     const EGLDisplay display = GetDisplay(dpy);
-    ListConfigs("eglGetConfigs", configs, config_size, num_config, [&](EGLConfig* live, EGLint* count) {
-        return LiveEGL.eglGetConfigs(display, live, config_size, count);
+    ListConfigs("eglGetConfigs", configs, config_size, num_config, [&](EGLConfig* live, EGLint room, EGLint* count) {
+        return LiveEGL.eglGetConfigs(display, live, room, count);
     });
 }
 
@@ -239,8 +239,8 @@ void EGLPlaybackAdapter::Process_eglChooseConfig(std::int32_t /*captured*/, std:
         return;
     }
     const EGLDisplay display = GetDisplay(dpy);
-    ListConfigs("eglChooseConfig", configs, config_size, num_config, [&](EGLConfig* live, EGLint* count) {
-        return LiveEGL.eglChooseConfig(display, attrib_list->As<EGLint>(), live, config_size, count);
+    ListConfigs("eglChooseConfig", configs, config_size, num_config, [&](EGLConfig* live, EGLint room, EGLint* count) {
+        return LiveEGL.eglChooseConfig(display, attrib_list->As<EGLint>(), live, room, count);
     });
 }
 

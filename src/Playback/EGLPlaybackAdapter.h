@@ -115,7 +115,7 @@ private:
     void CreateSurface(const char* name, bool available, std::uint32_t captured, std::uint32_t dpy,
                        std::uint32_t config, Make make);
     /// What handlers that list configs have in common: pairs the captured configs with those that `query`, which is
-    /// given the live array and the place for its count, writes over them.
+    /// given the live array, its room and the place for the count, writes over them.
     template <class Query>
     void ListConfigs(const char* name, Data::PointerData* configs, std::int32_t capacity, Data::PointerData* count,
                      Query query);

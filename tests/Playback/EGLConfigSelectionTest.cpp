@@ -1,0 +1,258 @@
+#include <EGL/egl.h>
+#include <EGL/eglext.h>
+
+#include "EGLReplay.h"
+
+namespace Playback {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::Not;
+using testing::StartsWith;
+
+/// The live driver's configs, as the tests want them: the handle is the index plus 1.
+class EGLConfigSelectionTest : public EGLReplay {
+protected:
+    struct Config {
+        int red, green, blue, alpha, depth, stencil, samples;
+        int surfaceType = EGL_WINDOW_BIT | EGL_PBUFFER_BIT;
+    };
+
+    EGLConfigSelectionTest()
+    {
+        driver.Answer("eglGetConfigAttrib", [this](const Fake::Arguments& args) {
+            return Fake::Word{
+                Attribute(configs.at(args.Get<std::uintptr_t>(1) - 1), args.Get<EGLint>(2), *args.Get<EGLint*>(3))};
+        });
+        // Offers every config, as a driver with lower bounds in its request may, deepest first.
+        driver.Answer("eglChooseConfig", [this](const Fake::Arguments& args) {
+            lastRequest.clear();
+            for (const EGLint* at = args.Get<const EGLint*>(1); at && at[0] != EGL_NONE; at += 2) {
+                lastRequest.insert(lastRequest.end(), {at[0], at[1]});
+            }
+            EGLint count = std::min<EGLint>(offered, static_cast<EGLint>(configs.size()));
+            if (auto* out = args.Get<EGLConfig*>(2)) {
+                count = std::min(count, args.Get<EGLint>(3));
+                for (EGLint i = 0; i < count; ++i) {
+                    out[i] = Handle(static_cast<std::uint64_t>(i) + 1);
+                }
+            }
+            *args.Get<EGLint*>(4) = count;
+            return Fake::Word{EGL_TRUE};
+        });
+        Initialize();
+        log.Take();
+    }
+
+    static bool Attribute(const Config& config, EGLint attribute, EGLint& value)
+    {
+        switch (attribute) {
+        case EGL_RED_SIZE:
+            value = config.red;
+            return true;
+        case EGL_GREEN_SIZE:
+            value = config.green;
+            return true;
+        case EGL_BLUE_SIZE:
+            value = config.blue;
+            return true;
+        case EGL_ALPHA_SIZE:
+            value = config.alpha;
+            return true;
+        case EGL_DEPTH_SIZE:
+            value = config.depth;
+            return true;
+        case EGL_STENCIL_SIZE:
+            value = config.stencil;
+            return true;
+        case EGL_SAMPLES:
+            value = config.samples;
+            return true;
+        case EGL_SAMPLE_BUFFERS:
+            value = config.samples > 0;
+            return true;
+        case EGL_RENDERABLE_TYPE:
+            value = EGL_OPENGL_ES2_BIT | EGL_OPENGL_ES3_BIT;
+            return true;
+        case EGL_SURFACE_TYPE:
+            value = config.surfaceType;
+            return true;
+        default:
+            return false;
+        }
+    }
+
+    /// The live number of captured config 5, 0 for none.
+    std::uintptr_t Chosen() { return reinterpret_cast<std::uintptr_t>(adapter->GetConfig(1, 5)); }
+    std::uintptr_t Override(const std::string& spec, int samples = 1)
+    {
+        return reinterpret_cast<std::uintptr_t>(EGLPlaybackAdapter::CreateOverrideConfig(Handle(11), spec, samples));
+    }
+    void Captured(const std::vector<int>& attribs) { table.AddEGLConfigAttribs(5, attribs.data()); }
+
+    std::vector<Config> configs = {
+        {10, 10, 10, 2, 24, 8, 0}, {8, 8, 8, 8, 24, 8, 4}, {8, 8, 8, 8, 24, 8, 0}, {5, 6, 5, 0, 16, 0, 0}};
+    EGLint offered = 100;
+    std::vector<int> lastRequest;
+};
+
+const std::vector<int> Captured8888 = {EGL_RED_SIZE,   8,  EGL_GREEN_SIZE,   8, EGL_BLUE_SIZE, 8, EGL_ALPHA_SIZE, 8,
+                                       EGL_DEPTH_SIZE, 24, EGL_STENCIL_SIZE, 8, EGL_SAMPLES,   0, EGL_NONE};
+
+TEST_F(EGLConfigSelectionTest, RecordedConfigStaysWhileItsAttributesAreTheCapturedOnes)
+{
+    Captured(Captured8888);
+    HaveConfig(5, 3);
+    EXPECT_EQ(Chosen(), 3u);
+    EXPECT_THAT(Calls(), Not(Contains(StartsWith("eglChooseConfig"))));
+    configs[2].stencil = 0;
+    configs.push_back({8, 8, 8, 8, 24, 8, 0});
+    EXPECT_EQ(Chosen(), 5u);
+}
+
+TEST_F(EGLConfigSelectionTest, SizesAreMatchedExactlyAndElseTheFirstServes)
+{
+    Captured(Captured8888);
+    EXPECT_EQ(Chosen(), 3u) << "more bits or samples are no match";
+    configs[2].red = 7;
+    EXPECT_EQ(Chosen(), 1u);
+}
+
+TEST_F(EGLConfigSelectionTest, WhatAConfigIsForCountsOnlyForARecordedOne)
+{
+    auto attribs = Captured8888;
+    attribs.insert(attribs.end() - 1, {EGL_SURFACE_TYPE, EGL_WINDOW_BIT});
+    Captured(attribs);
+    EXPECT_EQ(Chosen(), 3u);
+    EXPECT_THAT(lastRequest, Not(Contains(EGL_SURFACE_TYPE)));
+
+    HaveConfig(5, 3);
+    configs.push_back({8, 8, 8, 8, 24, 8, 0, EGL_WINDOW_BIT});
+    EXPECT_EQ(Chosen(), 5u);
+    EXPECT_THAT(lastRequest, Contains(EGL_SURFACE_TYPE));
+}
+
+TEST_F(EGLConfigSelectionTest, FailureIsReported)
+{
+    offered = 0;
+    EXPECT_EQ(Chosen(), 0u);
+    EXPECT_THAT(log.Take(), Contains("error: Failed to find a valid match for EGLConfig 5"));
+    driver.Returns("eglGetDisplay", std::uintptr_t{0});
+    EXPECT_EQ(adapter->GetConfig(2, 6), nullptr);
+    EXPECT_THAT(log.Take(), Contains("error: Failed to find a valid match for EGLConfig 6"));
+}
+
+TEST_F(EGLConfigSelectionTest, AnEmptyListMatchesNothing)
+{
+    const EGLint empty[] = {EGL_NONE};
+    const EGLint red[] = {EGL_RED_SIZE, 10, EGL_NONE};
+    EXPECT_FALSE(EGLPlaybackAdapter::MatchConfig(Handle(11), Handle(1), empty));
+    EXPECT_FALSE(EGLPlaybackAdapter::MatchConfig(nullptr, Handle(1), red));
+    EXPECT_FALSE(EGLPlaybackAdapter::MatchConfig(Handle(11), nullptr, red));
+    EXPECT_FALSE(EGLPlaybackAdapter::MatchConfig(Handle(11), Handle(1), nullptr));
+    EXPECT_TRUE(EGLPlaybackAdapter::MatchConfig(Handle(11), Handle(1), red));
+}
+
+TEST_F(EGLConfigSelectionTest, OverrideByComponents)
+{
+    EXPECT_EQ(Override("R8G8B8A8D24S8"), 2u) << "the first that matches: one sample does not ask for single sampling";
+    EXPECT_THAT(lastRequest, ElementsAre(EGL_RED_SIZE, 8, EGL_GREEN_SIZE, 8, EGL_BLUE_SIZE, 8, EGL_ALPHA_SIZE, 8,
+                                         EGL_DEPTH_SIZE, 24, EGL_STENCIL_SIZE, 8, EGL_RENDERABLE_TYPE, 0x44));
+    EXPECT_THAT(log.Take(),
+                Contains("Overriding EGLConfig with 8-bit R color, 8-bit G color, 8-bit B color, 8-bit alpha, "
+                         "24-bit depth, 8-bit stencil, fixed-point, 1 multi-sample"));
+    Override("R16G16B16F", 4);
+    EXPECT_THAT(lastRequest, ElementsAre(EGL_RED_SIZE, 16, EGL_GREEN_SIZE, 16, EGL_BLUE_SIZE, 16, 0x3339, 0x333B,
+                                         EGL_SAMPLES, 4, EGL_SAMPLE_BUFFERS, 1, EGL_RENDERABLE_TYPE, 0x44));
+    EXPECT_THAT(log.Take(),
+                Contains("Overriding EGLConfig with 16-bit R color, 16-bit G color, 16-bit B color, 0-bit alpha, "
+                         "0-bit depth, 0-bit stencil, floating-point, 4 multi-sample"));
+}
+
+TEST_F(EGLConfigSelectionTest, OverrideByDepths)
+{
+    Override("c32d24");
+    EXPECT_THAT(lastRequest, ElementsAre(EGL_RED_SIZE, 8, EGL_GREEN_SIZE, 8, EGL_BLUE_SIZE, 8, EGL_ALPHA_SIZE, 8,
+                                         EGL_DEPTH_SIZE, 24, EGL_STENCIL_SIZE, 8, EGL_RENDERABLE_TYPE, 0x44));
+    EXPECT_THAT(log.Take(),
+                Contains("Overriding EGLConfig with 32-bit color, 24-bit depth, 8-bit stencil and 1 multi-sample."));
+    EXPECT_EQ(Override("c16d16"), 4u);
+    EXPECT_EQ(Override("c32d24", 4), 2u);
+}
+
+TEST_F(EGLConfigSelectionTest, InvalidDepthsLeaveTheCommonRequest)
+{
+    for (const auto& [spec, samples] :
+         std::vector<std::pair<std::string, int>>{{"c24d20", 1}, {"c32d24", 0}, {"8888", 1}}) {
+        EXPECT_EQ(Override(spec, samples), 1u);
+        EXPECT_THAT(lastRequest, ElementsAre(EGL_RENDERABLE_TYPE, 0x44));
+        EXPECT_THAT(log.Take(),
+                    Contains("Invalid EGLConfig override " + spec + ".  Valid color/depth values are 32, 24, and 16."));
+    }
+    EXPECT_THROW(Override("c32"), std::out_of_range);
+    EXPECT_EQ(EGLPlaybackAdapter::CreateOverrideConfig(nullptr, "c32d24", 1), nullptr);
+}
+
+TEST_F(EGLConfigSelectionTest, OverrideServesEveryConfigUntilTheDisplayGoes)
+{
+    settings.m_config = "c16d16";
+    EXPECT_EQ(Chosen(), 4u);
+    configs.insert(configs.begin(), configs.back());
+    EXPECT_EQ(Chosen(), 4u);
+    adapter->Process_eglTerminate(1, 1);
+    EXPECT_EQ(Chosen(), 1u);
+
+    adapter->Process_eglTerminate(1, 1);
+    offered = 0;
+    log.Take();
+    EXPECT_EQ(Chosen(), 0u);
+    EXPECT_THAT(log.Take(), Contains("EGLConfig override failed.  No match for specified config settings."));
+}
+
+using EGLConfigListTest = EGLReplay;
+
+TEST_F(EGLConfigListTest, PairsCapturedConfigsWithLiveOnesInTheirOrder)
+{
+    Initialize();
+    auto* captured = In64({100, 101, 102});
+    auto* count = Out(1, 4);
+    adapter->Process_eglGetConfigs(1, 1, captured, 3, count);
+    const int live = *count->As<int>();
+    ASSERT_EQ(live, 3);
+    for (int i = 0; i < live; ++i) {
+        EXPECT_EQ(table.GetValueEGLConfig(100 + static_cast<unsigned>(i)), captured->As<void*>()[i]);
+    }
+}
+
+TEST_F(EGLConfigListTest, RoomIsTheApplicationsAndPairsAreTheCaptures)
+{
+    Initialize();
+    driver.Answer("eglChooseConfig", [](const Fake::Arguments& args) {
+        auto* out = args.Get<EGLConfig*>(2);
+        const auto room = args.Get<EGLint>(3);
+        for (EGLint i = 0; out && i < room; ++i) {
+            out[i] = Handle(0x200 + static_cast<unsigned>(i));
+        }
+        *args.Get<EGLint*>(4) = room;
+        return Fake::Word{EGL_TRUE};
+    });
+    // Two were recorded, although the application had room for 64, all of which the live driver fills.
+    auto* captured = In64({100, 101});
+    adapter->Process_eglChooseConfig(1, 1, Null(), captured, 64, Out(1, 4));
+    EXPECT_EQ(table.GetValueEGLConfig(100), Handle(0x200));
+    EXPECT_EQ(table.GetValueEGLConfig(101), Handle(0x201));
+    EXPECT_EQ(table.GetDisplayResource(1)->configs.size(), 2u);
+
+    // More room than any argument gets.
+    auto* huge = In64({102});
+    adapter->Process_eglChooseConfig(1, 1, Null(), huge, 0x7FFFFFFF, Out(1, 4));
+    EXPECT_EQ(table.GetValueEGLConfig(102), Handle(0x200));
+    // A count query, and a call that failed when it was recorded.
+    adapter->Process_eglChooseConfig(1, 1, Null(), Null(), 0, Out(1, 4));
+    adapter->Process_eglChooseConfig(0, 1, Null(), Out(4, 8), 4, Out(1, 4));
+    EXPECT_EQ(table.GetDisplayResource(1)->configs.size(), 3u);
+}
+
+} // namespace
+} // namespace Playback

@@ -1,0 +1,283 @@
+#include <EGL/egl.h>
+#include <GLES3/gl3.h>
+
+#include "EGLReplay.h"
+#include "Playback/EGLOffscreenSurfaceFactory.h"
+#include "Playback/EGLPbufferSurfaceFactory.h"
+#include "Playback/EGLProxySurface.h"
+#include "Playback/EGLSingleSurfaceFactory.h"
+
+namespace Playback {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+/// Factories by themselves, with display 11 and config 21.
+class EGLSurfaceFactoryTest : public EGLReplay {
+protected:
+    EGLSurfaceFactoryTest() { driver.ClearLog(); }
+
+    void* const display = Handle(11);
+    void* const config = Handle(21);
+    void* const context = Handle(31);
+};
+
+using EGLSingleSurfaceTest = EGLSurfaceFactoryTest;
+
+TEST_F(EGLSingleSurfaceTest, WindowSurfacesOfADisplayAreOne)
+{
+    EGLSingleSurfaceFactory single;
+    auto* first = single.CreateWindowSurface(display, config, Handle(NativeWindow), nullptr);
+    Forget();
+    EXPECT_EQ(single.CreateWindowSurface64(display, config, Handle(NativeWindow), nullptr), first);
+    EXPECT_THAT(Calls(), IsEmpty());
+    EXPECT_THAT(log.Take(), ElementsAre("Skipping window surface creation due to single surface override."));
+    EXPECT_NE(single.CreateWindowSurface(Handle(12), config, Handle(NativeWindow), nullptr), first);
+    Forget();
+
+    EXPECT_EQ(single.DestroySurface(display, first), 1u);
+    EXPECT_THAT(Calls(), IsEmpty());
+    auto* pbuffer = single.CreatePbufferSurface(display, config, nullptr);
+    EXPECT_EQ(single.DestroySurface(display, pbuffer), 1u);
+    EXPECT_EQ(single.DestroySurface(display, nullptr), 0u);
+    EXPECT_THAT(Calls(), ElementsAre("eglCreatePbufferSurface(11, 21, null) = 503", "eglDestroySurface(11, 503) = 1"));
+
+    single.Terminate(display);
+    single.Terminate(display);
+    EXPECT_THAT(Calls(), ElementsAre("eglDestroySurface(11, 501) = 1"));
+    single.CreateWindowSurface(display, config, Handle(NativeWindow), nullptr);
+    EXPECT_THAT(Calls(), Contains(StartsWith("eglCreateWindowSurface")));
+}
+
+TEST_F(EGLSingleSurfaceTest, ARefusedSurfaceIsNotTheOne)
+{
+    EGLSingleSurfaceFactory single;
+    driver.Returns("eglCreateWindowSurface", std::uintptr_t{0});
+    EXPECT_EQ(single.CreateWindowSurface(display, config, Handle(NativeWindow), nullptr), nullptr);
+    driver.Answer("eglCreateWindowSurface", nullptr);
+    EXPECT_NE(single.CreateWindowSurface(display, config, Handle(NativeWindow), nullptr), nullptr);
+}
+
+TEST_F(EGLSurfaceFactoryTest, ARefusedSurfaceStillHasItsProxy)
+{
+    driver.Returns("eglCreateWindowSurface", std::uintptr_t{0});
+    auto* surface = factory.CreateWindowSurface(display, config, Handle(NativeWindow), nullptr);
+    ASSERT_NE(surface, nullptr);
+    EXPECT_EQ(surface->GetSurface(), nullptr);
+    driver.Returns("eglDestroySurface", EGL_FALSE);
+    EXPECT_EQ(factory.DestroySurface(display, surface), 0u);
+}
+
+class EGLPbufferSurfaceTest : public EGLSurfaceFactoryTest {
+protected:
+    EGLProxySurface* Window(const int* attribs = nullptr)
+    {
+        return pbuffers.CreateWindowSurface(display, config, Handle(NativeWindow), attribs);
+    }
+    EGLPbufferSurfaceFactory pbuffers;
+};
+
+TEST_F(EGLPbufferSurfaceTest, IsMadeAtMakeCurrentAndAnewForAnotherSize)
+{
+    const int attribs[] = {EGL_RENDER_BUFFER, EGL_BACK_BUFFER, EGL_GL_COLORSPACE, EGL_GL_COLORSPACE_SRGB, EGL_NONE};
+    auto* surface = Window(attribs);
+    EXPECT_EQ(surface->GetOriginalType(), EGLProxySurface::OriginalWindow);
+    EXPECT_EQ(surface->SurfaceAttrib(display, EGL_SWAP_BEHAVIOR, EGL_BUFFER_PRESERVED), 1u);
+    EXPECT_EQ(surface->SurfaceAttrib(display, EGL_MIPMAP_LEVEL, 2), 1u);
+    surface->SetSize(320, 200);
+    EXPECT_THAT(Calls(), Not(Contains(StartsWith("eglCreatePbufferSurface"))));
+
+    EXPECT_EQ(surface->MakeCurrent(display, surface, context), 1u);
+    EXPECT_THAT(Calls(),
+                ElementsAre("eglCreatePbufferSurface(11, 21, {EGL_GL_COLORSPACE: 12425, EGL_WIDTH: 320, "
+                            "EGL_HEIGHT: 200, EGL_LARGEST_PBUFFER: 1}) = 501",
+                            "eglSurfaceAttrib(11, 501, EGL_MIPMAP_LEVEL, 2) = 1",
+                            "eglSurfaceAttrib(11, 501, EGL_SWAP_BEHAVIOR, 12436) = 1",
+                            "eglQuerySurface(11, 501, EGL_WIDTH) = 1, [320]",
+                            "eglQuerySurface(11, 501, EGL_HEIGHT) = 1, [200]", "eglMakeCurrent(11, 501, 501, 31) = 1"));
+
+    surface->SetSize(0, 0);
+    surface->SetSize(320, 200);
+    surface->MakeCurrent(display, surface, context);
+    EXPECT_THAT(Calls(), ElementsAre("eglMakeCurrent(11, 501, 501, 31) = 1"));
+
+    surface->SetSize(0, 240);
+    EXPECT_EQ(surface->GetWidth(), 320u);
+    EXPECT_EQ(surface->GetHeight(), 240u);
+    surface->SurfaceAttrib(display, EGL_MIPMAP_LEVEL, 3);
+    surface->MakeCurrent(display, surface, context);
+    const auto calls = Calls();
+    EXPECT_THAT(calls, Contains("eglDestroySurface(11, 501) = 1"));
+    EXPECT_THAT(calls, Contains("eglSurfaceAttrib(11, 502, EGL_MIPMAP_LEVEL, 3) = 1"));
+    EXPECT_THAT(calls.back(), "eglMakeCurrent(11, 502, 502, 31) = 1");
+}
+
+TEST_F(EGLPbufferSurfaceTest, TakesTheSizeThatTheDriverGave)
+{
+    driver.Answer("eglQuerySurface", [](const Fake::Arguments& args) {
+        *args.Get<EGLint*>(3) = args.Get<EGLint>(2) == EGL_WIDTH ? 4096 : 2048;
+        return Fake::Word{EGL_TRUE};
+    });
+    auto* surface = Window();
+    surface->SetSize(10000, 2048);
+    surface->MakeCurrent(display, surface, context);
+    EXPECT_EQ(surface->GetWidth(), 4096u);
+    Forget();
+    surface->MakeCurrent(display, surface, context);
+    EXPECT_THAT(Calls(), ElementsAre(StartsWith("eglMakeCurrent")));
+}
+
+TEST_F(EGLPbufferSurfaceTest, FailedCreationIsTriedAgainWithTheSameSize)
+{
+    driver.Returns("eglCreatePbufferSurface", std::uintptr_t{0});
+    auto* surface = Window();
+    surface->SetSize(320, 200);
+    EXPECT_EQ(surface->MakeCurrent(display, surface, context), 0u);
+    driver.Answer("eglCreatePbufferSurface", nullptr);
+    Forget();
+    EXPECT_EQ(surface->MakeCurrent(display, surface, context), 1u);
+    EXPECT_EQ(surface->GetWidth(), 320u);
+    EXPECT_THAT(Calls().front(), "eglCreatePbufferSurface(11, 21, {EGL_WIDTH: 320, EGL_HEIGHT: 200, "
+                                 "EGL_LARGEST_PBUFFER: 1}) = 501");
+}
+
+TEST_F(EGLPbufferSurfaceTest, ConfigIsReplacedOnceForSurfacesAndContexts)
+{
+    driver.Answer("eglGetConfigAttrib", [](const Fake::Arguments& args) {
+        const auto attribute = args.Get<EGLint>(2);
+        if (attribute == EGL_SAMPLES) {
+            return Fake::Word{EGL_FALSE};
+        }
+        *args.Get<EGLint*>(3) = attribute == EGL_SURFACE_TYPE ? EGL_WINDOW_BIT | EGL_PIXMAP_BIT : 8;
+        return Fake::Word{EGL_TRUE};
+    });
+    driver.Answer("eglChooseConfig", [](const Fake::Arguments& args) {
+        *args.Get<void**>(2) = Handle(22);
+        *args.Get<EGLint*>(4) = 1;
+        return Fake::Word{EGL_TRUE};
+    });
+    pbuffers.CreateContext(display, config, nullptr, nullptr);
+    auto calls = Calls();
+    EXPECT_THAT(calls, Contains("eglCreateContext(11, 22, 0, null) = 501"));
+    EXPECT_THAT(calls, Contains(StartsWith("eglChooseConfig(11, {EGL_SURFACE_TYPE: 3, EGL_RENDERABLE_TYPE: 8, "
+                                           "EGL_RED_SIZE: 8, EGL_GREEN_SIZE: 8, EGL_BLUE_SIZE: 8, EGL_ALPHA_SIZE: 8, "
+                                           "EGL_DEPTH_SIZE: 8, EGL_STENCIL_SIZE: 8, EGL_SAMPLE_BUFFERS: 8}")));
+    EXPECT_THAT(log.Take(), ElementsAre("Overriding EGL config 0x15 with pbuffer-compliant config 0x16 for "
+                                        "pbuffer-to-window surface substitution."));
+
+    Window()->MakeCurrent(display, nullptr, context);
+    pbuffers.CreatePixmapSurface(display, config, nullptr, nullptr);
+    calls = Calls();
+    EXPECT_THAT(calls, Not(Contains(StartsWith("eglChooseConfig"))));
+    EXPECT_THAT(calls, Contains(StartsWith("eglCreatePbufferSurface(11, 22,")));
+    EXPECT_THAT(calls, Contains(StartsWith("eglCreatePixmapSurface(11, 22,")));
+
+    pbuffers.Terminate(display);
+    Window();
+    EXPECT_THAT(Calls(), Contains(StartsWith("eglChooseConfig")));
+}
+
+TEST_F(EGLPbufferSurfaceTest, ConfigIsKeptWhereItServesOrNoOtherDoes)
+{
+    pbuffers.CreateContext(display, config, nullptr, nullptr); // the fake driver's configs have pbuffers
+    EXPECT_THAT(Calls(), Contains("eglCreateContext(11, 21, 0, null) = 501"));
+    EXPECT_THAT(log.Take(), IsEmpty());
+
+    driver.Answer("eglGetConfigAttrib", [](const Fake::Arguments& args) {
+        *args.Get<EGLint*>(3) = EGL_WINDOW_BIT;
+        return Fake::Word{EGL_TRUE};
+    });
+    driver.Answer("eglChooseConfig", [](const Fake::Arguments& args) {
+        *args.Get<EGLint*>(4) = 0;
+        return Fake::Word{EGL_TRUE};
+    });
+    pbuffers.CreateContext(display, Handle(23), nullptr, nullptr);
+    pbuffers.CreateContext(display, Handle(23), nullptr, nullptr);
+    EXPECT_THAT(Calls(), Contains(StartsWith("eglCreateContext(11, 23,")));
+    EXPECT_THAT(log.Take(), ElementsAre("error: Failed to find an EGL config that supports pbuffer surfaces."));
+}
+
+TEST_F(EGLPbufferSurfaceTest, DestructionForgetsEverything)
+{
+    auto* surface = Window();
+    EXPECT_EQ(surface->DestroySurface(display), 1u) << "there is nothing to destroy yet";
+    surface->SetSize(320, 200);
+    surface->MakeCurrent(display, surface, context);
+    Forget();
+    EXPECT_EQ(surface->DestroySurface(display), 1u);
+    EXPECT_THAT(Calls(), ElementsAre("eglDestroySurface(11, 501) = 1"));
+    EXPECT_EQ(surface->GetWidth(), 0u);
+    EXPECT_EQ(surface->GetSurface(), nullptr);
+}
+
+class EGLOffscreenSurfaceTest : public EGLSurfaceFactoryTest {
+protected:
+    /// A surface of 4 x 2 pixels, current.
+    EGLProxySurface* Current()
+    {
+        auto* surface = offscreen.CreateWindowSurface(display, config, nullptr, nullptr);
+        surface->SetSize(4, 2);
+        surface->MakeCurrent(display, surface, context);
+        Forget();
+        return surface;
+    }
+    void Bound(GLint framebuffer, GLint readBuffer)
+    {
+        driver.Answer("glGetIntegerv", [=](const Fake::Arguments& args) {
+            *args.Get<GLint*>(1) = args.Get<GLenum>(0) == GL_READ_BUFFER ? readBuffer : framebuffer;
+            return Fake::Word{0};
+        });
+    }
+    std::vector<std::string> SwapCalls(EGLProxySurface* surface)
+    {
+        Forget();
+        surface->SwapBuffers(display);
+        auto calls = AllCalls();
+        std::erase_if(calls, [](const std::string& call) {
+            return call.starts_with("glGetIntegerv") || call.starts_with("eglQuerySurface");
+        });
+        return calls;
+    }
+
+    EGLOffscreenSurfaceFactory offscreen{&windows};
+};
+
+TEST_F(EGLOffscreenSurfaceTest, IsReadBackBeforeTheSwapAndLeavesTheBindings)
+{
+    auto* surface = Current();
+    log.Take();
+    Bound(0, GL_BACK);
+    EXPECT_THAT(SwapCalls(surface), ElementsAre(StartsWith("glReadPixels(0, 0, 4, 2, GL_RGBA, GL_UNSIGNED_BYTE"),
+                                                "eglSwapBuffers(11, 501) = 1"));
+    EXPECT_THAT(log.Take(), ElementsAre("error: Pbuffer surface content cannot be displayed on screen: platform not "
+                                        "supported."));
+    Bound(9, GL_COLOR_ATTACHMENT0);
+    EXPECT_THAT(SwapCalls(surface),
+                ElementsAre("glBindFramebuffer(GL_READ_FRAMEBUFFER, 0)", "glReadBuffer(GL_BACK)",
+                            StartsWith("glReadPixels"), "glReadBuffer(GL_COLOR_ATTACHMENT0)",
+                            "glBindFramebuffer(GL_READ_FRAMEBUFFER, 9)", StartsWith("eglSwapBuffers")));
+}
+
+TEST_F(EGLOffscreenSurfaceTest, IsOnlySwappedWhereThereIsNothingToShow)
+{
+    auto* notCurrent = offscreen.CreateWindowSurface(display, config, nullptr, nullptr);
+    EXPECT_THAT(SwapCalls(notCurrent), ElementsAre("eglSwapBuffers(11, 0) = 1"));
+
+    SingleWindowManager noWindow(nullptr);
+    EGLOffscreenSurfaceFactory windowless(&noWindow);
+    auto* surface = windowless.CreateWindowSurface(display, config, nullptr, nullptr);
+    surface->SetSize(4, 2);
+    surface->MakeCurrent(display, surface, context);
+    EXPECT_THAT(SwapCalls(surface), ElementsAre(StartsWith("eglSwapBuffers")));
+
+    auto* current = Current();
+    Core::KHRLayer::playbackGLESProcTable.glReadBuffer = nullptr;
+    EXPECT_THAT(SwapCalls(current), ElementsAre(StartsWith("eglSwapBuffers")));
+}
+
+} // namespace
+} // namespace Playback
