@@ -17,9 +17,6 @@ CaptureFile::CaptureFile(const std::string& path, std::unique_ptr<CaptureSource>
     : m_diagnostics(path, std::move(report)), m_source(std::move(source)),
       m_processor(*m_source, preload, m_diagnostics)
 {
-    if (!m_source->IsComplete())
-        m_diagnostics.File("the end is missing, since the recorded program was killed or the file was cut: " +
-                           std::to_string(m_source->FrameCount()) + " whole frames are there");
 }
 
 } // namespace Data

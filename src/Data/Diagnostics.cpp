@@ -25,10 +25,9 @@ void Diagnostics::Skipped(const char* name, const std::string& what, const std::
 {
     if (++m_skipped > maxPrinted)
         return;
-    // A record has a place in the chunk as it is after decompression, the chunk has one in the file.
     char where[96];
-    std::snprintf(where, sizeof where, "offset 0x%" PRIx64 "+0x%zx, frame %u, call %u ", position.chunkOffset,
-                  static_cast<std::size_t>(position.record - position.chunk), position.frame + 1, position.call);
+    std::snprintf(where, sizeof where, "offset 0x%" PRIx64 "+0x%x, frame %u, call %u ", position.chunkOffset,
+                  position.recordOffset, position.frame + 1, position.call);
     File(where + std::string(name) + ": " + what + ": expected " + expected + ", found " + found + "; call skipped");
 }
 

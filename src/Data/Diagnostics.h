@@ -14,8 +14,8 @@ using Report = std::function<void(const std::string&)>;
 struct Position {
     /// Place of the chunk in the file.
     std::uint64_t chunkOffset = 0;
-    const std::uint8_t* chunk = nullptr;
-    const std::uint8_t* record = nullptr;
+    /// Place of the record in the chunk as it was before compression.
+    std::uint32_t recordOffset = 0;
     /// Whole frames replayed so far; the frame at work is the next one.
     std::uint32_t frame = 0;
     /// Calls of this frame so far, the one at work included.

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "Data/Diagnostics.h"
+#include "Data/RecordWalk.h"
 
 namespace Data {
 
@@ -46,7 +47,7 @@ bool FrameProcessor::NextChunk()
     m_calls.ForgetVertexData();
     m_queue.Recycle(std::move(m_chunk));
     m_chunk = {};
-    m_at = m_end = nullptr;
+    m_cursor = {};
     std::string trouble;
     if (!m_queue.Next(m_chunk, trouble)) {
         if (!trouble.empty()) {
@@ -55,10 +56,8 @@ bool FrameProcessor::NextChunk()
         }
         return false;
     }
-    m_at = m_chunk.Data();
-    m_end = m_at + m_chunk.bytes;
+    m_cursor = RecordCursor(m_chunk);
     m_diagnostics.position.chunkOffset = m_chunk.fileOffset;
-    m_diagnostics.position.chunk = m_at;
     return true;
 }
 
@@ -71,52 +70,42 @@ void FrameProcessor::End()
         EndBlock(BlockType::Frame);
     m_diagnostics.Summary();
     if (m_isDamaged || !m_source.IsComplete())
-        m_diagnostics.File("the capture is incomplete: " + std::to_string(Frames()) + " frames were read");
+        ReportIncomplete(m_diagnostics, Frames());
 }
 
 FrameProcessor::Outcome FrameProcessor::ProcessRecords()
 {
-    while (m_at != m_end) {
-        std::uint8_t* const record = m_at;
-        m_diagnostics.position.record = record;
-        const auto left = static_cast<std::uint64_t>(m_end - m_at);
-        RecordHeader header = {};
-        if (left >= sizeof header)
-            std::memcpy(&header, record, sizeof header);
-        if (header.bytes < sizeof header || header.bytes % 8 != 0 || header.bytes > left) {
-            m_diagnostics.File("offset " + std::to_string(m_chunk.fileOffset) + "+" +
-                               std::to_string(record - m_diagnostics.position.chunk) + ": a record of " +
-                               std::to_string(header.bytes) + " bytes, the chunk has " + std::to_string(left) +
-                               " left; replay ends here");
-            return Outcome::Damage;
-        }
-        m_at += header.bytes;
-        if (header.id < m_known.size() && m_known[header.id] < callCount) [[likely]] {
+    Position& position = m_diagnostics.position;
+    while (m_cursor.Next()) {
+        position.recordOffset = m_cursor.Offset();
+        const std::uint32_t id = m_cursor.Header().id;
+        if (id < m_known.size() && m_known[id] < callCount) [[likely]] {
             if (!m_isInFrameBlock && !m_isInStateBlock)
                 StartBlock(BlockType::Frame);
-            ++m_diagnostics.position.call;
-            m_calls.Decode(static_cast<CallId>(m_known[header.id]), record);
-        } else if (header.id < firstBuiltInId) {
-            ProcessUnknown(header);
-        } else if (header.id == static_cast<std::uint32_t>(RecordId::FrameEnd)) {
+            ++position.call;
+            m_calls.Decode(static_cast<CallId>(m_known[id]), m_cursor.Record());
+        } else if (id < firstBuiltInId) {
+            ProcessUnknown(id);
+        } else if (m_cursor.Is(RecordId::FrameEnd)) {
             if (!m_isInFrameBlock)
                 StartBlock(BlockType::Frame);
-            ++m_diagnostics.position.frame;
-            m_diagnostics.position.call = 0;
+            ++position.frame;
+            position.call = 0;
             EndBlock(BlockType::Frame);
             return Outcome::FrameEnd;
         } else {
-            ProcessBuiltIn(header, record);
+            ProcessBuiltIn();
         }
     }
-    return Outcome::ChunkEnd;
+    if (!m_cursor.IsDamaged())
+        return Outcome::ChunkEnd;
+    m_diagnostics.File(m_cursor.Damage() + "; replay ends here");
+    return Outcome::Damage;
 }
 
 bool FrameProcessor::ProcessChunk(std::uint8_t* bytes, std::uint32_t count)
 {
-    m_at = bytes;
-    m_end = bytes + count;
-    m_diagnostics.position.chunk = bytes;
+    m_cursor = RecordCursor(bytes, count, 0);
     m_calls.ForgetVertexData();
     Outcome outcome = ProcessRecords();
     bool hasFrame = false;
@@ -127,34 +116,33 @@ bool FrameProcessor::ProcessChunk(std::uint8_t* bytes, std::uint32_t count)
     return hasFrame;
 }
 
-void FrameProcessor::ProcessUnknown(const RecordHeader& header)
+void FrameProcessor::ProcessUnknown(std::uint32_t id)
 {
     const std::vector<FileCall>& calls = m_source.Calls();
-    const bool isInTable = header.id < calls.size() && !calls[header.id].name.empty();
-    if (isInTable ? m_unknownSaid[header.id] : m_unknownRecordSaid)
+    const bool isInTable = id < calls.size() && !calls[id].name.empty();
+    if (isInTable ? m_unknownSaid[id] : m_unknownRecordSaid)
         return;
     if (isInTable) {
-        m_unknownSaid[header.id] = true;
-        const FileCall& call = calls[header.id];
+        m_unknownSaid[id] = true;
+        const FileCall& call = calls[id];
         m_diagnostics.File("this program has no call " + call.name + " with the signature " + call.signature +
                            "; such calls are skipped");
     } else {
         m_unknownRecordSaid = true;
-        m_diagnostics.File("there is no call with the number " + std::to_string(header.id) +
+        m_diagnostics.File("there is no call with the number " + std::to_string(id) +
                            " in the capture's table; such records are skipped");
     }
 }
 
-void FrameProcessor::ProcessBuiltIn(const RecordHeader& header, std::uint8_t* record)
+void FrameProcessor::ProcessBuiltIn()
 {
+    const RecordHeader& header = m_cursor.Header();
+    std::uint8_t* const record = m_cursor.Record();
     const auto read = [&](auto& value) {
-        if (header.bytes < sizeof value) {
-            m_diagnostics.Skipped("record", "size", std::to_string(sizeof value) + " bytes",
-                                  std::to_string(header.bytes));
-            return false;
-        }
-        std::memcpy(&value, record, sizeof value);
-        return true;
+        if (m_cursor.Read(value))
+            return true;
+        m_diagnostics.Skipped("record", "size", std::to_string(sizeof value) + " bytes", std::to_string(header.bytes));
+        return false;
     };
     switch (static_cast<RecordId>(header.id)) {
     case RecordId::Thread:

@@ -8,6 +8,7 @@
 #include "Data/CaptureSource.h"
 #include "Data/ChunkQueue.h"
 #include "Data/MetaDecoder.h"
+#include "Data/RecordCursor.h"
 #include "Interfaces/Data.h"
 
 namespace Data {
@@ -38,8 +39,8 @@ public:
 private:
     enum class Outcome { FrameEnd, ChunkEnd, Damage };
     Outcome ProcessRecords();
-    void ProcessBuiltIn(const RecordHeader& header, std::uint8_t* record);
-    void ProcessUnknown(const RecordHeader& header);
+    void ProcessBuiltIn();
+    void ProcessUnknown(std::uint32_t id);
     void ChangeThread(std::uint32_t thread);
     void StartBlock(BlockType type);
     void EndBlock(BlockType type);
@@ -60,8 +61,7 @@ private:
     bool m_unknownRecordSaid = false;
 
     Chunk m_chunk;
-    std::uint8_t* m_at = nullptr;
-    std::uint8_t* m_end = nullptr;
+    RecordCursor m_cursor;
     std::uint32_t m_thread = 0;
     bool m_isThreadKnown = false;
     bool m_isInFrameBlock = false;

@@ -1,0 +1,45 @@
+#include "Data/RecordWalk.h"
+
+#include "Data/ChunkQueue.h"
+
+namespace Data {
+
+bool WalkRecords(CaptureSource& source, Diagnostics& diagnostics, const std::function<void(const RecordCursor&)>& visit)
+{
+    ChunkQueue queue(source, Preload::No);
+    Position& position = diagnostics.position;
+    std::string trouble;
+    Chunk chunk;
+    while (trouble.empty() && queue.Next(chunk, trouble)) {
+        position.chunkOffset = chunk.fileOffset;
+        RecordCursor cursor(chunk);
+        while (cursor.Next()) {
+            position.recordOffset = cursor.Offset();
+            if (cursor.Header().id < firstBuiltInId)
+                ++position.call;
+            visit(cursor);
+            if (cursor.Is(RecordId::FrameEnd)) {
+                ++position.frame;
+                position.call = 0;
+            }
+        }
+        if (cursor.IsDamaged())
+            trouble = cursor.Damage();
+        queue.Recycle(std::move(chunk));
+        chunk = {};
+    }
+    if (!trouble.empty())
+        diagnostics.File(trouble);
+    if (trouble.empty() && source.IsComplete())
+        return true;
+    ReportIncomplete(diagnostics, position.frame);
+    return false;
+}
+
+void ReportIncomplete(Diagnostics& diagnostics, std::uint32_t frames)
+{
+    diagnostics.File("the capture is incomplete, since the recorded program was killed or the file is damaged: " +
+                     std::to_string(frames) + " frames were read");
+}
+
+} // namespace Data

@@ -1,0 +1,150 @@
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <ctime>
+
+#include <nlohmann/json.hpp>
+
+#include "Tools/Info/CaptureSummary.h"
+
+namespace Tools {
+
+namespace {
+
+std::string Format(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+std::string Format(const char* format, ...)
+{
+    std::va_list args;
+    va_start(args, format);
+    std::va_list again;
+    va_copy(again, args);
+    std::string text(static_cast<std::size_t>(std::max(0, std::vsnprintf(nullptr, 0, format, args))), '\0');
+    std::vsnprintf(text.data(), text.size() + 1, format, again);
+    va_end(again);
+    va_end(args);
+    return text;
+}
+
+/// Start of the recording as ISO 8601 text in UTC; empty when the capture does not say.
+std::string StartTime(const CaptureSummary& summary)
+{
+    if (summary.header.startTimeUs == 0)
+        return {};
+    const auto seconds = static_cast<std::time_t>(summary.header.startTimeUs / 1'000'000);
+    std::tm utc = {};
+    char text[32];
+    if (!gmtime_r(&seconds, &utc) || std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc) == 0)
+        return {};
+    return text;
+}
+
+/// Calls, most frequent first; equal counts by name.
+std::vector<std::pair<std::string, std::uint64_t>> ByCount(const std::map<std::string, std::uint64_t>& counts)
+{
+    std::vector<std::pair<std::string, std::uint64_t>> sorted(counts.begin(), counts.end());
+    std::stable_sort(sorted.begin(), sorted.end(), [](const auto& a, const auto& b) { return a.second > b.second; });
+    return sorted;
+}
+
+std::string Sizes(const SurfaceSummary& surface)
+{
+    std::string text;
+    for (const auto& [width, height] : surface.sizes)
+        text += Format("%s%ux%u", text.empty() ? "" : ", ", width, height);
+    return text.empty() ? "size unknown" : text;
+}
+
+void Line(std::string& text, const char* name, const std::string& value)
+{
+    if (!value.empty())
+        text += Format("%-12s %s\n", name, value.c_str());
+}
+
+} // namespace
+
+std::string ToText(const CaptureSummary& summary)
+{
+    const Data::CaptureHeader& header = summary.header;
+    std::string text;
+    Line(text, "file",
+         summary.path + Format(", %llu bytes", static_cast<unsigned long long>(summary.fileBytes)) +
+             (summary.isComplete ? "" : ", incomplete"));
+    Line(text, "format", Format("version %u", header.version));
+    Line(text, "recorded by", header.toolVersion);
+    Line(text, "recorded at", StartTime(summary));
+    Line(text, "command", header.command);
+    Line(text, "EGL", header.eglVendor + (header.eglVersion.empty() ? "" : ", " + header.eglVersion));
+    Line(text, "OpenGL ES", header.glVersion);
+    Line(text, "renderer", header.glRenderer + (header.glVendor.empty() ? "" : ", " + header.glVendor));
+    if (header.surfaceWidth != 0)
+        Line(text, "first size", Format("%ux%u", header.surfaceWidth, header.surfaceHeight));
+    Line(text, "frames",
+         Format("%u in %.3f s", summary.frames, static_cast<double>(summary.durationUs) / 1e6) +
+             (summary.frameHashes > 0 ? Format(", %u with a hash", summary.frameHashes) : "") +
+             (summary.hasStateBlock ? ", behind a state-setup block" : ""));
+    Line(text, "calls", std::to_string(summary.calls));
+    for (const auto& [thread, calls] : summary.callsByThread)
+        Line(text, "thread", Format("%u: %llu calls", thread, static_cast<unsigned long long>(calls)));
+    for (const auto& [context, shared] : summary.contexts)
+        Line(text, "context", shared != 0 ? Format("%u, shares with %u", context, shared) : std::to_string(context));
+    for (const auto& [surface, what] : summary.surfaces)
+        Line(text, "surface",
+             Format("%u: %s%s", surface, what.kind.empty() ? "" : (what.kind + ", ").c_str(), Sizes(what).c_str()));
+    for (const auto& [note, count] : ByCount(summary.notes))
+        Line(text, "not recorded", Format("%s, %llu times", note.c_str(), static_cast<unsigned long long>(count)));
+    if (!summary.callsByName.empty())
+        text += "\n";
+    for (const auto& [name, count] : ByCount(summary.callsByName))
+        text += Format("%12llu %s\n", static_cast<unsigned long long>(count), name.c_str());
+    return text;
+}
+
+std::string ToJson(const CaptureSummary& summary)
+{
+    using Json = nlohmann::ordered_json;
+    const Data::CaptureHeader& header = summary.header;
+    Json json;
+    json["file"] = summary.path;
+    json["bytes"] = summary.fileBytes;
+    json["complete"] = summary.isComplete;
+    json["version"] = header.version;
+    json["tool"] = header.toolVersion;
+    json["started"] = StartTime(summary);
+    json["command"] = header.command;
+    json["driver"] = {{"eglVendor", header.eglVendor},
+                      {"eglVersion", header.eglVersion},
+                      {"glVendor", header.glVendor},
+                      {"glRenderer", header.glRenderer},
+                      {"glVersion", header.glVersion}};
+    json["width"] = header.surfaceWidth;
+    json["height"] = header.surfaceHeight;
+    json["frames"] = summary.frames;
+    json["seconds"] = static_cast<double>(summary.durationUs) / 1e6;
+    json["frameHashes"] = summary.frameHashes;
+    json["stateBlock"] = summary.hasStateBlock;
+    json["callCount"] = summary.calls;
+    json["threads"] = Json::array();
+    for (const auto& [thread, calls] : summary.callsByThread)
+        json["threads"].push_back({{"thread", thread}, {"calls", calls}});
+    json["contexts"] = Json::array();
+    for (const auto& [context, shared] : summary.contexts)
+        json["contexts"].push_back({{"context", context}, {"sharesWith", shared}});
+    json["surfaces"] = Json::array();
+    for (const auto& [surface, what] : summary.surfaces) {
+        Json sizes = Json::array();
+        for (const auto& [width, height] : what.sizes)
+            sizes.push_back({{"width", width}, {"height", height}});
+        json["surfaces"].push_back({{"surface", surface}, {"kind", what.kind}, {"sizes", sizes}});
+    }
+    json["notRecorded"] = Json::object();
+    for (const auto& [note, count] : summary.notes)
+        json["notRecorded"][note] = count;
+    json["calls"] = Json::object();
+    for (const auto& [name, count] : ByCount(summary.callsByName))
+        json["calls"][name] = count;
+    // Text of the recorded system may be anything; what is no UTF-8 is replaced.
+    return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+} // namespace Tools

@@ -1,0 +1,75 @@
+// playback-info: prints what is in a capture.
+#include <cstdio>
+#include <string>
+
+#include "Data/RecordWalk.h"
+#include "Tools/Info/CaptureSummary.h"
+#include "Tools/Info/RecordText.h"
+#include "Util/CommandLine.h"
+
+namespace {
+
+enum ExitStatus : int { Done = 0, Usage = 2, Unreadable = 3 };
+
+constexpr Util::Option options[] = {
+    {"--json", "", "print the same as JSON", "Options"},
+    {"--dump", "", "list all calls instead, one on each line, with frame and number of the call in its frame",
+     "Options"},
+    {"--help", "", "print this text", "Options"},
+    {"--version", "", "print the version", "Options"},
+};
+constexpr const char* usage = "usage: playback-info [options] FILE.glcap\n"
+                              "\n"
+                              "Prints what is in a capture: header, frames, threads, contexts, surfaces and calls.\n";
+
+void Print(const std::string& text)
+{
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+void Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics)
+{
+    Data::WalkRecords(source, diagnostics, [&](const Data::RecordCursor& record) {
+        const Data::Position& at = diagnostics.position;
+        Print(std::to_string(at.frame + 1) + ":" + std::to_string(at.call) + " " + Tools::RecordText(record, source) +
+              "\n");
+    });
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const Util::CommandLine commandLine(options);
+    const Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
+    if (parsed.args.HasSwitch("--help")) {
+        Print(commandLine.Help(usage));
+        return Done;
+    }
+    if (parsed.args.HasSwitch("--version")) {
+        Print("playback-info " PLAYBACK_VERSION "\n");
+        return Done;
+    }
+    std::string error = parsed.error;
+    if (error.empty() && parsed.args.positional.size() != 1)
+        error = parsed.args.positional.empty() ? "no file is given" : "more than one file is given";
+    if (!error.empty()) {
+        std::fprintf(stderr, "playback-info: %s\n%s", error.c_str(), usage);
+        return Usage;
+    }
+
+    const std::string& path = parsed.args.positional.front();
+    const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(path, error);
+    if (!source) {
+        std::fprintf(stderr, "playback-info: %s\n", error.c_str());
+        return Unreadable;
+    }
+    Data::Diagnostics diagnostics(path, [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); });
+    if (parsed.args.HasSwitch("--dump")) {
+        Dump(*source, diagnostics);
+    } else {
+        const Tools::CaptureSummary summary = Tools::Summarize(*source, diagnostics);
+        Print(parsed.args.HasSwitch("--json") ? Tools::ToJson(summary) : Tools::ToText(summary));
+    }
+    return Done;
+}
