@@ -124,6 +124,10 @@ bool CallDecoder::OutputRoom(std::uint32_t parameter, std::uint32_t at, std::uin
     Contents contents;
     if (!Find(parameter, slot, contents))
         return false;
+    if (!contents.data && isOptional && slot.value == 0) {
+        pointer.SetValue(0);
+        return true;
+    }
     room = std::max<std::int64_t>(room, 0);
     if (room > static_cast<std::int64_t>(PointerData::maxOwnedBytes / elementBytes))
         return Refuse(parameter, "room for at most " + Bytes(PointerData::maxOwnedBytes),
@@ -132,14 +136,11 @@ bool CallDecoder::OutputRoom(std::uint32_t parameter, std::uint32_t at, std::uin
         pointer.SetContents(contents.data, contents.bytes / elementBytes, elementBytes, slot.value);
         if (pointer.GetCount() < room)
             pointer.ResizeArray(static_cast<std::uint32_t>(room));
-        return true;
-    }
-    if (isOptional && slot.value == 0)
-        pointer.SetValue(0);
-    else if (needsContents && room > 0)
+    } else if (needsContents && room > 0) {
         return Refuse(parameter, "the names that the driver gave", "none");
-    else
+    } else {
         pointer.SetOwned(static_cast<std::uint32_t>(room), elementBytes, slot.value);
+    }
     return true;
 }
 

@@ -27,8 +27,8 @@ struct CallDecoding {
     std::uint32_t fixedBytes;
 };
 
-/// Indexed by CallId. Generated: one function a call, which reads the arguments, checks them, hands them to the adapter
-/// and then tells the client state.
+/// Indexed by CallId. Generated: one function a call, which reads the arguments, checks them, tells the client state
+/// and hands them to the adapter.
 extern const std::span<const CallDecoding, callCount> callDecodings;
 
 /// Decodes calls. Most members serve the generated functions: each reads the argument at its place in the record and

@@ -10,8 +10,8 @@
 
 namespace Data {
 
-/// Which captured thread uses which captured context. The methods named like calls come with each such call, after the
-/// driver got it; the return value comes first. Not thread-safe.
+/// Which captured thread uses which captured context. The methods named like calls come with each such call, as those
+/// of ContextState do. Not thread-safe.
 class ClientState {
 public:
     ClientState();

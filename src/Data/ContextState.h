@@ -79,8 +79,8 @@ struct DrawRange {
     std::uint32_t instances = 1;
 };
 
-/// One captured context. The methods named like calls come with each such call, in the order of the stream, after the
-/// driver got it; a return value comes first.
+/// One captured context. The methods named like calls come with each such call, in the order of the stream; a return
+/// value comes first, and memory holds what it held when the driver had answered.
 class ContextState {
 public:
     explicit ContextState(std::shared_ptr<ShareGroupState> group);

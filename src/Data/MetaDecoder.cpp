@@ -1,6 +1,5 @@
 #include "Data/MetaDecoder.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "Data/Diagnostics.h"
@@ -217,8 +216,7 @@ void MetaDecoder::MultisampleTexture(const std::uint8_t* bytes)
         m_diagnostics.Skipped(name, "layers", std::to_string(layer) + " bytes each", std::to_string(record.layerBytes));
         return;
     }
-    if (layersBehind > maxChunkBytes / std::max(record.layerBytes, 1u) ||
-        !Contents(name, bytes, record.data, std::uint64_t{layersBehind} * record.layerBytes + layer, contents))
+    if (!Contents(name, bytes, record.data, std::uint64_t{layersBehind} * record.layerBytes + layer, contents))
         return;
     for (MetaHandler* const handler : m_handlers)
         handler->ProcessMultiSampleTexture(record.target, record.texture, record.width, record.height, record.depth,

@@ -114,12 +114,13 @@ def decode(call):
     text += "".join(f"    const auto {p.name} = decoder.Value<{p.type.adapter}>({p.at});\n" for p in call.params
                     if not p.type.is_pointer)
     text += checks(call)
-    arguments = returned + [f"&decoder.Pointer({i})" if p.type.is_pointer else p.name for i, p in enumerate(call.params)]
-    text += wrap(f"    decoder.{'EGL' if call.is_egl else 'GL'}().Process_{call.name}(", arguments, ");\n", indent=8)
+    # Ahead of the adapter, which may write over output.
     if call.has("track"):
         state = "Client" if call.is_egl else "Context"
         told = told + [argument(p, i) for i, p in enumerate(call.params)]
         text += wrap(f"    decoder.{state}().{call.name}(", told, ");\n", indent=8)
+    arguments = returned + [f"&decoder.Pointer({i})" if p.type.is_pointer else p.name for i, p in enumerate(call.params)]
+    text += wrap(f"    decoder.{'EGL' if call.is_egl else 'GL'}().Process_{call.name}(", arguments, ");\n", indent=8)
     return text + "}\n\n"
 
 

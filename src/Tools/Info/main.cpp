@@ -20,7 +20,7 @@ constexpr Util::Option options[] = {
 };
 constexpr const char* usage = "usage: playback-info [options] FILE.glcap\n"
                               "\n"
-                              "Prints what is in a capture: header, frames, threads, contexts, surfaces and calls.\n";
+                              "Prints what is in a capture: header, frames, threads, contexts, surfaces and calls.";
 
 void Print(const std::string& text)
 {
@@ -54,7 +54,7 @@ int main(int argc, char** argv)
     if (error.empty() && parsed.args.positional.size() != 1)
         error = parsed.args.positional.empty() ? "no file is given" : "more than one file is given";
     if (!error.empty()) {
-        std::fprintf(stderr, "playback-info: %s\n%s", error.c_str(), usage);
+        std::fprintf(stderr, "playback-info: %s\n%s\n", error.c_str(), usage);
         return Usage;
     }
 

@@ -1,0 +1,364 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "TestCapture.h"
+#include "TouchingAdapters.h"
+
+namespace Data {
+
+namespace {
+
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+constexpr std::uint32_t texture2D = 0x0DE1;
+constexpr std::uint32_t triangles = 4;
+
+/// Uses all memory of each call, and counts the calls that came through.
+class Driver : public TouchingGLAdapter {
+public:
+    using TouchingGLAdapter::TouchingGLAdapter;
+    void Process_glClear(std::uint32_t) override { ++reached; }
+    int reached = 0;
+};
+
+class CallDecoderTest : public CaptureTest {
+protected:
+    void SetUp() override
+    {
+        CaptureTest::SetUp();
+        Call(CallId::glGenBuffers, 2, std::vector<std::uint32_t>{1, 2});
+    }
+    /// Replays; the reports say which calls were skipped and why.
+    void Play()
+    {
+        const std::unique_ptr<CaptureFile> capture = Open();
+        ASSERT_NE(capture, nullptr) << openError;
+        CallDecoder& decoder = capture->GetFrameProcessor()->Calls();
+        TouchingGLAdapter gl(decoder);
+        TouchingEGLAdapter egl(decoder);
+        TouchingMetaHandler meta;
+        capture->SetAdapter(&gl);
+        capture->SetAdapter(&egl);
+        capture->Add(&meta);
+        while (capture->GetFrameProcessor()->ProcessNextFrame()) {
+        }
+        EXPECT_FALSE(capture->IsIncomplete());
+    }
+    static std::vector<std::uint8_t> Bytes(std::size_t count) { return std::vector<std::uint8_t>(count, 1); }
+    void Deliver(std::uint32_t index, std::uint32_t first, std::uint32_t count, std::uint32_t bytes)
+    {
+        VertexAttribDataRecord fields{};
+        fields.index = index;
+        fields.size = 2;
+        fields.type = Enum::Float;
+        fields.stride = 8;
+        fields.first = first;
+        fields.count = count;
+        std::uint8_t* const data = writer->BeginVertexAttribData(fields, bytes);
+        ASSERT_NE(data, nullptr);
+        std::memset(data, 1, bytes);
+        writer->End();
+    }
+    void ClientAttrib(std::uint32_t index)
+    {
+        Call(CallId::glBindBuffer, Enum::ArrayBuffer, 0);
+        Call(CallId::glVertexAttribPointer, index, 2, Enum::Float, 0, 0, 0x1000);
+        Call(CallId::glEnableVertexAttribArray, index);
+    }
+};
+
+TEST_F(CallDecoderTest, AMessageSaysWhereWhatExpectedAndFound)
+{
+    writer->FrameEnd();
+    Call(CallId::glBindBuffer, Enum::ArrayBuffer, 1);
+    Call(CallId::glBufferData, Enum::ArrayBuffer, 4096, Bytes(512), 0x88E4);
+    Play();
+    ASSERT_THAT(reports, SizeIs(1));
+    EXPECT_THAT(reports[0], testing::MatchesRegex(".*test.glcap: offset 0x[0-9a-f]+\\+0x[0-9a-f]+, frame 2, call 2 "
+                                                  "glBufferData: data: expected 4096 elements of 1 bytes, found 512 "
+                                                  "bytes; call skipped"));
+}
+
+/// One capture, one refusal of each kind; the calls around them go through.
+TEST_F(CallDecoderTest, ContentsThatTheDriverWouldReadBeyondAreRefused)
+{
+    const std::vector<float> matrix(16);
+    Call(CallId::glUniformMatrix4fv, 0, 1, 0, matrix);
+    Call(CallId::glUniformMatrix4fv, 0, 2, 0, matrix);
+    Call(CallId::glUniformMatrix4fv, 0, 1, 0, 0x1234);
+    Call(CallId::glUniformMatrix4fv, 0, -1, 0, 0);
+    Call(CallId::glDeleteBuffers, 3, std::vector<std::uint32_t>{7, 8});
+    Call(CallId::glTexImage2D, texture2D, 0, Enum::Rgba, 4, 4, 0, Enum::Rgba, Enum::UnsignedByte, 0);
+    Call(CallId::glTexImage2D, texture2D, 0, Enum::Rgba, 4, 4, 0, Enum::Rgba, Enum::UnsignedByte, Bytes(63));
+    Call(CallId::glTexSubImage2D, texture2D, 0, 0, 0, 4, 4, Enum::Rgba, Enum::UnsignedByte, 0);
+    Call(CallId::glTexSubImage2D, texture2D, 0, 0, 0, 0x7fffffff, 0x7fffffff, Enum::Rgba, Enum::Float, Bytes(64));
+    Call(CallId::glTexSubImage2D, texture2D, 0, 0, 0, 4, 4, Enum::Rgba, 0x9999, Bytes(64));
+    Call(CallId::glPixelStorei, Enum::UnpackRowLength, 8);
+    Call(CallId::glTexSubImage2D, texture2D, 0, 0, 0, 4, 4, Enum::Rgba, Enum::UnsignedByte, Bytes(64));
+    Play();
+    EXPECT_THAT(reports,
+                ElementsAre(HasSubstr("glUniformMatrix4fv: value: expected 32 elements of 4 bytes, found 64 bytes"),
+                            HasSubstr("glUniformMatrix4fv: value: expected contents, found none"),
+                            HasSubstr("glDeleteBuffers: buffers: expected 3 elements"),
+                            HasSubstr("glTexImage2D: pixels: expected 64 elements of 1 bytes, found 63"),
+                            HasSubstr("glTexSubImage2D: pixels: expected contents, found a null pointer"),
+                            HasSubstr("glTexSubImage2D: pixels: expected"),
+                            HasSubstr("expected a known pixel format and type"),
+                            HasSubstr("expected 112 elements of 1 bytes, found 64")));
+}
+
+TEST_F(CallDecoderTest, ContentsLieInsideTheRecordAndDoNotOverlap)
+{
+    const auto strings =
+        CallRecord(CallId::glGetUniformIndices, 1, 1, std::vector<std::string>{"a"}, std::vector<std::uint32_t>{0});
+    // The two slots of that call: names, then the indices that the driver writes.
+    constexpr std::size_t names = 16;
+    constexpr std::size_t indices = 32;
+    const auto changed = [&](std::size_t slot, std::uint32_t bytes, std::uint32_t offset) {
+        CallRecord record = strings;
+        const PointerSlot value{1, bytes, offset};
+        std::memcpy(record.bytes.data() + slot, &value, sizeof value);
+        record.AppendTo(*writer);
+    };
+    strings.AppendTo(*writer);
+    changed(indices, 8, 48);         // over the names, which the driver follows
+    changed(names, 16, 16);          // over the slots
+    changed(names, 16, 44);          // not aligned
+    changed(names, 0xffffffff, 48);  // longer than the record
+    changed(indices, 4, 0xfffffff8); // behind the record
+    Play();
+    EXPECT_THAT(reports, SizeIs(5));
+    EXPECT_THAT(reports, Each(HasSubstr("expected contents between")));
+}
+
+TEST_F(CallDecoderTest, AnOffsetIsOneOnlyWhileABufferIsBound)
+{
+    Call(CallId::glDrawElements, triangles, 6, Enum::UnsignedShort, 0x40);
+    Call(CallId::glBindBuffer, Enum::ElementArrayBuffer, 1);
+    Call(CallId::glDrawElements, triangles, 6, Enum::UnsignedShort, 0x40);
+    Call(CallId::glReadPixels, 0, 0, 4, 4, Enum::Rgba, Enum::UnsignedByte, 0);
+    Call(CallId::glBindBuffer, Enum::PixelPackBuffer, 1);
+    Call(CallId::glReadPixels, 0, 0, 4, 4, Enum::Rgba, Enum::UnsignedByte, 0x10);
+    Call(CallId::glDrawArraysIndirect, triangles, 0);
+    Call(CallId::glBindBuffer, Enum::DrawIndirectBuffer, 1);
+    Call(CallId::glDrawArraysIndirect, triangles, 0);
+    Call(CallId::glBindBuffer, Enum::ArrayBuffer, 77);
+    Play();
+    EXPECT_THAT(reports,
+                ElementsAre(HasSubstr("glDrawElements: indices: expected contents, found none"),
+                            HasSubstr("glDrawArraysIndirect: indirect: expected contents"),
+                            HasSubstr("glBindBuffer: buffer: expected a buffer that was generated, found 77")));
+}
+
+TEST_F(CallDecoderTest, StringsEndInsideTheirContents)
+{
+    const std::vector<std::string> sources{"void main(){}", "second"};
+    Call(CallId::glShaderSource, 1, 2, sources, 0);
+    Call(CallId::glShaderSource, 1, 2, sources, std::vector<std::int32_t>{4, -1});
+    Call(CallId::glShaderSource, 1, 3, sources, 0);
+    Call(CallId::glShaderSource, 1, 2, sources, std::vector<std::int32_t>{4, 100});
+    Call(CallId::glShaderSource, 1, 2, sources, std::vector<std::int32_t>{4});
+    Call(CallId::glBindAttribLocation, 1, 0, std::vector<char>{'a', 'b'});
+    Call(CallId::glPushGroupMarkerEXT, -1, std::vector<char>{'a', 'b'});
+    Call(CallId::glPushGroupMarkerEXT, 3, std::vector<char>{'a', 'b'});
+    Call(CallId::glPushGroupMarkerEXT, 2, std::vector<char>{'a', 'b'});
+    Play();
+    EXPECT_THAT(reports, ElementsAre(HasSubstr("string"), HasSubstr("length: expected at most"),
+                                     HasSubstr("length: expected 2 elements"),
+                                     HasSubstr("name: expected a zero byte at the end"),
+                                     HasSubstr("marker: expected a zero byte at the end"),
+                                     HasSubstr("marker: expected 3 characters, found 2")));
+}
+
+TEST_F(CallDecoderTest, AttributeListsAreClosedAndFitTheEnginesCopy)
+{
+    const auto list = [](std::size_t values) {
+        std::vector<std::int32_t> attribs(values, 0x3024);
+        attribs.push_back(Enum::EglNone);
+        return attribs;
+    };
+    Call(CallId::eglCreateContext, 1, 1, 1, 0, list(0));
+    Call(CallId::eglCreateContext, 1, 1, 1, 0, list(60));
+    Call(CallId::eglCreateContext, 1, 1, 1, 0, list(62));
+    Call(CallId::eglCreateContext, 1, 1, 1, 0, std::vector<std::int32_t>{0x3098, 2});
+    // EGL_NONE as a value closes nothing.
+    Call(CallId::eglCreateContext, 1, 1, 1, 0, std::vector<std::int32_t>{0x3098, Enum::EglNone});
+    Call(CallId::eglCreateContext, 1, 1, 1, 0, std::vector<std::int32_t>{});
+    Play();
+    EXPECT_THAT(reports,
+                ElementsAre(HasSubstr("expected at most 60 values, found 62"),
+                            HasSubstr("expected a closing attribute"), HasSubstr("expected a closing attribute"),
+                            HasSubstr("expected a closing attribute")));
+}
+
+TEST_F(CallDecoderTest, OutputHasRoomForWhatTheLiveDriverWrites)
+{
+    Call(CallId::glGetIntegerv, 0x86A3, std::vector<std::int32_t>{1, 2});
+    Call(CallId::glGetIntegerv, 0x0BA2, 0);
+    Call(CallId::glGetProgramInfoLog, 1, 1000, 0, "short");
+    Call(CallId::glGetProgramInfoLog, 1, -1, 0, "short");
+    Call(CallId::glReadPixels, 0, 0, 16, 16, Enum::Rgba, Enum::UnsignedByte, Bytes(16));
+    Call(CallId::glGenTextures, 2, 0);
+    Call(CallId::glGetDebugMessageLog, 0, 0xffffffff, 16, 0, 0, Bytes(4), 0, 0, 0);
+    Play();
+    EXPECT_THAT(reports, ElementsAre(HasSubstr("glGenTextures: textures: expected the names that the driver gave"),
+                                     HasSubstr("glGetDebugMessageLog: ids: expected room for at most")));
+}
+
+TEST_F(CallDecoderTest, DrawsFromClientMemoryNeedTheirVertices)
+{
+    ClientAttrib(0);
+    ClientAttrib(3);
+    Deliver(0, 2, 3, 24);
+    Deliver(3, 2, 3, 24);
+    Call(CallId::glDrawArrays, triangles, 2, 3);
+    Call(CallId::glDrawArrays, triangles, 2, 3); // the vertices were for the draw before
+    Deliver(0, 0, 3, 24);
+    Call(CallId::glDrawArrays, triangles, 0, 3); // attribute 3 has none
+    Deliver(0, 0, 3, 24);
+    Deliver(3, 0, 2, 16);
+    Call(CallId::glDrawArrays, triangles, 0, 3); // too few
+    Call(CallId::glDisableVertexAttribArray, 3);
+    Deliver(0, 0, 6, 48);
+    Call(CallId::glDrawElements, triangles, 3, Enum::UnsignedByte, std::vector<std::uint8_t>{0, 5, 2});
+    Deliver(0, 0, 5, 40);
+    Call(CallId::glDrawElements, triangles, 3, Enum::UnsignedByte, std::vector<std::uint8_t>{0, 5, 2});
+    Deliver(0, 0, 3, 23); // the last vertex is cut
+    Call(CallId::glDrawArrays, triangles, -1, 3);
+    Play();
+    EXPECT_THAT(reports, ElementsAre(HasSubstr("attribute 0: expected 3 vertices from 2, found none"),
+                                     HasSubstr("attribute 3: expected 3 vertices from 0, found none"),
+                                     HasSubstr("attribute 3: expected 3 vertices from 0, found 2 from 0"),
+                                     HasSubstr("attribute 0: expected 6 vertices from 0, found 5 from 0"),
+                                     HasSubstr("vertex data: attribute 0: expected 24 bytes, found 23"),
+                                     HasSubstr("glDrawArrays: client memory of attribute 0")));
+}
+
+TEST_F(CallDecoderTest, IndicesInABufferDecideWhichVerticesADrawNeeds)
+{
+    ClientAttrib(0);
+    Call(CallId::glBindBuffer, Enum::ElementArrayBuffer, 1);
+    Call(CallId::glBufferData, Enum::ElementArrayBuffer, 8, std::vector<std::uint16_t>{0, 1, 9, 2}, 0x88E4);
+    Deliver(0, 0, 3, 24);
+    Call(CallId::glDrawElements, triangles, 2, Enum::UnsignedShort, 0);
+    Deliver(0, 0, 3, 24);
+    Call(CallId::glDrawElements, triangles, 2, Enum::UnsignedShort, 2);
+    Call(CallId::glBufferSubData, Enum::ElementArrayBuffer, 4, 2, std::vector<std::uint16_t>{2});
+    Deliver(0, 0, 3, 24);
+    Call(CallId::glDrawElements, triangles, 3, Enum::UnsignedShort, 2);
+    // A mapping can have changed anything.
+    Call(CallId::glMapBufferRange, 0x5000, Enum::ElementArrayBuffer, 0, 8, 2);
+    Call(CallId::glUnmapBuffer, 1, Enum::ElementArrayBuffer);
+    Deliver(0, 0, 3, 24);
+    Call(CallId::glDrawElements, triangles, 2, Enum::UnsignedShort, 0);
+    Play();
+    EXPECT_THAT(reports, ElementsAre(HasSubstr("expected 9 vertices from 1, found 3 from 0"),
+                                     HasSubstr("expected indices that were captured")));
+}
+
+/// A pointer into client memory, set while no array buffer was bound, is still one when one is bound at the draw.
+TEST_F(CallDecoderTest, VerticesAreDeliveredWithoutAnArrayBuffer)
+{
+    class Order : public GLNullAdapter {
+    public:
+        std::vector<std::string> calls;
+        void Process_glBindBuffer(std::uint32_t, std::uint32_t buffer) override
+        {
+            calls.push_back("bind " + std::to_string(buffer));
+        }
+        void ProcessVertexAttribData(std::uint32_t, std::int32_t, std::uint32_t, std::uint32_t, std::int32_t stride,
+                                     std::uint8_t* data, std::uint32_t first, std::uint32_t) override
+        {
+            calls.push_back("data " + std::to_string(data[first * static_cast<std::uint32_t>(stride)]));
+        }
+        void Process_glDrawArrays(std::uint32_t, std::int32_t, std::int32_t) override { calls.emplace_back("draw"); }
+    };
+    ClientAttrib(0);
+    Call(CallId::glBindBuffer, Enum::ArrayBuffer, 2);
+    Deliver(0, 5, 3, 24);
+    Call(CallId::glDrawArrays, triangles, 5, 3);
+    Order order;
+    Replay(&order);
+    EXPECT_THAT(order.calls, ElementsAre("bind 0", "bind 2", "bind 0", "data 1", "bind 2", "draw"));
+    EXPECT_THAT(reports, IsEmpty());
+}
+
+TEST_F(CallDecoderTest, MappedDataFitsTheMappingItIsFor)
+{
+    const std::vector<std::uint8_t> data(64);
+    Call(CallId::glBindBuffer, Enum::ArrayBuffer, 1);
+    writer->UnmapBuffer(Enum::ArrayBuffer, data.data(), 8); // nothing is mapped
+    Call(CallId::glMapBufferRange, 0x5000, Enum::ArrayBuffer, 0, 16, 2);
+    writer->FlushMappedBufferRange(Enum::ArrayBuffer, 8, data.data(), 8);
+    writer->FlushMappedBufferRange(Enum::ArrayBuffer, 12, data.data(), 8);
+    writer->FlushMappedBufferRange(Enum::ArrayBuffer, 0xfffffff8, data.data(), 16);
+    // The engine knows one mapping for each target; the one of buffer 2 takes the place of that of buffer 1.
+    Call(CallId::glBindBuffer, Enum::ArrayBuffer, 2);
+    Call(CallId::glMapBufferRange, 0x6000, Enum::ArrayBuffer, 0, 8, 2);
+    Call(CallId::glBindBuffer, Enum::ArrayBuffer, 1);
+    writer->UnmapBuffer(Enum::ArrayBuffer, data.data(), 16);
+    Call(CallId::glBindBuffer, Enum::ArrayBuffer, 2);
+    writer->UnmapBuffer(Enum::ArrayBuffer, data.data(), 8);
+    Call(CallId::glDeleteBuffers, 1, std::vector<std::uint32_t>{2});
+    writer->UnmapBuffer(Enum::ArrayBuffer, data.data(), 8);
+    Play();
+    EXPECT_THAT(reports, SizeIs(5));
+    EXPECT_THAT(reports, Each(HasSubstr("expected a mapping that holds the data")));
+}
+
+TEST_F(CallDecoderTest, MetaCommandsBringWholeImagesAndClosedLists)
+{
+    const std::vector<std::uint8_t> pixels(64);
+    DefaultBufferRecord buffer{};
+    buffer.width = buffer.height = 4;
+    buffer.format = Enum::Rgba;
+    buffer.type = Enum::UnsignedByte;
+    writer->DefaultBuffer(RecordId::DefaultColor, buffer, pixels.data(), 64);
+    writer->DefaultBuffer(RecordId::DefaultColor, buffer, pixels.data(), 60);
+    MultisampleTextureRecord texture{};
+    texture.width = texture.height = texture.depth = 2;
+    texture.format = Enum::Rgba;
+    texture.type = Enum::UnsignedByte;
+    texture.layerBytes = 16;
+    writer->MultisampleTexture(texture, pixels.data(), 32);
+    texture.depth = 0xffffffff;
+    writer->MultisampleTexture(texture, pixels.data(), 32);
+    texture.layerBytes = 0;
+    writer->MultisampleTexture(texture, pixels.data(), 32);
+    const std::int32_t open[] = {0x3024, 8, 0x3023, Enum::EglNone};
+    writer->ConfigAttribs(1, 1, open, 4);
+    EGLImageRecord image{};
+    image.image = 1;
+    image.height = 2;
+    image.planeCount = 1;
+    image.planes[0].stride = 8;
+    image.planes[0].size = 16;
+    writer->EGLImage(RecordId::EGLImageCreate, image, {pixels.data(), nullptr, nullptr});
+    image.planes[0].size = 32; // more rows than the image was created with
+    writer->EGLImage(RecordId::EGLImageContent, image, {pixels.data(), nullptr, nullptr});
+    image.planes[0].stride = 0;
+    writer->EGLImage(RecordId::EGLImageContent, image, {pixels.data(), nullptr, nullptr});
+    Play();
+    EXPECT_THAT(reports,
+                ElementsAre(HasSubstr("default framebuffer: contents: expected 64"),
+                            HasSubstr("multisample texture: contents"), HasSubstr("multisample texture: layers"),
+                            HasSubstr("config attributes: the list: expected a closing EGL_NONE"),
+                            HasSubstr("EGLImage: plane 0"), HasSubstr("EGLImage: plane 0")));
+}
+
+TEST_F(CallDecoderTest, ManySkippedCallsAreCounted)
+{
+    for (int i = 0; i < 100; ++i)
+        Call(CallId::glBindBuffer, Enum::ArrayBuffer, 77);
+    Play();
+    EXPECT_THAT(reports, SizeIs(21));
+    EXPECT_THAT(reports.back(), HasSubstr("100 calls were skipped, 80 of them without a message"));
+}
+
+} // namespace
+
+} // namespace Data
