@@ -5,6 +5,7 @@
 #include "Recorder/EGLObjects.h"
 #include "Recorder/Export.h"
 #include "Recorder/LiveFunctions.h"
+#include "Recorder/ReadBack.h"
 #include "Recorder/RecordCalls.h"
 
 namespace Recorder {
@@ -126,14 +127,16 @@ RECORDER_EXPORT EGLBoolean eglDestroySurface(EGLDisplay dpy, EGLSurface surface)
     return result;
 }
 
-/// Part of libwayland-egl. Drivers take up the new size at once or after the next swap; both are watched.
+/// Part of libwayland-egl. Drivers take up the new size at once, with the first drawing, or after the next swap. A
+/// replay has to know before the frame is drawn, so the first two are settled here; swaps look for the third.
 RECORDER_EXPORT void wl_egl_window_resize(struct wl_egl_window* window, int width, int height, int dx, int dy)
 {
     using namespace Recorder;
     const auto live = Live<void (*)(struct wl_egl_window*, int, int, int, int)>(Entry::wl_egl_window_resize);
     live(window, width, height, dx, dy);
     const EGLCall call;
-    if (call && current.draw != EGL_NO_SURFACE) {
+    if (call && thread.context != nullptr && current.draw != EGL_NO_SURFACE) {
+        static_cast<void>(ReadBack({.width = 1, .height = 1}));
         CheckWindowSize(current.display, current.draw);
     }
 }

@@ -1,14 +1,12 @@
 // The end of a frame.
 
-#include <mutex>
 #include <optional>
-#include <vector>
 
-#include "Data/BackBuffer.h"
 #include "Recorder/EGLObjects.h"
 #include "Recorder/Export.h"
 #include "Recorder/LiveFunctions.h"
 #include "Recorder/ProgramEnd.h"
+#include "Recorder/ReadBack.h"
 #include "Recorder/RecordCalls.h"
 
 namespace Recorder {
@@ -19,31 +17,14 @@ struct FrameHash {
     std::uint64_t hash;
 };
 
-Data::BackBufferFunctions ReadBackFunctions()
-{
-    Data::BackBufferFunctions functions = {};
-    functions.getString = Live<decltype(functions.getString)>(Entry::glGetString);
-    functions.getIntegerv = Live<decltype(functions.getIntegerv)>(Entry::glGetIntegerv);
-    functions.pixelStorei = Live<decltype(functions.pixelStorei)>(Entry::glPixelStorei);
-    functions.bindBuffer = Live<decltype(functions.bindBuffer)>(Entry::glBindBuffer);
-    functions.bindFramebuffer = Live<decltype(functions.bindFramebuffer)>(Entry::glBindFramebuffer);
-    functions.readBuffer = Live<decltype(functions.readBuffer)>(Entry::glReadBuffer);
-    functions.readPixels = Live<decltype(functions.readPixels)>(Entry::glReadPixels);
-    return functions;
-}
-
 /// The hash of what the swap is about to show, where hashes are wanted and the surface is the current one.
 std::optional<FrameHash> HashFrame(EGLDisplay display, EGLSurface surface)
 {
     if (!HashesWanted() || thread.context == nullptr || surface != current.draw || surface != current.read) {
         return std::nullopt;
     }
-    // Grows to the largest frame. The pixels stay out of the threads' own storage, which cannot be destroyed safely.
-    static std::mutex mutex;
-    static std::vector<std::uint8_t>& pixels = *new std::vector<std::uint8_t>;
-    const std::lock_guard lock(mutex);
     const SurfaceSize size = QuerySize(display, surface);
-    const auto hash = Data::HashBackBuffer(ReadBackFunctions(), size.width, size.height, pixels);
+    const auto hash = ReadBack(size);
     return hash ? std::optional(FrameHash{size, *hash}) : std::nullopt;
 }
 
@@ -54,8 +35,7 @@ template <class Swap> EGLBoolean SwapBuffers(EGLDisplay display, EGLSurface surf
     if (!call) {
         return swap();
     }
-    std::optional<FrameHash> hash;
-    Guarded([&] { hash = HashFrame(display, surface); });
+    const std::optional<FrameHash> hash = HashFrame(display, surface);
     const EGLBoolean result = swap();
     bool last = false;
     {
