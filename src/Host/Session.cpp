@@ -42,7 +42,11 @@ Session::Session(Options options) : m_options(std::move(options)), m_settings(Pl
 
 Session::~Session()
 {
-    // First what uses others: the adapters end the driver's display, for which the window must still be there.
+    // First what uses others. What is still current keeps its surface alive, even when the capture has ended the
+    // display itself, and the driver must let go of the window before it is unloaded.
+    if (const auto releaseThread = Core::KHRLayer::EGLProc().eglReleaseThread) {
+        releaseThread();
+    }
     m_eglAdapter.reset();
     m_glAdapter.reset();
 }
