@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "Matrix.h"
+#include "Shaders.h"
 #include "Stage.h"
 
 namespace {
@@ -43,40 +44,12 @@ const char Usage[] = "usage: spinning [--frames N] [--pbuffer] [--sleep MS] [--r
                      "  --readback N:FILE  write frame N (from 1) to FILE: raw RGBA, bottom row first\n"
                      "  --resize N         after frame N, make the window half as large again\n";
 
-GLuint Compile(GLenum kind, const char* source)
+GLuint Link(const char* vertex, const char* fragment, const char* second)
 {
-    const GLuint shader = glCreateShader(kind);
-    glShaderSource(shader, 1, &source, nullptr);
-    glCompileShader(shader);
-    GLint compiled = GL_FALSE;
-    glGetShaderiv(shader, GL_COMPILE_STATUS, &compiled);
-    if (!compiled) {
-        char log[1024] = "";
-        glGetShaderInfoLog(shader, sizeof log, nullptr, log);
-        std::fprintf(stderr, "%s", log);
-        Stage::Fail("compiling a shader");
-    }
-    return shader;
-}
-
-/// The program keeps its shaders alive; the shader names are given back at once, as most applications do.
-GLuint Link(const char* vertexSource, const char* fragmentSource, const char* second)
-{
-    const GLuint program = glCreateProgram();
-    const GLuint shaders[] = {Compile(GL_VERTEX_SHADER, vertexSource), Compile(GL_FRAGMENT_SHADER, fragmentSource)};
-    for (const GLuint shader : shaders) {
-        glAttachShader(program, shader);
-        glDeleteShader(shader);
-    }
-    glBindAttribLocation(program, PositionAttribute, "position");
-    glBindAttribLocation(program, SecondAttribute, second);
-    glLinkProgram(program);
-    GLint linked = GL_FALSE;
-    glGetProgramiv(program, GL_LINK_STATUS, &linked);
-    if (!linked) {
-        Stage::Fail("linking a program");
-    }
-    return program;
+    return LinkProgram(vertex, fragment, [second](GLuint program) {
+        glBindAttribLocation(program, PositionAttribute, "position");
+        glBindAttribLocation(program, SecondAttribute, second);
+    });
 }
 
 /// Flat colours, one per vertex: the sky and the star.

@@ -1,0 +1,9 @@
+// Making programs of shaders; a failure ends the client.
+#pragma once
+
+#include <GLES2/gl2.h>
+#include <functional>
+
+/// The shader names are given back at once, as most applications do: the program keeps the shaders alive.
+/// `beforeLink` may bind locations.
+GLuint LinkProgram(const char* vertex, const char* fragment, const std::function<void(GLuint)>& beforeLink = {});
