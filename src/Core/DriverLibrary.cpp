@@ -9,7 +9,8 @@ void DriverLibrary::Open(const std::string& directory, const std::string& name, 
     Close();
     for (const std::string& file : {name + ".so" + version, name + ".so"}) {
         const std::string path = directory.empty() ? file : directory + "/" + file;
-        m_handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+        // The code stays after Close: drivers leave pointers to it in native windows and in thread-specific storage.
+        m_handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
         if (m_handle) {
             m_error.clear();
             return;
