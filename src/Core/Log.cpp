@@ -13,6 +13,7 @@ namespace Core {
 bool Log::m_displayLineNumberFileName = false;
 int Log::m_level = LogNotice;
 std::uint64_t Log::m_zones = ~std::uint64_t{0};
+std::uint64_t Log::m_errorCount = 0;
 
 namespace {
 
@@ -72,6 +73,8 @@ void AppendFormatted(std::string& text, const char* format, va_list arguments)
 
 void Log::Print(int level, int zone, int line, const char* file, bool print, const char* format, ...)
 {
+    if (print && level == LogError)
+        ++m_errorCount;
     if (!print || !IsEnabled(level, zone))
         return;
 

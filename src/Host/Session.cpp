@@ -6,6 +6,7 @@
 #include "Data/CaptureFile.h"
 #include "Host/Driver.h"
 #include "Host/FramePacer.h"
+#include "Host/HiddenSurface.h"
 #include "Host/OffscreenSurfaceFactory.h"
 #include "Host/ReplayWindow.h"
 #include "Host/WaylandConnection.h"
@@ -32,6 +33,12 @@ namespace {
 template <class... Values> void Say(int level, const char* format, Values... values)
 {
     Core::Console::Print(level, false, format, values...);
+}
+
+/// "1 frame", "2 frames".
+std::string Counted(std::uint64_t count, const char* noun)
+{
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
 } // namespace
@@ -183,7 +190,7 @@ std::unique_ptr<Playback::EGLProxySurfaceFactory> Session::CreateSurfaceFactory(
     if (m_settings->m_pbufferSurface) {
         return std::make_unique<Playback::EGLOffscreenSurfaceFactory>(m_windowManager.get());
     }
-    return std::make_unique<Playback::EGLPassThruSurfaceFactory>();
+    return std::make_unique<WindowSurfaceFactory>(m_connection->Record()->compositor);
 }
 
 Session::Outcome Session::Replay()
@@ -216,6 +223,9 @@ Session::Outcome Session::AfterFrame()
         if (std::string missing = MissingContext(); !missing.empty()) {
             return Failure{ExitStatus::NoDriver, std::move(missing)};
         }
+    }
+    if (m_window && m_capture->GetCurrentFrame() == 1 && m_window->GetWidth() == 0) {
+        Say(Core::LogNotice, "The first frame is drawn off screen; the window appears with the first one that is not.");
     }
     if (IsContextLost()) {
         return Failure{ExitStatus::ContextLost, "The driver lost the context in frame " +
@@ -255,8 +265,8 @@ ExitStatus Session::Summarise()
             m_stopReason.c_str());
     }
     const double seconds = m_duration.count();
-    Say(Core::LogNotice, "%u frames in %.3f s, %.1f frames a second.", frames, seconds,
-        seconds > 0 ? frames / seconds : 0.0);
+    Say(Core::LogNotice, "%s in %.3f s, %.1f frames a second, %s.", Counted(frames, "frame").c_str(), seconds,
+        seconds > 0 ? frames / seconds : 0.0, Counted(Core::Log::ErrorCount(), "error").c_str());
     if (!m_options.verify) {
         return ExitStatus::Done;
     }

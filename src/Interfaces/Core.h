@@ -40,6 +40,8 @@ public:
         return level <= m_level && (m_zones & (std::uint64_t{1} << (zone & 63))) != 0;
     }
 
+    /// Messages of level LogError so far, printed or not.
+    static std::uint64_t ErrorCount() { return m_errorCount; }
     /// Flushes the output after each message from now on, so that nothing is lost in a crash.
     static void SetFlush(bool flush);
     /// Highest level that is printed; 0 prints nothing. The start value is 3, LogNotice.
@@ -54,6 +56,7 @@ public:
 private:
     static int m_level;
     static std::uint64_t m_zones;
+    static std::uint64_t m_errorCount;
 };
 
 /// Messages to the person at the terminal, as opposed to the log: always on stderr, whatever the log's level.

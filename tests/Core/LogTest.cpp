@@ -176,4 +176,14 @@ TEST_F(LogTest, ConsoleSpeaksWhateverTheLevel)
     EXPECT_EQ(Logged(), "");
 }
 
+TEST_F(LogTest, ErrorsAreCountedWhetherTheyAppearOrNot)
+{
+    const std::uint64_t before = Log::ErrorCount();
+    Print(Core::LogError, Core::ZoneGeneral, "shown");
+    Print(Core::LogWarning, Core::ZoneGeneral, "no error");
+    Log::SetLevel(0);
+    Print(Core::LogError, Core::ZoneGeneral, "hidden");
+    EXPECT_EQ(Log::ErrorCount() - before, 2U);
+}
+
 } // namespace

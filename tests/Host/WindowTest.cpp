@@ -8,8 +8,10 @@
 
 #include "Host/Driver.h"
 #include "Host/FramePacer.h"
+#include "Host/HiddenSurface.h"
 #include "Host/WaylandConnection.h"
 #include "Interfaces/Core.h"
+#include "Playback/EGLProxySurface.h"
 
 namespace {
 
@@ -157,6 +159,36 @@ TEST_F(WindowTest, AHiddenWindowDoesNotStopTheReplay)
         EXPECT_GE(std::chrono::steady_clock::now() - start, Host::FramePacer::PatienceWhenHidden);
     }
     wl_surface_destroy(hidden);
+}
+
+TEST_F(WindowTest, PbuffersAreDrawnInHiddenWindows)
+{
+    Open({64, 64});
+    OpenSurface();
+    const Core::EGLProcTable& egl = Core::KHRLayer::EGLProc();
+    EGLint configId = 0;
+    EGLConfig config = nullptr;
+    EGLint count = 0;
+    egl.eglQuerySurface(m_display, m_surface, EGL_CONFIG_ID, &configId);
+    const EGLint request[] = {EGL_CONFIG_ID, configId, EGL_NONE};
+    ASSERT_TRUE(egl.eglChooseConfig(m_display, request, &config, 1, &count) && count == 1);
+
+    Host::WindowSurfaceFactory factory(m_connection->Record()->compositor);
+    const EGLint attribs[] = {EGL_WIDTH, 30, EGL_HEIGHT, 20, EGL_TEXTURE_TARGET, EGL_NO_TEXTURE, EGL_NONE};
+    Playback::EGLProxySurface* pbuffer = factory.CreatePbufferSurface(m_display, config, attribs);
+    ASSERT_TRUE(pbuffer->MakeCurrent(m_display, pbuffer, egl.eglGetCurrentContext()));
+    EXPECT_EQ(pbuffer->GetOriginalType(), Playback::EGLProxySurface::OriginalPbuffer);
+
+    const Core::GLESProcTable& gl = Core::KHRLayer::GLESProc();
+    gl.glClearColor(0.0F, 1.0F, 0.0F, 1.0F);
+    gl.glClear(GL_COLOR_BUFFER_BIT);
+    EXPECT_TRUE(pbuffer->SwapBuffers(m_display));
+    std::uint8_t pixel[4] = {};
+    gl.glReadPixels(29, 19, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, pixel);
+    EXPECT_THAT(pixel, testing::ElementsAre(0, 255, 0, 255));
+
+    egl.eglMakeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    EXPECT_TRUE(factory.DestroySurface(m_display, pbuffer));
 }
 
 } // namespace
