@@ -6,7 +6,6 @@ namespace Playback {
 namespace {
 
 using testing::_;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;

@@ -11,6 +11,7 @@ sys.path.insert(0, str(HERE.parents[1] / "tools" / "apigen"))
 import apigen  # noqa: E402
 import emit_enum_names  # noqa: E402
 import emit_function_forms  # noqa: E402
+import emit_play_egl  # noqa: E402
 import emit_play_gl  # noqa: E402
 import model  # noqa: E402
 
@@ -78,7 +79,8 @@ class Description(unittest.TestCase):
         self.assertEqual(len(api.table("GLES")), 358)
 
     def test_handlers_of_every_shape_are_the_reviewed_ones(self):
-        text = emit_play_gl.emit_handlers(model.load([HERE / "shapes.api"]))
+        api = model.load([HERE / "shapes.api"])
+        text = emit_play_gl.emit_handlers(api) + emit_play_egl.emit_handlers(api)
         self.assertEqual(text, (HERE / "shapes.expected").read_text())
 
 
