@@ -40,7 +40,12 @@ public:
     [[nodiscard]] bool TakeMappingInReplay(std::uint32_t target)
     {
         const auto mapped = m_mappedInReplay.find(target);
-        return mapped != m_mappedInReplay.end() && std::exchange(mapped->second, 0) == m_state.BoundBuffer(target);
+        if (mapped == m_mappedInReplay.end() || mapped->second != m_state.BoundBuffer(target))
+        {
+            return false;
+        }
+        m_mappedInReplay.erase(mapped);
+        return true;
     }
 
     /// What stands for the missing surface when this context is made current without one: an address that no surface

@@ -15,11 +15,6 @@ namespace {
 /// Side of the surface that stands for a missing one, in pixels. Nothing is drawn to it.
 constexpr EGLint placeholderSize = 16;
 
-bool ApiIsOpenGLES()
-{
-    return Live<EGLenum (*)()>(Entry::eglQueryAPI)() == EGL_OPENGL_ES_API;
-}
-
 /// A config of the display that off-screen surfaces can have, else any.
 EGLConfig AnyConfig(EGLDisplay display)
 {
@@ -128,7 +123,7 @@ RECORDER_EXPORT EGLContext eglCreateContext(EGLDisplay dpy, EGLConfig config, EG
     using namespace Recorder;
     const auto live = Live<EGLContext (*)(EGLDisplay, EGLConfig, EGLContext, const EGLint*)>(Entry::eglCreateContext);
     const EGLCall call;
-    const bool recorded = call && ApiIsOpenGLES();
+    const bool recorded = call && !UsesDesktopGL();
     if (recorded) {
         DescribeConfig(dpy, config);
     }

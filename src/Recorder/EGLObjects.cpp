@@ -210,6 +210,12 @@ void RemoveSurface(EGLSurface surface) noexcept
     Locked([&](Objects& objects) { return objects.windows.erase(surface); });
 }
 
+bool UsesDesktopGL() noexcept
+{
+    const DriverGuard guard;
+    return Live<EGLenum (*)()>(Entry::eglQueryAPI)() == EGL_OPENGL_API;
+}
+
 SurfaceSize QuerySize(EGLDisplay display, EGLSurface surface) noexcept
 {
     EGLint width = 0;

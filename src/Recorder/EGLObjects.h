@@ -47,6 +47,9 @@ void CheckWindowSize(EGLDisplay display, EGLSurface surface) noexcept;
 
 void RemoveSurface(EGLSurface surface) noexcept;
 
+/// True when the program bound desktop OpenGL on this thread: its contexts are not recorded, and need their functions.
+[[nodiscard]] bool UsesDesktopGL() noexcept;
+
 /// Size of a surface in pixels, as the driver has it.
 struct SurfaceSize {
     std::uint32_t width = 0;

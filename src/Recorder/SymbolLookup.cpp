@@ -6,9 +6,9 @@
 #include <cstring>
 #include <dlfcn.h>
 
+#include "Recorder/EGLObjects.h"
 #include "Recorder/Export.h"
 #include "Recorder/LiveFunctions.h"
-#include "Recorder/Platform.h"
 #include "Recorder/Thread.h"
 #include "Recorder/Unrecorded.h"
 
@@ -35,13 +35,6 @@ void* DlsymOfLibrary(void* handle, const char* name) noexcept
 bool MayBeOurs(const char* name)
 {
     return StartsWith(name, "gl") || StartsWith(name, "egl") || StartsWith(name, "wl_egl_window_");
-}
-
-/// True when the program asked EGL for desktop OpenGL: such contexts are not recorded, and need their functions.
-bool UsesDesktopGL()
-{
-    const DriverGuard guard;
-    return Live<EGLenum (*)()>(Entry::eglQueryAPI)() == EGL_OPENGL_API;
 }
 
 /// What becomes of functions that exist and that the library does not stand in for.

@@ -1,45 +1,20 @@
 #include "Recorder/Launcher/Summary.h"
 
 #include <cstdio>
-#include <cstring>
 
 #include "Data/CaptureSource.h"
+#include "Data/RecordWalk.h"
 
 namespace Recorder {
 namespace {
 
-std::string NoteText(const std::uint8_t* record, const Data::RecordHeader& header, std::uint64_t& count)
+void CountNote(const Data::RecordCursor& record, Summary& summary)
 {
     Data::TextRecord note;
-    if (header.bytes < sizeof note) {
-        return {};
-    }
-    std::memcpy(&note, record, sizeof note);
-    count = note.count;
-    if (note.text.offset > header.bytes || note.text.bytes > header.bytes - note.text.offset) {
-        return {};
-    }
-    return {reinterpret_cast<const char*>(record) + note.text.offset, note.text.bytes};
-}
-
-void Count(const Data::CaptureSource& source, const Data::Chunk& chunk, Summary& summary)
-{
-    Data::RecordHeader header;
-    for (std::uint32_t at = 0; at + sizeof header <= chunk.bytes; at += header.bytes) {
-        const std::uint8_t* const record = chunk.Data() + at;
-        std::memcpy(&header, record, sizeof header);
-        if (header.bytes < sizeof header || header.bytes > chunk.bytes - at) {
-            summary.error = "a record of " + std::to_string(header.bytes) + " bytes that leaves its chunk";
-            return;
-        }
-        if (header.id < source.Calls().size()) {
-            ++summary.calls;
-            summary.glCalls += source.Calls()[header.id].name.starts_with("gl") ? 1 : 0;
-        } else if (header.id == static_cast<std::uint32_t>(Data::RecordId::Note)) {
-            std::uint64_t count = 0;
-            std::string text = NoteText(record, header, count);
-            summary.notes.emplace_back(std::move(text), count);
-        }
+    if (record.Read(note) && note.text.offset <= record.Header().bytes &&
+        note.text.bytes <= record.Header().bytes - note.text.offset) {
+        const auto* const text = reinterpret_cast<const char*>(record.Record()) + note.text.offset;
+        summary.notes.emplace_back(std::string(text, note.text.bytes), note.count);
     }
 }
 
@@ -75,20 +50,23 @@ Summary Summarize(const std::string& path)
     if (!source) {
         return summary;
     }
-    summary.frames = source->FrameCount();
+    std::vector<bool> isGL;
+    for (const Data::FileCall& call : source->Calls()) {
+        isGL.push_back(call.name.starts_with("gl"));
+    }
+    Data::Diagnostics diagnostics(path, [&summary](const std::string& line) { summary.error = line; });
+    Data::WalkRecords(*source, diagnostics, [&](const Data::RecordCursor& record) {
+        if (record.Header().id < isGL.size()) {
+            ++summary.calls;
+            summary.glCalls += isGL[record.Header().id] ? 1 : 0;
+        } else if (record.Is(Data::RecordId::Note)) {
+            CountNote(record, summary);
+        }
+    });
+    summary.frames = diagnostics.position.frame;
     summary.fileBytes = source->FileBytes();
     summary.isComplete = source->IsComplete();
-    Data::Chunk chunk;
-    for (const Data::IndexEntry& entry : source->Chunks()) {
-        summary.error = source->ReadChunk(entry, chunk);
-        if (summary.error.empty()) {
-            Count(*source, chunk, summary);
-        }
-        if (!summary.error.empty()) {
-            return summary;
-        }
-        summary.timeUs = source->ChunkTimeUs(entry);
-    }
+    summary.timeUs = source->Chunks().empty() ? 0 : source->ChunkTimeUs(source->Chunks().back());
     return summary;
 }
 

@@ -19,7 +19,7 @@ struct Summary {
     bool isComplete = false;
     /// What could not be recorded, and how often.
     std::vector<std::pair<std::string, std::uint64_t>> notes;
-    /// What is wrong with the file; empty when it was read to its end.
+    /// What is wrong with the file, its missing end included; empty when it was read to its end.
     std::string error;
 };
 

@@ -1,0 +1,136 @@
+// What a replay needs to know of configs, surfaces and contexts.
+
+#include <dlfcn.h>
+
+#include "Client.h"
+#include "ClientContext.h"
+#include "FakeDriver/FakeControl.h"
+#include "RecordedClient.h"
+
+namespace Recorder {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::StartsWith;
+
+CLIENT(CreatesASurface)
+{
+    const ClientContext current;
+    eglCreateWindowSurface(current.display, current.config, EGLNativeWindowType{}, nullptr);
+    glFlush();
+    return 0;
+}
+
+TEST_F(RecorderTest, ConfigsAreDescribedOnceAheadAndSizesComeDirectlyBehind)
+{
+    EXPECT_EQ(Record("CreatesASurface").status, 0);
+    const auto all = Dump();
+    EXPECT_THAT(After(all, "eglChooseConfig"),
+                ElementsAre(StartsWith("-- config 1: attributes"), StartsWith("eglCreateWindowSurface"),
+                            "-- window of surface 1: 0x0", StartsWith("-- surface 1: attributes"),
+                            StartsWith("eglCreateContext"), "eglMakeCurrent(dpy=1, draw=1, read=1, ctx=1) = 1",
+                            StartsWith("eglCreateWindowSurface"), "-- window of surface 2: 0x0",
+                            StartsWith("-- surface 2: attributes"), "glFlush()"));
+}
+
+CLIENT(MakesCurrentWithoutSurfaces)
+{
+    const ClientContext current;
+    eglMakeCurrent(current.display, EGL_NO_SURFACE, EGL_NO_SURFACE, current.context);
+    glClear(1);
+    eglMakeCurrent(current.display, current.surface, current.surface, current.context);
+    eglMakeCurrent(current.display, EGL_NO_SURFACE, EGL_NO_SURFACE, current.context);
+    eglMakeCurrent(current.display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    return 0;
+}
+
+TEST_F(RecorderTest, AMissingSurfaceIsReplacedByOneOfTheRecorders)
+{
+    EXPECT_EQ(Record("MakesCurrentWithoutSurfaces").status, 0);
+    EXPECT_THAT(After(Dump(), "eglMakeCurrent"),
+                ElementsAre("eglCreatePbufferSurface(dpy=1, config=1, attrib_list=[EGL_WIDTH, 16, EGL_HEIGHT, 16, "
+                            "EGL_NONE]) = 2",
+                            "eglMakeCurrent(dpy=1, draw=2, read=2, ctx=1) = 1", "glClear(mask=0x1)",
+                            "eglMakeCurrent(dpy=1, draw=1, read=1, ctx=1) = 1",
+                            "eglMakeCurrent(dpy=1, draw=2, read=2, ctx=1) = 1",
+                            "eglMakeCurrent(dpy=1, draw=0, read=0, ctx=0) = 1"));
+    // The driver itself was asked for no such surface.
+    EXPECT_THAT(DriverLog("eglCreatePbufferSurface"), IsEmpty());
+}
+
+CLIENT(DestroysAndCreatesAgain)
+{
+    const ClientContext current;
+    const GLsync first = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
+    glDeleteSync(first);
+    const GLsync second = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
+    glClientWaitSync(second, 0, 0);
+    return 0;
+}
+
+TEST_F(RecorderTest, ObjectsGetNumbersOfTheirOwn)
+{
+    EXPECT_EQ(Record("DestroysAndCreatesAgain").status, 0);
+    EXPECT_THAT(Dump("ync(", "capture.glcap"),
+                ElementsAre("glFenceSync(condition=GL_SYNC_GPU_COMMANDS_COMPLETE, flags=0x0) = 2",
+                            "glDeleteSync(sync=2)",
+                            "glFenceSync(condition=GL_SYNC_GPU_COMMANDS_COMPLETE, flags=0x0) = 3",
+                            StartsWith("glClientWaitSync(sync=3, flags=0x0, timeout=0)")));
+}
+
+CLIENT(UsesDesktopOpenGL)
+{
+    const ClientContext current;
+    glFlush();
+    eglBindAPI(EGL_OPENGL_API);
+    const EGLContext desktop = eglCreateContext(current.display, current.config, EGL_NO_CONTEXT, nullptr);
+    eglMakeCurrent(current.display, current.surface, current.surface, desktop);
+    glFlush();
+    return 0;
+}
+
+TEST_F(RecorderTest, DesktopOpenGLIsLeftAloneAndReported)
+{
+    driver = Driver::Systems;
+    EXPECT_THAT(Record("UsesDesktopOpenGL").err, HasSubstr("contexts of desktop OpenGL (1 time)"));
+    EXPECT_THAT(Dump("glFlush", "capture.glcap"), SizeIs(1));
+    EXPECT_THAT(Dump("eglCreateContext", "capture.glcap"), SizeIs(1));
+}
+
+CLIENT(ResizesItsWindow)
+{
+    static int size = 100;
+    const auto control = reinterpret_cast<Fake::Control* (*)()>(dlsym(RTLD_DEFAULT, "fake_control"));
+    control()->Answer("eglQuerySurface", [](const Fake::Arguments& arguments) {
+        *arguments.Get<EGLint*>(3) = size;
+        return Fake::Word{EGL_TRUE};
+    });
+    const ClientContext current;
+    const auto resize =
+        reinterpret_cast<void (*)(void*, int, int, int, int)>(dlsym(RTLD_DEFAULT, "wl_egl_window_resize"));
+    size = 120; // taken up at once
+    resize(nullptr, size, size, 0, 0);
+    eglSwapBuffers(current.display, current.surface);
+    resize(nullptr, size, size, 0, 0);
+    size = 140; // taken up with the next frame
+    eglSwapBuffers(current.display, current.surface);
+    glFlush();
+    return 0;
+}
+
+TEST_F(RecorderTest, SizesAreWrittenWhenTheDriverTakesThemUp)
+{
+    EXPECT_EQ(Record("ResizesItsWindow").status, 0);
+    const std::string makeCurrent = "eglMakeCurrent(dpy=1, draw=1, read=1, ctx=1) = 1";
+    const std::string swap = "eglSwapBuffers(dpy=1, surface=1) = 1";
+    EXPECT_THAT(After(Dump(), "eglMakeCurrent"),
+                ElementsAre("-- window of surface 1: 120x120", makeCurrent, swap, StartsWith("-- end of frame"), swap,
+                            StartsWith("-- end of frame"), "-- window of surface 1: 140x140", makeCurrent,
+                            "glFlush()"));
+}
+
+} // namespace
+} // namespace Recorder

@@ -1,0 +1,190 @@
+// However a program gets at a function, its calls are recorded once and reach the driver once.
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <dlfcn.h>
+#include <thread>
+
+#include "Client.h"
+#include "ClientContext.h"
+#include "RecordedClient.h"
+
+namespace Recorder {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+using testing::StartsWith;
+
+using Clear = void (*)(GLbitfield);
+
+CLIENT(EveryWayToAFunction)
+{
+    const ClientContext current;
+    void* const library = dlopen("libGLESv2.so.2", RTLD_NOW);
+    void* const program = dlopen(nullptr, RTLD_NOW);
+    glClear(1);
+    reinterpret_cast<Clear>(dlsym(library, "glClear"))(2);
+    reinterpret_cast<Clear>(dlsym(program, "glClear"))(3);
+    reinterpret_cast<Clear>(dlsym(RTLD_DEFAULT, "glClear"))(4);
+    ProcAddress<Clear>("glClear")(5);
+    reinterpret_cast<PFNEGLGETPROCADDRESSPROC>(dlsym(dlopen("libEGL.so.1", RTLD_NOW), "eglGetProcAddress"));
+    return eglSwapBuffers(current.display, current.surface) == EGL_TRUE ? 0 : 1;
+}
+
+TEST_F(RecorderTest, EveryWayToAFunctionIsRecordedOnce)
+{
+    EXPECT_EQ(Record("EveryWayToAFunction").status, 0);
+    EXPECT_THAT(Dump("glClear(", "capture.glcap"),
+                ElementsAre("glClear(mask=0x1)", "glClear(mask=0x2)", "glClear(mask=0x3)", "glClear(mask=0x4)",
+                            "glClear(mask=0x5)"));
+    EXPECT_THAT(DriverLog("glClear("), SizeIs(5));
+}
+
+CLIENT(LooksUpItsOwnNext)
+{
+    // RTLD_NEXT depends on who asks: the library must not stand in for the asker.
+    void* const next = dlsym(RTLD_NEXT, "malloc");
+    std::printf("%s\n", next == reinterpret_cast<void*>(&std::malloc) || next != nullptr ? "found" : "missing");
+    std::printf("%s\n", dlsym(RTLD_NEXT, "no_such_function") == nullptr && dlerror() != nullptr ? "error" : "no error");
+    std::printf("%s\n", dlsym(dlopen("libEGL.so.1", RTLD_NOW), "glNoSuchFunction") == nullptr ? "null" : "not null");
+    return 0;
+}
+
+TEST_F(RecorderTest, OtherLookUpsWorkAsWithoutTheRecorder)
+{
+    EXPECT_EQ(Record("LooksUpItsOwnNext").out, "found\nerror\nnull\n");
+}
+
+CLIENT(DrawsWithoutAContext)
+{
+    glClear(7);
+    const ClientContext current;
+    eglMakeCurrent(current.display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    glClear(8);
+    return 0;
+}
+
+TEST_F(RecorderTest, CallsWithoutAnEGLContextGoToTheDriverOnly)
+{
+    const Outcome outcome = Record("DrawsWithoutAContext");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("NOTHING WAS RECORDED"));
+    EXPECT_THAT(Dump("glClear", "capture.glcap"), IsEmpty());
+    EXPECT_THAT(DriverLog("glClear"), SizeIs(2));
+}
+
+CLIENT(AsksForExtensions)
+{
+    const ClientContext current;
+    const char* const text = reinterpret_cast<const char*>(glGetString(GL_EXTENSIONS));
+    GLint count = 0;
+    glGetIntegerv(GL_NUM_EXTENSIONS, &count);
+    int hidden = 0;
+    for (GLint i = 0; i < count; ++i) {
+        const char* const name = reinterpret_cast<const char*>(glGetStringi(GL_EXTENSIONS, static_cast<GLuint>(i)));
+        hidden += name == nullptr || std::strstr(text, name) == nullptr ? 1 : 0;
+    }
+    std::printf("%s\n%s\n%d of %d unknown, then %s\n", text, eglQueryString(current.display, EGL_EXTENSIONS), hidden,
+                count, glGetStringi(GL_EXTENSIONS, static_cast<GLuint>(count)) == nullptr ? "null" : "a name");
+    std::printf("same text: %d\n", glGetString(GL_EXTENSIONS) == reinterpret_cast<const GLubyte*>(text));
+    return 0;
+}
+
+TEST_F(RecorderTest, HiddenExtensionsAreMissingFromEveryList)
+{
+    setenv("PLAYBACK_FAKE_EXTENSIONS", "GL_OES_mapbuffer GL_EXT_buffer_storage GL_NV_fence GL_KHR_debug", 1);
+    setenv("PLAYBACK_FAKE_EGL_EXTENSIONS", "EGL_EXT_buffer_age EGL_KHR_image_base EGL_KHR_no_config_context", 1);
+    EXPECT_EQ(Record("AsksForExtensions").out, "GL_OES_mapbuffer GL_KHR_debug\nEGL_KHR_image_base\n"
+                                               "0 of 2 unknown, then null\nsame text: 1\n");
+    unsetenv("PLAYBACK_FAKE_EXTENSIONS");
+    unsetenv("PLAYBACK_FAKE_EGL_EXTENSIONS");
+}
+
+CLIENT(AsksForAnUnknownFunction)
+{
+    const ClientContext current;
+    const bool first = ProcAddress<Clear>("glFinish") != nullptr;
+    const bool unknown = ProcAddress<Clear>("glNobodyDescribesThis") != nullptr;
+    ProcAddress<Clear>("glNobodyDescribesThis");
+    std::printf("%d %d\n", first, unknown);
+    glFlush();
+    return 0;
+}
+
+TEST_F(RecorderTest, FunctionsThatCannotBeRecordedLookMissingAndAreReportedOnce)
+{
+    // A dispatch library, which has a function for every name.
+    driver = Driver::Systems;
+    const Outcome outcome = Record("AsksForAnUnknownFunction");
+    EXPECT_EQ(outcome.out, "1 0\n");
+    EXPECT_THAT(outcome.err, HasSubstr("Could not be recorded:\n    glNobodyDescribesThis (2 times)\n"));
+}
+
+CLIENT(KeepsErrno)
+{
+    const ClientContext current;
+    int changed = 0;
+    for (int i = 0; i < 200000; ++i) {
+        errno = 42;
+        glUniform4f(i, 1, 2, 3, 4);
+        changed += errno != 42 ? 1 : 0;
+    }
+    std::printf("%d\n", changed);
+    return 0;
+}
+
+TEST_F(RecorderTest, ErrnoIsAsTheProgramLeftIt)
+{
+    EXPECT_EQ(Record("KeepsErrno").out, "0\n");
+}
+
+CLIENT(DrawsOnTwoThreads)
+{
+    const ClientContext current;
+    eglMakeCurrent(current.display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    const auto draw = [&](GLbitfield mask) {
+        const EGLSurface surface = eglCreatePbufferSurface(current.display, current.config, nullptr);
+        const EGLContext context = eglCreateContext(current.display, current.config, current.context, nullptr);
+        eglMakeCurrent(current.display, surface, surface, context);
+        for (int i = 0; i < 20000; ++i) {
+            glClear(mask);
+        }
+        eglMakeCurrent(current.display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    };
+    std::thread first(draw, 0x100);
+    std::thread second(draw, 0x4000);
+    first.join();
+    second.join();
+    return 0;
+}
+
+TEST_F(RecorderTest, ThreadsAreToldApartAndLoseNothing)
+{
+    EXPECT_EQ(Record("DrawsOnTwoThreads").status, 0);
+    std::string thread;
+    int strangers = 0;
+    std::map<std::string, std::string> threadOf;
+    std::map<std::string, int> calls;
+    for (const std::string& line : Dump()) {
+        if (line.starts_with("-- thread")) {
+            thread = line;
+        } else if (line.starts_with("glClear")) {
+            ++calls[line];
+            strangers += threadOf.try_emplace(line, thread).first->second != thread ? 1 : 0;
+        }
+    }
+    EXPECT_THAT(calls,
+                ElementsAre(testing::Pair("glClear(mask=0x100)", 20000), testing::Pair("glClear(mask=0x4000)", 20000)));
+    EXPECT_EQ(strangers, 0);
+    EXPECT_NE(threadOf["glClear(mask=0x100)"], threadOf["glClear(mask=0x4000)"]);
+}
+
+} // namespace
+} // namespace Recorder
