@@ -1,5 +1,8 @@
 #include "Recorder/CallRecord.h"
 
+#include "Data/CallTable.h"
+#include "Recorder/Unrecorded.h"
+
 namespace Recorder {
 namespace {
 
@@ -14,6 +17,13 @@ std::uint64_t StringsBytes(const char* const* strings, std::int64_t count, const
         bytes += StringLength(strings[i], lengths, static_cast<std::int64_t>(i)) + 1;
     }
     return bytes;
+}
+
+void CallRecord::CountTooLarge(Data::CallId id) const noexcept
+{
+    if (!m_capturing->Failed()) {
+        CountUnrecorded(Data::callTable[static_cast<std::size_t>(id)].name);
+    }
 }
 
 void CallRecord::Strings(std::uint32_t at, const char* const* strings, std::int64_t count, const std::int32_t* lengths,

@@ -18,8 +18,8 @@ template <class T> constexpr std::int64_t Wide(T value)
     return static_cast<std::int64_t>(value);
 }
 
-/// No argument is longer than this: what claims to be is a program's mistake that the driver refuses.
-inline constexpr std::int64_t maxArgumentBytes = Data::maxChunkBytes / 2;
+/// Arguments that claim to be longer are mistakes of the program's, which the driver refuses.
+inline constexpr std::int64_t maxArgumentBytes = Data::maxChunkBytes;
 
 /// Bytes of `count` elements behind `array`; 0 for null and for counts that make no sense.
 inline std::uint64_t ArrayBytes(const void* array, std::int64_t count, std::int64_t elementBytes)
@@ -77,15 +77,16 @@ inline std::uint64_t StringLength(const char* text, const std::int32_t* lengths,
 /// Bytes that an array of strings takes in a record.
 std::uint64_t StringsBytes(const char* const* strings, std::int64_t count, const std::int32_t* lengths);
 
-/// The record of one call. Contents of pointer arguments lie behind the values in the order in which they are added.
-/// False: nothing is being written, or the record is too large.
+/// The record of one call, in a capture that is going on. Contents of pointer arguments lie behind the values in the
+/// order in which they are added. False: the record is too large, or nothing can be written any more.
 class CallRecord {
 public:
     CallRecord(const Capturing& capturing, Data::CallId id, std::uint32_t fixedBytes, std::uint64_t bytes)
         : m_capturing(capturing), m_contents(fixedBytes)
     {
-        if (capturing) {
-            m_at = capturing->Begin(static_cast<std::uint32_t>(id), bytes);
+        m_at = capturing->Begin(static_cast<std::uint32_t>(id), bytes);
+        if (m_at == nullptr) [[unlikely]] {
+            CountTooLarge(id);
         }
     }
     ~CallRecord()
@@ -143,6 +144,8 @@ private:
         m_contents += Data::RoundUp8(bytes);
         return to;
     }
+
+    void CountTooLarge(Data::CallId id) const noexcept;
 
     const Capturing& m_capturing;
     std::uint8_t* m_at = nullptr;

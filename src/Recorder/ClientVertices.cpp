@@ -1,13 +1,31 @@
 #include "Recorder/ClientVertices.h"
 
 #include <bit>
+#include <cerrno>
 #include <cstring>
+#include <sys/uio.h>
+#include <unistd.h>
 
 #include "Recorder/RecordCalls.h"
 #include "Recorder/Unrecorded.h"
 
 namespace Recorder {
 namespace {
+
+/// Copies as much as there is. Attributes may be enabled that no shader reads, and then point to memory that is long
+/// gone: the driver does not mind, and what is written for them does not matter.
+void CopyIfThere(std::uint8_t* to, const void* from, std::size_t bytes)
+{
+    const int savedErrno = errno;
+    const iovec target = {to, bytes};
+    const iovec source = {const_cast<void*>(from), bytes};
+    const ssize_t copied = process_vm_readv(getpid(), &target, 1, &source, 1, 0);
+    if (copied < 0 && errno != EFAULT) {
+        // Not permitted here.
+        std::memcpy(to, from, bytes);
+    }
+    errno = savedErrno;
+}
 
 void WriteAttrib(const Capturing& capturing, Data::ContextState& state, std::uint32_t index,
                  const Data::DrawRange& drawRange)
@@ -36,7 +54,7 @@ void WriteAttrib(const Capturing& capturing, Data::ContextState& state, std::uin
     fields.count = range.count;
     fields.data.value = binding.pointer;
     if (std::uint8_t* const to = capturing->BeginVertexAttribData(fields, static_cast<std::uint32_t>(bytes))) {
-        std::memcpy(to, reinterpret_cast<const std::uint8_t*>(binding.pointer) + range.first * stride, bytes);
+        CopyIfThere(to, reinterpret_cast<const std::uint8_t*>(binding.pointer) + range.first * stride, bytes);
         capturing->End();
     }
 }

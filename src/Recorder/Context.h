@@ -40,8 +40,7 @@ public:
     [[nodiscard]] bool TakeMappingInReplay(std::uint32_t target)
     {
         const auto mapped = m_mappedInReplay.find(target);
-        if (mapped == m_mappedInReplay.end() || mapped->second != m_state.BoundBuffer(target))
-        {
+        if (mapped == m_mappedInReplay.end() || mapped->second != m_state.BoundBuffer(target)) {
             return false;
         }
         m_mappedInReplay.erase(mapped);

@@ -126,6 +126,9 @@ RECORDER_EXPORT EGLContext eglCreateContext(EGLDisplay dpy, EGLConfig config, EG
     const bool recorded = call && !UsesDesktopGL();
     if (recorded) {
         DescribeConfig(dpy, config);
+        if (config == EGL_NO_CONFIG_KHR) {
+            CountUnrecorded("contexts without a config");
+        }
     }
     const EGLContext result = live(dpy, config, share, attribs);
     if (recorded) {
@@ -160,10 +163,9 @@ RECORDER_EXPORT EGLBoolean eglMakeCurrent(EGLDisplay dpy, EGLSurface draw, EGLSu
     const auto live = Live<EGLBoolean (*)(EGLDisplay, EGLSurface, EGLSurface, EGLContext)>(Entry::eglMakeCurrent);
     const EGLCall call;
     const EGLBoolean result = live(dpy, draw, read, ctx);
+    // One that failed is not recorded: a replay runs on one thread, where it could succeed and change what is current.
     if (call && result == EGL_TRUE) {
         Guarded([&] { RecordMakeCurrent({dpy, draw, read, ctx}); });
-    } else if (call) {
-        Record::eglMakeCurrent(Capturing(), result, dpy, draw, read, ctx);
     }
     return result;
 }

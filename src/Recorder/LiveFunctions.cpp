@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <dlfcn.h>
+#include <string_view>
 
 namespace Recorder {
 
@@ -39,21 +40,32 @@ DlsymFunction FindRealDlsym()
     __builtin_trap();
 }
 
-void* SystemLibrary(const char* name)
+/// Where the system keeps a function. Programs may have loaded that library for one of their modules only.
+const char* SystemLibrary(std::string_view function)
 {
-    return dlopen(name, RTLD_LAZY | RTLD_LOCAL);
+    if (function.starts_with("egl")) {
+        return "libEGL.so.1";
+    }
+    if (function.starts_with("wl_")) {
+        return "libwayland-egl.so.1";
+    }
+    return function.starts_with("glX") ? "libGL.so.1" : "libGLESv2.so.2";
 }
 
-void* FindInSystemLibraries(const char* name)
+void* FindInSystemLibrary(const char* name)
 {
-    static void* const libraries[] = {SystemLibrary("libEGL.so.1"), SystemLibrary("libGLESv2.so.2")};
-    for (void* library : libraries) {
-        void* const function = library != nullptr ? RealDlsym()(library, name) : nullptr;
-        if (function != nullptr) {
-            return function;
-        }
+    void* const library = dlopen(SystemLibrary(name), RTLD_LAZY | RTLD_LOCAL);
+    return library != nullptr ? RealDlsym()(library, name) : nullptr;
+}
+
+/// Keeps the library of `function` loaded.
+void Pin(void* function)
+{
+    static std::atomic<void*> last = nullptr;
+    Dl_info info = {};
+    if (dladdr(function, &info) != 0 && last.exchange(info.dli_fbase) != info.dli_fbase) {
+        dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
     }
-    return nullptr;
 }
 
 void* FindByProcAddress(Entry entry)
@@ -93,8 +105,8 @@ void* FunctionOf(Entry entry) noexcept
 void OfferLive(Entry entry, void* function) noexcept
 {
     void* expected = nullptr;
-    if (function != FunctionOf(entry)) {
-        liveFunctions[Index(entry)].compare_exchange_strong(expected, function);
+    if (function != FunctionOf(entry) && liveFunctions[Index(entry)].compare_exchange_strong(expected, function)) {
+        Pin(function);
     }
 }
 
@@ -103,7 +115,7 @@ void* ResolveLive(Entry entry) noexcept
     const char* const name = entryPoints[Index(entry)].name;
     void* function = RealDlsym()(RTLD_NEXT, name);
     if (function == nullptr) {
-        function = FindInSystemLibraries(name);
+        function = FindInSystemLibrary(name);
     }
     if (function == nullptr) {
         function = FindByProcAddress(entry);

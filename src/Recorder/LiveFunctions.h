@@ -25,11 +25,13 @@ extern std::array<std::atomic<void*>, entryCount> liveFunctions;
 /// What to hand a program that asks for `entry`.
 [[nodiscard]] void* FunctionOf(Entry entry) noexcept;
 
-/// Remembers where the program itself found the driver's function. The first answer stands.
+/// Remembers where the program itself found the driver's function. The first answer stands, and its library stays
+/// loaded even when the program closes it.
 void OfferLive(Entry entry, void* function) noexcept;
 
-/// Looks the driver's function up: behind this library in the program's own search order, in the system's libEGL and
-/// libGLESv2, then through eglGetProcAddress. Where no driver has it, the answer is a function that returns 0.
+/// Looks the driver's function up: behind this library in the program's own search order, in the libraries that
+/// programs load behind the back of that order, then through eglGetProcAddress. Where no driver has it, the answer is a
+/// function that returns 0.
 [[nodiscard]] void* ResolveLive(Entry entry) noexcept;
 
 /// The driver's function behind `entry`, as a `Function` pointer.

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <sys/mman.h>
 
 #include "Client.h"
 #include "ClientContext.h"
@@ -56,9 +57,9 @@ TEST_F(RecorderTest, OtherFormsAreWrittenAsTheCallsTheyStandFor)
     std::erase_if(calls, [](const std::string& line) { return line.starts_with("--"); });
     EXPECT_THAT(calls, ElementsAre("eglGetPlatformDisplay(platform=EGL_PLATFORM_WAYLAND_KHR, native=0, "
                                    "attrib_list=[EGL_RENDER_BUFFER, 12420, EGL_NONE]) = 0",
-                                   "eglCreateWindowSurface(dpy=1, config=0, win=2, attrib_list=[EGL_RENDER_BUFFER, "
+                                   "eglCreateWindowSurface(dpy=1, config=1, win=2, attrib_list=[EGL_RENDER_BUFFER, "
                                    "12420, EGL_NONE]) = 0",
-                                   "eglCreateWindowSurface(dpy=1, config=0, win=2, attrib_list=[EGL_RENDER_BUFFER, "
+                                   "eglCreateWindowSurface(dpy=1, config=1, win=2, attrib_list=[EGL_RENDER_BUFFER, "
                                    "12420, EGL_NONE]) = 0",
                                    "glGenTextures(n=1, textures=[1])", StartsWith("glBindTexture"),
                                    StartsWith("glTexStorage2D"),
@@ -188,6 +189,23 @@ TEST_F(RecorderTest, DrawsFromMemoryBringTheirVertices)
                     "-- vertices of attribute 0: 4 from 4, 44 bytes",
                     "glDrawElements(mode=0x4, count=2, type=GL_UNSIGNED_SHORT, indices=0x2)",
                     "glDisableVertexAttribArray(index=0)", "glDrawArrays(mode=0x4, first=3, count=2)"));
+}
+
+CLIENT(LeavesAnAttributeEnabled)
+{
+    const ClientContext current;
+    void* const gone = mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    glVertexAttribPointer(5, 4, GL_FLOAT, GL_FALSE, 0, gone);
+    glEnableVertexAttribArray(5);
+    glDrawArrays(GL_TRIANGLES, 0, 3);
+    return 0;
+}
+
+TEST_F(RecorderTest, AttributesThatNobodyReadsMayPointAnywhere)
+{
+    EXPECT_EQ(Record("LeavesAnAttributeEnabled").status, 0);
+    EXPECT_THAT(After(Dump(), "glEnableVertexAttribArray"),
+                ElementsAre("-- vertices of attribute 5: 3 from 0, 48 bytes", StartsWith("glDrawArrays")));
 }
 
 CLIENT(PassesStrings)

@@ -16,7 +16,8 @@ struct ClientContext {
         eglInitialize(display, nullptr, nullptr);
         eglBindAPI(EGL_OPENGL_ES_API);
         EGLint count = 0;
-        eglChooseConfig(display, nullptr, &config, 1, &count);
+        const EGLint any[] = {EGL_SURFACE_TYPE, EGL_DONT_CARE, EGL_NONE};
+        eglChooseConfig(display, any, &config, 1, &count);
         surface = eglCreateWindowSurface(display, config, reinterpret_cast<EGLNativeWindowType>(this), nullptr);
         const EGLint version[] = {EGL_CONTEXT_CLIENT_VERSION, 3, EGL_NONE};
         context = eglCreateContext(display, config, EGL_NO_CONTEXT, version);

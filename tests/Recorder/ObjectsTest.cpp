@@ -1,5 +1,7 @@
 // What a replay needs to know of configs, surfaces and contexts.
 
+#include <array>
+#include <cstddef>
 #include <dlfcn.h>
 
 #include "Client.h"
@@ -111,10 +113,11 @@ CLIENT(ResizesItsWindow)
     const ClientContext current;
     const auto resize =
         reinterpret_cast<void (*)(void*, int, int, int, int)>(dlsym(RTLD_DEFAULT, "wl_egl_window_resize"));
+    std::array<std::max_align_t, 16> window = {};
     size = 120; // taken up at once
-    resize(nullptr, size, size, 0, 0);
+    resize(&window, size, size, 0, 0);
     eglSwapBuffers(current.display, current.surface);
-    resize(nullptr, size, size, 0, 0);
+    resize(&window, size, size, 0, 0);
     size = 140; // taken up with the next frame
     eglSwapBuffers(current.display, current.surface);
     glFlush();
