@@ -17,6 +17,9 @@ class RecordAndReplay(EndToEndTest):
     def test_linked_client(self):
         self.check(30, SPINNING, "--frames", "30")
 
+    def test_client_that_resizes_its_window(self):
+        self.check(8, SPINNING, "--frames", "8", "--resize", "4")
+
     def test_features_of_opengl_es_3(self):
         self.check(10, MOSAIC)
 
