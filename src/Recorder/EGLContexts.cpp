@@ -106,12 +106,15 @@ void RecordMakeCurrent(const CurrentObjects& objects)
     } else if (objects.draw == EGL_NO_SURFACE) {
         written.draw = written.read = Placeholder(objects.display, entry);
     }
+    if (entry.context != nullptr) {
+        // Ahead of the call: a window that was resized before it is made current has its new size from there on.
+        CheckWindowSize(objects.display, objects.draw);
+    }
     Record::eglMakeCurrent(Capturing(), EGL_TRUE, written.display, written.draw, written.read, written.context);
     current = written;
     SetThreadContext(entry.context);
     if (entry.context != nullptr) {
         CompleteHeader(objects);
-        CheckWindowSize(objects.display, objects.draw);
     }
 }
 
