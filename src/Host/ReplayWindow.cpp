@@ -39,6 +39,12 @@ std::unique_ptr<ReplayWindow> ReplayWindow::Open(const std::string& title, Wayla
 ReplayWindow::ReplayWindow(const std::string& title, WaylandConnection& connection, PixelSize fixed)
     : WaylandWindow(title, connection.Record(), nullptr), m_connection(connection), m_fixed(fixed)
 {
+    m_connection.SetAfterEvents([this] { KeepSize(); });
+}
+
+ReplayWindow::~ReplayWindow()
+{
+    m_connection.SetAfterEvents({});
 }
 
 bool ReplayWindow::Create(unsigned int width, unsigned int height, bool fullscreen)
@@ -73,8 +79,16 @@ void ReplayWindow::Resize(unsigned int width, unsigned int height)
     wl_egl_window_resize(m_state->eglWindow, static_cast<int>(size.width), static_cast<int>(size.height), 0, 0);
 }
 
+void ReplayWindow::KeepSize()
+{
+    if (m_state->eglWindow && (m_state->width != m_size.width || m_state->height != m_size.height)) {
+        Resize(m_size.width, m_size.height);
+    }
+}
+
 void ReplayWindow::RememberSize(PixelSize size)
 {
+    m_size = size;
     m_state->width = m_state->savedWidth = size.width;
     m_state->height = m_state->savedHeight = size.height;
 }

@@ -25,6 +25,7 @@ public:
                                               PixelSize captured, PixelSize fixed, bool fullscreen);
 
     ReplayWindow(const std::string& title, WaylandConnection& connection, PixelSize fixed);
+    ~ReplayWindow() override;
 
     bool Create(unsigned int width, unsigned int height, bool fullscreen) override;
     /// At once: a captured program draws its next frame in the new size, which is before the engine processes requests.
@@ -48,8 +49,11 @@ protected:
 
 private:
     void RememberSize(PixelSize size);
+    /// Takes the size back that an event of the compositor's may have replaced.
+    void KeepSize();
 
     PixelSize m_fixed;
+    PixelSize m_size;
 };
 
 } // namespace Host

@@ -112,12 +112,20 @@ bool WaylandConnection::Dispatch(std::chrono::milliseconds patience)
     } else {
         wl_display_cancel_read(display);
     }
-    return wl_display_dispatch_pending(display) >= 0;
+    return HandledEvents(wl_display_dispatch_pending(display));
 }
 
 bool WaylandConnection::Roundtrip()
 {
-    return wl_display_roundtrip(m_record.display) >= 0;
+    return HandledEvents(wl_display_roundtrip(m_record.display));
+}
+
+bool WaylandConnection::HandledEvents(int result) const
+{
+    if (m_afterEvents) {
+        m_afterEvents();
+    }
+    return result >= 0;
 }
 
 const char* WaylandConnection::ShellName() const

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "Playback/Display.h"
 
@@ -26,6 +28,9 @@ public:
     /// Waits until the compositor has handled everything sent so far, and handles its events. False as in Dispatch.
     bool Roundtrip();
 
+    /// Called each time events were handled; empty for nothing.
+    void SetAfterEvents(std::function<void()> afterEvents) { m_afterEvents = std::move(afterEvents); }
+
     /// For Playback::WaylandWindow, which knows the older shells.
     [[nodiscard]] Playback::Display* Record() { return &m_record; }
     /// The stable xdg-shell; null when the compositor has only an older one.
@@ -35,12 +40,14 @@ public:
 
 private:
     WaylandConnection() = default;
+    bool HandledEvents(int result) const;
     void Bind(std::uint32_t name, const char* interface, std::uint32_t version);
 
     Playback::WindowState m_windowState;
     Playback::Display m_record;
     wl_registry* m_registry = nullptr;
     xdg_wm_base* m_stableShell = nullptr;
+    std::function<void()> m_afterEvents;
 };
 
 } // namespace Host

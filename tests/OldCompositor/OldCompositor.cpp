@@ -1,0 +1,216 @@
+#include "OldCompositor.h"
+
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "xdg-shell-unstable-v5-server-protocol.h"
+
+namespace {
+
+constexpr std::uint32_t PingSerial = 11;
+constexpr std::uint32_t ConfigureSerial = 12;
+/// What this compositor would like windows to be; those that show a replay know better.
+constexpr std::int32_t WishedWidth = 111;
+constexpr std::int32_t WishedHeight = 99;
+constexpr unsigned FrameOfSecondConfigure = 3;
+
+int OnChildEnd(int fd, std::uint32_t, void* display)
+{
+    char byte = 0;
+    if (read(fd, &byte, 1) == 0) {
+        wl_display_terminate(static_cast<wl_display*>(display));
+    }
+    return 0;
+}
+
+} // namespace
+
+OldCompositor::OldCompositor(Shell shell) : m_display(wl_display_create())
+{
+    wl_display_init_shm(m_display);
+    wl_global_create(m_display, &wl_compositor_interface, 1, this, Bind<wl_compositor_interface>);
+    if (shell == Shell::WlShell) {
+        wl_global_create(m_display, &wl_shell_interface, 1, this, Bind<wl_shell_interface>);
+    } else {
+        wl_global_create(m_display, &xdg_shell_interface, 1, this, Bind<xdg_shell_interface>);
+    }
+    m_socket = wl_display_add_socket_auto(m_display);
+}
+
+OldCompositor::~OldCompositor()
+{
+    wl_display_destroy_clients(m_display);
+    wl_display_destroy(m_display);
+}
+
+int OldCompositor::Run(char** command)
+{
+    // The write end stays with the child: end of file on the other one is its end.
+    int ends[2];
+    if (pipe(ends) != 0) {
+        return 127;
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        close(ends[0]);
+        setenv("WAYLAND_DISPLAY", m_socket.c_str(), 1);
+        execvp(command[0], command);
+        std::perror(command[0]);
+        _exit(127);
+    }
+    close(ends[1]);
+    fcntl(ends[0], F_SETFD, FD_CLOEXEC);
+    wl_event_loop_add_fd(wl_display_get_event_loop(m_display), ends[0], WL_EVENT_READABLE | WL_EVENT_HANGUP, OnChildEnd,
+                         m_display);
+    wl_display_run(m_display);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+void OldCompositor::Report() const
+{
+    std::printf("role %s\ntitle %s\npongs %u\nacknowledged %u\nframes %u\nsize %dx%d\n", m_role.c_str(),
+                m_title.c_str(), m_pongs, m_acknowledged, m_frames, m_width, m_height);
+}
+
+bool OldCompositor::WritePicture(const char* path) const
+{
+    std::FILE* file = std::fopen(path, "wb");
+    if (!file) {
+        return false;
+    }
+    const bool written = std::fwrite(m_picture.data(), 1, m_picture.size(), file) == m_picture.size();
+    return std::fclose(file) == 0 && written;
+}
+
+template <const wl_interface& Interface>
+void OldCompositor::Bind(wl_client* client, void* self, std::uint32_t version, std::uint32_t id)
+{
+    static_cast<OldCompositor*>(self)->Add(client, Interface, version, id);
+}
+
+wl_resource* OldCompositor::Add(wl_client* client, const wl_interface& interface, std::uint32_t version,
+                                std::uint32_t id)
+{
+    wl_resource* resource = wl_resource_create(client, &interface, static_cast<int>(version), id);
+    wl_resource_set_dispatcher(resource, Dispatch, this, this, [](wl_resource* gone) {
+        static_cast<OldCompositor*>(wl_resource_get_user_data(gone))->m_surfaces.erase(gone);
+    });
+    return resource;
+}
+
+int OldCompositor::Dispatch(const void*, void* target, std::uint32_t, const wl_message* message, wl_argument* arguments)
+{
+    auto* resource = static_cast<wl_resource*>(target);
+    static_cast<OldCompositor*>(wl_resource_get_user_data(resource))->Handle(resource, *message, arguments);
+    return 0;
+}
+
+void OldCompositor::Handle(wl_resource* resource, const wl_message& message, wl_argument* arguments)
+{
+    const std::string request = message.name;
+    wl_resource* made = nullptr;
+    int index = 0;
+    for (const char* type = message.signature; *type; ++type) {
+        if (*type == '?' || std::isdigit(static_cast<unsigned char>(*type))) {
+            continue;
+        }
+        if (*type == 'n') {
+            made = Add(wl_resource_get_client(resource), *message.types[index],
+                       static_cast<std::uint32_t>(wl_resource_get_version(resource)), arguments[index].n);
+        }
+        ++index;
+    }
+
+    if (request == "create_surface") {
+        m_surfaces[made];
+    } else if (request == "get_shell_surface" || request == "get_xdg_surface") {
+        m_surfaces[reinterpret_cast<wl_resource*>(arguments[1].o)].hasRole = true;
+        m_role = wl_resource_get_class(made);
+        m_roleResource = made;
+        Configure();
+    } else if (request == "set_title") {
+        m_title = arguments[0].s;
+    } else if (request == "pong") {
+        m_pongs += arguments[0].u == PingSerial;
+    } else if (request == "ack_configure") {
+        m_acknowledged += arguments[0].u == ConfigureSerial;
+    } else if (request == "destroy") {
+        wl_resource_destroy(resource);
+    } else if (m_surfaces.count(resource) != 0) {
+        HandleSurface(resource, request, arguments, made);
+    }
+}
+
+void OldCompositor::Configure()
+{
+    if (m_role == "wl_shell_surface") {
+        wl_shell_surface_send_ping(m_roleResource, PingSerial);
+        wl_shell_surface_send_configure(m_roleResource, 0, WishedWidth, WishedHeight);
+        return;
+    }
+    wl_array states;
+    wl_array_init(&states);
+    xdg_surface_send_configure(m_roleResource, WishedWidth, WishedHeight, &states, ConfigureSerial);
+    wl_array_release(&states);
+}
+
+void OldCompositor::HandleSurface(wl_resource* resource, const std::string& request, wl_argument* arguments,
+                                  wl_resource* made)
+{
+    Surface& surface = m_surfaces[resource];
+    if (request == "attach") {
+        surface.pendingBuffer = reinterpret_cast<wl_resource*>(arguments[0].o);
+    } else if (request == "frame") {
+        surface.frameCallbacks.push_back(made);
+    } else if (request == "commit") {
+        Commit(surface);
+    }
+}
+
+void OldCompositor::Commit(Surface& surface)
+{
+    wl_resource* buffer = std::exchange(surface.pendingBuffer, nullptr);
+    if (!buffer || !surface.hasRole) {
+        return;
+    }
+    if (surface.shownBuffer && surface.shownBuffer != buffer) {
+        wl_buffer_send_release(surface.shownBuffer);
+    }
+    surface.shownBuffer = buffer;
+    Show(buffer);
+    if (m_frames == FrameOfSecondConfigure) {
+        Configure();
+    }
+    for (wl_resource* callback : std::exchange(surface.frameCallbacks, {})) {
+        wl_callback_send_done(callback, m_frames);
+        wl_resource_destroy(callback);
+    }
+}
+
+void OldCompositor::Show(wl_resource* buffer)
+{
+    wl_shm_buffer* shm = wl_shm_buffer_get(buffer);
+    if (!shm) {
+        return;
+    }
+    ++m_frames;
+    m_width = wl_shm_buffer_get_width(shm);
+    m_height = wl_shm_buffer_get_height(shm);
+    const auto rowBytes = static_cast<std::size_t>(m_width) * 4;
+    m_picture.resize(rowBytes * static_cast<std::size_t>(m_height));
+    wl_shm_buffer_begin_access(shm);
+    const auto* row = static_cast<const std::uint8_t*>(wl_shm_buffer_get_data(shm));
+    for (std::int32_t y = 0; y < m_height; ++y, row += wl_shm_buffer_get_stride(shm)) {
+        std::memcpy(m_picture.data() + rowBytes * static_cast<std::size_t>(y), row, rowBytes);
+    }
+    wl_shm_buffer_end_access(shm);
+}
