@@ -33,6 +33,8 @@ template <class Io, class Header> void Fields(Io& io, Header& header)
     io.Text(header.glRenderer);
     io.Text(header.glVersion);
     io.Text(header.command);
+    io.U64(header.calls);
+    io.U64(header.eglCalls);
 }
 
 /// Fills a header. Text that does not fit is cut, numbers always fit since they come first.

@@ -25,6 +25,10 @@ struct CaptureHeader {
     std::string glVendor;
     std::string glRenderer;
     std::string glVersion;
+    /// All calls in the capture, and those of EGL among them. 0: not known, since the recording is going on or the
+    /// program was killed.
+    std::uint64_t calls = 0;
+    std::uint64_t eglCalls = 0;
 };
 
 /// The `headerBytes` bytes of the file header. Strings that do not fit are cut.

@@ -19,8 +19,10 @@ std::uint64_t StringsBytes(const char* const* strings, std::int64_t count, const
     return bytes;
 }
 
-void CallRecord::CountTooLarge(Data::CallId id) const noexcept
+void CallRecord::Drop(Data::CallId id) const noexcept
 {
+    --capture.calls;
+    capture.eglCalls -= IsEGL(id) ? 1 : 0;
     if (!m_capturing->Failed()) {
         CountUnrecorded(Data::callTable[static_cast<std::size_t>(id)].name);
     }

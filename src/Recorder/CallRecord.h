@@ -77,6 +77,14 @@ inline std::uint64_t StringLength(const char* text, const std::int32_t* lengths,
 /// Bytes that an array of strings takes in a record.
 std::uint64_t StringsBytes(const char* const* strings, std::int64_t count, const std::int32_t* lengths);
 
+/// EGL comes behind OpenGL ES in the numbers of the calls.
+constexpr bool IsEGL(Data::CallId id)
+{
+    return id >= Data::CallId::eglGetError;
+}
+static_assert(!IsEGL(Data::CallId::glActiveTexture) && !IsEGL(Data::CallId::glPatchParameterfv) &&
+              IsEGL(Data::CallId::eglCreateImageKHRv1));
+
 /// The record of one call, in a capture that is going on. Contents of pointer arguments lie behind the values in the
 /// order in which they are added. False: the record is too large, or nothing can be written any more.
 class CallRecord {
@@ -84,9 +92,11 @@ public:
     CallRecord(const Capturing& capturing, Data::CallId id, std::uint32_t fixedBytes, std::uint64_t bytes)
         : m_capturing(capturing), m_contents(fixedBytes)
     {
+        ++capture.calls;
+        capture.eglCalls += IsEGL(id) ? 1 : 0;
         m_at = capturing->Begin(static_cast<std::uint32_t>(id), bytes);
         if (m_at == nullptr) [[unlikely]] {
-            CountTooLarge(id);
+            Drop(id);
         }
     }
     ~CallRecord()
@@ -145,7 +155,8 @@ private:
         return to;
     }
 
-    void CountTooLarge(Data::CallId id) const noexcept;
+    /// Counts the call as one that could not be recorded.
+    void Drop(Data::CallId id) const noexcept;
 
     const Capturing& m_capturing;
     std::uint8_t* m_at = nullptr;

@@ -218,6 +218,9 @@ void FinishCapture() noexcept
     Data::CaptureWriter* const writer = capture.writer != nullptr ? capture.writer : capture.abandoned;
     if (writer != nullptr) {
         NoteUnrecorded(*writer);
+        capture.header.calls = capture.calls;
+        capture.header.eglCalls = capture.eglCalls;
+        writer->UpdateHeader(capture.header);
     }
     capture.writer = nullptr;
     capture.abandoned = nullptr;

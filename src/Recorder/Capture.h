@@ -34,6 +34,10 @@ struct Capture {
     Data::CaptureWriter* writer = nullptr;
     /// The writer after AbandonCapture: the file is still to be finished.
     Data::CaptureWriter* abandoned = nullptr;
+    /// Calls written so far, and those of EGL among them.
+    std::uint64_t calls = 0;
+    std::uint64_t eglCalls = 0;
+    /// What the file's header says; it gets the counts at the end.
     Data::CaptureHeader header;
 };
 extern Capture capture;

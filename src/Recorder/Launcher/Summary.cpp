@@ -1,5 +1,6 @@
 #include "Recorder/Launcher/Summary.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "Data/CaptureSource.h"
@@ -16,6 +17,37 @@ void CountNote(const Data::RecordCursor& record, Summary& summary)
         const auto* const text = reinterpret_cast<const char*>(record.Record()) + note.text.offset;
         summary.notes.emplace_back(std::string(text, note.text.bytes), note.count);
     }
+}
+
+/// The notes are the last records of a capture that was finished, in its last chunk or the two last ones.
+void ReadNotes(Data::CaptureSource& source, Summary& summary)
+{
+    Data::Chunk chunk;
+    const std::size_t count = source.Chunks().size();
+    for (std::size_t i = count - std::min<std::size_t>(count, 2); i < count && summary.error.empty(); ++i) {
+        summary.error = source.ReadChunk(source.Chunks()[i], chunk);
+        Data::RecordCursor record(chunk);
+        while (summary.error.empty() && record.Next()) {
+            if (record.Is(Data::RecordId::Note)) {
+                CountNote(record, summary);
+            }
+        }
+    }
+}
+
+/// For captures that were not finished, and do not say how much is in them.
+void CountAll(Data::CaptureSource& source, const std::string& path, Summary& summary)
+{
+    Data::Diagnostics diagnostics(path, [&summary](const std::string& line) { summary.error = line; });
+    const std::vector<Data::FileCall>& calls = source.Calls();
+    Data::WalkRecords(source, diagnostics, [&](const Data::RecordCursor& record) {
+        const std::uint32_t id = record.Header().id;
+        if (id < calls.size()) {
+            ++summary.calls;
+            summary.eglCalls += calls[id].name.starts_with("egl") ? 1 : 0;
+        }
+    });
+    summary.frames = diagnostics.position.frame;
 }
 
 std::string Plural(std::uint64_t count, const char* what)
@@ -50,23 +82,17 @@ Summary Summarize(const std::string& path)
     if (!source) {
         return summary;
     }
-    std::vector<bool> isGL;
-    for (const Data::FileCall& call : source->Calls()) {
-        isGL.push_back(call.name.starts_with("gl"));
-    }
-    Data::Diagnostics diagnostics(path, [&summary](const std::string& line) { summary.error = line; });
-    Data::WalkRecords(*source, diagnostics, [&](const Data::RecordCursor& record) {
-        if (record.Header().id < isGL.size()) {
-            ++summary.calls;
-            summary.glCalls += isGL[record.Header().id] ? 1 : 0;
-        } else if (record.Is(Data::RecordId::Note)) {
-            CountNote(record, summary);
-        }
-    });
-    summary.frames = diagnostics.position.frame;
     summary.fileBytes = source->FileBytes();
     summary.isComplete = source->IsComplete();
+    summary.calls = source->Header().calls;
+    summary.eglCalls = source->Header().eglCalls;
     summary.timeUs = source->Chunks().empty() ? 0 : source->ChunkTimeUs(source->Chunks().back());
+    if (summary.isComplete && summary.calls != 0) {
+        summary.frames = source->FrameCount();
+        ReadNotes(*source, summary);
+    } else {
+        CountAll(*source, path, summary);
+    }
     return summary;
 }
 

@@ -10,9 +10,9 @@ namespace Recorder {
 
 struct Summary {
     std::uint32_t frames = 0;
-    /// All calls, and those of OpenGL ES among them.
+    /// All calls, and those of EGL among them.
     std::uint64_t calls = 0;
-    std::uint64_t glCalls = 0;
+    std::uint64_t eglCalls = 0;
     std::uint64_t fileBytes = 0;
     std::uint64_t timeUs = 0;
     /// False when the recorded program was killed: the capture ends with its last whole chunk.
@@ -23,7 +23,7 @@ struct Summary {
     std::string error;
 };
 
-/// Reads the whole file.
+/// Reads no more of the file than it has to.
 [[nodiscard]] Summary Summarize(const std::string& path);
 
 /// The summary as text for people, several lines.

@@ -78,7 +78,7 @@ int Report(const fs::path& file, const Recorder::RecordingOptions& options, cons
     for (const std::string& other : OtherCaptures(file)) {
         std::fprintf(stderr, "playback-record: another process was recorded in %s\n", other.c_str());
     }
-    if (summary.glCalls == 0) {
+    if (summary.calls == summary.eglCalls) {
         return Trouble("NOTHING WAS RECORDED: " + options.command[0] +
                            " made no OpenGL ES call with an EGL context that the recorder saw. Programs that are linked"
                            " statically or have the set-user-id bit cannot be recorded; desktop OpenGL is not.",
