@@ -14,10 +14,7 @@ constexpr std::uint64_t maxReadyBytes = 32u << 20;
 
 } // namespace
 
-ChunkQueue::ChunkQueue(CaptureSource& source, Preload preload)
-    : m_source(source), m_preload(preload), m_thread([this] { Run(); })
-{
-}
+ChunkQueue::ChunkQueue(CaptureSource& source, Preload preload) : m_source(source), m_preload(preload) {}
 
 ChunkQueue::~ChunkQueue()
 {
@@ -26,7 +23,8 @@ ChunkQueue::~ChunkQueue()
         m_stop = true;
     }
     m_wake.notify_all();
-    m_thread.join();
+    if (m_thread.joinable())
+        m_thread.join();
 }
 
 bool ChunkQueue::MayRead() const
@@ -70,6 +68,8 @@ void ChunkQueue::Run()
 
 bool ChunkQueue::Next(Chunk& chunk, std::string& trouble)
 {
+    if (!m_thread.joinable())
+        m_thread = std::thread([this] { Run(); });
     std::unique_lock lock(m_mutex);
     m_wake.wait(lock, [this] { return m_isDone || (m_preload == Preload::No && !m_ready.empty()); });
     if (m_ready.empty()) {

@@ -18,7 +18,7 @@ enum class Preload {
     All ///< everything, before the first chunk is handed out
 };
 
-/// Reads and decompresses chunks on a thread of its own. Next and Recycle come from one thread.
+/// Reads and decompresses chunks on a thread of its own, from the first Next on. Next and Recycle come from one thread.
 class ChunkQueue {
 public:
     /// `source` must outlive the queue, and no one else may read chunks from it meanwhile.

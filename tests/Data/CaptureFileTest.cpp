@@ -147,10 +147,7 @@ TEST_F(CaptureFileTest, CallsThatAreNotKnownAreSkippedWithOneWarningEach)
     Call(CallId::glClear, 2);
     Finish();
     // Another program's table: it has a call that this one lacks, and one that differs.
-    std::vector<std::uint8_t> bytes = FileBytes();
-    ChunkHeader table;
-    std::memcpy(&table, bytes.data() + headerBytes, sizeof table);
-    const std::size_t records = headerBytes + sizeof table + table.storedBytes;
+    const std::vector<std::uint8_t> bytes = FileBytes();
     std::string entries;
     for (std::uint32_t id = 0; id < callCount; ++id) {
         std::string entry(8, '\0');
@@ -162,15 +159,10 @@ TEST_F(CaptureFileTest, CallsThatAreNotKnownAreSkippedWithOneWarningEach)
         std::memcpy(entry.data(), &header, sizeof header);
         entries += entry;
     }
-    std::vector<std::uint8_t> chunk(sizeof table + entries.size());
-    table.rawBytes = table.storedBytes = static_cast<std::uint32_t>(entries.size());
-    std::memcpy(chunk.data() + sizeof table, entries.data(), entries.size());
-    std::memcpy(chunk.data(), &table, sizeof table);
-    table.checksum = ChunkChecksum(chunk.data(), entries.size());
-    std::memcpy(chunk.data(), &table, sizeof table);
+    const std::vector<std::uint8_t> table = PlainChunk(ChunkKind::CallTable, {entries.begin(), entries.end()});
     std::vector<std::uint8_t> changed(bytes.begin(), bytes.begin() + headerBytes);
-    changed.insert(changed.end(), chunk.begin(), chunk.end());
-    changed.insert(changed.end(), bytes.begin() + static_cast<std::ptrdiff_t>(records), bytes.end());
+    changed.insert(changed.end(), table.begin(), table.end());
+    changed.insert(changed.end(), bytes.begin() + static_cast<std::ptrdiff_t>(RecordsOffset(bytes)), bytes.end());
     SetFileBytes(changed);
     writer.reset();
 

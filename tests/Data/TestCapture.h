@@ -95,6 +95,41 @@ private:
     std::size_t m_next = 0;
 };
 
+/// A chunk that is not compressed.
+inline std::vector<std::uint8_t> PlainChunk(ChunkKind kind, const std::vector<std::uint8_t>& body)
+{
+    std::vector<std::uint8_t> bytes(sizeof(ChunkHeader) + body.size());
+    ChunkHeader header = {};
+    header.magic = chunkMagic;
+    header.kind = static_cast<std::uint32_t>(kind);
+    header.rawBytes = header.storedBytes = static_cast<std::uint32_t>(body.size());
+    std::memcpy(bytes.data(), &header, sizeof header);
+    if (!body.empty())
+        std::memcpy(bytes.data() + sizeof header, body.data(), body.size());
+    header.checksum = ChunkChecksum(bytes.data(), body.size());
+    std::memcpy(bytes.data(), &header, sizeof header);
+    return bytes;
+}
+
+/// First byte behind the call table of a capture.
+inline std::size_t RecordsOffset(const std::vector<std::uint8_t>& capture)
+{
+    ChunkHeader table;
+    std::memcpy(&table, capture.data() + headerBytes, sizeof table);
+    return headerBytes + sizeof table + table.storedBytes;
+}
+
+/// The header and call table of a capture, and a chunk of the given records behind them.
+inline std::vector<std::uint8_t> WithRecords(const std::vector<std::uint8_t>& capture,
+                                             const std::vector<std::uint8_t>& records)
+{
+    std::vector<std::uint8_t> bytes(capture.begin(),
+                                    capture.begin() + static_cast<std::ptrdiff_t>(RecordsOffset(capture)));
+    const std::vector<std::uint8_t> chunk = PlainChunk(ChunkKind::Records, records);
+    bytes.insert(bytes.end(), chunk.begin(), chunk.end());
+    return bytes;
+}
+
 /// A folder for captures that goes away with the test.
 class CaptureTest : public ::testing::Test {
 protected:
