@@ -1,8 +1,6 @@
 #include "Host/FramePacer.h"
 
-#include <wayland-client.h>
-
-#include "Host/WaylandConnection.h"
+#include "Host/ReplayWindows.h"
 #include "Interfaces/Core.h"
 
 namespace Host {
@@ -30,8 +28,7 @@ EGLBoolean EGLAPIENTRY SwapBuffers(EGLDisplay display, EGLSurface surface)
 
 } // namespace
 
-FramePacer::FramePacer(WaylandConnection& connection, wl_surface* surface)
-    : m_connection(connection), m_surface(surface)
+FramePacer::FramePacer(ReplayWindows& windows) : m_windows(windows)
 {
     using Core::KHRLayer;
     driverSwapInterval = KHRLayer::EGLProc().eglSwapInterval;
@@ -45,7 +42,6 @@ FramePacer::FramePacer(WaylandConnection& connection, wl_surface* surface)
 
 FramePacer::~FramePacer()
 {
-    ForgetFrame();
     // Unless the tables were freed meanwhile.
     if (pacer == this && Core::KHRLayer::EGLProc().eglSwapBuffers == SwapBuffers) {
         Core::KHRLayer::Replace(&Core::EGLProcTable::eglSwapInterval, driverSwapInterval);
@@ -55,35 +51,8 @@ FramePacer::~FramePacer()
 
 void FramePacer::BeforeSwap()
 {
-    if (m_interval <= 0) {
-        return;
-    }
-    WaitForFrame();
-    ForgetFrame();
-    static constexpr wl_callback_listener Listener = {
-        [](void* self, wl_callback*, std::uint32_t) { static_cast<FramePacer*>(self)->ForgetFrame(); },
-    };
-    // Goes to the compositor with the driver's next commit.
-    m_frame = wl_surface_frame(m_surface);
-    wl_callback_add_listener(m_frame, &Listener, this);
-}
-
-void FramePacer::WaitForFrame()
-{
-    const auto end = std::chrono::steady_clock::now() + PatienceWhenHidden;
-    while (m_frame) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
-        if (left.count() <= 0 || !m_connection.Dispatch(left)) {
-            return;
-        }
-    }
-}
-
-void FramePacer::ForgetFrame()
-{
-    if (m_frame) {
-        wl_callback_destroy(m_frame);
-        m_frame = nullptr;
+    if (m_interval > 0) {
+        m_windows.GetActiveWindow()->WaitForFrame(PatienceWhenHidden);
     }
 }
 

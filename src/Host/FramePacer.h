@@ -2,43 +2,34 @@
 
 #include <chrono>
 
-struct wl_callback;
-struct wl_surface;
-
 namespace Host {
 
-class WaylandConnection;
+class ReplayWindows;
 
 /// Gives a replay in a window the pace that the capture asks for, in the driver's place: where the captured program
 /// waited for the screen, each swap waits until the compositor has shown the frame before. A driver waits for ever for
 /// a compositor that does not show the window; here frames go on at a low rate then.
 ///
-/// Comes between replay and driver while it lives. One at a time; window and connection outlive it.
+/// Comes between replay and driver while it lives. One at a time; the windows outlive it.
 class FramePacer {
 public:
     /// How long one frame waits for a compositor that does not show it.
     static constexpr std::chrono::milliseconds PatienceWhenHidden{100};
 
     /// Core::KHRLayer::LoadEGL must have run.
-    FramePacer(WaylandConnection& connection, wl_surface* surface);
+    explicit FramePacer(ReplayWindows& windows);
     ~FramePacer();
     FramePacer(const FramePacer&) = delete;
     FramePacer& operator=(const FramePacer&) = delete;
 
     /// The swap interval that the capture set; 1, as the standard has it, before it set one.
     void SetInterval(int interval) { m_interval = interval; }
-    /// To be called right before a swap.
+    /// Before a swap of the active window.
     void BeforeSwap();
 
 private:
-    void WaitForFrame();
-    void ForgetFrame();
-
-    WaylandConnection& m_connection;
-    wl_surface* m_surface;
+    ReplayWindows& m_windows;
     int m_interval = 1;
-    /// Pending until the compositor shows the frame swapped last; null when nothing is awaited.
-    wl_callback* m_frame = nullptr;
 };
 
 } // namespace Host

@@ -37,14 +37,14 @@ std::unique_ptr<ReplayWindow> ReplayWindow::Open(const std::string& title, Wayla
 }
 
 ReplayWindow::ReplayWindow(const std::string& title, WaylandConnection& connection, PixelSize fixed)
-    : WaylandWindow(title, connection.Record(), nullptr), m_connection(connection), m_fixed(fixed)
+    : WindowRecord(connection.Globals()), WaylandWindow(title, &display, nullptr), m_connection(connection),
+      m_fixed(fixed)
 {
-    m_connection.SetAfterEvents([this] { KeepSize(); });
 }
 
 ReplayWindow::~ReplayWindow()
 {
-    m_connection.SetAfterEvents({});
+    ForgetFrame();
 }
 
 bool ReplayWindow::Create(unsigned int width, unsigned int height, bool fullscreen)
@@ -83,6 +83,32 @@ void ReplayWindow::KeepSize()
 {
     if (m_state->eglWindow && (m_state->width != m_size.width || m_state->height != m_size.height)) {
         Resize(m_size.width, m_size.height);
+    }
+}
+
+void ReplayWindow::WaitForFrame(std::chrono::milliseconds patience)
+{
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (m_frame) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        if (left.count() <= 0 || !m_connection.Dispatch(left)) {
+            break;
+        }
+    }
+    ForgetFrame();
+    static constexpr wl_callback_listener Listener = {
+        [](void* self, wl_callback*, std::uint32_t) { static_cast<ReplayWindow*>(self)->ForgetFrame(); },
+    };
+    // Goes to the compositor with the driver's next commit.
+    m_frame = wl_surface_frame(m_state->surface);
+    wl_callback_add_listener(m_frame, &Listener, this);
+}
+
+void ReplayWindow::ForgetFrame()
+{
+    if (m_frame) {
+        wl_callback_destroy(m_frame);
+        m_frame = nullptr;
     }
 }
 

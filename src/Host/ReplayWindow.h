@@ -1,9 +1,13 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
+#include "Playback/Display.h"
 #include "Playback/WaylandWindow.h"
+
+struct wl_callback;
 
 namespace Host {
 
@@ -15,9 +19,19 @@ struct PixelSize {
     unsigned int height = 0;
 };
 
-/// The window of a replay: as large as the captured surface, whatever the compositor would like, since another size
+/// A display's globals with the state of one window, for the engine's windows, which know one window a display.
+struct WindowRecord {
+    explicit WindowRecord(const Playback::Display& shared) : display(shared) { display.windowState = &state; }
+    WindowRecord(const WindowRecord&) = delete;
+    WindowRecord& operator=(const WindowRecord&) = delete;
+
+    Playback::WindowState state;
+    Playback::Display display;
+};
+
+/// A window of a replay: as large as the captured surface, whatever the compositor would like, since another size
 /// would show other pixels. Under xdg-shell unstable v5 or wl_shell; see XdgWindow for the stable shell.
-class ReplayWindow : public Playback::WaylandWindow {
+class ReplayWindow : private WindowRecord, public Playback::WaylandWindow {
 public:
     /// A shown window under the best shell of the connection; null when the compositor refuses. `captured` is the size
     /// to begin with, `fixed` what the user chose: a dimension given there stays for good.
@@ -33,8 +47,11 @@ public:
     /// Takes effect with the first drawing after a swap or make-current.
     void Resize(unsigned int width, unsigned int height) override;
 
-    /// Null before Create.
-    [[nodiscard]] wl_surface* Surface() const { return m_state->surface; }
+    /// To be called when events were handled: takes the size back that one of the compositor's may have replaced.
+    void KeepSize();
+    /// Before a swap: waits until the compositor has shown the frame swapped before, at most for `patience`, since a
+    /// compositor tells nothing of a window that it does not show.
+    void WaitForFrame(std::chrono::milliseconds patience);
     /// The user closed the window.
     [[nodiscard]] bool IsClosed() const { return m_closed; }
 
@@ -49,11 +66,12 @@ protected:
 
 private:
     void RememberSize(PixelSize size);
-    /// Takes the size back that an event of the compositor's may have replaced.
-    void KeepSize();
+    void ForgetFrame();
 
     PixelSize m_fixed;
     PixelSize m_size;
+    /// Pending until the compositor shows the frame swapped last; null when nothing is awaited.
+    wl_callback* m_frame = nullptr;
 };
 
 } // namespace Host

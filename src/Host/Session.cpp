@@ -8,13 +8,14 @@
 #include "Host/FramePacer.h"
 #include "Host/HiddenSurface.h"
 #include "Host/OffscreenSurfaceFactory.h"
-#include "Host/ReplayWindow.h"
+#include "Host/ReplayWindows.h"
 #include "Host/WaylandConnection.h"
 #include "Interfaces/Core.h"
 #include "Interfaces/Util.h"
 #include "Playback/CommonMetaHandler.h"
 #include "Playback/Controller.h"
 #include "Playback/EGLOffscreenSurfaceFactory.h"
+#include "Playback/EGLPbufferSurfaceFactory.h"
 #include "Playback/EGLPlaybackAdapter.h"
 #include "Playback/EGLSingleSurfaceFactory.h"
 #include "Playback/ForceFlushBlockEventHandler.h"
@@ -105,11 +106,15 @@ Session::Outcome Session::OpenCapture()
 
 Session::Outcome Session::OpenOutput()
 {
-    std::string why = "-headless was given";
-    if (!m_options.headless) {
+    std::string why;
+    if (m_options.headless) {
+        why = "-headless was given";
+    } else if (m_settings->m_pbufferSurface) {
+        why = "-pbuffersurface shows nothing";
+    } else {
         m_connection = WaylandConnection::Open(why);
     }
-    wl_display* compositor = m_connection ? m_connection->Record()->display : nullptr;
+    wl_display* compositor = m_connection ? m_connection->Globals().display : nullptr;
     if (compositor) {
         Say(Core::LogNotice, "Replaying in a window (%s).", m_connection->ShellName());
     } else {
@@ -118,23 +123,28 @@ Session::Outcome Session::OpenOutput()
     if (std::string error = OpenDriver(m_options.driverDirectory, compositor); !error.empty()) {
         return Failure{ExitStatus::NoDriver, std::move(error)};
     }
-    return compositor ? OpenWindow() : std::nullopt;
+    return compositor ? OpenWindows() : std::nullopt;
 }
 
-Session::Outcome Session::OpenWindow()
+Session::Outcome Session::OpenWindows()
 {
     const Data::CaptureHeader& header = m_capture->Header();
-    const PixelSize captured = {header.surfaceWidth, header.surfaceHeight};
-    const PixelSize fixed = {static_cast<unsigned int>(m_settings->m_windowWidth),
-                             static_cast<unsigned int>(m_settings->m_windowHeight)};
-    const std::string title = "Playback: " + Util::Path::GetFilePart(m_options.captureFile);
-    m_window = ReplayWindow::Open(title, *m_connection, captured, fixed, m_settings->m_fullscreen);
-    if (!m_window) {
+    m_windows = std::make_unique<ReplayWindows>(
+        *m_connection, ReplayWindows::Style{.title = "Playback: " + Util::Path::GetFilePart(m_options.captureFile),
+                                            .captured = {header.surfaceWidth, header.surfaceHeight},
+                                            .fixed = {static_cast<unsigned int>(m_settings->m_windowWidth),
+                                                      static_cast<unsigned int>(m_settings->m_windowHeight)},
+                                            .fullscreen = m_settings->m_fullscreen});
+    if (!m_windows->Open()) {
         return Failure{ExitStatus::NoDriver, "No display: the compositor refused a window. Try -headless to replay off "
                                              "screen."};
     }
-    m_pacer = std::make_unique<FramePacer>(*m_connection, m_window->Surface());
-    m_windowManager = std::make_unique<Playback::SingleWindowManager>(m_window.get());
+    m_pacer = std::make_unique<FramePacer>(*m_windows);
+    m_windowManager = m_windows.get();
+    if (m_settings->m_singleSurface) {
+        m_singleWindow = std::make_unique<Playback::SingleWindowManager>(m_windows->GetActiveWindow());
+        m_windowManager = m_singleWindow.get();
+    }
     return std::nullopt;
 }
 
@@ -143,8 +153,8 @@ void Session::CreateEngine()
     m_resourceTable = std::make_unique<Playback::GLResourceTable>();
     m_surfaceFactory = CreateSurfaceFactory();
     m_glAdapter = std::make_unique<Playback::GLPlaybackAdapter>(m_resourceTable.get());
-    m_eglAdapter = std::make_unique<Playback::EGLPlaybackAdapter>(m_resourceTable.get(), m_windowManager.get(),
-                                                                  m_surfaceFactory.get());
+    m_eglAdapter =
+        std::make_unique<Playback::EGLPlaybackAdapter>(m_resourceTable.get(), m_windowManager, m_surfaceFactory.get());
     if (m_settings->m_screenshotInterval != 0 || m_settings->m_screenshotEndFrame != 0 ||
         m_settings->m_perDrawScreenshotFrame != 0 || m_settings->m_dumpDefaultFbo) {
         m_screenshotHandler = std::make_unique<Util::GLScreenshotHandler>(
@@ -156,7 +166,7 @@ void Session::CreateEngine()
     m_capture->SetAdapter(m_glAdapter.get());
     m_capture->SetAdapter(m_eglAdapter.get());
 
-    m_metaHandlers.push_back(std::make_unique<Playback::CommonMetaHandler>(m_windowManager.get()));
+    m_metaHandlers.push_back(std::make_unique<Playback::CommonMetaHandler>(m_windowManager));
     m_metaHandlers.push_back(std::make_unique<Playback::KHRMetaHandler>(m_resourceTable.get()));
     if (m_settings->m_dumpDefaultFbo) {
         m_metaHandlers.push_back(std::make_unique<Playback::ImageMetaHandler>(m_screenshotHandler.get()));
@@ -178,24 +188,22 @@ void Session::CreateEngine()
 
 std::unique_ptr<Playback::EGLProxySurfaceFactory> Session::CreateSurfaceFactory() const
 {
-    if (!m_window) {
-        return std::make_unique<OffscreenSurfaceFactory>();
+    using namespace Playback;
+    if (m_windows && m_settings->m_singleSurface) {
+        return std::make_unique<EGLSingleSurfaceFactory>();
     }
-    if (m_settings->m_singleSurface) {
-        return std::make_unique<Playback::EGLSingleSurfaceFactory>();
+    if (m_windows) {
+        return std::make_unique<WindowSurfaceFactory>(m_connection->Globals().compositor);
     }
-    if (m_settings->m_pbufferSurface && m_settings->m_skipPbufferDisplay) {
-        return std::make_unique<Playback::EGLPbufferSurfaceFactory>();
+    if (m_settings->m_pbufferSurface && !m_settings->m_skipPbufferDisplay) {
+        return std::make_unique<OffscreenSurfaceFactory<EGLOffscreenSurfaceFactory>>(nullptr);
     }
-    if (m_settings->m_pbufferSurface) {
-        return std::make_unique<Playback::EGLOffscreenSurfaceFactory>(m_windowManager.get());
-    }
-    return std::make_unique<WindowSurfaceFactory>(m_connection->Record()->compositor);
+    return std::make_unique<OffscreenSurfaceFactory<EGLPbufferSurfaceFactory>>();
 }
 
 Session::Outcome Session::Replay()
 {
-    m_controller = std::make_unique<Playback::Controller>(m_windowManager.get(), m_capture.get());
+    m_controller = std::make_unique<Playback::Controller>(m_windowManager, m_capture.get());
     const auto start = std::chrono::steady_clock::now();
     Outcome failure;
     while (!failure && m_controller->HasMoreFrames()) {
@@ -224,7 +232,7 @@ Session::Outcome Session::AfterFrame()
             return Failure{ExitStatus::NoDriver, std::move(missing)};
         }
     }
-    if (m_window && m_capture->GetCurrentFrame() == 1 && m_window->GetWidth() == 0) {
+    if (m_windows && m_capture->GetCurrentFrame() == 1 && m_windows->GetActiveWindow()->GetWidth() == 0) {
         Say(Core::LogNotice, "The first frame is drawn off screen; the window appears with the first one that is not.");
     }
     if (IsContextLost()) {
@@ -244,8 +252,8 @@ std::string Session::ReasonToStop() const
     if (m_stopSignal.Received() != 0) {
         return strsignal(m_stopSignal.Received());
     }
-    if (m_window && m_window->IsClosed()) {
-        return "the window was closed";
+    if (m_windows && m_windows->IsClosed()) {
+        return "a window was closed";
     }
     return "";
 }

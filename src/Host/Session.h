@@ -25,6 +25,7 @@ class GLPlaybackAdapter;
 class GLResourceTable;
 class PlaybackEnvironment;
 class SingleWindowManager;
+class WindowManager;
 } // namespace Playback
 
 namespace Util {
@@ -34,7 +35,7 @@ class GLScreenshotHandler;
 namespace Host {
 
 class FramePacer;
-class ReplayWindow;
+class ReplayWindows;
 class WaylandConnection;
 
 /// One replay of one capture: builds the engine's objects in the order in which they need each other, steps the frames,
@@ -59,7 +60,7 @@ private:
     Outcome LoadSettings();
     Outcome OpenCapture();
     Outcome OpenOutput();
-    Outcome OpenWindow();
+    Outcome OpenWindows();
     void CreateEngine();
     std::unique_ptr<Playback::EGLProxySurfaceFactory> CreateSurfaceFactory() const;
     Outcome Replay();
@@ -77,11 +78,14 @@ private:
     // In the order of construction; destroyed the other way round. The GL adapter comes first because the EGL adapter
     // deletes GL objects when it is destroyed.
     std::unique_ptr<Data::CaptureFile> m_capture;
-    /// Null off screen, as are window, pacer and window manager.
+    /// Null off screen, as are windows and pacer.
     std::unique_ptr<WaylandConnection> m_connection;
-    std::unique_ptr<ReplayWindow> m_window;
+    std::unique_ptr<ReplayWindows> m_windows;
     std::unique_ptr<FramePacer> m_pacer;
-    std::unique_ptr<Playback::SingleWindowManager> m_windowManager;
+    /// Where all captured windows share one.
+    std::unique_ptr<Playback::SingleWindowManager> m_singleWindow;
+    /// One of the above, or null off screen.
+    Playback::WindowManager* m_windowManager = nullptr;
     std::unique_ptr<Playback::GLResourceTable> m_resourceTable;
     std::unique_ptr<Playback::EGLProxySurfaceFactory> m_surfaceFactory;
     std::unique_ptr<Util::GLScreenshotHandler> m_screenshotHandler;

@@ -35,10 +35,9 @@ std::unique_ptr<WaylandConnection> WaylandConnection::Open(std::string& why)
 {
     // Not make_unique: the constructor is private.
     std::unique_ptr<WaylandConnection> connection(new WaylandConnection);
-    Playback::Display& record = connection->m_record;
-    record.windowState = &connection->m_windowState;
-    record.display = wl_display_connect(nullptr);
-    if (!record.display) {
+    Playback::Display& globals = connection->m_globals;
+    globals.display = wl_display_connect(nullptr);
+    if (!globals.display) {
         why = std::string("no compositor: ") + std::strerror(errno) + " (" + TriedSocket() + ")";
         return nullptr;
     }
@@ -49,13 +48,13 @@ std::unique_ptr<WaylandConnection> WaylandConnection::Open(std::string& why)
         },
         [](void*, wl_registry*, std::uint32_t) {},
     };
-    connection->m_registry = wl_display_get_registry(record.display);
+    connection->m_registry = wl_display_get_registry(globals.display);
     wl_registry_add_listener(connection->m_registry, &RegistryListener, connection.get());
     if (!connection->Roundtrip()) {
         why = "the compositor closed the connection";
         return nullptr;
     }
-    if (!record.compositor || (!connection->m_stableShell && !record.xdgShell && !record.shell)) {
+    if (!globals.compositor || (!connection->m_stableShell && !globals.xdgShell && !globals.shell)) {
         why = "the compositor offers no wl_compositor with xdg_wm_base, xdg_shell (unstable v5) or wl_shell";
         return nullptr;
     }
@@ -64,19 +63,19 @@ std::unique_ptr<WaylandConnection> WaylandConnection::Open(std::string& why)
 
 WaylandConnection::~WaylandConnection()
 {
-    if (!m_record.display) {
+    if (!m_globals.display) {
         return;
     }
     if (m_stableShell) {
         xdg_wm_base_destroy(m_stableShell);
     }
     // The proxies of the older shells have no request to destroy them; they go with the connection.
-    if (m_record.compositor) {
-        wl_compositor_destroy(m_record.compositor);
+    if (m_globals.compositor) {
+        wl_compositor_destroy(m_globals.compositor);
     }
     wl_registry_destroy(m_registry);
-    wl_display_flush(m_record.display);
-    wl_display_disconnect(m_record.display);
+    wl_display_flush(m_globals.display);
+    wl_display_disconnect(m_globals.display);
 }
 
 void WaylandConnection::Bind(std::uint32_t name, const char* interface, std::uint32_t)
@@ -84,21 +83,21 @@ void WaylandConnection::Bind(std::uint32_t name, const char* interface, std::uin
     // Version 1 of each is all that a plain toplevel needs.
     const std::string_view offered = interface;
     if (offered == wl_compositor_interface.name) {
-        m_record.compositor =
+        m_globals.compositor =
             static_cast<wl_compositor*>(wl_registry_bind(m_registry, name, &wl_compositor_interface, 1));
     } else if (offered == xdg_wm_base_interface.name) {
         m_stableShell = static_cast<xdg_wm_base*>(wl_registry_bind(m_registry, name, &xdg_wm_base_interface, 1));
         xdg_wm_base_add_listener(m_stableShell, &ShellListener, nullptr);
     } else if (offered == "xdg_shell") {
-        m_record.xdgShell = Playback::BindXdgShell(m_registry, name);
+        m_globals.xdgShell = Playback::BindXdgShell(m_registry, name);
     } else if (offered == wl_shell_interface.name) {
-        m_record.shell = static_cast<wl_shell*>(wl_registry_bind(m_registry, name, &wl_shell_interface, 1));
+        m_globals.shell = static_cast<wl_shell*>(wl_registry_bind(m_registry, name, &wl_shell_interface, 1));
     }
 }
 
 bool WaylandConnection::Dispatch(std::chrono::milliseconds patience)
 {
-    wl_display* display = m_record.display;
+    wl_display* display = m_globals.display;
     while (wl_display_prepare_read(display) != 0) {
         if (wl_display_dispatch_pending(display) < 0) {
             return false;
@@ -117,7 +116,7 @@ bool WaylandConnection::Dispatch(std::chrono::milliseconds patience)
 
 bool WaylandConnection::Roundtrip()
 {
-    return HandledEvents(wl_display_roundtrip(m_record.display));
+    return HandledEvents(wl_display_roundtrip(m_globals.display));
 }
 
 bool WaylandConnection::HandledEvents(int result) const
@@ -130,7 +129,7 @@ bool WaylandConnection::HandledEvents(int result) const
 
 const char* WaylandConnection::ShellName() const
 {
-    return m_stableShell ? "xdg_wm_base" : m_record.xdgShell ? "xdg_shell (unstable v5)" : "wl_shell";
+    return m_stableShell ? "xdg_wm_base" : m_globals.xdgShell ? "xdg_shell (unstable v5)" : "wl_shell";
 }
 
 } // namespace Host

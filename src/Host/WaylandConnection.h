@@ -31,8 +31,8 @@ public:
     /// Called each time events were handled; empty for nothing.
     void SetAfterEvents(std::function<void()> afterEvents) { m_afterEvents = std::move(afterEvents); }
 
-    /// For Playback::WaylandWindow, which knows the older shells.
-    [[nodiscard]] Playback::Display* Record() { return &m_record; }
+    /// The globals that windows need, without the state of a window.
+    [[nodiscard]] const Playback::Display& Globals() const { return m_globals; }
     /// The stable xdg-shell; null when the compositor has only an older one.
     [[nodiscard]] xdg_wm_base* StableShell() const { return m_stableShell; }
     /// Name of the shell in use, for messages.
@@ -43,8 +43,7 @@ private:
     bool HandledEvents(int result) const;
     void Bind(std::uint32_t name, const char* interface, std::uint32_t version);
 
-    Playback::WindowState m_windowState;
-    Playback::Display m_record;
+    Playback::Display m_globals;
     wl_registry* m_registry = nullptr;
     xdg_wm_base* m_stableShell = nullptr;
     std::function<void()> m_afterEvents;

@@ -1,7 +1,7 @@
 #include "Host/OffscreenSurfaceFactory.h"
 
 #include "FakeDriver/FakeDriver.h"
-#include "Playback/EGLProxySurface.h"
+#include "Playback/EGLPbufferSurfaceFactory.h"
 
 namespace {
 
@@ -11,7 +11,7 @@ using testing::StartsWith;
 // The engine's factory sends windows of the newer entry point to the driver, which has none off screen.
 TEST_F(FakeDriverTest, WindowsOfThePlatformEntryPointBecomePbuffersToo)
 {
-    Host::OffscreenSurfaceFactory factory;
+    Host::OffscreenSurfaceFactory<Playback::EGLPbufferSurfaceFactory> factory;
     void* const display = reinterpret_cast<void*>(1);
     const long attribs[] = {EGL_GL_COLORSPACE_KHR, EGL_GL_COLORSPACE_SRGB_KHR, EGL_NONE};
     Playback::EGLProxySurface* surface =

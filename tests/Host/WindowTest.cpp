@@ -4,11 +4,10 @@
 #include <cstdlib>
 
 #include <gmock/gmock.h>
-#include <wayland-client.h>
 
 #include "Host/Driver.h"
-#include "Host/FramePacer.h"
 #include "Host/HiddenSurface.h"
+#include "Host/ReplayWindows.h"
 #include "Host/WaylandConnection.h"
 #include "Interfaces/Core.h"
 #include "Playback/EGLProxySurface.h"
@@ -50,9 +49,9 @@ protected:
 
     void OpenSurface()
     {
-        ASSERT_EQ(Host::OpenDriver("", m_connection->Record()->display), "");
+        ASSERT_EQ(Host::OpenDriver("", m_connection->Globals().display), "");
         const Core::EGLProcTable& egl = Core::KHRLayer::EGLProc();
-        m_display = egl.eglGetDisplay(reinterpret_cast<EGLNativeDisplayType>(m_connection->Record()->display));
+        m_display = egl.eglGetDisplay(reinterpret_cast<EGLNativeDisplayType>(m_connection->Globals().display));
         const EGLint request[] = {EGL_RED_SIZE, 8, EGL_RENDERABLE_TYPE, EGL_OPENGL_ES2_BIT, EGL_NONE};
         EGLConfig config = nullptr;
         EGLint count = 0;
@@ -126,39 +125,73 @@ TEST_F(WindowTest, FullScreenKeepsThePixelsOfTheCapture)
     EXPECT_FALSE(m_window->IsFullscreen());
 }
 
-TEST_F(WindowTest, SwapsFollowTheScreenUnlessTheCaptureSaysOtherwise)
+TEST_F(WindowTest, AFrameIsAwaitedUntilTheCompositorHasShownIt)
 {
+    constexpr std::chrono::milliseconds patience(400);
     Open({64, 64});
     OpenSurface();
-    Host::FramePacer pacer(*m_connection, m_window->Surface());
-    const auto time = [this](int frames) {
+    Core::KHRLayer::EGLProc().eglSwapInterval(m_display, 0);
+    const auto time = [this](auto action) {
         const auto start = std::chrono::steady_clock::now();
-        for (int i = 0; i < frames; ++i) {
-            Swap();
-        }
+        action();
         return std::chrono::steady_clock::now() - start;
     };
-    // The compositor refreshes at 60 Hz.
-    EXPECT_GT(time(13), std::chrono::milliseconds(150));
-    Core::KHRLayer::playbackEGLProcTable.eglSwapInterval(m_display, 0);
-    EXPECT_LT(time(13), std::chrono::milliseconds(150));
+    // The compositor refreshes at 60 Hz at most.
+    const auto shown = time([&] {
+        for (int i = 0; i < 13; ++i) {
+            m_window->WaitForFrame(patience);
+            Swap();
+        }
+    });
+    EXPECT_GT(shown, std::chrono::milliseconds(150));
+    EXPECT_LT(shown, 13 * patience);
+    // Without a swap there is no frame to show, as with a window that is hidden.
+    m_window->WaitForFrame(patience);
+    EXPECT_GE(time([&] { m_window->WaitForFrame(patience); }), patience);
 }
 
-TEST_F(WindowTest, AHiddenWindowDoesNotStopTheReplay)
-{
-    Open({64, 64});
-    OpenSurface();
-    // Not the window that is drawn, and never shown: its frames are never announced.
-    wl_surface* hidden = wl_compositor_create_surface(m_connection->Record()->compositor);
+/// Windows by surface, with the engine's calls.
+class WindowsTest : public testing::Test {
+protected:
+    WindowsTest()
+        : m_connection(Host::WaylandConnection::Open(m_why)), m_windows(*m_connection, {"test", {}, {}, false})
     {
-        Host::FramePacer pacer(*m_connection, hidden);
-        const auto start = std::chrono::steady_clock::now();
-        Swap();
-        wl_surface_commit(hidden);
-        Swap();
-        EXPECT_GE(std::chrono::steady_clock::now() - start, Host::FramePacer::PatienceWhenHidden);
+        EXPECT_TRUE(m_windows.Open());
     }
-    wl_surface_destroy(hidden);
+
+    std::string m_why;
+    std::unique_ptr<Host::WaylandConnection> m_connection;
+    Host::ReplayWindows m_windows;
+};
+
+TEST_F(WindowsTest, EachSurfaceHasAWindowAndTheFirstOneIsThereFromTheStart)
+{
+    Playback::Window* first = m_windows.GetActiveWindow();
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(m_windows.GetWindow(3), nullptr);
+    m_windows.AddWindow(3);
+    m_windows.AddWindow(5);
+    EXPECT_EQ(m_windows.GetWindow(3), first);
+    EXPECT_THAT(m_windows.GetWindow(5), testing::AllOf(testing::NotNull(), testing::Ne(first)));
+    m_windows.ActivateWindow(5);
+    EXPECT_EQ(m_windows.GetActiveWindow(), m_windows.GetWindow(5));
+    m_windows.ActivateWindow(77);
+    EXPECT_EQ(m_windows.GetActiveWindow(), m_windows.GetWindow(5));
+}
+
+TEST_F(WindowsTest, TheLastWindowStaysForTheNextSurface)
+{
+    Playback::Window* first = m_windows.GetActiveWindow();
+    m_windows.AddWindow(3);
+    m_windows.AddWindow(5);
+    m_windows.ActivateWindow(5);
+    m_windows.RemoveWindow(5);
+    EXPECT_EQ(m_windows.GetActiveWindow(), first);
+    m_windows.RemoveWindow(3);
+    EXPECT_EQ(m_windows.GetWindow(3), nullptr);
+    EXPECT_EQ(m_windows.GetActiveWindow(), first);
+    m_windows.AddWindow(9);
+    EXPECT_EQ(m_windows.GetWindow(9), first);
 }
 
 TEST_F(WindowTest, PbuffersAreDrawnInHiddenWindows)
@@ -173,7 +206,7 @@ TEST_F(WindowTest, PbuffersAreDrawnInHiddenWindows)
     const EGLint request[] = {EGL_CONFIG_ID, configId, EGL_NONE};
     ASSERT_TRUE(egl.eglChooseConfig(m_display, request, &config, 1, &count) && count == 1);
 
-    Host::WindowSurfaceFactory factory(m_connection->Record()->compositor);
+    Host::WindowSurfaceFactory factory(m_connection->Globals().compositor);
     const EGLint attribs[] = {EGL_WIDTH, 30, EGL_HEIGHT, 20, EGL_TEXTURE_TARGET, EGL_NO_TEXTURE, EGL_NONE};
     Playback::EGLProxySurface* pbuffer = factory.CreatePbufferSurface(m_display, config, attribs);
     ASSERT_TRUE(pbuffer->MakeCurrent(m_display, pbuffer, egl.eglGetCurrentContext()));
