@@ -37,7 +37,7 @@ template <class Io, class Header> void Fields(Io& io, Header& header)
     io.U64(header.eglCalls);
 }
 
-/// Fills a header. Text that does not fit is cut, numbers always fit since they come first.
+/// Fills a header. What does not fit is cut.
 class Encoder {
 public:
     explicit Encoder(std::span<std::uint8_t> room) : m_room(room) {}

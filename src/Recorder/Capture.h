@@ -1,4 +1,7 @@
 // The capture that this process writes: when it starts and ends, and the lock under which records are appended.
+//
+// All of the library runs in the threads of a foreign program. It never throws into it, never holds a lock while the
+// program's call is in the driver, forwards the call even when recording fails, and leaves errno as it was.
 #pragma once
 
 #include <atomic>

@@ -3,6 +3,7 @@
 #include <mutex>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "Recorder/LiveFunctions.h"
@@ -145,53 +146,55 @@ void SetThreadContext(std::shared_ptr<Context> context) noexcept
 void DescribeConfig(EGLDisplay display, EGLConfig config) noexcept
 {
     const std::uint32_t number = Identify(Identifier::Config, config);
-    Locked([&](Objects& objects) {
-        if (config == EGL_NO_CONFIG_KHR || !objects.describedConfigs.insert(number).second) {
-            return false;
-        }
+    if (config == EGL_NO_CONFIG_KHR ||
+        Locked([&](Objects& objects) { return objects.describedConfigs.contains(number); })) {
+        return;
+    }
+    Guarded([&] {
         const auto attribs = QueryAll(Live<Query>(Entry::eglGetConfigAttrib), display, config, configAttributes);
-        const Capturing capturing;
-        if (capturing) {
-            capturing->ConfigAttribs(Identify(Identifier::Display, display), number, attribs.data(),
-                                     static_cast<std::uint32_t>(attribs.size()));
-        }
-        return true;
+        Locked([&](Objects& objects) {
+            const bool isNew = objects.describedConfigs.insert(number).second;
+            const Capturing capturing;
+            if (isNew && capturing) {
+                capturing->ConfigAttribs(Identify(Identifier::Display, display), number, attribs.data(),
+                                         static_cast<std::uint32_t>(attribs.size()));
+            }
+            return isNew;
+        });
     });
 }
 
 void DescribeNewSurface(EGLDisplay display, EGLSurface surface, bool isWindow) noexcept
 {
-    Locked([&](Objects& objects) {
+    Guarded([&] {
         const auto attribs = QueryAll(SurfaceQuery(), display, surface, surfaceAttributes);
         const SurfaceSize size = QuerySize(display, surface);
         if (isWindow) {
-            objects.windows[surface] = size;
+            Locked([&](Objects& objects) { return objects.windows.insert_or_assign(surface, size).second; });
         }
         const Capturing capturing;
         if (!capturing) {
-            return false;
+            return;
         }
         if (isWindow) {
             WriteSize(capturing, display, surface, size);
         }
         capturing->SurfaceAttribs(Identify(Identifier::Display, display), Identify(Identifier::Surface, surface),
                                   attribs.data(), static_cast<std::uint32_t>(attribs.size()));
-        return true;
     });
 }
 
 void CheckWindowSize(EGLDisplay display, EGLSurface surface) noexcept
 {
+    if (!Locked([&](Objects& objects) { return objects.windows.contains(surface); })) {
+        return;
+    }
+    const SurfaceSize size = QuerySize(display, surface);
     Locked([&](Objects& objects) {
         const auto window = objects.windows.find(surface);
-        if (window == objects.windows.end()) {
+        if (window == objects.windows.end() || std::exchange(window->second, size) == size) {
             return false;
         }
-        const SurfaceSize size = QuerySize(display, surface);
-        if (size == window->second) {
-            return false;
-        }
-        window->second = size;
         const Capturing capturing;
         if (!capturing) {
             return false;

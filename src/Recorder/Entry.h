@@ -11,12 +11,9 @@ enum class Entry : std::uint16_t {
 #define RECORDER_ENTRY(name) name,
 #include "Recorder/Entries.inc"
 #undef RECORDER_ENTRY
+    Count
 };
 
-inline constexpr std::size_t entryCount = 0
-#define RECORDER_ENTRY(name) +1
-#include "Recorder/Entries.inc"
-#undef RECORDER_ENTRY
-    ;
+inline constexpr auto entryCount = static_cast<std::size_t>(Entry::Count);
 
 } // namespace Recorder

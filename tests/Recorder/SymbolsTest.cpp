@@ -13,14 +13,10 @@
 namespace Recorder {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 using testing::SizeIs;
-using testing::StartsWith;
 
 using Clear = void (*)(GLbitfield);
 
