@@ -2,7 +2,7 @@
 
 import unittest
 
-from harness import MOSAIC, SPINNING, EndToEndTest
+from harness import MOSAIC, RECORD, SPINNING, WITH_WESTON, EndToEndTest
 
 
 class RecordAndReplay(EndToEndTest):
@@ -41,6 +41,20 @@ class RecordAndReplay(EndToEndTest):
 
     def test_weston_simple_egl(self):
         self.check(30, "weston-simple-egl", options=["--frames", "30"])
+
+    def test_compositor_nested_in_another_one(self):
+        # It paints only when something changes, so a client draws on it.
+        self.run_program(WITH_WESTON, "sh", "-c", f"""
+            {RECORD} --hash --frames 30 -o recorded.glcap -- \
+                weston --backend=wayland-backend.so --socket=inner --no-config &
+            recorder=$!
+            until [ -S "$XDG_RUNTIME_DIR/inner" ]; do kill -0 $recorder && sleep 0.1 || exit; done
+            WAYLAND_DISPLAY=inner weston-simple-egl > client.log &
+            client=$!
+            wait $recorder; status=$?
+            kill $client; exit $status""")
+        self.verify("recorded.glcap")
+        self.verify("recorded.glcap", compositor=True)
 
 
 if __name__ == "__main__":
