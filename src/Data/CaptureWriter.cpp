@@ -86,7 +86,7 @@ bool CaptureWriter::MakeRoom(std::uint64_t bytes)
     std::uint8_t* const tail = m_vertexData ? m_vertexData : m_at;
     const auto tailBytes = static_cast<std::uint64_t>(m_at - tail);
     const std::uint64_t needed = sizeof(ThreadRecord) + tailBytes + bytes;
-    if (needed > maxChunkBytes || !m_sink)
+    if (bytes > maxChunkBytes || needed > maxChunkBytes || !m_sink)
         return false;
     ChunkBuffer chunk = m_sink->Take(needed);
     if (!chunk.memory) {

@@ -266,7 +266,7 @@ private:
             }
         } else if (parameter.form == ParameterForm::Attribs) {
             const std::int64_t none = Enum::EglNone;
-            contents.resize(Below(8) * 2 * parameter.bytes, 1);
+            contents.resize((Below(8) == 0 ? Below(36) : Below(8)) * 2 * parameter.bytes, 1);
             contents.insert(contents.end(), reinterpret_cast<const std::uint8_t*>(&none),
                             reinterpret_cast<const std::uint8_t*>(&none) + parameter.bytes);
         } else if (parameter.form == ParameterForm::Text) {

@@ -1,0 +1,136 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Data/RecordWalk.h"
+#include "TestCapture.h"
+
+namespace Data {
+
+namespace {
+
+using ::testing::HasSubstr;
+
+class CaptureWriterTest : public CaptureTest {
+protected:
+    std::uint8_t* BeginVertices(std::uint32_t bytes)
+    {
+        VertexAttribDataRecord fields{};
+        fields.size = 4;
+        fields.type = 0x1401;
+        fields.stride = 4;
+        fields.count = bytes / 4;
+        return writer->BeginVertexAttribData(fields, bytes);
+    }
+    std::unique_ptr<CaptureSource> OpenSource()
+    {
+        auto source = CaptureSource::Open(path, openError);
+        EXPECT_NE(source, nullptr) << openError;
+        return source;
+    }
+};
+
+/// The reader forgets vertices at the end of a chunk, so the draw must be in the same one, wherever the chunk is full.
+TEST_F(CaptureWriterTest, VertexDataStaysInTheChunkOfItsDraw)
+{
+    constexpr std::uint32_t sizes[] = {700'000, 300'000, 100'000, 1'700'004};
+    for (int round = 0; round < 40; ++round) {
+        for (int attrib = 0; attrib < 2; ++attrib) {
+            ASSERT_NE(BeginVertices(sizes[(round + attrib) % 4]), nullptr);
+            writer->End();
+        }
+        Call(CallId::glDrawArrays, 4, 0, 3);
+    }
+    Finish();
+    const auto source = OpenSource();
+    Diagnostics diagnostics(path, nullptr);
+    std::vector<std::uint64_t> vertices;
+    int draws = 0;
+    EXPECT_TRUE(WalkRecords(*source, diagnostics, [&](const RecordCursor& record) {
+        if (record.Is(RecordId::VertexAttribData)) {
+            vertices.push_back(diagnostics.position.chunkOffset);
+        } else if (record.Header().id < callCount) {
+            EXPECT_EQ(vertices, std::vector<std::uint64_t>(2, diagnostics.position.chunkOffset));
+            vertices.clear();
+            ++draws;
+        }
+    }));
+    EXPECT_EQ(draws, 40);
+    EXPECT_GT(source->Chunks().size(), 10u);
+}
+
+TEST_F(CaptureWriterTest, RecordsAreZeroedInReusedBuffersToo)
+{
+    for (std::uint32_t i = 0; i < 12; ++i) {
+        std::uint8_t* const record = writer->Begin(0, chunkBytes / 2);
+        ASSERT_NE(record, nullptr);
+        for (std::uint32_t at = 8; at < chunkBytes / 2; ++at)
+            ASSERT_EQ(record[at], 0) << "record " << i;
+        std::memset(record + 8, 0xEE, chunkBytes / 2 - 8);
+        writer->End();
+    }
+}
+
+TEST_F(CaptureWriterTest, ARecordThatIsTooLargeIsDroppedAndRecordingGoesOn)
+{
+    EXPECT_EQ(writer->Begin(0, std::uint64_t{maxChunkBytes} + 1), nullptr);
+    EXPECT_EQ(writer->Begin(0, ~std::uint64_t{0} - 7), nullptr);
+    EXPECT_FALSE(writer->Failed());
+    Call(CallId::glClear, 1);
+    EXPECT_EQ(Replay(nullptr), 0u);
+    EXPECT_THAT(reports, ::testing::IsEmpty());
+}
+
+/// A program that is killed leaves what it recorded half a second before, or a megabyte before.
+TEST_F(CaptureWriterTest, WholeChunksReachTheFileWithoutAFinish)
+{
+    for (int frame = 0; frame < 3; ++frame) {
+        ASSERT_NE(BeginVertices(1 << 20), nullptr);
+        writer->End();
+        writer->FrameEnd();
+    }
+    Call(CallId::glClear, 1);
+    for (int wait = 0; wait < 500; ++wait, usleep(10'000)) {
+        const auto source = CaptureSource::Open(path, openError);
+        if (source && source->Chunks().size() == 3)
+            break;
+    }
+    std::filesystem::copy_file(path, path + ".killed");
+    path += ".killed";
+    const auto source = OpenSource();
+    EXPECT_FALSE(source->IsComplete());
+    EXPECT_EQ(source->FrameCount(), 3u);
+}
+
+TEST_F(CaptureWriterTest, AFullDiskStopsRecordingAndIsReported)
+{
+    std::string error;
+    EXPECT_EQ(CaptureWriter::Create(folder + "/none/x.glcap", header, error), nullptr);
+    EXPECT_THAT(error, HasSubstr("/none/x.glcap: cannot create the file: No such file"));
+    EXPECT_EQ(CaptureWriter::Create("/dev/full", header, error), nullptr);
+    EXPECT_THAT(error, HasSubstr("/dev/full: cannot write: No space left"));
+}
+
+/// The descriptor is not ours to write to any more when the program has closed it and opened a file of its own.
+TEST_F(CaptureWriterTest, AFileOfTheProgramIsNeverWrittenTo)
+{
+    Call(CallId::glClear, 1);
+    const std::string own = folder + "/own.txt";
+    std::ofstream(own) << "mine";
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        if (std::filesystem::read_symlink(entry, gone) == path) {
+            const int descriptor = std::stoi(entry.path().filename());
+            const int other = open(own.c_str(), O_RDWR);
+            ASSERT_EQ(dup2(other, descriptor), descriptor);
+            close(other);
+        }
+    }
+    std::string error;
+    EXPECT_FALSE(writer->Finish(error));
+    EXPECT_THAT(error, HasSubstr("the program closed the capture's descriptor"));
+    EXPECT_EQ(std::filesystem::file_size(own), 4u);
+}
+
+} // namespace
+
+} // namespace Data
