@@ -1,7 +1,6 @@
 #include "Data/CallDecoder.h"
 
 #include <algorithm>
-#include <bit>
 
 #include "Data/CallParameters.h"
 #include "Data/Diagnostics.h"
@@ -10,16 +9,8 @@ namespace Data {
 
 namespace {
 
-/// Bytes that vertex 0 may lie in front of the first vertex delivered; drivers count such offsets in 32 bits.
-constexpr std::uint64_t maxVertexOffset = 1u << 30;
-
 /// Stands for client memory that a vertex attribute points at until a draw delivers its contents.
 alignas(16) std::uint8_t placeholder[4096];
-
-std::string Bytes(std::uint64_t bytes)
-{
-    return std::to_string(bytes) + " bytes";
-}
 
 /// Bytes of the string at `text`, its terminator included; 0 when no zero byte comes within `room` bytes.
 std::uint32_t Terminated(const std::uint8_t* text, std::uint32_t room)
@@ -321,107 +312,6 @@ bool CallDecoder::KnowsVertexArray(std::uint32_t parameter, std::uint32_t name)
 {
     return Context().KnowsVertexArray(name) ||
            Refuse(parameter, "a vertex array that was generated", std::to_string(name));
-}
-
-// Vertex data and mapped memory.
-
-bool CallDecoder::CoversDraw(const DrawRange& range)
-{
-    for (std::uint32_t rest = Context().ClientAttribs(); rest != 0; rest &= rest - 1) {
-        const auto index = static_cast<std::uint32_t>(std::countr_zero(rest));
-        const DrawRange needed = Context().AttribRange(index, range);
-        const char* const name = callTable[static_cast<std::uint32_t>(m_call)].name;
-        const std::string what = "client memory of attribute " + std::to_string(index);
-        if (!needed.isKnown) {
-            m_diagnostics.Skipped(name, what, "indices that were captured", "none");
-            return false;
-        }
-        if (needed.count == 0)
-            continue;
-        const Delivery& delivery = m_deliveries[index];
-        const bool isDelivered = (m_delivered & 1u << index) != 0;
-        if (!isDelivered || needed.first < delivery.first ||
-            std::uint64_t{needed.first} + needed.count > std::uint64_t{delivery.first} + delivery.count) {
-            m_diagnostics.Skipped(
-                name, what, std::to_string(needed.count) + " vertices from " + std::to_string(needed.first),
-                isDelivered ? std::to_string(delivery.count) + " from " + std::to_string(delivery.first) : "none");
-            return false;
-        }
-    }
-    return true;
-}
-
-void CallDecoder::DecodeVertexAttribData(std::uint8_t* record)
-{
-    m_record = record;
-    m_recordBytes = Value<RecordHeader>(0).bytes;
-    constexpr const char* name = "vertex data";
-    if (m_recordBytes < sizeof(VertexAttribDataRecord)) {
-        m_diagnostics.Skipped(name, "the record", Bytes(sizeof(VertexAttribDataRecord)), Bytes(m_recordBytes));
-        return;
-    }
-    const auto data = Value<VertexAttribDataRecord>(0);
-    const std::uint32_t elementBytes = VertexElementBytes(data.size, data.type);
-    if (data.index >= maxVertexAttribs || elementBytes == 0 || data.stride <= 0 || data.count == 0) {
-        m_diagnostics.Skipped(name, "attribute " + std::to_string(data.index), "a known format and a stride",
-                              "type " + std::to_string(data.type) + ", stride " + std::to_string(data.stride));
-        return;
-    }
-    const std::uint64_t needed =
-        (std::uint64_t{data.count} - 1) * static_cast<std::uint32_t>(data.stride) + elementBytes;
-    if (data.data.offset < sizeof data || data.data.offset > m_recordBytes ||
-        data.data.bytes > m_recordBytes - data.data.offset || data.data.bytes < needed ||
-        std::uint64_t{data.first} * static_cast<std::uint32_t>(data.stride) > maxVertexOffset) {
-        m_diagnostics.Skipped(name, "attribute " + std::to_string(data.index), Bytes(needed), Bytes(data.data.bytes));
-        return;
-    }
-    // The driver counts from vertex 0, which lies in front of the contents when the draw does not need it.
-    const std::uintptr_t base = reinterpret_cast<std::uintptr_t>(record) + data.data.offset -
-                                std::uintptr_t{data.first} * static_cast<std::uint32_t>(data.stride);
-    auto* const vertices = reinterpret_cast<std::uint8_t*>(base);
-    // With an array buffer bound, the driver would take the pointer for an offset.
-    const std::uint32_t arrayBuffer = Context().BoundBuffer(Enum::ArrayBuffer);
-    if (arrayBuffer != 0)
-        m_gl->Process_glBindBuffer(Enum::ArrayBuffer, 0);
-    if (data.integer != 0)
-        m_gl->ProcessVertexAttribIData(data.index, data.size, data.type, data.stride, vertices, data.first, data.count);
-    else
-        m_gl->ProcessVertexAttribData(data.index, data.size, data.type, data.normalized, data.stride, vertices,
-                                      data.first, data.count);
-    if (arrayBuffer != 0)
-        m_gl->Process_glBindBuffer(Enum::ArrayBuffer, arrayBuffer);
-    m_delivered |= 1u << data.index;
-    m_deliveries[data.index] = {data.first, data.count};
-}
-
-void CallDecoder::DecodeMappedData(std::uint8_t* record)
-{
-    m_record = record;
-    const auto header = Value<RecordHeader>(0);
-    const bool isUnmap = header.id == static_cast<std::uint32_t>(RecordId::UnmapBuffer);
-    const char* const name = isUnmap ? "data of an unmapped buffer" : "data of a flushed range";
-    if (header.bytes < sizeof(MappedDataRecord)) {
-        m_diagnostics.Skipped(name, "the record", Bytes(sizeof(MappedDataRecord)), Bytes(header.bytes));
-        return;
-    }
-    const auto data = Value<MappedDataRecord>(0);
-    if (data.data.offset < sizeof data || data.data.offset > header.bytes ||
-        data.data.bytes > header.bytes - data.data.offset) {
-        m_diagnostics.Skipped(name, "contents", "at most " + Bytes(header.bytes), Bytes(data.data.bytes));
-        return;
-    }
-    const std::int64_t mapped = Context().MappedBytes(data.target);
-    if (std::uint64_t{data.offset} + data.data.bytes > static_cast<std::uint64_t>(mapped)) {
-        m_diagnostics.Skipped(name, "target " + std::to_string(data.target), "a mapping that holds the data",
-                              Bytes(static_cast<std::uint64_t>(mapped)) + " for " + Bytes(data.data.bytes) + " at " +
-                                  std::to_string(data.offset));
-        return;
-    }
-    std::uint8_t* const contents = record + data.data.offset;
-    if (isUnmap)
-        m_gl->ProcessUnmapBuffer(data.target, data.data.bytes, contents);
-    else
-        m_gl->ProcessFlushMappedBufferRange(data.target, data.offset, data.data.bytes, contents);
 }
 
 } // namespace Data

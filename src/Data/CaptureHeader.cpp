@@ -17,8 +17,8 @@ struct Prefix {
     std::uint64_t checksum;
 };
 
-/// Longest string in a header, so that all of them fit.
-constexpr std::size_t maxText = 1024;
+/// Longest string in a header. All fields together must fit into it.
+constexpr std::size_t maxText = 512;
 
 /// Every field once, for reading and writing. A new field goes to the end; a reader takes those that it knows.
 template <class Io, class Header> void Fields(Io& io, Header& header)

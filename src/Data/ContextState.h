@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <unordered_map>
 #include <vector>
 
@@ -24,6 +25,7 @@ struct BufferState {
     // Contents of a buffer that is used for indices, as far as they are known: which vertices an indexed draw reads
     // from client memory depends on them. Whatever a driver may have refused makes them unknown, since memory that is
     // really indexed must not be larger than it is believed to be.
+    static constexpr std::int64_t maxShadowBytes = 64 << 20;
     bool isShadowed = false;
     std::vector<std::uint8_t> shadow;
     ByteRanges known;
@@ -78,6 +80,14 @@ struct DrawRange {
     std::uint32_t count = 0; ///< 0: the draw reads no vertex
     std::uint32_t instances = 1;
 };
+
+/// The names that a call got or gave; none when their count or the pointer says so.
+inline std::span<const std::uint32_t> ObjectNames(std::int32_t n, const void* names)
+{
+    if (n <= 0 || !names)
+        return {};
+    return {static_cast<const std::uint32_t*>(names), static_cast<std::size_t>(n)};
+}
 
 /// One captured context. The methods named like calls come with each such call, in the order of the stream; a return
 /// value comes first, and memory holds what it held when the driver had answered.

@@ -12,6 +12,11 @@ constexpr std::uint64_t maxPrinted = 20;
 
 } // namespace
 
+std::string Bytes(std::uint64_t count)
+{
+    return std::to_string(count) + " bytes";
+}
+
 Diagnostics::Diagnostics(std::string file, Report report) : m_file(std::move(file)), m_report(std::move(report)) {}
 
 void Diagnostics::File(const std::string& text)

@@ -10,6 +10,9 @@ namespace Data {
 /// Receives one line of text for each piece of trouble, without a line end.
 using Report = std::function<void(const std::string&)>;
 
+/// "N bytes", for messages.
+std::string Bytes(std::uint64_t count);
+
 /// Where replay is in a capture.
 struct Position {
     /// Place of the chunk in the file.

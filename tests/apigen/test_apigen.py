@@ -9,6 +9,7 @@ HERE = Path(__file__).parent
 sys.path.insert(0, str(HERE.parents[1] / "tools" / "apigen"))
 
 import apigen  # noqa: E402
+import emit_decode  # noqa: E402
 import emit_enum_names  # noqa: E402
 import emit_function_forms  # noqa: E402
 import emit_play_egl  # noqa: E402
@@ -82,6 +83,10 @@ class Description(unittest.TestCase):
         api = model.load([HERE / "shapes.api"])
         text = emit_play_gl.emit_handlers(api) + emit_play_egl.emit_handlers(api)
         self.assertEqual(text, (HERE / "shapes.expected").read_text())
+
+    def test_decoding_of_every_shape_is_the_reviewed_one(self):
+        text = emit_decode.emit(model.load([HERE / "decode_shapes.api"]))
+        self.assertEqual(text, (HERE / "decode_shapes.expected").read_text())
 
 
 class Files(unittest.TestCase):

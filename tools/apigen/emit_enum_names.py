@@ -10,7 +10,7 @@ from pathlib import Path
 from text import BANNER
 
 DEFINITION = re.compile(r"^#define (E?GL_[A-Z0-9_]+)\s+(0x[0-9A-Fa-f]+|[01])$", re.M)
-NO_ENUM = re.compile(r"_VERSION|_PROTOTYPES$|_TIMEOUT_")
+NO_ENUM = re.compile(r"_VERSION_\d|_PROTOTYPES$|_TIMEOUT_")
 BITS = re.compile(r"_BITS?\d*(_[A-Z]+)?$")
 # One value has many names where it is small; the name that messages mean.
 MEANT = ("GL_NO_ERROR", "GL_ONE", "EGL_FALSE", "EGL_TRUE")

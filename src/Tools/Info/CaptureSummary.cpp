@@ -56,6 +56,10 @@ private:
             Surface(record, id, "window");
             break;
         case Data::CallId::eglCreatePbufferSurface:
+            Surface(record, id, "pbuffer");
+            if (Data::PointerSlot attribs; Slot(record, id, 2, attribs))
+                SizeFromAttribs(record, Returned(record, id), attribs);
+            break;
         case Data::CallId::eglCreatePbufferFromClientBuffer:
             Surface(record, id, "pbuffer");
             break;
@@ -93,7 +97,7 @@ private:
             break;
         case Data::RecordId::SurfaceAttribs:
             if (Data::AttribsRecord attribs; record.Read(attribs))
-                SizeFromAttribs(record, attribs);
+                SizeFromAttribs(record, attribs.object, attribs.attribs);
             break;
         case Data::RecordId::Note:
             if (Data::TextRecord note; record.Read(note) && note.text.offset <= record.Header().bytes &&
@@ -122,6 +126,15 @@ private:
         return Value(record, Data::ParametersOf(static_cast<Data::CallId>(m_calls[id].known))[number].at);
     }
 
+    bool Slot(const Data::RecordCursor& record, std::uint32_t id, std::size_t number, Data::PointerSlot& slot) const
+    {
+        const std::uint32_t at = Data::ParametersOf(static_cast<Data::CallId>(m_calls[id].known))[number].at;
+        if (at + sizeof slot > record.Header().bytes)
+            return false;
+        std::memcpy(&slot, record.Record() + at, sizeof slot);
+        return slot.offset != 0;
+    }
+
     void Surface(const Data::RecordCursor& record, std::uint32_t id, const char* kind)
     {
         if (const std::uint32_t surface = Returned(record, id); surface != 0)
@@ -133,16 +146,16 @@ private:
         if (sizes.empty() || sizes.back() != std::pair(width, height))
             sizes.emplace_back(width, height);
     }
-    void SizeFromAttribs(const Data::RecordCursor& record, const Data::AttribsRecord& attribs)
+    /// From the list of attributes that a slot points to.
+    void SizeFromAttribs(const Data::RecordCursor& record, std::uint32_t surface, const Data::PointerSlot& attribs)
     {
-        if (attribs.attribs.offset > record.Header().bytes ||
-            attribs.attribs.bytes > record.Header().bytes - attribs.attribs.offset)
+        if (attribs.offset > record.Header().bytes || attribs.bytes > record.Header().bytes - attribs.offset)
             return;
         std::uint32_t width = 0;
         std::uint32_t height = 0;
         std::int32_t pair[2];
-        for (std::uint32_t at = 0; at + sizeof pair <= attribs.attribs.bytes; at += sizeof pair) {
-            std::memcpy(pair, record.Record() + attribs.attribs.offset + at, sizeof pair);
+        for (std::uint32_t at = 0; at + sizeof pair <= attribs.bytes; at += sizeof pair) {
+            std::memcpy(pair, record.Record() + attribs.offset + at, sizeof pair);
             if (pair[0] == eglNone)
                 break;
             if (pair[0] == eglWidth)
@@ -151,7 +164,7 @@ private:
                 height = static_cast<std::uint32_t>(pair[1]);
         }
         if (width > 0 && height > 0)
-            Size(attribs.object, width, height);
+            Size(surface, width, height);
     }
 
     CaptureSummary& m_summary;

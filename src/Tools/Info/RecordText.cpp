@@ -69,6 +69,9 @@ std::string Value(const std::uint8_t* at, char code, std::uint32_t bytes, bool i
     case 'm':
         return Hex(Load<std::uint32_t>(at));
     case 'i':
+        // EGL passes its attributes as plain integers; all of them lie in one range.
+        if (const auto value = Load<std::uint32_t>(at); isEgl && value >= 0x3000 && value < 0x4000)
+            return Enum(value, true);
         return std::to_string(Load<std::int32_t>(at));
     case 'l':
         return std::to_string(Load<std::int64_t>(at));

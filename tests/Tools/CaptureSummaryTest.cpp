@@ -1,0 +1,139 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "Data/RecordWalk.h"
+#include "TestCapture.h"
+#include "Tools/Info/CaptureSummary.h"
+#include "Tools/Info/RecordText.h"
+
+namespace Tools {
+
+namespace {
+
+using namespace Data;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+class CaptureSummaryTest : public CaptureTest {
+protected:
+    std::unique_ptr<CaptureSource> OpenSource()
+    {
+        if (writer)
+            Finish();
+        auto source = CaptureSource::Open(path, openError);
+        EXPECT_NE(source, nullptr) << openError;
+        return source;
+    }
+    CaptureSummary Summary()
+    {
+        const auto source = OpenSource();
+        Diagnostics diagnostics(path, nullptr);
+        return Summarize(*source, diagnostics);
+    }
+};
+
+TEST_F(CaptureSummaryTest, SaysWhatIsInACapture)
+{
+    header.command = "program \"with quotes\"\n\xff";
+    writer->UpdateHeader(header);
+    Call(CallId::eglCreateContext, 7, 1, 1, 0, 0);
+    Call(CallId::eglCreateContext, 8, 1, 1, 7, 0);
+    Call(CallId::eglCreatePbufferSurface, 3, 1, 1, std::vector<std::int32_t>{0x3057, 64, 0x3056, 32, 0x3038});
+    Call(CallId::eglCreateWindowSurface, 4, 1, 1, 1, 0);
+    writer->WindowSize(1, 4, 400, 300);
+    writer->WindowSize(1, 4, 400, 300);
+    writer->WindowSize(1, 4, 800, 600);
+    writer->SetThread(2);
+    Call(CallId::glClear, 0x4000);
+    writer->FrameHash(4, 800, 600, 1);
+    writer->FrameEnd();
+    Call(CallId::glClear, 0x4000);
+    writer->Note("glNewThing", 5);
+
+    const CaptureSummary summary = Summary();
+    const nlohmann::json json = nlohmann::json::parse(ToJson(summary));
+    EXPECT_TRUE(json["complete"]);
+    EXPECT_EQ(json["frames"], 1);
+    EXPECT_EQ(json["frameHashes"], 1);
+    EXPECT_EQ(json["callCount"], 6);
+    EXPECT_EQ(json["calls"]["glClear"], 2);
+    EXPECT_EQ(json["calls"].size(), 4u);
+    EXPECT_EQ(json["threads"], nlohmann::json::parse(R"([{"thread":1,"calls":4},{"thread":2,"calls":2}])"));
+    EXPECT_EQ(json["contexts"],
+              nlohmann::json::parse(R"([{"context":7,"sharesWith":0},{"context":8,"sharesWith":7}])"));
+    EXPECT_EQ(json["surfaces"], nlohmann::json::parse(
+                                    R"([{"surface":3,"kind":"pbuffer","sizes":[{"width":64,"height":32}]},
+                                        {"surface":4,"kind":"window",
+                                         "sizes":[{"width":400,"height":300},{"width":800,"height":600}]}])"));
+    EXPECT_EQ(json["notRecorded"]["glNewThing"], 5);
+    EXPECT_EQ(json["command"], "program \"with quotes\"\n\xEF\xBF\xBD") << "what is no UTF-8 is replaced";
+
+    const std::string text = ToText(summary);
+    EXPECT_THAT(text, HasSubstr("frames       1 in "));
+    EXPECT_THAT(text, HasSubstr("surface      4: window, 400x300, 800x600\n"));
+    EXPECT_THAT(text, HasSubstr("context      8, shares with 7\n"));
+    EXPECT_THAT(text, HasSubstr("not recorded glNewThing, 5 times\n"));
+    EXPECT_THAT(text, HasSubstr("\n           2 glClear\n"));
+}
+
+TEST_F(CaptureSummaryTest, EachRecordIsALineOfText)
+{
+    Call(CallId::glBindTexture, 0x0DE1, 5);
+    Call(CallId::glClearColor, 0.5, 0, 0, 1);
+    Call(CallId::glGetAttribLocation, 3, 7, "pos\"ition\n");
+    Call(CallId::glShaderSource, 1, 2, std::vector<std::string>{"one", std::string(100, 'x')}, 0);
+    Call(CallId::glUniform4fv, 2, 3, std::vector<float>(12, 1.5F));
+    Call(CallId::glBufferData, 0x8892, 4, std::vector<std::uint8_t>(4), 0x88E4);
+    Call(CallId::eglCreateContext, 7, 1, 1, 0, std::vector<std::int32_t>{0x3098, 2, 0x3038});
+    Call(CallId::glDrawElements, 4, 3, 0x1403, 0x40);
+    writer->FrameEnd();
+
+    const auto source = OpenSource();
+    Diagnostics diagnostics(path, nullptr);
+    std::vector<std::string> lines;
+    WalkRecords(*source, diagnostics,
+                [&](const RecordCursor& record) { lines.push_back(RecordText(record, *source)); });
+    EXPECT_THAT(
+        lines,
+        ElementsAre("-- thread 1", "glBindTexture(target=GL_TEXTURE_2D, texture=5)",
+                    "glClearColor(red=0.5, green=0, blue=0, alpha=1)",
+                    "glGetAttribLocation(program=7, name=\"pos\\\"ition\\n\") = 3",
+                    "glShaderSource(shader=1, count=2, string=[\"one\", \"" + std::string(72, 'x') +
+                        "...\"], length=null)",
+                    "glUniform4fv(location=2, count=3, value=[1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, ... 12])",
+                    "glBufferData(target=GL_ARRAY_BUFFER, size=4, data=<4 bytes>, usage=GL_STATIC_DRAW)",
+                    "eglCreateContext(dpy=1, config=1, share_context=0, attrib_list=[EGL_CONTEXT_CLIENT_VERSION, "
+                    "2, EGL_NONE]) = 7",
+                    "glDrawElements(mode=0x4, count=3, type=GL_UNSIGNED_SHORT, indices=0x40)",
+                    ::testing::StartsWith("-- end of frame, ")));
+}
+
+/// Listing must not follow what a damaged record says.
+TEST_F(CaptureSummaryTest, RecordsThatAreNotToBeTrustedAreShownAsFarAsTheyAre)
+{
+    Call(CallId::glClear, 1);
+    Finish();
+    const std::vector<std::uint8_t> capture = FileBytes();
+    for (std::uint32_t id = 0; id < callCount + 24; ++id) {
+        const std::uint32_t number = id < callCount ? id : firstBuiltInId + id - callCount;
+        std::vector<std::uint8_t> records;
+        for (std::uint32_t words = 1; words <= 12; ++words) {
+            std::vector<std::uint8_t> record(words * 8, 0xFF);
+            const RecordHeader header{words * 8, number};
+            std::memcpy(record.data(), &header, sizeof header);
+            records.insert(records.end(), record.begin(), record.end());
+        }
+        SetFileBytes(WithRecords(capture, records));
+        const auto source = OpenSource();
+        Diagnostics diagnostics(path, nullptr);
+        WalkRecords(*source, diagnostics,
+                    [&](const RecordCursor& record) { EXPECT_FALSE(RecordText(record, *source).empty()); });
+        EXPECT_FALSE(Summarize(*source, diagnostics).isComplete);
+    }
+}
+
+} // namespace
+
+} // namespace Tools
