@@ -48,10 +48,9 @@ inline std::uint64_t OutTextBytes(const char* text, std::int64_t size)
     return room == 0 ? 0 : std::min<std::uint64_t>(strnlen(text, room) + 1, room);
 }
 
-/// A list of (attribute, value) pairs with its closing EGL_NONE.
-template <class Attrib> std::uint64_t AttribBytes(const Attrib* attribs)
+/// A list of (attribute, value) pairs with the value that closes it: EGL_NONE, or GL_NONE in calls of OpenGL ES.
+template <class Attrib> std::uint64_t AttribBytes(const Attrib* attribs, Attrib end = 0x3038)
 {
-    constexpr Attrib end = 0x3038; // EGL_NONE
     std::uint64_t count = 0;
     while (attribs != nullptr && attribs[count] != end) {
         count += 2;

@@ -55,11 +55,11 @@ TEST_F(RecorderTest, OtherFormsAreWrittenAsTheCallsTheyStandFor)
     std::vector<std::string> calls = After(Dump(), "eglMakeCurrent");
     std::erase_if(calls, [](const std::string& line) { return line.starts_with("--"); });
     EXPECT_THAT(calls, ElementsAre("eglGetPlatformDisplay(platform=EGL_PLATFORM_WAYLAND_KHR, native=0, "
-                                   "attrib_list=[EGL_RENDER_BUFFER, 12420, EGL_NONE]) = 0",
+                                   "attrib_list=[EGL_RENDER_BUFFER, EGL_BACK_BUFFER, EGL_NONE]) = 0",
                                    "eglCreateWindowSurface(dpy=1, config=1, win=2, attrib_list=[EGL_RENDER_BUFFER, "
-                                   "12420, EGL_NONE]) = 0",
+                                   "EGL_BACK_BUFFER, EGL_NONE]) = 0",
                                    "eglCreateWindowSurface(dpy=1, config=1, win=2, attrib_list=[EGL_RENDER_BUFFER, "
-                                   "12420, EGL_NONE]) = 0",
+                                   "EGL_BACK_BUFFER, EGL_NONE]) = 0",
                                    "glGenTextures(n=1, textures=[1])", StartsWith("glBindTexture"),
                                    StartsWith("glTexStorage2D"),
                                    "eglCreateImageKHR(dpy=1, ctx=1, target=EGL_GL_TEXTURE_2D, buffer=1, "

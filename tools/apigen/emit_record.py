@@ -73,8 +73,11 @@ def contents(call, param):
     t, name = param.type, param.name
     if t.form in ("ptr", "callback"):
         return None
-    if t.form in ("cstring", "attribs", "attribs64"):
-        return f"{ {'cstring': 'TextBytes', 'attribs': 'AttribBytes', 'attribs64': 'AttribBytes'}[t.form]}({name})"
+    if t.form == "cstring":
+        return f"TextBytes({name})"
+    if t.form in ("attribs", "attribs64"):
+        # Lists end with EGL_NONE; those of OpenGL ES calls with GL_NONE.
+        return f"AttribBytes({name})" if call.is_egl else f"AttribBytes({name}, 0)"
     if t.form == "strings":
         return f"StringsBytes({name}, Wide({t.expr}), {t.lengths or 'nullptr'})"
     if t.form == "string":

@@ -38,6 +38,12 @@ std::string Enum(std::uint32_t value, bool isEgl)
     return name ? name : Hex(value);
 }
 
+/// EGL passes its enums as plain numbers; all of them lie in one range.
+std::string EglNumber(std::int64_t value)
+{
+    return value >= 0x3000 && value < 0x4000 ? Enum(static_cast<std::uint32_t>(value), true) : std::to_string(value);
+}
+
 std::string Quoted(std::string_view text)
 {
     std::string quoted = "\"";
@@ -69,12 +75,9 @@ std::string Value(const std::uint8_t* at, char code, std::uint32_t bytes, bool i
     case 'm':
         return Hex(Load<std::uint32_t>(at));
     case 'i':
-        // EGL passes its attributes as plain integers; all of them lie in one range.
-        if (const auto value = Load<std::uint32_t>(at); isEgl && value >= 0x3000 && value < 0x4000)
-            return Enum(value, true);
-        return std::to_string(Load<std::int32_t>(at));
+        return isEgl ? EglNumber(Load<std::int32_t>(at)) : std::to_string(Load<std::int32_t>(at));
     case 'l':
-        return std::to_string(Load<std::int64_t>(at));
+        return isEgl ? EglNumber(Load<std::int64_t>(at)) : std::to_string(Load<std::int64_t>(at));
     case 'p':
         return Hex(Load<std::uint64_t>(at));
     default:
