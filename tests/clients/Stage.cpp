@@ -16,31 +16,38 @@ void Stage::Fail(const char* what)
     std::exit(1);
 }
 
-/// A toplevel of the stable xdg-shell, mapped and configured.
-struct Stage::WaylandWindow {
+struct Stage::Compositor {
     wl_display* display = nullptr;
     wl_registry* registry = nullptr;
     wl_compositor* compositor = nullptr;
     xdg_wm_base* shell = nullptr;
+
+    Compositor();
+    ~Compositor();
+};
+
+/// A toplevel of the stable xdg-shell, mapped and configured.
+struct Stage::Window {
     wl_surface* surface = nullptr;
     xdg_surface* shellSurface = nullptr;
     xdg_toplevel* toplevel = nullptr;
     wl_egl_window* native = nullptr;
     bool configured = false;
 
-    WaylandWindow(int width, int height);
-    ~WaylandWindow();
+    Window(const Compositor& compositor, int width, int height);
+    ~Window();
 };
 
 namespace {
 
 void OnGlobal(void* data, wl_registry* registry, std::uint32_t name, const char* interface, std::uint32_t)
 {
-    auto* window = static_cast<Stage::WaylandWindow*>(data);
+    auto* compositor = static_cast<Stage::Compositor*>(data);
     if (std::strcmp(interface, wl_compositor_interface.name) == 0) {
-        window->compositor = static_cast<wl_compositor*>(wl_registry_bind(registry, name, &wl_compositor_interface, 1));
+        compositor->compositor =
+            static_cast<wl_compositor*>(wl_registry_bind(registry, name, &wl_compositor_interface, 1));
     } else if (std::strcmp(interface, xdg_wm_base_interface.name) == 0) {
-        window->shell = static_cast<xdg_wm_base*>(wl_registry_bind(registry, name, &xdg_wm_base_interface, 1));
+        compositor->shell = static_cast<xdg_wm_base*>(wl_registry_bind(registry, name, &xdg_wm_base_interface, 1));
     }
 }
 
@@ -54,7 +61,7 @@ void OnPing(void*, xdg_wm_base* shell, std::uint32_t serial)
 void OnSurfaceConfigure(void* data, xdg_surface* surface, std::uint32_t serial)
 {
     xdg_surface_ack_configure(surface, serial);
-    static_cast<Stage::WaylandWindow*>(data)->configured = true;
+    static_cast<Stage::Window*>(data)->configured = true;
 }
 
 // The size stays as asked for, whatever the compositor would like.
@@ -95,7 +102,7 @@ EGLConfig ChooseConfig(EGLDisplay display, EGLint surfaceType)
 
 } // namespace
 
-Stage::WaylandWindow::WaylandWindow(int width, int height)
+Stage::Compositor::Compositor()
 {
     display = wl_display_connect(nullptr);
     if (!display) {
@@ -108,79 +115,115 @@ Stage::WaylandWindow::WaylandWindow(int width, int height)
         Fail("finding xdg_wm_base");
     }
     xdg_wm_base_add_listener(shell, &shellListener, nullptr);
-    surface = wl_compositor_create_surface(compositor);
-    shellSurface = xdg_wm_base_get_xdg_surface(shell, surface);
-    xdg_surface_add_listener(shellSurface, &surfaceListener, this);
-    toplevel = xdg_surface_get_toplevel(shellSurface);
-    xdg_toplevel_add_listener(toplevel, &toplevelListener, nullptr);
-    xdg_toplevel_set_title(toplevel, "spinning");
-    wl_surface_commit(surface);
-    while (!configured && wl_display_dispatch(display) >= 0) {
-    }
-    native = wl_egl_window_create(surface, width, height);
 }
 
-Stage::WaylandWindow::~WaylandWindow()
+Stage::Compositor::~Compositor()
 {
-    wl_egl_window_destroy(native);
-    xdg_toplevel_destroy(toplevel);
-    xdg_surface_destroy(shellSurface);
-    wl_surface_destroy(surface);
     xdg_wm_base_destroy(shell);
     wl_compositor_destroy(compositor);
     wl_registry_destroy(registry);
     wl_display_disconnect(display);
 }
 
-Stage::Stage(Kind kind, int width, int height, int version)
+Stage::Window::Window(const Compositor& compositor, int width, int height)
+{
+    surface = wl_compositor_create_surface(compositor.compositor);
+    shellSurface = xdg_wm_base_get_xdg_surface(compositor.shell, surface);
+    xdg_surface_add_listener(shellSurface, &surfaceListener, this);
+    toplevel = xdg_surface_get_toplevel(shellSurface);
+    xdg_toplevel_add_listener(toplevel, &toplevelListener, nullptr);
+    xdg_toplevel_set_title(toplevel, "test client");
+    wl_surface_commit(surface);
+    while (!configured && wl_display_dispatch(compositor.display) >= 0) {
+    }
+    native = wl_egl_window_create(surface, width, height);
+}
+
+Stage::Window::~Window()
+{
+    wl_egl_window_destroy(native);
+    xdg_toplevel_destroy(toplevel);
+    xdg_surface_destroy(shellSurface);
+    wl_surface_destroy(surface);
+}
+
+Stage::Stage(Kind kind, int width, int height, int version) : m_version(version)
 {
     if (kind == Kind::Window) {
-        m_window = std::make_unique<WaylandWindow>(width, height);
-        m_display = eglGetDisplay(reinterpret_cast<EGLNativeDisplayType>(m_window->display));
+        m_compositor = std::make_unique<Compositor>();
+        m_display = eglGetDisplay(reinterpret_cast<EGLNativeDisplayType>(m_compositor->display));
     } else {
         m_display = eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
     }
     if (!eglInitialize(m_display, nullptr, nullptr) || !eglBindAPI(EGL_OPENGL_ES_API)) {
         Fail("eglInitialize");
     }
-    const EGLConfig config = ChooseConfig(m_display, m_window ? EGL_WINDOW_BIT : EGL_PBUFFER_BIT);
-    if (m_window) {
-        m_surface =
-            eglCreateWindowSurface(m_display, config, reinterpret_cast<EGLNativeWindowType>(m_window->native), nullptr);
-    } else {
-        const EGLint size[] = {EGL_WIDTH, width, EGL_HEIGHT, height, EGL_NONE};
-        m_surface = eglCreatePbufferSurface(m_display, config, size);
-    }
-    const EGLint attributes[] = {EGL_CONTEXT_CLIENT_VERSION, version, EGL_NONE};
-    m_context = eglCreateContext(m_display, config, EGL_NO_CONTEXT, attributes);
-    if (!eglMakeCurrent(m_display, m_surface, m_surface, m_context)) {
-        Fail("eglMakeCurrent");
-    }
+    m_config = ChooseConfig(m_display, m_compositor ? EGL_WINDOW_BIT : EGL_PBUFFER_BIT);
+    MakeSurface(width, height);
+    m_context = MakeContext(EGL_NO_CONTEXT);
+    MakeCurrent();
     // Frames are drawn as fast as they can be: nobody watches.
     eglSwapInterval(m_display, 0);
+}
+
+EGLSurface Stage::MakeSurface(int width, int height)
+{
+    EGLSurface surface = EGL_NO_SURFACE;
+    if (m_compositor) {
+        m_windows.push_back(std::make_unique<Window>(*m_compositor, width, height));
+        const auto native = reinterpret_cast<EGLNativeWindowType>(m_windows.back()->native);
+        surface = eglCreateWindowSurface(m_display, m_config, native, nullptr);
+    } else {
+        const EGLint size[] = {EGL_WIDTH, width, EGL_HEIGHT, height, EGL_NONE};
+        surface = eglCreatePbufferSurface(m_display, m_config, size);
+    }
+    if (surface == EGL_NO_SURFACE) {
+        Fail("making a surface");
+    }
+    m_surfaces.push_back(surface);
+    return surface;
+}
+
+EGLContext Stage::MakeContext(EGLContext shared) const
+{
+    const EGLint attributes[] = {EGL_CONTEXT_CLIENT_VERSION, m_version, EGL_NONE};
+    const EGLContext context = eglCreateContext(m_display, m_config, shared, attributes);
+    if (context == EGL_NO_CONTEXT) {
+        Fail("eglCreateContext");
+    }
+    return context;
+}
+
+void Stage::MakeCurrent(EGLSurface surface, EGLContext context) const
+{
+    if (!eglMakeCurrent(m_display, surface, surface, context)) {
+        Fail("eglMakeCurrent");
+    }
 }
 
 Stage::~Stage()
 {
     eglMakeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
     eglDestroyContext(m_display, m_context);
-    eglDestroySurface(m_display, m_surface);
+    for (const EGLSurface surface : m_surfaces) {
+        eglDestroySurface(m_display, surface);
+    }
     eglTerminate(m_display);
 }
 
 void Stage::Swap()
 {
-    if (!eglSwapBuffers(m_display, m_surface)) {
+    if (!eglSwapBuffers(m_display, eglGetCurrentSurface(EGL_DRAW))) {
         Fail("eglSwapBuffers");
     }
-    if (m_window) {
-        wl_display_dispatch_pending(m_window->display);
+    if (m_compositor) {
+        wl_display_dispatch_pending(m_compositor->display);
     }
 }
 
 void Stage::Resize(int width, int height)
 {
-    if (m_window) {
-        wl_egl_window_resize(m_window->native, width, height, 0, 0);
+    if (!m_windows.empty()) {
+        wl_egl_window_resize(m_windows.front()->native, width, height, 0, 0);
     }
 }

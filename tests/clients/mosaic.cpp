@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "Drawing.h"
 #include "Shaders.h"
 #include "Stage.h"
 
@@ -14,79 +15,6 @@ namespace {
 constexpr int TileSize = 80;
 constexpr int Columns = 4;
 constexpr int FrameCount = 10;
-
-const char* const flatVertex =
-    "#version 300 es\nlayout(location = 0) in vec2 position; layout(location = 1) in vec4 colour; out vec4 shade;"
-    "void main() { shade = colour; gl_Position = vec4(position * 0.9, 0.0, 1.0); }";
-const char* const flatFragment = "#version 300 es\nprecision mediump float; in vec4 shade; out vec4 result;"
-                                 "void main() { result = shade; }";
-const char* const pictureVertex =
-    "#version 300 es\nlayout(location = 0) in vec2 position; out vec2 at;"
-    "void main() { at = position * 0.5 + 0.5; gl_Position = vec4(position * 0.9, 0.0, 1.0); }";
-const char* const pictureFragment = "#version 300 es\nprecision mediump float; in vec2 at; out vec4 result;"
-                                    "uniform sampler2D picture; void main() { result = texture(picture, at); }";
-
-/// Two triangles over the whole tile, as a strip: (x, y) a vertex.
-const float quad[] = {-1, -1, 1, -1, -1, 1, 1, 1};
-
-const void* At(std::size_t offset)
-{
-    return reinterpret_cast<const void*>(offset);
-}
-
-std::uint8_t Wave(int value)
-{
-    return static_cast<std::uint8_t>(128 + 127 * (value * 37 % 64 - 32) / 32);
-}
-
-std::vector<std::uint8_t> Pattern(int width, int height, int frame)
-{
-    std::vector<std::uint8_t> pixels;
-    for (int i = 0; i < width * height; ++i) {
-        pixels.insert(pixels.end(), {Wave(i % width + frame), Wave(i / width * 3), Wave(i), 255});
-    }
-    return pixels;
-}
-
-GLuint MakeBuffer(GLenum target, std::size_t bytes, const void* data)
-{
-    GLuint buffer = 0;
-    glGenBuffers(1, &buffer);
-    glBindBuffer(target, buffer);
-    glBufferData(target, static_cast<GLsizeiptr>(bytes), data, GL_DYNAMIC_DRAW);
-    return buffer;
-}
-
-GLuint MakeTexture(GLenum target)
-{
-    GLuint texture = 0;
-    glGenTextures(1, &texture);
-    glBindTexture(target, texture);
-    glTexParameteri(target, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    glTexParameteri(target, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-    return texture;
-}
-
-GLuint PictureProgram()
-{
-    static const GLuint program = LinkProgram(pictureVertex, pictureFragment);
-    return program;
-}
-
-GLuint FlatProgram()
-{
-    static const GLuint program = LinkProgram(flatVertex, flatFragment);
-    return program;
-}
-
-/// From client memory.
-void DrawQuad(GLuint program)
-{
-    glUseProgram(program);
-    glBindBuffer(GL_ARRAY_BUFFER, 0);
-    glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, 0, quad);
-    glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
-}
 
 /// Colours from a range of a uniform buffer; geometry from a vertex array object.
 void UniformBlock(int frame)

@@ -1,0 +1,51 @@
+"""Each family of features is recorded from a client of its own, and the replay has the same pixels."""
+
+import unittest
+
+from harness import FAMILIES, EndToEndTest
+
+FRAMES = 8
+# Family, and the frames of all of its surfaces together.
+CLIENTS = {
+    "buffer-maps": FRAMES,
+    "client-arrays": FRAMES,
+    "compute": FRAMES,
+    "debug-labels": FRAMES,
+    "images": FRAMES,
+    "multisample": FRAMES,
+    "pipelines": FRAMES,
+    "pixel-buffers": FRAMES,
+    "program-binaries": FRAMES,
+    "queries": FRAMES,
+    "robustness": FRAMES,
+    "samplers": FRAMES,
+    "surfaceless": FRAMES,
+    "surfaces": 18,
+    "textures": FRAMES,
+    "threads": FRAMES,
+    "transform-feedback": FRAMES,
+    "uniform-buffers": FRAMES,
+    "vertex-arrays": FRAMES,
+}
+
+
+class Families(EndToEndTest):
+    def check_each(self, *options, compositor):
+        """Records each family, and replays it off screen and, where it was recorded there, under a compositor."""
+        for family, frames in CLIENTS.items():
+            with self.subTest(family):
+                capture = self.record(FAMILIES, family, *options, capture=f"{family}.glcap", compositor=compositor)
+                self.assertEqual(self.info(capture)["frames"], frames)
+                self.verify(capture)
+                if compositor:
+                    self.verify(capture, compositor=True)
+
+    def test_windows(self):
+        self.check_each(compositor=True)
+
+    def test_pbuffers(self):
+        self.check_each("--pbuffer", compositor=False)
+
+
+if __name__ == "__main__":
+    unittest.main()
