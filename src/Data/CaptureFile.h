@@ -34,6 +34,9 @@ public:
     [[nodiscard]] std::uint32_t GetCurrentFrame() const override { return m_processor.Frames(); }
     [[nodiscard]] std::uint32_t GetFrameCount() const override { return m_source->FrameCount(); }
 
+    /// Follows the replay.
+    [[nodiscard]] const Position& At() const { return m_diagnostics.position; }
+
     /// The capture could not be read to its end, or never had one. Known when replay has ended.
     [[nodiscard]] bool IsIncomplete() const { return m_processor.IsDamaged() || !m_source->IsComplete(); }
     /// Calls that were not replayed since their record was not to be trusted.

@@ -21,7 +21,8 @@ constexpr const char* Usage = "Usage: playback [options] FILE.glcap\n"
 
 constexpr Util::Option OwnOptions[] = {
     {"-headless", "", "replay off screen even where there is a compositor", "Program"},
-    {"-verify", "", "compare each frame with the hash that the recorder stored (playback-record --hash)", "Program"},
+    {"-verify", "", "compare frames with the hashes of playback-record --hash, and pixels that were read back",
+     "Program"},
     {"-driver", "DIR", "take libEGL.so.1 and libGLESv2.so.2 from this folder", "Program"},
     {"-help", "", "print this text", "Program"},
     {"-version", "", "print the version", "Program"},

@@ -8,6 +8,7 @@
 #include "Host/FramePacer.h"
 #include "Host/HiddenSurface.h"
 #include "Host/OffscreenSurfaceFactory.h"
+#include "Host/ReadBackVerifier.h"
 #include "Host/ReplayWindows.h"
 #include "Host/WaylandConnection.h"
 #include "Interfaces/Core.h"
@@ -152,7 +153,14 @@ void Session::CreateEngine()
 {
     m_resourceTable = std::make_unique<Playback::GLResourceTable>();
     m_surfaceFactory = CreateSurfaceFactory();
-    m_glAdapter = std::make_unique<Playback::GLPlaybackAdapter>(m_resourceTable.get());
+    if (m_options.verify) {
+        auto readBacks = std::make_unique<ReadBackVerifier>(m_resourceTable.get(), m_capture->At());
+        m_readBacks = readBacks.get();
+        m_glAdapter = std::move(readBacks);
+        m_capture->SetFrameHashHandler(&m_verifier);
+    } else {
+        m_glAdapter = std::make_unique<Playback::GLPlaybackAdapter>(m_resourceTable.get());
+    }
     m_eglAdapter =
         std::make_unique<Playback::EGLPlaybackAdapter>(m_resourceTable.get(), m_windowManager, m_surfaceFactory.get());
     if (m_settings->m_screenshotInterval != 0 || m_settings->m_screenshotEndFrame != 0 ||
@@ -180,9 +188,6 @@ void Session::CreateEngine()
     }
     for (const auto& handler : m_blockHandlers) {
         m_capture->Add(handler.get());
-    }
-    if (m_options.verify) {
-        m_capture->SetFrameHashHandler(&m_verifier);
     }
 }
 
@@ -275,11 +280,23 @@ ExitStatus Session::Summarise()
     const double seconds = m_duration.count();
     Say(Core::LogNotice, "%s in %.3f s, %.1f frames a second, %s.", Counted(frames, "frame").c_str(), seconds,
         seconds > 0 ? frames / seconds : 0.0, Counted(Core::Log::ErrorCount(), "error").c_str());
-    if (!m_options.verify) {
-        return ExitStatus::Done;
+    return m_options.verify && !IsVerified() ? ExitStatus::Differed : ExitStatus::Done;
+}
+
+bool Session::IsVerified() const
+{
+    const bool hasReadBacks = m_readBacks && m_readBacks->HasCompared();
+    bool isVerified = true;
+    // A program that never shows a frame is known by what it reads.
+    if (ExpectedFrames() != 0 || !hasReadBacks) {
+        Say(Core::LogNotice, "%s", m_verifier.Report(ExpectedFrames()).c_str());
+        isVerified = m_verifier.IsVerified(ExpectedFrames());
     }
-    Say(Core::LogNotice, "%s", m_verifier.Report(ExpectedFrames()).c_str());
-    return m_verifier.IsVerified(ExpectedFrames()) ? ExitStatus::Done : ExitStatus::Differed;
+    if (hasReadBacks) {
+        Say(Core::LogNotice, "%s", m_readBacks->Report().c_str());
+        isVerified = isVerified && m_readBacks->AllEqual();
+    }
+    return isVerified;
 }
 
 } // namespace Host

@@ -35,6 +35,7 @@ class GLScreenshotHandler;
 namespace Host {
 
 class FramePacer;
+class ReadBackVerifier;
 class ReplayWindows;
 class WaylandConnection;
 
@@ -70,6 +71,8 @@ private:
     [[nodiscard]] std::string ReasonToStop() const;
     [[nodiscard]] std::uint32_t ExpectedFrames() const;
     ExitStatus Summarise();
+    /// Reports how the replay compares with the recording.
+    [[nodiscard]] bool IsVerified() const;
 
     Options m_options;
     Playback::PlaybackEnvironment* m_settings;
@@ -96,6 +99,8 @@ private:
     std::unique_ptr<Playback::Controller> m_controller;
 
     FrameVerifier m_verifier;
+    /// The GL adapter where the replay is verified, else null.
+    ReadBackVerifier* m_readBacks = nullptr;
     std::string m_stopReason;
     std::chrono::duration<double> m_duration{};
 };

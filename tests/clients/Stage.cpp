@@ -159,7 +159,9 @@ Stage::Stage(Kind kind, int width, int height, int version) : m_version(version)
         Fail("eglInitialize");
     }
     m_config = ChooseConfig(m_display, m_compositor ? EGL_WINDOW_BIT : EGL_PBUFFER_BIT);
-    MakeSurface(width, height);
+    if (kind != Kind::Surfaceless) {
+        MakeSurface(width, height);
+    }
     m_context = MakeContext(EGL_NO_CONTEXT);
     MakeCurrent();
     // Frames are drawn as fast as they can be: nobody watches.

@@ -1,4 +1,4 @@
-// What the test clients share: an OpenGL ES context that is current on a Wayland window or on a pbuffer.
+// What the test clients share: an OpenGL ES context that is current, on a Wayland window, on a pbuffer or on nothing.
 #pragma once
 
 #include <EGL/egl.h>
@@ -10,7 +10,7 @@
 /// status 1: a client that cannot draw proves nothing.
 class Stage {
 public:
-    enum class Kind { Window, Pbuffer };
+    enum class Kind { Window, Pbuffer, Surfaceless };
 
     /// `version` is the major version of OpenGL ES to ask for.
     Stage(Kind kind, int width, int height, int version);
@@ -25,7 +25,8 @@ public:
 
     [[nodiscard]] EGLDisplay Display() const { return m_display; }
     [[nodiscard]] EGLConfig Config() const { return m_config; }
-    [[nodiscard]] EGLSurface Surface() const { return m_surfaces.front(); }
+    /// The first one; none without a surface.
+    [[nodiscard]] EGLSurface Surface() const { return m_surfaces.empty() ? EGL_NO_SURFACE : m_surfaces.front(); }
     [[nodiscard]] EGLContext Context() const { return m_context; }
 
     /// Another surface of the same kind, for the same contexts; goes away with the stage.

@@ -27,6 +27,12 @@ CLIENTS = {
     "uniform-buffers": FRAMES,
     "vertex-arrays": FRAMES,
 }
+# Families whose programs read pixels back to their memory.
+READ_BACKS = {
+    "pixel-buffers": "verified: 16 of 16 read-backs equal",
+    "robustness": "verified: 16 of 16 read-backs equal",
+    "surfaceless": "verified: 8 of 8 read-backs equal",
+}
 
 
 class Families(EndToEndTest):
@@ -36,15 +42,23 @@ class Families(EndToEndTest):
             with self.subTest(family):
                 capture = self.record(FAMILIES, family, *options, capture=f"{family}.glcap", compositor=compositor)
                 self.assertEqual(self.info(capture)["frames"], frames)
-                self.verify(capture)
+                replays = [self.verify(capture)]
                 if compositor:
-                    self.verify(capture, compositor=True)
+                    replays.append(self.verify(capture, compositor=True))
+                for replay in replays:
+                    self.assertMentions(replay, READ_BACKS.get(family, ""))
 
     def test_windows(self):
         self.check_each(compositor=True)
 
     def test_pbuffers(self):
         self.check_each("--pbuffer", compositor=False)
+
+    def test_no_surface_at_all(self):
+        capture = self.record(FAMILIES, "headless", "--surfaceless", compositor=False)
+        self.assertEqual(self.info(capture)["frames"], 0)
+        for compositor in (False, True):
+            self.assertMentions(self.verify(capture, compositor=compositor), f"verified: {FRAMES} of {FRAMES} read-backs")
 
 
 if __name__ == "__main__":

@@ -10,6 +10,7 @@ void BufferMaps(Stage& stage);
 void ClientArrays(Stage& stage);
 void Compute(Stage& stage);
 void DebugLabels(Stage& stage);
+void Headless(Stage& stage);
 void Images(Stage& stage);
 void Multisample(Stage& stage);
 void PersistentMaps(Stage& stage);

@@ -1,4 +1,4 @@
-// families NAME [--pbuffer]: draws the frames of one family of features, in a window or off screen.
+// families NAME [--pbuffer | --surfaceless]: draws the frames of one family of features, in a window or off screen.
 
 #include <cstdio>
 #include <cstring>
@@ -18,6 +18,7 @@ constexpr struct {
     {"client-arrays", ClientArrays},
     {"compute", Compute},
     {"debug-labels", DebugLabels},
+    {"headless", Headless},
     {"images", Images},
     {"multisample", Multisample},
     {"persistent-maps", PersistentMaps},
@@ -59,15 +60,20 @@ void EndFrame(Stage& stage)
 
 int main(int argc, char** argv)
 {
-    const bool isPbuffer = argc == 3 && std::strcmp(argv[2], "--pbuffer") == 0;
+    const char* const option = argc == 3 ? argv[2] : "";
+    const bool isPbuffer = std::strcmp(option, "--pbuffer") == 0;
+    const bool isSurfaceless = std::strcmp(option, "--surfaceless") == 0;
     for (const auto& family : families) {
-        if ((argc == 2 || isPbuffer) && std::strcmp(argv[1], family.name) == 0) {
-            Stage stage(isPbuffer ? Stage::Kind::Pbuffer : Stage::Kind::Window, Size, Size, 3);
+        if ((argc == 2 || isPbuffer || isSurfaceless) && std::strcmp(argv[1], family.name) == 0) {
+            Stage stage(isPbuffer       ? Stage::Kind::Pbuffer
+                        : isSurfaceless ? Stage::Kind::Surfaceless
+                                        : Stage::Kind::Window,
+                        Size, Size, 3);
             family.run(stage);
             return 0;
         }
     }
-    std::fprintf(stderr, "usage: families NAME [--pbuffer]\nNames:");
+    std::fprintf(stderr, "usage: families NAME [--pbuffer | --surfaceless]\nNames:");
     for (const auto& family : families) {
         std::fprintf(stderr, " %s", family.name);
     }

@@ -1,0 +1,66 @@
+#include "Host/ReadBackVerifier.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace Host {
+
+ReadBackVerifier::ReadBackVerifier(Playback::GLResourceTable* table, const Data::Position& position)
+    : GLPlaybackAdapter(table), m_position(position)
+{
+}
+
+/// The live driver writes over the recorded pixels, so these are set aside first.
+template <class Play> void ReadBackVerifier::Compare(const char* call, Data::PointerData* pixels, Play play)
+{
+    if (!pixels->HasData()) {
+        play();
+        return;
+    }
+    const auto* const replayed = pixels->As<const std::uint8_t>();
+    m_recorded.assign(replayed, replayed + pixels->GetCount());
+    play();
+    ++m_compared;
+    const auto [expected, found] = std::mismatch(m_recorded.cbegin(), m_recorded.cend(), replayed);
+    if (expected == m_recorded.cend()) {
+        ++m_equal;
+    } else if (m_firstDifference.empty()) {
+        char text[128];
+        std::snprintf(text, sizeof text, "frame %u, call %u %s: expected 0x%02x in byte %td of %zu, found 0x%02x",
+                      m_position.frame + 1, m_position.call, call, *expected, expected - m_recorded.cbegin(),
+                      m_recorded.size(), *found);
+        m_firstDifference = text;
+    }
+}
+
+std::string ReadBackVerifier::Report() const
+{
+    std::string report = (AllEqual() ? "verified: " : "not verified: ") + std::to_string(m_equal) + " of " +
+                         std::to_string(m_compared) + " read-backs equal";
+    return m_firstDifference.empty() ? report : report + "; first difference in " + m_firstDifference;
+}
+
+void ReadBackVerifier::Process_glReadPixels(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height,
+                                            std::uint32_t format, std::uint32_t type, Data::PointerData* pixels)
+{
+    Compare("glReadPixels", pixels,
+            [&] { GLPlaybackAdapter::Process_glReadPixels(x, y, width, height, format, type, pixels); });
+}
+
+void ReadBackVerifier::Process_glReadnPixels(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height,
+                                             std::uint32_t format, std::uint32_t type, std::int32_t bufSize,
+                                             Data::PointerData* pixels)
+{
+    Compare("glReadnPixels", pixels,
+            [&] { GLPlaybackAdapter::Process_glReadnPixels(x, y, width, height, format, type, bufSize, pixels); });
+}
+
+void ReadBackVerifier::Process_glReadnPixelsEXT(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height,
+                                                std::uint32_t format, std::uint32_t type, std::int32_t bufSize,
+                                                Data::PointerData* pixels)
+{
+    Compare("glReadnPixelsEXT", pixels,
+            [&] { GLPlaybackAdapter::Process_glReadnPixelsEXT(x, y, width, height, format, type, bufSize, pixels); });
+}
+
+} // namespace Host
