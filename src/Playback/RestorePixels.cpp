@@ -74,7 +74,7 @@ void SyncTextureLoad()
 
 std::string FormatName(GLenum internalFormat)
 {
-    const std::string name = Core::LogFormat::GetGLEnumString(internalFormat);
+    std::string name = Core::LogFormat::GetGLEnumString(internalFormat);
     if (!name.empty()) {
         return name;
     }

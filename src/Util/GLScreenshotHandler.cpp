@@ -38,7 +38,7 @@ void LogFailure(const std::string& path, const std::string& reason, int line)
 
 std::string EnumName(unsigned int value)
 {
-    const std::string name = Core::LogFormat::GetGLEnumString(value);
+    std::string name = Core::LogFormat::GetGLEnumString(value);
     if (!name.empty())
         return name;
     char text[16];
