@@ -5,6 +5,7 @@
 
 #include "Data/CaptureFile.h"
 #include "Host/Driver.h"
+#include "Host/Engine.h"
 #include "Host/FramePacer.h"
 #include "Host/HiddenSurface.h"
 #include "Host/OffscreenSurfaceFactory.h"
@@ -13,20 +14,12 @@
 #include "Host/WaylandConnection.h"
 #include "Interfaces/Core.h"
 #include "Interfaces/Util.h"
-#include "Playback/CommonMetaHandler.h"
 #include "Playback/Controller.h"
 #include "Playback/EGLOffscreenSurfaceFactory.h"
 #include "Playback/EGLPbufferSurfaceFactory.h"
-#include "Playback/EGLPlaybackAdapter.h"
 #include "Playback/EGLSingleSurfaceFactory.h"
-#include "Playback/ForceFlushBlockEventHandler.h"
-#include "Playback/GLPlaybackAdapter.h"
-#include "Playback/GLResourceTable.h"
-#include "Playback/ImageMetaHandler.h"
-#include "Playback/KHRMetaHandler.h"
 #include "Playback/PlaybackSettings.h"
 #include "Playback/SingleWindowManager.h"
-#include "Playback/SkipApiBlockEventHandler.h"
 
 namespace Host {
 
@@ -49,16 +42,7 @@ Session::Session(Options options) : m_options(std::move(options)), m_settings(Pl
 {
 }
 
-Session::~Session()
-{
-    // First what uses others. What is still current keeps its surface alive, even when the capture has ended the
-    // display itself, and the driver must let go of the window before it is unloaded.
-    if (const auto releaseThread = Core::KHRLayer::EGLProc().eglReleaseThread) {
-        releaseThread();
-    }
-    m_eglAdapter.reset();
-    m_glAdapter.reset();
-}
+Session::~Session() = default;
 
 ExitStatus Session::Run()
 {
@@ -69,7 +53,8 @@ ExitStatus Session::Run()
     if (!failure && m_settings->m_playback) {
         failure = OpenOutput();
         if (!failure) {
-            CreateEngine();
+            m_engine = std::make_unique<Engine>(*m_capture, Engine::Output{m_windowManager, CreateSurfaceFactory()},
+                                                m_options.verify ? &m_verifier : nullptr);
         }
     }
     if (!failure) {
@@ -149,48 +134,6 @@ Session::Outcome Session::OpenWindows()
     return std::nullopt;
 }
 
-void Session::CreateEngine()
-{
-    m_resourceTable = std::make_unique<Playback::GLResourceTable>();
-    m_surfaceFactory = CreateSurfaceFactory();
-    if (m_options.verify) {
-        auto readBacks = std::make_unique<ReadBackVerifier>(m_resourceTable.get(), m_capture->At());
-        m_readBacks = readBacks.get();
-        m_glAdapter = std::move(readBacks);
-        m_capture->SetFrameHashHandler(&m_verifier);
-    } else {
-        m_glAdapter = std::make_unique<Playback::GLPlaybackAdapter>(m_resourceTable.get());
-    }
-    m_eglAdapter =
-        std::make_unique<Playback::EGLPlaybackAdapter>(m_resourceTable.get(), m_windowManager, m_surfaceFactory.get());
-    if (m_settings->m_screenshotInterval != 0 || m_settings->m_screenshotEndFrame != 0 ||
-        m_settings->m_perDrawScreenshotFrame != 0 || m_settings->m_dumpDefaultFbo) {
-        m_screenshotHandler = std::make_unique<Util::GLScreenshotHandler>(
-            static_cast<Util::ImageFormat>(m_settings->m_screenshotFormat), m_settings->m_screenshotOpaque);
-        m_glAdapter->SetScreenshotHandler(m_screenshotHandler.get());
-        m_eglAdapter->SetScreenshotHandler(m_screenshotHandler.get());
-    }
-
-    m_capture->SetAdapter(m_glAdapter.get());
-    m_capture->SetAdapter(m_eglAdapter.get());
-
-    m_metaHandlers.push_back(std::make_unique<Playback::CommonMetaHandler>(m_windowManager));
-    m_metaHandlers.push_back(std::make_unique<Playback::KHRMetaHandler>(m_resourceTable.get()));
-    if (m_settings->m_dumpDefaultFbo) {
-        m_metaHandlers.push_back(std::make_unique<Playback::ImageMetaHandler>(m_screenshotHandler.get()));
-    }
-    m_blockHandlers.push_back(std::make_unique<Playback::SkipApiBlockEventHandler>());
-    if (m_settings->m_forceFlush) {
-        m_blockHandlers.push_back(std::make_unique<Playback::ForceFlushBlockEventHandler>());
-    }
-    for (const auto& handler : m_metaHandlers) {
-        m_capture->Add(handler.get());
-    }
-    for (const auto& handler : m_blockHandlers) {
-        m_capture->Add(handler.get());
-    }
-}
-
 std::unique_ptr<Playback::EGLProxySurfaceFactory> Session::CreateSurfaceFactory() const
 {
     using namespace Playback;
@@ -225,7 +168,7 @@ Session::Outcome Session::Replay()
 
 Session::Outcome Session::AfterFrame()
 {
-    if (!m_eglAdapter) {
+    if (!m_engine) {
         return std::nullopt;
     }
     if (m_connection && !m_connection->Dispatch()) {
@@ -285,7 +228,8 @@ ExitStatus Session::Summarise()
 
 bool Session::IsVerified() const
 {
-    const bool hasReadBacks = m_readBacks && m_readBacks->HasCompared();
+    const ReadBackVerifier* const readBacks = m_engine ? m_engine->ReadBacks() : nullptr;
+    const bool hasReadBacks = readBacks && readBacks->HasCompared();
     bool isVerified = true;
     // A program that never shows a frame is known by what it reads.
     if (ExpectedFrames() != 0 || !hasReadBacks) {
@@ -293,8 +237,8 @@ bool Session::IsVerified() const
         isVerified = m_verifier.IsVerified(ExpectedFrames());
     }
     if (hasReadBacks) {
-        Say(Core::LogNotice, "%s", m_readBacks->Report().c_str());
-        isVerified = isVerified && m_readBacks->AllEqual();
+        Say(Core::LogNotice, "%s", readBacks->Report().c_str());
+        isVerified = isVerified && readBacks->AllEqual();
     }
     return isVerified;
 }

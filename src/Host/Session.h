@@ -13,29 +13,20 @@
 
 namespace Data {
 class CaptureFile;
-class MetaHandler;
-class BlockEventHandler;
 } // namespace Data
 
 namespace Playback {
 class Controller;
-class EGLPlaybackAdapter;
 class EGLProxySurfaceFactory;
-class GLPlaybackAdapter;
-class GLResourceTable;
 class PlaybackEnvironment;
 class SingleWindowManager;
 class WindowManager;
 } // namespace Playback
 
-namespace Util {
-class GLScreenshotHandler;
-}
-
 namespace Host {
 
+class Engine;
 class FramePacer;
-class ReadBackVerifier;
 class ReplayWindows;
 class WaylandConnection;
 
@@ -62,7 +53,6 @@ private:
     Outcome OpenCapture();
     Outcome OpenOutput();
     Outcome OpenWindows();
-    void CreateEngine();
     std::unique_ptr<Playback::EGLProxySurfaceFactory> CreateSurfaceFactory() const;
     Outcome Replay();
     /// Looks after the frame just replayed: window events, lost contexts.
@@ -78,8 +68,7 @@ private:
     Playback::PlaybackEnvironment* m_settings;
     StopSignal m_stopSignal;
 
-    // In the order of construction; destroyed the other way round. The GL adapter comes first because the EGL adapter
-    // deletes GL objects when it is destroyed.
+    // In the order of construction; destroyed the other way round.
     std::unique_ptr<Data::CaptureFile> m_capture;
     /// Null off screen, as are windows and pacer.
     std::unique_ptr<WaylandConnection> m_connection;
@@ -89,18 +78,10 @@ private:
     std::unique_ptr<Playback::SingleWindowManager> m_singleWindow;
     /// One of the above, or null off screen.
     Playback::WindowManager* m_windowManager = nullptr;
-    std::unique_ptr<Playback::GLResourceTable> m_resourceTable;
-    std::unique_ptr<Playback::EGLProxySurfaceFactory> m_surfaceFactory;
-    std::unique_ptr<Util::GLScreenshotHandler> m_screenshotHandler;
-    std::unique_ptr<Playback::GLPlaybackAdapter> m_glAdapter;
-    std::unique_ptr<Playback::EGLPlaybackAdapter> m_eglAdapter;
-    std::vector<std::unique_ptr<Data::MetaHandler>> m_metaHandlers;
-    std::vector<std::unique_ptr<Data::BlockEventHandler>> m_blockHandlers;
+    std::unique_ptr<Engine> m_engine;
     std::unique_ptr<Playback::Controller> m_controller;
 
     FrameVerifier m_verifier;
-    /// The GL adapter where the replay is verified, else null.
-    ReadBackVerifier* m_readBacks = nullptr;
     std::string m_stopReason;
     std::chrono::duration<double> m_duration{};
 };
