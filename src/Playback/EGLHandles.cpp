@@ -1,6 +1,7 @@
 // GLResourceTable: EGL handles and the recorded attributes of configs and surfaces.
 #include <EGL/egl.h>
 
+#include "Playback/EGLTextureImage.h"
 #include "Playback/GLResourceTable.h"
 #include "Playback/ResourceMaps.h"
 
@@ -144,6 +145,10 @@ void* GLResourceTable::GetValueEGLDisplay(unsigned int id)
 
 void GLResourceTable::RemoveIdEGLDisplay(unsigned int id)
 {
+    if (const DisplayResources* resources = Find(m_displayResources, id)) {
+        std::erase_if(m_eglTextureImages,
+                      [&](const auto& entry) { return entry.second->GetDisplay() == resources->display; });
+    }
     Remove(m_displayResources, DisplayKind, id);
 }
 
@@ -223,6 +228,7 @@ void* GLResourceTable::GetValueEGLImage(unsigned int id)
 void GLResourceTable::RemoveIdEGLImage(unsigned int id)
 {
     Remove(CurrentDisplay(), &DisplayResources::images, ImageKind, id);
+    m_eglTextureImages.erase(id);
 }
 
 void GLResourceTable::AddIdEGLSync(unsigned int id, void* sync)

@@ -1,11 +1,13 @@
 // GLResourceTable: client buffers of EGLImages and the objects that use the images.
 #include <algorithm>
+#include <utility>
 
 #include <GLES2/gl2.h>
 #include <GLES2/gl2ext.h>
 
 #include "Interfaces/Data.h"
 #include "Playback/EGLImageBuffer.h"
+#include "Playback/EGLTextureImage.h"
 #include "Playback/GLResourceTable.h"
 #include "Playback/ResourceMaps.h"
 
@@ -14,9 +16,11 @@ namespace Playback {
 void GLResourceTable::AddEGLImageBuffer(unsigned int display, unsigned int image, const Data::EGLImageData& data)
 {
     auto buffer = std::make_unique<EGLImageBuffer>();
-    if (buffer->AllocateBuffer(GetValueEGLDisplay(display), data) != 0) {
+    void* liveDisplay = GetValueEGLDisplay(display);
+    if (buffer->AllocateBuffer(liveDisplay, data) != 0) {
         Core::Log::Print(Core::LogWarning, Core::ZoneGeneral, __LINE__, "src/Playback/GLResourceTable", true,
                          "Failed to allocate EGLClientBuffer for EGLImage %d", image);
+        AddTextureImage(liveDisplay, image, data);
         return;
     }
     if (!m_eglImageBuffers.contains(image)) {
@@ -27,17 +31,48 @@ void GLResourceTable::AddEGLImageBuffer(unsigned int display, unsigned int image
     }
 }
 
+void GLResourceTable::AddTextureImage(void* liveDisplay, unsigned int image, const Data::EGLImageData& data)
+{
+    if (m_eglTextureImages.contains(image)) {
+        return;
+    }
+    auto standIn = EGLTextureImage::Create(liveDisplay, AnyContext(liveDisplay), data);
+    if (!standIn) {
+        return;
+    }
+    m_eglTextureImages.emplace(image, std::move(standIn));
+    if (!std::exchange(m_isTextureImageSaid, true)) {
+        Core::Log::Print(Core::LogNotice, Core::ZoneGeneral, __LINE__, "src/Playback/GLResourceTable", true,
+                         "The driver cannot make native buffers: textures hold the pixels of their EGLImages");
+    }
+}
+
+void* GLResourceTable::AnyContext(void* liveDisplay) const
+{
+    for (const auto& [id, display] : m_displayResources) {
+        if (display.display == liveDisplay && !display.contexts.empty()) {
+            return display.contexts.begin()->second;
+        }
+    }
+    return nullptr;
+}
+
 void GLResourceTable::SetEGLImageData(unsigned int image, const Data::EGLImageData& data)
 {
     if (const auto* buffer = Find(m_eglImageBuffers, image)) {
         (*buffer)->SetImageData(data);
+    } else if (const auto* standIn = Find(m_eglTextureImages, image)) {
+        (*standIn)->SetContents(AnyContext((*standIn)->GetDisplay()), data);
     }
 }
 
 void* GLResourceTable::GetEGLImageBuffer(unsigned int image)
 {
-    const auto* buffer = Find(m_eglImageBuffers, image);
-    return buffer ? (*buffer)->GetNativeBuffer() : nullptr;
+    if (const auto* buffer = Find(m_eglImageBuffers, image)) {
+        return (*buffer)->GetNativeBuffer();
+    }
+    const auto* standIn = Find(m_eglTextureImages, image);
+    return standIn ? (*standIn)->GetImage() : nullptr;
 }
 
 void GLResourceTable::AddEGLImageBufferRef(unsigned int image)

@@ -5,6 +5,7 @@
 #include <EGL/egl.h>
 
 #include "Playback/EGLImageBuffer.h"
+#include "Playback/EGLTextureImage.h"
 #include "Playback/ResourceMaps.h"
 
 namespace Playback {

@@ -16,6 +16,7 @@ namespace Playback {
 
 class EGLImageBuffer;
 class EGLProxySurface;
+class EGLTextureImage;
 
 /// Translates what the capture names to what this machine's driver returned for it: GL object names, program
 /// locations, EGL handles, and the records behind mapped buffers and EGLImages.
@@ -217,10 +218,10 @@ public:
     // EGLImages: the client buffers behind them, and the textures and renderbuffers that use them.
 
     /// Makes the image's client buffer, with one use. A buffer made for an image that has one is neither kept nor
-    /// freed.
+    /// freed. Where this driver has no such buffers, a texture stands in for it if that is possible.
     void AddEGLImageBuffer(unsigned int display, unsigned int image, const Data::EGLImageData& data);
     void SetEGLImageData(unsigned int image, const Data::EGLImageData& data);
-    /// The native buffer to create the live image from, null when the image has no client buffer.
+    /// The native buffer to create the live image from, or its stand-in; null when the image has neither.
     void* GetEGLImageBuffer(unsigned int image);
     void AddEGLImageBufferRef(unsigned int image);
     /// Drops one use; the last one frees the buffer.
@@ -357,6 +358,9 @@ private:
     void FindCurrentEntries();
     /// The display selected last; null, with a message, when it was never added.
     DisplayResources* CurrentDisplay();
+    void AddTextureImage(void* liveDisplay, unsigned int image, const Data::EGLImageData& data);
+    /// A live context of the live display, null when it has none.
+    void* AnyContext(void* liveDisplay) const;
     static void DeleteObjects(const ContextResources& resources);
     static void DestroyHandles(DisplayResources& resources);
 
@@ -388,6 +392,9 @@ private:
     std::unordered_map<unsigned int, AttribMap> m_eglSurfaceAttribs;
 
     std::unordered_map<unsigned int, std::unique_ptr<EGLImageBuffer>> m_eglImageBuffers;
+    /// What stands in for client buffers that this driver cannot make; until the captured image is destroyed.
+    std::unordered_map<unsigned int, std::unique_ptr<EGLTextureImage>> m_eglTextureImages;
+    bool m_isTextureImageSaid = false;
     std::unordered_map<int, unsigned int> m_textureEGLImages;
     std::unordered_map<int, unsigned int> m_renderbufferEGLImages;
 };

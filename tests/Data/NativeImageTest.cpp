@@ -1,0 +1,155 @@
+#include "ProgramTest.h"
+
+namespace Data {
+
+namespace {
+
+using ::testing::HasSubstr;
+
+constexpr std::uint32_t texture2D = 0x0DE1;
+constexpr std::int32_t nativeBuffer = 0x3140;
+
+/// Captured native buffers of 3 by 2 pixels in rows of 32 bytes, drawn by this machine's driver through textures.
+class NativeImageTest : public ProgramTest {
+protected:
+    static constexpr std::uint32_t width = 3;
+    static constexpr std::uint32_t height = 2;
+    static constexpr std::uint32_t stride = 32;
+
+    void Image(RecordId kind, std::uint32_t format, const std::vector<std::uint8_t>& pixels)
+    {
+        std::vector<std::uint8_t> plane(stride * height, 0xEE);
+        const std::size_t rowBytes = pixels.size() / height;
+        for (std::uint32_t row = 0; row < height; ++row)
+            std::copy_n(pixels.begin() + row * rowBytes, rowBytes, plane.begin() + row * stride);
+        EGLImageRecord image{};
+        image.display = 1;
+        image.image = 5;
+        image.width = width;
+        image.height = height;
+        image.format = format;
+        image.planeCount = 1;
+        image.planes[0].stride = stride;
+        image.planes[0].size = plane.size();
+        writer->EGLImage(kind, image, {plane.data(), nullptr, nullptr});
+    }
+    /// A native buffer with these pixels, as the bound texture.
+    void UseImage(std::uint32_t format, const std::vector<std::uint8_t>& pixels)
+    {
+        Image(RecordId::EGLImageCreate, format, {});
+        Image(RecordId::EGLImageContent, format, pixels);
+        Call(CallId::eglCreateImageKHR, 5, 1, 0, nativeBuffer, 77, 0);
+        Call(CallId::glEGLImageTargetTexture2DOES, texture2D, 5);
+    }
+    /// Display, context, a program that draws texel (x, y) to pixel (x, y), a texture.
+    void Prepare()
+    {
+        Begin();
+        Call(CallId::glCreateProgram, 1);
+        const auto add = [&](std::uint32_t shader, std::uint32_t type, const char* source) {
+            Call(CallId::glCreateShader, shader, type);
+            Call(CallId::glShaderSource, shader, 1, std::vector<std::string>{source}, 0);
+            Call(CallId::glCompileShader, shader);
+            Call(CallId::glAttachShader, 1, shader);
+        };
+        add(2, 0x8B31, "#version 300 es\nvoid main(){gl_Position=vec4(gl_VertexID==1?3:-1,gl_VertexID==2?3:-1,0,1);}");
+        add(3, 0x8B30,
+            "#version 300 es\nprecision mediump float;uniform sampler2D image;out vec4 colour;"
+            "void main(){colour=texelFetch(image,ivec2(gl_FragCoord.xy),0);}");
+        Call(CallId::glLinkProgram, 1);
+        Call(CallId::glUseProgram, 1);
+        Call(CallId::glGenTextures, 1, std::vector<std::uint32_t>{4});
+        Call(CallId::glBindTexture, texture2D, 4);
+        Call(CallId::glTexParameteri, texture2D, 0x2801, 0x2600);
+    }
+    void Expect(const std::vector<std::uint8_t>& pixels)
+    {
+        Call(CallId::glDrawArrays, 4, 0, 3);
+        Call(CallId::glReadPixels, 0, 0, width, height, Enum::Rgba, Enum::UnsignedByte, pixels);
+    }
+    void ExpectVerified(int readBacks)
+    {
+        const Result result = Run("-verify");
+        EXPECT_EQ(result.status, 0) << result.output;
+        const std::string count = std::to_string(readBacks);
+        EXPECT_THAT(result.output, HasSubstr("verified: " + count + " of " + count + " read-backs equal"));
+        EXPECT_THAT(result.output, HasSubstr(" 0 errors"));
+        const std::string notice = "textures hold the pixels of their EGLImages";
+        EXPECT_NE(result.output.find(notice), std::string::npos);
+        EXPECT_EQ(result.output.find(notice), result.output.rfind(notice)) << "it is said once";
+    }
+};
+
+TEST_F(NativeImageTest, ADrawSamplesThePixelsAndTheirUpdates)
+{
+    struct Channels {
+        std::uint32_t format;
+        bool isBGR;
+        bool isOpaque;
+    };
+    constexpr Channels formats[] = {
+        {28, false, false}, {0, false, false}, {87, true, false}, {88, true, true}, {507, false, true}};
+    Prepare();
+    // Uploads as the application has them in mind are not those of the image.
+    Call(CallId::glPixelStorei, Enum::UnpackRowLength, 50);
+    Call(CallId::glPixelStorei, Enum::UnpackSkipPixels, 3);
+    std::uint8_t next = 1;
+    std::vector<std::uint8_t> pixels(width * height * 4);
+    std::vector<std::uint8_t> expected;
+    for (const Channels& channels : formats) {
+        const auto change = [&] {
+            for (std::uint8_t& byte : pixels)
+                byte = next += 7;
+            expected = pixels;
+            for (std::size_t at = 0; at < pixels.size(); at += 4) {
+                if (channels.isBGR)
+                    std::swap(expected[at], expected[at + 2]);
+                if (channels.isOpaque)
+                    expected[at + 3] = 255;
+            }
+        };
+        change();
+        UseImage(channels.format, pixels);
+        Expect(expected);
+        change();
+        Image(RecordId::EGLImageContent, channels.format, pixels);
+        Expect(expected);
+        Call(CallId::eglDestroyImageKHR, 1, 1, 5);
+        Expect(expected);
+    }
+    ExpectVerified(15);
+}
+
+TEST_F(NativeImageTest, OtherFormatsOfFourChannelsAreShown)
+{
+    std::vector<std::uint8_t> halfOnes;
+    for (std::uint32_t i = 0; i < width * height * 4; ++i)
+        halfOnes.insert(halfOnes.end(), {0x00, 0x3C});
+    const std::vector<std::uint8_t> white(width * height * 4, 0xFF);
+    Prepare();
+    for (const auto& [format, pixels] : {std::pair{29u, white}, {24u, white}, {10u, halfOnes}}) {
+        UseImage(format, pixels);
+        Expect(white);
+        Image(RecordId::EGLImageContent, format, std::vector<std::uint8_t>(pixels.size(), 0));
+        Expect(std::vector<std::uint8_t>(white.size(), 0));
+        Call(CallId::eglDestroyImageKHR, 1, 1, 5);
+    }
+    ExpectVerified(6);
+}
+
+/// Nothing is current where the buffer is made and filled: a context of the display is lent for it.
+TEST_F(NativeImageTest, TheBufferNeedsNoCurrentContext)
+{
+    const std::vector<std::uint8_t> pixels(width * height * 4, 0x66);
+    Prepare();
+    writer->SetThread(2);
+    UseImage(28, pixels);
+    writer->SetThread(1);
+    Call(CallId::glEGLImageTargetTexture2DOES, texture2D, 5);
+    Expect(pixels);
+    ExpectVerified(1);
+}
+
+} // namespace
+
+} // namespace Data
