@@ -42,6 +42,21 @@ public:
     /// From the record's start on; the header is left to the writer.
     std::vector<std::uint8_t> bytes;
 
+    /// Gives each pointer that can have them contents of `size` bytes: this number, then zeros.
+    void FillPointers(std::size_t size, std::int32_t number)
+    {
+        std::vector<std::uint8_t> contents(size);
+        std::memcpy(contents.data(), &number, sizeof number);
+        for (m_next = 0; m_next < m_places.size();) {
+            const ParameterForm form = m_places[m_next].form;
+            if (form == ParameterForm::Scalar || form == ParameterForm::Opaque)
+                ++m_next;
+            else
+                Add(contents);
+        }
+        bytes.resize(RoundUp8(bytes.size()));
+    }
+
     void AppendTo(CaptureWriter& writer) const
     {
         std::uint8_t* const at = writer.Begin(id, bytes.size());

@@ -14,6 +14,7 @@ import emit_enum_names  # noqa: E402
 import emit_function_forms  # noqa: E402
 import emit_play_egl  # noqa: E402
 import emit_play_gl  # noqa: E402
+import emit_statistics  # noqa: E402
 import model  # noqa: E402
 
 
@@ -56,12 +57,14 @@ class Description(unittest.TestCase):
             "neither a version nor": "newest void glX(int a)",
             "expected TYPE NAME": "2.0 void glX(int)",
             "there is no call glNone": "alias glY = glNone @ GL_EXT_y",
+            "there is no such call": "count Blocking glNone",
+            "'count' is not followed": "count Sometimes glClear",
         }
         for message, line in faults.items():
             with self.subTest(line), self.assertRaises(model.ApiError) as caught:
                 load_text(good, line)
             self.assertIn(message, str(caught.exception))
-            if not line.startswith("alias"):
+            if not line.startswith("alias") and "glNone" not in line:
                 self.assertIn("x.api:2:", str(caught.exception))
 
     def test_arguments_are_aligned_like_a_c_struct_behind_the_record_header(self):
@@ -87,6 +90,19 @@ class Description(unittest.TestCase):
     def test_decoding_of_every_shape_is_the_reviewed_one(self):
         text = emit_decode.emit(model.load([HERE / "decode_shapes.api"]))
         self.assertEqual(text, (HERE / "decode_shapes.expected").read_text())
+
+
+    def test_statistics_count_calls_and_notice_extensions_also_of_functions_that_are_no_calls(self):
+        api = load_text("2.0 enum glX(int a)", "2.0 void glY()", "count Blocking glX as glXx", "by hand : glY",
+                        "extension GL_EXT_y : glY glZ", "extension GL_EXT_w without handler : glW")
+        self.assertEqual(emit_statistics.emit_handlers("gl")(api).splitlines()[1:], [
+            '    void Process_glX(std::uint32_t, std::int32_t) override { LogBlockingCallUsed("glXx"); }',
+            "    template <class... Arguments> void Process_glZ(const Arguments&...)",
+            "    {",
+            '        LogExtensionCall("Process_glZ");',
+            "    }"])
+        self.assertEqual(emit_statistics.emit_extensions("gl")(api).splitlines()[1:],
+                         ['{"GlY", "GL_EXT_y"},', '{"GlZ", "GL_EXT_y"},', '{"GlW", "GL_EXT_w"},'])
 
 
 class Files(unittest.TestCase):

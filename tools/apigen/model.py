@@ -8,6 +8,9 @@ from dataclasses import dataclass, field
 from functools import cached_property
 from pathlib import Path
 
+import features
+from features import Features
+
 
 @dataclass(frozen=True)
 class Scalar:
@@ -260,6 +263,7 @@ class Api:
     calls: list = field(default_factory=list)
     aliases: list = field(default_factory=list)
     hidden: list = field(default_factory=list)  # names of extensions
+    features: Features = field(default_factory=Features)
 
     @cached_property
     def gl(self):
@@ -399,6 +403,9 @@ def parse_line(api, line):
     word = line.split()[0]
     if word == "hide":
         api.hidden.append(line.split()[1])
+    elif word in features.WORDS:
+        if not features.parse_line(api.features, line):
+            raise ApiError(f"'{word}' is not followed by what it needs")
     elif word == "alias":
         m = re.fullmatch(rf"alias ({WORD}) = ({WORD}) @ (\S+)", line)
         if not m:
@@ -426,4 +433,7 @@ def load(paths):
     for alias in api.aliases:
         if alias.of not in api.by_name:
             raise ApiError(f"alias {alias.name}: there is no call {alias.of}")
+    for count in api.features.counts:
+        if count.call not in api.by_name:
+            raise ApiError(f"count {count.call}: there is no such call")
     return api
