@@ -30,8 +30,7 @@ constexpr Util::Option OwnOptions[] = {
 
 /// Parsed and kept in the settings, but nothing looks at them yet.
 constexpr const char* WithoutEffect[] = {
-    "-stats",           "-paused", "-pauseframe", "-loopframe", "-loopcount", "-thread", "-threadFilterStartFrame",
-    "-extracttextures",
+    "-paused", "-pauseframe", "-loopframe", "-loopcount", "-thread", "-threadFilterStartFrame", "-extracttextures",
 };
 
 constexpr int LargestWindow = 32767;
@@ -109,6 +108,10 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
         return UsageError(args.positional.empty()
                               ? "no capture file given"
                               : "one capture file expected, found a second one: " + args.positional[1]);
+    }
+
+    if (args.HasSwitch("-stats") && args.HasSwitch("-verify")) {
+        return UsageError("-stats draws no frame that -verify could compare; give one of them");
     }
 
     Options options;

@@ -11,6 +11,7 @@
 #include "Host/OffscreenSurfaceFactory.h"
 #include "Host/ReadBackVerifier.h"
 #include "Host/ReplayWindows.h"
+#include "Host/Statistics.h"
 #include "Host/WaylandConnection.h"
 #include "Interfaces/Core.h"
 #include "Interfaces/Util.h"
@@ -50,7 +51,9 @@ ExitStatus Session::Run()
     if (!failure) {
         failure = OpenCapture();
     }
-    if (!failure && m_settings->m_playback) {
+    if (!failure && m_settings->m_stats) {
+        failure = StartStatistics();
+    } else if (!failure && m_settings->m_playback) {
         failure = OpenOutput();
         if (!failure) {
             m_engine = std::make_unique<Engine>(*m_capture, Engine::Output{m_windowManager, CreateSurfaceFactory()},
@@ -87,6 +90,19 @@ Session::Outcome Session::OpenCapture()
     if (!m_capture) {
         return Failure{ExitStatus::Unreadable, error};
     }
+    return std::nullopt;
+}
+
+Session::Outcome Session::StartStatistics()
+{
+    if (std::string fault = Statistics::FileFault(m_options.captureFile); !fault.empty()) {
+        return Failure{ExitStatus::Usage, std::move(fault)};
+    }
+    // Values that no statistics are kept of are the rule rather than the exception.
+    if (!m_options.args.FindValue("-loglevel")) {
+        Core::Log::SetLevel(Core::LogError);
+    }
+    m_statistics = std::make_unique<Statistics>(*m_capture, m_options.captureFile);
     return std::nullopt;
 }
 
@@ -223,6 +239,10 @@ ExitStatus Session::Summarise()
     const double seconds = m_duration.count();
     Say(Core::LogNotice, "%s in %.3f s, %.1f frames a second, %s.", Counted(frames, "frame").c_str(), seconds,
         seconds > 0 ? frames / seconds : 0.0, Counted(Core::Log::ErrorCount(), "error").c_str());
+    if (m_statistics) {
+        m_statistics.reset();
+        Say(Core::LogNotice, "%s", Statistics::Report(m_options.captureFile).c_str());
+    }
     return m_options.verify && !IsVerified() ? ExitStatus::Differed : ExitStatus::Done;
 }
 

@@ -28,6 +28,7 @@ namespace Host {
 class Engine;
 class FramePacer;
 class ReplayWindows;
+class Statistics;
 class WaylandConnection;
 
 /// One replay of one capture: builds the engine's objects in the order in which they need each other, steps the frames,
@@ -51,6 +52,7 @@ private:
 
     Outcome LoadSettings();
     Outcome OpenCapture();
+    Outcome StartStatistics();
     Outcome OpenOutput();
     Outcome OpenWindows();
     std::unique_ptr<Playback::EGLProxySurfaceFactory> CreateSurfaceFactory() const;
@@ -79,6 +81,8 @@ private:
     /// One of the above, or null off screen.
     Playback::WindowManager* m_windowManager = nullptr;
     std::unique_ptr<Engine> m_engine;
+    /// In the place of the engine with -stats.
+    std::unique_ptr<Statistics> m_statistics;
     std::unique_ptr<Playback::Controller> m_controller;
 
     FrameVerifier m_verifier;

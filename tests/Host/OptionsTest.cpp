@@ -48,6 +48,7 @@ TEST(OptionsTest, RefusalsNameTheOptionAndWhatItNeeds)
                 HasSubstr("option -stopframe needs a whole number, found \"ten\""));
     EXPECT_THAT(Refusal({"-width", "0", "x.glcap"}), HasSubstr("option -width needs 1 to 32767 pixels"));
     EXPECT_THAT(Refusal({"-screenshots", "all", "x.glcap"}), HasSubstr("option -screenshots needs a frame N"));
+    EXPECT_THAT(Refusal({"-stats", "-verify", "x.glcap"}), HasSubstr("-stats draws no frame that -verify could"));
     EXPECT_THAT(Refusal({}), HasSubstr("no capture file given"));
     EXPECT_THAT(Refusal({"a.glcap", "b.glcap"}), HasSubstr("found a second one: b.glcap"));
 }

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace Data {
+class CaptureFile;
+} // namespace Data
+
+namespace Playback {
+class EGLStatsAdapter;
+class GLStatsAdapter;
+class StatsBin;
+} // namespace Playback
+
+namespace Host {
+
+/// What a run with -stats has in the place of the engine: the statistics adapters and their store. Needs no driver.
+class Statistics {
+public:
+    /// Which of the files could not be written, and why; empty when all of them can. They are empty afterwards if they
+    /// were not there before.
+    [[nodiscard]] static std::string FileFault(const std::string& captureFile);
+
+    /// Registers the adapters with the capture, which outlives this object. The reports are named after `captureFile`
+    /// and lie beside it; the text files are in the current folder.
+    Statistics(Data::CaptureFile& capture, const std::string& captureFile);
+    /// Writes the reports.
+    ~Statistics();
+    Statistics(const Statistics&) = delete;
+    Statistics& operator=(const Statistics&) = delete;
+
+    /// For the terminal: where the reports are once this object is gone.
+    [[nodiscard]] static std::string Report(const std::string& captureFile);
+
+private:
+    std::unique_ptr<Playback::StatsBin> m_store;
+    std::unique_ptr<Playback::GLStatsAdapter> m_glAdapter;
+    std::unique_ptr<Playback::EGLStatsAdapter> m_eglAdapter;
+};
+
+} // namespace Host
