@@ -42,6 +42,17 @@ template <class Table> void SetEntry(Table& table, std::uint32_t index, Proc fun
     std::memcpy(reinterpret_cast<char*>(&table) + index * sizeof function, &function, sizeof function);
 }
 
+/// The entry of function `id` is filled, if the function is one of this table.
+template <class Table> bool HasEntry(const Table& table, std::uint32_t firstId, unsigned int id)
+{
+    constexpr std::uint32_t count = sizeof(Table) / sizeof(Proc);
+    Proc function = nullptr;
+    if (id >= firstId && id - firstId < count)
+        std::memcpy(&function, reinterpret_cast<const char*>(&table) + (id - firstId) * sizeof function,
+                    sizeof function);
+    return function != nullptr;
+}
+
 /// Nulls the entry of function `id`, if the function is one of this table.
 template <class Table> void ClearEntry(Table& table, std::uint32_t firstId, unsigned int id)
 {
@@ -215,6 +226,13 @@ EGLProcTable& KHRLayer::LiveEGL()
 unsigned int KHRLayer::GetEglGlFuncId(const std::string& name)
 {
     return static_cast<unsigned int>(FindFunction(name));
+}
+
+bool KHRLayer::HasFunction(unsigned int id)
+{
+    const Driver& driver = TheDriver();
+    return HasEntry(driver.egl, FirstEGLFuncId, id) || HasEntry(driver.eglExt, FirstEGLExtFuncId, id) ||
+           HasEntry(driver.gles, FirstGLESFuncId, id) || HasEntry(driver.glesExt, FirstGLESExtFuncId, id);
 }
 
 void KHRLayer::SetSkipApis(const std::unordered_set<unsigned int>& ids)

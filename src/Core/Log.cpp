@@ -130,4 +130,10 @@ void Console::Print(int, bool, const char* format, ...)
     Terminal().Flush();
 }
 
+void Console::SetStatus(const std::string& text)
+{
+    Output().Flush();
+    LogOutput::SetStatus(text);
+}
+
 } // namespace Core

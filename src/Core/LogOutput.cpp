@@ -17,6 +17,16 @@ constexpr std::size_t BufferBytes = 64 * 1024;
 constexpr auto ReaderPatience = std::chrono::seconds(5);
 constexpr auto ReaderPoll = std::chrono::milliseconds(10);
 
+/// To the line's beginning, and erase what is there.
+constexpr const char* EraseLine = "\r\033[K";
+
+// Never destroyed, so that messages of other static objects' destructors find it.
+std::string& Status()
+{
+    static std::string* const status = new std::string;
+    return *status;
+}
+
 /// Keeps the SIGPIPE of this thread's own writes from ending the process, without touching the process's handler.
 class SigpipeGuard {
 public:
@@ -86,6 +96,8 @@ void LogOutput::WriteLine(std::string_view line)
 
 void LogOutput::Flush()
 {
+    if (m_file == STDERR_FILENO && !Status().empty() && !m_buffer.empty())
+        m_buffer = EraseLine + m_buffer + Status();
     std::string_view text = m_buffer;
     const int error = Write(text);
     if (error != 0 && m_file != STDERR_FILENO) {
@@ -99,6 +111,16 @@ void LogOutput::Flush()
         Write(text);
     }
     m_buffer.clear();
+}
+
+void LogOutput::SetStatus(std::string status)
+{
+    if (status == Status())
+        return;
+    Status() = std::move(status);
+    const std::string line = EraseLine + Status();
+    std::string_view text = line;
+    LogOutput().Write(text);
 }
 
 void LogOutput::Close()

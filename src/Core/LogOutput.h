@@ -23,6 +23,9 @@ public:
     void WriteLine(std::string_view line);
     void Flush();
 
+    /// A line that stays below everything that goes to stderr; empty for none. For terminals only.
+    static void SetStatus(std::string status);
+
 private:
     void Close();
     /// Takes what was written off the front of `text`. Returns 0 or the error number.

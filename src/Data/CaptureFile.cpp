@@ -19,4 +19,14 @@ CaptureFile::CaptureFile(const std::string& path, std::unique_ptr<CaptureSource>
 {
 }
 
+std::vector<std::pair<std::string, std::uint64_t>> CaptureFile::CallCounts() const
+{
+    std::vector<std::pair<std::string, std::uint64_t>> counts;
+    for (std::size_t i = 0; i < m_source->Calls().size(); ++i) {
+        if (const std::uint64_t count = m_processor.CallCounts()[i])
+            counts.emplace_back(m_source->Calls()[i].name, count);
+    }
+    return counts;
+}
+
 } // namespace Data

@@ -3,6 +3,8 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "Data/CaptureSource.h"
 #include "Data/ChunkQueue.h"
@@ -28,17 +30,29 @@ public:
     void SetAdapter(EGLAdapter* adapter) { m_processor.Calls().SetAdapter(adapter); }
     void Add(MetaHandler* handler) { m_processor.Meta().Add(handler); }
     void Add(BlockEventHandler* handler) { m_processor.Add(handler); }
+    /// From frame `startFrame`, counted from 1, replays only what these threads did.
+    void SetThreadFilter(std::vector<std::uint32_t> threads, std::uint32_t startFrame)
+    {
+        m_processor.SetThreadFilter(std::move(threads), startFrame);
+    }
     void SetFrameHashHandler(FrameHashHandler* handler) { m_processor.SetFrameHashHandler(handler); }
 
     FrameProcessor* GetFrameProcessor() override { return &m_processor; }
     [[nodiscard]] std::uint32_t GetCurrentFrame() const override { return m_processor.Frames(); }
     [[nodiscard]] std::uint32_t GetFrameCount() const override { return m_source->FrameCount(); }
 
+    /// State of the captured context that the calls at work belong to.
+    [[nodiscard]] const ContextState& Context() { return m_processor.Calls().Context(); }
     /// Follows the replay.
     [[nodiscard]] const Position& At() const { return m_diagnostics.position; }
 
     /// The capture could not be read to its end, or never had one. Known when replay has ended.
     [[nodiscard]] bool IsIncomplete() const { return m_processor.IsDamaged() || !m_source->IsComplete(); }
+    /// Name and number of each call replayed so far, as far as there are any.
+    [[nodiscard]] std::vector<std::pair<std::string, std::uint64_t>> CallCounts() const;
+    [[nodiscard]] std::uint64_t CallCount() const { return m_processor.CallCount(); }
+    /// When the program ended the frame replayed last, in microseconds from the start of its recording.
+    [[nodiscard]] std::uint64_t FrameTimeUs() const { return m_processor.FrameTimeUs(); }
     /// Calls that were not replayed since their record was not to be trusted.
     [[nodiscard]] std::uint64_t SkippedCalls() const { return m_diagnostics.SkippedCount(); }
 

@@ -1,5 +1,6 @@
 #include "Data/FrameProcessor.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "Data/Diagnostics.h"
@@ -9,7 +10,7 @@ namespace Data {
 
 FrameProcessor::FrameProcessor(CaptureSource& source, Preload preload, Diagnostics& diagnostics)
     : m_source(source), m_diagnostics(diagnostics), m_calls(diagnostics), m_meta(diagnostics),
-      m_unknownSaid(source.Calls().size()), m_queue(source, preload)
+      m_callCounts(source.Calls().size()), m_unknownSaid(source.Calls().size()), m_queue(source, preload)
 {
     for (const FileCall& call : source.Calls())
         m_known.push_back(call.known);
@@ -18,6 +19,11 @@ FrameProcessor::FrameProcessor(CaptureSource& source, Preload preload, Diagnosti
 std::uint32_t FrameProcessor::Frames() const
 {
     return m_diagnostics.position.frame;
+}
+
+std::uint64_t FrameProcessor::CallCount() const
+{
+    return m_callsInFrames + m_diagnostics.position.call;
 }
 
 bool FrameProcessor::ProcessNextFrame()
@@ -83,14 +89,15 @@ FrameProcessor::Outcome FrameProcessor::ProcessRecords()
             if (!m_isInFrameBlock && !m_isInStateBlock)
                 StartBlock(BlockType::Frame);
             ++position.call;
-            m_calls.Decode(static_cast<CallId>(m_known[id]), m_cursor.Record());
+            ++m_callCounts[id];
+            if (!m_isThreadLeftOut) [[likely]]
+                m_calls.Decode(static_cast<CallId>(m_known[id]), m_cursor.Record());
         } else if (id < firstBuiltInId) {
             ProcessUnknown(id);
         } else if (m_cursor.Is(RecordId::FrameEnd)) {
             if (!m_isInFrameBlock)
                 StartBlock(BlockType::Frame);
-            ++position.frame;
-            position.call = 0;
+            EndFrame();
             EndBlock(BlockType::Frame);
             return Outcome::FrameEnd;
         } else {
@@ -116,6 +123,17 @@ bool FrameProcessor::ProcessChunk(std::uint8_t* bytes, std::uint32_t count)
     return hasFrame;
 }
 
+void FrameProcessor::EndFrame()
+{
+    if (FrameEndRecord end; m_cursor.Read(end))
+        m_frameTimeUs = end.timeUs;
+    Position& position = m_diagnostics.position;
+    m_callsInFrames += position.call;
+    ++position.frame;
+    position.call = 0;
+    ApplyThreadFilter();
+}
+
 void FrameProcessor::ProcessUnknown(std::uint32_t id)
 {
     const std::vector<FileCall>& calls = m_source.Calls();
@@ -134,31 +152,47 @@ void FrameProcessor::ProcessUnknown(std::uint32_t id)
     }
 }
 
+/// Reads a record of a fixed size; false, with a message, when it is shorter.
+template <class Record> bool FrameProcessor::Read(Record& record)
+{
+    if (m_cursor.Read(record))
+        return true;
+    m_diagnostics.Skipped("record", "size", std::to_string(sizeof record) + " bytes",
+                          std::to_string(m_cursor.Header().bytes));
+    return false;
+}
+
 void FrameProcessor::ProcessBuiltIn()
 {
-    const RecordHeader& header = m_cursor.Header();
-    std::uint8_t* const record = m_cursor.Record();
-    const auto read = [&](auto& value) {
-        if (m_cursor.Read(value))
-            return true;
-        m_diagnostics.Skipped("record", "size", std::to_string(sizeof value) + " bytes", std::to_string(header.bytes));
-        return false;
-    };
-    switch (static_cast<RecordId>(header.id)) {
+    switch (static_cast<RecordId>(m_cursor.Header().id)) {
     case RecordId::Thread:
-        if (ThreadRecord thread; read(thread))
+        if (ThreadRecord thread; Read(thread))
             ChangeThread(thread.thread);
         break;
     case RecordId::BlockStart:
-        if (BlockRecord block; read(block) && block.type == static_cast<std::uint32_t>(BlockType::State))
+        if (BlockRecord block; Read(block) && block.type == static_cast<std::uint32_t>(BlockType::State))
             StartBlock(BlockType::State);
         break;
     case RecordId::BlockEnd:
-        if (BlockRecord block; read(block) && block.type == static_cast<std::uint32_t>(BlockType::State))
+        if (BlockRecord block; Read(block) && block.type == static_cast<std::uint32_t>(BlockType::State))
             EndBlock(BlockType::State);
         break;
+    case RecordId::Note:
+        break;
+    default:
+        if (!m_isThreadLeftOut)
+            ProcessOfThread();
+        break;
+    }
+}
+
+void FrameProcessor::ProcessOfThread()
+{
+    const RecordHeader& header = m_cursor.Header();
+    std::uint8_t* const record = m_cursor.Record();
+    switch (static_cast<RecordId>(header.id)) {
     case RecordId::FrameHash:
-        if (FrameHashRecord hash; read(hash) && m_hashHandler)
+        if (FrameHashRecord hash; Read(hash) && m_hashHandler)
             m_hashHandler->ProcessFrameHash(hash.frame, hash.surface, hash.width, hash.height, hash.hash);
         break;
     case RecordId::VertexAttribData:
@@ -167,8 +201,6 @@ void FrameProcessor::ProcessBuiltIn()
     case RecordId::FlushMappedBufferRange:
     case RecordId::UnmapBuffer:
         m_calls.DecodeMappedData(record);
-        break;
-    case RecordId::Note:
         break;
     default:
         if (!m_meta.Decode(header, record) && !m_unknownRecordSaid) {
@@ -180,6 +212,19 @@ void FrameProcessor::ProcessBuiltIn()
     }
 }
 
+void FrameProcessor::SetThreadFilter(std::vector<std::uint32_t> threads, std::uint32_t startFrame)
+{
+    m_filter = std::move(threads);
+    m_filterStartFrame = startFrame;
+    ApplyThreadFilter();
+}
+
+void FrameProcessor::ApplyThreadFilter()
+{
+    m_isThreadLeftOut = !m_filter.empty() && Frames() + 1 >= m_filterStartFrame &&
+                        std::ranges::find(m_filter, m_thread) == m_filter.end();
+}
+
 void FrameProcessor::ChangeThread(std::uint32_t thread)
 {
     // Each chunk begins with its thread, which is mostly the one that it was.
@@ -187,6 +232,7 @@ void FrameProcessor::ChangeThread(std::uint32_t thread)
         return;
     m_isThreadKnown = true;
     m_thread = thread;
+    ApplyThreadFilter();
     m_calls.SetThread(thread);
     m_meta.SetThread(thread);
 }

@@ -24,12 +24,20 @@ public:
     bool ProcessNextFrame() override;
 
     [[nodiscard]] std::uint32_t Frames() const;
+    /// Calls so far, by their number in the file's call table.
+    [[nodiscard]] const std::vector<std::uint64_t>& CallCounts() const { return m_callCounts; }
+    /// Calls of whole frames so far, and of the frame at work.
+    [[nodiscard]] std::uint64_t CallCount() const;
+    /// When the frame before ended, in microseconds from the start of the recording.
+    [[nodiscard]] std::uint64_t FrameTimeUs() const { return m_frameTimeUs; }
     /// The capture could not be read to its end.
     [[nodiscard]] bool IsDamaged() const { return m_isDamaged; }
 
     CallDecoder& Calls() { return m_calls; }
     MetaDecoder& Meta() { return m_meta; }
     void Add(BlockEventHandler* handler) { m_blockHandlers.push_back(handler); }
+    /// From frame `startFrame`, counted from 1, replays only what these threads did.
+    void SetThreadFilter(std::vector<std::uint32_t> threads, std::uint32_t startFrame);
     void SetFrameHashHandler(FrameHashHandler* handler) { m_hashHandler = handler; }
 
     /// Replays the records of a chunk up to a frame end. For tests of the decoding alone; `bytes` starts at 8 bytes'
@@ -39,8 +47,13 @@ public:
 private:
     enum class Outcome { FrameEnd, ChunkEnd, Damage };
     Outcome ProcessRecords();
+    void EndFrame();
+    template <class Record> bool Read(Record& record);
     void ProcessBuiltIn();
+    /// Records other than calls by which a thread acts.
+    void ProcessOfThread();
     void ProcessUnknown(std::uint32_t id);
+    void ApplyThreadFilter();
     void ChangeThread(std::uint32_t thread);
     void StartBlock(BlockType type);
     void EndBlock(BlockType type);
@@ -56,6 +69,9 @@ private:
 
     /// For each call of the file its CallId; callCount when this program does not know it.
     std::vector<std::uint32_t> m_known;
+    std::vector<std::uint64_t> m_callCounts;
+    std::uint64_t m_callsInFrames = 0;
+    std::uint64_t m_frameTimeUs = 0;
     /// For each call of the file, whether its absence from this program was said, and for other records.
     std::vector<bool> m_unknownSaid;
     bool m_unknownRecordSaid = false;
@@ -64,6 +80,11 @@ private:
     RecordCursor m_cursor;
     std::uint32_t m_thread = 0;
     bool m_isThreadKnown = false;
+    /// Empty: all.
+    std::vector<std::uint32_t> m_filter;
+    std::uint32_t m_filterStartFrame = 0;
+    /// The filter leaves the thread's calls out.
+    bool m_isThreadLeftOut = false;
     bool m_isInFrameBlock = false;
     bool m_isInStateBlock = false;
     bool m_isDamaged = false;

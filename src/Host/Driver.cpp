@@ -65,6 +65,28 @@ std::string MissingContext()
            "failed. Try another config with -config, for example -config R8G8B8A8D24S8.";
 }
 
+std::map<std::string, std::string> DriverStrings()
+{
+    const Core::EGLProcTable& egl = KHRLayer::EGLProc();
+    const auto getString = KHRLayer::GLESProc().glGetString;
+    if (!egl.eglGetCurrentContext || egl.eglGetCurrentContext() == EGL_NO_CONTEXT || !getString) {
+        return {};
+    }
+    std::map<std::string, std::string> strings;
+    for (const GLenum name : {GL_VENDOR, GL_RENDERER, GL_VERSION, GL_SHADING_LANGUAGE_VERSION}) {
+        if (const auto* text = reinterpret_cast<const char*>(getString(name))) {
+            strings[Core::LogFormat::GetGLEnumString(name)] = text;
+        }
+    }
+    for (const EGLint name : {EGL_VENDOR, EGL_VERSION}) {
+        const char* text = egl.eglQueryString ? egl.eglQueryString(egl.eglGetCurrentDisplay(), name) : nullptr;
+        if (text) {
+            strings[Core::LogFormat::GetEGLEnumString(static_cast<unsigned int>(name))] = text;
+        }
+    }
+    return strings;
+}
+
 bool IsContextLost()
 {
     const Core::EGLProcTable& egl = KHRLayer::EGLProc();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 
 struct wl_display;
@@ -14,6 +15,9 @@ std::string OpenDriver(const std::string& directory, wl_display* compositor);
 /// After a frame: why the driver cannot have drawn it, as a sentence; empty when a context is current, or when
 /// functions that make contexts are missing or skipped.
 std::string MissingContext();
+
+/// Strings by which a driver is known, by the names of the enums that query them; none without a current context.
+std::map<std::string, std::string> DriverStrings();
 
 /// True when the current context was lost, for instance because the GPU was reset.
 bool IsContextLost();

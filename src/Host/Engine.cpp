@@ -1,9 +1,9 @@
 #include "Host/Engine.h"
 
 #include "Data/CaptureFile.h"
-#include "Host/ReadBackVerifier.h"
+#include "Host/Screenshots.h"
+#include "Host/Verification.h"
 #include "Interfaces/Core.h"
-#include "Interfaces/Util.h"
 #include "Playback/CommonMetaHandler.h"
 #include "Playback/EGLPlaybackAdapter.h"
 #include "Playback/EGLProxySurfaceFactory.h"
@@ -19,14 +19,12 @@ namespace Host {
 
 using Playback::PlaybackEnvironment;
 
-Engine::Engine(Data::CaptureFile& capture, Output output, FrameVerifier* verifier)
+Engine::Engine(Data::CaptureFile& capture, Output output, Verification* verification, Screenshots* screenshots)
     : m_resourceTable(std::make_unique<Playback::GLResourceTable>()), m_surfaceFactory(std::move(output.surfaces))
 {
-    if (verifier) {
-        auto readBacks = std::make_unique<ReadBackVerifier>(m_resourceTable.get(), capture.At());
-        m_readBacks = readBacks.get();
-        m_glAdapter = std::move(readBacks);
-        capture.SetFrameHashHandler(verifier);
+    if (verification) {
+        m_glAdapter = std::make_unique<ReadBackVerifier>(m_resourceTable.get(), capture.At(), verification->readBacks);
+        capture.SetFrameHashHandler(&verification->frames);
     } else {
         m_glAdapter = std::make_unique<Playback::GLPlaybackAdapter>(m_resourceTable.get());
     }
@@ -34,8 +32,9 @@ Engine::Engine(Data::CaptureFile& capture, Output output, FrameVerifier* verifie
         std::make_unique<Playback::EGLPlaybackAdapter>(m_resourceTable.get(), output.windows, m_surfaceFactory.get());
     capture.SetAdapter(m_glAdapter.get());
     capture.SetAdapter(m_eglAdapter.get());
-    AttachScreenshots();
-    AttachHandlers(capture, output.windows);
+    m_glAdapter->SetScreenshotHandler(screenshots);
+    m_eglAdapter->SetScreenshotHandler(screenshots);
+    AttachHandlers(capture, output.windows, screenshots);
 }
 
 Engine::~Engine()
@@ -49,26 +48,56 @@ Engine::~Engine()
     m_glAdapter.reset();
 }
 
-void Engine::AttachScreenshots()
+void Engine::ShowFramebuffer(std::uint32_t captured, std::int32_t x, std::int32_t y) const
 {
-    const PlaybackEnvironment& settings = *PlaybackEnvironment::Instance();
-    if (settings.m_screenshotInterval == 0 && settings.m_screenshotEndFrame == 0 &&
-        settings.m_perDrawScreenshotFrame == 0 && !settings.m_dumpDefaultFbo) {
+    const Core::GLESProcTable& gl = Core::KHRLayer::GLESProc();
+    const Core::EGLProcTable& egl = Core::KHRLayer::EGLProc();
+    if (!gl.glBlitFramebuffer || !m_resourceTable->HasGLFramebuffer(captured)) {
         return;
     }
-    m_screenshotHandler = std::make_unique<Util::GLScreenshotHandler>(
-        static_cast<Util::ImageFormat>(settings.m_screenshotFormat), settings.m_screenshotOpaque);
-    m_glAdapter->SetScreenshotHandler(m_screenshotHandler.get());
-    m_eglAdapter->SetScreenshotHandler(m_screenshotHandler.get());
+    const EGLDisplay display = egl.eglGetCurrentDisplay();
+    const EGLSurface surface = egl.eglGetCurrentSurface(EGL_DRAW);
+    GLint draw = 0;
+    GLint read = 0;
+    EGLint width = 0;
+    EGLint height = 0;
+    gl.glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &draw);
+    gl.glGetIntegerv(GL_READ_FRAMEBUFFER_BINDING, &read);
+    egl.eglQuerySurface(display, surface, EGL_WIDTH, &width);
+    egl.eglQuerySurface(display, surface, EGL_HEIGHT, &height);
+    const GLboolean isScissored = gl.glIsEnabled(GL_SCISSOR_TEST);
+    gl.glDisable(GL_SCISSOR_TEST);
+    gl.glBindFramebuffer(GL_READ_FRAMEBUFFER, m_resourceTable->GetValueGLFramebuffer(captured));
+    gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
+    // What lies outside of either framebuffer is not drawn.
+    gl.glBlitFramebuffer(0, 0, width, height, x, y, x + width, y + height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    egl.eglSwapBuffers(display, surface);
+    gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, static_cast<GLuint>(draw));
+    gl.glBindFramebuffer(GL_READ_FRAMEBUFFER, static_cast<GLuint>(read));
+    if (isScissored) {
+        gl.glEnable(GL_SCISSOR_TEST);
+    }
 }
 
-void Engine::AttachHandlers(Data::CaptureFile& capture, Playback::WindowManager* windows)
+std::map<std::string, std::uint64_t> Engine::Errors() const
+{
+    std::map<std::string, std::uint64_t> errors;
+    for (const auto& [error, count] : m_glAdapter->ErrorCounts()) {
+        errors[Core::LogFormat::GetGLEnumString(error)] += count;
+    }
+    for (const auto& [error, count] : m_eglAdapter->ErrorCounts()) {
+        errors[Core::LogFormat::GetEGLEnumString(error)] += count;
+    }
+    return errors;
+}
+
+void Engine::AttachHandlers(Data::CaptureFile& capture, Playback::WindowManager* windows, Screenshots* screenshots)
 {
     const PlaybackEnvironment& settings = *PlaybackEnvironment::Instance();
     m_metaHandlers.push_back(std::make_unique<Playback::CommonMetaHandler>(windows));
     m_metaHandlers.push_back(std::make_unique<Playback::KHRMetaHandler>(m_resourceTable.get()));
     if (settings.m_dumpDefaultFbo) {
-        m_metaHandlers.push_back(std::make_unique<Playback::ImageMetaHandler>(m_screenshotHandler.get()));
+        m_metaHandlers.push_back(std::make_unique<Playback::ImageMetaHandler>(screenshots));
     }
     m_blockHandlers.push_back(std::make_unique<Playback::SkipApiBlockEventHandler>());
     if (settings.m_forceFlush) {

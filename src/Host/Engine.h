@@ -1,9 +1,10 @@
 #pragma once
 
+#include <cstdint>
+#include <map>
 #include <memory>
+#include <string>
 #include <vector>
-
-#include "Host/FrameVerifier.h"
 
 namespace Data {
 class BlockEventHandler;
@@ -19,13 +20,10 @@ class GLResourceTable;
 class WindowManager;
 } // namespace Playback
 
-namespace Util {
-class GLScreenshotHandler;
-}
-
 namespace Host {
 
-class ReadBackVerifier;
+class Screenshots;
+struct Verification;
 
 /// The engine's objects for one pass through a capture, built in the order in which they need each other and taken
 /// apart the other way round. The driver is open when it is made, and closed when it is gone.
@@ -38,29 +36,29 @@ public:
         std::unique_ptr<Playback::EGLProxySurfaceFactory> surfaces;
     };
 
-    /// Registers everything with the capture, which outlives the engine, and with `verifier` when it is not null.
-    Engine(Data::CaptureFile& capture, Output output, FrameVerifier* verifier);
+    /// Registers everything with the capture, which outlives the engine. Compares when `verification` is not null.
+    /// `screenshots` may be null too.
+    Engine(Data::CaptureFile& capture, Output output, Verification* verification, Screenshots* screenshots);
     ~Engine();
     Engine(const Engine&) = delete;
     Engine& operator=(const Engine&) = delete;
 
-    /// Null where the replay is not verified.
-    [[nodiscard]] const ReadBackVerifier* ReadBacks() const { return m_readBacks; }
+    /// Shows what is in a captured framebuffer of the current context, with its lower left corner at this place of the
+    /// surface, in pixels. Does nothing while there is no such framebuffer.
+    void ShowFramebuffer(std::uint32_t captured, std::int32_t x, std::int32_t y) const;
+    /// Errors of the driver by name, with their numbers, so far.
+    [[nodiscard]] std::map<std::string, std::uint64_t> Errors() const;
 
 private:
-    void AttachScreenshots();
-    void AttachHandlers(Data::CaptureFile& capture, Playback::WindowManager* windows);
+    void AttachHandlers(Data::CaptureFile& capture, Playback::WindowManager* windows, Screenshots* screenshots);
 
     std::unique_ptr<Playback::GLResourceTable> m_resourceTable;
     std::unique_ptr<Playback::EGLProxySurfaceFactory> m_surfaceFactory;
-    std::unique_ptr<Util::GLScreenshotHandler> m_screenshotHandler;
     // The GL adapter comes first because the EGL adapter deletes GL objects when it is destroyed.
     std::unique_ptr<Playback::GLPlaybackAdapter> m_glAdapter;
     std::unique_ptr<Playback::EGLPlaybackAdapter> m_eglAdapter;
     std::vector<std::unique_ptr<Data::MetaHandler>> m_metaHandlers;
     std::vector<std::unique_ptr<Data::BlockEventHandler>> m_blockHandlers;
-    /// The GL adapter, or null.
-    ReadBackVerifier* m_readBacks = nullptr;
 };
 
 } // namespace Host

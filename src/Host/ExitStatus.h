@@ -12,7 +12,8 @@ enum class ExitStatus : int {
     Unreadable = 3,
     /// No driver, display or config to replay with.
     NoDriver = 4,
-    ContextLost = 5,
+    /// The context was lost, or the time of -timelimit is over.
+    CutShort = 5,
 };
 
 } // namespace Host

@@ -19,21 +19,34 @@ using Playback::PlaybackEnvironment;
 constexpr const char* Usage = "Usage: playback [options] FILE.glcap\n"
                               "Replays a capture in a window, or off screen where there is no compositor.";
 
+constexpr const char* Introduction =
+    "\n\n"
+    "In the window and in the terminal space pauses and goes on, right arrow or n steps a\n"
+    "frame, s takes a screenshot, f toggles full screen, q or Escape ends.\n"
+    "\n"
+    "Examples:\n"
+    "  playback -verify x.glcap                compare the frames with the recorded ones\n"
+    "  playback -screenshots 10* -screenshotformat png -screenshotdir out x.glcap\n"
+    "  playback -loopframe 30 -stopframe 40 -loopcount 10 -json times.json x.glcap";
+
 constexpr Util::Option OwnOptions[] = {
     {"-headless", "", "replay off screen even where there is a compositor", "Program"},
     {"-verify", "", "compare frames with the hashes of playback-record --hash, and pixels that were read back",
      "Program"},
+    {"-measureframes", "A-B", "frames whose times are measured; all but the first when not given", "Program"},
+    {"-json", "FILE", "write the results as JSON: the summary, and time and calls of each frame", "Program"},
+    {"-framerate", "N", "replay so many frames a second at most", "Program"},
+    {"-pace", "HOW", "recorded: replay frames when the recorded program drew them", "Program"},
+    {"-timelimit", "SECONDS", "end after this time, with status 5", "Program"},
+    {"-quiet", "", "say only what is wrong", "Program"},
     {"-driver", "DIR", "take libEGL.so.1 and libGLESv2.so.2 from this folder", "Program"},
     {"-help", "", "print this text", "Program"},
     {"-version", "", "print the version", "Program"},
 };
 
-/// Parsed and kept in the settings, but nothing looks at them yet.
-constexpr const char* WithoutEffect[] = {
-    "-paused", "-pauseframe", "-loopframe", "-loopcount", "-thread", "-threadFilterStartFrame", "-extracttextures",
-};
-
 constexpr int LargestWindow = 32767;
+/// Of seconds, and of frames a second.
+constexpr double LargestNumber = 1e6;
 
 std::vector<Util::Option> AllOptions()
 {
@@ -54,11 +67,39 @@ std::optional<int> WholeNumber(std::string_view text)
     return value;
 }
 
+std::optional<double> PositiveNumber(const std::string& text)
+{
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    const bool isNumber = error == std::errc() && end == text.data() + text.size();
+    return isNumber && value > 0 && value <= LargestNumber ? std::optional(value) : std::nullopt;
+}
+
+std::optional<FrameRange> ParseFrameRange(std::string_view text)
+{
+    const std::size_t hyphen = text.find('-');
+    const auto first = WholeNumber(text.substr(0, hyphen));
+    const auto last = hyphen == std::string_view::npos ? first : WholeNumber(text.substr(hyphen + 1));
+    if (!first || !last || *first < 1 || *last < *first) {
+        return std::nullopt;
+    }
+    return FrameRange{static_cast<std::uint32_t>(*first), static_cast<std::uint32_t>(*last)};
+}
+
 /// What is wrong with an option's value, as the end of a sentence; empty when it is fine.
 std::string ValueFault(std::string_view name, std::string_view placeholder, const std::string& value)
 {
     if (placeholder == "N" && !WholeNumber(value)) {
         return "needs a whole number";
+    }
+    if (name == "-measureframes") {
+        return ParseFrameRange(value) ? "" : "needs frames A-B, A from 1 and B not below A";
+    }
+    if (name == "-framerate" || name == "-timelimit") {
+        return PositiveNumber(value) ? "" : "needs a number above 0";
+    }
+    if (name == "-pace") {
+        return value == "recorded" ? "" : "needs recorded";
     }
     if (name == "-width" || name == "-height") {
         const int pixels = *WholeNumber(value);
@@ -92,7 +133,7 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
         return UsageError(error);
     }
     if (args.HasSwitch("-help")) {
-        return Answer{ExitStatus::Done, commandLine.Help(Usage)};
+        return Answer{ExitStatus::Done, commandLine.Help(std::string(Usage) + Introduction)};
     }
     if (args.HasSwitch("-version")) {
         return Answer{ExitStatus::Done, "playback " PLAYBACK_VERSION "\n"};
@@ -119,23 +160,29 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
     if (const std::string* directory = args.FindValue("-driver")) {
         options.driverDirectory = *directory;
     }
+    if (const std::string* file = args.FindValue("-json")) {
+        options.jsonFile = *file;
+    }
+    // The first frame holds the start of the program.
+    options.measuredFrames.first = 2;
+    if (const std::string* frames = args.FindValue("-measureframes")) {
+        options.measuredFrames = *ParseFrameRange(*frames);
+    }
+    if (args.FindValue("-pace")) {
+        options.pace = Pace::Recorded();
+    }
+    if (const std::string* rate = args.FindValue("-framerate")) {
+        options.pace = Pace::Fixed(*PositiveNumber(*rate));
+    }
+    if (const std::string* seconds = args.FindValue("-timelimit")) {
+        options.timeLimit = std::chrono::duration<double>(*PositiveNumber(*seconds));
+    }
+    options.quiet = args.HasSwitch("-quiet");
+    options.arguments.assign(argv + 1, argv + argc);
     options.headless = args.HasSwitch("-headless");
     options.verify = args.HasSwitch("-verify");
     options.args = std::move(args);
     return options;
-}
-
-void ReportOptionsWithoutEffect(const Util::ParseArgs::CmdLineArgs& args)
-{
-    std::string given;
-    for (const char* name : WithoutEffect) {
-        if (args.HasSwitch(name) || args.FindValue(name)) {
-            given += given.empty() ? name : std::string(", ") + name;
-        }
-    }
-    if (!given.empty()) {
-        Core::Console::Print(Core::LogWarning, false, "This build does not act on %s.", given.c_str());
-    }
 }
 
 } // namespace Host

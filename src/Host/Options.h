@@ -1,9 +1,14 @@
 #pragma once
 
+#include <chrono>
+#include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "Host/ExitStatus.h"
+#include "Host/Measurements.h"
+#include "Host/Pace.h"
 #include "Interfaces/Util.h"
 
 namespace Host {
@@ -16,6 +21,14 @@ struct Options {
     std::string driverDirectory;
     bool headless = false;
     bool verify = false;
+    bool quiet = false;
+    /// File for the results as JSON; empty for none.
+    std::string jsonFile;
+    FrameRange measuredFrames;
+    Pace pace;
+    std::optional<std::chrono::duration<double>> timeLimit;
+    /// All of the command line, for the results.
+    std::vector<std::string> arguments;
 };
 
 /// What the command line gets instead of a replay: help, the version, or what is wrong with it.
@@ -26,8 +39,5 @@ struct Answer {
 
 /// Parses the arguments of main. Values that the engine would take for something else are refused here.
 std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv);
-
-/// Says which of the given options this build accepts without acting on them.
-void ReportOptionsWithoutEffect(const Util::ParseArgs::CmdLineArgs& args);
 
 } // namespace Host

@@ -5,8 +5,16 @@
 
 namespace Host {
 
-ReadBackVerifier::ReadBackVerifier(Playback::GLResourceTable* table, const Data::Position& position)
-    : GLPlaybackAdapter(table), m_position(position)
+std::string ReadBackTally::Report() const
+{
+    std::string report = (AllEqual() ? "verified: " : "not verified: ") + std::to_string(equal) + " of " +
+                         std::to_string(compared) + " read-backs equal";
+    return firstDifference.empty() ? report : report + "; first difference in " + firstDifference;
+}
+
+ReadBackVerifier::ReadBackVerifier(Playback::GLResourceTable* table, const Data::Position& position,
+                                   ReadBackTally& tally)
+    : GLPlaybackAdapter(table), m_position(position), m_tally(tally)
 {
 }
 
@@ -20,24 +28,17 @@ template <class Play> void ReadBackVerifier::Compare(const char* call, Data::Poi
     const auto* const replayed = pixels->As<const std::uint8_t>();
     m_recorded.assign(replayed, replayed + pixels->GetCount());
     play();
-    ++m_compared;
+    ++m_tally.compared;
     const auto [expected, found] = std::mismatch(m_recorded.cbegin(), m_recorded.cend(), replayed);
     if (expected == m_recorded.cend()) {
-        ++m_equal;
-    } else if (m_firstDifference.empty()) {
+        ++m_tally.equal;
+    } else if (m_tally.firstDifference.empty()) {
         char text[128];
         std::snprintf(text, sizeof text, "frame %u, call %u %s: expected 0x%02x in byte %td of %zu, found 0x%02x",
                       m_position.frame + 1, m_position.call, call, *expected, expected - m_recorded.cbegin(),
                       m_recorded.size(), *found);
-        m_firstDifference = text;
+        m_tally.firstDifference = text;
     }
-}
-
-std::string ReadBackVerifier::Report() const
-{
-    std::string report = (AllEqual() ? "verified: " : "not verified: ") + std::to_string(m_equal) + " of " +
-                         std::to_string(m_compared) + " read-backs equal";
-    return m_firstDifference.empty() ? report : report + "; first difference in " + m_firstDifference;
 }
 
 void ReadBackVerifier::Process_glReadPixels(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height,

@@ -8,18 +8,24 @@
 
 namespace Host {
 
+/// What came of comparing read-backs.
+struct ReadBackTally {
+    std::uint32_t compared = 0;
+    std::uint32_t equal = 0;
+    /// Empty while there is none.
+    std::string firstDifference;
+
+    [[nodiscard]] bool AllEqual() const { return equal == compared; }
+    /// One line that tells the result, and names the first call that differs.
+    [[nodiscard]] std::string Report() const;
+};
+
 /// Replays, and compares the pixels that the recorded program read back to its memory with those that the live driver
 /// answers. Pixels that were read into a buffer are not in a capture.
 class ReadBackVerifier : public Playback::GLPlaybackAdapter {
 public:
-    /// `position` follows the replay and outlives the adapter, as the table does.
-    ReadBackVerifier(Playback::GLResourceTable* table, const Data::Position& position);
-
-    /// A call with pixels to compare came.
-    [[nodiscard]] bool HasCompared() const { return m_compared != 0; }
-    [[nodiscard]] bool AllEqual() const { return m_equal == m_compared; }
-    /// One line that tells the result, and names the first call that differs.
-    [[nodiscard]] std::string Report() const;
+    /// `position` follows the replay and `tally` takes the results; both outlive the adapter, as the table does.
+    ReadBackVerifier(Playback::GLResourceTable* table, const Data::Position& position, ReadBackTally& tally);
 
     void Process_glReadPixels(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height,
                               std::uint32_t format, std::uint32_t type, Data::PointerData* pixels) override;
@@ -34,10 +40,7 @@ private:
     template <class Play> void Compare(const char* call, Data::PointerData* pixels, Play play);
 
     const Data::Position& m_position;
-    std::uint32_t m_compared = 0;
-    std::uint32_t m_equal = 0;
-    /// Empty while there is none.
-    std::string m_firstDifference;
+    ReadBackTally& m_tally;
     std::vector<std::uint8_t> m_recorded;
 };
 

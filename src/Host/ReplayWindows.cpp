@@ -81,6 +81,15 @@ ReplayWindow* ReplayWindows::GetActiveWindow()
     return m_active;
 }
 
+void ReplayWindows::ToggleFullscreen()
+{
+    if (m_active->IsFullscreen()) {
+        m_active->ExitFullscreenState();
+    } else {
+        m_active->EnterFullscreenState();
+    }
+}
+
 bool ReplayWindows::IsClosed() const
 {
     return (m_spare && m_spare->IsClosed()) || std::any_of(m_ofSurface.begin(), m_ofSurface.end(),

@@ -41,6 +41,7 @@ public:
     Playback::Window* CreateNewWindow() override { return nullptr; }
     void DestroyWindow(Playback::Window*) override {}
 
+    void ToggleFullscreen();
     /// The user closed one of the windows.
     [[nodiscard]] bool IsClosed() const;
 

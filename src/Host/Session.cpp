@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <thread>
 
 #include "Data/CaptureFile.h"
 #include "Host/Driver.h"
@@ -9,9 +10,10 @@
 #include "Host/FramePacer.h"
 #include "Host/HiddenSurface.h"
 #include "Host/OffscreenSurfaceFactory.h"
-#include "Host/ReadBackVerifier.h"
 #include "Host/ReplayWindows.h"
+#include "Host/Screenshots.h"
 #include "Host/Statistics.h"
+#include "Host/Terminal.h"
 #include "Host/WaylandConnection.h"
 #include "Interfaces/Core.h"
 #include "Interfaces/Util.h"
@@ -21,29 +23,38 @@
 #include "Playback/EGLSingleSurfaceFactory.h"
 #include "Playback/PlaybackSettings.h"
 #include "Playback/SingleWindowManager.h"
+#include "Textures/TextureFiles.h"
 
 namespace Host {
 
 namespace {
 
-template <class... Values> void Say(int level, const char* format, Values... values)
-{
-    Core::Console::Print(level, false, format, values...);
-}
+using std::chrono::steady_clock;
 
-/// "1 frame", "2 frames".
-std::string Counted(std::uint64_t count, const char* noun)
+/// How long events and keys may wait for an answer while replay itself waits.
+constexpr std::chrono::milliseconds LongestSleep{10};
+
+std::string NumberOf(std::uint32_t frame)
 {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+    return "frame " + std::to_string(frame);
 }
 
 } // namespace
 
-Session::Session(Options options) : m_options(std::move(options)), m_settings(Playback::PlaybackEnvironment::Instance())
+Session::Session(Options options)
+    : m_options(std::move(options)), m_settings(Playback::PlaybackEnvironment::Instance()), m_pace(m_options.pace),
+      m_measurements(m_options.measuredFrames)
 {
 }
 
 Session::~Session() = default;
+
+void Session::Say(const std::string& text) const
+{
+    if (!m_options.quiet) {
+        Core::Console::Print(Core::LogNotice, false, "%s", text.c_str());
+    }
+}
 
 ExitStatus Session::Run()
 {
@@ -51,32 +62,37 @@ ExitStatus Session::Run()
     if (!failure) {
         failure = OpenCapture();
     }
+    if (!failure && m_settings->m_extractTextures) {
+        failure = ExtractTextures();
+    }
     if (!failure && m_settings->m_stats) {
         failure = StartStatistics();
     } else if (!failure && m_settings->m_playback) {
         failure = OpenOutput();
         if (!failure) {
-            m_engine = std::make_unique<Engine>(*m_capture, Engine::Output{m_windowManager, CreateSurfaceFactory()},
-                                                m_options.verify ? &m_verifier : nullptr);
+            CreateEngine();
         }
     }
     if (!failure) {
         failure = Replay();
     }
     if (failure) {
-        Say(Core::LogError, "playback: %s", failure->message.c_str());
-        return failure->status;
+        Core::Console::Print(Core::LogError, false, "playback: %s", failure->message.c_str());
     }
-    return Summarise();
+    const bool hasBegun = m_report.passes != 0;
+    const ExitStatus status = hasBegun ? Summarise() : ExitStatus::Done;
+    return failure ? failure->status : status;
 }
 
 Session::Outcome Session::LoadSettings()
 {
     m_settings->LoadSettings(m_options.args, m_options.captureFile);
-    ReportOptionsWithoutEffect(m_options.args);
     const std::string* folder = m_options.args.FindValue("-screenshotdir");
     if (folder && !Util::Path::Exists(*folder)) {
         return Failure{ExitStatus::Usage, "cannot create the folder of -screenshotdir, " + *folder};
+    }
+    if (m_settings->m_screenshotPath.empty()) {
+        m_settings->m_screenshotPath = m_settings->GetFilePrefix(m_options.captureFile, 0);
     }
     return std::nullopt;
 }
@@ -84,11 +100,41 @@ Session::Outcome Session::LoadSettings()
 Session::Outcome Session::OpenCapture()
 {
     const Data::Preload preload = m_settings->m_preloadFile ? Data::Preload::All : Data::Preload::No;
-    const auto report = [](const std::string& trouble) { Say(Core::LogWarning, "playback: %s", trouble.c_str()); };
+    const auto report = [](const std::string& trouble) {
+        Core::Console::Print(Core::LogWarning, false, "playback: %s", trouble.c_str());
+    };
     std::string error;
     m_capture = Data::CaptureFile::Open(m_options.captureFile, preload, report, error);
     if (!m_capture) {
         return Failure{ExitStatus::Unreadable, error};
+    }
+    if (m_settings->m_loopFrame > static_cast<std::int64_t>(FramesOfPass())) {
+        return Failure{ExitStatus::Usage, "-loopframe " + std::to_string(m_settings->m_loopFrame) +
+                                              " is behind the last frame, which is " + std::to_string(FramesOfPass())};
+    }
+    return std::nullopt;
+}
+
+Session::Outcome Session::ExtractTextures()
+{
+    std::string error;
+    // Trouble with the file is reported when it is replayed.
+    const auto capture = Data::CaptureFile::Open(m_options.captureFile, Data::Preload::No, {}, error);
+    if (!capture) {
+        return Failure{ExitStatus::Unreadable, error};
+    }
+    Textures::TextureFiles files(m_settings->m_screenshotPath,
+                                 static_cast<Util::ImageFormat>(m_settings->m_screenshotFormat));
+    const Textures::UploadReader reader(*capture, [&](const Textures::Upload& upload) { files.Write(upload); });
+    while (capture->GetCurrentFrame() < LastFrame() && capture->GetFrameProcessor()->ProcessNextFrame()) {
+    }
+    if (!files.Error().empty()) {
+        return Failure{ExitStatus::Usage, "cannot write a texture, " + files.Error()};
+    }
+    Say("Wrote the textures of " + std::to_string(files.Written()) + " uploads to " + m_settings->m_screenshotPath +
+        "frame...");
+    if (reader.FromBuffers() != 0) {
+        Say(std::to_string(reader.FromBuffers()) + " uploads from buffers were left out.");
     }
     return std::nullopt;
 }
@@ -116,16 +162,25 @@ Session::Outcome Session::OpenOutput()
     } else {
         m_connection = WaylandConnection::Open(why);
     }
-    wl_display* compositor = m_connection ? m_connection->Globals().display : nullptr;
-    if (compositor) {
-        Say(Core::LogNotice, "Replaying in a window (%s).", m_connection->ShellName());
-    } else {
-        Say(Core::LogNotice, "Replaying off screen: %s.", why.c_str());
+    Say(m_connection ? std::string("Replaying in a window (") + m_connection->ShellName() + ")."
+                     : "Replaying off screen: " + why + ".");
+    Outcome failure = OpenDriver();
+    if (!failure && m_connection) {
+        failure = OpenWindows();
+        if (!failure) {
+            m_pacer = std::make_unique<FramePacer>(*m_windows);
+        }
     }
-    if (std::string error = OpenDriver(m_options.driverDirectory, compositor); !error.empty()) {
+    return failure;
+}
+
+Session::Outcome Session::OpenDriver()
+{
+    wl_display* const compositor = m_connection ? m_connection->Globals().display : nullptr;
+    if (std::string error = Host::OpenDriver(m_options.driverDirectory, compositor); !error.empty()) {
         return Failure{ExitStatus::NoDriver, std::move(error)};
     }
-    return compositor ? OpenWindows() : std::nullopt;
+    return std::nullopt;
 }
 
 Session::Outcome Session::OpenWindows()
@@ -141,13 +196,25 @@ Session::Outcome Session::OpenWindows()
         return Failure{ExitStatus::NoDriver, "No display: the compositor refused a window. Try -headless to replay off "
                                              "screen."};
     }
-    m_pacer = std::make_unique<FramePacer>(*m_windows);
     m_windowManager = m_windows.get();
     if (m_settings->m_singleSurface) {
         m_singleWindow = std::make_unique<Playback::SingleWindowManager>(m_windows->GetActiveWindow());
         m_windowManager = m_singleWindow.get();
     }
     return std::nullopt;
+}
+
+void Session::CreateEngine()
+{
+    m_terminal = m_terminal ? std::move(m_terminal) : Terminal::Open();
+    const bool hasKeys = m_terminal || (m_connection && m_connection->HasKeyboard());
+    const bool hasScreenshots = m_settings->m_screenshotInterval != 0 || m_settings->m_screenshotEndFrame != 0 ||
+                                m_settings->m_perDrawScreenshotFrame != 0 || m_settings->m_dumpDefaultFbo;
+    if (hasKeys || hasScreenshots) {
+        m_screenshots = std::make_unique<Screenshots>(*m_settings);
+    }
+    m_engine = std::make_unique<Engine>(*m_capture, Engine::Output{m_windowManager, CreateSurfaceFactory()},
+                                        m_options.verify ? &m_verification : nullptr, m_screenshots.get());
 }
 
 std::unique_ptr<Playback::EGLProxySurfaceFactory> Session::CreateSurfaceFactory() const
@@ -167,19 +234,187 @@ std::unique_ptr<Playback::EGLProxySurfaceFactory> Session::CreateSurfaceFactory(
 
 Session::Outcome Session::Replay()
 {
-    m_controller = std::make_unique<Playback::Controller>(m_windowManager, m_capture.get());
-    const auto start = std::chrono::steady_clock::now();
+    m_statusLine.emplace(m_options.quiet);
+    m_start = steady_clock::now();
     Outcome failure;
-    while (!failure && m_controller->HasMoreFrames()) {
-        m_stopReason = ReasonToStop();
-        if (!m_stopReason.empty()) {
-            break;
+    do {
+        if (m_report.passes != 0) {
+            failure = Rewind();
         }
-        m_controller->Update();
-        failure = AfterFrame();
-    }
-    m_duration = std::chrono::steady_clock::now() - start;
+        if (!failure) {
+            failure = ReplayPass();
+            EndPass();
+        }
+    } while (!failure && IsAnotherPassDue());
+    m_statusLine.reset();
     return failure;
+}
+
+Session::Outcome Session::Rewind()
+{
+    const bool isPaused = m_controller->IsPaused();
+    m_engine.reset();
+    m_pacer.reset();
+    Outcome failure = OpenCapture();
+    if (!failure && m_settings->m_playback) {
+        failure = OpenDriver();
+        if (!failure && m_windows) {
+            m_pacer = std::make_unique<FramePacer>(*m_windows);
+        }
+        if (!failure) {
+            CreateEngine();
+        }
+    }
+    m_controller.reset();
+    if (!failure && isPaused) {
+        m_controller = std::make_unique<Playback::Controller>(m_windowManager, m_capture.get());
+        m_controller->Pause();
+    }
+    return failure;
+}
+
+Session::Outcome Session::ReplayPass()
+{
+    ++m_report.passes;
+    m_capture->SetThreadFilter({m_settings->m_threads.begin(), m_settings->m_threads.end()},
+                               static_cast<std::uint32_t>(std::max(m_settings->m_threadFilterStartFrame, 0)));
+    if (!m_controller) {
+        m_controller = std::make_unique<Playback::Controller>(m_windowManager, m_capture.get());
+    }
+    m_pace.Restart();
+    auto start = steady_clock::now();
+    Outcome failure;
+    while (!failure && m_controller->HasMoreFrames() && WaitForTurn(failure)) {
+        failure = ReplayFrame();
+        UpdateStatus();
+        if (IsOnTheWay()) {
+            start = steady_clock::now();
+        }
+    }
+    m_report.seconds += std::chrono::duration<double>(steady_clock::now() - start).count();
+    return failure;
+}
+
+Session::Outcome Session::ReplayFrame()
+{
+    const std::uint32_t frame = CurrentFrame() + 1;
+    if (m_settings->m_pause && static_cast<std::int64_t>(frame) == m_settings->m_pauseFrame && m_report.passes == 1) {
+        m_isPauseDue = true;
+    }
+    if (m_screenshots && (m_isPauseDue || m_controller->IsPaused())) {
+        m_screenshots->KeepNextFrame();
+    }
+    const bool isOnTheWay = IsOnTheWay();
+    const std::uint64_t calls = m_capture->CallCount();
+    m_measurements.StartFrame(calls);
+    m_controller->FrameForward();
+    if (!isOnTheWay) {
+        m_report.calls += m_capture->CallCount() - calls;
+    }
+    if (CurrentFrame() == frame && !isOnTheWay) {
+        ++m_report.frames;
+        m_measurements.EndFrame(frame, m_capture->CallCount());
+    }
+    if (m_isPauseDue) {
+        m_isPauseDue = false;
+        m_controller->Pause();
+        SayPaused();
+    }
+    return AfterFrame();
+}
+
+void Session::SayPaused() const
+{
+    const bool hasKeys = m_terminal || (m_connection && m_connection->HasKeyboard());
+    Say("Paused at " + NumberOf(CurrentFrame()) + "; " +
+        (hasKeys ? KeyHelp : "there is neither a keyboard nor a terminal to go on with, a signal ends the replay") +
+        ".");
+}
+
+bool Session::WaitForTurn(Outcome& failure)
+{
+    const auto due = IsOnTheWay() ? steady_clock::now() : m_pace.NextFrame(m_capture->FrameTimeUs());
+    for (;;) {
+        failure = HandleEvents();
+        m_report.stopReason = failure ? "" : ReasonToStop();
+        if (failure || !m_report.stopReason.empty() || CurrentFrame() >= LastFrame()) {
+            return false;
+        }
+        if (m_controller->IsPaused()) {
+            if (m_steps > 0) {
+                --m_steps;
+                return true;
+            }
+            m_pace.Restart();
+        }
+        const auto now = steady_clock::now();
+        if (m_options.timeLimit && now - m_start > *m_options.timeLimit) {
+            failure =
+                Failure{ExitStatus::CutShort, "The time of -timelimit is over after " + NumberOf(CurrentFrame()) + "."};
+            return false;
+        }
+        if (!m_controller->IsPaused() && now >= due) {
+            return true;
+        }
+        UpdateStatus();
+        std::this_thread::sleep_until(m_controller->IsPaused() ? now + LongestSleep
+                                                               : std::min(due, now + LongestSleep));
+    }
+}
+
+Session::Outcome Session::HandleEvents()
+{
+    if (m_connection) {
+        if (!m_connection->Dispatch()) {
+            return Failure{ExitStatus::NoDriver,
+                           "The connection to the compositor broke after " + NumberOf(CurrentFrame()) + "."};
+        }
+        m_commands.insert(m_commands.end(), m_connection->Commands().begin(), m_connection->Commands().end());
+        m_connection->Commands().clear();
+    }
+    if (m_terminal) {
+        m_terminal->Read(m_commands);
+    }
+    for (; !m_commands.empty(); m_commands.pop_front()) {
+        Obey(m_commands.front());
+    }
+    return std::nullopt;
+}
+
+void Session::Obey(Command command)
+{
+    switch (command) {
+    case Command::PauseOrGo:
+        if (m_controller->IsPaused()) {
+            m_controller->Play();
+        } else {
+            m_isPauseDue = true;
+        }
+        break;
+    case Command::Step:
+        // Also when replay runs: then it pauses after the next frame.
+        if (m_controller->IsPaused()) {
+            ++m_steps;
+        } else {
+            m_isPauseDue = true;
+        }
+        break;
+    case Command::Screenshot:
+        if (m_screenshots && m_controller->IsPaused()) {
+            m_screenshots->WriteKept();
+        } else if (m_screenshots) {
+            m_screenshots->WriteNextFrame();
+        }
+        break;
+    case Command::FullScreen:
+        if (m_windows) {
+            m_windows->ToggleFullscreen();
+        }
+        break;
+    case Command::End:
+        m_isEndWanted = true;
+        break;
+    }
 }
 
 Session::Outcome Session::AfterFrame()
@@ -187,80 +422,132 @@ Session::Outcome Session::AfterFrame()
     if (!m_engine) {
         return std::nullopt;
     }
-    if (m_connection && !m_connection->Dispatch()) {
-        return Failure{ExitStatus::NoDriver, "The connection to the compositor broke after frame " +
-                                                 std::to_string(m_capture->GetCurrentFrame()) + "."};
+    if (m_report.driver.empty()) {
+        m_report.driver = DriverStrings();
     }
-    if (m_capture->GetCurrentFrame() == 1 && m_controller->HasMoreFrames()) {
+    if (CurrentFrame() == 1 && m_controller->HasMoreFrames()) {
         if (std::string missing = MissingContext(); !missing.empty()) {
             return Failure{ExitStatus::NoDriver, std::move(missing)};
         }
     }
-    if (m_windows && m_capture->GetCurrentFrame() == 1 && m_windows->GetActiveWindow()->GetWidth() == 0) {
-        Say(Core::LogNotice, "The first frame is drawn off screen; the window appears with the first one that is not.");
+    if (m_windows && CurrentFrame() == 1 && m_report.passes == 1 && m_windows->GetActiveWindow()->GetWidth() == 0) {
+        Say("The first frame is drawn off screen; the window appears with the first one that is not.");
+    }
+    if (m_settings->m_swapFbo > 0) {
+        m_engine->ShowFramebuffer(static_cast<std::uint32_t>(m_settings->m_swapFbo), m_settings->m_swapFboX,
+                                  m_settings->m_swapFboY);
     }
     if (IsContextLost()) {
-        return Failure{ExitStatus::ContextLost, "The driver lost the context in frame " +
-                                                    std::to_string(m_capture->GetCurrentFrame()) +
-                                                    ", for instance because the GPU was reset."};
+        return Failure{ExitStatus::CutShort, "The driver lost the context in " + NumberOf(CurrentFrame()) +
+                                                 ", for instance because the GPU was reset."};
     }
     return std::nullopt;
 }
 
 std::string Session::ReasonToStop() const
 {
-    if (m_settings->m_stopFrameSet &&
-        static_cast<std::int64_t>(m_capture->GetCurrentFrame()) >= m_settings->m_stopFrame) {
-        return "-stopframe";
-    }
     if (m_stopSignal.Received() != 0) {
         return strsignal(m_stopSignal.Received());
+    }
+    if (m_isEndWanted) {
+        return "q or Escape was pressed";
     }
     if (m_windows && m_windows->IsClosed()) {
         return "a window was closed";
     }
+    if (m_settings->m_stopFrameSet && CurrentFrame() >= LastFrame() && !IsAnotherPassDue()) {
+        return "-stopframe";
+    }
     return "";
 }
 
-std::uint32_t Session::ExpectedFrames() const
+std::uint32_t Session::CurrentFrame() const
 {
-    const std::uint32_t all = m_capture->GetFrameCount();
-    const bool cut = m_settings->m_stopFrameSet && m_settings->m_stopFrame < static_cast<std::int64_t>(all);
-    return cut ? static_cast<std::uint32_t>(std::max(m_settings->m_stopFrame, 0)) : all;
+    return m_capture->GetCurrentFrame();
+}
+
+std::uint32_t Session::LastFrame() const
+{
+    // The frames that the file announces may not be all there are, as when its end is missing.
+    constexpr std::uint32_t everything = ~std::uint32_t{0};
+    return m_settings->m_stopFrameSet ? static_cast<std::uint32_t>(std::max(m_settings->m_stopFrame, 0)) : everything;
+}
+
+bool Session::IsOnTheWay() const
+{
+    return m_report.passes > 1 && static_cast<std::int64_t>(CurrentFrame()) < m_settings->m_loopFrame - 1;
+}
+
+bool Session::IsAnotherPassDue() const
+{
+    if (!m_report.stopReason.empty() || m_statistics) {
+        return false;
+    }
+    return m_settings->m_loopCount > 0 ? static_cast<std::int64_t>(m_report.passes) < m_settings->m_loopCount
+                                       : m_settings->m_loopFrame > 0;
+}
+
+std::uint32_t Session::FramesOfPass() const
+{
+    return std::min(m_capture->GetFrameCount(), LastFrame());
+}
+
+void Session::UpdateStatus()
+{
+    const auto first = static_cast<std::uint32_t>(std::max(m_settings->m_loopFrame, 1));
+    const std::uint64_t looped = FramesOfPass() >= first ? FramesOfPass() - first + 1 : 0;
+    const auto passes = static_cast<std::uint64_t>(std::max(m_settings->m_loopCount, 1));
+    m_statusLine->Update(m_report.frames, FramesOfPass() + (passes - 1) * looped, CurrentFrame(),
+                         m_controller->IsPaused());
+}
+
+void Session::EndPass()
+{
+    m_report.refusedCalls += m_capture->SkippedCalls();
+    if (!m_engine) {
+        return;
+    }
+    for (const auto& [name, count] : m_engine->Errors()) {
+        m_report.errors[name] += count;
+    }
+    for (const auto& [name, count] : m_capture->CallCounts()) {
+        const unsigned int id = Core::KHRLayer::GetEglGlFuncId(name);
+        if (!Core::KHRLayer::HasFunction(id) || m_settings->m_skipFrameApiIds.contains(id)) {
+            m_report.skipped[name] += count;
+        }
+    }
 }
 
 ExitStatus Session::Summarise()
 {
-    const std::uint32_t frames = m_capture->GetCurrentFrame();
-    if (!m_stopReason.empty()) {
-        Say(Core::LogNotice, "Stopped after frame %u of %u: %s.", frames, m_capture->GetFrameCount(),
-            m_stopReason.c_str());
+    m_report.captureFile = m_options.captureFile;
+    m_report.captureFrames = m_capture->GetFrameCount();
+    m_report.options = m_options.arguments;
+    m_report.errorMessages = Core::Log::ErrorCount();
+    m_report.areErrorsChecked = m_engine && !m_settings->m_skipErrorCheck;
+    if (m_options.verify) {
+        const std::uint32_t expected = FramesOfPass() * m_report.passes;
+        m_report.isVerified = m_verification.IsVerified(expected);
+        m_report.verification = m_verification.Report(expected);
     }
-    const double seconds = m_duration.count();
-    Say(Core::LogNotice, "%s in %.3f s, %.1f frames a second, %s.", Counted(frames, "frame").c_str(), seconds,
-        seconds > 0 ? frames / seconds : 0.0, Counted(Core::Log::ErrorCount(), "error").c_str());
+    if (!m_report.stopReason.empty()) {
+        Say("Stopped after frame " + std::to_string(CurrentFrame()) + " of " +
+            std::to_string(m_capture->GetFrameCount()) + ": " + m_report.stopReason + ".");
+    }
+    for (const std::string& line : SummaryLines(m_report, m_measurements)) {
+        Say(line);
+    }
     if (m_statistics) {
         m_statistics.reset();
-        Say(Core::LogNotice, "%s", Statistics::Report(m_options.captureFile).c_str());
+        Say(Statistics::Report(m_options.captureFile));
     }
-    return m_options.verify && !IsVerified() ? ExitStatus::Differed : ExitStatus::Done;
-}
-
-bool Session::IsVerified() const
-{
-    const ReadBackVerifier* const readBacks = m_engine ? m_engine->ReadBacks() : nullptr;
-    const bool hasReadBacks = readBacks && readBacks->HasCompared();
-    bool isVerified = true;
-    // A program that never shows a frame is known by what it reads.
-    if (ExpectedFrames() != 0 || !hasReadBacks) {
-        Say(Core::LogNotice, "%s", m_verifier.Report(ExpectedFrames()).c_str());
-        isVerified = m_verifier.IsVerified(ExpectedFrames());
+    if (!m_options.jsonFile.empty()) {
+        if (const std::string error = WriteJson(m_options.jsonFile, m_report, m_measurements); !error.empty()) {
+            Core::Console::Print(Core::LogError, false, "playback: cannot write %s", error.c_str());
+            return ExitStatus::Differed;
+        }
     }
-    if (hasReadBacks) {
-        Say(Core::LogNotice, "%s", readBacks->Report().c_str());
-        isVerified = isVerified && readBacks->AllEqual();
-    }
-    return isVerified;
+    return m_report.isVerified.value_or(true) ? ExitStatus::Done : ExitStatus::Differed;
 }
 
 } // namespace Host

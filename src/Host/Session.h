@@ -4,12 +4,16 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
+#include "Host/Commands.h"
 #include "Host/ExitStatus.h"
-#include "Host/FrameVerifier.h"
+#include "Host/Measurements.h"
 #include "Host/Options.h"
+#include "Host/Pace.h"
+#include "Host/Report.h"
+#include "Host/StatusLine.h"
 #include "Host/StopSignal.h"
+#include "Host/Verification.h"
 
 namespace Data {
 class CaptureFile;
@@ -28,11 +32,13 @@ namespace Host {
 class Engine;
 class FramePacer;
 class ReplayWindows;
+class Screenshots;
 class Statistics;
+class Terminal;
 class WaylandConnection;
 
-/// One replay of one capture: builds the engine's objects in the order in which they need each other, steps the frames,
-/// and takes the objects apart again. Owns them all.
+/// One replay of one capture: opens what it is shown on, makes as many passes through the capture as are asked for,
+/// steps the frames, and tells how it went. Owns everything.
 class Session {
 public:
     explicit Session(Options options);
@@ -53,18 +59,44 @@ private:
     Outcome LoadSettings();
     Outcome OpenCapture();
     Outcome StartStatistics();
+    /// Writes the textures of the capture to files. Needs no driver.
+    Outcome ExtractTextures();
     Outcome OpenOutput();
     Outcome OpenWindows();
+    Outcome OpenDriver();
+    void CreateEngine();
     std::unique_ptr<Playback::EGLProxySurfaceFactory> CreateSurfaceFactory() const;
+
     Outcome Replay();
+    /// From the first frame to the last one; later passes show only what is in the loop.
+    Outcome ReplayPass();
+    /// Takes note of the pass that ended.
+    void EndPass();
+    /// Builds everything anew for another pass.
+    Outcome Rewind();
+    Outcome ReplayFrame();
     /// Looks after the frame just replayed: window events, lost contexts.
     Outcome AfterFrame();
+    /// Waits until the next frame is to be replayed. False when the pass ends here, perhaps with a failure.
+    bool WaitForTurn(Outcome& failure);
+    void SayPaused() const;
+    Outcome HandleEvents();
+    void Obey(Command command);
     /// Why replay ends before the capture does; empty to go on.
     [[nodiscard]] std::string ReasonToStop() const;
-    [[nodiscard]] std::uint32_t ExpectedFrames() const;
+
+    /// The pass only repeats what leads to the loop.
+    [[nodiscard]] bool IsOnTheWay() const;
+    [[nodiscard]] bool IsAnotherPassDue() const;
+    /// Of the capture, or as -stopframe has it.
+    [[nodiscard]] std::uint32_t LastFrame() const;
+    [[nodiscard]] std::uint32_t CurrentFrame() const;
+    /// That one pass replays, as far as the file tells.
+    [[nodiscard]] std::uint32_t FramesOfPass() const;
+    void UpdateStatus();
+
     ExitStatus Summarise();
-    /// Reports how the replay compares with the recording.
-    [[nodiscard]] bool IsVerified() const;
+    void Say(const std::string& text) const;
 
     Options m_options;
     Playback::PlaybackEnvironment* m_settings;
@@ -80,14 +112,29 @@ private:
     std::unique_ptr<Playback::SingleWindowManager> m_singleWindow;
     /// One of the above, or null off screen.
     Playback::WindowManager* m_windowManager = nullptr;
+    /// Null where nobody asks for any.
+    std::unique_ptr<Screenshots> m_screenshots;
+    Verification m_verification;
+    /// Null where nothing is replayed.
     std::unique_ptr<Engine> m_engine;
     /// In the place of the engine with -stats.
     std::unique_ptr<Statistics> m_statistics;
     std::unique_ptr<Playback::Controller> m_controller;
 
-    FrameVerifier m_verifier;
-    std::string m_stopReason;
-    std::chrono::duration<double> m_duration{};
+    /// Null where there is none to take keys from.
+    std::unique_ptr<Terminal> m_terminal;
+    CommandQueue m_commands;
+    /// Frames to replay although replay is paused.
+    std::uint32_t m_steps = 0;
+    bool m_isEndWanted = false;
+    /// The next frame is the last one before a pause.
+    bool m_isPauseDue = false;
+
+    Pace m_pace;
+    Measurements m_measurements;
+    std::optional<StatusLine> m_statusLine;
+    std::chrono::steady_clock::time_point m_start;
+    Report m_report;
 };
 
 } // namespace Host

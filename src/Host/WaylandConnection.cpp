@@ -66,6 +66,7 @@ WaylandConnection::~WaylandConnection()
     if (!m_globals.display) {
         return;
     }
+    m_keyboards.clear();
     if (m_stableShell) {
         xdg_wm_base_destroy(m_stableShell);
     }
@@ -90,6 +91,9 @@ void WaylandConnection::Bind(std::uint32_t name, const char* interface, std::uin
         xdg_wm_base_add_listener(m_stableShell, &ShellListener, nullptr);
     } else if (offered == "xdg_shell") {
         m_globals.xdgShell = Playback::BindXdgShell(m_registry, name);
+    } else if (offered == wl_seat_interface.name) {
+        auto* const seat = static_cast<wl_seat*>(wl_registry_bind(m_registry, name, &wl_seat_interface, 1));
+        m_keyboards.push_back(std::make_unique<Keyboard>(seat, m_commands));
     } else if (offered == wl_shell_interface.name) {
         m_globals.shell = static_cast<wl_shell*>(wl_registry_bind(m_registry, name, &wl_shell_interface, 1));
     }

@@ -5,7 +5,10 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "Host/Commands.h"
+#include "Host/Keyboard.h"
 #include "Playback/Display.h"
 
 struct xdg_wm_base;
@@ -28,6 +31,10 @@ public:
     /// Waits until the compositor has handled everything sent so far, and handles its events. False as in Dispatch.
     bool Roundtrip();
 
+    /// What was asked for with the keyboard in any window.
+    [[nodiscard]] CommandQueue& Commands() { return m_commands; }
+    [[nodiscard]] bool HasKeyboard() const { return !m_keyboards.empty(); }
+
     /// Called each time events were handled; empty for nothing.
     void SetAfterEvents(std::function<void()> afterEvents) { m_afterEvents = std::move(afterEvents); }
 
@@ -46,6 +53,8 @@ private:
     Playback::Display m_globals;
     wl_registry* m_registry = nullptr;
     xdg_wm_base* m_stableShell = nullptr;
+    CommandQueue m_commands;
+    std::vector<std::unique_ptr<Keyboard>> m_keyboards;
     std::function<void()> m_afterEvents;
 };
 

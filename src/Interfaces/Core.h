@@ -65,6 +65,9 @@ public:
     /// `level` counts as in LogLevel; `zone` says whether a log zone is printed with the message and is always false
     /// or 1 for plain text.
     static void Print(int level, bool zone, const char* format, ...) __attribute__((format(printf, 3, 4)));
+    /// One line that stays below all messages, such as how far replay is; empty for none. Only where stderr is a
+    /// terminal.
+    static void SetStatus(const std::string& text);
 };
 
 /// Names of enum values, for messages.
@@ -122,6 +125,8 @@ public:
     /// Identifier of an EGL or GL function by its name, 0 when the tables have no such function. A name that is another
     /// form of a function in the tables (glMapBufferRangeEXT) gives that function's.
     static unsigned int GetEglGlFuncId(const std::string& name);
+    /// The driver has the function, by any of its names.
+    static bool HasFunction(unsigned int id);
     /// Remembers the functions that are being skipped, so that functions loaded later are skipped as well.
     static void SetSkipApis(const std::unordered_set<unsigned int>& ids);
     /// Each removes the function from its playback table, or does nothing when the identifier is another table's.

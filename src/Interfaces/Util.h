@@ -76,6 +76,8 @@ public:
 
     /// Swaps so far: the frame being replayed is frame number m_frame + 1 until its swap.
     std::uint32_t m_frame = 0;
+    /// A frame whose screenshot is due whatever the settings say; 0 for none.
+    std::uint32_t m_wantedFrame = 0;
     /// Draw calls so far in this frame.
     std::uint32_t m_draw = 0;
     /// Framebuffer blits so far in this frame.

@@ -36,13 +36,14 @@ EGLPlaybackAdapter::~EGLPlaybackAdapter()
     Core::KHRLayer::FreeEGL();
 }
 
-void EGLPlaybackAdapter::CheckErrorState(std::string_view functionName) const
+void EGLPlaybackAdapter::CheckErrorState(std::string_view functionName)
 {
     if (m_settings->m_skipErrorCheck || !LiveEGL.eglGetError) {
         return;
     }
     const EGLint error = LiveEGL.eglGetError();
     if (error != EGL_SUCCESS) {
+        ++m_errorCounts[static_cast<unsigned int>(error)];
         Core::Log::Print(Core::LogError, Core::ZoneGeneral, __LINE__, SourceFile, true, "%.*s failed with error %s",
                          static_cast<int>(functionName.size()), functionName.data(),
                          Core::LogFormat::GetEGLEnumString(static_cast<unsigned int>(error)).c_str());

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -91,7 +92,9 @@ public:
     void SetBlobCacheFuncs(EGLDisplay display, const Data::PointerData* set, const Data::PointerData* get);
 
     /// Reports the pending error against the call just replayed, unless error checks are off.
-    void CheckErrorState(std::string_view functionName) const;
+    void CheckErrorState(std::string_view functionName);
+    /// How often each error was reported so far.
+    [[nodiscard]] const std::map<unsigned int, std::uint64_t>& ErrorCounts() const { return m_errorCounts; }
 
 private:
     static void Trace(const char* name, int line)
@@ -119,7 +122,6 @@ private:
     template <class Query>
     void ListConfigs(const char* name, Data::PointerData* configs, std::int32_t capacity, Data::PointerData* count,
                      Query query);
-    bool IsScreenshotDue(std::uint32_t frame) const;
     bool IsDepthScreenshotDue(std::uint32_t frame) const;
     void TakeFrameScreenshot(std::uint32_t frame);
 
@@ -130,6 +132,7 @@ private:
     EGLProxySurfaceFactory* m_surfaceFactory;
     const PlaybackEnvironment* m_settings;
     Util::GLScreenshotHandler* m_screenshotHandler = nullptr;
+    std::map<unsigned int, std::uint64_t> m_errorCounts;
     /// The display in use; null before the first.
     EGLDisplay m_display = EGL_NO_DISPLAY;
     /// What the -config option chose on m_display; null before it was looked for.

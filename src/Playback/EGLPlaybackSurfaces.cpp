@@ -173,20 +173,11 @@ bool EGLPlaybackAdapter::PreSwap(std::uint32_t capturedSurface)
         const std::uint32_t frame = ++m_screenshotHandler->m_frame;
         m_screenshotHandler->m_draw = 0;
         m_screenshotHandler->m_blit = 0;
-        if (IsScreenshotDue(frame) && LiveGLES.glGetIntegerv && LiveGLES.glBindFramebuffer) {
+        if ((m_settings->IsScreenshotFrame(frame) || frame == m_screenshotHandler->m_wantedFrame) && LiveGLES.glGetIntegerv && LiveGLES.glBindFramebuffer) {
             TakeFrameScreenshot(frame);
         }
     }
     return contextChanged;
-}
-
-bool EGLPlaybackAdapter::IsScreenshotDue(std::uint32_t frame) const
-{
-    const auto number = static_cast<std::int32_t>(frame);
-    if (m_settings->m_screenshotInterval != 0 && number % m_settings->m_screenshotInterval == 0) {
-        return true;
-    }
-    return number >= m_settings->m_screenshotStartFrame && number <= m_settings->m_screenshotEndFrame;
 }
 
 /// The draw counter starts again at each swap, so that depth and stencil come only with a draw range without a lower

@@ -22,7 +22,7 @@ GLPlaybackAdapter::~GLPlaybackAdapter()
     KHRLayer::FreeGLES();
 }
 
-void GLPlaybackAdapter::CheckErrorState(std::string_view name) const
+void GLPlaybackAdapter::CheckErrorState(std::string_view name)
 {
     if (m_settings->m_skipErrorCheck) {
         return;
@@ -33,6 +33,7 @@ void GLPlaybackAdapter::CheckErrorState(std::string_view name) const
     }
     const GLenum error = getError();
     if (error != GL_NO_ERROR) {
+        ++m_errorCounts[error];
         Core::Log::Print(Core::LogError, Core::ZoneGeneral, __LINE__, SourceFile, true, "%.*s failed with error %s",
                          static_cast<int>(name.size()), name.data(), Core::LogFormat::GetGLEnumString(error).c_str());
     }

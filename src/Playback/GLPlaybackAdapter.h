@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string_view>
 
 #include "Interfaces/Core.h"
@@ -31,6 +32,8 @@ public:
 
     /// Attaches what takes a picture after each draw and blit of the selected frame; null for none. Not owned.
     void SetScreenshotHandler(Util::GLScreenshotHandler* handler) { m_screenshotHandler = handler; }
+    /// How often each error was reported so far.
+    [[nodiscard]] const std::map<unsigned int, std::uint64_t>& ErrorCounts() const { return m_errorCounts; }
 
     /// Nothing to do: the EGL adapter switches contexts.
     void SetCurrentThread(std::uint32_t) override {}
@@ -54,7 +57,7 @@ private:
     }
 
     /// Reports one pending error against the call just replayed, unless error checks are off.
-    void CheckErrorState(std::string_view name) const;
+    void CheckErrorState(std::string_view name);
 
     /// Gives an output string or array room for what the live driver may write. Null arguments stay null, and offsets
     /// into a bound buffer stay offsets.
@@ -87,6 +90,7 @@ private:
 
     GLResourceTable* m_resourceTable;
     Util::GLScreenshotHandler* m_screenshotHandler = nullptr;
+    std::map<unsigned int, std::uint64_t> m_errorCounts;
     const PlaybackEnvironment* m_settings;
 };
 

@@ -96,6 +96,8 @@ public:
     void RemoveIdGLBuffer(unsigned int id) { RemoveName(NameKind::Buffer, id); }
     void AddIdGLFramebuffer(unsigned int id, unsigned int name) { AddName(NameKind::Framebuffer, id, name); }
     unsigned int GetValueGLFramebuffer(unsigned int id) const { return GetName(NameKind::Framebuffer, id); }
+    /// Asks without a message.
+    bool HasGLFramebuffer(unsigned int id) const { return HasName(NameKind::Framebuffer, id); }
     void RemoveIdGLFramebuffer(unsigned int id) { RemoveName(NameKind::Framebuffer, id); }
     void AddIdGLRenderbuffer(unsigned int id, unsigned int name) { AddName(NameKind::Renderbuffer, id, name); }
     unsigned int GetValueGLRenderbuffer(unsigned int id) const { return GetName(NameKind::Renderbuffer, id); }
@@ -317,6 +319,12 @@ private:
     static constexpr bool NamesKindThroughout(NameKind kind)
     {
         return kind == NameKind::MemoryObject || kind == NameKind::Semaphore;
+    }
+
+    bool HasName(NameKind kind, unsigned int id) const
+    {
+        const ContextResources* resources = IsPerContext(kind) ? m_contextEntry : m_shareGroupEntry;
+        return resources && resources->Names(kind).contains(id);
     }
 
     /// One hash lookup for a mapped name. Everything else, valid or not, is rare and sorted out in GetUnmappedName.

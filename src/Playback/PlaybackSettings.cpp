@@ -244,6 +244,15 @@ void PlaybackEnvironment::InitDefaultSettings()
     *this = std::move(defaults);
 }
 
+bool PlaybackEnvironment::IsScreenshotFrame(std::uint32_t frame) const
+{
+    const auto number = static_cast<std::int32_t>(frame);
+    if (m_screenshotInterval != 0 && number % m_screenshotInterval == 0) {
+        return true;
+    }
+    return number >= m_screenshotStartFrame && number <= m_screenshotEndFrame;
+}
+
 void PlaybackEnvironment::LoadSettings(Util::ParseArgs::CmdLineArgs args, const std::string& captureFile)
 {
     static const std::string noValue;

@@ -46,6 +46,8 @@ public:
     /// The file part of `path` and "_". A part of more than `maxLength` characters is cut so that both together have
     /// that length; 0 cuts nothing.
     std::string GetFilePrefix(const std::string& path, unsigned int maxLength);
+    /// The settings ask for a screenshot of this frame, counted from 1.
+    [[nodiscard]] bool IsScreenshotFrame(std::uint32_t frame) const;
     /// Inserts the identifiers of a comma-separated list of EGL and GL functions; unknown names are dropped.
     void AddSkipApiIds(const std::string& list, std::unordered_set<unsigned int>& ids);
 

@@ -7,8 +7,11 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <xkbcommon/xkbcommon.h>
 
 #include "xdg-shell-unstable-v5-server-protocol.h"
 
@@ -20,6 +23,8 @@ constexpr std::uint32_t ConfigureSerial = 12;
 constexpr std::int32_t WishedWidth = 111;
 constexpr std::int32_t WishedHeight = 99;
 constexpr unsigned FrameOfSecondConfigure = 3;
+/// Slow enough that a frame comes between them.
+constexpr int MillisecondsBetweenKeys = 300;
 
 int OnChildEnd(int fd, std::uint32_t, void* display)
 {
@@ -32,7 +37,8 @@ int OnChildEnd(int fd, std::uint32_t, void* display)
 
 } // namespace
 
-OldCompositor::OldCompositor(Shell shell) : m_display(wl_display_create())
+OldCompositor::OldCompositor(Shell shell, std::vector<std::uint32_t> keys)
+    : m_display(wl_display_create()), m_keys(std::move(keys))
 {
     wl_display_init_shm(m_display);
     wl_global_create(m_display, &wl_compositor_interface, 1, this, Bind<wl_compositor_interface>);
@@ -40,6 +46,9 @@ OldCompositor::OldCompositor(Shell shell) : m_display(wl_display_create())
         wl_global_create(m_display, &wl_shell_interface, 1, this, Bind<wl_shell_interface>);
     } else {
         wl_global_create(m_display, &xdg_shell_interface, 1, this, Bind<xdg_shell_interface>);
+    }
+    if (!m_keys.empty()) {
+        wl_global_create(m_display, &wl_seat_interface, 1, this, Bind<wl_seat_interface>);
     }
     m_socket = wl_display_add_socket_auto(m_display);
 }
@@ -77,8 +86,8 @@ int OldCompositor::Run(char** command)
 
 void OldCompositor::Report() const
 {
-    std::printf("role %s\ntitle %s\npongs %u\nacknowledged %u\nframes %u\nsize %dx%d\n", m_role.c_str(),
-                m_title.c_str(), m_pongs, m_acknowledged, m_frames, m_width, m_height);
+    std::printf("role %s\ntitle %s\npongs %u\nacknowledged %u\nframes %u\nsize %dx%d\nfullscreens %u\n", m_role.c_str(),
+                m_title.c_str(), m_pongs, m_acknowledged, m_frames, m_width, m_height, m_fullscreens);
 }
 
 bool OldCompositor::WritePicture(const char* path) const
@@ -101,6 +110,9 @@ wl_resource* OldCompositor::Add(wl_client* client, const wl_interface& interface
                                 std::uint32_t id)
 {
     wl_resource* resource = wl_resource_create(client, &interface, static_cast<int>(version), id);
+    if (&interface == &wl_seat_interface) {
+        wl_seat_send_capabilities(resource, WL_SEAT_CAPABILITY_KEYBOARD);
+    }
     wl_resource_set_dispatcher(resource, Dispatch, this, this, [](wl_resource* gone) {
         static_cast<OldCompositor*>(wl_resource_get_user_data(gone))->m_surfaces.erase(gone);
     });
@@ -139,6 +151,11 @@ void OldCompositor::Handle(wl_resource* resource, const wl_message& message, wl_
         Configure();
     } else if (request == "set_title") {
         m_title = arguments[0].s;
+    } else if (request == "get_keyboard") {
+        m_keyboard = made;
+        SendKeymap();
+    } else if (request == "set_fullscreen") {
+        ++m_fullscreens;
     } else if (request == "pong") {
         m_pongs += arguments[0].u == PingSerial;
     } else if (request == "ack_configure") {
@@ -161,6 +178,33 @@ void OldCompositor::Configure()
     wl_array_init(&states);
     xdg_surface_send_configure(m_roleResource, WishedWidth, WishedHeight, &states, ConfigureSerial);
     wl_array_release(&states);
+}
+
+void OldCompositor::SendKeymap() const
+{
+    xkb_context* const context = xkb_context_new(XKB_CONTEXT_NO_FLAGS);
+    xkb_keymap* const keymap = xkb_keymap_new_from_names(context, nullptr, XKB_KEYMAP_COMPILE_NO_FLAGS);
+    char* const text = xkb_keymap_get_as_string(keymap, XKB_KEYMAP_FORMAT_TEXT_V1);
+    const auto bytes = static_cast<std::uint32_t>(std::strlen(text) + 1);
+    const int file = memfd_create("keymap", MFD_CLOEXEC);
+    if (write(file, text, bytes) == static_cast<ssize_t>(bytes)) {
+        wl_keyboard_send_keymap(m_keyboard, WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, file, bytes);
+    }
+    close(file);
+    std::free(text);
+    xkb_keymap_unref(keymap);
+    xkb_context_unref(context);
+}
+
+void OldCompositor::TypeNextKey()
+{
+    if (m_typed == m_keys.size() || !m_keyboard) {
+        return;
+    }
+    const std::uint32_t key = m_keys[m_typed++];
+    wl_keyboard_send_key(m_keyboard, m_typed, m_typed, key, WL_KEYBOARD_KEY_STATE_PRESSED);
+    wl_keyboard_send_key(m_keyboard, m_typed, m_typed, key, WL_KEYBOARD_KEY_STATE_RELEASED);
+    wl_event_source_timer_update(m_typing, MillisecondsBetweenKeys);
 }
 
 void OldCompositor::HandleSurface(wl_resource* resource, const std::string& request, wl_argument* arguments,
@@ -202,7 +246,14 @@ void OldCompositor::Show(wl_resource* buffer)
     if (!shm) {
         return;
     }
-    ++m_frames;
+    if (++m_frames == 1 && !m_keys.empty()) {
+        const auto type = [](void* self) {
+            static_cast<OldCompositor*>(self)->TypeNextKey();
+            return 0;
+        };
+        m_typing = wl_event_loop_add_timer(wl_display_get_event_loop(m_display), type, this);
+        wl_event_source_timer_update(m_typing, MillisecondsBetweenKeys);
+    }
     m_width = wl_shm_buffer_get_width(shm);
     m_height = wl_shm_buffer_get_height(shm);
     const auto rowBytes = static_cast<std::size_t>(m_width) * 4;

@@ -17,7 +17,8 @@ enum class Shell { WlShell, XdgShellV5 };
 /// configured, at the start and while they are drawn.
 class OldCompositor {
 public:
-    explicit OldCompositor(Shell shell);
+    /// With a keyboard when there are `keys`: evdev codes that are typed one after the other from the first frame on.
+    OldCompositor(Shell shell, std::vector<std::uint32_t> keys);
     ~OldCompositor();
     OldCompositor(const OldCompositor&) = delete;
     OldCompositor& operator=(const OldCompositor&) = delete;
@@ -48,6 +49,8 @@ private:
     void Commit(Surface& surface);
     void Show(wl_resource* buffer);
     void Configure();
+    void SendKeymap() const;
+    void TypeNextKey();
 
     wl_display* m_display = nullptr;
     std::string m_socket;
@@ -56,6 +59,11 @@ private:
     std::string m_role;
     wl_resource* m_roleResource = nullptr;
     std::string m_title;
+    std::vector<std::uint32_t> m_keys;
+    wl_resource* m_keyboard = nullptr;
+    wl_event_source* m_typing = nullptr;
+    unsigned m_typed = 0;
+    unsigned m_fullscreens = 0;
     unsigned m_pongs = 0;
     unsigned m_acknowledged = 0;
     unsigned m_frames = 0;

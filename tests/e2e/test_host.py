@@ -47,11 +47,6 @@ class Ends(EndToEndTest):
         capture = self.record(SPINNING, "--frames", "5", "--pbuffer", compositor=False)
         self.assertMentions(self.run_program(PLAYBACK, "-noplayback", "-driver", "nowhere", capture), "5 frames in")
 
-    def test_options_without_effect_are_said(self):
-        capture = self.record(SPINNING, "--frames", "2", "--pbuffer", compositor=False)
-        result = self.run_program(PLAYBACK, "-headless", "-paused", "-loopcount", "3", capture)
-        self.assertMentions(result, "does not act on -paused, -loopcount")
-
 
 class Windows(EndToEndTest):
     def old_shell(self, shell, role):

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Interfaces/Util.h"
+
+namespace Playback {
+class PlaybackEnvironment;
+}
+
+namespace Host {
+
+/// The screenshots that the options ask for, and those that somebody asks for while the replay runs.
+class Screenshots : public Util::GLScreenshotHandler {
+public:
+    explicit Screenshots(const Playback::PlaybackEnvironment& settings);
+
+    /// What becomes of the next frame besides what the options say: its picture is written to a file, and kept for
+    /// WriteKept. Both before the frame is replayed.
+    void WriteNextFrame();
+    void KeepNextFrame();
+    /// Writes the picture of the frame that was kept; false when there is none, or when it cannot be written.
+    bool WriteKept();
+
+    bool WriteScreenshot(const std::string& name, unsigned int width, unsigned int height, const void* data,
+                         unsigned int format, unsigned int type) override;
+
+private:
+    struct Picture {
+        std::string name;
+        unsigned int width = 0;
+        unsigned int height = 0;
+        unsigned int format = 0;
+        unsigned int type = 0;
+        std::vector<std::uint8_t> data;
+    };
+
+    bool Write(const Picture& picture);
+
+    const Playback::PlaybackEnvironment& m_settings;
+    /// Frames to write and to keep; 0 for none.
+    std::uint32_t m_frameToWrite = 0;
+    std::uint32_t m_frameToKeep = 0;
+    Picture m_kept;
+};
+
+} // namespace Host

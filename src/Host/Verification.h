@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Host/FrameVerifier.h"
+#include "Host/ReadBackVerifier.h"
+
+namespace Host {
+
+/// What a replay is compared with: the hashes of the recorded frames, and the pixels that the program read back.
+struct Verification {
+    FrameVerifier frames;
+    ReadBackTally readBacks;
+
+    /// `expectedFrames` is how many frames were replayed. A program that never shows a frame is known by what it reads.
+    [[nodiscard]] bool IsVerified(std::uint32_t expectedFrames) const
+    {
+        return (HasFrames(expectedFrames) ? frames.IsVerified(expectedFrames) : true) && readBacks.AllEqual();
+    }
+    /// Lines that tell the result.
+    [[nodiscard]] std::vector<std::string> Report(std::uint32_t expectedFrames) const
+    {
+        std::vector<std::string> lines;
+        if (HasFrames(expectedFrames)) {
+            lines.push_back(frames.Report(expectedFrames));
+        }
+        if (readBacks.compared != 0) {
+            lines.push_back(readBacks.Report());
+        }
+        return lines;
+    }
+
+private:
+    [[nodiscard]] bool HasFrames(std::uint32_t expected) const { return expected != 0 || readBacks.compared == 0; }
+};
+
+} // namespace Host

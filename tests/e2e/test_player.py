@@ -1,0 +1,207 @@
+"""The replay program in the hands of a person or a script: keys, loops, paces, numbers."""
+
+import json
+import os
+import pty
+import re
+import select
+import subprocess
+import time
+import unittest
+
+from harness import BUILD, DONE, FAKE_DRIVER, FAMILIES, PLAYBACK, SPINNING, EndToEndTest
+from images import read_png
+
+CUT_SHORT = 5
+OLD_COMPOSITOR = str(BUILD / "tests/old_compositor")
+FRAMES = 40
+# Of the spinning program: its surface, and the side of its framebuffer object.
+WIDTH, HEIGHT, FRAMEBUFFER = 320, 240, 128
+
+
+class Player(EndToEndTest):
+    """Frames of one small program."""
+
+    def setUp(self):
+        super().setUp()
+        self.capture = self.record(SPINNING, "--frames", str(FRAMES))
+
+    def replay(self, *options, status=DONE):
+        return self.run_program(PLAYBACK, "-headless", "-json", "result.json", *options, self.capture, status=status)
+
+    def result(self):
+        return json.loads((self.dir / "result.json").read_text())
+
+
+class InATerminal(Player):
+    def start(self, *options):
+        """Starts a replay in a terminal of its own."""
+        self.terminal, terminal = pty.openpty()
+        command = [PLAYBACK, "-headless", "-screenshotformat", "png", *options, self.capture]
+        self.note(command, {})
+        self.program = subprocess.Popen(command, cwd=self.dir, env=self.environment(), stdin=terminal, stderr=terminal,
+                                        start_new_session=True, preexec_fn=lambda: os.close(os.open(os.ttyname(0), 2)))
+        os.close(terminal)
+        self.addCleanup(lambda: self.program.poll() is None and self.program.kill())
+        self.said = ""
+
+    def expect(self, text):
+        """Waits until the program has said this, and drops what it said up to there."""
+        deadline = time.monotonic() + 20
+        while text not in self.said:
+            if not select.select([self.terminal], [], [], max(0, deadline - time.monotonic()))[0]:
+                self.fail(f"nothing said of '{text}': {self.said}")
+            try:
+                self.said += os.read(self.terminal, 4096).decode()
+            except OSError:
+                self.fail(f"ended without a word of '{text}': {self.said}")
+        self.said = self.said.partition(text)[2]
+
+    def press(self, keys):
+        os.write(self.terminal, keys.encode())
+
+    def test_pause_step_screenshot_and_end(self):
+        self.start("-pauseframe", "3")
+        self.expect("Paused at frame 3")
+        self.press("n\033[C")
+        self.expect("frame 5, paused")
+        self.press("s")
+        self.expect("Wrote recorded.glcap_frame5.png")
+        self.press(" ")
+        self.expect(f"{FRAMES} frames in")
+        self.assertEqual(self.program.wait(20), DONE)
+        self.run_program(PLAYBACK, "-headless", "-screenshots", "5", "-screenshotdir", "expected", "-screenshotformat",
+                         "png", self.capture)
+        self.assertEqual(read_png(self.dir / "recorded.glcap_frame5.png"),
+                         read_png(self.dir / "expected/recorded.glcap_frame5.png"))
+
+    def test_running_replay_takes_a_screenshot_pauses_and_ends(self):
+        self.start("-framerate", "20")
+        self.expect("frame ")
+        self.press("s ")
+        self.expect("Wrote recorded.glcap_frame")
+        self.expect("Paused at frame ")
+        self.press("\033")
+        self.expect("q or Escape was pressed")
+        self.assertEqual(self.program.wait(20), DONE)
+
+    def test_quiet_says_nothing(self):
+        self.start("-quiet")
+        self.assertEqual(self.program.wait(20), DONE)
+        with self.assertRaises(OSError):
+            self.fail(f"said {os.read(self.terminal, 4096)}")
+
+
+class InAWindow(Player):
+    def test_keys_of_the_compositor(self):
+        space, n, s, f, q = 57, 49, 31, 33, 16
+        result = self.run_program(OLD_COMPOSITOR, "xdg_shell", "shown.raw", "--keys",
+                                  ",".join(map(str, (space, n, s, f, q))), PLAYBACK, "-framerate", "10", self.capture,
+                                  XDG_RUNTIME_DIR=str(self.dir))
+        paused = re.search(r"Paused at frame (\d+)", result.stderr)
+        self.assertTrue(paused, result)
+        stepped = int(paused[1]) + 1
+        self.assertMentions(result, f"Wrote recorded.glcap_frame{stepped}.bmp",
+                            f"Stopped after frame {stepped} of {FRAMES}: q or Escape was pressed")
+        self.assertIn("fullscreens 1", result.stdout)
+
+
+class Loops(Player):
+    def test_each_pass_shows_the_recorded_frames(self):
+        self.assertMentions(self.replay("-verify", "-loopframe", "30", "-stopframe", "35", "-loopcount", "4"),
+                            "verified: 140 of 140 frames equal")
+        result = self.result()
+        self.assertEqual((result["passes"], result["frames"], result["stopped"]), (4, 35 + 3 * 6, "-stopframe"))
+        self.assertEqual([frame["frame"] for frame in result["measured"]][-12:], 2 * [30, 31, 32, 33, 34, 35])
+
+    def test_frame_behind_the_end(self):
+        self.assertMentions(self.replay("-loopframe", "41", status=2), "-loopframe 41", f"is {FRAMES}")
+
+
+class Pace(Player):
+    def test_slower_paces_take_their_time(self):
+        # A lower bound only: how long a replay takes beyond that is the machine's affair.
+        for options, seconds in (["-framerate", "100"], (FRAMES - 1) / 100), (["-pace", "recorded"], 0):
+            with self.subTest(options):
+                self.replay(*options)
+                self.assertGreaterEqual(self.result()["seconds"], seconds)
+
+    def test_time_limit(self):
+        self.assertMentions(self.replay("-framerate", "1", "-timelimit", "0.2", status=CUT_SHORT), "-timelimit")
+
+    def test_values_that_make_no_sense(self):
+        for option, value in ("-framerate", "0"), ("-timelimit", "soon"), ("-pace", "slow"), ("-measureframes", "5-4"):
+            self.assertMentions(self.replay(option, value, status=2), option, f'found "{value}"')
+
+
+class Numbers(Player):
+    def test_results_as_json(self):
+        self.replay("-measureframes", "10-19", "-verify")
+        result = self.result()
+        self.assertEqual([frame["frame"] for frame in result["measured"]], list(range(10, 20)))
+        for frame in result["measured"]:
+            self.assertGreater(frame["calls"], 0)
+            self.assertGreater(frame["wallMs"], 0)
+        times = result["frameTimesMs"]
+        self.assertLessEqual(times["median"], times["percentile95"])
+        self.assertEqual(times["worst"], max(frame["wallMs"] for frame in result["measured"]))
+        self.assertEqual((result["frames"], result["verified"], result["errors"]), (FRAMES, True, {}))
+        self.assertIn("llvmpipe", result["driver"]["GL_RENDERER"])
+        self.assertEqual(result["calls"], self.info(self.capture)["callCount"])
+
+    def test_skipped_functions_and_errors_are_counted(self):
+        result = self.replay("-skipapi", "glClear,glUseProgram")
+        self.assertMentions(result, f"glClear {3 * FRAMES}")
+        self.assertEqual(self.result()["skipped"]["glClear"], 3 * FRAMES)
+        # Without a program there are no uniforms to set.
+        self.assertGreater(self.result()["errors"]["GL_INVALID_OPERATION"], 0)
+
+
+class Textures(EndToEndTest):
+    def test_each_upload_is_a_file_of_its_own(self):
+        capture = self.record(FAMILIES, "textures", "--pbuffer", compositor=False)
+        self.run_program(PLAYBACK, "-noplayback", "-driver", "nowhere", "-extracttextures", "all", "-screenshotdir",
+                         "out", "-screenshotformat", "png", capture)
+        uploads = {path.name.removeprefix("recorded.glcap_"): path for path in (self.dir / "out").iterdir()}
+        calls = self.info(capture)["calls"]
+        self.assertGreaterEqual(len(uploads), sum(count for name, count in calls.items()
+                                                  if re.fullmatch(r"gl(Compressed)?Tex(Sub)?Image[23]D", name)))
+        # A picture, a part of one, and compressed blocks, which no picture holds.
+        self.assertEqual(read_png(uploads["frame3_texture6_level0_layer0.png"])[:2], (16, 16))
+        self.assertIn("frame3_texture6_level2_layer0_at1x1.png", uploads)
+        blocks = uploads["frame3_texture4_level0_layer0_at4x8.ktx"].read_bytes()
+        self.assertEqual((blocks[:8], len(blocks)), (b"\xabKTX 11\xbb", 100))
+
+
+class Swaps(EndToEndTest):
+    def test_a_captured_framebuffer_is_shown_at_a_place(self):
+        # Framebuffer 1 of this program, in a corner of the surface.
+        capture = self.record(SPINNING, "--frames", "4")
+        pictures = []
+        for options in [], ["-swapfbo", "1:100:50"]:
+            self.run_program(OLD_COMPOSITOR, "xdg_shell", "shown.raw", PLAYBACK, *options, capture,
+                             XDG_RUNTIME_DIR=str(self.dir))
+            pictures.append((self.dir / "shown.raw").read_bytes())
+        changed = [i // 4 for i in range(0, len(pictures[0]), 4) if pictures[0][i:i + 4] != pictures[1][i:i + 4]]
+        columns = [pixel % WIDTH for pixel in changed]
+        rows = [HEIGHT - 1 - pixel // WIDTH for pixel in changed]
+        self.assertEqual((min(columns), min(rows)), (100, 50))
+        self.assertEqual((max(columns), max(rows)), (100 + FRAMEBUFFER - 1, 50 + FRAMEBUFFER - 1))
+
+
+class Threads(EndToEndTest):
+    def test_only_the_chosen_thread_is_replayed(self):
+        capture = self.record(FAMILIES, "threads", "--pbuffer", compositor=False)
+        threads = [thread["thread"] for thread in self.info(capture)["threads"]]
+        counts = []
+        for chosen in [], threads[:1], threads:
+            log = f"calls{len(chosen)}.txt"
+            options = ["-thread", ",".join(map(str, chosen))] if chosen else []
+            self.run_program(PLAYBACK, "-headless", "-driver", FAKE_DRIVER, *options, capture, PLAYBACK_FAKE_LOG=log)
+            counts.append(len((self.dir / log).read_text().splitlines()))
+        self.assertLess(counts[1], counts[0])
+        self.assertEqual(counts[2], counts[0])
+
+
+if __name__ == "__main__":
+    unittest.main()
