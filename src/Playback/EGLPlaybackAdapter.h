@@ -94,7 +94,10 @@ public:
     /// Reports the pending error against the call just replayed, unless error checks are off.
     void CheckErrorState(std::string_view functionName);
     /// How often each error was reported so far.
-    [[nodiscard]] const std::map<unsigned int, std::uint64_t>& ErrorCounts() const { return m_errorCounts; }
+    [[nodiscard]] const std::map<unsigned int, std::uint64_t>& ErrorCounts() const
+    {
+        return m_errorCounts;
+    }
 
 private:
     static void Trace(const char* name, int line)

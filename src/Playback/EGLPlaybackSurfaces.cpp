@@ -173,7 +173,8 @@ bool EGLPlaybackAdapter::PreSwap(std::uint32_t capturedSurface)
         const std::uint32_t frame = ++m_screenshotHandler->m_frame;
         m_screenshotHandler->m_draw = 0;
         m_screenshotHandler->m_blit = 0;
-        if ((m_settings->IsScreenshotFrame(frame) || frame == m_screenshotHandler->m_wantedFrame) && LiveGLES.glGetIntegerv && LiveGLES.glBindFramebuffer) {
+        if ((m_settings->IsScreenshotFrame(frame) || frame == m_screenshotHandler->m_wantedFrame) &&
+            LiveGLES.glGetIntegerv && LiveGLES.glBindFramebuffer) {
             TakeFrameScreenshot(frame);
         }
     }

@@ -46,7 +46,7 @@ TEST_F(ReadBackVerifierTest, TheFirstReadBackThatDiffersIsNamed)
     Read({0, 50, 50, 50, 50, 50, 50, 50});
     EXPECT_FALSE(m_tally.AllEqual());
     EXPECT_EQ(m_tally.Report(), "not verified: 1 of 3 read-backs equal; first difference in frame 7, call 11 "
-                                   "glReadPixels: expected 0x33 in byte 3 of 8, found 0x32");
+                                "glReadPixels: expected 0x33 in byte 3 of 8, found 0x32");
 }
 
 TEST_F(ReadBackVerifierTest, WhatTheDriverDoesNotWriteIsEqual)
