@@ -7,23 +7,15 @@
 #include "Data/CaptureFile.h"
 #include "Host/Driver.h"
 #include "Host/Engine.h"
-#include "Host/FramePacer.h"
-#include "Host/HiddenSurface.h"
-#include "Host/OffscreenSurfaceFactory.h"
-#include "Host/ReplayWindows.h"
+#include "Host/ExtractTextures.h"
 #include "Host/Screenshots.h"
 #include "Host/Statistics.h"
 #include "Host/Terminal.h"
-#include "Host/WaylandConnection.h"
 #include "Interfaces/Core.h"
 #include "Interfaces/Util.h"
 #include "Playback/Controller.h"
-#include "Playback/EGLOffscreenSurfaceFactory.h"
-#include "Playback/EGLPbufferSurfaceFactory.h"
-#include "Playback/EGLSingleSurfaceFactory.h"
+#include "Playback/EGLProxySurfaceFactory.h"
 #include "Playback/PlaybackSettings.h"
-#include "Playback/SingleWindowManager.h"
-#include "Textures/TextureFiles.h"
 
 namespace Host {
 
@@ -63,13 +55,14 @@ ExitStatus Session::Run()
         failure = OpenCapture();
     }
     if (!failure && m_settings->m_extractTextures) {
-        failure = ExtractTextures();
+        failure = ExtractTextures(m_options.captureFile, LastFrame(), [this](const std::string& text) { Say(text); });
     }
     if (!failure && m_settings->m_stats) {
         failure = StartStatistics();
     } else if (!failure && m_settings->m_playback) {
-        failure = OpenOutput();
+        failure = m_output.Open(m_options, {m_capture->Header().surfaceWidth, m_capture->Header().surfaceHeight});
         if (!failure) {
+            Say("Replaying " + m_output.Description() + ".");
             CreateEngine();
         }
     }
@@ -84,7 +77,7 @@ ExitStatus Session::Run()
     return failure ? failure->status : status;
 }
 
-Session::Outcome Session::LoadSettings()
+Outcome Session::LoadSettings()
 {
     m_settings->LoadSettings(m_options.args, m_options.captureFile);
     const std::string* folder = m_options.args.FindValue("-screenshotdir");
@@ -97,7 +90,7 @@ Session::Outcome Session::LoadSettings()
     return std::nullopt;
 }
 
-Session::Outcome Session::OpenCapture()
+Outcome Session::OpenCapture()
 {
     const Data::Preload preload = m_settings->m_preloadFile ? Data::Preload::All : Data::Preload::No;
     const auto report = [](const std::string& trouble) {
@@ -115,31 +108,7 @@ Session::Outcome Session::OpenCapture()
     return std::nullopt;
 }
 
-Session::Outcome Session::ExtractTextures()
-{
-    std::string error;
-    // Trouble with the file is reported when it is replayed.
-    const auto capture = Data::CaptureFile::Open(m_options.captureFile, Data::Preload::No, {}, error);
-    if (!capture) {
-        return Failure{ExitStatus::Unreadable, error};
-    }
-    Textures::TextureFiles files(m_settings->m_screenshotPath,
-                                 static_cast<Util::ImageFormat>(m_settings->m_screenshotFormat));
-    const Textures::UploadReader reader(*capture, [&](const Textures::Upload& upload) { files.Write(upload); });
-    while (capture->GetCurrentFrame() < LastFrame() && capture->GetFrameProcessor()->ProcessNextFrame()) {
-    }
-    if (!files.Error().empty()) {
-        return Failure{ExitStatus::Usage, "cannot write a texture, " + files.Error()};
-    }
-    Say("Wrote the textures of " + std::to_string(files.Written()) + " uploads to " + m_settings->m_screenshotPath +
-        "frame...");
-    if (reader.FromBuffers() != 0) {
-        Say(std::to_string(reader.FromBuffers()) + " uploads from buffers were left out.");
-    }
-    return std::nullopt;
-}
-
-Session::Outcome Session::StartStatistics()
+Outcome Session::StartStatistics()
 {
     if (std::string fault = Statistics::FileFault(m_options.captureFile); !fault.empty()) {
         return Failure{ExitStatus::Usage, std::move(fault)};
@@ -152,87 +121,20 @@ Session::Outcome Session::StartStatistics()
     return std::nullopt;
 }
 
-Session::Outcome Session::OpenOutput()
-{
-    std::string why;
-    if (m_options.headless) {
-        why = "-headless was given";
-    } else if (m_settings->m_pbufferSurface) {
-        why = "-pbuffersurface shows nothing";
-    } else {
-        m_connection = WaylandConnection::Open(why);
-    }
-    Say(m_connection ? std::string("Replaying in a window (") + m_connection->ShellName() + ")."
-                     : "Replaying off screen: " + why + ".");
-    Outcome failure = OpenDriver();
-    if (!failure && m_connection) {
-        failure = OpenWindows();
-        if (!failure) {
-            m_pacer = std::make_unique<FramePacer>(*m_windows);
-        }
-    }
-    return failure;
-}
-
-Session::Outcome Session::OpenDriver()
-{
-    wl_display* const compositor = m_connection ? m_connection->Globals().display : nullptr;
-    if (std::string error = Host::OpenDriver(m_options.driverDirectory, compositor); !error.empty()) {
-        return Failure{ExitStatus::NoDriver, std::move(error)};
-    }
-    return std::nullopt;
-}
-
-Session::Outcome Session::OpenWindows()
-{
-    const Data::CaptureHeader& header = m_capture->Header();
-    m_windows = std::make_unique<ReplayWindows>(
-        *m_connection, ReplayWindows::Style{.title = "Playback: " + Util::Path::GetFilePart(m_options.captureFile),
-                                            .captured = {header.surfaceWidth, header.surfaceHeight},
-                                            .fixed = {static_cast<unsigned int>(m_settings->m_windowWidth),
-                                                      static_cast<unsigned int>(m_settings->m_windowHeight)},
-                                            .fullscreen = m_settings->m_fullscreen});
-    if (!m_windows->Open()) {
-        return Failure{ExitStatus::NoDriver, "No display: the compositor refused a window. Try -headless to replay off "
-                                             "screen."};
-    }
-    m_windowManager = m_windows.get();
-    if (m_settings->m_singleSurface) {
-        m_singleWindow = std::make_unique<Playback::SingleWindowManager>(m_windows->GetActiveWindow());
-        m_windowManager = m_singleWindow.get();
-    }
-    return std::nullopt;
-}
-
 void Session::CreateEngine()
 {
     m_terminal = m_terminal ? std::move(m_terminal) : Terminal::Open();
-    const bool hasKeys = m_terminal || (m_connection && m_connection->HasKeyboard());
     const bool hasScreenshots = m_settings->m_screenshotInterval != 0 || m_settings->m_screenshotEndFrame != 0 ||
                                 m_settings->m_perDrawScreenshotFrame != 0 || m_settings->m_dumpDefaultFbo;
-    if (hasKeys || hasScreenshots) {
+    if (HasKeys() || hasScreenshots) {
         m_screenshots = std::make_unique<Screenshots>(*m_settings);
     }
-    m_engine = std::make_unique<Engine>(*m_capture, Engine::Output{m_windowManager, CreateSurfaceFactory()},
-                                        m_options.verify ? &m_verification : nullptr, m_screenshots.get());
+    m_engine =
+        std::make_unique<Engine>(*m_capture, Engine::Output{m_output.WindowManager(), m_output.CreateSurfaceFactory()},
+                                 m_options.verify ? &m_verification : nullptr, m_screenshots.get());
 }
 
-std::unique_ptr<Playback::EGLProxySurfaceFactory> Session::CreateSurfaceFactory() const
-{
-    using namespace Playback;
-    if (m_windows && m_settings->m_singleSurface) {
-        return std::make_unique<EGLSingleSurfaceFactory>();
-    }
-    if (m_windows) {
-        return std::make_unique<WindowSurfaceFactory>(m_connection->Globals().compositor);
-    }
-    if (m_settings->m_pbufferSurface && !m_settings->m_skipPbufferDisplay) {
-        return std::make_unique<OffscreenSurfaceFactory<EGLOffscreenSurfaceFactory>>(nullptr);
-    }
-    return std::make_unique<OffscreenSurfaceFactory<EGLPbufferSurfaceFactory>>();
-}
-
-Session::Outcome Session::Replay()
+Outcome Session::Replay()
 {
     m_statusLine.emplace(m_options.quiet);
     m_start = steady_clock::now();
@@ -250,36 +152,32 @@ Session::Outcome Session::Replay()
     return failure;
 }
 
-Session::Outcome Session::Rewind()
+Outcome Session::Rewind()
 {
     const bool isPaused = m_controller->IsPaused();
     m_engine.reset();
-    m_pacer.reset();
     Outcome failure = OpenCapture();
     if (!failure && m_settings->m_playback) {
-        failure = OpenDriver();
-        if (!failure && m_windows) {
-            m_pacer = std::make_unique<FramePacer>(*m_windows);
-        }
+        failure = m_output.OpenDriver();
         if (!failure) {
             CreateEngine();
         }
     }
     m_controller.reset();
     if (!failure && isPaused) {
-        m_controller = std::make_unique<Playback::Controller>(m_windowManager, m_capture.get());
+        m_controller = std::make_unique<Playback::Controller>(m_output.WindowManager(), m_capture.get());
         m_controller->Pause();
     }
     return failure;
 }
 
-Session::Outcome Session::ReplayPass()
+Outcome Session::ReplayPass()
 {
     ++m_report.passes;
     m_capture->SetThreadFilter({m_settings->m_threads.begin(), m_settings->m_threads.end()},
                                static_cast<std::uint32_t>(std::max(m_settings->m_threadFilterStartFrame, 0)));
     if (!m_controller) {
-        m_controller = std::make_unique<Playback::Controller>(m_windowManager, m_capture.get());
+        m_controller = std::make_unique<Playback::Controller>(m_output.WindowManager(), m_capture.get());
     }
     m_pace.Restart();
     auto start = steady_clock::now();
@@ -295,7 +193,7 @@ Session::Outcome Session::ReplayPass()
     return failure;
 }
 
-Session::Outcome Session::ReplayFrame()
+Outcome Session::ReplayFrame()
 {
     const std::uint32_t frame = CurrentFrame() + 1;
     if (m_settings->m_pause && static_cast<std::int64_t>(frame) == m_settings->m_pauseFrame && m_report.passes == 1) {
@@ -323,11 +221,15 @@ Session::Outcome Session::ReplayFrame()
     return AfterFrame();
 }
 
+bool Session::HasKeys() const
+{
+    return m_terminal || m_output.HasKeyboard();
+}
+
 void Session::SayPaused() const
 {
-    const bool hasKeys = m_terminal || (m_connection && m_connection->HasKeyboard());
     Say("Paused at " + NumberOf(CurrentFrame()) + "; " +
-        (hasKeys ? KeyHelp : "there is neither a keyboard nor a terminal to go on with, a signal ends the replay") +
+        (HasKeys() ? KeyHelp : "there is neither a keyboard nor a terminal to go on with, a signal ends the replay") +
         ".");
 }
 
@@ -362,15 +264,11 @@ bool Session::WaitForTurn(Outcome& failure)
     }
 }
 
-Session::Outcome Session::HandleEvents()
+Outcome Session::HandleEvents()
 {
-    if (m_connection) {
-        if (!m_connection->Dispatch()) {
-            return Failure{ExitStatus::NoDriver,
-                           "The connection to the compositor broke after " + NumberOf(CurrentFrame()) + "."};
-        }
-        m_commands.insert(m_commands.end(), m_connection->Commands().begin(), m_connection->Commands().end());
-        m_connection->Commands().clear();
+    if (!m_output.HandleEvents(m_commands)) {
+        return Failure{ExitStatus::NoDriver,
+                       "The connection to the compositor broke after " + NumberOf(CurrentFrame()) + "."};
     }
     if (m_terminal) {
         m_terminal->Read(m_commands);
@@ -407,9 +305,7 @@ void Session::Obey(Command command)
         }
         break;
     case Command::FullScreen:
-        if (m_windows) {
-            m_windows->ToggleFullscreen();
-        }
+        m_output.ToggleFullscreen();
         break;
     case Command::End:
         m_isEndWanted = true;
@@ -417,7 +313,7 @@ void Session::Obey(Command command)
     }
 }
 
-Session::Outcome Session::AfterFrame()
+Outcome Session::AfterFrame()
 {
     if (!m_engine) {
         return std::nullopt;
@@ -430,7 +326,7 @@ Session::Outcome Session::AfterFrame()
             return Failure{ExitStatus::NoDriver, std::move(missing)};
         }
     }
-    if (m_windows && CurrentFrame() == 1 && m_report.passes == 1 && m_windows->GetActiveWindow()->GetWidth() == 0) {
+    if (CurrentFrame() == 1 && m_report.passes == 1 && m_output.IsBlank()) {
         Say("The first frame is drawn off screen; the window appears with the first one that is not.");
     }
     if (m_settings->m_swapFbo > 0) {
@@ -452,7 +348,7 @@ std::string Session::ReasonToStop() const
     if (m_isEndWanted) {
         return "q or Escape was pressed";
     }
-    if (m_windows && m_windows->IsClosed()) {
+    if (m_output.IsClosed()) {
         return "a window was closed";
     }
     if (m_settings->m_stopFrameSet && CurrentFrame() >= LastFrame() && !IsAnotherPassDue()) {

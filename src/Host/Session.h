@@ -7,8 +7,10 @@
 
 #include "Host/Commands.h"
 #include "Host/ExitStatus.h"
+#include "Host/Failure.h"
 #include "Host/Measurements.h"
 #include "Host/Options.h"
+#include "Host/Output.h"
 #include "Host/Pace.h"
 #include "Host/Report.h"
 #include "Host/StatusLine.h"
@@ -21,21 +23,15 @@ class CaptureFile;
 
 namespace Playback {
 class Controller;
-class EGLProxySurfaceFactory;
 class PlaybackEnvironment;
-class SingleWindowManager;
-class WindowManager;
 } // namespace Playback
 
 namespace Host {
 
 class Engine;
-class FramePacer;
-class ReplayWindows;
 class Screenshots;
 class Statistics;
 class Terminal;
-class WaylandConnection;
 
 /// One replay of one capture: opens what it is shown on, makes as many passes through the capture as are asked for,
 /// steps the frames, and tells how it went. Owns everything.
@@ -50,22 +46,10 @@ public:
     ExitStatus Run();
 
 private:
-    struct Failure {
-        ExitStatus status;
-        std::string message;
-    };
-    using Outcome = std::optional<Failure>;
-
     Outcome LoadSettings();
     Outcome OpenCapture();
     Outcome StartStatistics();
-    /// Writes the textures of the capture to files. Needs no driver.
-    Outcome ExtractTextures();
-    Outcome OpenOutput();
-    Outcome OpenWindows();
-    Outcome OpenDriver();
     void CreateEngine();
-    std::unique_ptr<Playback::EGLProxySurfaceFactory> CreateSurfaceFactory() const;
 
     Outcome Replay();
     /// From the first frame to the last one; later passes show only what is in the loop.
@@ -79,6 +63,7 @@ private:
     Outcome AfterFrame();
     /// Waits until the next frame is to be replayed. False when the pass ends here, perhaps with a failure.
     bool WaitForTurn(Outcome& failure);
+    [[nodiscard]] bool HasKeys() const;
     void SayPaused() const;
     Outcome HandleEvents();
     void Obey(Command command);
@@ -104,14 +89,7 @@ private:
 
     // In the order of construction; destroyed the other way round.
     std::unique_ptr<Data::CaptureFile> m_capture;
-    /// Null off screen, as are windows and pacer.
-    std::unique_ptr<WaylandConnection> m_connection;
-    std::unique_ptr<ReplayWindows> m_windows;
-    std::unique_ptr<FramePacer> m_pacer;
-    /// Where all captured windows share one.
-    std::unique_ptr<Playback::SingleWindowManager> m_singleWindow;
-    /// One of the above, or null off screen.
-    Playback::WindowManager* m_windowManager = nullptr;
+    Output m_output;
     /// Null where nobody asks for any.
     std::unique_ptr<Screenshots> m_screenshots;
     Verification m_verification;

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "Host/Failure.h"
+
+namespace Host {
+
+/// Writes the textures that a capture uploads up to a frame to files, named as screenshots are. Needs no driver. `say`
+/// gets lines for the person at the terminal.
+Outcome ExtractTextures(const std::string& captureFile, std::uint32_t lastFrame,
+                        const std::function<void(const std::string&)>& say);
+
+} // namespace Host
