@@ -148,13 +148,14 @@ void ContextState::glBindBuffer(std::uint32_t target, std::uint32_t buffer)
     if (const std::uint32_t* const slot = Slot(target))
         *const_cast<std::uint32_t*>(slot) = buffer;
     if (target == Enum::PixelPackBuffer)
-        ForgetContents(buffer);
+        MayBeWritten(buffer);
 }
 
 void ContextState::glBindBufferBase(std::uint32_t target, std::uint32_t /*index*/, std::uint32_t buffer)
 {
     glBindBuffer(target, buffer);
-    ForgetContents(buffer);
+    if (target != Enum::UniformBuffer)
+        MayBeWritten(buffer);
 }
 
 void ContextState::glBindBufferRange(std::uint32_t target, std::uint32_t index, std::uint32_t buffer,
@@ -203,14 +204,17 @@ void ContextState::glBufferStorageMemEXT(std::uint32_t target, std::int64_t size
 void ContextState::glBufferSubData(std::uint32_t target, std::int64_t offset, std::int64_t size, const void* data)
 {
     BufferState* const buffer = Buffer(target);
-    if (buffer && !buffer->mayBeMapped && !buffer->isImmutable)
+    if (!buffer)
+        return;
+    buffer->isWrittenByDriver = buffer->isWrittenByDriver || buffer->isImmutable;
+    if (!buffer->mayBeMapped && !buffer->isImmutable)
         Store(*buffer, offset, data, size);
 }
 
 void ContextState::glCopyBufferSubData(std::uint32_t /*readTarget*/, std::uint32_t writeTarget,
                                        std::int64_t /*readOffset*/, std::int64_t /*writeOffset*/, std::int64_t /*size*/)
 {
-    ForgetContents(BoundBuffer(writeTarget));
+    MayBeWritten(BoundBuffer(writeTarget));
 }
 
 void ContextState::glDeleteBuffers(std::int32_t n, const void* buffers)
@@ -243,26 +247,33 @@ void ContextState::ForgetContents(std::uint32_t buffer)
     at->second.known.Clear();
 }
 
+void ContextState::MayBeWritten(std::uint32_t buffer)
+{
+    if (const auto at = m_group->buffers.find(buffer); at != m_group->buffers.end())
+        at->second.isWrittenByDriver = true;
+    ForgetContents(buffer);
+}
+
 void ContextState::glTexBuffer(std::uint32_t /*target*/, std::uint32_t /*format*/, std::uint32_t buffer)
 {
-    ForgetContents(buffer);
+    MayBeWritten(buffer);
 }
 
 void ContextState::glTexBufferEXT(std::uint32_t /*target*/, std::uint32_t /*format*/, std::uint32_t buffer)
 {
-    ForgetContents(buffer);
+    MayBeWritten(buffer);
 }
 
 void ContextState::glTexBufferRange(std::uint32_t /*target*/, std::uint32_t /*format*/, std::uint32_t buffer,
                                     std::int64_t /*offset*/, std::int64_t /*size*/)
 {
-    ForgetContents(buffer);
+    MayBeWritten(buffer);
 }
 
 void ContextState::glTexBufferRangeEXT(std::uint32_t /*target*/, std::uint32_t /*format*/, std::uint32_t buffer,
                                        std::int64_t /*offset*/, std::int64_t /*size*/)
 {
-    ForgetContents(buffer);
+    MayBeWritten(buffer);
 }
 
 void ContextState::glMapBufferRange(const void* result, std::uint32_t target, std::int64_t offset, std::int64_t length,

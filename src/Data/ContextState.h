@@ -33,6 +33,8 @@ struct BufferState {
     bool mayBeMapped = false;
     /// Storage that glBufferData cannot replace.
     bool isImmutable = false;
+    /// The driver may write to it, by what a shader or a call does.
+    bool isWrittenByDriver = false;
 };
 
 /// The objects that the contexts of a share group have in common.
@@ -234,6 +236,7 @@ private:
     };
     [[nodiscard]] const std::uint32_t* Slot(std::uint32_t target) const;
     void ForgetContents(std::uint32_t buffer);
+    void MayBeWritten(std::uint32_t buffer);
     void BindVertexArray(std::uint32_t array, bool isOes);
     void SetFormat(std::uint32_t index, std::int32_t size, std::uint32_t type, bool normalized, bool integer,
                    std::uint32_t relativeOffset);

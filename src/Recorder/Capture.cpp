@@ -1,5 +1,6 @@
 #include "Recorder/Capture.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -7,7 +8,6 @@
 #include <fcntl.h>
 #include <mutex>
 #include <pthread.h>
-#include <sched.h>
 #include <string>
 #include <unistd.h>
 #include <utility>
@@ -98,12 +98,12 @@ void ReportTrouble(const char* message)
 
 void BeforeFork()
 {
-    capture.lock.Lock();
+    capture.lock.lock();
 }
 
 void AfterForkInParent()
 {
-    capture.lock.Unlock();
+    capture.lock.unlock();
 }
 
 /// The child of a fork has none of the parent's other threads, and the file belongs to the parent.
@@ -118,7 +118,7 @@ void AfterForkInChild()
     phase = Phase::Ended;
     fileIsOurs = false;
     LeaveProgramEndToParent();
-    capture.lock.Unlock();
+    capture.lock.unlock();
 }
 
 bool Begin()
@@ -141,25 +141,13 @@ bool Begin()
     WatchProgramEnd();
 
     NumberThread();
-    capture.lock.Lock();
+    capture.lock.lock();
     capture.writer = writer.release();
-    capture.lock.Unlock();
+    capture.lock.unlock();
     return true;
 }
 
 } // namespace
-
-void CaptureLock::Wait()
-{
-    for (unsigned tries = 0; m_held.exchange(true, std::memory_order_acquire); ++tries) {
-        if (tries >= 200) {
-            const timespec pause = {0, 50'000};
-            nanosleep(&pause, nullptr);
-        } else if (tries >= 100) {
-            sched_yield();
-        }
-    }
-}
 
 void NumberThread() noexcept
 {
@@ -214,7 +202,7 @@ void FinishCapture() noexcept
     }
     const int savedErrno = errno;
     const std::lock_guard finishingLock(finishing);
-    capture.lock.Lock();
+    capture.lock.lock();
     Data::CaptureWriter* const writer = capture.writer != nullptr ? capture.writer : capture.abandoned;
     if (writer != nullptr) {
         NoteUnrecorded(*writer);
@@ -224,7 +212,7 @@ void FinishCapture() noexcept
     }
     capture.writer = nullptr;
     capture.abandoned = nullptr;
-    capture.lock.Unlock();
+    capture.lock.unlock();
 
     if (writer != nullptr) {
         phase = Phase::Ended;

@@ -4,36 +4,19 @@
 // program's call is in the driver, forwards the call even when recording fails, and leaves errno as it was.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 
 #include "Data/CaptureHeader.h"
 #include "Data/CaptureWriter.h"
+#include "Recorder/SpinLock.h"
 #include "Recorder/Thread.h"
 
 namespace Recorder {
 
-/// Held while records are appended, never while the driver is called. Records take tens of nanoseconds, so waiting
-/// threads spin first; behind a slow disk they sleep.
-class CaptureLock {
-public:
-    void Lock()
-    {
-        if (m_held.exchange(true, std::memory_order_acquire)) [[unlikely]] {
-            Wait();
-        }
-    }
-    void Unlock() { m_held.store(false, std::memory_order_release); }
-
-private:
-    void Wait();
-
-    std::atomic<bool> m_held = false;
-};
-
 /// The one capture of the process. `writer` is null before it begins and after it ends; it is read under the lock.
 struct Capture {
-    CaptureLock lock;
+    /// Held while records are appended, never while the driver is called.
+    SpinLock lock;
     Data::CaptureWriter* writer = nullptr;
     /// The writer after AbandonCapture: the file is still to be finished.
     Data::CaptureWriter* abandoned = nullptr;
@@ -50,12 +33,12 @@ class Capturing {
 public:
     Capturing()
     {
-        capture.lock.Lock();
+        capture.lock.lock();
         if (capture.writer != nullptr) {
             capture.writer->SetThread(thread.number);
         }
     }
-    ~Capturing() { capture.lock.Unlock(); }
+    ~Capturing() { capture.lock.unlock(); }
     Capturing(const Capturing&) = delete;
     Capturing& operator=(const Capturing&) = delete;
 

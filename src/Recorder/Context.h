@@ -36,15 +36,16 @@ public:
     {
         m_mappedInReplay[target] = forWriting ? m_state.BoundBuffer(target) : 0;
     }
-    /// The buffer bound to `target` is unmapped. True when a replay knows of its mapping.
-    [[nodiscard]] bool TakeMappingInReplay(std::uint32_t target)
+    /// True when a replay knows of the mapping of the buffer bound to `target`.
+    [[nodiscard]] bool IsMappingInReplay(std::uint32_t target) const
     {
         const auto mapped = m_mappedInReplay.find(target);
-        if (mapped == m_mappedInReplay.end() || mapped->second != m_state.BoundBuffer(target)) {
-            return false;
-        }
-        m_mappedInReplay.erase(mapped);
-        return true;
+        return mapped != m_mappedInReplay.end() && mapped->second == m_state.BoundBuffer(target);
+    }
+    /// The same when that buffer is unmapped: the replay knows no longer.
+    [[nodiscard]] bool TakeMappingInReplay(std::uint32_t target)
+    {
+        return IsMappingInReplay(target) && m_mappedInReplay.erase(target) > 0;
     }
 
     /// What stands for the missing surface when this context is made current without one: an address that no surface

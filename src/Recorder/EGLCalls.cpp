@@ -9,6 +9,7 @@
 #include "Recorder/RecordCalls.h"
 #include "Recorder/Thread.h"
 #include "Recorder/Unrecorded.h"
+#include "Recorder/WatchedBuffers.h"
 
 #include "Recorder/EGLEntryPoints.inc"
 

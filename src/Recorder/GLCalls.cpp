@@ -7,6 +7,7 @@
 #include "Recorder/Platform.h"
 #include "Recorder/RecordCalls.h"
 #include "Recorder/Thread.h"
+#include "Recorder/WatchedBuffers.h"
 
 #include "Recorder/GLEntryPoints.inc"
 

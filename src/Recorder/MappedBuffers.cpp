@@ -6,24 +6,22 @@
 #include "Recorder/Platform.h"
 #include "Recorder/RecordCalls.h"
 #include "Recorder/Thread.h"
-#include "Recorder/Unrecorded.h"
+#include "Recorder/WatchedBuffers.h"
 
 namespace Recorder {
 namespace {
 
-/// Records a mapping, by whichever function it came about.
-void RecordMapping(const Capturing& capturing, Context& context, void* result, GLenum target, GLintptr offset,
-                   GLsizeiptr length, GLbitfield access)
+/// Records a mapping, by whichever function it came about, and answers what the program is to have.
+void* RecordMapping(const Capturing& capturing, Context& context, void* result, GLenum target, GLintptr offset,
+                    GLsizeiptr length, GLbitfield access)
 {
-    if ((access & GL_MAP_PERSISTENT_BIT_EXT) != 0) {
-        CountUnrecorded("writes to a persistently mapped buffer");
-    }
     Record::glMapBufferRange(capturing, context, result, target, offset, length, access);
-    if (result != nullptr) {
-        context.Track(capturing, [&](Data::ContextState&) {
-            context.SetMappingInReplay(target, (access & GL_MAP_WRITE_BIT) != 0);
-        });
+    if (result == nullptr) {
+        return nullptr;
     }
+    context.Track(capturing,
+                  [&](Data::ContextState&) { context.SetMappingInReplay(target, (access & GL_MAP_WRITE_BIT) != 0); });
+    return ChangesUnannounced(access) ? Watch(capturing, context, target, result) : result;
 }
 
 void* MapBufferRange(Entry entry, GLenum target, GLintptr offset, GLsizeiptr length, GLbitfield access)
@@ -31,24 +29,29 @@ void* MapBufferRange(Entry entry, GLenum target, GLintptr offset, GLsizeiptr len
     const auto live = Live<void* (*)(GLenum, GLintptr, GLsizeiptr, GLbitfield)>(entry);
     const GLCall call;
     void* const result = live(target, offset, length, access);
-    if (call) {
-        RecordMapping(Capturing(), *call, result, target, offset, length, access);
-    }
-    return result;
+    return call ? RecordMapping(Capturing(), *call, result, target, offset, length, access) : result;
 }
 
 void RecordFlush(const Capturing& capturing, Context& context, GLenum target, GLintptr offset, GLsizeiptr length)
 {
     const Data::BufferState* const buffer = context.State().Buffer(target);
-    if (capturing && buffer != nullptr && buffer->mapped != nullptr && offset >= 0 && length > 0 &&
-        offset <= buffer->mappedBytes && length <= buffer->mappedBytes - offset &&
-        offset + length <= maxArgumentBytes) {
-        const auto* const data = static_cast<const std::uint8_t*>(buffer->mapped) + offset;
+    if (!capturing || buffer == nullptr || buffer->mapped == nullptr || ChangesUnannounced(buffer->mapAccess) ||
+        offset < 0 || length <= 0 || offset > buffer->mappedBytes || length > buffer->mappedBytes - offset ||
+        length > maxArgumentBytes) {
+        Record::glFlushMappedBufferRange(capturing, context, target, offset, length);
+        return;
+    }
+    const auto* const data = static_cast<const std::uint8_t*>(buffer->mapped) + offset;
+    const bool isInReplay = context.IsMappingInReplay(target);
+    if (isInReplay) {
         capturing->FlushMappedBufferRange(target, static_cast<std::uint32_t>(offset), data,
                                           static_cast<std::uint32_t>(length));
         context.Track(capturing, [&](Data::ContextState& state) { state.MappedData(target, offset, data, length); });
     }
     Record::glFlushMappedBufferRange(capturing, context, target, offset, length);
+    if (!isInReplay && (buffer->mapAccess & GL_MAP_PERSISTENT_BIT_EXT) != 0) {
+        Record::glBufferSubData(capturing, context, target, buffer->mappedOffset + offset, length, data);
+    }
 }
 
 void FlushMappedBufferRange(Entry entry, GLenum target, GLintptr offset, GLsizeiptr length)
@@ -76,8 +79,10 @@ MappedRange RecordMappedContents(const Capturing& capturing, Context& context, G
     if (!capturing || buffer == nullptr || buffer->mapped == nullptr || (buffer->mapAccess & GL_MAP_WRITE_BIT) == 0) {
         return {};
     }
-    // Of a mapping that is flushed in parts, nothing counts but those parts, which are written already.
-    const bool isFlushed = (buffer->mapAccess & GL_MAP_FLUSH_EXPLICIT_BIT) != 0;
+    // Of a mapping that is flushed in parts, nothing counts but those parts, and of a watched one nothing but what
+    // changed; they are written already.
+    const bool isFlushed = EndWatch(capturing, context, context.State().BoundBuffer(target)) ||
+                           (buffer->mapAccess & GL_MAP_FLUSH_EXPLICIT_BIT) != 0;
     const MappedRange range = {isFlushed ? nullptr : buffer->mapped, buffer->mappedOffset,
                                isFlushed ? 0 : buffer->mappedBytes};
     context.Track(capturing, [&](Data::ContextState& state) { state.MappedData(target, 0, range.data, range.bytes); });
@@ -108,6 +113,21 @@ GLboolean UnmapBuffer(Entry entry, GLenum target)
     return live(target);
 }
 
+void GetBufferPointer(Entry entry, GLenum target, GLenum pname, void** params)
+{
+    const auto live = Live<void (*)(GLenum, GLenum, void**)>(entry);
+    const GLCall call;
+    live(target, pname, params);
+    if (call) {
+        const Capturing capturing;
+        void* const watched = WatchedAddress(*call, call->State().BoundBuffer(target));
+        if (watched != nullptr && params != nullptr && pname == GL_BUFFER_MAP_POINTER) {
+            *params = watched;
+        }
+        Record::glGetBufferPointerv(capturing, *call, target, pname, params);
+    }
+}
+
 } // namespace
 } // namespace Recorder
 
@@ -128,13 +148,13 @@ RECORDER_EXPORT void* glMapBufferOES(GLenum target, GLenum access)
     const auto live = Live<void* (*)(GLenum, GLenum)>(Entry::glMapBufferOES);
     const GLCall call;
     void* const result = live(target, access);
-    if (call) {
-        const Capturing capturing;
-        const Data::BufferState* const buffer = call->State().Buffer(target);
-        RecordMapping(capturing, *call, result, target, 0, buffer != nullptr ? buffer->bytes : 0,
-                      GL_MAP_WRITE_BIT | GL_MAP_INVALIDATE_BUFFER_BIT);
+    if (!call) {
+        return result;
     }
-    return result;
+    const Capturing capturing;
+    const Data::BufferState* const buffer = call->State().Buffer(target);
+    return RecordMapping(capturing, *call, result, target, 0, buffer != nullptr ? buffer->bytes : 0,
+                         GL_MAP_WRITE_BIT | GL_MAP_INVALIDATE_BUFFER_BIT);
 }
 
 RECORDER_EXPORT void glFlushMappedBufferRange(GLenum target, GLintptr offset, GLsizeiptr length)
@@ -155,4 +175,44 @@ RECORDER_EXPORT GLboolean glUnmapBuffer(GLenum target)
 RECORDER_EXPORT GLboolean glUnmapBufferOES(GLenum target)
 {
     return Recorder::UnmapBuffer(Recorder::Entry::glUnmapBufferOES, target);
+}
+
+RECORDER_EXPORT void glGetBufferPointerv(GLenum target, GLenum pname, void** params)
+{
+    Recorder::GetBufferPointer(Recorder::Entry::glGetBufferPointerv, target, pname, params);
+}
+
+RECORDER_EXPORT void glGetBufferPointervOES(GLenum target, GLenum pname, void** params)
+{
+    Recorder::GetBufferPointer(Recorder::Entry::glGetBufferPointervOES, target, pname, params);
+}
+
+/// A replay writes what changed by glBufferSubData, which the storage of its buffer has to allow.
+RECORDER_EXPORT void glBufferStorageEXT(GLenum target, GLsizeiptr size, const void* data, GLbitfield flags)
+{
+    using namespace Recorder;
+    const auto live = Live<void (*)(GLenum, GLsizeiptr, const void*, GLbitfield)>(Entry::glBufferStorageEXT);
+    const GLCall call;
+    live(target, size, data, flags);
+    if (call) {
+        const bool isMapped = (flags & GL_MAP_PERSISTENT_BIT_EXT) != 0 && (flags & GL_MAP_WRITE_BIT) != 0;
+        Record::glBufferStorageEXT(Capturing(), *call, target, size, data,
+                                   flags | (isMapped ? GL_DYNAMIC_STORAGE_BIT_EXT : 0));
+    }
+}
+
+/// Ends the mappings of the buffers. The names are free for others as soon as the driver has deleted them.
+RECORDER_EXPORT void glDeleteBuffers(GLsizei n, const GLuint* buffers)
+{
+    using namespace Recorder;
+    const auto live = Live<void (*)(GLsizei, const GLuint*)>(Entry::glDeleteBuffers);
+    const GLCall call;
+    if (call) {
+        const Capturing capturing;
+        for (const GLuint buffer : Data::ObjectNames(n, buffers)) {
+            EndWatch(capturing, *call, buffer);
+        }
+        Record::glDeleteBuffers(capturing, *call, n, buffers);
+    }
+    live(n, buffers);
 }

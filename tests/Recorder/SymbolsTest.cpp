@@ -95,7 +95,7 @@ CLIENT(AsksForExtensions)
 
 TEST_F(RecorderTest, HiddenExtensionsAreMissingFromEveryList)
 {
-    setenv("PLAYBACK_FAKE_EXTENSIONS", "GL_OES_mapbuffer GL_EXT_buffer_storage GL_NV_fence GL_KHR_debug", 1);
+    setenv("PLAYBACK_FAKE_EXTENSIONS", "GL_OES_mapbuffer GL_EXT_clear_texture GL_NV_fence GL_KHR_debug", 1);
     setenv("PLAYBACK_FAKE_EGL_EXTENSIONS", "EGL_EXT_buffer_age EGL_KHR_image_base EGL_KHR_no_config_context", 1);
     EXPECT_EQ(Record("AsksForExtensions").out, "GL_OES_mapbuffer GL_KHR_debug\nEGL_KHR_image_base\n"
                                                "0 of 2 unknown, then null\nsame text: 1\n");

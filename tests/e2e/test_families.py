@@ -13,6 +13,7 @@ CLIENTS = {
     "debug-labels": FRAMES,
     "images": FRAMES,
     "multisample": FRAMES,
+    "persistent-maps": FRAMES,
     "pipelines": FRAMES,
     "pixel-buffers": FRAMES,
     "program-binaries": FRAMES,

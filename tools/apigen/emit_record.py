@@ -9,7 +9,8 @@ BY_HAND = {
     # Text and numbers that hide what cannot be recorded.
     "glGetString", "glGetStringi", "glGetIntegerv", "glGetInteger64v", "eglQueryString", "eglGetProcAddress",
     # Mapped memory.
-    "glMapBufferRange", "glFlushMappedBufferRange", "glUnmapBuffer",
+    "glMapBufferRange", "glFlushMappedBufferRange", "glUnmapBuffer", "glGetBufferPointerv", "glBufferStorageEXT",
+    "glDeleteBuffers",
     # Objects that have state here, or that the replay needs to be told more about.
     "eglCreateWindowSurface", "eglCreatePbufferSurface", "eglCreatePixmapSurface", "eglCreatePbufferFromClientBuffer",
     "eglCreatePlatformWindowSurface", "eglCreatePlatformPixmapSurface", "eglDestroySurface", "eglCreateContext",
@@ -179,6 +180,12 @@ def record_call(call, result):
     return f"        Record::{call.name}({', '.join(arguments)});\n"
 
 
+def uses_buffers(call):
+    """True for calls that have the driver read or write buffers: what programs wrote to mapped ones has to be there."""
+    return (call.has("draw") or call.has("draw_no_step") or call.has("uses_buffers")
+            or any(p.type.binding for p in call.params))
+
+
 def entry_point(name, call):
     types = ", ".join(p.c_type for p in call.params)
     text = wrap(f"RECORDER_EXPORT {call.ret_c} {name}(", [f"{p.c_type} {p.name}" for p in call.params], ")\n{\n",
@@ -186,12 +193,17 @@ def entry_point(name, call):
     text += "    using namespace Recorder;\n"
     text += f"    const auto live = Live<{call.ret_c} (*)({types})>(Entry::{name});\n"
     text += f"    const {'EGLCall' if call.is_egl else 'GLCall'} call;\n"
-    forward = f"live({c_arguments(call)});\n"
     record = "    if (call)\n" + record_call(call, ["result"] if call.returns else [])
     if call.has("deletes") and not call.returns:
         # The name is free for others as soon as the driver has deleted it, so the record comes first.
         return text + record + f"    live({c_arguments(call)});\n}}\n\n"
-    text += f"    {f'const {call.ret_c} result = ' if call.returns else ''}live({c_arguments(call)});\n" + record
+    if uses_buffers(call):
+        text += "    if (call)\n        BeforeUse(*call);\n"
+    text += f"    {f'const {call.ret_c} result = ' if call.returns else ''}live({c_arguments(call)});\n"
+    if call.has("waits"):
+        context = ("thread.context != nullptr", "*thread.context") if call.is_egl else ("call", "*call")
+        text += f"    if ({context[0]})\n        AfterWait({context[1]});\n"
+    text += record
     if call.returns:
         text += "    return result;\n"
     return text + "}\n\n"
