@@ -25,7 +25,7 @@ constexpr Util::Option optionTable[] = {
     {"--version", "", "print the version", "Options"},
 };
 
-constexpr char usage[] = R"(usage: playback-record [options] [--] COMMAND [ARGUMENT...]
+constexpr char usage[] = R"(Usage: playback-record [options] [--] COMMAND [ARGUMENT...]
 
 Runs COMMAND and records its EGL and OpenGL ES calls. Processes that COMMAND starts are recorded too: the first one
 that uses EGL gets FILE, any other one a file with its process number in the name.

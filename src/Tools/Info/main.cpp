@@ -18,7 +18,7 @@ constexpr Util::Option options[] = {
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},
 };
-constexpr const char* usage = "usage: playback-info [options] FILE.glcap\n"
+constexpr const char* usage = "Usage: playback-info [options] FILE.glcap\n"
                               "\n"
                               "Prints what is in a capture: header, frames, threads, contexts, surfaces and calls.";
 
