@@ -106,16 +106,3 @@ RECORDER_EXPORT EGLBoolean eglWaitSync(EGLDisplay dpy, EGLSync sync, EGLint flag
     }
     return result;
 }
-
-RECORDER_EXPORT EGLBoolean eglGetSyncAttrib(EGLDisplay dpy, EGLSync sync, EGLint attribute, EGLAttrib* value)
-{
-    using namespace Recorder;
-    const auto live = Live<EGLBoolean (*)(EGLDisplay, EGLSync, EGLint, EGLAttrib*)>(Entry::eglGetSyncAttrib);
-    const EGLCall call;
-    const EGLBoolean result = live(dpy, sync, attribute, value);
-    if (call) {
-        EGLint narrow = value != nullptr ? static_cast<EGLint>(*value) : 0;
-        Record::eglGetSyncAttribKHR(Capturing(), result, dpy, sync, attribute, value != nullptr ? &narrow : nullptr);
-    }
-    return result;
-}

@@ -36,8 +36,8 @@ CLIENT(UsesOtherFormsOfCalls)
                                           reinterpret_cast<EGLClientBuffer>(std::uintptr_t{texture}), level);
     eglDestroyImage(current.display, image);
     const EGLSync sync = eglCreateSync(current.display, EGL_SYNC_FENCE, nullptr);
-    EGLAttrib status = 0;
-    eglGetSyncAttrib(current.display, sync, EGL_SYNC_STATUS, &status);
+    EGLAttrib condition = 0;
+    eglGetSyncAttrib(current.display, sync, EGL_SYNC_CONDITION, &condition);
     eglWaitSync(current.display, sync, 0);
     eglDestroySync(current.display, sync);
     ProcAddress<PFNGLBINDVERTEXARRAYOESPROC>("glBindVertexArrayOES")(0);

@@ -80,7 +80,45 @@ TEST_F(RecorderTest, ObjectsGetNumbersOfTheirOwn)
                 ElementsAre("glFenceSync(condition=GL_SYNC_GPU_COMMANDS_COMPLETE, flags=0x0) = 2",
                             "glDeleteSync(sync=2)",
                             "glFenceSync(condition=GL_SYNC_GPU_COMMANDS_COMPLETE, flags=0x0) = 3",
-                            StartsWith("glClientWaitSync(sync=3, flags=0x0, timeout=0)")));
+                            StartsWith("glClientWaitSync(sync=3, ")));
+}
+
+CLIENT(AsksForFences)
+{
+    const ClientContext current;
+    const auto control = reinterpret_cast<Fake::Control* (*)()>(dlsym(RTLD_DEFAULT, "fake_control"))();
+    int asked = 0;
+    control->Answer("glClientWaitSync", [&](const Fake::Arguments&) {
+        return Fake::Word{++asked == 1 ? GLenum{GL_TIMEOUT_EXPIRED} : GLenum{GL_CONDITION_SATISFIED}};
+    });
+    control->Answer("glGetSynciv", [&](const Fake::Arguments& arguments) {
+        *arguments.Get<GLint*>(4) = ++asked == 3 ? GL_UNSIGNALED : GL_SIGNALED;
+        return Fake::Word{0};
+    });
+    control->Answer("eglGetSyncAttribKHR", [](const Fake::Arguments& arguments) {
+        *arguments.Get<EGLint*>(3) = EGL_SYNC_FENCE_KHR;
+        return Fake::Word{EGL_TRUE};
+    });
+    const GLsync fence = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
+    GLint status = 0;
+    glClientWaitSync(fence, 0, 0);
+    glClientWaitSync(fence, 0, 7);
+    glGetSynciv(fence, GL_SYNC_STATUS, 1, nullptr, &status);
+    glGetSynciv(fence, GL_SYNC_STATUS, 1, nullptr, &status);
+    const EGLSync sync = eglCreateSync(current.display, EGL_SYNC_FENCE, nullptr);
+    eglClientWaitSync(current.display, sync, 0, 0);
+    return 0;
+}
+
+TEST_F(RecorderTest, LearningThatAFenceIsSignaledIsRecordedAsAWait)
+{
+    EXPECT_EQ(Record("AsksForFences").status, 0);
+    const std::string wait = "glClientWaitSync(sync=2, flags=0x1, timeout=-1)";
+    const std::string ask = "glGetSynciv(sync=2, pname=GL_SYNC_STATUS, count=1, length=null, values=";
+    EXPECT_THAT(After(Dump(), "glFenceSync"),
+                ElementsAre(StartsWith("glClientWaitSync(sync=2, flags=0x0, timeout=0)"), StartsWith(wait),
+                            StartsWith(ask), StartsWith(wait), StartsWith(ask), StartsWith("eglCreateSync"),
+                            StartsWith("eglClientWaitSyncKHR(dpy=1, sync=1, flags=1, timeout=-1)")));
 }
 
 CLIENT(UsesDesktopOpenGL)

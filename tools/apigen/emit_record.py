@@ -11,6 +11,8 @@ BY_HAND = {
     # Mapped memory.
     "glMapBufferRange", "glFlushMappedBufferRange", "glUnmapBuffer", "glGetBufferPointerv", "glBufferStorageEXT",
     "glDeleteBuffers",
+    # Waits that a replay must not end too early.
+    "glClientWaitSync", "glGetSynciv", "eglClientWaitSyncKHR", "eglGetSyncAttribKHR",
     # Objects that have state here, or that the replay needs to be told more about.
     "eglCreateWindowSurface", "eglCreatePbufferSurface", "eglCreatePixmapSurface", "eglCreatePbufferFromClientBuffer",
     "eglCreatePlatformWindowSurface", "eglCreatePlatformPixmapSurface", "eglDestroySurface", "eglCreateContext",
