@@ -26,6 +26,8 @@ CallDecoder::CallDecoder(Diagnostics& diagnostics) : m_diagnostics(diagnostics) 
 void CallDecoder::Decode(CallId call, std::uint8_t* record)
 {
     const CallDecoding& decoding = callDecodings[static_cast<std::uint32_t>(call)];
+    if (m_skipsGL && IsSkipped(callTable[static_cast<std::uint32_t>(call)].name)) [[unlikely]]
+        return;
     m_call = call;
     m_record = record;
     m_recordBytes = Value<RecordHeader>(0).bytes;
@@ -37,6 +39,16 @@ void CallDecoder::Decode(CallId call, std::uint8_t* record)
     }
     decoding.decode(*this);
     m_delivered = 0;
+}
+
+bool CallDecoder::IsSkipped(const char* name)
+{
+    if (name[0] != 'g')
+        return false;
+    if (!m_isSkippingSaid)
+        m_diagnostics.Skipped(name, "the context", "the captured one to be current", "another or none");
+    m_isSkippingSaid = true;
+    return true;
 }
 
 void CallDecoder::SetThread(std::uint32_t thread)

@@ -53,6 +53,11 @@ public:
     void DecodeMappedData(std::uint8_t* record);
     /// The thread of the calls that follow.
     void SetThread(std::uint32_t thread);
+    /// Whether the context that the capture has current is current in the replay. While it is not, GL calls would reach
+    /// another context than the one whose state they are checked against, so they are skipped. To be called again after
+    /// each EGL call and thread that may change it; taken for true before the first time.
+    void SetContextLive(bool isLive) { m_skipsGL = !isLive || !m_client.HasContext(); }
+    [[nodiscard]] bool SkipsGL() const { return m_skipsGL; }
     /// The chunk that the vertex data lies in goes away.
     void ForgetVertexData() { m_delivered = 0; }
 
@@ -119,6 +124,8 @@ private:
                     bool isOptional, bool needsContents);
     bool Text(std::uint32_t parameter, std::uint32_t at, std::int64_t length, bool isOptional);
     template <class T> bool AttribList(std::uint32_t parameter, std::uint32_t at, T terminator);
+    /// Whether the call is one of GL while there is no context for those; said for the first one.
+    bool IsSkipped(const char* name);
     /// Reports and answers false.
     bool Refuse(std::uint32_t parameter, const std::string& expected, const std::string& found);
 
@@ -134,6 +141,8 @@ private:
     /// End of the contents found so far in this record.
     std::uint32_t m_contentsEnd = 0;
     CallId m_call{};
+    bool m_skipsGL = false;
+    bool m_isSkippingSaid = false;
     std::array<PointerData, maxParameters + 1> m_pointers;
 
     /// Attributes whose vertices came with the next call, and which vertices.

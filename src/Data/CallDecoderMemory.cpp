@@ -44,6 +44,8 @@ void CallDecoder::DecodeVertexAttribData(std::uint8_t* record)
     m_record = record;
     m_recordBytes = Value<RecordHeader>(0).bytes;
     constexpr const char* name = "vertex data";
+    if (m_skipsGL)
+        return;
     if (m_recordBytes < sizeof(VertexAttribDataRecord)) {
         m_diagnostics.Skipped(name, "the record", Bytes(sizeof(VertexAttribDataRecord)), Bytes(m_recordBytes));
         return;
@@ -88,6 +90,8 @@ void CallDecoder::DecodeMappedData(std::uint8_t* record)
     const auto header = Value<RecordHeader>(0);
     const bool isUnmap = header.id == static_cast<std::uint32_t>(RecordId::UnmapBuffer);
     const char* const name = isUnmap ? "data of an unmapped buffer" : "data of a flushed range";
+    if (m_skipsGL)
+        return;
     if (header.bytes < sizeof(MappedDataRecord)) {
         m_diagnostics.Skipped(name, "the record", Bytes(sizeof(MappedDataRecord)), Bytes(header.bytes));
         return;

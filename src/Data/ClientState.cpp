@@ -32,10 +32,33 @@ void ClientState::eglCreateContext(std::uint32_t result, std::uint32_t /*display
 {
     if (result == 0)
         return;
+    if (shareContext != 0) {
+        std::uint32_t root = shareContext;
+        for (auto next = m_roots.find(root); next != m_roots.end(); next = m_roots.find(root))
+            root = next->second;
+        if (root != result)
+            m_roots.try_emplace(result, root);
+    }
     const auto shared = m_contexts.find(shareContext);
-    m_contexts[result] = std::make_shared<ContextState>(shareContext != 0 && shared != m_contexts.end()
-                                                            ? shared->second->Group()
-                                                            : std::make_shared<ShareGroupState>());
+    const auto known = m_contexts.find(result);
+    // A name that is still in use gets a context that nobody shares, so that nothing is taken for known that is not.
+    const bool isShared = shareContext != 0 && shared != m_contexts.end() && known == m_contexts.end();
+    const auto created =
+        std::make_shared<ContextState>(isShared ? shared->second->Group() : std::make_shared<ShareGroupState>());
+    if (known != m_contexts.end()) {
+        for (auto& [thread, state] : m_threads) {
+            if (state == known->second)
+                state = created;
+        }
+    }
+    m_contexts[result] = created;
+    SetCurrentThread(m_thread);
+}
+
+std::uint32_t ClientState::Root(std::uint32_t context) const
+{
+    const auto root = m_roots.find(context);
+    return root != m_roots.end() ? root->second : context;
 }
 
 void ClientState::eglMakeCurrent(std::int32_t result, std::uint32_t /*display*/, std::uint32_t /*draw*/,
@@ -47,6 +70,11 @@ void ClientState::eglMakeCurrent(std::int32_t result, std::uint32_t /*display*/,
 
 void ClientState::eglDestroyContext(std::int32_t result, std::uint32_t /*display*/, std::uint32_t context)
 {
+    for (const auto& [id, state] : m_contexts) {
+        if (Root(id) == context)
+            state->Group()->buffers.clear();
+    }
+    m_roots.erase(context);
     // Threads that use it keep its state until they let go of it.
     if (result == Enum::EglTrue)
         m_contexts.erase(context);

@@ -129,8 +129,10 @@ void ContextState::glPixelStorei(std::uint32_t pname, std::int32_t param)
 
 void ContextState::glGenBuffers(std::int32_t n, const void* buffers)
 {
-    for (const std::uint32_t name : ObjectNames(n, buffers))
-        m_group->buffers[name] = {};
+    for (const std::uint32_t name : ObjectNames(n, buffers)) {
+        if (name != invalidName)
+            m_group->buffers[name] = {};
+    }
 }
 
 std::int64_t ContextState::MappedBytes(std::uint32_t target) const

@@ -83,6 +83,9 @@ struct DrawRange {
     std::uint32_t instances = 1;
 };
 
+/// Never the name of an object for the replay, as 0 is none.
+inline constexpr std::uint32_t invalidName = 0xFFFFFFFF;
+
 /// The names that a call got or gave; none when their count or the pointer says so.
 inline std::span<const std::uint32_t> ObjectNames(std::int32_t n, const void* names)
 {

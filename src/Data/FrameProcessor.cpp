@@ -9,7 +9,7 @@
 namespace Data {
 
 FrameProcessor::FrameProcessor(CaptureSource& source, Preload preload, Diagnostics& diagnostics)
-    : m_source(source), m_diagnostics(diagnostics), m_calls(diagnostics), m_meta(diagnostics),
+    : m_source(source), m_diagnostics(diagnostics), m_calls(diagnostics), m_meta(m_calls, diagnostics),
       m_callCounts(source.Calls().size()), m_unknownSaid(source.Calls().size()), m_queue(source, preload)
 {
     for (const FileCall& call : source.Calls())

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "Data/CallDecoder.h"
 #include "Data/Diagnostics.h"
 #include "Data/GLEnums.h"
 #include "Data/Sizes.h"
@@ -10,8 +11,17 @@ namespace Data {
 
 namespace {
 
-/// Rows and images without padding.
+/// Rows without padding.
 constexpr PixelStore packed{.alignment = 1};
+
+/// Captured format of the only images whose planes of colour have as many rows as that of brightness.
+constexpr std::uint32_t format422 = 107;
+
+/// Rows that a plane of an image has.
+std::uint32_t PlaneRows(const EGLImageRecord& image, std::uint32_t plane)
+{
+    return plane == 0 || image.format == format422 ? image.height : image.height / 2 + image.height % 2;
+}
 
 } // namespace
 
@@ -86,6 +96,30 @@ bool MetaDecoder::Contents(const char* name, const std::uint8_t* bytes, const Po
     return true;
 }
 
+template <class Upload> void MetaDecoder::UploadPacked(Upload upload)
+{
+    if (m_calls.SkipsGL())
+        return;
+    const PixelStore& store = m_calls.Context().Unpack();
+    const std::pair<std::uint32_t, std::int32_t> gaps[] = {{Enum::UnpackRowLength, store.rowLength},
+                                                           {Enum::UnpackSkipRows, store.skipRows},
+                                                           {Enum::UnpackSkipPixels, store.skipPixels}};
+    const std::uint32_t buffer = m_calls.Context().BoundBuffer(Enum::PixelUnpackBuffer);
+    for (const auto& [name, value] : gaps) {
+        if (value != 0)
+            m_calls.GL().Process_glPixelStorei(name, 0);
+    }
+    if (buffer != 0)
+        m_calls.GL().Process_glBindBuffer(Enum::PixelUnpackBuffer, 0);
+    upload();
+    if (buffer != 0)
+        m_calls.GL().Process_glBindBuffer(Enum::PixelUnpackBuffer, buffer);
+    for (const auto& [name, value] : gaps) {
+        if (value != 0)
+            m_calls.GL().Process_glPixelStorei(name, value);
+    }
+}
+
 void MetaDecoder::Text(RecordId id, const std::uint8_t* bytes)
 {
     TextRecord record;
@@ -153,21 +187,18 @@ void MetaDecoder::Image(RecordId id, const std::uint8_t* bytes)
                               std::to_string(record.planeCount));
         return;
     }
-    if (id == RecordId::EGLImageCreate)
-        m_imageHeights.emplace(record.image, record.height);
-    const auto created = m_imageHeights.find(record.image);
-    const std::uint32_t height = created != m_imageHeights.end() ? created->second : 0;
     EGLImagePlane planes[maxImagePlanes] = {};
     for (std::uint32_t i = 0; i < record.planeCount; ++i) {
         const ImagePlaneSlot& slot = record.planes[i];
         const std::uint8_t* contents;
         if (!Contents(name, bytes, slot.data, slot.data.offset != 0 ? slot.size : 0, contents))
             return;
-        // A plane is copied to the image in rows of its stride, as many as there are.
-        if (contents && (slot.stride == 0 || slot.size / slot.stride > height)) {
+        // A plane is copied to the image in rows of its stride, or in one piece.
+        const std::uint32_t rows = PlaneRows(record, i);
+        if (contents && slot.size > std::uint64_t{slot.stride} * rows) {
             m_diagnostics.Skipped(name, "plane " + std::to_string(i),
-                                  "at most " + std::to_string(height) + " rows of the image",
-                                  std::to_string(slot.size) + " bytes in rows of " + std::to_string(slot.stride));
+                                  "at most " + std::to_string(rows) + " rows of " + Bytes(slot.stride),
+                                  Bytes(slot.size));
             return;
         }
         planes[i] = {slot.stride, slot.size, slot.offset, contents};
@@ -192,13 +223,14 @@ void MetaDecoder::DefaultBuffer(RecordId id, const std::uint8_t* bytes)
         static_cast<std::uint64_t>(ImageBytes(packed, record.width, record.height, record.format, record.type));
     if (!Contents(name, bytes, record.data, needed, contents))
         return;
-    for (MetaHandler* const handler : m_handlers) {
-        const auto process = id == RecordId::DefaultColor   ? &MetaHandler::ProcessDefaultColorBuffer
-                             : id == RecordId::DefaultDepth ? &MetaHandler::ProcessDefaultDepthBuffer
-                                                            : &MetaHandler::ProcessDefaultStencilBuffer;
-        (handler->*process)(record.display, record.surface, record.width, record.height, record.format, record.type,
-                            record.data.bytes, contents);
-    }
+    const auto process = id == RecordId::DefaultColor   ? &MetaHandler::ProcessDefaultColorBuffer
+                         : id == RecordId::DefaultDepth ? &MetaHandler::ProcessDefaultDepthBuffer
+                                                        : &MetaHandler::ProcessDefaultStencilBuffer;
+    UploadPacked([&] {
+        for (MetaHandler* const handler : m_handlers)
+            (handler->*process)(record.display, record.surface, record.width, record.height, record.format, record.type,
+                                record.data.bytes, contents);
+    });
 }
 
 void MetaDecoder::MultisampleTexture(const std::uint8_t* bytes)
@@ -218,10 +250,12 @@ void MetaDecoder::MultisampleTexture(const std::uint8_t* bytes)
     }
     if (!Contents(name, bytes, record.data, std::uint64_t{layersBehind} * record.layerBytes + layer, contents))
         return;
-    for (MetaHandler* const handler : m_handlers)
-        handler->ProcessMultiSampleTexture(record.target, record.texture, record.width, record.height, record.depth,
-                                           record.internalFormat, record.format, record.type, record.layerBytes,
-                                           record.data.bytes, contents);
+    UploadPacked([&] {
+        for (MetaHandler* const handler : m_handlers)
+            handler->ProcessMultiSampleTexture(record.target, record.texture, record.width, record.height, record.depth,
+                                               record.internalFormat, record.format, record.type, record.layerBytes,
+                                               record.data.bytes, contents);
+    });
 }
 
 } // namespace Data

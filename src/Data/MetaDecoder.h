@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "Data/Format.h"
@@ -11,13 +10,14 @@
 
 namespace Data {
 
+class CallDecoder;
 class Diagnostics;
 
 /// Checks meta commands and hands them to all handlers. Sizes are checked against what a handler reads: whole images,
 /// closed attribute lists.
 class MetaDecoder {
 public:
-    explicit MetaDecoder(Diagnostics& diagnostics) : m_diagnostics(diagnostics) {}
+    MetaDecoder(CallDecoder& calls, Diagnostics& diagnostics) : m_calls(calls), m_diagnostics(diagnostics) {}
 
     void Add(MetaHandler* handler) { m_handlers.push_back(handler); }
     void SetThread(std::uint32_t thread);
@@ -30,6 +30,9 @@ private:
     /// What a slot's contents point to; false, and reported, when they leave the record or have less than `needed`.
     bool Contents(const char* name, const std::uint8_t* bytes, const PointerSlot& slot, std::uint64_t needed,
                   const std::uint8_t*& contents);
+    /// Calls `upload` while the context takes rows from memory, without gaps between them: handlers hand images to the
+    /// driver as they are. Not called where no context can take them.
+    template <class Upload> void UploadPacked(Upload upload);
     void Text(RecordId id, const std::uint8_t* record);
     void WindowSize(const std::uint8_t* record);
     void Attribs(RecordId id, const std::uint8_t* record);
@@ -37,10 +40,9 @@ private:
     void DefaultBuffer(RecordId id, const std::uint8_t* record);
     void MultisampleTexture(const std::uint8_t* record);
 
+    CallDecoder& m_calls;
     Diagnostics& m_diagnostics;
     std::vector<MetaHandler*> m_handlers;
-    /// Height of each image as it was created; the first creation is the one that counts.
-    std::unordered_map<std::uint32_t, std::uint32_t> m_imageHeights;
 };
 
 } // namespace Data

@@ -1,6 +1,8 @@
 #include "Host/Engine.h"
 
 #include "Data/CaptureFile.h"
+#include "Host/ContextGate.h"
+#include "Host/MappingGuard.h"
 #include "Host/Screenshots.h"
 #include "Host/Verification.h"
 #include "Interfaces/Core.h"
@@ -26,10 +28,11 @@ Engine::Engine(Data::CaptureFile& capture, Output output, Verification* verifica
         m_glAdapter = std::make_unique<ReadBackVerifier>(m_resourceTable.get(), capture.At(), verification->readBacks);
         capture.SetFrameHashHandler(&verification->frames);
     } else {
-        m_glAdapter = std::make_unique<Playback::GLPlaybackAdapter>(m_resourceTable.get());
+        m_glAdapter = std::make_unique<MappingGuard>(m_resourceTable.get());
     }
-    m_eglAdapter =
-        std::make_unique<Playback::EGLPlaybackAdapter>(m_resourceTable.get(), output.windows, m_surfaceFactory.get());
+    m_eglAdapter = std::make_unique<ContextGate>(
+        m_resourceTable.get(), output.windows, m_surfaceFactory.get(),
+        [&calls = capture.GetFrameProcessor()->Calls()](bool isLive) { calls.SetContextLive(isLive); });
     capture.SetAdapter(m_glAdapter.get());
     capture.SetAdapter(m_eglAdapter.get());
     m_glAdapter->SetScreenshotHandler(screenshots);

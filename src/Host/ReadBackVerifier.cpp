@@ -14,7 +14,7 @@ std::string ReadBackTally::Report() const
 
 ReadBackVerifier::ReadBackVerifier(Playback::GLResourceTable* table, const Data::Position& position,
                                    ReadBackTally& tally)
-    : GLPlaybackAdapter(table), m_position(position), m_tally(tally)
+    : MappingGuard(table), m_position(position), m_tally(tally)
 {
 }
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "Data/Diagnostics.h"
-#include "Playback/GLPlaybackAdapter.h"
+#include "Host/MappingGuard.h"
 
 namespace Host {
 
@@ -22,7 +22,7 @@ struct ReadBackTally {
 
 /// Replays, and compares the pixels that the recorded program read back to its memory with those that the live driver
 /// answers. Pixels that were read into a buffer are not in a capture.
-class ReadBackVerifier : public Playback::GLPlaybackAdapter {
+class ReadBackVerifier : public MappingGuard {
 public:
     /// `position` follows the replay and `tally` takes the results; both outlive the adapter, as the table does.
     ReadBackVerifier(Playback::GLResourceTable* table, const Data::Position& position, ReadBackTally& tally);

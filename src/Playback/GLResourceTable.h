@@ -211,6 +211,8 @@ public:
                    unsigned char* data);
     /// The pointer that the captured map call returned, 0 when nothing is mapped there.
     unsigned long GetMappedBufferId(unsigned int target);
+    /// The live memory mapped there, null when nothing is.
+    const unsigned char* GetMappedData(unsigned int target) const;
     /// Copies the captured bytes into the mapping. The range is not compared with the length of the mapping.
     void FlushMappedBufferRange(unsigned int target, unsigned int offset, unsigned int length,
                                 unsigned char* capturedData);

@@ -33,6 +33,12 @@ unsigned long GLResourceTable::GetMappedBufferId(unsigned int target)
     return info->capturedPointer;
 }
 
+const unsigned char* GLResourceTable::GetMappedData(unsigned int target) const
+{
+    const auto* info = m_contextEntry ? Find(m_contextEntry->mappedBuffers, Util::GetBindBuffer(target)) : nullptr;
+    return info ? info->data : nullptr;
+}
+
 void GLResourceTable::FlushMappedBufferRange(unsigned int target, unsigned int offset, unsigned int length,
                                              unsigned char* capturedData)
 {

@@ -206,8 +206,11 @@ GLint Integer(const Objects& objects, GLenum name)
 
 Word MapBuffer(Objects& objects, Word target, std::int64_t bytes)
 {
-    auto& memory = objects.mapped[target];
-    memory.resize(static_cast<std::size_t>(bytes + 7) / 8 + 1);
+    if (bytes <= 0 || bytes > 1 << 30) {
+        return 0;
+    }
+    // Memory of exactly this size, so that a sanitizer sees its end.
+    auto& memory = objects.mapped[target] = std::vector<std::uint8_t>(static_cast<std::size_t>(bytes));
     return reinterpret_cast<Word>(memory.data());
 }
 
@@ -298,13 +301,23 @@ const std::unordered_map<std::string, Rule> rules = {
     {"glBufferData",
      [](Objects& objects, const Word* args) -> Word {
          objects.bufferBytes[args[0]] = static_cast<std::int64_t>(args[1]);
+         objects.mapped.erase(args[0]);
          return 0;
      }},
     {"glGetBufferParameteriv",
      [](Objects& objects, const Word* args) -> Word {
-         Put(args[2], args[1] == GL_BUFFER_SIZE ? static_cast<GLint>(objects.bufferBytes[args[0]]) : 0);
+         const std::int64_t bytes = args[1] == GL_BUFFER_SIZE         ? objects.bufferBytes[args[0]]
+                                    : args[1] == GL_BUFFER_MAP_LENGTH ? std::ssize(objects.mapped[args[0]])
+                                                                      : 0;
+         Put(args[2], static_cast<GLint>(bytes));
          return 0;
      }},
+    {"glGetBufferPointerv",
+     [](Objects& objects, const Word* args) -> Word {
+         Put<void*>(args[2], objects.mapped[args[0]].data());
+         return 0;
+     }},
+    {"glUnmapBuffer", [](Objects& objects, const Word* args) -> Word { return objects.mapped.erase(args[0]); }},
     {"glMapBufferRange",
      [](Objects& objects, const Word* args) {
          return MapBuffer(objects, args[0], static_cast<std::int64_t>(args[2]));

@@ -30,7 +30,7 @@ struct Objects {
     std::map<std::pair<Answer, std::pair<Word, std::string>>, Word> locations;
     /// Bytes of the last glBufferData, and memory of a mapped buffer, by target.
     std::unordered_map<Word, std::int64_t> bufferBytes;
-    std::unordered_map<Word, std::vector<std::uint64_t>> mapped;
+    std::unordered_map<Word, std::vector<std::uint8_t>> mapped;
     /// Name of the buffer that is bound to GL_PIXEL_PACK_BUFFER, where glReadPixels then writes to.
     Word pixelPackBuffer = 0;
     /// Width and height of pbuffers, by handle.

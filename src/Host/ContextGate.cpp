@@ -1,0 +1,66 @@
+#include "Host/ContextGate.h"
+
+namespace Host {
+
+ContextGate::ContextGate(Playback::GLResourceTable* table, Playback::WindowManager* windows,
+                         Playback::EGLProxySurfaceFactory* surfaces, Tell tell)
+    : EGLPlaybackAdapter(table, windows, surfaces), m_table(table), m_tell(std::move(tell))
+{
+    m_tell(false);
+}
+
+bool ContextGate::IsLive() const
+{
+    unsigned int capturedDisplay = 0;
+    unsigned int capturedContext = 0;
+    if (!m_table->GetCurrentContextInfo(&capturedDisplay, nullptr, nullptr, &capturedContext) || capturedContext == 0) {
+        return false;
+    }
+    const auto* display = m_table->GetDisplayResource(capturedDisplay);
+    if (!display) {
+        return false;
+    }
+    const auto context = display->contexts.find(capturedContext);
+    const auto getCurrent = Core::KHRLayer::EGLProc().eglGetCurrentContext;
+    return context != display->contexts.end() && (!getCurrent || getCurrent() == context->second);
+}
+
+void ContextGate::SetCurrentThread(std::uint32_t threadId)
+{
+    EGLPlaybackAdapter::SetCurrentThread(threadId);
+    m_tell(IsLive());
+}
+
+void ContextGate::Process_eglMakeCurrent(std::int32_t captured, std::uint32_t dpy, std::uint32_t draw,
+                                         std::uint32_t read, std::uint32_t ctx)
+{
+    EGLPlaybackAdapter::Process_eglMakeCurrent(captured, dpy, draw, read, ctx);
+    m_tell(IsLive());
+}
+
+void ContextGate::Process_eglCreateContext(std::uint32_t captured, std::uint32_t dpy, std::uint32_t config,
+                                           std::uint32_t share_context, Data::PointerData* attrib_list)
+{
+    EGLPlaybackAdapter::Process_eglCreateContext(captured, dpy, config, share_context, attrib_list);
+    m_tell(IsLive());
+}
+
+void ContextGate::Process_eglDestroyContext(std::int32_t captured, std::uint32_t dpy, std::uint32_t ctx)
+{
+    EGLPlaybackAdapter::Process_eglDestroyContext(captured, dpy, ctx);
+    m_tell(IsLive());
+}
+
+void ContextGate::Process_eglReleaseThread(std::int32_t captured)
+{
+    EGLPlaybackAdapter::Process_eglReleaseThread(captured);
+    m_tell(IsLive());
+}
+
+void ContextGate::Process_eglTerminate(std::int32_t captured, std::uint32_t dpy)
+{
+    EGLPlaybackAdapter::Process_eglTerminate(captured, dpy);
+    m_tell(IsLive());
+}
+
+} // namespace Host

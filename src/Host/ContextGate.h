@@ -1,0 +1,35 @@
+#pragma once
+
+#include <functional>
+
+#include "Playback/EGLPlaybackAdapter.h"
+
+namespace Host {
+
+/// Replays EGL calls, and tells after each one that can change it whether the context that the capture has current is
+/// current in the driver. It may not be: contexts and surfaces can fail to be made here, and a capture can hold
+/// anything. GL calls would then reach a context whose state nobody has checked them against.
+class ContextGate : public Playback::EGLPlaybackAdapter {
+public:
+    using Tell = std::function<void(bool isLive)>;
+
+    ContextGate(Playback::GLResourceTable* table, Playback::WindowManager* windows,
+                Playback::EGLProxySurfaceFactory* surfaces, Tell tell);
+
+    void SetCurrentThread(std::uint32_t threadId) override;
+    void Process_eglMakeCurrent(std::int32_t captured, std::uint32_t dpy, std::uint32_t draw, std::uint32_t read,
+                                std::uint32_t ctx) override;
+    void Process_eglCreateContext(std::uint32_t captured, std::uint32_t dpy, std::uint32_t config,
+                                  std::uint32_t share_context, Data::PointerData* attrib_list) override;
+    void Process_eglDestroyContext(std::int32_t captured, std::uint32_t dpy, std::uint32_t ctx) override;
+    void Process_eglReleaseThread(std::int32_t captured) override;
+    void Process_eglTerminate(std::int32_t captured, std::uint32_t dpy) override;
+
+private:
+    [[nodiscard]] bool IsLive() const;
+
+    Playback::GLResourceTable* m_table;
+    Tell m_tell;
+};
+
+} // namespace Host

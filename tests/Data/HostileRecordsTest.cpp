@@ -1,0 +1,372 @@
+#include "ProgramTest.h"
+#include "TouchingAdapters.h"
+
+namespace Data {
+
+namespace {
+
+using ::testing::HasSubstr;
+
+/// Captures that ask for memory which is not theirs. Each is read with adapters that use every byte, and replayed by
+/// the program; sanitizers see to it that nothing is reached that should not be.
+class HostileRecordsTest : public ProgramTest {
+protected:
+    static constexpr std::uint32_t arrayBuffer = Enum::ArrayBuffer;
+
+    /// A record with `room` bytes behind the struct.
+    template <class Record> void Add(RecordId id, Record record, std::uint32_t room = 0)
+    {
+        std::uint8_t* const at = writer->Begin(static_cast<std::uint32_t>(id), sizeof record + room);
+        ASSERT_NE(at, nullptr);
+        std::memcpy(&record.header, at, sizeof record.header);
+        std::memcpy(at, &record, sizeof record);
+        writer->End();
+    }
+    /// Room behind the struct of a record.
+    template <class Record> static PointerSlot Behind(std::uint32_t bytes) { return {1, bytes, sizeof(Record)}; }
+
+    /// Buffer 1 with 4096 bytes, bound and mapped to be written.
+    void Map(std::uint32_t bytes)
+    {
+        Begin();
+        Call(CallId::glGenBuffers, 2, std::vector<std::uint32_t>{1, 2});
+        Call(CallId::glBindBuffer, arrayBuffer, 1);
+        Call(CallId::glBufferData, arrayBuffer, 4096, 0, 0x88E4);
+        Call(CallId::glMapBufferRange, 0x5000, arrayBuffer, 0, bytes, 0x12);
+    }
+    void Flush(std::uint32_t offset, std::uint32_t bytes)
+    {
+        const std::vector<std::uint8_t> data(bytes, 7);
+        writer->FlushMappedBufferRange(arrayBuffer, offset, data.data(), bytes);
+    }
+    void Unmap(std::uint32_t bytes)
+    {
+        const std::vector<std::uint8_t> data(bytes, 7);
+        writer->UnmapBuffer(arrayBuffer, data.data(), bytes);
+        Call(CallId::glUnmapBuffer, 1, arrayBuffer);
+    }
+    /// A plane of `bytes` bytes, of which 256 are there.
+    void Plane(std::uint32_t stride, std::uint64_t bytes, std::uint32_t width, std::uint32_t height,
+               std::uint32_t plane = 0)
+    {
+        EGLImageRecord image{};
+        image.display = image.image = 1;
+        image.width = width;
+        image.height = height;
+        image.format = 28;
+        image.planeCount = plane + 1;
+        image.planes[plane] = {stride, 0, bytes, 0, Behind<EGLImageRecord>(256)};
+        Add(RecordId::EGLImageCreate, image, 256);
+        image.display = 0;
+        Add(RecordId::EGLImageContent, image, 256);
+    }
+    void Color(std::uint32_t width, std::uint32_t height, std::uint32_t bytes, std::uint32_t type = Enum::UnsignedByte)
+    {
+        DefaultBufferRecord buffer{};
+        buffer.display = buffer.surface = 1;
+        buffer.width = width;
+        buffer.height = height;
+        buffer.format = Enum::Rgba;
+        buffer.type = type;
+        buffer.data = Behind<DefaultBufferRecord>(bytes);
+        Add(RecordId::DefaultColor, buffer, std::min(bytes, 64u));
+    }
+    /// Layers of 16 bytes, of which 32 bytes are there.
+    void Layers(std::uint32_t depth, std::uint32_t layerBytes)
+    {
+        MultisampleTextureRecord texture{};
+        texture.target = 0x9102; // GL_TEXTURE_2D_MULTISAMPLE_ARRAY
+        texture.width = texture.height = 2;
+        texture.depth = depth;
+        texture.format = Enum::Rgba;
+        texture.type = Enum::UnsignedByte;
+        texture.internalFormat = 0x8058;
+        texture.layerBytes = layerBytes;
+        texture.data = Behind<MultisampleTextureRecord>(32);
+        Add(RecordId::MultisampleTexture, texture, 32);
+    }
+    void List(RecordId id, const std::vector<std::int32_t>& values)
+    {
+        if (id == RecordId::ConfigAttribs)
+            writer->ConfigAttribs(1, 1, values.data(), static_cast<std::uint32_t>(values.size()));
+        else
+            writer->SurfaceAttribs(1, 1, values.data(), static_cast<std::uint32_t>(values.size()));
+    }
+    /// A draw from "offset" 0x10000 of the buffer that the capture has bound.
+    void DrawFromOffset()
+    {
+        Call(CallId::glVertexAttribPointer, 0, 4, Enum::Float, 0, 0, 0x10000);
+        Call(CallId::glEnableVertexAttribArray, 0);
+        Call(CallId::glDrawArrays, 4, 0, 3);
+    }
+    /// A program whose one attribute is number 0.
+    void UseProgram()
+    {
+        Call(CallId::glCreateProgram, 1);
+        std::uint32_t shader = 1;
+        for (const auto& [type, source] :
+             {std::pair{0x8B31, "attribute vec4 p;void main(){gl_Position=p;}"}, {0x8B30, "void main(){}"}}) {
+            Call(CallId::glCreateShader, ++shader, type);
+            Call(CallId::glShaderSource, shader, 1, std::vector<std::string>{source}, 0);
+            Call(CallId::glCompileShader, shader);
+            Call(CallId::glAttachShader, 1, shader);
+        }
+        Call(CallId::glBindAttribLocation, 1, 0, "p");
+        Call(CallId::glLinkProgram, 1);
+        Call(CallId::glUseProgram, 1);
+    }
+
+    struct Case {
+        const char* what;
+        std::function<void()> write;
+        /// What the program says. Empty for what is harmless.
+        const char* message;
+    };
+
+    void Check(const std::vector<Case>& cases, const std::string& options)
+    {
+        for (const Case& hostile : cases) {
+            SCOPED_TRACE(hostile.what);
+            std::string error;
+            writer = CaptureWriter::Create(path, header, error);
+            ASSERT_NE(writer, nullptr) << error;
+            hostile.write();
+            Touch();
+            const Result result = Run(options);
+            EXPECT_EQ(result.status, 0) << result.output;
+            EXPECT_THAT(result.output, HasSubstr(hostile.message));
+        }
+    }
+    void Touch()
+    {
+        const std::unique_ptr<CaptureFile> capture = Open();
+        ASSERT_NE(capture, nullptr) << openError;
+        CallDecoder& decoder = capture->GetFrameProcessor()->Calls();
+        TouchingGLAdapter gl(decoder);
+        TouchingEGLAdapter egl(decoder);
+        TouchingMetaHandler meta;
+        capture->SetAdapter(&gl);
+        capture->SetAdapter(&egl);
+        capture->Add(&meta);
+        while (capture->GetFrameProcessor()->ProcessNextFrame()) {
+        }
+        writer.reset();
+    }
+};
+
+constexpr const char* noMapping = "expected a mapping that holds the data";
+constexpr const char* noContext = "expected the captured one to be current";
+
+TEST_F(HostileRecordsTest, TheReaderRefusesThem)
+{
+    const auto attribs = {RecordId::ConfigAttribs, RecordId::SurfaceAttribs};
+    std::vector<Case> cases = {
+        {"a flush beyond the map", [&] { Map(16), Flush(12, 8); }, noMapping},
+        {"a flush whose end overflows", [&] { Map(16), Flush(0xFFFFFFF8, 16); }, noMapping},
+        {"an unmap longer than the map", [&] { Map(16), Unmap(17); }, noMapping},
+        {"an unmap after an unmap", [&] { Map(16), Unmap(16), Unmap(16); }, noMapping},
+        {"a flush after an unmap", [&] { Map(16), Unmap(16), Flush(0, 16); }, noMapping},
+        {"a flush without a map", [&] { Begin(), Flush(0, 16); }, noMapping},
+        {"a flush after new storage",
+         [&] { Map(16), Call(CallId::glBufferData, arrayBuffer, 4, 0, 0x88E4), Flush(0, 16); }, noMapping},
+        {"a flush of a deleted buffer",
+         [&] { Map(16), Call(CallId::glDeleteBuffers, 1, std::vector<std::uint32_t>{1}), Flush(0, 16); }, noMapping},
+        {"a flush of another buffer", [&] { Map(16), Call(CallId::glBindBuffer, arrayBuffer, 2), Flush(0, 16); },
+         noMapping},
+        {"a flush of a buffer whose target was mapped again",
+         [&] {
+             Map(4096);
+             Call(CallId::glBindBuffer, arrayBuffer, 2);
+             Call(CallId::glBufferData, arrayBuffer, 16, 0, 0x88E4);
+             Call(CallId::glMapBufferRange, 0x6000, arrayBuffer, 0, 16, 2);
+             Call(CallId::glBindBuffer, arrayBuffer, 1);
+             Flush(0, 4096);
+         },
+         noMapping},
+        {"a map that failed",
+         [&] { Map(16), Call(CallId::glMapBufferRange, 0, arrayBuffer, 0, 4096, 2), Flush(0, 16); }, noMapping},
+        {"a flush in another context", [&] { Map(16), MakeContext(2, 1), MakeCurrent(2), Flush(0, 16); }, noMapping},
+        {"a flush whose data leaves the record",
+         [&] {
+             Map(16);
+             MappedDataRecord flush{};
+             flush.target = arrayBuffer;
+             flush.data = Behind<MappedDataRecord>(0xFFFFFFF0);
+             Add(RecordId::FlushMappedBufferRange, flush, 8);
+         },
+         "data of a flushed range: contents"},
+
+        {"a plane larger than its data", [&] { Begin(), Plane(64, 257, 4, 16); }, "EGLImage: contents: expected 257"},
+        {"more rows than the image", [&] { Begin(), Plane(16, 256, 4, 15); }, "plane 0: expected at most 15 rows"},
+        {"a part of a row more", [&] { Begin(), Plane(25, 255, 4, 10); }, "plane 0: expected at most 10 rows"},
+        {"more rows than the colours have", [&] { Begin(), Plane(32, 256, 4, 13, 1); }, "plane 1: expected at most 7"},
+        {"rows without bytes", [&] { Begin(), Plane(0, 256, 4, 4); }, "plane 0: expected"},
+        {"rows shorter than the image", [&] { Begin(), Plane(8, 256, 1u << 31, 1u << 31); }, ""},
+        {"a size that overflows", [&] { Begin(), Plane(0xFFFFFFFF, ~0ull, ~0u, ~0u); }, "EGLImage: contents"},
+        {"no rows at all", [&] { Begin(), Plane(16, 256, 0, 0); }, "plane 0: expected at most 0 rows"},
+        {"many planes",
+         [&] {
+             Begin();
+             EGLImageRecord image{};
+             image.planeCount = 0xFFFFFFFF;
+             Add(RecordId::EGLImageContent, image);
+         },
+         "planes: expected at most 3, found 4294967295"},
+        {"contents of an image that nobody made",
+         [&] {
+             Begin();
+             EGLImageRecord image{};
+             image.image = 99;
+             Add(RecordId::EGLImageContent, image);
+             Call(CallId::eglCreateImageKHR, 99, 1, 0, 0x3140, 1, 0);
+             Call(CallId::glEGLImageTargetTexture2DOES, 0x0DE1, 99);
+         },
+         ""},
+
+        {"a picture larger than its data", [&] { Begin(), Color(4, 4, 60); },
+         "default framebuffer: contents: expected 64"},
+        {"a picture that leaves the record", [&] { Begin(), Color(4, 4, 0x10000); }, "default framebuffer: contents"},
+        {"a picture of absurd size", [&] { Begin(), Color(~0u, ~0u, 64); }, "default framebuffer: contents"},
+        {"a picture whose size overflows", [&] { Begin(), Color(1u << 31, 1u << 31, 64, Enum::Float); },
+         "default framebuffer: contents"},
+        {"a picture of unknown pixels", [&] { Begin(), Color(1, 1, 64, 0x9999); }, "default framebuffer: contents"},
+        {"layers beyond the data", [&] { Begin(), Layers(3, 16); }, "multisample texture: contents"},
+        {"layers without bytes", [&] { Begin(), Layers(2, 0); }, "multisample texture: layers"},
+        {"layers without number", [&] { Begin(), Layers(~0u, ~0u); }, "multisample texture: contents"},
+
+        {"a size that no surface has",
+         [&] {
+             Begin();
+             for (const std::uint32_t size : {0u, 0x80000000u, ~0u})
+                 writer->WindowSize(1, 1, size, size);
+             MakeCurrent(1);
+             Call(CallId::eglSwapBuffers, 1, 1, 1);
+         },
+         ""},
+        {"text that leaves the record",
+         [&] {
+             Add(RecordId::TextAscii, TextRecord{{}, 0, Behind<TextRecord>(4096)}, 8);
+         },
+         "text: contents"},
+        {"a record that is too short", [&] { Add(RecordId::EGLImageCreate, BlockRecord{}); },
+         "EGLImage: the record: expected"},
+        {"a thread record that is too short", [&] { Add(RecordId::Thread, CallTableEntry{}); },
+         "record: size: expected"},
+        {"a record that nobody knows", [&] { Add(static_cast<RecordId>(0x20000), BlockRecord{}, 64); },
+         "records of kind 131072 that this program does not know"},
+
+        {"GL calls of a thread that has no context", [&] { Map(16), writer->SetThread(7), DrawFromOffset(); },
+         noContext},
+        {"GL calls after the context was let go",
+         [&] { Map(16), Call(CallId::eglMakeCurrent, 1, 1, 0, 0, 0), DrawFromOffset(); }, noContext},
+        {"GL calls with a surface that nobody made",
+         [&] { Map(16), MakeContext(2), Call(CallId::eglMakeCurrent, 1, 1, 9, 9, 2), DrawFromOffset(); }, noContext},
+        {"GL calls after the display was ended",
+         [&] { Map(16), Call(CallId::eglTerminate, 1, 1), Flush(0, 16), DrawFromOffset(); }, noContext},
+        {"a context destroyed while a map lives",
+         [&] { Map(16), Call(CallId::eglDestroyContext, 1, 1, 1), Flush(0, 16), DrawFromOffset(); }, noContext},
+        {"a context made again under its name", [&] { Map(16), MakeContext(1), Flush(0, 16), DrawFromOffset(); },
+         noContext},
+        {"names that went with the first context of a group",
+         [&] {
+             Map(16);
+             MakeContext(2, 1);
+             MakeCurrent(2);
+             Call(CallId::eglDestroyContext, 1, 1, 1);
+             Call(CallId::glBindBuffer, arrayBuffer, 1);
+             DrawFromOffset();
+         },
+         "glBindBuffer: buffer: expected a buffer that was generated, found 1"},
+        {"a name that stands for none",
+         [&] {
+             Begin();
+             Call(CallId::glGenBuffers, 1, std::vector<std::uint32_t>{~0u});
+             Call(CallId::glBindBuffer, arrayBuffer, -1);
+             DrawFromOffset();
+         },
+         "expected a buffer that was generated"},
+    };
+    for (const RecordId id : attribs) {
+        const char* const message = "attributes: the list: expected a closing EGL_NONE";
+        cases.push_back({"a list without an end", [this, id] { List(id, {0x3024, 8}); }, message});
+        cases.push_back({"a list of odd length", [this, id] { List(id, {0x3024, Enum::EglNone}); }, message});
+        cases.push_back({"an end where a value belongs",
+                         [this, id] {
+                             List(id, {0x3024, Enum::EglNone, 0x3023, 8, 0x3022});
+                         },
+                         message});
+        cases.push_back({"a list without values", [this, id] { List(id, {}); }, "attributes: contents"});
+    }
+    Check(cases, "-driver " FAKE_DRIVER_DIR);
+}
+
+/// What only shows where a driver has memory of its own, since the capture is true as far as it can be told.
+TEST_F(HostileRecordsTest, TheDriverConfirmsWhatIsMapped)
+{
+    constexpr std::uint32_t copyWrite = Enum::CopyWriteBuffer;
+    const char* const gone = "the driver has no such mapping";
+    const std::vector<Case> cases = {
+        {"mapped anew through another target",
+         [&] {
+             Map(4096);
+             Call(CallId::glBindBuffer, copyWrite, 1);
+             Call(CallId::glUnmapBuffer, 1, copyWrite);
+             Call(CallId::glBufferData, copyWrite, 16, 0, 0x88E4);
+             Call(CallId::glMapBufferRange, 0x6000, copyWrite, 0, 16, 2);
+             Flush(0, 16);
+         },
+         gone},
+        {"storage that the driver did not take for immutable",
+         [&] {
+             Begin();
+             Call(CallId::glGenBuffers, 1, std::vector<std::uint32_t>{1});
+             Call(CallId::glBindBuffer, arrayBuffer, 1);
+             Call(CallId::glBufferData, arrayBuffer, 1 << 20, 0, 0x88E4);
+             Call(CallId::glBufferStorageEXT, arrayBuffer, 1 << 20, 0, 0xFFFF);
+             Call(CallId::glMapBufferRange, 0x5000, arrayBuffer, 0, 1 << 20, 2);
+             Call(CallId::glBufferData, arrayBuffer, 16, 0, 0x88E4);
+             Flush(0, 1 << 20);
+         },
+         gone},
+        {"pictures while uploads skip rows",
+         [&] {
+             Begin();
+             Call(CallId::glPixelStorei, Enum::UnpackRowLength, 1 << 20);
+             Call(CallId::glPixelStorei, Enum::UnpackSkipRows, 1 << 10);
+             Color(4, 4, 64);
+             Layers(2, 16);
+         },
+         ""},
+        {"an offset into a buffer that is not there any more",
+         [&] {
+             Map(16);
+             UseProgram();
+             MakeContext(2, 1);
+             MakeCurrent(2);
+             Call(CallId::glUseProgram, 1);
+             Call(CallId::eglDestroyContext, 1, 1, 1);
+             Call(CallId::glBindBuffer, arrayBuffer, 1);
+             DrawFromOffset();
+         },
+         "expected a buffer that was generated"},
+        {"an offset while another context is current",
+         [&] {
+             Map(16);
+             UseProgram();
+             Call(CallId::glBindBuffer, arrayBuffer, 0);
+             MakeContext(2);
+             Call(CallId::eglMakeCurrent, 1, 1, 9, 9, 2);
+             Call(CallId::glGenBuffers, 1, std::vector<std::uint32_t>{5});
+             Call(CallId::glBindBuffer, arrayBuffer, 5);
+             MakeCurrent(1);
+             Call(CallId::eglMakeCurrent, 1, 1, 9, 9, 2);
+             DrawFromOffset();
+         },
+         noContext},
+    };
+    Check(cases, "");
+}
+
+} // namespace
+
+} // namespace Data
