@@ -1,6 +1,7 @@
 // A recorded EGL context.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -8,18 +9,30 @@
 
 #include "Data/ContextState.h"
 #include "Recorder/Capture.h"
+#include "Recorder/Names.h"
 
 namespace Recorder {
+
+/// What the contexts of a share group have in common.
+struct ShareGroup : Data::ShareGroupState {
+    /// By NameKind; the last kind is not shared.
+    std::array<NameSet, 3> names;
+};
 
 /// What the library remembers of a context: the state that says how much memory lies behind the program's pointers.
 /// Used by the thread on which the context is current; the state is changed, and what it shares with other contexts
 /// is read, under the capture's lock.
 class Context {
 public:
-    explicit Context(std::shared_ptr<Data::ShareGroupState> group) : m_group(std::move(group)), m_state(m_group) {}
+    explicit Context(std::shared_ptr<ShareGroup> group) : m_group(std::move(group)), m_state(m_group) {}
 
-    [[nodiscard]] const std::shared_ptr<Data::ShareGroupState>& Group() const { return m_group; }
+    [[nodiscard]] const std::shared_ptr<ShareGroup>& Group() const { return m_group; }
     [[nodiscard]] Data::ContextState& State() { return m_state; }
+    /// The names that a replay knows.
+    [[nodiscard]] NameSet& Names(NameKind kind)
+    {
+        return kind == NameKind::Framebuffer ? m_framebuffers : m_group->names[static_cast<std::size_t>(kind)];
+    }
 
     /// Changes the state. Without memory for that the capture can only go wrong from here on, so it stops.
     template <class Change> void Track(const Capturing& capturing, Change change) noexcept
@@ -55,8 +68,9 @@ public:
     [[nodiscard]] bool TakePlaceholderCreation() { return !std::exchange(m_placeholder, true); }
 
 private:
-    const std::shared_ptr<Data::ShareGroupState> m_group;
+    const std::shared_ptr<ShareGroup> m_group;
     Data::ContextState m_state;
+    NameSet m_framebuffers;
     std::map<std::uint32_t, std::uint32_t> m_mappedInReplay;
     bool m_placeholder = false;
 };

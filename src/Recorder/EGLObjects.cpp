@@ -114,8 +114,8 @@ bool AddContext(EGLContext handle, EGLContext share, EGLConfig config) noexcept
 {
     return Locked([&](Objects& objects) {
         const auto shared = objects.contexts.find(share);
-        auto group = shared != objects.contexts.end() ? shared->second.context->Group()
-                                                      : std::make_shared<Data::ShareGroupState>();
+        auto group =
+            shared != objects.contexts.end() ? shared->second.context->Group() : std::make_shared<ShareGroup>();
         objects.contexts[handle] = {std::make_shared<Context>(std::move(group)), config};
         return true;
     });

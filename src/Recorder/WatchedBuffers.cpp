@@ -25,7 +25,7 @@ constexpr std::size_t unit = 64;
 constexpr std::size_t sharedUnit = 4;
 
 struct WatchedBuffer {
-    std::weak_ptr<Data::ShareGroupState> group;
+    std::weak_ptr<ShareGroup> group;
     std::uint32_t name = 0;
     std::int64_t offset = 0;
     std::unique_ptr<WatchedMemory> memory;

@@ -12,6 +12,7 @@ CLIENTS = {
     "compute": FRAMES,
     "debug-labels": FRAMES,
     "images": FRAMES,
+    "made-up-names": FRAMES,
     "multisample": FRAMES,
     "persistent-maps": FRAMES,
     "pipelines": FRAMES,

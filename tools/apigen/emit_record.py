@@ -37,6 +37,9 @@ BOUND = {
     "pixel_unpack": "context.State().HasUnpackBuffer()",
 }
 
+# Objects whose names programs may make up.
+NAMES = {"buffer": "Buffer", "texture": "Texture", "renderbuffer": "Renderbuffer", "framebuffer": "Framebuffer"}
+
 # Calls that no program can get at: they stand for a form of another call in captures only.
 NOT_EXPORTED = {"eglCreateImageKHRv1"}
 
@@ -139,10 +142,27 @@ def track(call):
     return (f"    context.Track(capturing, [&](Data::ContextState& state) {{ state.{call.name}({', '.join(arguments)}); }});\n")
 
 
+def names(call):
+    """Keeps account of the names that a replay knows, and has it generate those that the program made up."""
+    text = ""
+    for p in call.params:
+        kind = f"NameKind::{NAMES.get(p.type.name)}"
+        if p.type.name not in NAMES:
+            continue
+        if call.has("makes_name"):
+            text += (f"    if ({p.name} != 0 && !context.Names({kind}).Contains({p.name})) [[unlikely]]\n"
+                     f"        RecordGeneration(capturing, context, {kind}, {p.name});\n")
+        elif p.type.is_pointer and (p.type.out or call.has("deletes")):
+            change = f"context.Names({kind}).{'Add' if p.type.out else 'Remove'}"
+            text += (f"    context.Track(capturing, [&](Data::ContextState&) {{\n"
+                     f"        {change}(Data::ObjectNames({p.type.expr}, {p.name}));\n    }});\n")
+    return text
+
+
 def record_function(call):
     name = call.name
     text = wrap(f"inline void {name}(", record_parameters(call), ") noexcept\n{\n", indent=4)
-    text += "    if (!capturing)\n        return;\n"
+    text += "    if (!capturing)\n        return;\n" + names(call)
     sizes = []
     if call.ret.form == "cstring":
         text += "    const std::uint64_t resultBytes = TextBytes(result);\n"

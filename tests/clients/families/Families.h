@@ -12,6 +12,7 @@ void Compute(Stage& stage);
 void DebugLabels(Stage& stage);
 void Headless(Stage& stage);
 void Images(Stage& stage);
+void MadeUpNames(Stage& stage);
 void Multisample(Stage& stage);
 void PersistentMaps(Stage& stage);
 void Pipelines(Stage& stage);

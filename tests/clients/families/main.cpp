@@ -20,6 +20,7 @@ constexpr struct {
     {"debug-labels", DebugLabels},
     {"headless", Headless},
     {"images", Images},
+    {"made-up-names", MadeUpNames},
     {"multisample", Multisample},
     {"persistent-maps", PersistentMaps},
     {"pipelines", Pipelines},
