@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <span>
+#include <vector>
+
+#include "Data/CallIds.h"
+#include "Data/CaptureWriter.h"
+#include "Data/RecordCursor.h"
+
+namespace Tools::Trim {
+
+/// An argument of a call that is written: a number, or memory.
+struct OutputArgument {
+    template <class Number>
+    OutputArgument(Number number) : value(static_cast<std::uint64_t>(number)) // NOLINT(google-explicit-constructor)
+    {
+    }
+    OutputArgument(std::span<const std::uint8_t> memory) : contents(memory) {} // NOLINT(google-explicit-constructor)
+
+    std::uint64_t value = 0;
+    std::span<const std::uint8_t> contents;
+};
+
+/// Writes records of another capture, and calls of its own, to a capture.
+class RecordOutput {
+public:
+    explicit RecordOutput(Data::CaptureWriter& writer) : m_writer(writer) {}
+
+    void SetThread(std::uint32_t thread) { m_writer.SetThread(thread); }
+    /// Copies a call; `call` is its number here. Vertices that came since the last call go along.
+    void CopyCall(Data::CallId call, std::span<const std::uint8_t> record);
+    /// Keeps client-side vertices for the call that they belong to.
+    void HoldVertices(std::span<const std::uint8_t> record);
+    void DropVertices() { m_vertices.clear(); }
+    /// Copies a record that is no call and no frame's or block's start or end.
+    void Copy(std::span<const std::uint8_t> record);
+    void WriteCall(Data::CallId call, std::initializer_list<OutputArgument> arguments, std::uint32_t returned = 0);
+
+    [[nodiscard]] Data::CaptureWriter& Writer() { return m_writer; }
+
+private:
+    void Put(std::uint32_t id, std::span<const std::uint8_t> record);
+
+    Data::CaptureWriter& m_writer;
+    std::vector<std::vector<std::uint8_t>> m_vertices;
+};
+
+} // namespace Tools::Trim

@@ -1,0 +1,269 @@
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "Data/CallIds.h"
+#include "Tools/Trim/CallArguments.h"
+#include "Tools/Trim/EffectLog.h"
+#include "Tools/Trim/StateSlots.h"
+
+namespace Tools::Trim {
+
+enum class ObjectKind : std::uint8_t {
+    Context,
+    Surface,
+    Texture,
+    Buffer,
+    Shader,
+    Program,
+    Renderbuffer,
+    Sampler,
+    Sync,
+    EGLSync,
+    // These belong to a context, those above to a share group.
+    Framebuffer,
+    VertexArray,
+    Query,
+    TransformFeedback,
+    Pipeline,
+};
+
+/// One image of a texture, or the only one of a renderbuffer.
+struct Image {
+    Owner object = 0;
+    /// Target that the image is uploaded to: a cube map has six. 0 for a renderbuffer.
+    std::uint32_t face = 0;
+    std::uint32_t level = 0;
+    bool operator==(const Image&) const = default;
+    auto operator<=>(const Image&) const = default;
+};
+
+/// In pixels.
+struct ImageSize {
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    bool operator==(const ImageSize&) const = default;
+};
+
+/// What is known of an owner besides its slots.
+struct ObjectInfo {
+    ObjectKind kind = ObjectKind::Context;
+    /// As the capture has it.
+    std::uint32_t name = 0;
+    bool isDeleted = false;
+    /// An EGLImage shows the same pixels under another name.
+    bool isAliased = false;
+    /// Objects that this one referred to at some time.
+    std::set<Owner> references;
+    std::set<Owner> referencedBy;
+    /// Some call bound it, which is when most kinds of objects come into being.
+    bool wasBound = false;
+    /// Programs and shaders: a shader stays while it is attached.
+    std::set<Owner> attached;
+    /// Framebuffers: by attachment point.
+    std::map<std::uint32_t, Image> attachments;
+    std::vector<std::uint32_t> drawBuffers;
+    /// Textures and renderbuffers, by face and level.
+    std::map<std::pair<std::uint32_t, std::uint32_t>, ImageSize> sizes;
+    /// Target of a texture, 0 until it is bound.
+    std::uint32_t target = 0;
+    /// Of a buffer.
+    std::int64_t bytes = 0;
+    /// Locations that were asked for since the program was linked.
+    std::set<std::string, std::less<>> locations;
+};
+
+/// The objects of a share group, or those of a context that are not shared: by kind and captured name.
+using ObjectNames = std::map<std::pair<ObjectKind, std::uint32_t>, Owner>;
+
+struct ContextState {
+    Owner owner = 0;
+    std::uint32_t name = 0;
+    std::shared_ptr<ObjectNames> shared;
+    ObjectNames own;
+    /// Slots that hold an object.
+    std::set<Slot> bindings;
+    /// The vertex array and the transform feedback object with the name 0.
+    Owner defaultVertexArray = 0;
+    Owner defaultTransformFeedback = 0;
+    /// By target.
+    std::map<std::uint32_t, Owner> defaultTextures;
+    /// Some colour mask was set for one draw buffer only.
+    bool hasIndexedMasks = false;
+    /// Between the begin and the end of transform feedback.
+    bool isCapturing = false;
+    /// Records of debug groups that were pushed and not popped yet.
+    std::vector<std::size_t> debugGroups;
+};
+
+/// What a captured thread made current. Captured identifiers.
+struct Current {
+    std::uint32_t display = 0;
+    std::uint32_t draw = 0;
+    std::uint32_t read = 0;
+    std::uint32_t context = 0;
+    bool operator==(const Current&) const = default;
+};
+
+/// Follows the calls of a capture and logs what each of them does to which slot. A call that it does not know is kept
+/// and may depend on everything, so that forgetting one costs size, not truth.
+class StateTracker {
+public:
+    StateTracker() = default;
+    StateTracker(const StateTracker&) = delete;
+    StateTracker& operator=(const StateTracker&) = delete;
+
+    void SetThread(std::uint32_t thread);
+    /// Logs the record of a call.
+    void Call(const CallArguments& arguments);
+    /// Logs the record of a call that was refused or raised an error: one of GL then did nothing.
+    void FailedCall(const CallArguments& arguments);
+    /// Data that the application wrote to a mapped buffer: `bytes` bytes from `offset` in the mapped range.
+    void MappedData(std::uint32_t target, std::uint64_t offset, std::uint64_t bytes);
+    /// Any other record.
+    void Other(Verdict verdict)
+    {
+        m_log.Begin();
+        m_log.SetVerdict(verdict);
+    }
+
+    [[nodiscard]] const EffectLog& Log() const { return m_log; }
+    [[nodiscard]] StateSlots& Slots() { return m_slots; }
+    [[nodiscard]] const ObjectInfo& Object(Owner owner) const { return m_objects[owner]; }
+    [[nodiscard]] std::uint32_t Thread() const { return m_thread; }
+    /// By captured thread.
+    [[nodiscard]] const std::map<std::uint32_t, Current>& Threads() const { return m_threads; }
+    /// Null for a context that is not there.
+    [[nodiscard]] ContextState* FindContext(std::uint32_t context);
+    /// How each surface that is still there was last made current: thread and what.
+    [[nodiscard]] const std::map<std::uint32_t, std::pair<std::uint32_t, Current>>& Surfaces() const
+    {
+        return m_surfaces;
+    }
+    /// The slots of what a surface shows: colour, depth, stencil.
+    [[nodiscard]] std::vector<Slot> SurfacePixels(std::uint32_t surface);
+
+private:
+    // Each handles the calls of one family and answers false for others.
+    bool TrackEGL(const CallArguments& call);
+    bool TrackSetting(const CallArguments& call);
+    bool TrackWithoutEffect(const CallArguments& call);
+    bool TrackObject(const CallArguments& call);
+    bool TrackBinding(const CallArguments& call);
+    bool TrackProgram(const CallArguments& call);
+    bool TrackUniform(const CallArguments& call);
+    bool TrackBuffer(const CallArguments& call);
+    bool TrackVertexArray(const CallArguments& call);
+    bool TrackTexture(const CallArguments& call);
+    bool TrackFramebuffer(const CallArguments& call);
+    bool TrackDrawing(const CallArguments& call);
+
+    // Effects of the record at work. Those that write make it IfUsed.
+    void Replaces(Slot slot);
+    void Changes(Slot slot);
+    void Reads(Slot slot) { m_log.Add(Effect::Reads, slot); }
+    void ReadsAll(Owner owner);
+    /// The object and what it refers to.
+    void ReadsObject(Owner owner, int depth = 2);
+    /// Attribute indices in calls are those of the program in use.
+    void ReadsAttribLocations();
+    void Exists(Owner owner) { Reads(m_slots.At(owner, Piece::Object)); }
+
+    // Objects.
+    Owner MakeObject(ObjectKind kind, std::uint32_t name);
+    ObjectNames& NamesOf(ObjectKind kind);
+    /// Nobody when there is no such object.
+    Owner Find(ObjectKind kind, std::uint32_t name);
+    void Generate(ObjectKind kind, const CallArguments& call);
+    void Create(ObjectKind kind, std::uint32_t name);
+    void Delete(ObjectKind kind, std::uint32_t name);
+    void DeleteAll(ObjectKind kind, const CallArguments& call);
+    void Unbind(Owner owner);
+    /// Nothing but the current context refers to the object.
+    [[nodiscard]] bool IsOnlyUsedHere(Owner owner);
+    void Refer(Owner from, Owner to);
+    void EndUnusedProgram(Owner program);
+    void LetGoOfShader(Owner shader, Owner program);
+    void CreateContext(std::uint32_t context, std::uint32_t sharedContext);
+    bool MakeCurrent(const CallArguments& call);
+    void DestroyContext(std::uint32_t context);
+
+    // Bindings of the current context.
+    Slot ContextSlot(Piece piece, std::uint32_t first = 0, std::uint32_t second = 0)
+    {
+        return m_slots.At(m_context->owner, piece, first, second);
+    }
+    std::uint32_t Value(Piece piece, std::uint32_t first = 0, std::uint32_t second = 0)
+    {
+        return m_slots.Value(ContextSlot(piece, first, second));
+    }
+    void Bind(Slot slot, ObjectKind kind, std::uint32_t name);
+    Slot SettingSlot(Data::CallId name, std::uint32_t key = 0);
+    bool IsEnabled(std::uint32_t capability);
+    Slot BufferSlot(std::uint32_t target);
+    Slot IndexedBufferSlot(std::uint32_t target, std::uint32_t index);
+    /// Reads the binding of a target too.
+    Owner BoundBuffer(std::uint32_t target);
+    Owner BoundTexture(std::uint32_t target);
+    Owner BoundVertexArray();
+    Owner BoundFramebuffer(std::uint32_t target);
+    Owner BoundTransformFeedback();
+
+    // Images.
+    void ReplacesImage(const Image& image, ImageSize size);
+    /// Replaces what the image holds when the area covers it, else changes it.
+    void WritesArea(const Image& image, std::int32_t x, std::int32_t y, ImageSize size);
+    void ReadsUpload(std::uint32_t target);
+    enum Aspects : std::uint32_t { Color = 1, Depth = 2, Stencil = 4, AllAspects = 7 };
+    Slot PixelsOf(const Image& image, Aspects aspect)
+    {
+        return m_slots.At(image.object, Piece::Pixels, image.face, image.level * 8 + aspect);
+    }
+    void ChangesPixels(const Image& image, std::uint32_t aspects);
+    [[nodiscard]] std::optional<ImageSize> SizeOf(const Image& image) const;
+    void CreateEGLImage(const CallArguments& call);
+
+    // Drawing.
+    struct Target {
+        std::uint32_t attachment;
+        Image image;
+        std::uint32_t aspects;
+    };
+    /// What a draw may write to.
+    std::vector<Target> DrawTargets();
+    void Attach(const CallArguments& call, const Image& image);
+    /// Buffers and images that shaders can write to.
+    void ChangesShaderOutput();
+    void ChangesAllPixels(Owner texture);
+    void ReadsContext();
+    void ReadsReadFramebuffer();
+    void ReadsFramebufferSetup(Owner framebuffer);
+    void Draw();
+    void Clear(std::uint32_t aspects, std::optional<std::uint32_t> drawBuffer);
+    [[nodiscard]] bool ClearsAll(const std::vector<Target>& targets, std::uint32_t aspects);
+    Owner SurfaceOwner(std::uint32_t surface);
+
+    EffectLog m_log;
+    StateSlots m_slots;
+    /// By owner.
+    std::vector<ObjectInfo> m_objects = std::vector<ObjectInfo>(1);
+    std::map<std::uint32_t, std::shared_ptr<ContextState>> m_contexts;
+    std::map<std::uint32_t, Current> m_threads;
+    std::map<std::uint32_t, std::pair<std::uint32_t, Current>> m_surfaces;
+    std::map<std::uint32_t, Owner> m_surfaceOwners;
+    ObjectNames m_eglSyncs;
+    std::uint32_t m_thread = 0;
+    /// Of the current thread; null for none.
+    std::shared_ptr<ContextState> m_context;
+};
+
+} // namespace Tools::Trim

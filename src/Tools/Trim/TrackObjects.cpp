@@ -1,0 +1,276 @@
+// Calls that make, delete, bind and name objects.
+#include <GLES2/gl2.h>
+#include <GLES2/gl2ext.h>
+#include <GLES3/gl32.h>
+
+#include "Tools/Trim/StateTracker.h"
+
+namespace Tools::Trim {
+
+namespace {
+
+using Data::CallId;
+
+/// Kind that a debug label's identifier stands for.
+std::optional<ObjectKind> LabeledKind(std::uint32_t identifier)
+{
+    switch (identifier) {
+    case GL_TEXTURE:
+        return ObjectKind::Texture;
+    case GL_BUFFER:
+    case GL_BUFFER_OBJECT_EXT:
+        return ObjectKind::Buffer;
+    case GL_SHADER:
+    case GL_SHADER_OBJECT_EXT:
+        return ObjectKind::Shader;
+    case GL_PROGRAM:
+    case GL_PROGRAM_OBJECT_EXT:
+        return ObjectKind::Program;
+    case GL_RENDERBUFFER:
+        return ObjectKind::Renderbuffer;
+    case GL_SAMPLER:
+        return ObjectKind::Sampler;
+    case GL_FRAMEBUFFER:
+        return ObjectKind::Framebuffer;
+    case GL_VERTEX_ARRAY:
+    case GL_VERTEX_ARRAY_OBJECT_EXT:
+        return ObjectKind::VertexArray;
+    case GL_QUERY:
+    case GL_QUERY_OBJECT_EXT:
+        return ObjectKind::Query;
+    case GL_TRANSFORM_FEEDBACK:
+        return ObjectKind::TransformFeedback;
+    case GL_PROGRAM_PIPELINE:
+    case GL_PROGRAM_PIPELINE_OBJECT_EXT:
+        return ObjectKind::Pipeline;
+    default:
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+bool StateTracker::TrackObject(const CallArguments& call)
+{
+    switch (call.Call()) {
+    case CallId::glGenTextures:
+        Generate(ObjectKind::Texture, call);
+        return true;
+    case CallId::glGenBuffers:
+        Generate(ObjectKind::Buffer, call);
+        return true;
+    case CallId::glGenFramebuffers:
+        Generate(ObjectKind::Framebuffer, call);
+        return true;
+    case CallId::glGenRenderbuffers:
+        Generate(ObjectKind::Renderbuffer, call);
+        return true;
+    case CallId::glGenSamplers:
+        Generate(ObjectKind::Sampler, call);
+        return true;
+    case CallId::glGenQueries:
+    case CallId::glGenQueriesEXT:
+        Generate(ObjectKind::Query, call);
+        return true;
+    case CallId::glGenVertexArrays:
+    case CallId::glGenVertexArraysOES:
+        Generate(ObjectKind::VertexArray, call);
+        return true;
+    case CallId::glGenTransformFeedbacks:
+        Generate(ObjectKind::TransformFeedback, call);
+        return true;
+    case CallId::glGenProgramPipelines:
+        Generate(ObjectKind::Pipeline, call);
+        return true;
+    case CallId::glFenceSync:
+        Create(ObjectKind::Sync, call.Returned());
+        return true;
+
+    case CallId::glDeleteTextures:
+        DeleteAll(ObjectKind::Texture, call);
+        return true;
+    case CallId::glDeleteBuffers:
+        DeleteAll(ObjectKind::Buffer, call);
+        return true;
+    case CallId::glDeleteFramebuffers:
+        DeleteAll(ObjectKind::Framebuffer, call);
+        return true;
+    case CallId::glDeleteRenderbuffers:
+        DeleteAll(ObjectKind::Renderbuffer, call);
+        return true;
+    case CallId::glDeleteSamplers:
+        DeleteAll(ObjectKind::Sampler, call);
+        return true;
+    case CallId::glDeleteQueries:
+    case CallId::glDeleteQueriesEXT:
+        DeleteAll(ObjectKind::Query, call);
+        return true;
+    case CallId::glDeleteVertexArrays:
+    case CallId::glDeleteVertexArraysOES:
+        DeleteAll(ObjectKind::VertexArray, call);
+        return true;
+    case CallId::glDeleteTransformFeedbacks:
+        DeleteAll(ObjectKind::TransformFeedback, call);
+        return true;
+    case CallId::glDeleteProgramPipelines:
+        DeleteAll(ObjectKind::Pipeline, call);
+        return true;
+    case CallId::glDeleteSync:
+        Delete(ObjectKind::Sync, call.Unsigned(0));
+        return true;
+
+    case CallId::glObjectLabel:
+    case CallId::glObjectLabelKHR:
+    case CallId::glLabelObjectEXT: {
+        const std::optional<ObjectKind> kind = LabeledKind(call.Unsigned(0));
+        if (const Owner owner = kind ? Find(*kind, call.Unsigned(1)) : 0) {
+            Replaces(m_slots.At(owner, Piece::Label));
+            Exists(owner);
+        }
+        return true;
+    }
+    case CallId::glObjectPtrLabel:
+    case CallId::glObjectPtrLabelKHR:
+        if (const Owner owner = Find(ObjectKind::Sync, call.Unsigned(0))) {
+            Replaces(m_slots.At(owner, Piece::Label));
+            Exists(owner);
+        }
+        return true;
+
+    case CallId::glBeginQuery:
+    case CallId::glBeginQueryEXT:
+        if (const Owner query = Find(ObjectKind::Query, call.Unsigned(1))) {
+            Replaces(m_slots.At(query, Piece::QueryResult));
+            Exists(query);
+            m_slots.Value(ContextSlot(Piece::QueryResult, call.Unsigned(0))) = query;
+        }
+        return true;
+    case CallId::glEndQuery:
+    case CallId::glEndQueryEXT:
+        if (const Owner query = Value(Piece::QueryResult, call.Unsigned(0))) {
+            Changes(m_slots.At(query, Piece::QueryResult));
+            Reads(m_slots.At(query, Piece::QueryResult));
+        }
+        return true;
+    case CallId::glQueryCounterEXT:
+        if (const Owner query = Find(ObjectKind::Query, call.Unsigned(0))) {
+            Replaces(m_slots.At(query, Piece::QueryResult));
+            Exists(query);
+        }
+        return true;
+    default:
+        return false;
+    }
+}
+
+void StateTracker::Bind(Slot slot, ObjectKind kind, std::uint32_t name)
+{
+    const Owner owner = Find(kind, name);
+    Replaces(slot);
+    m_slots.Value(slot) = owner;
+    if (m_slots.OwnerOf(slot) == m_context->owner)
+        m_context->bindings.insert(slot);
+    if (owner == 0)
+        return;
+    Exists(owner);
+    if (!m_objects[owner].wasBound) {
+        m_objects[owner].wasBound = true;
+        // Kept with the object, even when something else is bound before it is used.
+        Changes(m_slots.At(owner, Piece::Object));
+    }
+}
+
+bool StateTracker::TrackBinding(const CallArguments& call)
+{
+    switch (call.Call()) {
+    case CallId::glActiveTexture:
+        Replaces(ContextSlot(Piece::ActiveUnit));
+        m_slots.Value(ContextSlot(Piece::ActiveUnit)) = call.Unsigned(0) - GL_TEXTURE0;
+        return true;
+    case CallId::glBindTexture: {
+        Bind(ContextSlot(Piece::TextureBinding, Value(Piece::ActiveUnit), call.Unsigned(0)), ObjectKind::Texture,
+             call.Unsigned(1));
+        Reads(ContextSlot(Piece::ActiveUnit));
+        if (const Owner texture = Find(ObjectKind::Texture, call.Unsigned(1)))
+            m_objects[texture].target = call.Unsigned(0);
+        return true;
+    }
+    case CallId::glBindSampler:
+        Bind(ContextSlot(Piece::SamplerBinding, call.Unsigned(0)), ObjectKind::Sampler, call.Unsigned(1));
+        return true;
+    case CallId::glBindImageTexture:
+        Bind(ContextSlot(Piece::ImageBinding, call.Unsigned(0)), ObjectKind::Texture, call.Unsigned(1));
+        return true;
+    case CallId::glBindBuffer:
+        Bind(BufferSlot(call.Unsigned(0)), ObjectKind::Buffer, call.Unsigned(1));
+        if (call.Unsigned(0) == GL_ELEMENT_ARRAY_BUFFER) {
+            Reads(ContextSlot(Piece::VertexArray));
+            Refer(BoundVertexArray(), Find(ObjectKind::Buffer, call.Unsigned(1)));
+        }
+        return true;
+    case CallId::glBindBufferBase:
+    case CallId::glBindBufferRange:
+        // Binds to the target itself as well.
+        Bind(IndexedBufferSlot(call.Unsigned(0), call.Unsigned(1)), ObjectKind::Buffer, call.Unsigned(2));
+        Bind(BufferSlot(call.Unsigned(0)), ObjectKind::Buffer, call.Unsigned(2));
+        if (call.Unsigned(0) == GL_TRANSFORM_FEEDBACK_BUFFER) {
+            Reads(ContextSlot(Piece::TransformFeedback));
+            Refer(BoundTransformFeedback(), Find(ObjectKind::Buffer, call.Unsigned(2)));
+        }
+        return true;
+    case CallId::glBindFramebuffer:
+        if (call.Unsigned(0) != GL_READ_FRAMEBUFFER)
+            Bind(ContextSlot(Piece::DrawFramebuffer), ObjectKind::Framebuffer, call.Unsigned(1));
+        if (call.Unsigned(0) != GL_DRAW_FRAMEBUFFER)
+            Bind(ContextSlot(Piece::ReadFramebuffer), ObjectKind::Framebuffer, call.Unsigned(1));
+        return true;
+    case CallId::glBindRenderbuffer:
+        Bind(ContextSlot(Piece::Renderbuffer), ObjectKind::Renderbuffer, call.Unsigned(1));
+        return true;
+    case CallId::glBindVertexArray:
+    case CallId::glBindVertexArrayOES:
+        Bind(ContextSlot(Piece::VertexArray), ObjectKind::VertexArray, call.Unsigned(0));
+        return true;
+    case CallId::glBindTransformFeedback:
+        Bind(ContextSlot(Piece::TransformFeedback), ObjectKind::TransformFeedback, call.Unsigned(1));
+        return true;
+    case CallId::glBindProgramPipeline:
+        Bind(ContextSlot(Piece::Pipeline), ObjectKind::Pipeline, call.Unsigned(0));
+        return true;
+    case CallId::glUseProgram: {
+        const Owner before = Value(Piece::Program);
+        Bind(ContextSlot(Piece::Program), ObjectKind::Program, call.Unsigned(0));
+        if (before != 0 && m_objects[before].isDeleted)
+            EndUnusedProgram(before);
+        return true;
+    }
+    default:
+        return false;
+    }
+}
+
+Slot StateTracker::BufferSlot(std::uint32_t target)
+{
+    return m_slots.At(target == GL_ELEMENT_ARRAY_BUFFER ? BoundVertexArray() : m_context->owner, Piece::BufferBinding,
+                      target);
+}
+
+Slot StateTracker::IndexedBufferSlot(std::uint32_t target, std::uint32_t index)
+{
+    return m_slots.At(target == GL_TRANSFORM_FEEDBACK_BUFFER ? BoundTransformFeedback() : m_context->owner,
+                      Piece::IndexedBinding, target, index);
+}
+
+Owner StateTracker::BoundVertexArray()
+{
+    const Owner bound = Value(Piece::VertexArray);
+    return bound != 0 ? bound : m_context->defaultVertexArray;
+}
+
+Owner StateTracker::BoundTransformFeedback()
+{
+    const Owner bound = Value(Piece::TransformFeedback);
+    return bound != 0 ? bound : m_context->defaultTransformFeedback;
+}
+
+} // namespace Tools::Trim

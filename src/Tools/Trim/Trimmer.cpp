@@ -1,0 +1,250 @@
+#include "Tools/Trim/Trimmer.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Tools/Trim/RecordStream.h"
+
+namespace Tools::Trim {
+
+namespace {
+
+using Data::RecordId;
+
+std::span<const std::uint8_t> BytesOf(const Data::RecordCursor& record)
+{
+    return {record.Record(), record.Header().bytes};
+}
+
+/// What becomes of a record that is no call in front of the first frame.
+Verdict VerdictOf(RecordId id)
+{
+    switch (id) {
+    case RecordId::Note:
+    case RecordId::WindowSize:
+    case RecordId::EGLImageCreate:
+    case RecordId::EGLImageContent:
+    case RecordId::ConfigAttribs:
+    case RecordId::SurfaceAttribs:
+    case RecordId::MultisampleTexture:
+        return Verdict::Keep;
+    default:
+        return Verdict::Drop;
+    }
+}
+
+/// The same names with those at `dropped` replaced by 0, which deleting calls ignore.
+std::vector<std::uint8_t> WithoutNames(Data::CallId call, std::span<const std::uint8_t> record,
+                                       const std::vector<std::size_t>& dropped)
+{
+    std::vector<std::uint8_t> copy(record.begin(), record.end());
+    const std::size_t names = static_cast<std::size_t>(CallArguments(call, record.data()).Contents(1).data() -
+                                                       record.data());
+    for (const std::size_t element : dropped)
+        std::memset(copy.data() + names + element * sizeof(std::uint32_t), 0, sizeof(std::uint32_t));
+    return copy;
+}
+
+} // namespace
+
+std::optional<Data::CallId> Trimmer::CallOf(const Data::RecordHeader& header) const
+{
+    const std::vector<Data::FileCall>& calls = m_source.Calls();
+    if (header.id >= calls.size() || calls[header.id].known >= Data::callCount)
+        return std::nullopt;
+    return static_cast<Data::CallId>(calls[header.id].known);
+}
+
+bool Trimmer::ChangesThread(const Data::RecordCursor& record, std::uint32_t& thread)
+{
+    Data::ThreadRecord change;
+    if (!record.Is(RecordId::Thread) || !record.Read(change) || change.thread == thread)
+        return false;
+    thread = change.thread;
+    return true;
+}
+
+// The first pass.
+
+bool Trimmer::Analyse(LiveReplay& replay)
+{
+    RecordStream stream(m_source, m_diagnostics);
+    std::uint32_t frame = 1;
+    while (frame < m_range.first) {
+        if (!stream.Next())
+            return false;
+        Analyse(stream.Record(), replay);
+        if (stream.Record().Is(RecordId::FrameEnd)) {
+            stream.CountFrame();
+            ++frame;
+        }
+    }
+    ReadSurfaces(replay);
+    std::vector<Slot> restored;
+    for (const auto& [surface, contents] : m_contents)
+        std::ranges::copy(m_tracker.SurfacePixels(surface), std::back_inserter(restored));
+    m_selection = SelectRecords(m_tracker.Log(), m_tracker.Slots(), restored);
+    return true;
+}
+
+void Trimmer::Analyse(const Data::RecordCursor& record, LiveReplay& replay)
+{
+    const Data::RecordHeader& header = record.Header();
+    if (header.id >= Data::firstBuiltInId) {
+        std::uint32_t thread = m_tracker.Thread();
+        if (ChangesThread(record, thread)) {
+            m_tracker.SetThread(thread);
+            replay.SetThread(thread);
+        }
+        const auto id = static_cast<RecordId>(header.id);
+        Data::MappedDataRecord mapped;
+        if ((id == RecordId::FlushMappedBufferRange || id == RecordId::UnmapBuffer) && record.Read(mapped))
+            m_tracker.MappedData(mapped.target, mapped.offset, mapped.data.bytes);
+        else
+            m_tracker.Other(VerdictOf(id));
+        replay.Other(header, record.Record());
+        return;
+    }
+    const std::optional<Data::CallId> call = CallOf(header);
+    if (!call) {
+        m_tracker.Other(Verdict::Drop);
+        return;
+    }
+    m_record.assign(record.Record(), record.Record() + header.bytes);
+    if (replay.Call(*call, record.Record()))
+        m_tracker.Call(CallArguments(*call, m_record.data()));
+    else
+        m_tracker.FailedCall(CallArguments(*call, m_record.data()));
+}
+
+void Trimmer::ReadSurfaces(LiveReplay& replay)
+{
+    for (const auto& [surface, last] : m_tracker.Surfaces()) {
+        const auto& [thread, current] = last;
+        replay.MakeCurrent(thread, current);
+        m_contents[surface] = ReadDefaultFramebuffer(replay.Restorer(), m_missing);
+    }
+}
+
+// The second pass.
+
+bool Trimmer::Write(Data::CaptureWriter& writer)
+{
+    RecordStream stream(m_source, m_diagnostics);
+    RecordOutput output(writer);
+    std::uint32_t frame = 1;
+    std::size_t index = 0;
+    std::uint32_t thread = 0;
+    const auto step = [&] {
+        if (!stream.Next())
+            return false;
+        if (ChangesThread(stream.Record(), thread))
+            output.SetThread(thread);
+        if (stream.Record().Is(RecordId::FrameEnd)) {
+            stream.CountFrame();
+            ++frame;
+        }
+        return true;
+    };
+
+    writer.BlockStart(static_cast<std::uint32_t>(Data::BlockType::State));
+    while (frame < m_range.first) {
+        if (!step())
+            return false;
+        WriteState(stream.Record(), index++, output);
+    }
+    WriteSurfaces(output);
+    output.SetThread(thread);
+    writer.BlockEnd(static_cast<std::uint32_t>(Data::BlockType::State));
+    while (frame <= m_range.last) {
+        if (!step())
+            return false;
+        WriteFrame(stream.Record(), output);
+    }
+    return true;
+}
+
+void Trimmer::WriteState(const Data::RecordCursor& record, std::size_t index, RecordOutput& output)
+{
+    if (record.Is(RecordId::VertexAttribData)) {
+        output.HoldVertices(BytesOf(record));
+        return;
+    }
+    const std::optional<Data::CallId> call = CallOf(record.Header());
+    if (!m_selection.isKept[index]) {
+        if (call)
+            output.DropVertices();
+        return;
+    }
+    if (!call) {
+        output.Copy(BytesOf(record));
+        return;
+    }
+    std::vector<std::size_t> dropped;
+    if (m_tracker.Log().VerdictOf(index) == Verdict::Delete) {
+        std::size_t name = 0;
+        for (const EffectLog::Item item : m_tracker.Log().Items(index)) {
+            if (item.effect != Effect::Deletes)
+                continue;
+            if (!m_selection.isCreated[item.target])
+                dropped.push_back(name);
+            ++name;
+        }
+    }
+    if (dropped.empty())
+        output.CopyCall(*call, BytesOf(record));
+    else
+        output.CopyCall(*call, WithoutNames(*call, BytesOf(record), dropped));
+}
+
+void Trimmer::WriteSurfaces(RecordOutput& output)
+{
+    // What is current may have to be made so again anyway, since a new size takes effect with it.
+    for (const auto& [surface, last] : m_tracker.Surfaces()) {
+        const auto& [thread, current] = last;
+        output.SetThread(thread);
+        WriteMakeCurrent(output, current);
+        WriteDefaultFramebuffer(output, m_tracker, current, m_contents[surface]);
+    }
+    for (const auto& [thread, current] : m_tracker.Threads()) {
+        output.SetThread(thread);
+        if (current.context != 0)
+            WriteMakeCurrent(output, current);
+    }
+}
+
+void Trimmer::WriteFrame(const Data::RecordCursor& record, RecordOutput& output)
+{
+    Data::CaptureWriter& writer = output.Writer();
+    if (const std::optional<Data::CallId> call = CallOf(record.Header())) {
+        output.CopyCall(*call, BytesOf(record));
+        return;
+    }
+    switch (static_cast<RecordId>(record.Header().id)) {
+    case RecordId::Thread:
+    case RecordId::BlockStart:
+    case RecordId::BlockEnd:
+        break;
+    case RecordId::FrameEnd:
+        writer.FrameEnd();
+        break;
+    case RecordId::FrameHash:
+        if (Data::FrameHashRecord hash; record.Read(hash))
+            writer.FrameHash(hash.surface, hash.width, hash.height, hash.hash);
+        break;
+    case RecordId::VertexAttribData:
+        output.HoldVertices(BytesOf(record));
+        break;
+    default:
+        if (record.Header().id >= Data::firstBuiltInId)
+            output.Copy(BytesOf(record));
+        break;
+    }
+}
+
+void Trimmer::WriteMakeCurrent(RecordOutput& output, const Current& current)
+{
+    output.WriteCall(Data::CallId::eglMakeCurrent, {current.display, current.draw, current.read, current.context}, 1);
+}
+
+} // namespace Tools::Trim

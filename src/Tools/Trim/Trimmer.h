@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "Data/CaptureSource.h"
+#include "Data/Diagnostics.h"
+#include "Tools/Trim/DefaultContents.h"
+#include "Tools/Trim/EffectLog.h"
+#include "Tools/Trim/LiveReplay.h"
+#include "Tools/Trim/RecordOutput.h"
+#include "Tools/Trim/StateTracker.h"
+
+namespace Tools::Trim {
+
+/// Frames that are kept, counted from 1, both included.
+struct FrameRange {
+    std::uint32_t first;
+    std::uint32_t last;
+};
+
+/// Cuts frames out of a capture. Goes through it twice: first with a replay of what comes before the frames, which shows
+/// what each call does and what the surfaces hold in the end; then to copy the calls that the state at the first frame
+/// depends on, as a state-setup block, and the frames themselves as they are.
+class Trimmer {
+public:
+    /// `source` and `diagnostics` must outlive this.
+    Trimmer(Data::CaptureSource& source, Data::Diagnostics& diagnostics, FrameRange range)
+        : m_source(source), m_diagnostics(diagnostics), m_range(range)
+    {
+    }
+
+    /// The first pass. False when the capture ends too early, which was reported.
+    bool Analyse(LiveReplay& replay);
+    /// The second pass. False when the capture ends too early. Trouble with the output shows in the writer.
+    bool Write(Data::CaptureWriter& writer);
+
+    /// What the output lacks, in words.
+    [[nodiscard]] const std::set<std::string>& Missing() const { return m_missing; }
+
+private:
+    void Analyse(const Data::RecordCursor& record, LiveReplay& replay);
+    void ReadSurfaces(LiveReplay& replay);
+    void WriteState(const Data::RecordCursor& record, std::size_t index, RecordOutput& output);
+    void WriteSurfaces(RecordOutput& output);
+    void WriteFrame(const Data::RecordCursor& record, RecordOutput& output);
+    static void WriteMakeCurrent(RecordOutput& output, const Current& current);
+    /// The call of a record; nothing when this program does not know it.
+    [[nodiscard]] std::optional<Data::CallId> CallOf(const Data::RecordHeader& header) const;
+    static bool ChangesThread(const Data::RecordCursor& record, std::uint32_t& thread);
+
+    Data::CaptureSource& m_source;
+    Data::Diagnostics& m_diagnostics;
+    FrameRange m_range;
+    StateTracker m_tracker;
+    Selection m_selection;
+    /// A call as it was before replay wrote to it.
+    std::vector<std::uint8_t> m_record;
+    /// By surface, in the order in which they are restored.
+    std::map<std::uint32_t, std::vector<BufferContents>> m_contents;
+    std::set<std::string> m_missing;
+};
+
+} // namespace Tools::Trim
