@@ -6,9 +6,20 @@
 #include <string_view>
 
 #include "Data/CallParameters.h"
+#include "Data/CallTable.h"
 #include "Data/Format.h"
 
 namespace Tools::Trim {
+
+inline std::string_view NameOf(Data::CallId call)
+{
+    return Data::callTable[static_cast<std::size_t>(call)].name;
+}
+
+inline bool IsEGL(Data::CallId call)
+{
+    return NameOf(call).starts_with("egl");
+}
 
 /// Reads the arguments of a call's record by their number, from 0. Borrows the record. What lies outside of it reads
 /// as 0, as does a pointer without contents: replay refuses such a record itself.

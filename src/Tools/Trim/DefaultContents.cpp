@@ -1,118 +1,25 @@
 #include "Tools/Trim/DefaultContents.h"
 
-#include <cstring>
 #include <optional>
-#include <string_view>
-
-#include <GLES2/gl2.h>
-#include <GLES2/gl2ext.h>
-#include <GLES3/gl32.h>
-
-#include "Data/Sizes.h"
-#include "Interfaces/Core.h"
 
 namespace Tools::Trim {
 
 namespace {
 
-using Data::CallId;
 using Data::RecordId;
 
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
-
-GLint GetInteger(GLenum name)
-{
-    GLint value = 0;
-    GL().glGetIntegerv(name, &value);
-    return value;
-}
-
-bool HasExtension(std::string_view name)
-{
-    const auto* const all = reinterpret_cast<const char*>(GL().glGetString(GL_EXTENSIONS));
-    const std::string list = " " + std::string(all ? all : "") + " ";
-    return list.find(" " + std::string(name) + " ") != std::string::npos;
-}
-
-struct Transfer {
-    GLenum format;
-    GLenum type;
-};
-
-std::optional<Transfer> ColorTransfer()
-{
-    if (GetInteger(GL_RED_BITS) == 0)
-        return std::nullopt;
-    if (GetInteger(GL_RED_BITS) <= 8)
-        return Transfer{GL_RGBA, GL_UNSIGNED_BYTE};
-    return Transfer{GL_RGBA, GL_UNSIGNED_INT_2_10_10_10_REV};
-}
-
-// OpenGL ES reads no depth by itself. Blits want the same format on both sides, which is why a surface with both is read
-// as both: depth and stencil then are two restores from the same pixels.
-
-std::optional<Transfer> DepthTransfer()
-{
-    const GLint bits = GetInteger(GL_DEPTH_BITS);
-    if (bits == 24 && GetInteger(GL_STENCIL_BITS) == 8)
-        return HasExtension("GL_NV_read_depth_stencil") ? std::optional(Transfer{GL_DEPTH_STENCIL, GL_UNSIGNED_INT_24_8})
-                                                        : std::nullopt;
-    if (!HasExtension("GL_NV_read_depth"))
-        return std::nullopt;
-    return Transfer{GL_DEPTH_COMPONENT, bits == 16 ? GLenum{GL_UNSIGNED_SHORT} : GLenum{GL_UNSIGNED_INT}};
-}
-
-std::optional<Transfer> StencilTransfer()
-{
-    if (GetInteger(GL_DEPTH_BITS) == 24)
-        return DepthTransfer();
-    return HasExtension("GL_NV_read_stencil") ? std::optional(Transfer{GL_STENCIL_INDEX, GL_UNSIGNED_BYTE})
-                                              : std::nullopt;
-}
-
-/// The back buffer and nothing else, whole and packed.
-void ReachDefaultFramebuffer()
-{
-    const auto& gl = GL();
-    gl.glBindFramebuffer(GL_FRAMEBUFFER, 0);
-    gl.glDisable(GL_SCISSOR_TEST);
-    gl.glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    if (!gl.glReadBuffer)
-        return;
-    gl.glReadBuffer(GL_BACK);
-    gl.glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
-    gl.glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
-    for (const GLenum parameter : {GL_PACK_ROW_LENGTH, GL_PACK_SKIP_ROWS, GL_PACK_SKIP_PIXELS, GL_UNPACK_ROW_LENGTH,
-                                   GL_UNPACK_SKIP_ROWS, GL_UNPACK_SKIP_PIXELS})
-        gl.glPixelStorei(parameter, 0);
-}
-
-bool Read(BufferContents& contents)
-{
-    const auto& gl = GL();
-    const std::int64_t bytes =
-        Data::ImageBytes({.alignment = 1}, contents.width, contents.height, contents.format, contents.type);
-    contents.pixels.assign(static_cast<std::size_t>(bytes), 0);
-    while (gl.glGetError() != GL_NO_ERROR) {
-    }
-    gl.glReadPixels(0, 0, static_cast<GLsizei>(contents.width), static_cast<GLsizei>(contents.height), contents.format,
-                    contents.type, contents.pixels.data());
-    return gl.glGetError() == GL_NO_ERROR;
-}
-
-void Restore(Data::MetaHandler& restorer, const BufferContents& contents)
+void Restore(Data::MetaHandler& restorer, const DefaultContents& contents)
 {
     const auto restore = contents.buffer == RecordId::DefaultColor   ? &Data::MetaHandler::ProcessDefaultColorBuffer
                          : contents.buffer == RecordId::DefaultDepth ? &Data::MetaHandler::ProcessDefaultDepthBuffer
                                                                      : &Data::MetaHandler::ProcessDefaultStencilBuffer;
-    (restorer.*restore)(1, 1, contents.width, contents.height, contents.format, contents.type,
+    // Which display and surface does not matter to it, as long as there are some.
+    (restorer.*restore)(1, 1, static_cast<std::uint32_t>(contents.width), static_cast<std::uint32_t>(contents.height),
+                        contents.transfer.format, contents.transfer.type,
                         static_cast<std::uint32_t>(contents.pixels.size()), contents.pixels.data());
 }
 
-/// Something else than what is there, to see that a restore does its work.
+/// Clears to something unlikely, so that a restore has to do its work.
 void Spoil(RecordId buffer)
 {
     const auto& gl = GL();
@@ -128,107 +35,79 @@ void Spoil(RecordId buffer)
                                                   : GL_STENCIL_BUFFER_BIT);
 }
 
+std::optional<Transfer> TransferOf(RecordId buffer)
+{
+    if (buffer != RecordId::DefaultColor)
+        return DepthStencilTransfer(GetInteger(GL_DEPTH_BITS), GetInteger(GL_STENCIL_BITS),
+                                    buffer == RecordId::DefaultStencil);
+    const bool isByte = GetInteger(GL_RED_BITS) <= 8;
+    return Transfer{GL_RGBA, isByte ? GLenum{GL_UNSIGNED_BYTE} : GLenum{GL_UNSIGNED_INT_2_10_10_10_REV}};
+}
+
 } // namespace
 
-std::vector<BufferContents> ReadDefaultFramebuffer(Data::MetaHandler& restorer, std::set<std::string>& missing)
+std::vector<DefaultContents> ReadDefaultContents(Data::MetaHandler& restorer, std::set<std::string>& missing)
 {
     const Core::EGLProcTable& egl = Core::KHRLayer::EGLProc();
     const EGLDisplay display = egl.eglGetCurrentDisplay();
     const EGLSurface surface = egl.eglGetCurrentSurface(EGL_DRAW);
     EGLint width = 0;
     EGLint height = 0;
-    if (!egl.eglQuerySurface(display, surface, EGL_WIDTH, &width) ||
+    if (surface == EGL_NO_SURFACE || !egl.eglQuerySurface(display, surface, EGL_WIDTH, &width) ||
         !egl.eglQuerySurface(display, surface, EGL_HEIGHT, &height))
         return {};
-    ReachDefaultFramebuffer();
+    GL().glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    GL().glDisable(GL_SCISSOR_TEST);
+    SetPlainTransfers();
+    if (GL().glReadBuffer)
+        GL().glReadBuffer(GL_BACK);
 
     struct Buffer {
         RecordId record;
-        GLint bits;
+        GLenum bits;
         const char* name;
-        std::optional<Transfer> (*transfer)();
     };
-    const Buffer buffers[] = {{RecordId::DefaultColor, GetInteger(GL_RED_BITS), "colour", ColorTransfer},
-                              {RecordId::DefaultDepth, GetInteger(GL_DEPTH_BITS), "depth", DepthTransfer},
-                              {RecordId::DefaultStencil, GetInteger(GL_STENCIL_BITS), "stencil", StencilTransfer}};
-    std::vector<BufferContents> all;
+    constexpr Buffer buffers[] = {{RecordId::DefaultColor, GL_RED_BITS, "colour"},
+                                  {RecordId::DefaultDepth, GL_DEPTH_BITS, "depth"},
+                                  {RecordId::DefaultStencil, GL_STENCIL_BITS, "stencil"}};
+    std::vector<DefaultContents> all;
     for (const Buffer& buffer : buffers) {
-        if (buffer.bits == 0)
+        const GLint bits = GetInteger(buffer.bits);
+        if (bits == 0)
             continue;
-        const std::optional<Transfer> transfer = buffer.transfer();
-        BufferContents contents{buffer.record, static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height),
-                                transfer ? transfer->format : 0, transfer ? transfer->type : 0, {}};
-        if (!transfer || !Read(contents)) {
-            missing.insert(std::string(buffer.name) + ", which this driver cannot read");
+        const std::string what = std::string(buffer.name) + " (" + std::to_string(bits) + " bits)";
+        const std::optional<Transfer> transfer = TransferOf(buffer.record);
+        DefaultContents contents{buffer.record, width, height, transfer.value_or(Transfer{}), {}};
+        if (!transfer || !ReadPixels(width, height, *transfer, contents.pixels)) {
+            missing.insert(what + ", which this driver does not read");
             continue;
         }
-        BufferContents again = contents;
+        std::vector<std::uint8_t> again;
         Spoil(buffer.record);
         Restore(restorer, contents);
-        if (Read(again) && again.pixels == contents.pixels)
+        if (ReadPixels(width, height, *transfer, again) && again == contents.pixels)
             all.push_back(std::move(contents));
         else
-            missing.insert(std::string(buffer.name) + ", which no blit restores exactly" +
-                           (GetInteger(GL_SAMPLES) > 1 ? ", since the surface is multisampled" : ""));
+            missing.insert(what + (GetInteger(GL_SAMPLES) > 1 ? ", since the surface is multisampled"
+                                                              : ", which no blit restores exactly"));
     }
     return all;
 }
 
-void WriteDefaultFramebuffer(RecordOutput& output, StateTracker& tracker, const Current& current,
-                             const std::vector<BufferContents>& contents)
+void WriteDefaultContents(Data::CaptureWriter& writer, const Current& current,
+                          const std::vector<DefaultContents>& contents)
 {
-    const ContextState* const context = tracker.FindContext(current.context);
-    if (!context || contents.empty())
-        return;
-    StateSlots& slots = tracker.Slots();
-    const auto value = [&](Piece piece, std::uint32_t first = 0, std::uint32_t second = 0) {
-        return slots.Value(slots.At(context->owner, piece, first, second));
-    };
-    const auto name = [&](Owner owner) { return tracker.Object(owner).name; };
-    const auto setting = [&](CallId call, std::uint32_t key) {
-        return value(Piece::Setting, static_cast<std::uint32_t>(call), key);
-    };
-    constexpr std::uint32_t unpack[] = {GL_UNPACK_ROW_LENGTH, GL_UNPACK_SKIP_ROWS, GL_UNPACK_SKIP_PIXELS};
-
-    const Owner drawn = value(Piece::DrawFramebuffer);
-    const Owner read = value(Piece::ReadFramebuffer);
-    const Owner unpackBuffer = value(Piece::BufferBinding, GL_PIXEL_UNPACK_BUFFER);
-    const bool isScissored = setting(CallId::glEnable, GL_SCISSOR_TEST) != 0;
-    if (drawn != 0)
-        output.WriteCall(CallId::glBindFramebuffer, {GL_DRAW_FRAMEBUFFER, 0});
-    if (unpackBuffer != 0)
-        output.WriteCall(CallId::glBindBuffer, {GL_PIXEL_UNPACK_BUFFER, 0});
-    if (isScissored)
-        output.WriteCall(CallId::glDisable, {GL_SCISSOR_TEST});
-    for (const std::uint32_t parameter : unpack) {
-        if (setting(CallId::glPixelStorei, parameter) != 0)
-            output.WriteCall(CallId::glPixelStorei, {parameter, 0});
-    }
-
-    for (const BufferContents& buffer : contents)
-        output.Writer().DefaultBuffer(buffer.buffer,
-                                      {{},
-                                       current.display,
-                                       current.draw,
-                                       buffer.width,
-                                       buffer.height,
-                                       buffer.format,
-                                       buffer.type,
-                                       {}},
-                                      buffer.pixels.data(), static_cast<std::uint32_t>(buffer.pixels.size()));
-
-    for (const std::uint32_t parameter : unpack) {
-        if (const std::uint32_t pixels = setting(CallId::glPixelStorei, parameter))
-            output.WriteCall(CallId::glPixelStorei, {parameter, pixels});
-    }
-    if (isScissored)
-        output.WriteCall(CallId::glEnable, {GL_SCISSOR_TEST});
-    if (unpackBuffer != 0)
-        output.WriteCall(CallId::glBindBuffer, {GL_PIXEL_UNPACK_BUFFER, name(unpackBuffer)});
-    if (drawn != 0 && drawn == read)
-        output.WriteCall(CallId::glBindFramebuffer, {GL_FRAMEBUFFER, name(drawn)});
-    else if (drawn != 0)
-        output.WriteCall(CallId::glBindFramebuffer, {GL_DRAW_FRAMEBUFFER, name(drawn)});
+    for (const DefaultContents& buffer : contents)
+        writer.DefaultBuffer(buffer.buffer,
+                             {{},
+                              current.display,
+                              current.draw,
+                              static_cast<std::uint32_t>(buffer.width),
+                              static_cast<std::uint32_t>(buffer.height),
+                              buffer.transfer.format,
+                              buffer.transfer.type,
+                              {}},
+                             buffer.pixels.data(), static_cast<std::uint32_t>(buffer.pixels.size()));
 }
 
 } // namespace Tools::Trim

@@ -3,6 +3,7 @@
 #include "Host/Driver.h"
 #include "Host/OffscreenSurfaceFactory.h"
 #include "Interfaces/Core.h"
+#include "Playback/EGLPbufferSurfaceFactory.h"
 #include "Playback/EGLPlaybackAdapter.h"
 #include "Playback/GLPlaybackAdapter.h"
 #include "Playback/GLResourceTable.h"
@@ -19,7 +20,7 @@ std::unique_ptr<LiveReplay> LiveReplay::Create(Data::Diagnostics& diagnostics, s
 
 LiveReplay::LiveReplay(Data::Diagnostics& diagnostics)
     : m_resourceTable(std::make_unique<Playback::GLResourceTable>()),
-      m_surfaceFactory(std::make_unique<Host::OffscreenSurfaceFactory>()),
+      m_surfaceFactory(std::make_unique<Host::OffscreenSurfaceFactory<Playback::EGLPbufferSurfaceFactory>>()),
       m_glAdapter(std::make_unique<Playback::GLPlaybackAdapter>(m_resourceTable.get())),
       m_eglAdapter(std::make_unique<Playback::EGLPlaybackAdapter>(m_resourceTable.get(), nullptr,
                                                                   m_surfaceFactory.get())),

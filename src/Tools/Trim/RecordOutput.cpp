@@ -5,6 +5,7 @@
 
 #include "Data/CallDecoder.h"
 #include "Data/CallParameters.h"
+#include "Tools/Trim/CallArguments.h"
 
 namespace Tools::Trim {
 
@@ -28,7 +29,15 @@ void RecordOutput::CopyCall(Data::CallId call, std::span<const std::uint8_t> rec
         }
     }
     m_vertices.clear();
+    Count(call);
     Put(static_cast<std::uint32_t>(call), record);
+}
+
+void RecordOutput::Count(Data::CallId call)
+{
+    ++m_calls;
+    if (IsEGL(call))
+        ++m_eglCalls;
 }
 
 void RecordOutput::HoldVertices(std::span<const std::uint8_t> record)
@@ -58,6 +67,7 @@ void RecordOutput::WriteCall(Data::CallId call, std::initializer_list<OutputArgu
     std::uint8_t* const place = m_writer.Begin(static_cast<std::uint32_t>(call), bytes);
     if (!place)
         return;
+    Count(call);
     if (const Data::ParameterDescription* const result = Data::ReturnOf(call))
         std::memcpy(place + result->at, &returned, std::min<std::size_t>(result->bytes, sizeof returned));
     const std::span<const Data::ParameterDescription> parameters = Data::ParametersOf(call);

@@ -39,11 +39,18 @@ public:
     void WriteCall(Data::CallId call, std::initializer_list<OutputArgument> arguments, std::uint32_t returned = 0);
 
     [[nodiscard]] Data::CaptureWriter& Writer() { return m_writer; }
+    /// Calls so far, and those of EGL among them.
+    [[nodiscard]] std::uint64_t Calls() const { return m_calls; }
+    [[nodiscard]] std::uint64_t EGLCalls() const { return m_eglCalls; }
 
 private:
     void Put(std::uint32_t id, std::span<const std::uint8_t> record);
 
+    void Count(Data::CallId call);
+
     Data::CaptureWriter& m_writer;
+    std::uint64_t m_calls = 0;
+    std::uint64_t m_eglCalls = 0;
     std::vector<std::vector<std::uint8_t>> m_vertices;
 };
 

@@ -10,16 +10,7 @@
 
 namespace Tools::Trim {
 
-namespace {
-
 using Data::CallId;
-
-bool IsEGL(CallId call)
-{
-    return std::string_view(Data::callTable[static_cast<std::size_t>(call)].name).starts_with("egl");
-}
-
-} // namespace
 
 void StateTracker::SetThread(std::uint32_t thread)
 {
@@ -208,12 +199,6 @@ Owner StateTracker::SurfaceOwner(std::uint32_t surface)
     if (isNew)
         entry->second = MakeObject(ObjectKind::Surface, surface);
     return entry->second;
-}
-
-std::vector<Slot> StateTracker::SurfacePixels(std::uint32_t surface)
-{
-    const Image image{SurfaceOwner(surface), 0, 0};
-    return {PixelsOf(image, Color), PixelsOf(image, Depth), PixelsOf(image, Stencil)};
 }
 
 // Objects.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <initializer_list>
 #include <map>
@@ -74,10 +75,15 @@ struct ObjectInfo {
     std::vector<std::uint32_t> drawBuffers;
     /// Textures and renderbuffers, by face and level.
     std::map<std::pair<std::uint32_t, std::uint32_t>, ImageSize> sizes;
+    /// Images that the GPU wrote to since they were uploaded whole.
+    std::set<Image> drawn;
+    bool hasMipmaps = false;
     /// Target of a texture, 0 until it is bound.
     std::uint32_t target = 0;
     /// Of a buffer.
     std::int64_t bytes = 0;
+    /// The GPU may have written to the buffer.
+    bool isDrawn = false;
     /// Locations that were asked for since the program was linked.
     std::set<std::string, std::less<>> locations;
 };
@@ -149,8 +155,16 @@ public:
     {
         return m_surfaces;
     }
-    /// The slots of what a surface shows: colour, depth, stencil.
-    [[nodiscard]] std::vector<Slot> SurfacePixels(std::uint32_t surface);
+    /// The slots of what an image holds: colour, depth, stencil.
+    [[nodiscard]] std::array<Slot, 3> PixelSlots(const Image& image)
+    {
+        return {PixelsOf(image, Color), PixelsOf(image, Depth), PixelsOf(image, Stencil)};
+    }
+    /// Those of a surface.
+    [[nodiscard]] std::array<Slot, 3> SurfacePixels(std::uint32_t surface)
+    {
+        return PixelSlots({SurfaceOwner(surface), 0, 0});
+    }
 
 private:
     // Each handles the calls of one family and answers false for others.
@@ -229,7 +243,13 @@ private:
         return m_slots.At(image.object, Piece::Pixels, image.face, image.level * 8 + aspect);
     }
     void ChangesPixels(const Image& image, std::uint32_t aspects);
+    void Draws(const Image& image, std::uint32_t aspects)
+    {
+        ChangesPixels(image, aspects);
+        m_objects[image.object].drawn.insert(image);
+    }
     [[nodiscard]] std::optional<ImageSize> SizeOf(const Image& image) const;
+    void CopiesTo(const Image& image);
     void CreateEGLImage(const CallArguments& call);
 
     // Drawing.
@@ -244,6 +264,7 @@ private:
     /// Buffers and images that shaders can write to.
     void ChangesShaderOutput();
     void ChangesAllPixels(Owner texture);
+    void WritesBuffer(Owner buffer);
     void ReadsContext();
     void ReadsReadFramebuffer();
     void ReadsFramebufferSetup(Owner framebuffer);

@@ -37,6 +37,7 @@ bool StateTracker::TrackBuffer(const CallArguments& call)
     case CallId::glBufferStorageEXT:
         if (const Owner buffer = BoundBuffer(call.Unsigned(0))) {
             m_objects[buffer].bytes = call.Wide(1);
+            m_objects[buffer].isDrawn = false;
             Replaces(piece(buffer, Piece::Storage));
             Replaces(piece(buffer, Piece::Data));
             Replaces(piece(buffer, Piece::Mapping));

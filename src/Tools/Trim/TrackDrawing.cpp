@@ -166,19 +166,25 @@ void StateTracker::ChangesShaderOutput()
             ChangesAllPixels(object);
         } else if (m_slots.PieceOf(slot) == Piece::IndexedBinding && m_objects[object].kind == ObjectKind::Buffer &&
                    m_slots.FirstOf(slot) != GL_UNIFORM_BUFFER) {
-            Changes(m_slots.At(object, Piece::Data));
+            WritesBuffer(object);
         }
     }
     if (m_context->isCapturing) {
         for (const Owner buffer : m_objects[BoundTransformFeedback()].references)
-            Changes(m_slots.At(buffer, Piece::Data));
+            WritesBuffer(buffer);
     }
+}
+
+void StateTracker::WritesBuffer(Owner buffer)
+{
+    m_objects[buffer].isDrawn = true;
+    Changes(m_slots.At(buffer, Piece::Data));
 }
 
 void StateTracker::Draw()
 {
     for (const Target& target : DrawTargets())
-        ChangesPixels(target.image, target.aspects);
+        Draws(target.image, target.aspects);
     ChangesShaderOutput();
     ReadsContext();
 }
@@ -224,9 +230,10 @@ void StateTracker::Clear(std::uint32_t aspects, std::optional<std::uint32_t> dra
     for (const Target& target : targets) {
         const std::uint32_t cleared = target.aspects & aspects;
         if (!isWhole || !isCleared(target.attachment) || (framebuffer == 0 && !selected.empty())) {
-            ChangesPixels(target.image, cleared);
+            Draws(target.image, cleared);
             continue;
         }
+        m_objects[target.image.object].drawn.insert(target.image);
         for (const Aspects aspect : {Color, Depth, Stencil}) {
             if ((cleared & aspect) != 0)
                 Replaces(PixelsOf(target.image, aspect));
@@ -280,7 +287,7 @@ bool StateTracker::TrackDrawing(const CallArguments& call)
         return true;
     case CallId::glBlitFramebuffer:
         for (const Target& target : DrawTargets())
-            ChangesPixels(target.image, target.aspects);
+            Draws(target.image, target.aspects);
         ReadsContext();
         ReadsReadFramebuffer();
         return true;
@@ -307,7 +314,7 @@ bool StateTracker::TrackDrawing(const CallArguments& call)
     case CallId::glReadnPixelsEXT:
         // Into a buffer, or only for the application.
         if (const Owner buffer = BoundBuffer(GL_PIXEL_PACK_BUFFER)) {
-            Changes(m_slots.At(buffer, Piece::Data));
+            WritesBuffer(buffer);
             ReadsContext();
             ReadsReadFramebuffer();
         }

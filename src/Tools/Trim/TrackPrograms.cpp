@@ -145,7 +145,7 @@ bool StateTracker::TrackProgram(const CallArguments& call)
     case CallId::glGetUniformBlockIndex:
     case CallId::glGetUniformLocation: {
         // Replay learns from the answers what the capture's locations stand for; once is enough.
-        std::string question(Data::callTable[static_cast<std::size_t>(call.Call())].name);
+        std::string question(NameOf(call.Call()));
         question += '/';
         question += call.Text(call.Count() - 1);
         const Owner program = Find(ObjectKind::Program, call.Unsigned(0));

@@ -64,7 +64,7 @@ const PlainSetting* FindPlainSetting(CallId call)
 /// The call that asks something and changes nothing, by its name.
 bool IsQuery(CallId call)
 {
-    const std::string_view name = Data::callTable[static_cast<std::size_t>(call)].name;
+    const std::string_view name = NameOf(call);
     return name.starts_with("glGet") || name.starts_with("glIs");
 }
 

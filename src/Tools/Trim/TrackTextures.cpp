@@ -54,6 +54,7 @@ void StateTracker::ReadsUpload(std::uint32_t target)
 void StateTracker::ReplacesImage(const Image& image, ImageSize size)
 {
     m_objects[image.object].sizes[{image.face, image.level}] = size;
+    m_objects[image.object].drawn.erase(image);
     Replaces(m_slots.At(image.object, Piece::Storage, image.face, image.level));
     for (const Aspects aspect : {Color, Depth, Stencil})
         Replaces(PixelsOf(image, aspect));
@@ -126,16 +127,16 @@ bool StateTracker::TrackTexture(const CallArguments& call)
         return true;
     case CallId::glCopyTexImage2D:
         ReplacesImage(imageAt(1), sizeAt(5));
-        ReadsReadFramebuffer();
+        CopiesTo(imageAt(1));
         return true;
     case CallId::glCopyTexSubImage2D:
         WritesArea(imageAt(1), call.Signed(2), call.Signed(3), sizeAt(6));
-        ReadsReadFramebuffer();
+        CopiesTo(imageAt(1));
         return true;
     case CallId::glCopyTexSubImage3D:
     case CallId::glCopyTexSubImage3DOES:
         WritesArea(imageAt(1), -1, -1, {});
-        ReadsReadFramebuffer();
+        CopiesTo(imageAt(1));
         return true;
     case CallId::glTexStorage2D: {
         const Owner texture = BoundTexture(target);
@@ -169,6 +170,7 @@ bool StateTracker::TrackTexture(const CallArguments& call)
                 Reads(slot);
         }
         Replaces(mipmaps);
+        m_objects[texture].hasMipmaps = true;
         if (m_objects[texture].isAliased)
             m_log.SetVerdict(Verdict::Keep);
         return true;
@@ -217,6 +219,12 @@ bool StateTracker::TrackTexture(const CallArguments& call)
     default:
         return false;
     }
+}
+
+void StateTracker::CopiesTo(const Image& image)
+{
+    m_objects[image.object].drawn.insert(image);
+    ReadsReadFramebuffer();
 }
 
 void StateTracker::CreateEGLImage(const CallArguments& call)

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "Tools/Trim/NeutralUploads.h"
 #include "Tools/Trim/RecordStream.h"
 
 namespace Tools::Trim {
@@ -79,10 +80,12 @@ bool Trimmer::Analyse(LiveReplay& replay)
             ++frame;
         }
     }
-    ReadSurfaces(replay);
+    ReadContents(replay);
     std::vector<Slot> restored;
-    for (const auto& [surface, contents] : m_contents)
+    for (const auto& [surface, contents] : m_contents) {
         std::ranges::copy(m_tracker.SurfacePixels(surface), std::back_inserter(restored));
+        std::ranges::copy(contents.objects.Slots(m_tracker), std::back_inserter(restored));
+    }
     m_selection = SelectRecords(m_tracker.Log(), m_tracker.Slots(), restored);
     return true;
 }
@@ -117,18 +120,25 @@ void Trimmer::Analyse(const Data::RecordCursor& record, LiveReplay& replay)
         m_tracker.FailedCall(CallArguments(*call, m_record.data()));
 }
 
-void Trimmer::ReadSurfaces(LiveReplay& replay)
+void Trimmer::ReadContents(LiveReplay& replay)
 {
+    std::set<const ObjectNames*> groups;
     for (const auto& [surface, last] : m_tracker.Surfaces()) {
         const auto& [thread, current] = last;
         replay.MakeCurrent(thread, current);
-        m_contents[surface] = ReadDefaultFramebuffer(replay.Restorer(), m_missing);
+        const ContextState* const context = m_tracker.FindContext(current.context);
+        Contents& contents = m_contents[surface];
+        if (!context)
+            continue;
+        if (groups.insert(context->shared.get()).second)
+            contents.objects = ReadObjectContents(m_tracker, *context, replay.Names());
+        contents.surface = ReadDefaultContents(replay.Restorer(), m_missing);
     }
 }
 
 // The second pass.
 
-bool Trimmer::Write(Data::CaptureWriter& writer)
+bool Trimmer::Write(Data::CaptureWriter& writer, Data::CaptureHeader& header)
 {
     RecordStream stream(m_source, m_diagnostics);
     RecordOutput output(writer);
@@ -153,7 +163,7 @@ bool Trimmer::Write(Data::CaptureWriter& writer)
             return false;
         WriteState(stream.Record(), index++, output);
     }
-    WriteSurfaces(output);
+    WriteContents(output);
     output.SetThread(thread);
     writer.BlockEnd(static_cast<std::uint32_t>(Data::BlockType::State));
     while (frame <= m_range.last) {
@@ -161,6 +171,8 @@ bool Trimmer::Write(Data::CaptureWriter& writer)
             return false;
         WriteFrame(stream.Record(), output);
     }
+    header.calls = output.Calls();
+    header.eglCalls = output.EGLCalls();
     return true;
 }
 
@@ -197,14 +209,19 @@ void Trimmer::WriteState(const Data::RecordCursor& record, std::size_t index, Re
         output.CopyCall(*call, WithoutNames(*call, BytesOf(record), dropped));
 }
 
-void Trimmer::WriteSurfaces(RecordOutput& output)
+void Trimmer::WriteContents(RecordOutput& output)
 {
     // What is current may have to be made so again anyway, since a new size takes effect with it.
     for (const auto& [surface, last] : m_tracker.Surfaces()) {
         const auto& [thread, current] = last;
         output.SetThread(thread);
         WriteMakeCurrent(output, current);
-        WriteDefaultFramebuffer(output, m_tracker, current, m_contents[surface]);
+        const ContextState* const context = m_tracker.FindContext(current.context);
+        if (!context)
+            continue;
+        const NeutralUploads neutral(output, m_tracker, *context);
+        WriteObjectContents(output, m_tracker, *context, m_contents[surface].objects);
+        WriteDefaultContents(output.Writer(), current, m_contents[surface].surface);
     }
     for (const auto& [thread, current] : m_tracker.Threads()) {
         output.SetThread(thread);

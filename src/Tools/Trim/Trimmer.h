@@ -12,6 +12,7 @@
 #include "Tools/Trim/DefaultContents.h"
 #include "Tools/Trim/EffectLog.h"
 #include "Tools/Trim/LiveReplay.h"
+#include "Tools/Trim/ObjectContents.h"
 #include "Tools/Trim/RecordOutput.h"
 #include "Tools/Trim/StateTracker.h"
 
@@ -36,17 +37,18 @@ public:
 
     /// The first pass. False when the capture ends too early, which was reported.
     bool Analyse(LiveReplay& replay);
-    /// The second pass. False when the capture ends too early. Trouble with the output shows in the writer.
-    bool Write(Data::CaptureWriter& writer);
+    /// The second pass, after which `header` has the number of calls. False when the capture ends too early. Trouble
+    /// with the output shows in the writer.
+    bool Write(Data::CaptureWriter& writer, Data::CaptureHeader& header);
 
     /// What the output lacks, in words.
     [[nodiscard]] const std::set<std::string>& Missing() const { return m_missing; }
 
 private:
     void Analyse(const Data::RecordCursor& record, LiveReplay& replay);
-    void ReadSurfaces(LiveReplay& replay);
+    void ReadContents(LiveReplay& replay);
     void WriteState(const Data::RecordCursor& record, std::size_t index, RecordOutput& output);
-    void WriteSurfaces(RecordOutput& output);
+    void WriteContents(RecordOutput& output);
     void WriteFrame(const Data::RecordCursor& record, RecordOutput& output);
     static void WriteMakeCurrent(RecordOutput& output, const Current& current);
     /// The call of a record; nothing when this program does not know it.
@@ -60,8 +62,13 @@ private:
     Selection m_selection;
     /// A call as it was before replay wrote to it.
     std::vector<std::uint8_t> m_record;
+    struct Contents {
+        /// Of the share group of the surface's context; empty when another surface's context is in the same one.
+        ObjectContents objects;
+        std::vector<DefaultContents> surface;
+    };
     /// By surface, in the order in which they are restored.
-    std::map<std::uint32_t, std::vector<BufferContents>> m_contents;
+    std::map<std::uint32_t, Contents> m_contents;
     std::set<std::string> m_missing;
 };
 

@@ -78,7 +78,8 @@ int Trim(Data::CaptureSource& source, const std::string& input, const std::strin
     const auto writer = Data::CaptureWriter::Create(output, header, error);
     if (!writer)
         return Fail(ExitStatus::Differed, error);
-    const bool isWhole = trimmer.Write(*writer);
+    const bool isWhole = trimmer.Write(*writer, header);
+    writer->UpdateHeader(header);
     const std::uint32_t frames = writer->Frames();
     if (!writer->Finish(error))
         return Fail(ExitStatus::Differed, error);

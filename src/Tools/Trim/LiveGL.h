@@ -1,0 +1,51 @@
+// Reading contents back from the live driver.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include <GLES2/gl2.h>
+#include <GLES2/gl2ext.h>
+#include <GLES3/gl32.h>
+
+#include "Interfaces/Core.h"
+
+namespace Tools::Trim {
+
+/// The live driver's functions. Those of OpenGL ES 2 are there when a context is current.
+inline const Core::GLESProcTable& GL()
+{
+    return Core::KHRLayer::GLESProc();
+}
+
+inline GLint GetInteger(GLenum name)
+{
+    GLint value = 0;
+    GL().glGetIntegerv(name, &value);
+    return value;
+}
+
+/// A lost context reports its loss for ever.
+inline void ForgetErrors()
+{
+    for (GLenum error = GL_INVALID_ENUM; error != GL_NO_ERROR && error != GL_CONTEXT_LOST;)
+        error = GL().glGetError();
+}
+
+/// A format and type of pixel transfers.
+struct Transfer {
+    GLenum format;
+    GLenum type;
+};
+
+/// How depth or stencil of a format with these bits are read; nothing where this driver cannot.
+std::optional<Transfer> DepthStencilTransfer(GLint depthBits, GLint stencilBits, bool wantsStencil);
+
+/// Pixel transfers from and to memory move whole images without padding from now on.
+void SetPlainTransfers();
+
+/// Reads the bound framebuffer from its lower left corner, rows packed; false on an error.
+bool ReadPixels(std::int32_t width, std::int32_t height, Transfer transfer, std::vector<std::uint8_t>& pixels);
+
+} // namespace Tools::Trim

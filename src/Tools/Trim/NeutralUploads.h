@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+
+#include "Tools/Trim/RecordOutput.h"
+#include "Tools/Trim/StateTracker.h"
+
+namespace Tools::Trim {
+
+/// While it lives, calls in the output find a context that is ready for uploads: pixels are packed and come from memory,
+/// and blits reach the whole default framebuffer. Writes only what differs from that, and puts it back at its end.
+class NeutralUploads {
+public:
+    NeutralUploads(RecordOutput& output, StateTracker& tracker, const ContextState& context);
+    ~NeutralUploads();
+    NeutralUploads(const NeutralUploads&) = delete;
+    NeutralUploads& operator=(const NeutralUploads&) = delete;
+
+private:
+    [[nodiscard]] std::uint32_t Value(Piece piece, std::uint32_t first = 0, std::uint32_t second = 0) const;
+    [[nodiscard]] std::uint32_t NameAt(Piece piece, std::uint32_t first = 0) const;
+    /// Sets a pixel-store parameter, where `neutral` is not what the context has.
+    void ForEachPixelStore(bool isNeutral);
+
+    RecordOutput& m_output;
+    StateTracker& m_tracker;
+    const ContextState& m_context;
+};
+
+} // namespace Tools::Trim
