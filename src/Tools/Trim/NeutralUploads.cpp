@@ -28,11 +28,11 @@ NeutralUploads::NeutralUploads(RecordOutput& output, StateTracker& tracker, cons
     : m_output(output), m_tracker(tracker), m_context(context)
 {
     if (Value(Piece::DrawFramebuffer) != 0)
-        m_output.WriteCall(CallId::glBindFramebuffer, {GL_DRAW_FRAMEBUFFER, 0});
+        m_output.Write(MakeCall(CallId::glBindFramebuffer, {GL_DRAW_FRAMEBUFFER, 0}));
     if (Value(Piece::BufferBinding, GL_PIXEL_UNPACK_BUFFER) != 0)
-        m_output.WriteCall(CallId::glBindBuffer, {GL_PIXEL_UNPACK_BUFFER, 0});
+        m_output.Write(MakeCall(CallId::glBindBuffer, {GL_PIXEL_UNPACK_BUFFER, 0}));
     if (Value(Piece::Setting, static_cast<std::uint32_t>(CallId::glEnable), GL_SCISSOR_TEST) != 0)
-        m_output.WriteCall(CallId::glDisable, {GL_SCISSOR_TEST});
+        m_output.Write(MakeCall(CallId::glDisable, {GL_SCISSOR_TEST}));
     ForEachPixelStore(true);
 }
 
@@ -40,11 +40,11 @@ NeutralUploads::~NeutralUploads()
 {
     ForEachPixelStore(false);
     if (Value(Piece::Setting, static_cast<std::uint32_t>(CallId::glEnable), GL_SCISSOR_TEST) != 0)
-        m_output.WriteCall(CallId::glEnable, {GL_SCISSOR_TEST});
+        m_output.Write(MakeCall(CallId::glEnable, {GL_SCISSOR_TEST}));
     if (const std::uint32_t buffer = NameAt(Piece::BufferBinding, GL_PIXEL_UNPACK_BUFFER))
-        m_output.WriteCall(CallId::glBindBuffer, {GL_PIXEL_UNPACK_BUFFER, buffer});
+        m_output.Write(MakeCall(CallId::glBindBuffer, {GL_PIXEL_UNPACK_BUFFER, buffer}));
     if (const std::uint32_t framebuffer = NameAt(Piece::DrawFramebuffer))
-        m_output.WriteCall(CallId::glBindFramebuffer, {GL_DRAW_FRAMEBUFFER, framebuffer});
+        m_output.Write(MakeCall(CallId::glBindFramebuffer, {GL_DRAW_FRAMEBUFFER, framebuffer}));
 }
 
 void NeutralUploads::ForEachPixelStore(bool isNeutral)
@@ -54,7 +54,7 @@ void NeutralUploads::ForEachPixelStore(bool isNeutral)
             Value(Piece::Setting, static_cast<std::uint32_t>(CallId::glPixelStorei), parameter.name);
         const std::uint32_t value = set != 0 ? set : parameter.initial;
         if (value != parameter.neutral)
-            m_output.WriteCall(CallId::glPixelStorei, {parameter.name, isNeutral ? parameter.neutral : value});
+            m_output.Write(MakeCall(CallId::glPixelStorei, {parameter.name, isNeutral ? parameter.neutral : value}));
     }
 }
 

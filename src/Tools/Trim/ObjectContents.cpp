@@ -4,253 +4,221 @@
 #include <cstring>
 #include <optional>
 
-#include "Data/Sizes.h"
+#include "Playback/GLResourceTable.h"
+#include "Tools/Trim/LiveImage.h"
 
 namespace Tools::Trim {
 
 namespace {
 
 using Data::CallId;
+using Calls = std::vector<OutputCall>;
 
-GLint LevelParameter(const Image& image, GLenum name)
+/// Names for objects that exist only during a restore. Drivers count from 1, and no application comes that far.
+constexpr std::uint32_t temporaryName = 0x7FFFFFF0;
+
+std::span<const std::uint8_t> BytesOf(const std::uint32_t& name)
 {
-    GLint value = 0;
-    GL().glGetTexLevelParameteriv(image.face, static_cast<GLint>(image.level), name, &value);
-    return value;
+    return {reinterpret_cast<const std::uint8_t*>(&name), sizeof name};
 }
 
-/// How an image is read and how it is uploaded. Reading gives four components of `componentBytes` bytes, of which the
-/// upload takes the first `components`; 0 bytes: both are the same.
-struct ImageTransfer {
-    GLenum attachment = GL_COLOR_ATTACHMENT0;
-    Transfer read = {};
-    Transfer upload = {};
-    std::size_t components = 4;
-    std::size_t componentBytes = 0;
-};
-
-std::optional<ImageTransfer> ColorTransfer(const Image& image)
-{
-    const GLint bits[] = {LevelParameter(image, GL_TEXTURE_RED_SIZE), LevelParameter(image, GL_TEXTURE_GREEN_SIZE),
-                          LevelParameter(image, GL_TEXTURE_BLUE_SIZE), LevelParameter(image, GL_TEXTURE_ALPHA_SIZE)};
-    const auto components = static_cast<std::size_t>(std::ranges::count_if(bits, [](GLint size) { return size > 0; }));
-    // Components come in this order, none left out: other formats, such as alpha alone, cannot be drawn to.
-    if (components == 0 || bits[components - 1] == 0)
-        return std::nullopt;
-    constexpr GLenum formats[] = {GL_RED, GL_RG, GL_RGB, GL_RGBA};
-    constexpr GLenum integerFormats[] = {GL_RED_INTEGER, GL_RG_INTEGER, GL_RGB_INTEGER, GL_RGBA_INTEGER};
-    const auto transfer = [&](const GLenum (&all)[4], GLenum type, std::size_t componentBytes) {
-        return ImageTransfer{GL_COLOR_ATTACHMENT0, {all[3], type}, {all[components - 1], type}, components,
-                             componentBytes};
-    };
-    const GLint widest = *std::ranges::max_element(bits);
-    switch (LevelParameter(image, GL_TEXTURE_RED_TYPE)) {
-    case GL_UNSIGNED_NORMALIZED:
-        if (widest <= 8)
-            return transfer(formats, GL_UNSIGNED_BYTE, 1);
-        if (widest == 10)
-            return ImageTransfer{GL_COLOR_ATTACHMENT0, {GL_RGBA, GL_UNSIGNED_INT_2_10_10_10_REV},
-                                 {GL_RGBA, GL_UNSIGNED_INT_2_10_10_10_REV}};
-        return std::nullopt;
-    case GL_FLOAT:
-        return transfer(formats, GL_FLOAT, 4);
-    case GL_INT:
-        return transfer(integerFormats, GL_INT, 4);
-    case GL_UNSIGNED_INT:
-        return transfer(integerFormats, GL_UNSIGNED_INT, 4);
-    default:
-        return std::nullopt;
-    }
-}
-
-std::optional<ImageTransfer> TransferOf(const Image& image)
-{
-    const GLint depth = LevelParameter(image, GL_TEXTURE_DEPTH_SIZE);
-    if (depth == 0)
-        return ColorTransfer(image);
-    const GLint stencil = LevelParameter(image, GL_TEXTURE_STENCIL_SIZE);
-    const std::optional<Transfer> transfer = DepthStencilTransfer(depth, stencil, false);
-    if (!transfer)
-        return std::nullopt;
-    return ImageTransfer{stencil != 0 ? GLenum{GL_DEPTH_STENCIL_ATTACHMENT} : GLenum{GL_DEPTH_ATTACHMENT}, *transfer,
-                         *transfer};
-}
-
-/// Leaves out the components that an upload does not take.
-std::vector<std::uint8_t> Packed(const std::vector<std::uint8_t>& pixels, const ImageTransfer& transfer)
-{
-    if (transfer.componentBytes == 0 || transfer.components == 4)
-        return pixels;
-    const std::size_t wide = 4 * transfer.componentBytes;
-    const std::size_t narrow = transfer.components * transfer.componentBytes;
-    std::vector<std::uint8_t> packed(pixels.size() / wide * narrow);
-    for (std::size_t i = 0; i < pixels.size() / wide; ++i)
-        std::memcpy(packed.data() + i * narrow, pixels.data() + i * wide, narrow);
-    return packed;
-}
-
-/// A framebuffer with one image of a texture, bound for reading while it lives.
-class ImageFramebuffer {
+/// Reads objects and tries what restores them.
+class ObjectReader {
 public:
-    ImageFramebuffer(GLenum attachment, const Image& image, GLuint texture)
-    {
-        GL().glGenFramebuffers(1, &m_name);
-        GL().glBindFramebuffer(GL_FRAMEBUFFER, m_name);
-        GL().glFramebufferTexture2D(GL_FRAMEBUFFER, attachment, image.face, texture, static_cast<GLint>(image.level));
-    }
-    ~ImageFramebuffer()
-    {
-        GL().glBindFramebuffer(GL_FRAMEBUFFER, 0);
-        GL().glDeleteFramebuffers(1, &m_name);
-    }
-    ImageFramebuffer(const ImageFramebuffer&) = delete;
-    ImageFramebuffer& operator=(const ImageFramebuffer&) = delete;
+    ObjectReader(StateTracker& tracker, LiveReplay& replay) : m_tracker(tracker), m_replay(replay) {}
 
-    [[nodiscard]] bool IsComplete() const
-    {
-        return GL().glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
-    }
+    void ReadTexture(Owner owner);
+    void ReadRenderbuffer(Owner owner);
+    void ReadBuffer(Owner owner);
+
+    ObjectContents Take() { return std::move(m_contents); }
 
 private:
-    GLuint m_name = 0;
+    /// Replays calls; false when one fails.
+    bool Play(const Calls& calls)
+    {
+        return std::ranges::all_of(calls, [this](OutputCall call) { return m_replay.Call(call.id, call.record.data()); });
+    }
+    void Keep(Calls calls, std::initializer_list<Image> images);
+    /// Reads an image and finds the calls that restore it: `makeCalls` gives them for its pixels. False when it cannot be
+    /// read or they do not.
+    template <class MakeCalls> bool ReadImage(const LiveImage& live, MakeCalls makeCalls, Calls& calls);
+
+    StateTracker& m_tracker;
+    LiveReplay& m_replay;
+    ObjectContents m_contents;
 };
 
-void Upload(const ImageContents& contents, const std::vector<std::uint8_t>& pixels)
+void ObjectReader::Keep(Calls calls, std::initializer_list<Image> images)
 {
-    GL().glTexSubImage2D(contents.image.face, static_cast<GLint>(contents.image.level), 0, 0, contents.size.width,
-                         contents.size.height, contents.transfer.format, contents.transfer.type, pixels.data());
+    std::ranges::move(calls, std::back_inserter(m_contents.calls));
+    for (const Image& image : images)
+        std::ranges::copy(m_tracker.PixelSlots(image), std::back_inserter(m_contents.slots));
 }
 
-/// The texture is bound. Nothing when it cannot be read or what is read cannot be uploaded exactly.
-std::optional<ImageContents> ReadImage(const Image& image, GLuint texture)
+template <class MakeCalls> bool ObjectReader::ReadImage(const LiveImage& live, MakeCalls makeCalls, Calls& calls)
 {
-    const ImageSize size{LevelParameter(image, GL_TEXTURE_WIDTH), LevelParameter(image, GL_TEXTURE_HEIGHT)};
-    const std::optional<ImageTransfer> transfer = TransferOf(image);
-    if (!transfer || size.width <= 0 || size.height <= 0)
-        return std::nullopt;
-    const ImageFramebuffer framebuffer(transfer->attachment, image, texture);
     std::vector<std::uint8_t> pixels;
-    if (!framebuffer.IsComplete() || !ReadPixels(size.width, size.height, transfer->read, pixels))
-        return std::nullopt;
-    ImageContents contents{image, size, transfer->upload, Packed(pixels, *transfer)};
-    std::vector<std::uint8_t> others = contents.pixels;
+    if (!live.IsReadable() || !live.Read(pixels))
+        return false;
+    // First something else, so that the calls have to do their work.
+    std::vector<std::uint8_t> others = live.Packed(pixels);
     for (std::uint8_t& byte : others)
         byte = static_cast<std::uint8_t>(~byte);
-    Upload(contents, others);
-    Upload(contents, contents.pixels);
-    const bool isUploaded = GL().glGetError() == GL_NO_ERROR;
+    const Calls restore = makeCalls(live.Packed(pixels));
     std::vector<std::uint8_t> again;
-    if (!isUploaded || !ReadPixels(size.width, size.height, transfer->read, again) || again != pixels)
-        return std::nullopt;
-    return contents;
+    if (!Play(makeCalls(others)) || !Play(restore) || !live.Read(again) || again != pixels)
+        return false;
+    std::ranges::copy(restore, std::back_inserter(calls));
+    return true;
 }
 
-std::optional<TextureContents> ReadTexture(StateTracker& tracker, Owner owner, GLuint texture)
+void ObjectReader::ReadTexture(Owner owner)
 {
-    const ObjectInfo& object = tracker.Object(owner);
+    const ObjectInfo& object = m_tracker.Object(owner);
     if (object.isAliased || (object.target != GL_TEXTURE_2D && object.target != GL_TEXTURE_CUBE_MAP))
-        return std::nullopt;
-    GL().glBindTexture(object.target, texture);
-    TextureContents contents{owner, object.hasMipmaps, {}};
+        return;
+    const GLuint texture = m_replay.Names().GetValueGLTexture(object.name);
+    const OutputCall bind = MakeCall(CallId::glBindTexture, {object.target, object.name});
+    Play({bind});
     std::set<Image> images = object.drawn;
+    Calls calls{bind};
     if (object.hasMipmaps) {
-        // All levels of all faces, since the call that allocates them writes them too.
+        // All levels, since the call that gives them memory writes them too.
+        calls.push_back(MakeCall(CallId::glGenerateMipmap, {object.target}));
         for (const auto& [place, size] : object.sizes) {
-            Image image{owner, place.first, 0};
-            for (; image.level < 16 && LevelParameter(image, GL_TEXTURE_WIDTH) > 0; ++image.level)
+            for (Image image{owner, place.first, 0}; LiveImage::SizeOf(image).width > 0; ++image.level)
                 images.insert(image);
         }
     }
     for (const Image& image : images) {
-        std::optional<ImageContents> read = ReadImage(image, texture);
-        if (read)
-            contents.images.push_back(std::move(*read));
-        else if (object.hasMipmaps)
-            return std::nullopt;
+        const LiveImage live(image, texture);
+        const auto upload = [&](std::span<const std::uint8_t> pixels) {
+            return Calls{MakeCall(CallId::glTexSubImage2D, {image.face, image.level, 0, 0, live.Size().width,
+                                                            live.Size().height, live.Upload().format,
+                                                            live.Upload().type, pixels})};
+        };
+        if (!object.hasMipmaps) {
+            Calls single{bind};
+            if (ReadImage(live, upload, single))
+                Keep(std::move(single), {image});
+        } else if (!ReadImage(live, upload, calls)) {
+            return;
+        }
     }
-    return contents;
+    if (object.hasMipmaps) {
+        Keep(std::move(calls), {});
+        for (const Image& image : images)
+            Keep({}, {image});
+        m_contents.slots.push_back(m_tracker.Slots().At(owner, Piece::Mipmaps));
+    }
 }
 
-std::optional<BufferContents> ReadBuffer(StateTracker& tracker, Owner owner, GLuint buffer)
+void ObjectReader::ReadRenderbuffer(Owner owner)
 {
+    const ObjectInfo& object = m_tracker.Object(owner);
+    if (object.isAliased)
+        return;
+    const GLuint renderbuffer = m_replay.Names().GetValueGLRenderbuffer(object.name);
+    GL().glBindRenderbuffer(GL_RENDERBUFFER, renderbuffer);
+    GLint format = 0;
+    GL().glGetRenderbufferParameteriv(GL_RENDERBUFFER, GL_RENDERBUFFER_INTERNAL_FORMAT, &format);
+    const Image image{owner, 0, 0};
+    const LiveImage live(image, renderbuffer);
+    const auto [width, height] = live.Size();
+    // Nothing uploads to a renderbuffer: the pixels come from a texture of the same format.
+    const std::span<const std::uint8_t> name = BytesOf(temporaryName);
+    const auto copy = [&](std::span<const std::uint8_t> pixels) {
+        const std::uint32_t otherName = temporaryName + 1;
+        const std::span<const std::uint8_t> other = BytesOf(otherName);
+        return Calls{
+            MakeCall(CallId::glGenTextures, {1, name}),
+            MakeCall(CallId::glBindTexture, {GL_TEXTURE_2D, temporaryName}),
+            MakeCall(CallId::glTexImage2D, {GL_TEXTURE_2D, 0, format, width, height, 0, live.Upload().format,
+                                            live.Upload().type, pixels}),
+            MakeCall(CallId::glGenFramebuffers, {1, name}),
+            MakeCall(CallId::glBindFramebuffer, {GL_READ_FRAMEBUFFER, temporaryName}),
+            MakeCall(CallId::glFramebufferTexture2D,
+                     {GL_READ_FRAMEBUFFER, live.Attachment(), GL_TEXTURE_2D, temporaryName, 0}),
+            MakeCall(CallId::glGenFramebuffers, {1, other}),
+            MakeCall(CallId::glBindFramebuffer, {GL_DRAW_FRAMEBUFFER, otherName}),
+            MakeCall(CallId::glFramebufferRenderbuffer,
+                     {GL_DRAW_FRAMEBUFFER, live.Attachment(), GL_RENDERBUFFER, object.name}),
+            MakeCall(CallId::glBlitFramebuffer,
+                     {0, 0, width, height, 0, 0, width, height, live.BlitMask(), GL_NEAREST}),
+            MakeCall(CallId::glDeleteFramebuffers, {1, other}),
+            MakeCall(CallId::glDeleteFramebuffers, {1, name}),
+            MakeCall(CallId::glDeleteTextures, {1, name}),
+        };
+    };
+    Calls calls;
+    if (ReadImage(live, copy, calls))
+        Keep(std::move(calls), {image});
+}
+
+void ObjectReader::ReadBuffer(Owner owner)
+{
+    const ObjectInfo& object = m_tracker.Object(owner);
     const auto& gl = GL();
-    BufferContents contents{owner, std::vector<std::uint8_t>(static_cast<std::size_t>(tracker.Object(owner).bytes))};
-    const auto bytes = static_cast<GLsizeiptr>(contents.bytes.size());
-    ForgetErrors();
-    gl.glBindBuffer(GL_ARRAY_BUFFER, buffer);
-    const void* const mapped = gl.glMapBufferRange(GL_ARRAY_BUFFER, 0, bytes, GL_MAP_READ_BIT);
-    if (!mapped)
-        return std::nullopt;
-    std::memcpy(contents.bytes.data(), mapped, contents.bytes.size());
+    const auto size = static_cast<GLsizeiptr>(object.bytes);
+    const OutputCall bind = MakeCall(CallId::glBindBuffer, {GL_ARRAY_BUFFER, object.name});
+    Play({bind});
+    // A buffer that the application has mapped cannot be mapped again.
+    const void* const mapped = gl.glMapBufferRange(GL_ARRAY_BUFFER, 0, size, GL_MAP_READ_BIT);
+    if (!mapped) {
+        ForgetErrors();
+        return;
+    }
+    const std::vector<std::uint8_t> bytes(static_cast<const std::uint8_t*>(mapped),
+                                          static_cast<const std::uint8_t*>(mapped) + size);
     gl.glUnmapBuffer(GL_ARRAY_BUFFER);
-    // Not all buffers take an upload.
-    gl.glBufferSubData(GL_ARRAY_BUFFER, 0, bytes, contents.bytes.data());
-    return gl.glGetError() == GL_NO_ERROR ? std::optional(std::move(contents)) : std::nullopt;
+    Calls calls{bind, MakeCall(CallId::glBufferSubData, {GL_ARRAY_BUFFER, 0, size, std::span(bytes)})};
+    // Some buffers take no uploads.
+    if (Play(calls)) {
+        Keep(std::move(calls), {});
+        m_contents.slots.push_back(m_tracker.Slots().At(owner, Piece::Data));
+    }
 }
 
 } // namespace
 
-std::vector<Slot> ObjectContents::Slots(StateTracker& tracker) const
+ObjectContents ReadObjectContents(StateTracker& tracker, const ContextState& context, LiveReplay& replay)
 {
-    std::vector<Slot> slots;
-    for (const TextureContents& texture : textures) {
-        for (const ImageContents& contents : texture.images)
-            std::ranges::copy(tracker.PixelSlots(contents.image), std::back_inserter(slots));
-        if (texture.hasMipmaps)
-            slots.push_back(tracker.Slots().At(texture.texture, Piece::Mipmaps));
-    }
-    for (const BufferContents& buffer : buffers)
-        slots.push_back(tracker.Slots().At(buffer.buffer, Piece::Data));
-    return slots;
-}
-
-ObjectContents ReadObjectContents(StateTracker& tracker, const ContextState& context,
-                                  const Playback::GLResourceTable& names)
-{
-    ObjectContents all;
-    if (!GL().glGetTexLevelParameteriv || !GL().glMapBufferRange)
-        return all;
+    // What reading needs of OpenGL ES 3.1; without it, drawing is replayed.
+    if (!GL().glGetTexLevelParameteriv || !GL().glMapBufferRange || !GL().glBlitFramebuffer)
+        return {};
     SetPlainTransfers();
+    GL().glDisable(GL_SCISSOR_TEST);
+    ObjectReader reader(tracker, replay);
     for (const auto& [key, owner] : *context.shared) {
-        const auto& [kind, name] = key;
         const ObjectInfo& object = tracker.Object(owner);
-        if (kind == ObjectKind::Texture && !object.drawn.empty()) {
-            if (std::optional<TextureContents> read = ReadTexture(tracker, owner, names.GetValueGLTexture(name)))
-                all.textures.push_back(std::move(*read));
-        } else if (kind == ObjectKind::Buffer && object.isDrawn && object.bytes > 0) {
-            if (std::optional<BufferContents> read = ReadBuffer(tracker, owner, names.GetValueGLBuffer(name)))
-                all.buffers.push_back(std::move(*read));
-        }
+        if (object.kind == ObjectKind::Texture && !object.drawn.empty())
+            reader.ReadTexture(owner);
+        else if (object.kind == ObjectKind::Renderbuffer && !object.drawn.empty())
+            reader.ReadRenderbuffer(owner);
+        else if (object.kind == ObjectKind::Buffer && object.isDrawn && object.bytes > 0)
+            reader.ReadBuffer(owner);
     }
-    return all;
+    return reader.Take();
 }
 
 void WriteObjectContents(RecordOutput& output, StateTracker& tracker, const ContextState& context,
                          const ObjectContents& contents)
 {
+    if (contents.calls.empty())
+        return;
+    for (const OutputCall& call : contents.calls)
+        output.Write(call);
     StateSlots& slots = tracker.Slots();
-    const auto nameAt = [&](Piece piece, std::uint32_t first, std::uint32_t second = 0) {
+    const auto nameAt = [&](Piece piece, std::uint32_t first = 0, std::uint32_t second = 0) {
         return tracker.Object(slots.Value(slots.At(context.owner, piece, first, second))).name;
     };
     const std::uint32_t unit = slots.Value(slots.At(context.owner, Piece::ActiveUnit));
-    for (const TextureContents& texture : contents.textures) {
-        const ObjectInfo& object = tracker.Object(texture.texture);
-        output.WriteCall(CallId::glBindTexture, {object.target, object.name});
-        if (texture.hasMipmaps)
-            output.WriteCall(CallId::glGenerateMipmap, {object.target});
-        for (const ImageContents& image : texture.images)
-            output.WriteCall(CallId::glTexSubImage2D,
-                             {image.image.face, image.image.level, 0, 0, image.size.width, image.size.height,
-                              image.transfer.format, image.transfer.type, std::span(image.pixels)});
-        output.WriteCall(CallId::glBindTexture, {object.target, nameAt(Piece::TextureBinding, unit, object.target)});
-    }
-    for (const BufferContents& buffer : contents.buffers) {
-        output.WriteCall(CallId::glBindBuffer, {GL_ARRAY_BUFFER, tracker.Object(buffer.buffer).name});
-        output.WriteCall(CallId::glBufferSubData,
-                         {GL_ARRAY_BUFFER, 0, buffer.bytes.size(), std::span(buffer.bytes)});
-    }
-    if (!contents.buffers.empty())
-        output.WriteCall(CallId::glBindBuffer, {GL_ARRAY_BUFFER, nameAt(Piece::BufferBinding, GL_ARRAY_BUFFER)});
+    for (const std::uint32_t target : {GL_TEXTURE_2D, GL_TEXTURE_CUBE_MAP})
+        output.Write(MakeCall(CallId::glBindTexture, {target, nameAt(Piece::TextureBinding, unit, target)}));
+    output.Write(MakeCall(CallId::glBindBuffer, {GL_ARRAY_BUFFER, nameAt(Piece::BufferBinding, GL_ARRAY_BUFFER)}));
+    output.Write(MakeCall(CallId::glBindFramebuffer, {GL_READ_FRAMEBUFFER, nameAt(Piece::ReadFramebuffer)}));
+    output.Write(MakeCall(CallId::glBindFramebuffer, {GL_DRAW_FRAMEBUFFER, 0}));
 }
 
 } // namespace Tools::Trim

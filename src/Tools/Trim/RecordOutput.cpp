@@ -57,37 +57,33 @@ void RecordOutput::Copy(std::span<const std::uint8_t> record)
     Put(header.id, record);
 }
 
-void RecordOutput::WriteCall(Data::CallId call, std::initializer_list<OutputArgument> arguments,
-                             std::uint32_t returned)
+OutputCall MakeCall(Data::CallId call, std::initializer_list<OutputArgument> arguments, std::uint32_t returned)
 {
-    const std::uint32_t fixedBytes = Data::callDecodings[static_cast<std::size_t>(call)].fixedBytes;
-    std::uint64_t bytes = Data::RoundUp8(fixedBytes);
+    auto end = static_cast<std::uint32_t>(
+        Data::RoundUp8(Data::callDecodings[static_cast<std::size_t>(call)].fixedBytes));
+    std::uint64_t bytes = end;
     for (const OutputArgument& argument : arguments)
         bytes += Data::RoundUp8(argument.contents.size());
-    std::uint8_t* const place = m_writer.Begin(static_cast<std::uint32_t>(call), bytes);
-    if (!place)
-        return;
-    Count(call);
+    OutputCall made{call, std::vector<std::uint8_t>(bytes)};
+    std::uint8_t* const record = made.record.data();
+    const Data::RecordHeader header{static_cast<std::uint32_t>(bytes), static_cast<std::uint32_t>(call)};
+    std::memcpy(record, &header, sizeof header);
     if (const Data::ParameterDescription* const result = Data::ReturnOf(call))
-        std::memcpy(place + result->at, &returned, std::min<std::size_t>(result->bytes, sizeof returned));
-    const std::span<const Data::ParameterDescription> parameters = Data::ParametersOf(call);
-    auto end = static_cast<std::uint32_t>(Data::RoundUp8(fixedBytes));
-    std::size_t index = 0;
+        std::memcpy(record + result->at, &returned, std::min<std::size_t>(result->bytes, sizeof returned));
+    const Data::ParameterDescription* parameter = Data::ParametersOf(call).data();
     for (const OutputArgument& argument : arguments) {
-        const Data::ParameterDescription& parameter = parameters[index++];
-        if (parameter.form == Data::ParameterForm::Scalar) {
-            std::memcpy(place + parameter.at, &argument.value, parameter.bytes);
-            continue;
+        if (parameter->form == Data::ParameterForm::Scalar) {
+            std::memcpy(record + parameter->at, &argument.value, parameter->bytes);
+        } else {
+            const auto size = static_cast<std::uint32_t>(argument.contents.size());
+            const Data::PointerSlot slot{argument.value, size, size > 0 ? end : 0};
+            std::memcpy(record + parameter->at, &slot, sizeof slot);
+            std::ranges::copy(argument.contents, record + end);
+            end += static_cast<std::uint32_t>(Data::RoundUp8(size));
         }
-        Data::PointerSlot slot{argument.value, static_cast<std::uint32_t>(argument.contents.size()), 0};
-        if (!argument.contents.empty()) {
-            slot.offset = end;
-            std::memcpy(place + end, argument.contents.data(), argument.contents.size());
-            end += static_cast<std::uint32_t>(Data::RoundUp8(argument.contents.size()));
-        }
-        std::memcpy(place + parameter.at, &slot, sizeof slot);
+        ++parameter;
     }
-    m_writer.End();
+    return made;
 }
 
 } // namespace Tools::Trim

@@ -23,6 +23,15 @@ struct OutputArgument {
     std::span<const std::uint8_t> contents;
 };
 
+/// The record of a call.
+struct OutputCall {
+    Data::CallId id;
+    std::vector<std::uint8_t> record;
+};
+
+/// Makes the record of a call; memory that the call returns is given as an argument.
+OutputCall MakeCall(Data::CallId call, std::initializer_list<OutputArgument> arguments, std::uint32_t returned = 0);
+
 /// Writes records of another capture, and calls of its own, to a capture.
 class RecordOutput {
 public:
@@ -36,7 +45,7 @@ public:
     void DropVertices() { m_vertices.clear(); }
     /// Copies a record that is no call and no frame's or block's start or end.
     void Copy(std::span<const std::uint8_t> record);
-    void WriteCall(Data::CallId call, std::initializer_list<OutputArgument> arguments, std::uint32_t returned = 0);
+    void Write(const OutputCall& call) { CopyCall(call.id, call.record); }
 
     [[nodiscard]] Data::CaptureWriter& Writer() { return m_writer; }
     /// Calls so far, and those of EGL among them.

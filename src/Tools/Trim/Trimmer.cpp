@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include <EGL/egl.h>
+
 #include "Tools/Trim/NeutralUploads.h"
 #include "Tools/Trim/RecordStream.h"
 
@@ -84,7 +86,7 @@ bool Trimmer::Analyse(LiveReplay& replay)
     std::vector<Slot> restored;
     for (const auto& [surface, contents] : m_contents) {
         std::ranges::copy(m_tracker.SurfacePixels(surface), std::back_inserter(restored));
-        std::ranges::copy(contents.objects.Slots(m_tracker), std::back_inserter(restored));
+        std::ranges::copy(contents.objects.slots, std::back_inserter(restored));
     }
     m_selection = SelectRecords(m_tracker.Log(), m_tracker.Slots(), restored);
     return true;
@@ -131,7 +133,7 @@ void Trimmer::ReadContents(LiveReplay& replay)
         if (!context)
             continue;
         if (groups.insert(context->shared.get()).second)
-            contents.objects = ReadObjectContents(m_tracker, *context, replay.Names());
+            contents.objects = ReadObjectContents(m_tracker, *context, replay);
         contents.surface = ReadDefaultContents(replay.Restorer(), m_missing);
     }
 }
@@ -261,7 +263,8 @@ void Trimmer::WriteFrame(const Data::RecordCursor& record, RecordOutput& output)
 
 void Trimmer::WriteMakeCurrent(RecordOutput& output, const Current& current)
 {
-    output.WriteCall(Data::CallId::eglMakeCurrent, {current.display, current.draw, current.read, current.context}, 1);
+    output.Write(MakeCall(Data::CallId::eglMakeCurrent,
+                          {current.display, current.draw, current.read, current.context}, EGL_TRUE));
 }
 
 } // namespace Tools::Trim
