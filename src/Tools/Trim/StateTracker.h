@@ -155,6 +155,7 @@ public:
     {
         return m_surfaces;
     }
+    [[nodiscard]] bool IsDrawnTo(std::uint32_t surface) { return !m_objects[SurfaceOwner(surface)].drawn.empty(); }
     /// The slots of what an image holds: colour, depth, stencil.
     [[nodiscard]] std::array<Slot, 3> PixelSlots(const Image& image)
     {

@@ -134,7 +134,8 @@ void Trimmer::ReadContents(LiveReplay& replay)
             continue;
         if (groups.insert(context->shared.get()).second)
             contents.objects = ReadObjectContents(m_tracker, *context, replay);
-        contents.surface = ReadDefaultContents(replay.Restorer(), m_missing);
+        if (m_tracker.IsDrawnTo(surface))
+            contents.surface = ReadDefaultContents(replay.Restorer(), m_missing);
     }
 }
 
@@ -213,18 +214,19 @@ void Trimmer::WriteState(const Data::RecordCursor& record, std::size_t index, Re
 
 void Trimmer::WriteContents(RecordOutput& output)
 {
-    // What is current may have to be made so again anyway, since a new size takes effect with it.
     for (const auto& [surface, last] : m_tracker.Surfaces()) {
         const auto& [thread, current] = last;
+        const Contents& contents = m_contents[surface];
+        const ContextState* const context = m_tracker.FindContext(current.context);
+        if (!context || (contents.objects.calls.empty() && contents.surface.empty()))
+            continue;
         output.SetThread(thread);
         WriteMakeCurrent(output, current);
-        const ContextState* const context = m_tracker.FindContext(current.context);
-        if (!context)
-            continue;
         const NeutralUploads neutral(output, m_tracker, *context);
-        WriteObjectContents(output, m_tracker, *context, m_contents[surface].objects);
-        WriteDefaultContents(output.Writer(), current, m_contents[surface].surface);
+        WriteObjectContents(output, m_tracker, *context, contents.objects);
+        WriteDefaultContents(output.Writer(), current, contents.surface);
     }
+    // Also what is current anyway, since a new size takes effect with it.
     for (const auto& [thread, current] : m_tracker.Threads()) {
         output.SetThread(thread);
         if (current.context != 0)
