@@ -9,26 +9,28 @@ namespace {
 /// Walks the records backwards with the set of slots whose value has no influence on what comes behind.
 class Selector {
 public:
-    Selector(const EffectLog& log, const StateSlots& slots) : m_log(log), m_slots(slots), m_unusedSince(slots.Count(), 0)
+    Selector(const EffectLog& log, const StateSlots& slots) : m_log(log), m_slots(slots)
     {
         m_selection.isKept.resize(log.Count());
-        m_selection.isCreated.resize(slots.OwnerCount());
     }
 
-    void MarkUnused(Slot slot) { m_unusedSince[slot] = m_epoch; }
-
-    Selection Run()
+    Selection Run(std::span<const Slot> restored)
     {
-        for (std::size_t record = m_log.Count(); record-- > 0;)
-            Visit(record);
-        for (std::size_t record = 0; record < m_log.Count(); ++record) {
-            if (m_log.VerdictOf(record) == Verdict::Delete)
-                m_selection.isKept[record] = DeletesCreated(record);
-        }
+        // Which deleting calls are kept shows behind the walk, but what they depend on counts in it: so it is repeated
+        // until it knows all of them beforehand.
+        do {
+            m_unusedSince.assign(m_slots.Count(), 0);
+            m_selection.isCreated.assign(m_slots.OwnerCount(), false);
+            for (const Slot slot : restored)
+                MarkUnused(slot);
+            for (std::size_t record = m_log.Count(); record-- > 0;)
+                Visit(record);
+        } while (FindDeletes());
         return std::move(m_selection);
     }
 
 private:
+    void MarkUnused(Slot slot) { m_unusedSince[slot] = m_epoch; }
     [[nodiscard]] bool IsUsed(Slot slot) const { return m_unusedSince[slot] != m_epoch; }
     void MarkUsed(Slot slot) { m_unusedSince[slot] = 0; }
 
@@ -44,7 +46,8 @@ private:
         const Verdict verdict = m_log.VerdictOf(record);
         if (verdict == Verdict::Drop)
             return;
-        const bool isKept = verdict == Verdict::Keep || verdict == Verdict::KeepAll || WritesUsed(record);
+        const bool isKept = verdict == Verdict::Keep || verdict == Verdict::KeepAll || WritesUsed(record) ||
+                            (verdict == Verdict::Delete && m_selection.isKept[record]);
         for (const EffectLog::Item item : m_log.Items(record)) {
             if (item.effect == Effect::Ends)
                 std::ranges::for_each(m_slots.Of(item.target), [this](Slot slot) { MarkUnused(slot); });
@@ -74,6 +77,19 @@ private:
         }
     }
 
+    /// Keeps the calls that delete something which a kept record creates; true when there are more of them than before.
+    bool FindDeletes()
+    {
+        bool hasNew = false;
+        for (std::size_t record = 0; record < m_log.Count(); ++record) {
+            if (m_log.VerdictOf(record) == Verdict::Delete && !m_selection.isKept[record] && DeletesCreated(record)) {
+                m_selection.isKept[record] = true;
+                hasNew = true;
+            }
+        }
+        return hasNew;
+    }
+
     [[nodiscard]] bool DeletesCreated(std::size_t record) const
     {
         return std::ranges::any_of(m_log.Items(record), [this](EffectLog::Item item) {
@@ -93,10 +109,7 @@ private:
 
 Selection SelectRecords(const EffectLog& log, const StateSlots& slots, std::span<const Slot> restored)
 {
-    Selector selector(log, slots);
-    for (const Slot slot : restored)
-        selector.MarkUnused(slot);
-    return selector.Run();
+    return Selector(log, slots).Run(restored);
 }
 
 } // namespace Tools::Trim

@@ -268,10 +268,23 @@ void StateTracker::Delete(ObjectKind kind, std::uint32_t name)
             m_log.Add(Effect::Ends, owner);
     } else {
         const bool isOnlyUsedHere = kind == ObjectKind::EGLSync || IsOnlyUsedHere(owner);
+        ReadsContainers(kind);
         if (kind != ObjectKind::EGLSync)
             Unbind(owner);
         if (isOnlyUsedHere)
             m_log.Add(Effect::Ends, owner);
+    }
+}
+
+void StateTracker::ReadsContainers(ObjectKind kind)
+{
+    // Deleting takes objects out of the containers that are bound, so others must not be bound in their place.
+    if (kind == ObjectKind::Buffer) {
+        Reads(ContextSlot(Piece::VertexArray));
+        Reads(ContextSlot(Piece::TransformFeedback));
+    } else if (kind == ObjectKind::Texture || kind == ObjectKind::Renderbuffer) {
+        Reads(ContextSlot(Piece::DrawFramebuffer));
+        Reads(ContextSlot(Piece::ReadFramebuffer));
     }
 }
 
@@ -308,7 +321,6 @@ bool StateTracker::IsOnlyUsedHere(Owner owner)
         if (context != m_context && std::ranges::any_of(context->bindings, isBound))
             return false;
     }
-    // Deleting takes the object out of containers that are bound; others keep it.
     const Owner bound[] = {BoundVertexArray(), Value(Piece::DrawFramebuffer), Value(Piece::ReadFramebuffer)};
     return std::ranges::all_of(m_objects[owner].referencedBy, [&](Owner container) {
         return m_objects[container].isDeleted || std::ranges::find(bound, container) != std::end(bound);

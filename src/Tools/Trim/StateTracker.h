@@ -203,6 +203,7 @@ private:
     void Delete(ObjectKind kind, std::uint32_t name);
     void DeleteAll(ObjectKind kind, const CallArguments& call);
     void Unbind(Owner owner);
+    void ReadsContainers(ObjectKind kind);
     /// Nothing but the current context refers to the object.
     [[nodiscard]] bool IsOnlyUsedHere(Owner owner);
     void Refer(Owner from, Owner to);
