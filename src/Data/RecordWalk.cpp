@@ -4,10 +4,14 @@
 
 namespace Data {
 
-bool WalkRecords(CaptureSource& source, Diagnostics& diagnostics, const std::function<void(const RecordCursor&)>& visit)
+bool WalkRecords(CaptureSource& source, Diagnostics& diagnostics, const std::function<void(const RecordCursor&)>& visit,
+                 std::uint32_t frames)
 {
-    ChunkQueue queue(source, Preload::No);
     Position& position = diagnostics.position;
+    position = {};
+    if (frames == 0)
+        return true;
+    ChunkQueue queue(source, Preload::No);
     std::string trouble;
     Chunk chunk;
     while (trouble.empty() && queue.Next(chunk, trouble)) {
@@ -21,6 +25,8 @@ bool WalkRecords(CaptureSource& source, Diagnostics& diagnostics, const std::fun
             if (cursor.Is(RecordId::FrameEnd)) {
                 ++position.frame;
                 position.call = 0;
+                if (position.frame == frames)
+                    return true;
             }
         }
         if (cursor.IsDamaged())

@@ -1,7 +1,9 @@
 // All records of a capture, for tools that list or count them.
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <limits>
 
 #include "Data/CaptureSource.h"
 #include "Data/Diagnostics.h"
@@ -9,10 +11,10 @@
 
 namespace Data {
 
-/// Visits every record in order; `diagnostics.position` says where each is. Stops where the capture is damaged. False
-/// when it could not be read to its end or has none, which is reported.
-bool WalkRecords(CaptureSource& source, Diagnostics& diagnostics,
-                 const std::function<void(const RecordCursor&)>& visit);
+/// Visits every record in order, or those of the first `frames` frames; `diagnostics.position` says where each is.
+/// Stops where the capture is damaged. False when it could not be read that far, or to its end, which is reported.
+bool WalkRecords(CaptureSource& source, Diagnostics& diagnostics, const std::function<void(const RecordCursor&)>& visit,
+                 std::uint32_t frames = std::numeric_limits<std::uint32_t>::max());
 
 /// Reports a capture without its end, of which `frames` frames were read.
 void ReportIncomplete(Diagnostics& diagnostics, std::uint32_t frames);

@@ -10,7 +10,7 @@ void DrawBars(int width, int height, int bars, int frame)
 {
     glEnable(GL_SCISSOR_TEST);
     for (int i = 0; i < 8; ++i) {
-        glScissor(i * width / 8, 0, width / 8, height);
+        glScissor(i * width / 8, 0, width, height);
         glClearColor(i < bars ? 0.9f : 0.1f, static_cast<float>(i) / 8, static_cast<float>(frame) / FrameCount, 1);
         glClear(GL_COLOR_BUFFER_BIT);
     }

@@ -1,14 +1,14 @@
-#include "Tools/Trim/Trimmer.h"
+#include "Trim/Trimmer.h"
 
 #include <algorithm>
 #include <cstring>
 
 #include <EGL/egl.h>
 
-#include "Tools/Trim/NeutralUploads.h"
-#include "Tools/Trim/RecordStream.h"
+#include "Data/RecordWalk.h"
+#include "Trim/NeutralUploads.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 namespace {
 
@@ -41,8 +41,8 @@ std::vector<std::uint8_t> WithoutNames(Data::CallId call, std::span<const std::u
                                        const std::vector<std::size_t>& dropped)
 {
     std::vector<std::uint8_t> copy(record.begin(), record.end());
-    const std::size_t names = static_cast<std::size_t>(CallArguments(call, record.data()).Contents(1).data() -
-                                                       record.data());
+    const std::size_t names =
+        static_cast<std::size_t>(CallArguments(call, record.data()).Contents(1).data() - record.data());
     for (const std::size_t element : dropped)
         std::memset(copy.data() + names + element * sizeof(std::uint32_t), 0, sizeof(std::uint32_t));
     return copy;
@@ -71,17 +71,9 @@ bool Trimmer::ChangesThread(const Data::RecordCursor& record, std::uint32_t& thr
 
 bool Trimmer::Analyse(LiveReplay& replay)
 {
-    RecordStream stream(m_source, m_diagnostics);
-    std::uint32_t frame = 1;
-    while (frame < m_range.first) {
-        if (!stream.Next())
-            return false;
-        Analyse(stream.Record(), replay);
-        if (stream.Record().Is(RecordId::FrameEnd)) {
-            stream.CountFrame();
-            ++frame;
-        }
-    }
+    const auto visit = [&](const Data::RecordCursor& record) { Analyse(record, replay); };
+    if (!Data::WalkRecords(m_source, m_diagnostics, visit, m_range.first - 1))
+        return false;
     ReadContents(replay);
     std::vector<Slot> restored;
     for (const auto& [surface, contents] : m_contents) {
@@ -143,40 +135,29 @@ void Trimmer::ReadContents(LiveReplay& replay)
 
 bool Trimmer::Write(Data::CaptureWriter& writer, Data::CaptureHeader& header)
 {
-    RecordStream stream(m_source, m_diagnostics);
     RecordOutput output(writer);
-    std::uint32_t frame = 1;
     std::size_t index = 0;
     std::uint32_t thread = 0;
-    const auto step = [&] {
-        if (!stream.Next())
-            return false;
-        if (ChangesThread(stream.Record(), thread))
+    bool isInState = true;
+    const auto visit = [&](const Data::RecordCursor& record) {
+        if (isInState && m_diagnostics.position.frame + 1 == m_range.first) {
+            isInState = false;
+            WriteContents(output);
             output.SetThread(thread);
-        if (stream.Record().Is(RecordId::FrameEnd)) {
-            stream.CountFrame();
-            ++frame;
+            writer.BlockEnd(static_cast<std::uint32_t>(Data::BlockType::State));
         }
-        return true;
+        if (ChangesThread(record, thread))
+            output.SetThread(thread);
+        if (isInState)
+            WriteState(record, index++, output);
+        else
+            WriteFrame(record, output);
     };
-
     writer.BlockStart(static_cast<std::uint32_t>(Data::BlockType::State));
-    while (frame < m_range.first) {
-        if (!step())
-            return false;
-        WriteState(stream.Record(), index++, output);
-    }
-    WriteContents(output);
-    output.SetThread(thread);
-    writer.BlockEnd(static_cast<std::uint32_t>(Data::BlockType::State));
-    while (frame <= m_range.last) {
-        if (!step())
-            return false;
-        WriteFrame(stream.Record(), output);
-    }
+    const bool isWhole = Data::WalkRecords(m_source, m_diagnostics, visit, m_range.last);
     header.calls = output.Calls();
     header.eglCalls = output.EGLCalls();
-    return true;
+    return isWhole;
 }
 
 void Trimmer::WriteState(const Data::RecordCursor& record, std::size_t index, RecordOutput& output)
@@ -265,8 +246,8 @@ void Trimmer::WriteFrame(const Data::RecordCursor& record, RecordOutput& output)
 
 void Trimmer::WriteMakeCurrent(RecordOutput& output, const Current& current)
 {
-    output.Write(MakeCall(Data::CallId::eglMakeCurrent,
-                          {current.display, current.draw, current.read, current.context}, EGL_TRUE));
+    output.Write(MakeCall(Data::CallId::eglMakeCurrent, {current.display, current.draw, current.read, current.context},
+                          EGL_TRUE));
 }
 
-} // namespace Tools::Trim
+} // namespace Trim

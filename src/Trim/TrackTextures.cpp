@@ -7,9 +7,9 @@
 #include <GLES2/gl2ext.h>
 #include <GLES3/gl32.h>
 
-#include "Tools/Trim/StateTracker.h"
+#include "Trim/StateTracker.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 namespace {
 
@@ -21,8 +21,8 @@ bool IsCubeFace(std::uint32_t target)
 }
 
 /// Pixel-store parameters that decide where an upload reads.
-constexpr std::uint32_t unpackParameters[] = {GL_UNPACK_ALIGNMENT,  GL_UNPACK_ROW_LENGTH,  GL_UNPACK_IMAGE_HEIGHT,
-                                              GL_UNPACK_SKIP_ROWS,  GL_UNPACK_SKIP_PIXELS, GL_UNPACK_SKIP_IMAGES};
+constexpr std::uint32_t unpackParameters[] = {GL_UNPACK_ALIGNMENT, GL_UNPACK_ROW_LENGTH,  GL_UNPACK_IMAGE_HEIGHT,
+                                              GL_UNPACK_SKIP_ROWS, GL_UNPACK_SKIP_PIXELS, GL_UNPACK_SKIP_IMAGES};
 
 /// A level behind which no texture has any.
 constexpr std::int32_t maxLevels = 16;
@@ -53,8 +53,8 @@ void StateTracker::ReadsUpload(std::uint32_t target)
 
 void StateTracker::ReplacesImage(const Image& image, ImageSize size)
 {
-    m_objects[image.object].sizes[{image.face, image.level}] = size;
-    m_objects[image.object].drawn.erase(image);
+    m_objects[image.object].sizes[image.Place()] = size;
+    m_objects[image.object].drawn.erase(image.Place());
     Replaces(m_slots.At(image.object, Piece::Storage, image.face, image.level));
     for (const Aspects aspect : {Color, Depth, Stencil})
         Replaces(PixelsOf(image, aspect));
@@ -86,7 +86,7 @@ void StateTracker::WritesArea(const Image& image, std::int32_t x, std::int32_t y
 std::optional<ImageSize> StateTracker::SizeOf(const Image& image) const
 {
     const auto& sizes = m_objects[image.object].sizes;
-    if (const auto size = sizes.find({image.face, image.level}); size != sizes.end())
+    if (const auto size = sizes.find(image.Place()); size != sizes.end())
         return size->second;
     // Levels that were generated or allocated together follow from the first one.
     const auto first = sizes.find({image.face, 0});
@@ -223,7 +223,7 @@ bool StateTracker::TrackTexture(const CallArguments& call)
 
 void StateTracker::CopiesTo(const Image& image)
 {
-    m_objects[image.object].drawn.insert(image);
+    m_objects[image.object].drawn.insert(image.Place());
     ReadsReadFramebuffer();
 }
 
@@ -241,4 +241,4 @@ void StateTracker::CreateEGLImage(const CallArguments& call)
     }
 }
 
-} // namespace Tools::Trim
+} // namespace Trim

@@ -7,11 +7,11 @@
 
 #include "Data/Format.h"
 #include "Interfaces/Data.h"
-#include "Tools/Trim/LiveGL.h"
-#include "Tools/Trim/RecordOutput.h"
-#include "Tools/Trim/StateTracker.h"
+#include "Trim/LiveGL.h"
+#include "Trim/RecordOutput.h"
+#include "Trim/StateTracker.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 /// What one buffer of a surface holds: rows packed, bottom row first.
 struct DefaultContents {
@@ -32,4 +32,4 @@ std::vector<DefaultContents> ReadDefaultContents(Data::MetaHandler& restorer, st
 void WriteDefaultContents(Data::CaptureWriter& writer, const Current& current,
                           const std::vector<DefaultContents>& contents);
 
-} // namespace Tools::Trim
+} // namespace Trim

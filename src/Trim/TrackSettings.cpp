@@ -6,9 +6,9 @@
 #include <GLES3/gl32.h>
 
 #include "Data/CallTable.h"
-#include "Tools/Trim/StateTracker.h"
+#include "Trim/StateTracker.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 namespace {
 
@@ -101,8 +101,7 @@ bool StateTracker::TrackSetting(const CallArguments& call)
         set(CallId::glEnable, call.Unsigned(0), call.Call() == CallId::glEnable);
         return true;
     case CallId::glColorMask:
-        set(CallId::glColorMask, 0,
-            !(call.Unsigned(0) && call.Unsigned(1) && call.Unsigned(2) && call.Unsigned(3)));
+        set(CallId::glColorMask, 0, !(call.Unsigned(0) && call.Unsigned(1) && call.Unsigned(2) && call.Unsigned(3)));
         return true;
     case CallId::glColorMaski:
         m_context->hasIndexedMasks = true;
@@ -206,4 +205,4 @@ bool StateTracker::TrackWithoutEffect(const CallArguments& call)
     }
 }
 
-} // namespace Tools::Trim
+} // namespace Trim

@@ -9,14 +9,14 @@
 
 #include "Data/CaptureSource.h"
 #include "Data/Diagnostics.h"
-#include "Tools/Trim/DefaultContents.h"
-#include "Tools/Trim/EffectLog.h"
-#include "Tools/Trim/LiveReplay.h"
-#include "Tools/Trim/ObjectContents.h"
-#include "Tools/Trim/RecordOutput.h"
-#include "Tools/Trim/StateTracker.h"
+#include "Trim/DefaultContents.h"
+#include "Trim/EffectLog.h"
+#include "Trim/LiveReplay.h"
+#include "Trim/ObjectContents.h"
+#include "Trim/RecordOutput.h"
+#include "Trim/StateTracker.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 /// Frames that are kept, counted from 1, both included.
 struct FrameRange {
@@ -24,9 +24,9 @@ struct FrameRange {
     std::uint32_t last;
 };
 
-/// Cuts frames out of a capture. Goes through it twice: first with a replay of what comes before the frames, which shows
-/// what each call does and what the surfaces hold in the end; then to copy the calls that the state at the first frame
-/// depends on, as a state-setup block, and the frames themselves as they are.
+/// Cuts frames out of a capture. Goes through it twice: first with a replay of what comes before the frames, which
+/// shows what each call does and what the surfaces hold in the end; then to copy the calls that the state at the first
+/// frame depends on, as a state-setup block, and the frames themselves as they are.
 class Trimmer {
 public:
     /// `source` and `diagnostics` must outlive this.
@@ -72,4 +72,4 @@ private:
     std::set<std::string> m_missing;
 };
 
-} // namespace Tools::Trim
+} // namespace Trim

@@ -5,9 +5,9 @@
 #include <GLES2/gl2ext.h>
 #include <GLES3/gl32.h>
 
-#include "Tools/Trim/StateTracker.h"
+#include "Trim/StateTracker.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 namespace {
 
@@ -191,7 +191,9 @@ void StateTracker::Draw()
 
 bool StateTracker::ClearsAll(const std::vector<Target>& targets, std::uint32_t aspects)
 {
-    const auto isWritten = [this](CallId mask, std::uint32_t key) { return m_slots.Value(SettingSlot(mask, key)) == 0; };
+    const auto isWritten = [this](CallId mask, std::uint32_t key) {
+        return m_slots.Value(SettingSlot(mask, key)) == 0;
+    };
     if (IsEnabled(GL_SCISSOR_TEST) || IsEnabled(GL_RASTERIZER_DISCARD))
         return false;
     if ((aspects & Color) != 0 && (!isWritten(CallId::glColorMask, 0) || m_context->hasIndexedMasks))
@@ -233,7 +235,7 @@ void StateTracker::Clear(std::uint32_t aspects, std::optional<std::uint32_t> dra
             Draws(target.image, cleared);
             continue;
         }
-        m_objects[target.image.object].drawn.insert(target.image);
+        m_objects[target.image.object].drawn.insert(target.image.Place());
         for (const Aspects aspect : {Color, Depth, Stencil}) {
             if ((cleared & aspect) != 0)
                 Replaces(PixelsOf(target.image, aspect));
@@ -336,4 +338,4 @@ bool StateTracker::TrackDrawing(const CallArguments& call)
     }
 }
 
-} // namespace Tools::Trim
+} // namespace Trim

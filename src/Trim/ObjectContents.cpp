@@ -1,13 +1,14 @@
-#include "Tools/Trim/ObjectContents.h"
+#include "Trim/ObjectContents.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <optional>
 
 #include "Playback/GLResourceTable.h"
-#include "Tools/Trim/LiveImage.h"
+#include "Trim/LiveImage.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 namespace {
 
@@ -37,11 +38,13 @@ private:
     /// Replays calls; false when one fails.
     bool Play(const Calls& calls)
     {
-        return std::ranges::all_of(calls, [this](OutputCall call) { return m_replay.Call(call.id, call.record.data()); });
+        return std::ranges::all_of(calls,
+                                   [this](OutputCall call) { return m_replay.Call(call.id, call.record.data()); });
     }
-    void Keep(Calls calls, std::initializer_list<Image> images);
-    /// Reads an image and finds the calls that restore it: `makeCalls` gives them for its pixels. False when it cannot be
-    /// read or they do not.
+    /// Calls that restore these slots.
+    void Keep(Calls calls, std::span<const Slot> slots);
+    /// Reads an image and finds the calls that restore it: `makeCalls` gives them for its pixels. False when it cannot
+    /// be read or they do not.
     template <class MakeCalls> bool ReadImage(const LiveImage& live, MakeCalls makeCalls, Calls& calls);
 
     StateTracker& m_tracker;
@@ -49,11 +52,10 @@ private:
     ObjectContents m_contents;
 };
 
-void ObjectReader::Keep(Calls calls, std::initializer_list<Image> images)
+void ObjectReader::Keep(Calls calls, std::span<const Slot> slots)
 {
     std::ranges::move(calls, std::back_inserter(m_contents.calls));
-    for (const Image& image : images)
-        std::ranges::copy(m_tracker.PixelSlots(image), std::back_inserter(m_contents.slots));
+    std::ranges::copy(slots, std::back_inserter(m_contents.slots));
 }
 
 template <class MakeCalls> bool ObjectReader::ReadImage(const LiveImage& live, MakeCalls makeCalls, Calls& calls)
@@ -81,37 +83,34 @@ void ObjectReader::ReadTexture(Owner owner)
     const GLuint texture = m_replay.Names().GetValueGLTexture(object.name);
     const OutputCall bind = MakeCall(CallId::glBindTexture, {object.target, object.name});
     Play({bind});
-    std::set<Image> images = object.drawn;
+    std::set<ImagePlace> places = object.drawn;
     Calls calls{bind};
     if (object.hasMipmaps) {
         // All levels, since the call that gives them memory writes them too.
         calls.push_back(MakeCall(CallId::glGenerateMipmap, {object.target}));
         for (const auto& [place, size] : object.sizes) {
             for (Image image{owner, place.first, 0}; LiveImage::SizeOf(image).width > 0; ++image.level)
-                images.insert(image);
+                places.insert(image.Place());
         }
     }
-    for (const Image& image : images) {
+    std::vector<Slot> slots;
+    for (const auto& [face, level] : places) {
+        const Image image{owner, face, level};
         const LiveImage live(image, texture);
         const auto upload = [&](std::span<const std::uint8_t> pixels) {
-            return Calls{MakeCall(CallId::glTexSubImage2D, {image.face, image.level, 0, 0, live.Size().width,
-                                                            live.Size().height, live.Upload().format,
-                                                            live.Upload().type, pixels})};
+            return Calls{
+                MakeCall(CallId::glTexSubImage2D, {image.face, image.level, 0, 0, live.Size().width, live.Size().height,
+                                                   live.Upload().format, live.Upload().type, pixels})};
         };
-        if (!object.hasMipmaps) {
-            Calls single{bind};
-            if (ReadImage(live, upload, single))
-                Keep(std::move(single), {image});
-        } else if (!ReadImage(live, upload, calls)) {
+        if (ReadImage(live, upload, calls))
+            std::ranges::copy(m_tracker.PixelSlots(image), std::back_inserter(slots));
+        else if (object.hasMipmaps)
             return;
-        }
     }
-    if (object.hasMipmaps) {
-        Keep(std::move(calls), {});
-        for (const Image& image : images)
-            Keep({}, {image});
-        m_contents.slots.push_back(m_tracker.Slots().At(owner, Piece::Mipmaps));
-    }
+    if (object.hasMipmaps)
+        slots.push_back(m_tracker.Slots().At(owner, Piece::Mipmaps));
+    if (!slots.empty())
+        Keep(std::move(calls), slots);
 }
 
 void ObjectReader::ReadRenderbuffer(Owner owner)
@@ -125,7 +124,8 @@ void ObjectReader::ReadRenderbuffer(Owner owner)
     GL().glGetRenderbufferParameteriv(GL_RENDERBUFFER, GL_RENDERBUFFER_INTERNAL_FORMAT, &format);
     const Image image{owner, 0, 0};
     const LiveImage live(image, renderbuffer);
-    const auto [width, height] = live.Size();
+    const std::int32_t width = live.Size().width;
+    const std::int32_t height = live.Size().height;
     // Nothing uploads to a renderbuffer: the pixels come from a texture of the same format.
     const std::span<const std::uint8_t> name = BytesOf(temporaryName);
     const auto copy = [&](std::span<const std::uint8_t> pixels) {
@@ -134,8 +134,8 @@ void ObjectReader::ReadRenderbuffer(Owner owner)
         return Calls{
             MakeCall(CallId::glGenTextures, {1, name}),
             MakeCall(CallId::glBindTexture, {GL_TEXTURE_2D, temporaryName}),
-            MakeCall(CallId::glTexImage2D, {GL_TEXTURE_2D, 0, format, width, height, 0, live.Upload().format,
-                                            live.Upload().type, pixels}),
+            MakeCall(CallId::glTexImage2D,
+                     {GL_TEXTURE_2D, 0, format, width, height, 0, live.Upload().format, live.Upload().type, pixels}),
             MakeCall(CallId::glGenFramebuffers, {1, name}),
             MakeCall(CallId::glBindFramebuffer, {GL_READ_FRAMEBUFFER, temporaryName}),
             MakeCall(CallId::glFramebufferTexture2D,
@@ -153,7 +153,7 @@ void ObjectReader::ReadRenderbuffer(Owner owner)
     };
     Calls calls;
     if (ReadImage(live, copy, calls))
-        Keep(std::move(calls), {image});
+        Keep(std::move(calls), m_tracker.PixelSlots(image));
 }
 
 void ObjectReader::ReadBuffer(Owner owner)
@@ -174,10 +174,8 @@ void ObjectReader::ReadBuffer(Owner owner)
     gl.glUnmapBuffer(GL_ARRAY_BUFFER);
     Calls calls{bind, MakeCall(CallId::glBufferSubData, {GL_ARRAY_BUFFER, 0, size, std::span(bytes)})};
     // Some buffers take no uploads.
-    if (Play(calls)) {
-        Keep(std::move(calls), {});
-        m_contents.slots.push_back(m_tracker.Slots().At(owner, Piece::Data));
-    }
+    if (Play(calls))
+        Keep(std::move(calls), std::array{m_tracker.Slots().At(owner, Piece::Data)});
 }
 
 } // namespace
@@ -221,4 +219,4 @@ void WriteObjectContents(RecordOutput& output, StateTracker& tracker, const Cont
     output.Write(MakeCall(CallId::glBindFramebuffer, {GL_DRAW_FRAMEBUFFER, 0}));
 }
 
-} // namespace Tools::Trim
+} // namespace Trim

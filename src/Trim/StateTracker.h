@@ -13,11 +13,11 @@
 #include <vector>
 
 #include "Data/CallIds.h"
-#include "Tools/Trim/CallArguments.h"
-#include "Tools/Trim/EffectLog.h"
-#include "Tools/Trim/StateSlots.h"
+#include "Trim/CallArguments.h"
+#include "Trim/EffectLog.h"
+#include "Trim/StateSlots.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 enum class ObjectKind : std::uint8_t {
     Context,
@@ -38,14 +38,15 @@ enum class ObjectKind : std::uint8_t {
     Pipeline,
 };
 
-/// One image of a texture, or the only one of a renderbuffer.
+/// An image of an object: the target that it is uploaded to, of which a cube map has six, and its level. Both are 0 for
+/// the only image of a renderbuffer or a surface.
+using ImagePlace = std::pair<std::uint32_t, std::uint32_t>;
+
 struct Image {
     Owner object = 0;
-    /// Target that the image is uploaded to: a cube map has six. 0 for a renderbuffer.
     std::uint32_t face = 0;
     std::uint32_t level = 0;
-    bool operator==(const Image&) const = default;
-    auto operator<=>(const Image&) const = default;
+    [[nodiscard]] ImagePlace Place() const { return {face, level}; }
 };
 
 /// In pixels.
@@ -73,10 +74,10 @@ struct ObjectInfo {
     /// Framebuffers: by attachment point.
     std::map<std::uint32_t, Image> attachments;
     std::vector<std::uint32_t> drawBuffers;
-    /// Textures and renderbuffers, by face and level.
-    std::map<std::pair<std::uint32_t, std::uint32_t>, ImageSize> sizes;
+    /// Textures and renderbuffers.
+    std::map<ImagePlace, ImageSize> sizes;
     /// Images that the GPU wrote to since they were uploaded whole.
-    std::set<Image> drawn;
+    std::set<ImagePlace> drawn;
     bool hasMipmaps = false;
     /// Target of a texture, 0 until it is bound.
     std::uint32_t target = 0;
@@ -248,7 +249,7 @@ private:
     void Draws(const Image& image, std::uint32_t aspects)
     {
         ChangesPixels(image, aspects);
-        m_objects[image.object].drawn.insert(image);
+        m_objects[image.object].drawn.insert(image.Place());
     }
     [[nodiscard]] std::optional<ImageSize> SizeOf(const Image& image) const;
     void CopiesTo(const Image& image);
@@ -289,4 +290,4 @@ private:
     std::shared_ptr<ContextState> m_context;
 };
 
-} // namespace Tools::Trim
+} // namespace Trim

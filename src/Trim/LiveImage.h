@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <vector>
 
-#include "Tools/Trim/LiveGL.h"
-#include "Tools/Trim/StateTracker.h"
+#include "Trim/LiveGL.h"
+#include "Trim/StateTracker.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 /// An image of a live texture or renderbuffer that is read back. The object stays bound to its target while this
 /// lives.
@@ -51,4 +51,4 @@ private:
     std::size_t m_componentBytes = 0;
 };
 
-} // namespace Tools::Trim
+} // namespace Trim

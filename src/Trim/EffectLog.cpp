@@ -1,8 +1,8 @@
-#include "Tools/Trim/EffectLog.h"
+#include "Trim/EffectLog.h"
 
 #include <algorithm>
 
-namespace Tools::Trim {
+namespace Trim {
 
 namespace {
 
@@ -112,4 +112,4 @@ Selection SelectRecords(const EffectLog& log, const StateSlots& slots, std::span
     return Selector(log, slots).Run(restored);
 }
 
-} // namespace Tools::Trim
+} // namespace Trim

@@ -2,20 +2,19 @@
 #include <charconv>
 #include <cstdio>
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <string_view>
 
 #include "Data/CaptureWriter.h"
 #include "Host/ExitStatus.h"
 #include "Interfaces/Core.h"
-#include "Tools/Trim/Trimmer.h"
+#include "Trim/Trimmer.h"
 #include "Util/CommandLine.h"
 
 namespace {
 
 using Host::ExitStatus;
-using Tools::Trim::FrameRange;
+using Trim::FrameRange;
 
 constexpr Util::Option options[] = {
     {"--frames", "A-B", "frames to keep, counted from 1, both included; a single number keeps one frame", "Options"},
@@ -23,11 +22,12 @@ constexpr Util::Option options[] = {
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},
 };
-constexpr const char* usage = "usage: playback-trim IN.glcap --frames A-B -o OUT.glcap\n"
-                              "\n"
-                              "Writes a capture of frames A to B of another one, with a state-setup block in front that\n"
-                              "brings all objects to the state that they have at frame A. Replays the frames before A\n"
-                              "off screen to learn what they drew.";
+constexpr const char* usage =
+    "usage: playback-trim IN.glcap --frames A-B -o OUT.glcap\n"
+    "\n"
+    "Writes a capture of frames A to B of another one, with a state-setup block in front that\n"
+    "brings all objects to the state that they have at frame A. Replays the frames before A\n"
+    "off screen to learn what they drew.";
 
 void Say(const std::string& text)
 {
@@ -40,7 +40,8 @@ int Fail(ExitStatus status, const std::string& text)
     return static_cast<int>(status);
 }
 
-std::optional<FrameRange> ParseRange(std::string_view text)
+/// All 0 for text that is no range.
+FrameRange ParseRange(std::string_view text)
 {
     const auto number = [](std::string_view digits, std::uint32_t& value) {
         const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
@@ -51,23 +52,23 @@ std::optional<FrameRange> ParseRange(std::string_view text)
     if (!number(text.substr(0, hyphen), range.first) ||
         !number(hyphen == std::string_view::npos ? text : text.substr(hyphen + 1), range.last) || range.first == 0 ||
         range.last < range.first)
-        return std::nullopt;
+        return {};
     return range;
 }
 
-int Trim(Data::CaptureSource& source, const std::string& input, const std::string& output, FrameRange range)
+int WriteTrimmed(Data::CaptureSource& source, const std::string& input, const std::string& output, FrameRange range)
 {
     Data::Diagnostics diagnostics(input, [](const std::string& line) { Say(line); });
     const auto tooShort = [&] {
-        return Fail(ExitStatus::Unreadable, input + ": could not be read up to frame " + std::to_string(range.last) +
-                                                "; nothing was written");
+        return Fail(ExitStatus::Unreadable,
+                    input + ": could not be read up to frame " + std::to_string(range.last) + "; nothing was written");
     };
     // Errors that the program made are part of the capture.
     Core::Log::SetLevel(0);
     std::string error;
-    Tools::Trim::Trimmer trimmer(source, diagnostics, range);
+    Trim::Trimmer trimmer(source, diagnostics, range);
     {
-        const auto replay = Tools::Trim::LiveReplay::Create(diagnostics, error);
+        const auto replay = Trim::LiveReplay::Create(diagnostics, error);
         if (!replay)
             return Fail(ExitStatus::NoDriver, error);
         if (!trimmer.Analyse(*replay))
@@ -111,16 +112,14 @@ int main(int argc, char** argv)
     }
     const std::string* const frames = parsed.args.FindValue("--frames");
     const std::string* const output = parsed.args.FindValue("-o");
-    const std::optional<FrameRange> range = frames ? ParseRange(*frames) : std::nullopt;
+    const FrameRange range = frames ? ParseRange(*frames) : FrameRange{};
     std::string error = parsed.error;
     if (error.empty() && parsed.args.positional.size() != 1)
         error = parsed.args.positional.empty() ? "no file is given" : "more than one file is given";
-    if (error.empty() && !frames)
-        error = "--frames is missing";
-    if (error.empty() && !range)
-        error = "--frames needs A-B with A from 1 and B not below A, found \"" + *frames + "\"";
-    if (error.empty() && !output)
-        error = "-o is missing";
+    if (error.empty() && (!frames || !output))
+        error = frames ? "-o is missing" : "--frames is missing";
+    if (error.empty() && range.first == 0)
+        error = "--frames needs A-B with A from 1 and B not below A";
     if (!error.empty()) {
         std::fprintf(stderr, "playback-trim: %s\n%s\n", error.c_str(), usage);
         return static_cast<int>(ExitStatus::Usage);
@@ -130,11 +129,11 @@ int main(int argc, char** argv)
     const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(input, error);
     if (!source)
         return Fail(ExitStatus::Unreadable, error);
-    if (range->last > source->FrameCount())
+    if (range.last > source->FrameCount())
         return Fail(ExitStatus::Usage, input + ": has " + std::to_string(source->FrameCount()) +
-                                           " frames, expected at least " + std::to_string(range->last));
+                                           " frames, expected at least " + std::to_string(range.last));
     std::error_code none;
     if (std::filesystem::equivalent(input, *output, none))
         return Fail(ExitStatus::Usage, *output + ": is the capture that is read");
-    return Trim(*source, input, *output, *range);
+    return WriteTrimmed(*source, input, *output, range);
 }

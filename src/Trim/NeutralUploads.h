@@ -2,13 +2,14 @@
 
 #include <cstdint>
 
-#include "Tools/Trim/RecordOutput.h"
-#include "Tools/Trim/StateTracker.h"
+#include "Trim/RecordOutput.h"
+#include "Trim/StateTracker.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
-/// While it lives, calls in the output find a context that is ready for uploads: pixels are packed and come from memory,
-/// and blits reach the whole default framebuffer. Writes only what differs from that, and puts it back at its end.
+/// While it lives, calls in the output find a context that is ready for uploads: pixels are packed and come from
+/// memory, and blits reach the whole default framebuffer. Writes only what differs from that, and puts it back at its
+/// end.
 class NeutralUploads {
 public:
     NeutralUploads(RecordOutput& output, StateTracker& tracker, const ContextState& context);
@@ -27,4 +28,4 @@ private:
     const ContextState& m_context;
 };
 
-} // namespace Tools::Trim
+} // namespace Trim

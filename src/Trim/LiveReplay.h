@@ -15,7 +15,7 @@ class GLPlaybackAdapter;
 class GLResourceTable;
 } // namespace Playback
 
-namespace Tools::Trim {
+namespace Trim {
 
 struct Current;
 
@@ -56,4 +56,4 @@ private:
     Data::MetaDecoder m_meta;
 };
 
-} // namespace Tools::Trim
+} // namespace Trim

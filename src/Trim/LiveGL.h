@@ -11,7 +11,7 @@
 
 #include "Interfaces/Core.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 /// The live driver's functions. Those of OpenGL ES 2 are there when a context is current.
 inline const Core::GLESProcTable& GL()
@@ -48,4 +48,4 @@ void SetPlainTransfers();
 /// Reads the bound framebuffer from its lower left corner, rows packed; false on an error.
 bool ReadPixels(std::int32_t width, std::int32_t height, Transfer transfer, std::vector<std::uint8_t>& pixels);
 
-} // namespace Tools::Trim
+} // namespace Trim

@@ -1,4 +1,4 @@
-#include "Tools/Trim/StateTracker.h"
+#include "Trim/StateTracker.h"
 
 #include <algorithm>
 #include <array>
@@ -8,7 +8,7 @@
 
 #include "Data/CallTable.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 using Data::CallId;
 
@@ -335,4 +335,4 @@ void StateTracker::Refer(Owner from, Owner to)
     }
 }
 
-} // namespace Tools::Trim
+} // namespace Trim

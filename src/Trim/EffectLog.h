@@ -6,9 +6,9 @@
 #include <span>
 #include <vector>
 
-#include "Tools/Trim/StateSlots.h"
+#include "Trim/StateSlots.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 enum class Effect : std::uint32_t {
     Replaces, ///< what the slot held before has no influence any more
@@ -76,4 +76,4 @@ struct Selection {
 /// contents are written behind the records in another way.
 Selection SelectRecords(const EffectLog& log, const StateSlots& slots, std::span<const Slot> restored);
 
-} // namespace Tools::Trim
+} // namespace Trim

@@ -1,8 +1,8 @@
-#include "Tools/Trim/NeutralUploads.h"
+#include "Trim/NeutralUploads.h"
 
 #include <GLES3/gl32.h>
 
-namespace Tools::Trim {
+namespace Trim {
 
 namespace {
 
@@ -69,4 +69,4 @@ std::uint32_t NeutralUploads::NameAt(Piece piece, std::uint32_t first) const
     return m_tracker.Object(Value(piece, first)).name;
 }
 
-} // namespace Tools::Trim
+} // namespace Trim

@@ -1,13 +1,13 @@
-#include "Tools/Trim/RecordOutput.h"
+#include "Trim/RecordOutput.h"
 
 #include <algorithm>
 #include <cstring>
 
 #include "Data/CallDecoder.h"
 #include "Data/CallParameters.h"
-#include "Tools/Trim/CallArguments.h"
+#include "Trim/CallArguments.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 void RecordOutput::Put(std::uint32_t id, std::span<const std::uint8_t> record)
 {
@@ -59,8 +59,8 @@ void RecordOutput::Copy(std::span<const std::uint8_t> record)
 
 OutputCall MakeCall(Data::CallId call, std::initializer_list<OutputArgument> arguments, std::uint32_t returned)
 {
-    auto end = static_cast<std::uint32_t>(
-        Data::RoundUp8(Data::callDecodings[static_cast<std::size_t>(call)].fixedBytes));
+    auto end =
+        static_cast<std::uint32_t>(Data::RoundUp8(Data::callDecodings[static_cast<std::size_t>(call)].fixedBytes));
     std::uint64_t bytes = end;
     for (const OutputArgument& argument : arguments)
         bytes += Data::RoundUp8(argument.contents.size());
@@ -86,4 +86,4 @@ OutputCall MakeCall(Data::CallId call, std::initializer_list<OutputArgument> arg
     return made;
 }
 
-} // namespace Tools::Trim
+} // namespace Trim

@@ -1,4 +1,4 @@
-#include "Tools/Trim/LiveReplay.h"
+#include "Trim/LiveReplay.h"
 
 #include "Host/Driver.h"
 #include "Host/OffscreenSurfaceFactory.h"
@@ -8,9 +8,9 @@
 #include "Playback/GLPlaybackAdapter.h"
 #include "Playback/GLResourceTable.h"
 #include "Playback/KHRMetaHandler.h"
-#include "Tools/Trim/StateTracker.h"
+#include "Trim/StateTracker.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 std::unique_ptr<LiveReplay> LiveReplay::Create(Data::Diagnostics& diagnostics, std::string& error)
 {
@@ -22,8 +22,8 @@ LiveReplay::LiveReplay(Data::Diagnostics& diagnostics)
     : m_resourceTable(std::make_unique<Playback::GLResourceTable>()),
       m_surfaceFactory(std::make_unique<Host::OffscreenSurfaceFactory<Playback::EGLPbufferSurfaceFactory>>()),
       m_glAdapter(std::make_unique<Playback::GLPlaybackAdapter>(m_resourceTable.get())),
-      m_eglAdapter(std::make_unique<Playback::EGLPlaybackAdapter>(m_resourceTable.get(), nullptr,
-                                                                  m_surfaceFactory.get())),
+      m_eglAdapter(
+          std::make_unique<Playback::EGLPlaybackAdapter>(m_resourceTable.get(), nullptr, m_surfaceFactory.get())),
       m_metaHandler(std::make_unique<Playback::KHRMetaHandler>(m_resourceTable.get())), m_diagnostics(diagnostics),
       m_calls(diagnostics), m_meta(diagnostics)
 {
@@ -76,4 +76,4 @@ void LiveReplay::MakeCurrent(std::uint32_t thread, const Current& current)
     m_eglAdapter->Process_eglMakeCurrent(EGL_TRUE, current.display, current.draw, current.read, current.context);
 }
 
-} // namespace Tools::Trim
+} // namespace Trim

@@ -9,7 +9,7 @@
 #include "Data/CaptureWriter.h"
 #include "Data/RecordCursor.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 /// An argument of a call that is written: a number, or memory.
 struct OutputArgument {
@@ -63,4 +63,4 @@ private:
     std::vector<std::vector<std::uint8_t>> m_vertices;
 };
 
-} // namespace Tools::Trim
+} // namespace Trim

@@ -9,7 +9,7 @@
 #include "Data/CallTable.h"
 #include "Data/Format.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 inline std::string_view NameOf(Data::CallId call)
 {
@@ -39,10 +39,7 @@ public:
     /// An argument of 8 bytes.
     [[nodiscard]] std::int64_t Wide(std::size_t index) const { return Load<std::int64_t>(Place(index)); }
     /// The value that the application passed for a pointer.
-    [[nodiscard]] std::uint64_t Pointer(std::size_t index) const
-    {
-        return Load<Data::PointerSlot>(Place(index)).value;
-    }
+    [[nodiscard]] std::uint64_t Pointer(std::size_t index) const { return Load<Data::PointerSlot>(Place(index)).value; }
     /// The memory behind a pointer.
     [[nodiscard]] std::span<const std::uint8_t> Contents(std::size_t index) const
     {
@@ -88,4 +85,4 @@ private:
     Data::RecordHeader m_header;
 };
 
-} // namespace Tools::Trim
+} // namespace Trim

@@ -1,10 +1,10 @@
-#include "Tools/Trim/LiveGL.h"
+#include "Trim/LiveGL.h"
 
 #include <string>
 
 #include "Data/Sizes.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 namespace {
 
@@ -55,4 +55,4 @@ bool ReadPixels(std::int32_t width, std::int32_t height, Transfer transfer, std:
     return GL().glGetError() == GL_NO_ERROR;
 }
 
-} // namespace Tools::Trim
+} // namespace Trim

@@ -3,9 +3,9 @@
 #include <GLES2/gl2ext.h>
 #include <GLES3/gl32.h>
 
-#include "Tools/Trim/StateTracker.h"
+#include "Trim/StateTracker.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 namespace {
 
@@ -153,4 +153,4 @@ void StateTracker::ReadsAttribLocations()
     }
 }
 
-} // namespace Tools::Trim
+} // namespace Trim

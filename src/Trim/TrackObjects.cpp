@@ -3,9 +3,9 @@
 #include <GLES2/gl2ext.h>
 #include <GLES3/gl32.h>
 
-#include "Tools/Trim/StateTracker.h"
+#include "Trim/StateTracker.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 namespace {
 
@@ -273,4 +273,4 @@ Owner StateTracker::BoundTransformFeedback()
     return bound != 0 ? bound : m_context->defaultTransformFeedback;
 }
 
-} // namespace Tools::Trim
+} // namespace Trim

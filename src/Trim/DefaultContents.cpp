@@ -1,8 +1,8 @@
-#include "Tools/Trim/DefaultContents.h"
+#include "Trim/DefaultContents.h"
 
 #include <optional>
 
-namespace Tools::Trim {
+namespace Trim {
 
 namespace {
 
@@ -110,4 +110,4 @@ void WriteDefaultContents(Data::CaptureWriter& writer, const Current& current,
                              buffer.pixels.data(), static_cast<std::uint32_t>(buffer.pixels.size()));
 }
 
-} // namespace Tools::Trim
+} // namespace Trim

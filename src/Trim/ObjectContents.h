@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <vector>
 
-#include "Tools/Trim/LiveReplay.h"
-#include "Tools/Trim/RecordOutput.h"
-#include "Tools/Trim/StateTracker.h"
+#include "Trim/LiveReplay.h"
+#include "Trim/RecordOutput.h"
+#include "Trim/StateTracker.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 /// What the GPU wrote to the objects of a share group, as calls that upload it again.
 struct ObjectContents {
@@ -25,4 +25,4 @@ ObjectContents ReadObjectContents(StateTracker& tracker, const ContextState& con
 void WriteObjectContents(RecordOutput& output, StateTracker& tracker, const ContextState& context,
                          const ObjectContents& contents);
 
-} // namespace Tools::Trim
+} // namespace Trim

@@ -5,9 +5,9 @@
 #include <GLES3/gl32.h>
 
 #include "Data/CallTable.h"
-#include "Tools/Trim/StateTracker.h"
+#include "Trim/StateTracker.h"
 
-namespace Tools::Trim {
+namespace Trim {
 
 namespace {
 
@@ -35,8 +35,7 @@ UniformCall UniformCallOf(CallId call)
 /// Values that glUniform calls set: 1, or the count of an array call, whose next argument is the memory.
 std::uint32_t UniformCount(const CallArguments& call, std::size_t location)
 {
-    const bool isArray =
-        Data::ParametersOf(call.Call())[call.Count() - 1].form == Data::ParameterForm::Array;
+    const bool isArray = Data::ParametersOf(call.Call())[call.Count() - 1].form == Data::ParameterForm::Array;
     return isArray ? call.Unsigned(location + 1) : 1;
 }
 
@@ -200,4 +199,4 @@ void StateTracker::EndUnusedProgram(Owner program)
         LetGoOfShader(shader, program);
 }
 
-} // namespace Tools::Trim
+} // namespace Trim

@@ -1,9 +1,9 @@
-#include "Tools/Trim/LiveImage.h"
+#include "Trim/LiveImage.h"
 
 #include <algorithm>
 #include <cstring>
 
-namespace Tools::Trim {
+namespace Trim {
 
 namespace {
 
@@ -74,8 +74,7 @@ bool LiveImage::Attach(const Image& image, GLuint object)
 GLint LiveImage::AttachmentParameter(GLenum name) const
 {
     // Depth and stencil have different component types, so they cannot be asked as one.
-    const GLenum attachment =
-        m_attachment == GL_DEPTH_STENCIL_ATTACHMENT ? GLenum{GL_DEPTH_ATTACHMENT} : m_attachment;
+    const GLenum attachment = m_attachment == GL_DEPTH_STENCIL_ATTACHMENT ? GLenum{GL_DEPTH_ATTACHMENT} : m_attachment;
     GLint value = 0;
     GL().glGetFramebufferAttachmentParameteriv(GL_FRAMEBUFFER, attachment, name, &value);
     return value;
@@ -93,7 +92,7 @@ void LiveImage::FindColorTransfer()
         return;
     constexpr GLenum formats[] = {GL_RED, GL_RG, GL_RGB, GL_RGBA};
     constexpr GLenum integerFormats[] = {GL_RED_INTEGER, GL_RG_INTEGER, GL_RGB_INTEGER, GL_RGBA_INTEGER};
-    const auto set = [this](const GLenum (&all)[4], GLenum type, std::size_t componentBytes) {
+    const auto set = [this](const GLenum(&all)[4], GLenum type, std::size_t componentBytes) {
         m_read = {all[3], type};
         m_upload = {all[m_components - 1], type};
         m_componentBytes = componentBytes;
@@ -168,4 +167,4 @@ std::vector<std::uint8_t> LiveImage::Packed(const std::vector<std::uint8_t>& pix
     return packed;
 }
 
-} // namespace Tools::Trim
+} // namespace Trim

@@ -5,10 +5,10 @@
 #include <unordered_map>
 #include <vector>
 
-namespace Tools::Trim {
+namespace Trim {
 
-/// Whose state it is: a context, a surface or an object. An object that is deleted and made again under the same name is
-/// another owner. 0 is nobody.
+/// Whose state it is: a context, a surface or an object. An object that is deleted and made again under the same name
+/// is another owner. 0 is nobody.
 using Owner = std::uint32_t;
 
 /// One piece of state of one owner, numbered from 0.
@@ -105,4 +105,4 @@ private:
     std::vector<std::vector<Slot>> m_slots = std::vector<std::vector<Slot>>(1);
 };
 
-} // namespace Tools::Trim
+} // namespace Trim
