@@ -1,11 +1,11 @@
 #include "Trim/LiveReplay.h"
 
+#include "Host/ContextGate.h"
 #include "Host/Driver.h"
+#include "Host/MappingGuard.h"
 #include "Host/OffscreenSurfaceFactory.h"
 #include "Interfaces/Core.h"
 #include "Playback/EGLPbufferSurfaceFactory.h"
-#include "Playback/EGLPlaybackAdapter.h"
-#include "Playback/GLPlaybackAdapter.h"
 #include "Playback/GLResourceTable.h"
 #include "Playback/KHRMetaHandler.h"
 #include "Trim/StateTracker.h"
@@ -19,13 +19,13 @@ std::unique_ptr<LiveReplay> LiveReplay::Create(Data::Diagnostics& diagnostics, s
 }
 
 LiveReplay::LiveReplay(Data::Diagnostics& diagnostics)
-    : m_resourceTable(std::make_unique<Playback::GLResourceTable>()),
+    : m_diagnostics(diagnostics), m_calls(diagnostics), m_meta(m_calls, diagnostics),
+      m_resourceTable(std::make_unique<Playback::GLResourceTable>()),
       m_surfaceFactory(std::make_unique<Host::OffscreenSurfaceFactory<Playback::EGLPbufferSurfaceFactory>>()),
-      m_glAdapter(std::make_unique<Playback::GLPlaybackAdapter>(m_resourceTable.get())),
-      m_eglAdapter(
-          std::make_unique<Playback::EGLPlaybackAdapter>(m_resourceTable.get(), nullptr, m_surfaceFactory.get())),
-      m_metaHandler(std::make_unique<Playback::KHRMetaHandler>(m_resourceTable.get())), m_diagnostics(diagnostics),
-      m_calls(diagnostics), m_meta(diagnostics)
+      m_glAdapter(std::make_unique<Host::MappingGuard>(m_resourceTable.get())),
+      m_eglAdapter(std::make_unique<Host::ContextGate>(m_resourceTable.get(), nullptr, m_surfaceFactory.get(),
+                                                       [this](bool isLive) { m_calls.SetContextLive(isLive); })),
+      m_metaHandler(std::make_unique<Playback::KHRMetaHandler>(m_resourceTable.get()))
 {
     m_calls.SetAdapter(m_glAdapter.get());
     m_calls.SetAdapter(m_eglAdapter.get());

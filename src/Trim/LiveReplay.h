@@ -45,15 +45,15 @@ public:
 private:
     explicit LiveReplay(Data::Diagnostics& diagnostics);
 
+    const Data::Diagnostics& m_diagnostics;
+    Data::CallDecoder m_calls;
+    Data::MetaDecoder m_meta;
     // In the order of construction; the GL adapter comes first because the EGL adapter deletes GL objects.
     std::unique_ptr<Playback::GLResourceTable> m_resourceTable;
     std::unique_ptr<Playback::EGLProxySurfaceFactory> m_surfaceFactory;
     std::unique_ptr<Playback::GLPlaybackAdapter> m_glAdapter;
     std::unique_ptr<Playback::EGLPlaybackAdapter> m_eglAdapter;
     std::unique_ptr<Data::MetaHandler> m_metaHandler;
-    const Data::Diagnostics& m_diagnostics;
-    Data::CallDecoder m_calls;
-    Data::MetaDecoder m_meta;
 };
 
 } // namespace Trim
