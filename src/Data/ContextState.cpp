@@ -174,8 +174,10 @@ void ContextState::glBufferData(std::uint32_t target, std::int64_t size, const v
     buffer->bytes = size;
     buffer->mapped = nullptr;
     buffer->mayBeMapped = false;
-    buffer->isShadowed =
-        (buffer->isShadowed || target == Enum::ElementArrayBuffer) && size <= BufferState::maxShadowBytes;
+    // Contents that say what a draw reads, or how much of it there is.
+    const bool isRead = target == Enum::ElementArrayBuffer || target == Enum::DrawIndirectBuffer ||
+                        target == Enum::DispatchIndirectBuffer;
+    buffer->isShadowed = (buffer->isShadowed || isRead) && size <= BufferState::maxShadowBytes;
     buffer->shadow.clear();
     buffer->known.Clear();
     Store(*buffer, 0, data, size);

@@ -22,9 +22,9 @@ struct BufferState {
     std::int64_t mappedBytes = 0;
     std::uint32_t mapAccess = 0;
 
-    // Contents of a buffer that is used for indices, as far as they are known: which vertices an indexed draw reads
-    // from client memory depends on them. Whatever a driver may have refused makes them unknown, since memory that is
-    // really indexed must not be larger than it is believed to be.
+    // Contents of a buffer that is used for indices or for indirect draws, as far as they are known: which vertices a
+    // draw reads from client memory depends on them. Whatever a driver may have refused makes them unknown, since
+    // memory that is really indexed must not be larger than it is believed to be.
     static constexpr std::int64_t maxShadowBytes = 64 << 20;
     bool isShadowed = false;
     std::vector<std::uint8_t> shadow;

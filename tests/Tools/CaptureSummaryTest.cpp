@@ -53,7 +53,7 @@ TEST_F(CaptureSummaryTest, SaysWhatIsInACapture)
     writer->Note("glNewThing", 5);
 
     const CaptureSummary summary = Summary();
-    const nlohmann::json json = nlohmann::json::parse(ToJson(summary));
+    const nlohmann::json json = nlohmann::json::parse(ToJson(summary, nullptr));
     EXPECT_TRUE(json["complete"]);
     EXPECT_EQ(json["frames"], 1);
     EXPECT_EQ(json["frameHashes"], 1);

@@ -57,8 +57,9 @@ class Description(unittest.TestCase):
             "neither a version nor": "newest void glX(int a)",
             "expected TYPE NAME": "2.0 void glX(int)",
             "there is no call glNone": "alias glY = glNone @ GL_EXT_y",
-            "there is no such call": "count Blocking glNone",
+            "but there is no such call": "count Blocking glNone",
             "'count' is not followed": "count Sometimes glClear",
+            "'set' is not followed": "set glClear : colour[] = mask",
         }
         for message, line in faults.items():
             with self.subTest(line), self.assertRaises(model.ApiError) as caught:

@@ -1,10 +1,14 @@
 """What a capture uses, told without a driver."""
 
+import csv
+import io
+import re
 import shutil
 import unittest
 import xml.etree.ElementTree as xml
 
-from harness import PLAYBACK, SAMPLE, USAGE, EndToEndTest
+from driver_log import DRAWS, STATE, DriverLog
+from harness import FAKE_DRIVER, FAMILIES, INFO, PLAYBACK, SAMPLE, USAGE, EndToEndTest
 
 TEXT_FILES = ["eglstats.txt", "glstats.txt", "stats.txt"]
 
@@ -37,6 +41,84 @@ class Stats(EndToEndTest):
         (self.dir / "sample.glcap_flat.xml").mkdir()
         self.assertMentions(self.run_program(PLAYBACK, "-stats", capture, status=USAGE),
                             "cannot write", "sample.glcap_flat.xml", "Is a directory")
+
+
+class Info(EndToEndTest):
+    """The numbers of playback-info against those of a driver that was asked the same."""
+
+    def compare(self, capture, left_out=()):
+        # Replay points at client memory anew in front of each draw.
+        left_out = {"glVertexAttribPointer", "glVertexAttribIPointer", *left_out}
+        self.run_program(PLAYBACK, "-headless", "-skiperrorcheck", "-driver", FAKE_DRIVER, capture,
+                         PLAYBACK_FAKE_LOG=f"{capture}.log")
+        log = DriverLog(self.dir / f"{capture}.log")
+        statistics = self.info(capture)["statistics"]
+        self.assertEqual(statistics["refusedCalls"], 0)
+        self.assertEqual(len(statistics["frames"]), len(log.frames) - 1)
+        for frame, seen in zip([*statistics["frames"], statistics["total"]], [*log.frames[:-1], log.total]):
+            self.check_frame(frame, seen, left_out)
+        total = statistics["total"]
+        self.assertEqual({kind: count["most"] for kind, count in total["objects"].items() if kind in log.most},
+                         dict(log.most))
+        self.assertTrue(set(log.most) <= set(total["objects"]))
+        return total, log.total
+
+    def check_frame(self, frame, seen, left_out):
+        draws = frame["draws"]
+        # What lies in a buffer the driver's log does not show.
+        direct = [count for call, count in draws["byCall"].items() if call in DRAWS]
+        self.assertEqual([sum(count[what] for count in direct) for what in ("calls", "instances", "vertices")],
+                         [seen["draws"], seen["instances"], seen["vertices"]])
+        self.assertEqual(frame["dispatches"]["calls"], seen["glDispatchCompute"] + seen["glDispatchComputeIndirect"])
+        if not seen["glDispatchComputeIndirect"]:
+            self.assertEqual(frame["dispatches"]["groups"], seen["groups"])
+        uploaded = frame["uploadedBytes"]
+        self.assertEqual([uploaded["buffers"] - uploaded["ofThemMapped"], uploaded["textures"]],
+                         [seen["bufferBytes"], seen["textureBytes"]])
+        shaders = frame["shaders"]
+        self.assertEqual([shaders["byType"].get("vertex", 0), shaders["compiled"], frame["programs"]["linked"]],
+                         [seen["GL_VERTEX_SHADER"], seen["glCompileShader"] + seen["glCreateShaderProgramv"],
+                          seen["glLinkProgram"] + seen["glCreateShaderProgramv"]])
+        redundant = frame["stateChanges"]["redundant"]["byCall"]
+        for call in (*STATE, "glEnable", "glDisable", "glBindTexture"):
+            if call not in left_out:
+                self.assertEqual(redundant.get(call, 0), seen["redundant", call], call)
+        counts = [draws["byCall"], frame["clears"]["byCall"], frame["blits"]["byCall"], frame["stateChanges"]["byCall"],
+                  *frame["extensions"].values()]
+        for by_call in counts:
+            for call, count in by_call.items():
+                if call not in left_out:
+                    self.assertEqual(count["calls"] if isinstance(count, dict) else count, seen[call], call)
+        # All of each kind were found.
+        found = {call for by_call in counts for call in by_call}
+        for call in (call for call in seen if isinstance(call, str)):
+            if re.match(r"glDraw[AER]|glClear$|glClearBuffer|glBlit|gl\w+(EXT|KHR)$", call):
+                self.assertIn(call, found)
+
+    def test_sample(self):
+        shutil.copy(SAMPLE, self.dir / "sample.glcap")
+        total, _ = self.compare("sample.glcap")
+        self.assertEqual(total["draws"]["byCall"]["glDrawElements"], {"calls": 120, "instances": 120, "vertices": 4320, "unknown": 0})
+
+    def test_families(self):
+        for family in ("buffer-maps", "client-arrays", "compute", "debug-labels", "multisample", "pixel-buffers", "queries",
+                       "samplers", "textures", "transform-feedback", "uniform-buffers", "vertex-arrays"):
+            with self.subTest(family):
+                capture = self.record(FAMILIES, family, "--pbuffer", capture=f"{family}.glcap", compositor=False)
+                # Its programs lack a uniform that they ask for; to the fake driver every name is one.
+                self.compare(capture, ["glUniform1f"] if family == "textures" else [])
+
+    def test_table_says_the_same(self):
+        statistics = self.info(SAMPLE)["statistics"]
+        rows = list(csv.DictReader(io.StringIO(self.run_program(INFO, "--csv", SAMPLE).stdout)))
+        self.assertEqual([row["frame"] for row in rows], [str(i) for i in range(1, 121)] + ["rest"])
+        for row, frame in zip(rows, [*statistics["frames"], statistics["rest"]]):
+            self.assertEqual([int(row[name]) for name in ("calls", "vertices", "clears", "redundantStateChanges")],
+                             [frame["calls"], frame["draws"]["vertices"], frame["clears"]["calls"],
+                              frame["stateChanges"]["redundant"]["calls"]])
+            self.assertEqual(int(row["texturesAlive"]), frame["objects"].get("textures", {}).get("alive", 0))
+        self.assertEqual(sum(int(row["calls"]) for row in rows), statistics["total"]["calls"])
+        self.run_program(INFO, "--csv", "--json", SAMPLE, status=USAGE)
 
 
 if __name__ == "__main__":

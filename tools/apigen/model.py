@@ -9,7 +9,9 @@ from functools import cached_property
 from pathlib import Path
 
 import features
+import states
 from features import Features
+from states import States
 
 
 @dataclass(frozen=True)
@@ -265,6 +267,7 @@ class Api:
     aliases: list = field(default_factory=list)
     hidden: list = field(default_factory=list)  # names of extensions
     features: Features = field(default_factory=Features)
+    states: States = field(default_factory=States)
 
     @cached_property
     def gl(self):
@@ -404,8 +407,8 @@ def parse_line(api, line):
     word = line.split()[0]
     if word == "hide":
         api.hidden.append(line.split()[1])
-    elif word in features.WORDS:
-        if not features.parse_line(api.features, line):
+    elif word in features.WORDS | states.WORDS:
+        if not features.parse_line(api.features, line) and not states.parse_line(api.states, line):
             raise ApiError(f"'{word}' is not followed by what it needs")
     elif word == "alias":
         m = re.fullmatch(rf"alias ({WORD}) = ({WORD}) @ (\S+)", line)
@@ -434,7 +437,7 @@ def load(paths):
     for alias in api.aliases:
         if alias.of not in api.by_name:
             raise ApiError(f"alias {alias.name}: there is no call {alias.of}")
-    for count in api.features.counts:
-        if count.call not in api.by_name:
-            raise ApiError(f"count {count.call}: there is no such call")
+    for call in [count.call for count in api.features.counts] + list(api.states.settings):
+        if call not in api.by_name:
+            raise ApiError(f"{call} is counted or sets something, but there is no such call")
     return api

@@ -46,6 +46,7 @@ private:
         ++m_counts[id];
         ++m_summary.calls;
         ++m_summary.callsByThread[m_thread];
+        ++(m_isInStateBlock ? m_summary.stateBlockCalls : m_summary.callsByFrame.back());
         switch (static_cast<Data::CallId>(m_calls[id].known)) {
         case Data::CallId::eglCreateContext:
             if (const std::uint32_t context = Returned(record, id); context != 0)
@@ -81,6 +82,7 @@ private:
             break;
         case Data::RecordId::FrameEnd:
             ++m_summary.frames;
+            m_summary.callsByFrame.push_back(0);
             if (Data::FrameEndRecord end; record.Read(end))
                 m_summary.durationUs = std::max(m_summary.durationUs, end.timeUs);
             break;
@@ -88,8 +90,12 @@ private:
             ++m_summary.frameHashes;
             break;
         case Data::RecordId::BlockStart:
-            if (Data::BlockRecord block; record.Read(block))
-                m_summary.hasStateBlock |= block.type == static_cast<std::uint32_t>(Data::BlockType::State);
+        case Data::RecordId::BlockEnd:
+            if (Data::BlockRecord block;
+                record.Read(block) && block.type == static_cast<std::uint32_t>(Data::BlockType::State)) {
+                m_isInStateBlock = record.Is(Data::RecordId::BlockStart);
+                m_summary.hasStateBlock = true;
+            }
             break;
         case Data::RecordId::WindowSize:
             if (Data::WindowSizeRecord size; record.Read(size))
@@ -172,6 +178,7 @@ private:
     /// By the number of the call in the file.
     std::vector<std::uint64_t> m_counts;
     std::uint32_t m_thread = 0;
+    bool m_isInStateBlock = false;
 };
 
 } // namespace

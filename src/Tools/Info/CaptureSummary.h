@@ -12,6 +12,8 @@
 
 namespace Tools {
 
+struct CaptureStatistics;
+
 /// A window, pbuffer or pixmap of the recorded program.
 struct SurfaceSummary {
     std::string kind;
@@ -29,6 +31,10 @@ struct CaptureSummary {
     std::uint32_t frames = 0;
     std::uint64_t durationUs = 0;
     std::uint64_t calls = 0;
+    /// Calls of the block in front of the first frame.
+    std::uint64_t stateBlockCalls = 0;
+    /// Calls of each frame, and at the end of what comes behind the last one.
+    std::vector<std::uint64_t> callsByFrame = {0};
     std::uint32_t frameHashes = 0;
     bool hasStateBlock = false;
     std::map<std::uint32_t, std::uint64_t> callsByThread;
@@ -44,6 +50,7 @@ struct CaptureSummary {
 CaptureSummary Summarize(Data::CaptureSource& source, Data::Diagnostics& diagnostics);
 
 std::string ToText(const CaptureSummary& summary);
-std::string ToJson(const CaptureSummary& summary);
+/// With the statistics, where there are some.
+std::string ToJson(const CaptureSummary& summary, const CaptureStatistics* statistics);
 
 } // namespace Tools

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Tools/Info/CaptureSummary.h"
+#include "Tools/Info/StatisticsText.h"
 
 namespace Tools {
 
@@ -100,7 +101,7 @@ std::string ToText(const CaptureSummary& summary)
     return text;
 }
 
-std::string ToJson(const CaptureSummary& summary)
+std::string ToJson(const CaptureSummary& summary, const CaptureStatistics* statistics)
 {
     using Json = nlohmann::ordered_json;
     const Data::CaptureHeader& header = summary.header;
@@ -143,6 +144,8 @@ std::string ToJson(const CaptureSummary& summary)
     json["calls"] = Json::object();
     for (const auto& [name, count] : ByCount(summary.callsByName))
         json["calls"][name] = count;
+    if (statistics)
+        json["statistics"] = ToJson(*statistics);
     // Text of the recorded system may be anything; what is no UTF-8 is replaced.
     return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
