@@ -1,6 +1,7 @@
 #include "Drawing.h"
 
 #include "Shaders.h"
+#include "Stage.h"
 
 namespace {
 
@@ -45,6 +46,21 @@ GLuint MakeBuffer(GLenum target, std::size_t bytes, const void* data)
     glBindBuffer(target, buffer);
     glBufferData(target, static_cast<GLsizeiptr>(bytes), data, GL_DYNAMIC_DRAW);
     return buffer;
+}
+
+void* MapForGood(GLenum target, GLsizeiptr bytes, GLbitfield storage, GLbitfield access)
+{
+    static const auto bufferStorage =
+        reinterpret_cast<PFNGLBUFFERSTORAGEEXTPROC>(eglGetProcAddress("glBufferStorageEXT"));
+    GLuint buffer = 0;
+    glGenBuffers(1, &buffer);
+    glBindBuffer(target, buffer);
+    bufferStorage(target, bytes, nullptr, storage);
+    void* const memory = glMapBufferRange(target, 0, bytes, access);
+    if (!memory) {
+        Stage::Fail("mapping a buffer for good");
+    }
+    return memory;
 }
 
 GLuint MakeTexture(GLenum target)

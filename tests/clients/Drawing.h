@@ -27,6 +27,8 @@ std::vector<std::uint8_t> Pattern(int width, int height, int frame);
 
 /// Left bound to `target`.
 GLuint MakeBuffer(GLenum target, std::size_t bytes, const void* data);
+/// The memory of a new buffer that stays mapped, left bound to `target`. `storage` are the flags of its storage.
+void* MapForGood(GLenum target, GLsizeiptr bytes, GLbitfield storage, GLbitfield access);
 /// Unfiltered; left bound to `target`.
 GLuint MakeTexture(GLenum target);
 

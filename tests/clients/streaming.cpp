@@ -28,21 +28,6 @@ struct Vertex {
 };
 constexpr std::size_t PieceVertices = PieceBytes / sizeof(Vertex);
 
-Vertex* MapForGood()
-{
-    const auto bufferStorage = reinterpret_cast<PFNGLBUFFERSTORAGEEXTPROC>(eglGetProcAddress("glBufferStorageEXT"));
-    constexpr GLbitfield access = GL_MAP_WRITE_BIT | GL_MAP_PERSISTENT_BIT_EXT | GL_MAP_COHERENT_BIT_EXT;
-    GLuint buffer = 0;
-    glGenBuffers(1, &buffer);
-    glBindBuffer(GL_ARRAY_BUFFER, buffer);
-    bufferStorage(GL_ARRAY_BUFFER, MapBytes, nullptr, access);
-    void* const memory = glMapBufferRange(GL_ARRAY_BUFFER, 0, MapBytes, access);
-    if (!memory) {
-        Stage::Fail("mapping a buffer for good");
-    }
-    return static_cast<Vertex*>(memory);
-}
-
 /// A strip of triangles, at another place in each frame.
 void WritePiece(Vertex* piece, std::size_t number, std::size_t frame)
 {
@@ -70,7 +55,8 @@ int main(int argc, char** argv)
         return 2;
     }
     Stage stage(Stage::Kind::Pbuffer, 256, 256, 3);
-    Vertex* const vertices = MapForGood();
+    constexpr GLbitfield access = GL_MAP_WRITE_BIT | GL_MAP_PERSISTENT_BIT_EXT | GL_MAP_COHERENT_BIT_EXT;
+    auto* const vertices = static_cast<Vertex*>(MapForGood(GL_ARRAY_BUFFER, MapBytes, access, access));
     for (std::size_t piece = 0; piece < Pieces; ++piece) {
         WritePiece(vertices + piece * PieceVertices, piece, 0);
     }

@@ -21,6 +21,7 @@ CLIENTS = {
     "queries": FRAMES,
     "robustness": FRAMES,
     "samplers": FRAMES,
+    "shared-maps": FRAMES,
     "surfaceless": FRAMES,
     "surfaces": 18,
     "textures": FRAMES,

@@ -21,6 +21,7 @@ void ProgramBinaries(Stage& stage);
 void Queries(Stage& stage);
 void Robustness(Stage& stage);
 void Samplers(Stage& stage);
+void SharedMaps(Stage& stage);
 void Surfaceless(Stage& stage);
 void Surfaces(Stage& stage);
 void Textures(Stage& stage);

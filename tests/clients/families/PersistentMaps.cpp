@@ -1,7 +1,6 @@
 // Buffers that stay mapped while the driver uses them: a ring of vertices and a uniform block that are coherent, so
 // that no call announces what the program writes, and pixels whose changes it flushes.
 
-#include <EGL/egl.h>
 #include <cstring>
 
 #include "Drawing.h"
@@ -15,22 +14,6 @@ constexpr GLbitfield Flushed = GL_MAP_WRITE_BIT | GL_MAP_PERSISTENT_BIT_EXT;
 constexpr int Side = 32;
 constexpr int Segments = 3;
 
-/// Makes a buffer and maps all of it, for good.
-template <class T> T* MapForGood(GLenum target, GLsizeiptr bytes, GLbitfield access, GLbitfield mapAccess)
-{
-    static const auto bufferStorage =
-        reinterpret_cast<PFNGLBUFFERSTORAGEEXTPROC>(eglGetProcAddress("glBufferStorageEXT"));
-    GLuint buffer = 0;
-    glGenBuffers(1, &buffer);
-    glBindBuffer(target, buffer);
-    bufferStorage(target, bytes, nullptr, access);
-    void* const memory = glMapBufferRange(target, 0, bytes, mapAccess);
-    if (!memory) {
-        Stage::Fail("mapping a buffer for good");
-    }
-    return static_cast<T*>(memory);
-}
-
 } // namespace
 
 void PersistentMaps(Stage& stage)
@@ -40,11 +23,12 @@ void PersistentMaps(Stage& stage)
                     "layout(std140) uniform Place { vec4 offset; vec4 paint; }; out vec4 shade;"
                     "void main() { shade = paint; gl_Position = vec4(position + offset.xy, 0.0, 1.0); }",
                     flatFragment);
-    float* const vertices = MapForGood<float>(GL_ARRAY_BUFFER, Segments * sizeof quad, Coherent, Coherent);
-    float* const block = MapForGood<float>(GL_UNIFORM_BUFFER, 32, Coherent, Coherent);
-    auto* const order = MapForGood<std::uint16_t>(GL_ELEMENT_ARRAY_BUFFER, 4096 * 2, Coherent, Coherent);
-    auto* const pixels =
-        MapForGood<std::uint8_t>(GL_PIXEL_UNPACK_BUFFER, Side * Side * 4, Flushed, Flushed | GL_MAP_FLUSH_EXPLICIT_BIT);
+    float* const vertices =
+        static_cast<float*>(MapForGood(GL_ARRAY_BUFFER, Segments * sizeof quad, Coherent, Coherent));
+    float* const block = static_cast<float*>(MapForGood(GL_UNIFORM_BUFFER, 32, Coherent, Coherent));
+    auto* const order = static_cast<std::uint16_t*>(MapForGood(GL_ELEMENT_ARRAY_BUFFER, 4096 * 2, Coherent, Coherent));
+    auto* const pixels = static_cast<std::uint8_t*>(
+        MapForGood(GL_PIXEL_UNPACK_BUFFER, Side * Side * 4, Flushed, Flushed | GL_MAP_FLUSH_EXPLICIT_BIT));
     GLint uniforms = 0;
     glGetIntegerv(GL_UNIFORM_BUFFER_BINDING, &uniforms);
     glBindBufferBase(GL_UNIFORM_BUFFER, 0, static_cast<GLuint>(uniforms));

@@ -29,6 +29,7 @@ constexpr struct {
     {"queries", Queries},
     {"robustness", Robustness},
     {"samplers", Samplers},
+    {"shared-maps", SharedMaps},
     {"surfaceless", Surfaceless},
     {"surfaces", Surfaces},
     {"textures", Textures},
