@@ -53,6 +53,7 @@ bool StateTracker::TrackBuffer(const CallArguments& call)
         if (source != 0 && target != 0) {
             ReadsAll(source);
             writes(target, call.Wide(3), call.Wide(4));
+            m_objects[target].isDrawn |= m_objects[source].isDrawn;
         }
         return true;
     }

@@ -285,7 +285,11 @@ bool StateTracker::TrackDrawing(const CallArguments& call)
         // Kept, so that a draw that is kept is between the same calls.
         m_log.SetVerdict(Verdict::Keep);
         m_context->isCapturing = call.Call() != CallId::glEndTransformFeedback;
-        ReadsContext();
+        for (const Piece piece : {Piece::Program, Piece::Pipeline, Piece::TransformFeedback}) {
+            Reads(ContextSlot(piece));
+            ReadsObject(Value(piece));
+        }
+        ReadsObject(BoundTransformFeedback());
         return true;
     case CallId::glBlitFramebuffer:
         for (const Target& target : DrawTargets())

@@ -59,5 +59,54 @@ class SameFrames(TrimTest):
                 self.check(self.record(*client))
 
 
+class Options(TrimTest):
+    """What a replay does with the two parts of a trimmed capture."""
+
+    def trimmed_mosaic(self):
+        return self.trim(self.record(MOSAIC), 3, 6)
+
+    def test_contents_of_the_default_framebuffer(self):
+        capture = self.trimmed_mosaic()
+        for options, expected in (([], ["color", "depth", "stencil"]), (["-skipdefaultfbo"], [])):
+            self.run_program(PLAYBACK, "-headless", "-dumpdefaultfbo", "-screenshotdir", f"out{len(options)}", *options,
+                             capture)
+            written = sorted(path.name for path in self.dir.glob(f"out{len(options)}/*"))
+            self.assertEqual(written, [f"{capture}_state_default{name}1.bmp" for name in expected])
+
+        # A blit for each buffer; with samples the colours are drawn, and nothing else is restored.
+        def restoring(*options):
+            calls = collections.Counter(self.replay_faked(capture, *options))
+            calls.subtract(self.replay_faked(capture, "-skipdefaultfbo", *options))
+            return calls["glBlitFramebuffer"], calls["glDrawArrays"]
+
+        self.assertEqual(restoring(), (3, 0))
+        self.assertEqual(restoring("-samples", "4"), (0, 1))
+
+    def test_calls_are_skipped_by_block(self):
+        capture = self.trimmed_mosaic()
+        name = "glUseProgram"
+        state, frames = self.calls(capture)
+        in_state, in_frames = state[name], sum(frame.count(name) for frame in frames)
+        self.assertTrue(in_state and in_frames)
+        for options, expected in (([], in_state + in_frames), (["-skipapi", name], 0),
+                                  (["-skipstateapi", name], in_frames), (["-skipframeapi", name], in_state)):
+            self.assertEqual(self.replay_faked(capture, *options).count(name), expected, options)
+
+    def test_each_frame_is_flushed(self):
+        capture = self.trimmed_mosaic()
+        flushes = [self.replay_faked(capture, *options).count("glFlush") for options in ([], ["-forceflush"])]
+        self.assertEqual(flushes[1] - flushes[0], self.info(capture)["frames"])
+
+    def test_screenshots_of_draws(self):
+        capture = self.trimmed_mosaic()
+        # A draw, the only blit and another draw: counted together, and named one by one.
+        events = [name for name in self.calls(capture)[1][2] if DRAW.match(name) or name == "glBlitFramebuffer"]
+        draws = events.index("glBlitFramebuffer")
+        self.run_program(PLAYBACK, "-headless", "-screenshots", f"3:{draws}-{draws + 2}", "-screenshotdir", "out",
+                         capture)
+        written = {re.sub(r"_(depth|stencil)$", "", path.stem) for path in (self.dir / "out").iterdir()}
+        self.assertEqual(written, {f"{capture}_frame3_{event}" for event in (f"draw{draws}", "blit1", f"draw{draws + 1}")})
+
+
 if __name__ == "__main__":
     unittest.main()
