@@ -166,6 +166,13 @@ bool TouchWatched(const void* address) noexcept
     return true;
 }
 
+bool OverlapsWatched(const void* memory, std::size_t bytes) noexcept
+{
+    const std::lock_guard guard(lock);
+    return std::ranges::any_of(Buffers(),
+                               [&](const WatchedBuffer& buffer) { return buffer.memory->Overlaps(memory, bytes); });
+}
+
 void PublishChanges(Context& context) noexcept
 {
     const Capturing capturing;

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 #include "Recorder/Context.h"
@@ -35,12 +36,20 @@ bool EndWatch(const Capturing& capturing, Context& context, std::uint32_t name) 
 /// In a handler of faults: lets the program at its memory. False when `address` is in none that is watched.
 [[nodiscard]] bool TouchWatched(const void* address) noexcept;
 
-// Read by calls that draw and wait, in programs that watch nothing too.
+/// True when some of the memory is watched.
+[[nodiscard]] bool OverlapsWatched(const void* memory, std::size_t bytes) noexcept;
+
+// Read by calls that draw, wait and read files, in programs that watch nothing too.
 extern std::atomic<bool> mayHaveWatchedChanges;
 extern std::atomic<bool> isAnythingWatched;
 
 void PublishChanges(Context& context) noexcept;
 void TakeUpResults(Context& context) noexcept;
+
+[[nodiscard]] inline bool IsInWatched(const void* memory, std::size_t bytes)
+{
+    return isAnythingWatched.load(std::memory_order_relaxed) && OverlapsWatched(memory, bytes);
+}
 
 /// Ahead of a call that uses buffers: has everything there that the program wrote.
 inline void BeforeUse(Context& context)

@@ -29,6 +29,11 @@ public:
     {
         return reinterpret_cast<std::uintptr_t>(address) - reinterpret_cast<std::uintptr_t>(m_program) < m_bytes;
     }
+    [[nodiscard]] bool Overlaps(const void* memory, std::size_t bytes) const
+    {
+        const auto* const begin = static_cast<const std::uint8_t*>(memory);
+        return begin < m_program + m_bytes && begin + bytes > m_program;
+    }
     /// The program may have written since TakeChanges.
     [[nodiscard]] bool MayHaveChanges() const { return m_isDirty; }
 

@@ -8,6 +8,7 @@
 #include <pthread.h>
 #include <sys/mman.h>
 #include <thread>
+#include <unistd.h>
 
 #include "Client.h"
 #include "ClientContext.h"
@@ -74,16 +75,19 @@ CLIENT(WritesWithoutACall)
     void* asked = nullptr;
     glGetBufferPointerv(GL_ARRAY_BUFFER, GL_BUFFER_MAP_POINTER, &asked);
     Say("the pointer is the same", asked == second);
-    second[0] = 1;
+    std::FILE* const file = std::tmpfile();
+    std::fwrite("a file", 1, 6, file);
+    std::rewind(file);
+    const bool isRead = std::fread(first, 3, 2, file) == 2 && pread(fileno(file), second, 1, 0) == 1;
     glUnmapBuffer(GL_ARRAY_BUFFER);
-    Say("driver has the last change", driver.mapped[1][0] == 1);
+    Say("a file is read into it", isRead && std::memcmp(first, "a file", 6) == 0 && driver.mapped[1][0] == 'a');
     return 0;
 }
 
 TEST_F(RecorderTest, WhatIsWrittenWithoutACallComesAheadOfTheCallThatUsesIt)
 {
     EXPECT_EQ(Record("WritesWithoutACall").out, "driver has the changes: yes\ndriver has the changes: yes\n"
-                                                "the pointer is the same: yes\ndriver has the last change: yes\n");
+                                                "the pointer is the same: yes\na file is read into it: yes\n");
     std::vector<std::string> calls = After(After(Dump(), "glMapBufferRange"), "glMapBufferRange");
     EXPECT_THAT(calls,
                 ElementsAre("glBindBuffer(target=GL_ARRAY_BUFFER, buffer=901)",
@@ -163,14 +167,13 @@ CLIENT(HandlesItsOwnFaults)
     std::fflush(stdout);
     mprotect(faulty, 1, PROT_NONE);
     *static_cast<volatile char*>(faulty) = 1;
+    std::printf("the fault without a handler ended nothing\n");
     return 0;
 }
 
 TEST_F(RecorderTest, FaultsOfTheProgramsOwnAreItsOwn)
 {
-    const Outcome outcome = Record("HandlesItsOwnFaults");
-    EXPECT_EQ(outcome.out, "1\nits own handler was there: yes\n2\n");
-    EXPECT_THAT(outcome.err, testing::HasSubstr("program was killed"));
+    EXPECT_EQ(Record("HandlesItsOwnFaults").out, "1\nits own handler was there: yes\n2\n");
 }
 
 } // namespace
