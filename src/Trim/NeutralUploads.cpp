@@ -24,7 +24,7 @@ constexpr PixelStoreParameter pixelStore[] = {
 
 } // namespace
 
-NeutralUploads::NeutralUploads(RecordOutput& output, StateTracker& tracker, const ContextState& context)
+NeutralUploads::NeutralUploads(RecordOutput& output, StateTracker& tracker, const TrackedContext& context)
     : m_output(output), m_tracker(tracker), m_context(context)
 {
     if (Value(Piece::DrawFramebuffer) != 0)

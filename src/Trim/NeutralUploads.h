@@ -12,7 +12,7 @@ namespace Trim {
 /// end.
 class NeutralUploads {
 public:
-    NeutralUploads(RecordOutput& output, StateTracker& tracker, const ContextState& context);
+    NeutralUploads(RecordOutput& output, StateTracker& tracker, const TrackedContext& context);
     ~NeutralUploads();
     NeutralUploads(const NeutralUploads&) = delete;
     NeutralUploads& operator=(const NeutralUploads&) = delete;
@@ -25,7 +25,7 @@ private:
 
     RecordOutput& m_output;
     StateTracker& m_tracker;
-    const ContextState& m_context;
+    const TrackedContext& m_context;
 };
 
 } // namespace Trim

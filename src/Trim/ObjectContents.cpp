@@ -180,7 +180,7 @@ void ObjectReader::ReadBuffer(Owner owner)
 
 } // namespace
 
-ObjectContents ReadObjectContents(StateTracker& tracker, const ContextState& context, LiveReplay& replay)
+ObjectContents ReadObjectContents(StateTracker& tracker, const TrackedContext& context, LiveReplay& replay)
 {
     // What reading needs of OpenGL ES 3.1; without it, drawing is replayed.
     if (!GL().glGetTexLevelParameteriv || !GL().glMapBufferRange || !GL().glBlitFramebuffer)
@@ -200,7 +200,7 @@ ObjectContents ReadObjectContents(StateTracker& tracker, const ContextState& con
     return reader.Take();
 }
 
-void WriteObjectContents(RecordOutput& output, StateTracker& tracker, const ContextState& context,
+void WriteObjectContents(RecordOutput& output, StateTracker& tracker, const TrackedContext& context,
                          const ObjectContents& contents)
 {
     if (contents.calls.empty())

@@ -46,7 +46,7 @@ void StateTracker::FailedCall(const CallArguments& call)
         m_log.Begin();
 }
 
-ContextState* StateTracker::FindContext(std::uint32_t context)
+TrackedContext* StateTracker::FindContext(std::uint32_t context)
 {
     const auto entry = m_contexts.find(context);
     return entry != m_contexts.end() ? entry->second.get() : nullptr;
@@ -145,12 +145,12 @@ void StateTracker::CreateContext(std::uint32_t context, std::uint32_t sharedCont
 {
     if (context == 0)
         return;
-    const auto state = std::make_shared<ContextState>();
+    const auto state = std::make_shared<TrackedContext>();
     state->owner = MakeObject(ObjectKind::Context, context);
     state->name = context;
     state->defaultVertexArray = MakeObject(ObjectKind::VertexArray, 0);
     state->defaultTransformFeedback = MakeObject(ObjectKind::TransformFeedback, 0);
-    const ContextState* const shared = FindContext(sharedContext);
+    const TrackedContext* const shared = FindContext(sharedContext);
     state->shared = shared ? shared->shared : std::make_shared<ObjectNames>();
     m_contexts[context] = state;
 }
@@ -167,7 +167,7 @@ void StateTracker::DestroyContext(std::uint32_t context)
             m_log.Add(Effect::Ends, owner);
         }
     };
-    const ContextState& state = *entry->second;
+    const TrackedContext& state = *entry->second;
     end(state.own);
     if (state.shared.use_count() == 1)
         end(*state.shared);
@@ -238,18 +238,6 @@ void StateTracker::Create(ObjectKind kind, std::uint32_t name)
     const Owner owner = MakeObject(kind, name);
     NamesOf(kind)[{kind, name}] = owner;
     Replaces(m_slots.At(owner, Piece::Object));
-}
-
-void StateTracker::Generate(ObjectKind kind, const CallArguments& call)
-{
-    for (std::int32_t i = 0; i < call.Signed(0); ++i)
-        Create(kind, call.Element(1, static_cast<std::size_t>(i)));
-}
-
-void StateTracker::DeleteAll(ObjectKind kind, const CallArguments& call)
-{
-    for (std::int32_t i = 0; i < call.Signed(0); ++i)
-        Delete(kind, call.Element(1, static_cast<std::size_t>(i)));
 }
 
 void StateTracker::Delete(ObjectKind kind, std::uint32_t name)

@@ -2,13 +2,9 @@
 
 #include <array>
 #include <cstdint>
-#include <initializer_list>
 #include <map>
 #include <memory>
 #include <optional>
-#include <set>
-#include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -16,110 +12,9 @@
 #include "Trim/CallArguments.h"
 #include "Trim/EffectLog.h"
 #include "Trim/StateSlots.h"
+#include "Trim/TrackedObjects.h"
 
 namespace Trim {
-
-enum class ObjectKind : std::uint8_t {
-    Context,
-    Surface,
-    Texture,
-    Buffer,
-    Shader,
-    Program,
-    Renderbuffer,
-    Sampler,
-    Sync,
-    EGLSync,
-    // These belong to a context, those above to a share group.
-    Framebuffer,
-    VertexArray,
-    Query,
-    TransformFeedback,
-    Pipeline,
-};
-
-/// An image of an object: the target that it is uploaded to, of which a cube map has six, and its level. Both are 0 for
-/// the only image of a renderbuffer or a surface.
-using ImagePlace = std::pair<std::uint32_t, std::uint32_t>;
-
-struct Image {
-    Owner object = 0;
-    std::uint32_t face = 0;
-    std::uint32_t level = 0;
-    [[nodiscard]] ImagePlace Place() const { return {face, level}; }
-};
-
-/// In pixels.
-struct ImageSize {
-    std::int32_t width = 0;
-    std::int32_t height = 0;
-    bool operator==(const ImageSize&) const = default;
-};
-
-/// What is known of an owner besides its slots.
-struct ObjectInfo {
-    ObjectKind kind = ObjectKind::Context;
-    /// As the capture has it.
-    std::uint32_t name = 0;
-    bool isDeleted = false;
-    /// An EGLImage shows the same pixels under another name.
-    bool isAliased = false;
-    /// Objects that this one referred to at some time.
-    std::set<Owner> references;
-    std::set<Owner> referencedBy;
-    /// Some call bound it, which is when most kinds of objects come into being.
-    bool wasBound = false;
-    /// Programs and shaders: a shader stays while it is attached.
-    std::set<Owner> attached;
-    /// Framebuffers: by attachment point.
-    std::map<std::uint32_t, Image> attachments;
-    std::vector<std::uint32_t> drawBuffers;
-    /// Textures and renderbuffers.
-    std::map<ImagePlace, ImageSize> sizes;
-    /// Images that the GPU wrote to since they were uploaded whole.
-    std::set<ImagePlace> drawn;
-    bool hasMipmaps = false;
-    /// Target of a texture, 0 until it is bound.
-    std::uint32_t target = 0;
-    /// Of a buffer.
-    std::int64_t bytes = 0;
-    /// The GPU may have written to the buffer.
-    bool isDrawn = false;
-    /// Locations that were asked for since the program was linked.
-    std::set<std::string, std::less<>> locations;
-};
-
-/// The objects of a share group, or those of a context that are not shared: by kind and captured name.
-using ObjectNames = std::map<std::pair<ObjectKind, std::uint32_t>, Owner>;
-
-struct ContextState {
-    Owner owner = 0;
-    std::uint32_t name = 0;
-    std::shared_ptr<ObjectNames> shared;
-    ObjectNames own;
-    /// Slots that hold an object.
-    std::set<Slot> bindings;
-    /// The vertex array and the transform feedback object with the name 0.
-    Owner defaultVertexArray = 0;
-    Owner defaultTransformFeedback = 0;
-    /// By target.
-    std::map<std::uint32_t, Owner> defaultTextures;
-    /// Some colour mask was set for one draw buffer only.
-    bool hasIndexedMasks = false;
-    /// Between the begin and the end of transform feedback.
-    bool isCapturing = false;
-    /// Records of debug groups that were pushed and not popped yet.
-    std::vector<std::size_t> debugGroups;
-};
-
-/// What a captured thread made current. Captured identifiers.
-struct Current {
-    std::uint32_t display = 0;
-    std::uint32_t draw = 0;
-    std::uint32_t read = 0;
-    std::uint32_t context = 0;
-    bool operator==(const Current&) const = default;
-};
 
 /// Follows the calls of a capture and logs what each of them does to which slot. A call that it does not know is kept
 /// and may depend on everything, so that forgetting one costs size, not truth.
@@ -136,6 +31,12 @@ public:
     void FailedCall(const CallArguments& arguments);
     /// Data that the application wrote to a mapped buffer: `bytes` bytes from `offset` in the mapped range.
     void MappedData(std::uint32_t target, std::uint64_t offset, std::uint64_t bytes);
+    /// Contents of a surface that the capture itself restores.
+    void RestoredSurface(std::uint32_t surface)
+    {
+        m_log.Begin();
+        m_objects[SurfaceOwner(surface)].drawn.insert(ImagePlace{});
+    }
     /// Any other record.
     void Other(Verdict verdict)
     {
@@ -150,7 +51,7 @@ public:
     /// By captured thread.
     [[nodiscard]] const std::map<std::uint32_t, Current>& Threads() const { return m_threads; }
     /// Null for a context that is not there.
-    [[nodiscard]] ContextState* FindContext(std::uint32_t context);
+    [[nodiscard]] TrackedContext* FindContext(std::uint32_t context);
     /// How each surface that is still there was last made current: thread and what.
     [[nodiscard]] const std::map<std::uint32_t, std::pair<std::uint32_t, Current>>& Surfaces() const
     {
@@ -199,10 +100,8 @@ private:
     ObjectNames& NamesOf(ObjectKind kind);
     /// Nobody when there is no such object.
     Owner Find(ObjectKind kind, std::uint32_t name);
-    void Generate(ObjectKind kind, const CallArguments& call);
     void Create(ObjectKind kind, std::uint32_t name);
     void Delete(ObjectKind kind, std::uint32_t name);
-    void DeleteAll(ObjectKind kind, const CallArguments& call);
     void Unbind(Owner owner);
     void ReadsContainers(ObjectKind kind);
     /// Nothing but the current context refers to the object.
@@ -280,14 +179,14 @@ private:
     StateSlots m_slots;
     /// By owner.
     std::vector<ObjectInfo> m_objects = std::vector<ObjectInfo>(1);
-    std::map<std::uint32_t, std::shared_ptr<ContextState>> m_contexts;
+    std::map<std::uint32_t, std::shared_ptr<TrackedContext>> m_contexts;
     std::map<std::uint32_t, Current> m_threads;
     std::map<std::uint32_t, std::pair<std::uint32_t, Current>> m_surfaces;
     std::map<std::uint32_t, Owner> m_surfaceOwners;
     ObjectNames m_eglSyncs;
     std::uint32_t m_thread = 0;
     /// Of the current thread; null for none.
-    std::shared_ptr<ContextState> m_context;
+    std::shared_ptr<TrackedContext> m_context;
 };
 
 } // namespace Trim

@@ -1,4 +1,6 @@
 // Calls that make, delete, bind and name objects.
+#include <algorithm>
+
 #include <GLES2/gl2.h>
 #include <GLES2/gl2ext.h>
 #include <GLES3/gl32.h>
@@ -11,109 +13,75 @@ namespace {
 
 using Data::CallId;
 
-/// Kind that a debug label's identifier stands for.
-std::optional<ObjectKind> LabeledKind(std::uint32_t identifier)
-{
-    switch (identifier) {
-    case GL_TEXTURE:
-        return ObjectKind::Texture;
-    case GL_BUFFER:
-    case GL_BUFFER_OBJECT_EXT:
-        return ObjectKind::Buffer;
-    case GL_SHADER:
-    case GL_SHADER_OBJECT_EXT:
-        return ObjectKind::Shader;
-    case GL_PROGRAM:
-    case GL_PROGRAM_OBJECT_EXT:
-        return ObjectKind::Program;
-    case GL_RENDERBUFFER:
-        return ObjectKind::Renderbuffer;
-    case GL_SAMPLER:
-        return ObjectKind::Sampler;
-    case GL_FRAMEBUFFER:
-        return ObjectKind::Framebuffer;
-    case GL_VERTEX_ARRAY:
-    case GL_VERTEX_ARRAY_OBJECT_EXT:
-        return ObjectKind::VertexArray;
-    case GL_QUERY:
-    case GL_QUERY_OBJECT_EXT:
-        return ObjectKind::Query;
-    case GL_TRANSFORM_FEEDBACK:
-        return ObjectKind::TransformFeedback;
-    case GL_PROGRAM_PIPELINE:
-    case GL_PROGRAM_PIPELINE_OBJECT_EXT:
-        return ObjectKind::Pipeline;
-    default:
-        return std::nullopt;
-    }
-}
+/// Calls that make and delete objects of a kind by names in memory.
+struct NameCalls {
+    ObjectKind kind;
+    CallId generate;
+    CallId remove;
+};
+
+constexpr NameCalls nameCalls[] = {
+    {ObjectKind::Texture, CallId::glGenTextures, CallId::glDeleteTextures},
+    {ObjectKind::Buffer, CallId::glGenBuffers, CallId::glDeleteBuffers},
+    {ObjectKind::Framebuffer, CallId::glGenFramebuffers, CallId::glDeleteFramebuffers},
+    {ObjectKind::Renderbuffer, CallId::glGenRenderbuffers, CallId::glDeleteRenderbuffers},
+    {ObjectKind::Sampler, CallId::glGenSamplers, CallId::glDeleteSamplers},
+    {ObjectKind::Query, CallId::glGenQueries, CallId::glDeleteQueries},
+    {ObjectKind::Query, CallId::glGenQueriesEXT, CallId::glDeleteQueriesEXT},
+    {ObjectKind::VertexArray, CallId::glGenVertexArrays, CallId::glDeleteVertexArrays},
+    {ObjectKind::VertexArray, CallId::glGenVertexArraysOES, CallId::glDeleteVertexArraysOES},
+    {ObjectKind::TransformFeedback, CallId::glGenTransformFeedbacks, CallId::glDeleteTransformFeedbacks},
+    {ObjectKind::Pipeline, CallId::glGenProgramPipelines, CallId::glDeleteProgramPipelines},
+};
+
+/// What debug labels call a kind.
+struct LabeledKind {
+    std::uint32_t identifier;
+    ObjectKind kind;
+};
+
+constexpr LabeledKind labeledKinds[] = {
+    {GL_TEXTURE, ObjectKind::Texture},
+    {GL_BUFFER, ObjectKind::Buffer},
+    {GL_BUFFER_OBJECT_EXT, ObjectKind::Buffer},
+    {GL_SHADER, ObjectKind::Shader},
+    {GL_SHADER_OBJECT_EXT, ObjectKind::Shader},
+    {GL_PROGRAM, ObjectKind::Program},
+    {GL_PROGRAM_OBJECT_EXT, ObjectKind::Program},
+    {GL_RENDERBUFFER, ObjectKind::Renderbuffer},
+    {GL_SAMPLER, ObjectKind::Sampler},
+    {GL_FRAMEBUFFER, ObjectKind::Framebuffer},
+    {GL_VERTEX_ARRAY, ObjectKind::VertexArray},
+    {GL_VERTEX_ARRAY_OBJECT_EXT, ObjectKind::VertexArray},
+    {GL_QUERY, ObjectKind::Query},
+    {GL_QUERY_OBJECT_EXT, ObjectKind::Query},
+    {GL_TRANSFORM_FEEDBACK, ObjectKind::TransformFeedback},
+    {GL_PROGRAM_PIPELINE, ObjectKind::Pipeline},
+    {GL_PROGRAM_PIPELINE_OBJECT_EXT, ObjectKind::Pipeline},
+};
 
 } // namespace
 
 bool StateTracker::TrackObject(const CallArguments& call)
 {
+    for (const NameCalls& calls : nameCalls) {
+        if (call.Call() == calls.generate || call.Call() == calls.remove) {
+            for (std::int32_t i = 0; i < call.Signed(0); ++i) {
+                const std::uint32_t name = call.Element(1, static_cast<std::size_t>(i));
+                call.Call() == calls.generate ? Create(calls.kind, name) : Delete(calls.kind, name);
+            }
+            return true;
+        }
+    }
+    const auto label = [this](Owner owner) {
+        if (owner != 0) {
+            Replaces(m_slots.At(owner, Piece::Label));
+            Exists(owner);
+        }
+    };
     switch (call.Call()) {
-    case CallId::glGenTextures:
-        Generate(ObjectKind::Texture, call);
-        return true;
-    case CallId::glGenBuffers:
-        Generate(ObjectKind::Buffer, call);
-        return true;
-    case CallId::glGenFramebuffers:
-        Generate(ObjectKind::Framebuffer, call);
-        return true;
-    case CallId::glGenRenderbuffers:
-        Generate(ObjectKind::Renderbuffer, call);
-        return true;
-    case CallId::glGenSamplers:
-        Generate(ObjectKind::Sampler, call);
-        return true;
-    case CallId::glGenQueries:
-    case CallId::glGenQueriesEXT:
-        Generate(ObjectKind::Query, call);
-        return true;
-    case CallId::glGenVertexArrays:
-    case CallId::glGenVertexArraysOES:
-        Generate(ObjectKind::VertexArray, call);
-        return true;
-    case CallId::glGenTransformFeedbacks:
-        Generate(ObjectKind::TransformFeedback, call);
-        return true;
-    case CallId::glGenProgramPipelines:
-        Generate(ObjectKind::Pipeline, call);
-        return true;
     case CallId::glFenceSync:
         Create(ObjectKind::Sync, call.Returned());
-        return true;
-
-    case CallId::glDeleteTextures:
-        DeleteAll(ObjectKind::Texture, call);
-        return true;
-    case CallId::glDeleteBuffers:
-        DeleteAll(ObjectKind::Buffer, call);
-        return true;
-    case CallId::glDeleteFramebuffers:
-        DeleteAll(ObjectKind::Framebuffer, call);
-        return true;
-    case CallId::glDeleteRenderbuffers:
-        DeleteAll(ObjectKind::Renderbuffer, call);
-        return true;
-    case CallId::glDeleteSamplers:
-        DeleteAll(ObjectKind::Sampler, call);
-        return true;
-    case CallId::glDeleteQueries:
-    case CallId::glDeleteQueriesEXT:
-        DeleteAll(ObjectKind::Query, call);
-        return true;
-    case CallId::glDeleteVertexArrays:
-    case CallId::glDeleteVertexArraysOES:
-        DeleteAll(ObjectKind::VertexArray, call);
-        return true;
-    case CallId::glDeleteTransformFeedbacks:
-        DeleteAll(ObjectKind::TransformFeedback, call);
-        return true;
-    case CallId::glDeleteProgramPipelines:
-        DeleteAll(ObjectKind::Pipeline, call);
         return true;
     case CallId::glDeleteSync:
         Delete(ObjectKind::Sync, call.Unsigned(0));
@@ -122,19 +90,14 @@ bool StateTracker::TrackObject(const CallArguments& call)
     case CallId::glObjectLabel:
     case CallId::glObjectLabelKHR:
     case CallId::glLabelObjectEXT: {
-        const std::optional<ObjectKind> kind = LabeledKind(call.Unsigned(0));
-        if (const Owner owner = kind ? Find(*kind, call.Unsigned(1)) : 0) {
-            Replaces(m_slots.At(owner, Piece::Label));
-            Exists(owner);
-        }
+        const auto* const labeled = std::ranges::find(labeledKinds, call.Unsigned(0), &LabeledKind::identifier);
+        if (labeled != std::end(labeledKinds))
+            label(Find(labeled->kind, call.Unsigned(1)));
         return true;
     }
     case CallId::glObjectPtrLabel:
     case CallId::glObjectPtrLabelKHR:
-        if (const Owner owner = Find(ObjectKind::Sync, call.Unsigned(0))) {
-            Replaces(m_slots.At(owner, Piece::Label));
-            Exists(owner);
-        }
+        label(Find(ObjectKind::Sync, call.Unsigned(0)));
         return true;
 
     case CallId::glBeginQuery:

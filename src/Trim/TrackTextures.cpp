@@ -229,7 +229,7 @@ void StateTracker::CopiesTo(const Image& image)
 
 void StateTracker::CreateEGLImage(const CallArguments& call)
 {
-    ContextState* const context = FindContext(call.Unsigned(1));
+    TrackedContext* const context = FindContext(call.Unsigned(1));
     if (!context)
         return;
     const bool isRenderbuffer = call.Unsigned(2) == EGL_GL_RENDERBUFFER_KHR;

@@ -48,6 +48,27 @@ std::vector<std::uint8_t> WithoutNames(Data::CallId call, std::span<const std::u
     return copy;
 }
 
+/// Tells what comes before the first frame that is kept: earlier frames, and the capture's own state-setup block.
+class FrontPart {
+public:
+    explicit FrontPart(FrameRange range) : m_frames(range.first - 1) {}
+
+    /// To be asked for each record, in order; `frames` frames have ended so far.
+    bool Has(const Data::RecordCursor& record, std::uint32_t frames)
+    {
+        const bool isContent = !record.Is(RecordId::Thread) && !record.Is(RecordId::BlockStart);
+        m_isOver = m_isOver || (frames == m_frames && !m_isInStateBlock && isContent);
+        if (record.Is(RecordId::BlockStart) || record.Is(RecordId::BlockEnd))
+            m_isInStateBlock = record.Is(RecordId::BlockStart);
+        return !m_isOver;
+    }
+
+private:
+    std::uint32_t m_frames;
+    bool m_isInStateBlock = false;
+    bool m_isOver = false;
+};
+
 } // namespace
 
 std::optional<Data::CallId> Trimmer::CallOf(const Data::RecordHeader& header) const
@@ -71,8 +92,13 @@ bool Trimmer::ChangesThread(const Data::RecordCursor& record, std::uint32_t& thr
 
 bool Trimmer::Analyse(LiveReplay& replay)
 {
-    const auto visit = [&](const Data::RecordCursor& record) { Analyse(record, replay); };
-    if (!Data::WalkRecords(m_source, m_diagnostics, visit, m_range.first - 1))
+    FrontPart front(m_range);
+    const auto visit = [&](const Data::RecordCursor& record) {
+        if (front.Has(record, m_diagnostics.position.frame))
+            Analyse(record, replay);
+    };
+    // Up to the last frame, so that nothing is written when one of them cannot be read.
+    if (!Data::WalkRecords(m_source, m_diagnostics, visit, m_range.last))
         return false;
     ReadContents(replay);
     std::vector<Slot> restored;
@@ -95,8 +121,12 @@ void Trimmer::Analyse(const Data::RecordCursor& record, LiveReplay& replay)
         }
         const auto id = static_cast<RecordId>(header.id);
         Data::MappedDataRecord mapped;
+        Data::DefaultBufferRecord contents;
         if ((id == RecordId::FlushMappedBufferRange || id == RecordId::UnmapBuffer) && record.Read(mapped))
             m_tracker.MappedData(mapped.target, mapped.offset, mapped.data.bytes);
+        else if ((id == RecordId::DefaultColor || id == RecordId::DefaultDepth || id == RecordId::DefaultStencil) &&
+                 record.Read(contents))
+            m_tracker.RestoredSurface(contents.surface);
         else
             m_tracker.Other(VerdictOf(id));
         replay.Other(header, record.Record());
@@ -120,7 +150,7 @@ void Trimmer::ReadContents(LiveReplay& replay)
     for (const auto& [surface, last] : m_tracker.Surfaces()) {
         const auto& [thread, current] = last;
         replay.MakeCurrent(thread, current);
-        const ContextState* const context = m_tracker.FindContext(current.context);
+        const TrackedContext* const context = m_tracker.FindContext(current.context);
         Contents& contents = m_contents[surface];
         if (!context)
             continue;
@@ -136,11 +166,12 @@ void Trimmer::ReadContents(LiveReplay& replay)
 bool Trimmer::Write(Data::CaptureWriter& writer, Data::CaptureHeader& header)
 {
     RecordOutput output(writer);
+    FrontPart front(m_range);
     std::size_t index = 0;
     std::uint32_t thread = 0;
     bool isInState = true;
     const auto visit = [&](const Data::RecordCursor& record) {
-        if (isInState && m_diagnostics.position.frame + 1 == m_range.first) {
+        if (isInState && !front.Has(record, m_diagnostics.position.frame)) {
             isInState = false;
             WriteContents(output);
             output.SetThread(thread);
@@ -198,7 +229,7 @@ void Trimmer::WriteContents(RecordOutput& output)
     for (const auto& [surface, last] : m_tracker.Surfaces()) {
         const auto& [thread, current] = last;
         const Contents& contents = m_contents[surface];
-        const ContextState* const context = m_tracker.FindContext(current.context);
+        const TrackedContext* const context = m_tracker.FindContext(current.context);
         if (!context || (contents.objects.calls.empty() && contents.surface.empty()))
             continue;
         output.SetThread(thread);

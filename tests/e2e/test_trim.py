@@ -1,10 +1,14 @@
 """Frames that were cut out of a capture are replayed as they were recorded, without those in front."""
 
 import collections
+import pathlib
+import random
 import re
+import shutil
 import unittest
 
-from harness import FAKE_DRIVER, FAMILIES, INFO, MOSAIC, PLAYBACK, SPINNING, TRIM, EndToEndTest
+from harness import (DONE, FAKE_DRIVER, FAMILIES, INFO, MOSAIC, PLAYBACK, SAMPLE, SPINNING, TRIM, UNREADABLE, USAGE,
+                     EndToEndTest)
 from test_families import CLIENTS
 
 # Families whose programs make errors on purpose.
@@ -47,6 +51,11 @@ class SameFrames(TrimTest):
         for first, last in ((frames // 2, frames), (2, 2)):
             result = self.verify(self.trim(capture, first, last), "-headless")
             self.assertMentions(result, "" if has_errors else " 0 errors")
+
+    def test_trimmed_again(self):
+        trimmed = self.trim(self.record(MOSAIC), 3, 8)
+        for first, last in ((1, 2), (4, 5)):
+            self.verify(self.trim(trimmed, first, last, "again.glcap"), "-headless")
 
     def test_families(self):
         for family in CLIENTS:
@@ -106,6 +115,49 @@ class Options(TrimTest):
                          capture)
         written = {re.sub(r"_(depth|stencil)$", "", path.stem) for path in (self.dir / "out").iterdir()}
         self.assertEqual(written, {f"{capture}_frame3_{event}" for event in (f"draw{draws}", "blit1", f"draw{draws + 1}")})
+
+
+class BadInput(TrimTest):
+    """Said in one line, and nothing is written."""
+
+    def check(self, *arguments, status, says):
+        result = self.run_program(TRIM, *arguments, status=status)
+        self.assertMentions(result, "playback-trim: ", *says)
+        self.assertFalse((self.dir / "out.glcap").exists(), result)
+
+    def test_usage(self):
+        good = ["--frames", "2-3", "-o", "out.glcap"]
+        for arguments, says in (
+                ([SAMPLE, "--bogus", *good], "--bogus"), (good, "no file"), ([SAMPLE, SAMPLE, *good], "more than one"),
+                ([SAMPLE, "-o", "out.glcap"], "--frames"), ([SAMPLE, "--frames", "2-3"], "-o"),
+                *(([SAMPLE, "-o", "out.glcap", "--frames", frames], "A-B")
+                  for frames in ("0-2", "3-2", "2-", "-2", "x", "2-3-4", "1-99999999999")),
+                ([SAMPLE, "-o", "out.glcap", "--frames", "1-100000"], "100000")):
+            with self.subTest(arguments):
+                self.check(*arguments, status=USAGE, says=[says])
+
+    def test_output_is_the_input(self):
+        shutil.copy(SAMPLE, self.dir / "in.glcap")
+        (self.dir / "link.glcap").symlink_to("in.glcap")
+        for output in ("in.glcap", "link.glcap"):
+            self.check("in.glcap", "--frames", "2-3", "-o", output, status=USAGE, says=[output])
+        self.assertEqual((self.dir / "in.glcap").read_bytes(), pathlib.Path(SAMPLE).read_bytes())
+
+    def test_output_that_cannot_be_written(self):
+        self.check(SAMPLE, "--frames", "2-3", "-o", "missing/out.glcap", status=1, says=["missing/out.glcap"])
+
+    def test_cut_and_changed_captures(self):
+        data = pathlib.Path(SAMPLE).read_bytes()
+        chosen = random.Random(4)
+        for at in (chosen.randrange(len(data)) for _ in range(10)):
+            for what, bad in (("cut", data[:at]), ("changed", data[:at] + bytes([data[at] ^ 1]) + data[at + 1:])):
+                with self.subTest(what, at=at):
+                    (self.dir / "bad.glcap").write_bytes(bad)
+                    result = self.run_program(TRIM, "bad.glcap", "--frames", "2-3", "-o", "out.glcap",
+                                              status=(DONE, USAGE, UNREADABLE))
+                    self.assertMentions(result, "bad.glcap")
+                    self.assertEqual((self.dir / "out.glcap").exists(), result.status == DONE, result)
+                    (self.dir / "out.glcap").unlink(missing_ok=True)
 
 
 if __name__ == "__main__":
