@@ -72,17 +72,20 @@ struct MappedRange {
 };
 
 /// Appends what the program wrote to the mapping that is about to end. A replay remembers one mapping for each target:
-/// what it has forgotten for another is answered, to be written as an upload behind the end of the mapping.
-MappedRange RecordMappedContents(const Capturing& capturing, Context& context, GLenum target)
+/// what it has forgotten for another is answered, to be written as an upload behind the end of the mapping. `live` is
+/// what the driver mapped; null where it does not tell.
+MappedRange RecordMappedContents(const Capturing& capturing, Context& context, GLenum target, const void* live)
 {
+    const bool isWatched =
+        EndWatch(capturing, context, live) || EndWatch(capturing, context, context.State().BoundBuffer(target));
+
     const Data::BufferState* const buffer = context.State().Buffer(target);
     if (!capturing || buffer == nullptr || buffer->mapped == nullptr || (buffer->mapAccess & GL_MAP_WRITE_BIT) == 0) {
         return {};
     }
     // Of a mapping that is flushed in parts, nothing counts but those parts, and of a watched one nothing but what
     // changed; they are written already.
-    const bool isFlushed = EndWatch(capturing, context, context.State().BoundBuffer(target)) ||
-                           (buffer->mapAccess & GL_MAP_FLUSH_EXPLICIT_BIT) != 0;
+    const bool isFlushed = isWatched || (buffer->mapAccess & GL_MAP_FLUSH_EXPLICIT_BIT) != 0;
     const MappedRange range = {isFlushed ? nullptr : buffer->mapped, buffer->mappedOffset,
                                isFlushed ? 0 : buffer->mappedBytes};
     context.Track(capturing, [&](Data::ContextState& state) { state.MappedData(target, 0, range.data, range.bytes); });
@@ -93,10 +96,21 @@ MappedRange RecordMappedContents(const Capturing& capturing, Context& context, G
     return {};
 }
 
-/// Everything is written ahead of the driver's call, while the memory is there.
-void RecordUnmap(const Capturing& capturing, Context& context, GLenum target)
+/// What the driver mapped, asked for only where it may be watched. The state of a context cannot tell: it is not kept
+/// once the capture has ended.
+void* LivePointer(GLenum target)
 {
-    const MappedRange upload = RecordMappedContents(capturing, context, target);
+    void* live = nullptr;
+    if (isAnythingWatched) {
+        Live<void (*)(GLenum, GLenum, void**)>(Entry::glGetBufferPointerv)(target, GL_BUFFER_MAP_POINTER, &live);
+    }
+    return live;
+}
+
+/// Everything is written ahead of the driver's call, while the memory is there.
+void RecordUnmap(const Capturing& capturing, Context& context, GLenum target, const void* live)
+{
+    const MappedRange upload = RecordMappedContents(capturing, context, target, live);
     Record::glUnmapBuffer(capturing, context, GL_TRUE, target);
     if (upload.bytes > 0) {
         Record::glBufferSubData(capturing, context, target, upload.offset, upload.bytes, upload.data);
@@ -108,7 +122,8 @@ GLboolean UnmapBuffer(Entry entry, GLenum target)
     const auto live = Live<GLboolean (*)(GLenum)>(entry);
     const GLCall call;
     if (call) {
-        RecordUnmap(Capturing(), *call, target);
+        const void* const mapped = LivePointer(target);
+        RecordUnmap(Capturing(), *call, target, mapped);
     }
     return live(target);
 }
@@ -119,12 +134,10 @@ void GetBufferPointer(Entry entry, GLenum target, GLenum pname, void** params)
     const GLCall call;
     live(target, pname, params);
     if (call) {
-        const Capturing capturing;
-        void* const watched = WatchedAddress(*call, call->State().BoundBuffer(target));
-        if (watched != nullptr && params != nullptr && pname == GL_BUFFER_MAP_POINTER) {
-            *params = watched;
+        if (params != nullptr && pname == GL_BUFFER_MAP_POINTER) {
+            *params = WatchedInPlaceOf(*params);
         }
-        Record::glGetBufferPointerv(capturing, *call, target, pname, params);
+        Record::glGetBufferPointerv(Capturing(), *call, target, pname, params);
     }
 }
 

@@ -44,10 +44,10 @@ std::vector<WatchedBuffer>& Buffers()
     return buffers;
 }
 
-auto Find(Context& context, std::uint32_t name)
+auto Find(const void* live)
 {
-    return std::ranges::find_if(
-        Buffers(), [&](const WatchedBuffer& buffer) { return buffer.name == name && buffer.IsOf(context); });
+    return std::ranges::find_if(Buffers(),
+                                [live](const WatchedBuffer& buffer) { return buffer.memory->Live() == live; });
 }
 
 /// Stands for the binding of a buffer in the capture: bound when first asked for, unbound at the end.
@@ -106,10 +106,25 @@ void Publish(const Capturing& capturing, Context& context, WatchedBuffer& buffer
     state->isWrittenByDriver = isWrittenByDriver; // nothing but the capture says so
 }
 
+/// False for the end of the list.
+bool End(const Capturing& capturing, Context& context, std::vector<WatchedBuffer>::iterator buffer)
+{
+    if (buffer == Buffers().end()) {
+        return false;
+    }
+    Publish(capturing, context, *buffer);
+    Buffers().erase(buffer);
+    isAnythingWatched = !Buffers().empty();
+    return true;
+}
+
 } // namespace
 
-void* Watch(const Capturing&, Context& context, std::uint32_t target, void* live) noexcept
+void* Watch(const Capturing& capturing, Context& context, std::uint32_t target, void* live) noexcept
 {
+    if (!capturing) {
+        return live;
+    }
     try {
         const std::uint32_t name = context.State().BoundBuffer(target);
         const Data::BufferState* const state = context.State().Buffer(target);
@@ -134,24 +149,25 @@ void* Watch(const Capturing&, Context& context, std::uint32_t target, void* live
     return live;
 }
 
+bool EndWatch(const Capturing& capturing, Context& context, const void* live) noexcept
+{
+    const std::lock_guard guard(lock);
+    return End(capturing, context, Find(live));
+}
+
 bool EndWatch(const Capturing& capturing, Context& context, std::uint32_t name) noexcept
 {
     const std::lock_guard guard(lock);
-    const auto buffer = Find(context, name);
-    if (buffer == Buffers().end()) {
-        return false;
-    }
-    Publish(capturing, context, *buffer);
-    Buffers().erase(buffer);
-    isAnythingWatched = !Buffers().empty();
-    return true;
+    return End(capturing, context, std::ranges::find_if(Buffers(), [&](const WatchedBuffer& buffer) {
+                   return buffer.name == name && buffer.IsOf(context);
+               }));
 }
 
-void* WatchedAddress(Context& context, std::uint32_t name) noexcept
+void* WatchedInPlaceOf(void* live) noexcept
 {
     const std::lock_guard guard(lock);
-    const auto buffer = Find(context, name);
-    return buffer != Buffers().end() ? buffer->memory->Address() : nullptr;
+    const auto buffer = Find(live);
+    return buffer != Buffers().end() ? buffer->memory->Address() : live;
 }
 
 bool TouchWatched(const void* address) noexcept

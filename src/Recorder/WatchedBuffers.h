@@ -23,15 +23,18 @@ namespace Recorder {
 }
 
 /// Watches the mapping at `live` of the buffer bound to `target`, which was just recorded. Answers what the program is
-/// to have: `live` itself where it cannot be watched, which is counted as something that is not recorded.
+/// to have: `live` itself where nothing is recorded or the mapping cannot be watched, which is counted as something
+/// that is not recorded.
 [[nodiscard]] void* Watch(const Capturing& capturing, Context& context, std::uint32_t target, void* live) noexcept;
 
-/// Publishes the changes of buffer `name` and lets go of it. Ahead of the driver's call that ends the mapping. False
+/// Publishes the changes of the mapping at `live` and lets go of it. Ahead of the driver's call that ends it. False
 /// when it is not watched.
+bool EndWatch(const Capturing& capturing, Context& context, const void* live) noexcept;
+/// The same for the mapping of buffer `name`.
 bool EndWatch(const Capturing& capturing, Context& context, std::uint32_t name) noexcept;
 
-/// The memory that the program has for buffer `name`; null when that is not watched.
-[[nodiscard]] void* WatchedAddress(Context& context, std::uint32_t name) noexcept;
+/// What the program has in the place of the driver's mapping at `live`: `live` itself when that is not watched.
+[[nodiscard]] void* WatchedInPlaceOf(void* live) noexcept;
 
 /// In a handler of faults: lets the program at its memory. False when `address` is in none that is watched.
 [[nodiscard]] bool TouchWatched(const void* address) noexcept;

@@ -25,6 +25,7 @@ public:
 
     /// What the program uses; at the same distance from a page's start as the driver's mapping.
     [[nodiscard]] void* Address() const { return m_program + m_begin; }
+    [[nodiscard]] void* Live() const { return m_live + m_begin; }
     [[nodiscard]] bool Contains(const void* address) const
     {
         return reinterpret_cast<std::uintptr_t>(address) - reinterpret_cast<std::uintptr_t>(m_program) < m_bytes;

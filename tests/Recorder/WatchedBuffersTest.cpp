@@ -27,8 +27,13 @@ constexpr GLbitfield Written = GL_MAP_WRITE_BIT | GL_MAP_PERSISTENT_BIT_EXT | GL
 struct DriverMemory {
     DriverMemory()
     {
-        control->Answer("glMapBufferRange",
-                        [this](const Fake::Arguments&) { return Fake::ToWord(mapped[maps++].data()); });
+        control->Answer("glMapBufferRange", [this](const Fake::Arguments& arguments) {
+            return Fake::ToWord(ofTarget[arguments.Get<GLenum>(0)] = mapped[maps++].data());
+        });
+        control->Answer("glGetBufferPointerv", [this](const Fake::Arguments& arguments) {
+            *arguments.Get<void**>(2) = ofTarget[arguments.Get<GLenum>(0)];
+            return Fake::Word{0};
+        });
     }
     /// A new buffer of the driver's next memory, mapped, and bound to the target.
     char* Map(GLenum target, GLintptr offset, GLsizeiptr bytes, GLbitfield access)
@@ -42,6 +47,7 @@ struct DriverMemory {
 
     Fake::Control* const control = reinterpret_cast<Fake::Control* (*)()>(dlsym(RTLD_DEFAULT, "fake_control"))();
     alignas(64) std::array<std::array<char, 1 << 20>, 2> mapped = {};
+    std::map<GLenum, void*> ofTarget;
     std::size_t maps = 0;
 };
 
