@@ -85,7 +85,7 @@ Data::BufferState* StateOf(const WatchedBuffer& buffer, Context& context)
     return state != context.Group()->buffers.end() ? &state->second : nullptr;
 }
 
-void Publish(const Capturing& capturing, Context& context, WatchedBuffer& buffer)
+void Publish(const Capturing& capturing, Context& context, WatchedBuffer& buffer, bool mayStayOpen)
 {
     Data::BufferState* const state = StateOf(buffer, context);
     if (state == nullptr || !buffer.memory->MayHaveChanges()) {
@@ -99,9 +99,9 @@ void Publish(const Capturing& capturing, Context& context, WatchedBuffer& buffer
                                 static_cast<std::int64_t>(bytes), data);
     };
     if (isWrittenByDriver) {
-        buffer.memory->TakeChanges<sharedUnit>(upload);
+        buffer.memory->TakeChanges<sharedUnit>(mayStayOpen, upload);
     } else {
-        buffer.memory->TakeChanges<unit>(upload);
+        buffer.memory->TakeChanges<unit>(mayStayOpen, upload);
     }
     state->isWrittenByDriver = isWrittenByDriver; // nothing but the capture says so
 }
@@ -112,7 +112,7 @@ bool End(const Capturing& capturing, Context& context, std::vector<WatchedBuffer
     if (buffer == Buffers().end()) {
         return false;
     }
-    Publish(capturing, context, *buffer);
+    Publish(capturing, context, *buffer, false);
     Buffers().erase(buffer);
     isAnythingWatched = !Buffers().empty();
     return true;
@@ -196,7 +196,7 @@ void PublishChanges(Context& context) noexcept
     bool isAnyLeft = false;
     for (WatchedBuffer& buffer : Buffers()) {
         if (buffer.IsOf(context)) {
-            Publish(capturing, context, buffer);
+            Publish(capturing, context, buffer, true);
         }
         isAnyLeft = isAnyLeft || (buffer.memory->MayHaveChanges() && !buffer.group.expired());
     }
@@ -210,7 +210,7 @@ void TakeUpResults(Context& context) noexcept
     for (WatchedBuffer& buffer : Buffers()) {
         const Data::BufferState* const state = buffer.IsOf(context) ? StateOf(buffer, context) : nullptr;
         if (state != nullptr && state->isWrittenByDriver) {
-            Publish(capturing, context, buffer);
+            Publish(capturing, context, buffer, false);
             buffer.memory->Forget();
         }
     }

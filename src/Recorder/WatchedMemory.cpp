@@ -100,9 +100,12 @@ bool WatchedMemory::Raise(const Range& blocks, State state)
     if (!Protect(blocks, state == State::Dirty ? PROT_READ | PROT_WRITE : PROT_READ)) {
         return false;
     }
-    std::fill(m_states.data() + blocks.begin, m_states.data() + blocks.end, state);
+    for (std::size_t block = blocks.begin; block < blocks.end; ++block) {
+        m_dirtyBlocks += state == State::Dirty && m_states[block] != State::Dirty ? 1 : 0;
+        m_states[block] = state;
+    }
     m_isTouched = true;
-    m_isDirty = m_isDirty || state == State::Dirty;
+    m_quietTakes = 0;
     return true;
 }
 
@@ -127,21 +130,27 @@ bool WatchedMemory::Touch(const void* address) noexcept
     return Raise(blocks, state) || Raise({0, m_states.size()}, State::Dirty);
 }
 
-bool WatchedMemory::NextDirty(Range& range) noexcept
+std::size_t WatchedMemory::FindDirty(std::size_t begin) const
 {
-    const auto end = m_states.end();
-    const auto first =
-        std::find(m_states.begin() + static_cast<std::ptrdiff_t>(RoundUp(range.end, m_blockBytes) / m_blockBytes), end,
-                  State::Dirty);
-    if (first == end) {
-        m_isDirty = std::find(m_states.begin(), end, State::Dirty) != end;
+    const State* const states = m_states.data();
+    const std::size_t count = m_states.size();
+    const void* const found = std::memchr(states + begin, static_cast<int>(State::Dirty), count - begin);
+    return found != nullptr ? static_cast<std::size_t>(static_cast<const State*>(found) - states) : count;
+}
+
+bool WatchedMemory::NextDirty(Range& range, bool staysOpen) noexcept
+{
+    Range blocks = {FindDirty(RoundUp(range.end, m_blockBytes) / m_blockBytes), 0};
+    if (blocks.begin == m_states.size()) {
         return false;
     }
-    const auto last = std::find_if(first, end, [](State state) { return state != State::Dirty; });
-    const Range blocks = {static_cast<std::size_t>(first - m_states.begin()),
-                          static_cast<std::size_t>(last - m_states.begin())};
-    if (Protect(blocks, PROT_READ)) {
-        std::fill(first, last, State::Clean);
+    blocks.end = blocks.begin;
+    while (blocks.end < m_states.size() && m_states[blocks.end] == State::Dirty) {
+        ++blocks.end;
+    }
+    if (!staysOpen && Protect(blocks, PROT_READ)) {
+        std::fill(m_states.data() + blocks.begin, m_states.data() + blocks.end, State::Clean);
+        m_dirtyBlocks -= blocks.end - blocks.begin;
     }
     range = BytesOf(blocks);
     return true;
@@ -150,10 +159,9 @@ bool WatchedMemory::NextDirty(Range& range) noexcept
 void WatchedMemory::Forget() noexcept
 {
     const Range all = {0, m_states.size()};
-    if (m_isTouched && Protect(all, PROT_NONE)) {
+    if (m_isTouched && m_dirtyBlocks == 0 && Protect(all, PROT_NONE)) {
         std::fill(m_states.begin(), m_states.end(), State::Stale);
         m_isTouched = false;
-        m_isDirty = false;
     }
 }
 

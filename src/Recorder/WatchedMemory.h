@@ -35,28 +35,34 @@ public:
         const auto* const begin = static_cast<const std::uint8_t*>(memory);
         return begin < m_program + m_bytes && begin + bytes > m_program;
     }
-    /// The program may have written since TakeChanges.
-    [[nodiscard]] bool MayHaveChanges() const { return m_isDirty; }
+    /// The program may have written since TakeChanges, or may write without a fault.
+    [[nodiscard]] bool MayHaveChanges() const { return m_dirtyBlocks > 0; }
 
     /// Lets the program at the memory around `address`, which is inside, one step further: first to read, then to
     /// write. False when the system refuses.
     [[nodiscard]] bool Touch(const void* address) noexcept;
 
     /// Copies what the program wrote to the driver's mapping, and calls take(offset, data, bytes) for each part of it,
-    /// in units of `Grain` bytes, at least one of which changed in each. `data` stays as it is during the call.
-    template <std::size_t Grain, class Take> void TakeChanges(Take take)
+    /// in units of `Grain` bytes, at least one of which changed in each. All memory is protected again, unless
+    /// `mayStayOpen`: a program that writes a little ahead of each draw then meets no fault each time.
+    template <std::size_t Grain, class Take> void TakeChanges(bool mayStayOpen, Take take)
     {
-        for (Range dirty = {0, 0}; NextDirty(dirty);) {
+        const bool staysOpen =
+            mayStayOpen && m_dirtyBlocks * m_blockBytes <= maxOpenBytes && m_quietTakes < maxQuietTakes;
+        ++m_quietTakes;
+        for (Range dirty = {0, 0}; NextDirty(dirty, staysOpen);) {
             for (std::size_t at = dirty.begin, end = at; FindChange<Grain>(at, end, dirty.end); at = end) {
-                std::memcpy(m_live + at, m_program + at, end - at);
+                // First to what is known: what another thread writes meanwhile is found the next time.
                 std::memcpy(m_known + at, m_program + at, end - at);
-                take(at - m_begin, m_program + at, end - at);
+                std::memcpy(m_live + at, m_known + at, end - at);
+                take(at - m_begin, m_known + at, end - at);
+                m_quietTakes = 0;
             }
         }
     }
 
     /// The driver's mapping may have changed: what the program sees next is what is there then. Changes have to be
-    /// taken first.
+    /// taken first, and no memory left open.
     void Forget() noexcept;
 
 private:
@@ -71,13 +77,20 @@ private:
         Dirty  ///< may be written
     };
 
+    /// So much is compared in the time that a fault takes.
+    static constexpr std::size_t maxOpenBytes = 64 << 10;
+    /// Calls of TakeChanges without a change after which nothing stays open.
+    static constexpr unsigned maxQuietTakes = 8;
+
     WatchedMemory(std::size_t lead, std::size_t bytes, bool isRead);
     [[nodiscard]] bool Allocate();
     [[nodiscard]] Range BytesOf(const Range& blocks) const;
     [[nodiscard]] bool Protect(const Range& blocks, int access);
     [[nodiscard]] bool Raise(const Range& blocks, State state);
-    /// Protects the next dirty blocks behind range.end and answers the bytes in them.
-    [[nodiscard]] bool NextDirty(Range& range) noexcept;
+    /// Answers the bytes in the next dirty blocks behind range.end, which are protected unless they stay open.
+    [[nodiscard]] bool NextDirty(Range& range, bool staysOpen) noexcept;
+    /// The first block from `begin` on that is Dirty; the number of blocks when there is none.
+    [[nodiscard]] std::size_t FindDirty(std::size_t begin) const;
     template <std::size_t Grain>
     [[nodiscard]] bool FindChange(std::size_t& begin, std::size_t& end, std::size_t limit) const;
 
@@ -86,9 +99,10 @@ private:
     std::size_t m_blockBytes;
     const bool m_isRead;
     std::vector<State> m_states;
-    /// The states are not all Stale; some are Dirty.
+    /// The states are not all Stale.
     bool m_isTouched = false;
-    bool m_isDirty = false;
+    std::size_t m_dirtyBlocks = 0;
+    unsigned m_quietTakes = 0;
 
     // All with m_bytes bytes, of which those from m_begin to m_end are the mapping's.
     std::size_t m_bytes = 0;
