@@ -12,13 +12,6 @@ EGLStatsAdapter::EGLStatsAdapter(StatsBin* store) : FeatureLog(store, "eglstats.
     InitializeExtnMap(functions);
 }
 
-void EGLStatsAdapter::SetCurrentThread(std::uint32_t threadId)
-{
-    if (m_store) {
-        m_store->SetCurrentGlThreadId(threadId);
-    }
-}
-
 void EGLStatsAdapter::CountSurface()
 {
     if (m_store) {

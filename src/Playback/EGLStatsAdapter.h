@@ -17,7 +17,7 @@ public:
     /// The store outlives the adapter.
     explicit EGLStatsAdapter(StatsBin* store);
 
-    void SetCurrentThread(std::uint32_t threadId) override;
+    void SetCurrentThread(std::uint32_t threadId) override { SetThread(threadId); }
 
     /// Nothing: the store writes the reports.
     void LogXml() {}

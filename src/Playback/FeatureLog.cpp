@@ -19,6 +19,13 @@ void FeatureLog::InitializeExtnMap(std::span<const ExtensionFunction> functions)
     }
 }
 
+void FeatureLog::SetThread(std::uint32_t threadId)
+{
+    if (m_store) {
+        m_store->SetCurrentGlThreadId(threadId);
+    }
+}
+
 std::string_view FeatureLog::Get(std::string_view key) const
 {
     if (!m_statistics) {

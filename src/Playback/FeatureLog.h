@@ -48,6 +48,9 @@ protected:
     };
     void InitializeExtnMap(std::span<const ExtensionFunction> functions);
 
+    /// Tells the store, if there is one, which captured thread the following calls come from.
+    void SetThread(std::uint32_t threadId);
+
     [[nodiscard]] std::string_view Get(std::string_view key) const;
     void Set(std::string_view key, std::string_view value);
     /// Adds a line, with its end, to the text file.

@@ -44,13 +44,6 @@ GLStatsAdapter::GLStatsAdapter(StatsBin* store) : FeatureLog(store, "glstats.txt
     InitializeExtnMap(functions);
 }
 
-void GLStatsAdapter::SetCurrentThread(std::uint32_t threadId)
-{
-    if (m_store) {
-        m_store->SetCurrentGlThreadId(threadId);
-    }
-}
-
 void GLStatsAdapter::LogXml()
 {
     StatsMap none;

@@ -19,7 +19,7 @@ public:
     /// The store outlives the adapter.
     explicit GLStatsAdapter(StatsBin* store);
 
-    void SetCurrentThread(std::uint32_t threadId) override;
+    void SetCurrentThread(std::uint32_t threadId) override { SetThread(threadId); }
 
     /// Writes the two reports of the adapter's own categories, of which there are none: "_gl.xml" and, under the name
     /// of the store's, "_flat.xml".
