@@ -1,6 +1,7 @@
 #include "Interfaces/Core.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <span>
 
 namespace Core {
@@ -38,6 +39,17 @@ std::string LogFormat::GetGLEnumString(unsigned int value)
 std::string LogFormat::GetEGLEnumString(unsigned int value)
 {
     return Find(EGLNames, value);
+}
+
+std::string LogFormat::NameOrHex(std::string (*getEnumString)(unsigned int), unsigned int value)
+{
+    std::string name = getEnumString(value);
+    if (name.empty()) {
+        char number[16];
+        std::snprintf(number, sizeof number, "0x%x", value);
+        name = number;
+    }
+    return name;
 }
 
 } // namespace Core

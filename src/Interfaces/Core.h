@@ -77,6 +77,8 @@ public:
     static std::string GetGLEnumString(unsigned int value);
     /// As GetGLEnumString, for EGL.
     static std::string GetEGLEnumString(unsigned int value);
+    /// As the two above, and a value without a name in hexadecimal.
+    static std::string NameOrHex(std::string (*getEnumString)(unsigned int), unsigned int value);
 };
 
 /// Opens the live driver and owns the tables through which every live call goes. Each kind of table exists twice: the

@@ -1,8 +1,6 @@
 // The part of EGLPlaybackAdapter that makes images and syncs.
 #include "Playback/EGLPlaybackAdapter.h"
 
-#include <cstdio>
-
 #include <EGL/eglext.h>
 
 #include "Playback/LiveCall.h"
@@ -56,12 +54,8 @@ void EGLPlaybackAdapter::Process_eglCreateImageKHRv1(std::uint32_t captured, std
         return;
     }
     Trace("eglCreateImageKHRv1", __LINE__);
-    std::string name = Core::LogFormat::GetEGLEnumString(static_cast<unsigned int>(target));
-    if (name.empty()) {
-        char number[16];
-        std::snprintf(number, sizeof(number), "0x%x", static_cast<unsigned int>(target));
-        name = number;
-    }
+    const std::string name =
+        Core::LogFormat::NameOrHex(Core::LogFormat::GetEGLEnumString, static_cast<unsigned int>(target));
     Core::Log::Print(Core::LogWarning, Core::ZoneGeneral, __LINE__, SourceFile, true,
                      "This file contains a deprecated eglCreateImageKHR block that does not support playback for the "
                      "%s target",

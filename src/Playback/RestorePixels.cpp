@@ -1,8 +1,6 @@
 #include "Playback/RestorePixels.h"
 
-#include <cstdio>
 #include <initializer_list>
-#include <string>
 
 #include "Interfaces/Core.h"
 #include "Interfaces/Util.h"
@@ -72,17 +70,6 @@ void SyncTextureLoad()
     gl.glDeleteSync(sync);
 }
 
-std::string FormatName(GLenum internalFormat)
-{
-    std::string name = Core::LogFormat::GetGLEnumString(internalFormat);
-    if (!name.empty()) {
-        return name;
-    }
-    char number[16];
-    std::snprintf(number, sizeof(number), "0x%x", internalFormat);
-    return number;
-}
-
 void BlitToDrawFramebuffer(GLenum attachment, GLbitfield mask, GLenum internalFormat, const CapturedPixels& pixels)
 {
     const auto& gl = GL();
@@ -101,7 +88,7 @@ void BlitToDrawFramebuffer(GLenum attachment, GLbitfield mask, GLenum internalFo
     if (gl.glGetError() != GL_NO_ERROR) {
         Core::Log::Print(Core::LogWarning, Core::ZoneGeneral, __LINE__, "src/Playback/KHRMetaHandler", true,
                          "Failed to restore default framebuffer data from %s texture.",
-                         FormatName(internalFormat).c_str());
+                         Core::LogFormat::NameOrHex(Core::LogFormat::GetGLEnumString, internalFormat).c_str());
     }
     SyncTextureLoad();
 

@@ -1,6 +1,5 @@
 #include "Interfaces/Util.h"
 
-#include <cstdio>
 #include <new>
 
 #include <GLES3/gl32.h>
@@ -38,12 +37,7 @@ void LogFailure(const std::string& path, const std::string& reason, int line)
 
 std::string EnumName(unsigned int value)
 {
-    std::string name = Core::LogFormat::GetGLEnumString(value);
-    if (!name.empty())
-        return name;
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%x", value);
-    return text;
+    return Core::LogFormat::NameOrHex(Core::LogFormat::GetGLEnumString, value);
 }
 
 } // namespace

@@ -1,24 +1,14 @@
 #include "FakeDriver/Names.h"
 
-#include <cstdio>
-
 #include "Interfaces/Core.h"
 
 namespace Fake {
 namespace {
 
+/// Small values are numbers, whatever else they may be called.
 std::string Name(std::string (*find)(unsigned int), unsigned int value)
 {
-    if (value < 0x100) {
-        return std::to_string(value);
-    }
-    std::string name = find(value);
-    if (name.empty()) {
-        char text[16];
-        std::snprintf(text, sizeof text, "0x%x", value);
-        name = text;
-    }
-    return name;
+    return value < 0x100 ? std::to_string(value) : Core::LogFormat::NameOrHex(find, value);
 }
 
 } // namespace
