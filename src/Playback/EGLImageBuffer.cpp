@@ -25,11 +25,13 @@ constexpr EGLint PointerAttrib[] = {0x32BD, 0x32BE, 0x32BF};
 
 void IgnoreReference(ANativeBase*) {}
 
-/// The calling operation's line for the log, when the driver has an error to tell. Returns ResultFailed.
-unsigned int ReportFailure(const char* operation, int line)
+enum class When { Always, OnError };
+
+/// The calling operation's line for the log: always, or when the driver has an error to tell. Returns ResultFailed.
+unsigned int ReportFailure(const char* operation, When when, int line)
 {
     const EGLint error = LiveEGL.eglGetError();
-    if (error != EGL_SUCCESS) {
+    if (when == When::Always || error != EGL_SUCCESS) {
         Core::Log::Print(Core::LogDiagnostic, Core::ZoneGeneral, line, File, true,
                          "EGLImageBuffer::%s failed with error %s", operation,
                          Core::LogFormat::GetEGLEnumString(static_cast<unsigned int>(error)).c_str());
@@ -94,7 +96,7 @@ unsigned int EGLImageBuffer::AllocateTavoBuffer(void* display, const Data::EGLIm
     };
     void* image = LiveEGLExt.eglCreateImageKHR(display, EGL_NO_CONTEXT, ImageTarget, nullptr, attribs);
     if (!image) {
-        return ReportFailure("AllocateTavoBuffer", __LINE__);
+        return ReportFailure("AllocateTavoBuffer", When::OnError, __LINE__);
     }
     m_image = image;
     m_display = display;
@@ -120,7 +122,7 @@ unsigned int EGLImageBuffer::FreeTavoBuffer()
         return ResultUnavailable;
     }
     if (!LiveEGLExt.eglDestroyImageKHR(m_display, m_image)) {
-        return ReportFailure("FreeTavoBuffer", __LINE__);
+        return ReportFailure("FreeTavoBuffer", When::Always, __LINE__);
     }
     return ResultSuccess;
 }
@@ -198,7 +200,7 @@ unsigned int EGLImageBuffer::SetImageDataTavo(const Data::EGLImageData& data)
         EGL_WRITE_SURFACE_BIT_KHR,   EGL_NONE,
     };
     if (!LiveEGLExt.eglLockImageTAVO(m_display, m_image, lockAttribs)) {
-        return ReportFailure("SetImageDataTavo", __LINE__);
+        return ReportFailure("SetImageDataTavo", When::OnError, __LINE__);
     }
     for (std::uint32_t i = 0; i < data.planeCount; ++i) {
         CopyPlane(data.planes[i], i);
