@@ -205,8 +205,7 @@ private:
     {
         for (std::uint32_t i = 0; i < data.planeCount; ++i) {
             if (data.planes[i].data)
-                m_memory.ReadBytes(data.planes[i].data,
-                                   data.planes[i].size / data.planes[i].stride * data.planes[i].stride);
+                m_memory.ReadBytes(data.planes[i].data, data.planes[i].size);
         }
     }
     void List(const std::int32_t* attribs)
