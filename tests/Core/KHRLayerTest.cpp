@@ -80,17 +80,6 @@ TEST_F(KHRLayerTest, StubsOfTheDispatchLibraryAreNotTakenForFunctions)
     EXPECT_NE(KHRLayer::GLESProc().glGetError(), GLenum{GL_NO_ERROR}) << "a stub would have reported nothing";
 }
 
-TEST_F(KHRLayerTest, FunctionIsServedByItsOtherRegisteredName)
-{
-    Start();
-    // Own line in the extension table, but the driver has the EXT form of the extension only.
-    ASSERT_FALSE(HasExtension("GL_EXT_texture_storage "));
-    ASSERT_TRUE(HasExtension("GL_EXT_texture_view"));
-    EXPECT_NE(KHRLayer::GLESExtProc().glTextureViewOES, nullptr);
-    ASSERT_TRUE(HasExtension("GL_KHR_debug"));
-    EXPECT_NE(KHRLayer::GLESProc().glPushDebugGroup, nullptr);
-}
-
 TEST_F(KHRLayerTest, OldContextHasNoNewFunctionsExceptByExtension)
 {
     setenv("MESA_GLES_VERSION_OVERRIDE", "2.0", 1);
@@ -121,39 +110,6 @@ TEST_F(KHRLayerTest, SkippedFunctionsStaySkippedWhenTablesAreLoadedLater)
     EXPECT_EQ(KHRLayer::playbackEGLExtProcTable.eglCreateImageKHR, nullptr);
     EXPECT_NE(KHRLayer::GLESProc().glClear, nullptr) << "the live tables are complete";
     EXPECT_EQ(EntriesIn(KHRLayer::playbackGLESProcTable), std::size_t{Core::GLESFuncCount} - 1);
-}
-
-TEST_F(KHRLayerTest, ClearingTouchesOnlyTheFunctionsOwnTable)
-{
-    Start();
-    const auto clearEverywhere = [](FuncId function) {
-        const auto id = static_cast<unsigned>(function);
-        KHRLayer::ClearEGLApi(id);
-        KHRLayer::ClearEGLExtApi(id);
-        KHRLayer::ClearGLESApi(id);
-        KHRLayer::ClearGLESExpApi(id);
-    };
-    const std::size_t egl = EntriesIn(KHRLayer::playbackEGLProcTable);
-    const std::size_t eglExt = EntriesIn(KHRLayer::playbackEGLExtProcTable);
-    const std::size_t gles = EntriesIn(KHRLayer::playbackGLESProcTable);
-    const std::size_t glesExt = EntriesIn(KHRLayer::playbackGLESExtProcTable);
-    clearEverywhere(FuncId::eglCreateImageKHR);
-    clearEverywhere(FuncId::glEGLImageTargetTexStorageEXT);
-    clearEverywhere(FuncId::None);
-    clearEverywhere(static_cast<FuncId>(~0U));
-    EXPECT_EQ(EntriesIn(KHRLayer::playbackEGLProcTable), egl);
-    EXPECT_EQ(EntriesIn(KHRLayer::playbackEGLExtProcTable), eglExt - 1);
-    EXPECT_EQ(EntriesIn(KHRLayer::playbackGLESProcTable), gles);
-    EXPECT_EQ(EntriesIn(KHRLayer::playbackGLESExtProcTable), glesExt - 1);
-}
-
-TEST_F(KHRLayerTest, ReplacedFunctionIsCalledThroughBothTables)
-{
-    Start();
-    KHRLayer::Replace(&Core::EGLProcTable::eglChooseConfig,
-                      [](EGLDisplay, const EGLint*, EGLConfig*, EGLint, EGLint*) -> EGLBoolean { return 7; });
-    EXPECT_EQ(KHRLayer::EGLProc().eglChooseConfig(nullptr, nullptr, nullptr, 0, nullptr), 7U);
-    EXPECT_EQ(KHRLayer::playbackEGLProcTable.eglChooseConfig(nullptr, nullptr, nullptr, 0, nullptr), 7U);
 }
 
 TEST_F(KHRLayerTest, FreeingNullsTheTablesAndLoadingWorksAgain)
@@ -210,15 +166,6 @@ TEST_F(ChosenDriverTest, CoreFormServesAnExtensionThatTheDriverLacks)
     EXPECT_EQ(KHRLayer::GLESProc().glDispatchCompute, nullptr);
 }
 
-TEST_F(ChosenDriverTest, OwnFormIsPreferred)
-{
-    driver.Load();
-    KHRLayer::GLESExtProc().glBindVertexArrayOES(3);
-    EXPECT_EQ(LastCall(), "glBindVertexArrayOES(3)");
-    KHRLayer::GLESProc().glBindVertexArray(4);
-    EXPECT_EQ(LastCall(), "glBindVertexArray(4)");
-}
-
 TEST_F(ChosenDriverTest, ExtensionNamesAreComparedWhole)
 {
     driver->SetExtensions("GL_EXT_debug_label2 XGL_EXT_debug_label GL_EXT_debug");
@@ -233,15 +180,6 @@ TEST_F(ChosenDriverTest, EglFunctionIsServedByItsOtherForm)
     EXPECT_EQ(KHRLayer::EGLProc().eglSwapInterval, nullptr);
     KHRLayer::EGLExtProc().eglDestroyImageKHR(nullptr, nullptr);
     EXPECT_THAT(LastCall(), testing::StartsWith("eglDestroyImage("));
-}
-
-TEST_F(ChosenDriverTest, FunctionThatTheDriverSaysItHasButCannotBeFoundStaysNull)
-{
-    driver->SetMissing({"glClear", "glLabelObjectEXT"});
-    driver.Load();
-    EXPECT_EQ(KHRLayer::GLESProc().glClear, nullptr);
-    EXPECT_EQ(KHRLayer::GLESExtProc().glLabelObjectEXT, nullptr);
-    EXPECT_EQ(EntriesIn(KHRLayer::GLESProc()), std::size_t{Core::GLESFuncCount} - 1);
 }
 
 TEST_F(ChosenDriverTest, LaterContextOfAHigherVersionBringsItsFunctions)

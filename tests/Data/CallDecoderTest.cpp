@@ -287,69 +287,6 @@ TEST_F(CallDecoderTest, VerticesAreDeliveredWithoutAnArrayBuffer)
     EXPECT_THAT(reports, IsEmpty());
 }
 
-TEST_F(CallDecoderTest, MappedDataFitsTheMappingItIsFor)
-{
-    const std::vector<std::uint8_t> data(64);
-    Call(CallId::glBindBuffer, Enum::ArrayBuffer, 1);
-    writer->UnmapBuffer(Enum::ArrayBuffer, data.data(), 8); // nothing is mapped
-    Call(CallId::glMapBufferRange, 0x5000, Enum::ArrayBuffer, 0, 16, 2);
-    writer->FlushMappedBufferRange(Enum::ArrayBuffer, 8, data.data(), 8);
-    writer->FlushMappedBufferRange(Enum::ArrayBuffer, 12, data.data(), 8);
-    writer->FlushMappedBufferRange(Enum::ArrayBuffer, 0xfffffff8, data.data(), 16);
-    // The engine knows one mapping for each target; the one of buffer 2 takes the place of that of buffer 1.
-    Call(CallId::glBindBuffer, Enum::ArrayBuffer, 2);
-    Call(CallId::glMapBufferRange, 0x6000, Enum::ArrayBuffer, 0, 8, 2);
-    Call(CallId::glBindBuffer, Enum::ArrayBuffer, 1);
-    writer->UnmapBuffer(Enum::ArrayBuffer, data.data(), 16);
-    Call(CallId::glBindBuffer, Enum::ArrayBuffer, 2);
-    writer->UnmapBuffer(Enum::ArrayBuffer, data.data(), 8);
-    Call(CallId::glDeleteBuffers, 1, std::vector<std::uint32_t>{2});
-    writer->UnmapBuffer(Enum::ArrayBuffer, data.data(), 8);
-    Play();
-    EXPECT_THAT(reports, SizeIs(5));
-    EXPECT_THAT(reports, Each(HasSubstr("expected a mapping that holds the data")));
-}
-
-TEST_F(CallDecoderTest, MetaCommandsBringWholeImagesAndClosedLists)
-{
-    const std::vector<std::uint8_t> pixels(64);
-    DefaultBufferRecord buffer{};
-    buffer.width = buffer.height = 4;
-    buffer.format = Enum::Rgba;
-    buffer.type = Enum::UnsignedByte;
-    writer->DefaultBuffer(RecordId::DefaultColor, buffer, pixels.data(), 64);
-    writer->DefaultBuffer(RecordId::DefaultColor, buffer, pixels.data(), 60);
-    MultisampleTextureRecord texture{};
-    texture.width = texture.height = texture.depth = 2;
-    texture.format = Enum::Rgba;
-    texture.type = Enum::UnsignedByte;
-    texture.layerBytes = 16;
-    writer->MultisampleTexture(texture, pixels.data(), 32);
-    texture.depth = 0xffffffff;
-    writer->MultisampleTexture(texture, pixels.data(), 32);
-    texture.layerBytes = 0;
-    writer->MultisampleTexture(texture, pixels.data(), 32);
-    const std::int32_t open[] = {0x3024, 8, 0x3023, Enum::EglNone};
-    writer->ConfigAttribs(1, 1, open, 4);
-    EGLImageRecord image{};
-    image.image = 1;
-    image.height = 2;
-    image.planeCount = 1;
-    image.planes[0].stride = 8;
-    image.planes[0].size = 16;
-    writer->EGLImage(RecordId::EGLImageCreate, image, {pixels.data(), nullptr, nullptr});
-    image.planes[0].size = 32; // more rows than the image was created with
-    writer->EGLImage(RecordId::EGLImageContent, image, {pixels.data(), nullptr, nullptr});
-    image.planes[0].stride = 0;
-    writer->EGLImage(RecordId::EGLImageContent, image, {pixels.data(), nullptr, nullptr});
-    Play();
-    EXPECT_THAT(reports,
-                ElementsAre(HasSubstr("default framebuffer: contents: expected 64"),
-                            HasSubstr("multisample texture: contents"), HasSubstr("multisample texture: layers"),
-                            HasSubstr("config attributes: the list: expected a closing EGL_NONE"),
-                            HasSubstr("EGLImage: plane 0"), HasSubstr("EGLImage: plane 0")));
-}
-
 TEST_F(CallDecoderTest, ManySkippedCallsAreCounted)
 {
     for (int i = 0; i < 100; ++i)

@@ -58,28 +58,6 @@ TEST_F(CaptureWriterTest, VertexDataStaysInTheChunkOfItsDraw)
     EXPECT_GT(source->Chunks().size(), 10u);
 }
 
-TEST_F(CaptureWriterTest, RecordsAreZeroedInReusedBuffersToo)
-{
-    for (std::uint32_t i = 0; i < 12; ++i) {
-        std::uint8_t* const record = writer->Begin(0, chunkBytes / 2);
-        ASSERT_NE(record, nullptr);
-        for (std::uint32_t at = 8; at < chunkBytes / 2; ++at)
-            ASSERT_EQ(record[at], 0) << "record " << i;
-        std::memset(record + 8, 0xEE, chunkBytes / 2 - 8);
-        writer->End();
-    }
-}
-
-TEST_F(CaptureWriterTest, ARecordThatIsTooLargeIsDroppedAndRecordingGoesOn)
-{
-    EXPECT_EQ(writer->Begin(0, std::uint64_t{maxChunkBytes} + 1), nullptr);
-    EXPECT_EQ(writer->Begin(0, ~std::uint64_t{0} - 7), nullptr);
-    EXPECT_FALSE(writer->Failed());
-    Call(CallId::glClear, 1);
-    EXPECT_EQ(Replay(nullptr), 0u);
-    EXPECT_THAT(reports, ::testing::IsEmpty());
-}
-
 /// A program that is killed leaves what it recorded half a second before, or a megabyte before.
 TEST_F(CaptureWriterTest, WholeChunksReachTheFileWithoutAFinish)
 {

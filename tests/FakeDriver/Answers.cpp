@@ -19,24 +19,13 @@ struct Config {
 
     [[nodiscard]] const int* Size(EGLint attribute) const
     {
-        switch (attribute) {
-        case EGL_RED_SIZE:
-            return &red;
-        case EGL_GREEN_SIZE:
-            return &green;
-        case EGL_BLUE_SIZE:
-            return &blue;
-        case EGL_ALPHA_SIZE:
-            return &alpha;
-        case EGL_DEPTH_SIZE:
-            return &depth;
-        case EGL_STENCIL_SIZE:
-            return &stencil;
-        case EGL_SAMPLES:
-            return &samples;
-        default:
-            return nullptr;
-        }
+        static constexpr std::pair<EGLint, int Config::*> sizes[] = {
+            {EGL_RED_SIZE, &Config::red},     {EGL_GREEN_SIZE, &Config::green}, {EGL_BLUE_SIZE, &Config::blue},
+            {EGL_ALPHA_SIZE, &Config::alpha}, {EGL_DEPTH_SIZE, &Config::depth}, {EGL_STENCIL_SIZE, &Config::stencil},
+            {EGL_SAMPLES, &Config::samples}};
+        const auto* const size =
+            std::find_if(std::begin(sizes), std::end(sizes), [=](const auto& s) { return s.first == attribute; });
+        return size != std::end(sizes) ? &(this->*size->second) : nullptr;
     }
 };
 

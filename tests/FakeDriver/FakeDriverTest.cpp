@@ -63,27 +63,6 @@ TEST_F(FakeDriverItself, LogsInputsAndOutputs)
                             "glDeleteTextures(2, [901, 902])"));
 }
 
-TEST_F(FakeDriverItself, ChoosesConfigsAndRemembersSurfaces)
-{
-    const EGLDisplay display = FIND(eglGetDisplay)(EGL_DEFAULT_DISPLAY);
-    const EGLint wanted[] = {EGL_ALPHA_SIZE, 8, EGL_SAMPLES, 4, EGL_NONE};
-    EGLConfig configs[8] = {};
-    EGLint count = 0;
-    FIND(eglChooseConfig)(display, wanted, configs, 8, &count);
-    ASSERT_EQ(count, 1);
-    const EGLint size[] = {EGL_WIDTH, 64, EGL_HEIGHT, 48, EGL_NONE};
-    const EGLSurface surface = FIND(eglCreatePbufferSurface)(display, configs[0], size);
-    EGLint height = 0;
-    FIND(eglQuerySurface)(display, surface, EGL_HEIGHT, &height);
-    EXPECT_EQ(height, 48);
-    EXPECT_THAT(
-        control->Log(),
-        ElementsAre("eglGetDisplay(0) = 11",
-                    "eglChooseConfig(11, {EGL_ALPHA_SIZE: 8, EGL_SAMPLES: 4}, 8) = 1, [25, 0, 0, 0, 0, 0, 0, 0], [1]",
-                    "eglCreatePbufferSurface(11, 25, {EGL_WIDTH: 64, EGL_HEIGHT: 48}) = 501",
-                    "eglQuerySurface(11, 501, EGL_HEIGHT) = 1, [48]"));
-}
-
 TEST_F(FakeDriverItself, MissingFunctionsCannotBeFoundInAnyWay)
 {
     control->SetMissing({"glFlush", "eglWaitGL"});
@@ -100,33 +79,4 @@ TEST_F(FakeDriverItself, MissingFunctionsCannotBeFoundInAnyWay)
         missing += FIND(glFlush) ? 0 : 1;
     }
     EXPECT_EQ(missing, 1);
-}
-
-TEST_F(FakeDriverItself, AnswersAsTold)
-{
-    control->Answer("glGetIntegerv", [](const Fake::Arguments& arguments) -> Fake::Word {
-        arguments.Get<GLint*>(1)[0] = 77;
-        return 0;
-    });
-    control->SetVersion("OpenGL ES 3.0");
-    control->SetExtensions("GL_A GL_B");
-    control->SetError(GL_INVALID_VALUE);
-    GLint value = 0;
-    FIND(glGetIntegerv)(GL_MAX_TEXTURE_SIZE, &value);
-    EXPECT_EQ(value, 77);
-    control->Answer("glGetIntegerv", {});
-    FIND(glGetIntegerv)(GL_MINOR_VERSION, &value);
-    EXPECT_EQ(value, 0);
-    EXPECT_STREQ(reinterpret_cast<const char*>(FIND(glGetString)(GL_EXTENSIONS)), "GL_A GL_B");
-    EXPECT_STREQ(reinterpret_cast<const char*>(FIND(glGetStringi)(GL_EXTENSIONS, 1)), "GL_B");
-    EXPECT_EQ(FIND(glGetError)(), static_cast<GLenum>(GL_INVALID_VALUE));
-    EXPECT_EQ(FIND(glGetError)(), static_cast<GLenum>(GL_NO_ERROR));
-}
-
-TEST_F(FakeDriverItself, MapsRealMemory)
-{
-    auto* memory = static_cast<char*>(FIND(glMapBufferRange)(GL_ARRAY_BUFFER, 8, 100, GL_MAP_WRITE_BIT));
-    ASSERT_NE(memory, nullptr);
-    memory[99] = 1;
-    EXPECT_THAT(control->Log(), ElementsAre(HasSubstr("glMapBufferRange(GL_ARRAY_BUFFER, 8, 100, 0x2) = pointer")));
 }

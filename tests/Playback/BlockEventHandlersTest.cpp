@@ -95,36 +95,25 @@ TEST_F(SkipApiTest, FunctionsAreTakenOutOfWhicheverTableHasThem)
     EXPECT_NE(KHRLayer::GLESProc().glFlush, nullptr) << "the live tables stay whole";
 }
 
-TEST_F(SkipApiTest, FrameSetComesOnceAndAStateSetStays)
+/// The first frame installs the frame set, each state block its own; later frames leave the tables alone.
+TEST_F(SkipApiTest, BlocksInstallTheirSets)
 {
+    KHRLayer::playbackGLESProcTable.glClear = nullptr;
+    handler.BlockStart(BlockType::State);
+    EXPECT_TRUE(HasClear()) << "an empty set restores the tables";
     Settings().AddSkipApiIds("glFlush", Settings().m_skipFrameApiIds);
     Settings().AddSkipApiIds("glClear", Settings().m_skipStateApiIds);
+    handler.BlockStart(BlockType::State);
+    EXPECT_TRUE(HasFlush() && !HasClear());
     handler.BlockStart(BlockType::Frame);
     EXPECT_TRUE(!HasFlush() && HasClear());
     KHRLayer::playbackGLESProcTable.glFlush = KHRLayer::GLESProc().glFlush;
     handler.BlockStart(BlockType::Frame);
-    EXPECT_TRUE(HasFlush()) << "a later frame leaves the tables alone";
+    EXPECT_TRUE(HasFlush()) << "a later frame";
     handler.BlockStart(BlockType::State);
-    EXPECT_TRUE(HasFlush() && !HasClear());
     handler.BlockEnd(BlockType::State);
     handler.BlockStart(BlockType::Frame);
-    EXPECT_TRUE(HasFlush() && !HasClear());
-}
-
-TEST_F(SkipApiTest, TheFirstFrameAfterAStateBlockGetsTheFrameSet)
-{
-    Settings().AddSkipApiIds("glFlush", Settings().m_skipFrameApiIds);
-    Settings().AddSkipApiIds("glClear", Settings().m_skipStateApiIds);
-    handler.BlockStart(BlockType::State);
-    handler.BlockStart(BlockType::Frame);
-    EXPECT_TRUE(!HasFlush() && HasClear());
-}
-
-TEST_F(SkipApiTest, EmptySetsStillRestoreTheTables)
-{
-    KHRLayer::playbackGLESProcTable.glClear = nullptr;
-    handler.BlockStart(BlockType::State);
-    EXPECT_TRUE(HasClear());
+    EXPECT_TRUE(HasFlush() && !HasClear()) << "the state set stays";
 }
 
 } // namespace

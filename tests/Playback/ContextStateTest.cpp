@@ -42,31 +42,6 @@ TEST_F(ContextStateTest, AThreadNotSeenBeforeHasOpenGLESAndNoContext)
     EXPECT_EQ(table.GetValueGLBuffer(5), 9u);
 }
 
-TEST_F(ContextStateTest, ThreadsWithTheSameContextChangeNothing)
-{
-    UseContext(1);
-    table.SetCurrentAPI(GLESApi);
-    table.SetCurrentThread(7, nullptr, nullptr);
-    UseContext(1);
-    table.SetCurrentAPI(GLESApi);
-    EXPECT_EQ(UseThread(0), Changed(false, false));
-}
-
-TEST_F(ContextStateTest, EachThreadKeepsWhatItMadeCurrent)
-{
-    table.SetCurrentContext(1, 2, 3, 4);
-    table.SetCurrentThread(7, nullptr, nullptr);
-    table.SetCurrentContext(5, 6, 7, 8);
-    table.SetCurrentThread(0, nullptr, nullptr);
-    unsigned int display = 0, draw = 0, read = 0, context = 0;
-    EXPECT_TRUE(table.GetCurrentContextInfo(&display, &draw, &read, &context));
-    EXPECT_THAT((std::array{display, draw, read, context}), testing::ElementsAre(1, 2, 3, 4));
-    table.SetCurrentAPI(OpenGLApi);
-    unsigned int api = 0;
-    EXPECT_TRUE(table.GetCurrentAPI(&api));
-    EXPECT_EQ(api, OpenGLApi);
-}
-
 TEST_F(ContextStateTest, ProgramsBelongToContexts)
 {
     UseContext(1);

@@ -30,62 +30,45 @@ protected:
         table.GetValueEGLDisplay(1);
     }
 
-    template <class T>
-    void CheckKind(const std::string& name, const std::string& invalidTable, void (Table::*add)(unsigned int, T*),
-                   T* (Table::*get)(unsigned int), void (Table::*remove)(unsigned int))
-    {
-        (table.*add)(3, Handle<T>(0x30));
-        (table.*add)(3, Handle<T>(0x30));
-        (table.*add)(4, nullptr);
-        (table.*add)(0, Handle<T>(0x30));
-        EXPECT_EQ((table.*get)(3), Handle<T>(0x30)) << name;
-        EXPECT_EQ((table.*get)(0), nullptr);
-        EXPECT_THAT(log.Take(), IsEmpty()) << name;
-
-        (table.*add)(3, Handle<T>(0x31));
-        EXPECT_EQ((table.*get)(3), Handle<T>(0x31)) << name;
-        EXPECT_EQ((table.*get)(4), nullptr);
-        EXPECT_EQ((table.*get)(0xFFFFFFFF), nullptr);
-        (table.*remove)(3);
-        (table.*remove)(3);
-        (table.*remove)(0xFFFFFFFF);
-        EXPECT_THAT(
-            log.Take(),
-            ElementsAre("EGL resource table overwriting existing " + name + " ID 3.",
-                        "Attempting to retrieve the value for " + name +
-                            " ID 4 that was not found in the EGL resource table.",
-                        "Ignoring value retrieval from the " + invalidTable + " for invalid " + name + " ID -1.",
-                        "Attempting to remove " + name + " ID 3 that was not found in the EGL resource table.",
-                        "Ignoring removal request for invalid " + name + " ID -1 from the " + invalidTable + "."));
-    }
-
     LogCapture log;
     Table table;
 };
 
-TEST_F(EGLHandlesTest, EachKindKeepsItsHandlesAndItsWords)
-{
-    const std::string resources = "EGL resource table";
-    CheckKind("EGLConfig", resources, &Table::AddIdEGLConfig, &Table::GetValueEGLConfig, &Table::RemoveIdEGLConfig);
-    CheckKind("EGLContext", resources, &Table::AddIdEGLContext, &Table::GetValueEGLContext, &Table::RemoveIdEGLContext);
-    CheckKind("EGLImage", resources, &Table::AddIdEGLImage, &Table::GetValueEGLImage, &Table::RemoveIdEGLImage);
-    CheckKind("EGLSync", resources, &Table::AddIdEGLSync, &Table::GetValueEGLSync, &Table::RemoveIdEGLSync);
-    CheckKind("EGLProxySurface*", "EGL surface table", &Table::AddIdEGLSurface, &Table::GetValueEGLSurface,
-              &Table::RemoveIdEGLSurface);
-}
-
-TEST_F(EGLHandlesTest, KindsOfOneDisplayAreKeptApart)
+TEST_F(EGLHandlesTest, KindsAreKeptApart)
 {
     table.AddIdEGLConfig(3, Handle(0x31));
     table.AddIdEGLContext(3, Handle(0x32));
     table.AddIdEGLImage(3, Handle(0x33));
     table.AddIdEGLSync(3, Handle(0x34));
     table.AddIdEGLVoidPtr(3, Handle(0x35));
+    table.AddIdEGLSurface(3, Handle<EGLProxySurface>(0x36));
     EXPECT_EQ(table.GetValueEGLConfig(3), Handle(0x31));
     EXPECT_EQ(table.GetValueEGLContext(3), Handle(0x32));
     EXPECT_EQ(table.GetValueEGLImage(3), Handle(0x33));
     EXPECT_EQ(table.GetValueEGLSync(3), Handle(0x34));
     EXPECT_EQ(table.GetValueEGLVoidPtr(3), Handle(0x35));
+    EXPECT_EQ(table.GetValueEGLSurface(3), Handle<EGLProxySurface>(0x36));
+}
+
+TEST_F(EGLHandlesTest, NoHandleIsKeptForNullOrAnInvalidNumberAndALaterOneReplaces)
+{
+    table.AddIdEGLSync(4, nullptr);
+    table.AddIdEGLSync(0, Handle(0x30));
+    table.AddIdEGLSync(3, Handle(0x30));
+    EXPECT_EQ(table.GetValueEGLSync(0), nullptr);
+    EXPECT_THAT(log.Take(), IsEmpty());
+    table.AddIdEGLSync(3, Handle(0x31));
+    EXPECT_EQ(table.GetValueEGLSync(3), Handle(0x31));
+    EXPECT_EQ(table.GetValueEGLSurface(4), nullptr);
+    EXPECT_EQ(table.GetValueEGLSurface(0xFFFFFFFF), nullptr);
+    table.RemoveIdEGLSync(3);
+    table.RemoveIdEGLSync(3);
+    EXPECT_THAT(log.Take(),
+                ElementsAre("EGL resource table overwriting existing EGLSync ID 3.",
+                            "Attempting to retrieve the value for EGLProxySurface* ID 4 that was not found in the EGL "
+                            "resource table.",
+                            "Ignoring value retrieval from the EGL surface table for invalid EGLProxySurface* ID -1.",
+                            "Attempting to remove EGLSync ID 3 that was not found in the EGL resource table."));
 }
 
 TEST_F(EGLHandlesTest, LookupsFollowTheDisplayTranslatedLast)
@@ -136,22 +119,6 @@ TEST_F(EGLHandlesTest, ADisplayKeepsItsHandlesWhenItsLiveDisplayChanges)
                 ElementsAre("Attempting to remove EGLDisplay ID 1 that was not found in the EGL resource table.",
                             "Ignoring removal request for invalid EGLDisplay ID 0 from the EGL resource table."));
     EXPECT_EQ(table.GetDisplayResource(1), nullptr);
-}
-
-TEST_F(EGLHandlesTest, VoidPointersNeedNoDisplay)
-{
-    table.GetValueEGLDisplay(0);
-    table.AddIdEGLVoidPtr(3, Handle(0x30));
-    EXPECT_EQ(table.GetValueEGLVoidPtr(3), Handle(0x30));
-    EXPECT_THAT(log.Take(), IsEmpty());
-    table.AddIdEGLVoidPtr(4, nullptr);
-    table.AddIdEGLVoidPtr(0, nullptr);
-    table.AddIdEGLVoidPtr(3, Handle(0x31));
-    table.RemoveIdEGLVoidPtr(4);
-    EXPECT_THAT(log.Take(), ElementsAre("EGL resource table rejected a mapping from valid void* ID 4 to a nullptr.",
-                                        "EGL resource table overwriting existing void* ID 3.",
-                                        "Attempting to remove void* ID 4 that was not found in the EGL resource "
-                                        "table."));
 }
 
 TEST_F(EGLHandlesTest, TheFirstValueOfAnAttributeStays)

@@ -97,19 +97,6 @@ TEST_F(EGLImageBufferTest, FailuresOfTheDriverAreNamed)
     EXPECT_THAT(log.Take(), ElementsAre("EGLImageBuffer::FreeTavoBuffer failed with error EGL_BAD_PARAMETER"));
 }
 
-TEST_F(EGLImageBufferTest, NeedsTheVendorsExtension)
-{
-    const auto data = Image(1, 8, 2);
-    auto& functions = Core::KHRLayer::playbackEGLExtProcTable;
-    Allocate(data);
-    functions.eglQueryImage64TAVO = nullptr;
-    EXPECT_EQ(buffer.SetImageData(data), 1u);
-    functions.eglDestroyImageKHR = nullptr;
-    EXPECT_EQ(buffer.FreeBuffer(), 1u);
-    functions.eglCreateImageKHR = nullptr;
-    EXPECT_EQ(buffer.AllocateBuffer(Handle(11), data), 1u);
-}
-
 TEST_F(EGLImageBufferTest, EqualPitchIsCopiedInOnePieceAndEachPlaneToItsPlace)
 {
     const auto data = Image(3, 8, 2);
@@ -165,26 +152,6 @@ TEST_F(EGLImageBufferTest, ContentsThatDoNotFitAreRefusedWhole)
     fewer.planeCount = 1;
     EXPECT_EQ(buffer.SetImageData(fewer), 6u);
     EXPECT_THAT(Calls(), IsEmpty());
-}
-
-TEST_F(EGLImageBufferTest, TakesThreePlanesAtMost)
-{
-    const auto data = Image(4, 8, 2);
-    Allocate(data);
-    EXPECT_EQ(buffer.SetImageData(data), 6u);
-    EXPECT_THAT(Calls(), IsEmpty());
-    EGLImageBuffer empty;
-    EXPECT_EQ(empty.SetImageDataTavo(data), 6u);
-    EXPECT_EQ(empty.SetImageDataTavo(Image(1, 8, 2)), 9u);
-}
-
-TEST_F(EGLImageBufferTest, ARowWithoutBytesIsNotCopied)
-{
-    const auto data = Image(1, 0, 2);
-    planes[0].size = 64;
-    Allocate(data);
-    EXPECT_EQ(buffer.SetImageData(data), 0u);
-    EXPECT_EQ(live[0][0], Untouched);
 }
 
 TEST_F(EGLImageBufferTest, AnotherSizeOrFormatMakesAnotherImage)
@@ -302,17 +269,6 @@ TEST_F(EGLImageReplayTest, CapturedFencesHaveNoDescriptorHere)
     adapter->Process_eglDestroySyncKHR(1, 1, 10);
     EXPECT_THAT(Calls(), ElementsAre(StartsWith("eglClientWaitSyncKHR(11, 503, "), "eglDestroySyncKHR(11, 503) = 1"));
     EXPECT_EQ(table.GetDisplayResource(1)->syncs.count(10), 0u);
-}
-
-TEST_F(EGLImageReplayTest, BlobCacheFunctionsAreIgnored)
-{
-    auto* set = Null();
-    auto* get = Null();
-    set->SetValue(0x1234);
-    get->SetValue(0x5678);
-    adapter->Process_eglSetBlobCacheFuncsANDROID(1, set, get);
-    EXPECT_THAT(log.Take(), Contains("Ignoring eglSetBlobCacheFuncsANDROID(0xb, 0x1234, 0x5678)"));
-    EXPECT_THAT(Calls(), IsEmpty());
 }
 
 } // namespace

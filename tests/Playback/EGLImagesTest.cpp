@@ -51,14 +51,6 @@ TEST_F(EGLImagesTest, AnImageKeepsTheBufferItHas)
     EXPECT_THAT(driver.Log(), SizeIs(1)) << "the second image is made and stays";
 }
 
-TEST_F(EGLImagesTest, AnImageWithoutABufferIsReported)
-{
-    LogCapture log;
-    table.AddEGLImageBuffer(0, 3, SmallImage); // there is no display 0
-    EXPECT_EQ(table.GetEGLImageBuffer(3), nullptr);
-    EXPECT_THAT(log.Take(), ElementsAre("warning: Failed to allocate EGLClientBuffer for EGLImage 3"));
-}
-
 /// A driver without the vendor's images. Texture 41 is bound, and uploads are arranged in another way. What the pixels
 /// become is tested with a real driver.
 class EGLTextureImagesTest : public EGLImagesTest {
@@ -171,14 +163,6 @@ TEST_F(EGLImagesTest, TexturesAndRenderbuffersRememberTheirImages)
     table.RemoveTextureEGLImage(34);
     EXPECT_EQ(table.GetTextureEGLImage(GL_TEXTURE_2D, 5), 0u);
     EXPECT_EQ(table.GetTextureEGLImage(GL_RENDERBUFFER, 6), 0u);
-}
-
-TEST_F(EGLImagesTest, ADestroyedImageLeavesOneTextureAtMost)
-{
-    table.AddTextureEGLImage(GL_TEXTURE_2D, 5, 30);
-    table.AddTextureEGLImage(GL_TEXTURE_2D, 6, 30);
-    table.RemoveTextureEGLImage(30);
-    EXPECT_THAT(*table.GetTextureEGLImageMap(GL_TEXTURE_2D), SizeIs(1));
 }
 
 TEST_F(EGLImagesTest, ATextureOfAnImageIsLookedForInTheContextItself)

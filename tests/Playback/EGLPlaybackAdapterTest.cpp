@@ -26,12 +26,6 @@ TEST_F(EGLDisplayTest, InitialisesOnceWhereTheCaptureDoesNot)
     EXPECT_THAT(log.Take(), Contains("Forced initialization of EGL 1.5"));
 }
 
-TEST_F(EGLDisplayTest, ReplaysTheCapturedInitialisationAlone)
-{
-    adapter->Process_eglInitialize(1, 1, Out(1, 4), Null());
-    EXPECT_THAT(Calls(), ElementsAre("eglGetDisplay(81) = 11", "eglInitialize(11) = 1, [1], null"));
-}
-
 TEST_F(EGLDisplayTest, ComesFromTheWindowAndIsRememberedByItsCapturedNumber)
 {
     adapter->Process_eglGetDisplay(1, 70);
@@ -44,16 +38,6 @@ TEST_F(EGLDisplayTest, ComesFromTheWindowAndIsRememberedByItsCapturedNumber)
     Replay(&factory, nullptr);
     adapter->Process_eglGetDisplay(3, 72);
     EXPECT_THAT(Calls(), ElementsAre("eglGetDisplay(0) = 11"));
-}
-
-TEST_F(EGLDisplayTest, TellsWhenItChanges)
-{
-    Initialize();
-    driver.Returns("eglGetDisplay", std::uintptr_t{12});
-    log.Take();
-    adapter->Process_eglSwapInterval(1, 2, 0);
-    EXPECT_THAT(log.Take(), Contains("EGLPlaybackAdapter changed display."));
-    EXPECT_EQ(table.GetValueEGLDisplay(2), Handle(12));
 }
 
 TEST_F(EGLDisplayTest, IsForgottenWhenTerminated)
@@ -75,12 +59,6 @@ TEST_F(EGLDisplayTest, ShutdownReleasesAndTerminates)
                                      "eglTerminate(11) = 1"));
     EXPECT_THAT(log.Take(), Contains("Calling eglTerminate on shutdown"));
     EXPECT_EQ(Core::KHRLayer::playbackEGLProcTable.eglMakeCurrent, nullptr);
-}
-
-TEST_F(EGLDisplayTest, WithoutOneShutdownAsksNothing)
-{
-    adapter.reset();
-    EXPECT_THAT(Calls(), IsEmpty());
 }
 
 using EGLContextTest = EGLReplay;
@@ -212,51 +190,6 @@ TEST_F(EGLSurfaceTest, LeavesNothingBehindThatTheCaptureDidNotGet)
     EXPECT_EQ(table.GetDisplayResource(1)->surfaces.size(), 0u);
 }
 
-TEST_F(EGLSurfaceTest, OperationsGoToTheLiveSurface)
-{
-    Initialize();
-    table.AddIdEGLVoidPtr(90, Handle(0x90));
-    adapter->Process_eglCreatePixmapSurface(7, 1, 5, 90, Null());
-    adapter->Process_eglCreatePbufferFromClientBuffer(8, 1, EGL_OPENVG_IMAGE, 90, 5, Null());
-    Forget();
-    auto* value = Out(1, 4);
-    adapter->Process_eglQuerySurface(1, 1, 7, EGL_WIDTH, value);
-    adapter->Process_eglSurfaceAttrib(1, 1, 7, EGL_SWAP_BEHAVIOR, EGL_BUFFER_PRESERVED);
-    adapter->Process_eglBindTexImage(1, 1, 7, EGL_BACK_BUFFER);
-    adapter->Process_eglReleaseTexImage(1, 1, 7, EGL_BACK_BUFFER);
-    adapter->Process_eglCopyBuffers(1, 1, 7, 90);
-    adapter->Process_eglLockSurfaceKHR(1, 1, 7, In({EGL_NONE}));
-    adapter->Process_eglUnlockSurfaceKHR(1, 1, 7);
-    adapter->Process_eglQuerySurface64KHR(1, 1, 7, EGL_BITMAP_POINTER_KHR, Out(1, 8));
-    adapter->Process_eglSetDamageRegionKHR(1, 1, 7, In({1, 2, 3, 4}), 1);
-    adapter->Process_eglBindTexImage(1, 1, 6, EGL_BACK_BUFFER); // never created: no call
-    EXPECT_THAT(Calls(),
-                ElementsAre("eglQuerySurface(11, 501, EGL_WIDTH) = 1, [0]",
-                            "eglSurfaceAttrib(11, 501, EGL_SWAP_BEHAVIOR, 12436) = 1",
-                            "eglBindTexImage(11, 501, EGL_BACK_BUFFER) = 1",
-                            "eglReleaseTexImage(11, 501, EGL_BACK_BUFFER) = 1", "eglCopyBuffers(11, 501, 144) = 1",
-                            "eglLockSurfaceKHR(11, 501, {}) = 1", "eglUnlockSurfaceKHR(11, 501) = 1",
-                            "eglQuerySurface64KHR(11, 501, EGL_BITMAP_POINTER_KHR) = 1, [0]",
-                            "eglSetDamageRegionKHR(11, 501, [1, 2, 3, 4], 1) = 1"));
-    EXPECT_EQ(table.GetValueEGLSurface(7)->GetOriginalType(), EGLProxySurface::OriginalPixmap);
-    EXPECT_EQ(table.GetValueEGLSurface(8)->GetOriginalType(), EGLProxySurface::OriginalPbuffer);
-
-    adapter->Process_eglDestroySurface(1, 1, 7);
-    EXPECT_EQ(table.GetDisplayResource(1)->surfaces.count(7), 0u);
-}
-
-TEST_F(EGLSurfaceTest, NeedsAFactory)
-{
-    Replay(nullptr);
-    Initialize();
-    MakeWindowSurface(7);
-    MakeContext(3);
-    adapter->Process_eglDestroySurface(1, 1, 7);
-    adapter->Process_eglTerminate(1, 1);
-    auto calls = Calls();
-    EXPECT_THAT(calls, Not(Contains(StartsWith("eglCreate"))));
-}
-
 using EGLErrorTest = EGLReplay;
 
 TEST_F(EGLErrorTest, IsReportedAgainstItsCallAndReplayGoesOn)
@@ -279,26 +212,6 @@ TEST_F(EGLErrorTest, IsNotAskedForWhenChecksAreOff)
     adapter->Process_eglMakeCurrent(1, 1, 7, 7, 3);
     adapter->Process_eglSwapBuffers(1, 1, 7);
     EXPECT_THAT(driver->Log(), Not(Contains(StartsWith("eglGetError"))));
-}
-
-TEST_F(EGLErrorTest, MissingFunctionsSkipTheirCalls)
-{
-    Initialize();
-    Core::KHRLayer::playbackEGLProcTable = {};
-    Core::KHRLayer::playbackEGLExtProcTable = {};
-    MakeContext(3);
-    MakeWindowSurface(7);
-    adapter->Process_eglMakeCurrent(1, 1, 7, 7, 3);
-    adapter->Process_eglSwapBuffers(1, 1, 7);
-    adapter->Process_eglCreateImageKHR(9, 1, 3, EGL_GL_TEXTURE_2D_KHR, 1, Null());
-    adapter->Process_eglDestroyImageKHR(1, 1, 9);
-    adapter->Process_eglCreateSyncKHR(9, 1, EGL_SYNC_FENCE_KHR, Null());
-    adapter->Process_eglSetBlobCacheFuncsANDROID(1, Null(), Null());
-    adapter->SetCurrentThread(5);
-    adapter->Process_eglTerminate(1, 1);
-    adapter.reset();
-    EXPECT_THAT(Calls(), IsEmpty());
-    EXPECT_EQ(table.GetValueEGLContext(3), nullptr);
 }
 
 } // namespace

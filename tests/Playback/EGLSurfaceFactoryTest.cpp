@@ -53,25 +53,6 @@ TEST_F(EGLSingleSurfaceTest, WindowSurfacesOfADisplayAreOne)
     EXPECT_THAT(Calls(), Contains(StartsWith("eglCreateWindowSurface")));
 }
 
-TEST_F(EGLSingleSurfaceTest, ARefusedSurfaceIsNotTheOne)
-{
-    EGLSingleSurfaceFactory single;
-    driver.Returns("eglCreateWindowSurface", std::uintptr_t{0});
-    EXPECT_EQ(single.CreateWindowSurface(display, config, Handle(NativeWindow), nullptr), nullptr);
-    driver.Answer("eglCreateWindowSurface", nullptr);
-    EXPECT_NE(single.CreateWindowSurface(display, config, Handle(NativeWindow), nullptr), nullptr);
-}
-
-TEST_F(EGLSurfaceFactoryTest, ARefusedSurfaceStillHasItsProxy)
-{
-    driver.Returns("eglCreateWindowSurface", std::uintptr_t{0});
-    auto* surface = factory.CreateWindowSurface(display, config, Handle(NativeWindow), nullptr);
-    ASSERT_NE(surface, nullptr);
-    EXPECT_EQ(surface->GetSurface(), nullptr);
-    driver.Returns("eglDestroySurface", EGL_FALSE);
-    EXPECT_EQ(factory.DestroySurface(display, surface), 0u);
-}
-
 class EGLPbufferSurfaceTest : public EGLSurfaceFactoryTest {
 protected:
     EGLProxySurface* Window(const int* attribs = nullptr)
@@ -114,21 +95,6 @@ TEST_F(EGLPbufferSurfaceTest, IsMadeAtMakeCurrentAndAnewForAnotherSize)
     EXPECT_THAT(calls, Contains("eglDestroySurface(11, 501) = 1"));
     EXPECT_THAT(calls, Contains("eglSurfaceAttrib(11, 502, EGL_MIPMAP_LEVEL, 3) = 1"));
     EXPECT_THAT(calls.back(), "eglMakeCurrent(11, 502, 502, 31) = 1");
-}
-
-TEST_F(EGLPbufferSurfaceTest, TakesTheSizeThatTheDriverGave)
-{
-    driver.Answer("eglQuerySurface", [](const Fake::Arguments& args) {
-        *args.Get<EGLint*>(3) = args.Get<EGLint>(2) == EGL_WIDTH ? 4096 : 2048;
-        return Fake::Word{EGL_TRUE};
-    });
-    auto* surface = Window();
-    surface->SetSize(10000, 2048);
-    surface->MakeCurrent(display, surface, context);
-    EXPECT_EQ(surface->GetWidth(), 4096u);
-    Forget();
-    surface->MakeCurrent(display, surface, context);
-    EXPECT_THAT(Calls(), ElementsAre(StartsWith("eglMakeCurrent")));
 }
 
 TEST_F(EGLPbufferSurfaceTest, FailedCreationIsTriedAgainWithTheSameSize)
@@ -201,19 +167,6 @@ TEST_F(EGLPbufferSurfaceTest, ConfigIsKeptWhereItServesOrNoOtherDoes)
     EXPECT_THAT(log.Take(), ElementsAre("error: Failed to find an EGL config that supports pbuffer surfaces."));
 }
 
-TEST_F(EGLPbufferSurfaceTest, DestructionForgetsEverything)
-{
-    auto* surface = Window();
-    EXPECT_EQ(surface->DestroySurface(display), 1u) << "there is nothing to destroy yet";
-    surface->SetSize(320, 200);
-    surface->MakeCurrent(display, surface, context);
-    Forget();
-    EXPECT_EQ(surface->DestroySurface(display), 1u);
-    EXPECT_THAT(Calls(), ElementsAre("eglDestroySurface(11, 501) = 1"));
-    EXPECT_EQ(surface->GetWidth(), 0u);
-    EXPECT_EQ(surface->GetSurface(), nullptr);
-}
-
 class EGLOffscreenSurfaceTest : public EGLSurfaceFactoryTest {
 protected:
     /// A surface of 4 x 2 pixels, current.
@@ -260,23 +213,6 @@ TEST_F(EGLOffscreenSurfaceTest, IsReadBackBeforeTheSwapAndLeavesTheBindings)
                 ElementsAre("glBindFramebuffer(GL_READ_FRAMEBUFFER, 0)", "glReadBuffer(GL_BACK)",
                             StartsWith("glReadPixels"), "glReadBuffer(GL_COLOR_ATTACHMENT0)",
                             "glBindFramebuffer(GL_READ_FRAMEBUFFER, 9)", StartsWith("eglSwapBuffers")));
-}
-
-TEST_F(EGLOffscreenSurfaceTest, IsOnlySwappedWhereThereIsNothingToShow)
-{
-    auto* notCurrent = offscreen.CreateWindowSurface(display, config, nullptr, nullptr);
-    EXPECT_THAT(SwapCalls(notCurrent), ElementsAre("eglSwapBuffers(11, 0) = 1"));
-
-    SingleWindowManager noWindow(nullptr);
-    EGLOffscreenSurfaceFactory windowless(&noWindow);
-    auto* surface = windowless.CreateWindowSurface(display, config, nullptr, nullptr);
-    surface->SetSize(4, 2);
-    surface->MakeCurrent(display, surface, context);
-    EXPECT_THAT(SwapCalls(surface), ElementsAre(StartsWith("eglSwapBuffers")));
-
-    auto* current = Current();
-    Core::KHRLayer::playbackGLESProcTable.glReadBuffer = nullptr;
-    EXPECT_THAT(SwapCalls(current), ElementsAre(StartsWith("eglSwapBuffers")));
 }
 
 } // namespace

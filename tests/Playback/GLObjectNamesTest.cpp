@@ -12,16 +12,12 @@ using testing::IsEmpty;
 using Table = GLResourceTable;
 
 enum class Scope { Context, ShareGroup };
-/// Whether the kind's messages name the kind also when only the identifier is the trouble.
-enum class Wording { Common, OfKind };
-
 struct Kind {
     const char* name;
     void (Table::*add)(unsigned int, unsigned int);
     unsigned int (Table::*get)(unsigned int) const;
     void (Table::*remove)(unsigned int);
     Scope scope;
-    Wording wording = Wording::Common;
 };
 
 #define KIND(NAME, SUFFIX) NAME, &Table::AddIdGL##SUFFIX, &Table::GetValueGL##SUFFIX, &Table::RemoveIdGL##SUFFIX
@@ -41,8 +37,8 @@ constexpr Kind Kinds[] = {
     {KIND("perf monitor", PerfMonitor), Scope::Context},
     {KIND("perf monitor group", PerfMonitorGroup), Scope::Context},
     {KIND("counter", Counter), Scope::Context},
-    {KIND("memory object", MemoryObject), Scope::ShareGroup, Wording::OfKind},
-    {KIND("semaphore", Semaphore), Scope::ShareGroup, Wording::OfKind},
+    {KIND("memory object", MemoryObject), Scope::ShareGroup},
+    {KIND("semaphore", Semaphore), Scope::ShareGroup},
 };
 
 /// Contexts 1 and 2 share, 1 being the root; 3 is alone.
@@ -87,66 +83,6 @@ TEST_F(GLObjectNamesTest, ShareGroupsShareAndContextsDoNot)
     }
 }
 
-TEST_F(GLObjectNamesTest, AContextWithoutAnyNamesIsReportedWithTheKeyThatWasUsed)
-{
-    for (const Kind& kind : Kinds) {
-        const std::string name = kind.name;
-        EXPECT_EQ((table.*kind.get)(5), 0u) << name;
-        (table.*kind.remove)(6);
-        if (kind.wording == Wording::OfKind) {
-            EXPECT_THAT(log.Take(),
-                        ElementsAre("Attempting to retrieve the value for " + name +
-                                        " ID 5 from context 2 that has no entry in the GL resource table.",
-                                    "Attempting to remove " + name +
-                                        " ID 6 from a context that has no entry in the GL resource table."));
-        } else {
-            const std::string key = kind.scope == Scope::Context ? "2" : "1";
-            EXPECT_THAT(log.Take(), ElementsAre("Attempting to retrieve the value for " + name + " ID 5 from context " +
-                                                    key + " that has no entry in the GL resource table.",
-                                                "Attempting to remove " + name + " ID 6 from context " + key +
-                                                    ", which has no entry in the GL resource table."));
-        }
-    }
-}
-
-TEST_F(GLObjectNamesTest, UnknownAndInvalidNames)
-{
-    for (const Kind& kind : Kinds) {
-        const std::string name = kind.name;
-        (table.*kind.add)(1, 1);
-        EXPECT_EQ((table.*kind.get)(5), name == "texture" ? 5u : 0u) << name;
-        const std::vector<std::string> unknown = log.Take();
-        (table.*kind.remove)(6);
-        const std::vector<std::string> unknownRemoved = log.Take();
-        EXPECT_EQ((table.*kind.get)(0xFFFFFFFF), 0u);
-        EXPECT_EQ((table.*kind.get)(0), 0u);
-        (table.*kind.remove)(0);
-        const std::vector<std::string> invalid = log.Take();
-
-        if (kind.wording == Wording::OfKind) {
-            EXPECT_THAT(unknown, ElementsAre("Attempting to retrieve the value for " + name +
-                                             " ID 5 that was not found in the GL resource table."));
-            EXPECT_THAT(unknownRemoved, ElementsAre("Attempting to remove " + name +
-                                                    " ID 6 that was not found in the GL resource table."));
-            EXPECT_THAT(
-                invalid,
-                ElementsAre("Ignoring value retrieval from the GL resource table for invalid " + name + " ID -1.",
-                            "Ignoring value retrieval from the GL resource table for invalid " + name + " ID 0.",
-                            "Ignoring removal request for an invalid " + name + " ID from the GL resource table."));
-            continue;
-        }
-        if (name == "texture") {
-            EXPECT_THAT(unknown, IsEmpty()); // it may come from outside the capture
-        } else {
-            EXPECT_THAT(unknown, ElementsAre("Attempting to retrieve the value for ID 5 that was not found in the GL "
-                                             "resource table."));
-        }
-        EXPECT_THAT(unknownRemoved, ElementsAre("Attempting to remove the value for ID 6 that was not found in the GL "
-                                                "resource table."));
-        EXPECT_THAT(invalid, IsEmpty());
-    }
-}
-
 TEST_F(GLObjectNamesTest, AddingAgainReplacesAndSaysSo)
 {
     table.AddIdGLBuffer(5, 9);
@@ -157,6 +93,55 @@ TEST_F(GLObjectNamesTest, AddingAgainReplacesAndSaysSo)
     EXPECT_EQ(table.GetValueGLBuffer(5), 10u);
     table.RemoveIdGLBuffer(5);
     EXPECT_EQ(table.GetValueGLBuffer(5), 0u);
+}
+
+/// Kinds differ in what they are called, and in the key of a missing context.
+TEST_F(GLObjectNamesTest, FailuresAreReportedInTheWordsOfTheirKind)
+{
+    EXPECT_EQ(table.GetValueGLBuffer(5), 0u);
+    EXPECT_EQ(table.GetValueGLQuery(5), 0u);
+    table.RemoveIdGLBuffer(6);
+    EXPECT_EQ(table.GetValueGLSemaphore(5), 0u);
+    table.RemoveIdGLSemaphore(6);
+    EXPECT_EQ(table.GetValueGLVoidPtr(4), nullptr);
+    const std::string none = " that has no entry in the GL resource table.";
+    EXPECT_THAT(log.Take(), ElementsAre("Attempting to retrieve the value for buffer ID 5 from context 1" + none,
+                                        "Attempting to retrieve the value for query ID 5 from context 2" + none,
+                                        "Attempting to remove buffer ID 6 from context 1, which has no entry in the "
+                                        "GL resource table.",
+                                        "Attempting to retrieve the value for semaphore ID 5 from context 2" + none,
+                                        "Attempting to remove semaphore ID 6 from a context" + none,
+                                        "Attempting to retrieve the value for void* ID 4 from context 2" + none));
+    table.AddIdGLBuffer(1, 1);
+    EXPECT_EQ(table.GetValueGLTexture(5), 5u) << "it may come from outside the capture";
+    EXPECT_EQ(table.GetValueGLBuffer(5), 0u);
+    table.RemoveIdGLBuffer(6);
+    EXPECT_EQ(table.GetValueGLSemaphore(5), 0u);
+    EXPECT_EQ(table.GetValueGLBuffer(0xFFFFFFFF), 0u);
+    EXPECT_EQ(table.GetValueGLSemaphore(0xFFFFFFFF), 0u);
+    table.RemoveIdGLSemaphore(0);
+    table.AddIdGLVoidPtr(5, nullptr);
+    EXPECT_EQ(table.GetValueGLSharedBuffer(-1), 0);
+    const std::string unknown = " that was not found in the GL resource table.";
+    EXPECT_THAT(log.Take(),
+                ElementsAre("Attempting to retrieve the value for ID 5" + unknown,
+                            "Attempting to remove the value for ID 6" + unknown,
+                            "Attempting to retrieve the value for semaphore ID 5" + unknown,
+                            "Ignoring value retrieval from the GL resource table for invalid semaphore ID -1.",
+                            "Ignoring removal request for an invalid semaphore ID from the GL resource table.",
+                            "GL resource table rejected a mapping from valid void* ID 5 to a nullptr.",
+                            "Ignoring value retrieval from the GL resource table for invalid sharedBuffer ID -1."));
+}
+
+TEST_F(GLObjectNamesTest, SharedBuffersAndPointersAreShared)
+{
+    table.AddIdGLSharedBuffer(4, 40);
+    table.AddIdGLVoidPtr(4, &table);
+    UseContext(1);
+    EXPECT_EQ(table.GetValueGLSharedBuffer(4), 40);
+    EXPECT_EQ(table.GetValueGLVoidPtr(4), &table);
+    table.RemoveIdGLVoidPtr(4);
+    EXPECT_EQ(table.GetValueGLVoidPtr(4), nullptr);
 }
 
 TEST_F(GLObjectNamesTest, NothingIsMappedToZeroOrFromAnInvalidName)
@@ -170,37 +155,6 @@ TEST_F(GLObjectNamesTest, NothingIsMappedToZeroOrFromAnInvalidName)
     EXPECT_EQ(table.GetValueGLBuffer(0), 0u);
     EXPECT_EQ(table.GetValueGLBuffer(0xFFFFFFFF), 0u);
     EXPECT_THAT(log.Take(), IsEmpty());
-}
-
-TEST_F(GLObjectNamesTest, SharedBuffersAndPointersAreSharedAndHaveTheirOwnWords)
-{
-    int object = 0;
-    EXPECT_EQ(table.GetValueGLSharedBuffer(4), 0);
-    EXPECT_EQ(table.GetValueGLVoidPtr(4), nullptr);
-    EXPECT_THAT(log.Take(),
-                ElementsAre("Attempting to retrieve the value for sharedBuffer ID 4 from context 2 that has "
-                            "no entry in the GL resource table.",
-                            "Attempting to retrieve the value for void* ID 4 from context 2 that has no "
-                            "entry in the GL resource table."));
-    table.AddIdGLSharedBuffer(4, 40);
-    table.AddIdGLVoidPtr(4, &object);
-    UseContext(1);
-    EXPECT_EQ(table.GetValueGLSharedBuffer(4), 40);
-    EXPECT_EQ(table.GetValueGLVoidPtr(4), &object);
-    EXPECT_THAT(log.Take(), IsEmpty());
-
-    table.AddIdGLVoidPtr(5, nullptr);
-    table.AddIdGLVoidPtr(4, &table);
-    table.RemoveIdGLVoidPtr(4);
-    table.RemoveIdGLVoidPtr(4);
-    EXPECT_EQ(table.GetValueGLVoidPtr(0), nullptr);
-    EXPECT_EQ(table.GetValueGLSharedBuffer(-1), 0);
-    EXPECT_THAT(log.Take(),
-                ElementsAre("GL resource table rejected a mapping from valid void* ID 5 to a nullptr.",
-                            "GL resource table overwriting existing void* ID 4.",
-                            "Attempting to remove void* ID 4 that was not found in the GL resource table.",
-                            "Ignoring value retrieval from the GL resource table for invalid void* ID 0.",
-                            "Ignoring value retrieval from the GL resource table for invalid sharedBuffer ID -1."));
 }
 
 } // namespace

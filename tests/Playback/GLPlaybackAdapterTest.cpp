@@ -152,21 +152,6 @@ TEST_F(GLPlaybackAdapterTest, ClientVerticesGoToTheTranslatedIndex)
     EXPECT_THAT(Played(), ElementsAre(StartsWith("glVertexAttribPointer(" + live + ", 3, GL_FLOAT,")));
 }
 
-TEST_F(GLPlaybackAdapterTest, WrittenBytesReachTheMappedBuffer)
-{
-    std::array<std::uint8_t, 16> memory{};
-    driver.Returns("glMapBufferRange", memory.data());
-    Data::PointerData pointer;
-    pointer.SetValue(0xABCD, 1);
-    adapter.Process_glMapBufferRange(&pointer, GL_ARRAY_BUFFER, 0, 16, GL_MAP_WRITE_BIT);
-    std::array<std::uint8_t, 64> bytes;
-    bytes.fill(5);
-    adapter.ProcessFlushMappedBufferRange(GL_ARRAY_BUFFER, 4, 2, bytes.data());
-    EXPECT_THAT(memory, ::testing::ElementsAre(0, 0, 0, 0, 5, 5, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0));
-    adapter.ProcessUnmapBuffer(GL_ARRAY_BUFFER, 64, bytes.data());
-    EXPECT_THAT(memory, ::testing::Each(5)) << "as far as the mapping reaches";
-}
-
 TEST_F(GLPlaybackAdapterTest, OutputsGetTheRoomThatTheDriverMayFill)
 {
     driver.Answer("glGetIntegerv", [](const Fake::Arguments& a) {
@@ -215,18 +200,6 @@ TEST_F(GLPlaybackAdapterTest, SyncObjectsAndLabelsFindTheirObjects)
         << "core identifiers are not among those that find an object";
 }
 
-TEST_F(GLPlaybackAdapterTest, AMissingFunctionSkipsTheCallAndItsRecords)
-{
-    Core::KHRLayer::playbackGLESProcTable.glCreateProgram = nullptr;
-    Core::KHRLayer::playbackGLESProcTable.glGenTextures = nullptr;
-    Contents<GLuint> captured{7};
-    adapter.Process_glCreateProgram(5);
-    adapter.Process_glGenTextures(1, &captured);
-    EXPECT_THAT(Played(), IsEmpty());
-    EXPECT_EQ(table.GetValueGLProgram(5), 0u);
-    EXPECT_EQ(table.GetValueGLTexture(7), 0u);
-}
-
 TEST_F(GLPlaybackAdapterTest, EachErrorIsReportedOnceAndNoneIsAskedForWithoutChecks)
 {
     driver->SetError(GL_INVALID_ENUM);
@@ -241,13 +214,6 @@ TEST_F(GLPlaybackAdapterTest, EachErrorIsReportedOnceAndNoneIsAskedForWithoutChe
     driver.ClearLog();
     adapter.Process_glClear(1);
     EXPECT_THAT(driver->Log(), ElementsAre(StartsWith("glClear("))) << "error queries included";
-}
-
-TEST_F(GLPlaybackAdapterTest, DebugCallbacksOfTheExtensionAreNotInstalled)
-{
-    Data::PointerData callback;
-    adapter.Process_glDebugMessageCallbackKHR(&callback, &null);
-    EXPECT_THAT(Played(), IsEmpty());
 }
 
 TEST_F(GLPlaybackAdapterTest, PicturesAreTakenOfTheSelectedDrawsAndBlits)

@@ -152,13 +152,6 @@ TEST_F(PlaybackSettingsTest, ScreenshotDirIsCreatedAndPutBeforeTheName)
     std::filesystem::remove(folder);
 }
 
-TEST_F(PlaybackSettingsTest, FilePrefixIsCutToTheLength)
-{
-    EXPECT_EQ(settings.GetFilePrefix("/x/abcdef", 4), "abc_");
-    EXPECT_EQ(settings.GetFilePrefix("/x/abc", 4), "abc_");
-    EXPECT_EQ(settings.GetFilePrefix("/x/abcdef", 0), "abcdef_");
-}
-
 TEST_F(PlaybackSettingsTest, ValuesThatAreNotUnderstoodAreReportedAndChangeNothing)
 {
     Load({}, {{"-screenshotformat", "PNG"}, {"-perdrawscreenshotsfilter", "DSV"}, {"-swapfbo", "3:0:1"}});
@@ -188,24 +181,6 @@ TEST_F(PlaybackSettingsTest, SkipListsHoldKnownFunctionsOfExactlyThatName)
     EXPECT_THAT(settings.m_skipStateApiIds, UnorderedElementsAre(draw, swap, clear));
     Load({}, {{"-skipframeapi", "glClear"}});
     EXPECT_THAT(settings.m_skipFrameApiIds, UnorderedElementsAre(draw, swap, clear));
-}
-
-TEST_F(PlaybackSettingsTest, DefaultsLeaveListsAndStringsAlone)
-{
-    Load({"-stats"}, {{"-thread", "1"}, {"-config", "R8"}});
-    settings.InitDefaultSettings();
-    EXPECT_FALSE(settings.m_stats);
-    EXPECT_THAT(settings.m_threads, ElementsAre(1));
-    EXPECT_EQ(settings.m_config, "R8");
-}
-
-TEST_F(PlaybackSettingsTest, LogOptionsReachTheLog)
-{
-    Load({"-logdisplaylinenumbers"}, {{"-loglevel", "4"}});
-    EXPECT_TRUE(Core::Log::m_displayLineNumberFileName);
-    EXPECT_TRUE(Core::Log::IsEnabled(Core::LogDiagnostic, Core::ZoneGeneral));
-    Core::Log::m_displayLineNumberFileName = false;
-    Core::Log::SetLevel(Core::LogNotice);
 }
 
 TEST_F(PlaybackSettingsTest, OptionsListsAllOfThemOnce)

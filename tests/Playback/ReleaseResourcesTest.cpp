@@ -109,26 +109,5 @@ TEST_F(ReleaseResourcesTest, NamesOfAContextThatIsGoneAreLeftAlone)
     EXPECT_THAT(ReleasedBy(), IsEmpty());
 }
 
-TEST_F(ReleaseResourcesTest, MissingFunctionsAreLeftOut)
-{
-    driver->SetMissing({"glDeleteSamplers", "eglDestroyImageKHR", "eglDestroyImage"});
-    Core::KHRLayer::FreeGLES();
-    Core::KHRLayer::FreeEGL();
-    driver.Load();
-    AddAndUseContext(2, 0x2000);
-    table.AddIdGLSampler(1, 8);
-    table.AddIdGLTexture(1, 9);
-    table.AddIdEGLImage(4, Handle(0x4000));
-    EXPECT_THAT(ReleasedBy(), ElementsAre("eglMakeCurrent", "glDeleteTextures", "eglDestroyContext"));
-}
-
-TEST_F(ReleaseResourcesTest, SkippedFunctionsStillRelease)
-{
-    Core::KHRLayer::playbackGLESProcTable = {};
-    AddAndUseContext(2, 0x2000);
-    table.AddIdGLTexture(1, 9);
-    EXPECT_THAT(ReleasedBy(), Contains("glDeleteTextures"));
-}
-
 } // namespace
 } // namespace Playback

@@ -132,56 +132,6 @@ private:
     wl_registry* m_registry = nullptr;
 };
 
-TEST_F(WaylandWindowTest, GetsItsRoleAndTitleFromTheUnstableShell)
-{
-    Connect(ShellServer::Shell::XdgShellV5);
-    window.emplace(&display);
-    EXPECT_FALSE(window->IsValid());
-    EXPECT_TRUE(window->Create(320, 200, false));
-    EXPECT_TRUE(window->IsValid());
-    EXPECT_THAT(server->TakeRequests(),
-                ElementsAre("xdg_shell.use_unstable_version(5)", "wl_compositor.create_surface(new)",
-                            "xdg_shell.get_xdg_surface(new, object)", "xdg_surface.set_title(\"Cube\")"));
-    EXPECT_EQ(EGLSize(), "320x200");
-
-    server->PingShell(9);
-    EXPECT_THAT(server->TakeRequests(), ElementsAre("xdg_shell.pong(9)"));
-
-    window.reset();
-    EXPECT_THAT(server->TakeRequests(), ElementsAre("xdg_surface.destroy()", "wl_surface.destroy()"));
-    EXPECT_EQ(state.eglWindow, nullptr);
-}
-
-TEST_F(WaylandWindowTest, FallsBackToTheFirstShell)
-{
-    Connect(ShellServer::Shell::WlShell);
-    window.emplace(&display);
-    window->Create(320, 200, true);
-    window->SetTitle("Other");
-    window->ExitFullscreenState();
-    EXPECT_THAT(server->TakeRequests(),
-                ElementsAre("wl_compositor.create_surface(new)", "wl_shell.get_shell_surface(new, object)",
-                            "wl_shell_surface.set_toplevel()"));
-    server->PingShellSurface(4);
-    EXPECT_THAT(server->TakeRequests(), ElementsAre("wl_shell_surface.pong(4)"));
-
-    wl_shell_surface* role = state.shellSurface;
-    window.reset();
-    EXPECT_THAT(server->TakeRequests(), ElementsAre("wl_surface.destroy()"));
-    wl_shell_surface_destroy(role); // the window leaves it to the display
-}
-
-TEST_F(WaylandWindowTest, HasNoRoleWithoutAShell)
-{
-    Connect(ShellServer::Shell::None);
-    window.emplace(&display);
-    EXPECT_TRUE(window->Create(320, 200, false));
-    window->EnterFullscreenState();
-    window->Move(1, 2);
-    EXPECT_FALSE(window->IsFullscreen());
-    EXPECT_THAT(server->TakeRequests(), ElementsAre("wl_compositor.create_surface(new)"));
-}
-
 TEST_F(WaylandWindowTest, RemembersTheWindowedSizeWhileFullScreen)
 {
     Show();
@@ -255,22 +205,6 @@ TEST_F(WaylandWindowTest, ResizeRequestsAreProcessedOnce)
     window->EnqueueResizeRequest(0, 100);
     window->ProcessResizeRequest(true);
     EXPECT_THAT(window->resizes, ElementsAre("640x480", "640x480", "640x481"));
-}
-
-TEST_F(WaylandWindowTest, HandsOutItsNativeHandles)
-{
-    Show();
-    void* const untouched = &state;
-    for (const auto& [kind, expected] : std::vector<std::pair<int, void*>>{
-             {1, state.eglWindow}, {2, display.display}, {4, display.display}, {5, state.eglWindow}}) {
-        void* handle = untouched;
-        EXPECT_EQ(window->GetNativeHandle(static_cast<Window::NativeHandle>(kind), &handle), ResultSuccess);
-        EXPECT_EQ(handle, expected) << kind;
-    }
-    void* handle = untouched;
-    EXPECT_EQ(window->GetNativeHandle(static_cast<Window::NativeHandle>(3), &handle), 8u);
-    EXPECT_EQ(handle, untouched);
-    EXPECT_EQ(window->GetNativeHandle(Window::NativeHandle::EGLWindow, nullptr), 6u);
 }
 
 TEST_F(WaylandWindowTest, FactoryFollowsTheSettings)

@@ -67,11 +67,6 @@ TEST_F(CommandLineTest, ErrorsNameTheOption)
     EXPECT_EQ(Parse({"-fullscreen=yes"}).error, "option -fullscreen takes no value, found \"yes\"");
 }
 
-TEST_F(CommandLineTest, LastValueCounts)
-{
-    EXPECT_EQ(*Parse({"-width", "1", "-width", "2"}).args.FindValue("-width"), "2");
-}
-
 TEST_F(CommandLineTest, DoubleHyphenEndsTheOptions)
 {
     const auto result = Parse({"-fullscreen", "--", "-width", "--", "-"});
@@ -89,13 +84,6 @@ TEST_F(CommandLineTest, OptionsOfAnotherProgramAreLeftToIt)
     EXPECT_THAT(Parse({"--", "-b", "x"}, AfterFirstPositional::TakeAll).args.positional, ElementsAre("-b", "x"));
 }
 
-TEST_F(CommandLineTest, MainWithoutArgumentsIsNotRead)
-{
-    const char* const argv[] = {"program", "-width", "3"};
-    EXPECT_EQ(*m_commandLine.Parse(3, argv).args.FindValue("-width"), "3");
-    EXPECT_THAT(m_commandLine.Parse(0, nullptr).args.positional, IsEmpty());
-}
-
 TEST_F(CommandLineTest, HelpListsEveryOptionUnderItsGroup)
 {
     EXPECT_EQ(m_commandLine.Help("Usage: program [options]"), //
@@ -110,18 +98,6 @@ TEST_F(CommandLineTest, HelpListsEveryOptionUnderItsGroup)
               "Pictures:\n"
               "  -screenshots FRAMES           Frames that are saved as pictures.\n"
               "  --json                        Prints JSON.\n");
-}
-
-TEST(CommandLineHelpTest, WrapsLongTexts)
-{
-    constexpr Util::Option Long[] = {{"-x", "",
-                                      "one two three four five six seven eight nine ten eleven twelve thirteen "
-                                      "fourteen fifteen sixteen",
-                                      ""}};
-    const std::string help = CommandLine(Long).Help("");
-    for (const std::string& line : Util::String::Tokenize(help, "\n"))
-        EXPECT_LE(line.size(), 100U);
-    EXPECT_THAT(help, HasSubstr("twelve\n                                thirteen"));
 }
 
 } // namespace

@@ -27,24 +27,12 @@ TEST(StringTest, ToIntSaturatesInsteadOfWrapping)
     EXPECT_EQ(Util::String::ToInt("-99999999999999999999999"), INT_MIN);
 }
 
-TEST(StringTest, ToLowerLeavesBytesBeyondAsciiAlone)
-{
-    EXPECT_EQ(Util::String::ToLower("PNG\xC3\x84z@["), "png\xC3\x84z@[");
-}
-
 TEST(StringTest, TokenizeDropsEmptyPieces)
 {
     EXPECT_THAT(Util::String::Tokenize(",1,,2;3,", ",;"), ElementsAre("1", "2", "3"));
     EXPECT_THAT(Util::String::Tokenize("3", ":"), ElementsAre("3"));
     EXPECT_THAT(Util::String::Tokenize("::", ":"), IsEmpty());
     EXPECT_THAT(Util::String::Tokenize("", ":"), IsEmpty());
-}
-
-TEST(PathTest, FilePartKeepsTheExtension)
-{
-    EXPECT_EQ(Util::Path::GetFilePart("/x/trace.bin"), "trace.bin");
-    EXPECT_EQ(Util::Path::GetFilePart("trace.bin"), "trace.bin");
-    EXPECT_EQ(Util::Path::GetFilePart("/x/"), "");
 }
 
 TEST(PathTest, CreateFolderMakesParentsAndReportsFailure)

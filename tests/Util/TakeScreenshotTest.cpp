@@ -96,13 +96,6 @@ TEST_F(TakeScreenshotTest, DefaultFramebufferStandsUprightAtItsFullSize)
     EXPECT_EQ(picture.At(29, 6), 0xFF000033U);
 }
 
-TEST_F(TakeScreenshotTest, MultisampledDefaultFramebufferIsRead)
-{
-    Start({.samples = 4});
-    Fill(0, 0, 1, 1);
-    EXPECT_EQ(TakeColor().At(15, 15), 0x0000FFFFU);
-}
-
 TEST_F(TakeScreenshotTest, AllStateIsPutBackAndNoneDisturbsThePicture)
 {
     Start();

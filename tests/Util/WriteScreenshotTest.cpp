@@ -58,12 +58,6 @@ TEST_F(WriteScreenshotTest, EveryFormatStandsUprightAndKeepsAlpha)
     ExpectUpright(ReadDds(m_folder.File("x.dds")), 0, 128);
 }
 
-TEST_F(WriteScreenshotTest, OpaquePicturesHaveFullAlpha)
-{
-    Write(ImageFormat::Png, true);
-    ExpectUpright(ReadPng(m_folder.File("x.png")), 255, 255);
-}
-
 TEST_F(WriteScreenshotTest, FileThatCannotBeWrittenIsReportedWithItsPath)
 {
     GLScreenshotHandler handler(ImageFormat::Bmp, false);
