@@ -19,14 +19,16 @@ CaptureFile::CaptureFile(const std::string& path, std::unique_ptr<CaptureSource>
 {
 }
 
-std::vector<std::pair<std::string, std::uint64_t>> CaptureFile::CallCounts() const
+std::vector<CaptureFile::CallSum> CaptureFile::CallSums() const
 {
-    std::vector<std::pair<std::string, std::uint64_t>> counts;
-    for (std::size_t i = 0; i < m_source->Calls().size(); ++i) {
-        if (const std::uint64_t count = m_processor.CallCounts()[i])
-            counts.emplace_back(m_source->Calls()[i].name, count);
+    const std::vector<std::uint64_t>& counts = m_processor.CallCounts();
+    const std::vector<std::uint64_t>& times = m_processor.CallTimes();
+    std::vector<CallSum> sums;
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+        if (counts[i] != 0)
+            sums.push_back({m_source->Calls()[i].name, counts[i], times.empty() ? 0 : times[i]});
     }
-    return counts;
+    return sums;
 }
 
 } // namespace Data

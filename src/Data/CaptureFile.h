@@ -48,8 +48,16 @@ public:
 
     /// The capture could not be read to its end, or never had one. Known when replay has ended.
     [[nodiscard]] bool IsIncomplete() const { return m_processor.IsDamaged() || !m_source->IsComplete(); }
-    /// Name and number of each call replayed so far, as far as there are any.
-    [[nodiscard]] std::vector<std::pair<std::string, std::uint64_t>> CallCounts() const;
+    /// A function of the capture, how often it was called so far, and the CPU time that took on the replay thread.
+    struct CallSum {
+        std::string name;
+        std::uint64_t count;
+        /// Nanoseconds; 0 unless TimeCalls was called before.
+        std::uint64_t time;
+    };
+    /// Those that were called at all.
+    [[nodiscard]] std::vector<CallSum> CallSums() const;
+    void TimeCalls() { m_processor.TimeCalls(); }
     [[nodiscard]] std::uint64_t CallCount() const { return m_processor.CallCount(); }
     /// When the program ended the frame replayed last, in microseconds from the start of its recording.
     [[nodiscard]] std::uint64_t FrameTimeUs() const { return m_processor.FrameTimeUs(); }

@@ -1,12 +1,23 @@
 #include "Data/FrameProcessor.h"
 
 #include <algorithm>
-#include <cstring>
+#include <ctime>
 
 #include "Data/Diagnostics.h"
 #include "Data/RecordWalk.h"
 
 namespace Data {
+
+namespace {
+
+std::uint64_t ThreadNanoseconds()
+{
+    timespec time = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<std::uint64_t>(time.tv_sec) * 1'000'000'000 + static_cast<std::uint64_t>(time.tv_nsec);
+}
+
+} // namespace
 
 FrameProcessor::FrameProcessor(CaptureSource& source, Preload preload, Diagnostics& diagnostics)
     : m_source(source), m_diagnostics(diagnostics), m_calls(diagnostics), m_meta(m_calls, diagnostics),
@@ -90,8 +101,12 @@ FrameProcessor::Outcome FrameProcessor::ProcessRecords()
                 StartBlock(BlockType::Frame);
             ++position.call;
             ++m_callCounts[id];
-            if (!m_isThreadLeftOut) [[likely]]
+            if (m_isThreadLeftOut) [[unlikely]]
+                continue;
+            if (m_callTimes.empty()) [[likely]]
                 m_calls.Decode(static_cast<CallId>(m_known[id]), m_cursor.Record());
+            else
+                ProcessTimedCall(id);
         } else if (id < firstBuiltInId) {
             ProcessUnknown(id);
         } else if (m_cursor.Is(RecordId::FrameEnd)) {
@@ -121,6 +136,13 @@ bool FrameProcessor::ProcessChunk(std::uint8_t* bytes, std::uint32_t count)
         outcome = ProcessRecords();
     }
     return hasFrame;
+}
+
+void FrameProcessor::ProcessTimedCall(std::uint32_t id)
+{
+    const std::uint64_t start = ThreadNanoseconds();
+    m_calls.Decode(static_cast<CallId>(m_known[id]), m_cursor.Record());
+    m_callTimes[id] += ThreadNanoseconds() - start;
 }
 
 void FrameProcessor::EndFrame()

@@ -26,6 +26,11 @@ public:
     [[nodiscard]] std::uint32_t Frames() const;
     /// Calls so far, by their number in the file's call table.
     [[nodiscard]] const std::vector<std::uint64_t>& CallCounts() const { return m_callCounts; }
+    /// CPU time that the calls took on this thread so far, in nanoseconds, by their number in the file's call table;
+    /// empty unless it is taken.
+    [[nodiscard]] const std::vector<std::uint64_t>& CallTimes() const { return m_callTimes; }
+    /// From now on the time of each call is taken, which makes replay slower.
+    void TimeCalls() { m_callTimes.resize(m_callCounts.size()); }
     /// Calls of whole frames so far, and of the frame at work.
     [[nodiscard]] std::uint64_t CallCount() const;
     /// When the frame before ended, in microseconds from the start of the recording.
@@ -47,6 +52,7 @@ public:
 private:
     enum class Outcome { FrameEnd, ChunkEnd, Damage };
     Outcome ProcessRecords();
+    void ProcessTimedCall(std::uint32_t id);
     void EndFrame();
     template <class Record> bool Read(Record& record);
     void ProcessBuiltIn();
@@ -70,6 +76,7 @@ private:
     /// For each call of the file its CallId; callCount when this program does not know it.
     std::vector<std::uint32_t> m_known;
     std::vector<std::uint64_t> m_callCounts;
+    std::vector<std::uint64_t> m_callTimes;
     std::uint64_t m_callsInFrames = 0;
     std::uint64_t m_frameTimeUs = 0;
     /// For each call of the file, whether its absence from this program was said, and for other records.

@@ -22,6 +22,7 @@ struct Options {
     bool headless = false;
     bool verify = false;
     bool quiet = false;
+    bool timeCalls = false;
     /// File for the results as JSON; empty for none.
     std::string jsonFile;
     FrameRange measuredFrames;

@@ -70,12 +70,17 @@ Json ToJson(const Report& report, const Measurements& measurements)
         {"errorMessages", report.errorMessages},
         {"errors", report.areErrorsChecked ? Json(report.errors) : Json()},
         {"skipped", report.skipped},
+        {"callTimesMs", report.areCallsTimed ? Json(report.callTimesMs) : Json()},
         {"refusedCalls", report.refusedCalls},
         {"verified", report.isVerified ? Json(*report.isVerified) : Json()},
         {"verification", report.verification},
     };
     const auto times = measurements.Times();
     json["frameTimesMs"] = times ? TimesJson(*times) : Json();
+    json["screenshots"] = Json::array();
+    for (const auto& [frame, file] : report.screenshots) {
+        json["screenshots"].push_back({{"frame", frame}, {"file", file}});
+    }
     json["measured"] = Json::array();
     for (const FrameCost& cost : measurements.Costs()) {
         json["measured"].push_back(

@@ -4,6 +4,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Host/Measurements.h"
@@ -35,6 +36,11 @@ struct Report {
     bool areErrorsChecked = true;
     /// Calls that did not reach the driver, by function.
     std::map<std::string, std::uint64_t> skipped;
+    /// CPU time of the replay thread by function.
+    std::map<std::string, double> callTimesMs;
+    /// Frames and the files with their pictures.
+    std::vector<std::pair<std::uint32_t, std::string>> screenshots;
+    bool areCallsTimed = false;
     /// Calls that the reader refused, since their records were not to be trusted.
     std::uint64_t refusedCalls = 0;
     /// Nothing where it was not asked for.

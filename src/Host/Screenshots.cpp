@@ -25,24 +25,25 @@ void Screenshots::KeepNextFrame()
 
 bool Screenshots::WriteKept()
 {
-    return !m_kept.data.empty() && Write(m_kept);
+    return !m_kept.data.empty() && WriteAsked(m_kept);
 }
 
 bool Screenshots::WriteScreenshot(const std::string& name, unsigned int width, unsigned int height, const void* data,
                                   unsigned int format, unsigned int type)
 {
-    if (m_frame != m_wantedFrame) {
-        return GLScreenshotHandler::WriteScreenshot(name, width, height, data, format, type);
-    }
     const auto* const bytes = static_cast<const std::uint8_t*>(data);
-    Picture picture = {name, width, height, format, type, {}};
-    picture.data.assign(bytes, bytes + std::size_t{width} * height * Util::BytesPerPixel(format, type));
+    const std::size_t size = std::size_t{width} * height * Util::BytesPerPixel(format, type);
+    Picture picture = {m_frame, name, width, height, format, type, {}};
+    if (m_frame != m_wantedFrame || name != FrameName(m_frame)) {
+        return WriteFile(picture, data);
+    }
+    picture.data.assign(bytes, bytes + size);
     m_wantedFrame = 0;
     bool isWritten = true;
     if (m_frame == m_frameToWrite) {
-        isWritten = Write(picture);
+        isWritten = WriteAsked(picture);
     } else if (m_settings.IsScreenshotFrame(m_frame)) {
-        isWritten = GLScreenshotHandler::WriteScreenshot(name, width, height, data, format, type);
+        isWritten = WriteFile(picture, data);
     }
     if (m_frame == m_frameToKeep) {
         m_kept = std::move(picture);
@@ -50,15 +51,33 @@ bool Screenshots::WriteScreenshot(const std::string& name, unsigned int width, u
     return isWritten;
 }
 
-bool Screenshots::Write(const Picture& picture)
+bool Screenshots::WriteFile(const Picture& picture, const void* data)
 {
-    const bool isWritten = GLScreenshotHandler::WriteScreenshot(picture.name, picture.width, picture.height,
-                                                                picture.data.data(), picture.format, picture.type);
-    if (isWritten) {
-        Core::Console::Print(Core::LogNotice, false, "Wrote %s%s.", picture.name.c_str(),
-                             Util::FileExtension(static_cast<Util::ImageFormat>(m_settings.m_screenshotFormat)));
+    const bool isWritten = GLScreenshotHandler::WriteScreenshot(picture.name, picture.width, picture.height, data,
+                                                                picture.format, picture.type);
+    if (isWritten && picture.name == FrameName(picture.frame)) {
+        m_files.emplace_back(picture.frame, picture.name + Extension());
     }
     return isWritten;
+}
+
+bool Screenshots::WriteAsked(const Picture& picture)
+{
+    const bool isWritten = WriteFile(picture, picture.data.data());
+    if (isWritten) {
+        Core::Console::Print(Core::LogNotice, false, "Wrote %s.", m_files.back().second.c_str());
+    }
+    return isWritten;
+}
+
+std::string Screenshots::FrameName(std::uint32_t frame) const
+{
+    return m_settings.m_screenshotPath + "frame" + std::to_string(frame);
+}
+
+const char* Screenshots::Extension() const
+{
+    return Util::FileExtension(static_cast<Util::ImageFormat>(m_settings.m_screenshotFormat));
 }
 
 } // namespace Host

@@ -179,6 +179,9 @@ Outcome Session::ReplayPass()
     if (!m_controller) {
         m_controller = std::make_unique<Playback::Controller>(m_output.WindowManager(), m_capture.get());
     }
+    if (m_options.timeCalls) {
+        m_capture->TimeCalls();
+    }
     m_pace.Restart();
     auto start = steady_clock::now();
     Outcome failure;
@@ -406,7 +409,8 @@ void Session::EndPass()
     for (const auto& [name, count] : m_engine->Errors()) {
         m_report.errors[name] += count;
     }
-    for (const auto& [name, count] : m_capture->CallCounts()) {
+    for (const auto& [name, count, time] : m_capture->CallSums()) {
+        m_report.callTimesMs[name] += static_cast<double>(time) / 1e6;
         const unsigned int id = Core::KHRLayer::GetEglGlFuncId(name);
         if (!Core::KHRLayer::HasFunction(id) || m_settings->m_skipFrameApiIds.contains(id)) {
             m_report.skipped[name] += count;
@@ -419,6 +423,10 @@ ExitStatus Session::Summarise()
     m_report.captureFile = m_options.captureFile;
     m_report.captureFrames = m_capture->GetFrameCount();
     m_report.options = m_options.arguments;
+    m_report.areCallsTimed = m_options.timeCalls;
+    if (m_screenshots) {
+        m_report.screenshots = m_screenshots->Files();
+    }
     m_report.errorMessages = Core::Log::ErrorCount();
     m_report.areErrorsChecked = m_engine && !m_settings->m_skipErrorCheck;
     if (m_options.verify) {

@@ -1,12 +1,9 @@
 #include "Textures/TextureFiles.h"
 
-#include <optional>
-
 #include <GLES3/gl32.h>
 
 #include "Textures/KtxFile.h"
 #include "Util/ImageFile.h"
-#include "Util/PixelTransfer.h"
 
 namespace Textures {
 
@@ -31,6 +28,13 @@ bool IsPicture(const Upload& upload)
 
 } // namespace
 
+std::optional<Util::Image> PictureOf(const Upload& upload)
+{
+    return IsPicture(upload)
+               ? Util::ToImage(upload.width, upload.height, upload.data.data(), upload.format, upload.type)
+               : std::nullopt;
+}
+
 std::string TextureFiles::Name(const Upload& upload)
 {
     std::string name = m_prefix + "frame" + std::to_string(upload.frame) + "_texture" + std::to_string(upload.texture) +
@@ -44,10 +48,7 @@ std::string TextureFiles::Name(const Upload& upload)
 
 void TextureFiles::Write(const Upload& upload)
 {
-    std::optional<Util::Image> image;
-    if (IsPicture(upload)) {
-        image = Util::ToImage(upload.width, upload.height, upload.data.data(), upload.format, upload.type);
-    }
+    const std::optional<Util::Image> image = PictureOf(upload);
     const std::string path = Name(upload) + (image ? Util::FileExtension(m_format) : ".ktx");
     const std::string error = image ? Util::WriteImageFile(path, m_format, *image) : WriteKtx(path, upload);
     if (error.empty()) {

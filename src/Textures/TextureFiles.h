@@ -1,15 +1,20 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 
 #include "Interfaces/Util.h"
 #include "Textures/UploadReader.h"
+#include "Util/PixelTransfer.h"
 
 namespace Textures {
 
-/// Writes uploads to files that are named for frame, texture, level and layer. Colours of up to 8 bits become pictures;
-/// what no picture holds (compressed blocks, floats, integers, depth) becomes a KTX file.
+/// The upload as a picture; empty for what no picture holds: compressed blocks, floats, integers, depth.
+[[nodiscard]] std::optional<Util::Image> PictureOf(const Upload& upload);
+
+/// Writes uploads to files that are named for frame, texture, level and layer. What no picture holds becomes a
+/// KTX file.
 class TextureFiles {
 public:
     /// Names begin with `prefix`, which may hold a folder.

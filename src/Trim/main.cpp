@@ -23,7 +23,7 @@ constexpr Util::Option options[] = {
     {"--version", "", "print the version", "Options"},
 };
 constexpr const char* usage =
-    "usage: playback-trim IN.glcap --frames A-B -o OUT.glcap\n"
+    "Usage: playback-trim IN.glcap --frames A-B -o OUT.glcap\n"
     "\n"
     "Writes a capture of frames A to B of another one, with a state-setup block in front that\n"
     "brings all objects to the state that they have at frame A. Replays the frames before A\n"

@@ -1,5 +1,6 @@
 #include "Util/ImageFile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -96,7 +97,7 @@ bool WriteDds(std::FILE* file, const Image& image, std::string&)
     return written;
 }
 
-bool WritePng(std::FILE* file, const Image& image, std::string& error)
+png_image DescribePng(const Image& image)
 {
     png_image png = {};
     png.version = PNG_IMAGE_VERSION;
@@ -104,9 +105,19 @@ bool WritePng(std::FILE* file, const Image& image, std::string& error)
     png.height = image.height;
     png.format = PNG_FORMAT_RGBA;
     png.flags = PNG_IMAGE_FLAG_FAST;
-    // A negative stride stands for the bottom row first.
-    const auto stride = -static_cast<png_int_32>(image.width * 4);
-    if (png_image_write_to_stdio(&png, file, 0, image.rgba.data(), stride, nullptr))
+    return png;
+}
+
+/// The stride of a picture's rows, negative since the bottom row comes first.
+png_int_32 BottomFirst(const Image& image)
+{
+    return -static_cast<png_int_32>(image.width * 4);
+}
+
+bool WritePng(std::FILE* file, const Image& image, std::string& error)
+{
+    png_image png = DescribePng(image);
+    if (png_image_write_to_stdio(&png, file, 0, image.rgba.data(), BottomFirst(image), nullptr))
         return true;
     error = png.message;
     return false;
@@ -155,6 +166,60 @@ std::string WriteImageFile(const std::string& path, ImageFormat format, const Im
         error = std::strerror(written ? errno : writeErrno);
     std::remove(path.c_str());
     return error;
+}
+
+std::vector<std::uint8_t> EncodePng(const Image& image)
+{
+    png_image png = DescribePng(image);
+    png_alloc_size_t bytes = 0;
+    std::vector<std::uint8_t> file;
+    if (png_image_write_to_memory(&png, nullptr, &bytes, 0, image.rgba.data(), BottomFirst(image), nullptr)) {
+        file.resize(bytes);
+        if (!png_image_write_to_memory(&png, file.data(), &bytes, 0, image.rgba.data(), BottomFirst(image), nullptr))
+            file.clear();
+    }
+    return file;
+}
+
+std::optional<Image> ReadPng(const std::string& path)
+{
+    png_image png = {};
+    png.version = PNG_IMAGE_VERSION;
+    if (!png_image_begin_read_from_file(&png, path.c_str()))
+        return std::nullopt;
+    png.format = PNG_FORMAT_RGBA;
+    Image image = {png.width, png.height, {}};
+    image.rgba.resize(PNG_IMAGE_SIZE(png));
+    if (!png_image_finish_read(&png, nullptr, image.rgba.data(), BottomFirst(image), nullptr))
+        return std::nullopt;
+    return image;
+}
+
+Image Shrink(const Image& image, std::uint32_t longestSide)
+{
+    const std::uint32_t longest = std::max(image.width, image.height);
+    if (longest <= longestSide)
+        return image;
+    const auto scaled = [&](std::uint32_t side) {
+        return std::max(1u, static_cast<std::uint32_t>(std::uint64_t{side} * longestSide / longest));
+    };
+    Image small = {scaled(image.width), scaled(image.height), {}};
+    for (std::uint64_t y = 0; y < small.height; ++y) {
+        for (std::uint64_t x = 0; x < small.width; ++x) {
+            std::uint64_t sums[4] = {};
+            std::uint64_t count = 0;
+            for (std::uint64_t v = y * image.height / small.height; v < (y + 1) * image.height / small.height; ++v) {
+                for (std::uint64_t u = x * image.width / small.width; u < (x + 1) * image.width / small.width; ++u) {
+                    for (std::size_t channel = 0; channel < 4; ++channel)
+                        sums[channel] += image.rgba[(v * image.width + u) * 4 + channel];
+                    ++count;
+                }
+            }
+            for (const std::uint64_t sum : sums)
+                small.rgba.push_back(static_cast<std::uint8_t>(sum / count));
+        }
+    }
+    return small;
 }
 
 } // namespace Util

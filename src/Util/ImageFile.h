@@ -1,7 +1,10 @@
 // Writes pictures to files.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "Interfaces/Util.h"
 #include "Util/PixelTransfer.h"
@@ -14,5 +17,12 @@ namespace Util {
 /// Writes the picture upright, alpha included. Returns the reason of a failure, after which no file is left behind;
 /// empty on success.
 [[nodiscard]] std::string WriteImageFile(const std::string& path, ImageFormat format, const Image& image);
+
+/// The picture as a PNG file in memory; empty when there is no memory for it.
+[[nodiscard]] std::vector<std::uint8_t> EncodePng(const Image& image);
+/// Empty when the file cannot be read, or is no PNG file.
+[[nodiscard]] std::optional<Image> ReadPng(const std::string& path);
+/// The picture with no side longer than this; each pixel is the mean of those that it stands for.
+[[nodiscard]] Image Shrink(const Image& image, std::uint32_t longestSide);
 
 } // namespace Util

@@ -6,7 +6,7 @@
 #include "Data/RecordWalk.h"
 #include "TestCapture.h"
 #include "Tools/Info/CaptureSummary.h"
-#include "Tools/Info/RecordText.h"
+#include "Tools/Info/Dump.h"
 
 namespace Tools {
 
@@ -18,6 +18,17 @@ using ::testing::HasSubstr;
 
 class CaptureSummaryTest : public CaptureTest {
 protected:
+    /// The lines of a listing, without their line feeds.
+    std::vector<std::string> List(const DumpChoice& choice)
+    {
+        const auto source = OpenSource();
+        Diagnostics diagnostics(path, nullptr);
+        std::vector<std::string> lines;
+        Dump(*source, diagnostics, choice,
+             [&](const std::string& line) { lines.push_back(line.substr(0, line.size() - 1)); });
+        return lines;
+    }
+
     std::unique_ptr<CaptureSource> OpenSource()
     {
         if (writer)
@@ -80,6 +91,7 @@ TEST_F(CaptureSummaryTest, SaysWhatIsInACapture)
 
 TEST_F(CaptureSummaryTest, EachRecordIsALineOfText)
 {
+    Call(CallId::eglMakeCurrent, 1, 1, 3, 3, 7);
     Call(CallId::glBindTexture, 0x0DE1, 5);
     Call(CallId::glClearColor, 0.5, 0, 0, 1);
     Call(CallId::glGetAttribLocation, 3, 7, "pos\"ition\n");
@@ -88,26 +100,43 @@ TEST_F(CaptureSummaryTest, EachRecordIsALineOfText)
     Call(CallId::glBufferData, 0x8892, 4, std::vector<std::uint8_t>(4), 0x88E4);
     Call(CallId::eglCreateContext, 7, 1, 1, 0, std::vector<std::int32_t>{0x3098, 2, 0x3038});
     Call(CallId::glDrawElements, 4, 3, 0x1403, 0x40);
+    Call(CallId::glClear, 0x4108);
+    writer->FrameEnd();
+    Call(CallId::glClear, 0);
     writer->FrameEnd();
 
-    const auto source = OpenSource();
-    Diagnostics diagnostics(path, nullptr);
-    std::vector<std::string> lines;
-    WalkRecords(*source, diagnostics,
-                [&](const RecordCursor& record) { lines.push_back(RecordText(record, *source)); });
     EXPECT_THAT(
-        lines,
-        ElementsAre("-- thread 1", "glBindTexture(target=GL_TEXTURE_2D, texture=5)",
-                    "glClearColor(red=0.5, green=0, blue=0, alpha=1)",
-                    "glGetAttribLocation(program=7, name=\"pos\\\"ition\\n\") = 3",
-                    "glShaderSource(shader=1, count=2, string=[\"one\", \"" + std::string(72, 'x') +
-                        "...\"], length=null)",
-                    "glUniform4fv(location=2, count=3, value=[1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, ... 12])",
-                    "glBufferData(target=GL_ARRAY_BUFFER, size=4, data=<4 bytes>, usage=GL_STATIC_DRAW)",
-                    "eglCreateContext(dpy=1, config=1, share_context=0, attrib_list=[EGL_CONTEXT_CLIENT_VERSION, "
-                    "2, EGL_NONE]) = 7",
-                    "glDrawElements(mode=0x4, count=3, type=GL_UNSIGNED_SHORT, indices=0x40)",
-                    ::testing::StartsWith("-- end of frame, ")));
+        List({}),
+        ElementsAre(
+            "1:0 t0 c0 -- thread 1", "1:1 t1 c0 eglMakeCurrent(dpy=1, draw=3, read=3, ctx=7) = 1",
+            "1:2 t1 c7 glBindTexture(target=GL_TEXTURE_2D, texture=5)",
+            "1:3 t1 c7 glClearColor(red=0.5, green=0, blue=0, alpha=1)",
+            "1:4 t1 c7 glGetAttribLocation(program=7, name=\"pos\\\"ition\\n\") = 3",
+            "1:5 t1 c7 glShaderSource(shader=1, count=2, string=[\"one\", \"" + std::string(72, 'x') +
+                "...\"], length=null)",
+            "1:6 t1 c7 glUniform4fv(location=2, count=3, value=[1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, ... 12])",
+            "1:7 t1 c7 glBufferData(target=GL_ARRAY_BUFFER, size=4, data=<4 bytes>, usage=GL_STATIC_DRAW)",
+            "1:8 t1 c7 eglCreateContext(dpy=1, config=1, share_context=0, "
+            "attrib_list=[EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE]) = 7",
+            "1:9 t1 c7 glDrawElements(mode=0x4, count=3, type=GL_UNSIGNED_SHORT, indices=0x40)",
+            "1:10 t1 c7 glClear(mask=GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | 0x8)",
+            ::testing::StartsWith("1:10 t1 c7 -- end of frame, "), "2:1 t1 c7 glClear(mask=0x0)",
+            ::testing::StartsWith("2:1 t1 c7 -- end of frame, ")));
+    EXPECT_THAT(List({.firstFrame = 1, .lastFrame = 1, .calls = "glDraw*,*Clear"}), ::testing::SizeIs(2));
+    EXPECT_THAT(List({.firstFrame = 2, .calls = "glDraw*,*Clear"}), ElementsAre("2:1 t1 c7 glClear(mask=0x0)"));
+
+    const std::vector<std::string> json = List({.notation = Notation::Json, .lastFrame = 1, .calls = "gl[GSUB]*"});
+    std::vector<nlohmann::json> arguments;
+    for (const std::string& line : json)
+        arguments.push_back(nlohmann::json::parse(line)["args"]);
+    EXPECT_EQ(arguments[0], nlohmann::json::parse(R"({"target": "GL_TEXTURE_2D", "texture": 5})"));
+    EXPECT_EQ(arguments[1]["name"], "pos\"ition\n");
+    EXPECT_EQ(arguments[2]["string"][1], std::string(100, 'x'));
+    EXPECT_EQ(arguments[3]["value"], std::vector<float>(12, 1.5F));
+    EXPECT_EQ(arguments[4]["data"]["bytes"], 4);
+    const nlohmann::json whole = nlohmann::json::parse(json[1]);
+    EXPECT_EQ(whole, nlohmann::json::parse(R"({"frame": 1, "call": 4, "thread": 1, "context": 7, "return": 3,
+        "name": "glGetAttribLocation", "args": {"program": 7, "name": "pos\"ition\n"}})"));
 }
 
 /// Listing must not follow what a damaged record says.
@@ -128,8 +157,11 @@ TEST_F(CaptureSummaryTest, RecordsThatAreNotToBeTrustedAreShownAsFarAsTheyAre)
         SetFileBytes(WithRecords(capture, records));
         const auto source = OpenSource();
         Diagnostics diagnostics(path, nullptr);
-        WalkRecords(*source, diagnostics,
-                    [&](const RecordCursor& record) { EXPECT_FALSE(RecordText(record, *source).empty()); });
+        for (const Notation notation : {Notation::Plain, Notation::Json}) {
+            Dump(*source, diagnostics, {.notation = notation}, [&](const std::string& line) {
+                EXPECT_TRUE(notation == Notation::Plain || nlohmann::json::accept(line)) << line;
+            });
+        }
         EXPECT_FALSE(Summarize(*source, diagnostics).isComplete);
     }
 }

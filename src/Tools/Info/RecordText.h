@@ -1,15 +1,32 @@
 // Records as text, one line each: what playback-info --dump prints.
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "Data/CaptureSource.h"
 #include "Data/RecordCursor.h"
+#include "Tools/Info/Notation.h"
 
 namespace Tools {
 
-/// The call or command of a record, such as "glBindTexture(target=GL_TEXTURE_2D, texture=5)". Long contents are
-/// shortened. Nothing in the record is believed: what does not fit is shown as "?".
-std::string RecordText(const Data::RecordCursor& record, const Data::CaptureSource& source);
+/// Where a record is and who made it.
+struct RecordPlace {
+    /// Frame, counted from 1, and call in the frame.
+    std::uint32_t frame = 1;
+    std::uint32_t call = 0;
+    std::uint32_t thread = 0;
+    /// Captured context; 0 for none.
+    std::uint32_t context = 0;
+};
+
+/// The function of a record; empty for a record that is no call.
+std::string_view CallName(const Data::RecordCursor& record, const Data::CaptureSource& source);
+
+/// A line such as "3:17 t1 c1 glBindTexture(target=GL_TEXTURE_2D, texture=5)", or a JSON object. Records
+/// that are no calls begin with "--" behind their place.
+std::string RecordText(Notation notation, const RecordPlace& place, const Data::RecordCursor& record,
+                       const Data::CaptureSource& source);
 
 } // namespace Tools

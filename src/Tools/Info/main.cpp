@@ -1,21 +1,29 @@
 // playback-info: prints what is in a capture.
+#include <charconv>
 #include <cstdio>
 #include <string>
 
-#include "Data/RecordWalk.h"
 #include "Tools/Info/CaptureSummary.h"
-#include "Tools/Info/RecordText.h"
+#include "Tools/Info/Dump.h"
+#include "Tools/Info/Report/Report.h"
 #include "Tools/Info/Statistics.h"
 #include "Util/CommandLine.h"
 
 namespace {
 
-enum ExitStatus : int { Done = 0, Usage = 2, Unreadable = 3 };
+enum ExitStatus : int { Done = 0, Failed = 1, Usage = 2, Unreadable = 3 };
 
 constexpr Util::Option options[] = {
     {"--json", "", "print the same as JSON, with statistics of the whole capture and of each frame", "Options"},
     {"--csv", "", "print the statistics as a table instead, one line for each frame", "Options"},
-    {"--dump", "", "list all calls instead, one on each line, with frame and number of the call in its frame",
+    {"--dump", "",
+     "list all calls instead, one on each line, with frame, number of the call in its frame, thread and "
+     "context; with --json, a JSON object on each line",
+     "Options"},
+    {"--frames", "A-B", "with --dump: only these frames, counted from 1", "Options"},
+    {"--calls", "PATTERNS", "with --dump: only functions with such names, as glDraw*,glClear", "Options"},
+    {"--report", "DIR", "write a page to DIR/index.html that shows the capture in a browser", "Options"},
+    {"--results", "FILE", "with --report: what playback -json wrote of a replay, with the screenshots that it took",
      "Options"},
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},
@@ -32,28 +40,71 @@ void Print(const std::string& text)
     std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
-void Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics)
+int Fail(ExitStatus status, const std::string& text)
 {
-    Data::WalkRecords(source, diagnostics, [&](const Data::RecordCursor& record) {
-        const Data::Position& at = diagnostics.position;
-        Print(std::to_string(at.frame + 1) + ":" + std::to_string(at.call) + " " + Tools::RecordText(record, source) +
-              "\n");
-    });
+    std::fprintf(stderr, "playback-info: %s\n", text.c_str());
+    return status;
 }
 
-/// The table or the JSON document. Trouble is reported once, by the reader that looks closer.
-int PrintStatistics(Data::CaptureSource& source, const std::string& path, bool isTable, const Data::Report& report)
+void Report(const std::string& line)
+{
+    std::fprintf(stderr, "%s\n", line.c_str());
+}
+
+/// "3-7" or "5". False when it is neither.
+bool ParseFrames(const std::string& text, Tools::DumpChoice& choice)
+{
+    const char* const end = text.data() + text.size();
+    const auto [afterFirst, error] = std::from_chars(text.data(), end, choice.firstFrame);
+    choice.lastFrame = choice.firstFrame;
+    if (error != std::errc() || choice.firstFrame == 0)
+        return false;
+    if (afterFirst == end)
+        return true;
+    const auto [afterLast, lastError] = std::from_chars(afterFirst + 1, end, choice.lastFrame);
+    return *afterFirst == '-' && lastError == std::errc() && afterLast == end && choice.lastFrame >= choice.firstFrame;
+}
+
+/// What is wrong with the options together; fills in what to list.
+std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& choice)
+{
+    if (args.positional.size() != 1)
+        return args.positional.empty() ? "no file is given" : "more than one file is given";
+    const bool isDump = args.HasSwitch("--dump");
+    const bool isReport = args.FindValue("--report") != nullptr;
+    if (args.HasSwitch("--csv") + isDump + isReport > 1 ||
+        (args.HasSwitch("--json") && (args.HasSwitch("--csv") || isReport)))
+        return "options exclude each other: one of --json, --csv, --dump and --report, or --dump with --json";
+    for (const char* const option : {"--frames", "--calls"}) {
+        if (args.FindValue(option) && !isDump)
+            return std::string(option) + " goes with --dump";
+    }
+    if (args.FindValue("--results") && !isReport)
+        return "--results goes with --report";
+    if (const std::string* const frames = args.FindValue("--frames"); frames && !ParseFrames(*frames, choice))
+        return "--frames needs A-B with A from 1 and B not below A, found \"" + *frames + "\"";
+    if (const std::string* const calls = args.FindValue("--calls"))
+        choice.calls = *calls;
+    choice.notation = args.HasSwitch("--json") ? Tools::Notation::Json : Tools::Notation::Plain;
+    return {};
+}
+
+/// The table, the JSON document or the page. Trouble is reported once, by the reader that looks closer.
+int PrintStatistics(Data::CaptureSource& source, const std::string& path, const Util::ParseArgs::CmdLineArgs& args)
 {
     Data::Diagnostics quiet(path, nullptr);
     const Tools::CaptureSummary summary = Tools::Summarize(source, quiet);
     std::string error;
-    std::optional<Tools::CaptureStatistics> statistics = Tools::CollectStatistics(path, report, error);
-    if (!statistics) {
-        std::fprintf(stderr, "playback-info: %s\n", error.c_str());
-        return Unreadable;
-    }
+    std::optional<Tools::CaptureStatistics> statistics = Tools::CollectStatistics(path, Report, error);
+    if (!statistics)
+        return Fail(Unreadable, error);
     Tools::SetCalls(*statistics, summary.stateBlockCalls, summary.callsByFrame);
-    Print(isTable ? Tools::ToCsv(*statistics) : Tools::ToJson(summary, &*statistics));
+    if (const std::string* const folder = args.FindValue("--report")) {
+        const std::string* const results = args.FindValue("--results");
+        error = Tools::WriteReport(*folder, {path, results ? *results : "", summary, *statistics});
+        return error.empty() ? Done : Fail(Failed, error);
+    }
+    Print(args.HasSwitch("--csv") ? Tools::ToCsv(*statistics) : Tools::ToJson(summary, &*statistics));
     return Done;
 }
 
@@ -62,38 +113,29 @@ int PrintStatistics(Data::CaptureSource& source, const std::string& path, bool i
 int main(int argc, char** argv)
 {
     const Util::CommandLine commandLine(options);
-    const Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
-    if (parsed.args.HasSwitch("--help")) {
+    const auto [args, parseError] = commandLine.Parse(argc, argv);
+    if (args.HasSwitch("--help")) {
         Print(commandLine.Help(usage));
         return Done;
     }
-    if (parsed.args.HasSwitch("--version")) {
+    if (args.HasSwitch("--version")) {
         Print("playback-info " PLAYBACK_VERSION "\n");
         return Done;
     }
-    std::string error = parsed.error;
-    if (error.empty() && parsed.args.positional.size() != 1)
-        error = parsed.args.positional.empty() ? "no file is given" : "more than one file is given";
-    if (error.empty() && parsed.args.switches.size() > 1)
-        error = parsed.args.switches[0] + " and " + parsed.args.switches[1] + " exclude each other";
-    if (!error.empty()) {
-        std::fprintf(stderr, "playback-info: %s\n%s\n", error.c_str(), usage);
-        return Usage;
-    }
+    Tools::DumpChoice choice;
+    std::string error = parseError.empty() ? Check(args, choice) : parseError;
+    if (!error.empty())
+        return Fail(Usage, error + "\n" + usage);
 
-    const std::string& path = parsed.args.positional.front();
+    const std::string& path = args.positional.front();
     const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(path, error);
-    if (!source) {
-        std::fprintf(stderr, "playback-info: %s\n", error.c_str());
-        return Unreadable;
-    }
-    const Data::Report report = [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); };
-    const bool isTable = parsed.args.HasSwitch("--csv");
-    if (isTable || parsed.args.HasSwitch("--json"))
-        return PrintStatistics(*source, path, isTable, report);
-    Data::Diagnostics diagnostics(path, report);
-    if (parsed.args.HasSwitch("--dump"))
-        Dump(*source, diagnostics);
+    if (!source)
+        return Fail(Unreadable, error);
+    Data::Diagnostics diagnostics(path, Report);
+    if (args.HasSwitch("--dump"))
+        Tools::Dump(*source, diagnostics, choice, Print);
+    else if (args.HasSwitch("--json") || args.HasSwitch("--csv") || args.FindValue("--report"))
+        return PrintStatistics(*source, path, args);
     else
         Print(Tools::ToText(Tools::Summarize(*source, diagnostics)));
     return Done;

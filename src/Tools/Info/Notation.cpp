@@ -1,0 +1,198 @@
+#include "Tools/Info/Notation.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+#include <nlohmann/json.hpp>
+
+#include "Tools/Info/BitNames.h"
+#include "Tools/Info/EnumNames.h"
+
+namespace Tools {
+
+namespace {
+
+/// Elements and characters of contents that are shown to people.
+constexpr std::uint32_t maxElements = 8;
+constexpr std::uint32_t maxCharacters = 72;
+
+template <class T> T Load(const std::uint8_t* at)
+{
+    T value;
+    std::memcpy(&value, at, sizeof value);
+    return value;
+}
+
+/// The memory behind a pointer argument.
+struct Contents {
+    const std::uint8_t* data;
+    std::uint32_t bytes;
+
+    [[nodiscard]] std::string_view Text(std::uint64_t at = 0) const
+    {
+        if (at > bytes)
+            return "?";
+        const std::string_view rest(reinterpret_cast<const char*>(data) + at, bytes - at);
+        return rest.substr(0, rest.find('\0'));
+    }
+};
+
+/// Writes the values of one argument.
+class Writer {
+public:
+    Writer(Notation notation, Data::CallId call, std::string_view parameter, bool isEgl)
+        : m_isJson(notation == Notation::Json), m_call(call), m_parameter(parameter), m_isEgl(isEgl)
+    {
+    }
+
+    [[nodiscard]] std::string Word(const std::string& word) const { return m_isJson ? JsonString(word) : word; }
+
+    [[nodiscard]] std::string Value(const std::uint8_t* at, char code, std::uint32_t bytes) const
+    {
+        switch (code) {
+        case 'f':
+            return Float(Load<float>(at));
+        case 'e':
+            return Enum(Load<std::uint32_t>(at));
+        case 'm':
+            return Word(BitsText(m_call, m_parameter, Load<std::uint32_t>(at)));
+        case 'i':
+            return Number(Load<std::int32_t>(at));
+        case 'l':
+            return Number(Load<std::int64_t>(at));
+        case 'p':
+            return Word(HexText(Load<std::uint64_t>(at)));
+        default:
+            if (bytes == 1)
+                return std::to_string(*at);
+            return std::to_string(bytes == 8 ? Load<std::uint64_t>(at) : Load<std::uint32_t>(at));
+        }
+    }
+
+    [[nodiscard]] std::string Text(std::string_view text) const
+    {
+        if (m_isJson)
+            return JsonString(text);
+        std::string quoted = "\"";
+        for (const char character : text.substr(0, maxCharacters)) {
+            if (character == '\n')
+                quoted += "\\n";
+            else if (character == '"' || character == '\\')
+                quoted += std::string("\\") + character;
+            else
+                quoted += static_cast<unsigned char>(character) < ' ' ? '?' : character;
+        }
+        return quoted + (text.size() > maxCharacters ? "...\"" : "\"");
+    }
+
+    [[nodiscard]] std::string Texts(const Contents& contents) const
+    {
+        // As many slots as lie in front of the first string.
+        const std::uint64_t end = contents.bytes >= 8 ? Load<std::uint64_t>(contents.data) : 0;
+        const std::uint64_t count = std::min<std::uint64_t>(end, contents.bytes) / 8;
+        return List(count,
+                    [&](std::uint64_t i) { return Text(contents.Text(Load<std::uint64_t>(contents.data + i * 8))); });
+    }
+
+    [[nodiscard]] std::string Elements(const Contents& contents, const Data::ParameterDescription& parameter) const
+    {
+        if (parameter.code == 'x') {
+            const std::string bytes = std::to_string(contents.bytes);
+            return m_isJson ? "{\"bytes\":" + bytes + "}" : "<" + bytes + " bytes>";
+        }
+        return List(contents.bytes / parameter.bytes, [&](std::uint64_t i) {
+            const std::uint8_t* const at = contents.data + i * parameter.bytes;
+            const bool isName = parameter.form == Data::ParameterForm::Attribs && i % 2 == 0;
+            return isName ? Enum(Load<std::uint32_t>(at)) : Value(at, parameter.code, parameter.bytes);
+        });
+    }
+
+private:
+    template <class Element> [[nodiscard]] std::string List(std::uint64_t count, Element element) const
+    {
+        const std::uint64_t shown = m_isJson ? count : std::min<std::uint64_t>(count, maxElements);
+        std::string text = "[";
+        for (std::uint64_t i = 0; i < shown; ++i)
+            text += (i > 0 ? ", " : "") + element(i);
+        return text + (count > shown ? ", ... " + std::to_string(count) + "]" : "]");
+    }
+
+    /// Small values have too many meanings to name one.
+    [[nodiscard]] std::string Enum(std::uint32_t value) const
+    {
+        const char* const name = value > 7 ? (m_isEgl ? EGLEnumName(value) : GLEnumName(value)) : nullptr;
+        return Word(name ? name : HexText(value));
+    }
+
+    /// EGL passes its enums as plain numbers; all of them lie in one range.
+    [[nodiscard]] std::string Number(std::int64_t value) const
+    {
+        return m_isEgl && value >= 0x3000 && value < 0x4000 ? Enum(static_cast<std::uint32_t>(value))
+                                                            : std::to_string(value);
+    }
+
+    /// JSON has no numbers that are none, or infinite.
+    [[nodiscard]] std::string Float(float value) const
+    {
+        char text[32];
+        std::snprintf(text, sizeof text, m_isJson ? "%.9g" : "%g", static_cast<double>(value));
+        return std::isfinite(value) ? text : Word(text);
+    }
+
+    bool m_isJson;
+    Data::CallId m_call;
+    std::string_view m_parameter;
+    bool m_isEgl;
+};
+
+} // namespace
+
+std::string HexText(std::uint64_t value)
+{
+    char text[24];
+    std::snprintf(text, sizeof text, "0x%" PRIx64, value);
+    return text;
+}
+
+std::string EnumText(std::uint32_t value)
+{
+    const char* const name = GLEnumName(value);
+    return name ? name : HexText(value);
+}
+
+std::string JsonString(std::string_view text)
+{
+    return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+std::string ArgumentText(Notation notation, const Data::RecordCursor& record, Data::CallId call,
+                         const Data::ParameterDescription& parameter, bool isEgl)
+{
+    const Writer writer(notation, call, parameter.name, isEgl);
+    const std::uint32_t recordBytes = record.Header().bytes;
+    const bool isScalar = parameter.form == Data::ParameterForm::Scalar;
+    if (parameter.at + (isScalar ? parameter.bytes : sizeof(Data::PointerSlot)) > recordBytes)
+        return writer.Word("?");
+    const std::uint8_t* const at = record.Record() + parameter.at;
+    if (isScalar)
+        return writer.Value(at, parameter.code, parameter.bytes);
+    const auto slot = Load<Data::PointerSlot>(at);
+    if (slot.offset == 0)
+        return slot.value == 0 ? "null" : writer.Word(HexText(slot.value));
+    if (slot.offset > recordBytes || slot.bytes > recordBytes - slot.offset)
+        return writer.Word("?");
+    const Contents contents{record.Record() + slot.offset, slot.bytes};
+    switch (parameter.form) {
+    case Data::ParameterForm::Text:
+        return writer.Text(contents.Text());
+    case Data::ParameterForm::Strings:
+        return writer.Texts(contents);
+    default:
+        return writer.Elements(contents, parameter);
+    }
+}
+
+} // namespace Tools

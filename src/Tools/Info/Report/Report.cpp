@@ -1,0 +1,166 @@
+#include "Tools/Info/Report/Report.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string_view>
+
+#include <nlohmann/json.hpp>
+
+#include "Interfaces/Util.h"
+#include "Tools/Info/EnumNames.h"
+#include "Tools/Info/Report/Pages.h"
+#include "Tools/Info/Report/Pictures.h"
+#include "Tools/Info/Report/ProgramReader.h"
+
+namespace Tools {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// Pictures beyond these numbers are left out, so that a browser can show the page.
+constexpr std::size_t MaxFrames = 200;
+constexpr std::size_t MaxTextures = 200;
+
+/// The page's parts, by their names in it.
+std::string FillIn(std::string_view page, const std::vector<std::pair<std::string_view, std::string_view>>& parts)
+{
+    std::string text;
+    while (!page.empty()) {
+        const std::size_t begin = page.find("{{");
+        text += page.substr(0, begin);
+        if (begin == std::string_view::npos)
+            break;
+        const std::size_t end = page.find("}}", begin);
+        const std::string_view name = page.substr(begin + 2, end - begin - 2);
+        for (const auto& [part, content] : parts) {
+            if (part == name)
+                text += content;
+        }
+        page.remove_prefix(end + 2);
+    }
+    return text;
+}
+
+/// No text in a JSON document may end the element of the page that it stands in.
+std::string EscapeForPage(const std::string& json)
+{
+    std::string text;
+    for (const char c : json)
+        text += c == '<' ? std::string("\\u003c") : std::string(1, c);
+    return text;
+}
+
+Json Programs(const std::string& captureFile)
+{
+    Json programs = Json::array();
+    std::string error;
+    const auto capture = Data::CaptureFile::Open(captureFile, Data::Preload::No, {}, error);
+    if (!capture)
+        return programs;
+    const ProgramReader reader(*capture);
+    while (capture->GetFrameProcessor()->ProcessNextFrame()) {
+    }
+    for (const ProgramText& program : reader.Programs()) {
+        Json shaders = Json::array();
+        for (const ShaderText& shader : program.shaders)
+            shaders.push_back(
+                {{"shader", shader.shader}, {"type", GLEnumName(shader.type)}, {"source", shader.source}});
+        programs.push_back({{"program", program.program}, {"shaders", shaders}});
+    }
+    return programs;
+}
+
+Json Work(const CaptureStatistics& statistics)
+{
+    Json work = Json::array();
+    for (const FrameStatistics& frame : statistics.frames) {
+        std::uint64_t draws = 0;
+        for (const auto& [call, count] : frame.draws)
+            draws += count.calls;
+        work.push_back({{"draws", draws}, {"uploadedBytes", frame.bufferBytes + frame.textureBytes}});
+    }
+    return work;
+}
+
+Json Textures(const std::string& captureFile)
+{
+    Json textures = Json::array();
+    for (const TexturePicture& picture : TexturePictures(captureFile, MaxTextures)) {
+        textures.push_back({{"frame", picture.frame},
+                            {"texture", picture.texture},
+                            {"level", picture.level},
+                            {"layer", picture.layer},
+                            {"width", picture.width},
+                            {"height", picture.height},
+                            {"png", picture.png}});
+    }
+    return textures;
+}
+
+/// Thumbnails of the pictures that a replay wrote.
+Json Frames(const Json& results, const std::filesystem::path& folder)
+{
+    Json frames = Json::array();
+    for (const Json& screenshot : results.at("screenshots")) {
+        const std::string file = screenshot.at("file");
+        std::string png = Thumbnail(file);
+        if (png.empty())
+            png = Thumbnail(folder / std::filesystem::path(file).filename());
+        if (!png.empty() && frames.size() < MaxFrames)
+            frames.push_back({{"frame", screenshot.at("frame")}, {"png", png}});
+    }
+    return frames;
+}
+
+std::string ReadResults(const std::string& path, Json& results, Json& frames)
+{
+    std::ifstream file(path);
+    if (!file)
+        return path + ": " + std::strerror(errno);
+    try {
+        results = Json::parse(file);
+        frames = Frames(results, std::filesystem::path(path).parent_path());
+        // What the page reads.
+        for (const char* const key : {"measured", "driver", "skipped", "verification"})
+            results.at(key);
+    } catch (const Json::exception& error) {
+        return path + ": no results of playback -json: " + error.what();
+    }
+    return {};
+}
+
+} // namespace
+
+std::string WriteReport(const std::string& folder, const ReportInput& input)
+{
+    Json results;
+    Json frames = Json::array();
+    if (!input.resultsFile.empty()) {
+        if (std::string error = ReadResults(input.resultsFile, results, frames); !error.empty())
+            return error;
+    }
+    const Json data = {{"capture", Json::parse(ToJson(input.summary, nullptr))},
+                       {"results", results},
+                       {"frames", frames},
+                       {"work", Work(input.statistics)},
+                       {"programs", Programs(input.captureFile)},
+                       {"textures", Textures(input.captureFile)}};
+    const std::string text = EscapeForPage(data.dump(-1, ' ', false, Json::error_handler_t::replace));
+
+    if (!Util::Path::Exists(folder) && !Util::Path::CreateFolder(folder))
+        return folder + ": " + std::strerror(errno);
+    const std::string path = folder + "/index.html";
+    std::ofstream file(path);
+    file << FillIn(Pages::page, {{"dygraph.min.css", Pages::dygraphStyle},
+                                 {"dygraph.min.js", Pages::dygraph},
+                                 {"report.css", Pages::style},
+                                 {"report.js", Pages::script},
+                                 {"data", text}});
+    file.close();
+    return file ? "" : path + ": " + std::strerror(errno);
+}
+
+} // namespace Tools

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+
+#include "Tools/Info/CaptureSummary.h"
+#include "Tools/Info/Statistics.h"
+
+namespace Tools {
+
+/// What a report is made of.
+struct ReportInput {
+    std::string captureFile;
+    /// Results of a replay, as playback -json writes them; empty for none. Their pictures of frames, which are PNG
+    /// files, are looked for in the current folder and beside the results.
+    std::string resultsFile;
+    const CaptureSummary& summary;
+    const CaptureStatistics& statistics;
+};
+
+/// Writes index.html to a folder, which is made where it is missing: one page that needs nothing else, network
+/// included. Returns the reason of a failure; empty on success.
+[[nodiscard]] std::string WriteReport(const std::string& folder, const ReportInput& input);
+
+} // namespace Tools

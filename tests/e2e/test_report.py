@@ -1,0 +1,84 @@
+"""The report page of a capture, opened in a browser: what it shows, and that it can be used."""
+
+import html
+import json
+import re
+import unittest
+
+from harness import INFO, PLAYBACK, SPINNING, EndToEndTest
+
+# Put behind the page's own script: hovers over the first plot, drags a range in it, and tells what came of it.
+USE_IT = """<script>
+window.addEventListener("load", () => setTimeout(() => {
+    const plot = document.querySelector("#times .plot");
+    const canvas = [...plot.querySelectorAll("canvas")].pop();
+    const box = canvas.getBoundingClientRect();
+    const mouse = (type, part) => canvas.dispatchEvent(new MouseEvent(type, {
+        bubbles: true, cancelable: true, view: window, button: 0,
+        clientX: box.left + box.width * part, clientY: box.top + box.height / 2 }));
+    mouse("mousemove", 0.5);
+    const hovered = plot.querySelector(".dygraph-legend").textContent;
+    const labels = () => [...plot.querySelectorAll(".dygraph-axis-label-x")].map(label => Number(label.textContent));
+    const before = Math.max(...labels());
+    mouse("mousedown", 0.3); mouse("mousemove", 0.5); mouse("mouseup", 0.5);
+    setTimeout(() => {
+        const seen = document.createElement("output");
+        seen.id = "seen";
+        seen.textContent = JSON.stringify({ hovered, before, after: Math.max(...labels()),
+            frames: document.querySelectorAll("#frames img").length,
+            textures: document.querySelectorAll("#textures img").length,
+            broken: [...document.images].filter(image => !image.naturalWidth).length,
+            calls: document.querySelectorAll("#calls tbody tr").length,
+            programs: document.querySelectorAll("#programs details").length,
+            source: document.querySelector("#programs pre").textContent });
+        document.body.append(seen);
+    }, 500);
+}, 200));
+</script></body>"""
+
+
+class Report(EndToEndTest):
+    def setUp(self):
+        super().setUp()
+        self.capture = self.record(SPINNING, "--frames", "30", "--pbuffer", compositor=False)
+
+    def browse(self, page):
+        """What a browser without a network makes of a page."""
+        return self.run_program("chromium", "--headless", "--no-sandbox", "--disable-gpu", "--enable-logging=stderr",
+                                "--host-resolver-rules=MAP * ~NOTFOUND", "--virtual-time-budget=5000",
+                                f"--user-data-dir={self.dir}/browser", "--dump-dom", page)
+
+    def test_page_shows_the_capture_and_its_replay(self):
+        self.run_program(PLAYBACK, "-headless", "-json", "results.json", "-timecalls", "-screenshots", "10*",
+                         "-screenshotformat", "png", self.capture)
+        self.run_program(INFO, "--report", "report", "--results", "results.json", self.capture)
+        page = self.dir / "report/index.html"
+        used = self.dir / "report/used.html"
+        used.write_text(page.read_text().replace("</body>", USE_IT))
+        self.assertIsNone(re.search(r"(src|href)\s*=\s*[\"']?(https?:)?//", page.read_text()))
+
+        result = self.browse(used)
+        self.assertNotIn("CONSOLE", result.stderr)
+        seen = json.loads(html.unescape(re.search(r'id="seen">(.*?)</output>', result.stdout)[1]))
+        self.assertRegex(seen["hovered"], r"1\d: wall ms:\s.*CPU ms:\s")
+        self.assertLess(seen["after"], seen["before"])
+        self.assertEqual((seen["frames"], seen["broken"]), (3, 0))
+        self.assertEqual(seen["calls"], len(self.info(self.capture)["calls"]))
+        self.assertGreater(seen["textures"], 0)
+        self.assertIn("gl_Position", seen["source"])
+
+    def test_text_of_a_capture_stays_text(self):
+        self.run_program(INFO, "--report", "report", self.capture)
+        page = (self.dir / "report/index.html").read_text()
+        hostile = page.replace("gl_Position", "\\u003c/script>\\u003cscript>document.title='owned'\\u003c/script>", 1)
+        (self.dir / "report/index.html").write_text(hostile)
+        self.assertIn("<title>recorded.glcap</title>", self.browse(self.dir / "report/index.html").stdout)
+
+    def test_results_that_are_none(self):
+        (self.dir / "x.json").write_text('{"frames": 3}')
+        result = self.run_program(INFO, "--report", "report", "--results", "x.json", self.capture, status=1)
+        self.assertMentions(result, "x.json: no results of playback -json")
+
+
+if __name__ == "__main__":
+    unittest.main()
