@@ -48,6 +48,8 @@ void MadeUpNames(Stage& stage)
         glClearColor(0.1f * static_cast<float>(frame), 0.5f, 0.2f, 1);
         glClear(GL_COLOR_BUFFER_BIT);
         glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
+        glClearColor(0, 0, 0, 1);
+        glClear(GL_COLOR_BUFFER_BIT);
         glBlitFramebuffer(0, 0, Side, Side, 0, 0, Side, Side, GL_COLOR_BUFFER_BIT, GL_NEAREST);
         glBindFramebuffer(GL_FRAMEBUFFER, 0);
         FillTexture(first, frame);
