@@ -38,8 +38,6 @@ public:
     [[nodiscard]] std::int32_t Signed(std::size_t index) const { return Load<std::int32_t>(Place(index)); }
     /// An argument of 8 bytes.
     [[nodiscard]] std::int64_t Wide(std::size_t index) const { return Load<std::int64_t>(Place(index)); }
-    /// The value that the application passed for a pointer.
-    [[nodiscard]] std::uint64_t Pointer(std::size_t index) const { return Load<Data::PointerSlot>(Place(index)).value; }
     /// The memory behind a pointer.
     [[nodiscard]] std::span<const std::uint8_t> Contents(std::size_t index) const
     {

@@ -46,7 +46,7 @@ private:
         const Verdict verdict = m_log.VerdictOf(record);
         if (verdict == Verdict::Drop)
             return;
-        const bool isKept = verdict == Verdict::Keep || verdict == Verdict::KeepAll || WritesUsed(record) ||
+        const bool isKept = verdict >= Verdict::Keep || WritesUsed(record) ||
                             (verdict == Verdict::Delete && m_selection.isKept[record]);
         for (const EffectLog::Item item : m_log.Items(record)) {
             if (item.effect == Effect::Ends)

@@ -20,11 +20,12 @@ enum class Effect : std::uint32_t {
 };
 
 enum class Verdict : std::uint8_t {
-    Drop,   ///< no influence on anything that stays
-    IfUsed, ///< kept when a slot that it replaces or changes is used later
-    Delete, ///< kept when one of the objects is created in what is kept
-    Keep,   ///< kept in any case
-    KeepAll ///< as Keep, and may read anything: a call that is not understood
+    Drop,     ///< no influence on anything that stays
+    IfUsed,   ///< kept when a slot that it replaces or changes is used later
+    Delete,   ///< kept when one of the objects is created in what is kept
+    Keep,     ///< kept in any case
+    KeepLast, ///< makes something current: not needed when the thread does so again before anything else is kept
+    KeepAll   ///< as Keep, and may read anything: a call that is not understood
 };
 
 /// The effects of the records, in their order.

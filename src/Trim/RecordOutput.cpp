@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "Data/CallDecoder.h"
 #include "Data/CallParameters.h"
@@ -20,6 +21,7 @@ void RecordOutput::Put(std::uint32_t id, std::span<const std::uint8_t> record)
 
 void RecordOutput::CopyCall(Data::CallId call, std::span<const std::uint8_t> record)
 {
+    PutMakeCurrents();
     for (const std::vector<std::uint8_t>& vertices : m_vertices) {
         Data::VertexAttribDataRecord fields;
         std::memcpy(&fields, vertices.data(), sizeof fields);
@@ -29,15 +31,26 @@ void RecordOutput::CopyCall(Data::CallId call, std::span<const std::uint8_t> rec
         }
     }
     m_vertices.clear();
-    Count(call);
-    Put(static_cast<std::uint32_t>(call), record);
+    PutCall(call, record);
 }
 
-void RecordOutput::Count(Data::CallId call)
+void RecordOutput::PutCall(Data::CallId call, std::span<const std::uint8_t> record)
 {
     ++m_calls;
     if (IsEGL(call))
         ++m_eglCalls;
+    Put(static_cast<std::uint32_t>(call), record);
+}
+
+void RecordOutput::PutMakeCurrents()
+{
+    if (m_makeCurrents.empty())
+        return;
+    for (const auto& [thread, record] : std::exchange(m_makeCurrents, {})) {
+        m_writer.SetThread(thread);
+        PutCall(Data::CallId::eglMakeCurrent, record);
+    }
+    m_writer.SetThread(m_thread);
 }
 
 void RecordOutput::HoldVertices(std::span<const std::uint8_t> record)
@@ -52,6 +65,7 @@ void RecordOutput::HoldVertices(std::span<const std::uint8_t> record)
 
 void RecordOutput::Copy(std::span<const std::uint8_t> record)
 {
+    PutMakeCurrents();
     Data::RecordHeader header;
     std::memcpy(&header, record.data(), sizeof header);
     Put(header.id, record);

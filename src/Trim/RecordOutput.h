@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <map>
 #include <span>
 #include <vector>
 
@@ -37,9 +38,18 @@ class RecordOutput {
 public:
     explicit RecordOutput(Data::CaptureWriter& writer) : m_writer(writer) {}
 
-    void SetThread(std::uint32_t thread) { m_writer.SetThread(thread); }
+    void SetThread(std::uint32_t thread)
+    {
+        m_thread = thread;
+        m_writer.SetThread(thread);
+    }
     /// Copies a call; `call` is its number here. Vertices that came since the last call go along.
     void CopyCall(Data::CallId call, std::span<const std::uint8_t> record);
+    /// Copies an eglMakeCurrent when something else is copied, unless the thread makes something current before that.
+    void HoldMakeCurrent(std::span<const std::uint8_t> record)
+    {
+        m_makeCurrents[m_thread].assign(record.begin(), record.end());
+    }
     /// Keeps client-side vertices for the call that they belong to.
     void HoldVertices(std::span<const std::uint8_t> record);
     void DropVertices() { m_vertices.clear(); }
@@ -54,12 +64,15 @@ public:
 
 private:
     void Put(std::uint32_t id, std::span<const std::uint8_t> record);
-
-    void Count(Data::CallId call);
+    void PutCall(Data::CallId call, std::span<const std::uint8_t> record);
+    void PutMakeCurrents();
 
     Data::CaptureWriter& m_writer;
     std::uint64_t m_calls = 0;
     std::uint64_t m_eglCalls = 0;
+    std::uint32_t m_thread = 0;
+    /// By thread.
+    std::map<std::uint32_t, std::vector<std::uint8_t>> m_makeCurrents;
     std::vector<std::vector<std::uint8_t>> m_vertices;
 };
 

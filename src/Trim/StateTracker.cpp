@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
 
 #include <GLES3/gl32.h>
 
@@ -185,10 +186,15 @@ bool StateTracker::MakeCurrent(const CallArguments& call)
     if (!succeeded || m_threads[m_thread] == current)
         return true;
     m_threads[m_thread] = current;
-    if (current.draw != 0)
-        m_surfaces[current.draw] = {m_thread, current};
     SetThread(m_thread);
-    return false;
+    // The first time counts: a context takes its first viewport from its first surface.
+    bool isNew = m_context && !std::exchange(m_context->wasCurrent, true);
+    if (current.draw != 0) {
+        isNew |= !m_surfaces.contains(current.draw);
+        m_surfaces[current.draw] = {m_thread, current};
+    }
+    m_log.SetVerdict(isNew ? Verdict::Keep : Verdict::KeepLast);
+    return true;
 }
 
 Owner StateTracker::SurfaceOwner(std::uint32_t surface)

@@ -131,7 +131,6 @@ private:
     Owner BoundBuffer(std::uint32_t target);
     Owner BoundTexture(std::uint32_t target);
     Owner BoundVertexArray();
-    Owner BoundFramebuffer(std::uint32_t target);
     Owner BoundTransformFeedback();
 
     // Images.

@@ -90,6 +90,7 @@ using ObjectNames = std::map<std::pair<ObjectKind, std::uint32_t>, Owner>;
 struct TrackedContext {
     Owner owner = 0;
     std::uint32_t name = 0;
+    bool wasCurrent = false;
     std::shared_ptr<ObjectNames> shared;
     ObjectNames own;
     /// Slots that hold an object.

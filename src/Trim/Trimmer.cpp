@@ -207,6 +207,10 @@ void Trimmer::WriteState(const Data::RecordCursor& record, std::size_t index, Re
         output.Copy(BytesOf(record));
         return;
     }
+    if (m_tracker.Log().VerdictOf(index) == Verdict::KeepLast) {
+        output.HoldMakeCurrent(BytesOf(record));
+        return;
+    }
     std::vector<std::size_t> dropped;
     if (m_tracker.Log().VerdictOf(index) == Verdict::Delete) {
         std::size_t name = 0;
