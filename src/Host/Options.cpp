@@ -34,6 +34,8 @@ constexpr Util::Option OwnOptions[] = {
     {"-verify", "", "compare frames with the hashes of playback-record --hash, and pixels that were read back",
      "Program"},
     {"-measureframes", "A-B", "frames whose times are measured; all but the first when not given", "Program"},
+    {"-check", "", "only tell what the capture needs and this driver lacks; status 1 when there is something",
+     "Program"},
     {"-timecalls", "", "add the CPU time of each function to the results of -json; replay is slower then", "Program"},
     {"-json", "FILE", "write the results as JSON: the summary, and time and calls of each frame", "Program"},
     {"-framerate", "N", "replay so many frames a second at most", "Program"},
@@ -178,6 +180,7 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
     if (const std::string* seconds = args.FindValue("-timelimit")) {
         options.timeLimit = std::chrono::duration<double>(*PositiveNumber(*seconds));
     }
+    options.check = args.HasSwitch("-check");
     options.timeCalls = args.HasSwitch("-timecalls");
     options.quiet = args.HasSwitch("-quiet");
     options.arguments.assign(argv + 1, argv + argc);

@@ -21,6 +21,8 @@ struct Options {
     std::string driverDirectory;
     bool headless = false;
     bool verify = false;
+    /// Only tell what the driver lacks.
+    bool check = false;
     bool quiet = false;
     bool timeCalls = false;
     /// File for the results as JSON; empty for none.

@@ -43,8 +43,7 @@ Outcome Output::OpenDriver()
 {
     // It stands in the driver's tables, which are filled anew.
     m_pacer.reset();
-    wl_display* const compositor = m_connection ? m_connection->Globals().display : nullptr;
-    if (std::string error = Host::OpenDriver(m_driverDirectory, compositor); !error.empty()) {
+    if (std::string error = Host::OpenDriver(m_driverDirectory, Compositor()); !error.empty()) {
         return Failure{ExitStatus::NoDriver, std::move(error)};
     }
     if (m_windows) {
@@ -71,6 +70,11 @@ Outcome Output::OpenWindows(const Options& options, PixelSize captured)
         m_singleWindow = std::make_unique<Playback::SingleWindowManager>(m_windows->GetActiveWindow());
     }
     return std::nullopt;
+}
+
+wl_display* Output::Compositor() const
+{
+    return m_connection ? m_connection->Globals().display : nullptr;
 }
 
 Playback::WindowManager* Output::WindowManager() const

@@ -8,6 +8,8 @@
 #include "Host/FramePacer.h"
 #include "Host/ReplayWindows.h"
 
+struct wl_display;
+
 namespace Playback {
 class EGLProxySurfaceFactory;
 class SingleWindowManager;
@@ -35,6 +37,8 @@ public:
     /// Opens the driver again, which an engine closes when it is gone.
     Outcome OpenDriver();
 
+    /// The compositor; null off screen.
+    [[nodiscard]] wl_display* Compositor() const;
     /// For the engine: null off screen.
     [[nodiscard]] Playback::WindowManager* WindowManager() const;
     [[nodiscard]] std::unique_ptr<Playback::EGLProxySurfaceFactory> CreateSurfaceFactory() const;

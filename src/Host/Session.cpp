@@ -6,6 +6,7 @@
 
 #include "Data/CaptureFile.h"
 #include "Host/Driver.h"
+#include "Host/DriverProbe.h"
 #include "Host/Engine.h"
 #include "Host/ExtractTextures.h"
 #include "Host/Screenshots.h"
@@ -61,6 +62,10 @@ ExitStatus Session::Run()
         failure = StartStatistics();
     } else if (!failure && m_settings->m_playback) {
         failure = m_output.Open(m_options, {m_capture->Header().surfaceWidth, m_capture->Header().surfaceHeight});
+        const bool hasAll = failure || CheckRequirements();
+        if (!failure && m_options.check) {
+            return hasAll ? ExitStatus::Done : ExitStatus::Differed;
+        }
         if (!failure) {
             Say("Replaying " + m_output.Description() + ".");
             CreateEngine();
@@ -119,6 +124,35 @@ Outcome Session::StartStatistics()
     }
     m_statistics = std::make_unique<Statistics>(*m_capture, m_options.captureFile);
     return std::nullopt;
+}
+
+bool Session::CheckRequirements()
+{
+    const DriverProbe probe(m_output.Compositor());
+    if (!probe.HasContext() || (!m_options.check && probe.IsRecordedWith(m_capture->Header()))) {
+        if (m_options.check) {
+            Say("This driver cannot be looked at: it makes no context without a surface.");
+        }
+        return true;
+    }
+    std::string error;
+    // Trouble with the file is reported when it is replayed.
+    const auto capture = Data::CaptureFile::Open(m_options.captureFile, Data::Preload::No, {}, error);
+    if (!capture) {
+        return true;
+    }
+    const std::vector<std::string> missing = probe.FindMissing(RequirementReader::Read(*capture, LastFrame()));
+    if (missing.empty()) {
+        if (m_options.check) {
+            Say("The driver has all that the capture needs.");
+        }
+        return true;
+    }
+    Core::Console::Print(Core::LogWarning, false, "The capture needs what this driver lacks:");
+    for (const std::string& line : missing) {
+        Core::Console::Print(Core::LogWarning, false, "  %s", line.c_str());
+    }
+    return false;
 }
 
 void Session::CreateEngine()

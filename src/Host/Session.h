@@ -49,6 +49,8 @@ private:
     Outcome LoadSettings();
     Outcome OpenCapture();
     Outcome StartStatistics();
+    /// Tells what the capture needs and the driver lacks. False when that is something.
+    bool CheckRequirements();
     void CreateEngine();
 
     Outcome Replay();

@@ -3,7 +3,7 @@
 import re
 import unittest
 
-from harness import DONE, FAKE_DRIVER, PLAYBACK, RECORD, SAMPLE, SPINNING, EndToEndTest
+from harness import DONE, FAKE_DRIVER, INFO, PLAYBACK, RECORD, SAMPLE, SPINNING, EndToEndTest
 
 SHIFT = 10000
 # Names and handles of the fake driver, and its locations of uniforms: whole numbers that stand for nothing else here.
@@ -43,6 +43,18 @@ class MissingFunctions(EndToEndTest):
             with self.subTest(tenth=tenth):
                 self.run_program(PLAYBACK, "-headless", "-driver", FAKE_DRIVER, SAMPLE, status=DONE,
                                  PLAYBACK_FAKE_MISSING=f"tenth:{tenth}", PLAYBACK_FAKE_LOG=f"{tenth}.log")
+
+
+class Requirements(EndToEndTest):
+    def test_what_the_driver_lacks_is_said_once_with_what_will_happen(self):
+        capture = self.record(SPINNING, "--frames", "3", "--pbuffer", compositor=False)
+        self.assertMentions(self.run_program(INFO, "--check", capture), "has all that the capture needs")
+        lacks = {"PLAYBACK_FAKE_MISSING": "glDrawArrays,glScissor"}
+        for status, options in (1, ["-check"]), (DONE, []):
+            result = self.run_program(PLAYBACK, "-headless", "-driver", FAKE_DRIVER, *options, capture, status=status,
+                                      **lacks)
+            self.assertEqual(result.stderr.count("needs what this driver lacks"), 1)
+            self.assertMentions(result, "  glDrawArrays: 9 calls are skipped", "  glScissor: 3 calls are skipped")
 
 
 if __name__ == "__main__":

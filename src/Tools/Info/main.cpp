@@ -1,7 +1,12 @@
 // playback-info: prints what is in a capture.
+#include <cerrno>
 #include <charconv>
 #include <cstdio>
+#include <cstring>
+#include <filesystem>
 #include <string>
+
+#include <unistd.h>
 
 #include "Tools/Info/CaptureSummary.h"
 #include "Tools/Info/Dump.h"
@@ -25,6 +30,7 @@ constexpr Util::Option options[] = {
     {"--report", "DIR", "write a page to DIR/index.html that shows the capture in a browser", "Options"},
     {"--results", "FILE", "with --report: what playback -json wrote of a replay, with the screenshots that it took",
      "Options"},
+    {"--check", "", "only tell what the capture needs and the driver of this machine lacks", "Options"},
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},
 };
@@ -71,6 +77,8 @@ std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& c
     if (args.positional.size() != 1)
         return args.positional.empty() ? "no file is given" : "more than one file is given";
     const bool isDump = args.HasSwitch("--dump");
+    if (args.HasSwitch("--check") && (args.switches.size() > 1 || !args.values.empty()))
+        return "--check goes with no other option";
     const bool isReport = args.FindValue("--report") != nullptr;
     if (args.HasSwitch("--csv") + isDump + isReport > 1 ||
         (args.HasSwitch("--json") && (args.HasSwitch("--csv") || isReport)))
@@ -108,6 +116,16 @@ int PrintStatistics(Data::CaptureSource& source, const std::string& path, const 
     return Done;
 }
 
+/// Only the program that replays knows a driver.
+int CheckDriver(const std::string& path)
+{
+    std::error_code error;
+    const std::filesystem::path program =
+        std::filesystem::read_symlink("/proc/self/exe", error).parent_path() / "playback";
+    execl(program.c_str(), program.c_str(), "-check", "--", path.c_str(), nullptr);
+    return Fail(Failed, program.string() + ": " + std::strerror(errno));
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -128,6 +146,8 @@ int main(int argc, char** argv)
         return Fail(Usage, error + "\n" + usage);
 
     const std::string& path = args.positional.front();
+    if (args.HasSwitch("--check"))
+        return CheckDriver(path);
     const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(path, error);
     if (!source)
         return Fail(Unreadable, error);
