@@ -1,5 +1,7 @@
 #include "Host/ContextGate.h"
 
+#include <EGL/eglext.h>
+
 namespace Host {
 
 ContextGate::ContextGate(Playback::GLResourceTable* table, Playback::WindowManager* windows,
@@ -16,13 +18,19 @@ bool ContextGate::IsLive() const
     if (!m_table->GetCurrentContextInfo(&capturedDisplay, nullptr, nullptr, &capturedContext) || capturedContext == 0) {
         return false;
     }
+    const EGLContext context = FindContext(capturedDisplay, capturedContext);
+    const auto getCurrent = Core::KHRLayer::EGLProc().eglGetCurrentContext;
+    return context && (!getCurrent || getCurrent() == context);
+}
+
+EGLContext ContextGate::FindContext(std::uint32_t capturedDisplay, std::uint32_t capturedContext) const
+{
     const auto* display = m_table->GetDisplayResource(capturedDisplay);
     if (!display) {
-        return false;
+        return EGL_NO_CONTEXT;
     }
     const auto context = display->contexts.find(capturedContext);
-    const auto getCurrent = Core::KHRLayer::EGLProc().eglGetCurrentContext;
-    return context != display->contexts.end() && (!getCurrent || getCurrent() == context->second);
+    return context != display->contexts.end() ? context->second : EGL_NO_CONTEXT;
 }
 
 void ContextGate::SetCurrentThread(std::uint32_t threadId)
@@ -61,6 +69,19 @@ void ContextGate::Process_eglTerminate(std::int32_t captured, std::uint32_t dpy)
 {
     EGLPlaybackAdapter::Process_eglTerminate(captured, dpy);
     m_tell(IsLive());
+}
+
+void ContextGate::Process_eglCreateImageKHR(std::uint32_t captured, std::uint32_t dpy, std::uint32_t ctx,
+                                            std::int32_t target, std::uint32_t buffer, Data::PointerData* attrib_list)
+{
+    // The targets of EGL_KHR_gl_image, one number after the other.
+    const bool isOfGL = target >= EGL_GL_TEXTURE_2D_KHR && target <= EGL_GL_RENDERBUFFER_KHR;
+    if (isOfGL && !FindContext(dpy, ctx)) {
+        Core::Log::Print(Core::LogWarning, Core::ZoneGeneral, __LINE__, "src/Host/ContextGate", true,
+                         "eglCreateImageKHR is skipped: there is no context %u for its object", ctx);
+        return;
+    }
+    EGLPlaybackAdapter::Process_eglCreateImageKHR(captured, dpy, ctx, target, buffer, attrib_list);
 }
 
 } // namespace Host

@@ -24,8 +24,13 @@ public:
     void Process_eglDestroyContext(std::int32_t captured, std::uint32_t dpy, std::uint32_t ctx) override;
     void Process_eglReleaseThread(std::int32_t captured) override;
     void Process_eglTerminate(std::int32_t captured, std::uint32_t dpy) override;
+    /// Skipped for an image of a GL object whose context is not there: drivers take that for granted.
+    void Process_eglCreateImageKHR(std::uint32_t captured, std::uint32_t dpy, std::uint32_t ctx, std::int32_t target,
+                                   std::uint32_t buffer, Data::PointerData* attrib_list) override;
 
 private:
+    /// The live context of a captured one; null when there is none.
+    [[nodiscard]] EGLContext FindContext(std::uint32_t capturedDisplay, std::uint32_t capturedContext) const;
     [[nodiscard]] bool IsLive() const;
 
     Playback::GLResourceTable* m_table;

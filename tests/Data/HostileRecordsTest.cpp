@@ -349,6 +349,13 @@ TEST_F(HostileRecordsTest, TheDriverConfirmsWhatIsMapped)
              DrawFromOffset();
          },
          "expected a buffer that was generated"},
+        {"an image of a texture without its context",
+         [&] {
+             Begin();
+             for (const std::uint32_t context : {0u, 9u})
+                 Call(CallId::eglCreateImageKHR, 5, 1, context, 0x30B1, 1, 0);
+         },
+         "there is no context 9 for its object"},
         {"an offset while another context is current",
          [&] {
              Map(16);
