@@ -5,15 +5,11 @@
 #include <optional>
 #include <vector>
 
+#include "Util/FrameRange.h"
+
 namespace Host {
 
-/// Frames from `first` to `last`, both included, counted from 1.
-struct FrameRange {
-    std::uint32_t first = 1;
-    std::uint32_t last = ~std::uint32_t{0};
-
-    [[nodiscard]] bool Contains(std::uint32_t frame) const { return frame >= first && frame <= last; }
-};
+using Util::FrameRange;
 
 /// What the replay of one frame cost. Wall time is that of the monotonic clock; CPU time is that of all threads of the
 /// process, the driver's included.

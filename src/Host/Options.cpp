@@ -78,17 +78,6 @@ std::optional<double> PositiveNumber(const std::string& text)
     return isNumber && value > 0 && value <= LargestNumber ? std::optional(value) : std::nullopt;
 }
 
-std::optional<FrameRange> ParseFrameRange(std::string_view text)
-{
-    const std::size_t hyphen = text.find('-');
-    const auto first = WholeNumber(text.substr(0, hyphen));
-    const auto last = hyphen == std::string_view::npos ? first : WholeNumber(text.substr(hyphen + 1));
-    if (!first || !last || *first < 1 || *last < *first) {
-        return std::nullopt;
-    }
-    return FrameRange{static_cast<std::uint32_t>(*first), static_cast<std::uint32_t>(*last)};
-}
-
 /// What is wrong with an option's value, as the end of a sentence; empty when it is fine.
 std::string ValueFault(std::string_view name, std::string_view placeholder, const std::string& value)
 {
@@ -96,7 +85,7 @@ std::string ValueFault(std::string_view name, std::string_view placeholder, cons
         return "needs a whole number";
     }
     if (name == "-measureframes") {
-        return ParseFrameRange(value) ? "" : "needs frames A-B, A from 1 and B not below A";
+        return Util::ParseFrameRange(value) ? "" : "needs frames A-B, A from 1 and B not below A";
     }
     if (name == "-framerate" || name == "-timelimit") {
         return PositiveNumber(value) ? "" : "needs a number above 0";
@@ -169,7 +158,7 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
     // The first frame holds the start of the program.
     options.measuredFrames.first = 2;
     if (const std::string* frames = args.FindValue("-measureframes")) {
-        options.measuredFrames = *ParseFrameRange(*frames);
+        options.measuredFrames = *Util::ParseFrameRange(*frames);
     }
     if (args.FindValue("-pace")) {
         options.pace = Pace::Recorded();

@@ -51,7 +51,7 @@ std::vector<std::uint8_t> WithoutNames(Data::CallId call, std::span<const std::u
 /// Tells what comes before the first frame that is kept: earlier frames, and the capture's own state-setup block.
 class FrontPart {
 public:
-    explicit FrontPart(FrameRange range) : m_frames(range.first - 1) {}
+    explicit FrontPart(Util::FrameRange range) : m_frames(range.first - 1) {}
 
     /// To be asked for each record, in order; `frames` frames have ended so far.
     bool Has(const Data::RecordCursor& record, std::uint32_t frames)

@@ -15,14 +15,9 @@
 #include "Trim/ObjectContents.h"
 #include "Trim/RecordOutput.h"
 #include "Trim/StateTracker.h"
+#include "Util/FrameRange.h"
 
 namespace Trim {
-
-/// Frames that are kept, counted from 1, both included.
-struct FrameRange {
-    std::uint32_t first;
-    std::uint32_t last;
-};
 
 /// Cuts frames out of a capture. Goes through it twice: first with a replay of what comes before the frames, which
 /// shows what each call does and what the surfaces hold in the end; then to copy the calls that the state at the first
@@ -30,7 +25,7 @@ struct FrameRange {
 class Trimmer {
 public:
     /// `source` and `diagnostics` must outlive this.
-    Trimmer(Data::CaptureSource& source, Data::Diagnostics& diagnostics, FrameRange range)
+    Trimmer(Data::CaptureSource& source, Data::Diagnostics& diagnostics, Util::FrameRange range)
         : m_source(source), m_diagnostics(diagnostics), m_range(range)
     {
     }
@@ -57,7 +52,7 @@ private:
 
     Data::CaptureSource& m_source;
     Data::Diagnostics& m_diagnostics;
-    FrameRange m_range;
+    Util::FrameRange m_range;
     StateTracker m_tracker;
     Selection m_selection;
     /// A call as it was before replay wrote to it.

@@ -1,20 +1,20 @@
 // playback-trim: cuts frames out of a capture, so that they can be replayed without those in front.
-#include <charconv>
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <string>
-#include <string_view>
 
 #include "Data/CaptureWriter.h"
 #include "Host/ExitStatus.h"
 #include "Interfaces/Core.h"
 #include "Trim/Trimmer.h"
 #include "Util/CommandLine.h"
+#include "Util/FrameRange.h"
 
 namespace {
 
 using Host::ExitStatus;
-using Trim::FrameRange;
+using Util::FrameRange;
 
 constexpr Util::Option options[] = {
     {"--frames", "A-B", "frames to keep, counted from 1, both included; a single number keeps one frame", "Options"},
@@ -38,22 +38,6 @@ int Fail(ExitStatus status, const std::string& text)
 {
     Say(text);
     return static_cast<int>(status);
-}
-
-/// All 0 for text that is no range.
-FrameRange ParseRange(std::string_view text)
-{
-    const auto number = [](std::string_view digits, std::uint32_t& value) {
-        const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-        return error == std::errc() && end == digits.data() + digits.size();
-    };
-    const std::size_t hyphen = text.find('-');
-    FrameRange range{};
-    if (!number(text.substr(0, hyphen), range.first) ||
-        !number(hyphen == std::string_view::npos ? text : text.substr(hyphen + 1), range.last) || range.first == 0 ||
-        range.last < range.first)
-        return {};
-    return range;
 }
 
 int WriteTrimmed(Data::CaptureSource& source, const std::string& input, const std::string& output, FrameRange range)
@@ -112,13 +96,13 @@ int main(int argc, char** argv)
     }
     const std::string* const frames = parsed.args.FindValue("--frames");
     const std::string* const output = parsed.args.FindValue("-o");
-    const FrameRange range = frames ? ParseRange(*frames) : FrameRange{};
+    const std::optional<FrameRange> range = frames ? Util::ParseFrameRange(*frames) : FrameRange{};
     std::string error = parsed.error;
     if (error.empty() && parsed.args.positional.size() != 1)
         error = parsed.args.positional.empty() ? "no file is given" : "more than one file is given";
     if (error.empty() && (!frames || !output))
         error = frames ? "-o is missing" : "--frames is missing";
-    if (error.empty() && range.first == 0)
+    if (error.empty() && !range)
         error = "--frames needs A-B with A from 1 and B not below A";
     if (!error.empty()) {
         std::fprintf(stderr, "playback-trim: %s\n%s\n", error.c_str(), usage);
@@ -129,11 +113,11 @@ int main(int argc, char** argv)
     const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(input, error);
     if (!source)
         return Fail(ExitStatus::Unreadable, error);
-    if (range.last > source->FrameCount())
+    if (range->last > source->FrameCount())
         return Fail(ExitStatus::Usage, input + ": has " + std::to_string(source->FrameCount()) +
-                                           " frames, expected at least " + std::to_string(range.last));
+                                           " frames, expected at least " + std::to_string(range->last));
     std::error_code none;
     if (std::filesystem::equivalent(input, *output, none))
         return Fail(ExitStatus::Usage, *output + ": is the capture that is read");
-    return WriteTrimmed(*source, input, *output, range);
+    return WriteTrimmed(*source, input, *output, *range);
 }

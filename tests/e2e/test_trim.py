@@ -52,6 +52,10 @@ class SameFrames(TrimTest):
             result = self.verify(self.trim(capture, first, last), "-headless")
             self.assertMentions(result, "" if has_errors else " 0 errors")
 
+    def test_glmark2_desktop(self):
+        # Draws to textures, and in later frames from them.
+        self.check(self.record("glmark2-es2-wayland", "-s", "400x300", "-b", "desktop:nframes=16"))
+
     def test_trimmed_again(self):
         trimmed = self.trim(self.record(MOSAIC), 3, 8)
         for first, last in ((1, 2), (4, 5)):

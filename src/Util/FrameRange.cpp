@@ -1,0 +1,30 @@
+#include "Util/FrameRange.h"
+
+#include <charconv>
+
+namespace Util {
+
+namespace {
+
+/// 0 for text that is no whole number.
+std::uint32_t WholeNumber(std::string_view text)
+{
+    std::uint32_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() && end == text.data() + text.size() ? value : 0;
+}
+
+} // namespace
+
+std::optional<FrameRange> ParseFrameRange(std::string_view text)
+{
+    const std::size_t hyphen = text.find('-');
+    const std::uint32_t first = WholeNumber(text.substr(0, hyphen));
+    const std::uint32_t last = hyphen == std::string_view::npos ? first : WholeNumber(text.substr(hyphen + 1));
+    if (first == 0 || last < first) {
+        return std::nullopt;
+    }
+    return FrameRange{first, last};
+}
+
+} // namespace Util
