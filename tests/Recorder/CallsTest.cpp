@@ -110,14 +110,17 @@ TEST_F(RecorderTest, WhatIsWrittenToMappedMemoryComesWithFlushAndUnmap)
     }
     const std::string unmap = "glUnmapBuffer(target=GL_ARRAY_BUFFER) = 1";
     EXPECT_THAT(After(calls, "glBufferData"),
-                ElementsAre("glMapBufferRange(target=GL_ARRAY_BUFFER, offset=4, length=8, access=0x2",
+                ElementsAre("glMapBufferRange(target=GL_ARRAY_BUFFER, offset=4, length=8, access=GL_MAP_WRITE_BIT",
                             "-- data of mapped buffer GL_ARRAY_BUFFER at 0, 8 bytes", unmap,
-                            "glMapBufferRange(target=GL_ARRAY_BUFFER, offset=0, length=16, access=0x12",
+                            "glMapBufferRange(target=GL_ARRAY_BUFFER, offset=0, length=16, access=GL_MAP_WRITE_BIT | "
+                            "GL_MAP_FLUSH_EXPLICIT_BIT",
                             "-- data of mapped buffer GL_ARRAY_BUFFER at 2, 3 bytes",
                             "glFlushMappedBufferRange(target=GL_ARRAY_BUFFER, offset=2, length=3)",
                             "-- data of mapped buffer GL_ARRAY_BUFFER at 0, 0 bytes", unmap,
-                            "glMapBufferRange(target=GL_ARRAY_BUFFER, offset=0, length=16, access=0x1", unmap,
-                            "glMapBufferRange(target=GL_ARRAY_BUFFER, offset=0, length=16, access=0xa",
+                            "glMapBufferRange(target=GL_ARRAY_BUFFER, offset=0, length=16, access=GL_MAP_READ_BIT",
+                            unmap,
+                            "glMapBufferRange(target=GL_ARRAY_BUFFER, offset=0, length=16, access=GL_MAP_WRITE_BIT | "
+                            "GL_MAP_INVALIDATE_BUFFER_BIT",
                             "-- data of mapped buffer GL_ARRAY_BUFFER at 0, 16 bytes", unmap));
 }
 

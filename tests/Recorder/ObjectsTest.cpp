@@ -113,7 +113,7 @@ CLIENT(AsksForFences)
 TEST_F(RecorderTest, LearningThatAFenceIsSignaledIsRecordedAsAWait)
 {
     EXPECT_EQ(Record("AsksForFences").status, 0);
-    const std::string wait = "glClientWaitSync(sync=2, flags=0x1, timeout=-1)";
+    const std::string wait = "glClientWaitSync(sync=2, flags=GL_SYNC_FLUSH_COMMANDS_BIT, timeout=-1)";
     const std::string ask = "glGetSynciv(sync=2, pname=GL_SYNC_STATUS, count=1, length=null, values=";
     EXPECT_THAT(After(Dump(), "glFenceSync"),
                 ElementsAre(StartsWith("glClientWaitSync(sync=2, flags=0x0, timeout=0)"), StartsWith(wait),

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <sys/wait.h>
 
@@ -83,7 +84,7 @@ std::vector<std::string> RecorderTest::Dump(const std::string& file)
 {
     std::vector<std::string> lines = Lines(Run(PLAYBACK_INFO " --dump " + file).out);
     for (std::string& line : lines) {
-        line.erase(0, line.find(' ') + 1);
+        line = std::regex_replace(line, std::regex("^\\S+ (t\\d+ )?(c\\d+ )?"), "");
     }
     return lines;
 }

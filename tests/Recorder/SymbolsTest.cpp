@@ -176,10 +176,10 @@ TEST_F(RecorderTest, ThreadsAreToldApartAndLoseNothing)
             strangers += threadOf.try_emplace(line, thread).first->second != thread ? 1 : 0;
         }
     }
-    EXPECT_THAT(calls,
-                ElementsAre(testing::Pair("glClear(mask=0x100)", 20000), testing::Pair("glClear(mask=0x4000)", 20000)));
+    EXPECT_THAT(calls, ElementsAre(testing::Pair("glClear(mask=GL_COLOR_BUFFER_BIT)", 20000),
+                                   testing::Pair("glClear(mask=GL_DEPTH_BUFFER_BIT)", 20000)));
     EXPECT_EQ(strangers, 0);
-    EXPECT_NE(threadOf["glClear(mask=0x100)"], threadOf["glClear(mask=0x4000)"]);
+    EXPECT_NE(threadOf["glClear(mask=GL_DEPTH_BUFFER_BIT)"], threadOf["glClear(mask=GL_COLOR_BUFFER_BIT)"]);
 }
 
 } // namespace
