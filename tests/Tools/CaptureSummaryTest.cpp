@@ -122,10 +122,10 @@ TEST_F(CaptureSummaryTest, EachRecordIsALineOfText)
             "1:10 t1 c7 glClear(mask=GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | 0x8)",
             ::testing::StartsWith("1:10 t1 c7 -- end of frame, "), "2:1 t1 c7 glClear(mask=0x0)",
             ::testing::StartsWith("2:1 t1 c7 -- end of frame, ")));
-    EXPECT_THAT(List({.firstFrame = 1, .lastFrame = 1, .calls = "glDraw*,*Clear"}), ::testing::SizeIs(2));
-    EXPECT_THAT(List({.firstFrame = 2, .calls = "glDraw*,*Clear"}), ElementsAre("2:1 t1 c7 glClear(mask=0x0)"));
+    EXPECT_THAT(List({.frames = {1, 1}, .calls = "glDraw*,*Clear"}), ::testing::SizeIs(2));
+    EXPECT_THAT(List({.frames = {.first = 2}, .calls = "glDraw*,*Clear"}), ElementsAre("2:1 t1 c7 glClear(mask=0x0)"));
 
-    const std::vector<std::string> json = List({.notation = Notation::Json, .lastFrame = 1, .calls = "gl[GSUB]*"});
+    const std::vector<std::string> json = List({.notation = Notation::Json, .frames = {1, 1}, .calls = "gl[GSUB]*"});
     std::vector<nlohmann::json> arguments;
     for (const std::string& line : json)
         arguments.push_back(nlohmann::json::parse(line)["args"]);

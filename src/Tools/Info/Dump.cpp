@@ -73,13 +73,13 @@ void Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics, const Dum
                 lastCall = call;
                 isLastChosen = isChosen(call);
             }
-            if (isLastChosen && frame >= choice.firstFrame) {
+            if (isLastChosen && frame >= choice.frames.first) {
                 const RecordPlace place = {frame, diagnostics.position.call, contexts.Thread(), contexts.Context()};
                 write(RecordText(choice.notation, place, record, source) + "\n");
             }
             contexts.Follow(record, call);
         },
-        choice.lastFrame);
+        choice.frames.last);
 }
 
 } // namespace Tools

@@ -7,15 +7,14 @@
 #include "Data/CaptureSource.h"
 #include "Data/Diagnostics.h"
 #include "Tools/Info/Notation.h"
+#include "Util/FrameRange.h"
 
 namespace Tools {
 
 /// What a listing shows of a capture.
 struct DumpChoice {
     Notation notation = Notation::Plain;
-    /// Frames, counted from 1, both included.
-    std::uint32_t firstFrame = 1;
-    std::uint32_t lastFrame = ~std::uint32_t{0};
+    Util::FrameRange frames = {};
     /// Patterns for names of functions, as a shell has them, separated by commas; empty for every record.
     std::string calls = {};
 };

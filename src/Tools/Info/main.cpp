@@ -1,9 +1,9 @@
 // playback-info: prints what is in a capture.
 #include <cerrno>
-#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include <unistd.h>
@@ -57,20 +57,6 @@ void Report(const std::string& line)
     std::fprintf(stderr, "%s\n", line.c_str());
 }
 
-/// "3-7" or "5". False when it is neither.
-bool ParseFrames(const std::string& text, Tools::DumpChoice& choice)
-{
-    const char* const end = text.data() + text.size();
-    const auto [afterFirst, error] = std::from_chars(text.data(), end, choice.firstFrame);
-    choice.lastFrame = choice.firstFrame;
-    if (error != std::errc() || choice.firstFrame == 0)
-        return false;
-    if (afterFirst == end)
-        return true;
-    const auto [afterLast, lastError] = std::from_chars(afterFirst + 1, end, choice.lastFrame);
-    return *afterFirst == '-' && lastError == std::errc() && afterLast == end && choice.lastFrame >= choice.firstFrame;
-}
-
 /// What is wrong with the options together; fills in what to list.
 std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& choice)
 {
@@ -89,8 +75,12 @@ std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& c
     }
     if (args.FindValue("--results") && !isReport)
         return "--results goes with --report";
-    if (const std::string* const frames = args.FindValue("--frames"); frames && !ParseFrames(*frames, choice))
-        return "--frames needs A-B with A from 1 and B not below A, found \"" + *frames + "\"";
+    if (const std::string* const frames = args.FindValue("--frames")) {
+        const std::optional<Util::FrameRange> range = Util::ParseFrameRange(*frames);
+        if (!range)
+            return "--frames needs A-B with A from 1 and B not below A, found \"" + *frames + "\"";
+        choice.frames = *range;
+    }
     if (const std::string* const calls = args.FindValue("--calls"))
         choice.calls = *calls;
     choice.notation = args.HasSwitch("--json") ? Tools::Notation::Json : Tools::Notation::Plain;
