@@ -38,7 +38,7 @@ constexpr Util::Option OwnOptions[] = {
      "Program"},
     {"-timecalls", "", "add the CPU time of each function to the results of -json; replay is slower then", "Program"},
     {"-json", "FILE", "write the results as JSON: the summary, and time and calls of each frame", "Program"},
-    {"-framerate", "N", "replay so many frames a second at most", "Program"},
+    {"-framerate", "RATE", "replay so many frames a second at most", "Program"},
     {"-pace", "HOW", "recorded: replay frames when the recorded program drew them", "Program"},
     {"-timelimit", "SECONDS", "end after this time, with status 5", "Program"},
     {"-quiet", "", "say only what is wrong", "Program"},

@@ -1,11 +1,26 @@
 #include "Host/Screenshots.h"
 
+#include <GLES3/gl32.h>
+
 #include "Interfaces/Core.h"
 #include "Playback/PlaybackSettings.h"
 #include "Util/ImageFile.h"
 #include "Util/PixelTransfer.h"
 
 namespace Host {
+
+namespace {
+
+/// The buffers that belong to a filter of PlaybackEnvironment::GetResourceType. Pictures are taken of framebuffers
+/// only, so that nothing belongs to those of unordered access.
+unsigned int ChosenBuffers(std::int32_t filter)
+{
+    constexpr unsigned int buffers[] = {GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT,
+                                        GL_COLOR_BUFFER_BIT, GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT, 0};
+    return buffers[filter];
+}
+
+} // namespace
 
 Screenshots::Screenshots(const Playback::PlaybackEnvironment& settings)
     : GLScreenshotHandler(static_cast<Util::ImageFormat>(settings.m_screenshotFormat), settings.m_screenshotOpaque),
@@ -26,6 +41,13 @@ void Screenshots::KeepNextFrame()
 bool Screenshots::WriteKept()
 {
     return !m_kept.data.empty() && WriteAsked(m_kept);
+}
+
+void Screenshots::TakeScreenshot(const std::string& name, unsigned int bufferMask)
+{
+    const bool isFrame = name == FrameName(m_frame);
+    GLScreenshotHandler::TakeScreenshot(
+        name, isFrame ? bufferMask : bufferMask & ChosenBuffers(m_settings.m_perDrawScreenshotFilter));
 }
 
 bool Screenshots::WriteScreenshot(const std::string& name, unsigned int width, unsigned int height, const void* data,

@@ -28,6 +28,8 @@ public:
     /// Files of whole frames that were written so far, with the frames' numbers.
     [[nodiscard]] const std::vector<std::pair<std::uint32_t, std::string>>& Files() const { return m_files; }
 
+    /// Leaves out of the pictures of single draws what -perdrawscreenshotsfilter does not name.
+    void TakeScreenshot(const std::string& name, unsigned int bufferMask) override;
     bool WriteScreenshot(const std::string& name, unsigned int width, unsigned int height, const void* data,
                          unsigned int format, unsigned int type) override;
 

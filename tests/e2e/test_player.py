@@ -128,6 +128,8 @@ class Pace(Player):
 
     def test_time_limit(self):
         self.assertMentions(self.replay("-framerate", "1", "-timelimit", "0.2", status=CUT_SHORT), "-timelimit")
+        self.assertMentions(self.replay("-paused", "-timelimit", "0.2", status=CUT_SHORT), "Paused at frame 1",
+                            "over after frame 1")
 
     def test_values_that_make_no_sense(self):
         for option, value in ("-framerate", "0"), ("-timelimit", "soon"), ("-pace", "slow"), ("-measureframes", "5-4"):
