@@ -30,6 +30,9 @@ std::uint32_t QuerySurface(EGLDisplay display, EGLSurface surface, EGLint attrib
 void FrameVerifier::ProcessFrameHash(std::uint32_t frame, std::uint32_t surface, std::uint32_t width,
                                      std::uint32_t height, std::uint64_t hash)
 {
+    if (!m_isOn) {
+        return;
+    }
     const Picture recorded = {width, height, hash};
     const Picture replayed = ReadBackBuffer();
     ++m_compared;

@@ -11,6 +11,8 @@ namespace Host {
 /// Compares the frames of a replay with the recorded ones, by their hashes: reads the back buffer before each swap.
 class FrameVerifier : public Data::FrameHashHandler {
 public:
+    /// Frames that come while it is off are not compared.
+    void Switch(bool isOn) { m_isOn = isOn; }
     void ProcessFrameHash(std::uint32_t frame, std::uint32_t surface, std::uint32_t width, std::uint32_t height,
                           std::uint64_t hash) override;
 
@@ -39,6 +41,7 @@ private:
     /// What the next swap of the current surface will show.
     Picture ReadBackBuffer();
 
+    bool m_isOn = true;
     std::uint32_t m_compared = 0;
     std::uint32_t m_equal = 0;
     std::optional<Difference> m_firstDifference;

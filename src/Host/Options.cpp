@@ -32,15 +32,15 @@ constexpr const char* Introduction =
 constexpr Util::Option OwnOptions[] = {
     {"-headless", "", "replay off screen even where there is a compositor", "Program"},
     {"-verify", "", "compare frames with the hashes of playback-record --hash, and pixels that were read back",
-     "Program"},
-    {"-measureframes", "A-B", "frames whose times are measured; all but the first when not given", "Program"},
+     "Results"},
+    {"-measureframes", "A-B", "frames whose times are measured; all but the first when not given", "Results"},
     {"-check", "", "only tell what the capture needs and this driver lacks; status 1 when there is something",
-     "Program"},
-    {"-timecalls", "", "add the CPU time of each function to the results of -json; replay is slower then", "Program"},
-    {"-json", "FILE", "write the results as JSON: the summary, and time and calls of each frame", "Program"},
-    {"-framerate", "RATE", "replay so many frames a second at most", "Program"},
-    {"-pace", "HOW", "recorded: replay frames when the recorded program drew them", "Program"},
-    {"-timelimit", "SECONDS", "end after this time, with status 5", "Program"},
+     "Results"},
+    {"-timecalls", "", "add the CPU time of each function to the results of -json; replay is slower then", "Results"},
+    {"-json", "FILE", "write the results as JSON: the summary, and time and calls of each frame", "Results"},
+    {"-framerate", "RATE", "replay so many frames a second at most", "Frames"},
+    {"-pace", "HOW", "recorded: replay frames when the recorded program drew them", "Frames"},
+    {"-timelimit", "SECONDS", "end after this time, with status 5", "Frames"},
     {"-quiet", "", "say only what is wrong", "Program"},
     {"-driver", "DIR", "take libEGL.so.1 and libGLESv2.so.2 from this folder", "Program"},
     {"-help", "", "print this text", "Program"},
@@ -55,7 +55,7 @@ std::vector<Util::Option> AllOptions()
 {
     std::vector<Util::Option> all(std::begin(OwnOptions), std::end(OwnOptions));
     for (const PlaybackEnvironment::Option& option : PlaybackEnvironment::Options()) {
-        all.push_back({option.name, option.value ? option.value : "", option.help, "Replay"});
+        all.push_back({option.name, option.value ? option.value : "", option.help, option.group});
     }
     return all;
 }

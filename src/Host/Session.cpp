@@ -240,6 +240,8 @@ Outcome Session::ReplayFrame()
         m_screenshots->KeepNextFrame();
     }
     const bool isOnTheWay = IsOnTheWay();
+    // The way to the loop was compared in the first pass.
+    m_verification.frames.Switch(!isOnTheWay);
     const std::uint64_t calls = m_capture->CallCount();
     m_measurements.StartFrame(calls);
     m_controller->FrameForward();
@@ -425,13 +427,17 @@ std::uint32_t Session::FramesOfPass() const
     return std::min(m_capture->GetFrameCount(), LastFrame());
 }
 
-void Session::UpdateStatus()
+std::uint32_t Session::FramesOfPasses(std::uint32_t passes) const
 {
     const auto first = static_cast<std::uint32_t>(std::max(m_settings->m_loopFrame, 1));
-    const std::uint64_t looped = FramesOfPass() >= first ? FramesOfPass() - first + 1 : 0;
-    const auto passes = static_cast<std::uint64_t>(std::max(m_settings->m_loopCount, 1));
-    m_statusLine->Update(m_report.frames, FramesOfPass() + (passes - 1) * looped, CurrentFrame(),
-                         m_controller->IsPaused());
+    const std::uint32_t looped = FramesOfPass() >= first ? FramesOfPass() - first + 1 : 0;
+    return FramesOfPass() + (passes - 1) * looped;
+}
+
+void Session::UpdateStatus()
+{
+    const auto passes = static_cast<std::uint32_t>(std::max(m_settings->m_loopCount, 1));
+    m_statusLine->Update(m_report.frames, FramesOfPasses(passes), CurrentFrame(), m_controller->IsPaused());
 }
 
 void Session::EndPass()
@@ -464,7 +470,7 @@ ExitStatus Session::Summarise()
     m_report.errorMessages = Core::Log::ErrorCount();
     m_report.areErrorsChecked = m_engine && !m_settings->m_skipErrorCheck;
     if (m_options.verify) {
-        const std::uint32_t expected = FramesOfPass() * m_report.passes;
+        const std::uint32_t expected = FramesOfPasses(m_report.passes);
         m_report.isVerified = m_verification.IsVerified(expected);
         m_report.verification = m_verification.Report(expected);
     }

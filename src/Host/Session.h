@@ -80,6 +80,8 @@ private:
     [[nodiscard]] std::uint32_t CurrentFrame() const;
     /// That one pass replays, as far as the file tells.
     [[nodiscard]] std::uint32_t FramesOfPass() const;
+    /// That so many passes show; all but the first begin with the loop.
+    [[nodiscard]] std::uint32_t FramesOfPasses(std::uint32_t passes) const;
     void UpdateStatus();
 
     ExitStatus Summarise();

@@ -93,9 +93,15 @@ void SelectSwapFbo(Settings& settings, const std::string& value)
     }
 }
 
+constexpr const char* Window = "Window and surfaces";
+constexpr const char* Frames = "Frames";
+constexpr const char* Logging = "Log";
+constexpr const char* Calls = "Calls and contents";
+constexpr const char* Screenshots = "Screenshots";
+
 // Applied from top to bottom: some options look at what earlier ones have set.
 constexpr PlaybackEnvironment::Option OptionTable[] = {
-    {"-fullscreen", nullptr, "show the window full screen",
+    {"-fullscreen", nullptr, Window, "show the window full screen",
      [](Settings& s, const Given& given) {
          if (given.args.HasSwitch("-windowed")) {
              Core::Console::Print(Core::LogWarning, false,
@@ -104,118 +110,126 @@ constexpr PlaybackEnvironment::Option OptionTable[] = {
          s.m_windowModeSet = true;
          s.m_fullscreen = true;
      }},
-    {"-windowed", nullptr, "show a window that is not full screen",
+    {"-windowed", nullptr, Window, "show a window that is not full screen",
      [](Settings& s, const Given& given) {
          if (!given.args.HasSwitch("-fullscreen")) {
              s.m_windowModeSet = true;
              s.m_fullscreen = false;
          }
      }},
-    {"-width", "N", "width of the window in pixels; implies -windowed",
+    {"-width", "N", Window, "width of the window in pixels; implies -windowed (default: as captured)",
      [](Settings& s, const Given& given) {
          s.m_windowWidth = given.Number();
          ImplyWindowed(s);
      }},
-    {"-height", "N", "height of the window in pixels; implies -windowed",
+    {"-height", "N", Window, "height of the window in pixels; implies -windowed (default: as captured)",
      [](Settings& s, const Given& given) {
          s.m_windowHeight = given.Number();
          ImplyWindowed(s);
      }},
-    {"-noplayback", nullptr, "read the capture without replaying its calls",
+    {"-noplayback", nullptr, Frames, "read the capture without replaying its calls",
      [](Settings& s, const Given&) { s.m_playback = false; }},
-    {"-stats", nullptr, "report the features that the capture uses instead of replaying it",
+    {"-stats", nullptr, Frames, "report the features that the capture uses instead of replaying it",
      [](Settings& s, const Given&) { s.m_stats = true; }},
-    {"-paused", nullptr, "pause at frame 1",
+    {"-paused", nullptr, Frames, "pause behind frame 1",
      [](Settings& s, const Given&) {
          s.m_pause = true;
          s.m_pauseFrame = 1;
      }},
-    {"-pauseframe", "N", "pause at frame N",
+    {"-pauseframe", "N", Frames, "pause behind frame N",
      [](Settings& s, const Given& given) {
          s.m_pause = true;
          s.m_pauseFrame = given.Number();
      }},
-    {"-stopframe", "N", "stop at frame N",
+    {"-stopframe", "N", Frames, "stop behind frame N (default: the last one)",
      [](Settings& s, const Given& given) {
          s.m_stopFrameSet = true;
          s.m_stopFrame = given.Number();
      }},
-    {"-loopframe", "N", "loop from frame N on",
+    {"-loopframe", "N", Frames,
+     "when the last frame is reached, go on with frame N (default: 1); each pass replays the capture anew",
      [](Settings& s, const Given& given) { s.m_loopFrame = given.Number(); }},
-    {"-loopcount", "N", "number of loops", [](Settings& s, const Given& given) { s.m_loopCount = given.Number(); }},
-    {"-preloadfile", nullptr, "read the whole capture before replaying it",
+    {"-loopcount", "N", Frames,
+     "passes through the loop, the first one included (default: without an end when -loopframe is given, else 1)",
+     [](Settings& s, const Given& given) { s.m_loopCount = given.Number(); }},
+    {"-preloadfile", nullptr, Frames, "read the whole capture before replaying it",
      [](Settings& s, const Given&) { s.m_preloadFile = true; }},
-    {"-loglevel", "LEVEL", "most detailed log level: none, error, warning, notice, diagnostic or trace, or 0 to 5",
+    {"-loglevel", "LEVEL", Logging,
+     "most detailed log level: none, error, warning, notice, diagnostic or trace, or 0 to 5 (default: notice)",
      [](Settings&, const Given& given) { Util::ParseCmdArgsLogLevel(given.value); }},
-    {"-logdisplaylinenumbers", nullptr, "begin each log message with the place that reports it",
+    {"-logdisplaylinenumbers", nullptr, Logging, "begin each log message with the place that reports it",
      [](Settings&, const Given&) { Core::Log::m_displayLineNumberFileName = true; }},
-    {"-logflush", nullptr, "flush the log after each message",
+    {"-logflush", nullptr, Logging, "flush the log after each message",
      [](Settings&, const Given&) { Core::Log::SetFlush(true); }},
-    {"-logzone", "ZONES", "log zones that stay on, separated by commas, or all",
+    {"-logzone", "ZONES", Logging, "log zones that stay on, separated by commas, or all (default: all)",
      [](Settings&, const Given& given) { Util::ParseCmdArgsLogZone(given.value); }},
-    {"-logiopipe", "FILE", "file or named pipe that receives the log",
+    {"-logiopipe", "FILE", Logging, "file or named pipe that receives the log (default: stderr)",
      [](Settings&, const Given& given) { Util::ParseCmdArgsLogIOPipe(given.value); }},
     // Takes a value and does not look at it; without one the option has no effect.
-    {"-extracttextures", "ANY", "write the textures of the capture to files",
+    {"-extracttextures", "ANY", Frames, "write the textures of the capture to files; any value, such as all",
      [](Settings& s, const Given&) { s.m_extractTextures = true; }},
-    {"-thread", "LIST", "replay only these captured threads, separated by commas",
+    {"-thread", "LIST", Frames, "replay only these captured threads, separated by commas (default: all)",
      [](Settings& s, const Given& given) {
          for (const std::string& thread : Util::String::Tokenize(given.value, ",")) {
              s.m_threads.push_back(Util::String::ToInt(thread));
          }
      }},
-    {"-threadFilterStartFrame", "N", "frame from which -thread applies",
+    {"-threadFilterStartFrame", "N", Frames, "frame from which -thread applies (default: 1)",
      [](Settings& s, const Given& given) { s.m_threadFilterStartFrame = given.Number(); }},
-    {"-singlesurface", nullptr, "replay all window surfaces into one",
+    {"-singlesurface", nullptr, Window, "replay all window surfaces into one",
      [](Settings& s, const Given&) { s.m_singleSurface = true; }},
-    {"-pbuffersurface", nullptr, "replay window surfaces into pbuffers",
+    {"-pbuffersurface", nullptr, Window, "replay window surfaces into pbuffers",
      [](Settings& s, const Given&) { s.m_pbufferSurface = true; }},
-    {"-skippbufferdisplay", nullptr, "with -pbuffersurface: do not read the pbuffers back at each swap",
+    {"-skippbufferdisplay", nullptr, Window, "with -pbuffersurface: do not read the pbuffers back at each swap",
      [](Settings& s, const Given&) { s.m_skipPbufferDisplay = true; }},
-    {"-skipdefaultfbo", nullptr, "do not restore the captured contents of the default framebuffer",
+    {"-skipdefaultfbo", nullptr, Calls, "do not restore the captured contents of the default framebuffer",
      [](Settings& s, const Given&) { s.m_defaultFbo = false; }},
-    {"-forceflush", nullptr, "flush at the end of each frame",
+    {"-forceflush", nullptr, Calls, "flush at the end of each frame",
      [](Settings& s, const Given&) { s.m_forceFlush = true; }},
-    {"-syncstate", nullptr, "wait until restored contents have reached the driver",
+    {"-syncstate", nullptr, Calls, "wait until restored contents have reached the driver",
      [](Settings& s, const Given&) { s.m_syncState = true; }},
-    {"-skiperrorcheck", nullptr, "do not check for errors after each call",
+    {"-skiperrorcheck", nullptr, Calls, "do not check for errors after each call",
      [](Settings& s, const Given&) { s.m_skipErrorCheck = true; }},
-    {"-config", "CONFIG", "EGL config to use for everything, such as R8G8B8A8D24S8",
+    {"-config", "CONFIG", Window, "EGL config to use for everything, such as R8G8B8A8D24S8",
      [](Settings& s, const Given& given) { s.m_config = given.value; }},
-    {"-samples", "N", "samples of the config that -config asks for",
+    {"-samples", "N", Window, "samples of the config that -config asks for (default: 1)",
      [](Settings& s, const Given& given) { s.m_samples = given.Number(); }},
-    {"-skipapi", "LIST", "leave these functions out, separated by commas",
+    {"-skipapi", "LIST", Calls, "leave these functions out, separated by commas",
      [](Settings& s, const Given& given) {
          s.AddSkipApiIds(given.value, s.m_skipStateApiIds);
          s.AddSkipApiIds(given.value, s.m_skipFrameApiIds);
      }},
-    {"-skipstateapi", "LIST", "as -skipapi, in state-setup blocks only",
+    {"-skipstateapi", "LIST", Calls, "as -skipapi, in state-setup blocks only",
      [](Settings& s, const Given& given) { s.AddSkipApiIds(given.value, s.m_skipStateApiIds); }},
-    {"-skipframeapi", "LIST", "as -skipapi, in frames only",
+    {"-skipframeapi", "LIST", Calls, "as -skipapi, in frames only",
      [](Settings& s, const Given& given) { s.AddSkipApiIds(given.value, s.m_skipFrameApiIds); }},
-    {"-dumpdefaultfbo", nullptr, "write the captured contents of the default framebuffer to files",
+    {"-dumpdefaultfbo", nullptr, Calls, "write the captured contents of the default framebuffer to files",
      [](Settings& s, const Given&) { s.m_dumpDefaultFbo = true; }},
-    {"-screenshots", "WHICH", "frame N, frames A-B, every N frames N*, draws F:A-B of a frame, or \"\" for all frames",
+    {"-screenshots", "WHICH", Screenshots,
+     "frame N, frames A-B, every N frames N*, draws F:A-B of a frame, or \"\" for all frames",
      [](Settings& s, const Given& given) {
          s.m_screenshotPath = given.filePrefix;
          SelectScreenshots(s, given.value);
      }},
-    {"-screenshotopaque", nullptr, "write screenshots without transparency",
+    {"-screenshotopaque", nullptr, Screenshots, "write screenshots without transparency",
      [](Settings& s, const Given&) { s.m_screenshotOpaque = true; }},
-    {"-screenshotdir", "DIR", "folder for screenshots, created if missing",
+    {"-screenshotdir", "DIR", Screenshots,
+     "folder for screenshots and textures, created if missing (default: the current one)",
      [](Settings& s, const Given& given) {
          if (!Util::Path::Exists(given.value)) {
              Util::Path::CreateFolder(given.value);
          }
          s.m_screenshotPath = given.value + "/" + given.filePrefix;
      }},
-    {"-screenshotformat", "FORMAT", "bmp, png or dds",
+    {"-screenshotformat", "FORMAT", Screenshots, "bmp, png or dds (default: bmp)",
      [](Settings& s, const Given& given) { SelectScreenshotFormat(s, given.value); }},
-    {"-perdrawscreenshotsfilter", "KIND", "what to write after each draw: rtv, dsv, uav or all",
+    {"-perdrawscreenshotsfilter", "KIND", Screenshots,
+     "what to write after each draw: rtv (colours), dsv (depth and stencil), uav (nothing) or all (default: all)",
      [](Settings& s, const Given& given) {
          s.m_perDrawScreenshotFilter = s.GetResourceType(Util::String::ToLower(given.value));
      }},
-    {"-swapfbo", "N[:X:Y]", "captured framebuffer to show at each swap",
+    {"-swapfbo", "N[:X:Y]", Window,
+     "captured framebuffer to show at each swap, with its corner at X, Y (default: 0, 0)",
      [](Settings& s, const Given& given) { SelectSwapFbo(s, given.value); }},
 };
 

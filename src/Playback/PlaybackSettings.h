@@ -26,6 +26,8 @@ public:
         const char* name;
         /// What stands for the value in a usage text; null for a switch, which takes none.
         const char* value;
+        /// Heading of a usage text's section.
+        const char* group;
         const char* help;
         void (*apply)(PlaybackEnvironment& settings, const Given& given);
     };
