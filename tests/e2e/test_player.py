@@ -9,11 +9,12 @@ import subprocess
 import time
 import unittest
 
-from harness import BUILD, DONE, FAKE_DRIVER, FAMILIES, PLAYBACK, SPINNING, EndToEndTest
+from harness import BUILD, DONE, FAKE_DRIVER, FAMILIES, PLAYBACK, RECORD, SPINNING, EndToEndTest
 from images import read_png
 
 CUT_SHORT = 5
 OLD_COMPOSITOR = str(BUILD / "tests/old_compositor")
+STREAMING = str(BUILD / "tests/streaming")
 FRAMES = 40
 # Of the spinning program: its surface, and the side of its framebuffer object.
 WIDTH, HEIGHT, FRAMEBUFFER = 320, 240, 128
@@ -55,7 +56,7 @@ class InATerminal(Player):
                 self.said += os.read(self.terminal, 4096).decode()
             except OSError:
                 self.fail(f"ended without a word of '{text}': {self.said}")
-        self.said = self.said.partition(text)[2]
+        self.said_before, _, self.said = self.said.partition(text)
 
     def press(self, keys):
         os.write(self.terminal, keys.encode())
@@ -84,6 +85,23 @@ class InATerminal(Player):
         self.press("\033")
         self.expect("q or Escape was pressed")
         self.assertEqual(self.program.wait(20), DONE)
+
+    def test_file_that_was_read_whole_is_not_needed_any_more(self):
+        # Several chunks, more than are read ahead.
+        self.run_program(RECORD, "-o", "large.glcap", "--", STREAMING, "ring", "100")
+        frames = self.info("large.glcap")["frames"]
+        whole = (self.dir / "large.glcap").read_bytes()
+        for options, shows_all in ([], False), (["-preloadfile"], True):
+            self.capture = "large.glcap"
+            (self.dir / self.capture).write_bytes(whole)
+            self.start("-pauseframe", "1", *options)
+            self.expect("Paused at frame 1")
+            os.truncate(self.dir / self.capture, len(whole) // 10)
+            self.press(" ")
+            self.expect(" frames in")
+            replayed = int(re.search(r"(\d+)$", self.said_before)[1])
+            self.assertEqual(replayed == frames, shows_all, f"{replayed} of {frames}")
+            self.program.wait(20)
 
     def test_quiet_says_nothing(self):
         self.start("-quiet")
