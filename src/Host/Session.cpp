@@ -102,10 +102,11 @@ Outcome Session::OpenCapture()
         Core::Console::Print(Core::LogWarning, false, "playback: %s", trouble.c_str());
     };
     std::string error;
-    m_capture = Data::CaptureFile::Open(m_options.captureFile, preload, report, error);
-    if (!m_capture) {
+    auto capture = Data::CaptureFile::Open(m_options.captureFile, preload, report, error);
+    if (!capture) {
         return Failure{ExitStatus::Unreadable, error};
     }
+    m_capture = std::move(capture);
     if (m_settings->m_loopFrame > static_cast<std::int64_t>(FramesOfPass())) {
         return Failure{ExitStatus::Usage, "-loopframe " + std::to_string(m_settings->m_loopFrame) +
                                               " is behind the last frame, which is " + std::to_string(FramesOfPass())};
@@ -157,7 +158,9 @@ bool Session::CheckRequirements()
 
 void Session::CreateEngine()
 {
-    m_terminal = m_terminal ? std::move(m_terminal) : Terminal::Open();
+    if (!m_terminal) {
+        m_terminal = Terminal::Open();
+    }
     const bool hasScreenshots = m_settings->m_screenshotInterval != 0 || m_settings->m_screenshotEndFrame != 0 ||
                                 m_settings->m_perDrawScreenshotFrame != 0 || m_settings->m_dumpDefaultFbo;
     if (HasKeys() || hasScreenshots) {
@@ -172,6 +175,7 @@ Outcome Session::Replay()
 {
     m_statusLine.emplace(m_options.quiet);
     m_start = steady_clock::now();
+    m_controller = std::make_unique<Playback::Controller>(m_output.WindowManager(), m_capture.get());
     Outcome failure;
     do {
         if (m_report.passes != 0) {
@@ -197,9 +201,8 @@ Outcome Session::Rewind()
             CreateEngine();
         }
     }
-    m_controller.reset();
-    if (!failure && isPaused) {
-        m_controller = std::make_unique<Playback::Controller>(m_output.WindowManager(), m_capture.get());
+    m_controller = std::make_unique<Playback::Controller>(m_output.WindowManager(), m_capture.get());
+    if (isPaused) {
         m_controller->Pause();
     }
     return failure;
@@ -210,9 +213,6 @@ Outcome Session::ReplayPass()
     ++m_report.passes;
     m_capture->SetThreadFilter({m_settings->m_threads.begin(), m_settings->m_threads.end()},
                                static_cast<std::uint32_t>(std::max(m_settings->m_threadFilterStartFrame, 0)));
-    if (!m_controller) {
-        m_controller = std::make_unique<Playback::Controller>(m_output.WindowManager(), m_capture.get());
-    }
     if (m_options.timeCalls) {
         m_capture->TimeCalls();
     }

@@ -37,15 +37,7 @@ protected:
     {
         const std::unique_ptr<CaptureFile> capture = Open();
         ASSERT_NE(capture, nullptr) << openError;
-        CallDecoder& decoder = capture->GetFrameProcessor()->Calls();
-        TouchingGLAdapter gl(decoder);
-        TouchingEGLAdapter egl(decoder);
-        TouchingMetaHandler meta;
-        capture->SetAdapter(&gl);
-        capture->SetAdapter(&egl);
-        capture->Add(&meta);
-        while (capture->GetFrameProcessor()->ProcessNextFrame()) {
-        }
+        PlayTouching(*capture);
         EXPECT_FALSE(capture->IsIncomplete());
     }
     static std::vector<std::uint8_t> Bytes(std::size_t count) { return std::vector<std::uint8_t>(count, 1); }

@@ -141,15 +141,7 @@ protected:
     {
         const std::unique_ptr<CaptureFile> capture = Open();
         ASSERT_NE(capture, nullptr) << openError;
-        CallDecoder& decoder = capture->GetFrameProcessor()->Calls();
-        TouchingGLAdapter gl(decoder);
-        TouchingEGLAdapter egl(decoder);
-        TouchingMetaHandler meta;
-        capture->SetAdapter(&gl);
-        capture->SetAdapter(&egl);
-        capture->Add(&meta);
-        while (capture->GetFrameProcessor()->ProcessNextFrame()) {
-        }
+        PlayTouching(*capture);
         writer.reset();
     }
 };

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "Data/CallDecoder.h"
+#include "Data/CaptureFile.h"
 
 namespace Data {
 
@@ -216,5 +217,19 @@ private:
 
     TouchedMemory m_memory;
 };
+
+/// Plays all of a capture to adapters and a handler that touch every byte that they are given.
+inline void PlayTouching(CaptureFile& capture)
+{
+    CallDecoder& decoder = capture.GetFrameProcessor()->Calls();
+    TouchingGLAdapter gl(decoder);
+    TouchingEGLAdapter egl(decoder);
+    TouchingMetaHandler meta;
+    capture.SetAdapter(&gl);
+    capture.SetAdapter(&egl);
+    capture.Add(&meta);
+    while (capture.GetFrameProcessor()->ProcessNextFrame()) {
+    }
+}
 
 } // namespace Data

@@ -9,7 +9,7 @@ import subprocess
 import time
 import unittest
 
-from harness import BUILD, DONE, FAKE_DRIVER, FAMILIES, PLAYBACK, RECORD, SPINNING, EndToEndTest
+from harness import BUILD, DONE, FAKE_DRIVER, FAMILIES, PLAYBACK, RECORD, SPINNING, UNREADABLE, EndToEndTest
 from images import read_png
 
 CUT_SHORT = 5
@@ -131,6 +131,18 @@ class Loops(Player):
         result = self.result()
         self.assertEqual((result["passes"], result["frames"], result["stopped"]), (4, 35 + 3 * 6, "-stopframe"))
         self.assertEqual([frame["frame"] for frame in result["measured"]][-12:], 2 * [30, 31, 32, 33, 34, 35])
+
+    def test_file_that_is_gone_when_the_next_pass_begins(self):
+        replay = self.start_program(PLAYBACK, "-headless", "-loopframe", "1", self.capture)
+        said = self.dir / "playback.err"
+        deadline = time.monotonic() + 20
+        while b"Replaying" not in said.read_bytes():
+            self.assertLess(time.monotonic(), deadline)
+            time.sleep(0.02)
+        (self.dir / self.capture).unlink()
+        self.assertEqual(replay.wait(20), UNREADABLE)
+        self.assertIn(self.capture, said.read_text())
+        self.assertRegex(said.read_text(), r"\d+ frames in")
 
     def test_frame_behind_the_end(self):
         self.assertMentions(self.replay("-loopframe", "41", status=2), "-loopframe 41", f"is {FRAMES}")
