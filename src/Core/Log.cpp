@@ -35,7 +35,11 @@ LogOutput& Terminal()
 
 /// Messages since the last flush reach the output when the program ends.
 const struct FlushAtExit {
-    ~FlushAtExit() { Output().Flush(); }
+    ~FlushAtExit()
+    {
+        Output().EndRepetitions();
+        Output().Flush();
+    }
 } g_flushAtExit;
 
 const char* Prefix(int level)
@@ -87,9 +91,14 @@ void Log::Print(int level, int zone, int line, const char* file, bool print, con
     AppendFormatted(text, format, arguments);
     va_end(arguments);
 
-    Output().WriteLine(text);
-    // What a person may be waiting for is shown at once; the many messages of the levels below are collected.
-    if (g_flushAlways || level <= LogNotice)
+    // What a person may be waiting for is shown at once, but does not bury everything else when it comes with each
+    // frame; the many messages of the levels below are collected.
+    const bool isForPeople = level <= LogNotice;
+    if (isForPeople)
+        Output().WriteOnce(text);
+    else
+        Output().WriteLine(text);
+    if (g_flushAlways || isForPeople)
         Output().Flush();
 }
 
@@ -125,6 +134,7 @@ void Console::Print(int, bool, const char* format, ...)
     va_start(arguments, format);
     AppendFormatted(text, format, arguments);
     va_end(arguments);
+    Output().EndRepetitions();
     Output().Flush(); // keeps the order of messages when both go to the terminal
     Terminal().WriteLine(text);
     Terminal().Flush();

@@ -88,6 +88,30 @@ std::string LogOutput::Open(const std::string& path)
 
 void LogOutput::WriteLine(std::string_view line)
 {
+    EndRepetitions();
+    Append(line);
+}
+
+void LogOutput::WriteOnce(std::string_view line)
+{
+    if (line == m_once && m_file == STDERR_FILENO) {
+        ++m_repetitions;
+        return;
+    }
+    WriteLine(line);
+    m_once = line;
+}
+
+void LogOutput::EndRepetitions()
+{
+    if (m_repetitions != 0)
+        Append("(the last message came " + std::to_string(m_repetitions) + " more times)");
+    m_repetitions = 0;
+    m_once.clear();
+}
+
+void LogOutput::Append(std::string_view line)
+{
     m_buffer.append(line);
     m_buffer += '\n';
     if (m_buffer.size() >= BufferBytes)
@@ -125,6 +149,7 @@ void LogOutput::SetStatus(std::string status)
 
 void LogOutput::Close()
 {
+    EndRepetitions();
     Flush();
     if (m_file != STDERR_FILENO)
         close(m_file);

@@ -1,6 +1,7 @@
 // Where log messages go: stderr, a file or a named pipe.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -21,12 +22,17 @@ public:
 
     /// Appends a line; `line` holds no line feed at its end.
     void WriteLine(std::string_view line);
+    /// As WriteLine, but on stderr a line that repeats the one before is only counted. A file gets them all.
+    void WriteOnce(std::string_view line);
+    /// Tells how many lines were left out; the next one is written whatever it says.
+    void EndRepetitions();
     void Flush();
 
     /// A line that stays below everything that goes to stderr; empty for none. For terminals only.
     static void SetStatus(std::string status);
 
 private:
+    void Append(std::string_view line);
     void Close();
     /// Takes what was written off the front of `text`. Returns 0 or the error number.
     int Write(std::string_view& text) const;
@@ -35,6 +41,9 @@ private:
     /// Empty for stderr.
     std::string m_path;
     std::string m_buffer;
+    /// What WriteOnce wrote last, empty when something else followed, and how often it came again.
+    std::string m_once;
+    std::uint64_t m_repetitions = 0;
 };
 
 } // namespace Core

@@ -30,7 +30,8 @@ class Log {
 public:
     /// Prints one message line when its level and zone are switched on. `file` is the reporting source without its
     /// extension and `line` the reporting line; both appear only with m_displayLineNumberFileName. Nothing is formatted
-    /// and nothing printed when `print` is false.
+    /// and nothing printed when `print` is false. On stderr an error, warning or notice that comes several times
+    /// in a row is printed once, and counted when something else follows.
     static void Print(int level, int zone, int line, const char* file, bool print, const char* format, ...)
         __attribute__((format(printf, 6, 7)));
 

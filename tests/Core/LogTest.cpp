@@ -13,6 +13,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "Core/LogOutput.h"
+
 namespace {
 
 using Core::Console;
@@ -74,6 +76,30 @@ TEST_F(LogTest, ErrorsAndWarningsSayWhatTheyAre)
     Log::m_displayLineNumberFileName = true;
     Print(Core::LogNotice, 4, "placed");
     EXPECT_EQ(Logged(), "error: glClear failed with error GL_INVALID_VALUE\nwarning: odd\nsrc/X(7): placed\n");
+}
+
+TEST_F(LogTest, RepetitionsAreCountedOnStderrAndKeptInAFile)
+{
+    const auto print = [](Core::LogOutput& output) {
+        for (const char* text : {"odd", "odd", "odd", "other", "odd"}) {
+            output.WriteOnce(text);
+        }
+        output.WriteLine("glFlush");
+        output.WriteLine("glFlush");
+    };
+    testing::internal::CaptureStderr();
+    {
+        Core::LogOutput toStderr;
+        print(toStderr);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "odd\n(the last message came 2 more times)\nother\nodd\nglFlush\nglFlush\n");
+    {
+        Core::LogOutput toFile;
+        ASSERT_EQ(toFile.Open(m_path), "");
+        print(toFile);
+    }
+    EXPECT_EQ(ReadFile(m_path), "odd\nodd\nodd\nother\nodd\nglFlush\nglFlush\n");
 }
 
 /// By exit, or in a crash when messages are flushed.
