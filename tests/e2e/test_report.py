@@ -17,7 +17,7 @@ window.addEventListener("load", () => setTimeout(() => {
         bubbles: true, cancelable: true, view: window, button: 0,
         clientX: box.left + box.width * part, clientY: box.top + box.height / 2 }));
     mouse("mousemove", 0.5);
-    const hovered = plot.querySelector(".dygraph-legend").textContent;
+    const hovered = document.querySelector("#times .legend").textContent;
     const labels = () => [...plot.querySelectorAll(".dygraph-axis-label-x")].map(label => Number(label.textContent));
     const before = Math.max(...labels());
     mouse("mousedown", 0.3); mouse("mousemove", 0.5); mouse("mouseup", 0.5);

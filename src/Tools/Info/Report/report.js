@@ -28,7 +28,9 @@ function pictures(id, list, caption) {
 function plot(id, labels, rows, options) {
     if (!rows.length) return drop(id);
     new Dygraph(document.querySelector(`#${id} .plot`), rows, {
-        labels, legend: "follow", includeZero: true, fillGraph: true, strokeWidth: 1.5, highlightCircleSize: 4, ...options });
+        labels, labelsDiv: document.querySelector(`#${id} .legend`), legend: "always",
+        colors: ["#1f6fb5", "#c8741a"], xlabel: "frame", includeZero: true, fillGraph: true, fillAlpha: 0.1,
+        strokeWidth: 1.5, highlightCircleSize: 4, ...options });
 }
 
 function table(columns, rows) {
@@ -37,6 +39,8 @@ function table(columns, rows) {
     function sort(column) {
         const sign = column.isNumber ? -1 : 1;
         rows.sort((a, b) => sign * (a[column.key] > b[column.key] ? 1 : a[column.key] < b[column.key] ? -1 : 0));
+        for (const cell of head.children) cell.removeAttribute("aria-sort");
+        head.children[columns.indexOf(column)].setAttribute("aria-sort", column.isNumber ? "descending" : "ascending");
         body.replaceChildren();
         for (const row of rows) {
             const line = element(body, "tr");
@@ -67,7 +71,9 @@ plot("times", ["Frame", "wall ms", "CPU ms"],
     results ? results.measured.map(frame => [frame.frame, frame.wallMs, frame.cpuMs]) : [], { ylabel: "ms" });
 plot("work", ["Frame", "draws", "uploaded KiB"],
     data.work.map((frame, index) => [index + 1, frame.draws, frame.uploadedBytes / 1024]),
-    { series: { "uploaded KiB": { axis: "y2" } }, ylabel: "draws", y2label: "KiB" });
+    { series: { "uploaded KiB": { axis: "y2" } },
+        axes: { y2: { independentTicks: true, drawGrid: false, axisLabelWidth: 64 } },
+        ylabel: "draws", y2label: "KiB" });
 
 const trouble = results ? [
     ...Object.entries(results.errors || {}).map(([name, count]) => `${name}: ${count}`),
