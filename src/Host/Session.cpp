@@ -84,6 +84,10 @@ ExitStatus Session::Run()
 
 Outcome Session::LoadSettings()
 {
+    if (m_options.quiet) {
+        // Unless -loglevel says otherwise.
+        Core::Log::SetLevel(Core::LogWarning);
+    }
     m_settings->LoadSettings(m_options.args, m_options.captureFile);
     const std::string* folder = m_options.args.FindValue("-screenshotdir");
     if (folder && !Util::Path::Exists(*folder)) {

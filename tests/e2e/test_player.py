@@ -104,7 +104,8 @@ class InATerminal(Player):
             self.program.wait(20)
 
     def test_quiet_says_nothing(self):
-        self.start("-quiet")
+        # Also not of what the log notes, such as another config.
+        self.start("-quiet", "-config", "R8G8B8A8D24S8")
         self.assertEqual(self.program.wait(20), DONE)
         with self.assertRaises(OSError):
             self.fail(f"said {os.read(self.terminal, 4096)}")
