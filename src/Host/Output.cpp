@@ -26,7 +26,9 @@ Outcome Output::Open(const Options& options, PixelSize captured)
     if (options.headless) {
         why = "-headless was given";
     } else if (PlaybackEnvironment::Instance()->m_pbufferSurface) {
-        why = "-pbuffersurface shows nothing";
+        why = "-pbuffersurface was given";
+        m_pbufferWindow = std::make_unique<UnopenedWindow>();
+        m_pbufferWindows = std::make_unique<Playback::SingleWindowManager>(m_pbufferWindow.get());
     } else {
         m_connection = WaylandConnection::Open(why);
     }
@@ -96,7 +98,7 @@ std::unique_ptr<Playback::EGLProxySurfaceFactory> Output::CreateSurfaceFactory()
     }
     const PlaybackEnvironment& settings = *PlaybackEnvironment::Instance();
     if (settings.m_pbufferSurface && !settings.m_skipPbufferDisplay) {
-        return std::make_unique<OffscreenSurfaceFactory<EGLOffscreenSurfaceFactory>>(nullptr);
+        return std::make_unique<OffscreenSurfaceFactory<EGLOffscreenSurfaceFactory>>(m_pbufferWindows.get());
     }
     return std::make_unique<OffscreenSurfaceFactory<EGLPbufferSurfaceFactory>>();
 }

@@ -62,6 +62,9 @@ private:
     std::unique_ptr<FramePacer> m_pacer;
     /// Where all captured windows share one.
     std::unique_ptr<Playback::SingleWindowManager> m_singleWindow;
+    // For the pbuffers of -pbuffersurface; null with -headless, where nothing is read back.
+    std::unique_ptr<UnopenedWindow> m_pbufferWindow;
+    std::unique_ptr<Playback::SingleWindowManager> m_pbufferWindows;
 };
 
 } // namespace Host

@@ -29,6 +29,12 @@ struct WindowRecord {
     Playback::Display display;
 };
 
+/// A window that no compositor knows: it stands for the one in which pbuffers would be displayed, since the engine
+/// reads them back for a window only.
+struct UnopenedWindow : private WindowRecord, public Playback::WaylandWindow {
+    UnopenedWindow() : WindowRecord(Playback::Display{}), WaylandWindow("", &display, nullptr) {}
+};
+
 /// A window of a replay: as large as the captured surface, whatever the compositor would like, since another size
 /// would show other pixels. Under xdg-shell unstable v5 or wl_shell; see XdgWindow for the stable shell.
 class ReplayWindow : private WindowRecord, public Playback::WaylandWindow {

@@ -1,5 +1,6 @@
 #include "Playback/EGLOffscreenSurface.h"
 
+#include <utility>
 #include <vector>
 
 #include <EGL/egl.h>
@@ -9,6 +10,48 @@
 #include "Playback/WindowManager.h"
 
 namespace Playback {
+
+namespace {
+
+/// While it lives, glReadPixels writes rows one behind the other to memory, however the capture arranged its own
+/// reading: that would write elsewhere, or beyond the pixels.
+class PlainPacking {
+public:
+    PlainPacking()
+    {
+        // The values that contexts begin with.
+        for (const auto& [name, plain] : {std::pair{GL_PACK_ALIGNMENT, 4}, std::pair{GL_PACK_ROW_LENGTH, 0},
+                                          std::pair{GL_PACK_SKIP_PIXELS, 0}, std::pair{GL_PACK_SKIP_ROWS, 0}}) {
+            int value = plain;
+            LiveGLES.glGetIntegerv(static_cast<GLenum>(name), &value);
+            if (value != plain) {
+                m_changed.emplace_back(name, value);
+                CallLive(LiveGLES.glPixelStorei, name, plain);
+            }
+        }
+        LiveGLES.glGetIntegerv(GL_PIXEL_PACK_BUFFER_BINDING, &m_buffer);
+        if (m_buffer != 0) {
+            CallLive(LiveGLES.glBindBuffer, GL_PIXEL_PACK_BUFFER, 0);
+        }
+    }
+    ~PlainPacking()
+    {
+        if (m_buffer != 0) {
+            CallLive(LiveGLES.glBindBuffer, GL_PIXEL_PACK_BUFFER, m_buffer);
+        }
+        for (const auto& [name, value] : m_changed) {
+            CallLive(LiveGLES.glPixelStorei, name, value);
+        }
+    }
+    PlainPacking(const PlainPacking&) = delete;
+    PlainPacking& operator=(const PlainPacking&) = delete;
+
+private:
+    std::vector<std::pair<int, int>> m_changed;
+    int m_buffer = 0;
+};
+
+} // namespace
 
 unsigned int EGLOffscreenSurface::SwapBuffers(void* display)
 {
@@ -41,7 +84,10 @@ void EGLOffscreenSurface::ReadBack(void* display)
     if (readBuffer != GL_BACK) {
         LiveGLES.glReadBuffer(GL_BACK);
     }
-    LiveGLES.glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
+    {
+        const PlainPacking packing;
+        LiveGLES.glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
+    }
     if (readBuffer != GL_BACK) {
         LiveGLES.glReadBuffer(static_cast<GLenum>(readBuffer));
     }

@@ -110,19 +110,19 @@ constexpr PlaybackEnvironment::Option OptionTable[] = {
          s.m_windowModeSet = true;
          s.m_fullscreen = true;
      }},
-    {"-windowed", nullptr, Window, "show a window that is not full screen",
+    {"-windowed", nullptr, Window, "show a window that is not full screen; the default, and ignored with -fullscreen",
      [](Settings& s, const Given& given) {
          if (!given.args.HasSwitch("-fullscreen")) {
              s.m_windowModeSet = true;
              s.m_fullscreen = false;
          }
      }},
-    {"-width", "N", Window, "width of the window in pixels; implies -windowed (default: as captured)",
+    {"-width", "N", Window, "width of the window in pixels (default: as captured)",
      [](Settings& s, const Given& given) {
          s.m_windowWidth = given.Number();
          ImplyWindowed(s);
      }},
-    {"-height", "N", Window, "height of the window in pixels; implies -windowed (default: as captured)",
+    {"-height", "N", Window, "height of the window in pixels (default: as captured)",
      [](Settings& s, const Given& given) {
          s.m_windowHeight = given.Number();
          ImplyWindowed(s);
@@ -163,7 +163,7 @@ constexpr PlaybackEnvironment::Option OptionTable[] = {
      [](Settings&, const Given&) { Core::Log::SetFlush(true); }},
     {"-logzone", "ZONES", Logging, "log zones that stay on, separated by commas, or all (default: all)",
      [](Settings&, const Given& given) { Util::ParseCmdArgsLogZone(given.value); }},
-    {"-logiopipe", "FILE", Logging, "file or named pipe that receives the log (default: stderr)",
+    {"-logiopipe", "FILE", Logging, "file or named pipe that receives the log (default: stderr, which shows a repeated message once)",
      [](Settings&, const Given& given) { Util::ParseCmdArgsLogIOPipe(given.value); }},
     // Takes a value and does not look at it; without one the option has no effect.
     {"-extracttextures", "ANY", Frames, "write the textures of the capture to files; any value, such as all",
@@ -178,9 +178,10 @@ constexpr PlaybackEnvironment::Option OptionTable[] = {
      [](Settings& s, const Given& given) { s.m_threadFilterStartFrame = given.Number(); }},
     {"-singlesurface", nullptr, Window, "replay all window surfaces into one",
      [](Settings& s, const Given&) { s.m_singleSurface = true; }},
-    {"-pbuffersurface", nullptr, Window, "replay window surfaces into pbuffers",
+    {"-pbuffersurface", nullptr, Window,
+     "replay window surfaces into pbuffers, off screen, and read them back at each swap; only the log tells of it",
      [](Settings& s, const Given&) { s.m_pbufferSurface = true; }},
-    {"-skippbufferdisplay", nullptr, Window, "with -pbuffersurface: do not read the pbuffers back at each swap",
+    {"-skippbufferdisplay", nullptr, Window, "with -pbuffersurface: do not read back",
      [](Settings& s, const Given&) { s.m_skipPbufferDisplay = true; }},
     {"-skipdefaultfbo", nullptr, Calls, "do not restore the captured contents of the default framebuffer",
      [](Settings& s, const Given&) { s.m_defaultFbo = false; }},

@@ -1,6 +1,8 @@
 #include <EGL/egl.h>
 #include <GLES3/gl3.h>
 
+#include <map>
+
 #include "EGLReplay.h"
 #include "Playback/EGLOffscreenSurfaceFactory.h"
 #include "Playback/EGLPbufferSurfaceFactory.h"
@@ -178,10 +180,12 @@ protected:
         Forget();
         return surface;
     }
-    void Bound(GLint framebuffer, GLint readBuffer)
+    void Bound(std::map<GLenum, GLint> values)
     {
-        driver.Answer("glGetIntegerv", [=](const Fake::Arguments& args) {
-            *args.Get<GLint*>(1) = args.Get<GLenum>(0) == GL_READ_BUFFER ? readBuffer : framebuffer;
+        driver.Answer("glGetIntegerv", [values](const Fake::Arguments& args) {
+            if (const auto value = values.find(args.Get<GLenum>(0)); value != values.end()) {
+                *args.Get<GLint*>(1) = value->second;
+            }
             return Fake::Word{0};
         });
     }
@@ -203,15 +207,20 @@ TEST_F(EGLOffscreenSurfaceTest, IsReadBackBeforeTheSwapAndLeavesTheBindings)
 {
     auto* surface = Current();
     log.Take();
-    Bound(0, GL_BACK);
+    Bound({});
     EXPECT_THAT(SwapCalls(surface), ElementsAre(StartsWith("glReadPixels(0, 0, 4, 2, GL_RGBA, GL_UNSIGNED_BYTE"),
                                                 "eglSwapBuffers(11, 501) = 1"));
     EXPECT_THAT(log.Take(), ElementsAre("error: Pbuffer surface content cannot be displayed on screen: platform not "
                                         "supported."));
-    Bound(9, GL_COLOR_ATTACHMENT0);
+    Bound({{GL_READ_FRAMEBUFFER_BINDING, 9},
+           {GL_READ_BUFFER, GL_COLOR_ATTACHMENT0},
+           {GL_PACK_ROW_LENGTH, 999},
+           {GL_PIXEL_PACK_BUFFER_BINDING, 6}});
     EXPECT_THAT(SwapCalls(surface),
                 ElementsAre("glBindFramebuffer(GL_READ_FRAMEBUFFER, 0)", "glReadBuffer(GL_BACK)",
-                            StartsWith("glReadPixels"), "glReadBuffer(GL_COLOR_ATTACHMENT0)",
+                            "glPixelStorei(GL_PACK_ROW_LENGTH, 0)", "glBindBuffer(GL_PIXEL_PACK_BUFFER, 0)",
+                            StartsWith("glReadPixels"), "glBindBuffer(GL_PIXEL_PACK_BUFFER, 6)",
+                            "glPixelStorei(GL_PACK_ROW_LENGTH, 999)", "glReadBuffer(GL_COLOR_ATTACHMENT0)",
                             "glBindFramebuffer(GL_READ_FRAMEBUFFER, 9)", StartsWith("eglSwapBuffers")));
 }
 

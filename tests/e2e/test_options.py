@@ -45,7 +45,8 @@ class Options(EndToEndTest):
     def test_window_mode_and_size(self):
         for options, fullscreens, size in (([], 0, "320x240"), (["-windowed"], 0, "320x240"),
                                            (["-fullscreen"], 1, "320x240"), (["-fullscreen", "-windowed"], 1, "320x240"),
-                                           (["-width", "100", "-height", "80"], 0, "100x80")):
+                                           (["-width", "100", "-height", "80"], 0, "100x80"),
+                                           (["-width", "100", "-fullscreen", "-windowed"], 1, "100x240")):
             result = self.run_program(OLD_COMPOSITOR, "xdg_shell", "shown.raw", PLAYBACK, *options, self.capture,
                                       XDG_RUNTIME_DIR=str(self.dir))
             self.assertIn(f"fullscreens {fullscreens}\n", result.stdout, options)
@@ -60,10 +61,13 @@ class Options(EndToEndTest):
         self.assertEqual(windows[1], 1)
 
     def test_pbuffers_for_windows(self):
-        # Without a window there is nothing to display the pbuffers in, so that both ways show the same.
-        for options in ["-pbuffersurface"], ["-pbuffersurface", "-skippbufferdisplay"]:
-            result = self.run_program(WITH_WESTON, PLAYBACK, "-verify", *options, self.capture)
-            self.assertMentions(result, "off screen: -pbuffersurface", "4 of 4 frames equal")
+        for options, reads in (["-pbuffersurface"], 4), (["-pbuffersurface", "-skippbufferdisplay"], 0):
+            for compositor in [WITH_WESTON], []:
+                result = self.run_program(*compositor, PLAYBACK, "-verify", *options, self.capture)
+                self.assertMentions(result, "off screen: -pbuffersurface", "4 of 4 frames equal")
+                # Said once for all the frames, except in a log file.
+                self.assertEqual(result.stderr.count("cannot be displayed on screen"), min(reads, 1))
+                self.assertEqual(self.fake_calls(*options, program=compositor).count("glReadPixels"), reads)
 
     def test_log(self):
         trace = self.replay("-loglevel", "trace").stderr
