@@ -163,7 +163,8 @@ constexpr PlaybackEnvironment::Option OptionTable[] = {
      [](Settings&, const Given&) { Core::Log::SetFlush(true); }},
     {"-logzone", "ZONES", Logging, "log zones that stay on, separated by commas, or all (default: all)",
      [](Settings&, const Given& given) { Util::ParseCmdArgsLogZone(given.value); }},
-    {"-logiopipe", "FILE", Logging, "file or named pipe that receives the log (default: stderr, which shows a repeated message once)",
+    {"-logiopipe", "FILE", Logging,
+     "file or named pipe that receives the log (default: stderr, which shows a repeated message once)",
      [](Settings&, const Given& given) { Util::ParseCmdArgsLogIOPipe(given.value); }},
     // Takes a value and does not look at it; without one the option has no effect.
     {"-extracttextures", "ANY", Frames, "write the textures of the capture to files; any value, such as all",
