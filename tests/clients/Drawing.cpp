@@ -1,5 +1,7 @@
 #include "Drawing.h"
 
+#include <cstring>
+
 #include "Shaders.h"
 #include "Stage.h"
 
@@ -19,6 +21,15 @@ const char* const pictureVertex =
     "#version 300 es\nlayout(location = 0) in vec2 position; out vec2 at;"
     "void main() { at = position * 0.5 + 0.5; gl_Position = vec4(position * 0.9, 0.0, 1.0); }";
 const float quad[8] = {-1, -1, 1, -1, -1, 1, 1, 1};
+
+void WriteQuad(void* to, float scale)
+{
+    float corners[8];
+    for (int i = 0; i < 8; ++i) {
+        corners[i] = quad[i] * scale;
+    }
+    std::memcpy(to, corners, sizeof corners);
+}
 
 const void* At(std::size_t offset)
 {
@@ -50,8 +61,7 @@ GLuint MakeBuffer(GLenum target, std::size_t bytes, const void* data)
 
 void* MapForGood(GLenum target, GLsizeiptr bytes, GLbitfield storage, GLbitfield access)
 {
-    static const auto bufferStorage =
-        reinterpret_cast<PFNGLBUFFERSTORAGEEXTPROC>(eglGetProcAddress("glBufferStorageEXT"));
+    static const auto bufferStorage = Load<PFNGLBUFFERSTORAGEEXTPROC>("glBufferStorageEXT");
     GLuint buffer = 0;
     glGenBuffers(1, &buffer);
     glBindBuffer(target, buffer);
@@ -71,6 +81,22 @@ GLuint MakeTexture(GLenum target)
     glTexParameteri(target, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glTexParameteri(target, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     return texture;
+}
+
+GLuint MakeStorage(int side, GLenum format)
+{
+    const GLuint texture = MakeTexture(GL_TEXTURE_2D);
+    glTexStorage2D(GL_TEXTURE_2D, 1, format, side, side);
+    return texture;
+}
+
+GLuint MakeFramebuffer(GLuint texture, GLenum target)
+{
+    GLuint framebuffer = 0;
+    glGenFramebuffers(1, &framebuffer);
+    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, target, texture, 0);
+    return framebuffer;
 }
 
 GLuint PictureProgram()

@@ -1,5 +1,6 @@
 #include "Shaders.h"
 
+#include <GLES3/gl32.h>
 #include <cstdio>
 
 #include "Stage.h"
@@ -22,6 +23,16 @@ GLuint Compile(GLenum kind, const char* source)
     return shader;
 }
 
+GLuint Linked(GLuint program)
+{
+    GLint linked = GL_FALSE;
+    glGetProgramiv(program, GL_LINK_STATUS, &linked);
+    if (!linked) {
+        Stage::Fail("linking a program");
+    }
+    return program;
+}
+
 } // namespace
 
 GLuint LinkProgram(const char* vertex, const char* fragment, const std::function<void(GLuint)>& beforeLink)
@@ -35,10 +46,10 @@ GLuint LinkProgram(const char* vertex, const char* fragment, const std::function
         beforeLink(program);
     }
     glLinkProgram(program);
-    GLint linked = GL_FALSE;
-    glGetProgramiv(program, GL_LINK_STATUS, &linked);
-    if (!linked) {
-        Stage::Fail("linking a program");
-    }
-    return program;
+    return Linked(program);
+}
+
+GLuint SeparableProgram(GLenum stage, const char* source)
+{
+    return Linked(glCreateShaderProgramv(stage, 1, &source));
 }

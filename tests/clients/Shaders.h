@@ -7,3 +7,5 @@
 /// The shader names are given back at once, as most applications do: the program keeps the shaders alive.
 /// `beforeLink` may bind locations.
 GLuint LinkProgram(const char* vertex, const char* fragment, const std::function<void(GLuint)>& beforeLink = {});
+/// A program of one stage, by the short way.
+GLuint SeparableProgram(GLenum stage, const char* source);

@@ -207,13 +207,11 @@ void TransformFeedback(int frame)
 /// Four samples resolved by a blit, with a query and a fence that the program waits for.
 void Multisampled(int frame)
 {
-    static const GLuint texture = MakeTexture(GL_TEXTURE_2D);
+    static const GLuint texture = MakeStorage(TileSize);
     static GLuint framebuffers[2] = {}, renderbuffer = 0, query = 0;
     if (renderbuffer == 0) {
-        glTexStorage2D(GL_TEXTURE_2D, 1, GL_RGBA8, TileSize, TileSize);
-        glGenFramebuffers(2, framebuffers);
-        glBindFramebuffer(GL_FRAMEBUFFER, framebuffers[1]);
-        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+        framebuffers[1] = MakeFramebuffer(texture);
+        glGenFramebuffers(1, framebuffers);
         glGenRenderbuffers(1, &renderbuffer);
         glBindRenderbuffer(GL_RENDERBUFFER, renderbuffer);
         glRenderbufferStorageMultisample(GL_RENDERBUFFER, 4, GL_RGBA8, TileSize, TileSize);

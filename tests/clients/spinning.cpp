@@ -2,19 +2,19 @@
 // time is the frame number. Uses what simple OpenGL ES 2.0 applications use: shaders, buffers, a client-side vertex
 // array, a texture that is rendered to, uploads and sub-uploads, depth test, blending and scissor.
 
-#include <GLES2/gl2.h>
 #include <array>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
-#include <getopt.h>
+#include <functional>
+#include <map>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "Drawing.h"
 #include "Matrix.h"
 #include "Shaders.h"
 #include "Stage.h"
@@ -50,6 +50,18 @@ GLuint Link(const char* vertex, const char* fragment, const char* second)
         glBindAttribLocation(program, PositionAttribute, "position");
         glBindAttribLocation(program, SecondAttribute, second);
     });
+}
+
+/// Left bound.
+GLuint SmoothTexture()
+{
+    GLuint texture = 0;
+    glGenTextures(1, &texture);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    return texture;
 }
 
 /// Flat colours, one per vertex: the sky and the star.
@@ -93,15 +105,9 @@ class Star {
 public:
     Star()
     {
-        glGenTextures(1, &m_texture);
-        glBindTexture(GL_TEXTURE_2D, m_texture);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+        m_texture = SmoothTexture();
         glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, StarSize, StarSize, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
-        glGenFramebuffers(1, &m_framebuffer);
-        glBindFramebuffer(GL_FRAMEBUFFER, m_framebuffer);
-        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, m_texture, 0);
+        m_framebuffer = MakeFramebuffer(m_texture);
         if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) {
             Stage::Fail("making a framebuffer");
         }
@@ -233,12 +239,8 @@ private:
                 pixels.insert(pixels.end(), {value, value, static_cast<std::uint8_t>(40 + value * 215 / 255)});
             }
         }
-        glGenTextures(1, &m_ramp);
         glActiveTexture(GL_TEXTURE1);
-        glBindTexture(GL_TEXTURE_2D, m_ramp);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+        m_ramp = SmoothTexture();
         glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
         glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB, steps, 2, 0, GL_RGB, GL_UNSIGNED_BYTE, pixels.data());
         glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 1, steps, 1, GL_RGB, GL_UNSIGNED_BYTE, pixels.data() + 3 * steps);
@@ -274,39 +276,22 @@ void WriteFrame(const std::string& path, int width, int height)
 
 Options Parse(int argc, char** argv)
 {
-    const option names[] = {{"frames", required_argument, nullptr, 'f'},
-                            {"pbuffer", no_argument, nullptr, 'p'},
-                            {"sleep", required_argument, nullptr, 's'},
-                            {"readback", required_argument, nullptr, 'r'},
-                            {"resize", required_argument, nullptr, 'z'},
-                            {"help", no_argument, nullptr, 'h'},
-                            {}};
     Options options;
-    for (int choice; (choice = getopt_long(argc, argv, "", names, nullptr)) != -1;) {
-        switch (choice) {
-        case 'f':
-            options.frames = std::atoi(optarg);
-            break;
-        case 'p':
+    const std::map<std::string, std::function<void(const std::string&)>> withValue = {
+        {"--frames", [&](const std::string& value) { options.frames = std::stoi(value); }},
+        {"--sleep", [&](const std::string& value) { options.sleepMs = std::stoi(value); }},
+        {"--resize", [&](const std::string& value) { options.resizeFrame = std::stoi(value); }},
+        {"--readback", [&](const std::string& value) {
+             options.readbackFrame = std::stoi(value);
+             options.readbackFile = value.substr(value.find(':') + 1);
+         }}};
+    for (int i = 1; i < argc; ++i) {
+        const auto option = withValue.find(argv[i]);
+        if (option != withValue.end() && i + 1 < argc) {
+            option->second(argv[++i]);
+        } else if (std::string(argv[i]) == "--pbuffer") {
             options.kind = Stage::Kind::Pbuffer;
-            break;
-        case 's':
-            options.sleepMs = std::atoi(optarg);
-            break;
-        case 'z':
-            options.resizeFrame = std::atoi(optarg);
-            break;
-        case 'h':
-            std::fputs(Usage, stdout);
-            std::exit(0);
-        case 'r':
-            if (const char* colon = std::strchr(optarg, ':')) {
-                options.readbackFrame = std::atoi(optarg);
-                options.readbackFile = colon + 1;
-                break;
-            }
-            [[fallthrough]];
-        default:
+        } else {
             std::fputs(Usage, stderr);
             std::exit(2);
         }

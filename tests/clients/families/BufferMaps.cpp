@@ -1,9 +1,5 @@
 // Buffers that are filled through mappings: as a whole, in a ring, several at a time, and read before they are written.
 
-#include <EGL/egl.h>
-#include <cstring>
-
-#include "Drawing.h"
 #include "Families.h"
 
 namespace {
@@ -11,13 +7,9 @@ namespace {
 constexpr std::size_t QuadBytes = sizeof quad;
 
 /// A triangle strip that covers less with each step.
-void WriteQuad(void* to, int step)
+void WriteStep(void* to, int step)
 {
-    float vertices[8];
-    for (int i = 0; i < 8; ++i) {
-        vertices[i] = quad[i] * (1.0f - 0.08f * static_cast<float>(step));
-    }
-    std::memcpy(to, vertices, sizeof vertices);
+    WriteQuad(to, 1.0f - 0.08f * static_cast<float>(step));
 }
 
 void* Map(GLenum target, std::size_t offset, std::size_t bytes, GLbitfield access)
@@ -40,10 +32,10 @@ void DrawFrom(GLuint buffer, std::size_t offset, float red, float green)
 
 } // namespace
 
-void BufferMaps(Stage& stage)
+FAMILY("buffer-maps", stage)
 {
-    const auto mapBuffer = reinterpret_cast<PFNGLMAPBUFFEROESPROC>(eglGetProcAddress("glMapBufferOES"));
-    const auto unmapBuffer = reinterpret_cast<PFNGLUNMAPBUFFEROESPROC>(eglGetProcAddress("glUnmapBufferOES"));
+    const auto mapBuffer = Load<PFNGLMAPBUFFEROESPROC>("glMapBufferOES");
+    const auto unmapBuffer = Load<PFNGLUNMAPBUFFEROESPROC>("glUnmapBufferOES");
     const GLuint whole = MakeBuffer(GL_ARRAY_BUFFER, QuadBytes, nullptr);
     const GLuint ring = MakeBuffer(GL_ARRAY_BUFFER, 3 * QuadBytes, nullptr);
     const GLuint kept = MakeBuffer(GL_ARRAY_BUFFER, QuadBytes, quad);
@@ -56,7 +48,7 @@ void BufferMaps(Stage& stage)
 
         Quarter(0);
         glBindBuffer(GL_ARRAY_BUFFER, whole);
-        WriteQuad(mapBuffer(GL_ARRAY_BUFFER, GL_WRITE_ONLY_OES), frame);
+        WriteStep(mapBuffer(GL_ARRAY_BUFFER, GL_WRITE_ONLY_OES), frame);
         unmapBuffer(GL_ARRAY_BUFFER);
         DrawFrom(whole, 0, 0.9f, 0.2f);
 
@@ -64,7 +56,7 @@ void BufferMaps(Stage& stage)
         Quarter(1);
         const std::size_t at = static_cast<std::size_t>(frame % 3) * QuadBytes;
         glBindBuffer(GL_ARRAY_BUFFER, ring);
-        WriteQuad(Map(GL_ARRAY_BUFFER, at, QuadBytes,
+        WriteStep(Map(GL_ARRAY_BUFFER, at, QuadBytes,
                       GL_MAP_WRITE_BIT | GL_MAP_INVALIDATE_RANGE_BIT | GL_MAP_UNSYNCHRONIZED_BIT),
                   FrameCount - frame);
         glUnmapBuffer(GL_ARRAY_BUFFER);
@@ -82,7 +74,7 @@ void BufferMaps(Stage& stage)
         glBindBuffer(GL_COPY_WRITE_BUFFER, parts);
         auto* const flushed = static_cast<std::uint8_t*>(
             Map(GL_COPY_WRITE_BUFFER, 16, QuadBytes, GL_MAP_WRITE_BIT | GL_MAP_FLUSH_EXPLICIT_BIT));
-        WriteQuad(flushed, 2 + frame % 4);
+        WriteStep(flushed, 2 + frame % 4);
         glFlushMappedBufferRange(GL_COPY_WRITE_BUFFER, 0, QuadBytes / 2);
         glFlushMappedBufferRange(GL_COPY_WRITE_BUFFER, QuadBytes / 2, QuadBytes / 2);
         glUnmapBuffer(GL_COPY_WRITE_BUFFER);
@@ -95,8 +87,8 @@ void BufferMaps(Stage& stage)
         glBindBuffer(GL_ARRAY_BUFFER, parts);
         void* const second = Map(GL_ARRAY_BUFFER, 16, QuadBytes, GL_MAP_WRITE_BIT);
         auto* const order = static_cast<std::uint16_t*>(Map(GL_ELEMENT_ARRAY_BUFFER, 0, 6, GL_MAP_WRITE_BIT));
-        WriteQuad(first, 1);
-        WriteQuad(second, 6);
+        WriteStep(first, 1);
+        WriteStep(second, 6);
         for (int i = 0; i < 3; ++i) {
             order[i] = static_cast<std::uint16_t>((frame + i) % 4);
         }

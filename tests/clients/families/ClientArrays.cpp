@@ -2,9 +2,7 @@
 
 #include <cmath>
 
-#include "Drawing.h"
 #include "Families.h"
-#include "Shaders.h"
 
 namespace {
 
@@ -47,7 +45,7 @@ void PointAt(const std::vector<Vertex>& vertices)
 
 } // namespace
 
-void ClientArrays(Stage& stage)
+FAMILY("client-arrays", stage)
 {
     const GLuint instanced =
         LinkProgram("#version 300 es\nlayout(location = 0) in vec2 position; layout(location = 1) in vec4 colour;"

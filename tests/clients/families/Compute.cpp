@@ -1,9 +1,7 @@
 // Compute shaders: particles in a shader storage buffer, survivors counted by an atomic counter and drawn with a count
 // that the program never sees, and an image that one shader writes and another samples.
 
-#include "Drawing.h"
 #include "Families.h"
-#include "Shaders.h"
 
 namespace {
 
@@ -36,30 +34,17 @@ const char* const paintShader =
     "  imageStore(picture, ivec2(at), vec4(float(row[gl_LocalInvocationID.y] % 256u) / 255.0, vec2(at % 16u) / 15.0, "
     "1.0));"
     "}";
-const char* const pointVertex = "#version 310 es\nlayout(location = 0) in vec4 particle; out vec4 shade;"
+const char* const pointVertex = "#version 300 es\nlayout(location = 0) in vec4 particle; out vec4 shade;"
                                 "void main() { shade = vec4(particle.zw, 1.0, 1.0);"
                                 "gl_PointSize = 5.0; gl_Position = vec4(particle.xy, 0.0, 1.0); }";
-const char* const pointFragment = "#version 310 es\nprecision mediump float; in vec4 shade; out vec4 result;"
-                                  "void main() { result = shade; }";
-
-GLuint ComputeProgram(const char* source)
-{
-    const GLuint program = glCreateShaderProgramv(GL_COMPUTE_SHADER, 1, &source);
-    GLint linked = GL_FALSE;
-    glGetProgramiv(program, GL_LINK_STATUS, &linked);
-    if (!linked) {
-        Stage::Fail("linking a compute shader");
-    }
-    return program;
-}
 
 } // namespace
 
-void Compute(Stage& stage)
+FAMILY("compute", stage)
 {
-    const GLuint move = ComputeProgram(moveShader);
-    const GLuint paint = ComputeProgram(paintShader);
-    const GLuint points = LinkProgram(pointVertex, pointFragment);
+    const GLuint move = SeparableProgram(GL_COMPUTE_SHADER, moveShader);
+    const GLuint paint = SeparableProgram(GL_COMPUTE_SHADER, paintShader);
+    const GLuint points = LinkProgram(pointVertex, flatFragment);
     const GLint seed = glGetUniformLocation(paint, "seed");
     std::vector<float> start;
     for (int i = 0; i < static_cast<int>(Particles); ++i) {
@@ -74,8 +59,7 @@ void Compute(Stage& stage)
     // Count, instances, first, reserved: the counter of the shader is the number of instances.
     const GLuint command[] = {4, 0, 0, 0};
     const GLuint draw = MakeBuffer(GL_DRAW_INDIRECT_BUFFER, sizeof command, command);
-    const GLuint image = MakeTexture(GL_TEXTURE_2D);
-    glTexStorage2D(GL_TEXTURE_2D, 1, GL_RGBA8, 32, 32);
+    const GLuint image = MakeStorage(32);
     const GLuint corners = MakeBuffer(GL_ARRAY_BUFFER, sizeof quad, quad);
     const GLushort order[] = {0, 1, 2, 3};
     const GLuint indices = MakeBuffer(GL_ELEMENT_ARRAY_BUFFER, sizeof order, order);

@@ -4,7 +4,6 @@
 #include <EGL/egl.h>
 #include <cstring>
 
-#include "Drawing.h"
 #include "Families.h"
 
 namespace {
@@ -16,17 +15,16 @@ void OnMessage(GLenum, GLenum, GLuint, GLenum, GLsizei length, const GLchar*, co
 
 } // namespace
 
-void DebugLabels(Stage& stage)
+FAMILY("debug-labels", stage)
 {
     int messages = 0;
     glEnable(GL_DEBUG_OUTPUT);
     glEnable(GL_DEBUG_OUTPUT_SYNCHRONOUS);
     glDebugMessageCallback(OnMessage, &messages);
     glDebugMessageControl(GL_DONT_CARE, GL_DONT_CARE, GL_DONT_CARE, 0, nullptr, GL_TRUE);
-    const auto pushMarker = reinterpret_cast<PFNGLPUSHGROUPMARKEREXTPROC>(eglGetProcAddress("glPushGroupMarkerEXT"));
-    const auto popMarker = reinterpret_cast<PFNGLPOPGROUPMARKEREXTPROC>(eglGetProcAddress("glPopGroupMarkerEXT"));
-    const auto insertMarker =
-        reinterpret_cast<PFNGLINSERTEVENTMARKEREXTPROC>(eglGetProcAddress("glInsertEventMarkerEXT"));
+    const auto pushMarker = Load<PFNGLPUSHGROUPMARKEREXTPROC>("glPushGroupMarkerEXT");
+    const auto popMarker = Load<PFNGLPOPGROUPMARKEREXTPROC>("glPopGroupMarkerEXT");
+    const auto insertMarker = Load<PFNGLINSERTEVENTMARKEREXTPROC>("glInsertEventMarkerEXT");
 
     // Of these names, some have no object yet when they get their label.
     GLuint buffer = MakeBuffer(GL_ARRAY_BUFFER, 64, nullptr), texture = MakeTexture(GL_TEXTURE_2D), array = 0,

@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "Drawing.h"
 #include "Families.h"
 
 namespace {
@@ -11,15 +10,10 @@ constexpr int Side = 64;
 
 } // namespace
 
-void Headless(Stage& stage)
+FAMILY("headless", stage)
 {
     const EGLContext worker = stage.MakeContext(stage.Context());
-    GLuint framebuffer = 0;
-    const GLuint target = MakeTexture(GL_TEXTURE_2D);
-    glTexStorage2D(GL_TEXTURE_2D, 1, GL_RGBA8, Side, Side);
-    glGenFramebuffers(1, &framebuffer);
-    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
-    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, target, 0);
+    MakeFramebuffer(MakeStorage(Side));
     glViewport(0, 0, Side, Side);
     glEnableVertexAttribArray(0);
     std::vector<std::uint8_t> before(Side * Side * 4);

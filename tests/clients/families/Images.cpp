@@ -5,7 +5,6 @@
 
 #include <EGL/eglext.h> // needs the types of egl.h
 
-#include "Drawing.h"
 #include "Families.h"
 
 namespace {
@@ -27,24 +26,22 @@ void DrawStripes(GLuint framebuffer, int frame, float blue)
 
 } // namespace
 
-void Images(Stage& stage)
+FAMILY("images", stage)
 {
-    const auto createImage = reinterpret_cast<PFNEGLCREATEIMAGEKHRPROC>(eglGetProcAddress("eglCreateImageKHR"));
-    const auto destroyImage = reinterpret_cast<PFNEGLDESTROYIMAGEKHRPROC>(eglGetProcAddress("eglDestroyImageKHR"));
-    const auto imageTexture =
-        reinterpret_cast<PFNGLEGLIMAGETARGETTEXTURE2DOESPROC>(eglGetProcAddress("glEGLImageTargetTexture2DOES"));
-    const auto imageRenderbuffer = reinterpret_cast<PFNGLEGLIMAGETARGETRENDERBUFFERSTORAGEOESPROC>(
-        eglGetProcAddress("glEGLImageTargetRenderbufferStorageOES"));
+    const auto createImage = Load<PFNEGLCREATEIMAGEKHRPROC>("eglCreateImageKHR");
+    const auto destroyImage = Load<PFNEGLDESTROYIMAGEKHRPROC>("eglDestroyImageKHR");
+    const auto imageTexture = Load<PFNGLEGLIMAGETARGETTEXTURE2DOESPROC>("glEGLImageTargetTexture2DOES");
+    const auto imageRenderbuffer =
+        Load<PFNGLEGLIMAGETARGETRENDERBUFFERSTORAGEOESPROC>("glEGLImageTargetRenderbufferStorageOES");
 
     // The other context draws.
     const EGLContext painter = stage.MakeContext(EGL_NO_CONTEXT);
     stage.MakeCurrent(stage.Surface(), painter);
     GLuint framebuffers[2] = {}, renderbuffer = 0;
-    glGenFramebuffers(2, framebuffers);
-    glBindFramebuffer(GL_FRAMEBUFFER, framebuffers[0]);
     const GLuint painted = MakeTexture(GL_TEXTURE_2D);
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, Side, Side, 0, GL_RGBA, GL_UNSIGNED_BYTE, Pattern(Side, Side, 1).data());
-    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, painted, 0);
+    framebuffers[0] = MakeFramebuffer(painted);
+    glGenFramebuffers(1, &framebuffers[1]);
     glBindFramebuffer(GL_FRAMEBUFFER, framebuffers[1]);
     glGenRenderbuffers(1, &renderbuffer);
     glBindRenderbuffer(GL_RENDERBUFFER, renderbuffer);

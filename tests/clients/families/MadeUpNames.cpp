@@ -1,7 +1,6 @@
 // Objects by names that the program made up, as OpenGL ES lets it: bound, filled, deleted, and bound again; the large
 // ones too.
 
-#include "Drawing.h"
 #include "Families.h"
 
 namespace {
@@ -34,7 +33,7 @@ void Draw(GLuint buffer, GLuint texture, int quarter)
 
 } // namespace
 
-void MadeUpNames(Stage& stage)
+FAMILY("made-up-names", stage)
 {
     constexpr GLuint first = 7;
     constexpr GLuint large = 3'000'000'000;

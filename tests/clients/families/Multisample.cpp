@@ -1,9 +1,7 @@
 // Several samples a pixel: renderbuffers with color, depth and stencil that are resolved by blits, a multisample
 // texture whose samples a shader reads one by one, and blits that flip and stretch.
 
-#include "Drawing.h"
 #include "Families.h"
-#include "Shaders.h"
 
 namespace {
 
@@ -45,7 +43,7 @@ void DrawScene(int frame)
 
 } // namespace
 
-void Multisample(Stage& stage)
+FAMILY("multisample", stage)
 {
     const GLuint oneSample = LinkProgram(
         "#version 310 es\nlayout(location = 0) in vec2 position; out vec2 at;"
@@ -54,20 +52,17 @@ void Multisample(Stage& stage)
         "uniform sampler2DMS picture; uniform int which;"
         "void main() { result = texelFetch(picture, ivec2(at * vec2(textureSize(picture))), which); }");
     GLuint framebuffers[3] = {};
-    glGenFramebuffers(3, framebuffers);
+    glGenFramebuffers(1, framebuffers);
     glBindFramebuffer(GL_FRAMEBUFFER, framebuffers[0]);
     Renderbuffer(GL_RGBA8, GL_COLOR_ATTACHMENT0);
     Renderbuffer(GL_DEPTH24_STENCIL8, GL_DEPTH_STENCIL_ATTACHMENT);
-    const GLuint resolved = MakeTexture(GL_TEXTURE_2D);
-    glTexStorage2D(GL_TEXTURE_2D, 1, GL_RGBA8, Side, Side);
-    glBindFramebuffer(GL_FRAMEBUFFER, framebuffers[1]);
-    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, resolved, 0);
+    const GLuint resolved = MakeStorage(Side);
+    framebuffers[1] = MakeFramebuffer(resolved);
     GLuint sampled = 0;
     glGenTextures(1, &sampled);
     glBindTexture(GL_TEXTURE_2D_MULTISAMPLE, sampled);
     glTexStorage2DMultisample(GL_TEXTURE_2D_MULTISAMPLE, Samples, GL_RGBA8, Side, Side, GL_TRUE);
-    glBindFramebuffer(GL_FRAMEBUFFER, framebuffers[2]);
-    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D_MULTISAMPLE, sampled, 0);
+    framebuffers[2] = MakeFramebuffer(sampled, GL_TEXTURE_2D_MULTISAMPLE);
     Renderbuffer(GL_DEPTH24_STENCIL8, GL_DEPTH_STENCIL_ATTACHMENT);
     glEnableVertexAttribArray(0);
     for (int frame = 1; frame <= FrameCount; ++frame) {

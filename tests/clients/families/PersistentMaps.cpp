@@ -3,9 +3,7 @@
 
 #include <cstring>
 
-#include "Drawing.h"
 #include "Families.h"
-#include "Shaders.h"
 
 namespace {
 
@@ -16,7 +14,7 @@ constexpr int Segments = 3;
 
 } // namespace
 
-void PersistentMaps(Stage& stage)
+FAMILY("persistent-maps", stage)
 {
     const GLuint program =
         LinkProgram("#version 300 es\nlayout(location = 0) in vec2 position;"
@@ -32,8 +30,7 @@ void PersistentMaps(Stage& stage)
     GLint uniforms = 0;
     glGetIntegerv(GL_UNIFORM_BUFFER_BINDING, &uniforms);
     glBindBufferBase(GL_UNIFORM_BUFFER, 0, static_cast<GLuint>(uniforms));
-    const GLuint texture = MakeTexture(GL_TEXTURE_2D);
-    glTexStorage2D(GL_TEXTURE_2D, 1, GL_RGBA8, Side, Side);
+    const GLuint texture = MakeStorage(Side);
     GLsync fences[Segments] = {};
     glEnableVertexAttribArray(0);
     for (int frame = 1; frame <= FrameCount; ++frame) {
@@ -43,9 +40,7 @@ void PersistentMaps(Stage& stage)
             glClientWaitSync(fences[segment], GL_SYNC_FLUSH_COMMANDS_BIT, GL_TIMEOUT_IGNORED);
             glDeleteSync(fences[segment]);
         }
-        for (int i = 0; i < 8; ++i) {
-            vertices[8 * segment + i] = quad[i] * (0.2f + 0.02f * static_cast<float>(frame));
-        }
+        WriteQuad(vertices + 8 * segment, 0.2f + 0.02f * static_cast<float>(frame));
         glUseProgram(program);
         glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, 0, At(static_cast<std::size_t>(segment) * sizeof quad));
         glViewport(0, 0, 256, 128);

@@ -1,44 +1,32 @@
 // Program pipelines: stages of separable programs that are put together in all ways, and uniforms without a current
 // program, by locations that the shader gives and by those that the driver gives.
 
-#include "Drawing.h"
 #include "Families.h"
 
-namespace {
-
-GLuint Separable(GLenum stage, const char* source)
-{
-    const GLuint program = glCreateShaderProgramv(stage, 1, &source);
-    GLint linked = GL_FALSE;
-    glGetProgramiv(program, GL_LINK_STATUS, &linked);
-    if (!linked) {
-        Stage::Fail("linking a separable program");
-    }
-    return program;
-}
-
-} // namespace
-
-void Pipelines(Stage& stage)
+FAMILY("pipelines", stage)
 {
     const GLuint vertices[] = {
-        Separable(GL_VERTEX_SHADER,
-                  "#version 310 es\nlayout(location = 0) in vec2 position; layout(location = 0) out mediump vec2 at;"
-                  "layout(location = 7) uniform float size;"
-                  "void main() { at = position; gl_Position = vec4(position * size, 0.0, 1.0); }"),
-        Separable(GL_VERTEX_SHADER,
-                  "#version 310 es\nlayout(location = 0) in vec2 position; layout(location = 0) out mediump vec2 at;"
-                  "uniform mat2 turn;"
-                  "void main() { at = position.yx; gl_Position = vec4(turn * position, 0.0, 1.0); }"),
+        SeparableProgram(
+            GL_VERTEX_SHADER,
+            "#version 310 es\nlayout(location = 0) in vec2 position; layout(location = 0) out mediump vec2 at;"
+            "layout(location = 7) uniform float size;"
+            "void main() { at = position; gl_Position = vec4(position * size, 0.0, 1.0); }"),
+        SeparableProgram(
+            GL_VERTEX_SHADER,
+            "#version 310 es\nlayout(location = 0) in vec2 position; layout(location = 0) out mediump vec2 at;"
+            "uniform mat2 turn;"
+            "void main() { at = position.yx; gl_Position = vec4(turn * position, 0.0, 1.0); }"),
     };
     const GLuint fragments[] = {
-        Separable(GL_FRAGMENT_SHADER, "#version 310 es\nprecision mediump float; layout(location = 0) in vec2 at;"
-                                      "out vec4 result; uniform vec3 colours[2];"
-                                      "void main() { result = vec4(mix(colours[0], colours[1], abs(at.x)), 1.0); }"),
-        Separable(GL_FRAGMENT_SHADER, "#version 310 es\nprecision mediump float; layout(location = 0) in vec2 at;"
-                                      "out vec4 result; uniform int count; uniform uvec2 paint;"
-                                      "void main() { int cell = int((at.x + 1.0) * float(count)) % 2;"
-                                      "result = vec4(float(cell), vec2(paint) / 255.0, 1.0); }"),
+        SeparableProgram(GL_FRAGMENT_SHADER,
+                         "#version 310 es\nprecision mediump float; layout(location = 0) in vec2 at;"
+                         "out vec4 result; uniform vec3 colours[2];"
+                         "void main() { result = vec4(mix(colours[0], colours[1], abs(at.x)), 1.0); }"),
+        SeparableProgram(GL_FRAGMENT_SHADER,
+                         "#version 310 es\nprecision mediump float; layout(location = 0) in vec2 at;"
+                         "out vec4 result; uniform int count; uniform uvec2 paint;"
+                         "void main() { int cell = int((at.x + 1.0) * float(count)) % 2;"
+                         "result = vec4(float(cell), vec2(paint) / 255.0, 1.0); }"),
     };
     GLuint pipelines[2] = {};
     glGenProgramPipelines(2, pipelines);

@@ -3,7 +3,6 @@
 #include <array>
 #include <cstring>
 
-#include "Drawing.h"
 #include "Families.h"
 
 namespace {
@@ -22,22 +21,16 @@ void ShowPixels(GLuint texture, const void* pixels, GLenum format, GLenum type)
 
 } // namespace
 
-void PixelBuffers(Stage& stage)
+FAMILY("pixel-buffers", stage)
 {
-    const GLuint streamed = MakeTexture(GL_TEXTURE_2D);
-    glTexStorage2D(GL_TEXTURE_2D, 1, GL_RGBA8, Side, Side);
+    const GLuint streamed = MakeStorage(Side);
     const GLuint shown = MakeTexture(GL_TEXTURE_2D);
     const GLuint upload = MakeBuffer(GL_PIXEL_UNPACK_BUFFER, PictureBytes, nullptr);
     glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
     std::array<GLuint, 2> readBacks = {MakeBuffer(GL_PIXEL_PACK_BUFFER, PictureBytes, nullptr),
                                        MakeBuffer(GL_PIXEL_PACK_BUFFER, PictureBytes, nullptr)};
     glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
-    GLuint framebuffer = 0;
-    const GLuint precise = MakeTexture(GL_TEXTURE_2D);
-    glTexStorage2D(GL_TEXTURE_2D, 1, GL_RGBA16F, Side, Side);
-    glGenFramebuffers(1, &framebuffer);
-    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
-    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, precise, 0);
+    const GLuint framebuffer = MakeFramebuffer(MakeStorage(Side, GL_RGBA16F));
     glBindFramebuffer(GL_FRAMEBUFFER, 0);
     glEnableVertexAttribArray(0);
     for (int frame = 1; frame <= FrameCount; ++frame) {

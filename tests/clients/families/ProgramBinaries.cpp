@@ -1,11 +1,9 @@
 // A program that is linked once and comes back from its binary in each frame, as from a cache on disk. The locations of
 // the new program are asked for again.
 
-#include "Drawing.h"
 #include "Families.h"
-#include "Shaders.h"
 
-void ProgramBinaries(Stage& stage)
+FAMILY("program-binaries", stage)
 {
     const GLuint source =
         LinkProgram("#version 300 es\nin vec2 corner; uniform vec2 place; uniform float size; out vec2 at;"

@@ -2,7 +2,6 @@
 
 #include <EGL/egl.h>
 
-#include "Drawing.h"
 #include "Families.h"
 
 namespace {
@@ -21,16 +20,15 @@ void DrawBox(int index, float depth, float grey)
 
 } // namespace
 
-void Queries(Stage& stage)
+FAMILY("queries", stage)
 {
     GLuint queries[Boxes] = {}, conservative = 0, timer = 0;
     glGenQueries(Boxes, queries);
     glGenQueries(1, &conservative);
-    const auto beginQuery = reinterpret_cast<PFNGLBEGINQUERYEXTPROC>(eglGetProcAddress("glBeginQueryEXT"));
-    const auto endQuery = reinterpret_cast<PFNGLENDQUERYEXTPROC>(eglGetProcAddress("glEndQueryEXT"));
-    const auto getResult =
-        reinterpret_cast<PFNGLGETQUERYOBJECTUI64VEXTPROC>(eglGetProcAddress("glGetQueryObjectui64vEXT"));
-    const auto genQueries = reinterpret_cast<PFNGLGENQUERIESEXTPROC>(eglGetProcAddress("glGenQueriesEXT"));
+    const auto beginQuery = Load<PFNGLBEGINQUERYEXTPROC>("glBeginQueryEXT");
+    const auto endQuery = Load<PFNGLENDQUERYEXTPROC>("glEndQueryEXT");
+    const auto getResult = Load<PFNGLGETQUERYOBJECTUI64VEXTPROC>("glGetQueryObjectui64vEXT");
+    const auto genQueries = Load<PFNGLGENQUERIESEXTPROC>("glGenQueriesEXT");
     genQueries(1, &timer);
     glEnableVertexAttribArray(0);
     glUseProgram(FlatProgram());

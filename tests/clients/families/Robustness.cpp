@@ -5,10 +5,9 @@
 
 #include <EGL/eglext.h> // needs the types of egl.h
 
-#include "Drawing.h"
 #include "Families.h"
 
-void Robustness(Stage& stage)
+FAMILY("robustness", stage)
 {
     const EGLint attributes[] = {EGL_CONTEXT_MAJOR_VERSION,
                                  3,

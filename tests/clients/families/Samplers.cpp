@@ -1,10 +1,8 @@
 // One texture seen through samplers that wrap, filter, bound and compare in different ways; they go with the unit.
 
-#include "Drawing.h"
 #include "Families.h"
-#include "Shaders.h"
 
-void Samplers(Stage& stage)
+FAMILY("samplers", stage)
 {
     const GLuint tiled = LinkProgram(
         pictureVertex, "#version 300 es\nprecision mediump float; in vec2 at; out vec4 result;"

@@ -1,14 +1,10 @@
 // Buffers that stay mapped and that more than one side uses: counters that a shader advances and the program reads and
 // resets, and vertices that a thread without a context writes and two contexts draw with.
 
-#include <EGL/egl.h>
-#include <cstring>
 #include <functional>
 #include <thread>
 
-#include "Drawing.h"
 #include "Families.h"
-#include "Shaders.h"
 
 namespace {
 
@@ -38,10 +34,7 @@ void DrawToTexture(const Stage& stage, EGLContext context, GLuint vertices, GLui
 {
     eglBindAPI(EGL_OPENGL_ES_API);
     stage.MakeCurrent(EGL_NO_SURFACE, context);
-    GLuint framebuffer = 0;
-    glGenFramebuffers(1, &framebuffer);
-    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
-    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+    const GLuint framebuffer = MakeFramebuffer(texture);
     glViewport(0, 0, Side, Side);
     glClear(GL_COLOR_BUFFER_BIT);
     glUseProgram(FlatProgram());
@@ -59,29 +52,22 @@ void DrawToTexture(const Stage& stage, EGLContext context, GLuint vertices, GLui
 
 } // namespace
 
-void SharedMaps(Stage& stage)
+FAMILY("shared-maps", stage)
 {
-    const GLuint count = glCreateShaderProgramv(GL_COMPUTE_SHADER, 1, &countShader);
+    const GLuint count = SeparableProgram(GL_COMPUTE_SHADER, countShader);
     auto* const counters = static_cast<GLuint*>(MapForGood(GL_SHADER_STORAGE_BUFFER, 12, Shared, Shared));
     GLint buffer = 0;
     glGetIntegerv(GL_SHADER_STORAGE_BUFFER_BINDING, &buffer);
     glBindBufferBase(GL_SHADER_STORAGE_BUFFER, 0, static_cast<GLuint>(buffer));
     auto* const memory = static_cast<char*>(MapForGood(GL_ARRAY_BUFFER, 10000, Written, Written));
     glGetIntegerv(GL_ARRAY_BUFFER_BINDING, &buffer);
-    const GLuint texture = MakeTexture(GL_TEXTURE_2D);
-    glTexStorage2D(GL_TEXTURE_2D, 1, GL_RGBA8, Side, Side);
+    const GLuint texture = MakeStorage(Side);
     const EGLContext context = stage.MakeContext(stage.Context());
     glEnableVertexAttribArray(0);
     glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, 0, At(Corners));
     for (int frame = 1; frame <= FrameCount; ++frame) {
         glClear(GL_COLOR_BUFFER_BIT);
-        std::thread([memory, frame] {
-            float corners[8];
-            for (int i = 0; i < 8; ++i) {
-                corners[i] = quad[i] * (0.3f + 0.08f * static_cast<float>(frame));
-            }
-            std::memcpy(memory + Corners, corners, sizeof corners);
-        }).join();
+        std::thread(WriteQuad, memory + Corners, 0.3f + 0.08f * static_cast<float>(frame)).join();
         counters[0] = 0;
         counters[2] = static_cast<GLuint>(frame);
         glUseProgram(count);

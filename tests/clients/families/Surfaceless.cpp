@@ -1,6 +1,5 @@
 // A context that never has a surface: it draws into a texture and reads the pixels back. A second one shows them.
 
-#include "Drawing.h"
 #include "Families.h"
 
 namespace {
@@ -9,19 +8,13 @@ constexpr int Side = 64;
 
 } // namespace
 
-void Surfaceless(Stage& stage)
+FAMILY("surfaceless", stage)
 {
     const EGLContext context = stage.MakeContext(EGL_NO_CONTEXT);
     stage.MakeCurrent(EGL_NO_SURFACE, context);
-    GLuint framebuffer = 0;
-    const GLuint target = MakeTexture(GL_TEXTURE_2D);
-    glTexStorage2D(GL_TEXTURE_2D, 1, GL_RGBA8, Side, Side);
-    glGenFramebuffers(1, &framebuffer);
-    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
-    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, target, 0);
+    MakeFramebuffer(MakeStorage(Side));
     stage.MakeCurrent();
-    const GLuint shown = MakeTexture(GL_TEXTURE_2D);
-    glTexStorage2D(GL_TEXTURE_2D, 1, GL_RGBA8, Side, Side);
+    const GLuint shown = MakeStorage(Side);
     glEnableVertexAttribArray(0);
     for (int frame = 1; frame <= FrameCount; ++frame) {
         stage.MakeCurrent(EGL_NO_SURFACE, context);

@@ -1,6 +1,5 @@
 // Three surfaces of different sizes that one context draws on in turn, and one of them that a second context uses.
 
-#include "Drawing.h"
 #include "Families.h"
 
 namespace {
@@ -19,7 +18,7 @@ void DrawBars(int width, int height, int bars, int frame)
 
 } // namespace
 
-void Surfaces(Stage& stage)
+FAMILY("surfaces", stage)
 {
     const EGLSurface wide = stage.MakeSurface(300, 80);
     const EGLSurface brief = stage.MakeSurface(64, 120);

@@ -1,11 +1,7 @@
 // Textures of each kind: volumes, cubes, arrays of cubes, ETC2, immutable ones with all of their levels, buffers, and
 // copies between them.
 
-#include <string>
-
-#include "Drawing.h"
 #include "Families.h"
-#include "Shaders.h"
 
 namespace {
 
@@ -41,7 +37,7 @@ std::vector<std::uint8_t> Blocks(int bytes, int frame)
 
 } // namespace
 
-void Textures(Stage& stage)
+FAMILY("textures", stage)
 {
     const GLuint volumeProgram = SamplingProgram("sampler3D", "texture(picture, vec3(at, time))");
     const GLuint cubeProgram =
@@ -81,8 +77,7 @@ void Textures(Stage& stage)
     const GLuint integers = MakeTexture(GL_TEXTURE_2D);
     glBindTexture(GL_TEXTURE_2D, buffered);
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 85, 85, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
-    const GLuint mixed = MakeTexture(GL_TEXTURE_2D);
-    glTexStorage2D(GL_TEXTURE_2D, 1, GL_RGBA8, 8, 8);
+    const GLuint mixed = MakeStorage(8);
     glEnableVertexAttribArray(0);
     for (int frame = 1; frame <= FrameCount; ++frame) {
         glClear(GL_COLOR_BUFFER_BIT);

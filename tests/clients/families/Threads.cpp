@@ -8,7 +8,6 @@
 #include <mutex>
 #include <thread>
 
-#include "Drawing.h"
 #include "Families.h"
 
 namespace {
@@ -59,9 +58,7 @@ void Fill(const Stage& stage, EGLContext context, Handover& handover)
         glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, Side, Side, GL_RGBA, GL_UNSIGNED_BYTE,
                         Pattern(Side, Side, 3 * frame).data());
         float corners[8];
-        for (int i = 0; i < 8; ++i) {
-            corners[i] = quad[i] * (0.3f + 0.08f * static_cast<float>(frame));
-        }
+        WriteQuad(corners, 0.3f + 0.08f * static_cast<float>(frame));
         glBindBuffer(GL_ARRAY_BUFFER, slot.vertices);
         glBufferSubData(GL_ARRAY_BUFFER, 0, sizeof corners, corners);
         slot.filled = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
@@ -75,12 +72,11 @@ void Fill(const Stage& stage, EGLContext context, Handover& handover)
 
 } // namespace
 
-void Threads(Stage& stage)
+FAMILY("threads", stage)
 {
     Handover handover;
     for (Slot& slot : handover.slots) {
-        slot.texture = MakeTexture(GL_TEXTURE_2D);
-        glTexStorage2D(GL_TEXTURE_2D, 1, GL_RGBA8, Side, Side);
+        slot.texture = MakeStorage(Side);
         slot.vertices = MakeBuffer(GL_ARRAY_BUFFER, sizeof quad, nullptr);
     }
     glFinish();

@@ -1,9 +1,7 @@
 // Particles that move from one buffer to the other by transform feedback objects, which pause for a draw in between,
 // and separate outputs that are counted.
 
-#include "Drawing.h"
 #include "Families.h"
-#include "Shaders.h"
 
 namespace {
 
@@ -40,7 +38,7 @@ void PointAt(GLuint buffer)
 
 } // namespace
 
-void TransformFeedback(Stage& stage)
+FAMILY("transform-feedback", stage)
 {
     const GLuint move = CapturingProgram(moveVertex, {"newPlace", "newSpeed"}, GL_INTERLEAVED_ATTRIBS);
     const GLuint split = CapturingProgram(splitVertex, {"corner", "paint"}, GL_SEPARATE_ATTRIBS);

@@ -2,9 +2,7 @@
 
 #include <cstring>
 
-#include "Drawing.h"
 #include "Families.h"
-#include "Shaders.h"
 
 namespace {
 
@@ -56,7 +54,7 @@ void Put(std::vector<std::uint8_t>& block, int at, std::initializer_list<float> 
 
 } // namespace
 
-void UniformBuffers(Stage& stage)
+FAMILY("uniform-buffers", stage)
 {
     const GLuint asked = LinkProgram(askedVertex, askedFragment);
     const GLuint ringed = LinkProgram(ringVertex, ringFragment);

@@ -2,9 +2,7 @@
 // draws from memory. Formats apart from bindings, buffers that are deleted while an array holds them, new names that
 // were used before.
 
-#include "Drawing.h"
 #include "Families.h"
-#include "Shaders.h"
 
 namespace {
 
@@ -20,7 +18,7 @@ constexpr std::uint32_t Paint(std::uint32_t red, std::uint32_t green, std::uint3
 
 } // namespace
 
-void VertexArrays(Stage& stage)
+FAMILY("vertex-arrays", stage)
 {
     const Vertex vertices[] = {{-30000, -30000, Paint(1000, 100, 0)},
                                {30000, -30000, Paint(0, 900, 300)},

@@ -1,45 +1,26 @@
 // families NAME [--pbuffer | --surfaceless]: draws the frames of one family of features, in a window or off screen.
 
 #include <cstdio>
-#include <cstring>
+#include <map>
 
-#include "Drawing.h"
 #include "Families.h"
 
 namespace {
 
 constexpr int Size = 256;
 
-constexpr struct {
-    const char* name;
-    void (*run)(Stage& stage);
-} families[] = {
-    {"buffer-maps", BufferMaps},
-    {"client-arrays", ClientArrays},
-    {"compute", Compute},
-    {"debug-labels", DebugLabels},
-    {"headless", Headless},
-    {"images", Images},
-    {"made-up-names", MadeUpNames},
-    {"multisample", Multisample},
-    {"persistent-maps", PersistentMaps},
-    {"pipelines", Pipelines},
-    {"pixel-buffers", PixelBuffers},
-    {"program-binaries", ProgramBinaries},
-    {"queries", Queries},
-    {"robustness", Robustness},
-    {"samplers", Samplers},
-    {"shared-maps", SharedMaps},
-    {"surfaceless", Surfaceless},
-    {"surfaces", Surfaces},
-    {"textures", Textures},
-    {"threads", Threads},
-    {"transform-feedback", TransformFeedback},
-    {"uniform-buffers", UniformBuffers},
-    {"vertex-arrays", VertexArrays},
-};
+std::map<std::string, void (*)(Stage&)>& Families()
+{
+    static std::map<std::string, void (*)(Stage&)> families;
+    return families;
+}
 
 } // namespace
+
+Family::Family(const std::string& name, void (*draw)(Stage& stage))
+{
+    Families()[name] = draw;
+}
 
 void Quarter(int index)
 {
@@ -62,23 +43,19 @@ void EndFrame(Stage& stage)
 
 int main(int argc, char** argv)
 {
-    const char* const option = argc == 3 ? argv[2] : "";
-    const bool isPbuffer = std::strcmp(option, "--pbuffer") == 0;
-    const bool isSurfaceless = std::strcmp(option, "--surfaceless") == 0;
-    for (const auto& family : families) {
-        if ((argc == 2 || isPbuffer || isSurfaceless) && std::strcmp(argv[1], family.name) == 0) {
-            Stage stage(isPbuffer       ? Stage::Kind::Pbuffer
-                        : isSurfaceless ? Stage::Kind::Surfaceless
-                                        : Stage::Kind::Window,
-                        Size, Size, 3);
-            family.run(stage);
-            return 0;
+    static const std::map<std::string, Stage::Kind> kinds = {
+        {"", Stage::Kind::Window}, {"--pbuffer", Stage::Kind::Pbuffer}, {"--surfaceless", Stage::Kind::Surfaceless}};
+    const auto kind = kinds.find(argc > 2 ? argv[2] : "");
+    const auto family = Families().find(argc > 1 ? argv[1] : "");
+    if (kind == kinds.end() || family == Families().end()) {
+        std::fprintf(stderr, "usage: families NAME [--pbuffer | --surfaceless]\nNames:");
+        for (const auto& [name, draw] : Families()) {
+            std::fprintf(stderr, " %s", name.c_str());
         }
+        std::fprintf(stderr, "\n");
+        return 2;
     }
-    std::fprintf(stderr, "usage: families NAME [--pbuffer | --surfaceless]\nNames:");
-    for (const auto& family : families) {
-        std::fprintf(stderr, " %s", family.name);
-    }
-    std::fprintf(stderr, "\n");
-    return 2;
+    Stage stage(kind->second, Size, Size, 3);
+    family->second(stage);
+    return 0;
 }
