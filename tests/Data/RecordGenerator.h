@@ -74,75 +74,37 @@ private:
         return record;
     }
 
+    template <class First, class... Rest> First OneOf(First first, Rest... rest)
+    {
+        const First all[] = {first, static_cast<First>(rest)...};
+        return all[Below(std::size(all))];
+    }
     std::uint32_t Below(std::uint32_t end) { return static_cast<std::uint32_t>(m_random() % end); }
 
     /// Half of the time a call that the client state depends on.
     std::uint32_t Call()
     {
-        static constexpr CallId tracked[] = {CallId::glGenBuffers,
-                                             CallId::glBindBuffer,
-                                             CallId::glBufferData,
-                                             CallId::glBufferSubData,
-                                             CallId::glDeleteBuffers,
-                                             CallId::glMapBufferRange,
-                                             CallId::glUnmapBuffer,
-                                             CallId::glPixelStorei,
-                                             CallId::glVertexAttribPointer,
-                                             CallId::glEnableVertexAttribArray,
-                                             CallId::glDrawArrays,
-                                             CallId::glDrawElements,
-                                             CallId::glGenVertexArrays,
-                                             CallId::glBindVertexArray,
-                                             CallId::glTexImage2D,
-                                             CallId::glTexSubImage3D,
-                                             CallId::glReadPixels,
-                                             CallId::glShaderSource,
-                                             CallId::glVertexAttribBinding,
-                                             CallId::glVertexAttribDivisor,
-                                             CallId::glDrawElementsInstanced,
-                                             CallId::eglCreateContext,
-                                             CallId::eglMakeCurrent,
-                                             CallId::glBindVertexBuffer,
-                                             CallId::glDrawArraysInstanced};
-        return Below(2) == 0 ? Below(callCount) : static_cast<std::uint32_t>(tracked[Below(std::size(tracked))]);
+        using enum CallId;
+        return Below(2) == 0 ? Below(callCount)
+                             : static_cast<std::uint32_t>(
+                                   OneOf(glGenBuffers, glBindBuffer, glBufferData, glBufferSubData, glDeleteBuffers,
+                                         glMapBufferRange, glUnmapBuffer, glPixelStorei, glVertexAttribPointer,
+                                         glEnableVertexAttribArray, glDrawArrays, glDrawElements, glGenVertexArrays,
+                                         glBindVertexArray, glTexImage2D, glTexSubImage3D, glReadPixels, glShaderSource,
+                                         glVertexAttribBinding, glVertexAttribDivisor, glDrawElementsInstanced,
+                                         eglCreateContext, eglMakeCurrent, glBindVertexBuffer, glDrawArraysInstanced));
     }
 
     std::uint32_t Number()
     {
-        static constexpr std::uint32_t interesting[] = {Enum::ArrayBuffer,
-                                                        Enum::ElementArrayBuffer,
-                                                        Enum::PixelPackBuffer,
-                                                        Enum::PixelUnpackBuffer,
-                                                        Enum::DrawIndirectBuffer,
-                                                        Enum::CopyWriteBuffer,
-                                                        Enum::UnpackAlignment,
-                                                        Enum::UnpackRowLength,
-                                                        Enum::UnpackSkipRows,
-                                                        Enum::UnpackImageHeight,
-                                                        Enum::PackAlignment,
-                                                        Enum::PackRowLength,
-                                                        Enum::UnsignedByte,
-                                                        Enum::UnsignedShort,
-                                                        Enum::UnsignedInt,
-                                                        Enum::Float,
-                                                        Enum::UnsignedShort565,
-                                                        Enum::Rgba,
-                                                        Enum::Rgb,
-                                                        Enum::DepthStencil,
-                                                        Enum::Alpha,
-                                                        Enum::PrimitiveRestartFixedIndex,
-                                                        0x86A3,
-                                                        0x0BA2,
-                                                        0x1004,
-                                                        0x92BE,
-                                                        0x3038,
-                                                        0x7fffffff,
-                                                        0x80000000,
-                                                        0xffffffff,
-                                                        0x10000};
+        using namespace Enum;
         switch (Below(4)) {
         case 0:
-            return interesting[Below(std::size(interesting))];
+            return OneOf(ArrayBuffer, ElementArrayBuffer, PixelPackBuffer, PixelUnpackBuffer, DrawIndirectBuffer,
+                         CopyWriteBuffer, UnpackAlignment, UnpackRowLength, UnpackSkipRows, UnpackImageHeight,
+                         PackAlignment, PackRowLength, UnsignedByte, UnsignedShort, UnsignedInt, Float,
+                         UnsignedShort565, Rgba, Rgb, DepthStencil, Alpha, PrimitiveRestartFixedIndex, 0x86A3u, 0x0BA2u,
+                         0x1004u, 0x92BEu, 0x3038u, 0x7fffffffu, 0x80000000u, 0xffffffffu, 0x10000u);
         case 1:
             return Below(64);
         default:
@@ -269,18 +231,11 @@ private:
             return Body(buffer, bytes);
         }
         case RecordId::MultisampleTexture: {
-            MultisampleTextureRecord texture{{},
-                                             0x9102,
-                                             1,
-                                             Number(),
-                                             Number(),
-                                             Number(),
-                                             0x8058,
-                                             Enum::Rgba,
-                                             Enum::UnsignedByte,
-                                             Below(2) == 0 ? Number() : 16,
-                                             0,
-                                             Behind<MultisampleTextureRecord>(bytes)};
+            MultisampleTextureRecord texture{{}, 0x9102, 1, Number(), Number(), Number(), 0x8058, 0, 0, 16, 0, {}};
+            texture.format = Enum::Rgba;
+            texture.type = Enum::UnsignedByte;
+            texture.layerBytes = Below(2) == 0 ? Number() : 16;
+            texture.data = Behind<MultisampleTextureRecord>(bytes);
             return Body(texture, bytes);
         }
         default: {
