@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdlib>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -14,7 +15,6 @@ public:
         EGLint width = 16;
         EGLint height = 16;
         EGLint clientVersion = 3;
-        EGLint samples = 0;
     };
 
     LiveContext() : LiveContext(Request{}) {}
@@ -28,28 +28,13 @@ public:
             return;
         m_display = egl.eglGetDisplay(EGL_DEFAULT_DISPLAY);
         egl.eglInitialize(m_display, nullptr, nullptr);
-        const EGLint wanted[] = {EGL_RED_SIZE,
-                                 8,
-                                 EGL_GREEN_SIZE,
-                                 8,
-                                 EGL_BLUE_SIZE,
-                                 8,
-                                 EGL_ALPHA_SIZE,
-                                 8,
-                                 EGL_DEPTH_SIZE,
-                                 24,
-                                 EGL_STENCIL_SIZE,
-                                 8,
-                                 EGL_SAMPLES,
-                                 request.samples,
-                                 EGL_SURFACE_TYPE,
-                                 EGL_PBUFFER_BIT,
-                                 EGL_RENDERABLE_TYPE,
-                                 EGL_OPENGL_ES2_BIT,
-                                 EGL_NONE};
+        std::vector<EGLint> wanted = {EGL_RED_SIZE,   8,  EGL_GREEN_SIZE,   8, EGL_BLUE_SIZE, 8, EGL_ALPHA_SIZE, 8,
+                                      EGL_DEPTH_SIZE, 24, EGL_STENCIL_SIZE, 8, EGL_SAMPLES,   0};
+        wanted.insert(wanted.end(),
+                      {EGL_SURFACE_TYPE, EGL_PBUFFER_BIT, EGL_RENDERABLE_TYPE, EGL_OPENGL_ES2_BIT, EGL_NONE});
         EGLConfig configs[64];
         EGLint count = 0;
-        egl.eglChooseConfig(m_display, wanted, configs, 64, &count);
+        egl.eglChooseConfig(m_display, wanted.data(), configs, 64, &count);
         // Deeper configs come first; the tests want bytes.
         EGLConfig config = nullptr;
         for (EGLint i = 0; i < count && !config; ++i) {

@@ -5,6 +5,9 @@
 #include <GLES3/gl32.h>
 #include <algorithm>
 #include <cstring>
+#include <map>
+#include <numeric>
+#include <set>
 #include <utility>
 
 #include "FakeDriver/Driver.h"
@@ -14,25 +17,20 @@ namespace {
 
 using Rule = Word (*)(Objects&, const Word* args);
 
-struct Config {
-    int red, green, blue, alpha, depth, stencil, samples;
-
-    [[nodiscard]] const int* Size(EGLint attribute) const
-    {
-        static constexpr std::pair<EGLint, int Config::*> sizes[] = {
-            {EGL_RED_SIZE, &Config::red},     {EGL_GREEN_SIZE, &Config::green}, {EGL_BLUE_SIZE, &Config::blue},
-            {EGL_ALPHA_SIZE, &Config::alpha}, {EGL_DEPTH_SIZE, &Config::depth}, {EGL_STENCIL_SIZE, &Config::stencil},
-            {EGL_SAMPLES, &Config::samples}};
-        const auto* const size =
-            std::find_if(std::begin(sizes), std::end(sizes), [=](const auto& s) { return s.first == attribute; });
-        return size != std::end(sizes) ? &(this->*size->second) : nullptr;
-    }
-};
-
+constexpr EGLint sizeAttributes[] = {EGL_RED_SIZE,   EGL_GREEN_SIZE,   EGL_BLUE_SIZE, EGL_ALPHA_SIZE,
+                                     EGL_DEPTH_SIZE, EGL_STENCIL_SIZE, EGL_SAMPLES};
 /// Handles of the configs are 21 and on. The first one is not what a request for 8 bits wants, as with real drivers.
-constexpr Config configs[] = {{10, 10, 10, 2, 24, 8, 0}, {8, 8, 8, 8, 24, 8, 0}, {8, 8, 8, 0, 24, 8, 0},
-                              {5, 6, 5, 0, 24, 8, 0},    {8, 8, 8, 8, 24, 8, 4}, {8, 8, 8, 8, 0, 0, 0}};
+constexpr EGLint configs[][std::size(sizeAttributes)] = {{10, 10, 10, 2, 24, 8, 0}, {8, 8, 8, 8, 24, 8, 0},
+                                                         {8, 8, 8, 0, 24, 8, 0},    {5, 6, 5, 0, 24, 8, 0},
+                                                         {8, 8, 8, 8, 24, 8, 4},    {8, 8, 8, 8, 0, 0, 0}};
 constexpr Word FirstConfig = 21;
+
+/// One of the sizes of a config; null for other attributes.
+const EGLint* SizeOf(std::size_t config, EGLint attribute)
+{
+    const auto at = std::ranges::find(sizeAttributes, attribute) - std::begin(sizeAttributes);
+    return at < std::ssize(sizeAttributes) ? &configs[config][at] : nullptr;
+}
 
 template <class T> T* Pointer(Word word)
 {
@@ -53,37 +51,28 @@ Word Text(const char* text)
 
 EGLint ConfigAttribute(Word handle, EGLint attribute)
 {
+    static const std::map<EGLint, EGLint> common = {
+        {EGL_SURFACE_TYPE, EGL_WINDOW_BIT | EGL_PBUFFER_BIT | EGL_PIXMAP_BIT},
+        {EGL_RENDERABLE_TYPE, EGL_OPENGL_ES2_BIT | EGL_OPENGL_ES3_BIT},
+        {EGL_CONFORMANT, EGL_OPENGL_ES2_BIT | EGL_OPENGL_ES3_BIT},
+        {EGL_COLOR_BUFFER_TYPE, EGL_RGB_BUFFER},
+        {EGL_CONFIG_CAVEAT, EGL_NONE},
+        {EGL_TRANSPARENT_TYPE, EGL_NONE},
+        {EGL_MAX_PBUFFER_WIDTH, 4096},
+        {EGL_MAX_PBUFFER_HEIGHT, 4096}};
     const std::size_t index = handle - FirstConfig;
     if (index >= std::size(configs)) {
         return 0;
     }
-    if (const int* size = configs[index].Size(attribute)) {
+    if (const EGLint* size = SizeOf(index, attribute)) {
         return *size;
     }
-    const Config& config = configs[index];
-    switch (attribute) {
-    case EGL_CONFIG_ID:
-        return static_cast<EGLint>(handle);
-    case EGL_BUFFER_SIZE:
-        return config.red + config.green + config.blue + config.alpha;
-    case EGL_SAMPLE_BUFFERS:
-        return config.samples > 0 ? 1 : 0;
-    case EGL_SURFACE_TYPE:
-        return EGL_WINDOW_BIT | EGL_PBUFFER_BIT | EGL_PIXMAP_BIT;
-    case EGL_RENDERABLE_TYPE:
-    case EGL_CONFORMANT:
-        return EGL_OPENGL_ES2_BIT | EGL_OPENGL_ES3_BIT;
-    case EGL_COLOR_BUFFER_TYPE:
-        return EGL_RGB_BUFFER;
-    case EGL_CONFIG_CAVEAT:
-    case EGL_TRANSPARENT_TYPE:
-        return EGL_NONE;
-    case EGL_MAX_PBUFFER_WIDTH:
-    case EGL_MAX_PBUFFER_HEIGHT:
-        return 4096;
-    default:
-        return 0;
-    }
+    const auto found = common.find(attribute);
+    return attribute == EGL_CONFIG_ID        ? static_cast<EGLint>(handle)
+           : attribute == EGL_BUFFER_SIZE    ? std::accumulate(configs[index], configs[index] + 4, 0)
+           : attribute == EGL_SAMPLE_BUFFERS ? *SizeOf(index, EGL_SAMPLES) > 0
+           : found != common.end()           ? found->second
+                                             : 0;
 }
 
 /// Configs whose sizes are at least those asked for, in the order of the table.
@@ -93,7 +82,7 @@ std::vector<Word> MatchingConfigs(const EGLint* attribs)
     for (std::size_t i = 0; i < std::size(configs); ++i) {
         bool matches = true;
         for (const EGLint* at = attribs; at && at[0] != EGL_NONE; at += 2) {
-            const int* size = configs[i].Size(at[0]);
+            const EGLint* size = SizeOf(i, at[0]);
             matches = matches && (!size || at[1] == EGL_DONT_CARE || *size >= at[1]);
         }
         if (matches) {
@@ -135,7 +124,7 @@ Word QueryString(Objects& objects, const Word* args)
     case EGL_CLIENT_APIS:
         return Text("OpenGL_ES");
     case EGL_EXTENSIONS:
-        return args[0] ? Text(objects.eglExtensions.c_str())
+        return args[0] ? Text(objects.settings["EGL_EXTENSIONS"].c_str())
                        : Text("EGL_EXT_client_extensions EGL_EXT_platform_base EGL_EXT_platform_wayland "
                               "EGL_KHR_platform_wayland EGL_MESA_platform_surfaceless");
     default:
@@ -151,15 +140,11 @@ Word GetString(Objects& objects, const Word* args)
     case GL_RENDERER:
         return Text("Fake renderer");
     case GL_VERSION:
-        return Text(objects.version.c_str());
+        return Text(objects.settings["VERSION"].c_str());
     case GL_SHADING_LANGUAGE_VERSION:
         return Text("OpenGL ES GLSL ES 3.20");
     case GL_EXTENSIONS:
-        objects.joined.clear();
-        for (const std::string& name : objects.extensions) {
-            objects.joined += (objects.joined.empty() ? "" : " ") + name;
-        }
-        return Text(objects.joined.c_str());
+        return Text(objects.settings["EXTENSIONS"].c_str());
     default:
         return 0;
     }
@@ -167,30 +152,27 @@ Word GetString(Objects& objects, const Word* args)
 
 GLint Integer(const Objects& objects, GLenum name)
 {
-    const std::size_t number = objects.version.find_first_of("0123456789");
-    switch (name) {
-    case GL_NUM_EXTENSIONS:
-        return static_cast<GLint>(objects.extensions.size());
-    case GL_MAJOR_VERSION:
-        return objects.version[number] - '0';
-    case GL_MINOR_VERSION:
-        return objects.version[number + 2] - '0';
-    case GL_MAX_VERTEX_ATTRIBS:
-    case GL_MAX_TEXTURE_IMAGE_UNITS:
-    case GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS:
-        return 16;
-    case GL_MAX_DRAW_BUFFERS:
-    case GL_MAX_COLOR_ATTACHMENTS:
-        return 8;
-    case GL_MAX_TEXTURE_SIZE:
-    case GL_MAX_RENDERBUFFER_SIZE:
-        return 8192;
-    case GL_PACK_ALIGNMENT:
-    case GL_UNPACK_ALIGNMENT:
-        return 4;
-    default:
-        return 0;
-    }
+    static const std::map<GLenum, GLint> constants = {
+        {GL_MAX_VERTEX_ATTRIBS, 16},      {GL_MAX_TEXTURE_IMAGE_UNITS, 16}, {GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS, 16},
+        {GL_MAX_DRAW_BUFFERS, 8},         {GL_MAX_COLOR_ATTACHMENTS, 8},    {GL_MAX_TEXTURE_SIZE, 8192},
+        {GL_MAX_RENDERBUFFER_SIZE, 8192}, {GL_PACK_ALIGNMENT, 4},           {GL_UNPACK_ALIGNMENT, 4}};
+    const std::string& version = objects.settings.at("VERSION");
+    const std::size_t number = version.find_first_of("0123456789");
+    const auto found = constants.find(name);
+    return name == GL_NUM_EXTENSIONS  ? static_cast<GLint>(Split(objects.settings.at("EXTENSIONS"), ' ').size())
+           : name == GL_MAJOR_VERSION ? version[number] - '0'
+           : name == GL_MINOR_VERSION ? version[number + 2] - '0'
+           : found != constants.end() ? found->second
+                                      : 0;
+}
+
+/// The name of an extension; it stays where it is.
+Word IndexedExtension(Objects& objects, const Word* args)
+{
+    static std::set<std::string> kept;
+    const auto extensions = Split(objects.settings["EXTENSIONS"], ' ');
+    const bool known = args[0] == GL_EXTENSIONS && args[1] < extensions.size();
+    return known ? Text(kept.insert(extensions[args[1]]).first->c_str()) : 0;
 }
 
 Word MapBuffer(Objects& objects, Word target, std::int64_t bytes)
@@ -270,11 +252,7 @@ const std::unordered_map<std::string, Rule> rules = {
     // OpenGL ES
     {"glGetError", [](Objects& objects, const Word*) -> Word { return std::exchange(objects.error, 0u); }},
     {"glGetString", GetString},
-    {"glGetStringi",
-     [](Objects& objects, const Word* args) {
-         const bool known = args[0] == GL_EXTENSIONS && args[1] < objects.extensions.size();
-         return known ? Text(objects.extensions[args[1]].c_str()) : 0;
-     }},
+    {"glGetStringi", IndexedExtension},
     {"glGetIntegerv",
      [](Objects& objects, const Word* args) -> Word {
          Put(args[1], Integer(objects, FromWord<GLenum>(args[0])));
@@ -371,7 +349,7 @@ Word Location(Objects& objects, const Function& function, const Word* args)
     const bool attribute = function.answer == Answer::LocationAttribute;
     const Word count =
         attribute ? std::distance(locations.lower_bound(program), locations.lower_bound(next)) : locations.size();
-    return locations.try_emplace({function.answer, {args[0], name}}, (attribute ? 3 : 31 + objects.shift) + count)
+    return locations.try_emplace({function.answer, {args[0], name}}, (attribute ? 3 : 31 + objects.Shift()) + count)
         .first->second;
 }
 

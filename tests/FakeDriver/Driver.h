@@ -5,7 +5,6 @@
 #include <map>
 #include <mutex>
 #include <unordered_map>
-#include <unordered_set>
 
 #include "FakeDriver/Function.h"
 
@@ -15,14 +14,10 @@ namespace Fake {
 /// rise, GL names from 901 and EGL handles from 501, with one series each for all kinds, so that a name of one kind is
 /// never mistaken for one of another.
 struct Objects {
-    std::string version;
-    std::vector<std::string> extensions;
-    std::string eglExtensions;
+    /// By the names that Control::Set takes.
+    std::map<std::string, std::string> settings;
     unsigned int error = 0;
     int eglError = 0x3000;
-
-    /// Added to each name, handle and location, but those of attributes.
-    Word shift = 0;
     /// Made so far.
     Word names = 0;
     Word handles = 0;
@@ -37,12 +32,15 @@ struct Objects {
     std::unordered_map<Word, std::pair<int, int>> surfaceSizes;
     /// As last made current: display, draw, read, context.
     Word current[4] = {};
-    std::string joined;
 
-    Word NewName() { return 901 + shift + names++; }
-    Word NewHandle() { return 501 + shift + handles++; }
+    /// Added to each name, handle and location, but those of attributes.
+    [[nodiscard]] Word Shift() const { return std::stoull(settings.at("SHIFT")); }
+    Word NewName() { return 901 + Shift() + names++; }
+    Word NewHandle() { return 501 + Shift() + handles++; }
     Word Play(const Function& function, const Word* args);
 };
+
+std::vector<std::string> Split(const std::string& text, char separator);
 
 class Driver final : public Control {
 public:
@@ -53,11 +51,7 @@ public:
     std::vector<std::string> Log() const override;
     void ClearLog() override;
     void Answer(const std::string& function, Player player) override;
-    void SetMissing(const std::vector<std::string>& functions) override;
-    void SetMissingTenth(int first) override;
-    void SetVersion(const std::string& version) override;
-    void SetExtensions(const std::string& names) override;
-    void SetEGLExtensions(const std::string& names) override;
+    void Set(const std::string& setting, const std::string& value) override;
     void SetError(unsigned int error) override;
     void SetEGLError(int error) override;
 
@@ -70,9 +64,6 @@ private:
     std::vector<std::string> m_log;
     std::ofstream m_file;
     std::unordered_map<std::string, Player> m_players;
-    std::unordered_set<std::string> m_missing;
-    /// -1: none; otherwise every tenth function from this number on is missing.
-    int m_tenth = -1;
     Objects m_objects;
 };
 

@@ -51,10 +51,8 @@ using Player = std::function<Word(const Arguments&)>;
 
 /// The fake driver of this process. Calls may come from any thread; it is told what to do from one.
 ///
-/// Whole programs are tested with it by environment variables: PLAYBACK_FAKE_LOG (file that the log is added to),
-/// PLAYBACK_FAKE_MISSING ("glFlush,glFinish", "tenth:3"), PLAYBACK_FAKE_VERSION, PLAYBACK_FAKE_EXTENSIONS,
-/// PLAYBACK_FAKE_EGL_EXTENSIONS, and PLAYBACK_FAKE_SHIFT (added to all names, handles and locations but those of
-/// attributes, so that nothing is called what it was called on another driver).
+/// Whole programs are tested with it by environment variables: PLAYBACK_FAKE_LOG (file that the log is added to), and
+/// PLAYBACK_FAKE_ with the name of a setting.
 class Control {
 public:
     virtual ~Control() = default;
@@ -71,16 +69,16 @@ public:
     /// `player` takes the place of the driver's own answer; an empty one gives it back.
     virtual void Answer(const std::string& function, Player player) = 0;
 
-    /// These functions cannot be found from now on, by dlsym or eglGetProcAddress. Those already found go on to work.
-    virtual void SetMissing(const std::vector<std::string>& functions) = 0;
-    /// Every tenth of all functions, from number `first` (0 to 9) on.
-    virtual void SetMissingTenth(int first) = 0;
-
-    /// GL_VERSION, such as "OpenGL ES 3.0"; it does not change which functions there are.
-    virtual void SetVersion(const std::string& version) = 0;
-    /// Space-separated names. At start the driver has every extension that the API description names.
-    virtual void SetExtensions(const std::string& names) = 0;
-    virtual void SetEGLExtensions(const std::string& names) = 0;
+    /// VERSION         GL_VERSION, such as "OpenGL ES 3.0"; it does not change which functions there are
+    /// EXTENSIONS      space-separated names; at start every extension that the API description names
+    /// EGL_EXTENSIONS  the same for the display
+    /// MISSING         functions that cannot be found from now on, by dlsym or eglGetProcAddress, although those
+    /// already
+    ///                 found go on to work: "glFlush,glFinish", or every tenth of all from number 3 on, "tenth:3"
+    /// SHIFT           added to all names, handles and locations but those of attributes, so that nothing is called
+    /// what
+    ///                 it was called on another driver
+    virtual void Set(const std::string& setting, const std::string& value) = 0;
 
     /// The next glGetError or eglGetError returns this, once.
     virtual void SetError(unsigned int error) = 0;

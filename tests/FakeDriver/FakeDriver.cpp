@@ -4,7 +4,8 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
+#include <sstream>
+#include <string_view>
 
 namespace Fake {
 namespace {
@@ -12,28 +13,21 @@ namespace {
 /// False while the dynamic linker is still opening the library: then nothing is missing yet.
 constinit bool ready = false;
 
-const char* Environment(const char* name, const char* otherwise)
-{
-    const char* value = std::getenv(name);
-    return value ? value : otherwise;
-}
+} // namespace
+
+#include "tests/FakeDriver/Extensions.inc"
 
 std::vector<std::string> Split(const std::string& text, char separator)
 {
     std::vector<std::string> parts;
-    for (std::size_t start = 0; start < text.size();) {
-        const std::size_t end = std::min(text.find(separator, start), text.size());
-        if (end > start) {
-            parts.push_back(text.substr(start, end - start));
+    std::istringstream stream(text);
+    for (std::string part; std::getline(stream, part, separator);) {
+        if (!part.empty()) {
+            parts.push_back(part);
         }
-        start = end + 1;
     }
     return parts;
 }
-
-} // namespace
-
-#include "tests/FakeDriver/Extensions.inc"
 
 Driver& Driver::Instance()
 {
@@ -54,18 +48,15 @@ void Driver::Reset()
     const std::lock_guard lock(m_mutex);
     m_log.clear();
     m_players.clear();
-    m_missing.clear();
-    m_tenth = -1;
     m_objects = {};
-    m_objects.shift = std::strtoull(Environment("PLAYBACK_FAKE_SHIFT", "0"), nullptr, 10);
-    m_objects.version = Environment("PLAYBACK_FAKE_VERSION", "OpenGL ES 3.2");
-    m_objects.extensions = Split(Environment("PLAYBACK_FAKE_EXTENSIONS", describedExtensions), ' ');
-    m_objects.eglExtensions = Environment("PLAYBACK_FAKE_EGL_EXTENSIONS", describedEGLExtensions);
-    for (const std::string& missing : Split(Environment("PLAYBACK_FAKE_MISSING", ""), ',')) {
-        if (missing.starts_with("tenth:")) {
-            m_tenth = std::atoi(missing.c_str() + std::strlen("tenth:"));
-        } else {
-            m_missing.insert(missing);
+    m_objects.settings = {{"VERSION", "OpenGL ES 3.2"},
+                          {"EXTENSIONS", describedExtensions},
+                          {"EGL_EXTENSIONS", describedEGLExtensions},
+                          {"MISSING", ""},
+                          {"SHIFT", "0"}};
+    for (auto& [name, setting] : m_objects.settings) {
+        if (const char* value = std::getenv(("PLAYBACK_FAKE_" + name).c_str())) {
+            setting = value;
         }
     }
 }
@@ -88,34 +79,10 @@ void Driver::Answer(const std::string& function, Player player)
     m_players[function] = std::move(player);
 }
 
-void Driver::SetMissing(const std::vector<std::string>& functions)
+void Driver::Set(const std::string& setting, const std::string& value)
 {
     const std::lock_guard lock(m_mutex);
-    m_missing = {functions.begin(), functions.end()};
-}
-
-void Driver::SetMissingTenth(int first)
-{
-    const std::lock_guard lock(m_mutex);
-    m_tenth = first;
-}
-
-void Driver::SetVersion(const std::string& version)
-{
-    const std::lock_guard lock(m_mutex);
-    m_objects.version = version;
-}
-
-void Driver::SetExtensions(const std::string& names)
-{
-    const std::lock_guard lock(m_mutex);
-    m_objects.extensions = Split(names, ' ');
-}
-
-void Driver::SetEGLExtensions(const std::string& names)
-{
-    const std::lock_guard lock(m_mutex);
-    m_objects.eglExtensions = names;
+    m_objects.settings.at(setting) = value;
 }
 
 void Driver::SetError(unsigned int error)
@@ -133,12 +100,14 @@ void Driver::SetEGLError(int error)
 bool Driver::IsMissing(const Function& function) const
 {
     const std::lock_guard lock(m_mutex);
-    if (m_missing.contains(function.name)) {
-        return true;
-    }
     const auto same = [&function](const Entry& entry) { return entry.function == &function; };
     const auto entries = Entries();
-    return m_tenth >= 0 && (std::ranges::find_if(entries, same) - entries.begin()) % 10 == m_tenth;
+    return std::ranges::any_of(Split(m_objects.settings.at("MISSING"), ','), [&](const std::string& missing) {
+        constexpr std::string_view tenth = "tenth:";
+        return missing == function.name ||
+               (missing.starts_with(tenth) && (std::ranges::find_if(entries, same) - entries.begin()) % 10 ==
+                                                  std::atoi(missing.c_str() + tenth.size()));
+    });
 }
 
 Word Driver::Invoke(const Function& function, const Word* args)

@@ -4,10 +4,26 @@
 #include <cstring>
 
 #include "FakeDriver/Function.h"
-#include "FakeDriver/Names.h"
+#include "Interfaces/Core.h"
 
 namespace Fake {
 namespace {
+
+/// The name of an enum value, or the number: in decimal below 0x100, where one value has many meanings, else in hex.
+std::string Name(std::string (*find)(unsigned int), unsigned int value)
+{
+    return value < 0x100 ? std::to_string(value) : Core::LogFormat::NameOrHex(find, value);
+}
+
+std::string GLName(Word value)
+{
+    return Name(&Core::LogFormat::GetGLEnumString, static_cast<unsigned>(value));
+}
+
+std::string EGLName(Word value)
+{
+    return Name(&Core::LogFormat::GetEGLEnumString, static_cast<unsigned>(value));
+}
 
 template <class... Values> std::string Print(const char* format, Values... values)
 {
@@ -36,7 +52,7 @@ template <class Element> std::string Pairs(const Element* list, Element end)
     std::string result = "{";
     for (; list[0] != end; list += 2) {
         result +=
-            (result.size() > 1 ? ", " : "") + EGLName(static_cast<unsigned>(list[0])) + ": " + std::to_string(list[1]);
+            (result.size() > 1 ? ", " : "") + EGLName(static_cast<Word>(list[0])) + ": " + std::to_string(list[1]);
     }
     return result + "}";
 }
@@ -160,11 +176,11 @@ std::string FormatValue(Form form, Word value)
     case Form::Bits:
         return Print("0x%x", static_cast<unsigned>(value));
     case Form::Enum:
-        return GLName(static_cast<unsigned>(value));
+        return GLName(value);
     case Form::EGLEnum:
-        return EGLName(static_cast<unsigned>(value));
+        return EGLName(value);
     case Form::Primitive:
-        return value < std::size(primitives) ? primitives[value] : GLName(static_cast<unsigned>(value));
+        return value < std::size(primitives) ? primitives[value] : GLName(value);
     case Form::CString:
         return value ? Quote(FromWord<const char*>(value), std::strlen(FromWord<const char*>(value))) : "null";
     default:

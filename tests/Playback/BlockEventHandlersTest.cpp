@@ -8,112 +8,68 @@ namespace {
 
 using Core::KHRLayer;
 using Data::BlockType;
-using testing::Contains;
-using testing::Not;
-using testing::StartsWith;
+using testing::ElementsAre;
+using testing::IsEmpty;
 
-class ForceFlushTest : public FakeDriverTest {
-protected:
-    ForceFlushTest() { SetCurrent(0x20, 0x30); }
+using BlockEventHandlersTest = FakeDriverTest;
 
-    void SetCurrent(std::uintptr_t context, std::uintptr_t surface)
-    {
-        driver.Returns("eglGetCurrentContext", reinterpret_cast<void*>(context));
-        driver.Returns("eglGetCurrentDisplay", reinterpret_cast<void*>(0x10));
-        driver.Returns("eglGetCurrentSurface", reinterpret_cast<void*>(surface));
-    }
-    bool Called(const std::string& function)
-    {
-        const bool called = testing::Value(driver.Log(), Contains(StartsWith(function + "(")));
+TEST_F(BlockEventHandlersTest, FlushesAfterFramesAndSwapsAfterTheStateBlock)
+{
+    const auto calls = [&](ForceFlushBlockEventHandler handler, BlockType type) {
         driver.ClearLog();
-        return called;
-    }
-};
-
-TEST_F(ForceFlushTest, FlushesAfterFramesUnlessToldOtherwise)
-{
-    ForceFlushBlockEventHandler handler;
-    handler.BlockStart(BlockType::Frame);
-    handler.BlockEnd(BlockType::State);
-    EXPECT_FALSE(Called("glFlush") || Called("eglSwapBuffers"));
-    handler.BlockEnd(BlockType::Frame);
-    EXPECT_TRUE(Called("glFlush"));
-
-    ForceFlushBlockEventHandler neither(false, false);
-    neither.BlockEnd(BlockType::Frame);
-    EXPECT_FALSE(Called("glFlush"));
-}
-
-TEST_F(ForceFlushTest, SwapsTheDrawSurfaceAfterTheStateBlock)
-{
-    ForceFlushBlockEventHandler handler(false, true);
-    handler.BlockEnd(BlockType::State);
-    EXPECT_THAT(driver.Log(), Contains(StartsWith("eglGetCurrentSurface(EGL_DRAW)")));
-    EXPECT_TRUE(Called("eglSwapBuffers"));
-    SetCurrent(0x20, 0);
-    handler.BlockEnd(BlockType::State);
-    EXPECT_FALSE(Called("eglSwapBuffers"));
-}
-
-TEST_F(ForceFlushTest, DoesNothingWithoutAContext)
-{
-    SetCurrent(0, 0x30);
-    ForceFlushBlockEventHandler handler(true, true);
-    handler.BlockEnd(BlockType::Frame);
-    handler.BlockEnd(BlockType::State);
-    EXPECT_FALSE(Called("glFlush"));
-    EXPECT_FALSE(Called("eglSwapBuffers"));
-}
-
-class SkipApiTest : public FakeDriverTest {
-protected:
-    ~SkipApiTest() override
-    {
-        Settings().m_skipStateApiIds.clear();
-        Settings().m_skipFrameApiIds.clear();
-        KHRLayer::SetSkipApis({});
-    }
-
-    static PlaybackEnvironment& Settings() { return *PlaybackEnvironment::Instance(); }
-    static bool HasFlush() { return KHRLayer::playbackGLESProcTable.glFlush != nullptr; }
-    static bool HasClear() { return KHRLayer::playbackGLESProcTable.glClear != nullptr; }
-
-    SkipApiBlockEventHandler handler;
-};
-
-TEST_F(SkipApiTest, FunctionsAreTakenOutOfWhicheverTableHasThem)
-{
-    Settings().AddSkipApiIds("glFlush,eglSwapBuffers,eglCreateSyncKHR,glInsertEventMarkerEXT",
-                             Settings().m_skipFrameApiIds);
-    ASSERT_EQ(Settings().m_skipFrameApiIds.size(), 4u);
-    handler.BlockStart(BlockType::Frame);
-    EXPECT_FALSE(HasFlush());
-    EXPECT_EQ(KHRLayer::playbackEGLProcTable.eglSwapBuffers, nullptr);
-    EXPECT_EQ(KHRLayer::playbackEGLExtProcTable.eglCreateSyncKHR, nullptr);
-    EXPECT_EQ(KHRLayer::playbackGLESExtProcTable.glInsertEventMarkerEXT, nullptr);
-    EXPECT_TRUE(HasClear());
-    EXPECT_NE(KHRLayer::GLESProc().glFlush, nullptr) << "the live tables stay whole";
+        handler.BlockStart(type);
+        handler.BlockEnd(type);
+        auto log = driver.Log();
+        std::erase_if(log, [](const std::string& call) { return call.starts_with("eglGetCurrent"); });
+        return log;
+    };
+    const auto current = [&](std::uintptr_t context, std::uintptr_t surface) {
+        driver.Returns("eglGetCurrentContext", context);
+        driver.Returns("eglGetCurrentSurface", surface);
+    };
+    driver.Returns("eglGetCurrentDisplay", 16);
+    current(32, 48);
+    EXPECT_THAT(calls({}, BlockType::Frame), ElementsAre("glFlush()"));
+    EXPECT_THAT(calls({}, BlockType::State), IsEmpty());
+    EXPECT_THAT(calls({false, false}, BlockType::Frame), IsEmpty());
+    EXPECT_THAT(calls({false, true}, BlockType::State), ElementsAre("eglSwapBuffers(16, 48) = 1"));
+    current(32, 0);
+    EXPECT_THAT(calls({false, true}, BlockType::State), IsEmpty());
+    current(0, 48);
+    EXPECT_THAT(calls({true, true}, BlockType::State), IsEmpty());
+    EXPECT_THAT(calls({true, true}, BlockType::Frame), IsEmpty());
 }
 
 /// The first frame installs the frame set, each state block its own; later frames leave the tables alone.
-TEST_F(SkipApiTest, BlocksInstallTheirSets)
+TEST_F(BlockEventHandlersTest, BlocksInstallTheirSetsOfSkippedFunctions)
 {
+    PlaybackEnvironment& settings = *PlaybackEnvironment::Instance();
+    const auto& gl = KHRLayer::playbackGLESProcTable;
+    SkipApiBlockEventHandler handler;
     KHRLayer::playbackGLESProcTable.glClear = nullptr;
     handler.BlockStart(BlockType::State);
-    EXPECT_TRUE(HasClear()) << "an empty set restores the tables";
-    Settings().AddSkipApiIds("glFlush", Settings().m_skipFrameApiIds);
-    Settings().AddSkipApiIds("glClear", Settings().m_skipStateApiIds);
+    EXPECT_TRUE(gl.glClear) << "an empty set restores the tables";
+    settings.AddSkipApiIds("glFlush,eglSwapBuffers,eglCreateSyncKHR,glInsertEventMarkerEXT",
+                           settings.m_skipFrameApiIds);
+    settings.AddSkipApiIds("glClear", settings.m_skipStateApiIds);
     handler.BlockStart(BlockType::State);
-    EXPECT_TRUE(HasFlush() && !HasClear());
+    EXPECT_TRUE(gl.glFlush && !gl.glClear);
     handler.BlockStart(BlockType::Frame);
-    EXPECT_TRUE(!HasFlush() && HasClear());
+    EXPECT_TRUE(!gl.glFlush && gl.glClear);
+    EXPECT_FALSE(KHRLayer::playbackEGLProcTable.eglSwapBuffers || KHRLayer::playbackEGLExtProcTable.eglCreateSyncKHR ||
+                 KHRLayer::playbackGLESExtProcTable.glInsertEventMarkerEXT);
+    EXPECT_TRUE(KHRLayer::GLESProc().glFlush) << "the live tables stay whole";
     KHRLayer::playbackGLESProcTable.glFlush = KHRLayer::GLESProc().glFlush;
     handler.BlockStart(BlockType::Frame);
-    EXPECT_TRUE(HasFlush()) << "a later frame";
+    EXPECT_TRUE(gl.glFlush) << "a later frame";
     handler.BlockStart(BlockType::State);
     handler.BlockEnd(BlockType::State);
     handler.BlockStart(BlockType::Frame);
-    EXPECT_TRUE(HasFlush() && !HasClear()) << "the state set stays";
+    EXPECT_TRUE(gl.glFlush && !gl.glClear) << "the state set stays";
+
+    settings.m_skipStateApiIds.clear();
+    settings.m_skipFrameApiIds.clear();
+    KHRLayer::SetSkipApis({});
 }
 
 } // namespace

@@ -9,7 +9,6 @@ namespace Playback {
 namespace {
 
 using testing::Contains;
-using testing::ElementsAre;
 using testing::Not;
 using testing::StartsWith;
 
@@ -72,7 +71,6 @@ protected:
     {
         return reinterpret_cast<std::uintptr_t>(EGLPlaybackAdapter::CreateOverrideConfig(Handle(11), spec, samples));
     }
-    void Captured(const std::vector<int>& attribs) { table.AddEGLConfigAttribs(5, attribs.data()); }
 
     std::vector<Config> configs = {
         {10, 10, 10, 2, 24, 8, 0}, {8, 8, 8, 8, 24, 8, 4}, {8, 8, 8, 8, 24, 8, 0}, {5, 6, 5, 0, 16, 0, 0}};
@@ -83,88 +81,76 @@ protected:
 const std::vector<int> Captured8888 = {EGL_RED_SIZE,   8,  EGL_GREEN_SIZE,   8, EGL_BLUE_SIZE, 8, EGL_ALPHA_SIZE, 8,
                                        EGL_DEPTH_SIZE, 24, EGL_STENCIL_SIZE, 8, EGL_SAMPLES,   0, EGL_NONE};
 
-TEST_F(EGLConfigSelectionTest, RecordedConfigStaysWhileItsAttributesAreTheCapturedOnes)
+TEST_F(EGLConfigSelectionTest, RecordedAttributesAreMatchedExactlyAndElseTheFirstServes)
 {
-    Captured(Captured8888);
-    HaveConfig(5, 3);
-    EXPECT_EQ(Chosen(), 3u);
-    EXPECT_THAT(Calls(), Not(Contains(StartsWith("eglChooseConfig"))));
-    configs[2].stencil = 0;
-    configs.push_back({8, 8, 8, 8, 24, 8, 0});
-    EXPECT_EQ(Chosen(), 5u);
-}
-
-TEST_F(EGLConfigSelectionTest, SizesAreMatchedExactlyAndElseTheFirstServes)
-{
-    Captured(Captured8888);
+    const int captured[] = {EGL_RED_SIZE,   8,  EGL_GREEN_SIZE,   8, EGL_BLUE_SIZE, 8, EGL_ALPHA_SIZE,   8,
+                            EGL_DEPTH_SIZE, 24, EGL_STENCIL_SIZE, 8, EGL_SAMPLES,   0, EGL_SURFACE_TYPE, EGL_WINDOW_BIT,
+                            EGL_NONE};
+    table.AddEGLConfigAttribs(5, captured);
     EXPECT_EQ(Chosen(), 3u) << "more bits or samples are no match";
-    configs[2].red = 7;
+    EXPECT_THAT(lastRequest, Not(Contains(EGL_SURFACE_TYPE)));
+
+    // What a config is for counts only for one that was recorded.
+    configs.push_back({8, 8, 8, 8, 24, 8, 0, EGL_WINDOW_BIT});
+    HaveConfig(5, 3);
+    EXPECT_EQ(Chosen(), 5u);
+    EXPECT_THAT(lastRequest, Contains(EGL_SURFACE_TYPE));
+    configs[2].surface = EGL_WINDOW_BIT;
+    Forget();
+    EXPECT_EQ(Chosen(), 3u);
+    EXPECT_THAT(Calls(), Not(Contains(StartsWith("eglChooseConfig")))) << "the recorded one stays";
+    configs[2].red = configs[4].red = 7;
     EXPECT_EQ(Chosen(), 1u);
 }
 
-TEST_F(EGLConfigSelectionTest, WhatAConfigIsForCountsOnlyForARecordedOne)
+TEST_F(EGLConfigSelectionTest, OverridesByComponentsOrDepths)
 {
-    auto attribs = Captured8888;
-    attribs.insert(attribs.end() - 1, {EGL_SURFACE_TYPE, EGL_WINDOW_BIT});
-    Captured(attribs);
-    EXPECT_EQ(Chosen(), 3u);
-    EXPECT_THAT(lastRequest, Not(Contains(EGL_SURFACE_TYPE)));
-
-    HaveConfig(5, 3);
-    configs.push_back({8, 8, 8, 8, 24, 8, 0, EGL_WINDOW_BIT});
-    EXPECT_EQ(Chosen(), 5u);
-    EXPECT_THAT(lastRequest, Contains(EGL_SURFACE_TYPE));
-}
-
-TEST_F(EGLConfigSelectionTest, AnEmptyListMatchesNothing)
-{
-    const EGLint empty[] = {EGL_NONE};
-    const EGLint red[] = {EGL_RED_SIZE, 10, EGL_NONE};
-    EXPECT_FALSE(EGLPlaybackAdapter::MatchConfig(Handle(11), Handle(1), empty));
-    EXPECT_FALSE(EGLPlaybackAdapter::MatchConfig(nullptr, Handle(1), red));
-    EXPECT_FALSE(EGLPlaybackAdapter::MatchConfig(Handle(11), nullptr, red));
-    EXPECT_FALSE(EGLPlaybackAdapter::MatchConfig(Handle(11), Handle(1), nullptr));
-    EXPECT_TRUE(EGLPlaybackAdapter::MatchConfig(Handle(11), Handle(1), red));
-}
-
-TEST_F(EGLConfigSelectionTest, OverrideByComponents)
-{
-    EXPECT_EQ(Override("R8G8B8A8D24S8"), 2u) << "the first that matches: one sample does not ask for single sampling";
-    EXPECT_THAT(lastRequest, ElementsAre(EGL_RED_SIZE, 8, EGL_GREEN_SIZE, 8, EGL_BLUE_SIZE, 8, EGL_ALPHA_SIZE, 8,
-                                         EGL_DEPTH_SIZE, 24, EGL_STENCIL_SIZE, 8, EGL_RENDERABLE_TYPE, 0x44));
-    EXPECT_THAT(log.Take(),
-                Contains("Overriding EGLConfig with 8-bit R color, 8-bit G color, 8-bit B color, 8-bit alpha, "
-                         "24-bit depth, 8-bit stencil, fixed-point, 1 multi-sample"));
-    Override("R16G16B16F", 4);
-    EXPECT_THAT(lastRequest, ElementsAre(EGL_RED_SIZE, 16, EGL_GREEN_SIZE, 16, EGL_BLUE_SIZE, 16, 0x3339, 0x333B,
-                                         EGL_SAMPLES, 4, EGL_SAMPLE_BUFFERS, 1, EGL_RENDERABLE_TYPE, 0x44));
-    EXPECT_THAT(log.Take(),
-                Contains("Overriding EGLConfig with 16-bit R color, 16-bit G color, 16-bit B color, 0-bit alpha, "
-                         "0-bit depth, 0-bit stencil, floating-point, 4 multi-sample"));
-}
-
-TEST_F(EGLConfigSelectionTest, OverrideByDepths)
-{
-    Override("c32d24");
-    EXPECT_THAT(lastRequest, ElementsAre(EGL_RED_SIZE, 8, EGL_GREEN_SIZE, 8, EGL_BLUE_SIZE, 8, EGL_ALPHA_SIZE, 8,
-                                         EGL_DEPTH_SIZE, 24, EGL_STENCIL_SIZE, 8, EGL_RENDERABLE_TYPE, 0x44));
-    EXPECT_THAT(log.Take(),
-                Contains("Overriding EGLConfig with 32-bit color, 24-bit depth, 8-bit stencil and 1 multi-sample."));
-    EXPECT_EQ(Override("c16d16"), 4u);
-    EXPECT_EQ(Override("c32d24", 4), 2u);
-}
-
-TEST_F(EGLConfigSelectionTest, InvalidDepthsLeaveTheCommonRequest)
-{
-    for (const auto& [spec, samples] :
-         std::vector<std::pair<std::string, int>>{{"c24d20", 1}, {"c32d24", 0}, {"8888", 1}}) {
-        EXPECT_EQ(Override(spec, samples), 1u);
-        EXPECT_THAT(lastRequest, ElementsAre(EGL_RENDERABLE_TYPE, 0x44));
-        EXPECT_THAT(log.Take(),
-                    Contains("Invalid EGLConfig override " + spec + ".  Valid color/depth values are 32, 24, and 16."));
+    const struct {
+        const char* spec;
+        int samples;
+        std::uintptr_t chosen;
+        std::vector<int> request;
+        std::string said;
+    } cases[] = {
+        // The first that matches: one sample does not ask for single sampling.
+        {"R8G8B8A8D24S8",
+         1,
+         2,
+         {EGL_RED_SIZE, 8, EGL_GREEN_SIZE, 8, EGL_BLUE_SIZE, 8, EGL_ALPHA_SIZE, 8, EGL_DEPTH_SIZE, 24, EGL_STENCIL_SIZE,
+          8},
+         "Overriding EGLConfig with 8-bit R color, 8-bit G color, 8-bit B color, 8-bit alpha, 24-bit depth, 8-bit "
+         "stencil, fixed-point, 1 multi-sample"},
+        {"R16G16B16F",
+         4,
+         1,
+         {EGL_RED_SIZE, 16, EGL_GREEN_SIZE, 16, EGL_BLUE_SIZE, 16, 0x3339, 0x333B, EGL_SAMPLES, 4, EGL_SAMPLE_BUFFERS,
+          1},
+         "Overriding EGLConfig with 16-bit R color, 16-bit G color, 16-bit B color, 0-bit alpha, 0-bit depth, 0-bit "
+         "stencil, floating-point, 4 multi-sample"},
+        {"c32d24",
+         1,
+         2,
+         {EGL_RED_SIZE, 8, EGL_GREEN_SIZE, 8, EGL_BLUE_SIZE, 8, EGL_ALPHA_SIZE, 8, EGL_DEPTH_SIZE, 24, EGL_STENCIL_SIZE,
+          8},
+         "Overriding EGLConfig with 32-bit color, 24-bit depth, 8-bit stencil and 1 multi-sample."},
+        {"c16d16",
+         1,
+         4,
+         {EGL_RED_SIZE, 5, EGL_GREEN_SIZE, 6, EGL_BLUE_SIZE, 5, EGL_ALPHA_SIZE, 0, EGL_DEPTH_SIZE, 16, EGL_STENCIL_SIZE,
+          0},
+         "Overriding EGLConfig with 16-bit color, 16-bit depth, 0-bit stencil and 1 multi-sample."},
+        // Invalid ones leave the common request.
+        {"c24d20", 1, 1, {}, "Invalid EGLConfig override c24d20.  Valid color/depth values are 32, 24, and 16."},
+        {"c32d24", 0, 1, {}, "Invalid EGLConfig override c32d24.  Valid color/depth values are 32, 24, and 16."},
+    };
+    for (const auto& each : cases) {
+        EXPECT_EQ(Override(each.spec, each.samples), each.chosen) << each.spec;
+        auto request = each.request;
+        request.insert(request.end(), {EGL_RENDERABLE_TYPE, 0x44});
+        EXPECT_EQ(lastRequest, request) << each.spec;
+        EXPECT_THAT(log.Take(), Contains(each.said));
     }
     EXPECT_THROW(Override("c32"), std::out_of_range);
-    EXPECT_EQ(EGLPlaybackAdapter::CreateOverrideConfig(nullptr, "c32d24", 1), nullptr);
 }
 
 TEST_F(EGLConfigSelectionTest, OverrideServesEveryConfigUntilTheDisplayGoes)
@@ -175,30 +161,15 @@ TEST_F(EGLConfigSelectionTest, OverrideServesEveryConfigUntilTheDisplayGoes)
     EXPECT_EQ(Chosen(), 4u);
     adapter->Process_eglTerminate(1, 1);
     EXPECT_EQ(Chosen(), 1u);
-
     adapter->Process_eglTerminate(1, 1);
     offered = 0;
-    log.Take();
     EXPECT_EQ(Chosen(), 0u);
     EXPECT_THAT(log.Take(), Contains("EGLConfig override failed.  No match for specified config settings."));
 }
 
 using EGLConfigListTest = EGLReplay;
 
-TEST_F(EGLConfigListTest, PairsCapturedConfigsWithLiveOnesInTheirOrder)
-{
-    Initialize();
-    auto* captured = In64({100, 101, 102});
-    auto* count = Out(1, 4);
-    adapter->Process_eglGetConfigs(1, 1, captured, 3, count);
-    const int live = *count->As<int>();
-    ASSERT_EQ(live, 3);
-    for (int i = 0; i < live; ++i) {
-        EXPECT_EQ(table.GetValueEGLConfig(100 + static_cast<unsigned>(i)), captured->As<void*>()[i]);
-    }
-}
-
-TEST_F(EGLConfigListTest, RoomIsTheApplicationsAndPairsAreTheCaptures)
+TEST_F(EGLConfigListTest, PairsCapturedConfigsWithLiveOnesInTheRoomOfTheApplication)
 {
     Initialize();
     driver.Answer("eglChooseConfig", [](const Fake::Arguments& args) {
@@ -210,21 +181,18 @@ TEST_F(EGLConfigListTest, RoomIsTheApplicationsAndPairsAreTheCaptures)
         *args.Get<EGLint*>(4) = room;
         return Fake::Word{EGL_TRUE};
     });
-    // Two were recorded, although the application had room for 64, all of which the live driver fills.
-    auto* captured = In64({100, 101});
-    adapter->Process_eglChooseConfig(1, 1, Null(), captured, 64, Out(1, 4));
-    EXPECT_EQ(table.GetValueEGLConfig(100), Handle(0x200));
-    EXPECT_EQ(table.GetValueEGLConfig(101), Handle(0x201));
-    EXPECT_EQ(table.GetDisplayResource(1)->configs.size(), 2u);
-
-    // More room than any argument gets.
-    auto* huge = In64({102});
-    adapter->Process_eglChooseConfig(1, 1, Null(), huge, 0x7FFFFFFF, Out(1, 4));
-    EXPECT_EQ(table.GetValueEGLConfig(102), Handle(0x200));
-    // A count query, and a call that failed when it was recorded.
+    // Two were recorded, although the application had room for 64, all of which the live driver fills; then more room
+    // than any argument gets, a count query, and a call that failed when it was recorded.
+    adapter->Process_eglChooseConfig(1, 1, Null(), In64({100, 101}), 64, Out(1, 4));
+    adapter->Process_eglChooseConfig(1, 1, Null(), In64({102}), 0x7FFFFFFF, Out(1, 4));
     adapter->Process_eglChooseConfig(1, 1, Null(), Null(), 0, Out(1, 4));
     adapter->Process_eglChooseConfig(0, 1, Null(), Out(4, 8), 4, Out(1, 4));
+    EXPECT_EQ(table.GetValueEGLConfig(100), Handle(0x200));
+    EXPECT_EQ(table.GetValueEGLConfig(101), Handle(0x201));
+    EXPECT_EQ(table.GetValueEGLConfig(102), Handle(0x200));
     EXPECT_EQ(table.GetDisplayResource(1)->configs.size(), 3u);
+    adapter->Process_eglGetConfigs(1, 1, In64({103}), 1, Out(1, 4));
+    EXPECT_EQ(table.GetValueEGLConfig(103), Handle(21));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "Playback/EGLImageBuffer.h"
 
 #include <cstring>
+#include <numeric>
 
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
@@ -14,17 +15,17 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 using testing::StartsWith;
 
 /// An image of the vendor's with live planes that the tests can look into.
 class EGLImageBufferTest : public EGLReplay {
 protected:
-    static constexpr std::size_t PlaneBytes = 256;
+    static constexpr std::uint8_t Untouched = 0xEE;
 
     EGLImageBufferTest()
     {
         std::memset(live, Untouched, sizeof(live));
+        std::iota(std::begin(source), std::end(source), std::uint8_t{0});
         driver.Answer("eglQueryImageTAVO", [this](const Fake::Arguments& args) {
             *args.Get<EGLint*>(3) = pitch[args.Get<EGLint>(2) - 0x32B1];
             return Fake::Word{EGL_TRUE};
@@ -33,9 +34,6 @@ protected:
             *args.Get<void**>(3) = live[args.Get<EGLint>(2) - 0x32BD];
             return Fake::Word{EGL_TRUE};
         });
-        for (std::size_t i = 0; i < sizeof(source); ++i) {
-            source[i] = static_cast<std::uint8_t>(i);
-        }
         driver.ClearLog();
     }
 
@@ -45,80 +43,49 @@ protected:
         planes.assign(planeCount, {stride, std::uint64_t{stride} * rows, 0, source});
         return {4, rows, 28, 4, planeCount, planes.data()};
     }
-    void Allocate(const Data::EGLImageData& data)
-    {
-        ASSERT_EQ(buffer.AllocateBuffer(Handle(11), data), ResultSuccess);
-        Forget();
-    }
     static std::vector<int> Bytes(const std::uint8_t* at, std::size_t count) { return {at, at + count}; }
 
-    static constexpr std::uint8_t Untouched = 0xEE;
     EGLint pitch[3] = {8, 8, 8};
-    std::uint8_t live[3][PlaneBytes];
-    std::uint8_t source[PlaneBytes];
+    std::uint8_t live[3][64];
+    std::uint8_t source[256];
     std::vector<Data::EGLImagePlane> planes;
     EGLImageBuffer buffer;
 };
 
-TEST_F(EGLImageBufferTest, AllocatesTheVendorsImageOnce)
+TEST_F(EGLImageBufferTest, AllocatesTheVendorsImageOnceAndNamesFailuresOfTheDriver)
 {
     const auto data = Image(1, 8, 2);
+    const auto fails = [&](const char* call, int error) {
+        driver.Returns(call, std::uintptr_t{0});
+        driver->SetEGLError(error);
+    };
     EXPECT_EQ(buffer.AllocateBuffer(nullptr, data), 6u);
+    fails("eglCreateImageKHR", EGL_BAD_ALLOC);
+    EXPECT_EQ(buffer.AllocateBuffer(Handle(11), data), 3u);
+    driver.Answer("eglCreateImageKHR", nullptr);
+    Forget();
     EXPECT_EQ(buffer.AllocateBuffer(Handle(11), data), 0u);
     EXPECT_EQ(buffer.AllocateBuffer(Handle(11), data), 10u);
     EXPECT_THAT(Calls(), ElementsAre(StartsWith("eglCreateImageKHR(11, 0, 0x3120, 0, {EGL_WIDTH: 4, EGL_HEIGHT: 2, "
                                                 "0x3121: 12578})")));
     EXPECT_EQ(buffer.GetNativeBuffer(), Handle(501));
-    EXPECT_EQ(buffer.FreeBuffer(), 0u);
-    EXPECT_EQ(buffer.FreeBuffer(), 9u);
-    EXPECT_THAT(Calls(), ElementsAre("eglDestroyImageKHR(11, 501) = 1"));
-    EXPECT_EQ(buffer.GetNativeBuffer(), nullptr);
-}
-
-TEST_F(EGLImageBufferTest, FailuresOfTheDriverAreNamed)
-{
-    const auto data = Image(1, 8, 2);
-    driver.Returns("eglCreateImageKHR", std::uintptr_t{0});
-    driver->SetEGLError(EGL_BAD_ALLOC);
-    EXPECT_EQ(buffer.AllocateBuffer(Handle(11), data), 3u);
-    EXPECT_THAT(log.Take(), ElementsAre("EGLImageBuffer::AllocateTavoBuffer failed with error EGL_BAD_ALLOC"));
-    EXPECT_EQ(buffer.AllocateBuffer(Handle(11), data), 3u);
-    EXPECT_THAT(log.Take(), IsEmpty()) << "a driver without an error has nothing to tell";
-
-    driver.Answer("eglCreateImageKHR", nullptr);
-    Allocate(data);
-    driver.Returns("eglLockImageTAVO", EGL_FALSE);
-    driver->SetEGLError(EGL_BAD_ACCESS);
+    fails("eglLockImageTAVO", EGL_BAD_ACCESS);
     EXPECT_EQ(buffer.SetImageData(data), 3u);
-    EXPECT_THAT(log.Take(), ElementsAre("EGLImageBuffer::SetImageDataTavo failed with error EGL_BAD_ACCESS"));
-    driver.Returns("eglDestroyImageKHR", EGL_FALSE);
-    driver->SetEGLError(EGL_BAD_PARAMETER);
+    fails("eglDestroyImageKHR", EGL_BAD_PARAMETER);
     EXPECT_EQ(buffer.FreeBuffer(), 3u);
-    EXPECT_THAT(log.Take(), ElementsAre("EGLImageBuffer::FreeTavoBuffer failed with error EGL_BAD_PARAMETER"));
+    EXPECT_THAT(log.Take(), ElementsAre("EGLImageBuffer::AllocateTavoBuffer failed with error EGL_BAD_ALLOC",
+                                        "EGLImageBuffer::SetImageDataTavo failed with error EGL_BAD_ACCESS",
+                                        "EGLImageBuffer::FreeTavoBuffer failed with error EGL_BAD_PARAMETER"));
 }
 
-TEST_F(EGLImageBufferTest, EqualPitchIsCopiedInOnePieceAndEachPlaneToItsPlace)
-{
-    const auto data = Image(3, 8, 2);
-    planes[1].data = source + 100;
-    planes[2].data = nullptr;
-    Allocate(data);
-    EXPECT_EQ(buffer.SetImageData(data), 0u);
-    EXPECT_EQ(Bytes(live[0], 16), Bytes(source, 16));
-    EXPECT_EQ(Bytes(live[1], 16), Bytes(source + 100, 16));
-    EXPECT_EQ(live[0][16], Untouched);
-    EXPECT_EQ(live[2][0], Untouched);
-    const auto calls = Calls();
-    EXPECT_THAT(calls.front(), StartsWith("eglLockImageTAVO(11, 501, {"));
-    EXPECT_THAT(calls.back(), "eglUnlockImageTAVO(11, 501) = 1");
-}
-
-TEST_F(EGLImageBufferTest, RowsAreCopiedToTheLivePitch)
+TEST_F(EGLImageBufferTest, RowsOfEachPlaneAreCopiedToTheLivePitch)
 {
     pitch[0] = 10; // longer rows: the rest of each stays
     pitch[1] = 5;  // shorter rows: the rest of each is dropped
-    const auto data = Image(2, 8, 3);
-    Allocate(data);
+    const auto data = Image(3, 8, 3);
+    planes[2].data = source + 100;
+    ASSERT_EQ(buffer.AllocateBuffer(Handle(11), data), ResultSuccess);
+    Forget();
     EXPECT_EQ(buffer.SetImageData(data), 0u);
     for (std::size_t row = 0; row < 3; ++row) {
         EXPECT_EQ(Bytes(live[0] + row * 10, 8), Bytes(source + row * 8, 8)) << row;
@@ -126,45 +93,44 @@ TEST_F(EGLImageBufferTest, RowsAreCopiedToTheLivePitch)
         EXPECT_EQ(Bytes(live[1] + row * 5, 5), Bytes(source + row * 8, 5)) << row;
     }
     EXPECT_EQ(live[1][15], Untouched);
+    EXPECT_EQ(Bytes(live[2], 24), Bytes(source + 100, 24));
+    EXPECT_EQ(live[2][24], Untouched);
+    const auto calls = Calls();
+    EXPECT_THAT(calls.front(), StartsWith("eglLockImageTAVO(11, 501, {"));
+    EXPECT_THAT(calls.back(), "eglUnlockImageTAVO(11, 501) = 1");
+    EXPECT_EQ(buffer.FreeBuffer(), 0u);
+    EXPECT_EQ(buffer.FreeBuffer(), 9u);
+    EXPECT_THAT(Calls(), ElementsAre("eglDestroyImageKHR(11, 501) = 1"));
 }
 
 TEST_F(EGLImageBufferTest, ContentsThatDoNotFitAreRefusedWhole)
 {
-    const auto data = Image(2, 8, 2);
-    Allocate(data);
-    Data::EGLImageData noPlanes = data;
-    noPlanes.planes = nullptr;
-    EXPECT_EQ(buffer.SetImageData(noPlanes), 6u);
-    EXPECT_EQ(buffer.SetImageData(data), 0u);
-    Forget();
-
-    const auto refused = [&](auto change) {
-        const auto fitting = planes;
-        change();
-        EXPECT_EQ(buffer.SetImageData(data), 6u);
+    const auto image = Image(2, 8, 2);
+    const auto fitting = planes;
+    ASSERT_EQ(buffer.AllocateBuffer(Handle(11), image), ResultSuccess);
+    const auto set = [&](auto change) {
+        auto data = image;
         planes = fitting;
+        change(data);
+        return buffer.SetImageData(data);
     };
-    refused([&] { planes[1].stride = 4; });
-    refused([&] { planes[1].offset = 1; });
-    refused([&] { planes[0].size = 8; });
-    refused([&] { planes[0].data = nullptr; });
-    Data::EGLImageData fewer = data;
-    fewer.planeCount = 1;
-    EXPECT_EQ(buffer.SetImageData(fewer), 6u);
-    EXPECT_THAT(Calls(), IsEmpty());
-}
-
-TEST_F(EGLImageBufferTest, AnotherSizeOrFormatMakesAnotherImage)
-{
-    Allocate(Image(1, 8, 2));
-    EXPECT_EQ(buffer.SetImageData(Image(1, 8, 2)), 0u);
+    EXPECT_EQ(set([](auto&) {}), 0u);
     Forget();
+    EXPECT_EQ(set([](auto& data) { data.planes = nullptr; }), 6u);
+    EXPECT_EQ(set([](auto& data) { data.planeCount = 1; }), 6u);
+    EXPECT_EQ(set([&](auto&) { planes[1].stride = 4; }), 6u);
+    EXPECT_EQ(set([&](auto&) { planes[1].offset = 1; }), 6u);
+    EXPECT_EQ(set([&](auto&) { planes[0].size = 8; }), 6u);
+    EXPECT_EQ(set([&](auto&) { planes[0].data = nullptr; }), 6u);
+    EXPECT_THAT(Calls(), IsEmpty());
+
+    // Another size or format makes another image.
     log.Take();
-    auto data = Image(1, 8, 3);
-    data.width = 5;
-    data.bpp = 2;
-    data.format = 85;
-    EXPECT_EQ(buffer.SetImageData(data), 0u);
+    auto other = Image(1, 8, 3);
+    other.width = 5;
+    other.bpp = 2;
+    other.format = 85;
+    EXPECT_EQ(buffer.SetImageData(other), 0u);
     EXPECT_THAT(log.Take(), ElementsAre("warning: Reallocating EGLImage client buffer with width=4->5, height=2->3, "
                                         "bpp=4->2, format=28->85"));
     const auto calls = Calls();
@@ -197,44 +163,22 @@ TEST_F(EGLImageBufferTest, FormatsHaveTheirCounterparts)
     }
 }
 
-class EGLImageReplayTest : public EGLImageBufferTest {
-protected:
-    EGLImageReplayTest()
-    {
-        Initialize();
-        MakeContext(3);
-        table.SetCurrentContext(1, 0, 0, 3);
-        log.Take();
-        Forget();
-    }
-};
-
-TEST_F(EGLImageReplayTest, NativeBuffersAreReplacedByTheStandIn)
+TEST_F(EGLImageBufferTest, NativeBuffersAreReplacedByTheStandIn)
 {
+    Initialize();
     table.AddEGLImageBuffer(1, 9, Image(1, 8, 2));
     void* standIn = table.GetEGLImageBuffer(9);
     ASSERT_NE(standIn, nullptr);
     Forget();
     adapter->Process_eglCreateImageKHR(9, 1, 0, EGL_NATIVE_BUFFER_ANDROID, 77, Null());
-    EXPECT_THAT(Calls(), IsEmpty());
     EXPECT_EQ(table.GetValueEGLImage(9), standIn);
-
+    EXPECT_THAT(Calls(), IsEmpty());
     adapter->Process_eglDestroyImageKHR(1, 1, 9);
-    EXPECT_THAT(Calls(), ElementsAre(StartsWith("eglDestroyImageKHR(11, 502)")));
+    EXPECT_THAT(Calls(), ElementsAre(StartsWith("eglDestroyImageKHR(11, 501)")));
     EXPECT_EQ(table.GetEGLImageBuffer(9), nullptr);
     EXPECT_EQ(table.GetDisplayResource(1)->images.count(9), 0u);
-}
 
-TEST_F(EGLImageReplayTest, TexturesAreTranslated)
-{
-    table.AddIdGLTexture(6, 906);
-    adapter->Process_eglCreateImageKHR(9, 1, 3, EGL_GL_TEXTURE_2D_KHR, 6, In({EGL_IMAGE_PRESERVED_KHR, 1, EGL_NONE}));
-    EXPECT_THAT(Calls(), ElementsAre(StartsWith("eglCreateImageKHR(11, 501, EGL_GL_TEXTURE_2D, 906, {")));
-    EXPECT_NE(table.GetValueEGLImage(9), nullptr);
-}
-
-TEST_F(EGLImageReplayTest, TheOlderRecordPlaysNativeBuffersOnly)
-{
+    // The older record plays native buffers only.
     table.AddEGLImageBuffer(1, 9, Image(1, 8, 2));
     adapter->Process_eglCreateImageKHRv1(9, 1, 0, EGL_NATIVE_BUFFER_ANDROID, 77, Null());
     EXPECT_EQ(table.GetValueEGLImage(9), table.GetEGLImageBuffer(9));
@@ -248,27 +192,22 @@ TEST_F(EGLImageReplayTest, TheOlderRecordPlaysNativeBuffersOnly)
     EXPECT_THAT(log.Take(), testing::IsSupersetOf({start + "EGL_GL_TEXTURE_2D target", start + "0xabcd target"}));
 }
 
-TEST_F(EGLImageReplayTest, CapturedFencesHaveNoDescriptorHere)
+TEST_F(EGLImageBufferTest, CapturedFencesHaveNoDescriptorHere)
 {
     const std::string message =
         "Overriding EGL_SYNC_NATIVE_FENCE_ANDROID file descriptor with EGL_NO_NATIVE_FENCE_FD_ANDROID";
-    adapter->Process_eglCreateSyncKHR(9, 1, EGL_SYNC_NATIVE_FENCE_ANDROID,
-                                      In({EGL_SYNC_NATIVE_FENCE_FD_ANDROID, 17, EGL_NONE}));
-    EXPECT_THAT(log.Take(), Contains(message));
-    adapter->Process_eglCreateSyncKHR(10, 1, EGL_SYNC_NATIVE_FENCE_ANDROID,
-                                      In({EGL_SYNC_NATIVE_FENCE_FD_ANDROID, -1, EGL_NONE}));
-    adapter->Process_eglCreateSyncKHR(11, 1, EGL_SYNC_NATIVE_FENCE_ANDROID, Null());
-    EXPECT_THAT(log.Take(), Not(Contains(message)));
-    EXPECT_THAT(Calls(),
-                ElementsAre("eglCreateSyncKHR(11, EGL_SYNC_NATIVE_FENCE_ANDROID, {EGL_SYNC_NATIVE_FENCE_FD_ANDROID: "
-                            "-1}) = 502",
-                            "eglCreateSyncKHR(11, EGL_SYNC_NATIVE_FENCE_ANDROID, {EGL_SYNC_NATIVE_FENCE_FD_ANDROID: "
-                            "-1}) = 503",
-                            "eglCreateSyncKHR(11, EGL_SYNC_NATIVE_FENCE_ANDROID, null) = 504"));
-    adapter->Process_eglClientWaitSyncKHR(1, 1, 10, 0, -1);
-    adapter->Process_eglDestroySyncKHR(1, 1, 10);
-    EXPECT_THAT(Calls(), ElementsAre(StartsWith("eglClientWaitSyncKHR(11, 503, "), "eglDestroySyncKHR(11, 503) = 1"));
-    EXPECT_EQ(table.GetDisplayResource(1)->syncs.count(10), 0u);
+    Initialize();
+    for (const int descriptor : {17, -1}) {
+        log.Take();
+        adapter->Process_eglCreateSyncKHR(9, 1, EGL_SYNC_NATIVE_FENCE_ANDROID,
+                                          In({EGL_SYNC_NATIVE_FENCE_FD_ANDROID, descriptor, EGL_NONE}));
+        EXPECT_EQ(testing::Value(log.Take(), Contains(message)), descriptor >= 0);
+        EXPECT_THAT(Calls(), ElementsAre(StartsWith("eglCreateSyncKHR(11, EGL_SYNC_NATIVE_FENCE_ANDROID, "
+                                                    "{EGL_SYNC_NATIVE_FENCE_FD_ANDROID: -1}) = ")));
+    }
+    adapter->Process_eglClientWaitSyncKHR(1, 1, 9, 0, -1);
+    adapter->Process_eglDestroySyncKHR(1, 1, 9);
+    EXPECT_THAT(Calls(), ElementsAre(StartsWith("eglClientWaitSyncKHR(11, 502, "), "eglDestroySyncKHR(11, 502) = 1"));
 }
 
 } // namespace

@@ -13,9 +13,30 @@
 #include "Playback/EGLPlaybackAdapter.h"
 #include "Playback/PlaybackSettings.h"
 #include "Playback/SingleWindowManager.h"
-#include "StubWindow.h"
+#include "Playback/WaylandWindow.h"
 
 namespace Playback {
+
+/// A window that is not there; tests expect what they need of it.
+class StubWindow : public WaylandWindow {
+public:
+    StubWindow() : WaylandWindow("", &display, nullptr) {}
+    MOCK_METHOD(void, EnqueueResizeRequest, (unsigned int width, unsigned int height), (override));
+    MOCK_METHOD(void, ProcessResizeRequest, (bool force), (override));
+    MOCK_METHOD(void, SetSubTitle, (const std::string& subTitle), (override));
+    unsigned int GetNativeHandle(NativeHandle kind, void** out) override
+    {
+        *out = reinterpret_cast<void*>(kind == NativeHandle::EGLDisplay ? Display : Window);
+        return 0;
+    }
+
+    static constexpr std::uintptr_t Display = 0x51;
+    static constexpr std::uintptr_t Window = 0x52;
+
+private:
+    static inline WindowState state;
+    static inline Playback::Display display{.windowState = &state};
+};
 
 /// A capture's EGL calls replayed on the fake driver. Captured display 1 is the driver's 11; the driver's configs are
 /// numbered from FirstConfig on, and what it creates is numbered in the order of creation.
@@ -26,17 +47,6 @@ protected:
         settings.InitDefaultSettings();
         settings.m_config.clear();
         settings.m_screenshotPath.clear();
-        using testing::_;
-        ON_CALL(window, GetNativeHandle(Window::NativeHandle::EGLDisplay, _))
-            .WillByDefault([](Window::NativeHandle, void** out) {
-                *out = reinterpret_cast<void*>(NativeDisplay);
-                return 0u;
-            });
-        ON_CALL(window, GetNativeHandle(Window::NativeHandle::EGLWindow, _))
-            .WillByDefault([](Window::NativeHandle, void** out) {
-                *out = reinterpret_cast<void*>(NativeWindow);
-                return 0u;
-            });
         Replay(&factory);
     }
     ~EGLReplay() override
@@ -77,14 +87,6 @@ protected:
         Forget();
         return calls;
     }
-    /// The same with calls to GL, but for queries of version and extensions.
-    std::vector<std::string> AllCalls()
-    {
-        auto calls = driver.Log();
-        std::erase_if(calls, [](const std::string& call) { return call.starts_with("glGetString"); });
-        Forget();
-        return calls;
-    }
     void Forget() { driver.ClearLog(); }
 
     static void* Handle(std::uint64_t number) { return reinterpret_cast<void*>(number); }
@@ -105,8 +107,6 @@ protected:
         return &m_arguments.back();
     }
 
-    static constexpr std::uintptr_t NativeDisplay = 0x51;
-    static constexpr std::uintptr_t NativeWindow = 0x52;
     static constexpr std::uint64_t FirstConfig = 1;
 
     PlaybackEnvironment& settings = *PlaybackEnvironment::Instance();

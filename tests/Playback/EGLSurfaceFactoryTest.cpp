@@ -15,7 +15,6 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 using testing::StartsWith;
 
 /// Factories by themselves, with display 11 and config 21.
@@ -28,30 +27,24 @@ protected:
     void* const context = Handle(31);
 };
 
-using EGLSingleSurfaceTest = EGLSurfaceFactoryTest;
-
-TEST_F(EGLSingleSurfaceTest, WindowSurfacesOfADisplayAreOne)
+TEST_F(EGLSurfaceFactoryTest, WindowSurfacesOfADisplayCanBeOne)
 {
     EGLSingleSurfaceFactory single;
-    auto* first = single.CreateWindowSurface(display, config, Handle(NativeWindow), nullptr);
+    auto* first = single.CreateWindowSurface(display, config, Handle(StubWindow::Window), nullptr);
     Forget();
-    EXPECT_EQ(single.CreateWindowSurface64(display, config, Handle(NativeWindow), nullptr), first);
+    EXPECT_EQ(single.CreateWindowSurface64(display, config, Handle(StubWindow::Window), nullptr), first);
     EXPECT_THAT(Calls(), IsEmpty());
     EXPECT_THAT(log.Take(), ElementsAre("Skipping window surface creation due to single surface override."));
-    EXPECT_NE(single.CreateWindowSurface(Handle(12), config, Handle(NativeWindow), nullptr), first);
-    Forget();
-
-    EXPECT_EQ(single.DestroySurface(display, first), 1u);
-    EXPECT_THAT(Calls(), IsEmpty());
+    EXPECT_NE(single.CreateWindowSurface(Handle(12), config, Handle(StubWindow::Window), nullptr), first);
     auto* pbuffer = single.CreatePbufferSurface(display, config, nullptr);
+    Forget();
+    EXPECT_EQ(single.DestroySurface(display, first), 1u);
     EXPECT_EQ(single.DestroySurface(display, pbuffer), 1u);
     EXPECT_EQ(single.DestroySurface(display, nullptr), 0u);
-    EXPECT_THAT(Calls(), ElementsAre("eglCreatePbufferSurface(11, 21, null) = 503", "eglDestroySurface(11, 503) = 1"));
-
     single.Terminate(display);
     single.Terminate(display);
-    EXPECT_THAT(Calls(), ElementsAre("eglDestroySurface(11, 501) = 1"));
-    single.CreateWindowSurface(display, config, Handle(NativeWindow), nullptr);
+    EXPECT_THAT(Calls(), ElementsAre("eglDestroySurface(11, 503) = 1", "eglDestroySurface(11, 501) = 1"));
+    single.CreateWindowSurface(display, config, Handle(StubWindow::Window), nullptr);
     EXPECT_THAT(Calls(), Contains(StartsWith("eglCreateWindowSurface")));
 }
 
@@ -59,7 +52,7 @@ class EGLPbufferSurfaceTest : public EGLSurfaceFactoryTest {
 protected:
     EGLProxySurface* Window(const int* attribs = nullptr)
     {
-        return pbuffers.CreateWindowSurface(display, config, Handle(NativeWindow), attribs);
+        return pbuffers.CreateWindowSurface(display, config, Handle(StubWindow::Window), attribs);
     }
     EGLPbufferSurfaceFactory pbuffers;
 };
@@ -70,19 +63,18 @@ TEST_F(EGLPbufferSurfaceTest, IsMadeAtMakeCurrentAndAnewForAnotherSize)
     auto* surface = Window(attribs);
     EXPECT_EQ(surface->GetOriginalType(), EGLProxySurface::OriginalWindow);
     EXPECT_EQ(surface->SurfaceAttrib(display, EGL_SWAP_BEHAVIOR, EGL_BUFFER_PRESERVED), 1u);
-    EXPECT_EQ(surface->SurfaceAttrib(display, EGL_MIPMAP_LEVEL, 2), 1u);
     surface->SetSize(320, 200);
-    EXPECT_THAT(Calls(), Not(Contains(StartsWith("eglCreatePbufferSurface"))));
-
-    EXPECT_EQ(surface->MakeCurrent(display, surface, context), 1u);
+    driver.Returns("eglCreatePbufferSurface", std::uintptr_t{0});
+    EXPECT_EQ(surface->MakeCurrent(display, surface, context), 0u);
+    driver.Answer("eglCreatePbufferSurface", nullptr);
+    Forget();
+    EXPECT_EQ(surface->MakeCurrent(display, surface, context), 1u) << "tried again with the same size";
     EXPECT_THAT(Calls(),
                 ElementsAre("eglCreatePbufferSurface(11, 21, {EGL_GL_COLORSPACE: 12425, EGL_WIDTH: 320, "
                             "EGL_HEIGHT: 200, EGL_LARGEST_PBUFFER: 1}) = 501",
-                            "eglSurfaceAttrib(11, 501, EGL_MIPMAP_LEVEL, 2) = 1",
                             "eglSurfaceAttrib(11, 501, EGL_SWAP_BEHAVIOR, 12436) = 1",
                             "eglQuerySurface(11, 501, EGL_WIDTH) = 1, [320]",
                             "eglQuerySurface(11, 501, EGL_HEIGHT) = 1, [200]", "eglMakeCurrent(11, 501, 501, 31) = 1"));
-
     surface->SetSize(0, 0);
     surface->SetSize(320, 200);
     surface->MakeCurrent(display, surface, context);
@@ -91,132 +83,77 @@ TEST_F(EGLPbufferSurfaceTest, IsMadeAtMakeCurrentAndAnewForAnotherSize)
     surface->SetSize(0, 240);
     EXPECT_EQ(surface->GetWidth(), 320u);
     EXPECT_EQ(surface->GetHeight(), 240u);
-    surface->SurfaceAttrib(display, EGL_MIPMAP_LEVEL, 3);
     surface->MakeCurrent(display, surface, context);
     const auto calls = Calls();
     EXPECT_THAT(calls, Contains("eglDestroySurface(11, 501) = 1"));
-    EXPECT_THAT(calls, Contains("eglSurfaceAttrib(11, 502, EGL_MIPMAP_LEVEL, 3) = 1"));
+    EXPECT_THAT(calls, Contains("eglSurfaceAttrib(11, 502, EGL_SWAP_BEHAVIOR, 12436) = 1"));
     EXPECT_THAT(calls.back(), "eglMakeCurrent(11, 502, 502, 31) = 1");
 }
 
-TEST_F(EGLPbufferSurfaceTest, FailedCreationIsTriedAgainWithTheSameSize)
-{
-    driver.Returns("eglCreatePbufferSurface", std::uintptr_t{0});
-    auto* surface = Window();
-    surface->SetSize(320, 200);
-    EXPECT_EQ(surface->MakeCurrent(display, surface, context), 0u);
-    driver.Answer("eglCreatePbufferSurface", nullptr);
-    Forget();
-    EXPECT_EQ(surface->MakeCurrent(display, surface, context), 1u);
-    EXPECT_EQ(surface->GetWidth(), 320u);
-    EXPECT_THAT(Calls().front(), "eglCreatePbufferSurface(11, 21, {EGL_WIDTH: 320, EGL_HEIGHT: 200, "
-                                 "EGL_LARGEST_PBUFFER: 1}) = 501");
-}
-
-TEST_F(EGLPbufferSurfaceTest, ConfigIsReplacedOnceForSurfacesAndContexts)
-{
-    driver.Answer("eglGetConfigAttrib", [](const Fake::Arguments& args) {
-        const auto attribute = args.Get<EGLint>(2);
-        if (attribute == EGL_SAMPLES) {
-            return Fake::Word{EGL_FALSE};
-        }
-        *args.Get<EGLint*>(3) = attribute == EGL_SURFACE_TYPE ? EGL_WINDOW_BIT | EGL_PIXMAP_BIT : 8;
-        return Fake::Word{EGL_TRUE};
-    });
-    driver.Answer("eglChooseConfig", [](const Fake::Arguments& args) {
-        *args.Get<void**>(2) = Handle(22);
-        *args.Get<EGLint*>(4) = 1;
-        return Fake::Word{EGL_TRUE};
-    });
-    pbuffers.CreateContext(display, config, nullptr, nullptr);
-    auto calls = Calls();
-    EXPECT_THAT(calls, Contains("eglCreateContext(11, 22, 0, null) = 501"));
-    EXPECT_THAT(calls, Contains(StartsWith("eglChooseConfig(11, {EGL_SURFACE_TYPE: 3, EGL_RENDERABLE_TYPE: 8, "
-                                           "EGL_RED_SIZE: 8, EGL_GREEN_SIZE: 8, EGL_BLUE_SIZE: 8, EGL_ALPHA_SIZE: 8, "
-                                           "EGL_DEPTH_SIZE: 8, EGL_STENCIL_SIZE: 8, EGL_SAMPLE_BUFFERS: 8}")));
-    EXPECT_THAT(log.Take(), ElementsAre("Overriding EGL config 0x15 with pbuffer-compliant config 0x16 for "
-                                        "pbuffer-to-window surface substitution."));
-
-    Window()->MakeCurrent(display, nullptr, context);
-    pbuffers.CreatePixmapSurface(display, config, nullptr, nullptr);
-    calls = Calls();
-    EXPECT_THAT(calls, Not(Contains(StartsWith("eglChooseConfig"))));
-    EXPECT_THAT(calls, Contains(StartsWith("eglCreatePbufferSurface(11, 22,")));
-    EXPECT_THAT(calls, Contains(StartsWith("eglCreatePixmapSurface(11, 22,")));
-
-    pbuffers.Terminate(display);
-    Window();
-    EXPECT_THAT(Calls(), Contains(StartsWith("eglChooseConfig")));
-}
-
-TEST_F(EGLPbufferSurfaceTest, ConfigIsKeptWhereItServesOrNoOtherDoes)
+TEST_F(EGLPbufferSurfaceTest, ConfigIsReplacedOnceForSurfacesAndContextsWhereItDoesNotServe)
 {
     pbuffers.CreateContext(display, config, nullptr, nullptr); // the fake driver's configs have pbuffers
     EXPECT_THAT(Calls(), Contains("eglCreateContext(11, 21, 0, null) = 501"));
-    EXPECT_THAT(log.Take(), IsEmpty());
-
     driver.Answer("eglGetConfigAttrib", [](const Fake::Arguments& args) {
-        *args.Get<EGLint*>(3) = EGL_WINDOW_BIT;
-        return Fake::Word{EGL_TRUE};
+        const auto attribute = args.Get<EGLint>(2);
+        *args.Get<EGLint*>(3) = attribute == EGL_SURFACE_TYPE ? EGL_WINDOW_BIT | EGL_PIXMAP_BIT : 8;
+        return Fake::Word{attribute != EGL_SAMPLES};
     });
-    driver.Answer("eglChooseConfig", [](const Fake::Arguments& args) {
-        *args.Get<EGLint*>(4) = 0;
+    int found = 0;
+    driver.Answer("eglChooseConfig", [&](const Fake::Arguments& args) {
+        *args.Get<void**>(2) = Handle(22);
+        *args.Get<EGLint*>(4) = found;
         return Fake::Word{EGL_TRUE};
     });
     pbuffers.CreateContext(display, Handle(23), nullptr, nullptr);
-    pbuffers.CreateContext(display, Handle(23), nullptr, nullptr);
-    EXPECT_THAT(Calls(), Contains(StartsWith("eglCreateContext(11, 23,")));
-    EXPECT_THAT(log.Take(), ElementsAre("error: Failed to find an EGL config that supports pbuffer surfaces."));
+    EXPECT_THAT(Calls(), Contains(StartsWith("eglCreateContext(11, 23,"))) << "there is no other";
+    found = 1;
+    pbuffers.CreateContext(display, Handle(24), nullptr, nullptr);
+    auto calls = Calls();
+    EXPECT_THAT(calls, Contains(StartsWith("eglCreateContext(11, 22,")));
+    EXPECT_THAT(calls, Contains(StartsWith("eglChooseConfig(11, {EGL_SURFACE_TYPE: 3, EGL_RENDERABLE_TYPE: 8, "
+                                           "EGL_RED_SIZE: 8, EGL_GREEN_SIZE: 8, EGL_BLUE_SIZE: 8, EGL_ALPHA_SIZE: 8, "
+                                           "EGL_DEPTH_SIZE: 8, EGL_STENCIL_SIZE: 8, EGL_SAMPLE_BUFFERS: 8}")));
+    EXPECT_THAT(log.Take(), ElementsAre("error: Failed to find an EGL config that supports pbuffer surfaces.",
+                                        "Overriding EGL config 0x18 with pbuffer-compliant config 0x16 for "
+                                        "pbuffer-to-window surface substitution."));
+    pbuffers.CreatePixmapSurface(display, Handle(24), nullptr, nullptr);
+    EXPECT_THAT(Calls(), ElementsAre(StartsWith("eglCreatePixmapSurface(11, 22,")));
+    pbuffers.Terminate(display);
+    pbuffers.CreateContext(display, Handle(24), nullptr, nullptr);
+    EXPECT_THAT(Calls(), Contains(StartsWith("eglChooseConfig")));
 }
 
-class EGLOffscreenSurfaceTest : public EGLSurfaceFactoryTest {
-protected:
-    /// A surface of 4 x 2 pixels, current.
-    EGLProxySurface* Current()
-    {
-        auto* surface = offscreen.CreateWindowSurface(display, config, nullptr, nullptr);
-        surface->SetSize(4, 2);
-        surface->MakeCurrent(display, surface, context);
-        Forget();
-        return surface;
-    }
-    void Bound(std::map<GLenum, GLint> values)
-    {
-        driver.Answer("glGetIntegerv", [values](const Fake::Arguments& args) {
-            if (const auto value = values.find(args.Get<GLenum>(0)); value != values.end()) {
+TEST_F(EGLSurfaceFactoryTest, AnOffscreenSurfaceIsReadBackBeforeTheSwapAndLeavesTheBindings)
+{
+    EGLOffscreenSurfaceFactory offscreen(&windows);
+    auto* surface = offscreen.CreateWindowSurface(display, config, nullptr, nullptr);
+    surface->SetSize(4, 2);
+    surface->MakeCurrent(display, surface, context);
+    log.Take();
+    const auto swap = [&](std::map<GLenum, GLint> bound) {
+        driver.Answer("glGetIntegerv", [&](const Fake::Arguments& args) {
+            if (const auto value = bound.find(args.Get<GLenum>(0)); value != bound.end()) {
                 *args.Get<GLint*>(1) = value->second;
             }
             return Fake::Word{0};
         });
-    }
-    std::vector<std::string> SwapCalls(EGLProxySurface* surface)
-    {
         Forget();
         surface->SwapBuffers(display);
-        auto calls = AllCalls();
+        auto calls = driver.Log();
         std::erase_if(calls, [](const std::string& call) {
-            return call.starts_with("glGetIntegerv") || call.starts_with("eglQuerySurface");
+            return call.starts_with("glGet") || call.starts_with("eglQuerySurface");
         });
         return calls;
-    }
-
-    EGLOffscreenSurfaceFactory offscreen{&windows};
-};
-
-TEST_F(EGLOffscreenSurfaceTest, IsReadBackBeforeTheSwapAndLeavesTheBindings)
-{
-    auto* surface = Current();
-    log.Take();
-    Bound({});
-    EXPECT_THAT(SwapCalls(surface), ElementsAre(StartsWith("glReadPixels(0, 0, 4, 2, GL_RGBA, GL_UNSIGNED_BYTE"),
-                                                "eglSwapBuffers(11, 501) = 1"));
+    };
+    EXPECT_THAT(swap({}), ElementsAre(StartsWith("glReadPixels(0, 0, 4, 2, GL_RGBA, GL_UNSIGNED_BYTE"),
+                                      "eglSwapBuffers(11, 501) = 1"));
     EXPECT_THAT(log.Take(), ElementsAre("error: Pbuffer surface content cannot be displayed on screen: platform not "
                                         "supported."));
-    Bound({{GL_READ_FRAMEBUFFER_BINDING, 9},
-           {GL_READ_BUFFER, GL_COLOR_ATTACHMENT0},
-           {GL_PACK_ROW_LENGTH, 999},
-           {GL_PIXEL_PACK_BUFFER_BINDING, 6}});
-    EXPECT_THAT(SwapCalls(surface),
+    EXPECT_THAT(swap({{GL_READ_FRAMEBUFFER_BINDING, 9},
+                      {GL_READ_BUFFER, GL_COLOR_ATTACHMENT0},
+                      {GL_PACK_ROW_LENGTH, 999},
+                      {GL_PIXEL_PACK_BUFFER_BINDING, 6}}),
                 ElementsAre("glBindFramebuffer(GL_READ_FRAMEBUFFER, 0)", "glReadBuffer(GL_BACK)",
                             "glPixelStorei(GL_PACK_ROW_LENGTH, 0)", "glBindBuffer(GL_PIXEL_PACK_BUFFER, 0)",
                             StartsWith("glReadPixels"), "glBindBuffer(GL_PIXEL_PACK_BUFFER, 6)",

@@ -1,17 +1,14 @@
 #include "Playback/PlaybackSettings.h"
 
-#include <filesystem>
 #include <map>
 
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 #include "Interfaces/Core.h"
 
 namespace Playback {
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
@@ -31,15 +28,6 @@ protected:
     std::string console;
 };
 
-TEST_F(PlaybackSettingsTest, FullscreenBeatsWindowed)
-{
-    Load({"-windowed", "-fullscreen"});
-    EXPECT_TRUE(settings.m_fullscreen);
-    EXPECT_TRUE(settings.m_windowModeSet);
-    EXPECT_THAT(console,
-                HasSubstr("Both -fullscreen and -windowed options were specified; -windowed will be ignored."));
-}
-
 TEST_F(PlaybackSettingsTest, ASizeImpliesAWindowUnlessTheModeWasChosen)
 {
     Load({"-fullscreen"}, {{"-width", "640"}});
@@ -54,54 +42,6 @@ TEST_F(PlaybackSettingsTest, ASizeImpliesAWindowUnlessTheModeWasChosen)
     EXPECT_TRUE(second.m_windowSizeSet);
     EXPECT_EQ(second.m_windowWidth, 0);
     EXPECT_EQ(second.m_windowHeight, 480);
-}
-
-TEST_F(PlaybackSettingsTest, EverySwitchSetsItsOwnField)
-{
-    const std::map<std::string, bool PlaybackEnvironment::*> fields = {
-        {"-noplayback", &PlaybackEnvironment::m_playback},
-        {"-stats", &PlaybackEnvironment::m_stats},
-        {"-preloadfile", &PlaybackEnvironment::m_preloadFile},
-        {"-singlesurface", &PlaybackEnvironment::m_singleSurface},
-        {"-pbuffersurface", &PlaybackEnvironment::m_pbufferSurface},
-        {"-skippbufferdisplay", &PlaybackEnvironment::m_skipPbufferDisplay},
-        {"-skipdefaultfbo", &PlaybackEnvironment::m_defaultFbo},
-        {"-forceflush", &PlaybackEnvironment::m_forceFlush},
-        {"-syncstate", &PlaybackEnvironment::m_syncState},
-        {"-skiperrorcheck", &PlaybackEnvironment::m_skipErrorCheck},
-        {"-dumpdefaultfbo", &PlaybackEnvironment::m_dumpDefaultFbo},
-        {"-screenshotopaque", &PlaybackEnvironment::m_screenshotOpaque},
-    };
-    for (const auto& [name, field] : fields) {
-        settings.InitDefaultSettings();
-        Load({name});
-        for (const auto& [other, otherField] : fields) {
-            const bool standard = PlaybackEnvironment().*otherField;
-            EXPECT_EQ(settings.*otherField, other == name ? !standard : standard) << name << " changes " << other;
-        }
-    }
-}
-
-TEST_F(PlaybackSettingsTest, NumbersGoToTheirFields)
-{
-    Load({}, {{"-pauseframe", "7"},
-              {"-stopframe", "8"},
-              {"-loopframe", "9"},
-              {"-loopcount", "10"},
-              {"-threadFilterStartFrame", "11"},
-              {"-samples", "-4"},
-              {"-thread", "3,1,3"},
-              {"-config", "R8G8B8"}});
-    EXPECT_TRUE(settings.m_pause);
-    EXPECT_EQ(settings.m_pauseFrame, 7);
-    EXPECT_TRUE(settings.m_stopFrameSet);
-    EXPECT_EQ(settings.m_stopFrame, 8);
-    EXPECT_EQ(settings.m_loopFrame, 9);
-    EXPECT_EQ(settings.m_loopCount, 10);
-    EXPECT_EQ(settings.m_threadFilterStartFrame, 11);
-    EXPECT_EQ(settings.m_samples, -4);
-    EXPECT_THAT(settings.m_threads, ElementsAre(3, 1, 3));
-    EXPECT_EQ(settings.m_config, "R8G8B8");
 }
 
 TEST_F(PlaybackSettingsTest, PauseFrameBeatsPaused)
@@ -143,15 +83,6 @@ TEST_F(PlaybackSettingsTest, ScreenshotsSelectFramesOrDraws)
     }
 }
 
-TEST_F(PlaybackSettingsTest, ScreenshotDirIsCreatedAndPutBeforeTheName)
-{
-    const std::string folder = testing::TempDir() + "shots_" + std::to_string(getpid());
-    Load({}, {{"-screenshots", "1"}, {"-screenshotdir", folder}}, "/x/trace.bin");
-    EXPECT_TRUE(std::filesystem::is_directory(folder));
-    EXPECT_EQ(settings.m_screenshotPath, folder + "/trace.bin_");
-    std::filesystem::remove(folder);
-}
-
 TEST_F(PlaybackSettingsTest, ValuesThatAreNotUnderstoodAreReportedAndChangeNothing)
 {
     Load({}, {{"-screenshotformat", "PNG"}, {"-perdrawscreenshotsfilter", "DSV"}, {"-swapfbo", "3:0:1"}});
@@ -181,15 +112,6 @@ TEST_F(PlaybackSettingsTest, SkipListsHoldKnownFunctionsOfExactlyThatName)
     EXPECT_THAT(settings.m_skipStateApiIds, UnorderedElementsAre(draw, swap, clear));
     Load({}, {{"-skipframeapi", "glClear"}});
     EXPECT_THAT(settings.m_skipFrameApiIds, UnorderedElementsAre(draw, swap, clear));
-}
-
-TEST_F(PlaybackSettingsTest, OptionsListsAllOfThemOnce)
-{
-    std::map<std::string, int> names;
-    for (const PlaybackEnvironment::Option& option : PlaybackEnvironment::Options()) {
-        EXPECT_EQ(++names[option.name], 1) << option.name;
-    }
-    EXPECT_EQ(names.size(), 39u);
 }
 
 } // namespace

@@ -7,35 +7,6 @@
 
 namespace {
 
-constexpr GLenum Formats[] = {GL_RED,
-                              GL_RG,
-                              GL_RGB,
-                              GL_RGBA,
-                              GL_RED_INTEGER,
-                              GL_RG_INTEGER,
-                              GL_RGB_INTEGER,
-                              GL_RGBA_INTEGER,
-                              GL_DEPTH_COMPONENT,
-                              GL_DEPTH_STENCIL,
-                              GL_STENCIL_INDEX,
-                              GL_BGRA_EXT};
-constexpr GLenum Types[] = {GL_UNSIGNED_BYTE,
-                            GL_BYTE,
-                            GL_UNSIGNED_SHORT,
-                            GL_SHORT,
-                            GL_UNSIGNED_INT,
-                            GL_INT,
-                            GL_HALF_FLOAT,
-                            GL_FLOAT,
-                            GL_UNSIGNED_SHORT_5_6_5,
-                            GL_UNSIGNED_SHORT_4_4_4_4,
-                            GL_UNSIGNED_SHORT_5_5_5_1,
-                            GL_UNSIGNED_INT_2_10_10_10_REV,
-                            GL_UNSIGNED_INT_10F_11F_11F_REV,
-                            GL_UNSIGNED_INT_5_9_9_9_REV,
-                            GL_UNSIGNED_INT_24_8,
-                            GL_FLOAT_32_UNSIGNED_INT_24_8_REV};
-
 TEST(GLValuesTest, DriverTakesPixelsInTheInternalFormatThatHoldsThem)
 {
     const LiveContext context;
@@ -46,8 +17,10 @@ TEST(GLValuesTest, DriverTakesPixelsInTheInternalFormatThatHoldsThem)
     gl.glBindTexture(GL_TEXTURE_2D, texture);
     const std::uint8_t pixels[2 * 2 * 16] = {};
     int pairs = 0;
-    for (const GLenum format : Formats) {
-        for (const GLenum type : Types) {
+    for (const GLenum format : {GL_RED, GL_RG, GL_RGB, GL_RGBA, GL_RED_INTEGER, GL_RG_INTEGER, GL_RGB_INTEGER,
+                                GL_RGBA_INTEGER, GL_DEPTH_COMPONENT, GL_DEPTH_STENCIL, GL_STENCIL_INDEX, GL_BGRA_EXT}) {
+        // All types of OpenGL ES are in these two ranges.
+        for (GLenum type = GL_BYTE; type < 0x8DAE; type = type == 0x140B ? 0x8033 : type + 1) {
             const GLenum internalFormat = Util::GetInternalFormat(format, type);
             if (internalFormat == 0)
                 continue;
@@ -59,7 +32,6 @@ TEST(GLValuesTest, DriverTakesPixelsInTheInternalFormatThatHoldsThem)
         }
     }
     EXPECT_EQ(pairs, 58);
-    EXPECT_EQ(Util::GetInternalFormat(GL_RGBA, GL_UNSIGNED_SHORT_5_6_5), 0U);
 }
 
 TEST(GLValuesTest, BindingOfATargetTellsTheBoundBuffer)
@@ -78,7 +50,6 @@ TEST(GLValuesTest, BindingOfATargetTellsTheBoundBuffer)
         gl.glGetIntegerv(Util::GetBindBuffer(target), &bound);
         EXPECT_EQ(static_cast<GLuint>(bound), buffer) << Core::LogFormat::GetGLEnumString(target);
     }
-    EXPECT_EQ(Util::GetBindBuffer(GL_TEXTURE_2D), 0U);
 }
 
 } // namespace

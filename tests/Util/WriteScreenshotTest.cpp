@@ -19,85 +19,73 @@ using testing::internal::GetCapturedStderr;
 using Util::GLScreenshotHandler;
 using Util::ImageFormat;
 
+constexpr struct {
+    ImageFormat format;
+    const char* file;
+    Picture (*read)(const std::string& path);
+} formats[] = {
+    {ImageFormat::Bmp, "x.bmp", ReadBmp}, {ImageFormat::Png, "x.png", ReadPng}, {ImageFormat::Dds, "x.dds", ReadDds}};
+
 class WriteScreenshotTest : public testing::Test {
 protected:
     /// 3 by 2 pixels, bottom row first: red, green, blue with alpha 128; above it white, black, grey with alpha 0.
     static constexpr std::uint8_t Pixels[] = {255, 0,   0,   128, 0, 255, 0, 128, 0,  0,  255, 128,
                                               255, 255, 255, 0,   0, 0,   0, 0,   77, 77, 77,  0};
-
-    void Write(ImageFormat format, bool opaque)
-    {
-        GLScreenshotHandler handler(format, opaque);
-        EXPECT_TRUE(handler.WriteScreenshot(m_folder.File("x"), 3, 2, Pixels, GL_RGBA, GL_UNSIGNED_BYTE));
-        EXPECT_EQ(m_folder.Count(), 1U);
-    }
-
-    static void ExpectUpright(const Picture& picture, std::uint32_t topAlpha, std::uint32_t bottomAlpha)
-    {
-        ASSERT_EQ(picture.width, 3U);
-        ASSERT_EQ(picture.height, 2U);
-        EXPECT_EQ(picture.At(0, 0), 0xFFFFFF00 | topAlpha);
-        EXPECT_EQ(picture.At(2, 0), 0x4D4D4D00 | topAlpha);
-        EXPECT_EQ(picture.At(0, 1), 0xFF000000 | bottomAlpha);
-        EXPECT_EQ(picture.At(1, 1), 0x00FF0000 | bottomAlpha);
-        EXPECT_EQ(picture.At(2, 1), 0x0000FF00 | bottomAlpha);
-    }
-
-    PictureFolder m_folder;
+    PictureFolder folder;
 };
 
 TEST_F(WriteScreenshotTest, EveryFormatStandsUprightAndKeepsAlpha)
 {
-    Write(ImageFormat::Bmp, false);
-    ExpectUpright(ReadBmp(m_folder.File("x.bmp")), 0, 128);
-    std::filesystem::remove(m_folder.File("x.bmp"));
-    Write(ImageFormat::Png, false);
-    ExpectUpright(ReadPng(m_folder.File("x.png")), 0, 128);
-    std::filesystem::remove(m_folder.File("x.png"));
-    Write(ImageFormat::Dds, false);
-    ExpectUpright(ReadDds(m_folder.File("x.dds")), 0, 128);
+    for (const auto& each : formats) {
+        EXPECT_TRUE(GLScreenshotHandler(each.format, false)
+                        .WriteScreenshot(folder.File("x"), 3, 2, Pixels, GL_RGBA, GL_UNSIGNED_BYTE));
+        const Picture picture = each.read(folder.File(each.file));
+        ASSERT_EQ(std::pair(picture.width, picture.height), std::pair(3U, 2U)) << each.file;
+        EXPECT_EQ(picture.At(0, 0), 0xFFFFFF00U);
+        EXPECT_EQ(picture.At(2, 0), 0x4D4D4D00U);
+        EXPECT_EQ(picture.At(0, 1), 0xFF000080U);
+        EXPECT_EQ(picture.At(1, 1), 0x00FF0080U);
+        EXPECT_EQ(picture.At(2, 1), 0x0000FF80U);
+    }
+    EXPECT_EQ(folder.Count(), std::size(formats));
 }
 
-TEST_F(WriteScreenshotTest, FileThatCannotBeWrittenIsReportedWithItsPath)
-{
-    GLScreenshotHandler handler(ImageFormat::Bmp, false);
-    CaptureStderr();
-    EXPECT_FALSE(handler.WriteScreenshot(m_folder.File("no/x"), 3, 2, Pixels, GL_RGBA, GL_UNSIGNED_BYTE));
-    EXPECT_EQ(GetCapturedStderr(),
-              "error: Screenshot " + m_folder.File("no/x.bmp") + " was not written: No such file or directory\n");
-}
-
-TEST_F(WriteScreenshotTest, FullDiskIsReportedAndLeavesNoFile)
+TEST_F(WriteScreenshotTest, FilesThatCannotBeWrittenAreReportedAndLeaveNothing)
 {
     if (access("/dev/full", W_OK) != 0)
         GTEST_SKIP() << "this system has no /dev/full";
-    for (const auto& [format, file] : {std::pair(ImageFormat::Bmp, "x.bmp"), std::pair(ImageFormat::Png, "x.png"),
-                                       std::pair(ImageFormat::Dds, "x.dds")}) {
-        std::filesystem::create_symlink("/dev/full", m_folder.File(file));
-        CaptureStderr();
-        EXPECT_FALSE(GLScreenshotHandler(format, false)
-                         .WriteScreenshot(m_folder.File("x"), 3, 2, Pixels, GL_RGBA, GL_UNSIGNED_BYTE));
-        EXPECT_THAT(GetCapturedStderr(), HasSubstr("was not written: No space left on device"));
-        EXPECT_FALSE(std::filesystem::is_symlink(m_folder.File(file)));
+    for (const auto& each : formats) {
+        std::filesystem::create_symlink("/dev/full", folder.File(each.file));
+        for (const auto& [name, why] :
+             {std::pair("x", "No space left on device"), {"no/x", "No such file or directory"}}) {
+            CaptureStderr();
+            EXPECT_FALSE(GLScreenshotHandler(each.format, false)
+                             .WriteScreenshot(folder.File(name), 3, 2, Pixels, GL_RGBA, GL_UNSIGNED_BYTE));
+            EXPECT_THAT(GetCapturedStderr(), HasSubstr(std::string(" was not written: ") + why));
+        }
+        EXPECT_FALSE(std::filesystem::is_symlink(folder.File(each.file)));
     }
 }
 
 TEST_F(WriteScreenshotTest, ImpossiblePicturesAreRefused)
 {
-    GLScreenshotHandler handler(ImageFormat::Png, false);
-    const auto refusal = [&](unsigned width, unsigned height, unsigned format, unsigned type) {
+    const struct {
+        unsigned width, height, format, type;
+        const char* why;
+    } cases[] = {
+        {3, 2, GL_RGBA, GL_UNSIGNED_SHORT_5_6_5, "format GL_RGBA and type GL_UNSIGNED_SHORT_5_6_5 are not known"},
+        {3, 2, 0xABCDE, GL_FLOAT, "0xabcde"},
+        {0, 2, GL_RGBA, GL_UNSIGNED_BYTE, "0x2 pixels"},
+        // The number of bytes does not fit into 32 bits, nor into 64.
+        {0x10000, 0x10000, GL_RGBA, GL_UNSIGNED_BYTE, "65536x65536"},
+        {0xFFFFFFFF, 0xFFFFFFFF, GL_RGBA, GL_FLOAT, "4294967295x4294967295"}};
+    for (const auto& each : cases) {
         CaptureStderr();
-        EXPECT_FALSE(handler.WriteScreenshot(m_folder.File("x"), width, height, Pixels, format, type));
-        return GetCapturedStderr();
-    };
-    EXPECT_THAT(refusal(3, 2, GL_RGBA, GL_UNSIGNED_SHORT_5_6_5),
-                HasSubstr("pixels of format GL_RGBA and type GL_UNSIGNED_SHORT_5_6_5 are not known"));
-    EXPECT_THAT(refusal(3, 2, 0xABCDE, GL_FLOAT), HasSubstr("0xabcde"));
-    EXPECT_THAT(refusal(0, 2, GL_RGBA, GL_UNSIGNED_BYTE), HasSubstr("0x2 pixels"));
-    // The number of bytes does not fit into 32 bits, nor into 64.
-    EXPECT_THAT(refusal(0x10000, 0x10000, GL_RGBA, GL_UNSIGNED_BYTE), HasSubstr("65536x65536"));
-    EXPECT_THAT(refusal(0xFFFFFFFF, 0xFFFFFFFF, GL_RGBA, GL_FLOAT), HasSubstr("4294967295x4294967295"));
-    EXPECT_EQ(m_folder.Count(), 0U);
+        EXPECT_FALSE(GLScreenshotHandler(ImageFormat::Png, false)
+                         .WriteScreenshot(folder.File("x"), each.width, each.height, Pixels, each.format, each.type));
+        EXPECT_THAT(GetCapturedStderr(), HasSubstr(each.why));
+    }
+    EXPECT_EQ(folder.Count(), 0U);
 }
 
 /// Bytes of the picture of one pixel.
@@ -125,16 +113,15 @@ TEST(PixelTransferTest, ChannelsComeFromTheComponentsOfTheFormat)
     EXPECT_THAT(bytes({9}, GL_STENCIL_INDEX), ElementsAre(9, 9, 9, 255));
 }
 
-TEST(PixelTransferTest, PackedTypesAreTakenApart)
+TEST(PixelTransferTest, TypesAreTakenApartAndValuesOutOfRangeCutOff)
 {
     using U16 = std::uint16_t;
     using U32 = std::uint32_t;
-    EXPECT_THAT(Converted<U16>({0xF800}, GL_RGB, GL_UNSIGNED_SHORT_5_6_5), ElementsAre(255, 0, 0, 255));
     EXPECT_THAT(Converted<U16>({0x07E0}, GL_RGB, GL_UNSIGNED_SHORT_5_6_5), ElementsAre(0, 255, 0, 255));
     EXPECT_THAT(Converted<U16>({0x1234}, GL_RGBA, GL_UNSIGNED_SHORT_4_4_4_4), ElementsAre(17, 34, 51, 68));
     EXPECT_THAT(Converted<U16>({0x003F}, GL_RGBA, GL_UNSIGNED_SHORT_5_5_5_1), ElementsAre(0, 0, 255, 255));
     EXPECT_THAT(Converted<U32>({0x400003FF}, GL_RGBA, GL_UNSIGNED_INT_2_10_10_10_REV), ElementsAre(255, 0, 0, 85));
-    // 1.0 in each of the three small floating-point numbers; exponent 15, mantissa 0.
+    // 1.0 in two of the three small floating-point numbers; exponent 15, mantissa 0.
     EXPECT_THAT(Converted<U32>({0x780U << 21 | 0x3C0U << 11}, GL_RGB, GL_UNSIGNED_INT_10F_11F_11F_REV),
                 ElementsAre(0, 255, 255, 255));
     // Red 256 times 2 to the power of 16 - 15 - 9: 1.0.
@@ -142,19 +129,13 @@ TEST(PixelTransferTest, PackedTypesAreTakenApart)
     EXPECT_THAT(Converted<U32>({0xFFFFFF07}, GL_DEPTH_STENCIL, GL_UNSIGNED_INT_24_8), ElementsAre(255, 255, 255, 255));
     EXPECT_THAT(Converted<U32>({std::bit_cast<U32>(0.2f), 7}, GL_DEPTH_STENCIL, GL_FLOAT_32_UNSIGNED_INT_24_8_REV),
                 ElementsAre(51, 51, 51, 255));
-}
-
-TEST(PixelTransferTest, ValuesOutOfRangeAreCutOff)
-{
     EXPECT_THAT(Converted<float>({2.0f, -1.0f, std::nanf(""), 0.2f}, GL_RGBA, GL_FLOAT), ElementsAre(255, 0, 0, 51));
-    EXPECT_THAT(Converted<std::uint16_t>({0x3C00, 0xBC00, 0x7C00, 0x3800}, GL_RGBA, GL_HALF_FLOAT),
+    EXPECT_THAT(Converted<U16>({0x3C00, 0xBC00, 0x7C00, 0x3800}, GL_RGBA, GL_HALF_FLOAT),
                 ElementsAre(255, 0, 255, 128));
     EXPECT_THAT(Converted<std::int8_t>({127, -128, 0, 64}, GL_RGBA, GL_BYTE), ElementsAre(255, 0, 0, 129));
     EXPECT_THAT(Converted<std::int32_t>({-5, 7, 255, 100000}, GL_RGBA_INTEGER, GL_INT), ElementsAre(0, 7, 255, 255));
-    EXPECT_THAT(Converted<std::uint32_t>({0xFFFFFFFF}, GL_DEPTH_COMPONENT, GL_UNSIGNED_INT),
-                ElementsAre(255, 255, 255, 255));
-    EXPECT_THAT(Converted<std::uint16_t>({0x3333}, GL_DEPTH_COMPONENT, GL_UNSIGNED_SHORT),
-                ElementsAre(51, 51, 51, 255));
+    EXPECT_THAT(Converted<U32>({0xFFFFFFFF}, GL_DEPTH_COMPONENT, GL_UNSIGNED_INT), ElementsAre(255, 255, 255, 255));
+    EXPECT_THAT(Converted<U16>({0x3333}, GL_DEPTH_COMPONENT, GL_UNSIGNED_SHORT), ElementsAre(51, 51, 51, 255));
 }
 
 } // namespace

@@ -1,0 +1,323 @@
+#include "Playback/GLResourceTable.h"
+
+#include <array>
+#include <numeric>
+
+#include <EGL/egl.h>
+#include <GLES3/gl32.h>
+#include <gmock/gmock.h>
+
+#include "LogCapture.h"
+
+namespace Playback {
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+using testing::Pointee;
+using testing::UnorderedElementsAre;
+
+using Table = GLResourceTable;
+
+constexpr unsigned int Invalid = 0xFFFFFFFF;
+
+/// Something that is never looked into.
+template <class T = void> T* Handle(std::uintptr_t value)
+{
+    return reinterpret_cast<T*>(value);
+}
+
+/// Contexts 1 and 2 share, 1 being the root, and 2 is current; display 1 is known and selected.
+class GLResourceTableTest : public testing::Test {
+protected:
+    GLResourceTableTest()
+    {
+        table.AddIdEGLDisplay(1, Handle(0x1000));
+        table.GetValueEGLDisplay(1);
+        table.SetSharedContextAssociation(2, 1);
+        UseContext(2);
+        std::iota(captured.begin(), captured.end(), 1);
+    }
+
+    void UseContext(unsigned int context) { table.SetCurrentContext(10, 11, 12, context); }
+    void Map(unsigned int access, unsigned long pointer = 0x1000, unsigned int target = GL_ARRAY_BUFFER)
+    {
+        table.MapBuffer(pointer, target, static_cast<unsigned int>(live.size()), access, live.data());
+    }
+
+    LogCapture log;
+    Table table;
+    /// A mapping of the driver's, and what was written to it when it was recorded.
+    std::array<unsigned char, 8> live{};
+    std::array<unsigned char, 64> captured{};
+};
+
+#define KIND(NAME) &Table::AddIdGL##NAME, &Table::GetValueGL##NAME
+
+TEST_F(GLResourceTableTest, NamesOfEachKindBelongToShareGroupsOrContexts)
+{
+    constexpr struct {
+        void (Table::*add)(unsigned int, unsigned int);
+        unsigned int (Table::*get)(unsigned int) const;
+        bool isShared;
+    } kinds[] = {
+        {KIND(Program), true},      {KIND(Shader), true},
+        {KIND(Buffer), true},       {KIND(Framebuffer), false},
+        {KIND(Renderbuffer), true}, {KIND(Texture), true},
+        {KIND(Sampler), true},      {KIND(Query), false},
+        {KIND(VertexArray), false}, {KIND(TransformFeedback), false},
+        {KIND(Pipeline), true},     {KIND(PerfMonitor), false},
+        {KIND(Counter), false},     {KIND(PerfMonitorGroup), false},
+        {KIND(Semaphore), true},    {KIND(MemoryObject), true},
+    };
+    for (unsigned int i = 0; i < std::size(kinds); ++i) {
+        (table.*kinds[i].add)(5, 100 + i);
+    }
+    EXPECT_THAT(log.Take(), IsEmpty());
+    for (unsigned int i = 0; i < std::size(kinds); ++i) {
+        UseContext(2);
+        EXPECT_EQ((table.*kinds[i].get)(5), 100 + i) << i;
+        UseContext(1);
+        EXPECT_EQ((table.*kinds[i].get)(5), kinds[i].isShared ? 100 + i : 0) << i;
+        UseContext(3);
+        EXPECT_EQ((table.*kinds[i].get)(5), 0u) << i;
+    }
+}
+
+/// Kinds differ in what they are called, and in the key of a missing context.
+TEST_F(GLResourceTableTest, FailuresAreReportedInTheWordsOfTheirKind)
+{
+    table.GetValueGLBuffer(5);
+    table.GetValueGLQuery(5);
+    table.RemoveIdGLBuffer(6);
+    table.RemoveIdGLSemaphore(6);
+    table.GetValueGLVoidPtr(4);
+    const std::string none = " that has no entry in the GL resource table.";
+    EXPECT_THAT(log.Take(), ElementsAre("Attempting to retrieve the value for buffer ID 5 from context 1" + none,
+                                        "Attempting to retrieve the value for query ID 5 from context 2" + none,
+                                        "Attempting to remove buffer ID 6 from context 1, which has no entry in the "
+                                        "GL resource table.",
+                                        "Attempting to remove semaphore ID 6 from a context" + none,
+                                        "Attempting to retrieve the value for void* ID 4 from context 2" + none));
+    table.AddIdGLBuffer(1, 9);
+    table.AddIdGLBuffer(1, 9);
+    table.AddIdGLBuffer(0, 7);
+    table.AddIdGLBuffer(Invalid, 7);
+    EXPECT_EQ(table.GetValueGLBuffer(0) + table.GetValueGLBuffer(Invalid), 0u);
+    EXPECT_EQ(table.GetValueGLTexture(5), 5u) << "it may come from outside the capture";
+    EXPECT_THAT(log.Take(), IsEmpty());
+    table.AddIdGLBuffer(1, 10);
+    table.AddIdGLBuffer(5, 0);
+    EXPECT_EQ(table.GetValueGLBuffer(1), 10u);
+    table.RemoveIdGLBuffer(1);
+    EXPECT_EQ(table.GetValueGLBuffer(1), 0u);
+    table.GetValueGLSemaphore(Invalid);
+    table.RemoveIdGLSemaphore(0);
+    table.AddIdGLVoidPtr(5, nullptr);
+    EXPECT_THAT(log.Take(),
+                ElementsAre("GL resource table overwriting existing ID 1.",
+                            "Rejecting mapping for valid ID 5 to a 0 name",
+                            "Attempting to retrieve the value for ID 1 that was not found in the GL resource table.",
+                            "Ignoring value retrieval from the GL resource table for invalid semaphore ID -1.",
+                            "Ignoring removal request for an invalid semaphore ID from the GL resource table.",
+                            "GL resource table rejected a mapping from valid void* ID 5 to a nullptr."));
+}
+
+TEST_F(GLResourceTableTest, LocationsBelongToKindsAndPrograms)
+{
+    EXPECT_EQ(table.GetValueGLUniformLocation(3, 0), 0);
+    for (const unsigned int program : {4, 3}) {
+        const int base = static_cast<int>(program) * 100;
+        table.AddIdGLAttribLocation(program, 0, base + 1);
+        EXPECT_EQ(table.GetValueGLUniformLocation(program, 0), 0);
+        table.AddIdGLUniformLocation(program, 0, base + 2);
+        table.AddIdGLUniformBlockIndex(program, 0, base + 3);
+    }
+    UseContext(1); // of the same share group
+    for (const unsigned int program : {3, 4, 3}) {
+        const int base = static_cast<int>(program) * 100;
+        EXPECT_EQ(table.GetValueGLAttribLocation(program, 0), base + 1);
+        EXPECT_EQ(table.GetValueGLUniformLocation(program, 0), base + 2);
+        EXPECT_EQ(table.GetValueGLUniformBlockIndex(program, 0), base + 3);
+    }
+    log.Take();
+    EXPECT_EQ(table.GetValueGLAttribLocation(0, 3), 3) << "without a program: nothing to report";
+    EXPECT_EQ(table.GetValueGLUniformLocation(Invalid, 3), 3);
+    EXPECT_EQ(table.GetValueGLUniformBlockIndex(6, 3), 3);
+    for (const int location : {-1, 7}) {
+        table.AddIdGLAttribLocation(5, location, -1);
+        table.AddIdGLUniformBlockIndex(5, location, -1);
+        EXPECT_EQ(table.GetValueGLAttribLocation(5, location), -1);
+    }
+    EXPECT_THAT(log.Take(), ElementsAre("Attempting to retrieve uniform location for invalid program ID -1.",
+                                        "No resource entry for program 6", "Valid attrib location 7 mapped to -1"));
+}
+
+TEST_F(GLResourceTableTest, AThreadNotSeenBeforeHasOpenGLESAndNoContext)
+{
+    // What SetCurrentThread tells about the API and the context.
+    const auto useThread = [&](unsigned int thread) {
+        std::pair changed(true, true);
+        EXPECT_EQ(table.SetCurrentThread(thread, &changed.first, &changed.second), changed.first);
+        return changed;
+    };
+    table.SetCurrentAPI(EGL_OPENGL_API);
+    table.AddIdGLBuffer(5, 9);
+    EXPECT_THAT(useThread(7), Pair(true, true));
+    EXPECT_EQ(table.GetValueGLBuffer(5), 0u);
+    EXPECT_FALSE(table.GetCurrentAPI(nullptr) || table.GetCurrentContextInfo(nullptr, nullptr, nullptr, nullptr));
+    EXPECT_THAT(useThread(7), Pair(false, false));
+    EXPECT_THAT(useThread(0), Pair(true, true));
+    EXPECT_EQ(table.GetValueGLBuffer(5), 9u);
+}
+
+TEST_F(GLResourceTableTest, AGroupIsKnownByItsRootAlsoWhenNamesComeAgain)
+{
+    table.SetSharedContextAssociation(3, 2);
+    table.SetSharedContextAssociation(3, 9); // it is in a group already
+    table.SetSharedContextAssociation(4, 0);
+    EXPECT_EQ(table.GetSharedResourceIndex(3), 1u);
+    EXPECT_EQ(table.GetSharedResourceIndex(4), 4u);
+    table.SetSharedContextAssociation(1, 2); // 1 was destroyed and its name given out again: no circle
+    EXPECT_EQ(table.GetSharedResourceIndex(1), 1u);
+    table.SetSharedContextAssociation(1, 5); // again, now in another group
+    table.SetSharedContextAssociation(6, 2);
+    EXPECT_EQ(table.GetSharedResourceIndex(6), 5u);
+    table.RemoveSharedContextAssociation(2);
+    EXPECT_EQ(table.GetSharedResourceIndex(2), 2u);
+}
+
+TEST_F(GLResourceTableTest, DestroyingAContextDropsWhatIsItsOwnAtOnce)
+{
+    table.AddIdGLBuffer(5, 9);
+    table.AddIdGLFramebuffer(5, 8);
+    table.AddIdGLUniformLocation(3, 4, 40);
+    table.SetCurrentProgram(20);
+    table.RemoveContextInfo(1); // the root, with the names of the group
+    EXPECT_EQ(table.GetValueGLBuffer(5), 0u);
+    EXPECT_EQ(table.GetValueGLUniformLocation(3, 4), 4);
+    EXPECT_EQ(table.GetValueGLFramebuffer(5), 8u);
+    UseContext(3);
+    EXPECT_EQ(table.GetCurrentProgram(), 0u);
+    UseContext(2);
+    EXPECT_EQ(table.GetCurrentProgram(), 20u);
+    table.RemoveContextInfo(2);
+    EXPECT_FALSE(table.GetCurrentContextInfo(nullptr, nullptr, nullptr, nullptr));
+    // New contexts under the same names start empty.
+    UseContext(2);
+    EXPECT_EQ(table.GetValueGLFramebuffer(5) + table.GetCurrentProgram(), 0u);
+}
+
+TEST_F(GLResourceTableTest, FlushAndUnmapBringTheCapturedBytes)
+{
+    Map(GL_MAP_WRITE_BIT | GL_MAP_FLUSH_EXPLICIT_BIT, 0x123456789A);
+    Map(GL_MAP_WRITE_BIT, 0x2000, GL_PIXEL_UNPACK_BUFFER);
+    EXPECT_EQ(table.GetMappedBufferId(GL_ARRAY_BUFFER), 0x123456789Au);
+    table.FlushMappedBufferRange(GL_ARRAY_BUFFER, 4, 2, captured.data());
+    table.FlushMappedBufferRange(GL_ARRAY_BUFFER, 4, 2, nullptr);
+    EXPECT_THAT(live, ElementsAre(0, 0, 0, 0, 1, 2, 0, 0));
+    UseContext(1);
+    table.UnmapBuffer(GL_ARRAY_BUFFER, 3, captured.data());
+    UseContext(2);
+    table.UnmapBuffer(GL_ARRAY_BUFFER, 3, captured.data());
+    EXPECT_THAT(live, ElementsAre(1, 2, 3, 0, 1, 2, 0, 0));
+    EXPECT_EQ(table.GetMappedBufferId(GL_PIXEL_UNPACK_BUFFER), 0x2000u);
+    EXPECT_THAT(log.Take(), ElementsAre("Unmap buffer: no buffer found for id 8894")) << "of the other context";
+}
+
+TEST_F(GLResourceTableTest, NothingIsCopiedToAMappingForReadingOrNone)
+{
+    Map(GL_MAP_WRITE_BIT);
+    Map(GL_MAP_READ_BIT);
+    EXPECT_EQ(table.GetMappedBufferId(GL_ARRAY_BUFFER), 0u);
+    table.FlushMappedBufferRange(GL_ARRAY_BUFFER, 0, 4, captured.data());
+    table.UnmapBuffer(GL_ARRAY_BUFFER, 4, captured.data());
+    EXPECT_THAT(log.Take(), ElementsAre("Mapped buffer lookup failure: no buffer found for id 8894",
+                                        "Flush mapped buffer range failure: no buffer found for id 8894",
+                                        "Unmap buffer: no buffer found for id 8894"));
+    table.MapBuffer(1, GL_ARRAY_BUFFER, 16, GL_MAP_WRITE_BIT, nullptr); // the driver refused
+    table.FlushMappedBufferRange(GL_ARRAY_BUFFER, 0, 4, captured.data());
+    table.UnmapBuffer(GL_ARRAY_BUFFER, 4, captured.data());
+    EXPECT_THAT(live, Each(0));
+    EXPECT_THAT(log.Take(), IsEmpty());
+}
+
+TEST_F(GLResourceTableTest, EGLHandlesBelongToKindsAndToTheDisplayTranslatedLast)
+{
+    table.AddIdEGLDisplay(2, Handle(0x2000));
+    for (const unsigned int display : {1, 2}) {
+        const std::uintptr_t base = display * 0x10;
+        table.GetValueEGLDisplay(display);
+        table.AddIdEGLConfig(3, Handle(base + 1));
+        table.AddIdEGLContext(3, Handle(base + 2));
+        table.AddIdEGLImage(3, Handle(base + 3));
+        table.AddIdEGLSync(3, Handle(base + 4));
+        table.AddIdEGLSurface(3, Handle<EGLProxySurface>(base + 5));
+    }
+    table.AddIdEGLVoidPtr(3, Handle(0x99));
+    for (const unsigned int display : {1, 2}) {
+        const std::uintptr_t base = display * 0x10;
+        EXPECT_EQ(table.GetValueEGLDisplay(display), Handle(display * 0x1000));
+        EXPECT_EQ(table.GetValueEGLConfig(3), Handle(base + 1));
+        EXPECT_EQ(table.GetValueEGLContext(3), Handle(base + 2));
+        EXPECT_EQ(table.GetValueEGLImage(3), Handle(base + 3));
+        EXPECT_EQ(table.GetValueEGLSync(3), Handle(base + 4));
+        EXPECT_EQ(table.GetValueEGLSurface(3), Handle<EGLProxySurface>(base + 5));
+        EXPECT_EQ(table.GetValueEGLVoidPtr(3), Handle(0x99));
+    }
+    EXPECT_THAT(log.Take(), IsEmpty());
+}
+
+TEST_F(GLResourceTableTest, EGLHandlesThatAreNotKnownAreReported)
+{
+    table.AddIdEGLSync(4, nullptr);
+    table.AddIdEGLSync(0, Handle(0x30));
+    table.AddIdEGLSync(3, Handle(0x30));
+    EXPECT_EQ(table.GetValueEGLSync(0), nullptr);
+    table.AddIdEGLSync(3, Handle(0x31));
+    EXPECT_EQ(table.GetValueEGLSync(3), Handle(0x31));
+    EXPECT_EQ(table.GetValueEGLSurface(4), nullptr);
+    table.RemoveIdEGLSync(3);
+    table.RemoveIdEGLSync(3);
+    // A display keeps its handles when its live display changes.
+    table.AddIdEGLContext(3, Handle(0x30));
+    table.AddIdEGLDisplay(1, nullptr);
+    table.AddIdEGLDisplay(1, Handle(0x1001));
+    EXPECT_EQ(table.GetValueEGLDisplay(1), Handle(0x1001));
+    EXPECT_EQ(table.GetValueEGLContext(3), Handle(0x30));
+    // One that is not known is selected all the same.
+    EXPECT_EQ(table.GetValueEGLDisplay(0), nullptr);
+    EXPECT_EQ(table.GetValueEGLConfig(5), nullptr);
+    EXPECT_EQ(table.GetValueEGLDisplay(Invalid), nullptr);
+    EXPECT_THAT(log.Take(),
+                ElementsAre("EGL resource table overwriting existing EGLSync ID 3.",
+                            "Attempting to retrieve the value for EGLProxySurface* ID 4 that was not found in the EGL "
+                            "resource table.",
+                            "Attempting to remove EGLSync ID 3 that was not found in the EGL resource table.",
+                            "EGL resource table rejected a mapping from valid EGLDisplay ID 1 to a nullptr.",
+                            "EGL resource table overwriting existing EGLDisplay ID 1.",
+                            "Failed to retrieve EGL resource for EGLDisplay id 0",
+                            "Ignoring value retrieval from the EGL resource table for invalid EGLDisplay ID -1."));
+}
+
+TEST_F(GLResourceTableTest, TheFirstValueOfAnAttributeStays)
+{
+    const int first[] = {EGL_RED_SIZE, 8, EGL_NONE};
+    const int second[] = {EGL_RED_SIZE, 5, EGL_BLUE_SIZE, 6, EGL_NONE, 1, 1};
+    table.AddEGLConfigAttribs(7, first);
+    table.AddEGLConfigAttribs(7, first);
+    table.AddEGLConfigAttribs(7, second);
+    table.AddEGLSurfaceAttribs(7, second);
+    table.AddEGLConfigAttribs(0, first);
+    EXPECT_THAT(table.GetEGLConfigAttribs(7),
+                Pointee(UnorderedElementsAre(Pair(EGL_RED_SIZE, 8), Pair(EGL_BLUE_SIZE, 6))));
+    EXPECT_THAT(table.GetEGLSurfaceAttribs(7),
+                Pointee(UnorderedElementsAre(Pair(EGL_RED_SIZE, 5), Pair(EGL_BLUE_SIZE, 6))));
+    EXPECT_THAT(log.Take(), ElementsAre("Overwriting existing EGLConfig 7 attribute 12324: 5",
+                                        "Ignoring metadata attributes for EGLConfig 0 due to invalid ID or no data"));
+}
+
+} // namespace
+} // namespace Playback
