@@ -36,17 +36,6 @@ TEST_F(EGLPlaybackAdapterTest, TheDisplayComesFromTheWindowAndIsInitialisedOnce)
     EXPECT_THAT(Calls(), ElementsAre("eglGetDisplay(0) = 11"));
 }
 
-TEST_F(EGLPlaybackAdapterTest, ShutdownReleasesAndTerminates)
-{
-    Initialize();
-    MakeContext(3);
-    Forget();
-    adapter.reset();
-    EXPECT_THAT(Calls(), ElementsAre("eglDestroyContext(11, 501) = 1", "eglMakeCurrent(11, 0, 0, 0) = 1",
-                                     "eglTerminate(11) = 1"));
-    EXPECT_EQ(Core::KHRLayer::playbackEGLProcTable.eglMakeCurrent, nullptr);
-}
-
 TEST_F(EGLPlaybackAdapterTest, ContextsAreMadeForVersion2AtLeast)
 {
     const std::string promoted = "Promoting OpenGL ES 1.1 context to 2.0";
@@ -175,61 +164,19 @@ public:
     MOCK_METHOD(void, TakeScreenshot, (const std::string& name, unsigned int bufferMask), (override));
 };
 
-class EGLSwapTest : public EGLReplay {
-protected:
-    EGLSwapTest()
-    {
-        Initialize();
-        MakeContext(3);
-        MakeWindowSurface(7);
-        adapter->Process_eglMakeCurrent(1, 1, 7, 7, 3);
-        adapter->SetScreenshotHandler(&screenshots);
-        Forget();
-    }
-    void Swap(int times = 1)
-    {
-        for (int i = 0; i < times; ++i) {
-            adapter->Process_eglSwapBuffers(1, 1, 7);
-        }
-    }
-
+TEST_F(EGLPlaybackAdapterTest, ScreenshotsLeaveTheBoundFramebuffersAndCountersStartAgain)
+{
     testing::NiceMock<StubScreenshots> screenshots;
-};
-
-TEST_F(EGLSwapTest, ScreenshotsComeAtTheIntervalAndInTheRange)
-{
-    settings.m_screenshotPath = "out/cube_";
-    settings.m_screenshotInterval = 3;
-    settings.m_screenshotStartFrame = 4;
-    settings.m_screenshotEndFrame = 5;
-    screenshots.m_draw = 12;
-    for (const char* name : {"out/cube_frame3", "out/cube_frame4", "out/cube_frame5", "out/cube_frame6"}) {
-        EXPECT_CALL(screenshots, TakeScreenshot(name, GL_COLOR_BUFFER_BIT));
-    }
-    Swap(7);
-    EXPECT_EQ(screenshots.m_draw, 0u);
-    // Depth and stencil too in the frame of the screenshots of draws, but for ones that begin later.
-    settings.m_perDrawScreenshotFrame = 9;
+    Initialize();
+    MakeContext(3);
+    MakeWindowSurface(7);
+    adapter->Process_eglMakeCurrent(1, 1, 7, 7, 3);
+    adapter->SetScreenshotHandler(&screenshots);
+    settings.m_screenshotStartFrame = 1;
+    settings.m_screenshotEndFrame = 3;
+    // Depth and stencil too, in the frame of the screenshots of draws.
+    settings.m_perDrawScreenshotFrame = 3;
     settings.m_perDrawScreenshotLastDraw = 9;
-    EXPECT_CALL(screenshots, TakeScreenshot("out/cube_frame9", GL_COLOR_BUFFER_BIT));
-    EXPECT_CALL(screenshots, TakeScreenshot("out/cube_frame9", GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT));
-    Swap(2);
-    settings.m_perDrawScreenshotFrame = 12;
-    settings.m_perDrawScreenshotFirstDraw = 1;
-    EXPECT_CALL(screenshots, TakeScreenshot("out/cube_frame12", GL_COLOR_BUFFER_BIT));
-    Swap(3);
-    // Frames are counted where nothing is swapped.
-    settings.m_screenshotInterval = 0;
-    settings.m_swapFbo = 1;
-    Forget();
-    Swap();
-    EXPECT_THAT(Calls(), testing::IsEmpty());
-    EXPECT_EQ(screenshots.m_frame, 13u);
-}
-
-TEST_F(EGLSwapTest, ScreenshotLeavesTheBoundFramebuffers)
-{
-    settings.m_screenshotInterval = 1;
     const std::string none = "glBindFramebuffer(GL_FRAMEBUFFER, 0)";
     const struct {
         GLint draw, read;
@@ -238,17 +185,26 @@ TEST_F(EGLSwapTest, ScreenshotLeavesTheBoundFramebuffers)
         {0, 0, {}},
         {5, 5, {none, "glBindFramebuffer(GL_FRAMEBUFFER, 5)"}},
         {5, 6, {none, "glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 5)", "glBindFramebuffer(GL_READ_FRAMEBUFFER, 6)"}}};
+    EXPECT_CALL(screenshots, TakeScreenshot(_, GL_COLOR_BUFFER_BIT)).Times(3);
+    EXPECT_CALL(screenshots, TakeScreenshot("frame3", GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT));
     for (const auto& bound : cases) {
         driver.Answer("glGetIntegerv", [&](const Fake::Arguments& args) {
             *args.Get<GLint*>(1) = args.Get<GLenum>(0) == GL_DRAW_FRAMEBUFFER_BINDING ? bound.draw : bound.read;
             return Fake::Word{0};
         });
         Forget();
-        Swap();
+        screenshots.m_draw = 12;
+        adapter->Process_eglSwapBuffers(1, 1, 7);
+        EXPECT_EQ(screenshots.m_draw, 0u);
         auto calls = driver.Log();
         std::erase_if(calls, [](const std::string& call) { return !call.starts_with("glBindFramebuffer"); });
         EXPECT_EQ(calls, bound.binds) << bound.draw << " and " << bound.read;
     }
+    settings.m_swapFbo = 1;
+    Forget();
+    adapter->Process_eglSwapBuffers(1, 1, 7);
+    EXPECT_THAT(Calls(), testing::IsEmpty());
+    EXPECT_EQ(screenshots.m_frame, 4u) << "frames are counted where nothing is swapped";
 }
 
 } // namespace

@@ -7,14 +7,12 @@
 #include "Playback/EGLOffscreenSurfaceFactory.h"
 #include "Playback/EGLPbufferSurfaceFactory.h"
 #include "Playback/EGLProxySurface.h"
-#include "Playback/EGLSingleSurfaceFactory.h"
 
 namespace Playback {
 namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::StartsWith;
 
 /// Factories by themselves, with display 11 and config 21.
@@ -25,42 +23,13 @@ protected:
     void* const display = Handle(11);
     void* const config = Handle(21);
     void* const context = Handle(31);
-};
-
-TEST_F(EGLSurfaceFactoryTest, WindowSurfacesOfADisplayCanBeOne)
-{
-    EGLSingleSurfaceFactory single;
-    auto* first = single.CreateWindowSurface(display, config, Handle(StubWindow::Window), nullptr);
-    Forget();
-    EXPECT_EQ(single.CreateWindowSurface64(display, config, Handle(StubWindow::Window), nullptr), first);
-    EXPECT_THAT(Calls(), IsEmpty());
-    EXPECT_THAT(log.Take(), ElementsAre("Skipping window surface creation due to single surface override."));
-    EXPECT_NE(single.CreateWindowSurface(Handle(12), config, Handle(StubWindow::Window), nullptr), first);
-    auto* pbuffer = single.CreatePbufferSurface(display, config, nullptr);
-    Forget();
-    EXPECT_EQ(single.DestroySurface(display, first), 1u);
-    EXPECT_EQ(single.DestroySurface(display, pbuffer), 1u);
-    EXPECT_EQ(single.DestroySurface(display, nullptr), 0u);
-    single.Terminate(display);
-    single.Terminate(display);
-    EXPECT_THAT(Calls(), ElementsAre("eglDestroySurface(11, 503) = 1", "eglDestroySurface(11, 501) = 1"));
-    single.CreateWindowSurface(display, config, Handle(StubWindow::Window), nullptr);
-    EXPECT_THAT(Calls(), Contains(StartsWith("eglCreateWindowSurface")));
-}
-
-class EGLPbufferSurfaceTest : public EGLSurfaceFactoryTest {
-protected:
-    EGLProxySurface* Window(const int* attribs = nullptr)
-    {
-        return pbuffers.CreateWindowSurface(display, config, Handle(StubWindow::Window), attribs);
-    }
     EGLPbufferSurfaceFactory pbuffers;
 };
 
-TEST_F(EGLPbufferSurfaceTest, IsMadeAtMakeCurrentAndAnewForAnotherSize)
+TEST_F(EGLSurfaceFactoryTest, APbufferIsMadeAtMakeCurrentAndAnewForAnotherSize)
 {
     const int attribs[] = {EGL_RENDER_BUFFER, EGL_BACK_BUFFER, EGL_GL_COLORSPACE, EGL_GL_COLORSPACE_SRGB, EGL_NONE};
-    auto* surface = Window(attribs);
+    auto* surface = pbuffers.CreateWindowSurface(display, config, Handle(StubWindow::Window), attribs);
     EXPECT_EQ(surface->GetOriginalType(), EGLProxySurface::OriginalWindow);
     EXPECT_EQ(surface->SurfaceAttrib(display, EGL_SWAP_BEHAVIOR, EGL_BUFFER_PRESERVED), 1u);
     surface->SetSize(320, 200);
@@ -90,7 +59,7 @@ TEST_F(EGLPbufferSurfaceTest, IsMadeAtMakeCurrentAndAnewForAnotherSize)
     EXPECT_THAT(calls.back(), "eglMakeCurrent(11, 502, 502, 31) = 1");
 }
 
-TEST_F(EGLPbufferSurfaceTest, ConfigIsReplacedOnceForSurfacesAndContextsWhereItDoesNotServe)
+TEST_F(EGLSurfaceFactoryTest, ConfigIsReplacedOnceForSurfacesAndContextsWhereItDoesNotServe)
 {
     pbuffers.CreateContext(display, config, nullptr, nullptr); // the fake driver's configs have pbuffers
     EXPECT_THAT(Calls(), Contains("eglCreateContext(11, 21, 0, null) = 501"));

@@ -44,22 +44,6 @@ TEST_F(PlaybackSettingsTest, ASizeImpliesAWindowUnlessTheModeWasChosen)
     EXPECT_EQ(second.m_windowHeight, 480);
 }
 
-TEST_F(PlaybackSettingsTest, PauseFrameBeatsPaused)
-{
-    Load({"-paused"}, {{"-pauseframe", "7"}});
-    EXPECT_EQ(settings.m_pauseFrame, 7);
-    Load({"-paused"});
-    EXPECT_EQ(settings.m_pauseFrame, 1);
-}
-
-TEST_F(PlaybackSettingsTest, ExtractTexturesCountsOnlyWithAValue)
-{
-    Load({"-extracttextures"});
-    EXPECT_FALSE(settings.m_extractTextures);
-    Load({}, {{"-extracttextures", ""}});
-    EXPECT_TRUE(settings.m_extractTextures);
-}
-
 TEST_F(PlaybackSettingsTest, ScreenshotsSelectFramesOrDraws)
 {
     struct Selection {
