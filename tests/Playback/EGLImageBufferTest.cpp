@@ -141,19 +141,12 @@ TEST_F(EGLImageBufferTest, ContentsThatDoNotFitAreRefusedWhole)
 
 TEST_F(EGLImageBufferTest, FormatsHaveTheirCounterparts)
 {
+    // The ends of the ranges.
     const struct {
         unsigned int code, gralloc, tavo;
-    } expected[] = {{0, 0x1, 0x31C0},
-                    {34, 0, 0x31CC},
-                    {40, 0x33, 0},
-                    {568, 0x93B0, 0x33E2},
-                    {581, 0x93BD, 0x33EF},
-                    {582, 0x93D0, 0x3400},
-                    {595, 0x93DD, 0x340D},
-                    {596, 0, 0},
-                    {654, 0x7FA30C09, 0x340E},
-                    {664, 0, 0x3417},
-                    {665, 0, 0}};
+    } expected[] = {{0, 0x1, 0x31C0},          {34, 0, 0x31CC},       {40, 0x33, 0},
+                    {568, 0x93B0, 0x33E2},     {595, 0x93DD, 0x340D}, {596, 0, 0},
+                    {654, 0x7FA30C09, 0x340E}, {664, 0, 0x3417},      {665, 0, 0}};
     for (const auto& format : expected) {
         EXPECT_EQ(EGLImageBuffer::GetGrallocFormat(format.code), format.gralloc) << format.code;
         EXPECT_EQ(EGLImageBuffer::GetTavoImageFormat(format.code), format.tavo) << format.code;

@@ -202,54 +202,37 @@ TEST_F(GLResourceTableTest, NothingIsCopiedToAMappingForReadingOrNone)
     EXPECT_THAT(log.Take(), IsEmpty());
 }
 
-TEST_F(GLResourceTableTest, EGLHandlesBelongToKindsAndToTheDisplayTranslatedLast)
+TEST_F(GLResourceTableTest, EGLHandlesBelongToTheDisplayTranslatedLast)
 {
     table.AddIdEGLDisplay(2, Handle(0x2000));
     for (const unsigned int display : {1, 2}) {
-        const std::uintptr_t base = display * 0x10;
         table.GetValueEGLDisplay(display);
-        table.AddIdEGLConfig(3, Handle(base + 1));
-        table.AddIdEGLContext(3, Handle(base + 2));
-        table.AddIdEGLImage(3, Handle(base + 3));
-        table.AddIdEGLSync(3, Handle(base + 4));
-        table.AddIdEGLSurface(3, Handle<EGLProxySurface>(base + 5));
+        table.AddIdEGLConfig(3, Handle(display * 0x10));
     }
-    table.AddIdEGLVoidPtr(3, Handle(0x99));
-    for (const unsigned int display : {1, 2}) {
-        const std::uintptr_t base = display * 0x10;
-        EXPECT_EQ(table.GetValueEGLDisplay(display), Handle(display * 0x1000));
-        EXPECT_EQ(table.GetValueEGLConfig(3), Handle(base + 1));
-        EXPECT_EQ(table.GetValueEGLContext(3), Handle(base + 2));
-        EXPECT_EQ(table.GetValueEGLImage(3), Handle(base + 3));
-        EXPECT_EQ(table.GetValueEGLSync(3), Handle(base + 4));
-        EXPECT_EQ(table.GetValueEGLSurface(3), Handle<EGLProxySurface>(base + 5));
-        EXPECT_EQ(table.GetValueEGLVoidPtr(3), Handle(0x99));
-    }
-    EXPECT_THAT(log.Take(), IsEmpty());
-}
-
-TEST_F(GLResourceTableTest, EGLHandlesThatAreNotKnownAreReported)
-{
     table.AddIdEGLSync(4, nullptr);
     table.AddIdEGLSync(0, Handle(0x30));
-    table.AddIdEGLSync(3, Handle(0x30));
-    EXPECT_EQ(table.GetValueEGLSync(0), nullptr);
-    table.AddIdEGLSync(3, Handle(0x31));
-    EXPECT_EQ(table.GetValueEGLSync(3), Handle(0x31));
+    for (const unsigned int display : {1, 2}) {
+        EXPECT_EQ(table.GetValueEGLDisplay(display), Handle(display * 0x1000));
+        EXPECT_EQ(table.GetValueEGLConfig(3), Handle(display * 0x10));
+        EXPECT_EQ(table.GetValueEGLSync(0), nullptr);
+    }
+    EXPECT_THAT(log.Take(), IsEmpty());
+    table.AddIdEGLConfig(3, Handle(0x31));
+    EXPECT_EQ(table.GetValueEGLConfig(3), Handle(0x31));
     EXPECT_EQ(table.GetValueEGLSurface(4), nullptr);
     // A display keeps its handles when its live display changes; one that is not known is selected all the same.
-    table.AddIdEGLDisplay(1, nullptr);
-    table.AddIdEGLDisplay(1, Handle(0x1001));
-    EXPECT_EQ(table.GetValueEGLDisplay(1), Handle(0x1001));
-    EXPECT_EQ(table.GetValueEGLSync(3), Handle(0x31));
+    table.AddIdEGLDisplay(2, nullptr);
+    table.AddIdEGLDisplay(2, Handle(0x2001));
+    EXPECT_EQ(table.GetValueEGLDisplay(2), Handle(0x2001));
+    EXPECT_EQ(table.GetValueEGLConfig(3), Handle(0x31));
     EXPECT_EQ(table.GetValueEGLDisplay(0), nullptr);
-    EXPECT_EQ(table.GetValueEGLConfig(5), nullptr);
+    EXPECT_EQ(table.GetValueEGLConfig(3), nullptr);
     EXPECT_THAT(log.Take(),
-                ElementsAre("EGL resource table overwriting existing EGLSync ID 3.",
+                ElementsAre("EGL resource table overwriting existing EGLConfig ID 3.",
                             "Attempting to retrieve the value for EGLProxySurface* ID 4 that was not found in the EGL "
                             "resource table.",
-                            "EGL resource table rejected a mapping from valid EGLDisplay ID 1 to a nullptr.",
-                            "EGL resource table overwriting existing EGLDisplay ID 1.",
+                            "EGL resource table rejected a mapping from valid EGLDisplay ID 2 to a nullptr.",
+                            "EGL resource table overwriting existing EGLDisplay ID 2.",
                             "Failed to retrieve EGL resource for EGLDisplay id 0"));
 }
 

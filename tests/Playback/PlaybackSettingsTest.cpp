@@ -28,22 +28,6 @@ protected:
     std::string console;
 };
 
-TEST_F(PlaybackSettingsTest, ASizeImpliesAWindowUnlessTheModeWasChosen)
-{
-    Load({"-fullscreen"}, {{"-width", "640"}});
-    EXPECT_TRUE(settings.m_fullscreen);
-    EXPECT_EQ(settings.m_windowWidth, 640);
-
-    PlaybackEnvironment second;
-    second.m_fullscreen = true;
-    second.LoadSettings({{}, {{"-height", "480"}}, {}}, "x");
-    EXPECT_FALSE(second.m_fullscreen);
-    EXPECT_TRUE(second.m_windowModeSet);
-    EXPECT_TRUE(second.m_windowSizeSet);
-    EXPECT_EQ(second.m_windowWidth, 0);
-    EXPECT_EQ(second.m_windowHeight, 480);
-}
-
 TEST_F(PlaybackSettingsTest, ScreenshotsSelectFramesOrDraws)
 {
     struct Selection {

@@ -37,12 +37,6 @@ protected:
         EXPECT_NE(source, nullptr) << openError;
         return source;
     }
-    CaptureSummary Summary()
-    {
-        const auto source = OpenSource();
-        Diagnostics diagnostics(path, nullptr);
-        return Summarize(*source, diagnostics);
-    }
 };
 
 TEST_F(CaptureSummaryTest, SaysWhatIsInACapture)
@@ -63,7 +57,8 @@ TEST_F(CaptureSummaryTest, SaysWhatIsInACapture)
     Call(CallId::glClear, 0x4000);
     writer->Note("glNewThing", 5);
 
-    const CaptureSummary summary = Summary();
+    Diagnostics diagnostics(path, nullptr);
+    const CaptureSummary summary = Summarize(*OpenSource(), diagnostics);
     const nlohmann::json json = nlohmann::json::parse(ToJson(summary, nullptr));
     EXPECT_TRUE(json["complete"]);
     EXPECT_EQ(json["frames"], 1);

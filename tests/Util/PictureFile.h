@@ -62,23 +62,26 @@ inline Picture ReadBmp(const std::string& path)
 {
     const std::string bytes = FileBytes(path);
     EXPECT_EQ(bytes.substr(0, 2), "BM");
-    EXPECT_EQ(Word(bytes, 2), bytes.size());
-    EXPECT_EQ(Word(bytes, 14), 108U) << "header version 4";
-    EXPECT_EQ(Word(bytes, 26), 1U | 32U << 16) << "planes and bits";
-    EXPECT_EQ(Word(bytes, 30), 3U) << "bit fields";
-    EXPECT_EQ(Word(bytes, 10) + Word(bytes, 34), bytes.size());
-    return FromMasked(bytes, Word(bytes, 10), 54, Word(bytes, 18), Word(bytes, 22), true);
+    const std::uint32_t pixels = Word(bytes, 10);
+    // Sizes of the file and of its pixels, header version 4, planes and bits, bit fields.
+    for (const auto& [at, value] : {std::pair<std::size_t, std::size_t>{2, bytes.size()},
+                                    {34, bytes.size() - pixels},
+                                    {14, 108},
+                                    {26, 1 | 32 << 16},
+                                    {30, 3}})
+        EXPECT_EQ(Word(bytes, at), value) << at;
+    return FromMasked(bytes, pixels, 54, Word(bytes, 18), Word(bytes, 22), true);
 }
 
 inline Picture ReadDds(const std::string& path)
 {
     const std::string bytes = FileBytes(path);
     EXPECT_EQ(bytes.substr(0, 4), "DDS ");
-    EXPECT_EQ(Word(bytes, 4), 124U);
-    EXPECT_EQ(Word(bytes, 76), 32U);
     const std::uint32_t width = Word(bytes, 16);
     const std::uint32_t height = Word(bytes, 12);
-    EXPECT_EQ(Word(bytes, 20), width * 4) << "pitch";
+    // Sizes of both headers, and of a row.
+    for (const auto& [at, value] : {std::pair<std::size_t, std::size_t>{4, 124}, {76, 32}, {20, width * 4}})
+        EXPECT_EQ(Word(bytes, at), value) << at;
     EXPECT_EQ(bytes.size(), 128U + std::size_t{width} * height * 4);
     return FromMasked(bytes, 128, 92, width, height, false);
 }

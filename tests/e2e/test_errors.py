@@ -7,22 +7,13 @@ from harness import INFO, NO_DRIVER, PLAYBACK, RECORD, SAMPLE, UNREADABLE, USAGE
 
 
 class Usage(EndToEndTest):
-    def test_unknown_option(self):
-        self.assertMentions(self.run_program(PLAYBACK, "-bogus", SAMPLE, status=USAGE), "-bogus")
-        self.assertMentions(self.run_program(RECORD, "--bogus", "--", "true", status=USAGE), "--bogus")
-        self.assertMentions(self.run_program(INFO, "--bogus", SAMPLE, status=USAGE), "--bogus")
-
-    def test_missing_value(self):
-        self.assertMentions(self.run_program(PLAYBACK, SAMPLE, "-width", status=USAGE), "-width")
-        self.assertMentions(self.run_program(RECORD, "-o", status=USAGE), "-o")
-
-    def test_no_file(self):
-        self.run_program(PLAYBACK, status=USAGE)
-        self.run_program(INFO, status=USAGE)
-        self.run_program(RECORD, "--hash", status=USAGE)
-
-    def test_config_value_that_is_too_short(self):
-        self.assertMentions(self.run_program(PLAYBACK, "-config", "C32", SAMPLE, status=USAGE), "-config")
+    def test_wrong_command_lines(self):
+        for program, *arguments, named in ((PLAYBACK, "-bogus", SAMPLE, "-bogus"), (INFO, "--bogus", SAMPLE, "--bogus"),
+                                           (RECORD, "--bogus", "--", "true", "--bogus"), (RECORD, "-o", "-o"),
+                                           (PLAYBACK, SAMPLE, "-width", "-width"), (PLAYBACK, "capture file"), (INFO, ""),
+                                           (RECORD, "--hash", ""), (PLAYBACK, "-config", "C32", SAMPLE, "-config")):
+            with self.subTest([program, *arguments]):
+                self.assertMentions(self.run_program(program, *arguments, status=USAGE), named)
 
     def test_help_and_version_go_to_stdout(self):
         for program, dashes in ((PLAYBACK, "-"), (RECORD, "--"), (INFO, "--")):
@@ -31,24 +22,14 @@ class Usage(EndToEndTest):
 
 
 class Unreadable(EndToEndTest):
-    def check(self, name):
-        for program in ([PLAYBACK, "-headless"], [INFO]):
-            self.assertMentions(self.run_program(*program, name, status=UNREADABLE), name)
-
-    def test_missing_file(self):
-        self.check("missing.glcap")
-
-    def test_folder(self):
+    def test_what_is_no_capture(self):
         (self.dir / "folder").mkdir()
-        self.check("folder")
-
-    def test_empty_file(self):
         (self.dir / "empty.glcap").touch()
-        self.check("empty.glcap")
-
-    def test_random_bytes(self):
         (self.dir / "random.glcap").write_bytes(random.Random(1).randbytes(100000))
-        self.check("random.glcap")
+        for name in "missing.glcap", "folder", "empty.glcap", "random.glcap":
+            for program in ([PLAYBACK, "-headless"], [INFO]):
+                with self.subTest([program[0], name]):
+                    self.assertMentions(self.run_program(*program, name, status=UNREADABLE), name)
 
 
 class NoDriver(EndToEndTest):

@@ -49,8 +49,13 @@ class Ends(EndToEndTest):
 
 
 class Windows(EndToEndTest):
-    def old_shell(self, shell, role):
+    def test_old_shells(self):
         capture = self.record(SPINNING, "--frames", "12", "--resize", "6")
+        for shell, role in ("wl_shell", "wl_shell_surface"), ("xdg_shell", "xdg_surface"):
+            with self.subTest(shell):
+                self.check_shell(capture, shell, role)
+
+    def check_shell(self, capture, shell, role):
         result = self.run_program(OLD_COMPOSITOR, shell, "shown.raw", PLAYBACK, "-verify", "-screenshots", "12",
                                   "-screenshotdir", "out", "-screenshotformat", "png", capture,
                                   XDG_RUNTIME_DIR=str(self.dir))
@@ -64,12 +69,6 @@ class Windows(EndToEndTest):
         shown = (self.dir / "shown.raw").read_bytes()
         for channel in range(3):
             self.assertTrue(shown[2 - channel::4] == expected[channel::4], "the window shows another picture")
-
-    def test_wl_shell(self):
-        self.old_shell("wl_shell", "wl_shell_surface")
-
-    def test_xdg_shell_v5(self):
-        self.old_shell("xdg_shell", "xdg_surface")
 
     def test_given_width_holds(self):
         capture = self.record(SPINNING, "--frames", "4", "--resize", "2")

@@ -199,6 +199,7 @@ class Textures(EndToEndTest):
         calls = self.info(capture)["calls"]
         self.assertGreaterEqual(len(uploads), sum(count for name, count in calls.items()
                                                   if re.fullmatch(r"gl(Compressed)?Tex(Sub)?Image[23]D", name)))
+        self.assertEqual({name.split("_")[0] for name in uploads}, {f"frame{i}" for i in range(1, 9)})
         # A picture, a part of one, and compressed blocks, which no picture holds.
         self.assertEqual(read_png(uploads["frame3_texture6_level0_layer0.png"])[:2], (16, 16))
         self.assertIn("frame3_texture6_level2_layer0_at1x1.png", uploads)
