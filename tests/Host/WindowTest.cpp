@@ -98,48 +98,28 @@ TEST_F(WindowTest, AFrameIsAwaitedUntilTheCompositorHasShownIt)
     EXPECT_GE(time([&] { m_window->WaitForFrame(patience); }), patience);
 }
 
-/// Windows by surface, with the engine's calls.
-class WindowsTest : public testing::Test {
-protected:
-    WindowsTest()
-        : m_connection(Host::WaylandConnection::Open(m_why)), m_windows(*m_connection, {"test", {}, {}, false})
-    {
-        EXPECT_TRUE(m_windows.Open());
-    }
-
-    std::string m_why;
-    std::unique_ptr<Host::WaylandConnection> m_connection;
-    Host::ReplayWindows m_windows;
-};
-
-TEST_F(WindowsTest, EachSurfaceHasAWindowAndTheFirstOneIsThereFromTheStart)
+TEST(WindowsTest, EachSurfaceHasAWindowAndTheLastOneStaysForTheNext)
 {
-    Playback::Window* first = m_windows.GetActiveWindow();
-    ASSERT_NE(first, nullptr);
-    EXPECT_EQ(m_windows.GetWindow(3), nullptr);
-    m_windows.AddWindow(3);
-    m_windows.AddWindow(5);
-    EXPECT_EQ(m_windows.GetWindow(3), first);
-    EXPECT_THAT(m_windows.GetWindow(5), testing::AllOf(testing::NotNull(), testing::Ne(first)));
-    m_windows.ActivateWindow(5);
-    EXPECT_EQ(m_windows.GetActiveWindow(), m_windows.GetWindow(5));
-    m_windows.ActivateWindow(77);
-    EXPECT_EQ(m_windows.GetActiveWindow(), m_windows.GetWindow(5));
-}
-
-TEST_F(WindowsTest, TheLastWindowStaysForTheNextSurface)
-{
-    Playback::Window* first = m_windows.GetActiveWindow();
-    m_windows.AddWindow(3);
-    m_windows.AddWindow(5);
-    m_windows.ActivateWindow(5);
-    m_windows.RemoveWindow(5);
-    EXPECT_EQ(m_windows.GetActiveWindow(), first);
-    m_windows.RemoveWindow(3);
-    EXPECT_EQ(m_windows.GetWindow(3), nullptr);
-    EXPECT_EQ(m_windows.GetActiveWindow(), first);
-    m_windows.AddWindow(9);
-    EXPECT_EQ(m_windows.GetWindow(9), first);
+    std::string why;
+    const auto connection = Host::WaylandConnection::Open(why);
+    Host::ReplayWindows windows(*connection, {"test", {}, {}, false});
+    ASSERT_TRUE(windows.Open()) << why;
+    Playback::Window* const first = windows.GetActiveWindow();
+    EXPECT_EQ(windows.GetWindow(3), nullptr);
+    windows.AddWindow(3);
+    windows.AddWindow(5);
+    EXPECT_EQ(windows.GetWindow(3), first);
+    EXPECT_THAT(windows.GetWindow(5), testing::AllOf(testing::NotNull(), testing::Ne(first)));
+    windows.ActivateWindow(5);
+    windows.ActivateWindow(77);
+    EXPECT_EQ(windows.GetActiveWindow(), windows.GetWindow(5));
+    windows.RemoveWindow(5);
+    EXPECT_EQ(windows.GetActiveWindow(), first);
+    windows.RemoveWindow(3);
+    EXPECT_EQ(windows.GetWindow(3), nullptr);
+    EXPECT_EQ(windows.GetActiveWindow(), first);
+    windows.AddWindow(9);
+    EXPECT_EQ(windows.GetWindow(9), first);
 }
 
 } // namespace
