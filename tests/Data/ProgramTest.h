@@ -14,7 +14,8 @@ namespace Data {
 
 class ProgramTest : public CaptureTest {
 protected:
-    /// Display, config, context and pbuffer, all called 1 and current. The pbuffer is 4 by 4 pixels.
+    /// Display, config, context and window, all called 1 and current. The window is 4 by 4 pixels, of the newer entry
+    /// point, which the driver has none for off screen.
     void Begin()
     {
         Call(CallId::eglGetDisplay, 1, 1);
@@ -22,7 +23,8 @@ protected:
         const std::int32_t attribs[] = {0x3024, 8, 0x3023, 8, 0x3022, 8, 0x3021, 8, 0x3033, 1, Enum::EglNone};
         writer->ConfigAttribs(1, 1, attribs, std::size(attribs));
         MakeContext(1);
-        Call(CallId::eglCreatePbufferSurface, 1, 1, 1, std::vector<std::int32_t>{0x3057, 4, 0x3056, 4, Enum::EglNone});
+        Call(CallId::eglCreatePlatformWindowSurface, 1, 1, 1, 1, std::vector<std::int64_t>{Enum::EglNone});
+        writer->WindowSize(1, 1, 4, 4);
         MakeCurrent(1);
     }
     void MakeContext(std::uint32_t context, std::uint32_t share = 0)

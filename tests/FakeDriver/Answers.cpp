@@ -194,6 +194,13 @@ Word ReadPixels(Objects& objects, Word width, Word height, Word pixels)
     return 0;
 }
 
+/// True for what says that something went well, zero for everything else.
+template <Word... Names> Word Status(Objects&, const Word* args)
+{
+    Put<GLint>(args[2], ((args[1] == Names) || ...) ? GL_TRUE : 0);
+    return 0;
+}
+
 Word FindFunction(const char* name)
 {
     for (const Entry& entry : Entries()) {
@@ -294,21 +301,9 @@ const std::unordered_map<std::string, Rule> rules = {
     {"glReadPixels", [](Objects& objects, const Word* args) { return ReadPixels(objects, args[2], args[3], args[6]); }},
     {"glCheckFramebufferStatus", [](Objects&, const Word*) -> Word { return GL_FRAMEBUFFER_COMPLETE; }},
     {"glClientWaitSync", [](Objects&, const Word*) -> Word { return GL_ALREADY_SIGNALED; }},
-    {"glGetShaderiv",
-     [](Objects&, const Word* args) -> Word {
-         Put<GLint>(args[2], args[1] == GL_COMPILE_STATUS ? GL_TRUE : 0);
-         return 0;
-     }},
-    {"glGetProgramiv",
-     [](Objects&, const Word* args) -> Word {
-         Put<GLint>(args[2], args[1] == GL_LINK_STATUS || args[1] == GL_VALIDATE_STATUS ? GL_TRUE : 0);
-         return 0;
-     }},
-    {"glGetQueryObjectuiv",
-     [](Objects&, const Word* args) -> Word {
-         Put<GLuint>(args[2], args[1] == GL_QUERY_RESULT_AVAILABLE ? GL_TRUE : 0);
-         return 0;
-     }},
+    {"glGetShaderiv", Status<GL_COMPILE_STATUS>},
+    {"glGetProgramiv", Status<GL_LINK_STATUS, GL_VALIDATE_STATUS>},
+    {"glGetQueryObjectuiv", Status<GL_QUERY_RESULT_AVAILABLE>},
 };
 
 /// Writes rising names behind a pointer of a glGen call.

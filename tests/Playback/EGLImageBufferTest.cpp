@@ -139,23 +139,6 @@ TEST_F(EGLImageBufferTest, ContentsThatDoNotFitAreRefusedWhole)
     EXPECT_THAT(calls[1], StartsWith("eglCreateImageKHR(11, 0, 0x3120, 0, {EGL_WIDTH: 5, EGL_HEIGHT: 3"));
 }
 
-TEST_F(EGLImageBufferTest, FormatsHaveTheirCounterparts)
-{
-    // The ends of the ranges.
-    const struct {
-        unsigned int code, gralloc, tavo;
-    } expected[] = {{0, 0x1, 0x31C0},          {34, 0, 0x31CC},       {40, 0x33, 0},
-                    {568, 0x93B0, 0x33E2},     {595, 0x93DD, 0x340D}, {596, 0, 0},
-                    {654, 0x7FA30C09, 0x340E}, {664, 0, 0x3417},      {665, 0, 0}};
-    for (const auto& format : expected) {
-        EXPECT_EQ(EGLImageBuffer::GetGrallocFormat(format.code), format.gralloc) << format.code;
-        EXPECT_EQ(EGLImageBuffer::GetTavoImageFormat(format.code), format.tavo) << format.code;
-        const std::string message = "error: Unrecognized EGLImage KVT format " + std::to_string(format.code);
-        const auto unknown = static_cast<int>(format.gralloc == 0) + static_cast<int>(format.tavo == 0);
-        EXPECT_EQ(log.Take(), std::vector<std::string>(static_cast<std::size_t>(unknown), message));
-    }
-}
-
 TEST_F(EGLImageBufferTest, NativeBuffersAreReplacedByTheStandIn)
 {
     Initialize();

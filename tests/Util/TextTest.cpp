@@ -11,7 +11,6 @@ namespace {
 
 using Core::Log;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 TEST(StringTest, ToIntTakesTheLeadingNumberAndSaturates)
@@ -46,48 +45,34 @@ TEST(PathTest, CreateFolderMakesParentsAndReportsFailure)
     std::filesystem::remove_all(root);
 }
 
-/// The texts that -loglevel and -logzone take, and what they refuse.
-class LogOptionsTest : public testing::Test {
-protected:
-    ~LogOptionsTest() override
-    {
-        Log::SetLevel(Core::LogNotice);
-        Log::SetZones(~std::uint64_t{0});
-    }
-    static std::string Said(void (*parse)(const std::string&), const std::string& text)
-    {
+/// The texts that -loglevel and -logzone take, and what they refuse, which changes nothing.
+TEST(LogOptionsTest, LevelsAndZonesByNumberAndByName)
+{
+    const auto isRefused = [](void (*parse)(const std::string&), const std::string& text) {
         testing::internal::CaptureStderr();
         parse(text);
-        return testing::internal::GetCapturedStderr();
+        return testing::internal::GetCapturedStderr().starts_with("Unrecognized -log");
+    };
+    for (const auto& [text, level] : {std::pair{"5", int{Core::LogTrace}},
+                                      {"TRACE", Core::LogTrace},
+                                      {"warning", Core::LogWarning},
+                                      {"loud", 0},
+                                      {"6", 0},
+                                      {"3x", 0},
+                                      {"-1", 0},
+                                      {"", 0}}) {
+        EXPECT_EQ(isRefused(Util::ParseCmdArgsLogLevel, text), level == 0) << text;
+        EXPECT_TRUE(Log::IsEnabled(level == 0 ? int{Core::LogWarning} : level, 20)) << text;
+        EXPECT_EQ(Log::IsEnabled(Core::LogNotice, 20), level == Core::LogTrace) << text;
     }
-};
-
-TEST_F(LogOptionsTest, LevelsByNumberAndByName)
-{
-    const std::pair<const char*, int> levels[] = {
-        {"5", Core::LogTrace}, {"TRACE", Core::LogTrace}, {"0", -1}, {"warning", Core::LogWarning}};
-    for (const auto& [text, level] : levels) {
-        Util::ParseCmdArgsLogLevel(text);
-        EXPECT_TRUE(level < 0 || Log::IsEnabled(level, Core::ZoneGeneral)) << text;
-        EXPECT_FALSE(Log::IsEnabled(std::max(level + 1, int{Core::LogError}), Core::ZoneGeneral)) << text;
-    }
-    for (const char* text : {"", "6", "-1", "3x", "loud"}) {
-        EXPECT_THAT(Said(Util::ParseCmdArgsLogLevel, text),
-                    HasSubstr("Unrecognized -loglevel option: " + std::string(text)));
-        EXPECT_TRUE(Log::IsEnabled(Core::LogWarning, Core::ZoneGeneral)) << "nothing changes";
-    }
-}
-
-TEST_F(LogOptionsTest, ZonesByNumber)
-{
     for (const char* text : {"20,63", "64", "4,x", "-1"}) {
-        EXPECT_EQ(Said(Util::ParseCmdArgsLogZone, text).find("Unrecognized -logzone option: ") == std::string::npos,
-                  text[0] == '2');
+        EXPECT_EQ(isRefused(Util::ParseCmdArgsLogZone, text), text[0] != '2');
         EXPECT_TRUE(Log::IsEnabled(Core::LogError, 20) && Log::IsEnabled(Core::LogError, 63)) << text;
         EXPECT_FALSE(Log::IsEnabled(Core::LogError, 4)) << text;
     }
     Util::ParseCmdArgsLogZone("all");
     EXPECT_TRUE(Log::IsEnabled(Core::LogError, 4));
+    Log::SetLevel(Core::LogNotice);
 }
 
 } // namespace
