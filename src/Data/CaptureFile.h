@@ -46,8 +46,6 @@ public:
     /// Follows the replay.
     [[nodiscard]] const Position& At() const { return m_diagnostics.position; }
 
-    /// The capture could not be read to its end, or never had one. Known when replay has ended.
-    [[nodiscard]] bool IsIncomplete() const { return m_processor.IsDamaged() || !m_source->IsComplete(); }
     /// A function of the capture, how often it was called so far, and the CPU time that took on the replay thread.
     struct CallSum {
         std::string name;

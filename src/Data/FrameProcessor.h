@@ -35,8 +35,6 @@ public:
     [[nodiscard]] std::uint64_t CallCount() const;
     /// When the frame before ended, in microseconds from the start of the recording.
     [[nodiscard]] std::uint64_t FrameTimeUs() const { return m_frameTimeUs; }
-    /// The capture could not be read to its end.
-    [[nodiscard]] bool IsDamaged() const { return m_isDamaged; }
 
     CallDecoder& Calls() { return m_calls; }
     MetaDecoder& Meta() { return m_meta; }
