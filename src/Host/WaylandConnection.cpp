@@ -1,6 +1,8 @@
 #include "Host/WaylandConnection.h"
 
 #include <cerrno>
+#include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <poll.h>
@@ -8,6 +10,7 @@
 
 #include <wayland-client.h>
 
+#include "Interfaces/Core.h"
 #include "xdg-shell-client-protocol.h"
 
 namespace Host {
@@ -17,6 +20,18 @@ namespace {
 void AnswerPing(void*, xdg_wm_base* shell, std::uint32_t serial)
 {
     xdg_wm_base_pong(shell, serial);
+}
+
+/// What libwayland has to say. Without a connection only the log tells: Open gives the reason.
+int libraryLevel = Core::LogDiagnostic;
+
+void LogOfLibrary(const char* format, va_list arguments)
+{
+    char text[256];
+    std::vsnprintf(text, sizeof text, format, arguments);
+    text[std::strcspn(text, "\n")] = '\0';
+    Core::Log::Print(libraryLevel, Core::ZoneGeneral, __LINE__, "src/Host/WaylandConnection", true, "Wayland: %s",
+                     text);
 }
 
 constexpr xdg_wm_base_listener ShellListener = {AnswerPing};
@@ -36,11 +51,13 @@ std::unique_ptr<WaylandConnection> WaylandConnection::Open(std::string& why)
     // Not make_unique: the constructor is private.
     std::unique_ptr<WaylandConnection> connection(new WaylandConnection);
     Playback::Display& globals = connection->m_globals;
+    wl_log_set_handler_client(LogOfLibrary);
     globals.display = wl_display_connect(nullptr);
     if (!globals.display) {
         why = std::string("no compositor: ") + std::strerror(errno) + " (" + TriedSocket() + ")";
         return nullptr;
     }
+    libraryLevel = Core::LogError;
 
     static constexpr wl_registry_listener RegistryListener = {
         [](void* self, wl_registry*, std::uint32_t name, const char* interface, std::uint32_t version) {
