@@ -113,7 +113,7 @@ TEST_F(CaptureSummaryTest, EachRecordIsALineOfText)
             "1:7 t1 c7 glBufferData(target=GL_ARRAY_BUFFER, size=4, data=<4 bytes>, usage=GL_STATIC_DRAW)",
             "1:8 t1 c7 eglCreateContext(dpy=1, config=1, share_context=0, "
             "attrib_list=[EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE]) = 7",
-            "1:9 t1 c7 glDrawElements(mode=0x4, count=3, type=GL_UNSIGNED_SHORT, indices=0x40)",
+            "1:9 t1 c7 glDrawElements(mode=GL_TRIANGLES, count=3, type=GL_UNSIGNED_SHORT, indices=0x40)",
             "1:10 t1 c7 glClear(mask=GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | 0x8)",
             ::testing::StartsWith("1:10 t1 c7 -- end of frame, "), "2:1 t1 c7 glClear(mask=0x0)",
             ::testing::StartsWith("2:1 t1 c7 -- end of frame, ")));

@@ -20,6 +20,28 @@ constexpr EnumName eglNames[] = {
 #include "Interfaces/EGLEnumNames.inc"
 };
 
+/// Values up to this one have many names.
+constexpr std::uint32_t lastSmallValue = 7;
+
+struct SmallNames {
+    std::string_view functions;
+    std::span<const char* const> names;
+};
+
+constexpr const char* none[] = {"GL_NONE"};
+constexpr const char* noError[] = {"GL_NO_ERROR"};
+constexpr const char* factors[] = {"GL_ZERO", "GL_ONE"};
+constexpr const char* primitives[] = {"GL_POINTS",    "GL_LINES",          "GL_LINE_LOOP",   "GL_LINE_STRIP",
+                                      "GL_TRIANGLES", "GL_TRIANGLE_STRIP", "GL_TRIANGLE_FAN"};
+
+// By how the names of functions begin; the first one that fits holds.
+constexpr SmallNames smallNames[] = {
+    {"glBlendFunc", factors}, {"glStencilOp", factors},
+    {"glDrawBuffers", none},  {"glReadBuffer", none},
+    {"glDraw", primitives},   {"glBeginTransformFeedback", primitives},
+    {"glGetError", noError},  {"glGetGraphicsResetStatus", noError},
+};
+
 const char* Find(std::span<const EnumName> names, std::uint32_t value)
 {
     const auto found =
@@ -38,6 +60,19 @@ const char* GLEnumName(std::uint32_t value)
 const char* EGLEnumName(std::uint32_t value)
 {
     return Find(eglNames, value);
+}
+
+const char* EnumName(std::string_view function, std::uint32_t value)
+{
+    if (value > lastSmallValue) {
+        return function.starts_with("egl") ? EGLEnumName(value) : GLEnumName(value);
+    }
+    for (const SmallNames& small : smallNames) {
+        if (function.starts_with(small.functions)) {
+            return value < small.names.size() ? small.names[value] : nullptr;
+        }
+    }
+    return nullptr;
 }
 
 } // namespace Tools

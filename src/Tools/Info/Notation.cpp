@@ -43,8 +43,8 @@ struct Contents {
 /// Writes the values of one argument.
 class Writer {
 public:
-    Writer(Notation notation, Data::CallId call, std::string_view parameter, bool isEgl)
-        : m_isJson(notation == Notation::Json), m_call(call), m_parameter(parameter), m_isEgl(isEgl)
+    Writer(Notation notation, Data::CallId call, std::string_view function, std::string_view parameter)
+        : m_isJson(notation == Notation::Json), m_call(call), m_function(function), m_parameter(parameter)
     {
     }
 
@@ -120,18 +120,18 @@ private:
         return text + (count > shown ? ", ... " + std::to_string(count) + "]" : "]");
     }
 
-    /// Small values have too many meanings to name one.
     [[nodiscard]] std::string Enum(std::uint32_t value) const
     {
-        const char* const name = value > 7 ? (m_isEgl ? EGLEnumName(value) : GLEnumName(value)) : nullptr;
+        const char* const name = EnumName(m_function, value);
         return Word(name ? name : HexText(value));
     }
 
     /// EGL passes its enums as plain numbers; all of them lie in one range.
     [[nodiscard]] std::string Number(std::int64_t value) const
     {
-        return m_isEgl && value >= 0x3000 && value < 0x4000 ? Enum(static_cast<std::uint32_t>(value))
-                                                            : std::to_string(value);
+        return m_function.starts_with("egl") && value >= 0x3000 && value < 0x4000
+                   ? Enum(static_cast<std::uint32_t>(value))
+                   : std::to_string(value);
     }
 
     /// JSON has no numbers that are none, or infinite.
@@ -144,8 +144,8 @@ private:
 
     bool m_isJson;
     Data::CallId m_call;
+    std::string_view m_function;
     std::string_view m_parameter;
-    bool m_isEgl;
 };
 
 } // namespace
@@ -169,9 +169,9 @@ std::string JsonString(std::string_view text)
 }
 
 std::string ArgumentText(Notation notation, const Data::RecordCursor& record, Data::CallId call,
-                         const Data::ParameterDescription& parameter, bool isEgl)
+                         std::string_view function, const Data::ParameterDescription& parameter)
 {
-    const Writer writer(notation, call, parameter.name, isEgl);
+    const Writer writer(notation, call, function, parameter.name);
     const std::uint32_t recordBytes = record.Header().bytes;
     const bool isScalar = parameter.form == Data::ParameterForm::Scalar;
     if (parameter.at + (isScalar ? parameter.bytes : sizeof(Data::PointerSlot)) > recordBytes)

@@ -20,7 +20,7 @@ enum class Notation {
 /// An argument or a returned value of a call, by its place in the record. Nothing in the record is believed: what does
 /// not fit is shown as "?".
 std::string ArgumentText(Notation notation, const Data::RecordCursor& record, Data::CallId call,
-                         const Data::ParameterDescription& parameter, bool isEgl);
+                         std::string_view function, const Data::ParameterDescription& parameter);
 
 /// An OpenGL ES enum by its name, as Notation::Plain has it.
 std::string EnumText(std::uint32_t value);

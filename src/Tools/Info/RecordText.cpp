@@ -11,19 +11,18 @@ std::string CallText(Notation notation, const Data::RecordCursor& record, const 
     const bool isJson = notation == Notation::Json;
     if (call.known >= Data::callCount)
         return isJson ? "\"name\":" + JsonString(call.name) : call.name + "(?)";
-    const bool isEgl = call.name.starts_with("egl");
     const auto id = static_cast<Data::CallId>(call.known);
     std::string text = isJson ? "\"name\":" + JsonString(call.name) + ",\"args\":{" : call.name + "(";
     bool isFirst = true;
     for (const Data::ParameterDescription& parameter : Data::ParametersOf(id)) {
         text += isFirst ? "" : isJson ? "," : ", ";
         text += isJson ? JsonString(parameter.name) + ":" : std::string(parameter.name) + "=";
-        text += ArgumentText(notation, record, id, parameter, isEgl);
+        text += ArgumentText(notation, record, id, call.name, parameter);
         isFirst = false;
     }
     text += isJson ? "}" : ")";
     if (const Data::ParameterDescription* const returned = Data::ReturnOf(id))
-        text += (isJson ? ",\"return\":" : " = ") + ArgumentText(notation, record, id, *returned, isEgl);
+        text += (isJson ? ",\"return\":" : " = ") + ArgumentText(notation, record, id, call.name, *returned);
     return text;
 }
 
