@@ -36,7 +36,7 @@ file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/man)
 foreach(program ${PROGRAMS})
   set(page ${PROJECT_BINARY_DIR}/man/${program}.1.gz)
   add_custom_command(OUTPUT ${page}
-    COMMAND ${HELP2MAN} --no-info --no-discard-stderr --include=${PACKAGING}/${program}.h2m --output=${program}.1
+    COMMAND ${CMAKE_CROSSCOMPILING_EMULATOR} ${HELP2MAN} --no-info --no-discard-stderr --include=${PACKAGING}/${program}.h2m --output=${program}.1
             $<TARGET_FILE:${program}>
     COMMAND gzip -9nf ${program}.1
     WORKING_DIRECTORY ${PROJECT_BINARY_DIR}/man
