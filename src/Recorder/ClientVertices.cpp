@@ -1,8 +1,10 @@
 #include "Recorder/ClientVertices.h"
 
+#include <algorithm>
 #include <bit>
 #include <cerrno>
 #include <cstring>
+#include <sys/mman.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -12,17 +14,36 @@
 namespace Recorder {
 namespace {
 
+/// Copies the pages that are there, by way of a file: writing to one fails where memory cannot be read.
+void CopyThroughFile(std::uint8_t* to, const std::uint8_t* from, std::size_t bytes)
+{
+    const auto pageBytes = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const int file = memfd_create("playback-record", MFD_CLOEXEC);
+    if (file < 0) {
+        std::memcpy(to, from, bytes);
+        return;
+    }
+    std::size_t part = 0;
+    for (std::size_t done = 0; done < bytes; done += part) {
+        part = std::min(bytes - done, pageBytes - reinterpret_cast<std::uintptr_t>(from + done) % pageBytes);
+        if (pwrite(file, from + done, part, 0) == static_cast<ssize_t>(part)) {
+            pread(file, to + done, part, 0);
+        }
+    }
+    close(file);
+}
+
 /// Copies as much as there is. Attributes may be enabled that no shader reads, and then point to memory that is long
 /// gone: the driver does not mind, and what is written for them does not matter.
-void CopyIfThere(std::uint8_t* to, const void* from, std::size_t bytes)
+void CopyIfThere(std::uint8_t* to, const std::uint8_t* from, std::size_t bytes)
 {
     const int savedErrno = errno;
     const iovec target = {to, bytes};
-    const iovec source = {const_cast<void*>(from), bytes};
+    const iovec source = {const_cast<std::uint8_t*>(from), bytes};
     const ssize_t copied = process_vm_readv(getpid(), &target, 1, &source, 1, 0);
     if (copied < 0 && errno != EFAULT) {
-        // Not permitted here.
-        std::memcpy(to, from, bytes);
+        // Sandboxes forbid the call, and emulators may lack it.
+        CopyThroughFile(to, from, bytes);
     }
     errno = savedErrno;
 }

@@ -32,6 +32,8 @@ WITH_WESTON = str(ROOT / "scripts/with-weston")
 SAMPLE = str(ROOT / "samples/spinning.glcap")
 TIMEOUT_S = 100
 
+# Set where the programs under test are of another architecture than this machine: the folder with what they link to.
+SYSROOT = os.environ.get("QEMU_LD_PREFIX")
 # Exit status of the programs.
 DONE, DIFFERED, USAGE, UNREADABLE, NO_DRIVER = range(5)
 
@@ -72,6 +74,11 @@ class EndToEndTest(unittest.TestCase):
     def environment(self, **more):
         result = {name: value for name, value in os.environ.items() if name not in _DISPLAY_VARIABLES}
         return result | more
+
+    def need(self, program):
+        """Skips the test where the architecture under test has no such program."""
+        if SYSROOT and not pathlib.Path(SYSROOT, "usr/bin", program).exists():
+            self.skipTest(f"{program} is not among the programs for AArch64")
 
     def note(self, command, more):
         """Adds a command to the script that repeats the test."""

@@ -28,7 +28,8 @@ class RecordAndReplay(EndToEndTest):
         self.verify(capture)
 
     def glmark2(self, scene):
-        self.check(20, "glmark2-es2-wayland", "-s", "400x300", "-b", f"{scene}:nframes=20")
+        # A scene ends after its duration, in seconds, however few frames there were.
+        self.check(30, "glmark2-es2-wayland", "-s", "400x300", "-b", f"{scene}:nframes=30:duration=90")
 
     def test_glmark2_build(self):
         self.glmark2("build")
@@ -36,13 +37,18 @@ class RecordAndReplay(EndToEndTest):
     def test_glmark2_texture(self):
         self.glmark2("texture")
 
+    def test_glmark2_shadow(self):
+        self.glmark2("shadow")
+
     def test_es2gears(self):
         self.check(30, "es2gears_wayland", options=["--frames", "30"])
 
     def test_weston_simple_egl(self):
+        self.need("weston-simple-egl")
         self.check(30, "weston-simple-egl", options=["--frames", "30"])
 
     def test_compositor_nested_in_another_one(self):
+        self.need("weston")
         # It paints only when something changes, so a client draws on it.
         self.run_program(WITH_WESTON, "sh", "-c", f"""
             {RECORD} --hash --frames 30 -o recorded.glcap -- \
