@@ -56,7 +56,7 @@ std::uint64_t Word(double value)
 
 std::uint32_t Name(std::uint64_t word)
 {
-    return static_cast<std::uint32_t>(std::bit_cast<double>(word));
+    return static_cast<std::uint32_t>(static_cast<std::int64_t>(std::bit_cast<double>(word)));
 }
 
 } // namespace
