@@ -47,10 +47,10 @@ CLIENT(HandlesSigterm)
 
 TEST_F(RecorderTest, AProgramsOwnHandlerIsLeftAlone)
 {
-    const Outcome outcome = Run(PLAYBACK_RECORD
-                                " -o capture.glcap -- $PROGRAM --client HandlesSigterm & recorder=$!; "
-                                "until " PLAYBACK_INFO " --dump capture.glcap 2> /dev/null | grep -q 'end of frame'; do "
-                                "kill -0 $recorder && sleep 0.1 || exit; done; kill -TERM $recorder; wait $recorder");
+    const Outcome outcome =
+        Run(PLAYBACK_RECORD " -o capture.glcap -- $PROGRAM --client HandlesSigterm & recorder=$!; "
+                            "until " PLAYBACK_INFO " --dump capture.glcap 2> /dev/null | grep -q 'end of frame'; do "
+                            "kill -0 $recorder && sleep 0.1 || exit; done; kill -TERM $recorder; wait $recorder");
     EXPECT_EQ(outcome.out, "handled\n");
     EXPECT_EQ(outcome.status, 5);
 }

@@ -21,6 +21,8 @@ namespace {
 using testing::ElementsAre;
 using testing::StartsWith;
 
+class WatchedBuffersTest : public RecorderTest {};
+
 constexpr GLbitfield Written = GL_MAP_WRITE_BIT | GL_MAP_PERSISTENT_BIT_EXT | GL_MAP_COHERENT_BIT_EXT;
 
 /// What the driver maps, one after the other.
@@ -90,7 +92,7 @@ CLIENT(WritesWithoutACall)
     return 0;
 }
 
-TEST_F(RecorderTest, WhatIsWrittenWithoutACallComesAheadOfTheCallThatUsesIt)
+TEST_F(WatchedBuffersTest, WhatIsWrittenWithoutACallComesAheadOfTheCallThatUsesIt)
 {
     EXPECT_EQ(Record("WritesWithoutACall").out, "driver has the changes: yes\ndriver has the changes: yes\n"
                                                 "the pointer is the same: yes\na file is read into it: yes\n");
@@ -133,7 +135,7 @@ CLIENT(CountsInAShader)
 }
 
 // Each time the program starts from zero again, which the library cannot tell from what it wrote before.
-TEST_F(RecorderTest, ProgramAndDriverShareAMappedBuffer)
+TEST_F(WatchedBuffersTest, ProgramAndDriverShareAMappedBuffer)
 {
     EXPECT_EQ(Record("CountsInAShader").out, "5 1\n5 3\n5 6\n");
     EXPECT_THAT(Dump("glBufferSubData", "capture.glcap"),
@@ -177,7 +179,7 @@ CLIENT(HandlesItsOwnFaults)
     return 0;
 }
 
-TEST_F(RecorderTest, FaultsOfTheProgramsOwnAreItsOwn)
+TEST_F(WatchedBuffersTest, FaultsOfTheProgramsOwnAreItsOwn)
 {
     EXPECT_EQ(Record("HandlesItsOwnFaults").out, "1\nits own handler was there: yes\n2\n");
 }
