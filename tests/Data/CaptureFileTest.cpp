@@ -92,8 +92,8 @@ TEST_F(CaptureFileTest, MetaCommandsReachEveryHandler)
     capture->Add(static_cast<MetaHandler*>(&log));
     capture->Add(static_cast<MetaHandler*>(&log));
     EXPECT_FALSE(capture->GetFrameProcessor()->ProcessNextFrame());
-    EXPECT_THAT(log.lines, ElementsAre("thread 1", "thread 1", "window 5 640x480", "window 5 640x480", "message hello 100%s",
-                                       "message hello 100%s"));
+    EXPECT_THAT(log.lines, ElementsAre("thread 1", "thread 1", "window 5 640x480", "window 5 640x480",
+                                       "message hello 100%s", "message hello 100%s"));
 }
 
 TEST_F(CaptureFileTest, HeaderComesBackAsItWasLastWritten)
