@@ -2,7 +2,7 @@
 
 import unittest
 
-from harness import FAMILIES, SYSROOT, EndToEndTest
+from harness import FAMILIES, EndToEndTest
 
 FRAMES = 8
 # Family, and the frames of all of its surfaces together.
@@ -36,8 +36,6 @@ READ_BACKS = {
     "robustness": "verified: 16 of 16 read-backs equal",
     "surfaceless": "verified: 8 of 8 read-backs equal",
 }
-# Families that the driver of the architecture under test cannot run, recorded or not.
-BROKEN = {"multisample": "llvmpipe of Debian 12 for AArch64 crashes in depth tests of several samples"} if SYSROOT else {}
 
 
 class Families(EndToEndTest):
@@ -45,8 +43,6 @@ class Families(EndToEndTest):
         """Records each family, and replays it off screen and, where it was recorded there, under a compositor."""
         for family, frames in CLIENTS.items():
             with self.subTest(family):
-                if family in BROKEN:
-                    self.skipTest(BROKEN[family])
                 capture = self.record(FAMILIES, family, *options, capture=f"{family}.glcap", compositor=compositor)
                 self.assertEqual(self.info(capture)["frames"], frames)
                 replays = [self.verify(capture)]
