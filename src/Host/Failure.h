@@ -3,9 +3,11 @@
 #include <optional>
 #include <string>
 
-#include "Host/ExitStatus.h"
+#include "Util/ExitStatus.h"
 
 namespace Host {
+
+using Util::ExitStatus;
 
 /// Why the program ends early.
 struct Failure {

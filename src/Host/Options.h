@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include "Host/ExitStatus.h"
+#include "Host/Failure.h"
 #include "Host/Measurements.h"
 #include "Host/Pace.h"
 #include "Interfaces/Util.h"

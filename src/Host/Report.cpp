@@ -1,12 +1,11 @@
 #include "Host/Report.h"
 
-#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
-#include <fstream>
 
 #include <nlohmann/json.hpp>
+
+#include "Util/OutputFile.h"
 
 namespace Host {
 
@@ -118,11 +117,9 @@ std::vector<std::string> SummaryLines(const Report& report, const Measurements& 
 
 std::string WriteJson(const std::string& path, const Report& report, const Measurements& measurements)
 {
-    std::ofstream file(path);
     // Text of a capture or a driver may be no UTF-8.
-    file << ToJson(report, measurements).dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
-    file.close();
-    return file ? "" : path + ": " + std::strerror(errno);
+    return Util::WriteWholeFile(path, ToJson(report, measurements).dump(1, ' ', false, Json::error_handler_t::replace) +
+                                          '\n');
 }
 
 } // namespace Host

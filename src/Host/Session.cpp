@@ -492,7 +492,7 @@ ExitStatus Session::Summarise()
     if (!m_options.jsonFile.empty()) {
         if (const std::string error = WriteJson(m_options.jsonFile, m_report, m_measurements); !error.empty()) {
             Core::Console::Print(Core::LogError, false, "playback: cannot write %s", error.c_str());
-            return ExitStatus::Differed;
+            return ExitStatus::NotWritten;
         }
     }
     return m_report.isVerified.value_or(true) ? ExitStatus::Done : ExitStatus::Differed;

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "Host/Commands.h"
-#include "Host/ExitStatus.h"
 #include "Host/Failure.h"
 #include "Host/Measurements.h"
 #include "Host/Options.h"

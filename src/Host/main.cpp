@@ -7,7 +7,7 @@ int main(int argc, char** argv)
 {
     const auto parsed = Host::ParseOptions(argc, argv);
     if (const auto* answer = std::get_if<Host::Answer>(&parsed)) {
-        std::fputs(answer->text.c_str(), answer->status == Host::ExitStatus::Done ? stdout : stderr);
+        std::fputs(answer->text.c_str(), answer->status == Util::ExitStatus::Done ? stdout : stderr);
         return static_cast<int>(answer->status);
     }
     Host::Session session(std::get<Host::Options>(parsed));

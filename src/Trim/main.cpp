@@ -5,15 +5,15 @@
 #include <string>
 
 #include "Data/CaptureWriter.h"
-#include "Host/ExitStatus.h"
 #include "Interfaces/Core.h"
 #include "Trim/Trimmer.h"
 #include "Util/CommandLine.h"
+#include "Util/ExitStatus.h"
 #include "Util/FrameRange.h"
 
 namespace {
 
-using Host::ExitStatus;
+using Util::ExitStatus;
 using Util::FrameRange;
 
 constexpr Util::Option options[] = {

@@ -1,12 +1,13 @@
 #include "Util/ImageFile.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
 
 #include <png.h>
+
+#include "Util/OutputFile.h"
 
 namespace Util {
 
@@ -37,10 +38,7 @@ public:
         m_bytes.append(count, '\0');
         return *this;
     }
-    [[nodiscard]] bool Write(std::FILE* file) const
-    {
-        return std::fwrite(m_bytes.data(), 1, m_bytes.size(), file) == m_bytes.size();
-    }
+    void Write(std::FILE* file) const { std::fwrite(m_bytes.data(), 1, m_bytes.size(), file); }
 
 private:
     void Append(std::uint32_t value, int bytes)
@@ -59,7 +57,7 @@ constexpr std::uint32_t BlueMask = 0x00FF0000;
 constexpr std::uint32_t AlphaMask = 0xFF000000;
 
 /// BITMAPFILEHEADER and BITMAPV4HEADER with bit fields, since the older headers have no alpha. Rows stand bottom first.
-bool WriteBmp(std::FILE* file, const Image& image, std::string&)
+void WriteBmp(std::FILE* file, const Image& image)
 {
     constexpr std::uint32_t FileHeaderBytes = 14;
     constexpr std::uint32_t V4HeaderBytes = 108;
@@ -73,11 +71,12 @@ bool WriteBmp(std::FILE* file, const Image& image, std::string&)
     header.U32({V4HeaderBytes, image.width, image.height}).U16({1, 32});
     header.U32({BitFields, pixelBytes, PixelsPerMetre, PixelsPerMetre, 0, 0});
     header.U32({RedMask, GreenMask, BlueMask, AlphaMask, Srgb}).Zeros(36 + 12);
-    return header.Write(file) && std::fwrite(image.rgba.data(), 1, image.rgba.size(), file) == image.rgba.size();
+    header.Write(file);
+    std::fwrite(image.rgba.data(), 1, image.rgba.size(), file);
 }
 
 /// An uncompressed A8B8G8R8 surface without mipmaps. Rows stand top first.
-bool WriteDds(std::FILE* file, const Image& image, std::string&)
+void WriteDds(std::FILE* file, const Image& image)
 {
     constexpr std::uint32_t HeaderBytes = 124;
     constexpr std::uint32_t PixelFormatBytes = 32;
@@ -91,10 +90,9 @@ bool WriteDds(std::FILE* file, const Image& image, std::string&)
     header.Zeros(11 * 4);
     header.U32({PixelFormatBytes, RgbWithAlpha, 0, 32, RedMask, GreenMask, BlueMask, AlphaMask});
     header.U32({Texture, 0, 0, 0, 0});
-    bool written = header.Write(file);
-    for (std::size_t row = image.height; written && row-- > 0;)
-        written = std::fwrite(image.rgba.data() + row * pitch, 1, pitch, file) == pitch;
-    return written;
+    header.Write(file);
+    for (std::size_t row = image.height; row-- > 0;)
+        std::fwrite(image.rgba.data() + row * pitch, 1, pitch, file);
 }
 
 png_image DescribePng(const Image& image)
@@ -114,13 +112,11 @@ png_int_32 BottomFirst(const Image& image)
     return -static_cast<png_int_32>(image.width * 4);
 }
 
-bool WritePng(std::FILE* file, const Image& image, std::string& error)
+/// Empty on success.
+std::string WritePng(std::FILE* file, const Image& image)
 {
     png_image png = DescribePng(image);
-    if (png_image_write_to_stdio(&png, file, 0, image.rgba.data(), BottomFirst(image), nullptr))
-        return true;
-    error = png.message;
-    return false;
+    return png_image_write_to_stdio(&png, file, 0, image.rgba.data(), BottomFirst(image), nullptr) ? "" : png.message;
 }
 
 } // namespace
@@ -139,33 +135,26 @@ const char* FileExtension(ImageFormat format)
 
 std::string WriteImageFile(const std::string& path, ImageFormat format, const Image& image)
 {
-    errno = 0;
-    std::FILE* file = std::fopen(path.c_str(), "wbe");
-    if (!file)
-        return std::strerror(errno);
-
+    OutputFile file(path);
+    if (!file.Open())
+        return file.Reason();
     std::string error;
-    bool written = false;
     switch (format) {
     case ImageFormat::Bmp:
-        written = WriteBmp(file, image, error);
+        WriteBmp(file.Stream(), image);
         break;
     case ImageFormat::Png:
-        written = WritePng(file, image, error);
+        error = WritePng(file.Stream(), image);
         break;
     case ImageFormat::Dds:
-        written = WriteDds(file, image, error);
+        WriteDds(file.Stream(), image);
         break;
     }
-    const int writeErrno = errno;
-    // The rest of the buffer is written here, so that a full disk can show as late as this.
-    const bool closed = std::fclose(file) == 0;
-    if (written && closed)
-        return {};
-    if (error.empty())
-        error = std::strerror(written ? errno : writeErrno);
-    std::remove(path.c_str());
-    return error;
+    // Errors of the file itself are told by Commit, in the words of the system.
+    if (!error.empty() && std::ferror(file.Stream()) == 0)
+        return error;
+    file.Commit();
+    return file.Reason();
 }
 
 std::vector<std::uint8_t> EncodePng(const Image& image)

@@ -1,0 +1,126 @@
+#include "Util/OutputFile.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Util {
+
+namespace {
+
+/// As open would give a new file.
+mode_t NewFileMode()
+{
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
+
+} // namespace
+
+OutputFile::OutputFile(std::string path) : m_path(std::move(path)) {}
+
+OutputFile::~OutputFile()
+{
+    Drop();
+}
+
+bool OutputFile::Open()
+{
+    std::error_code none;
+    const std::filesystem::path resolved = std::filesystem::weakly_canonical(m_path, none);
+    m_target = none ? m_path : resolved.string();
+    struct stat status = {};
+    const bool isThere = stat(m_target.c_str(), &status) == 0;
+    if (isThere && !S_ISREG(status.st_mode)) {
+        m_temporary = m_target;
+        m_file = std::fopen(m_target.c_str(), "we");
+        return m_file || Fail(errno);
+    }
+    // What may not be written to is not replaced either.
+    if (isThere && access(m_target.c_str(), W_OK) != 0) {
+        return Fail(errno);
+    }
+    std::string name = m_target + ".XXXXXX";
+    const int descriptor = mkostemp(name.data(), O_CLOEXEC);
+    if (descriptor < 0) {
+        return Fail(errno);
+    }
+    m_temporary = std::move(name);
+    m_file = fdopen(descriptor, "w");
+    if (!m_file || fchmod(descriptor, isThere ? status.st_mode & 07777 : NewFileMode()) != 0) {
+        const int reason = errno;
+        if (!m_file) {
+            close(descriptor);
+        }
+        return Fail(reason);
+    }
+    return true;
+}
+
+bool OutputFile::Commit()
+{
+    if (!m_file) {
+        return false;
+    }
+    const bool wasWritten = std::ferror(m_file) == 0;
+    const int reason = errno;
+    // The rest of the buffer is written here, so that a full disk can show as late as this.
+    const bool isClosed = std::fclose(std::exchange(m_file, nullptr)) == 0;
+    if (!wasWritten || !isClosed) {
+        return Fail(isClosed ? reason : errno);
+    }
+    if (m_temporary != m_target && std::rename(m_temporary.c_str(), m_target.c_str()) != 0) {
+        return Fail(errno);
+    }
+    m_temporary.clear();
+    return true;
+}
+
+bool OutputFile::Fail(int errorNumber)
+{
+    Drop();
+    m_reason = std::strerror(errorNumber);
+    return false;
+}
+
+void OutputFile::Drop()
+{
+    if (m_file) {
+        std::fclose(m_file);
+        m_file = nullptr;
+    }
+    if (!m_temporary.empty() && m_temporary != m_target) {
+        std::remove(m_temporary.c_str());
+    }
+    m_temporary.clear();
+}
+
+std::string WriteWholeFile(const std::string& path, std::string_view contents)
+{
+    OutputFile file(path);
+    if (file.Open()) {
+        file.Write(contents);
+        file.Commit();
+    }
+    return file.Error();
+}
+
+std::string CloseStandardOutput()
+{
+    const bool wasWritten = std::ferror(stdout) == 0;
+    const int reason = errno;
+    const bool isFlushed = std::fflush(stdout) == 0;
+    if (wasWritten && isFlushed) {
+        return {};
+    }
+    return std::string("standard output: ") + std::strerror(isFlushed ? reason : errno);
+}
+
+} // namespace Util
