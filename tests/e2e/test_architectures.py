@@ -17,8 +17,8 @@ MOST_DIFFERENCE = 1
 # The software driver takes shortcuts where a processor has instructions for them, and is then up to three steps off.
 SAME_ARITHMETIC = {"GALLIUM_OVERRIDE_CPU_CAPS": "sse2"}
 # None that reads textures without filtering: which texel a pixel on an edge gets is the last bit of arithmetic.
-CLIENTS = {"mosaic": ["mosaic"], "spinning": ["spinning", "--frames", "8"]} | {
-    family: ["families", family] for family in ("buffer-maps", "client-arrays", "compute", "uniform-buffers", "vertex-arrays")}
+CLIENTS = {"mosaic": ["tests/mosaic"], "spinning": ["samples/spinning", "--frames", "8"]} | {
+    family: ["tests/families", family] for family in ("buffer-maps", "client-arrays", "compute", "uniform-buffers", "vertex-arrays")}
 
 
 class Architectures(EndToEndTest):
@@ -27,7 +27,7 @@ class Architectures(EndToEndTest):
             with self.subTest(name):
                 capture = f"{name}.glcap"
                 self.run_program(recording / "bin/playback-record", "-o", capture, "--",
-                                 recording / "tests" / client, *arguments, "--pbuffer", **SAME_ARITHMETIC)
+                                 recording / client, *arguments, "--pbuffer", **SAME_ARITHMETIC)
                 there, here = self.replay(recording, capture), self.replay(replaying, capture)
                 self.assertEqual(here["frames"], self.info(capture)["frames"])
                 self.assertEqual((here["frames"], here["calls"]), (there["frames"], there["calls"]))

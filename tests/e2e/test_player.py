@@ -14,7 +14,7 @@ from images import read_png
 
 CUT_SHORT = 5
 OLD_COMPOSITOR = str(BUILD / "tests/old_compositor")
-STREAMING = str(BUILD / "tests/streaming")
+STREAMING = str(BUILD / "bench/streaming")
 FRAMES = 40
 # Of the spinning program: its surface, and the side of its framebuffer object.
 WIDTH, HEIGHT, FRAMEBUFFER = 320, 240, 128
