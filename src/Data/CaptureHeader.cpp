@@ -35,6 +35,8 @@ template <class Io, class Header> void Fields(Io& io, Header& header)
     io.Text(header.command);
     io.U64(header.calls);
     io.U64(header.eglCalls);
+    io.U32(header.originFrame);
+    io.Text(header.originFile);
 }
 
 /// Fills a header. What does not fit is cut.

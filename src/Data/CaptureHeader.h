@@ -29,6 +29,10 @@ struct CaptureHeader {
     /// program was killed.
     std::uint64_t calls = 0;
     std::uint64_t eglCalls = 0;
+    /// Of a capture that was cut out of another one: that one's file name, and its number of this one's first frame,
+    /// counted from 1. 0: this is no part of another one.
+    std::uint32_t originFrame = 0;
+    std::string originFile;
 };
 
 /// The `headerBytes` bytes of the file header. Strings that do not fit are cut.

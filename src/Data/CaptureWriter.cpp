@@ -105,9 +105,14 @@ bool CaptureWriter::MakeRoom(std::uint64_t bytes)
     m_at = begin + sizeof thread + tailBytes;
     m_end = begin + chunk.capacity;
     m_chunkFrames = m_frames;
-    m_chunkOpenedUs = NowUs();
+    m_chunkOpenedUs = TimeUs();
     *m_chunk = std::move(chunk);
     return true;
+}
+
+std::uint64_t CaptureWriter::TimeUs() const
+{
+    return m_givenTimeUs ? *m_givenTimeUs : NowUs() - m_startUs;
 }
 
 void CaptureWriter::CloseChunk(std::uint8_t* end)
@@ -115,7 +120,7 @@ void CaptureWriter::CloseChunk(std::uint8_t* end)
     m_chunk->used = static_cast<std::size_t>(end - m_begin);
     m_chunk->framesBefore = m_chunkFrames;
     m_chunk->frames = m_frames - m_chunkFrames;
-    m_chunk->timeUs = NowUs() - m_startUs;
+    m_chunk->timeUs = TimeUs();
     m_sink->Put(std::move(*m_chunk));
     m_begin = m_at = m_end = m_vertexData = nullptr;
 }
@@ -164,8 +169,8 @@ void CaptureWriter::BlockEnd(std::uint32_t type)
 
 void CaptureWriter::FrameEnd()
 {
-    const std::uint64_t now = NowUs();
-    Put(RecordId::FrameEnd, FrameEndRecord{{}, now - m_startUs});
+    const std::uint64_t now = TimeUs();
+    Put(RecordId::FrameEnd, FrameEndRecord{{}, now});
     if (!m_begin)
         return;
     ++m_frames;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "Data/CaptureHeader.h"
@@ -54,6 +55,10 @@ public:
         return Place(id, bytes);
     }
     void End() { m_at += reinterpret_cast<const RecordHeader*>(m_at)->bytes; }
+
+    /// For a copy of another capture: what follows was recorded at this time, in microseconds from the start of the
+    /// recording. From the first call on the clock is not asked any more.
+    void SetTime(std::uint64_t timeUs) { m_givenTimeUs = timeUs; }
 
     // Records that are not calls. Each is dropped when Begin would answer null. `surface`, `display` and the like are
     // captured identifiers.
@@ -105,6 +110,7 @@ private:
     bool MakeRoom(std::uint64_t bytes);
     void ChangeThread(std::uint32_t thread);
     void CloseChunk(std::uint8_t* end);
+    [[nodiscard]] std::uint64_t TimeUs() const;
     bool WriteCallTable();
     template <class Record> void Put(RecordId id, Record record);
     template <class Record>
@@ -122,6 +128,7 @@ private:
     /// Value of m_frames when the chunk was opened.
     std::uint32_t m_chunkFrames = 0;
     std::uint64_t m_startUs = 0;
+    std::optional<std::uint64_t> m_givenTimeUs;
     std::uint64_t m_chunkOpenedUs = 0;
     std::unique_ptr<ChunkSink> m_sink;
 };

@@ -120,6 +120,10 @@ void Trimmer::Analyse(const Data::RecordCursor& record, LiveReplay& replay)
             replay.SetThread(thread);
         }
         const auto id = static_cast<RecordId>(header.id);
+        if (Data::FrameEndRecord end; id == RecordId::FrameEnd && record.Read(end)) {
+            m_startUs = end.timeUs;
+            m_progress(m_diagnostics.position.frame + 1);
+        }
         Data::MappedDataRecord mapped;
         Data::DefaultBufferRecord contents;
         if ((id == RecordId::FlushMappedBufferRange || id == RecordId::UnmapBuffer) && record.Read(mapped))
@@ -184,10 +188,12 @@ bool Trimmer::Write(Data::CaptureWriter& writer, Data::CaptureHeader& header)
         else
             WriteFrame(record, output);
     };
+    writer.SetTime(0);
     writer.BlockStart(static_cast<std::uint32_t>(Data::BlockType::State));
     const bool isWhole = Data::WalkRecords(m_source, m_diagnostics, visit, m_range.last);
     header.calls = output.Calls();
     header.eglCalls = output.EGLCalls();
+    header.startTimeUs += m_startUs;
     return isWhole;
 }
 
@@ -263,6 +269,8 @@ void Trimmer::WriteFrame(const Data::RecordCursor& record, RecordOutput& output)
     case RecordId::BlockEnd:
         break;
     case RecordId::FrameEnd:
+        if (Data::FrameEndRecord end; record.Read(end))
+            writer.SetTime(end.timeUs - std::min(end.timeUs, m_startUs));
         writer.FrameEnd();
         break;
     case RecordId::FrameHash:

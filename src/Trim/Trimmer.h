@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -24,16 +25,17 @@ namespace Trim {
 /// frame depends on, as a state-setup block, and the frames themselves as they are.
 class Trimmer {
 public:
-    /// `source` and `diagnostics` must outlive this.
-    Trimmer(Data::CaptureSource& source, Data::Diagnostics& diagnostics, Util::FrameRange range)
-        : m_source(source), m_diagnostics(diagnostics), m_range(range)
+    /// `source` and `diagnostics` must outlive this. `progress` hears of each frame that was replayed.
+    Trimmer(Data::CaptureSource& source, Data::Diagnostics& diagnostics, Util::FrameRange range,
+            std::function<void(std::uint32_t)> progress)
+        : m_source(source), m_diagnostics(diagnostics), m_range(range), m_progress(std::move(progress))
     {
     }
 
     /// The first pass. False when the capture ends too early, which was reported.
     bool Analyse(LiveReplay& replay);
-    /// The second pass, after which `header` has the number of calls. False when the capture ends too early. Trouble
-    /// with the output shows in the writer.
+    /// The second pass, after which `header` has the number of calls and the time at which the first frame began. False
+    /// when the capture ends too early. Trouble with the output shows in the writer.
     bool Write(Data::CaptureWriter& writer, Data::CaptureHeader& header);
 
     /// What the output lacks, in words.
@@ -53,8 +55,11 @@ private:
     Data::CaptureSource& m_source;
     Data::Diagnostics& m_diagnostics;
     Util::FrameRange m_range;
+    std::function<void(std::uint32_t)> m_progress;
     StateTracker m_tracker;
     Selection m_selection;
+    /// When the frame in front of the first one ended; 0 for the capture's own first frame.
+    std::uint64_t m_startUs = 0;
     /// A call as it was before replay wrote to it.
     std::vector<std::uint8_t> m_record;
     struct Contents {

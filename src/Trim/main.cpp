@@ -5,11 +5,13 @@
 #include <string>
 
 #include "Data/CaptureWriter.h"
+#include "Host/StatusLine.h"
 #include "Interfaces/Core.h"
 #include "Trim/Trimmer.h"
 #include "Util/CommandLine.h"
 #include "Util/ExitStatus.h"
 #include "Util/FrameRange.h"
+#include "Util/OutputFile.h"
 
 namespace {
 
@@ -17,7 +19,7 @@ using Util::ExitStatus;
 using Util::FrameRange;
 
 constexpr Util::Option options[] = {
-    {"--frames", "A-B", "frames to keep, counted from 1, both included; a single number keeps one frame", "Options"},
+    {"--frames", "A-B", "frames to keep, counted from 1, both included; A- keeps all from A on, A one", "Options"},
     {"-o", "FILE", "capture to write", "Options"},
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},
@@ -27,20 +29,35 @@ constexpr const char* usage =
     "\n"
     "Writes a capture of frames A to B of another one, with a state-setup block in front that\n"
     "brings all objects to the state that they have at frame A. Replays the frames before A\n"
-    "off screen to learn what they drew.";
+    "off screen to learn what they drew. The frames keep their times.";
 
 void Say(const std::string& text)
 {
-    std::fprintf(stderr, "playback-trim: %s\n", text.c_str());
+    Core::Console::Print(Core::LogNotice, false, "playback-trim: %s", text.c_str());
 }
 
-int Fail(ExitStatus status, const std::string& text)
+ExitStatus Fail(ExitStatus status, const std::string& text)
 {
     Say(text);
-    return static_cast<int>(status);
+    return status;
 }
 
-int WriteTrimmed(Data::CaptureSource& source, const std::string& input, const std::string& output, FrameRange range)
+/// The header of frames from `first` on.
+Data::CaptureHeader HeaderOfPart(Data::CaptureHeader header, const std::string& input, std::uint32_t first)
+{
+    header.toolVersion = PLAYBACK_VERSION;
+    // Of a part of a part, the whole is what is of interest.
+    if (header.originFrame != 0) {
+        header.originFrame += first - 1;
+    } else {
+        header.originFrame = first;
+        header.originFile = std::filesystem::path(input).filename().string();
+    }
+    return header;
+}
+
+ExitStatus WriteTrimmed(Data::CaptureSource& source, const std::string& input, const std::string& output,
+                        FrameRange range)
 {
     Data::Diagnostics diagnostics(input, [](const std::string& line) { Say(line); });
     const auto tooShort = [&] {
@@ -50,7 +67,9 @@ int WriteTrimmed(Data::CaptureSource& source, const std::string& input, const st
     // Errors that the program made are part of the capture.
     Core::Log::SetLevel(0);
     std::string error;
-    Trim::Trimmer trimmer(source, diagnostics, range);
+    std::optional<Host::StatusLine> status(false);
+    Trim::Trimmer trimmer(source, diagnostics, range,
+                          [&](std::uint32_t frame) { status->Update(frame, range.first - 1, frame, false); });
     {
         const auto replay = Trim::LiveReplay::Create(diagnostics, error);
         if (!replay)
@@ -58,66 +77,90 @@ int WriteTrimmed(Data::CaptureSource& source, const std::string& input, const st
         if (!trimmer.Analyse(*replay))
             return tooShort();
     }
-    Data::CaptureHeader header = source.Header();
-    header.toolVersion = PLAYBACK_VERSION;
-    const auto writer = Data::CaptureWriter::Create(output, header, error);
-    if (!writer)
-        return Fail(ExitStatus::Differed, error);
-    const bool isWhole = trimmer.Write(*writer, header);
-    writer->UpdateHeader(header);
-    const std::uint32_t frames = writer->Frames();
-    if (!writer->Finish(error))
-        return Fail(ExitStatus::Differed, error);
-    if (!isWhole) {
-        std::filesystem::remove(output);
-        return tooShort();
+    status.reset();
+    Util::OutputFile file(output);
+    if (!file.Open())
+        return Fail(ExitStatus::NotWritten, file.Error());
+    Data::CaptureHeader header = HeaderOfPart(source.Header(), input, range.first);
+    const auto writer = Data::CaptureWriter::Create(file.TemporaryPath(), header, error);
+    const bool isWhole = writer && trimmer.Write(*writer, header);
+    if (writer) {
+        writer->UpdateHeader(header);
+        writer->Finish(error);
     }
+    if (!writer || !error.empty()) {
+        const bool isNamed = error.starts_with(file.TemporaryPath());
+        return Fail(ExitStatus::NotWritten,
+                    output + (isNamed ? error.substr(file.TemporaryPath().size()) : ": " + error));
+    }
+    if (!isWhole)
+        return tooShort();
+    if (!file.Commit())
+        return Fail(ExitStatus::NotWritten, file.Error());
     diagnostics.Summary();
     for (const std::string& what : trimmer.Missing())
         Say("the default framebuffer's contents are written without " + what);
-    Say(output + ": frames " + std::to_string(range.first) + " to " + std::to_string(range.first + frames - 1) +
-        " of " + input);
-    return static_cast<int>(ExitStatus::Done);
+    Say(output + ": frames " + std::to_string(range.first) + " to " + std::to_string(range.last) + " of " + input);
+    return ExitStatus::Done;
+}
+
+/// What is wrong with the command line; empty when it can be followed.
+std::string FaultOf(const Util::ParseArgs::CmdLineArgs& args)
+{
+    if (args.positional.size() != 1)
+        return args.positional.empty() ? "no file is given"
+                                       : "one file expected, found a second one: " + args.positional[1];
+    const std::string* const frames = args.FindValue("--frames");
+    const std::string* const output = args.FindValue("-o");
+    if (!frames || !output)
+        return frames ? "-o is missing" : "--frames is missing";
+    if (!Util::ParseFrameRange(*frames))
+        return "--frames needs A-B with A from 1 and B not below A, or A- or A, found \"" + *frames + "\"";
+    if (args.positional[0] == "-" || *output == "-")
+        return "a capture is read from a file and written to one, not from standard input or to standard output";
+    return {};
+}
+
+ExitStatus Run(int argc, char** argv)
+{
+    const Util::CommandLine commandLine(options);
+    const Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
+    if (parsed.args.HasSwitch("--help")) {
+        Util::Print(commandLine.Help(usage));
+        return ExitStatus::Done;
+    }
+    if (parsed.args.HasSwitch("--version")) {
+        Util::Print("playback-trim " PLAYBACK_VERSION "\n");
+        return ExitStatus::Done;
+    }
+    std::string error = parsed.error.empty() ? FaultOf(parsed.args) : parsed.error;
+    if (!error.empty()) {
+        std::fprintf(stderr, "%s\n", Util::UsageError("playback-trim", error).c_str());
+        return ExitStatus::Usage;
+    }
+    FrameRange range = *Util::ParseFrameRange(*parsed.args.FindValue("--frames"));
+    const std::string& output = *parsed.args.FindValue("-o");
+    const std::string& input = parsed.args.positional.front();
+    const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(input, error);
+    if (!source)
+        return Fail(ExitStatus::Unreadable, error);
+    const std::string count = input + ": has " + std::to_string(source->FrameCount()) + " frames";
+    if (range.first > source->FrameCount())
+        return Fail(ExitStatus::Usage, count + ", expected at least " + std::to_string(range.first));
+    if (range.last > source->FrameCount()) {
+        if (range.last != FrameRange::NoEnd)
+            Say(count + "; cut up to the last one");
+        range.last = source->FrameCount();
+    }
+    std::error_code none;
+    if (std::filesystem::equivalent(input, output, none))
+        return Fail(ExitStatus::Usage, output + ": is the capture that is read");
+    return WriteTrimmed(*source, input, output, range);
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const Util::CommandLine commandLine(options);
-    const Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
-    if (parsed.args.HasSwitch("--help")) {
-        std::fputs(commandLine.Help(usage).c_str(), stdout);
-        return static_cast<int>(ExitStatus::Done);
-    }
-    if (parsed.args.HasSwitch("--version")) {
-        std::puts("playback-trim " PLAYBACK_VERSION);
-        return static_cast<int>(ExitStatus::Done);
-    }
-    const std::string* const frames = parsed.args.FindValue("--frames");
-    const std::string* const output = parsed.args.FindValue("-o");
-    const std::optional<FrameRange> range = frames ? Util::ParseFrameRange(*frames) : FrameRange{};
-    std::string error = parsed.error;
-    if (error.empty() && parsed.args.positional.size() != 1)
-        error = parsed.args.positional.empty() ? "no file is given" : "more than one file is given";
-    if (error.empty() && (!frames || !output))
-        error = frames ? "-o is missing" : "--frames is missing";
-    if (error.empty() && !range)
-        error = "--frames needs A-B with A from 1 and B not below A";
-    if (!error.empty()) {
-        std::fprintf(stderr, "playback-trim: %s\n%s\n", error.c_str(), usage);
-        return static_cast<int>(ExitStatus::Usage);
-    }
-
-    const std::string& input = parsed.args.positional.front();
-    const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(input, error);
-    if (!source)
-        return Fail(ExitStatus::Unreadable, error);
-    if (range->last > source->FrameCount())
-        return Fail(ExitStatus::Usage, input + ": has " + std::to_string(source->FrameCount()) +
-                                           " frames, expected at least " + std::to_string(range->last));
-    std::error_code none;
-    if (std::filesystem::equivalent(input, *output, none))
-        return Fail(ExitStatus::Usage, *output + ": is the capture that is read");
-    return WriteTrimmed(*source, input, *output, *range);
+    return Util::EndProgram("playback-trim", Run(argc, argv));
 }

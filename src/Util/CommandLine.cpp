@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "Util/Spelling.h"
+
 namespace Util {
 
 namespace {
@@ -71,6 +73,17 @@ const Option* CommandLine::Find(std::string_view argument) const
     return found == m_options.end() ? nullptr : &*found;
 }
 
+std::string CommandLine::UnknownOption(std::string_view argument) const
+{
+    std::vector<std::string_view> names;
+    for (const Option& option : m_options) {
+        names.push_back(WithoutHyphens(option.name));
+    }
+    const Option* const meant = Find("-" + std::string(ClosestName(WithoutHyphens(argument), names)));
+    return "unknown option " + std::string(argument) +
+           (meant ? "; did you mean " + std::string(meant->name) + "?" : std::string());
+}
+
 CommandLine::Result CommandLine::Parse(std::span<const char* const> arguments, AfterFirstPositional after) const
 {
     Result result;
@@ -97,7 +110,7 @@ CommandLine::Result CommandLine::Parse(std::span<const char* const> arguments, A
         const std::string_view name = argument.substr(0, equals);
         const Option* option = Find(name);
         if (!option)
-            return fail("unknown option " + std::string(name));
+            return fail(UnknownOption(name));
 
         const std::string key(option->name);
         if (option->valueName.empty()) {
@@ -146,7 +159,13 @@ std::string CommandLine::Help(std::string_view usage) const
             AppendWrapped(out, option.help, head.size());
         }
     }
-    return out;
+    return out + "\nAn option may be written with one hyphen or two, and its value after a blank or \"=\".\n";
+}
+
+std::string UsageError(std::string_view program, std::string_view error)
+{
+    const std::string name(program);
+    return name + ": " + std::string(error) + (error.ends_with('?') ? " " : "; ") + name + " --help explains";
 }
 
 } // namespace Util

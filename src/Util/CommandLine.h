@@ -32,7 +32,7 @@ enum class AfterFirstPositional {
 /// Parses and explains command lines by a table of options. The table must outlive the object.
 ///
 /// An option may be written with one hyphen or two, whatever the table has, and its value may follow as the next
-/// argument or behind "=". Option names are case-sensitive. "--" ends the options; "-" alone is positional. When a
+/// argument or after "=". Option names are case-sensitive. "--" ends the options; "-" alone is positional. When a
 /// valued option is given twice, the last one counts.
 class CommandLine {
 public:
@@ -53,13 +53,18 @@ public:
     [[nodiscard]] Result Parse(int argc, const char* const* argv,
                                AfterFirstPositional after = AfterFirstPositional::ParseOptions) const;
 
-    /// `usage`, then the options group by group in the order of the table. Ends with a line feed.
+    /// `usage`, then the options group by group in the order of the table, and how they may be written. Ends with a
+    /// line feed.
     [[nodiscard]] std::string Help(std::string_view usage) const;
 
 private:
     const Option* Find(std::string_view argument) const;
+    [[nodiscard]] std::string UnknownOption(std::string_view argument) const;
 
     std::span<const Option> m_options;
 };
+
+/// The line that a program prints when its command line is wrong, without a line feed.
+std::string UsageError(std::string_view program, std::string_view error);
 
 } // namespace Util

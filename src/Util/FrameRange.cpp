@@ -20,11 +20,13 @@ std::optional<FrameRange> ParseFrameRange(std::string_view text)
 {
     const std::size_t hyphen = text.find('-');
     const std::uint32_t first = WholeNumber(text.substr(0, hyphen));
-    const std::uint32_t last = hyphen == std::string_view::npos ? first : WholeNumber(text.substr(hyphen + 1));
-    if (first == 0 || last < first) {
-        return std::nullopt;
+    FrameRange range = {first, first};
+    if (hyphen + 1 == text.size()) {
+        range.last = FrameRange::NoEnd;
+    } else if (hyphen != std::string_view::npos) {
+        range.last = WholeNumber(text.substr(hyphen + 1));
     }
-    return FrameRange{first, last};
+    return first == 0 || range.last < first ? std::nullopt : std::optional(range);
 }
 
 } // namespace Util

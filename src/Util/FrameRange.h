@@ -8,13 +8,15 @@ namespace Util {
 
 /// Frames from `first` to `last`, both included, counted from 1.
 struct FrameRange {
+    static constexpr std::uint32_t NoEnd = ~std::uint32_t{0};
+
     std::uint32_t first = 1;
-    std::uint32_t last = ~std::uint32_t{0};
+    std::uint32_t last = NoEnd;
 
     [[nodiscard]] bool Contains(std::uint32_t frame) const { return frame >= first && frame <= last; }
 };
 
-/// "A-B", or "A" for one frame. Nothing for other text, for frame 0 and where B is below A.
+/// "A-B", "A-" for all from A on, or "A" for one frame. Nothing for other text, for frame 0 and where B is below A.
 std::optional<FrameRange> ParseFrameRange(std::string_view text);
 
 } // namespace Util

@@ -22,6 +22,9 @@ mode_t NewFileMode()
     return 0666 & ~mask;
 }
 
+/// Of the first failure to write to standard output; 0 for none. What is lost to a full buffer is not tried again.
+int printError = 0;
+
 } // namespace
 
 OutputFile::OutputFile(std::string path) : m_path(std::move(path)) {}
@@ -112,15 +115,30 @@ std::string WriteWholeFile(const std::string& path, std::string_view contents)
     return file.Error();
 }
 
+bool Print(std::string_view text)
+{
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() && printError == 0) {
+        printError = errno;
+    }
+    return printError == 0;
+}
+
 std::string CloseStandardOutput()
 {
-    const bool wasWritten = std::ferror(stdout) == 0;
-    const int reason = errno;
-    const bool isFlushed = std::fflush(stdout) == 0;
-    if (wasWritten && isFlushed) {
-        return {};
+    if (std::fflush(stdout) != 0 && printError == 0) {
+        printError = errno;
     }
-    return std::string("standard output: ") + std::strerror(isFlushed ? reason : errno);
+    // Whoever closed the other end of a pipe has read all that is wanted.
+    return printError == 0 || printError == EPIPE ? "" : std::string("standard output: ") + std::strerror(printError);
+}
+
+int EndProgram(const char* program, ExitStatus status)
+{
+    if (const std::string error = CloseStandardOutput(); !error.empty()) {
+        std::fprintf(stderr, "%s: %s\n", program, error.c_str());
+        status = status == ExitStatus::Done ? ExitStatus::NotWritten : status;
+    }
+    return static_cast<int>(status);
 }
 
 } // namespace Util

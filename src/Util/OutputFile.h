@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "Util/ExitStatus.h"
+
 namespace Util {
 
 /// A file that is whole or not there: written under a temporary name in the same folder, and given its own name when
@@ -52,7 +54,15 @@ private:
 /// Writes a whole file. Empty on success, else "PATH: REASON".
 [[nodiscard]] std::string WriteWholeFile(const std::string& path, std::string_view contents);
 
-/// Flushes standard output, to be called once at the end. Empty on success, else what could not be written and why.
+/// Writes to standard output, and keeps in mind why that failed first. False when it failed, now or before.
+bool Print(std::string_view text);
+
+/// Flushes standard output, to be called once at the end. Empty on success, and where the reader of a pipe went away;
+/// else what could not be written and why.
 [[nodiscard]] std::string CloseStandardOutput();
+
+/// What main returns when `program` is done: closes standard output, and where that cannot be written says so and
+/// answers NotWritten, unless something else went wrong before.
+[[nodiscard]] int EndProgram(const char* program, ExitStatus status);
 
 } // namespace Util

@@ -24,8 +24,10 @@ protected:
         const auto source = OpenSource();
         Diagnostics diagnostics(path, nullptr);
         std::vector<std::string> lines;
-        Dump(*source, diagnostics, choice,
-             [&](const std::string& line) { lines.push_back(line.substr(0, line.size() - 1)); });
+        Dump(*source, diagnostics, choice, [&](std::string_view line) {
+            lines.emplace_back(line.substr(0, line.size() - 1));
+            return true;
+        });
         return lines;
     }
 
@@ -153,8 +155,9 @@ TEST_F(CaptureSummaryTest, RecordsThatAreNotToBeTrustedAreShownAsFarAsTheyAre)
         const auto source = OpenSource();
         Diagnostics diagnostics(path, nullptr);
         for (const Notation notation : {Notation::Plain, Notation::Json}) {
-            Dump(*source, diagnostics, {.notation = notation}, [&](const std::string& line) {
+            Dump(*source, diagnostics, {.notation = notation}, [&](std::string_view line) {
                 EXPECT_TRUE(notation == Notation::Plain || nlohmann::json::accept(line)) << line;
+                return true;
             });
         }
         EXPECT_FALSE(Summarize(*source, diagnostics).isComplete);

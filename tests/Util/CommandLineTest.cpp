@@ -51,8 +51,10 @@ TEST_F(CommandLineTest, ValueMayBeEmptyOrBeginWithAHyphen)
 
 TEST_F(CommandLineTest, ErrorsNameTheOption)
 {
-    EXPECT_EQ(Parse({"-fulscreen"}).error, "unknown option -fulscreen");
-    EXPECT_EQ(Parse({"-JSON"}).error, "unknown option -JSON");
+    EXPECT_EQ(Parse({"-fulscreen"}).error, "unknown option -fulscreen; did you mean -fullscreen?");
+    EXPECT_EQ(Parse({"-JSON"}).error, "unknown option -JSON; did you mean --json?");
+    EXPECT_EQ(Parse({"--wdith=3"}).error, "unknown option --wdith; did you mean -width?");
+    EXPECT_EQ(Parse({"-full"}).error, "unknown option -full; did you mean -fullscreen?");
     EXPECT_EQ(Parse({"-unknown=3"}).error, "unknown option -unknown");
     EXPECT_EQ(Parse({"x", "--width"}).error, "option -width needs a value (N)");
     EXPECT_EQ(Parse({"-width", "-fullscreen"}).error, "option -width needs a value (N)");
@@ -79,7 +81,9 @@ TEST_F(CommandLineTest, HelpListsEveryOptionUnderItsGroup)
               "                                Has its help on the next line.\n"
               "\n"
               "Pictures:\n"
-              "  --json                        Prints JSON.\n");
+              "  --json                        Prints JSON.\n"
+              "\n"
+              "An option may be written with one hyphen or two, and its value after a blank or \"=\".\n");
 }
 
 } // namespace

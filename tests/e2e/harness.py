@@ -35,7 +35,7 @@ TIMEOUT_S = 100
 # Set where the programs under test are of another architecture than this machine: the folder with what they link to.
 SYSROOT = os.environ.get("QEMU_LD_PREFIX")
 # Exit status of the programs.
-DONE, DIFFERED, USAGE, UNREADABLE, NO_DRIVER = range(5)
+DONE, DIFFERED, USAGE, UNREADABLE, NO_DRIVER, CUT_SHORT, NOT_WRITTEN = range(7)
 
 _DISPLAY_VARIABLES = ("DISPLAY", "WAYLAND_DISPLAY", "WAYLAND_SOCKET", "XDG_RUNTIME_DIR", "EGL_PLATFORM")
 

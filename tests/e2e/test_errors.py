@@ -1,9 +1,11 @@
 """Errors say what is wrong and end with the status that is promised for them."""
 
+import os
 import random
+import subprocess
 import unittest
 
-from harness import INFO, NO_DRIVER, PLAYBACK, RECORD, SAMPLE, UNREADABLE, USAGE, EndToEndTest
+from harness import INFO, NO_DRIVER, NOT_WRITTEN, PLAYBACK, RECORD, SAMPLE, UNREADABLE, USAGE, EndToEndTest
 
 
 class Usage(EndToEndTest):
@@ -38,6 +40,24 @@ class Unreadable(EndToEndTest):
             for program in ([PLAYBACK, "-headless"], [INFO]):
                 with self.subTest([program[0], name]):
                     self.assertMentions(self.run_program(*program, name, status=UNREADABLE), name)
+
+
+class NotWritten(EndToEndTest):
+    def test_listings_on_a_full_disk(self):
+        for option in "--dump", "--json", "--csv", "--help":
+            with self.subTest(option):
+                result = self.run_program("sh", "-c", 'exec "$0" "$@" > /dev/full', INFO, option, SAMPLE,
+                                          status=NOT_WRITTEN)
+                self.assertMentions(result, "standard output: No space left on device")
+
+    def test_a_reader_that_has_enough_is_no_error(self):
+        read, write = os.pipe()
+        os.close(read)
+        # Python starts programs with SIGPIPE ignored when told to.
+        done = subprocess.run([INFO, "--dump", SAMPLE], stdout=write, stderr=subprocess.PIPE, restore_signals=False,
+                              check=False)
+        os.close(write)
+        self.assertEqual((done.returncode, done.stderr), (0, b""))
 
 
 class NoDriver(EndToEndTest):

@@ -5,7 +5,7 @@ import json
 import re
 import unittest
 
-from harness import INFO, PLAYBACK, SPINNING, EndToEndTest
+from harness import INFO, PLAYBACK, SPINNING, USAGE, EndToEndTest
 
 # Put behind the page's own script: hovers over the first plot, drags a range in it, and tells what came of it.
 USE_IT = """<script>
@@ -76,8 +76,8 @@ class Report(EndToEndTest):
 
     def test_results_that_are_none(self):
         (self.dir / "x.json").write_text('{"frames": 3}')
-        result = self.run_program(INFO, "--report", "report", "--results", "x.json", self.capture, status=1)
-        self.assertMentions(result, "x.json: no results of playback -json")
+        result = self.run_program(INFO, "--report", "report", "--results", "x.json", self.capture, status=USAGE)
+        self.assertMentions(result, "x.json: expected the results that playback -json writes")
 
 
 if __name__ == "__main__":

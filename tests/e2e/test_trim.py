@@ -8,7 +8,7 @@ import shutil
 import unittest
 
 from harness import (DONE, FAKE_DRIVER, FAMILIES, INFO, MOSAIC, PLAYBACK, SAMPLE, SPINNING, TRIM, UNREADABLE, USAGE,
-                     EndToEndTest)
+                     NOT_WRITTEN, EndToEndTest)
 from test_families import CLIENTS
 
 # Families whose programs make errors on purpose.
@@ -31,6 +31,10 @@ class TrimTest(EndToEndTest):
 
     def hashes(self, capture):
         return re.findall(r"hash of frame \d+, (.*)", self.dump(capture))
+
+    def ends(self, capture):
+        """When each frame ended, in microseconds."""
+        return [int(end) for end in re.findall(r"end of frame, (\d+) us", self.dump(capture))]
 
     def calls(self, capture):
         """How often each call is in the state-setup block, and the names of the calls of each frame."""
@@ -57,9 +61,14 @@ class SameFrames(TrimTest):
         self.check(self.record("glmark2-es2-wayland", "-s", "400x300", "-b", "desktop:nframes=16"))
 
     def test_trimmed_again(self):
-        trimmed = self.trim(self.record(MOSAIC), 3, 8)
+        whole = self.record(MOSAIC)
+        trimmed = self.trim(whole, 3, 8)
         for first, last in ((1, 2), (4, 5)):
             self.verify(self.trim(trimmed, first, last, "again.glcap"), "-headless")
+            self.assertEqual(self.info("again.glcap")["cutFrom"],
+                             {"file": whole, "firstFrame": first + 2, "lastFrame": last + 2})
+            ends = self.ends(whole)
+            self.assertEqual(self.ends("again.glcap"), [end - ends[first] for end in ends[first + 1:last + 2]])
 
     def test_families(self):
         for family in CLIENTS:
@@ -132,11 +141,12 @@ class BadInput(TrimTest):
     def test_usage(self):
         good = ["--frames", "2-3", "-o", "out.glcap"]
         for arguments, says in (
-                ([SAMPLE, "--bogus", *good], "--bogus"), (good, "no file"), ([SAMPLE, SAMPLE, *good], "more than one"),
+                ([SAMPLE, "--bogus", *good], "--bogus"), (good, "no file"), ([SAMPLE, SAMPLE, *good], "found a second one"),
                 ([SAMPLE, "-o", "out.glcap"], "--frames"), ([SAMPLE, "--frames", "2-3"], "-o"),
                 *(([SAMPLE, "-o", "out.glcap", "--frames", frames], "A-B")
-                  for frames in ("0-2", "3-2", "2-", "-2", "x", "2-3-4", "1-99999999999")),
-                ([SAMPLE, "-o", "out.glcap", "--frames", "1-100000"], "100000")):
+                  for frames in ("0-2", "3-2", "-2", "x", "2-3-4", "1-99999999999")),
+                ([SAMPLE, "-o", "-", "--frames", "2-3"], "standard output"),
+                ([SAMPLE, "-o", "out.glcap", "--frames", "100000-"], "100000")):
             with self.subTest(arguments):
                 self.check(*arguments, status=USAGE, says=[says])
 
@@ -148,7 +158,9 @@ class BadInput(TrimTest):
         self.assertEqual((self.dir / "in.glcap").read_bytes(), pathlib.Path(SAMPLE).read_bytes())
 
     def test_output_that_cannot_be_written(self):
-        self.check(SAMPLE, "--frames", "2-3", "-o", "missing/out.glcap", status=1, says=["missing/out.glcap"])
+        for output in "missing/out.glcap", "/dev/full":
+            self.check(SAMPLE, "--frames", "2-3", "-o", output, status=NOT_WRITTEN, says=[output])
+        self.assertEqual([path.name for path in self.dir.iterdir()], [])
 
     def test_cut_and_changed_captures(self):
         data = pathlib.Path(SAMPLE).read_bytes()

@@ -11,6 +11,7 @@
 #include "Data/RecordWalk.h"
 #include "Interfaces/Util.h"
 #include "Tools/Info/RecordText.h"
+#include "Util/Spelling.h"
 
 namespace Tools {
 
@@ -52,8 +53,36 @@ private:
 
 } // namespace
 
-void Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics, const DumpChoice& choice,
-          const std::function<void(const std::string&)>& write)
+std::string CheckChoice(const Data::CaptureSource& source, DumpChoice& choice,
+                        const std::function<void(const std::string&)>& note)
+{
+    // What comes after the last frame counts as one more.
+    const std::uint32_t frames = source.FrameCount();
+    if (choice.frames.first > frames + 1)
+        return "has " + std::to_string(frames) + " frames, expected at least " + std::to_string(choice.frames.first);
+    if (choice.frames.last != Util::FrameRange::NoEnd && choice.frames.last > frames + 1)
+        note("has " + std::to_string(frames) + " frames; listed up to the last one");
+    std::vector<std::string_view> names;
+    for (const Data::FileCall& call : source.Calls())
+        names.emplace_back(call.name);
+    for (const std::string& pattern : Util::String::Tokenize(choice.calls, ",")) {
+        const auto matches = [&](int flags) {
+            return std::ranges::find_if(names, [&](std::string_view name) {
+                return fnmatch(pattern.c_str(), std::string(name).c_str(), flags) == 0;
+            });
+        };
+        if (matches(0) != names.end())
+            continue;
+        const auto otherCase = matches(FNM_CASEFOLD);
+        return "has no function named " + pattern +
+               (otherCase != names.end() ? "; names are case-sensitive, as " + std::string(*otherCase)
+                                         : Util::Suggestion(pattern, names));
+    }
+    return {};
+}
+
+std::uint64_t Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics, const DumpChoice& choice,
+                   const std::function<bool(std::string_view)>& write)
 {
     const std::vector<std::string> patterns = Util::String::Tokenize(choice.calls, ",");
     const auto isChosen = [&](std::string_view call) {
@@ -61,6 +90,8 @@ void Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics, const Dum
                    return fnmatch(pattern.c_str(), std::string(call).c_str(), 0) == 0;
                });
     };
+    std::uint64_t lines = 0;
+    bool goesOn = true;
     Contexts contexts;
     std::string_view lastCall;
     bool isLastChosen = patterns.empty();
@@ -73,13 +104,15 @@ void Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics, const Dum
                 lastCall = call;
                 isLastChosen = isChosen(call);
             }
-            if (isLastChosen && frame >= choice.frames.first) {
+            if (goesOn && isLastChosen && frame >= choice.frames.first) {
                 const RecordPlace place = {frame, diagnostics.position.call, contexts.Thread(), contexts.Context()};
-                write(RecordText(choice.notation, place, record, source) + "\n");
+                goesOn = write(RecordText(choice.notation, place, record, source) + "\n");
+                ++lines;
             }
             contexts.Follow(record, call);
         },
         choice.frames.last);
+    return lines;
 }
 
 } // namespace Tools

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <optional>
 #include <string>
 
 #include "Data/CaptureSource.h"
@@ -19,8 +18,14 @@ struct DumpChoice {
     std::string calls = {};
 };
 
-/// Writes the records of a capture, a line each, in order.
-void Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics, const DumpChoice& choice,
-          const std::function<void(const std::string&)>& write);
+/// What in the choice the capture has nothing of, and what was meant perhaps; empty when all is there. Cuts the frames
+/// at the end of the capture and says so to `note`.
+std::string CheckChoice(const Data::CaptureSource& source, DumpChoice& choice,
+                        const std::function<void(const std::string&)>& note);
+
+/// Writes the records of a capture, a line each, in order, as long as `write` answers true. Answers the number of
+/// lines.
+std::uint64_t Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics, const DumpChoice& choice,
+                   const std::function<bool(std::string_view)>& write);
 
 } // namespace Tools

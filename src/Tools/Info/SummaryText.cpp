@@ -56,6 +56,12 @@ std::string Sizes(const SurfaceSummary& surface)
     return text.empty() ? "size unknown" : text;
 }
 
+/// The last frame of the capture in the one that it was cut out of.
+std::uint32_t LastOriginFrame(const CaptureSummary& summary)
+{
+    return summary.header.originFrame + summary.frames - (summary.frames > 0 ? 1 : 0);
+}
+
 void Line(std::string& text, const char* name, const std::string& value)
 {
     if (!value.empty())
@@ -84,6 +90,9 @@ std::string ToText(const CaptureSummary& summary)
          Format("%u in %.3f s", summary.frames, static_cast<double>(summary.durationUs) / 1e6) +
              (summary.frameHashes > 0 ? Format(", %u with a hash", summary.frameHashes) : "") +
              (summary.hasStateBlock ? ", behind a state-setup block" : ""));
+    if (header.originFrame != 0)
+        Line(text, "cut from",
+             Format("frames %u to %u of %s", header.originFrame, LastOriginFrame(summary), header.originFile.c_str()));
     Line(text, "calls", std::to_string(summary.calls));
     for (const auto& [thread, calls] : summary.callsByThread)
         Line(text, "thread", Format("%u: %llu calls", thread, static_cast<unsigned long long>(calls)));
@@ -123,6 +132,9 @@ std::string ToJson(const CaptureSummary& summary, const CaptureStatistics* stati
     json["frames"] = summary.frames;
     json["seconds"] = static_cast<double>(summary.durationUs) / 1e6;
     json["frameHashes"] = summary.frameHashes;
+    if (header.originFrame != 0)
+        json["cutFrom"] = {
+            {"file", header.originFile}, {"firstFrame", header.originFrame}, {"lastFrame", LastOriginFrame(summary)}};
     json["stateBlock"] = summary.hasStateBlock;
     json["callCount"] = summary.calls;
     json["threads"] = Json::array();

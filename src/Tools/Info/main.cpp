@@ -13,10 +13,13 @@
 #include "Tools/Info/Report/Report.h"
 #include "Tools/Info/Statistics.h"
 #include "Util/CommandLine.h"
+#include "Util/ExitStatus.h"
+#include "Util/OutputFile.h"
 
 namespace {
 
-enum ExitStatus : int { Done = 0, Failed = 1, Usage = 2, Unreadable = 3 };
+using Util::ExitStatus;
+using Util::Print;
 
 constexpr Util::Option options[] = {
     {"--json", "", "print the same as JSON, with statistics of the whole capture and of each frame", "Options"},
@@ -25,7 +28,7 @@ constexpr Util::Option options[] = {
      "list all calls instead, one on each line, with frame, number of the call in its frame, thread and "
      "context; with --json, a JSON object on each line",
      "Options"},
-    {"--frames", "A-B", "with --dump: only these frames, counted from 1", "Options"},
+    {"--frames", "A-B", "with --dump: only these frames, counted from 1; A- for all from A on, A for one", "Options"},
     {"--calls", "PATTERNS", "with --dump: only functions with such names, as glDraw*,glClear", "Options"},
     {"--report", "DIR", "write a page to DIR/index.html that shows the capture in a browser", "Options"},
     {"--results", "FILE", "with --report: what playback -json wrote of a replay, with the screenshots that it took",
@@ -41,12 +44,7 @@ constexpr const char* usage =
     "total and by frame: draws, instances, vertices, dispatches, clears, blits, uploaded bytes, objects,\n"
     "shaders, programs, extensions, and state changes that set what was set already.";
 
-void Print(const std::string& text)
-{
-    std::fwrite(text.data(), 1, text.size(), stdout);
-}
-
-int Fail(ExitStatus status, const std::string& text)
+ExitStatus Fail(ExitStatus status, const std::string& text)
 {
     std::fprintf(stderr, "playback-info: %s\n", text.c_str());
     return status;
@@ -61,7 +59,10 @@ void Report(const std::string& line)
 std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& choice)
 {
     if (args.positional.size() != 1)
-        return args.positional.empty() ? "no file is given" : "more than one file is given";
+        return args.positional.empty() ? "no file is given"
+                                       : "one file expected, found a second one: " + args.positional[1];
+    if (args.positional[0] == "-")
+        return "a capture is read from a file, not from standard input";
     const bool isDump = args.HasSwitch("--dump");
     if (args.HasSwitch("--check") && (args.switches.size() > 1 || !args.values.empty()))
         return "--check goes with no other option";
@@ -78,7 +79,7 @@ std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& c
     if (const std::string* const frames = args.FindValue("--frames")) {
         const std::optional<Util::FrameRange> range = Util::ParseFrameRange(*frames);
         if (!range)
-            return "--frames needs A-B with A from 1 and B not below A, found \"" + *frames + "\"";
+            return "--frames needs A-B with A from 1 and B not below A, or A- or A, found \"" + *frames + "\"";
         choice.frames = *range;
     }
     if (const std::string* const calls = args.FindValue("--calls"))
@@ -88,65 +89,86 @@ std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& c
 }
 
 /// The table, the JSON document or the page. Trouble is reported once, by the reader that looks closer.
-int PrintStatistics(Data::CaptureSource& source, const std::string& path, const Util::ParseArgs::CmdLineArgs& args)
+ExitStatus PrintStatistics(Data::CaptureSource& source, const std::string& path,
+                           const Util::ParseArgs::CmdLineArgs& args)
 {
     Data::Diagnostics quiet(path, nullptr);
     const Tools::CaptureSummary summary = Tools::Summarize(source, quiet);
     std::string error;
     std::optional<Tools::CaptureStatistics> statistics = Tools::CollectStatistics(path, Report, error);
     if (!statistics)
-        return Fail(Unreadable, error);
+        return Fail(ExitStatus::Unreadable, error);
     Tools::SetCalls(*statistics, summary.stateBlockCalls, summary.callsByFrame);
     if (const std::string* const folder = args.FindValue("--report")) {
         const std::string* const results = args.FindValue("--results");
-        error = Tools::WriteReport(*folder, {path, results ? *results : "", summary, *statistics});
-        return error.empty() ? Done : Fail(Failed, error);
+        const ExitStatus status =
+            Tools::WriteReport(*folder, {path, results ? *results : "", summary, *statistics}, error);
+        return status == ExitStatus::Done ? status : Fail(status, error);
     }
     Print(args.HasSwitch("--csv") ? Tools::ToCsv(*statistics) : Tools::ToJson(summary, &*statistics));
-    return Done;
+    return ExitStatus::Done;
+}
+
+ExitStatus PrintDump(Data::CaptureSource& source, Data::Diagnostics& diagnostics, Tools::DumpChoice choice)
+{
+    const std::string& path = diagnostics.FileName();
+    const std::string error =
+        Tools::CheckChoice(source, choice, [&](const std::string& note) { Report(path + ": " + note); });
+    if (!error.empty())
+        return Fail(ExitStatus::Usage, path + ": " + error);
+    const std::uint64_t lines = Tools::Dump(source, diagnostics, choice, Print);
+    if (lines == 0)
+        Report(path + ": has nothing of that");
+    return ExitStatus::Done;
 }
 
 /// Only the program that replays knows a driver.
-int CheckDriver(const std::string& path)
+ExitStatus CheckDriver(const std::string& path)
 {
     std::error_code error;
     const std::filesystem::path program =
         std::filesystem::read_symlink("/proc/self/exe", error).parent_path() / "playback";
     execl(program.c_str(), program.c_str(), "-check", "--", path.c_str(), nullptr);
-    return Fail(Failed, program.string() + ": " + std::strerror(errno));
+    return Fail(ExitStatus::NoDriver, program.string() + ": " + std::strerror(errno));
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+ExitStatus Run(int argc, char** argv)
 {
     const Util::CommandLine commandLine(options);
     const auto [args, parseError] = commandLine.Parse(argc, argv);
     if (args.HasSwitch("--help")) {
         Print(commandLine.Help(usage));
-        return Done;
+        return ExitStatus::Done;
     }
     if (args.HasSwitch("--version")) {
         Print("playback-info " PLAYBACK_VERSION "\n");
-        return Done;
+        return ExitStatus::Done;
     }
     Tools::DumpChoice choice;
     std::string error = parseError.empty() ? Check(args, choice) : parseError;
-    if (!error.empty())
-        return Fail(Usage, error + "\n" + usage);
+    if (!error.empty()) {
+        std::fprintf(stderr, "%s\n", Util::UsageError("playback-info", error).c_str());
+        return ExitStatus::Usage;
+    }
 
     const std::string& path = args.positional.front();
     if (args.HasSwitch("--check"))
         return CheckDriver(path);
     const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(path, error);
     if (!source)
-        return Fail(Unreadable, error);
+        return Fail(ExitStatus::Unreadable, error);
     Data::Diagnostics diagnostics(path, Report);
     if (args.HasSwitch("--dump"))
-        Tools::Dump(*source, diagnostics, choice, Print);
-    else if (args.HasSwitch("--json") || args.HasSwitch("--csv") || args.FindValue("--report"))
+        return PrintDump(*source, diagnostics, choice);
+    if (args.HasSwitch("--json") || args.HasSwitch("--csv") || args.FindValue("--report"))
         return PrintStatistics(*source, path, args);
-    else
-        Print(Tools::ToText(Tools::Summarize(*source, diagnostics)));
-    return Done;
+    Print(Tools::ToText(Tools::Summarize(*source, diagnostics)));
+    return ExitStatus::Done;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    return Util::EndProgram("playback-info", Run(argc, argv));
 }

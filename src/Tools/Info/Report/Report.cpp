@@ -13,6 +13,7 @@
 #include "Tools/Info/Report/Pages.h"
 #include "Tools/Info/Report/Pictures.h"
 #include "Tools/Info/Report/ProgramReader.h"
+#include "Util/OutputFile.h"
 
 namespace Tools {
 
@@ -122,25 +123,31 @@ std::string ReadResults(const std::string& path, Json& results, Json& frames)
         return path + ": " + std::strerror(errno);
     try {
         results = Json::parse(file);
+    } catch (const Json::parse_error& error) {
+        return path + ": expected the results that playback -json writes, found no JSON at byte " +
+               std::to_string(error.byte);
+    }
+    try {
         frames = Frames(results, std::filesystem::path(path).parent_path());
         // What the page reads.
         for (const char* const key : {"measured", "driver", "skipped", "verification"})
             results.at(key);
-    } catch (const Json::exception& error) {
-        return path + ": no results of playback -json: " + error.what();
+    } catch (const Json::exception&) {
+        return path + ": expected the results that playback -json writes, found other JSON";
     }
     return {};
 }
 
 } // namespace
 
-std::string WriteReport(const std::string& folder, const ReportInput& input)
+Util::ExitStatus WriteReport(const std::string& folder, const ReportInput& input, std::string& error)
 {
     Json results;
     Json frames = Json::array();
     if (!input.resultsFile.empty()) {
-        if (std::string error = ReadResults(input.resultsFile, results, frames); !error.empty())
-            return error;
+        error = ReadResults(input.resultsFile, results, frames);
+        if (!error.empty())
+            return Util::ExitStatus::Usage;
     }
     const Json data = {{"capture", Json::parse(ToJson(input.summary, nullptr))},
                        {"results", results},
@@ -151,16 +158,15 @@ std::string WriteReport(const std::string& folder, const ReportInput& input)
     const std::string text = EscapeForPage(data.dump(-1, ' ', false, Json::error_handler_t::replace));
 
     if (!Util::Path::Exists(folder) && !Util::Path::CreateFolder(folder))
-        return folder + ": " + std::strerror(errno);
-    const std::string path = folder + "/index.html";
-    std::ofstream file(path);
-    file << FillIn(Pages::page, {{"dygraph.min.css", Pages::dygraphStyle},
-                                 {"dygraph.min.js", Pages::dygraph},
-                                 {"report.css", Pages::style},
-                                 {"report.js", Pages::script},
-                                 {"data", text}});
-    file.close();
-    return file ? "" : path + ": " + std::strerror(errno);
+        error = folder + ": " + std::strerror(errno);
+    else
+        error =
+            Util::WriteWholeFile(folder + "/index.html", FillIn(Pages::page, {{"dygraph.min.css", Pages::dygraphStyle},
+                                                                              {"dygraph.min.js", Pages::dygraph},
+                                                                              {"report.css", Pages::style},
+                                                                              {"report.js", Pages::script},
+                                                                              {"data", text}}));
+    return error.empty() ? Util::ExitStatus::Done : Util::ExitStatus::NotWritten;
 }
 
 } // namespace Tools

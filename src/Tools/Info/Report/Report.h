@@ -4,6 +4,7 @@
 
 #include "Tools/Info/CaptureSummary.h"
 #include "Tools/Info/Statistics.h"
+#include "Util/ExitStatus.h"
 
 namespace Tools {
 
@@ -18,7 +19,7 @@ struct ReportInput {
 };
 
 /// Writes index.html to a folder, which is made where it is missing: one page that needs nothing else, network
-/// included. Returns the reason of a failure; empty on success.
-[[nodiscard]] std::string WriteReport(const std::string& folder, const ReportInput& input);
+/// included. Usage where the file of results is none, NotWritten where the page cannot be; with the reason in `error`.
+[[nodiscard]] Util::ExitStatus WriteReport(const std::string& folder, const ReportInput& input, std::string& error);
 
 } // namespace Tools

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace Util {
+
+/// The name that `text` most likely stands for: the one with the fewest letters left out, added, exchanged or swapped,
+/// whatever their case, or one that begins with `text`. Empty when none is close. The first of equally close ones.
+std::string_view ClosestName(std::string_view text, std::span<const std::string_view> names);
+
+/// "; did you mean NAME?", to end a message about an unknown name; empty when none is close.
+std::string Suggestion(std::string_view text, std::span<const std::string_view> names);
+
+} // namespace Util
