@@ -79,7 +79,7 @@ TEST_F(WindowTest, AFrameIsAwaitedUntilTheCompositorHasShownIt)
     constexpr std::chrono::milliseconds patience(400);
     Open({64, 64}, false);
     Core::KHRLayer::EGLProc().eglSwapInterval(m_display, 0);
-    const auto time = [this](auto action) {
+    const auto time = [](auto action) {
         const auto start = std::chrono::steady_clock::now();
         action();
         return std::chrono::steady_clock::now() - start;

@@ -30,7 +30,8 @@ CLIENT(EveryWayToAFunction)
     reinterpret_cast<Clear>(dlsym(program, "glClear"))(3);
     reinterpret_cast<Clear>(dlsym(RTLD_DEFAULT, "glClear"))(4);
     ProcAddress<Clear>("glClear")(5);
-    reinterpret_cast<PFNEGLGETPROCADDRESSPROC>(dlsym(dlopen("libEGL.so.1", RTLD_NOW), "eglGetProcAddress"));
+    // Only asked for.
+    dlsym(dlopen("libEGL.so.1", RTLD_NOW), "eglGetProcAddress");
     return eglSwapBuffers(current.display, current.surface) == EGL_TRUE ? 0 : 1;
 }
 
