@@ -14,6 +14,7 @@ PIXEL_BYTES = {("GL_RGBA", "GL_UNSIGNED_BYTE"): 4, ("GL_RGB", "GL_UNSIGNED_BYTE"
                ("GL_RGBA", "GL_HALF_FLOAT"): 8, ("GL_RG", "GL_UNSIGNED_BYTE"): 2, ("GL_RED_INTEGER", "GL_UNSIGNED_INT"): 4,
                ("GL_RGBA_INTEGER", "GL_UNSIGNED_SHORT"): 8, ("GL_DEPTH_COMPONENT", "GL_UNSIGNED_SHORT"): 2,
                ("GL_DEPTH_COMPONENT", "GL_UNSIGNED_INT"): 4}
+TYPE_BYTES = {"GL_FLOAT": 4, "GL_BYTE": 1, "GL_UNSIGNED_BYTE": 1, "GL_SHORT": 2, "GL_UNSIGNED_SHORT": 2, "GL_INT": 4}
 # Where the counts stand among the arguments: vertices, and instances where there are some.
 DRAWS = {"glDrawArrays": (2,), "glDrawElements": (1,), "glDrawRangeElements": (3,), "glDrawArraysInstanced": (2, 3),
          "glDrawElementsInstanced": (1, 4), "glDrawElementsBaseVertex": (1,), "glDrawRangeElementsBaseVertex": (3,),
@@ -26,6 +27,7 @@ COMPRESSED = {"glCompressedTexImage2D": 6, "glCompressedTexSubImage2D": 7, "glCo
 KINDS = {"Textures": "textures", "Buffers": "buffers", "Renderbuffers": "renderbuffers", "Framebuffers": "framebuffers",
          "VertexArrays": "vertexArrays", "Samplers": "samplers", "Queries": "queries", "Shader": "shaders",
          "Program": "programs", "ProgramPipelines": "programPipelines", "TransformFeedbacks": "transformFeedbacks"}
+POINTERS = ("glVertexAttribPointer", "glVertexAttribIPointer")
 # State with one value for each of the arguments in front: how many those are, and the value at the start.
 STATE = {"glUseProgram": (0, "0"), "glActiveTexture": (0, "GL_TEXTURE0"), "glDepthMask": (0, "true"),
          "glDepthFunc": (0, "GL_LESS"), "glViewport": (0, None), "glScissor": (0, None), "glClearColor": (0, "0, 0, 0, 0"),
@@ -61,6 +63,30 @@ class Context:
         return self.values.get(("glActiveTexture",), "GL_TEXTURE0")
 
 
+def pointers(dump):
+    """Calls of POINTERS in a dump, (frame, name, whether the attribute changed) of each.
+
+    Replay points at client memory anew in front of each draw, so that a driver's log cannot tell.
+    """
+    bound, attributes, calls = Counter(), {}, []
+    for frame, context, name, text in re.findall(r"^(\d+):\d+ t\d+ (c\d+) (\w+)\((.*)\)", dump, re.M):
+        args = [arg.partition("=")[2] for arg in split(text)]
+        place = bound[context, "glBindVertexArray"]
+        if name in ("glBindBuffer", "glBindVertexArray"):
+            bound[context, args[0] if name == "glBindBuffer" else name] = args[-1]
+        elif name in ("glDeleteBuffers", "glDeleteVertexArrays"):
+            gone = names(args[1])
+            bound = Counter({key: value for key, value in bound.items() if value not in gone})
+            attributes = {key: value for key, value in attributes.items() if value[0] not in gone}
+        elif name in POINTERS:
+            size, kind, stride = args[1], args[2], args[-2]
+            packed = int(size) * TYPE_BYTES.get(kind, 0) or 4
+            value = (bound[context, "GL_ARRAY_BUFFER"], name, *args[1:-2], packed if stride == "0" else int(stride), args[-1])
+            calls.append((int(frame), name, attributes.get((context, place, args[0])) != value))
+            attributes[context, place, args[0]] = value
+    return calls
+
+
 class DriverLog:
     """`frames` has a Counter for each part that ends with a swap, and one for what comes behind the last."""
 
@@ -79,8 +105,8 @@ class DriverLog:
     def total(self):
         return sum(self.frames, Counter())
 
-    def count(self, key, by=1):
-        self.frames[-1][key] += by
+    def count(self, key, by=1, frame=-1):
+        self.frames[frame][key] += by
 
     def take(self, name, args, result):
         self.count(name)
@@ -93,6 +119,11 @@ class DriverLog:
             self.count("draws")
             self.count("instances", instances)
             self.count("vertices", vertices * instances)
+        elif name in ("glReadPixels", "glReadnPixels"):
+            self.count("readBytes", int(args[2]) * int(args[3]) * PIXEL_BYTES[args[4], args[5]])
+        elif name.startswith("glGetQueryObject") and args[1] == "GL_QUERY_RESULT" or \
+                re.match("(gl|egl)ClientWaitSync", name) and args[-1] != "0" or name == "glFinish":
+            self.count(("wait", name))
         elif name == "glDispatchCompute":
             self.count("groups", int(args[0]) * int(args[1]) * int(args[2]))
         elif name in ("glBufferData", "glBufferStorageEXT", "glBufferSubData"):

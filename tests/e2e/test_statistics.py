@@ -7,7 +7,7 @@ import shutil
 import unittest
 import xml.etree.ElementTree as xml
 
-from driver_log import DRAWS, STATE, DriverLog
+from driver_log import DRAWS, POINTERS, STATE, DriverLog, pointers
 from harness import FAKE_DRIVER, FAMILIES, INFO, PLAYBACK, SAMPLE, USAGE, EndToEndTest
 
 TEXT_FILES = ["eglstats.txt", "glstats.txt", "stats.txt"]
@@ -47,12 +47,16 @@ class Info(EndToEndTest):
     """The numbers of playback-info against those of a driver that was asked the same."""
 
     def compare(self, capture, left_out=()):
-        # Replay points at client memory anew in front of each draw.
-        left_out = {"glVertexAttribPointer", "glVertexAttribIPointer", *left_out}
         self.run_program(PLAYBACK, "-headless", "-skiperrorcheck", "-driver", FAKE_DRIVER, capture,
                          PLAYBACK_FAKE_LOG=f"{capture}.log")
         log = DriverLog(self.dir / f"{capture}.log")
         statistics = self.info(capture)["statistics"]
+        for frame in log.frames:
+            for name in POINTERS:
+                frame[name] = 0
+        for frame, name, is_changed in pointers(self.run_program(INFO, "--dump", capture).stdout):
+            log.count(name, frame=frame - 1)
+            log.count(("redundant", name), not is_changed, frame - 1)
         self.assertEqual(statistics["refusedCalls"], 0)
         self.assertEqual(len(statistics["frames"]), len(log.frames) - 1)
         for frame, seen in zip([*statistics["frames"], statistics["total"]], [*log.frames[:-1], log.total]):
@@ -75,12 +79,14 @@ class Info(EndToEndTest):
         uploaded = frame["uploadedBytes"]
         self.assertEqual([uploaded["buffers"] - uploaded["ofThemMapped"], uploaded["textures"]],
                          [seen["bufferBytes"], seen["textureBytes"]])
+        self.assertEqual(frame["readBacks"]["pixelBytes"], seen["readBytes"])
+        self.assertEqual(frame["waits"]["byCall"], {key[1]: n for key, n in seen.items() if key[0] == "wait"})
         shaders = frame["shaders"]
         self.assertEqual([shaders["byType"].get("vertex", 0), shaders["compiled"], frame["programs"]["linked"]],
                          [seen["GL_VERTEX_SHADER"], seen["glCompileShader"] + seen["glCreateShaderProgramv"],
                           seen["glLinkProgram"] + seen["glCreateShaderProgramv"]])
         redundant = frame["stateChanges"]["redundant"]["byCall"]
-        for call in (*STATE, "glEnable", "glDisable", "glBindTexture"):
+        for call in (*STATE, *POINTERS, "glEnable", "glDisable", "glBindTexture"):
             if call not in left_out:
                 self.assertEqual(redundant.get(call, 0), seen["redundant", call], call)
         counts = [draws["byCall"], frame["clears"]["byCall"], frame["blits"]["byCall"], frame["stateChanges"]["byCall"],
@@ -99,9 +105,11 @@ class Info(EndToEndTest):
         shutil.copy(SAMPLE, self.dir / "sample.glcap")
         total, _ = self.compare("sample.glcap")
         self.assertEqual(total["draws"]["byCall"]["glDrawElements"], {"calls": 120, "instances": 120, "vertices": 4320, "unknown": 0})
+        # Two attributes of three shapes, each at an address of its own in front of each draw.
+        self.assertNotIn("glVertexAttribPointer", total["stateChanges"]["redundant"]["byCall"])
 
     def test_families(self):
-        for family in ("buffer-maps", "client-arrays", "compute", "debug-labels", "multisample", "pixel-buffers", "queries",
+        for family in ("buffer-maps", "client-arrays", "compute", "debug-labels", "multisample", "persistent-maps", "pixel-buffers", "queries",
                        "samplers", "textures", "transform-feedback", "uniform-buffers", "vertex-arrays"):
             with self.subTest(family):
                 capture = self.record(FAMILIES, family, "--pbuffer", capture=f"{family}.glcap", compositor=False)
@@ -113,9 +121,9 @@ class Info(EndToEndTest):
         rows = list(csv.DictReader(io.StringIO(self.run_program(INFO, "--csv", SAMPLE).stdout)))
         self.assertEqual([row["frame"] for row in rows], [str(i) for i in range(1, 121)] + ["rest"])
         for row, frame in zip(rows, [*statistics["frames"], statistics["rest"]]):
-            self.assertEqual([int(row[name]) for name in ("calls", "vertices", "clears", "redundantStateChanges")],
+            self.assertEqual([int(row[name]) for name in ("calls", "vertices", "clears", "redundantStateChanges", "readPixelBytes")],
                              [frame["calls"], frame["draws"]["vertices"], frame["clears"]["calls"],
-                              frame["stateChanges"]["redundant"]["calls"]])
+                              frame["stateChanges"]["redundant"]["calls"], frame["readBacks"]["pixelBytes"]])
             self.assertEqual(int(row["texturesAlive"]), frame["objects"].get("textures", {}).get("alive", 0))
         self.assertEqual(sum(int(row["calls"]) for row in rows), statistics["total"]["calls"])
         self.run_program(INFO, "--csv", "--json", SAMPLE, status=USAGE)

@@ -32,6 +32,10 @@ BLITS = re.compile(r"glBlit(Framebuffer|Overlap)")
 BUFFER_UPLOADS = {"glBufferData", "glBufferSubData", "glBufferStorageEXT"}
 CREATES = re.compile(r"glGen|glCreate|glFenceSync$|eglCreate")
 UNIFORMS = re.compile(r"gl(Program)?Uniform(\d|Matrix)")
+# Calls that wait for the driver, and when: a question that does not wait for its answer is no wait.
+WAITS = {"glFinish": "", "eglWaitClient": "", "eglWaitGL": "", "glClientWaitSync": "timeout != 0",
+         "eglClientWaitSyncKHR": "timeout != 0"}
+QUERY_RESULTS = re.compile(r"glGetQueryObject")
 COMPILES = {"glCompileShader": "shadersCompiled", "glLinkProgram": "programsLinked"}
 
 INDEXES = {
@@ -105,6 +109,19 @@ def upload(call):
     return ""
 
 
+def wait(call):
+    condition = "pname == queryResult" if QUERY_RESULTS.match(call.name) else WAITS.get(call.name)
+    if condition is None:
+        return ""
+    return (f"if ({condition})\n            " if condition else "") + f"++m_frame.waits[CallId::{call.name}];"
+
+
+def read_back(call):
+    if not any(p.type.binding == "pixel_pack" for p in call.params):
+        return ""
+    return f"ReadPixels(CallId::{call.name}, PackedBytes(width, height, 1, format, type));"
+
+
 def objects(call):
     """Statements for the objects that a call makes or deletes."""
     display = ", dpy" if call.is_egl else ""
@@ -139,7 +156,7 @@ def word(call, text):
     if p is None:
         return re.fullmatch(r"-?\d+|0x[0-9A-F]+", text)[0]
     if p.type.form == "ptr":
-        return f"{text}->GetPointer()"
+        return f"{text}->GetCapturedPointer()"
     return f"Elements<{p.type.scalar.adapter}>(*{text})" if p.type.is_pointer else text
 
 
@@ -153,7 +170,7 @@ def setting(call, s):
 def state(api, call):
     settings = api.states.settings.get(call.name)
     if settings:
-        return f"Changed(CallId::{call.name}, " + " | ".join(setting(call, s) for s in settings) + ");"
+        return f"Changed(CallId::{call.name}, {{" + ", ".join(setting(call, s) for s in settings) + "});"
     if UNIFORMS.match(call.name):
         location = call.param("location")
         program = location.type.of or "m_state.CurrentProgram()"
@@ -168,7 +185,7 @@ def state(api, call):
 
 def body(api, call):
     """Statements, in an order in which what a call makes is there before it is used."""
-    lines = [draw(call), upload(call)]
+    lines = [draw(call), upload(call), wait(call), read_back(call)]
     if CLEARS.match(call.name):
         lines.append(f"++m_frame.clears[CallId::{call.name}];")
     if BLITS.match(call.name):
@@ -182,7 +199,7 @@ def body(api, call):
 
 # Handlers that need more than their description says; they call the body that follows from it.
 BY_HAND = {"glBindBuffer", "glCreateShader", "glCreateShaderProgramv", "glProgramBinary", "glProgramBinaryOES",
-           "glLinkProgram", "glDispatchCompute", "glDispatchComputeIndirect", "eglCreateContext", "eglMakeCurrent",
+           "glLinkProgram", "glDispatchCompute", "glDispatchComputeIndirect", "glMapBufferRange", "eglCreateContext", "eglMakeCurrent",
            "eglDestroyContext", "eglReleaseThread", "eglTerminate"}
 
 

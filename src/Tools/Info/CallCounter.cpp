@@ -1,6 +1,7 @@
 #include "Tools/Info/CallCounter.h"
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 #include "Data/CallDecoder.h"
@@ -14,6 +15,7 @@ constexpr std::uint32_t front = 0x0404;
 constexpr std::uint32_t back = 0x0405;
 constexpr std::uint32_t readFramebuffer = 0x8CA8;
 constexpr std::uint32_t drawFramebuffer = 0x8CA9;
+constexpr std::uint32_t mapReadBit = 1;
 
 std::uint64_t Positive(std::int64_t value)
 {
@@ -146,6 +148,25 @@ std::int64_t CallCounter::PackedBytes(std::int32_t width, std::int32_t height, s
     return bytes < Data::unknownSize ? static_cast<std::int64_t>(bytes) : 0;
 }
 
+// Read-backs.
+
+void CallCounter::ReadPixels(CallId call, std::int64_t bytes)
+{
+    ++m_frame.readBacks[call];
+    m_frame.readBytes += Positive(bytes);
+    if (m_decoder.Context().HasPackBuffer())
+        m_frame.bytesReadToBuffers += Positive(bytes);
+}
+
+void CallCounter::Process_glMapBufferRange(Data::PointerData* captured, std::uint32_t /*target*/,
+                                           std::int64_t /*offset*/, std::int64_t length, std::uint32_t access)
+{
+    if ((access & mapReadBit) == 0 || captured->GetCapturedPointer() == 0)
+        return;
+    ++m_frame.readBacks[CallId::glMapBufferRange];
+    m_frame.bytesMappedToRead += Positive(length);
+}
+
 // Objects.
 
 void CallCounter::Create(ObjectKind kind, std::uint32_t name, std::uint32_t display)
@@ -249,19 +270,19 @@ void CallCounter::Process_eglTerminate(std::int32_t captured, std::uint32_t dpy)
 
 // State.
 
-void CallCounter::Changed(CallId call, bool isChanged)
+void CallCounter::Changed(CallId call, std::initializer_list<bool> changes)
 {
     ++m_frame.stateChanges[call];
-    if (!isChanged)
+    if (std::ranges::none_of(changes, std::identity()))
         ++m_frame.redundantChanges[call];
 }
 
 void CallCounter::Process_glBindBuffer(std::uint32_t target, std::uint32_t buffer)
 {
     // The buffer of indices belongs to the vertex array object.
-    Changed(CallId::glBindBuffer, target == Data::Enum::ElementArrayBuffer
-                                      ? m_state.Set(State::ElementBuffer, m_state.BoundVertexArray(), 0, Words(buffer))
-                                      : m_state.Set(State::Buffer, target, 0, Words(buffer)));
+    Changed(CallId::glBindBuffer, {target == Data::Enum::ElementArrayBuffer
+                                       ? m_state.Set(State::ElementBuffer, m_state.BoundVertexArray(), 0, Words(buffer))
+                                       : m_state.Set(State::Buffer, target, 0, Words(buffer))});
 }
 
 void CallCounter::Uniform(CallId call, std::uint32_t program, std::int32_t location, std::int32_t count,
@@ -281,7 +302,7 @@ void CallCounter::Uniform(CallId call, std::uint32_t program, std::int32_t locat
         isChanged |= m_state.Set(State::Uniform, program,
                                  static_cast<std::uint32_t>(location) + static_cast<std::uint32_t>(i), element);
     }
-    Changed(call, isChanged);
+    Changed(call, {isChanged});
 }
 
 WordList CallCounter::Vector(const Data::PointerData& values)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <bit>
+#include <initializer_list>
 #include <span>
 #include <type_traits>
 
@@ -38,6 +39,7 @@ public:
 
 private:
     using CallId = Data::CallId;
+    static constexpr std::uint32_t queryResult = 0x8866;
 
 // Most handlers; the others are declared.
 #include "Tools/Info/EGLCalls.inc"
@@ -61,20 +63,19 @@ private:
     void Delete(ObjectKind kind, std::uint32_t name, std::uint32_t display = 0);
     void Delete(ObjectKind kind, const Data::PointerData& names, std::int32_t count);
 
-    void Changed(CallId call, bool isChanged);
+    void ReadPixels(CallId call, std::int64_t bytes);
+
+    /// Counts a call that set states, by what RecordedState::Set said of each.
+    void Changed(CallId call, std::initializer_list<bool> changes);
     void Uniform(CallId call, std::uint32_t program, std::int32_t location, std::int32_t count, std::uint32_t transpose,
                  const WordList& words);
 
+    /// Also of an address: those of programs fit into a double.
     template <class T>
     requires std::is_arithmetic_v<T>
     static std::uint64_t Word(T value)
     {
         return std::bit_cast<std::uint64_t>(static_cast<double>(value));
-    }
-    /// An offset into a buffer as well, hence a number. Addresses of programs fit into a double.
-    static std::uint64_t Word(const void* pointer)
-    {
-        return Word(reinterpret_cast<std::uintptr_t>(pointer));
     }
     template <class... T> static WordList Words(T... values)
     {

@@ -78,6 +78,11 @@ FrameStatistics& FrameStatistics::operator+=(const FrameStatistics& next)
     mappedBytes += next.mappedBytes;
     textureBytes += next.textureBytes;
     clientArrayBytes += next.clientArrayBytes;
+    Add(waits, next.waits);
+    Add(readBacks, next.readBacks);
+    readBytes += next.readBytes;
+    bytesReadToBuffers += next.bytesReadToBuffers;
+    bytesMappedToRead += next.bytesMappedToRead;
     Add(shaders, next.shaders);
     shadersCompiled += next.shadersCompiled;
     programs += next.programs;

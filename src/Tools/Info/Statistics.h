@@ -47,6 +47,14 @@ struct FrameStatistics {
     std::uint64_t textureBytes = 0;
     /// Vertices in client memory, which travel with each draw.
     std::uint64_t clientArrayBytes = 0;
+    /// Calls that wait until the driver is done: glFinish, and for syncs and results of queries.
+    CallCounts waits;
+    /// Calls that bring pixels and contents of buffers back. Bytes of pixels; of them, those that went to buffers; and
+    /// of buffers that were mapped for reading.
+    CallCounts readBacks;
+    std::uint64_t readBytes = 0;
+    std::uint64_t bytesReadToBuffers = 0;
+    std::uint64_t bytesMappedToRead = 0;
     /// Made, by type.
     std::map<std::uint32_t, std::uint64_t> shaders;
     std::uint64_t shadersCompiled = 0;

@@ -88,6 +88,11 @@ Json ToJson(const FrameStatistics& frame)
                              {"ofThemMapped", frame.mappedBytes},
                              {"textures", frame.textureBytes},
                              {"clientArrays", frame.clientArrayBytes}};
+    json["waits"] = WithSum(frame.waits);
+    json["readBacks"] = WithSum(frame.readBacks);
+    json["readBacks"]["pixelBytes"] = frame.readBytes;
+    json["readBacks"]["ofThemToBuffers"] = frame.bytesReadToBuffers;
+    json["readBacks"]["mappedBytes"] = frame.bytesMappedToRead;
     json["shaders"] = {{"created", Sum(frame.shaders)}, {"compiled", frame.shadersCompiled}};
     json["shaders"]["byType"] = Json::object();
     for (const auto& [type, count] : frame.shaders)
@@ -111,11 +116,27 @@ void CsvLine(std::string& text, const std::string& part, const FrameStatistics& 
 {
     const DrawCount draws = Sum(frame.draws);
     text += part;
-    for (const std::uint64_t value :
-         {frame.calls, draws.calls, draws.instances, draws.vertices, draws.unknown, frame.dispatches.calls,
-          frame.dispatches.groups, Sum(frame.clears), Sum(frame.blits), frame.bufferBytes, frame.textureBytes,
-          frame.clientArrayBytes, Sum(frame.shaders), frame.programs, Sum(frame.extensionCalls),
-          Sum(frame.stateChanges), Sum(frame.redundantChanges)})
+    for (const std::uint64_t value : {frame.calls,
+                                      draws.calls,
+                                      draws.instances,
+                                      draws.vertices,
+                                      draws.unknown,
+                                      frame.dispatches.calls,
+                                      frame.dispatches.groups,
+                                      Sum(frame.clears),
+                                      Sum(frame.blits),
+                                      frame.bufferBytes,
+                                      frame.textureBytes,
+                                      frame.clientArrayBytes,
+                                      Sum(frame.waits),
+                                      Sum(frame.readBacks),
+                                      frame.readBytes,
+                                      frame.bytesMappedToRead,
+                                      Sum(frame.shaders),
+                                      frame.programs,
+                                      Sum(frame.extensionCalls),
+                                      Sum(frame.stateChanges),
+                                      Sum(frame.redundantChanges)})
         text += "," + std::to_string(value);
     for (const ObjectCount& count : frame.objects)
         text += "," + std::to_string(count.alive);
@@ -142,7 +163,8 @@ std::string ToCsv(const CaptureStatistics& statistics)
 {
     std::string text =
         "frame,calls,draws,instances,vertices,unknownDraws,dispatches,workGroups,clears,blits,bufferBytes,"
-        "textureBytes,clientArrayBytes,shaders,programs,extensionCalls,stateChanges,redundantStateChanges";
+        "textureBytes,clientArrayBytes,waits,readBacks,readPixelBytes,readMappedBytes,shaders,programs,extensionCalls,"
+        "stateChanges,redundantStateChanges";
     for (std::size_t kind = 0; kind < objectKinds; ++kind)
         text += std::string(",") + ObjectKindName(static_cast<ObjectKind>(kind)) + "Alive";
     text += "\n";
