@@ -17,7 +17,7 @@ MOST_DIFFERENCE = 1
 # The software driver takes shortcuts where a processor has instructions for them, and is then up to three steps off.
 SAME_ARITHMETIC = {"GALLIUM_OVERRIDE_CPU_CAPS": "sse2"}
 # None that reads textures without filtering: which texel a pixel on an edge gets is the last bit of arithmetic.
-CLIENTS = {"mosaic": ["tests/mosaic"], "spinning": ["samples/spinning", "--frames", "8"]} | {
+CLIENTS = {"spinning": ["samples/spinning", "--frames", "8"]} | {
     family: ["tests/families", family] for family in ("buffer-maps", "client-arrays", "compute", "uniform-buffers", "vertex-arrays")}
 
 

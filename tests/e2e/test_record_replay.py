@@ -2,7 +2,7 @@
 
 import unittest
 
-from harness import MOSAIC, RECORD, SPINNING, WITH_WESTON, EndToEndTest
+from harness import RECORD, SPINNING, WITH_WESTON, EndToEndTest
 
 
 class RecordAndReplay(EndToEndTest):
@@ -19,9 +19,6 @@ class RecordAndReplay(EndToEndTest):
 
     def test_client_that_resizes_its_window(self):
         self.check(8, SPINNING, "--frames", "8", "--resize", "4")
-
-    def test_features_of_opengl_es_3(self):
-        self.check(10, MOSAIC)
 
     def test_client_without_compositor(self):
         capture = self.record(SPINNING, "--frames", "8", "--pbuffer", compositor=False)

@@ -7,7 +7,7 @@ import re
 import shutil
 import unittest
 
-from harness import (DONE, FAKE_DRIVER, FAMILIES, INFO, MOSAIC, PLAYBACK, SAMPLE, SPINNING, TRIM, UNREADABLE, USAGE,
+from harness import (DONE, FAKE_DRIVER, FAMILIES, INFO, PLAYBACK, SAMPLE, SPINNING, TRIM, UNREADABLE, USAGE,
                      NOT_WRITTEN, EndToEndTest)
 from test_families import CLIENTS
 
@@ -61,7 +61,7 @@ class SameFrames(TrimTest):
         self.check(self.record("glmark2-es2-wayland", "-s", "400x300", "-b", "desktop:nframes=16"))
 
     def test_trimmed_again(self):
-        whole = self.record(MOSAIC)
+        whole = self.record(FAMILIES, "transform-feedback")
         trimmed = self.trim(whole, 3, 8)
         for first, last in ((1, 2), (4, 5)):
             self.verify(self.trim(trimmed, first, last, "again.glcap"), "-headless")
@@ -76,19 +76,19 @@ class SameFrames(TrimTest):
                 self.check(self.record(FAMILIES, family, "--pbuffer", compositor=False), family in ERRORS)
 
     def test_windows(self):
-        for client in ([SPINNING, "--frames", "8", "--resize", "3"], [MOSAIC], [FAMILIES, "surfaces"]):
-            with self.subTest(client[0]):
+        for client in ([SPINNING, "--frames", "8", "--resize", "3"], [FAMILIES, "multisample"], [FAMILIES, "surfaces"]):
+            with self.subTest(client):
                 self.check(self.record(*client))
 
 
 class Options(TrimTest):
     """What a replay does with the two parts of a trimmed capture."""
 
-    def trimmed_mosaic(self):
-        return self.trim(self.record(MOSAIC), 3, 6)
+    def trimmed(self):
+        return self.trim(self.record(FAMILIES, "multisample"), 3, 6)
 
     def test_contents_of_the_default_framebuffer(self):
-        capture = self.trimmed_mosaic()
+        capture = self.trimmed()
         for options, expected in (([], ["color", "depth", "stencil"]), (["-skipdefaultfbo"], [])):
             self.run_program(PLAYBACK, "-headless", "-dumpdefaultfbo", "-screenshotdir", f"out{len(options)}", *options,
                              capture)
@@ -105,7 +105,7 @@ class Options(TrimTest):
         self.assertEqual(restoring("-samples", "4"), (0, 1))
 
     def test_calls_are_skipped_by_block(self):
-        capture = self.trimmed_mosaic()
+        capture = self.trimmed()
         name = "glUseProgram"
         state, frames = self.calls(capture)
         in_state, in_frames = state[name], sum(frame.count(name) for frame in frames)
@@ -115,13 +115,13 @@ class Options(TrimTest):
             self.assertEqual(self.replay_faked(capture, *options).count(name), expected, options)
 
     def test_each_frame_is_flushed(self):
-        capture = self.trimmed_mosaic()
+        capture = self.trimmed()
         flushes = [self.replay_faked(capture, *options).count("glFlush") for options in ([], ["-forceflush"])]
         self.assertEqual(flushes[1] - flushes[0], self.info(capture)["frames"])
 
     def test_screenshots_of_draws(self):
-        capture = self.trimmed_mosaic()
-        # A draw, the only blit and another draw: counted together, and named one by one.
+        capture = self.trimmed()
+        # A draw, the first blit and another draw: counted together, and named one by one.
         events = [name for name in self.calls(capture)[1][2] if DRAW.match(name) or name == "glBlitFramebuffer"]
         draws = events.index("glBlitFramebuffer")
         self.run_program(PLAYBACK, "-headless", "-screenshots", f"3:{draws}-{draws + 2}", "-screenshotdir", "out",

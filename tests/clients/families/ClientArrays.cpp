@@ -47,11 +47,11 @@ void PointAt(const std::vector<Vertex>& vertices)
 
 FAMILY("client-arrays", stage)
 {
-    const GLuint instanced =
-        LinkProgram("#version 300 es\nlayout(location = 0) in vec2 position; layout(location = 1) in vec4 colour;"
-                    "layout(location = 2) in vec2 place; out vec4 shade;"
-                    "void main() { shade = colour; gl_Position = vec4(position * 0.3 + place, 0.0, 1.0); }",
-                    flatFragment);
+    const GLuint instanced = LinkProgram(
+        "#version 300 es\nlayout(location = 0) in vec2 position; layout(location = 1) in vec4 colour;"
+        "layout(location = 2) in ivec2 place; out vec4 shade;"
+        "void main() { shade = colour; gl_Position = vec4(position * 0.3 + vec2(place) / 127.0, 0.0, 1.0); }",
+        flatFragment);
     const GLuint indexBuffer = MakeBuffer(GL_ELEMENT_ARRAY_BUFFER, 256, nullptr);
     const GLuint vertexBuffer = MakeBuffer(GL_ARRAY_BUFFER, (Corners + 1) * sizeof(Vertex), nullptr);
     glEnableVertexAttribArray(0);
@@ -61,13 +61,18 @@ FAMILY("client-arrays", stage)
         glUseProgram(FlatProgram());
         const std::vector<Vertex> fan = Fan(static_cast<std::size_t>(frame % 3), frame);
 
-        // All in memory, which is the program's own again after the call.
+        // All in memory, which is the program's own again after the call; a restart index names no vertex.
         Quarter(0);
         glBindBuffer(GL_ARRAY_BUFFER, 0);
         glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
         std::vector<Vertex> borrowed = fan;
         PointAt(borrowed);
-        glDrawElements(GL_TRIANGLES, Corners * 3 / 2, GL_UNSIGNED_BYTE, Indices<std::uint8_t>(frame % 3).data());
+        std::vector<std::uint8_t> restarted = Indices<std::uint8_t>(frame % 3);
+        restarted.insert(restarted.begin() + 6, 0xFF);
+        glEnable(GL_PRIMITIVE_RESTART_FIXED_INDEX);
+        glDrawRangeElements(GL_TRIANGLES, static_cast<GLuint>(frame % 3), static_cast<GLuint>(frame % 3 + Corners),
+                            static_cast<GLsizei>(restarted.size()), GL_UNSIGNED_BYTE, restarted.data());
+        glDisable(GL_PRIMITIVE_RESTART_FIXED_INDEX);
         for (Vertex& vertex : borrowed) {
             vertex = {};
         }
@@ -109,7 +114,7 @@ FAMILY("client-arrays", stage)
         glUseProgram(instanced);
         PointAt(fan);
         const std::int8_t places[] = {-80, -80, 0, 80, 0, 0, 80, 80, -80, 0, 0, 80, -40, 40, 0};
-        glVertexAttribPointer(2, 2, GL_BYTE, GL_TRUE, 3, places);
+        glVertexAttribIPointer(2, 2, GL_BYTE, 3, places);
         glVertexAttribDivisor(2, 2);
         glEnableVertexAttribArray(2);
         glDrawElementsInstanced(GL_TRIANGLES, Corners * 3 / 2, GL_UNSIGNED_SHORT,

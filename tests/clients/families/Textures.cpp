@@ -82,8 +82,20 @@ FAMILY("textures", stage)
     for (int frame = 1; frame <= FrameCount; ++frame) {
         glClear(GL_COLOR_BUFFER_BIT);
         glBindTexture(GL_TEXTURE_3D, volume);
-        glTexSubImage3D(GL_TEXTURE_3D, 0, 1, 2, frame % 8, 4, 4, 1, GL_RGBA, GL_UNSIGNED_BYTE,
-                        Pattern(4, 4, 9 * frame).data());
+        // Out of the middle of a larger picture.
+        const std::pair<GLenum, GLint> unpack[] = {{GL_UNPACK_ROW_LENGTH, 9},
+                                                   {GL_UNPACK_IMAGE_HEIGHT, 7},
+                                                   {GL_UNPACK_SKIP_PIXELS, 3},
+                                                   {GL_UNPACK_SKIP_ROWS, 2},
+                                                   {GL_UNPACK_SKIP_IMAGES, 1}};
+        for (const auto& [parameter, value] : unpack) {
+            glPixelStorei(parameter, value);
+        }
+        glTexSubImage3D(GL_TEXTURE_3D, 0, 1, 2, frame % 7, 4, 4, 2, GL_RGBA, GL_UNSIGNED_BYTE,
+                        Pattern(9, 3 * 7, 9 * frame).data());
+        for (const auto& [parameter, value] : unpack) {
+            glPixelStorei(parameter, 0);
+        }
         Show(0, volumeProgram, GL_TEXTURE_3D, volume, frame);
         Show(1, cubeProgram, GL_TEXTURE_CUBE_MAP, cube, frame);
         Show(2, cubesProgram, GL_TEXTURE_CUBE_MAP_ARRAY, cubes, frame);

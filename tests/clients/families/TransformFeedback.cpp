@@ -1,5 +1,5 @@
 // Particles that move from one buffer to the other by transform feedback objects, which pause for a draw in between,
-// and separate outputs that are counted.
+// and separate outputs that are counted and copied on the driver's side.
 
 #include "Families.h"
 
@@ -62,6 +62,7 @@ FAMILY("transform-feedback", stage)
     const GLuint caught = MakeBuffer(GL_TRANSFORM_FEEDBACK_BUFFER, 512, nullptr);
     glBindBufferRange(GL_TRANSFORM_FEEDBACK_BUFFER, 0, caught, 64, 32);
     glBindBufferRange(GL_TRANSFORM_FEEDBACK_BUFFER, 1, caught, 256, 64);
+    const GLuint copy = MakeBuffer(GL_COPY_WRITE_BUFFER, 512, nullptr);
     glGenQueries(1, &query);
     glEnableVertexAttribArray(0);
     for (int frame = 1; frame <= FrameCount; ++frame) {
@@ -100,7 +101,9 @@ FAMILY("transform-feedback", stage)
         glBindTransformFeedback(GL_TRANSFORM_FEEDBACK, 0);
 
         glUseProgram(FlatProgram());
-        glBindBuffer(GL_ARRAY_BUFFER, caught);
+        glBindBuffer(GL_COPY_READ_BUFFER, caught);
+        glCopyBufferSubData(GL_COPY_READ_BUFFER, GL_COPY_WRITE_BUFFER, 0, 0, 512);
+        glBindBuffer(GL_ARRAY_BUFFER, copy);
         glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, 0, At(64));
         glVertexAttribPointer(1, 4, GL_FLOAT, GL_FALSE, 0, At(256));
         glEnableVertexAttribArray(1);

@@ -16,8 +16,9 @@ const char* const askedFragment =
     "void main() { result = int(gl_FragCoord.x) / 8 % 2 == 0 ? paints[0].colour : paints[1].colour; }";
 const char* const ringVertex =
     "#version 320 es\nlayout(location = 0) in vec2 position;"
-    "layout(std140, binding = 5) uniform One { vec4 place; vec4 paint; }; out vec4 shade;"
-    "void main() { shade = paint; gl_Position = vec4(position * place.z + place.xy, 0.0, 1.0); }";
+    "layout(std140, binding = 5) uniform One { vec4 place; vec4 paint; }; uniform uvec4 palette[2]; out vec4 shade;"
+    "void main() { shade = paint * vec4(palette[gl_VertexID % 2]) / 255.0; gl_Position = vec4(position * place.z + "
+    "place.xy, 0.0, 1.0); }";
 const char* const ringFragment = "#version 320 es\nprecision mediump float; in vec4 shade; out vec4 result;"
                                  "void main() { result = shade; }";
 
@@ -103,6 +104,8 @@ FAMILY("uniform-buffers", stage)
         glBindBuffer(GL_UNIFORM_BUFFER, ring);
         glBufferData(GL_UNIFORM_BUFFER, static_cast<GLsizeiptr>(ranges.size()), ranges.data(), GL_STREAM_DRAW);
         glUseProgram(ringed);
+        const GLuint palette[] = {250, 180, 160, 255, 170, 200, 190, 255};
+        glUniform4uiv(glGetUniformLocation(ringed, "palette"), 2, palette);
         for (std::size_t i = 0; i < 9; ++i) {
             glBindBufferRange(GL_UNIFORM_BUFFER, 5, ring, static_cast<GLintptr>(i * stride), 32);
             glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
