@@ -5,8 +5,8 @@
 
 #include <gmock/gmock.h>
 
-#include "Core/LiveContext.h"
 #include "FakeDriver/FakeDriver.h"
+#include "support/LiveContext.h"
 
 namespace {
 
@@ -87,16 +87,6 @@ TEST_F(KHRLayerTest, SkippedFunctionsStaySkippedWhenTablesAreLoadedLater)
         EXPECT_TRUE(AllTablesAreEmpty() && !KHRLayer::IsGLESExtLoaded());
         Start();
     }
-}
-
-TEST(KHRLayerIdTest, NamesHaveTheirIdentifiers)
-{
-    EXPECT_EQ(KHRLayer::GetEglGlFuncId("glDrawArrays"), static_cast<unsigned>(FuncId::glDrawArrays));
-    EXPECT_EQ(KHRLayer::GetEglGlFuncId("eglSwapBuffers"), static_cast<unsigned>(FuncId::eglSwapBuffers));
-    EXPECT_EQ(KHRLayer::GetEglGlFuncId("glBindVertexArrayOES"), static_cast<unsigned>(FuncId::glBindVertexArrayOES));
-    EXPECT_EQ(KHRLayer::GetEglGlFuncId("glMapBufferRangeEXT"), static_cast<unsigned>(FuncId::glMapBufferRange));
-    for (const char* name : {"bogus", "", " glDrawArrays", "gldrawarrays", "None"})
-        EXPECT_EQ(KHRLayer::GetEglGlFuncId(name), 0U) << name;
 }
 
 /// With a driver whose version, extensions and functions the test chooses.

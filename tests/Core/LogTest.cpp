@@ -3,9 +3,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <thread>
 
 #include <fcntl.h>
@@ -14,25 +11,16 @@
 #include <unistd.h>
 
 #include "Core/LogOutput.h"
+#include "support/TestFiles.h"
 
 namespace {
 
 using Core::Log;
 
-std::string ReadFile(const std::string& path)
-{
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
-
 /// Every test logs into a file of its own and leaves the log as it was at start.
 class LogTest : public testing::Test {
 protected:
-    LogTest() : m_path(testing::TempDir() + "log_test_" + std::to_string(getpid()))
-    {
-        EXPECT_TRUE(Log::SetOutput(m_path));
-    }
+    LogTest() { EXPECT_TRUE(Log::SetOutput(m_path)); }
     ~LogTest() override
     {
         Log::SetLevel(Core::LogNotice);
@@ -40,7 +28,6 @@ protected:
         Log::SetFlush(false);
         Log::m_displayLineNumberFileName = false;
         EXPECT_TRUE(Log::SetOutput("/dev/null"));
-        std::filesystem::remove(m_path);
     }
 
     static void Print(int level, int zone, const char* text) { Log::Print(level, zone, 7, "src/X", true, "%s", text); }
@@ -50,7 +37,8 @@ protected:
         return ReadFile(m_path);
     }
 
-    const std::string m_path;
+    TestFolder m_folder;
+    const std::string m_path = m_folder.File("log");
 };
 
 TEST_F(LogTest, LevelAndZoneDecideWhatAppears)
@@ -99,8 +87,8 @@ TEST_F(LogTest, RepetitionsAreCountedOnStderrAndKeptInAFile)
 /// By exit, or in a crash when messages are flushed.
 TEST_F(LogTest, NothingIsLostWhenTheProcessEnds)
 {
-    const std::string path = m_path + ".child";
     for (const bool crashes : {false, true}) {
+        const std::string path = m_folder.File(crashes ? "crash" : "exit");
         const auto lastWords = [&] {
             (void)Log::SetOutput(path);
             Log::SetLevel(Core::LogTrace);
@@ -111,7 +99,6 @@ TEST_F(LogTest, NothingIsLostWhenTheProcessEnds)
         EXPECT_EXIT(
             lastWords(), [](int) { return true; }, "");
         EXPECT_EQ(ReadFile(path), "last words\n");
-        std::filesystem::remove(path);
     }
 }
 
@@ -153,7 +140,6 @@ TEST_F(LogTest, ReaderOfThePipeMayComeLateAndMayLeave)
     sigset_t pending;
     sigpending(&pending);
     EXPECT_FALSE(sigismember(&pending, SIGPIPE));
-    std::filesystem::remove(pipe);
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "TestCapture.h"
 #include "TouchingAdapters.h"
+#include "support/TestCapture.h"
 
 namespace Data {
 

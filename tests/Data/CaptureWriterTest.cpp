@@ -1,8 +1,13 @@
+#include <csignal>
+
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include "Data/RecordWalk.h"
-#include "TestCapture.h"
+#include "support/TestCapture.h"
 
 namespace Data {
 
@@ -82,17 +87,34 @@ TEST_F(CaptureWriterTest, WholeChunksReachTheFileWithoutAFinish)
 TEST_F(CaptureWriterTest, AFullDiskStopsRecordingAndIsReported)
 {
     std::string error;
-    EXPECT_EQ(CaptureWriter::Create(folder + "/none/x.glcap", header, error), nullptr);
+    EXPECT_EQ(CaptureWriter::Create(folder.File("none/x.glcap"), header, error), nullptr);
     EXPECT_THAT(error, HasSubstr("/none/x.glcap: cannot create the file: No such file"));
     EXPECT_EQ(CaptureWriter::Create("/dev/full", header, error), nullptr);
     EXPECT_THAT(error, HasSubstr("/dev/full: cannot write: No space left"));
+
+    // A disk that has room for what was written so far.
+    rlimit unlimited;
+    getrlimit(RLIMIT_FSIZE, &unlimited);
+    const rlimit full{std::filesystem::file_size(path), unlimited.rlim_max};
+    std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &full);
+    bool hasRoom = true;
+    for (int wait = 0; wait < 500 && hasRoom; ++wait, usleep(10'000)) {
+        hasRoom = BeginVertices(1 << 20) != nullptr;
+        if (hasRoom)
+            writer->End();
+    }
+    EXPECT_FALSE(hasRoom);
+    EXPECT_FALSE(writer->Finish(error));
+    setrlimit(RLIMIT_FSIZE, &unlimited);
+    EXPECT_THAT(error, HasSubstr(path + ": cannot write: File too large"));
 }
 
 /// The descriptor is not ours to write to any more when the program has closed it and opened a file of its own.
 TEST_F(CaptureWriterTest, AFileOfTheProgramIsNeverWrittenTo)
 {
     Call(CallId::glClear, 1);
-    const std::string own = folder + "/own.txt";
+    const std::string own = folder.File("own.txt");
     std::ofstream(own) << "mine";
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code gone;

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "TestCapture.h"
 #include "TouchingAdapters.h"
+#include "support/TestCapture.h"
 
 namespace Data {
 
@@ -16,9 +16,8 @@ class DamageTest : public CaptureTest {
 protected:
     static constexpr std::uint32_t wholeFrames = 6;
 
-    void SetUp() override
+    DamageTest()
     {
-        CaptureTest::SetUp();
         for (std::uint32_t frame = 0; frame < wholeFrames; ++frame) {
             Call(CallId::glClear, 16384);
             Call(CallId::glUniform4fv, 0, 1, std::vector<float>{1, 2, 3, 4});
@@ -29,7 +28,6 @@ protected:
         }
         Finish();
         whole = FileBytes();
-        ASSERT_GT(whole.size(), headerBytes);
     }
 
     /// Whatever is wrong is said, in a refusal or while replaying.
@@ -45,8 +43,7 @@ protected:
         CallDecoder& decoder = capture->GetFrameProcessor()->Calls();
         TouchingGLAdapter gl(decoder);
         capture->SetAdapter(&gl);
-        while (capture->GetFrameProcessor()->ProcessNextFrame()) {
-        }
+        ReplayAll(*capture);
         frames = capture->GetCurrentFrame();
         EXPECT_THAT(reports, Contains(HasSubstr(std::to_string(frames) + " frames were read"))) << what;
     }
@@ -105,7 +102,7 @@ TEST_F(DamageTest, WhatIsNoCaptureIsRefusedWithItsReason)
     std::filesystem::remove(path);
     EXPECT_EQ(Open(), nullptr);
     EXPECT_THAT(openError, HasSubstr("No such file"));
-    path = folder;
+    path = folder.Path();
     EXPECT_EQ(Open(), nullptr);
     EXPECT_THAT(openError, HasSubstr("is not a file"));
 }

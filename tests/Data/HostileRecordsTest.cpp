@@ -1,5 +1,5 @@
-#include "ProgramTest.h"
 #include "TouchingAdapters.h"
+#include "support/ProgramTest.h"
 
 namespace Data {
 

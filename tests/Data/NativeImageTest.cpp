@@ -1,4 +1,4 @@
-#include "ProgramTest.h"
+#include "support/ProgramTest.h"
 
 namespace Data {
 

@@ -8,12 +8,12 @@
 #include <gmock/gmock.h>
 
 #include "FakeDriver/FakeDriver.h"
-#include "LogCapture.h"
 #include "Playback/EGLPassThruSurfaceFactory.h"
 #include "Playback/EGLPlaybackAdapter.h"
 #include "Playback/PlaybackSettings.h"
 #include "Playback/SingleWindowManager.h"
 #include "Playback/WaylandWindow.h"
+#include "support/LogCapture.h"
 
 namespace Playback {
 

@@ -7,7 +7,8 @@
 #include <GLES3/gl32.h>
 #include <gmock/gmock.h>
 
-#include "LogCapture.h"
+#include "FakeDriver/FakeDriver.h"
+#include "support/LogCapture.h"
 
 namespace Playback {
 namespace {
@@ -189,11 +190,9 @@ TEST_F(GLResourceTableTest, NothingIsCopiedToAMappingForReadingOrNone)
 {
     Map(GL_MAP_WRITE_BIT);
     Map(GL_MAP_READ_BIT);
-    EXPECT_EQ(table.GetMappedBufferId(GL_ARRAY_BUFFER), 0u);
     table.FlushMappedBufferRange(GL_ARRAY_BUFFER, 0, 4, captured.data());
     table.UnmapBuffer(GL_ARRAY_BUFFER, 4, captured.data());
-    EXPECT_THAT(log.Take(), ElementsAre("Mapped buffer lookup failure: no buffer found for id 8894",
-                                        "Flush mapped buffer range failure: no buffer found for id 8894",
+    EXPECT_THAT(log.Take(), ElementsAre("Flush mapped buffer range failure: no buffer found for id 8894",
                                         "Unmap buffer: no buffer found for id 8894"));
     table.MapBuffer(1, GL_ARRAY_BUFFER, 16, GL_MAP_WRITE_BIT, nullptr); // the driver refused
     table.FlushMappedBufferRange(GL_ARRAY_BUFFER, 0, 4, captured.data());
@@ -243,14 +242,49 @@ TEST_F(GLResourceTableTest, TheFirstValueOfAnAttributeStays)
     table.AddEGLConfigAttribs(7, first);
     table.AddEGLConfigAttribs(7, first);
     table.AddEGLConfigAttribs(7, second);
-    table.AddEGLSurfaceAttribs(7, second);
     table.AddEGLConfigAttribs(0, first);
     EXPECT_THAT(table.GetEGLConfigAttribs(7),
                 Pointee(UnorderedElementsAre(Pair(EGL_RED_SIZE, 8), Pair(EGL_BLUE_SIZE, 6))));
-    EXPECT_THAT(table.GetEGLSurfaceAttribs(7),
-                Pointee(UnorderedElementsAre(Pair(EGL_RED_SIZE, 5), Pair(EGL_BLUE_SIZE, 6))));
     EXPECT_THAT(log.Take(), ElementsAre("Overwriting existing EGLConfig 7 attribute 12324: 5",
                                         "Ignoring metadata attributes for EGLConfig 0 due to invalid ID or no data"));
+}
+
+TEST_F(FakeDriverTest, ReleaseDeletesEveryKindInOrderInItsContextAndThenTheHandles)
+{
+    GLResourceTable table;
+    table.AddIdEGLDisplay(1, Handle(11));
+    table.GetValueEGLDisplay(1);
+    // Of a context that is gone.
+    table.SetCurrentContext(1, 0, 0, 3);
+    table.AddIdGLFramebuffer(1, 30);
+    table.AddIdEGLContext(2, Handle(22));
+    table.SetCurrentContext(1, 0, 0, 2);
+    unsigned int name = 0;
+    for (const auto add :
+         {&GLResourceTable::AddIdGLSemaphore, &GLResourceTable::AddIdGLMemoryObject,
+          &GLResourceTable::AddIdGLPerfMonitor, &GLResourceTable::AddIdGLPipeline,
+          &GLResourceTable::AddIdGLTransformFeedback, &GLResourceTable::AddIdGLVertexArray,
+          &GLResourceTable::AddIdGLQuery, &GLResourceTable::AddIdGLSampler, &GLResourceTable::AddIdGLTexture,
+          &GLResourceTable::AddIdGLFramebuffer, &GLResourceTable::AddIdGLRenderbuffer, &GLResourceTable::AddIdGLBuffer,
+          &GLResourceTable::AddIdGLShader, &GLResourceTable::AddIdGLProgram, &GLResourceTable::AddIdGLPerfMonitorGroup,
+          &GLResourceTable::AddIdGLCounter}) {
+        (table.*add)(1, ++name);
+    }
+    table.AddIdEGLSync(5, Handle(50));
+    table.AddIdEGLImage(4, Handle(40));
+    table.ReleaseResources();
+    EXPECT_THAT(driver.Log(),
+                ElementsAre("eglMakeCurrent(11, 0, 0, 22) = 1", "glDeleteProgram(14)", "glDeleteShader(13)",
+                            "glDeleteBuffers(1, [12])", "glDeleteRenderbuffers(1, [11])",
+                            "glDeleteFramebuffers(1, [10])", "glDeleteTextures(1, [9])", "glDeleteSamplers(1, [8])",
+                            "glDeleteQueries(1, [7])", "glDeleteVertexArrays(1, [6])",
+                            "glDeleteTransformFeedbacks(1, [5])", "glDeleteProgramPipelines(1, [4])",
+                            "glDeletePerfMonitorsAMD(1, [3])", "glDeleteMemoryObjectsEXT(1, [2])",
+                            "glDeleteSemaphoresKHR(1, [1])", "eglDestroyContext(11, 22) = 1",
+                            "eglDestroyImageKHR(11, 40) = 1", "eglDestroySyncKHR(11, 50) = 1"));
+    driver.ClearLog();
+    table.ReleaseResources();
+    EXPECT_THAT(driver.Log(), IsEmpty()) << "what is gone is not released again";
 }
 
 } // namespace

@@ -2,10 +2,10 @@
 
 #include <array>
 
-#include "Core/LiveContext.h"
 #include "FakeDriver/FakeDriver.h"
-#include "LogCapture.h"
 #include "Playback/PlaybackSettings.h"
+#include "support/LiveContext.h"
+#include "support/LogCapture.h"
 
 namespace Playback {
 namespace {

@@ -1,5 +1,6 @@
 #include "Playback/PlaybackSettings.h"
 
+#include <array>
 #include <map>
 
 #include <gmock/gmock.h>
@@ -71,15 +72,15 @@ TEST_F(PlaybackSettingsTest, ValuesThatAreNotUnderstoodAreReportedAndChangeNothi
 
 TEST_F(PlaybackSettingsTest, SkipListsHoldKnownFunctionsOfExactlyThatName)
 {
-    const unsigned int draw = Core::KHRLayer::GetEglGlFuncId("glDrawArrays");
-    const unsigned int swap = Core::KHRLayer::GetEglGlFuncId("eglSwapBuffers");
-    const unsigned int clear = Core::KHRLayer::GetEglGlFuncId("glClear");
-    ASSERT_NE(draw, 0u);
-    Load({}, {{"-skipapi", "glDrawArrays,bogus,,eglSwapBuffers"}, {"-skipstateapi", "glClear, glFlush"}});
+    const auto [draw, swap, clear, map] = std::array{
+        static_cast<unsigned>(Core::FuncId::glDrawArrays), static_cast<unsigned>(Core::FuncId::eglSwapBuffers),
+        static_cast<unsigned>(Core::FuncId::glClear), static_cast<unsigned>(Core::FuncId::glMapBufferRange)};
+    Load({},
+         {{"-skipapi", "glDrawArrays,bogus,gldrawarrays,None,,eglSwapBuffers"}, {"-skipstateapi", "glClear, glFlush"}});
     EXPECT_THAT(settings.m_skipFrameApiIds, UnorderedElementsAre(draw, swap));
     EXPECT_THAT(settings.m_skipStateApiIds, UnorderedElementsAre(draw, swap, clear));
-    Load({}, {{"-skipframeapi", "glClear"}});
-    EXPECT_THAT(settings.m_skipFrameApiIds, UnorderedElementsAre(draw, swap, clear));
+    Load({}, {{"-skipframeapi", "glClear,glMapBufferRangeEXT"}});
+    EXPECT_THAT(settings.m_skipFrameApiIds, UnorderedElementsAre(draw, swap, clear, map)) << "an alias is its function";
 }
 
 } // namespace

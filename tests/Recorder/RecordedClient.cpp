@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
 #include <sstream>
 #include <sys/wait.h>
 
@@ -22,22 +21,10 @@ std::vector<std::string> Lines(const std::string& text)
     return lines;
 }
 
-std::string ReadFile(const std::filesystem::path& path)
-{
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 std::vector<std::string> Containing(std::vector<std::string> lines, const std::string& part)
 {
     std::erase_if(lines, [&part](const std::string& line) { return line.find(part) == std::string::npos; });
     return lines;
-}
-
-std::filesystem::path NewFolder()
-{
-    std::string name = (std::filesystem::temp_directory_path() / "recorder-test-XXXXXX").string();
-    return mkdtemp(name.data());
 }
 
 std::string ThisProgram()
@@ -51,13 +38,6 @@ std::map<std::string, ClientBody>& Clients()
 {
     static std::map<std::string, ClientBody> clients;
     return clients;
-}
-
-RecorderTest::RecorderTest() : folder(NewFolder()) {}
-
-RecorderTest::~RecorderTest()
-{
-    std::filesystem::remove_all(folder);
 }
 
 Outcome RecorderTest::Record(const std::string& client, const std::string& options)

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "support/TestFiles.h"
+
 namespace Recorder {
 
 struct Outcome {
@@ -22,9 +24,6 @@ enum class Driver { Fake, Systems };
 /// Each test has a folder, in which the capture `capture.glcap` is written.
 class RecorderTest : public ::testing::Test {
 protected:
-    RecorderTest();
-    ~RecorderTest() override;
-
     /// Records the client until it ends.
     Outcome Record(const std::string& client, const std::string& options = "");
     /// Runs a shell command in the test's folder.
@@ -37,7 +36,8 @@ protected:
     /// What reached the driver and contains `part`.
     std::vector<std::string> DriverLog(const std::string& part);
 
-    const std::filesystem::path folder;
+    const TestFolder testFolder;
+    const std::filesystem::path folder = testFolder.Path();
     Driver driver = Driver::Fake;
 };
 

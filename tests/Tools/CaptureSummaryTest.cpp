@@ -4,9 +4,9 @@
 #include <nlohmann/json.hpp>
 
 #include "Data/RecordWalk.h"
-#include "TestCapture.h"
 #include "Tools/Info/CaptureSummary.h"
 #include "Tools/Info/Dump.h"
+#include "support/TestCapture.h"
 
 namespace Tools {
 

@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "TestCapture.h"
 #include "Tools/Info/Statistics.h"
+#include "support/TestCapture.h"
 
 namespace Tools {
 

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "Core/LiveContext.h"
 #include "Util/PixelTransfer.h"
+#include "support/LiveContext.h"
 
 namespace {
 

@@ -1,11 +1,8 @@
 #include "Util/OutputFile.h"
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-
 #include <gmock/gmock.h>
-#include <sys/stat.h>
+
+#include "support/TestFiles.h"
 
 namespace {
 
@@ -13,19 +10,10 @@ namespace fs = std::filesystem;
 
 class OutputFileTest : public testing::Test {
 protected:
-    OutputFileTest() { fs::create_directories(m_folder); }
-    ~OutputFileTest() override { fs::remove_all(m_folder); }
+    [[nodiscard]] std::string Path(const std::string& name) const { return m_folder.File(name); }
+    [[nodiscard]] std::string Contents(const std::string& name) const { return ReadFile(Path(name)); }
 
-    [[nodiscard]] std::string Path(const std::string& name) const { return m_folder / name; }
-    [[nodiscard]] std::string Contents(const std::string& name) const
-    {
-        std::ifstream file(m_folder / name);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-    [[nodiscard]] auto FileCount() const { return std::distance(fs::directory_iterator(m_folder), {}); }
-
-    const fs::path m_folder =
-        fs::path(testing::TempDir()) / testing::UnitTest::GetInstance()->current_test_info()->name();
+    TestFolder m_folder;
 };
 
 TEST_F(OutputFileTest, ReplacesOnlyWhenCommitted)
@@ -43,15 +31,15 @@ TEST_F(OutputFileTest, ReplacesOnlyWhenCommitted)
     EXPECT_EQ(Contents("a"), "new");
     EXPECT_TRUE(fs::is_symlink(Path("link")));
     EXPECT_EQ(fs::status(Path("a")).permissions(), fs::perms::owner_read | fs::perms::owner_write);
-    EXPECT_EQ(FileCount(), 2);
+    EXPECT_EQ(m_folder.Count(), 2u);
 }
 
 TEST_F(OutputFileTest, NamesWhatCouldNotBeWritten)
 {
     EXPECT_EQ(Util::WriteWholeFile("/dev/full", "text"), "/dev/full: No space left on device");
     EXPECT_EQ(Util::WriteWholeFile(Path("none/a"), "text"), Path("none/a") + ": No such file or directory");
-    EXPECT_EQ(Util::WriteWholeFile(m_folder.string(), "text"), m_folder.string() + ": Is a directory");
-    EXPECT_EQ(FileCount(), 0);
+    EXPECT_EQ(Util::WriteWholeFile(m_folder.Path(), "text"), m_folder.Path() + ": Is a directory");
+    EXPECT_EQ(m_folder.Count(), 0u);
 }
 
 } // namespace

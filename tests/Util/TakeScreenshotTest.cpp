@@ -5,9 +5,10 @@
 
 #include <gmock/gmock.h>
 
-#include "Core/LiveContext.h"
 #include "FakeDriver/FakeDriver.h"
-#include "Util/PictureFile.h"
+#include "support/LiveContext.h"
+#include "support/PictureFile.h"
+#include "support/TestFiles.h"
 
 namespace {
 
@@ -76,7 +77,7 @@ protected:
     }
 
     const Core::GLESProcTable& gl = Core::KHRLayer::GLESProc();
-    PictureFolder m_folder;
+    TestFolder m_folder;
     std::optional<LiveContext> m_context;
 };
 
@@ -293,7 +294,7 @@ TEST(TakeScreenshotWithFakeDriverTest, UnreadableBuffersAreReportedOnce)
     driver.Returns("eglGetCurrentSurface", 1);
     driver.Load();
 
-    PictureFolder folder;
+    TestFolder folder;
     GLScreenshotHandler handler(ImageFormat::Png, false);
     CaptureStderr();
     for (int i = 0; i < 3; ++i)

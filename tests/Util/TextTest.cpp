@@ -1,17 +1,14 @@
-// What options and names are read from: numbers, lists, folders, log levels and zones.
+// What options are read from: numbers, log levels and zones.
 #include "Interfaces/Core.h"
 #include "Interfaces/Util.h"
 
 #include <climits>
-#include <filesystem>
 
 #include <gmock/gmock.h>
 
 namespace {
 
 using Core::Log;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 TEST(StringTest, ToIntTakesTheLeadingNumberAndSaturates)
 {
@@ -26,23 +23,6 @@ TEST(StringTest, ToIntTakesTheLeadingNumberAndSaturates)
     for (const auto& [text, number] : numbers) {
         EXPECT_EQ(Util::String::ToInt(text), number) << text;
     }
-}
-
-TEST(StringTest, TokenizeDropsEmptyPieces)
-{
-    EXPECT_THAT(Util::String::Tokenize(",1,,2;3,", ",;"), ElementsAre("1", "2", "3"));
-    EXPECT_THAT(Util::String::Tokenize("::", ":"), IsEmpty());
-}
-
-TEST(PathTest, CreateFolderMakesParentsAndReportsFailure)
-{
-    const std::filesystem::path root = std::filesystem::path(testing::TempDir()) / "create_folder_test";
-    std::filesystem::remove_all(root);
-    const std::string deep = (root / "a" / "b").string();
-    EXPECT_TRUE(Util::Path::CreateFolder(deep));
-    EXPECT_TRUE(Util::Path::Exists(deep) && Util::Path::CreateFolder(deep + "/"));
-    EXPECT_FALSE(Util::Path::CreateFolder("/proc/no/such") || Util::Path::CreateFolder("/dev/null"));
-    std::filesystem::remove_all(root);
 }
 
 /// The texts that -loglevel and -logzone take, and what they refuse, which changes nothing.

@@ -60,15 +60,6 @@ def emit_handlers(prefix):
     return text
 
 
-def emit_keys(api):
-    """For the tests: every key that a value or a count can set."""
-    features = api.features
-    keys = [key for feature in features.features for value in feature.values for key in value.keys]
-    keys += [f"{count.kind}_{count.name}_Times" for count in features.counts]
-    keys += [feature.items for feature in features.features]
-    return BANNER + "".join(f'"{key}",\n' for key in dict.fromkeys(keys))
-
-
 OUTPUTS = {
     "Playback/StatsCategories.inc": emit_categories,
     "Playback/StatsFeatures.inc": emit_features,
@@ -76,5 +67,4 @@ OUTPUTS = {
     "Playback/EGLStatsExtensions.inc": emit_extensions("egl"),
     "Playback/GLStatsHandlers.inc": emit_handlers("gl"),
     "Playback/EGLStatsHandlers.inc": emit_handlers("egl"),
-    "tests/StatsKeys.inc": emit_keys,
 }

@@ -3,19 +3,16 @@
 
 #include <cstdint>
 #include <cstring>
-#include <fcntl.h>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <type_traits>
-#include <unistd.h>
 #include <vector>
 
 #include "Data/CallParameters.h"
 #include "Data/CaptureFile.h"
 #include "Data/CaptureWriter.h"
 #include "Data/Checksum.h"
+#include "support/TestFiles.h"
 
 namespace Data {
 
@@ -146,24 +143,16 @@ inline std::vector<std::uint8_t> WithRecords(const std::vector<std::uint8_t>& ca
     return bytes;
 }
 
+inline void ReplayAll(CaptureFile& capture)
+{
+    while (capture.GetFrameProcessor()->ProcessNextFrame()) {
+    }
+}
+
 /// A folder for captures that goes away with the test.
 class CaptureTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "captureXXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        folder = pattern;
-        path = folder + "/test.glcap";
-        std::string error;
-        writer = CaptureWriter::Create(path, header, error);
-        ASSERT_NE(writer, nullptr) << error;
-    }
-    void TearDown() override
-    {
-        writer.reset();
-        std::filesystem::remove_all(folder);
-    }
+    CaptureTest() : writer(CaptureWriter::Create(path, header, openError)) { EXPECT_NE(writer, nullptr) << openError; }
 
     template <class... Args> void Call(CallId call, const Args&... args)
     {
@@ -194,16 +183,15 @@ protected:
             capture->SetAdapter(gl);
         if (egl)
             capture->SetAdapter(egl);
-        while (capture->GetFrameProcessor()->ProcessNextFrame()) {
-        }
+        ReplayAll(*capture);
         skippedCalls = capture->SkippedCalls();
         return capture->GetCurrentFrame();
     }
 
     std::vector<std::uint8_t> FileBytes() const
     {
-        std::ifstream file(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
+        const std::string bytes = ReadFile(path);
+        return {bytes.begin(), bytes.end()};
     }
     void SetFileBytes(const std::vector<std::uint8_t>& bytes) const
     {
@@ -211,12 +199,12 @@ protected:
         file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     }
 
-    std::string folder;
-    std::string path;
+    TestFolder folder;
+    std::string path = folder.File("test.glcap");
     CaptureHeader header;
+    std::string openError;
     std::unique_ptr<CaptureWriter> writer;
     std::vector<std::string> reports;
-    std::string openError;
     std::uint64_t skippedCalls = 0;
 };
 

@@ -1,25 +1,23 @@
 #pragma once
 
-#include <cstdint>
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "Interfaces/Core.h"
+#include "support/TestFiles.h"
 
 /// Collects what the log prints at any level while it lives.
 class LogCapture {
 public:
-    LogCapture() : m_path(testing::TempDir() + "log_capture_" + std::to_string(getpid()))
+    LogCapture()
     {
-        EXPECT_TRUE(Core::Log::SetOutput(m_path));
+        EXPECT_TRUE(Core::Log::SetOutput(m_folder.File("log")));
         Core::Log::SetLevel(Core::LogTrace);
         Core::Log::SetFlush(true);
-        m_file.open(m_path);
+        m_file.open(m_folder.File("log"));
     }
 
     ~LogCapture()
@@ -27,7 +25,6 @@ public:
         Core::Log::SetLevel(Core::LogNotice);
         Core::Log::SetFlush(false);
         EXPECT_TRUE(Core::Log::SetOutput("/dev/null"));
-        std::filesystem::remove(m_path);
     }
 
     LogCapture(const LogCapture&) = delete;
@@ -45,6 +42,6 @@ public:
     }
 
 private:
-    std::string m_path;
+    TestFolder m_folder;
     std::ifstream m_file;
 };

@@ -8,7 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "TestCapture.h"
+#include "support/TestCapture.h"
 
 namespace Data {
 
