@@ -281,6 +281,11 @@ bool CaptureWriter::Failed() const
     return !m_sink || m_sink->Failed();
 }
 
+const char* CaptureWriter::Error() const
+{
+    return m_sink ? m_sink->Error() : "";
+}
+
 void CaptureWriter::Flush() noexcept
 {
     if (m_begin)

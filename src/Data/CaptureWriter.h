@@ -89,6 +89,8 @@ public:
 
     [[nodiscard]] std::uint32_t Frames() const { return m_frames; }
     [[nodiscard]] bool Failed() const;
+    /// What failed and why; for after Failed.
+    [[nodiscard]] const char* Error() const;
 
     /// Hands the chunk over now, so that everything recorded so far reaches the file soon.
     void Flush() noexcept;

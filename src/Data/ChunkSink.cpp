@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -47,6 +48,7 @@ std::unique_ptr<ChunkSink> ChunkSink::Open(const std::string& path, const Captur
     else
         close(low);
 
+    flock(sink->m_fd, LOCK_EX | LOCK_NB);
     struct stat status = {};
     fstat(sink->m_fd, &status);
     sink->m_device = status.st_dev;
@@ -269,12 +271,13 @@ void ChunkSink::Abandon()
 bool ChunkSink::Fail(const char* what, int errorNumber)
 {
     // The first failure is the one to report; later ones follow from it.
-    if (!m_failed.exchange(true)) {
+    if (!m_failing.exchange(true)) {
         try {
             m_error = m_path + ": " + what + ": " + std::strerror(errorNumber);
         } catch (...) {
             m_error.clear();
         }
+        m_failed.store(true, std::memory_order_release);
     }
     return false;
 }

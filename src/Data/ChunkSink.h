@@ -37,7 +37,7 @@ struct ChunkBuffer {
 /// Finish come from one thread at a time. Nothing throws.
 ///
 /// The file is written only while the descriptor still names it: a program that closes descriptors it does not know
-/// must not find a capture in a file of its own.
+/// must not find a capture in a file of its own. It is locked (flock) for as long, so that others can tell.
 class ChunkSink {
 public:
     /// Null with a reason when the file cannot be created. The file then begins with the header.
@@ -57,7 +57,9 @@ public:
     /// Closes the descriptor in the child of a fork. Destroying the object would wait for a thread that is not there,
     /// so the caller lets it leak.
     void Abandon();
-    [[nodiscard]] bool Failed() const { return m_failed.load(std::memory_order_relaxed); }
+    [[nodiscard]] bool Failed() const { return m_failed.load(std::memory_order_acquire); }
+    /// What failed first and why; for after Failed.
+    [[nodiscard]] const char* Error() const { return m_error.c_str(); }
 
 private:
     ChunkSink() = default;
@@ -80,6 +82,8 @@ private:
     std::vector<std::uint8_t> m_stored;
     std::vector<IndexEntry> m_index;
 
+    std::atomic<bool> m_failing = false;
+    /// Set once m_error is there to be read.
     std::atomic<bool> m_failed = false;
     std::string m_error;
 

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "Recorder/ProgramEnd.h"
+#include "Recorder/Report.h"
 #include "Recorder/Settings.h"
 #include "Recorder/Unrecorded.h"
 
@@ -66,8 +67,7 @@ std::uint64_t RealTimeUs()
     return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000 + static_cast<std::uint64_t>(now.tv_nsec) / 1000;
 }
 
-/// Creates the file if nobody has: of several processes under one recorder, the first has the plain name.
-bool Claim(const std::string& path)
+bool CreateNew(const std::string& path)
 {
     const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (file >= 0) {
@@ -76,24 +76,28 @@ bool Claim(const std::string& path)
     return file >= 0;
 }
 
-/// NAME.glcap, or NAME.PID.glcap where another process has that.
-std::string ClaimFile()
+/// NAME.PID.glcap. A process that is replaced by another program (exec) has a file for each: NAME.PID-2.glcap.
+std::string CreateFile()
 {
-    std::string path = Environment(fileVariable);
-    if (path.empty()) {
-        path = std::string(program_invocation_short_name) + ".glcap";
+    const std::string folder = Environment(folderVariable);
+    const std::string stem =
+        (folder.empty() ? "" : folder + "/") + program_invocation_short_name + "." + std::to_string(getpid());
+    std::string path = stem + captureEnding;
+    for (int number = 2; !CreateNew(path) && errno == EEXIST; ++number) {
+        path = stem + "-" + std::to_string(number) + captureEnding;
     }
-    if (Claim(path) || errno != EEXIST) {
-        return path;
-    }
-    const std::string ending = ".glcap";
-    const std::string stem = path.ends_with(ending) ? path.substr(0, path.size() - ending.size()) : path;
-    return stem + "." + std::to_string(getpid()) + ending;
+    return path;
 }
 
-void ReportTrouble(const char* message)
+/// Says that the capture is not whole, once: what was written until then is all that there will be.
+void TellUnwritten(const char* why) noexcept
 {
-    std::fprintf(stderr, "playback-record: %s\n", message);
+    static std::atomic<bool> isTold = false;
+    if (!isTold.exchange(true)) {
+        std::fprintf(stderr, "playback-record: %s is not recorded any further: %s\n", program_invocation_short_name,
+                     why);
+        Report(Finding::unwritten, why);
+    }
 }
 
 void BeforeFork()
@@ -123,6 +127,7 @@ void AfterForkInChild()
 
 bool Begin()
 {
+    Report(Finding::egl, "");
     hashesWanted = !Environment(hashVariable).empty();
     lastFrame = static_cast<std::uint32_t>(std::strtoul(Environment(framesVariable).c_str(), nullptr, 10));
     Data::CaptureHeader& header = capture.header;
@@ -131,10 +136,10 @@ bool Begin()
     header.command = CommandLine();
 
     std::string error;
-    const std::string path = ClaimFile();
+    const std::string path = CreateFile();
     auto writer = Data::CaptureWriter::Create(path, header, error);
     if (!writer) {
-        ReportTrouble((error.empty() ? path + ": cannot be written" : error).c_str());
+        TellUnwritten(error.empty() ? (path + ": cannot be written").c_str() : error.c_str());
         return false;
     }
     pthread_atfork(&BeforeFork, &AfterForkInParent, &AfterForkInChild);
@@ -172,7 +177,7 @@ bool CaptureRunning() noexcept
         try {
             begun = Begin();
         } catch (...) {
-            ReportTrouble("no memory to record with");
+            TellUnwritten("no memory to record with");
         }
         errno = savedErrno;
         phase = now = begun ? Phase::Running : Phase::Ended;
@@ -192,6 +197,11 @@ bool EndFrame(const Capturing& capturing) noexcept
         return false;
     }
     capturing->FrameEnd();
+    if (capturing->Failed()) {
+        TellUnwritten(capturing->Error());
+        // The last frame wanted will never come.
+        return lastFrame != 0;
+    }
     return lastFrame != 0 && capturing->Frames() >= lastFrame;
 }
 
@@ -206,9 +216,11 @@ void FinishCapture() noexcept
     Data::CaptureWriter* const writer = capture.writer != nullptr ? capture.writer : capture.abandoned;
     if (writer != nullptr) {
         NoteUnrecorded(*writer);
-        capture.header.calls = capture.calls;
-        capture.header.eglCalls = capture.eglCalls;
-        writer->UpdateHeader(capture.header);
+        if (!writer->Failed()) {
+            capture.header.calls = capture.calls;
+            capture.header.eglCalls = capture.eglCalls;
+            writer->UpdateHeader(capture.header);
+        }
     }
     capture.writer = nullptr;
     capture.abandoned = nullptr;
@@ -218,7 +230,7 @@ void FinishCapture() noexcept
         phase = Phase::Ended;
         std::string error;
         if (!writer->Finish(error)) {
-            ReportTrouble(("the capture is not complete: " + error).c_str());
+            TellUnwritten(error.c_str());
         }
         delete writer;
     }
@@ -228,7 +240,7 @@ void FinishCapture() noexcept
 void AbandonCapture(const Capturing&) noexcept
 {
     if (capture.writer != nullptr) {
-        ReportTrouble("out of memory: the capture ends here");
+        TellUnwritten("out of memory");
         capture.abandoned = std::exchange(capture.writer, nullptr);
     }
 }

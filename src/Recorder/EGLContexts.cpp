@@ -7,6 +7,7 @@
 #include "Recorder/Export.h"
 #include "Recorder/LiveFunctions.h"
 #include "Recorder/RecordCalls.h"
+#include "Recorder/Report.h"
 #include "Recorder/Unrecorded.h"
 
 namespace Recorder {
@@ -139,8 +140,10 @@ RECORDER_EXPORT EGLContext eglCreateContext(EGLDisplay dpy, EGLConfig config, EG
         if (result != EGL_NO_CONTEXT && !AddContext(result, share, config)) {
             AbandonCapture(Capturing());
         }
-    } else if (call) {
+    } else if (call && result != EGL_NO_CONTEXT) {
         CountUnrecorded("contexts of desktop OpenGL");
+        ReportLibraries();
+        Report(Finding::desktopContext, "");
     }
     return result;
 }

@@ -15,7 +15,7 @@
 namespace Recorder {
 namespace {
 
-constexpr int watchedSignals[] = {SIGINT, SIGTERM};
+constexpr int watchedSignals[] = {SIGINT, SIGTERM, SIGHUP};
 constexpr unsigned graceSeconds = 2;
 
 /// What the thread is woken for: a signal's number, or this.

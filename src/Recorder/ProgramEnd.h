@@ -3,7 +3,8 @@
 
 namespace Recorder {
 
-/// Sees to it that SIGINT and SIGTERM finish the capture before they end a program that has no handler of its own.
+/// Sees to it that SIGINT, SIGTERM and SIGHUP finish the capture before they end a program that has no handler of its
+/// own.
 void WatchProgramEnd() noexcept;
 
 /// Asks the program to end, and ends it two seconds later.

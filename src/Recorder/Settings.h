@@ -3,8 +3,12 @@
 
 namespace Recorder {
 
-/// Path of the capture, absolute. Without it, the program's name and ".glcap" in the working directory.
-inline constexpr char fileVariable[] = "PLAYBACK_RECORD_FILE";
+inline constexpr char captureEnding[] = ".glcap";
+
+/// Folder for the captures, absolute: each process writes NAME.PID.glcap. Without it, the working directory.
+inline constexpr char folderVariable[] = "PLAYBACK_RECORD_FOLDER";
+/// The file that processes report to, see Report.h. Without it, they do not.
+inline constexpr char reportVariable[] = "PLAYBACK_RECORD_REPORT";
 /// Set: hash each frame.
 inline constexpr char hashVariable[] = "PLAYBACK_RECORD_HASH";
 /// Decimal: end the capture and the program after so many frames.

@@ -9,6 +9,7 @@
 #include "Recorder/EGLObjects.h"
 #include "Recorder/Export.h"
 #include "Recorder/LiveFunctions.h"
+#include "Recorder/Report.h"
 #include "Recorder/Thread.h"
 #include "Recorder/Unrecorded.h"
 
@@ -37,6 +38,14 @@ bool MayBeOurs(const char* name)
     return StartsWith(name, "gl") || StartsWith(name, "egl") || StartsWith(name, "wl_egl_window_");
 }
 
+/// Tells playback-record what the program itself looks up.
+void ReportProgramsLookup(const char* name)
+{
+    if (name != nullptr && (StartsWith(name, "glX") || StartsWith(name, "vk")) && !DriverGuard::Inside()) {
+        ReportLookup(name);
+    }
+}
+
 /// What becomes of functions that exist and that the library does not stand in for.
 enum class Unknown { Hide, Give };
 
@@ -45,6 +54,7 @@ using Finder = void* (*)(const char*);
 /// The answer of a function that finds others: ours in the place of what it finds.
 void* ProcAddress(Finder find, const char* name, Unknown unknown) noexcept
 {
+    ReportProgramsLookup(name);
     void* found = nullptr;
     {
         const DriverGuard guard;
@@ -72,6 +82,7 @@ extern "C" __attribute__((used, visibility("hidden"))) void* RecorderDlsymTarget
                                                                                  const char* name) noexcept
 {
     using namespace Recorder;
+    ReportProgramsLookup(name);
     // RTLD_DEFAULT finds the exported functions of this library by itself.
     if (handle == RTLD_NEXT || handle == RTLD_DEFAULT || name == nullptr || !MayBeOurs(name)) {
         return reinterpret_cast<void*>(RealDlsym());

@@ -6,31 +6,81 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "Recorder/Report.h"
 #include "Recorder/Settings.h"
 
 namespace Recorder {
 namespace {
 
-constexpr int forwardedSignals[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr int endingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
 volatile sig_atomic_t program = 0;
 volatile sig_atomic_t wasStopped = 0;
 
-void Forward(int signal, siginfo_t* info, void*)
+/// The file in memory that the processes append to, open as long as this program runs.
+int reports = -1;
+
+void PassOn(int signal)
 {
-    wasStopped = 1;
-    // A terminal sends its signals to the program as well; only others have to be passed on.
-    if (info->si_code != SI_KERNEL && program != 0) {
+    if (program != 0) {
         kill(program, signal);
     }
 }
 
-void SetEnvironment(const RecordingOptions& options)
+void OnEnd(int signal, siginfo_t* info, void*)
 {
-    setenv(fileVariable, options.file.c_str(), 1);
+    wasStopped = 1;
+    // A terminal sends its signals to the program as well; only others have to be passed on. When it is closed, it
+    // tells the first process of the session alone.
+    if (info->si_code != SI_KERNEL || signal == SIGHUP) {
+        PassOn(signal);
+    }
+}
+
+void Catch(int signal, void (*handler)(int, siginfo_t*, void*))
+{
+    struct sigaction before = {};
+    sigaction(signal, nullptr, &before);
+    // What is ignored (nohup, jobs in the background of a script) stays so, for the program too.
+    if ((before.sa_flags & SA_SIGINFO) == 0 && before.sa_handler == SIG_IGN) {
+        return;
+    }
+    struct sigaction action = {};
+    action.sa_sigaction = handler;
+    action.sa_flags = SA_SIGINFO | SA_RESTART;
+    sigaction(signal, &action, nullptr);
+}
+
+/// Stops this process as if the signal had not been caught.
+void OnStop(int signal, siginfo_t* info, void*)
+{
+    if (info->si_code != SI_KERNEL) {
+        PassOn(signal);
+    }
+    struct sigaction byDefault = {};
+    byDefault.sa_handler = SIG_DFL;
+    sigaction(signal, &byDefault, nullptr);
+    sigset_t only;
+    sigemptyset(&only);
+    sigaddset(&only, signal);
+    raise(signal);
+    sigprocmask(SIG_UNBLOCK, &only, nullptr);
+    Catch(signal, &OnStop);
+}
+
+void OnContinue(int signal, siginfo_t*, void*)
+{
+    PassOn(signal);
+}
+
+void SetEnvironment(const RecordingOptions& options, const std::string& reportFile)
+{
+    setenv(folderVariable, options.folder.c_str(), 1);
+    setenv(reportVariable, reportFile.c_str(), 1);
     options.hash ? setenv(hashVariable, "1", 1) : unsetenv(hashVariable);
     options.frames != 0 ? setenv(framesVariable, std::to_string(options.frames).c_str(), 1) : unsetenv(framesVariable);
     const char* const others = std::getenv("LD_PRELOAD");
@@ -41,27 +91,55 @@ void SetEnvironment(const RecordingOptions& options)
 /// In the child: becomes the program. What prevents it goes through the pipe as an error number.
 [[noreturn]] void BecomeProgram(const RecordingOptions& options, int pipe)
 {
-    for (const int signal : forwardedSignals) {
-        std::signal(signal, SIG_DFL);
-    }
     std::vector<char*> arguments;
     for (const std::string& argument : options.command) {
         arguments.push_back(const_cast<char*>(argument.c_str()));
     }
     arguments.push_back(nullptr);
-    SetEnvironment(options);
     execvp(arguments[0], arguments.data());
     const int why = errno;
     [[maybe_unused]] const ssize_t written = write(pipe, &why, sizeof why);
     _exit(127);
 }
 
-int Wait(pid_t child)
+/// A child that becomes the program; -1 with errno when there is none. Signals that come meanwhile wait until there is
+/// somebody to pass them on to, in the child until it is the program.
+pid_t Start(const RecordingOptions& options, int pipe)
+{
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    sigprocmask(SIG_SETMASK, &all, &before);
+    for (const int signal : endingSignals) {
+        Catch(signal, &OnEnd);
+    }
+    Catch(SIGTSTP, &OnStop);
+    Catch(SIGCONT, &OnContinue);
+    const pid_t child = fork();
+    if (child == 0) {
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGCONT}) {
+            struct sigaction action = {};
+            sigaction(signal, nullptr, &action);
+            if ((action.sa_flags & SA_SIGINFO) != 0) {
+                std::signal(signal, SIG_DFL);
+            }
+        }
+        sigprocmask(SIG_SETMASK, &before, nullptr);
+        BecomeProgram(options, pipe);
+    }
+    program = child < 0 ? 0 : child;
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    return child;
+}
+
+void Wait(pid_t child, ProgramEnd& end)
 {
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    program = 0;
+    end.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    end.status = end.signal != 0 ? 128 + end.signal : WEXITSTATUS(status);
 }
 
 } // namespace
@@ -75,30 +153,39 @@ ProgramEnd RunRecorded(const RecordingOptions& options)
         end.status = 126;
         return end;
     }
-    struct sigaction action = {};
-    action.sa_sigaction = &Forward;
-    action.sa_flags = SA_SIGINFO | SA_RESTART;
-    for (const int signal : forwardedSignals) {
-        sigaction(signal, &action, nullptr);
-    }
-    const pid_t child = fork();
-    if (child == 0) {
-        BecomeProgram(options, pipe[1]);
-    }
-    program = child;
-    close(pipe[1]);
+    // Without it there are fewer explanations, and that is all.
+    reports = memfd_create(reportFileName, MFD_CLOEXEC);
+    SetEnvironment(options, "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(reports));
+    const pid_t child = Start(options, pipe[1]);
     int why = child < 0 ? errno : 0;
+    close(pipe[1]);
     const bool started = child > 0 && read(pipe[0], &why, sizeof why) <= 0;
     close(pipe[0]);
     if (child > 0) {
-        end.status = Wait(child);
+        end.process = child;
+        Wait(child, end);
     }
     if (!started) {
         end.error = std::strerror(why);
         end.status = why == ENOENT ? 127 : 126;
     }
-    end.wasStopped = wasStopped != 0;
+    end.wasStopped = WasStopped();
     return end;
+}
+
+std::string ReportedLines()
+{
+    std::string text;
+    char buffer[4096];
+    for (ssize_t bytes = 0; (bytes = pread(reports, buffer, sizeof buffer, static_cast<off_t>(text.size()))) > 0;) {
+        text.append(buffer, static_cast<std::size_t>(bytes));
+    }
+    return text;
+}
+
+bool WasStopped()
+{
+    return wasStopped != 0;
 }
 
 std::string FindLibrary()

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 namespace Recorder {
@@ -10,8 +11,8 @@ namespace Recorder {
 struct RecordingOptions {
     /// Program and arguments.
     std::vector<std::string> command;
-    /// Path of the capture, absolute.
-    std::string file;
+    /// The folder for the captures, absolute.
+    std::string folder;
     /// Path of the preload library.
     std::string library;
     bool hash = false;
@@ -21,16 +22,27 @@ struct RecordingOptions {
 
 /// How the program ended.
 struct ProgramEnd {
+    pid_t process = 0;
     /// As a shell reports it: the program's own, or 128 + N when signal N ended it; 126 or 127 when it did not start.
     int status = 0;
+    /// The signal that ended it, or 0.
+    int signal = 0;
     /// It was asked to end, by a signal to this process or from its terminal.
     bool wasStopped = false;
     /// Why it did not start.
     std::string error;
 };
 
-/// Runs the program and waits for its end. SIGINT and SIGTERM that this process receives meanwhile go to the program.
+/// Runs the program and waits for its end. SIGINT, SIGTERM, SIGHUP and SIGQUIT that this process receives meanwhile go
+/// to the program, and it stops and continues with this process. Those signals stay caught afterwards, so that what
+/// follows is not interrupted.
 [[nodiscard]] ProgramEnd RunRecorded(const RecordingOptions& options);
+
+/// What the recorded processes told so far, in lines as Recorder/Report.h has them.
+[[nodiscard]] std::string ReportedLines();
+
+/// One of the signals that end the program came, now or earlier.
+[[nodiscard]] bool WasStopped();
 
 /// Path of the preload library, found by the place of this program; empty when it is not there.
 [[nodiscard]] std::string FindLibrary();

@@ -82,6 +82,7 @@ Summary Summarize(const std::string& path)
     if (!source) {
         return summary;
     }
+    summary.startTimeUs = source->Header().startTimeUs;
     summary.fileBytes = source->FileBytes();
     summary.isComplete = source->IsComplete();
     summary.calls = source->Header().calls;
@@ -102,8 +103,6 @@ std::string Describe(const std::string& path, const Summary& summary)
                        Size(summary.fileBytes) + ", " + Seconds(summary.timeUs) + "\n";
     if (!summary.error.empty()) {
         text += "  The capture cannot be read to its end: " + summary.error + "\n";
-    } else if (!summary.isComplete) {
-        text += "  The program was killed: the capture ends with the last chunk that was written.\n";
     }
     if (!summary.notes.empty()) {
         text += "  Could not be recorded:\n";

@@ -13,10 +13,15 @@ struct Summary {
     /// All calls, and those of EGL among them.
     std::uint64_t calls = 0;
     std::uint64_t eglCalls = 0;
+    /// When the recording began, in microseconds since 1970.
+    std::uint64_t startTimeUs = 0;
     std::uint64_t fileBytes = 0;
     std::uint64_t timeUs = 0;
-    /// False when the recorded program was killed: the capture ends with its last whole chunk.
+    /// False when the recorded program was killed or the disk is full: the capture ends with its last whole chunk.
     bool isComplete = false;
+    /// Something was recorded that can be replayed.
+    [[nodiscard]] bool HasCalls() const { return calls > eglCalls; }
+
     /// What could not be recorded, and how often.
     std::vector<std::pair<std::string, std::uint64_t>> notes;
     /// What is wrong with the file, its missing end included; empty when it was read to its end.

@@ -1,24 +1,31 @@
 // playback-record: runs a program and records its EGL and OpenGL ES calls.
 
+#include <algorithm>
 #include <charconv>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <string>
 
+#include "Recorder/Launcher/CapturePlace.h"
+#include "Recorder/Launcher/Explanation.h"
+#include "Recorder/Launcher/ProcessReports.h"
 #include "Recorder/Launcher/Recording.h"
-#include "Recorder/Launcher/Summary.h"
+#include "Recorder/Launcher/Recordings.h"
 #include "Util/CommandLine.h"
+#include "Util/ExitStatus.h"
+#include "Util/OutputFile.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr int exitTrouble = 1;
-constexpr int exitUsage = 2;
+using Util::ExitStatus;
 
 constexpr Util::Option optionTable[] = {
     {"-o", "FILE",
-     "the capture to write (default: COMMAND.glcap in the working directory); one that exists is replaced", "Options"},
+     "the capture to write (default: COMMAND.glcap in the working directory); a capture that has the name is replaced "
+     "when a new one was recorded, and not before",
+     "Options"},
     {"--hash", "", "store a hash of each frame, which playback -verify compares", "Options"},
     {"--frames", "N", "end the capture and the program after N frames", "Options"},
     {"--help", "", "print this text", "Options"},
@@ -27,63 +34,122 @@ constexpr Util::Option optionTable[] = {
 
 constexpr char usage[] = R"(Usage: playback-record [options] [--] COMMAND [ARGUMENT...]
 
-Runs COMMAND and records its EGL and OpenGL ES calls. Processes that COMMAND starts are recorded too: the first one
-that uses EGL gets FILE, any other one a file with its process number in the name.
+Runs COMMAND and records its EGL and OpenGL ES calls. Processes that COMMAND starts are recorded too. FILE is the
+capture of COMMAND itself or, if it drew nothing, of the first process that did; those of other processes get the next
+free names beside it, FILE.2.glcap and so on.
+
+While it runs, captures are written to a folder FILE.recording-XXXXXX beside FILE (both without .glcap). It is gone at
+the end. When playback-record itself is killed (SIGKILL), it stays, and what was recorded can be replayed from there.
+SIGINT, SIGTERM and SIGHUP (a closed terminal) end the recording, which is then complete.
+
+A capture that could not be written whole (the disk is full) is kept as far as it goes. It gets the name FILE if there
+was no such file, else the next free one.
 
 Exit status: that of COMMAND (128 + N when signal N ended it), but 0 when the recording was ended on purpose, by
---frames or by SIGINT or SIGTERM; 1 when nothing was recorded; 2 for a usage error; 126 or 127 when COMMAND could not
+--frames or by one of the signals; 1 when nothing was recorded; 2 for a usage error; 6 when the capture could not be
+written, or not whole (where that is so from the beginning, COMMAND does not start); 126 or 127 when COMMAND could not
 be run.)";
 
-int Trouble(const std::string& message, int status)
+int Trouble(const std::string& message, ExitStatus status)
 {
     std::fprintf(stderr, "playback-record: %s\n", message.c_str());
-    return status;
+    return static_cast<int>(status);
 }
 
-/// The name for processes other than the first: NAME.PID.glcap.
-std::vector<std::string> OtherCaptures(const fs::path& file)
+/// How the capture of a process ends that is not complete.
+std::string WhyIncomplete(const Recorder::Recording& recording, const std::string& unwritten,
+                          const Recorder::ProgramEnd& end)
 {
-    std::vector<std::string> found;
-    std::error_code error;
-    const std::string stem = file.stem().string() + ".";
-    for (const fs::directory_entry& entry : fs::directory_iterator(file.parent_path(), error)) {
-        const std::string name = entry.path().filename().string();
-        const std::string middle = name.starts_with(stem) && name.ends_with(".glcap") && name.size() > stem.size() + 6
-                                       ? name.substr(stem.size(), name.size() - stem.size() - 6)
-                                       : "";
-        if (!middle.empty() && middle.find_first_not_of("0123456789") == std::string::npos) {
-            found.push_back(entry.path().string());
+    if (!unwritten.empty()) {
+        return "It ends early: " + unwritten;
+    }
+    if (recording.isBusy) {
+        return "The process goes on, and writes to it until it ends.";
+    }
+    const std::string how = recording.process != end.process ? "It was killed, or ended"
+                            : end.signal != 0                ? "It ended"
+                                                             : "It ended with status " + std::to_string(end.status);
+    return how + " without its exit handlers: calls of the last half second may be missing.";
+}
+
+/// Gives the captures their names and tells of them. What could not be written is 6, and 0 that all could.
+class Conclusion {
+public:
+    Conclusion(Recorder::CapturePlace& place, const Recorder::ProgramEnd& end, const std::string& command)
+        : m_place(place), m_end(end), m_command(command), m_reports(Recorder::ReadReports(Recorder::ReportedLines()))
+    {
+    }
+
+    /// The first one is the recording; the others are of other processes.
+    void Keep(const Recorder::Recording& recording, bool isFirst)
+    {
+        const std::string unwritten = Unwritten(recording);
+        std::string error;
+        const bool mayReplace = unwritten.empty() || !m_place.IsTaken();
+        const fs::path name = isFirst && mayReplace ? m_place.PutInPlace(recording.file, error)
+                                                    : m_place.PutBeside(recording.file, error);
+        std::string text = Recorder::Describe(name.string(), recording.summary);
+        if (recording.process != m_end.process) {
+            text += "  It is of " + recording.program + ", process " + std::to_string(recording.process) +
+                    (isFirst ? "; " + m_command + " itself made no call of OpenGL ES.\n" : ".\n");
         }
+        if (!recording.summary.isComplete) {
+            text += "  " + WhyIncomplete(recording, unwritten, m_end) + "\n";
+        }
+        text += error.empty() ? "" : "  " + error + "\n";
+        std::fputs(("playback-record: " + text).c_str(), stderr);
+        m_wasWritten = m_wasWritten && unwritten.empty() && error.empty();
     }
-    return found;
-}
 
-void RemoveOldCaptures(const fs::path& file)
-{
-    std::error_code error;
-    fs::remove(file, error);
-    for (const std::string& other : OtherCaptures(file)) {
-        fs::remove(other, error);
+    int TellNothing()
+    {
+        const auto unwritten =
+            std::ranges::find_if(m_reports, [](const auto& report) { return !report.unwritten.empty(); });
+        const bool isWriting = unwritten != m_reports.end();
+        return Trouble("NOTHING WAS RECORDED: " +
+                           (isWriting ? unwritten->unwritten : WhyNothingRecorded(m_command, m_end, m_reports)),
+                       isWriting ? ExitStatus::NotWritten : ExitStatus::Differed);
     }
-}
 
-int Report(const fs::path& file, const Recorder::RecordingOptions& options, const Recorder::ProgramEnd& end)
+    [[nodiscard]] bool WasWritten() const { return m_wasWritten; }
+
+private:
+    /// Why the capture could not be written whole. The library tells its own name of the file in front.
+    [[nodiscard]] std::string Unwritten(const Recorder::Recording& recording) const
+    {
+        const Recorder::ProcessReport* const report = Recorder::FindReport(m_reports, recording.process);
+        std::string why = report != nullptr ? report->unwritten : "";
+        const std::string name = recording.file.string() + ": ";
+        return why.starts_with(name) ? why.substr(name.size()) : why;
+    }
+
+    Recorder::CapturePlace& m_place;
+    const Recorder::ProgramEnd& m_end;
+    const std::string& m_command;
+    const std::vector<Recorder::ProcessReport> m_reports;
+    bool m_wasWritten = true;
+};
+
+int Conclude(Recorder::CapturePlace& place, const Recorder::RecordingOptions& options, const Recorder::ProgramEnd& end)
 {
-    std::error_code error;
-    Recorder::Summary summary;
-    if (fs::exists(file, error)) {
-        summary = Recorder::Summarize(file.string());
-        std::fputs(("playback-record: " + Recorder::Describe(file.filename().string(), summary)).c_str(), stderr);
+    // Whoever reads our messages may be gone; the captures are to get their names all the same.
+    std::signal(SIGPIPE, SIG_IGN);
+    const std::vector<Recorder::Recording> recordings = Recorder::CollectRecordings(place.Folder(), end.process);
+    Conclusion conclusion(place, end, options.command[0]);
+    for (const Recorder::Recording& recording : recordings) {
+        conclusion.Keep(recording, &recording == &recordings.front());
     }
-    for (const std::string& other : OtherCaptures(file)) {
-        std::fprintf(stderr, "playback-record: another process was recorded in %s\n", other.c_str());
+    const std::string death = end.wasStopped ? "" : Recorder::HowItDied(options.command[0], end);
+    if (!death.empty()) {
+        Trouble(death, ExitStatus::Done);
     }
-    if (summary.calls == summary.eglCalls) {
-        return Trouble("NOTHING WAS RECORDED: " + options.command[0] +
-                           " made no OpenGL ES call with an EGL context that the recorder saw. Programs that are linked"
-                           " statically or have the set-user-id bit cannot be recorded; desktop OpenGL is not.",
-                       exitTrouble);
+    if (recordings.empty()) {
+        return conclusion.TellNothing();
     }
+    if (!conclusion.WasWritten()) {
+        return static_cast<int>(ExitStatus::NotWritten);
+    }
+    const Recorder::Summary& summary = recordings.front().summary;
     const bool reachedLastFrame = options.frames != 0 && summary.frames >= options.frames;
     const bool endedOnPurpose = reachedLastFrame || (end.wasStopped && summary.isComplete && end.status >= 128);
     return endedOnPurpose ? 0 : end.status;
@@ -98,33 +164,35 @@ int Record(const Util::CommandLine::Result& parsed)
         const char* const end = frames->data() + frames->size();
         const auto [stop, problem] = std::from_chars(frames->data(), end, options.frames);
         if (problem != std::errc() || stop != end || options.frames == 0) {
-            return Trouble("--frames: expected a number from 1 on, found '" + *frames + "'", exitUsage);
+            return Trouble("--frames: expected a number from 1 on, found '" + *frames + "'", ExitStatus::Usage);
         }
     }
     if (options.command.empty()) {
-        return Trouble("no COMMAND given; playback-record --help explains", exitUsage);
+        return Trouble("no COMMAND given; playback-record --help explains", ExitStatus::Usage);
     }
     const std::string* const wanted = parsed.args.FindValue("-o");
-    std::error_code error;
-    const fs::path file = fs::absolute(
-        wanted != nullptr ? fs::path(*wanted) : fs::path(options.command[0]).filename().concat(".glcap"), error);
-    if (!fs::is_directory(file.parent_path(), error)) {
-        return Trouble(file.string() + ": there is no such folder to write a capture to", exitTrouble);
+    if (wanted != nullptr && (wanted->empty() || *wanted == "-")) {
+        return Trouble("-o: expected the name of a file, found '" + *wanted +
+                           "'; a capture cannot be written to standard output, since its beginning is written last",
+                       ExitStatus::Usage);
     }
-    if (fs::is_directory(file, error)) {
-        return Trouble(file.string() + ": expected the name of a file, found a folder", exitTrouble);
-    }
-    options.file = file.string();
     options.library = Recorder::FindLibrary();
     if (options.library.empty()) {
-        return Trouble("libPlaybackRecorder.so is not where it belongs, in ../lib beside this program", exitTrouble);
+        return Trouble("libPlaybackRecorder.so is not where it belongs, in ../lib beside this program",
+                       ExitStatus::Differed);
     }
-    RemoveOldCaptures(file);
+    Recorder::CapturePlace place(wanted != nullptr ? fs::path(*wanted)
+                                                   : fs::path(options.command[0]).filename().concat(".glcap"));
+    if (const std::string error = place.Open(); !error.empty()) {
+        return Trouble(error, ExitStatus::NotWritten);
+    }
+    options.folder = place.Folder().string();
     const Recorder::ProgramEnd end = Recorder::RunRecorded(options);
     if (!end.error.empty()) {
-        return Trouble(options.command[0] + ": cannot be run: " + end.error, end.status);
+        Trouble(options.command[0] + ": cannot be run: " + end.error, ExitStatus::Done);
+        return end.status;
     }
-    return Report(file, options, end);
+    return Conclude(place, options, end);
 }
 
 } // namespace
@@ -134,15 +202,15 @@ int main(int argc, char** argv)
     const Util::CommandLine commandLine(optionTable);
     const auto parsed = commandLine.Parse(argc, argv, Util::AfterFirstPositional::TakeAll);
     if (!parsed.error.empty()) {
-        return Trouble(parsed.error + "; playback-record --help explains", exitUsage);
+        return Trouble(parsed.error + "; playback-record --help explains", ExitStatus::Usage);
     }
     if (parsed.args.HasSwitch("--help")) {
         std::fputs(commandLine.Help(usage).c_str(), stdout);
-        return 0;
-    }
-    if (parsed.args.HasSwitch("--version")) {
+    } else if (parsed.args.HasSwitch("--version")) {
         std::puts("playback-record " PLAYBACK_VERSION);
-        return 0;
+    } else {
+        return Record(parsed);
     }
-    return Record(parsed);
+    const std::string error = Util::CloseStandardOutput();
+    return error.empty() ? 0 : Trouble(error, ExitStatus::NotWritten);
 }

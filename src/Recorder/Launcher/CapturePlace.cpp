@@ -1,0 +1,119 @@
+#include "Recorder/Launcher/CapturePlace.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "Recorder/Settings.h"
+
+namespace Recorder {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int maxLinks = 40;
+
+/// The file behind symbolic links, also where there is none yet.
+fs::path FollowLinks(fs::path path)
+{
+    std::error_code error;
+    for (int links = 0; links < maxLinks && fs::is_symlink(fs::symlink_status(path, error)); ++links) {
+        // An absolute one takes the place of the whole path.
+        path = path.parent_path() / fs::read_symlink(path, error);
+    }
+    return path;
+}
+
+/// What keeps a file of this name from being written or replaced; empty when nothing does.
+std::string WhyNotWritable(const fs::path& file)
+{
+    std::error_code error;
+    if (file.filename().empty() || fs::is_directory(file, error)) {
+        return "expected the name of a file, found a folder";
+    }
+    if (fs::exists(file, error) && !fs::is_regular_file(file, error)) {
+        return "expected a regular file: the beginning of a capture is written last, which no pipe or device allows";
+    }
+    return fs::exists(file, error) && access(file.c_str(), W_OK) != 0 ? std::strerror(errno) : "";
+}
+
+fs::path WithoutEnding(const fs::path& file)
+{
+    return file.extension() == captureEnding ? fs::path(file).replace_extension() : file;
+}
+
+mode_t NewFolderMode()
+{
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0777 & ~mask;
+}
+
+fs::path Rename(const fs::path& from, const fs::path& to, std::string& error)
+{
+    if (std::rename(from.c_str(), to.c_str()) == 0) {
+        return to;
+    }
+    error = to.string() + ": cannot be written: " + std::strerror(errno) + "; the capture is " + from.string();
+    return from;
+}
+
+} // namespace
+
+CapturePlace::~CapturePlace()
+{
+    if (!m_folder.empty()) {
+        rmdir(m_folder.c_str());
+    }
+}
+
+std::string CapturePlace::Open()
+{
+    m_file = FollowLinks(m_name);
+    std::string why = WhyNotWritable(m_file);
+    if (why.empty()) {
+        std::string folder = WithoutEnding(fs::absolute(m_file)).string() + ".recording-XXXXXX";
+        if (mkdtemp(folder.data()) != nullptr) {
+            m_folder = folder;
+            chmod(folder.c_str(), NewFolderMode());
+            return {};
+        }
+        why = std::strerror(errno);
+    }
+    return m_name.string() + ": no capture can be written there: " + why;
+}
+
+fs::path CapturePlace::PutInPlace(const fs::path& capture, std::string& error)
+{
+    struct stat before = {};
+    if (stat(m_file.c_str(), &before) == 0) {
+        chmod(capture.c_str(), before.st_mode & 07777);
+    }
+    return Rename(capture, m_file, error) == m_file ? m_name : capture;
+}
+
+fs::path CapturePlace::PutBeside(const fs::path& capture, std::string& error)
+{
+    const std::string stem = WithoutEnding(m_file).string();
+    for (int number = 2;; ++number) {
+        const std::string name = stem + "." + std::to_string(number) + captureEnding;
+        // The name is taken before it is given, so that two recordings do not choose the same.
+        const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        if (file < 0 && errno == EEXIST) {
+            continue;
+        }
+        if (file >= 0) {
+            close(file);
+        }
+        const fs::path place = Rename(capture, name, error);
+        if (place == capture && file >= 0) {
+            unlink(name.c_str());
+        }
+        return place;
+    }
+}
+
+} // namespace Recorder

@@ -1,0 +1,132 @@
+#include "Recorder/Launcher/Explanation.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+
+#include "Recorder/Launcher/ProgramFile.h"
+
+namespace Recorder {
+namespace {
+
+/// How programs that prefer another way of drawing are made to use OpenGL ES on EGL.
+struct Toolkit {
+    /// Start of its library's file name.
+    const char* library;
+    const char* advice;
+};
+constexpr Toolkit toolkits[] = {
+    {"libgtk-4", "GTK 4: GSK_RENDERER=gl GDK_DEBUG=gl-gles"},
+    {"libgtk-3", "GTK 3: GDK_GL=gles"},
+    {"libgstgl", "GStreamer: GST_GL_PLATFORM=egl GST_GL_API=gles2"},
+    {"libmpv", "mpv: --gpu-api=opengl --opengl-es=yes"},
+    {"liblove", "LOVE: LOVE_GRAPHICS_USE_OPENGLES=1"},
+    {"libSDL2", "SDL 2, its renderer: SDL_RENDER_DRIVER=opengles2"},
+};
+
+constexpr char onlyES[] = "; only OpenGL ES on EGL can be recorded.";
+
+/// Of the toolkits that the process has, or of all when it has none of them.
+std::string Advice(const ProcessReport& report)
+{
+    const bool knowsToolkit =
+        std::ranges::any_of(toolkits, [&report](const Toolkit& toolkit) { return report.HasLibrary(toolkit.library); });
+    std::string text = "\n  Many programs use OpenGL ES when they are told to, by a variable or an option:";
+    for (const Toolkit& toolkit : toolkits) {
+        if (!knowsToolkit || report.HasLibrary(toolkit.library)) {
+            text += std::string("\n    ") + toolkit.advice;
+        }
+    }
+    return text;
+}
+
+using Test = bool (*)(const ProcessReport&);
+
+/// A way of drawing that is not recorded: how a process shows it, and the sentence, behind the program's name.
+struct OtherWay {
+    Test shows;
+    const char* sentence;
+};
+constexpr OtherWay otherWays[] = {
+    {[](const ProcessReport& report) { return report.desktopContext; },
+     " made contexts of desktop OpenGL by EGL and drew nothing with OpenGL ES"},
+    {[](const ProcessReport& report) { return report.glx; }, " makes contexts of desktop OpenGL by GLX"},
+    {[](const ProcessReport& report) { return report.vulkan; }, " uses Vulkan"},
+    {[](const ProcessReport& report) { return !report.egl && report.HasLibrary("libGLX"); },
+     " is linked to GLX, the EGL of desktop OpenGL on X11, and called no EGL"},
+    {[](const ProcessReport& report) { return !report.egl && report.HasLibrary("libvulkan"); },
+     " is linked to Vulkan, and called no EGL"},
+};
+
+std::string ProgramNames(const std::vector<ProcessReport>& reports)
+{
+    std::string names;
+    std::vector<std::string> known;
+    for (const ProcessReport& report : reports) {
+        if (std::ranges::find(known, report.program) == known.end()) {
+            names += (names.empty() ? "" : ", ") + report.program;
+            known.push_back(report.program);
+        }
+    }
+    return names;
+}
+
+std::string WhyWithoutOtherWay(const std::string& command, const ProgramEnd& end,
+                               const std::vector<ProcessReport>& reports)
+{
+    if (FindReport(reports, end.process) == nullptr) {
+        const std::string why = WhyNotLoaded(command);
+        return why.empty() ? command + " did not load the recorder: LD_PRELOAD does nothing in it." : why;
+    }
+    const auto caller = std::ranges::find_if(reports, &ProcessReport::egl);
+    if (caller != reports.end()) {
+        return caller->program + " called EGL, but nothing of OpenGL ES with a context that it had made current.";
+    }
+    return "no EGL was called by " + ProgramNames(reports) +
+           ". What else was started did not load the recorder: programs that are linked statically or have privileges,"
+           "\n  and what is started without LD_PRELOAD and the other variables of this recording (env -i, sudo, a"
+           " running service).";
+}
+
+/// Signals by which programs crash, rather than being told to end.
+bool IsCrash(int signal)
+{
+    constexpr int crashes[] = {SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSYS, SIGTRAP};
+    return std::ranges::find(crashes, signal) != std::end(crashes);
+}
+
+std::string SignalName(int signal)
+{
+    const char* const name = sigabbrev_np(signal);
+    return name != nullptr ? std::string("SIG") + name : "signal " + std::to_string(signal);
+}
+
+} // namespace
+
+std::string WhyNothingRecorded(const std::string& command, const ProgramEnd& end,
+                               const std::vector<ProcessReport>& reports)
+{
+    for (const OtherWay& way : otherWays) {
+        const auto report = std::ranges::find_if(reports, way.shows);
+        if (report != reports.end()) {
+            return report->program + way.sentence + onlyES + Advice(*report);
+        }
+    }
+    return WhyWithoutOtherWay(command, end, reports);
+}
+
+std::string HowItDied(const std::string& command, const ProgramEnd& end)
+{
+    const std::string name = std::filesystem::path(command).filename().string();
+    if (end.signal != 0) {
+        return name + " died by " + SignalName(end.signal) + " (" + strsignal(end.signal) + ").";
+    }
+    if (end.status > 128 && IsCrash(end.status - 128)) {
+        return name + " ended with status " + std::to_string(end.status) +
+               ", as shells do when what they run dies by " + SignalName(end.status - 128) + ".";
+    }
+    return {};
+}
+
+} // namespace Recorder

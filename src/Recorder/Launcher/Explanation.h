@@ -1,0 +1,19 @@
+// Why nothing was recorded, and what to do about it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Recorder/Launcher/ProcessReports.h"
+#include "Recorder/Launcher/Recording.h"
+
+namespace Recorder {
+
+/// Sentences for the user, in several lines. Of a program that ran and of which there is no OpenGL ES call.
+[[nodiscard]] std::string WhyNothingRecorded(const std::string& command, const ProgramEnd& end,
+                                             const std::vector<ProcessReport>& reports);
+
+/// "NAME died by SIGSEGV.", also where a shell tells so of what it ran; empty when it ended otherwise.
+[[nodiscard]] std::string HowItDied(const std::string& command, const ProgramEnd& end);
+
+} // namespace Recorder

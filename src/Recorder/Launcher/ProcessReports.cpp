@@ -1,0 +1,66 @@
+#include "Recorder/Launcher/ProcessReports.h"
+
+#include <algorithm>
+#include <sstream>
+
+#include "Recorder/Report.h"
+
+namespace Recorder {
+namespace {
+
+void Add(ProcessReport& report, const std::string& what, const std::string& detail)
+{
+    if (what == Finding::program) {
+        report.program = detail;
+    } else if (what == Finding::library) {
+        report.libraries.push_back(detail);
+    } else if (what == Finding::egl) {
+        report.egl = true;
+    } else if (what == Finding::desktopContext) {
+        report.desktopContext = true;
+    } else if (what == Finding::glx) {
+        report.glx = true;
+    } else if (what == Finding::vulkan) {
+        report.vulkan = true;
+    } else if (what == Finding::unwritten) {
+        report.unwritten = detail;
+    }
+}
+
+} // namespace
+
+bool ProcessReport::HasLibrary(std::string_view start) const
+{
+    return std::ranges::any_of(libraries, [start](const std::string& name) { return name.starts_with(start); });
+}
+
+std::vector<ProcessReport> ReadReports(const std::string& lines)
+{
+    std::vector<ProcessReport> reports;
+    std::istringstream all(lines);
+    for (std::string text; std::getline(all, text);) {
+        std::istringstream line(text);
+        pid_t process = 0;
+        std::string what;
+        std::string detail;
+        if (!(line >> process >> what)) {
+            continue;
+        }
+        std::getline(line >> std::ws, detail);
+        auto report = std::ranges::find(reports, process, &ProcessReport::process);
+        if (report == reports.end()) {
+            report = reports.emplace(report);
+            report->process = process;
+        }
+        Add(*report, what, detail);
+    }
+    return reports;
+}
+
+const ProcessReport* FindReport(const std::vector<ProcessReport>& reports, pid_t process)
+{
+    const auto found = std::ranges::find(reports, process, &ProcessReport::process);
+    return found != reports.end() ? &*found : nullptr;
+}
+
+} // namespace Recorder

@@ -1,0 +1,87 @@
+#include "Recorder/Launcher/Recordings.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <tuple>
+#include <unistd.h>
+
+#include "Recorder/Launcher/Recording.h"
+#include "Recorder/Settings.h"
+
+namespace Recorder {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr useconds_t pollUs = 50'000;
+constexpr int pollsOfGrace = 40;
+
+/// Writers hold a lock on their file.
+bool IsBusy(const fs::path& file)
+{
+    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    const bool busy = descriptor >= 0 && flock(descriptor, LOCK_SH | LOCK_NB) != 0;
+    if (descriptor >= 0) {
+        close(descriptor);
+    }
+    return busy;
+}
+
+/// NAME.PID.glcap or NAME.PID-2.glcap, not yet read.
+Recording FromName(const fs::path& file)
+{
+    const fs::path name = file.stem();
+    const std::string process = name.extension().string();
+    return {file, name.stem().string(), process.empty() ? 0 : std::atoi(process.c_str() + 1), IsBusy(file), {}};
+}
+
+std::vector<Recording> List(const fs::path& folder)
+{
+    std::vector<Recording> recordings;
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
+        recordings.push_back(FromName(entry.path()));
+    }
+    return recordings;
+}
+
+std::vector<Recording> ListWhenWritten(const fs::path& folder, pid_t process)
+{
+    for (int polls = 0;; ++polls) {
+        std::vector<Recording> recordings = List(folder);
+        const auto busy = std::ranges::find_if(recordings, &Recording::isBusy);
+        const bool hasOwn = std::ranges::find(recordings, process, &Recording::process) != recordings.end();
+        if (busy == recordings.end() || (polls > pollsOfGrace && (hasOwn || WasStopped()))) {
+            return recordings;
+        }
+        if (polls == pollsOfGrace) {
+            std::fprintf(stderr, "playback-record: %s (process %d) goes on and is waited for\n", busy->program.c_str(),
+                         static_cast<int>(busy->process));
+        }
+        usleep(pollUs);
+    }
+}
+
+} // namespace
+
+std::vector<Recording> CollectRecordings(const fs::path& folder, pid_t process)
+{
+    std::vector<Recording> recordings = ListWhenWritten(folder, process);
+    for (Recording& recording : recordings) {
+        recording.summary = Summarize(recording.file.string());
+    }
+    std::erase_if(recordings, [](const Recording& recording) {
+        std::error_code error;
+        return !recording.isBusy && !recording.summary.HasCalls() && fs::remove(recording.file, error);
+    });
+    std::ranges::sort(recordings, {}, [process](const Recording& recording) {
+        return std::tuple(recording.process != process, recording.summary.startTimeUs);
+    });
+    return recordings;
+}
+
+} // namespace Recorder

@@ -1,0 +1,96 @@
+#include "Recorder/Report.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <link.h>
+#include <string>
+#include <unistd.h>
+
+#include "Recorder/Settings.h"
+
+namespace Recorder {
+namespace {
+
+/// By the start of their names: ways to draw, and toolkits that choose one of them.
+constexpr std::string_view drawingLibraries[] = {"libGL.so", "libGLX.so", "libvulkan.so", "libgtk-3", "libgtk-4",
+                                                 "libSDL2",  "libgstgl",  "libmpv",       "liblove"};
+
+/// As the environment had it at the start; empty: nobody is to be told.
+char reportPath[64];
+
+/// The file, unless its name stands for another one by now: the process that had it open may have ended.
+int OpenReport()
+{
+    char target[64] = {};
+    return readlink(reportPath, target, sizeof target - 1) > 0 && std::strstr(target, reportFileName) != nullptr
+               ? open(reportPath, O_WRONLY | O_APPEND | O_CLOEXEC)
+               : -1;
+}
+
+int ReportLibrary(dl_phdr_info* info, std::size_t, void*)
+{
+    std::string_view name = info->dlpi_name;
+    name.remove_prefix(name.rfind('/') + 1);
+    if (std::ranges::any_of(drawingLibraries, [name](std::string_view start) { return name.starts_with(start); })) {
+        Report(Finding::library, name);
+    }
+    return 0;
+}
+
+void ReportOnce(std::atomic<bool>& isTold, const char* what) noexcept
+{
+    if (!isTold.exchange(true)) {
+        Report(what, "");
+    }
+}
+
+/// Ahead of the program's own code: what it is linked to is loaded by now.
+__attribute__((constructor)) void ReportProgram()
+{
+    const char* const path = std::getenv(reportVariable);
+    if (path != nullptr && std::strlen(path) < sizeof reportPath) {
+        std::strcpy(reportPath, path);
+        Report(Finding::program, program_invocation_short_name);
+        ReportLibraries();
+    }
+}
+
+} // namespace
+
+void Report(const char* what, std::string_view detail) noexcept
+{
+    const int savedErrno = errno;
+    const int file = reportPath[0] != '\0' ? OpenReport() : -1;
+    if (file >= 0) {
+        char line[512];
+        const int bytes = std::snprintf(line, sizeof line, "%d %s %.*s\n", static_cast<int>(getpid()), what,
+                                        static_cast<int>(std::min<std::size_t>(detail.size(), 400)), detail.data());
+        [[maybe_unused]] const ssize_t written = write(file, line, static_cast<std::size_t>(bytes));
+        close(file);
+    }
+    errno = savedErrno;
+}
+
+void ReportLibraries() noexcept
+{
+    dl_iterate_phdr(&ReportLibrary, nullptr);
+}
+
+void ReportLookup(const char* name) noexcept
+{
+    static std::atomic<bool> glxIsTold = false;
+    static std::atomic<bool> vulkanIsTold = false;
+    const std::string_view view = name;
+    if (view.starts_with("glXCreate")) {
+        ReportOnce(glxIsTold, Finding::glx);
+    } else if (view == "vkCreateInstance" || view == "vkGetInstanceProcAddr") {
+        ReportOnce(vulkanIsTold, Finding::vulkan);
+    }
+}
+
+} // namespace Recorder

@@ -1,0 +1,40 @@
+// What a recorded process tells playback-record while it runs, so that it can explain what came of the recording.
+//
+// A line "PID WHAT DETAIL" each, appended to a file in memory that playback-record keeps open: a process that crashes
+// has told what it saw, and a full disk is told too.
+#pragma once
+
+#include <string_view>
+
+namespace Recorder {
+
+/// The name by which the file is recognised as playback-record's.
+inline constexpr char reportFileName[] = "playback-record";
+
+/// What can be told, as it stands in the lines.
+namespace Finding {
+/// The library is in a process; its program's name.
+inline constexpr char program[] = "program";
+/// A library by which a program may draw is loaded; its file's name.
+inline constexpr char library[] = "library";
+/// It called EGL.
+inline constexpr char egl[] = "egl";
+/// It made a context of desktop OpenGL by EGL.
+inline constexpr char desktopContext[] = "desktop-context";
+/// It looked functions up by which contexts of GLX are made, or instances of Vulkan.
+inline constexpr char glx[] = "glx";
+inline constexpr char vulkan[] = "vulkan";
+/// Its capture could not be written whole; why.
+inline constexpr char unwritten[] = "unwritten";
+} // namespace Finding
+
+/// Tells one thing. Keeps errno.
+void Report(const char* what, std::string_view detail) noexcept;
+
+/// Tells which libraries are loaded by which programs may draw.
+void ReportLibraries() noexcept;
+
+/// Tells of a look-up by name where that gives away another way of drawing.
+void ReportLookup(const char* name) noexcept;
+
+} // namespace Recorder
