@@ -1,11 +1,13 @@
 // How programs get at functions without linking to them: dlsym, eglGetProcAddress and glXGetProcAddress.
 //
 // Where a program asks for a function that the library stands in for, it is handed ours, and the driver's function
-// behind it is remembered as the one to forward to.
+// behind it is remembered as the one to forward to. Functions whose calls cannot be recorded look missing to those who
+// ask eglGetProcAddress; who gets them by other ways gets them, and their calls are counted.
 
 #include <cstring>
 #include <dlfcn.h>
 
+#include "Recorder/CountedCalls.h"
 #include "Recorder/EGLObjects.h"
 #include "Recorder/Export.h"
 #include "Recorder/LiveFunctions.h"
@@ -21,16 +23,30 @@ bool StartsWith(const char* text, const char* start)
     return std::strncmp(text, start, std::strlen(start)) == 0;
 }
 
+/// True for what belongs to a library of EGL or OpenGL, rather than to a program that uses such names for its own.
+bool IsInGLLibrary(void* function)
+{
+    Dl_info info = {};
+    if (dladdr(function, &info) == 0) {
+        return false;
+    }
+    const char* const slash = std::strrchr(info.dli_fname, '/');
+    const char* const file = slash != nullptr ? slash + 1 : info.dli_fname;
+    return StartsWith(file, "libEGL") || StartsWith(file, "libGL") || StartsWith(file, "libOpenGL");
+}
+
 /// dlsym of a library's handle: the library's function, or ours in its place.
 void* DlsymOfLibrary(void* handle, const char* name) noexcept
 {
     void* const found = RealDlsym()(handle, name);
-    const auto entry = found != nullptr ? FindEntry(name) : std::nullopt;
-    if (!entry) {
-        return found;
+    if (found == nullptr) {
+        return nullptr;
     }
-    OfferLive(*entry, found);
-    return FunctionOf(*entry);
+    if (const auto entry = FindEntry(name)) {
+        OfferLive(*entry, found);
+        return FunctionOf(*entry);
+    }
+    return !DriverGuard::Inside() && IsUnrecordable(name) && IsInGLLibrary(found) ? CountCallsOf(name, found) : found;
 }
 
 bool MayBeOurs(const char* name)
@@ -67,10 +83,10 @@ void* ProcAddress(Finder find, const char* name, Unknown unknown) noexcept
         OfferLive(*entry, found);
         return FunctionOf(*entry);
     }
-    if (unknown == Unknown::Hide && !DriverGuard::Inside() && HideUnknownFunction(name)) {
-        return nullptr;
+    if (DriverGuard::Inside() || !IsUnrecordable(name)) {
+        return found;
     }
-    return found;
+    return unknown == Unknown::Hide ? nullptr : CountCallsOf(name, found);
 }
 
 } // namespace

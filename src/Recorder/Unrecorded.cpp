@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "Data/CaptureWriter.h"
+#include "Recorder/CountedCalls.h"
 
 namespace Recorder {
 namespace {
@@ -44,9 +45,12 @@ Counts& TheCounts()
     return counts;
 }
 
-bool IsGlxName(std::string_view name)
+/// "glX" begins the names of another API.
+bool IsOfGL(std::string_view name)
 {
-    return name.starts_with("glX");
+    const std::size_t prefix = name.starts_with("egl") ? 3 : 2;
+    return (prefix == 3 || (name.starts_with("gl") && !name.starts_with("glX"))) && name.size() > prefix &&
+           name[prefix] >= 'A' && name[prefix] <= 'Z';
 }
 
 } // namespace
@@ -62,15 +66,9 @@ void CountUnrecorded(const char* what) noexcept
     }
 }
 
-bool HideUnknownFunction(const char* name) noexcept
+bool IsUnrecordable(const char* name) noexcept
 {
-    const std::string_view view = name;
-    if (IsGlxName(view) || !(view.starts_with("gl") || view.starts_with("egl")) ||
-        std::ranges::find(harmlessFunctions, view) != std::end(harmlessFunctions)) {
-        return false;
-    }
-    CountUnrecorded(name);
-    return true;
+    return IsOfGL(name) && std::ranges::find(harmlessFunctions, std::string_view(name)) == std::end(harmlessFunctions);
 }
 
 void NoteUnrecorded(Data::CaptureWriter& writer) noexcept
@@ -80,6 +78,7 @@ void NoteUnrecorded(Data::CaptureWriter& writer) noexcept
     for (const auto& [name, count] : counts.byName) {
         writer.Note(name.c_str(), count);
     }
+    NoteCountedCalls(writer);
 }
 
 } // namespace Recorder

@@ -10,9 +10,9 @@ namespace Recorder {
 /// Counts one use of something that cannot be recorded.
 void CountUnrecorded(const char* what) noexcept;
 
-/// True when the gl or egl function `name`, which the library does not stand in for, has to look missing: calls of it
-/// would be lost. Counts the request. False for functions that change nothing, and for names of other APIs.
-[[nodiscard]] bool HideUnknownFunction(const char* name) noexcept;
+/// True when calls of the function `name`, which the library does not stand in for, are lost to a replay. False for
+/// functions that change nothing, and for names of other APIs.
+[[nodiscard]] bool IsUnrecordable(const char* name) noexcept;
 
 /// Writes what was counted as notes.
 void NoteUnrecorded(Data::CaptureWriter& writer) noexcept;

@@ -1,5 +1,6 @@
 // How recordings end, and who may end them.
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <sys/wait.h>
@@ -45,14 +46,36 @@ CLIENT(HandlesSigterm)
     DrawForEver(current);
 }
 
+/// Records a client and sends a signal to playback-record when frames have been written.
+std::string RecordAndSend(const std::string& signal, const std::string& client)
+{
+    return PLAYBACK_RECORD " -o capture.glcap -- $PROGRAM --client " + client +
+           " & recorder=$!; until " PLAYBACK_INFO
+           " --dump capture.recording-*/* 2> /dev/null | grep -q 'end of frame'; do kill -0 $recorder && sleep 0.1 || "
+           "exit; done; kill -" +
+           signal + " $recorder; wait $recorder";
+}
+
 TEST_F(RecorderTest, AProgramsOwnHandlerIsLeftAlone)
 {
-    const Outcome outcome =
-        Run(PLAYBACK_RECORD " -o capture.glcap -- $PROGRAM --client HandlesSigterm & recorder=$!; "
-                            "until " PLAYBACK_INFO " --dump capture.glcap 2> /dev/null | grep -q 'end of frame'; do "
-                            "kill -0 $recorder && sleep 0.1 || exit; done; kill -TERM $recorder; wait $recorder");
+    const Outcome outcome = Run(RecordAndSend("TERM", "HandlesSigterm"));
     EXPECT_EQ(outcome.out, "handled\n");
     EXPECT_EQ(outcome.status, 5);
+}
+
+CLIENT(DrawsForEver)
+{
+    DrawForEver(ClientContext());
+}
+
+TEST_F(RecorderTest, SignalsEndARecordingThatIsComplete)
+{
+    for (const char* const signal : {"HUP", "TERM"}) {
+        const Outcome outcome = Run(RecordAndSend(signal, "DrawsForEver"));
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_THAT(outcome.err, Not(HasSubstr("missing"))) << signal;
+        std::filesystem::remove(folder / "capture.glcap");
+    }
 }
 
 CLIENT(Forks)
@@ -94,16 +117,82 @@ TEST_F(RecorderTest, AProgramStartedByTheProgramHasACaptureOfItsOwn)
 {
     const Outcome outcome = Record("StartsItself");
     EXPECT_THAT(Dump("glClear", "capture.glcap"), ElementsAre("glClear(mask=0x1)"));
-    std::vector<std::string> others;
-    for (const auto& file : std::filesystem::directory_iterator(folder)) {
-        const std::string name = file.path().filename().string();
-        if (name.starts_with("capture.") && name != "capture.glcap") {
-            others.push_back(name);
-        }
+    EXPECT_THAT(outcome.err, HasSubstr("capture.2.glcap"));
+    EXPECT_THAT(Dump("glClear", "capture.2.glcap"), ElementsAre("glClear(mask=0x2)"));
+    // Of a program that draws nothing itself, it is the recording; and what is there keeps its name.
+    EXPECT_THAT(Run(PLAYBACK_RECORD " -o capture.2.glcap sh -c '$PROGRAM --client StartsItself; exit 0'").err,
+                testing::AllOf(HasSubstr("sh itself made no call"), HasSubstr("capture.2.2.glcap")));
+    EXPECT_THAT(Dump("glClear", "capture.2.glcap"), ElementsAre("glClear(mask=0x1)"));
+}
+
+TEST_F(RecorderTest, OnlyACaptureReplacesACapture)
+{
+    const std::string others = "cat capture.1.glcap capture.2026.glcap; ls -d capture*";
+    Run("echo old > capture.glcap; echo one > capture.1.glcap; echo year > capture.2026.glcap");
+    for (const char* const command : {"./no-such-program", "true", "sh -c 'kill -SEGV $$'"}) {
+        Run(PLAYBACK_RECORD " -o capture.glcap " + std::string(command));
+        EXPECT_EQ(Run("cat capture.glcap; " + others).out,
+                  "old\none\nyear\ncapture.1.glcap\ncapture.2026.glcap\ncapture.glcap\n");
     }
-    ASSERT_THAT(others, SizeIs(1));
-    EXPECT_THAT(outcome.err, HasSubstr(others[0]));
-    EXPECT_THAT(Dump("glClear", others[0]), ElementsAre("glClear(mask=0x2)"));
+    Run("mv capture.glcap elsewhere; chmod 640 elsewhere; ln -s elsewhere capture.glcap");
+    EXPECT_EQ(Record("DrawsOnce").status, 3);
+    EXPECT_EQ(Run("stat -c %A elsewhere capture.glcap; " + others).out,
+              "-rw-r-----\nlrwxrwxrwx\none\nyear\ncapture.1.glcap\ncapture.2026.glcap\ncapture.glcap\n");
+    EXPECT_THAT(Dump("glClear", "elsewhere"), SizeIs(1));
+}
+
+CLIENT(DrawsMuch)
+{
+    const ClientContext current;
+    for (int i = 0; i < 1000; ++i) {
+        std::vector<unsigned> noise(1 << 14);
+        std::ranges::generate(noise,
+                              [state = i * 7919U + 1]() mutable { return state = state * 1664525U + 1013904223U; });
+        glBufferData(GL_ARRAY_BUFFER, 1 << 16, noise.data(), GL_STATIC_DRAW);
+        eglSwapBuffers(current.display, current.surface);
+    }
+    return 0;
+}
+
+TEST_F(RecorderTest, ACaptureThatCannotBeWrittenWholeIsKeptAndTold)
+{
+    // As on a disk that is full after some megabytes.
+    const std::string record = "ulimit -f 8192; " PLAYBACK_RECORD " -o capture.glcap --frames 900 "
+                               "$PROGRAM --client DrawsMuch";
+    Run("echo old > capture.glcap");
+    const Outcome outcome = Run(record);
+    EXPECT_EQ(outcome.status, 6);
+    EXPECT_THAT(outcome.err, testing::AllOf(HasSubstr("capture.2.glcap: "), HasSubstr("ends early: cannot write")));
+    EXPECT_EQ(Run("cat capture.glcap").out, "old\n");
+    EXPECT_THAT(Dump("end of frame", "capture.2.glcap"), testing::Not(testing::IsEmpty()));
+}
+
+CLIENT(UsesDesktopGL)
+{
+    eglInitialize(eglGetDisplay(EGL_DEFAULT_DISPLAY), nullptr, nullptr);
+    eglBindAPI(EGL_OPENGL_API);
+    eglCreateContext(eglGetDisplay(EGL_DEFAULT_DISPLAY), EGL_NO_CONFIG_KHR, EGL_NO_CONTEXT, nullptr);
+    return 0;
+}
+
+TEST_F(RecorderTest, WhyNothingWasRecordedIsFoundOut)
+{
+    driver = Driver::Systems;
+    const std::pair<const char*, const char*> cases[] = {
+        {"$PROGRAM --client UsesDesktopGL", "contexts of desktop OpenGL by EGL"},
+        {"sh -c 'kill -SEGV $$'", "sh died by SIGSEGV"},
+        {"sh -c 'sh -c \"kill -BUS \\$\\$\"; exit $?'", "shells do when what they run dies by SIGBUS"},
+        {"env true", "EGL was not called by true"},
+        {"./static", "is linked statically"},
+    };
+    // What the loader looks for is a segment that names it, of type 3.
+    Run("cp /bin/true static; chmod u+w static; python3 -c \"f = open('static', 'r+b'); d = bytearray(f.read(4096)); "
+        "o = [i for i in range(64, 64 + 56 * d[56], 56) if d[i] == 3][0]; d[o] = 0; f.seek(0); f.write(d)\"");
+    for (const auto& [command, why] : cases) {
+        const Outcome outcome = Run(PLAYBACK_RECORD " -o capture.glcap " + std::string(command));
+        EXPECT_THAT(outcome.err, HasSubstr(why));
+        EXPECT_EQ(outcome.status, 1) << command;
+    }
 }
 
 TEST_F(RecorderTest, ExitStatusIsTheProgramsOrSaysWhatWentWrong)
@@ -111,7 +200,11 @@ TEST_F(RecorderTest, ExitStatusIsTheProgramsOrSaysWhatWentWrong)
     EXPECT_EQ(Record("DrawsOnce").status, 3);
     EXPECT_EQ(Run(PLAYBACK_RECORD " --frames 0 true").status, 2);
     EXPECT_EQ(Run(PLAYBACK_RECORD " ./no-such-program").status, 127);
-    EXPECT_EQ(Run(PLAYBACK_RECORD " -o no/such/folder.glcap true").status, 1);
+    EXPECT_EQ(Run(PLAYBACK_RECORD " -o - true").status, 2);
+    for (const char* const file : {"no/such/folder.glcap", "/proc/x.glcap", "/dev/null", "."}) {
+        EXPECT_EQ(Run(PLAYBACK_RECORD " -o " + std::string(file) + " touch started; cat started").status, 1);
+        EXPECT_EQ(Run(PLAYBACK_RECORD " -o " + std::string(file) + " touch started").status, 6);
+    }
 }
 
 } // namespace

@@ -83,10 +83,9 @@ std::string WhyWithoutOtherWay(const std::string& command, const ProgramEnd& end
     if (caller != reports.end()) {
         return caller->program + " called EGL, but nothing of OpenGL ES with a context that it had made current.";
     }
-    return "no EGL was called by " + ProgramNames(reports) +
-           ". What else was started did not load the recorder: programs that are linked statically or have privileges,"
-           "\n  and what is started without LD_PRELOAD and the other variables of this recording (env -i, sudo, a"
-           " running service).";
+    return "EGL was not called by " + ProgramNames(reports) +
+           ", which is all that the recorder got into.\n  It gets into nothing that is linked statically or has"
+           " privileges, or is started without the variables of the recording (env -i, sudo, a running service).";
 }
 
 /// Signals by which programs crash, rather than being told to end.
