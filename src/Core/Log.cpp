@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <mutex>
 #include <string>
 
 #include <unistd.h>
@@ -31,6 +32,13 @@ LogOutput& Terminal()
 {
     static LogOutput* const terminal = new LogOutput;
     return *terminal;
+}
+
+/// Another thread may have a last word while the replay thread is at work.
+std::mutex& OutputMutex()
+{
+    static std::mutex* const mutex = new std::mutex;
+    return *mutex;
 }
 
 /// Messages since the last flush reach the output when the program ends.
@@ -94,6 +102,7 @@ void Log::Print(int level, int zone, int line, const char* file, bool print, con
     // What a person may be waiting for is shown at once, but does not bury everything else when it comes with each
     // frame; the many messages of the levels below are collected.
     const bool isForPeople = level <= LogNotice;
+    const std::lock_guard lock(OutputMutex());
     if (isForPeople)
         Output().WriteOnce(text);
     else
@@ -134,6 +143,7 @@ void Console::Print(int, bool, const char* format, ...)
     va_start(arguments, format);
     AppendFormatted(text, format, arguments);
     va_end(arguments);
+    const std::lock_guard lock(OutputMutex());
     Output().EndRepetitions();
     Output().Flush(); // keeps the order of messages when both go to the terminal
     Terminal().WriteLine(text);
@@ -142,6 +152,7 @@ void Console::Print(int, bool, const char* format, ...)
 
 void Console::SetStatus(const std::string& text)
 {
+    const std::lock_guard lock(OutputMutex());
     Output().Flush();
     LogOutput::SetStatus(text);
 }

@@ -31,4 +31,10 @@ std::vector<CaptureFile::CallSum> CaptureFile::CallSums() const
     return sums;
 }
 
+std::string CaptureFile::CallAtWork() const
+{
+    const auto [id, place] = m_processor.AtWork();
+    return place == 0 ? "" : "call " + std::to_string(place) + ", " + m_source->Calls()[id].name;
+}
+
 } // namespace Data

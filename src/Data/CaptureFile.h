@@ -57,8 +57,13 @@ public:
     [[nodiscard]] std::vector<CallSum> CallSums() const;
     void TimeCalls() { m_processor.TimeCalls(); }
     [[nodiscard]] std::uint64_t CallCount() const { return m_processor.CallCount(); }
+    /// The call at work, or the last one, with its place in the frame: "call 12, glClear"; empty before the first one.
+    /// Any thread.
+    [[nodiscard]] std::string CallAtWork() const;
     /// When the program ended the frame replayed last, in microseconds from the start of its recording.
     [[nodiscard]] std::uint64_t FrameTimeUs() const { return m_processor.FrameTimeUs(); }
+    /// The file is damaged, or lacks its end, as far as replay came.
+    [[nodiscard]] bool IsIncomplete() const { return m_processor.IsIncomplete(); }
     /// Calls that were not replayed since their record was not to be trusted.
     [[nodiscard]] std::uint64_t SkippedCalls() const { return m_diagnostics.SkippedCount(); }
 

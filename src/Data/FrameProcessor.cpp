@@ -34,7 +34,7 @@ std::uint32_t FrameProcessor::Frames() const
 
 std::uint64_t FrameProcessor::CallCount() const
 {
-    return m_callsInFrames + m_diagnostics.position.call;
+    return m_callsInFrames + m_diagnostics.position.call - m_callsLeftOut;
 }
 
 bool FrameProcessor::ProcessNextFrame()
@@ -86,7 +86,7 @@ void FrameProcessor::End()
     if (m_isInFrameBlock)
         EndBlock(BlockType::Frame);
     m_diagnostics.Summary();
-    if (m_isDamaged || !m_source.IsComplete())
+    if (IsIncomplete())
         ReportIncomplete(m_diagnostics, Frames());
 }
 
@@ -100,9 +100,12 @@ FrameProcessor::Outcome FrameProcessor::ProcessRecords()
             if (!m_isInFrameBlock && !m_isInStateBlock)
                 StartBlock(BlockType::Frame);
             ++position.call;
-            ++m_callCounts[id];
-            if (m_isThreadLeftOut) [[unlikely]]
+            if (m_isThreadLeftOut) [[unlikely]] {
+                ++m_callsLeftOut;
                 continue;
+            }
+            ++m_callCounts[id];
+            m_callAtWork.store(std::uint64_t{id} << 32 | position.call, std::memory_order_relaxed);
             if (m_callTimes.empty()) [[likely]]
                 m_calls.Decode(static_cast<CallId>(m_known[id]), m_cursor.Record());
             else

@@ -1,6 +1,7 @@
 // Walks a capture and drives everything that listens to it.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <vector>
 
@@ -24,15 +25,28 @@ public:
     bool ProcessNextFrame() override;
 
     [[nodiscard]] std::uint32_t Frames() const;
-    /// Calls so far, by their number in the file's call table.
+    /// Calls that were replayed so far, by their number in the file's call table.
     [[nodiscard]] const std::vector<std::uint64_t>& CallCounts() const { return m_callCounts; }
     /// CPU time that the calls took on this thread so far, in nanoseconds, by their number in the file's call table;
     /// empty unless it is taken.
     [[nodiscard]] const std::vector<std::uint64_t>& CallTimes() const { return m_callTimes; }
     /// From now on the time of each call is taken, which makes replay slower.
     void TimeCalls() { m_callTimes.resize(m_callCounts.size()); }
-    /// Calls of whole frames so far, and of the frame at work.
+    /// Calls that were replayed so far.
     [[nodiscard]] std::uint64_t CallCount() const;
+    /// The call that is replayed, or was last: its number in the file's call table, and its place in the frame from 1;
+    /// 0 before the first one. Any thread.
+    struct CallAtWork {
+        std::uint32_t id;
+        std::uint32_t place;
+    };
+    [[nodiscard]] CallAtWork AtWork() const
+    {
+        const std::uint64_t both = m_callAtWork.load(std::memory_order_relaxed);
+        return {static_cast<std::uint32_t>(both >> 32), static_cast<std::uint32_t>(both)};
+    }
+    /// The file is damaged, or lacks its end; damage further on is not known yet.
+    [[nodiscard]] bool IsIncomplete() const { return m_isDamaged || !m_source.IsComplete(); }
     /// When the frame before ended, in microseconds from the start of the recording.
     [[nodiscard]] std::uint64_t FrameTimeUs() const { return m_frameTimeUs; }
 
@@ -76,6 +90,10 @@ private:
     std::vector<std::uint64_t> m_callCounts;
     std::vector<std::uint64_t> m_callTimes;
     std::uint64_t m_callsInFrames = 0;
+    /// By the thread filter.
+    std::uint64_t m_callsLeftOut = 0;
+    /// Both numbers of CallAtWork, since another thread reads them.
+    std::atomic<std::uint64_t> m_callAtWork = 0;
     std::uint64_t m_frameTimeUs = 0;
     /// For each call of the file, whether its absence from this program was said, and for other records.
     std::vector<bool> m_unknownSaid;

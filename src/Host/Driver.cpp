@@ -31,9 +31,13 @@ std::string OpenDriver(const std::string& directory, wl_display* compositor)
         return "No driver: " + KHRLayer::LoadError() +
                ". Install one (packages libegl1, libgles2 and libegl-mesa0), or name its folder with -driver.";
     }
+    const Core::EGLProcTable& egl = KHRLayer::EGLProc();
+    if (!egl.eglGetDisplay && !egl.eglInitialize && !egl.eglMakeCurrent) {
+        return "No driver: " + (directory.empty() ? "" : directory + "/") +
+               "libEGL.so.1 is no EGL library: it has neither eglGetDisplay nor eglInitialize.";
+    }
     AdaptConfigRequests(compositor ? SurfaceKind::Window : SurfaceKind::Pbuffer);
 
-    const Core::EGLProcTable& egl = KHRLayer::EGLProc();
     if (!egl.eglGetDisplay || !egl.eglInitialize) {
         return "";
     }

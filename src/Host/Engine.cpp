@@ -25,7 +25,8 @@ Engine::Engine(Data::CaptureFile& capture, Output output, Verification* verifica
     : m_resourceTable(std::make_unique<Playback::GLResourceTable>()), m_surfaceFactory(std::move(output.surfaces))
 {
     if (verification) {
-        m_glAdapter = std::make_unique<ReadBackVerifier>(m_resourceTable.get(), capture.At(), verification->readBacks);
+        m_glAdapter = std::make_unique<ReadBackVerifier>(m_resourceTable.get(), capture.At(), verification->readBacks,
+                                                         verification->timer);
         capture.SetFrameHashHandler(&verification->frames);
     } else {
         m_glAdapter = std::make_unique<MappingGuard>(m_resourceTable.get());

@@ -21,7 +21,7 @@ Outcome ExtractTextures(const std::string& captureFile, std::uint32_t lastFrame,
     while (capture->GetCurrentFrame() < lastFrame && capture->GetFrameProcessor()->ProcessNextFrame()) {
     }
     if (!files.Error().empty()) {
-        return Failure{ExitStatus::Usage, "cannot write a texture, " + files.Error()};
+        return Failure{ExitStatus::NotWritten, "cannot write a texture, " + files.Error()};
     }
     say("Wrote the textures of " + std::to_string(files.Written()) + " uploads to " + settings.m_screenshotPath +
         "frame...");

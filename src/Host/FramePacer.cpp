@@ -28,7 +28,7 @@ EGLBoolean EGLAPIENTRY SwapBuffers(EGLDisplay display, EGLSurface surface)
 
 } // namespace
 
-FramePacer::FramePacer(ReplayWindows& windows) : m_windows(windows)
+FramePacer::FramePacer(ReplayWindows& windows, std::optional<int> interval) : m_windows(windows), m_given(interval)
 {
     using Core::KHRLayer;
     driverSwapInterval = KHRLayer::EGLProc().eglSwapInterval;
@@ -51,8 +51,12 @@ FramePacer::~FramePacer()
 
 void FramePacer::BeforeSwap()
 {
-    if (m_interval > 0) {
+    // Each time the compositor shows what it has is one picture of the screen.
+    for (int left = m_given.value_or(m_captured); left > 0; --left) {
         m_windows.GetActiveWindow()->WaitForFrame(PatienceWhenHidden);
+        if (left > 1) {
+            m_windows.GetActiveWindow()->Commit();
+        }
     }
 }
 

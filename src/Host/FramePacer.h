@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 
 namespace Host {
 
@@ -16,20 +17,21 @@ public:
     /// How long one frame waits for a compositor that does not show it.
     static constexpr std::chrono::milliseconds PatienceWhenHidden{100};
 
-    /// Core::KHRLayer::LoadEGL must have run.
-    explicit FramePacer(ReplayWindows& windows);
+    /// An interval given here takes the place of all that the capture sets. Core::KHRLayer::LoadEGL must have run.
+    FramePacer(ReplayWindows& windows, std::optional<int> interval);
     ~FramePacer();
     FramePacer(const FramePacer&) = delete;
     FramePacer& operator=(const FramePacer&) = delete;
 
     /// The swap interval that the capture set; 1, as the standard has it, before it set one.
-    void SetInterval(int interval) { m_interval = interval; }
+    void SetInterval(int interval) { m_captured = interval; }
     /// Before a swap of the active window.
     void BeforeSwap();
 
 private:
     ReplayWindows& m_windows;
-    int m_interval = 1;
+    std::optional<int> m_given;
+    int m_captured = 1;
 };
 
 } // namespace Host

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "Data/BackBuffer.h"
+#include "Host/FrameTimer.h"
 #include "Interfaces/Core.h"
 
 namespace Host {
@@ -33,13 +34,15 @@ void FrameVerifier::ProcessFrameHash(std::uint32_t frame, std::uint32_t surface,
     if (!m_isOn) {
         return;
     }
+    const FrameTimer::Break pause(m_timer, FrameTimer::Beside::Comparison);
     const Picture recorded = {width, height, hash};
     const Picture replayed = ReadBackBuffer();
+    const Telling::InHost inHost(m_timer ? &m_timer->Teller() : nullptr);
     ++m_compared;
     if (replayed == recorded) {
         ++m_equal;
-    } else if (!m_firstDifference) {
-        m_firstDifference = {frame, surface, recorded, replayed};
+    } else {
+        m_differences.push_back({m_pass, frame, surface, recorded, replayed});
     }
 }
 
@@ -64,10 +67,11 @@ bool FrameVerifier::IsVerified(std::uint32_t expected) const
     return m_compared != 0 && m_compared == expected && m_equal == m_compared;
 }
 
-std::string FrameVerifier::Report(std::uint32_t expected) const
+std::string FrameVerifier::Report(std::uint32_t expected, bool isCutShort) const
 {
     if (m_compared == 0) {
         return expected == 0 ? "not verified: there is no frame to compare"
+               : isCutShort  ? "not verified: no frame with a hash was reached"
                              : "not verified: the capture has no frame hashes; record it with playback-record --hash";
     }
     std::string report = (IsVerified(expected) ? "verified: " : "not verified: ") + std::to_string(m_equal) + " of " +
@@ -75,8 +79,8 @@ std::string FrameVerifier::Report(std::uint32_t expected) const
     if (m_compared < expected) {
         report += ", " + std::to_string(expected - m_compared) + " not compared";
     }
-    if (m_firstDifference) {
-        const auto& [frame, surface, recorded, replayed] = *m_firstDifference;
+    if (!m_differences.empty()) {
+        const auto& [pass, frame, surface, recorded, replayed] = m_differences.front();
         report += "; first difference in frame " + std::to_string(frame) + ", surface " + std::to_string(surface) +
                   ": expected " + recorded.Text() + ", found " + replayed.Text();
     }

@@ -2,36 +2,17 @@
 
 #include <algorithm>
 #include <cmath>
-#include <ctime>
 #include <numeric>
 
 namespace Host {
 
-namespace {
-
-double CpuMilliseconds()
+std::optional<std::size_t> Measurements::Add(const FrameCost& cost)
 {
-    timespec time = {};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
-}
-
-} // namespace
-
-void Measurements::StartFrame(std::uint64_t calls)
-{
-    m_calls = calls;
-    m_cpuMs = CpuMilliseconds();
-    m_wall = std::chrono::steady_clock::now();
-}
-
-void Measurements::EndFrame(std::uint32_t frame, std::uint64_t calls)
-{
-    if (!m_range.Contains(frame)) {
-        return;
+    if (!m_range.Contains(cost.frame)) {
+        return std::nullopt;
     }
-    const std::chrono::duration<double, std::milli> wall = std::chrono::steady_clock::now() - m_wall;
-    m_costs.push_back({frame, calls - m_calls, wall.count(), CpuMilliseconds() - m_cpuMs});
+    m_costs.push_back(cost);
+    return m_costs.size() - 1;
 }
 
 std::optional<FrameTimes> Measurements::Times() const
@@ -40,19 +21,20 @@ std::optional<FrameTimes> Measurements::Times() const
         return std::nullopt;
     }
     std::vector<FrameCost> sorted = m_costs;
-    std::ranges::stable_sort(sorted, {}, &FrameCost::wallMs);
+    std::ranges::stable_sort(sorted, {}, [](const FrameCost& cost) { return cost.time.wallMs; });
     const auto percentile = [&](double part) {
         const auto rank = static_cast<std::size_t>(std::ceil(part * static_cast<double>(sorted.size())));
-        return sorted[std::max<std::size_t>(rank, 1) - 1].wallMs;
+        return sorted[std::max<std::size_t>(rank, 1) - 1].time.wallMs;
     };
     const double sum = std::accumulate(sorted.begin(), sorted.end(), 0.0,
-                                       [](double total, const FrameCost& cost) { return total + cost.wallMs; });
+                                       [](double total, const FrameCost& cost) { return total + cost.time.wallMs; });
     return FrameTimes{.mean = sum / static_cast<double>(sorted.size()),
                       .median = percentile(0.5),
                       .percentile95 = percentile(0.95),
                       .percentile99 = percentile(0.99),
-                      .worst = sorted.back().wallMs,
-                      .worstFrame = sorted.back().frame};
+                      .worst = sorted.back().time.wallMs,
+                      .worstFrame = sorted.back().frame,
+                      .worstPass = sorted.back().pass};
 }
 
 } // namespace Host

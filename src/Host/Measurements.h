@@ -1,23 +1,24 @@
 #pragma once
 
-#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <vector>
 
+#include "Host/ReplayClock.h"
 #include "Util/FrameRange.h"
 
 namespace Host {
 
 using Util::FrameRange;
 
-/// What the replay of one frame cost. Wall time is that of the monotonic clock; CPU time is that of all threads of the
-/// process, the driver's included.
+/// What the replay of one frame cost.
 struct FrameCost {
+    /// Pass through the capture and frame, both from 1.
+    std::uint32_t pass;
     std::uint32_t frame;
     std::uint64_t calls;
-    double wallMs;
-    double cpuMs;
+    Span time;
 };
 
 /// Wall times in milliseconds. A percentile is the smallest time that so many per cent of the frames do not exceed.
@@ -28,27 +29,26 @@ struct FrameTimes {
     double percentile99;
     double worst;
     std::uint32_t worstFrame;
+    std::uint32_t worstPass;
 };
 
-/// Takes the time of each frame. Waiting between frames, for a slower pace or in a pause, is not in it.
+/// The costs of the frames of a range.
 class Measurements {
 public:
     explicit Measurements(FrameRange range) : m_range(range) {}
 
-    /// `calls` counts those of the capture so far.
-    void StartFrame(std::uint64_t calls);
-    void EndFrame(std::uint32_t frame, std::uint64_t calls);
+    /// Where it was kept, for Extend; nothing for a frame outside of the range.
+    std::optional<std::size_t> Add(const FrameCost& cost);
+    /// Adds to the time of a frame.
+    void Extend(std::size_t index, const Span& time) { m_costs[index].time += time; }
 
-    /// The frames of the range, in the order of their replay.
+    /// In the order of their replay.
     [[nodiscard]] const std::vector<FrameCost>& Costs() const { return m_costs; }
     /// Nothing when no frame was measured.
     [[nodiscard]] std::optional<FrameTimes> Times() const;
 
 private:
     FrameRange m_range;
-    std::uint64_t m_calls = 0;
-    std::chrono::steady_clock::time_point m_wall;
-    double m_cpuMs = 0;
     std::vector<FrameCost> m_costs;
 };
 

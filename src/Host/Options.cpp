@@ -37,10 +37,18 @@ constexpr Util::Option OwnOptions[] = {
     {"-check", "", "only tell what the capture needs and this driver lacks; status 1 when there is something",
      "Results"},
     {"-timecalls", "", "add the CPU time of each function to the results of -json; replay is slower then", "Results"},
-    {"-json", "FILE", "write the results as JSON: the summary, and time and calls of each frame", "Results"},
+    {"-json", "FILE",
+     "write the results as JSON, to standard output for -: the summary, and time and calls of each frame", "Results"},
     {"-framerate", "RATE", "replay so many frames a second at most", "Frames"},
     {"-pace", "HOW", "recorded: replay frames when the recorded program drew them", "Frames"},
-    {"-timelimit", "SECONDS", "end after this time, with status 5", "Frames"},
+    {"-timelimit", "SECONDS", "end after this time, with status 5, even when the driver does not come back from a call",
+     "Frames"},
+    {"-framesinflight", "N",
+     "have at most so many frames under way in the driver (default: 2, as a window would); 0 and 1 finish each frame",
+     "Frames"},
+    {"-swapinterval", "N",
+     "in a window, wait for N pictures of the screen at each swap instead of as many as the program did; 0 runs free",
+     "Frames"},
     {"-quiet", "", "say only what is wrong", "Program"},
     {"-driver", "DIR", "take libEGL.so.1 and libGLESv2.so.2 from this folder", "Program"},
     {"-help", "", "print this text", "Program"},
@@ -48,6 +56,7 @@ constexpr Util::Option OwnOptions[] = {
 };
 
 constexpr int LargestWindow = 32767;
+constexpr int LargestCount = 60;
 /// Of seconds, and of frames a second.
 constexpr double LargestNumber = 1e6;
 
@@ -86,6 +95,10 @@ std::string ValueFault(std::string_view name, std::string_view placeholder, cons
     }
     if (name == "-measureframes") {
         return Util::ParseFrameRange(value) ? "" : "needs frames A-B, A from 1 and B not below A";
+    }
+    if (name == "-framesinflight" || name == "-swapinterval") {
+        const int number = *WholeNumber(value);
+        return number >= 0 && number <= LargestCount ? "" : "needs 0 to " + std::to_string(LargestCount);
     }
     if (name == "-framerate" || name == "-timelimit") {
         return PositiveNumber(value) ? "" : "needs a number above 0";
@@ -168,6 +181,12 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
     }
     if (const std::string* seconds = args.FindValue("-timelimit")) {
         options.timeLimit = std::chrono::duration<double>(*PositiveNumber(*seconds));
+    }
+    if (const std::string* frames = args.FindValue("-framesinflight")) {
+        options.framesInFlight = static_cast<unsigned int>(*WholeNumber(*frames));
+    }
+    if (const std::string* interval = args.FindValue("-swapinterval")) {
+        options.swapInterval = WholeNumber(*interval);
     }
     options.check = args.HasSwitch("-check");
     options.timeCalls = args.HasSwitch("-timecalls");

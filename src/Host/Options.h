@@ -25,11 +25,15 @@ struct Options {
     bool check = false;
     bool quiet = false;
     bool timeCalls = false;
-    /// File for the results as JSON; empty for none.
+    /// File for the results as JSON, "-" for standard output; empty for none.
     std::string jsonFile;
     FrameRange measuredFrames;
     Pace pace;
     std::optional<std::chrono::duration<double>> timeLimit;
+    /// At most so many frames are under way in the driver; see FrameTimer.
+    unsigned int framesInFlight = 2;
+    /// In the place of the captured ones.
+    std::optional<int> swapInterval;
     /// All of the command line, for the results.
     std::vector<std::string> arguments;
 };

@@ -22,6 +22,7 @@ Output::~Output() = default;
 Outcome Output::Open(const Options& options, PixelSize captured)
 {
     m_driverDirectory = options.driverDirectory;
+    m_swapInterval = options.swapInterval;
     std::string why;
     if (options.headless) {
         why = "-headless was given";
@@ -49,7 +50,7 @@ Outcome Output::OpenDriver()
         return Failure{ExitStatus::NoDriver, std::move(error)};
     }
     if (m_windows) {
-        m_pacer = std::make_unique<FramePacer>(*m_windows);
+        m_pacer = std::make_unique<FramePacer>(*m_windows, m_swapInterval);
     }
     return std::nullopt;
 }
@@ -67,7 +68,7 @@ Outcome Output::OpenWindows(const Options& options, PixelSize captured)
         return Failure{ExitStatus::NoDriver, "No display: the compositor refused a window. Try -headless to replay off "
                                              "screen."};
     }
-    m_pacer = std::make_unique<FramePacer>(*m_windows);
+    m_pacer = std::make_unique<FramePacer>(*m_windows, m_swapInterval);
     if (settings.m_singleSurface) {
         m_singleWindow = std::make_unique<Playback::SingleWindowManager>(m_windows->GetActiveWindow());
     }

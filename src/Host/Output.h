@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "Host/Commands.h"
@@ -56,6 +57,7 @@ private:
 
     std::string m_description;
     std::string m_driverDirectory;
+    std::optional<int> m_swapInterval;
     // In the order of construction; destroyed the other way round. All null off screen.
     std::unique_ptr<WaylandConnection> m_connection;
     std::unique_ptr<ReplayWindows> m_windows;

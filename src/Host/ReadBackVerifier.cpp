@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "Host/FrameTimer.h"
+
 namespace Host {
 
 std::string ReadBackTally::Report() const
@@ -13,8 +15,8 @@ std::string ReadBackTally::Report() const
 }
 
 ReadBackVerifier::ReadBackVerifier(Playback::GLResourceTable* table, const Data::Position& position,
-                                   ReadBackTally& tally)
-    : MappingGuard(table), m_position(position), m_tally(tally)
+                                   ReadBackTally& tally, FrameTimer* timer)
+    : MappingGuard(table), m_position(position), m_tally(tally), m_timer(timer)
 {
 }
 
@@ -26,8 +28,13 @@ template <class Play> void ReadBackVerifier::Compare(const char* call, Data::Poi
         return;
     }
     const auto* const replayed = pixels->As<const std::uint8_t>();
-    m_recorded.assign(replayed, replayed + pixels->GetCount());
+    {
+        const FrameTimer::Break pause(m_timer, FrameTimer::Beside::Comparison, FrameTimer::Break::Driver::NotNeeded);
+        m_recorded.assign(replayed, replayed + pixels->GetCount());
+    }
     play();
+    const FrameTimer::Break pause(m_timer, FrameTimer::Beside::Comparison, FrameTimer::Break::Driver::NotNeeded);
+    const Telling::InHost inHost(m_timer ? &m_timer->Teller() : nullptr);
     ++m_tally.compared;
     const auto [expected, found] = std::mismatch(m_recorded.cbegin(), m_recorded.cend(), replayed);
     if (expected == m_recorded.cend()) {

@@ -8,6 +8,8 @@
 
 namespace Host {
 
+class FrameTimer;
+
 /// What came of comparing read-backs.
 struct ReadBackTally {
     std::uint32_t compared = 0;
@@ -24,8 +26,10 @@ struct ReadBackTally {
 /// answers. Pixels that were read into a buffer are not in a capture.
 class ReadBackVerifier : public MappingGuard {
 public:
-    /// `position` follows the replay and `tally` takes the results; both outlive the adapter, as the table does.
-    ReadBackVerifier(Playback::GLResourceTable* table, const Data::Position& position, ReadBackTally& tally);
+    /// `position` follows the replay and `tally` takes the results; both outlive the adapter, as the table and the
+    /// timer do, which takes the time of comparing out of that of frames; null for none.
+    ReadBackVerifier(Playback::GLResourceTable* table, const Data::Position& position, ReadBackTally& tally,
+                     FrameTimer* timer = nullptr);
 
     void Process_glReadPixels(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height,
                               std::uint32_t format, std::uint32_t type, Data::PointerData* pixels) override;
@@ -41,6 +45,7 @@ private:
 
     const Data::Position& m_position;
     ReadBackTally& m_tally;
+    FrameTimer* m_timer;
     std::vector<std::uint8_t> m_recorded;
 };
 

@@ -104,6 +104,11 @@ void ReplayWindow::WaitForFrame(std::chrono::milliseconds patience)
     wl_callback_add_listener(m_frame, &Listener, this);
 }
 
+void ReplayWindow::Commit()
+{
+    wl_surface_commit(m_state->surface);
+}
+
 void ReplayWindow::ForgetFrame()
 {
     if (m_frame) {

@@ -58,6 +58,8 @@ public:
     /// Before a swap: waits until the compositor has shown the frame swapped before, at most for `patience`, since a
     /// compositor tells nothing of a window that it does not show.
     void WaitForFrame(std::chrono::milliseconds patience);
+    /// Has the compositor take note of what was asked of the window, without a new frame.
+    void Commit();
     /// The user closed the window.
     [[nodiscard]] bool IsClosed() const { return m_closed; }
 

@@ -1,6 +1,6 @@
 #include "Host/Report.h"
 
-#include <cstdarg>
+#include <cinttypes>
 #include <cstdio>
 
 #include <nlohmann/json.hpp>
@@ -36,6 +36,22 @@ std::string List(const std::map<std::string, std::uint64_t>& counts)
     return text;
 }
 
+/// What took time beside the replay; empty where that is next to nothing.
+std::string BesideLine(const Report& report)
+{
+    constexpr double nextToNothing = 0.0005;
+    std::string text;
+    for (const auto& [seconds, what] :
+         {std::pair(report.restSeconds, " s of calls behind the last frame"),
+          std::pair(report.pictureSeconds, " s for pictures"), std::pair(report.comparisonSeconds, " s for comparing"),
+          std::pair(report.waitingSeconds, " s of waiting")}) {
+        if (seconds >= nextToNothing) {
+            text += (text.empty() ? "Not in these times: " : ", ") + Fixed(seconds, 3) + what;
+        }
+    }
+    return text.empty() ? text : text + ".";
+}
+
 double PerSecond(std::uint64_t count, double seconds)
 {
     return seconds > 0 ? static_cast<double>(count) / seconds : 0.0;
@@ -48,7 +64,42 @@ Json TimesJson(const FrameTimes& times)
             {"percentile95", times.percentile95},
             {"percentile99", times.percentile99},
             {"worst", times.worst},
-            {"worstFrame", times.worstFrame}};
+            {"worstFrame", times.worstFrame},
+            {"worstPass", times.worstPass}};
+}
+
+Json PictureJson(const FrameVerifier::Picture& picture)
+{
+    char hash[20] = "";
+    if (picture.hash) {
+        std::snprintf(hash, sizeof hash, "%016" PRIx64, *picture.hash);
+    }
+    return {{"width", picture.width}, {"height", picture.height}, {"hash", picture.hash ? Json(hash) : Json()}};
+}
+
+/// What belongs to single frames, each with its pass.
+void AddFrames(Json& json, const Report& report, const Measurements& measurements)
+{
+    json["differences"] = Json::array();
+    for (const FrameVerifier::Difference& frame : report.differences) {
+        json["differences"].push_back({{"pass", frame.pass},
+                                       {"frame", frame.frame},
+                                       {"surface", frame.surface},
+                                       {"expected", PictureJson(frame.recorded)},
+                                       {"found", PictureJson(frame.replayed)}});
+    }
+    json["screenshots"] = Json::array();
+    for (const auto& [pass, frame, file] : report.screenshots) {
+        json["screenshots"].push_back({{"pass", pass}, {"frame", frame}, {"file", file}});
+    }
+    json["measured"] = Json::array();
+    for (const FrameCost& cost : measurements.Costs()) {
+        json["measured"].push_back({{"pass", cost.pass},
+                                    {"frame", cost.frame},
+                                    {"wallMs", cost.time.wallMs},
+                                    {"cpuMs", cost.time.cpuMs},
+                                    {"calls", cost.calls}});
+    }
 }
 
 Json ToJson(const Report& report, const Measurements& measurements)
@@ -59,32 +110,33 @@ Json ToJson(const Report& report, const Measurements& measurements)
         {"options", report.options},
         {"driver", report.driver},
         {"clocks", {{"wallMs", "CLOCK_MONOTONIC"}, {"cpuMs", "CLOCK_PROCESS_CPUTIME_ID, all threads of the process"}}},
+        {"replayed", report.isReplay},
         {"frames", report.frames},
         {"passes", report.passes},
         {"calls", report.calls},
         {"seconds", report.seconds},
+        {"besideSeconds",
+         {{"callsAfterFrames", report.restSeconds},
+          {"pictures", report.pictureSeconds},
+          {"comparison", report.comparisonSeconds},
+          {"waiting", report.waitingSeconds}}},
+        {"framesInFlight", report.framesInFlight},
         {"framesPerSecond", PerSecond(report.frames, report.seconds)},
-        {"callsPerSecond", PerSecond(report.calls, report.seconds)},
+        {"callsPerSecond", PerSecond(report.calls, report.seconds + report.restSeconds)},
+        {"cutOff", report.isCutOff},
         {"stopped", report.stopReason.empty() ? Json() : Json(report.stopReason)},
         {"errorMessages", report.errorMessages},
         {"errors", report.areErrorsChecked ? Json(report.errors) : Json()},
         {"skipped", report.skipped},
         {"callTimesMs", report.areCallsTimed ? Json(report.callTimesMs) : Json()},
         {"refusedCalls", report.refusedCalls},
+        {"missingPictures", report.missingPictures},
         {"verified", report.isVerified ? Json(*report.isVerified) : Json()},
         {"verification", report.verification},
     };
     const auto times = measurements.Times();
     json["frameTimesMs"] = times ? TimesJson(*times) : Json();
-    json["screenshots"] = Json::array();
-    for (const auto& [frame, file] : report.screenshots) {
-        json["screenshots"].push_back({{"frame", frame}, {"file", file}});
-    }
-    json["measured"] = Json::array();
-    for (const FrameCost& cost : measurements.Costs()) {
-        json["measured"].push_back(
-            {{"frame", cost.frame}, {"wallMs", cost.wallMs}, {"cpuMs", cost.cpuMs}, {"calls", cost.calls}});
-    }
+    AddFrames(json, report, measurements);
     return json;
 }
 
@@ -92,15 +144,24 @@ Json ToJson(const Report& report, const Measurements& measurements)
 
 std::vector<std::string> SummaryLines(const Report& report, const Measurements& measurements)
 {
+    if (!report.isReplay) {
+        return {"Read " + Counted(report.frames, "frame") + " with " + Counted(report.calls, "call") + " in " +
+                Fixed(report.seconds + report.restSeconds, 3) + " s; nothing was replayed."};
+    }
     std::vector<std::string> lines;
     lines.push_back(Counted(report.frames, "frame") + " in " + Fixed(report.seconds, 3) + " s, " +
                     Fixed(PerSecond(report.frames, report.seconds), 1) + " frames a second, " +
-                    Fixed(PerSecond(report.calls, report.seconds), 0) + " calls a second, " +
+                    Fixed(PerSecond(report.calls, report.seconds + report.restSeconds), 0) + " calls a second, " +
                     Counted(report.errorMessages, "error") + ".");
+    if (std::string beside = BesideLine(report); !beside.empty()) {
+        lines.push_back(std::move(beside));
+    }
     if (const auto times = measurements.Times()) {
-        lines.push_back("Frame times in ms: mean " + Fixed(times->mean, 3) + ", median " + Fixed(times->median, 3) +
+        lines.push_back("Frame times in ms, with their drawing, " + Counted(report.framesInFlight, "frame") +
+                        " in flight: mean " + Fixed(times->mean, 3) + ", median " + Fixed(times->median, 3) +
                         ", 95 % " + Fixed(times->percentile95, 3) + ", 99 % " + Fixed(times->percentile99, 3) +
-                        ", worst " + Fixed(times->worst, 3) + " (frame " + std::to_string(times->worstFrame) + ").");
+                        ", worst " + Fixed(times->worst, 3) + " (frame " + std::to_string(times->worstFrame) +
+                        (report.passes > 1 ? " of pass " + std::to_string(times->worstPass) : "") + ").");
     }
     if (!report.errors.empty()) {
         lines.push_back("Errors of the driver: " + List(report.errors) + ".");
@@ -111,6 +172,9 @@ std::vector<std::string> SummaryLines(const Report& report, const Measurements& 
     if (report.refusedCalls != 0) {
         lines.push_back(Counted(report.refusedCalls, "call") + " of the capture refused.");
     }
+    if (report.missingPictures != 0) {
+        lines.push_back(Counted(report.missingPictures, "picture") + " could not be written.");
+    }
     lines.insert(lines.end(), report.verification.begin(), report.verification.end());
     return lines;
 }
@@ -118,8 +182,12 @@ std::vector<std::string> SummaryLines(const Report& report, const Measurements& 
 std::string WriteJson(const std::string& path, const Report& report, const Measurements& measurements)
 {
     // Text of a capture or a driver may be no UTF-8.
-    return Util::WriteWholeFile(path, ToJson(report, measurements).dump(1, ' ', false, Json::error_handler_t::replace) +
-                                          '\n');
+    const std::string text = ToJson(report, measurements).dump(1, ' ', false, Json::error_handler_t::replace) + '\n';
+    if (path != "-") {
+        return Util::WriteWholeFile(path, text);
+    }
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    return Util::CloseStandardOutput();
 }
 
 } // namespace Host

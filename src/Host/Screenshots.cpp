@@ -2,6 +2,7 @@
 
 #include <GLES3/gl32.h>
 
+#include "Host/FrameTimer.h"
 #include "Interfaces/Core.h"
 #include "Playback/PlaybackSettings.h"
 #include "Util/ImageFile.h"
@@ -22,10 +23,17 @@ unsigned int ChosenBuffers(std::int32_t filter)
 
 } // namespace
 
-Screenshots::Screenshots(const Playback::PlaybackEnvironment& settings)
+Screenshots::Screenshots(const Playback::PlaybackEnvironment& settings, FrameTimer* timer)
     : GLScreenshotHandler(static_cast<Util::ImageFormat>(settings.m_screenshotFormat), settings.m_screenshotOpaque),
-      m_settings(settings)
+      m_settings(settings), m_timer(timer)
 {
+}
+
+void Screenshots::StartPass(std::uint32_t pass)
+{
+    m_pass = pass;
+    m_frame = m_draw = m_blit = m_wantedFrame = m_frameToWrite = m_frameToKeep = 0;
+    m_kept = {};
 }
 
 void Screenshots::WriteNextFrame()
@@ -46,8 +54,16 @@ bool Screenshots::WriteKept()
 void Screenshots::TakeScreenshot(const std::string& name, unsigned int bufferMask)
 {
     const bool isFrame = name == FrameName(m_frame);
-    GLScreenshotHandler::TakeScreenshot(
-        name, isFrame ? bufferMask : bufferMask & ChosenBuffers(m_settings.m_perDrawScreenshotFilter));
+    const unsigned int chosen = isFrame ? bufferMask : bufferMask & ChosenBuffers(m_settings.m_perDrawScreenshotFilter);
+    if (chosen == 0) {
+        return;
+    }
+    const FrameTimer::Break pause(m_timer, FrameTimer::Beside::Pictures);
+    // Pictures that cannot be read are logged, as those that cannot be written.
+    const std::uint64_t errors = Core::Log::ErrorCount();
+    const std::uint64_t failures = m_failures;
+    GLScreenshotHandler::TakeScreenshot(name, chosen);
+    m_failures = failures + Core::Log::ErrorCount() - errors;
 }
 
 bool Screenshots::WriteScreenshot(const std::string& name, unsigned int width, unsigned int height, const void* data,
@@ -75,10 +91,14 @@ bool Screenshots::WriteScreenshot(const std::string& name, unsigned int width, u
 
 bool Screenshots::WriteFile(const Picture& picture, const void* data)
 {
+    const FrameTimer::Break pause(m_timer, FrameTimer::Beside::Pictures, FrameTimer::Break::Driver::NotNeeded);
     const bool isWritten = GLScreenshotHandler::WriteScreenshot(picture.name, picture.width, picture.height, data,
                                                                 picture.format, picture.type);
-    if (isWritten && picture.name == FrameName(picture.frame)) {
-        m_files.emplace_back(picture.frame, picture.name + Extension());
+    const Telling::InHost inHost(&m_timer->Teller());
+    if (!isWritten) {
+        ++m_failures;
+    } else if (picture.name == FrameName(picture.frame)) {
+        m_files.push_back({m_pass, picture.frame, picture.name + Extension()});
     }
     return isWritten;
 }
@@ -87,7 +107,7 @@ bool Screenshots::WriteAsked(const Picture& picture)
 {
     const bool isWritten = WriteFile(picture, picture.data.data());
     if (isWritten) {
-        Core::Console::Print(Core::LogNotice, false, "Wrote %s.", m_files.back().second.c_str());
+        Core::Console::Print(Core::LogNotice, false, "Wrote %s.", m_files.back().name.c_str());
     }
     return isWritten;
 }

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "Interfaces/Util.h"
@@ -13,10 +12,24 @@ class PlaybackEnvironment;
 
 namespace Host {
 
+class FrameTimer;
+
 /// The screenshots that the options ask for, and those that somebody asks for while the replay runs.
 class Screenshots : public Util::GLScreenshotHandler {
 public:
-    explicit Screenshots(const Playback::PlaybackEnvironment& settings);
+    /// A file that was written.
+    struct File {
+        /// Pass through the capture and frame, both from 1.
+        std::uint32_t pass;
+        std::uint32_t frame;
+        std::string name;
+    };
+
+    /// The timer, which outlives this, takes the time of pictures out of that of frames.
+    Screenshots(const Playback::PlaybackEnvironment& settings, FrameTimer* timer);
+
+    /// The frames that come now are those of another pass.
+    void StartPass(std::uint32_t pass);
 
     /// What becomes of the next frame besides what the options say: its picture is written to a file, and kept for
     /// WriteKept. Both before the frame is replayed.
@@ -25,8 +38,10 @@ public:
     /// Writes the picture of the frame that was kept; false when there is none, or when it cannot be written.
     bool WriteKept();
 
-    /// Files of whole frames that were written so far, with the frames' numbers.
-    [[nodiscard]] const std::vector<std::pair<std::uint32_t, std::string>>& Files() const { return m_files; }
+    /// Files of whole frames that were written so far.
+    [[nodiscard]] const std::vector<File>& Files() const { return m_files; }
+    /// Pictures that were asked for and could not be taken or written so far; the log has the reasons.
+    [[nodiscard]] std::uint64_t Failures() const { return m_failures; }
 
     /// Leaves out of the pictures of single draws what -perdrawscreenshotsfilter does not name.
     void TakeScreenshot(const std::string& name, unsigned int bufferMask) override;
@@ -54,11 +69,14 @@ private:
     [[nodiscard]] const char* Extension() const;
 
     const Playback::PlaybackEnvironment& m_settings;
+    FrameTimer* m_timer;
+    std::uint32_t m_pass = 1;
     /// Frames to write and to keep; 0 for none.
     std::uint32_t m_frameToWrite = 0;
     std::uint32_t m_frameToKeep = 0;
     Picture m_kept;
-    std::vector<std::pair<std::uint32_t, std::string>> m_files;
+    std::vector<File> m_files;
+    std::uint64_t m_failures = 0;
 };
 
 } // namespace Host

@@ -8,6 +8,7 @@
 #include "Host/Driver.h"
 #include "Host/DriverProbe.h"
 #include "Host/Engine.h"
+#include "Host/Explanation.h"
 #include "Host/ExtractTextures.h"
 #include "Host/Screenshots.h"
 #include "Host/Statistics.h"
@@ -35,8 +36,9 @@ std::string NumberOf(std::uint32_t frame)
 } // namespace
 
 Session::Session(Options options)
-    : m_options(std::move(options)), m_settings(Playback::PlaybackEnvironment::Instance()), m_pace(m_options.pace),
-      m_measurements(m_options.measuredFrames)
+    : m_options(std::move(options)), m_settings(Playback::PlaybackEnvironment::Instance()), m_plan(*m_settings),
+      m_measurements(m_options.measuredFrames), m_timer(m_options.framesInFlight, m_measurements, m_telling),
+      m_watchdog([this](const std::string& why) { EndNow(why); }), m_verification(&m_timer), m_pace(m_options.pace)
 {
 }
 
@@ -56,17 +58,19 @@ ExitStatus Session::Run()
         failure = OpenCapture();
     }
     if (!failure && m_settings->m_extractTextures) {
-        failure = ExtractTextures(m_options.captureFile, LastFrame(), [this](const std::string& text) { Say(text); });
+        failure =
+            ExtractTextures(m_options.captureFile, m_plan.LastFrame(), [this](const std::string& text) { Say(text); });
     }
+    m_report.isReplay = m_settings->m_playback && !m_settings->m_stats;
     if (!failure && m_settings->m_stats) {
         failure = StartStatistics();
     } else if (!failure && m_settings->m_playback) {
-        failure = m_output.Open(m_options, {m_capture->Header().surfaceWidth, m_capture->Header().surfaceHeight});
-        const bool hasAll = failure || CheckRequirements();
+        failure = OpenOutput();
         if (!failure && m_options.check) {
-            return hasAll ? ExitStatus::Done : ExitStatus::Differed;
+            return CheckRequirements();
         }
         if (!failure) {
+            CheckRequirements();
             Say("Replaying " + m_output.Description() + ".");
             CreateEngine();
         }
@@ -79,7 +83,14 @@ ExitStatus Session::Run()
     }
     const bool hasBegun = m_report.passes != 0;
     const ExitStatus status = hasBegun ? Summarise() : ExitStatus::Done;
+    Close();
     return failure ? failure->status : status;
+}
+
+Outcome Session::OpenOutput()
+{
+    const Telling::InDriver inDriver(&m_telling);
+    return m_output.Open(m_options, {m_capture->Header().surfaceWidth, m_capture->Header().surfaceHeight});
 }
 
 Outcome Session::LoadSettings()
@@ -91,7 +102,7 @@ Outcome Session::LoadSettings()
     m_settings->LoadSettings(m_options.args, m_options.captureFile);
     const std::string* folder = m_options.args.FindValue("-screenshotdir");
     if (folder && !Util::Path::Exists(*folder)) {
-        return Failure{ExitStatus::Usage, "cannot create the folder of -screenshotdir, " + *folder};
+        return Failure{ExitStatus::NotWritten, "cannot create the folder of -screenshotdir, " + *folder};
     }
     if (m_settings->m_screenshotPath.empty()) {
         m_settings->m_screenshotPath = m_settings->GetFilePrefix(m_options.captureFile, 0);
@@ -111,9 +122,10 @@ Outcome Session::OpenCapture()
         return Failure{ExitStatus::Unreadable, error};
     }
     m_capture = std::move(capture);
-    if (m_settings->m_loopFrame > static_cast<std::int64_t>(FramesOfPass())) {
+    const std::uint32_t frames = m_plan.FramesOfPass(m_capture->GetFrameCount());
+    if (m_settings->m_loopFrame > static_cast<std::int64_t>(frames)) {
         return Failure{ExitStatus::Usage, "-loopframe " + std::to_string(m_settings->m_loopFrame) +
-                                              " is behind the last frame, which is " + std::to_string(FramesOfPass())};
+                                              " is behind the last frame, which is " + std::to_string(frames)};
     }
     return std::nullopt;
 }
@@ -131,33 +143,37 @@ Outcome Session::StartStatistics()
     return std::nullopt;
 }
 
-bool Session::CheckRequirements()
+ExitStatus Session::CheckRequirements()
 {
     const DriverProbe probe(m_output.Compositor());
-    if (!probe.HasContext() || (!m_options.check && probe.IsRecordedWith(m_capture->Header()))) {
+    if (!probe.HasContext()) {
         if (m_options.check) {
-            Say("This driver cannot be looked at: it makes no context without a surface.");
+            Core::Console::Print(Core::LogError, false,
+                                 "playback: cannot check: the driver makes no context without a surface.");
         }
-        return true;
+        return ExitStatus::NoDriver;
+    }
+    if (!m_options.check && probe.IsRecordedWith(m_capture->Header())) {
+        return ExitStatus::Done;
     }
     std::string error;
     // Trouble with the file is reported when it is replayed.
     const auto capture = Data::CaptureFile::Open(m_options.captureFile, Data::Preload::No, {}, error);
     if (!capture) {
-        return true;
+        return ExitStatus::Unreadable;
     }
-    const std::vector<std::string> missing = probe.FindMissing(RequirementReader::Read(*capture, LastFrame()));
+    const std::vector<std::string> missing = probe.FindMissing(RequirementReader::Read(*capture, m_plan.LastFrame()));
     if (missing.empty()) {
         if (m_options.check) {
             Say("The driver has all that the capture needs.");
         }
-        return true;
+        return ExitStatus::Done;
     }
     Core::Console::Print(Core::LogWarning, false, "The capture needs what this driver lacks:");
     for (const std::string& line : missing) {
         Core::Console::Print(Core::LogWarning, false, "  %s", line.c_str());
     }
-    return false;
+    return ExitStatus::Differed;
 }
 
 void Session::CreateEngine()
@@ -167,9 +183,10 @@ void Session::CreateEngine()
     }
     const bool hasScreenshots = m_settings->m_screenshotInterval != 0 || m_settings->m_screenshotEndFrame != 0 ||
                                 m_settings->m_perDrawScreenshotFrame != 0 || m_settings->m_dumpDefaultFbo;
-    if (HasKeys() || hasScreenshots) {
-        m_screenshots = std::make_unique<Screenshots>(*m_settings);
+    if (!m_screenshots && (HasKeys() || hasScreenshots)) {
+        m_screenshots = std::make_unique<Screenshots>(*m_settings, &m_timer);
     }
+    m_timer.Attach();
     m_engine =
         std::make_unique<Engine>(*m_capture, Engine::Output{m_output.WindowManager(), m_output.CreateSurfaceFactory()},
                                  m_options.verify ? &m_verification : nullptr, m_screenshots.get());
@@ -178,7 +195,10 @@ void Session::CreateEngine()
 Outcome Session::Replay()
 {
     m_statusLine.emplace(m_options.quiet);
-    m_start = steady_clock::now();
+    m_start = RunningClock::now();
+    if (m_options.timeLimit) {
+        m_watchdog.SetLimit(m_start + std::chrono::duration_cast<RunningClock::duration>(*m_options.timeLimit));
+    }
     m_controller = std::make_unique<Playback::Controller>(m_output.WindowManager(), m_capture.get());
     Outcome failure;
     do {
@@ -187,9 +207,15 @@ Outcome Session::Replay()
         }
         if (!failure) {
             failure = ReplayPass();
-            EndPass();
+            Outcome nothing = EndPass();
+            failure = failure ? failure : nothing;
         }
     } while (!failure && IsAnotherPassDue());
+    if (failure && failure->status == ExitStatus::CutShort) {
+        m_watchdog.ExpectEnd();
+    } else {
+        m_watchdog.LiftLimit();
+    }
     m_statusLine.reset();
     return failure;
 }
@@ -197,10 +223,13 @@ Outcome Session::Replay()
 Outcome Session::Rewind()
 {
     const bool isPaused = m_controller->IsPaused();
-    m_engine.reset();
+    Close();
     Outcome failure = OpenCapture();
     if (!failure && m_settings->m_playback) {
-        failure = m_output.OpenDriver();
+        {
+            const Telling::InDriver inDriver(&m_telling);
+            failure = m_output.OpenDriver();
+        }
         if (!failure) {
             CreateEngine();
         }
@@ -220,17 +249,18 @@ Outcome Session::ReplayPass()
     if (m_options.timeCalls) {
         m_capture->TimeCalls();
     }
+    if (m_screenshots) {
+        m_screenshots->StartPass(m_report.passes);
+    }
+    m_verification.frames.SetPass(m_report.passes);
     m_pace.Restart();
-    auto start = steady_clock::now();
+    m_timer.Restart();
     Outcome failure;
     while (!failure && m_controller->HasMoreFrames() && WaitForTurn(failure)) {
         failure = ReplayFrame();
         UpdateStatus();
-        if (IsOnTheWay()) {
-            start = steady_clock::now();
-        }
     }
-    m_report.seconds += std::chrono::duration<double>(steady_clock::now() - start).count();
+    m_timer.Drain();
     return failure;
 }
 
@@ -246,16 +276,23 @@ Outcome Session::ReplayFrame()
     const bool isOnTheWay = IsOnTheWay();
     // The way to the loop was compared in the first pass.
     m_verification.frames.Switch(!isOnTheWay);
-    const std::uint64_t calls = m_capture->CallCount();
-    m_measurements.StartFrame(calls);
-    m_controller->FrameForward();
+    const std::uint64_t before = m_capture->CallCount();
+    {
+        const Telling::InDriver inDriver(&m_telling);
+        m_timer.SetDoing(nullptr);
+        m_controller->FrameForward();
+        m_timer.SetDoing("at its end");
+    }
+    const std::uint64_t calls = m_capture->CallCount() - before;
+    const bool isWhole = CurrentFrame() == frame;
     if (!isOnTheWay) {
-        m_report.calls += m_capture->CallCount() - calls;
+        m_report.frames += isWhole ? 1 : 0;
+        m_report.calls += calls;
     }
-    if (CurrentFrame() == frame && !isOnTheWay) {
-        ++m_report.frames;
-        m_measurements.EndFrame(frame, m_capture->CallCount());
-    }
+    m_timer.EndFrame(isOnTheWay ? FrameTimer::Account::None
+                     : isWhole  ? FrameTimer::Account::Frames
+                                : FrameTimer::Account::Rest,
+                     {m_report.passes, frame, calls, {}});
     if (m_isPauseDue) {
         m_isPauseDue = false;
         m_controller->Pause();
@@ -279,10 +316,11 @@ void Session::SayPaused() const
 bool Session::WaitForTurn(Outcome& failure)
 {
     const auto due = IsOnTheWay() ? steady_clock::now() : m_pace.NextFrame(m_capture->FrameTimeUs());
+    std::optional<FrameTimer::Break> waiting;
     for (;;) {
         failure = HandleEvents();
         m_report.stopReason = failure ? "" : ReasonToStop();
-        if (failure || !m_report.stopReason.empty() || CurrentFrame() >= LastFrame()) {
+        if (failure || !m_report.stopReason.empty() || CurrentFrame() >= m_plan.LastFrame()) {
             return false;
         }
         if (m_controller->IsPaused()) {
@@ -293,13 +331,16 @@ bool Session::WaitForTurn(Outcome& failure)
             m_pace.Restart();
         }
         const auto now = steady_clock::now();
-        if (m_options.timeLimit && now - m_start > *m_options.timeLimit) {
+        if (m_options.timeLimit && RunningClock::now() - m_start > *m_options.timeLimit) {
             failure =
                 Failure{ExitStatus::CutShort, "The time of -timelimit is over after " + NumberOf(CurrentFrame()) + "."};
             return false;
         }
         if (!m_controller->IsPaused() && now >= due) {
             return true;
+        }
+        if (!waiting) {
+            waiting.emplace(&m_timer, FrameTimer::Beside::Waiting);
         }
         UpdateStatus();
         std::this_thread::sleep_until(m_controller->IsPaused() ? now + LongestSleep
@@ -366,12 +407,14 @@ Outcome Session::AfterFrame()
     }
     if (CurrentFrame() == 1 && m_controller->HasMoreFrames()) {
         if (std::string missing = MissingContext(); !missing.empty()) {
-            return Failure{ExitStatus::NoDriver, std::move(missing)};
+            const std::string reason = WhyNothingIsDrawn(m_options.captureFile, m_settings->m_threads);
+            return Failure{ExitStatus::NoDriver, reason.empty() ? missing : reason};
         }
     }
     if (CurrentFrame() == 1 && m_report.passes == 1 && m_output.IsBlank()) {
         Say("The first frame is drawn off screen; the window appears with the first one that is not.");
     }
+    const Telling::InDriver inDriver(&m_telling);
     if (m_settings->m_swapFbo > 0) {
         m_engine->ShowFramebuffer(static_cast<std::uint32_t>(m_settings->m_swapFbo), m_settings->m_swapFboX,
                                   m_settings->m_swapFboY);
@@ -394,7 +437,7 @@ std::string Session::ReasonToStop() const
     if (m_output.IsClosed()) {
         return "a window was closed";
     }
-    if (m_settings->m_stopFrameSet && CurrentFrame() >= LastFrame() && !IsAnotherPassDue()) {
+    if (m_settings->m_stopFrameSet && CurrentFrame() >= m_plan.LastFrame() && !IsAnotherPassDue()) {
         return "-stopframe";
     }
     return "";
@@ -405,97 +448,20 @@ std::uint32_t Session::CurrentFrame() const
     return m_capture->GetCurrentFrame();
 }
 
-std::uint32_t Session::LastFrame() const
-{
-    // The frames that the file announces may not be all there are, as when its end is missing.
-    constexpr std::uint32_t everything = ~std::uint32_t{0};
-    return m_settings->m_stopFrameSet ? static_cast<std::uint32_t>(std::max(m_settings->m_stopFrame, 0)) : everything;
-}
-
 bool Session::IsOnTheWay() const
 {
-    return m_report.passes > 1 && static_cast<std::int64_t>(CurrentFrame()) < m_settings->m_loopFrame - 1;
+    return m_plan.IsOnTheWay(m_report.passes, CurrentFrame());
 }
 
 bool Session::IsAnotherPassDue() const
 {
-    if (!m_report.stopReason.empty() || m_statistics) {
-        return false;
-    }
-    return m_settings->m_loopCount > 0 ? static_cast<std::int64_t>(m_report.passes) < m_settings->m_loopCount
-                                       : m_settings->m_loopFrame > 0;
-}
-
-std::uint32_t Session::FramesOfPass() const
-{
-    return std::min(m_capture->GetFrameCount(), LastFrame());
-}
-
-std::uint32_t Session::FramesOfPasses(std::uint32_t passes) const
-{
-    const auto first = static_cast<std::uint32_t>(std::max(m_settings->m_loopFrame, 1));
-    const std::uint32_t looped = FramesOfPass() >= first ? FramesOfPass() - first + 1 : 0;
-    return FramesOfPass() + (passes - 1) * looped;
+    return m_report.stopReason.empty() && !m_statistics && m_plan.IsPassAfter(m_report.passes);
 }
 
 void Session::UpdateStatus()
 {
-    const auto passes = static_cast<std::uint32_t>(std::max(m_settings->m_loopCount, 1));
-    m_statusLine->Update(m_report.frames, FramesOfPasses(passes), CurrentFrame(), m_controller->IsPaused());
-}
-
-void Session::EndPass()
-{
-    m_report.refusedCalls += m_capture->SkippedCalls();
-    if (!m_engine) {
-        return;
-    }
-    for (const auto& [name, count] : m_engine->Errors()) {
-        m_report.errors[name] += count;
-    }
-    for (const auto& [name, count, time] : m_capture->CallSums()) {
-        m_report.callTimesMs[name] += static_cast<double>(time) / 1e6;
-        const unsigned int id = Core::KHRLayer::GetEglGlFuncId(name);
-        if (!Core::KHRLayer::HasFunction(id) || m_settings->m_skipFrameApiIds.contains(id)) {
-            m_report.skipped[name] += count;
-        }
-    }
-}
-
-ExitStatus Session::Summarise()
-{
-    m_report.captureFile = m_options.captureFile;
-    m_report.captureFrames = m_capture->GetFrameCount();
-    m_report.options = m_options.arguments;
-    m_report.areCallsTimed = m_options.timeCalls;
-    if (m_screenshots) {
-        m_report.screenshots = m_screenshots->Files();
-    }
-    m_report.errorMessages = Core::Log::ErrorCount();
-    m_report.areErrorsChecked = m_engine && !m_settings->m_skipErrorCheck;
-    if (m_options.verify) {
-        const std::uint32_t expected = FramesOfPasses(m_report.passes);
-        m_report.isVerified = m_verification.IsVerified(expected);
-        m_report.verification = m_verification.Report(expected);
-    }
-    if (!m_report.stopReason.empty()) {
-        Say("Stopped after frame " + std::to_string(CurrentFrame()) + " of " +
-            std::to_string(m_capture->GetFrameCount()) + ": " + m_report.stopReason + ".");
-    }
-    for (const std::string& line : SummaryLines(m_report, m_measurements)) {
-        Say(line);
-    }
-    if (m_statistics) {
-        m_statistics.reset();
-        Say(Statistics::Report(m_options.captureFile));
-    }
-    if (!m_options.jsonFile.empty()) {
-        if (const std::string error = WriteJson(m_options.jsonFile, m_report, m_measurements); !error.empty()) {
-            Core::Console::Print(Core::LogError, false, "playback: cannot write %s", error.c_str());
-            return ExitStatus::NotWritten;
-        }
-    }
-    return m_report.isVerified.value_or(true) ? ExitStatus::Done : ExitStatus::Differed;
+    m_statusLine->Update(m_report.frames, m_plan.FramesOfPasses(m_capture->GetFrameCount(), m_plan.Passes()),
+                         CurrentFrame(), m_controller->IsPaused());
 }
 
 } // namespace Host

@@ -1,12 +1,13 @@
 #pragma once
 
-#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "Host/Commands.h"
 #include "Host/Failure.h"
+#include "Host/FrameTimer.h"
+#include "Host/LoopPlan.h"
 #include "Host/Measurements.h"
 #include "Host/Options.h"
 #include "Host/Output.h"
@@ -14,7 +15,9 @@
 #include "Host/Report.h"
 #include "Host/StatusLine.h"
 #include "Host/StopSignal.h"
+#include "Host/Telling.h"
 #include "Host/Verification.h"
+#include "Host/Watchdog.h"
 
 namespace Data {
 class CaptureFile;
@@ -33,7 +36,8 @@ class Statistics;
 class Terminal;
 
 /// One replay of one capture: opens what it is shown on, makes as many passes through the capture as are asked for,
-/// steps the frames, and tells how it went. Owns everything.
+/// steps the frames, and tells how it went. Owns everything. The ends of passes and of the whole are in
+/// SessionEnds.cpp.
 class Session {
 public:
     explicit Session(Options options);
@@ -48,15 +52,19 @@ private:
     Outcome LoadSettings();
     Outcome OpenCapture();
     Outcome StartStatistics();
-    /// Tells what the capture needs and the driver lacks. False when that is something.
-    bool CheckRequirements();
+    /// Opens what the capture is replayed on; with -check, ends with what is known then.
+    Outcome OpenOutput();
+    /// Tells what the capture needs and the driver lacks. The status is that of -check.
+    ExitStatus CheckRequirements();
     void CreateEngine();
 
     Outcome Replay();
     /// From the first frame to the last one; later passes show only what is in the loop.
     Outcome ReplayPass();
-    /// Takes note of the pass that ended.
-    void EndPass();
+    /// Takes note of the pass that ended. Fails when none of its calls reached the driver.
+    Outcome EndPass();
+    /// Of calls of the pass that ended, those that did not reach the driver; added to the report.
+    std::uint64_t CountSkipped();
     /// Builds everything anew for another pass.
     Outcome Rewind();
     Outcome ReplayFrame();
@@ -74,23 +82,30 @@ private:
     /// The pass only repeats what leads to the loop.
     [[nodiscard]] bool IsOnTheWay() const;
     [[nodiscard]] bool IsAnotherPassDue() const;
-    /// Of the capture, or as -stopframe has it.
-    [[nodiscard]] std::uint32_t LastFrame() const;
     [[nodiscard]] std::uint32_t CurrentFrame() const;
-    /// That one pass replays, as far as the file tells.
-    [[nodiscard]] std::uint32_t FramesOfPass() const;
-    /// That so many passes show; all but the first begin with the loop.
-    [[nodiscard]] std::uint32_t FramesOfPasses(std::uint32_t passes) const;
     void UpdateStatus();
 
+    /// Completes the report, tells it and writes what is to be written of it.
     ExitStatus Summarise();
+    void FillReport();
+    /// Lets go of the driver.
+    void Close();
+    /// Ends the program from another thread, since the driver does not come back; `why` begins a sentence.
+    [[noreturn]] void EndNow(const std::string& why);
     void Say(const std::string& text) const;
 
+    // In the order of construction; destroyed the other way round.
     Options m_options;
     Playback::PlaybackEnvironment* m_settings;
+    LoopPlan m_plan;
     StopSignal m_stopSignal;
-
-    // In the order of construction; destroyed the other way round.
+    Telling m_telling;
+    Measurements m_measurements;
+    FrameTimer m_timer;
+    Report m_report;
+    /// What there is to tell was told.
+    bool m_isTold = false;
+    Watchdog m_watchdog;
     std::unique_ptr<Data::CaptureFile> m_capture;
     Output m_output;
     /// Null where nobody asks for any.
@@ -112,10 +127,8 @@ private:
     bool m_isPauseDue = false;
 
     Pace m_pace;
-    Measurements m_measurements;
     std::optional<StatusLine> m_statusLine;
-    std::chrono::steady_clock::time_point m_start;
-    Report m_report;
+    RunningClock::time_point m_start;
 };
 
 } // namespace Host

@@ -7,6 +7,8 @@
 
 #include <xkbcommon/xkbcommon-keysyms.h>
 
+#include "Host/StopSignal.h"
+
 namespace Host {
 
 namespace {
@@ -50,10 +52,15 @@ std::unique_ptr<Terminal> Terminal::Open()
     if (tcsetattr(STDIN_FILENO, TCSANOW, &keys) != 0) {
         return nullptr;
     }
-    return std::unique_ptr<Terminal>(new Terminal(before));
+    return std::unique_ptr<Terminal>(new Terminal(before, keys));
 }
 
-Terminal::~Terminal()
+Terminal::Terminal(const termios& before, const termios& keys)
+    : m_before(before), m_keys(keys), m_resumed(StopSignal::Resumed())
+{
+}
+
+void Terminal::Restore()
 {
     if (IsOurs()) {
         tcsetattr(STDIN_FILENO, TCSANOW, &m_before);
@@ -62,6 +69,10 @@ Terminal::~Terminal()
 
 void Terminal::Read(CommandQueue& commands)
 {
+    if (const int resumed = StopSignal::Resumed(); resumed != m_resumed && IsOurs()) {
+        m_resumed = resumed;
+        tcsetattr(STDIN_FILENO, TCSANOW, &m_keys);
+    }
     pollfd keyboard = {STDIN_FILENO, POLLIN, 0};
     while (IsOurs() && poll(&keyboard, 1, 0) > 0) {
         char buffer[64];

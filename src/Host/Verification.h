@@ -11,6 +11,10 @@ namespace Host {
 
 /// What a replay is compared with: the hashes of the recorded frames, and the pixels that the program read back.
 struct Verification {
+    /// See FrameVerifier.
+    explicit Verification(FrameTimer* timer) : timer(timer), frames(timer) {}
+
+    FrameTimer* timer;
     FrameVerifier frames;
     ReadBackTally readBacks;
 
@@ -19,12 +23,12 @@ struct Verification {
     {
         return (HasFrames(expectedFrames) ? frames.IsVerified(expectedFrames) : true) && readBacks.AllEqual();
     }
-    /// Lines that tell the result.
-    [[nodiscard]] std::vector<std::string> Report(std::uint32_t expectedFrames) const
+    /// Lines that tell the result; see FrameVerifier::Report.
+    [[nodiscard]] std::vector<std::string> Report(std::uint32_t expectedFrames, bool isCutShort) const
     {
         std::vector<std::string> lines;
         if (HasFrames(expectedFrames)) {
-            lines.push_back(frames.Report(expectedFrames));
+            lines.push_back(frames.Report(expectedFrames, isCutShort));
         }
         if (readBacks.compared != 0) {
             lines.push_back(readBacks.Report());

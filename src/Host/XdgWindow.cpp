@@ -36,6 +36,8 @@ void XdgWindow::CreateRole()
         [](void* self, xdg_surface* surface, std::uint32_t serial) {
             xdg_surface_ack_configure(surface, serial);
             static_cast<XdgWindow*>(self)->m_configured = true;
+            // Takes effect with a commit, and a paused replay has no frame to come.
+            static_cast<XdgWindow*>(self)->Commit();
         },
     };
     // Events of later versions than the one bound are not sent.

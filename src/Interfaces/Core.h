@@ -25,7 +25,7 @@ enum LogZone : int {
     ZoneCallTrace = 20,
 };
 
-/// The process-wide log. Not thread-safe: the replay thread prints, other threads report through it.
+/// The process-wide log. Any thread may print; settings and counts are the replay thread's.
 class Log {
 public:
     /// Prints one message line when its level and zone are switched on. `file` is the reporting source without its

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <mutex>
+#include <set>
 #include <utility>
 
 #include <fcntl.h>
@@ -13,6 +15,18 @@
 namespace Util {
 
 namespace {
+
+/// Temporary files that there are now. Never destroyed, so that files of static objects find them.
+struct Temporaries {
+    std::mutex mutex;
+    std::set<std::string> paths;
+};
+
+Temporaries& Pending()
+{
+    static Temporaries* const temporaries = new Temporaries;
+    return *temporaries;
+}
 
 /// As open would give a new file.
 mode_t NewFileMode()
@@ -56,6 +70,10 @@ bool OutputFile::Open()
         return Fail(errno);
     }
     m_temporary = std::move(name);
+    {
+        const std::lock_guard lock(Pending().mutex);
+        Pending().paths.insert(m_temporary);
+    }
     m_file = fdopen(descriptor, "w");
     if (!m_file || fchmod(descriptor, isThere ? status.st_mode & 07777 : NewFileMode()) != 0) {
         const int reason = errno;
@@ -79,8 +97,14 @@ bool OutputFile::Commit()
     if (!wasWritten || !isClosed) {
         return Fail(isClosed ? reason : errno);
     }
-    if (m_temporary != m_target && std::rename(m_temporary.c_str(), m_target.c_str()) != 0) {
-        return Fail(errno);
+    if (m_temporary != m_target) {
+        std::unique_lock lock(Pending().mutex);
+        if (std::rename(m_temporary.c_str(), m_target.c_str()) != 0) {
+            const int error = errno;
+            lock.unlock();
+            return Fail(error);
+        }
+        Pending().paths.erase(m_temporary);
     }
     m_temporary.clear();
     return true;
@@ -100,9 +124,20 @@ void OutputFile::Drop()
         m_file = nullptr;
     }
     if (!m_temporary.empty() && m_temporary != m_target) {
+        const std::lock_guard lock(Pending().mutex);
         std::remove(m_temporary.c_str());
+        Pending().paths.erase(m_temporary);
     }
     m_temporary.clear();
+}
+
+void OutputFile::AbandonAll()
+{
+    // Kept for good.
+    Pending().mutex.lock();
+    for (const std::string& path : Pending().paths) {
+        std::remove(path.c_str());
+    }
 }
 
 std::string WriteWholeFile(const std::string& path, std::string_view contents)

@@ -35,6 +35,8 @@ public:
     bool Commit();
     /// Of the failure; empty as long as all went well.
     [[nodiscard]] const std::string& Reason() const { return m_reason; }
+    /// Takes away all temporary files of the process, which ends: nothing can be committed any more. Any thread.
+    static void AbandonAll();
     /// "PATH: REASON".
     [[nodiscard]] std::string Error() const { return m_reason.empty() ? "" : m_path + ": " + m_reason; }
 

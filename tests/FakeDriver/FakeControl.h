@@ -75,6 +75,7 @@ public:
     /// MISSING         functions that cannot be found from now on, by dlsym or eglGetProcAddress, although those
     /// already
     ///                 found go on to work: "glFlush,glFinish", or every tenth of all from number 3 on, "tenth:3"
+    /// STUCK           a function that never comes back
     /// SHIFT           added to all names, handles and locations but those of attributes, so that nothing is called
     /// what
     ///                 it was called on another driver

@@ -3,9 +3,11 @@
 #include "FakeDriver/Driver.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <sstream>
 #include <string_view>
+#include <thread>
 
 namespace Fake {
 namespace {
@@ -53,6 +55,7 @@ void Driver::Reset()
                           {"EXTENSIONS", describedExtensions},
                           {"EGL_EXTENSIONS", describedEGLExtensions},
                           {"MISSING", ""},
+                          {"STUCK", ""},
                           {"SHIFT", "0"}};
     for (auto& [name, setting] : m_objects.settings) {
         if (const char* value = std::getenv(("PLAYBACK_FAKE_" + name).c_str())) {
@@ -112,6 +115,9 @@ bool Driver::IsMissing(const Function& function) const
 
 Word Driver::Invoke(const Function& function, const Word* args)
 {
+    while (m_objects.settings.at("STUCK") == function.name) {
+        std::this_thread::sleep_for(std::chrono::hours(1));
+    }
     const std::lock_guard lock(m_mutex);
     std::string line = FormatInputs(function, args);
     const auto player = m_players.find(function.name);

@@ -42,16 +42,16 @@ TEST_F(FrameVerifierTest, TheFirstFrameThatDiffersIsNamed)
     m_pixel = 51;
     Frame(2, 51);
     EXPECT_TRUE(m_verifier.IsVerified(2));
-    EXPECT_EQ(m_verifier.Report(2), "verified: 2 of 2 frames equal");
+    EXPECT_EQ(m_verifier.Report(2, false), "verified: 2 of 2 frames equal");
     EXPECT_FALSE(m_verifier.IsVerified(3));
-    EXPECT_EQ(m_verifier.Report(3), "not verified: 2 of 3 frames equal, 1 not compared");
+    EXPECT_EQ(m_verifier.Report(3, false), "not verified: 2 of 3 frames equal, 1 not compared");
     // Another size differs, even where its pixels are not reached.
     m_width = 5;
     Frame(3, 51, 5 * 2 * 4);
     driver.Returns("eglGetCurrentSurface", 0);
     Frame(4, 51);
     EXPECT_FALSE(m_verifier.IsVerified(4));
-    EXPECT_THAT(m_verifier.Report(4),
+    EXPECT_THAT(m_verifier.Report(4, false),
                 testing::MatchesRegex("not verified: 2 of 4 frames equal; first difference in frame 3, surface 7: "
                                       "expected 4x2 hash [0-9a-f]{16}, found 5x2 hash [0-9a-f]{16}"));
 }
@@ -59,10 +59,11 @@ TEST_F(FrameVerifierTest, TheFirstFrameThatDiffersIsNamed)
 TEST_F(FrameVerifierTest, WithoutASurfaceOrHashesNothingIsVerified)
 {
     EXPECT_FALSE(m_verifier.IsVerified(0));
-    EXPECT_THAT(m_verifier.Report(2), testing::HasSubstr("no frame hashes"));
+    EXPECT_THAT(m_verifier.Report(2, false), testing::HasSubstr("no frame hashes"));
+    EXPECT_THAT(m_verifier.Report(2, true), testing::HasSubstr("no frame with a hash was reached"));
     driver.Returns("eglGetCurrentSurface", 0);
     Frame(1, 50);
-    EXPECT_THAT(m_verifier.Report(1), testing::HasSubstr("found no frame to read"));
+    EXPECT_THAT(m_verifier.Report(1, false), testing::HasSubstr("found no frame to read"));
 }
 
 } // namespace

@@ -5,14 +5,15 @@ import os
 import pty
 import re
 import select
+import signal
 import subprocess
 import time
 import unittest
 
-from harness import BUILD, DONE, FAKE_DRIVER, FAMILIES, PLAYBACK, RECORD, SPINNING, UNREADABLE, EndToEndTest
+from harness import (BUILD, CUT_SHORT, DONE, FAKE_DRIVER, FAMILIES, NO_DRIVER, NOT_WRITTEN, PLAYBACK, RECORD, SPINNING,
+                     UNREADABLE, EndToEndTest)
 from images import read_png
 
-CUT_SHORT = 5
 OLD_COMPOSITOR = str(BUILD / "tests/old_compositor")
 STREAMING = str(BUILD / "bench/streaming")
 FRAMES = 40
@@ -131,7 +132,8 @@ class Loops(Player):
                             "verified: 53 of 53 frames equal")
         result = self.result()
         self.assertEqual((result["passes"], result["frames"], result["stopped"]), (4, 35 + 3 * 6, "-stopframe"))
-        self.assertEqual([frame["frame"] for frame in result["measured"]][-12:], 2 * [30, 31, 32, 33, 34, 35])
+        self.assertEqual([(frame["pass"], frame["frame"]) for frame in result["measured"]][-12:],
+                         [(number, frame) for number in (3, 4) for frame in range(30, 36)])
 
     def test_file_that_is_gone_when_the_next_pass_begins(self):
         replay = self.start_program(PLAYBACK, "-headless", "-loopframe", "1", self.capture)
@@ -157,15 +159,34 @@ class Pace(Player):
                                                                     self.info(self.capture)["seconds"] * 0.9):
             with self.subTest(options):
                 self.replay(*options)
-                self.assertGreaterEqual(self.result()["seconds"], seconds)
+                result = self.result()
+                self.assertGreaterEqual(result["seconds"] + result["besideSeconds"]["waiting"], seconds)
 
     def test_time_limit(self):
         self.assertMentions(self.replay("-framerate", "1", "-timelimit", "0.2", status=CUT_SHORT), "-timelimit")
         self.assertMentions(self.replay("-paused", "-timelimit", "0.2", status=CUT_SHORT), "Paused at frame 1",
                             "over after frame 1")
 
+    def test_driver_that_does_not_come_back(self):
+        for sent, options, said in ((None, ["-timelimit", "0.5"], "The time of -timelimit is over"),
+                                    (signal.SIGTERM, [], "Terminated")):
+            with self.subTest(said):
+                replay = self.start_program(PLAYBACK, "-headless", "-driver", FAKE_DRIVER, "-json", "cut.json", *options,
+                                            self.capture, PLAYBACK_FAKE_STUCK="glDrawArrays")
+                deadline = time.monotonic() + 20
+                while sent and b"Replaying" not in (self.dir / "playback.err").read_bytes():
+                    self.assertLess(time.monotonic(), deadline)
+                    time.sleep(0.05)
+                if sent:
+                    replay.send_signal(sent)
+                self.assertEqual(replay.wait(20), CUT_SHORT)
+                self.assertRegex((self.dir / "playback.err").read_text(),
+                                 rf"{said} in frame 1, call \d+, glDrawArrays, from which the driver did not come back")
+                result = json.loads((self.dir / "cut.json").read_text())
+                self.assertEqual((result["frames"], result["cutOff"], result["stopped"]), (0, True, said))
+
     def test_values_that_make_no_sense(self):
-        for option, value in ("-framerate", "0"), ("-timelimit", "soon"), ("-pace", "slow"), ("-measureframes", "5-4"):
+        for option, value in ("-framerate", "0"), ("-framesinflight", "-1"), ("-timelimit", "soon"), ("-pace", "slow"), ("-measureframes", "5-4"):
             self.assertMentions(self.replay(option, value, status=2), option, f'found "{value}"')
 
 
@@ -183,6 +204,35 @@ class Numbers(Player):
         self.assertEqual((result["frames"], result["verified"], result["errors"]), (FRAMES, True, {}))
         self.assertIn("llvmpipe", result["driver"]["GL_RENDERER"])
         self.assertEqual(result["calls"], self.info(self.capture)["callCount"])
+
+    def test_frame_times_add_up_without_what_is_beside_them(self):
+        for options, beside in (["-framesinflight", "0"], set()), (["-screenshots", "5*", "-verify"], {"pictures", "comparison"}):
+            self.replay("-measureframes", f"1-{FRAMES}", *options)
+            result = self.result()
+            self.assertAlmostEqual(sum(frame["wallMs"] for frame in result["measured"]) / 1e3, result["seconds"])
+            self.assertEqual({name for name, seconds in result["besideSeconds"].items() if seconds > 0} -
+                             {"callsAfterFrames"}, beside)
+            self.assertEqual(result["framesInFlight"], 2 if beside else 1)
+
+    def test_frames_that_differ_are_listed(self):
+        self.replay("-verify", "-skipapi", "glDrawArrays", "-stopframe", "3", status=1)
+        differences = self.result()["differences"]
+        self.assertEqual([(frame["pass"], frame["frame"]) for frame in differences], [(1, 1), (1, 2), (1, 3)])
+        self.assertNotEqual(differences[0]["expected"]["hash"], differences[0]["found"]["hash"])
+
+    def test_nothing_replayed(self):
+        self.assertMentions(self.replay("-thread", "77", status=NO_DRIVER), "no thread 77", "threads are ")
+        self.assertMentions(self.replay("-driver", str(BUILD / "lib"), status=NO_DRIVER), "libEGL.so.1")
+
+    def test_outputs_that_cannot_be_written(self):
+        (self.dir / "out").touch()
+        self.assertMentions(self.replay("-screenshots", "3-4", "-screenshotdir", "out", status=NOT_WRITTEN),
+                            "2 pictures could not be written")
+        with open("/dev/full", "w") as full:
+            for arguments in ["-help"], ["-headless", "-json", "-", self.capture]:
+                done = subprocess.run([PLAYBACK, *arguments], cwd=self.dir, env=self.environment(), stdout=full,
+                                      stderr=subprocess.PIPE, check=False)
+                self.assertEqual(done.returncode, NOT_WRITTEN, done.stderr)
 
     def test_skipped_functions_and_errors_are_counted(self):
         result = self.replay("-skipapi", "glClear,glUseProgram")
