@@ -94,6 +94,8 @@ TEST_F(CaptureSummaryTest, EachRecordIsALineOfText)
     Call(CallId::glGetAttribLocation, 3, 7, "pos\"ition\n");
     Call(CallId::glShaderSource, 1, 2, std::vector<std::string>{"one", std::string(100, 'x')}, 0);
     Call(CallId::glUniform4fv, 2, 3, std::vector<float>(12, 1.5F));
+    Call(CallId::glTexParameterf, 0x0DE1, 0x2801, 0x2600);
+    Call(CallId::glColorMask, 1, 0, 1, 1);
     Call(CallId::glBufferData, 0x8892, 4, std::vector<std::uint8_t>(4), 0x88E4);
     Call(CallId::eglCreateContext, 7, 1, 1, 0, std::vector<std::int32_t>{0x3098, 2, 0x3038});
     Call(CallId::glDrawElements, 4, 3, 0x1403, 0x40);
@@ -112,14 +114,18 @@ TEST_F(CaptureSummaryTest, EachRecordIsALineOfText)
             "1:5 t1 c7 glShaderSource(shader=1, count=2, string=[\"one\", \"" + std::string(72, 'x') +
                 "...\"], length=null)",
             "1:6 t1 c7 glUniform4fv(location=2, count=3, value=[1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, ... 12])",
-            "1:7 t1 c7 glBufferData(target=GL_ARRAY_BUFFER, size=4, data=<4 bytes>, usage=GL_STATIC_DRAW)",
-            "1:8 t1 c7 eglCreateContext(dpy=1, config=1, share_context=0, "
+            "1:7 t1 c7 glTexParameterf(target=GL_TEXTURE_2D, pname=GL_TEXTURE_MIN_FILTER, param=GL_NEAREST)",
+            "1:8 t1 c7 glColorMask(red=GL_TRUE, green=GL_FALSE, blue=GL_TRUE, alpha=GL_TRUE)",
+            "1:9 t1 c7 glBufferData(target=GL_ARRAY_BUFFER, size=4, data=<4 bytes>, usage=GL_STATIC_DRAW)",
+            "1:10 t1 c7 eglCreateContext(dpy=1, config=1, share_context=0, "
             "attrib_list=[EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE]) = 7",
-            "1:9 t1 c7 glDrawElements(mode=GL_TRIANGLES, count=3, type=GL_UNSIGNED_SHORT, indices=0x40)",
-            "1:10 t1 c7 glClear(mask=GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | 0x8)",
-            ::testing::StartsWith("1:10 t1 c7 -- end of frame, "), "2:1 t1 c7 glClear(mask=0x0)",
+            "1:11 t1 c7 glDrawElements(mode=GL_TRIANGLES, count=3, type=GL_UNSIGNED_SHORT, indices=0x40)",
+            "1:12 t1 c7 glClear(mask=GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | 0x8)",
+            ::testing::StartsWith("1:12 t1 c7 -- end of frame, "), "2:1 t1 c7 glClear(mask=0x0)",
             ::testing::StartsWith("2:1 t1 c7 -- end of frame, ")));
     EXPECT_THAT(List({.frames = {1, 1}, .calls = "glDraw*,*Clear"}), ::testing::SizeIs(2));
+    EXPECT_THAT(List({.notation = Notation::Full, .calls = "glShaderSource"}),
+                ElementsAre(HasSubstr("\"" + std::string(100, 'x') + "\"")));
     EXPECT_THAT(List({.frames = {.first = 2}, .calls = "glDraw*,*Clear"}), ElementsAre("2:1 t1 c7 glClear(mask=0x0)"));
 
     const std::vector<std::string> json = List({.notation = Notation::Json, .frames = {1, 1}, .calls = "gl[GSUB]*"});
@@ -134,6 +140,25 @@ TEST_F(CaptureSummaryTest, EachRecordIsALineOfText)
     const nlohmann::json whole = nlohmann::json::parse(json[1]);
     EXPECT_EQ(whole, nlohmann::json::parse(R"({"frame": 1, "call": 4, "thread": 1, "context": 7, "return": 3,
         "name": "glGetAttribLocation", "args": {"program": 7, "name": "pos\"ition\n"}})"));
+}
+
+TEST_F(CaptureSummaryTest, OffsetsIntoBuffersAreNoAddresses)
+{
+    Call(CallId::eglCreateContext, 7, 1, 1, 0, 0);
+    Call(CallId::eglMakeCurrent, 1, 1, 3, 3, 7);
+    Call(CallId::glGenBuffers, 2, std::vector<std::uint32_t>{4, 5});
+    Call(CallId::glBindBuffer, 0x8893, 5);
+    Call(CallId::glDrawElements, 4, 3, 0x1403, 64);
+    Call(CallId::glTexImage2D, 0x0DE1, 0, 0x8058, 1, 1, 0, 0x1908, 0x1401, 0);
+    Call(CallId::glBindBuffer, 0x88EC, 4);
+    Call(CallId::glTexImage2D, 0x0DE1, 0, 0x8058, 1, 1, 0, 0x1908, 0x1401, 0);
+    writer->FrameEnd();
+
+    EXPECT_THAT(List({.calls = "glDraw*,glTex*"}),
+                ElementsAre(HasSubstr("indices=buffer 5 at 64)"), HasSubstr("internalformat=GL_RGBA8, "),
+                            HasSubstr("pixels=buffer 4 at 0)")));
+    EXPECT_THAT(List({.notation = Notation::Json, .calls = "glDraw*"}),
+                ElementsAre(HasSubstr(R"("indices":{"buffer":5,"offset":64})")));
 }
 
 /// Listing must not follow what a damaged record says.

@@ -41,9 +41,15 @@ public:
     }
 
 private:
+    static bool IsDraw(std::string_view call)
+    {
+        return call.starts_with("glDraw") && !call.starts_with("glDrawBuffers");
+    }
+
     void CountCall(const Data::RecordCursor& record, std::uint32_t id)
     {
         ++m_counts[id];
+        m_summary.drawsByFrame.back() += IsDraw(m_calls[id].name) ? 1 : 0;
         ++m_summary.calls;
         ++m_summary.callsByThread[m_thread];
         ++(m_isInStateBlock ? m_summary.stateBlockCalls : m_summary.callsByFrame.back());
@@ -83,6 +89,7 @@ private:
         case Data::RecordId::FrameEnd:
             ++m_summary.frames;
             m_summary.callsByFrame.push_back(0);
+            m_summary.drawsByFrame.push_back(0);
             if (Data::FrameEndRecord end; record.Read(end))
                 m_summary.durationUs = std::max(m_summary.durationUs, end.timeUs);
             break;

@@ -35,6 +35,8 @@ struct CaptureSummary {
     std::uint64_t stateBlockCalls = 0;
     /// Calls of each frame, and at the end of what comes behind the last one.
     std::vector<std::uint64_t> callsByFrame = {0};
+    /// Draw calls in the same order.
+    std::vector<std::uint64_t> drawsByFrame = {0};
     std::uint32_t frameHashes = 0;
     bool hasStateBlock = false;
     std::map<std::uint32_t, std::uint64_t> callsByThread;

@@ -7,6 +7,7 @@
 
 #include <fnmatch.h>
 
+#include "Data/CallDecoder.h"
 #include "Data/CallParameters.h"
 #include "Data/RecordWalk.h"
 #include "Interfaces/Util.h"
@@ -25,28 +26,36 @@ std::uint32_t ReadU32(const Data::RecordCursor& record, std::uint32_t at)
     return value;
 }
 
-/// Follows which thread uses which context.
+/// Follows which thread uses which context, and the state of each.
 class Contexts {
 public:
+    explicit Contexts(Data::Diagnostics& quiet) : m_calls(quiet) {}
+
     [[nodiscard]] std::uint32_t Thread() const { return m_thread; }
     [[nodiscard]] std::uint32_t Context() const
     {
         const auto found = m_ofThread.find(m_thread);
         return found != m_ofThread.end() ? found->second : 0;
     }
+    [[nodiscard]] const Data::ContextState& State() { return m_calls.Context(); }
 
-    void Follow(const Data::RecordCursor& record, std::string_view call)
+    /// `call` is callCount for a record that is no known call. The record's bytes may be changed.
+    void Follow(const Data::RecordCursor& record, std::uint32_t call)
     {
+        constexpr auto makeCurrent = Data::CallId::eglMakeCurrent;
         if (Data::ThreadRecord thread; record.Is(Data::RecordId::Thread) && record.Read(thread)) {
             m_thread = thread.thread;
-        } else if (call == "eglMakeCurrent") {
-            constexpr auto id = Data::CallId::eglMakeCurrent;
-            if (ReadU32(record, Data::ReturnOf(id)->at) != 0)
-                m_ofThread[m_thread] = ReadU32(record, Data::ParametersOf(id).back().at);
+            m_calls.SetThread(m_thread);
+        } else if (call < Data::callCount) {
+            if (call == static_cast<std::uint32_t>(makeCurrent) &&
+                ReadU32(record, Data::ReturnOf(makeCurrent)->at) != 0)
+                m_ofThread[m_thread] = ReadU32(record, Data::ParametersOf(makeCurrent).back().at);
+            m_calls.Decode(static_cast<Data::CallId>(call), record.Record());
         }
     }
 
 private:
+    Data::CallDecoder m_calls;
     std::uint32_t m_thread = 0;
     std::map<std::uint32_t, std::uint32_t> m_ofThread;
 };
@@ -92,7 +101,8 @@ std::uint64_t Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics, 
     };
     std::uint64_t lines = 0;
     bool goesOn = true;
-    Contexts contexts;
+    Data::Diagnostics quiet(diagnostics.FileName(), nullptr);
+    Contexts contexts(quiet);
     std::string_view lastCall;
     bool isLastChosen = patterns.empty();
     Data::WalkRecords(
@@ -106,10 +116,11 @@ std::uint64_t Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics, 
             }
             if (goesOn && isLastChosen && frame >= choice.frames.first) {
                 const RecordPlace place = {frame, diagnostics.position.call, contexts.Thread(), contexts.Context()};
-                goesOn = write(RecordText(choice.notation, place, record, source) + "\n");
+                goesOn = write(RecordText(choice.notation, place, record, source, contexts.State()) + "\n");
                 ++lines;
             }
-            contexts.Follow(record, call);
+            const std::uint32_t id = record.Header().id;
+            contexts.Follow(record, id < source.Calls().size() ? source.Calls()[id].known : Data::callCount);
         },
         choice.frames.last);
     return lines;

@@ -8,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "Data/GLEnums.h"
 #include "Tools/Info/BitNames.h"
 #include "Tools/Info/EnumNames.h"
 
@@ -17,7 +18,24 @@ namespace {
 
 /// Elements and characters of contents that are shown to people.
 constexpr std::uint32_t maxElements = 8;
-constexpr std::uint32_t maxCharacters = 72;
+constexpr std::size_t maxCharacters = 72;
+
+/// Texture and sampler parameters whose values are enums. From GLES3/gl32.h and GLES2/gl2ext.h.
+constexpr std::uint32_t enumNames[] = {
+    0x2800, // GL_TEXTURE_MAG_FILTER
+    0x2801, // GL_TEXTURE_MIN_FILTER
+    0x2802, // GL_TEXTURE_WRAP_S
+    0x2803, // GL_TEXTURE_WRAP_T
+    0x8072, // GL_TEXTURE_WRAP_R
+    0x884C, // GL_TEXTURE_COMPARE_MODE
+    0x884D, // GL_TEXTURE_COMPARE_FUNC
+    0x8E42, // GL_TEXTURE_SWIZZLE_R
+    0x8E43, // GL_TEXTURE_SWIZZLE_G
+    0x8E44, // GL_TEXTURE_SWIZZLE_B
+    0x8E45, // GL_TEXTURE_SWIZZLE_A
+    0x90EA, // GL_DEPTH_STENCIL_TEXTURE_MODE
+    0x8A48, // GL_TEXTURE_SRGB_DECODE_EXT
+};
 
 template <class T> T Load(const std::uint8_t* at)
 {
@@ -43,8 +61,11 @@ struct Contents {
 /// Writes the values of one argument.
 class Writer {
 public:
-    Writer(Notation notation, Data::CallId call, std::string_view function, std::string_view parameter)
-        : m_isJson(notation == Notation::Json), m_call(call), m_function(function), m_parameter(parameter)
+    /// `pname` is the call's parameter of that name; 0 where it has none.
+    Writer(Notation notation, Data::CallId call, std::string_view function, std::string_view parameter,
+           std::uint32_t pname)
+        : m_isJson(notation == Notation::Json), m_isWhole(notation != Notation::Plain), m_call(call),
+          m_function(function), m_parameter(parameter), m_isEnum(HoldsEnum(parameter, pname))
     {
     }
 
@@ -54,13 +75,15 @@ public:
     {
         switch (code) {
         case 'f':
-            return Float(Load<float>(at));
+            return m_isEnum ? EnumOrNumber(static_cast<std::int64_t>(Load<float>(at))) : Float(Load<float>(at));
         case 'e':
             return Enum(Load<std::uint32_t>(at));
         case 'm':
             return Word(BitsText(m_call, m_parameter, Load<std::uint32_t>(at)));
         case 'i':
-            return Number(Load<std::int32_t>(at));
+            return m_isEnum ? EnumOrNumber(Load<std::int32_t>(at)) : Number(Load<std::int32_t>(at));
+        case 'b':
+            return Boolean(bytes == 1 ? *at : Load<std::uint32_t>(at));
         case 'l':
             return Number(Load<std::int64_t>(at));
         case 'p':
@@ -77,7 +100,8 @@ public:
         if (m_isJson)
             return JsonString(text);
         std::string quoted = "\"";
-        for (const char character : text.substr(0, maxCharacters)) {
+        const std::size_t shown = m_isWhole ? text.size() : std::min(text.size(), maxCharacters);
+        for (const char character : text.substr(0, shown)) {
             if (character == '\n')
                 quoted += "\\n";
             else if (character == '"' || character == '\\')
@@ -85,7 +109,7 @@ public:
             else
                 quoted += static_cast<unsigned char>(character) < ' ' ? '?' : character;
         }
-        return quoted + (text.size() > maxCharacters ? "...\"" : "\"");
+        return quoted + (text.size() > shown ? "...\"" : "\"");
     }
 
     [[nodiscard]] std::string Texts(const Contents& contents) const
@@ -113,7 +137,7 @@ public:
 private:
     template <class Element> [[nodiscard]] std::string List(std::uint64_t count, Element element) const
     {
-        const std::uint64_t shown = m_isJson ? count : std::min<std::uint64_t>(count, maxElements);
+        const std::uint64_t shown = m_isWhole ? count : std::min<std::uint64_t>(count, maxElements);
         std::string text = "[";
         for (std::uint64_t i = 0; i < shown; ++i)
             text += (i > 0 ? ", " : "") + element(i);
@@ -142,11 +166,73 @@ private:
         return std::isfinite(value) ? text : Word(text);
     }
 
+    /// Enums that the API passes as plain numbers.
+    static bool HoldsEnum(std::string_view parameter, std::uint32_t pname)
+    {
+        return parameter == "internalformat" || ((parameter == "param" || parameter == "params") &&
+                                                 std::ranges::find(enumNames, pname) != std::end(enumNames));
+    }
+
+    [[nodiscard]] std::string EnumOrNumber(std::int64_t value) const
+    {
+        const char* const name = value > 0 ? EnumName(m_function, static_cast<std::uint32_t>(value)) : nullptr;
+        return name ? Word(name) : std::to_string(value);
+    }
+
+    [[nodiscard]] std::string Boolean(std::uint32_t value) const
+    {
+        if (m_isJson || value > 1)
+            return std::to_string(value);
+        return value == 1 ? "GL_TRUE" : "GL_FALSE";
+    }
+
     bool m_isJson;
+    bool m_isWhole;
     Data::CallId m_call;
     std::string_view m_function;
     std::string_view m_parameter;
+    bool m_isEnum;
 };
+
+/// The target whose buffer a pointer is an offset into, when one is bound there; 0 for an address.
+std::uint32_t BufferTarget(std::string_view function, std::string_view parameter)
+{
+    if (parameter == "indices")
+        return Data::Enum::ElementArrayBuffer;
+    if (parameter == "pointer")
+        return Data::Enum::ArrayBuffer;
+    if (parameter == "indirect")
+        return function.starts_with("glDispatch") ? Data::Enum::DispatchIndirectBuffer : Data::Enum::DrawIndirectBuffer;
+    if (parameter != "pixels" && parameter != "data")
+        return 0;
+    if (function.starts_with("glRead"))
+        return Data::Enum::PixelPackBuffer;
+    const bool isUpload = function.starts_with("glTex") || function.starts_with("glCompressedTex");
+    return isUpload ? Data::Enum::PixelUnpackBuffer : 0;
+}
+
+/// A pointer without contents.
+std::string PointerText(bool isJson, std::uint64_t value, std::uint32_t buffer)
+{
+    if (buffer != 0) {
+        const std::string name = std::to_string(buffer);
+        const std::string offset = std::to_string(value);
+        return isJson ? "{\"buffer\":" + name + ",\"offset\":" + offset + "}" : "buffer " + name + " at " + offset;
+    }
+    if (value == 0)
+        return "null";
+    return isJson ? JsonString(HexText(value)) : HexText(value);
+}
+
+std::uint32_t PnameOf(const Data::RecordCursor& record, Data::CallId call)
+{
+    for (const Data::ParameterDescription& parameter : Data::ParametersOf(call)) {
+        const bool isInside = parameter.at + sizeof(std::uint32_t) <= record.Header().bytes;
+        if (parameter.name == std::string_view("pname") && isInside)
+            return Load<std::uint32_t>(record.Record() + parameter.at);
+    }
+    return 0;
+}
 
 } // namespace
 
@@ -169,9 +255,10 @@ std::string JsonString(std::string_view text)
 }
 
 std::string ArgumentText(Notation notation, const Data::RecordCursor& record, Data::CallId call,
-                         std::string_view function, const Data::ParameterDescription& parameter)
+                         std::string_view function, const Data::ParameterDescription& parameter,
+                         const Data::ContextState& state)
 {
-    const Writer writer(notation, call, function, parameter.name);
+    const Writer writer(notation, call, function, parameter.name, PnameOf(record, call));
     const std::uint32_t recordBytes = record.Header().bytes;
     const bool isScalar = parameter.form == Data::ParameterForm::Scalar;
     if (parameter.at + (isScalar ? parameter.bytes : sizeof(Data::PointerSlot)) > recordBytes)
@@ -180,8 +267,10 @@ std::string ArgumentText(Notation notation, const Data::RecordCursor& record, Da
     if (isScalar)
         return writer.Value(at, parameter.code, parameter.bytes);
     const auto slot = Load<Data::PointerSlot>(at);
-    if (slot.offset == 0)
-        return slot.value == 0 ? "null" : writer.Word(HexText(slot.value));
+    if (slot.offset == 0) {
+        const std::uint32_t target = BufferTarget(function, parameter.name);
+        return PointerText(notation == Notation::Json, slot.value, target != 0 ? state.BoundBuffer(target) : 0);
+    }
     if (slot.offset > recordBytes || slot.bytes > recordBytes - slot.offset)
         return writer.Word("?");
     const Contents contents{record.Record() + slot.offset, slot.bytes};

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "Data/CallParameters.h"
+#include "Data/ContextState.h"
 #include "Data/RecordCursor.h"
 
 namespace Tools {
@@ -13,14 +14,18 @@ namespace Tools {
 enum class Notation {
     /// Enums by their names; long contents are shortened.
     Plain,
+    /// As Plain, with all of texts and arrays.
+    Full,
     /// Numbers are numbers, names and hexadecimal numbers are strings; memory is an object with its size.
     Json,
 };
 
 /// An argument or a returned value of a call, by its place in the record. Nothing in the record is believed: what does
-/// not fit is shown as "?".
+/// not fit is shown as "?". `state` is that of the call's context, in front of the call: it tells an offset into a
+/// buffer from an address.
 std::string ArgumentText(Notation notation, const Data::RecordCursor& record, Data::CallId call,
-                         std::string_view function, const Data::ParameterDescription& parameter);
+                         std::string_view function, const Data::ParameterDescription& parameter,
+                         const Data::ContextState& state);
 
 /// An OpenGL ES enum by its name, as Notation::Plain has it.
 std::string EnumText(std::uint32_t value);

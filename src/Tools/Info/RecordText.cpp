@@ -6,7 +6,8 @@ namespace Tools {
 
 namespace {
 
-std::string CallText(Notation notation, const Data::RecordCursor& record, const Data::FileCall& call)
+std::string CallText(Notation notation, const Data::RecordCursor& record, const Data::FileCall& call,
+                     const Data::ContextState& state)
 {
     const bool isJson = notation == Notation::Json;
     if (call.known >= Data::callCount)
@@ -17,12 +18,12 @@ std::string CallText(Notation notation, const Data::RecordCursor& record, const 
     for (const Data::ParameterDescription& parameter : Data::ParametersOf(id)) {
         text += isFirst ? "" : isJson ? "," : ", ";
         text += isJson ? JsonString(parameter.name) + ":" : std::string(parameter.name) + "=";
-        text += ArgumentText(notation, record, id, call.name, parameter);
+        text += ArgumentText(notation, record, id, call.name, parameter, state);
         isFirst = false;
     }
     text += isJson ? "}" : ")";
     if (const Data::ParameterDescription* const returned = Data::ReturnOf(id))
-        text += (isJson ? ",\"return\":" : " = ") + ArgumentText(notation, record, id, call.name, *returned);
+        text += (isJson ? ",\"return\":" : " = ") + ArgumentText(notation, record, id, call.name, *returned, state);
     return text;
 }
 
@@ -67,7 +68,7 @@ std::string BuiltInText(const Data::RecordCursor& record)
         break;
     case RecordId::Note:
         if (Data::TextRecord r; record.Read(r))
-            return "not recorded, " + number(r.count) + " times" + Sized("", r.text);
+            return "not recorded, " + number(r.count) + (r.count == 1 ? " time" : " times") + Sized("", r.text);
         break;
     case RecordId::TextAscii:
     case RecordId::TextXml:
@@ -123,19 +124,19 @@ std::string_view CallName(const Data::RecordCursor& record, const Data::CaptureS
 }
 
 std::string RecordText(Notation notation, const RecordPlace& place, const Data::RecordCursor& record,
-                       const Data::CaptureSource& source)
+                       const Data::CaptureSource& source, const Data::ContextState& state)
 {
     const Data::FileCall* const call = FindCall(record, source);
     std::string text;
     if (call)
-        text = CallText(notation, record, *call);
+        text = CallText(notation, record, *call, state);
     else if (record.Header().id >= Data::firstBuiltInId)
         text = BuiltInText(record);
     else
         text = "call with number " + std::to_string(record.Header().id) + ", which the capture does not name";
 
     const auto number = [](std::uint32_t value) { return std::to_string(value); };
-    if (notation == Notation::Plain)
+    if (notation != Notation::Json)
         return number(place.frame) + ":" + number(place.call) + " t" + number(place.thread) + " c" +
                number(place.context) + (call ? " " : " -- ") + text;
     return "{\"frame\":" + number(place.frame) + ",\"call\":" + number(place.call) +

@@ -24,9 +24,10 @@ struct RecordPlace {
 /// The function of a record; empty for a record that is no call.
 std::string_view CallName(const Data::RecordCursor& record, const Data::CaptureSource& source);
 
-/// A line such as "3:17 t1 c1 glBindTexture(target=GL_TEXTURE_2D, texture=5)", or a JSON object. Records
-/// that are no calls begin with "--" behind their place.
+/// `state` is that of the context in front of the record. A line such as "3:17 t1 c1
+/// glBindTexture(target=GL_TEXTURE_2D, texture=5)", or a JSON object. Records that are no calls begin with "--" behind
+/// their place.
 std::string RecordText(Notation notation, const RecordPlace& place, const Data::RecordCursor& record,
-                       const Data::CaptureSource& source);
+                       const Data::CaptureSource& source, const Data::ContextState& state);
 
 } // namespace Tools

@@ -2,6 +2,8 @@
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
+#include <numeric>
+#include <span>
 
 #include <nlohmann/json.hpp>
 
@@ -56,6 +58,19 @@ std::string Sizes(const SurfaceSummary& surface)
     return text.empty() ? "size unknown" : text;
 }
 
+/// "240, 4.0 a frame, at most 7 (frame 3)".
+std::string Draws(const CaptureSummary& summary)
+{
+    const std::vector<std::uint64_t>& draws = summary.drawsByFrame;
+    const auto frames = std::span(draws).first(summary.frames);
+    const std::uint64_t sum = std::accumulate(frames.begin(), frames.end(), std::uint64_t{0});
+    std::string text = std::to_string(std::accumulate(draws.begin(), draws.end(), std::uint64_t{0}));
+    if (const auto most = std::ranges::max_element(frames); most != frames.end())
+        text += Format(", %.1f a frame, at most %llu (frame %td)", static_cast<double>(sum) / summary.frames,
+                       static_cast<unsigned long long>(*most), most - frames.begin() + 1);
+    return text;
+}
+
 /// The last frame of the capture in the one that it was cut out of.
 std::uint32_t LastOriginFrame(const CaptureSummary& summary)
 {
@@ -94,6 +109,7 @@ std::string ToText(const CaptureSummary& summary)
         Line(text, "cut from",
              Format("frames %u to %u of %s", header.originFrame, LastOriginFrame(summary), header.originFile.c_str()));
     Line(text, "calls", std::to_string(summary.calls));
+    Line(text, "draws", Draws(summary));
     for (const auto& [thread, calls] : summary.callsByThread)
         Line(text, "thread", Format("%u: %llu calls", thread, static_cast<unsigned long long>(calls)));
     for (const auto& [context, shared] : summary.contexts)
@@ -102,7 +118,9 @@ std::string ToText(const CaptureSummary& summary)
         Line(text, "surface",
              Format("%u: %s%s", surface, what.kind.empty() ? "" : (what.kind + ", ").c_str(), Sizes(what).c_str()));
     for (const auto& [note, count] : ByCount(summary.notes))
-        Line(text, "not recorded", Format("%s, %llu times", note.c_str(), static_cast<unsigned long long>(count)));
+        Line(
+            text, "not recorded",
+            Format("%s, %llu %s", note.c_str(), static_cast<unsigned long long>(count), count == 1 ? "time" : "times"));
     if (!summary.callsByName.empty())
         text += "\n";
     for (const auto& [name, count] : ByCount(summary.callsByName))

@@ -30,6 +30,7 @@ constexpr Util::Option options[] = {
      "Options"},
     {"--frames", "A-B", "with --dump: only these frames, counted from 1; A- for all from A on, A for one", "Options"},
     {"--calls", "PATTERNS", "with --dump: only functions with such names, as glDraw*,glClear", "Options"},
+    {"--full", "", "with --dump: texts and arrays in full length, shaders among them", "Options"},
     {"--report", "DIR", "write a page to DIR/index.html that shows the capture in a browser", "Options"},
     {"--results", "FILE", "with --report: what playback -json wrote of a replay, with the screenshots that it took",
      "Options"},
@@ -53,6 +54,14 @@ ExitStatus Fail(ExitStatus status, const std::string& text)
 void Report(const std::string& line)
 {
     std::fprintf(stderr, "%s\n", line.c_str());
+}
+
+/// A line on the terminal that tells what is under way; empty to take it away.
+void ShowProgress(const char* what)
+{
+    static const bool isTerminal = isatty(STDERR_FILENO) != 0;
+    if (isTerminal)
+        std::fprintf(stderr, "\r\033[K%s", what);
 }
 
 /// What is wrong with the options together; fills in what to list.
@@ -84,7 +93,11 @@ std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& c
     }
     if (const std::string* const calls = args.FindValue("--calls"))
         choice.calls = *calls;
-    choice.notation = args.HasSwitch("--json") ? Tools::Notation::Json : Tools::Notation::Plain;
+    if (args.HasSwitch("--full") && (!isDump || args.HasSwitch("--json")))
+        return isDump ? "--json shows everything in full length anyway" : "--full goes with --dump";
+    choice.notation = args.HasSwitch("--json")   ? Tools::Notation::Json
+                      : args.HasSwitch("--full") ? Tools::Notation::Full
+                                                 : Tools::Notation::Plain;
     return {};
 }
 
@@ -92,6 +105,8 @@ std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& c
 ExitStatus PrintStatistics(Data::CaptureSource& source, const std::string& path,
                            const Util::ParseArgs::CmdLineArgs& args)
 {
+    if (args.FindValue("--report"))
+        ShowProgress("counting calls");
     Data::Diagnostics quiet(path, nullptr);
     const Tools::CaptureSummary summary = Tools::Summarize(source, quiet);
     std::string error;
@@ -102,7 +117,8 @@ ExitStatus PrintStatistics(Data::CaptureSource& source, const std::string& path,
     if (const std::string* const folder = args.FindValue("--report")) {
         const std::string* const results = args.FindValue("--results");
         const ExitStatus status =
-            Tools::WriteReport(*folder, {path, results ? *results : "", summary, *statistics}, error);
+            Tools::WriteReport(*folder, {path, results ? *results : "", summary, *statistics, ShowProgress}, error);
+        ShowProgress("");
         return status == ExitStatus::Done ? status : Fail(status, error);
     }
     Print(args.HasSwitch("--csv") ? Tools::ToCsv(*statistics) : Tools::ToJson(summary, &*statistics));

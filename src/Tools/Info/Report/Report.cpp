@@ -149,12 +149,14 @@ Util::ExitStatus WriteReport(const std::string& folder, const ReportInput& input
         if (!error.empty())
             return Util::ExitStatus::Usage;
     }
+    input.progress("reading shaders and textures");
     const Json data = {{"capture", Json::parse(ToJson(input.summary, nullptr))},
                        {"results", results},
                        {"frames", frames},
                        {"work", Work(input.statistics)},
                        {"programs", Programs(input.captureFile)},
                        {"textures", Textures(input.captureFile)}};
+    input.progress("writing the page");
     const std::string text = EscapeForPage(data.dump(-1, ' ', false, Json::error_handler_t::replace));
 
     if (!Util::Path::Exists(folder) && !Util::Path::CreateFolder(folder))

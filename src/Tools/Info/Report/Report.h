@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "Tools/Info/CaptureSummary.h"
@@ -16,6 +17,8 @@ struct ReportInput {
     std::string resultsFile;
     const CaptureSummary& summary;
     const CaptureStatistics& statistics;
+    /// Hears what is under way.
+    std::function<void(const char*)> progress;
 };
 
 /// Writes index.html to a folder, which is made where it is missing: one page that needs nothing else, network
