@@ -25,30 +25,49 @@ install(EXPORT PlaybackTargets NAMESPACE Playback:: DESTINATION ${PLAYBACK_CMAKE
 configure_package_config_file(${PACKAGING}/PlaybackConfig.cmake.in PlaybackConfig.cmake
                               INSTALL_DESTINATION ${PLAYBACK_CMAKE_DIR})
 write_basic_package_version_file(PlaybackConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+# The pkg-config file finds the rest from where it lies itself.
+file(RELATIVE_PATH PLAYBACK_PREFIX_FROM_PC /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${PACKAGING}/playback.pc.in playback.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/PlaybackConfig.cmake ${PROJECT_BINARY_DIR}/PlaybackConfigVersion.cmake
         DESTINATION ${PLAYBACK_CMAKE_DIR} COMPONENT development)
 install(FILES ${PROJECT_BINARY_DIR}/playback.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
-# Manual pages are made of what the programs say of themselves.
+# Manual pages and completions are made of what the programs say of themselves.
 find_program(HELP2MAN help2man REQUIRED)
+set(FROM_HELP ${PACKAGING}/from_help.py)
+set(RUN_FROM_HELP ${Python3_EXECUTABLE} -B ${FROM_HELP})
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/man)
 foreach(program ${PROGRAMS})
   set(page ${PROJECT_BINARY_DIR}/man/${program}.1.gz)
+  string(JOIN " " command ${RUN_FROM_HELP} ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${program}>)
   add_custom_command(OUTPUT ${page}
-    COMMAND ${CMAKE_CROSSCOMPILING_EMULATOR} ${HELP2MAN} --no-info --no-discard-stderr --include=${PACKAGING}/${program}.h2m --output=${program}.1
-            $<TARGET_FILE:${program}>
+    COMMAND ${HELP2MAN} --no-info --no-discard-stderr --include=${PACKAGING}/${program}.h2m --output=${program}.1 ${command}
     COMMAND gzip -9nf ${program}.1
     WORKING_DIRECTORY ${PROJECT_BINARY_DIR}/man
-    DEPENDS ${program} ${PACKAGING}/${program}.h2m
+    DEPENDS ${program} ${PACKAGING}/${program}.h2m ${FROM_HELP}
     COMMENT "Manual page of ${program}"
     VERBATIM)
-  list(APPEND PAGES ${page})
   install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT programs)
-endforeach()
-add_custom_target(manual ALL DEPENDS ${PAGES})
 
-set(COMPLETIONS ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
-foreach(program ${PROGRAMS})
-  install(FILES ${PACKAGING}/bash-completion DESTINATION ${COMPLETIONS} RENAME ${program} COMPONENT programs)
+  set(completion ${PROJECT_BINARY_DIR}/completion)
+  set(bash ${completion}/bash/${program})
+  set(zsh ${completion}/zsh/_${program})
+  set(fish ${completion}/fish/${program}.fish)
+  add_custom_command(OUTPUT ${bash} ${zsh} ${fish}
+    COMMAND ${RUN_FROM_HELP} completions ${completion} $<TARGET_FILE:${program}> ${CMAKE_CROSSCOMPILING_EMULATOR}
+    DEPENDS ${program} ${FROM_HELP}
+    COMMENT "Completion of ${program}"
+    VERBATIM)
+  install(FILES ${bash} DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT programs)
+  install(FILES ${zsh} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT programs)
+  install(FILES ${fish} DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT programs)
+  list(APPEND FROM_HELP_FILES ${page} ${bash} ${zsh} ${fish})
 endforeach()
+add_custom_target(manual ALL DEPENDS ${FROM_HELP_FILES})
+
+# A capture is known by its first bytes, and opens in playback.
+install(FILES ${PACKAGING}/desktop/playback.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/mime/packages COMPONENT programs)
+install(FILES ${PACKAGING}/desktop/playback.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications COMPONENT programs)
+install(FILES ${PACKAGING}/desktop/playback.magic DESTINATION ${CMAKE_INSTALL_DATADIR}/playback COMPONENT programs)
+install(FILES ${PACKAGING}/desktop/playback.svg
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps COMPONENT programs)
