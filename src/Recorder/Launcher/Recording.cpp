@@ -45,8 +45,10 @@ void Catch(int signal, void (*handler)(int, siginfo_t*, void*))
 {
     struct sigaction before = {};
     sigaction(signal, nullptr, &before);
-    // What is ignored (nohup, jobs in the background of a script) stays so, for the program too.
-    if ((before.sa_flags & SA_SIGINFO) == 0 && before.sa_handler == SIG_IGN) {
+    // What is ignored (nohup) stays so, for the program too. Scripts have their jobs ignore SIGINT and SIGQUIT of the
+    // terminal, and are to end a recording by them all the same.
+    const bool mayBeIgnored = signal != SIGINT && signal != SIGQUIT;
+    if (mayBeIgnored && (before.sa_flags & SA_SIGINFO) == 0 && before.sa_handler == SIG_IGN) {
         return;
     }
     struct sigaction action = {};
