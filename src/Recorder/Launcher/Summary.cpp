@@ -101,7 +101,8 @@ std::string Describe(const std::string& path, const Summary& summary)
 {
     std::string text = path + ": " + Plural(summary.frames, "frame") + ", " + Plural(summary.calls, "call") + ", " +
                        Size(summary.fileBytes) + ", " + Seconds(summary.timeUs) + "\n";
-    if (!summary.error.empty()) {
+    // The end of one that is not complete is missing; why, is known to who recorded it.
+    if (summary.isComplete && !summary.error.empty()) {
         text += "  The capture cannot be read to its end: " + summary.error + "\n";
     }
     if (!summary.notes.empty()) {

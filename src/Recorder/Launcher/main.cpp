@@ -139,8 +139,9 @@ int Conclude(Recorder::CapturePlace& place, const Recorder::RecordingOptions& op
     for (const Recorder::Recording& recording : recordings) {
         conclusion.Keep(recording, &recording == &recordings.front());
     }
-    const std::string death = end.wasStopped ? "" : Recorder::HowItDied(options.command[0], end);
-    if (!death.empty()) {
+    // After the last frame wanted the recorder itself ends the program so.
+    const bool wasMeant = end.wasStopped || (options.frames != 0 && end.signal == SIGTERM);
+    if (const std::string death = wasMeant ? "" : Recorder::HowItDied(options.command[0], end); !death.empty()) {
         Trouble(death, ExitStatus::Done);
     }
     if (recordings.empty()) {
