@@ -88,7 +88,7 @@ void FrameTimer::Attach()
 EGLSyncKHR FrameTimer::CreateFence(EGLDisplay display)
 {
     const Core::EGLExtProcTable& extensions = KHRLayer::EGLExtProc();
-    if (!extensions.eglClientWaitSyncKHR || !extensions.eglDestroySyncKHR || !KHRLayer::GLESProc().glFlush) {
+    if (!extensions.eglClientWaitSyncKHR || !extensions.eglDestroySyncKHR) {
         return EGL_NO_SYNC_KHR;
     }
     EGLSyncKHR fence = EGL_NO_SYNC_KHR;
@@ -98,8 +98,8 @@ EGLSyncKHR FrameTimer::CreateFence(EGLDisplay display)
         fence = KHRLayer::EGLProc().eglCreateSync(display, EGL_SYNC_FENCE, nullptr);
     }
     if (fence != EGL_NO_SYNC_KHR) {
-        // As the swap of a window does: drawing begins now rather than when somebody waits for it.
-        KHRLayer::GLESProc().glFlush();
+        // As with the swap of a window, drawing begins now rather than when somebody waits for it.
+        extensions.eglClientWaitSyncKHR(display, fence, EGL_SYNC_FLUSH_COMMANDS_BIT_KHR, 0);
     } else if (const auto getError = KHRLayer::EGLProc().eglGetError) {
         // That of a fence is no error of the capture's.
         getError();
@@ -109,16 +109,19 @@ EGLSyncKHR FrameTimer::CreateFence(EGLDisplay display)
 
 void FrameTimer::EndFrame(Account account, FrameCost cost)
 {
+    Frame frame = {EGL_NO_DISPLAY, EGL_NO_SYNC_KHR, account, std::nullopt};
+    const auto getDisplay = KHRLayer::EGLProc().eglGetCurrentDisplay;
+    if (getDisplay && IsContextCurrent()) {
+        // A driver may draw here and now.
+        const Telling::InDriver inDriver(&m_telling);
+        frame.display = getDisplay();
+        frame.fence = CreateFence(frame.display);
+    }
     const Span now = m_clock.Now();
     cost.time = now - std::exchange(m_last, now);
     Charge(account, cost.time);
-    Frame frame = {EGL_NO_DISPLAY, EGL_NO_SYNC_KHR, account, std::nullopt};
     if (account == Account::Frames) {
         frame.cost = m_measurements.Add(cost);
-    }
-    if (IsContextCurrent()) {
-        frame.display = KHRLayer::EGLProc().eglGetCurrentDisplay ? KHRLayer::EGLProc().eglGetCurrentDisplay() : nullptr;
-        frame.fence = CreateFence(frame.display);
     }
     m_frames.push_back(frame);
     while (m_frames.size() >= std::max(m_inFlight, 1U)) {

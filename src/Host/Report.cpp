@@ -186,7 +186,7 @@ std::string WriteJson(const std::string& path, const Report& report, const Measu
     if (path != "-") {
         return Util::WriteWholeFile(path, text);
     }
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    Util::Print(text);
     return Util::CloseStandardOutput();
 }
 

@@ -8,12 +8,12 @@ int main(int argc, char** argv)
 {
     const auto parsed = Host::ParseOptions(argc, argv);
     if (const auto* answer = std::get_if<Host::Answer>(&parsed)) {
-        std::fputs(answer->text.c_str(), answer->status == Util::ExitStatus::Done ? stdout : stderr);
-        if (const std::string error = Util::CloseStandardOutput(); !error.empty()) {
-            std::fprintf(stderr, "playback: cannot write %s\n", error.c_str());
-            return static_cast<int>(Util::ExitStatus::NotWritten);
+        if (answer->status == Util::ExitStatus::Done) {
+            Util::Print(answer->text);
+        } else {
+            std::fputs(answer->text.c_str(), stderr);
         }
-        return static_cast<int>(answer->status);
+        return Util::EndProgram("playback", answer->status);
     }
     Host::Session session(std::get<Host::Options>(parsed));
     return static_cast<int>(session.Run());

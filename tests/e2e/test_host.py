@@ -1,5 +1,6 @@
 """The replay program: verification that can fail, ends before the capture's end, windows under every shell."""
 
+import json
 import re
 import signal
 import time
@@ -70,6 +71,12 @@ class Windows(EndToEndTest):
         shown = (self.dir / "shown.raw").read_bytes()
         for channel in range(3):
             self.assertTrue(shown[2 - channel::4] == expected[channel::4], "the window shows another picture")
+
+    def test_given_swap_interval_holds(self):
+        capture = self.record(SPINNING, "--frames", "8")
+        self.run_program(WITH_WESTON, PLAYBACK, "-swapinterval", "2", "-json", "result.json", capture)
+        # Six times at least two pictures of a screen that shows 60 a second.
+        self.assertGreater(json.loads((self.dir / "result.json").read_text())["seconds"], 0.15)
 
     def test_given_width_holds(self):
         capture = self.record(SPINNING, "--frames", "4", "--resize", "2")
