@@ -49,6 +49,9 @@ std::string WhyNothingIsDrawn(const std::string& captureFile, const std::vector<
                List(list.Threads()) + ".";
     }
     const auto calls = capture->CallSums();
+    if (calls.empty()) {
+        return "";
+    }
     const bool isOfGL = std::ranges::any_of(calls, [](const auto& call) { return call.name.starts_with("gl"); });
     return isOfGL ? ""
                   : "The capture has no call of OpenGL ES: its program drew with something else, such as desktop "
