@@ -74,8 +74,8 @@ bool HasFunctions()
     return egl.eglQueryString && egl.eglGetCurrentContext && egl.eglGetCurrentDisplay && egl.eglGetCurrentSurface &&
            egl.eglMakeCurrent && Core::KHRLayer::EGLExtProc().eglCreateImageKHR &&
            Core::KHRLayer::GLESExtProc().glEGLImageTargetTexture2DOES && gl.glGetString && gl.glGetIntegerv &&
-           gl.glGetError && gl.glGenTextures && gl.glBindTexture && gl.glTexParameteri && gl.glTexImage2D &&
-           gl.glTexSubImage2D && gl.glDeleteTextures && gl.glPixelStorei && gl.glBindBuffer;
+           gl.glGenTextures && gl.glBindTexture && gl.glTexParameteri && gl.glTexImage2D && gl.glTexSubImage2D &&
+           gl.glDeleteTextures && gl.glPixelStorei && gl.glBindBuffer;
 }
 
 GLint Get(GLenum name)
@@ -240,15 +240,17 @@ std::unique_ptr<EGLTextureImage> EGLTextureImage::Create(void* display, void* sp
     if (!context.Get() || (format->isES3 && !IsES3())) {
         return nullptr;
     }
+    // An upload of this size cannot fail, so that nothing asks for errors, which could be those of a captured call.
+    const auto largest = static_cast<std::uint32_t>(Get(GL_MAX_TEXTURE_SIZE));
+    if (data.width == 0 || data.height == 0 || data.width > largest || data.height > largest) {
+        return nullptr;
+    }
     const BoundTexture texture;
     // One level makes the texture complete.
     GL().glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     const PackedUploads uploads;
     GL().glTexImage2D(GL_TEXTURE_2D, 0, format->internalFormat, static_cast<GLsizei>(data.width),
                       static_cast<GLsizei>(data.height), 0, GL_RGBA, format->type, nullptr);
-    if (GL().glGetError() != GL_NO_ERROR) {
-        return nullptr;
-    }
     const EGLint attribs[] = {EGL_GL_TEXTURE_LEVEL_KHR, 0, EGL_NONE};
     const std::uintptr_t source = texture.Name();
     void* image = Core::KHRLayer::EGLExtProc().eglCreateImageKHR(display, context.Get(), EGL_GL_TEXTURE_2D_KHR,
@@ -276,7 +278,7 @@ bool EGLTextureImage::SetContents(void* spare, const Data::EGLImageData& data) c
     const PackedUploads uploads;
     GL().glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, static_cast<GLsizei>(m_width), static_cast<GLsizei>(m_height), GL_RGBA,
                          m_format.type, PackRows(m_format, data).data());
-    return GL().glGetError() == GL_NO_ERROR;
+    return true;
 }
 
 } // namespace Playback
