@@ -92,7 +92,7 @@ void AppendDepths(AttribList& list, const std::string& spec, int samples, const 
 
 EGLConfig EGLPlaybackAdapter::GetConfig(std::uint32_t capturedDisplay, std::uint32_t capturedConfig)
 {
-    if (const EGLDisplay display = GetDisplay(capturedDisplay)) {
+    if (const EGLDisplay display = m_resourceTable ? GetDisplay(capturedDisplay) : EGL_NO_DISPLAY) {
         if (!m_settings->m_config.empty()) {
             if (!m_overrideConfig) {
                 m_overrideConfig = CreateOverrideConfig(display, m_settings->m_config, m_settings->m_samples);

@@ -37,7 +37,7 @@ void EGLStatsAdapter::Process_eglCreatePbufferSurface(std::uint32_t, std::uint32
 }
 
 void EGLStatsAdapter::Process_eglClientWaitSyncKHR(std::int32_t, std::uint32_t, std::uint32_t, std::int32_t,
-                                                   std::int64_t timeout)
+                                                   std::uint64_t timeout)
 {
     // The keys end in KHR, those of the category do not.
     if (timeout == 0) {

@@ -28,7 +28,7 @@ public:
                                         Data::PointerData*) override;
     void Process_eglCreatePbufferSurface(std::uint32_t, std::uint32_t, std::uint32_t, Data::PointerData*) override;
     void Process_eglClientWaitSyncKHR(std::int32_t, std::uint32_t, std::uint32_t, std::int32_t,
-                                      std::int64_t timeout) override;
+                                      std::uint64_t timeout) override;
 
 #include "Playback/EGLStatsHandlers.inc"
 

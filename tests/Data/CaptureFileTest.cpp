@@ -25,7 +25,7 @@ public:
         lines.push_back("glBufferData " + std::to_string(size) + " " + std::to_string(data->GetCount()) + " " +
                         std::to_string(data->As<std::uint8_t>()[size - 1]));
     }
-    void Process_glGetAttribLocation(std::uint32_t captured, std::uint32_t program, PointerData* name) override
+    void Process_glGetAttribLocation(std::int32_t captured, std::uint32_t program, PointerData* name) override
     {
         lines.push_back("glGetAttribLocation " + std::to_string(captured) + " " + std::to_string(program) + " " +
                         name->As<char>());

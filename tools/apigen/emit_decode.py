@@ -107,7 +107,7 @@ def decode(call):
     text = f"void Decode_{call.name}(CallDecoder& decoder)\n{{\n"
     returned, told = [], []
     if call.ret.form == "scalar":
-        text += f"    const auto captured = decoder.Value<{call.ret.adapter}>({call.ret_at});\n"
+        text += f"    const auto captured = decoder.Value<{call.ret_adapter}>({call.ret_at});\n"
         returned = told = ["captured"]
     elif call.returns:
         returned, told = ["&decoder.Returned()"], ["decoder.Returned().GetPointer()"]

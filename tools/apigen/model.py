@@ -26,7 +26,7 @@ class Scalar:
     element_size: int = 0  # bytes of an array element where it differs from `size`
 
 
-U32, I32, I64 = "std::uint32_t", "std::int32_t", "std::int64_t"
+U32, I32, I64, U64 = "std::uint32_t", "std::int32_t", "std::int64_t", "std::uint64_t"
 
 
 def _name(kind):
@@ -94,9 +94,12 @@ SCALARS = {
     "egl_int": Scalar("EGLint", I32, 4, "i"),
     "egl_bool": Scalar("EGLBoolean", I32, 4, "i"),
     "egl_enum": Scalar("EGLenum", I32, 4, "e"),
-    "time": Scalar("EGLTimeKHR", I64, 8, "l"),
+    "time": Scalar("EGLTimeKHR", U64, 8, "l"),
     "attrib64": Scalar("EGLAttribKHR", I64, 8, "l"),
 }
+
+# Scalars whose type in the adapter is another one where they are the captured return value.
+RETURNED = {"attrib": I32, "uniform": U32}
 
 # Types that stand only as elements of an array: C type and bytes.
 ELEMENTS = {"blob": ("void", 1), "char": ("GLchar", 1), "ubyte": ("GLubyte", 1), "pointer": ("void*", 8)}
@@ -242,9 +245,13 @@ class Call:
         return self.ret.code + "".join(p.type.code for p in self.params)
 
     @property
+    def ret_adapter(self):
+        return RETURNED.get(self.ret.name, self.ret.adapter)
+
+    @property
     def adapter_params(self):
         """(type, name) of Process_NAME, the captured return value first."""
-        result = [(self.ret.adapter, "captured")] if self.returns else []
+        result = [(self.ret_adapter, "captured")] if self.returns else []
         return result + [(p.type.adapter, p.name) for p in self.params]
 
     def has(self, note):
