@@ -1,4 +1,6 @@
 // GLResourceTable: EGL handles and the recorded attributes of configs and surfaces.
+#include <algorithm>
+
 #include <EGL/egl.h>
 
 #include "Playback/EGLTextureImage.h"
@@ -146,8 +148,12 @@ void* GLResourceTable::GetValueEGLDisplay(unsigned int id)
 void GLResourceTable::RemoveIdEGLDisplay(unsigned int id)
 {
     if (const DisplayResources* resources = Find(m_displayResources, id)) {
-        std::erase_if(m_eglTextureImages,
-                      [&](const auto& entry) { return entry.second->GetDisplay() == resources->display; });
+        // Those of other captured displays on the same live one stay.
+        const bool isLast = CountEGLDisplays(resources->display) == 1;
+        std::erase_if(m_eglTextureImages, [&](const auto& entry) {
+            return resources->images.contains(entry.first) ||
+                   (isLast && entry.second->GetDisplay() == resources->display);
+        });
     }
     Remove(m_displayResources, DisplayKind, id);
 }
@@ -159,6 +165,13 @@ GLResourceTable::DisplayResources* GLResourceTable::GetDisplayResource(unsigned 
         REPORT("Failed to retrieve EGL resource for EGLDisplay id %d", display);
     }
     return resources;
+}
+
+std::size_t GLResourceTable::CountEGLDisplays(const void* liveDisplay) const
+{
+    return static_cast<std::size_t>(
+        std::count_if(m_displayResources.begin(), m_displayResources.end(),
+                      [liveDisplay](const auto& entry) { return entry.second.display == liveDisplay; }));
 }
 
 GLResourceTable::DisplayResources* GLResourceTable::CurrentDisplay()

@@ -54,6 +54,21 @@ bool GLResourceTable::GetCurrentContextInfo(unsigned int* display, unsigned int*
     return true;
 }
 
+bool GLResourceTable::IsContextCurrent(unsigned int display, unsigned int context) const
+{
+    return std::any_of(m_contextInfos.begin(), m_contextInfos.end(), [&](const auto& entry) {
+        return entry.second.display == display && entry.second.context == context;
+    });
+}
+
+bool GLResourceTable::IsSurfaceCurrent(unsigned int display, unsigned int surface) const
+{
+    return std::any_of(m_contextInfos.begin(), m_contextInfos.end(), [&](const auto& entry) {
+        const ContextInfo& info = entry.second;
+        return info.display == display && (info.drawSurface == surface || info.readSurface == surface);
+    });
+}
+
 bool GLResourceTable::SetCurrentThread(unsigned int thread, bool* apiChanged, bool* contextChanged)
 {
     bool newApi = false;

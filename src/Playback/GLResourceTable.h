@@ -62,6 +62,9 @@ public:
     /// What the current thread made current; any pointer may be null. False when it never made anything current.
     bool GetCurrentContextInfo(unsigned int* display, unsigned int* drawSurface, unsigned int* readSurface,
                                unsigned int* context) const;
+    /// Whether any captured thread has this context, or surface, of the display current.
+    bool IsContextCurrent(unsigned int display, unsigned int context) const;
+    bool IsSurfaceCurrent(unsigned int display, unsigned int surface) const;
     /// Makes `thread` the current one and tells whether that changed the API and the context; either pointer may be
     /// null. Returns whether the API changed. A thread not seen before has OpenGL ES bound and no context.
     bool SetCurrentThread(unsigned int thread, bool* apiChanged, bool* contextChanged);
@@ -175,6 +178,8 @@ public:
     void RemoveIdEGLDisplay(unsigned int id);
     /// Null for a display that was never added.
     DisplayResources* GetDisplayResource(unsigned int display);
+    /// How many captured displays have this live one.
+    std::size_t CountEGLDisplays(const void* liveDisplay) const;
 
     void AddIdEGLConfig(unsigned int id, void* config);
     void* GetValueEGLConfig(unsigned int id);

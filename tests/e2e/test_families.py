@@ -11,6 +11,7 @@ CLIENTS = {
     "client-arrays": FRAMES,
     "compute": FRAMES,
     "debug-labels": FRAMES,
+    "displays": 14,
     "images": FRAMES,
     "made-up-names": FRAMES,
     "multisample": FRAMES,
@@ -32,6 +33,7 @@ CLIENTS = {
 }
 # Families whose programs read pixels back to their memory.
 READ_BACKS = {
+    "displays": "verified: 2 of 2 read-backs equal",
     "pixel-buffers": "verified: 16 of 16 read-backs equal",
     "robustness": "verified: 16 of 16 read-backs equal",
     "surfaceless": "verified: 8 of 8 read-backs equal",
