@@ -1,49 +1,133 @@
 #include "Host/ConfigRequests.h"
 
 #include <algorithm>
+#include <array>
+#include <set>
+#include <string>
 
 #include "Interfaces/Core.h"
+#include "Playback/PlaybackSettings.h"
 
 namespace Host {
 
 namespace {
 
-constexpr EGLint SizeAttribs[] = {EGL_RED_SIZE,   EGL_GREEN_SIZE,   EGL_BLUE_SIZE,      EGL_ALPHA_SIZE,
-                                  EGL_DEPTH_SIZE, EGL_STENCIL_SIZE, EGL_SAMPLE_BUFFERS, EGL_SAMPLES};
+/// Those that a picture misses most come first.
+constexpr EGLint SizeAttribs[] = {EGL_RED_SIZE,     EGL_GREEN_SIZE,     EGL_BLUE_SIZE, EGL_ALPHA_SIZE, EGL_DEPTH_SIZE,
+                                  EGL_STENCIL_SIZE, EGL_SAMPLE_BUFFERS, EGL_SAMPLES,   EGL_BUFFER_SIZE};
+
+/// Attributes and their values, closed by EGL_NONE.
+using Request = std::vector<EGLint>;
 
 // A function in the table has no object to ask.
 decltype(Core::EGLProcTable::eglChooseConfig) driverChooseConfig = nullptr;
 SurfaceKind surfaceKind = SurfaceKind::Window;
+bool isQuiet = false;
+/// Attribute, size asked for, size taken.
+std::set<std::array<EGLint, 3>> toldSteps;
 
-bool HasExactSizes(EGLDisplay display, EGLConfig config, const std::vector<EGLint>& request)
+bool IsSize(EGLint attribute)
+{
+    return std::find(std::begin(SizeAttribs), std::end(SizeAttribs), attribute) != std::end(SizeAttribs);
+}
+
+EGLint GetValue(EGLDisplay display, EGLConfig config, EGLint attribute)
 {
     const auto getConfigAttrib = Core::KHRLayer::EGLProc().eglGetConfigAttrib;
-    if (!getConfigAttrib) {
-        return false;
-    }
+    EGLint value = -1;
+    return getConfigAttrib && getConfigAttrib(display, config, attribute, &value) ? value : -1;
+}
+
+bool HasExactSizes(EGLDisplay display, EGLConfig config, const Request& request)
+{
     for (std::size_t i = 0; i + 1 < request.size(); i += 2) {
-        EGLint value = 0;
-        if (std::find(std::begin(SizeAttribs), std::end(SizeAttribs), request[i]) != std::end(SizeAttribs) &&
-            request[i + 1] != EGL_DONT_CARE &&
-            (!getConfigAttrib(display, config, request[i], &value) || value != request[i + 1])) {
+        if (IsSize(request[i]) && request[i + 1] != EGL_DONT_CARE &&
+            GetValue(display, config, request[i]) != request[i + 1]) {
             return false;
         }
     }
     return true;
 }
 
+std::vector<EGLConfig> FindConfigs(EGLDisplay display, const Request& request)
+{
+    EGLint count = 0;
+    if (!driverChooseConfig(display, request.data(), nullptr, 0, &count) || count <= 0) {
+        return {};
+    }
+    std::vector<EGLConfig> configs(static_cast<std::size_t>(count));
+    if (!driverChooseConfig(display, request.data(), configs.data(), count, &count)) {
+        return {};
+    }
+    configs.resize(static_cast<std::size_t>(std::max(count, 0)));
+    return configs;
+}
+
+/// The request without its sizes, or with its sizes alone.
+Request Part(const Request& request, bool isOfSizes)
+{
+    Request part;
+    for (std::size_t i = 0; i + 1 < request.size(); i += 2) {
+        if (IsSize(request[i]) == isOfSizes) {
+            part.insert(part.end(), {request[i], request[i + 1]});
+        }
+    }
+    part.push_back(EGL_NONE);
+    return part;
+}
+
+void TellStep(EGLint attribute, EGLint asked, EGLint taken)
+{
+    if (!isQuiet && toldSteps.insert({attribute, asked, taken}).second) {
+        const std::string name = Core::LogFormat::GetEGLEnumString(static_cast<unsigned int>(attribute));
+        Core::Log::Print(Core::LogNotice, Core::ZoneGeneral, __LINE__, "src/Host/ConfigRequests", true,
+                         "The driver has no config with %s %d here: the replay draws with %d", name.c_str(), asked,
+                         taken);
+    }
+}
+
+/// A request that the driver has configs for, as near to one that it has none for as there is; that one itself where
+/// the sizes are not, or not alone, what it fails for.
+Request Relax(EGLDisplay display, const Request& asked)
+{
+    Request relaxed = Part(asked, false);
+    if (FindConfigs(display, relaxed).empty() ||
+        !FindConfigs(display, AdaptConfigRequest(Part(asked, true).data(), surfaceKind)).empty()) {
+        return asked;
+    }
+    for (const EGLint attribute : SizeAttribs) {
+        for (std::size_t i = 0; i + 1 < asked.size(); i += 2) {
+            if (asked[i] != attribute) {
+                continue;
+            }
+            const std::vector<EGLConfig> before = FindConfigs(display, relaxed);
+            relaxed.insert(relaxed.begin(), {attribute, asked[i + 1]});
+            if (FindConfigs(display, relaxed).empty()) {
+                EGLint& taken = relaxed[1];
+                taken = 0;
+                for (EGLConfig config : before) {
+                    taken = std::max(taken, GetValue(display, config, attribute));
+                }
+                TellStep(attribute, asked[i + 1], taken);
+            }
+        }
+    }
+    return relaxed;
+}
+
 EGLBoolean EGLAPIENTRY ChooseConfig(EGLDisplay display, const EGLint* attribs, EGLConfig* configs, EGLint size,
                                     EGLint* count)
 {
-    const std::vector<EGLint> request = AdaptConfigRequest(attribs, surfaceKind);
-    EGLint found = 0;
-    if (!configs || size <= 0 || !driverChooseConfig(display, request.data(), nullptr, 0, &found) || found <= 0) {
+    Request request = AdaptConfigRequest(attribs, surfaceKind);
+    // All of them, since the exact ones may be the last.
+    std::vector<EGLConfig> all = FindConfigs(display, request);
+    if (all.empty() && Playback::PlaybackEnvironment::Instance()->m_config.empty()) {
+        request = Relax(display, request);
+        all = FindConfigs(display, request);
+    }
+    if (!configs || size <= 0 || all.empty()) {
         return driverChooseConfig(display, request.data(), configs, size, count);
     }
-    // All of them, since the exact ones may be the last.
-    std::vector<EGLConfig> all(static_cast<std::size_t>(found));
-    const EGLBoolean result = driverChooseConfig(display, request.data(), all.data(), found, &found);
-    all.resize(static_cast<std::size_t>(std::max(found, 0)));
     std::stable_partition(all.begin(), all.end(),
                           [&](EGLConfig config) { return HasExactSizes(display, config, request); });
     const std::size_t taken = std::min(all.size(), static_cast<std::size_t>(size));
@@ -51,7 +135,7 @@ EGLBoolean EGLAPIENTRY ChooseConfig(EGLDisplay display, const EGLint* attribs, E
     if (count) {
         *count = static_cast<EGLint>(taken);
     }
-    return result;
+    return EGL_TRUE;
 }
 
 } // namespace
@@ -82,9 +166,20 @@ void AdaptConfigRequests(SurfaceKind surfaces)
 {
     driverChooseConfig = Core::KHRLayer::EGLProc().eglChooseConfig;
     surfaceKind = surfaces;
+    toldSteps.clear();
     if (driverChooseConfig) {
         Core::KHRLayer::Replace(&Core::EGLProcTable::eglChooseConfig, ChooseConfig);
     }
+}
+
+QuietConfigRequests::QuietConfigRequests()
+{
+    isQuiet = true;
+}
+
+QuietConfigRequests::~QuietConfigRequests()
+{
+    isQuiet = false;
 }
 
 } // namespace Host

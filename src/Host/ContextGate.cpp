@@ -2,11 +2,13 @@
 
 #include <EGL/eglext.h>
 
+#include "Host/ConfigRequests.h"
+
 namespace Host {
 
 ContextGate::ContextGate(Playback::GLResourceTable* table, Playback::WindowManager* windows,
                          Playback::EGLProxySurfaceFactory* surfaces, Tell tell)
-    : EGLPlaybackAdapter(table, windows, surfaces), m_table(table), m_tell(std::move(tell))
+    : SharedDisplays(table, windows, surfaces), m_table(table), m_tell(std::move(tell))
 {
     m_tell(false);
 }
@@ -18,9 +20,17 @@ bool ContextGate::IsLive() const
     if (!m_table->GetCurrentContextInfo(&capturedDisplay, nullptr, nullptr, &capturedContext) || capturedContext == 0) {
         return false;
     }
-    const EGLContext context = FindContext(capturedDisplay, capturedContext);
     const auto getCurrent = Core::KHRLayer::EGLProc().eglGetCurrentContext;
+    const EGLContext context = m_survivor && capturedContext == m_capturedSurvivor
+                                   ? m_survivor
+                                   : FindContext(capturedDisplay, capturedContext);
     return context && (!getCurrent || getCurrent() == context);
+}
+
+void ContextGate::TellAnew()
+{
+    m_survivor = EGL_NO_CONTEXT;
+    m_tell(IsLive());
 }
 
 EGLContext ContextGate::FindContext(std::uint32_t capturedDisplay, std::uint32_t capturedContext) const
@@ -35,39 +45,53 @@ EGLContext ContextGate::FindContext(std::uint32_t capturedDisplay, std::uint32_t
 
 void ContextGate::SetCurrentThread(std::uint32_t threadId)
 {
-    EGLPlaybackAdapter::SetCurrentThread(threadId);
-    m_tell(IsLive());
+    SharedDisplays::SetCurrentThread(threadId);
+    TellAnew();
 }
 
 void ContextGate::Process_eglMakeCurrent(std::int32_t captured, std::uint32_t dpy, std::uint32_t draw,
                                          std::uint32_t read, std::uint32_t ctx)
 {
-    EGLPlaybackAdapter::Process_eglMakeCurrent(captured, dpy, draw, read, ctx);
-    m_tell(IsLive());
+    SharedDisplays::Process_eglMakeCurrent(captured, dpy, draw, read, ctx);
+    TellAnew();
 }
 
 void ContextGate::Process_eglCreateContext(std::uint32_t captured, std::uint32_t dpy, std::uint32_t config,
                                            std::uint32_t share_context, Data::PointerData* attrib_list)
 {
-    EGLPlaybackAdapter::Process_eglCreateContext(captured, dpy, config, share_context, attrib_list);
-    m_tell(IsLive());
+    SharedDisplays::Process_eglCreateContext(captured, dpy, config, share_context, attrib_list);
+    TellAnew();
+}
+
+void ContextGate::Process_eglChooseConfig(std::int32_t captured, std::uint32_t dpy, Data::PointerData* attrib_list,
+                                          Data::PointerData* configs, std::int32_t config_size,
+                                          Data::PointerData* num_config)
+{
+    const QuietConfigRequests quiet;
+    SharedDisplays::Process_eglChooseConfig(captured, dpy, attrib_list, configs, config_size, num_config);
 }
 
 void ContextGate::Process_eglDestroyContext(std::int32_t captured, std::uint32_t dpy, std::uint32_t ctx)
 {
-    EGLPlaybackAdapter::Process_eglDestroyContext(captured, dpy, ctx);
-    m_tell(IsLive());
+    SharedDisplays::Process_eglDestroyContext(captured, dpy, ctx);
+    TellAnew();
 }
 
 void ContextGate::Process_eglReleaseThread(std::int32_t captured)
 {
-    EGLPlaybackAdapter::Process_eglReleaseThread(captured);
-    m_tell(IsLive());
+    SharedDisplays::Process_eglReleaseThread(captured);
+    TellAnew();
 }
 
 void ContextGate::Process_eglTerminate(std::int32_t captured, std::uint32_t dpy)
 {
-    EGLPlaybackAdapter::Process_eglTerminate(captured, dpy);
+    // What is current stays so, whatever becomes of its display.
+    const auto getCurrent = Core::KHRLayer::EGLProc().eglGetCurrentContext;
+    if (getCurrent && IsLive()) {
+        m_table->GetCurrentContextInfo(nullptr, nullptr, nullptr, &m_capturedSurvivor);
+        m_survivor = getCurrent();
+    }
+    SharedDisplays::Process_eglTerminate(captured, dpy);
     m_tell(IsLive());
 }
 
@@ -81,7 +105,7 @@ void ContextGate::Process_eglCreateImageKHR(std::uint32_t captured, std::uint32_
                          "eglCreateImageKHR is skipped: there is no context %u for its object", ctx);
         return;
     }
-    EGLPlaybackAdapter::Process_eglCreateImageKHR(captured, dpy, ctx, target, buffer, attrib_list);
+    SharedDisplays::Process_eglCreateImageKHR(captured, dpy, ctx, target, buffer, attrib_list);
 }
 
 } // namespace Host

@@ -51,6 +51,13 @@ TEST_F(FakeDriverTest, ConfigsOfExactlyTheSizesAskedForComeFirstAndNoneIsLost)
     std::sort(configs.begin(), configs.end());
     EXPECT_EQ(std::unique(configs.begin(), configs.end()), configs.end());
     EXPECT_NE(configs[0], nullptr);
+
+    // A size that there is none of becomes the largest that there is; no other one changes.
+    const EGLint tooDeep[] = {EGL_RED_SIZE, 12, EGL_DEPTH_SIZE, 24, EGL_NONE};
+    ASSERT_TRUE(choose(nullptr, tooDeep, configs.data(), 1, &found));
+    ASSERT_EQ(found, 1);
+    Core::KHRLayer::EGLProc().eglGetConfigAttrib(nullptr, configs[0], EGL_RED_SIZE, &red);
+    EXPECT_EQ(red, 10);
 }
 
 } // namespace
