@@ -3,6 +3,7 @@
 #include "Data/CaptureFile.h"
 #include "Host/ContextGate.h"
 #include "Host/MappingGuard.h"
+#include "Host/ReplayWindows.h"
 #include "Host/Screenshots.h"
 #include "Host/Verification.h"
 #include "Interfaces/Core.h"
@@ -95,10 +96,13 @@ std::map<std::string, std::uint64_t> Engine::Errors() const
     return errors;
 }
 
-void Engine::AttachHandlers(Data::CaptureFile& capture, Playback::WindowManager* windows, Screenshots* screenshots)
+void Engine::AttachHandlers(Data::CaptureFile& capture, ReplayWindows* windows, Screenshots* screenshots)
 {
     const PlaybackEnvironment& settings = *PlaybackEnvironment::Instance();
     m_metaHandlers.push_back(std::make_unique<Playback::CommonMetaHandler>(windows));
+    if (windows) {
+        m_metaHandlers.push_back(std::make_unique<WindowSizes>(*windows));
+    }
     m_metaHandlers.push_back(std::make_unique<Playback::KHRMetaHandler>(m_resourceTable.get()));
     if (settings.m_dumpDefaultFbo) {
         m_metaHandlers.push_back(std::make_unique<Playback::ImageMetaHandler>(screenshots));

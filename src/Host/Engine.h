@@ -17,11 +17,11 @@ class EGLPlaybackAdapter;
 class EGLProxySurfaceFactory;
 class GLPlaybackAdapter;
 class GLResourceTable;
-class WindowManager;
 } // namespace Playback
 
 namespace Host {
 
+class ReplayWindows;
 class Screenshots;
 struct Verification;
 
@@ -32,7 +32,7 @@ public:
     /// Where the replay is shown.
     struct Output {
         /// Null off screen. Not owned.
-        Playback::WindowManager* windows;
+        ReplayWindows* windows;
         std::unique_ptr<Playback::EGLProxySurfaceFactory> surfaces;
     };
 
@@ -50,7 +50,7 @@ public:
     [[nodiscard]] std::map<std::string, std::uint64_t> Errors() const;
 
 private:
-    void AttachHandlers(Data::CaptureFile& capture, Playback::WindowManager* windows, Screenshots* screenshots);
+    void AttachHandlers(Data::CaptureFile& capture, ReplayWindows* windows, Screenshots* screenshots);
 
     std::unique_ptr<Playback::GLResourceTable> m_resourceTable;
     std::unique_ptr<Playback::EGLProxySurfaceFactory> m_surfaceFactory;

@@ -13,14 +13,6 @@ namespace Host {
 
 namespace {
 
-bool MakesPbuffers(EGLDisplay display, EGLConfig config)
-{
-    const auto getConfigAttrib = Core::KHRLayer::EGLProc().eglGetConfigAttrib;
-    EGLint types = 0;
-    return !getConfigAttrib || !getConfigAttrib(display, config, EGL_SURFACE_TYPE, &types) ||
-           (types & EGL_PBUFFER_BIT) != 0;
-}
-
 /// Attributes that only pbuffers have.
 bool IsForPbuffers(EGLint attribute)
 {
@@ -62,14 +54,12 @@ unsigned int HiddenSurface::CreatePbufferSurface(void* display, void* config, co
     return CreateWindowSurface(display, config, m_eglWindow, others.data());
 }
 
-Playback::EGLProxySurface* WindowSurfaceFactory::CreatePbufferSurface(void* display, void* config, const int* attribs)
+bool MakesPbuffers(void* display, void* config)
 {
-    if (MakesPbuffers(display, config)) {
-        return EGLPassThruSurfaceFactory::CreatePbufferSurface(display, config, attribs);
-    }
-    auto surface = std::make_unique<HiddenSurface>(m_compositor);
-    surface->CreatePbufferSurface(display, config, attribs);
-    return Keep(std::move(surface));
+    const auto getConfigAttrib = Core::KHRLayer::EGLProc().eglGetConfigAttrib;
+    EGLint types = 0;
+    return !getConfigAttrib || !getConfigAttrib(display, config, EGL_SURFACE_TYPE, &types) ||
+           (types & EGL_PBUFFER_BIT) != 0;
 }
 
 } // namespace Host

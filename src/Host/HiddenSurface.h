@@ -1,5 +1,8 @@
 #pragma once
 
+#include <memory>
+#include <utility>
+
 #include "Playback/EGLPassThruSurface.h"
 #include "Playback/EGLPassThruSurfaceFactory.h"
 
@@ -26,12 +29,24 @@ private:
     wl_egl_window* m_eglWindow = nullptr;
 };
 
-/// Windows become windows. Pbuffers do too where their config makes no pbuffers, though nobody sees them.
-class WindowSurfaceFactory : public Playback::EGLPassThruSurfaceFactory {
+/// The config makes pbuffers in this driver.
+[[nodiscard]] bool MakesPbuffers(void* display, void* config);
+
+/// A factory of the engine's that makes windows for windows. Pbuffers become windows too where their config makes no
+/// pbuffers, though nobody sees them.
+template <class WindowFactory> class WindowSurfaceFactory : public WindowFactory {
 public:
     explicit WindowSurfaceFactory(wl_compositor* compositor) : m_compositor(compositor) {}
 
-    Playback::EGLProxySurface* CreatePbufferSurface(void* display, void* config, const int* attribs) override;
+    Playback::EGLProxySurface* CreatePbufferSurface(void* display, void* config, const int* attribs) override
+    {
+        if (MakesPbuffers(display, config)) {
+            return WindowFactory::CreatePbufferSurface(display, config, attribs);
+        }
+        auto surface = std::make_unique<HiddenSurface>(m_compositor);
+        surface->CreatePbufferSurface(display, config, attribs);
+        return this->Keep(std::move(surface));
+    }
 
 private:
     wl_compositor* m_compositor;

@@ -16,6 +16,13 @@ namespace Host {
 
 using Playback::PlaybackEnvironment;
 
+namespace {
+
+/// Of windows, where neither the user nor the capture says.
+constexpr PixelSize DefaultSize = {640, 480};
+
+} // namespace
+
 Output::Output() = default;
 Output::~Output() = default;
 
@@ -57,21 +64,24 @@ Outcome Output::OpenDriver()
 
 Outcome Output::OpenWindows(const Options& options, PixelSize captured)
 {
-    const PlaybackEnvironment& settings = *PlaybackEnvironment::Instance();
-    m_windows = std::make_unique<ReplayWindows>(
-        *m_connection, ReplayWindows::Style{.title = "Playback: " + Util::Path::GetFilePart(options.captureFile),
-                                            .captured = captured,
-                                            .fixed = {static_cast<unsigned int>(settings.m_windowWidth),
-                                                      static_cast<unsigned int>(settings.m_windowHeight)},
-                                            .fullscreen = settings.m_fullscreen});
-    if (!m_windows->Open()) {
+    PlaybackEnvironment& settings = *PlaybackEnvironment::Instance();
+    const PixelSize fixed = {static_cast<unsigned int>(settings.m_windowWidth),
+                             static_cast<unsigned int>(settings.m_windowHeight)};
+    // New windows take their size from the settings: that of the capture where the user gave none.
+    const auto choose = [](unsigned int given, unsigned int recorded, unsigned int otherwise) {
+        return static_cast<int>(given ? given : recorded ? recorded : otherwise);
+    };
+    settings.m_windowWidth = choose(fixed.width, captured.width, DefaultSize.width);
+    settings.m_windowHeight = choose(fixed.height, captured.height, DefaultSize.height);
+    m_windows =
+        ReplayWindows::Open(*m_connection, {.title = "Playback: " + Util::Path::GetFilePart(options.captureFile),
+                                            .fixed = fixed,
+                                            .isSingle = settings.m_singleSurface});
+    if (!m_windows) {
         return Failure{ExitStatus::NoDriver, "No display: the compositor refused a window. Try -headless to replay off "
                                              "screen."};
     }
     m_pacer = std::make_unique<FramePacer>(*m_windows, m_swapInterval);
-    if (settings.m_singleSurface) {
-        m_singleWindow = std::make_unique<Playback::SingleWindowManager>(m_windows->GetActiveWindow());
-    }
     return std::nullopt;
 }
 
@@ -80,25 +90,25 @@ wl_display* Output::Compositor() const
     return m_connection ? m_connection->Globals().display : nullptr;
 }
 
-Playback::WindowManager* Output::WindowManager() const
-{
-    if (m_singleWindow) {
-        return m_singleWindow.get();
-    }
-    return m_windows.get();
-}
-
 std::unique_ptr<Playback::EGLProxySurfaceFactory> Output::CreateSurfaceFactory() const
 {
     using namespace Playback;
-    if (m_singleWindow) {
-        return std::make_unique<EGLSingleSurfaceFactory>();
-    }
-    if (m_windows) {
-        return std::make_unique<WindowSurfaceFactory>(m_connection->Globals().compositor);
-    }
     const PlaybackEnvironment& settings = *PlaybackEnvironment::Instance();
-    if (settings.m_pbufferSurface && !settings.m_skipPbufferDisplay) {
+    if (m_windows) {
+        wl_compositor* const compositor = m_connection->Globals().compositor;
+        if (settings.m_singleSurface) {
+            return std::make_unique<WindowSurfaceFactory<EGLSingleSurfaceFactory>>(compositor);
+        }
+        return std::make_unique<WindowSurfaceFactory<EGLPassThruSurfaceFactory>>(compositor);
+    }
+    const bool isReadBack = settings.m_pbufferSurface && !settings.m_skipPbufferDisplay;
+    if (settings.m_singleSurface && isReadBack) {
+        return std::make_unique<SingleOffscreenSurfaceFactory<EGLOffscreenSurfaceFactory>>(m_pbufferWindows.get());
+    }
+    if (settings.m_singleSurface) {
+        return std::make_unique<SingleOffscreenSurfaceFactory<EGLPbufferSurfaceFactory>>();
+    }
+    if (isReadBack) {
         return std::make_unique<OffscreenSurfaceFactory<EGLOffscreenSurfaceFactory>>(m_pbufferWindows.get());
     }
     return std::make_unique<OffscreenSurfaceFactory<EGLPbufferSurfaceFactory>>();
@@ -122,13 +132,13 @@ bool Output::HasKeyboard() const
 
 bool Output::IsBlank() const
 {
-    return m_windows && m_windows->GetActiveWindow()->GetWidth() == 0;
+    return m_windows && m_windows->Active().Window().GetWidth() == 0;
 }
 
 void Output::ToggleFullscreen()
 {
     if (m_windows) {
-        m_windows->ToggleFullscreen();
+        m_windows->Active().ToggleFullscreen();
     }
 }
 

@@ -14,7 +14,6 @@ struct wl_display;
 namespace Playback {
 class EGLProxySurfaceFactory;
 class SingleWindowManager;
-class WindowManager;
 } // namespace Playback
 
 namespace Host {
@@ -41,7 +40,7 @@ public:
     /// The compositor; null off screen.
     [[nodiscard]] wl_display* Compositor() const;
     /// For the engine: null off screen.
-    [[nodiscard]] Playback::WindowManager* WindowManager() const;
+    [[nodiscard]] ReplayWindows* WindowManager() const { return m_windows.get(); }
     [[nodiscard]] std::unique_ptr<Playback::EGLProxySurfaceFactory> CreateSurfaceFactory() const;
 
     /// Handles what the compositor tells and appends what was asked for by keys. False once the connection is broken.
@@ -62,8 +61,6 @@ private:
     std::unique_ptr<WaylandConnection> m_connection;
     std::unique_ptr<ReplayWindows> m_windows;
     std::unique_ptr<FramePacer> m_pacer;
-    /// Where all captured windows share one.
-    std::unique_ptr<Playback::SingleWindowManager> m_singleWindow;
     // For the pbuffers of -pbuffersurface; null with -headless, where nothing is read back.
     std::unique_ptr<UnopenedWindow> m_pbufferWindow;
     std::unique_ptr<Playback::SingleWindowManager> m_pbufferWindows;

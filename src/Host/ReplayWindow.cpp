@@ -5,41 +5,28 @@
 
 #include "Host/WaylandConnection.h"
 #include "Host/XdgWindow.h"
+#include "Playback/PlaybackSettings.h"
 
 namespace Host {
 
-namespace {
-
-constexpr PixelSize DefaultSize = {640, 480};
-
-unsigned int Choose(unsigned int fixed, unsigned int captured, unsigned int otherwise)
-{
-    return fixed ? fixed : captured ? captured : otherwise;
-}
-
-} // namespace
-
 std::unique_ptr<ReplayWindow> ReplayWindow::Open(const std::string& title, WaylandConnection& connection,
-                                                 PixelSize captured, PixelSize fixed, bool fullscreen)
+                                                 PixelSize fixed)
 {
-    std::unique_ptr<ReplayWindow> window;
-    if (connection.StableShell()) {
-        window = std::make_unique<XdgWindow>(title, connection, fixed);
-    } else {
-        window = std::make_unique<ReplayWindow>(title, connection, fixed);
-    }
-    const unsigned int width = Choose(fixed.width, captured.width, DefaultSize.width);
-    const unsigned int height = Choose(fixed.height, captured.height, DefaultSize.height);
-    if (!window->Create(width, height, fullscreen)) {
-        return nullptr;
-    }
-    return window;
+    // Not make_unique: the constructor is private.
+    std::unique_ptr<ReplayWindow> window(new ReplayWindow(connection, fixed));
+    Playback::WaylandWindow::CreateParams params = {title.c_str(), &window->m_record.display, &connection};
+    window->m_window.reset(connection.StableShell() ? XdgWindow::CreateNewWindow(&params)
+                                                    : Playback::WaylandWindow::CreateNewWindow(&params));
+    return window->m_record.state.eglWindow && connection.Roundtrip() ? std::move(window) : nullptr;
 }
 
-ReplayWindow::ReplayWindow(const std::string& title, WaylandConnection& connection, PixelSize fixed)
-    : WindowRecord(connection.Globals()), WaylandWindow(title, &display, nullptr), m_connection(connection),
-      m_fixed(fixed)
+ReplayWindow::ReplayWindow(WaylandConnection& connection, PixelSize fixed)
+    : m_connection(connection), m_record(connection.Globals()), m_fixed(fixed)
 {
+    // Before the first configure event, which gives a window without a size of the compositor's the last one it had.
+    const Playback::PlaybackEnvironment& settings = *Playback::PlaybackEnvironment::Instance();
+    RememberSize(
+        {static_cast<unsigned int>(settings.m_windowWidth), static_cast<unsigned int>(settings.m_windowHeight)});
 }
 
 ReplayWindow::~ReplayWindow()
@@ -47,42 +34,21 @@ ReplayWindow::~ReplayWindow()
     ForgetFrame();
 }
 
-bool ReplayWindow::Create(unsigned int width, unsigned int height, bool fullscreen)
+void ReplayWindow::Resize(PixelSize captured)
 {
-    // Before the first configure event, which gives a window without a size of the compositor's the last one it had.
-    RememberSize({width, height});
-    if (!WaylandWindow::Create(width, height, fullscreen)) {
-        return false;
+    const PixelSize size = {m_fixed.width ? m_fixed.width : captured.width,
+                            m_fixed.height ? m_fixed.height : captured.height};
+    if (size.width != 0 && size.height != 0) {
+        RememberSize(size);
+        wl_egl_window_resize(m_record.state.eglWindow, static_cast<int>(size.width), static_cast<int>(size.height), 0,
+                             0);
     }
-    // A shell announces how it would like the window after a commit without a buffer; no frame may come before that.
-    wl_surface_commit(m_state->surface);
-    do {
-        if (!m_connection.Roundtrip()) {
-            return false;
-        }
-    } while (!IsConfigured());
-    return true;
-}
-
-void ReplayWindow::EnqueueResizeRequest(unsigned int width, unsigned int height)
-{
-    WaylandWindow::EnqueueResizeRequest(width, height);
-    if (width != 0 && height != 0) {
-        Resize(width, height);
-    }
-}
-
-void ReplayWindow::Resize(unsigned int width, unsigned int height)
-{
-    const PixelSize size = {Choose(m_fixed.width, width, width), Choose(m_fixed.height, height, height)};
-    RememberSize(size);
-    wl_egl_window_resize(m_state->eglWindow, static_cast<int>(size.width), static_cast<int>(size.height), 0, 0);
 }
 
 void ReplayWindow::KeepSize()
 {
-    if (m_state->eglWindow && (m_state->width != m_size.width || m_state->height != m_size.height)) {
-        Resize(m_size.width, m_size.height);
+    if (m_record.state.width != m_size.width || m_record.state.height != m_size.height) {
+        Resize(m_size);
     }
 }
 
@@ -100,13 +66,28 @@ void ReplayWindow::WaitForFrame(std::chrono::milliseconds patience)
         [](void* self, wl_callback*, std::uint32_t) { static_cast<ReplayWindow*>(self)->ForgetFrame(); },
     };
     // Goes to the compositor with the driver's next commit.
-    m_frame = wl_surface_frame(m_state->surface);
+    m_frame = wl_surface_frame(m_record.state.surface);
     wl_callback_add_listener(m_frame, &Listener, this);
 }
 
 void ReplayWindow::Commit()
 {
-    wl_surface_commit(m_state->surface);
+    wl_surface_commit(m_record.state.surface);
+}
+
+bool ReplayWindow::IsClosed() const
+{
+    const auto* window = dynamic_cast<const XdgWindow*>(m_window.get());
+    return window && window->IsClosed();
+}
+
+void ReplayWindow::ToggleFullscreen()
+{
+    if (m_window->IsFullscreen()) {
+        m_window->ExitFullscreenState();
+    } else {
+        m_window->EnterFullscreenState();
+    }
 }
 
 void ReplayWindow::ForgetFrame()
@@ -120,17 +101,8 @@ void ReplayWindow::ForgetFrame()
 void ReplayWindow::RememberSize(PixelSize size)
 {
     m_size = size;
-    m_state->width = m_state->savedWidth = size.width;
-    m_state->height = m_state->savedHeight = size.height;
-}
-
-void ReplayWindow::SendTitle(const std::string& text)
-{
-    if (m_state->shellSurface) {
-        wl_shell_surface_set_title(m_state->shellSurface, text.c_str());
-    } else {
-        WaylandWindow::SendTitle(text);
-    }
+    m_record.state.width = m_record.state.savedWidth = size.width;
+    m_record.state.height = m_record.state.savedHeight = size.height;
 }
 
 } // namespace Host

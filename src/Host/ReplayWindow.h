@@ -12,6 +12,7 @@ struct wl_callback;
 namespace Host {
 
 class WaylandConnection;
+class XdgWindow;
 
 /// A size in pixels; 0 where nothing is known or asked for.
 struct PixelSize {
@@ -36,23 +37,21 @@ struct UnopenedWindow : private WindowRecord, public Playback::WaylandWindow {
 };
 
 /// A window of a replay: as large as the captured surface, whatever the compositor would like, since another size
-/// would show other pixels. Under xdg-shell unstable v5 or wl_shell; see XdgWindow for the stable shell.
-class ReplayWindow : private WindowRecord, public Playback::WaylandWindow {
+/// would show other pixels. Under the stable xdg-shell it is an XdgWindow, under an older shell the engine's own.
+class ReplayWindow {
 public:
-    /// A shown window under the best shell of the connection; null when the compositor refuses. `captured` is the size
-    /// to begin with, `fixed` what the user chose: a dimension given there stays for good.
-    static std::unique_ptr<ReplayWindow> Open(const std::string& title, WaylandConnection& connection,
-                                              PixelSize captured, PixelSize fixed, bool fullscreen);
+    /// A shown window under the best shell of the connection, in the size and mode of the settings; null when the
+    /// compositor refuses. `fixed` is the size that the user chose: a dimension given there stays for good.
+    static std::unique_ptr<ReplayWindow> Open(const std::string& title, WaylandConnection& connection, PixelSize fixed);
+    ~ReplayWindow();
+    ReplayWindow(const ReplayWindow&) = delete;
+    ReplayWindow& operator=(const ReplayWindow&) = delete;
 
-    ReplayWindow(const std::string& title, WaylandConnection& connection, PixelSize fixed);
-    ~ReplayWindow() override;
+    /// What the engine knows of it.
+    [[nodiscard]] Playback::Window& Window() const { return *m_window; }
 
-    bool Create(unsigned int width, unsigned int height, bool fullscreen) override;
-    /// At once: a captured program draws its next frame in the new size, which is before the engine processes requests.
-    void EnqueueResizeRequest(unsigned int width, unsigned int height) override;
-    /// Takes effect with the first drawing after a swap or make-current.
-    void Resize(unsigned int width, unsigned int height) override;
-
+    /// Takes the captured surface's size. Takes effect with the first drawing after a swap or make-current.
+    void Resize(PixelSize captured);
     /// To be called when events were handled: takes the size back that one of the compositor's may have replaced.
     void KeepSize();
     /// Before a swap: waits until the compositor has shown the frame swapped before, at most for `patience`, since a
@@ -60,22 +59,18 @@ public:
     void WaitForFrame(std::chrono::milliseconds patience);
     /// Has the compositor take note of what was asked of the window, without a new frame.
     void Commit();
-    /// The user closed the window.
-    [[nodiscard]] bool IsClosed() const { return m_closed; }
-
-protected:
-    /// wl_shell has titles too.
-    void SendTitle(const std::string& text) override;
-    /// The compositor is ready for the first frame.
-    [[nodiscard]] virtual bool IsConfigured() const { return true; }
-
-    WaylandConnection& m_connection;
-    bool m_closed = false;
+    /// The user closed the window, where the shell tells.
+    [[nodiscard]] bool IsClosed() const;
+    void ToggleFullscreen();
 
 private:
+    ReplayWindow(WaylandConnection& connection, PixelSize fixed);
     void RememberSize(PixelSize size);
     void ForgetFrame();
 
+    WaylandConnection& m_connection;
+    WindowRecord m_record;
+    std::unique_ptr<Playback::Window> m_window;
     PixelSize m_fixed;
     PixelSize m_size;
     /// Pending until the compositor shows the frame swapped last; null when nothing is awaited.

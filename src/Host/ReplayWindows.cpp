@@ -7,8 +7,19 @@
 
 namespace Host {
 
-ReplayWindows::ReplayWindows(WaylandConnection& connection, Style style)
-    : m_connection(connection), m_style(std::move(style))
+std::unique_ptr<ReplayWindows> ReplayWindows::Open(WaylandConnection& connection, Style style)
+{
+    auto first = ReplayWindow::Open(style.title, connection, style.fixed);
+    if (!first) {
+        return nullptr;
+    }
+    // Not make_unique: the constructor is private.
+    return std::unique_ptr<ReplayWindows>(new ReplayWindows(connection, std::move(style), std::move(first)));
+}
+
+ReplayWindows::ReplayWindows(WaylandConnection& connection, Style style, std::unique_ptr<ReplayWindow> first)
+    : SingleWindowManager(&first->Window()), m_connection(connection), m_style(std::move(style)),
+      m_spare(std::move(first)), m_active(m_spare.get())
 {
     m_connection.SetAfterEvents([this] {
         if (m_spare) {
@@ -25,68 +36,62 @@ ReplayWindows::~ReplayWindows()
     m_connection.SetAfterEvents({});
 }
 
-bool ReplayWindows::Open()
+ReplayWindow* ReplayWindows::Find(unsigned int id) const
 {
-    m_spare = NewWindow();
-    m_active = m_spare.get();
-    return m_active != nullptr;
-}
-
-std::unique_ptr<ReplayWindow> ReplayWindows::NewWindow()
-{
-    return ReplayWindow::Open(m_style.title, m_connection, m_style.captured, m_style.fixed, m_style.fullscreen);
-}
-
-Playback::Window* ReplayWindows::GetWindow(unsigned int id)
-{
+    if (m_style.isSingle) {
+        return m_active;
+    }
     const auto found = m_ofSurface.find(id);
     return found != m_ofSurface.end() ? found->second.get() : nullptr;
 }
 
+void ReplayWindows::Use(ReplayWindow& window)
+{
+    m_active = &window;
+    m_window = &window.Window();
+}
+
+Playback::Window* ReplayWindows::GetWindow(unsigned int id)
+{
+    const ReplayWindow* window = Find(id);
+    return window ? &window->Window() : nullptr;
+}
+
 void ReplayWindows::AddWindow(unsigned int id)
 {
-    if (m_ofSurface.count(id) != 0) {
+    if (Find(id)) {
         return;
     }
-    if (auto window = m_spare ? std::move(m_spare) : NewWindow()) {
+    if (auto window = m_spare ? std::move(m_spare) : ReplayWindow::Open(m_style.title, m_connection, m_style.fixed)) {
         m_ofSurface.emplace(id, std::move(window));
     }
 }
 
 void ReplayWindows::RemoveWindow(unsigned int id)
 {
-    const auto found = m_ofSurface.find(id);
-    if (found == m_ofSurface.end()) {
+    auto removed = m_ofSurface.extract(id);
+    if (!removed) {
         return;
     }
-    auto window = std::move(found->second);
-    m_ofSurface.erase(found);
     if (m_ofSurface.empty()) {
-        m_spare = std::move(window);
-        m_active = m_spare.get();
-    } else if (m_active == window.get()) {
-        m_active = m_ofSurface.begin()->second.get();
+        m_spare = std::move(removed.mapped());
+        Use(*m_spare);
+    } else if (m_active == removed.mapped().get()) {
+        Use(*m_ofSurface.begin()->second);
     }
 }
 
 void ReplayWindows::ActivateWindow(unsigned int id)
 {
-    if (const auto found = m_ofSurface.find(id); found != m_ofSurface.end()) {
-        m_active = found->second.get();
+    if (ReplayWindow* window = Find(id)) {
+        Use(*window);
     }
 }
 
-ReplayWindow* ReplayWindows::GetActiveWindow()
+void ReplayWindows::Resize(unsigned int id, PixelSize captured)
 {
-    return m_active;
-}
-
-void ReplayWindows::ToggleFullscreen()
-{
-    if (m_active->IsFullscreen()) {
-        m_active->ExitFullscreenState();
-    } else {
-        m_active->EnterFullscreenState();
+    if (ReplayWindow* window = Find(id)) {
+        window->Resize(captured);
     }
 }
 

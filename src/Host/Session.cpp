@@ -104,7 +104,8 @@ Outcome Session::LoadSettings()
     if (folder && !Util::Path::Exists(*folder)) {
         return Failure{ExitStatus::NotWritten, "cannot create the folder of -screenshotdir, " + *folder};
     }
-    if (m_settings->m_screenshotPath.empty()) {
+    // Default framebuffers go by their own names.
+    if (m_settings->m_screenshotPath.empty() && !m_settings->m_dumpDefaultFbo) {
         m_settings->m_screenshotPath = m_settings->GetFilePrefix(m_options.captureFile, 0);
     }
     return std::nullopt;
@@ -132,8 +133,11 @@ Outcome Session::OpenCapture()
 
 Outcome Session::StartStatistics()
 {
-    if (std::string fault = Statistics::FileFault(m_options.captureFile); !fault.empty()) {
-        return Failure{ExitStatus::Usage, std::move(fault)};
+    if (std::string fault = Statistics::ReportFault(m_options.captureFile); !fault.empty()) {
+        return Failure{ExitStatus::NotWritten, std::move(fault)};
+    }
+    for (const std::string& fault : Statistics::TextFaults()) {
+        Core::Console::Print(Core::LogWarning, false, "playback: %s; the reports do without it.", fault.c_str());
     }
     // Values that no statistics are kept of are the rule rather than the exception.
     if (!m_options.args.FindValue("-loglevel")) {
@@ -280,7 +284,11 @@ Outcome Session::ReplayFrame()
     {
         const Telling::InDriver inDriver(&m_telling);
         m_timer.SetDoing(nullptr);
-        m_controller->FrameForward();
+        if (m_controller->IsPaused()) {
+            m_controller->FrameForward();
+        } else {
+            m_controller->Update();
+        }
         m_timer.SetDoing("at its end");
     }
     const std::uint64_t calls = m_capture->CallCount() - before;

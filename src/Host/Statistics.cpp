@@ -11,18 +11,36 @@
 
 namespace Host {
 
-std::string Statistics::FileFault(const std::string& captureFile)
+namespace {
+
+/// Why the file cannot be written; empty when it can.
+std::string FileFault(const std::string& name)
 {
-    const std::string names[] = {captureFile + ".xml", captureFile + "_flat.xml", "stats.txt", "glstats.txt",
-                                 "eglstats.txt"};
-    for (const std::string& name : names) {
-        std::FILE* const file = std::fopen(name.c_str(), "a");
-        if (!file) {
-            return "cannot write " + name + " for -stats: " + std::strerror(errno);
-        }
-        std::fclose(file);
+    std::FILE* const file = std::fopen(name.c_str(), "a");
+    if (!file) {
+        return "cannot write " + name + " for -stats: " + std::strerror(errno);
     }
+    std::fclose(file);
     return "";
+}
+
+} // namespace
+
+std::string Statistics::ReportFault(const std::string& captureFile)
+{
+    const std::string fault = FileFault(captureFile + ".xml");
+    return fault.empty() ? FileFault(captureFile + "_flat.xml") : fault;
+}
+
+std::vector<std::string> Statistics::TextFaults()
+{
+    std::vector<std::string> faults;
+    for (const char* name : {"stats.txt", "glstats.txt", "eglstats.txt"}) {
+        if (std::string fault = FileFault(name); !fault.empty()) {
+            faults.push_back(std::move(fault));
+        }
+    }
+    return faults;
 }
 
 Statistics::Statistics(Data::CaptureFile& capture, const std::string& captureFile)

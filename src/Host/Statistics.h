@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace Data {
 class CaptureFile;
@@ -18,9 +19,11 @@ namespace Host {
 /// What a run with -stats has in the place of the engine: the statistics adapters and their store. Needs no driver.
 class Statistics {
 public:
-    /// Which of the files could not be written, and why; empty when all of them can. They are empty afterwards if they
-    /// were not there before.
-    [[nodiscard]] static std::string FileFault(const std::string& captureFile);
+    /// Which of the reports cannot be written, and why; empty when both can. They are empty afterwards if they were not
+    /// there before.
+    [[nodiscard]] static std::string ReportFault(const std::string& captureFile);
+    /// The same of the text files in the current folder, a line each. The reports do without them.
+    [[nodiscard]] static std::vector<std::string> TextFaults();
 
     /// Registers the adapters with the capture, which outlives this object. The reports are named after `captureFile`
     /// and lie beside it; the text files are in the current folder.

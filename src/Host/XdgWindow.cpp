@@ -20,6 +20,22 @@ bool Contains(const wl_array& states, std::uint32_t state)
 
 } // namespace
 
+Playback::Window* XdgWindow::CreateNewWindow(void* params)
+{
+    if (!params) {
+        return nullptr;
+    }
+    const auto* create = static_cast<const CreateParams*>(params);
+    auto* window = new XdgWindow(create->title, create->display, *static_cast<WaylandConnection*>(create->userData));
+    window->CreateAsSet();
+    return window;
+}
+
+XdgWindow::XdgWindow(const std::string& title, Playback::Display* display, WaylandConnection& connection)
+    : WaylandWindow(title, display, &connection), m_connection(connection)
+{
+}
+
 XdgWindow::~XdgWindow()
 {
     if (m_toplevel) {
@@ -28,6 +44,21 @@ XdgWindow::~XdgWindow()
     if (m_xdgSurface) {
         xdg_surface_destroy(m_xdgSurface);
     }
+}
+
+bool XdgWindow::Create(unsigned int width, unsigned int height, bool fullscreen)
+{
+    if (!WaylandWindow::Create(width, height, fullscreen)) {
+        return false;
+    }
+    // The shell announces how it would like the window after a commit without a buffer; no frame may come before that.
+    wl_surface_commit(m_state->surface);
+    while (!m_configured) {
+        if (!m_connection.Roundtrip()) {
+            return false;
+        }
+    }
+    return true;
 }
 
 void XdgWindow::CreateRole()

@@ -4,7 +4,8 @@
 
 namespace Playback {
 
-/// Shows every captured surface in one window, which the host makes and owns and which outlives this object.
+/// Shows every captured surface in one window, which the host makes and owns. The window outlives this object or is
+/// replaced by one that does.
 class SingleWindowManager : public WindowManager {
 public:
     explicit SingleWindowManager(Window* window) : m_window(window) {}
@@ -17,7 +18,7 @@ public:
     Window* CreateNewWindow() override;
     void DestroyWindow(Window* window) override;
 
-private:
+protected:
     Window* m_window;
 };
 

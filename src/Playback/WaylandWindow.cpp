@@ -73,12 +73,17 @@ Window* WaylandWindow::CreateNewWindow(void* params)
         return nullptr;
     }
     const auto* create = static_cast<const CreateParams*>(params);
+    auto* window = new WaylandWindow(create->title, create->display, create->userData);
+    window->CreateAsSet();
+    return window;
+}
+
+bool WaylandWindow::CreateAsSet()
+{
     const auto* settings = PlaybackEnvironment::Instance();
     const unsigned int width = settings->m_windowWidth ? settings->m_windowWidth : DefaultWidth;
     const unsigned int height = settings->m_windowHeight ? settings->m_windowHeight : DefaultHeight;
-    auto* window = new WaylandWindow(create->title, create->display, create->userData);
-    window->Create(width, height, settings->m_fullscreen);
-    return window;
+    return Create(width, height, settings->m_fullscreen);
 }
 
 bool WaylandWindow::Create(unsigned int width, unsigned int height, bool fullscreen)

@@ -7,7 +7,8 @@ namespace Playback {
 
 /// A Wayland toplevel drawn through a wl_egl_window, under xdg-shell unstable v5 or wl_shell. Without either it has no
 /// role and the compositor does not show it. Its size follows the compositor's configure events, not the engine's
-/// requests. A host derives from it for other shells: override CreateRole, SendTitle and what uses the role.
+/// requests. A host derives from it for other shells: override CreateRole, SendTitle and what uses the role, and offer
+/// a CreateNewWindow of its own.
 class WaylandWindow : public Window {
 public:
     /// What CreateNewWindow takes. The title is copied.
@@ -66,6 +67,8 @@ public:
     [[nodiscard]] wl_egl_window* GetWindowHandle() const { return m_state->eglWindow; }
 
 protected:
+    /// Create with the size and mode in the settings.
+    bool CreateAsSet();
     /// Gives the new wl_surface its role in a shell, with title. Called by Create.
     virtual void CreateRole();
     /// Shows the text in the title bar, where the role has one.

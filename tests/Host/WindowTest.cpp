@@ -7,6 +7,7 @@
 #include "Host/ReplayWindows.h"
 #include "Host/WaylandConnection.h"
 #include "Interfaces/Core.h"
+#include "Playback/PlaybackSettings.h"
 
 namespace {
 
@@ -25,9 +26,13 @@ protected:
         }
     }
 
-    void Open(Host::PixelSize captured, bool fullscreen)
+    void Open(Host::PixelSize size, bool fullscreen)
     {
-        m_window = Host::ReplayWindow::Open("test", *m_connection, captured, {}, fullscreen);
+        Playback::PlaybackEnvironment& settings = *Playback::PlaybackEnvironment::Instance();
+        settings.m_windowWidth = static_cast<int>(size.width);
+        settings.m_windowHeight = static_cast<int>(size.height);
+        settings.m_fullscreen = fullscreen;
+        m_window = Host::ReplayWindow::Open("test", *m_connection, {});
         ASSERT_NE(m_window, nullptr);
         ASSERT_EQ(Host::OpenDriver("", m_connection->Globals().display), "");
         const Core::EGLProcTable& egl = Core::KHRLayer::EGLProc();
@@ -37,7 +42,7 @@ protected:
         EGLint count = 0;
         ASSERT_TRUE(egl.eglChooseConfig(m_display, request, &config, 1, &count) && count == 1);
         void* window = nullptr;
-        m_window->GetNativeHandle(Playback::Window::NativeHandle::EGLWindow, &window);
+        m_window->Window().GetNativeHandle(Playback::Window::NativeHandle::EGLWindow, &window);
         m_surface =
             egl.eglCreateWindowSurface(m_display, config, reinterpret_cast<EGLNativeWindowType>(window), nullptr);
         egl.eglBindAPI(EGL_OPENGL_ES_API);
@@ -66,12 +71,13 @@ TEST_F(WindowTest, FullScreenKeepsThePixelsOfTheCapture)
         Swap();
         ASSERT_TRUE(m_connection->Roundtrip());
     }
-    EXPECT_TRUE(m_window->IsFullscreen());
-    EXPECT_EQ(std::pair(m_window->GetWidth(), m_window->GetHeight()), std::pair(300u, 200u));
-    m_window->ExitFullscreenState();
+    const Playback::Window& window = m_window->Window();
+    EXPECT_TRUE(window.IsFullscreen());
+    EXPECT_EQ(std::pair(window.GetWidth(), window.GetHeight()), std::pair(300u, 200u));
+    m_window->ToggleFullscreen();
     Swap();
     ASSERT_TRUE(m_connection->Roundtrip());
-    EXPECT_FALSE(m_window->IsFullscreen());
+    EXPECT_FALSE(window.IsFullscreen());
 }
 
 TEST_F(WindowTest, AFrameIsAwaitedUntilTheCompositorHasShownIt)
@@ -102,8 +108,9 @@ TEST(WindowsTest, EachSurfaceHasAWindowAndTheLastOneStaysForTheNext)
 {
     std::string why;
     const auto connection = Host::WaylandConnection::Open(why);
-    Host::ReplayWindows windows(*connection, {"test", {}, {}, false});
-    ASSERT_TRUE(windows.Open()) << why;
+    const auto opened = Host::ReplayWindows::Open(*connection, {.title = "test", .fixed = {}});
+    ASSERT_NE(opened, nullptr) << why;
+    Playback::SingleWindowManager& windows = *opened;
     Playback::Window* const first = windows.GetActiveWindow();
     EXPECT_EQ(windows.GetWindow(3), nullptr);
     windows.AddWindow(3);
