@@ -57,7 +57,12 @@ void Engine::ShowFramebuffer(std::uint32_t captured, std::int32_t x, std::int32_
 {
     const Core::GLESProcTable& gl = Core::KHRLayer::GLESProc();
     const Core::EGLProcTable& egl = Core::KHRLayer::EGLProc();
-    if (!gl.glBlitFramebuffer || !m_resourceTable->HasGLFramebuffer(captured)) {
+    if (!m_resourceTable->HasGLFramebuffer(captured)) {
+        Core::Log::Print(Core::LogWarning, Core::ZoneGeneral, __LINE__, "src/Host/Engine", true,
+                         "-swapfbo: there is no framebuffer %u at the swap; nothing is shown", captured);
+        return;
+    }
+    if (!gl.glBlitFramebuffer) {
         return;
     }
     const EGLDisplay display = egl.eglGetCurrentDisplay();

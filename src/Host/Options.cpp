@@ -1,12 +1,9 @@
 #include "Host/Options.h"
 
-#include <algorithm>
-#include <charconv>
-#include <optional>
 #include <string_view>
 #include <vector>
 
-#include "Interfaces/Core.h"
+#include "Host/OptionValues.h"
 #include "Playback/PlaybackSettings.h"
 #include "Util/CommandLine.h"
 
@@ -33,7 +30,8 @@ constexpr Util::Option OwnOptions[] = {
     {"-headless", "", "replay off screen even where there is a compositor", "Program"},
     {"-verify", "", "compare frames with the hashes of playback-record --hash, and pixels that were read back",
      "Results"},
-    {"-measureframes", "A-B", "frames whose times are measured; all but the first when not given", "Results"},
+    {"-measureframes", "A-B", "frames whose times are measured, A- for all from A on; all but the first when not given",
+     "Results"},
     {"-check", "", "only tell what the capture needs and this driver lacks; status 1 when there is something",
      "Results"},
     {"-timecalls", "", "add the CPU time of each function to the results of -json; replay is slower then", "Results"},
@@ -55,11 +53,6 @@ constexpr Util::Option OwnOptions[] = {
     {"-version", "", "print the version", "Program"},
 };
 
-constexpr int LargestWindow = 32767;
-constexpr int LargestCount = 60;
-/// Of seconds, and of frames a second.
-constexpr double LargestNumber = 1e6;
-
 std::vector<Util::Option> AllOptions()
 {
     std::vector<Util::Option> all(std::begin(OwnOptions), std::end(OwnOptions));
@@ -69,62 +62,9 @@ std::vector<Util::Option> AllOptions()
     return all;
 }
 
-std::optional<int> WholeNumber(std::string_view text)
-{
-    int value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size()) {
-        return std::nullopt;
-    }
-    return value;
-}
-
-std::optional<double> PositiveNumber(const std::string& text)
-{
-    double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    const bool isNumber = error == std::errc() && end == text.data() + text.size();
-    return isNumber && value > 0 && value <= LargestNumber ? std::optional(value) : std::nullopt;
-}
-
-/// What is wrong with an option's value, as the end of a sentence; empty when it is fine.
-std::string ValueFault(std::string_view name, std::string_view placeholder, const std::string& value)
-{
-    if (placeholder == "N" && !WholeNumber(value)) {
-        return "needs a whole number";
-    }
-    if (name == "-measureframes") {
-        return Util::ParseFrameRange(value) ? "" : "needs frames A-B, A from 1 and B not below A";
-    }
-    if (name == "-framesinflight" || name == "-swapinterval") {
-        const int number = *WholeNumber(value);
-        return number >= 0 && number <= LargestCount ? "" : "needs 0 to " + std::to_string(LargestCount);
-    }
-    if (name == "-framerate" || name == "-timelimit") {
-        return PositiveNumber(value) ? "" : "needs a number above 0";
-    }
-    if (name == "-pace") {
-        return value == "recorded" ? "" : "needs recorded";
-    }
-    if (name == "-width" || name == "-height") {
-        const int pixels = *WholeNumber(value);
-        return pixels >= 1 && pixels <= LargestWindow ? "" : "needs 1 to " + std::to_string(LargestWindow) + " pixels";
-    }
-    if (name == "-config" && value.size() < 4 && value.find('R') == std::string::npos) {
-        return "needs components (R8G8B8A8D24S8) or, from the second character on, the colour depth, any character and "
-               "the depth buffer's depth (C32D24)";
-    }
-    if (name == "-screenshots" && !value.empty() &&
-        (value.find_first_not_of("0123456789:-*") != std::string::npos ||
-         value.find_first_of("0123456789") == std::string::npos)) {
-        return "needs a frame N, frames A-B, every N frames N*, draws F:A-B of a frame, or \"\" for all frames";
-    }
-    return "";
-}
-
 Answer UsageError(const std::string& what)
 {
-    return {ExitStatus::Usage, "playback: " + what + "\n" + Usage + "\n'playback -help' lists the options.\n"};
+    return {ExitStatus::Usage, Util::UsageError("playback", what) + "\n"};
 }
 
 } // namespace
@@ -146,7 +86,9 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
     for (const Util::Option& option : table) {
         if (const std::string* value = args.FindValue(std::string(option.name))) {
             if (const std::string fault = ValueFault(option.name, option.valueName, *value); !fault.empty()) {
-                return UsageError("option " + std::string(option.name) + " " + fault + ", found \"" + *value + "\"");
+                const bool isQuoted = fault.ends_with('?');
+                return UsageError("option " + std::string(option.name) + " " + fault +
+                                  (isQuoted ? "" : ", found \"" + *value + "\""));
             }
         }
     }
@@ -155,10 +97,14 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
                               ? "no capture file given"
                               : "one capture file expected, found a second one: " + args.positional[1]);
     }
-
-    if (args.HasSwitch("-stats") && args.HasSwitch("-verify")) {
-        return UsageError("-stats draws no frame that -verify could compare; give one of them");
+    if (args.positional[0] == "-") {
+        return UsageError("a capture is read from a file, not from standard input");
     }
+
+    if (const std::string fault = CombinationFault(args); !fault.empty()) {
+        return UsageError(fault);
+    }
+    ExpandFunctionPatterns(args);
 
     Options options;
     options.captureFile = args.positional.front();
@@ -192,10 +138,54 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
     options.timeCalls = args.HasSwitch("-timecalls");
     options.quiet = args.HasSwitch("-quiet");
     options.arguments.assign(argv + 1, argv + argc);
+    if (const auto screenshots = args.values.find("-screenshots"); screenshots != args.values.end()) {
+        options.screenshots = ParseScreenshots(screenshots->second);
+        if (options.screenshots.isList) {
+            args.values.erase(screenshots);
+        } else {
+            screenshots->second = options.screenshots.engineValue;
+        }
+    }
     options.headless = args.HasSwitch("-headless");
     options.verify = args.HasSwitch("-verify");
     options.args = std::move(args);
     return options;
+}
+
+std::vector<std::string> WithoutEffect(const Options& options, std::uint32_t frames)
+{
+    struct Companion {
+        const char* option;
+        const char* other;
+    };
+    // An option that only says how another one is meant.
+    constexpr Companion companions[] = {{"-samples", "-config"},
+                                        {"-threadFilterStartFrame", "-thread"},
+                                        {"-skippbufferdisplay", "-pbuffersurface"},
+                                        {"-timecalls", "-json"}};
+    const Util::ParseArgs::CmdLineArgs& args = options.args;
+    const auto isGiven = [&](const char* option) { return args.HasSwitch(option) || args.FindValue(option); };
+    std::vector<std::string> notes;
+    for (const auto& [option, other] : companions) {
+        if (isGiven(option) && !isGiven(other)) {
+            notes.push_back(std::string(option) + " goes with " + other + ", which is not given.");
+        }
+    }
+    const auto noteBeyond = [&](const char* option, std::uint32_t first) {
+        if (first > frames) {
+            notes.push_back(std::string(option) + " begins with frame " + std::to_string(first) +
+                            ", after the last one, which is " + std::to_string(frames) + ".");
+        }
+    };
+    noteBeyond("-screenshots", options.screenshots.drawFrame != 0 ? options.screenshots.drawFrame
+                                                                  : options.screenshots.frames.FirstAfter(0));
+    if (args.FindValue("-measureframes")) {
+        noteBeyond("-measureframes", options.measuredFrames.first);
+    }
+    if (const std::string* const frame = args.FindValue("-pauseframe")) {
+        noteBeyond("-pauseframe", static_cast<std::uint32_t>(*WholeNumber(*frame)));
+    }
+    return notes;
 }
 
 } // namespace Host

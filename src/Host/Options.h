@@ -9,6 +9,7 @@
 #include "Host/Failure.h"
 #include "Host/Measurements.h"
 #include "Host/Pace.h"
+#include "Host/ScreenshotChoice.h"
 #include "Interfaces/Util.h"
 
 namespace Host {
@@ -34,6 +35,8 @@ struct Options {
     unsigned int framesInFlight = 2;
     /// In the place of the captured ones.
     std::optional<int> swapInterval;
+    /// A list of frames is not in `args`, since the engine's settings cannot hold it.
+    ScreenshotChoice screenshots;
     /// All of the command line, for the results.
     std::vector<std::string> arguments;
 };
@@ -46,5 +49,8 @@ struct Answer {
 
 /// Parses the arguments of main. Values that the engine would take for something else are refused here.
 std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv);
+
+/// What has no effect on a capture of so many frames, a sentence each.
+std::vector<std::string> WithoutEffect(const Options& options, std::uint32_t frames);
 
 } // namespace Host

@@ -23,16 +23,18 @@ unsigned int ChosenBuffers(std::int32_t filter)
 
 } // namespace
 
-Screenshots::Screenshots(const Playback::PlaybackEnvironment& settings, FrameTimer* timer)
+Screenshots::Screenshots(const Playback::PlaybackEnvironment& settings, FrameSet listed, FrameTimer* timer)
     : GLScreenshotHandler(static_cast<Util::ImageFormat>(settings.m_screenshotFormat), settings.m_screenshotOpaque),
-      m_settings(settings), m_timer(timer)
+      m_settings(settings), m_listed(std::move(listed)), m_timer(timer)
 {
+    m_wantedFrame = m_listed.FirstAfter(0);
 }
 
 void Screenshots::StartPass(std::uint32_t pass)
 {
     m_pass = pass;
-    m_frame = m_draw = m_blit = m_wantedFrame = m_frameToWrite = m_frameToKeep = 0;
+    m_frame = m_draw = m_blit = m_frameToWrite = m_frameToKeep = 0;
+    m_wantedFrame = m_listed.FirstAfter(0);
     m_kept = {};
 }
 
@@ -58,11 +60,19 @@ void Screenshots::TakeScreenshot(const std::string& name, unsigned int bufferMas
     if (chosen == 0) {
         return;
     }
+    TakePictures(name, chosen);
+    if (isFrame && m_wantedFrame <= m_frame) {
+        m_wantedFrame = m_listed.FirstAfter(m_frame);
+    }
+}
+
+void Screenshots::TakePictures(const std::string& name, unsigned int buffers)
+{
     const FrameTimer::Break pause(m_timer, FrameTimer::Beside::Pictures);
     // Pictures that cannot be read are logged, as those that cannot be written.
     const std::uint64_t errors = Core::Log::ErrorCount();
     const std::uint64_t failures = m_failures;
-    GLScreenshotHandler::TakeScreenshot(name, chosen);
+    GLScreenshotHandler::TakeScreenshot(name, buffers);
     m_failures = failures + Core::Log::ErrorCount() - errors;
 }
 
@@ -76,11 +86,10 @@ bool Screenshots::WriteScreenshot(const std::string& name, unsigned int width, u
         return WriteFile(picture, data);
     }
     picture.data.assign(bytes, bytes + size);
-    m_wantedFrame = 0;
     bool isWritten = true;
     if (m_frame == m_frameToWrite) {
         isWritten = WriteAsked(picture);
-    } else if (m_settings.IsScreenshotFrame(m_frame)) {
+    } else if (m_settings.IsScreenshotFrame(m_frame) || m_listed.FirstAfter(m_frame - 1) == m_frame) {
         isWritten = WriteFile(picture, data);
     }
     if (m_frame == m_frameToKeep) {
@@ -97,7 +106,10 @@ bool Screenshots::WriteFile(const Picture& picture, const void* data)
     const Telling::InHost inHost(&m_timer->Teller());
     if (!isWritten) {
         ++m_failures;
-    } else if (picture.name == FrameName(picture.frame)) {
+        return false;
+    }
+    ++m_written;
+    if (picture.name == FrameName(picture.frame)) {
         m_files.push_back({m_pass, picture.frame, picture.name + Extension()});
     }
     return isWritten;

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "Host/ScreenshotChoice.h"
 #include "Interfaces/Util.h"
 
 namespace Playback {
@@ -25,8 +26,9 @@ public:
         std::string name;
     };
 
-    /// The timer, which outlives this, takes the time of pictures out of that of frames.
-    Screenshots(const Playback::PlaybackEnvironment& settings, FrameTimer* timer);
+    /// `listed` has the frames that the settings do not. The timer, which outlives this, takes the time of pictures out
+    /// of that of frames.
+    Screenshots(const Playback::PlaybackEnvironment& settings, FrameSet listed, FrameTimer* timer);
 
     /// The frames that come now are those of another pass.
     void StartPass(std::uint32_t pass);
@@ -40,6 +42,8 @@ public:
 
     /// Files of whole frames that were written so far.
     [[nodiscard]] const std::vector<File>& Files() const { return m_files; }
+    /// Pictures of frames and draws that were written so far.
+    [[nodiscard]] std::uint64_t Written() const { return m_written; }
     /// Pictures that were asked for and could not be taken or written so far; the log has the reasons.
     [[nodiscard]] std::uint64_t Failures() const { return m_failures; }
 
@@ -59,6 +63,7 @@ private:
         std::vector<std::uint8_t> data;
     };
 
+    void TakePictures(const std::string& name, unsigned int buffers);
     /// `data` holds the pixels; those of the picture are not used.
     bool WriteFile(const Picture& picture, const void* data);
     /// Says where, too.
@@ -69,6 +74,7 @@ private:
     [[nodiscard]] const char* Extension() const;
 
     const Playback::PlaybackEnvironment& m_settings;
+    FrameSet m_listed;
     FrameTimer* m_timer;
     std::uint32_t m_pass = 1;
     /// Frames to write and to keep; 0 for none.
@@ -76,6 +82,7 @@ private:
     std::uint32_t m_frameToKeep = 0;
     Picture m_kept;
     std::vector<File> m_files;
+    std::uint64_t m_written = 0;
     std::uint64_t m_failures = 0;
 };
 

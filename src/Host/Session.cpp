@@ -70,6 +70,9 @@ ExitStatus Session::Run()
             return CheckRequirements();
         }
         if (!failure) {
+            for (const std::string& line : WithoutEffect(m_options, m_plan.FramesOfPass(m_capture->GetFrameCount()))) {
+                Say(line);
+            }
             CheckRequirements();
             Say("Replaying " + m_output.Description() + ".");
             CreateEngine();
@@ -160,13 +163,8 @@ ExitStatus Session::CheckRequirements()
     if (!m_options.check && probe.IsRecordedWith(m_capture->Header())) {
         return ExitStatus::Done;
     }
-    std::string error;
-    // Trouble with the file is reported when it is replayed.
-    const auto capture = Data::CaptureFile::Open(m_options.captureFile, Data::Preload::No, {}, error);
-    if (!capture) {
-        return ExitStatus::Unreadable;
-    }
-    const std::vector<std::string> missing = probe.FindMissing(RequirementReader::Read(*capture, m_plan.LastFrame()));
+    const std::vector<std::string> missing =
+        probe.FindMissing(ReadRequirements(m_options.captureFile, m_plan.LastFrame()));
     if (missing.empty()) {
         if (m_options.check) {
             Say("The driver has all that the capture needs.");
@@ -186,9 +184,11 @@ void Session::CreateEngine()
         m_terminal = Terminal::Open();
     }
     const bool hasScreenshots = m_settings->m_screenshotInterval != 0 || m_settings->m_screenshotEndFrame != 0 ||
-                                m_settings->m_perDrawScreenshotFrame != 0 || m_settings->m_dumpDefaultFbo;
+                                m_settings->m_perDrawScreenshotFrame != 0 || m_settings->m_dumpDefaultFbo ||
+                                m_options.screenshots.isList;
     if (!m_screenshots && (HasKeys() || hasScreenshots)) {
-        m_screenshots = std::make_unique<Screenshots>(*m_settings, &m_timer);
+        m_screenshots = std::make_unique<Screenshots>(
+            *m_settings, m_options.screenshots.isList ? m_options.screenshots.frames : FrameSet(), &m_timer);
     }
     m_timer.Attach();
     m_engine =

@@ -86,6 +86,7 @@ private:
     void UpdateStatus();
 
     /// Completes the report, tells it and writes what is to be written of it.
+    void NoteMissingDraws() const;
     ExitStatus Summarise();
     void FillReport();
     /// Lets go of the driver.

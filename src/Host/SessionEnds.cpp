@@ -94,6 +94,18 @@ void Session::FillReport()
     }
 }
 
+void Session::NoteMissingDraws() const
+{
+    const ScreenshotChoice& choice = m_options.screenshots;
+    const bool canTell =
+        m_screenshots && m_settings->m_perDrawScreenshotFilter != Playback::PlaybackEnvironment::UnorderedAccess;
+    if (choice.drawFrame != 0 && canTell && CurrentFrame() >= choice.drawFrame && m_screenshots->Written() == 0 &&
+        m_screenshots->Failures() == 0) {
+        Say("-screenshots " + choice.value + " wrote no picture: frame " + std::to_string(choice.drawFrame) +
+            " has fewer draws and blits than " + std::to_string(std::max(choice.firstDraw, 1U)) + ".");
+    }
+}
+
 ExitStatus Session::Summarise()
 {
     FillReport();
@@ -102,6 +114,7 @@ ExitStatus Session::Summarise()
         Say("Stopped after frame " + std::to_string(CurrentFrame()) + " of " +
             std::to_string(m_capture->GetFrameCount()) + ": " + m_report.stopReason + ".");
     }
+    NoteMissingDraws();
     for (const std::string& line : SummaryLines(m_report, m_measurements)) {
         Say(line);
     }

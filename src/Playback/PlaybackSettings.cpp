@@ -192,11 +192,12 @@ constexpr PlaybackEnvironment::Option OptionTable[] = {
      [](Settings& s, const Given&) { s.m_syncState = true; }},
     {"-skiperrorcheck", nullptr, Calls, "do not check for errors after each call",
      [](Settings& s, const Given&) { s.m_skipErrorCheck = true; }},
-    {"-config", "CONFIG", Window, "EGL config to use for everything, such as R8G8B8A8D24S8",
+    {"-config", "CONFIG", Window,
+     "EGL config to use for everything, such as R8G8B8A8D24S8, or C32D24 with the depths of colour and depth buffer",
      [](Settings& s, const Given& given) { s.m_config = given.value; }},
     {"-samples", "N", Window, "samples of the config that -config asks for (default: 1)",
      [](Settings& s, const Given& given) { s.m_samples = given.Number(); }},
-    {"-skipapi", "LIST", Calls, "leave these functions out, separated by commas",
+    {"-skipapi", "LIST", Calls, "leave these functions out, separated by commas; patterns as glDraw* are names too",
      [](Settings& s, const Given& given) {
          s.AddSkipApiIds(given.value, s.m_skipStateApiIds);
          s.AddSkipApiIds(given.value, s.m_skipFrameApiIds);
@@ -208,7 +209,8 @@ constexpr PlaybackEnvironment::Option OptionTable[] = {
     {"-dumpdefaultfbo", nullptr, Calls, "write the captured contents of the default framebuffer to files",
      [](Settings& s, const Given&) { s.m_dumpDefaultFbo = true; }},
     {"-screenshots", "WHICH", Screenshots,
-     "frame N, frames A-B, every N frames N*, draws F:A-B of a frame, or \"\" for all frames",
+     "frame N, frames A-B or A- to the end, every N frames N*, several of these with commas between them, \"\" for all "
+     "frames; or draws F:A-B, F:A- or F: for all of one frame",
      [](Settings& s, const Given& given) {
          s.m_screenshotPath = given.filePrefix;
          SelectScreenshots(s, given.value);

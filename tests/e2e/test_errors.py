@@ -20,7 +20,18 @@ class Usage(EndToEndTest):
                 (PLAYBACK, "-config", "C32", SAMPLE, 'found "C32"'),
                 (PLAYBACK, "-stopframe", "ten", SAMPLE, '-stopframe needs a whole number, found "ten"'),
                 (PLAYBACK, "-width", "0", SAMPLE, "-width needs 1 to 32767 pixels"),
-                (PLAYBACK, "-screenshots", "all", SAMPLE, "-screenshots needs a frame N"),
+                *((PLAYBACK, "-screenshots", value, SAMPLE, said) for value, said in (
+                    ("all", "-screenshots needs frames (N,"), ("30:2", "write 30:2-2 for draw 2"),
+                    ("30-31:1", "draws of one frame"), ("10-5", "B not below A"), ("0", "from 1"), ("0*", "above 0"),
+                    ("-5", "write 1-5"), ("30:0-3", "draws from 1"), ("1,30:2-3", "not a list with draws"))),
+                *((PLAYBACK, option, value, SAMPLE, f"option {option} {said}") for option, value, said in (
+                    ("-config", "garbage", "needs components"), ("-config", "C32D20", "needs components"),
+                    ("-loglevel", "9", "needs none,"), ("-logzone", "64", "needs all"),
+                    ("-screenshotformat", "jpg", "needs bmp"), ("-perdrawscreenshotsfilter", "foo", "needs rtv"),
+                    ("-skipapi", "glClear,glDrawArray", "knows no function glDrawArray; did you mean glDrawArrays?"),
+                    ("-skipstateapi", "glFoo*", "knows no function glFoo*"), ("-swapfbo", "3:4", "needs a framebuffer"),
+                    ("-thread", "1,a", "needs numbers"), ("-pauseframe", "0", "counts frames from 1"))),
+                (PLAYBACK, "-stopframe", "5", "-measureframes", "30-40", SAMPLE, "after the last frame"),
                 (PLAYBACK, "-stats", "-verify", SAMPLE, "-stats draws no frame that -verify could")):
             with self.subTest([program, *arguments]):
                 self.assertMentions(self.run_program(program, *arguments, status=USAGE), said)

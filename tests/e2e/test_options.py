@@ -116,6 +116,21 @@ class Options(EndToEndTest):
         expected = flip((self.dir / "frame.raw").read_bytes(), 320)
         self.assertTrue(read_png(picture) == (320, 240, expected), f"{picture} differs from what the program read")
 
+    def test_lists_of_screenshots(self):
+        for value, frames in ("1,3-4", {1, 3, 4}), ("2*,1", {1, 2, 4}), ("3-", {3, 4}):
+            self.replay("-screenshots", value, "-screenshotdir", value)
+            written = {int(re.search(r"frame(\d+)\.bmp", path.name)[1]) for path in (self.dir / value).iterdir()}
+            self.assertEqual(written, frames, value)
+
+    def test_what_has_no_effect_is_said(self):
+        for options, said in ((["-screenshots", "9"], "-screenshots begins with frame 9, after the last one, which is 4"),
+                              (["-screenshots", "2:99-"], "-screenshots 2:99- wrote no picture: frame 2 has fewer draws"),
+                              (["-samples", "4"], "-samples goes with -config"), (["-swapfbo", "9"], "no framebuffer 9")):
+            self.assertMentions(self.replay(*options), said)
+
+    def test_patterns_of_functions_are_left_out(self):
+        self.assertMentions(self.replay("-skipapi", "glDraw*,glViewport"), "Not replayed: glDrawArrays ", "glViewport ")
+
     def test_pictures_of_draws(self):
         counts = {}
         for kind in "all", "rtv", "dsv", "uav":
