@@ -27,6 +27,8 @@ struct Driver {
     /// Of the contexts for which the GL tables were filled.
     DriverCapabilities capabilities;
     std::unordered_set<unsigned int> skipped;
+    /// Null for none.
+    KHRLayer::AdaptGLES adapt = nullptr;
 };
 
 Driver& TheDriver()
@@ -82,6 +84,16 @@ template <class Table> void CopyForPlayback(Table& playback, const Table& live, 
     playback = live;
     for (const unsigned int id : TheDriver().skipped)
         ClearEntry(playback, firstId, id);
+}
+
+/// What follows each filling of the GL tables.
+void FinishGLESTables()
+{
+    Driver& driver = TheDriver();
+    if (driver.adapt)
+        driver.adapt(driver.gles, driver.glesExt);
+    CopyForPlayback(KHRLayer::playbackGLESProcTable, driver.gles, FirstGLESFuncId);
+    CopyForPlayback(KHRLayer::playbackGLESExtProcTable, driver.glesExt, FirstGLESExtFuncId);
 }
 
 Proc FindEGL(const FunctionForm& form)
@@ -164,7 +176,7 @@ void KHRLayer::LoadGLESCore()
     if (!driver.glesLibrary.IsOpen())
         return;
     Fill(driver.gles, FirstGLESFuncId, FindGLES);
-    CopyForPlayback(playbackGLESProcTable, driver.gles, FirstGLESFuncId);
+    FinishGLESTables();
 }
 
 void KHRLayer::LoadGLESExt()
@@ -177,8 +189,13 @@ void KHRLayer::LoadGLESExt()
     driver.capabilities.Add(ParseContextVersion(version), GetString(GL_EXTENSIONS));
     Fill(driver.gles, FirstGLESFuncId, FindGLESWithinCapabilities);
     Fill(driver.glesExt, FirstGLESExtFuncId, FindGLESWithinCapabilities);
-    CopyForPlayback(playbackGLESProcTable, driver.gles, FirstGLESFuncId);
-    CopyForPlayback(playbackGLESExtProcTable, driver.glesExt, FirstGLESExtFuncId);
+    FinishGLESTables();
+}
+
+void KHRLayer::AdaptGLESTables(AdaptGLES adapt)
+{
+    TheDriver().adapt = adapt;
+    FinishGLESTables();
 }
 
 bool KHRLayer::IsGLESExtLoaded()

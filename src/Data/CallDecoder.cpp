@@ -180,9 +180,9 @@ bool CallDecoder::AttribPointer(std::uint32_t parameter, std::uint32_t at)
     const auto slot = Value<PointerSlot>(at);
     PointerData& pointer = m_pointers[parameter];
     pointer.SetValue(slot.value);
-    if (slot.value == 0 || Context().BoundBuffer(Enum::ArrayBuffer) != 0)
+    if (slot.value == 0 || Bound().BoundBuffer(Enum::ArrayBuffer) != 0)
         return true;
-    if (!Context().AcceptsAttribPointer(slot.value))
+    if (!Bound().AcceptsAttribPointer(slot.value))
         return Refuse(parameter, "an offset into a bound array buffer", "client memory for a vertex array object");
     pointer.SetContents(placeholder, 0, 1, slot.value);
     return true;

@@ -57,14 +57,23 @@ public:
     /// another context than the one whose state they are checked against, so they are skipped. To be called again after
     /// each EGL call and thread that may change it; taken for true before the first time.
     void SetContextLive(bool isLive) { m_skipsGL = !isLive || !m_client.HasContext(); }
+    /// Where to find the state of the context that is current in the driver, in the driver's names. What a pointer
+    /// means is taken from there as long as it points to a state: names that a capture gives twice, calls that fail or
+    /// are missing and locations that differ make it another than the captured one. Null without a driver.
+    void SetDriverContext(ContextState* const* context) { m_driver = context; }
     [[nodiscard]] bool SkipsGL() const { return m_skipsGL; }
+    /// Uploads of images, and vertices for drawing them, are read from memory without gaps, as far as the driver goes.
+    [[nodiscard]] bool TakesPackedMemory() const;
     /// The chunk that the vertex data lies in goes away.
     void ForgetVertexData() { m_delivered = 0; }
 
     GLAdapter& GL() { return *m_gl; }
     EGLAdapter& EGL() { return *m_egl; }
     ClientState& Client() { return m_client; }
+    /// The captured one, in the capture's names.
     ContextState& Context() { return m_client.Context(); }
+    /// The one that says whether a pointer is an address, and how much memory is behind it.
+    ContextState& Bound() { return m_driver && *m_driver ? **m_driver : m_client.Context(); }
 
     template <class T> [[nodiscard]] T Value(std::uint32_t at) const
     {
@@ -145,12 +154,20 @@ private:
     bool m_isSkippingSaid = false;
     std::array<PointerData, maxParameters + 1> m_pointers;
 
-    /// Attributes whose vertices came with the next call, and which vertices.
-    std::uint32_t m_delivered = 0;
+    ContextState* const* m_driver = nullptr;
+
+    /// Vertices that came with the next call.
     struct Delivery {
+        std::uint32_t index; ///< of the attribute, in the capture
         std::uint32_t first;
         std::uint32_t count;
+        std::uint64_t pointer; ///< of vertex 0, as the driver got it
+        std::int32_t stride;
+        std::uint32_t elementBytes;
     };
+    /// What an attribute reads; null for vertices that did not come.
+    const Delivery* FindDelivery(std::uint32_t index);
+    std::uint32_t m_delivered = 0;
     std::array<Delivery, maxVertexAttribs> m_deliveries = {};
 };
 

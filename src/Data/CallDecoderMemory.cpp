@@ -13,30 +13,58 @@ constexpr std::uint64_t maxVertexOffset = 1u << 30;
 
 } // namespace
 
+const CallDecoder::Delivery* CallDecoder::FindDelivery(std::uint32_t index)
+{
+    const bool isLive = m_driver && *m_driver;
+    const VertexAttribState& attrib = Bound().Attrib(index);
+    const VertexAttribState& binding = Bound().Binding(index);
+    // The last one that came for the attribute.
+    for (std::uint32_t i = m_delivered; i-- > 0;) {
+        const Delivery& delivery = m_deliveries[i];
+        // The driver has locations of its own; there, an attribute is known by what it points at.
+        const bool isRead = isLive
+                                ? delivery.pointer == binding.pointer && delivery.stride == binding.stride &&
+                                      attrib.relativeOffset == 0 &&
+                                      delivery.elementBytes == VertexElementBytes(attrib.size, attrib.type)
+                                : delivery.index == index;
+        if (isRead)
+            return &delivery;
+    }
+    return nullptr;
+}
+
 bool CallDecoder::CoversDraw(const DrawRange& range)
 {
-    for (std::uint32_t rest = Context().ClientAttribs(); rest != 0; rest &= rest - 1) {
+    for (std::uint32_t rest = Bound().ClientAttribs(); rest != 0; rest &= rest - 1) {
         const auto index = static_cast<std::uint32_t>(std::countr_zero(rest));
-        const DrawRange needed = Context().AttribRange(index, range);
+        const DrawRange needed = Bound().AttribRange(index, range);
         const char* const name = callTable[static_cast<std::uint32_t>(m_call)].name;
-        const std::string what = "client memory of attribute " + std::to_string(index);
-        if (!needed.isKnown) {
-            m_diagnostics.Skipped(name, what, "indices that were captured", "none");
-            return false;
-        }
-        if (needed.count == 0)
+        if (needed.isKnown && needed.count == 0)
             continue;
-        const Delivery& delivery = m_deliveries[index];
-        const bool isDelivered = (m_delivered & 1u << index) != 0;
-        if (!isDelivered || needed.first < delivery.first ||
-            std::uint64_t{needed.first} + needed.count > std::uint64_t{delivery.first} + delivery.count) {
+        const Delivery* const delivery = FindDelivery(index);
+        if (needed.isKnown && delivery && needed.first >= delivery->first &&
+            std::uint64_t{needed.first} + needed.count <= std::uint64_t{delivery->first} + delivery->count)
+            continue;
+        const std::string what = "client memory of attribute " + std::to_string(index);
+        if (!needed.isKnown)
+            m_diagnostics.Skipped(name, what, "indices that were captured", "none");
+        else
             m_diagnostics.Skipped(
                 name, what, std::to_string(needed.count) + " vertices from " + std::to_string(needed.first),
-                isDelivered ? std::to_string(delivery.count) + " from " + std::to_string(delivery.first) : "none");
-            return false;
-        }
+                delivery ? std::to_string(delivery->count) + " from " + std::to_string(delivery->first) : "none");
+        return false;
     }
     return true;
+}
+
+bool CallDecoder::TakesPackedMemory() const
+{
+    if (!m_driver || !*m_driver)
+        return true;
+    const ContextState& state = **m_driver;
+    const PixelStore& unpack = state.Unpack();
+    return unpack.rowLength == 0 && unpack.skipRows == 0 && unpack.skipPixels == 0 && !state.HasUnpackBuffer() &&
+           state.BoundBuffer(Enum::ArrayBuffer) == 0 && state.BoundVertexArray() == 0;
 }
 
 void CallDecoder::DecodeVertexAttribData(std::uint8_t* record)
@@ -71,17 +99,21 @@ void CallDecoder::DecodeVertexAttribData(std::uint8_t* record)
     auto* const vertices = reinterpret_cast<std::uint8_t*>(base);
     // With an array buffer bound, the driver would take the pointer for an offset.
     const std::uint32_t arrayBuffer = Context().BoundBuffer(Enum::ArrayBuffer);
-    if (arrayBuffer != 0)
+    const bool isBound = Bound().BoundBuffer(Enum::ArrayBuffer) != 0;
+    if (isBound)
         m_gl->Process_glBindBuffer(Enum::ArrayBuffer, 0);
+    if (m_delivered == m_deliveries.size() || (m_driver && *m_driver && (*m_driver)->BoundBuffer(Enum::ArrayBuffer))) {
+        m_diagnostics.Skipped(name, "attribute " + std::to_string(data.index), "no array buffer", "one");
+        return;
+    }
     if (data.integer != 0)
         m_gl->ProcessVertexAttribIData(data.index, data.size, data.type, data.stride, vertices, data.first, data.count);
     else
         m_gl->ProcessVertexAttribData(data.index, data.size, data.type, data.normalized, data.stride, vertices,
                                       data.first, data.count);
-    if (arrayBuffer != 0)
+    if (isBound)
         m_gl->Process_glBindBuffer(Enum::ArrayBuffer, arrayBuffer);
-    m_delivered |= 1u << data.index;
-    m_deliveries[data.index] = {data.first, data.count};
+    m_deliveries[m_delivered++] = {data.index, data.first, data.count, base, data.stride, elementBytes};
 }
 
 void CallDecoder::DecodeMappedData(std::uint8_t* record)

@@ -28,7 +28,7 @@ ContextState::ContextState(std::shared_ptr<ShareGroupState> group)
 {
 }
 
-const std::uint32_t* ContextState::Slot(std::uint32_t target) const
+const BufferBinding* ContextState::Slot(std::uint32_t target) const
 {
     switch (target) {
     case Enum::ArrayBuffer:
@@ -64,14 +64,24 @@ const std::uint32_t* ContextState::Slot(std::uint32_t target) const
 
 std::uint32_t ContextState::BoundBuffer(std::uint32_t target) const
 {
-    const std::uint32_t* const slot = Slot(target);
-    return slot ? *slot : 0;
+    const BufferBinding* const slot = Slot(target);
+    return slot ? slot->name : 0;
+}
+
+const BufferState* ContextState::Find(const BufferBinding& binding) const
+{
+    const auto buffer = m_group->buffers.find(binding.name);
+    return buffer != m_group->buffers.end() && buffer->second.serial == binding.serial ? &buffer->second : nullptr;
 }
 
 BufferState* ContextState::Buffer(std::uint32_t target)
 {
-    const std::uint32_t name = BoundBuffer(target);
-    return name != 0 ? &m_group->buffers[name] : nullptr;
+    const BufferBinding* const slot = Slot(target);
+    if (!slot || slot->name == 0)
+        return nullptr;
+    if (slot->serial == 0)
+        m_group->buffers.try_emplace(slot->name);
+    return const_cast<BufferState*>(Find(*slot));
 }
 
 void ContextState::glEnable(std::uint32_t cap)
@@ -130,31 +140,40 @@ void ContextState::glPixelStorei(std::uint32_t pname, std::int32_t param)
 void ContextState::glGenBuffers(std::int32_t n, const void* buffers)
 {
     for (const std::uint32_t name : ObjectNames(n, buffers)) {
-        if (name != invalidName)
-            m_group->buffers[name] = {};
+        if (name == invalidName)
+            continue;
+        BufferState& buffer = m_group->buffers[name];
+        buffer = {};
+        buffer.serial = ++m_group->generated;
     }
 }
 
 std::int64_t ContextState::MappedBytes(std::uint32_t target) const
 {
-    const std::uint32_t name = BoundBuffer(target);
+    const BufferBinding* const slot = Slot(target);
     const auto mapping = m_mappings.find(target);
-    const auto buffer = m_group->buffers.find(name);
-    const bool isMapped = name != 0 && mapping != m_mappings.end() && mapping->second == name &&
-                          buffer != m_group->buffers.end() && buffer->second.mapped;
-    return isMapped ? buffer->second.mappedBytes : 0;
+    if (!slot || slot->name == 0 || mapping == m_mappings.end() || mapping->second != slot->name)
+        return 0;
+    const BufferState* const buffer = Find(*slot);
+    return buffer && buffer->mapped ? buffer->mappedBytes : 0;
 }
 
 void ContextState::glBindBuffer(std::uint32_t target, std::uint32_t buffer)
 {
-    if (const std::uint32_t* const slot = Slot(target))
-        *const_cast<std::uint32_t*>(slot) = buffer;
+    if (const BufferBinding* const slot = Slot(target)) {
+        const auto state = m_group->buffers.find(buffer);
+        *const_cast<BufferBinding*>(slot) = {buffer, state != m_group->buffers.end() ? state->second.serial : 0};
+    }
     if (target == Enum::PixelPackBuffer)
         MayBeWritten(buffer);
 }
 
 void ContextState::glBindBufferBase(std::uint32_t target, std::uint32_t /*index*/, std::uint32_t buffer)
 {
+    // Other targets have no indexed bindings: the call is an error.
+    if (target != Enum::UniformBuffer && target != Enum::TransformFeedbackBuffer &&
+        target != Enum::ShaderStorageBuffer && target != Enum::AtomicCounterBuffer)
+        return;
     glBindBuffer(target, buffer);
     if (target != Enum::UniformBuffer)
         MayBeWritten(buffer);
@@ -177,7 +196,8 @@ void ContextState::glBufferData(std::uint32_t target, std::int64_t size, const v
     // Contents that say what a draw reads, or how much of it there is.
     const bool isRead = target == Enum::ElementArrayBuffer || target == Enum::DrawIndirectBuffer ||
                         target == Enum::DispatchIndirectBuffer;
-    buffer->isShadowed = (buffer->isShadowed || isRead) && size <= BufferState::maxShadowBytes;
+    buffer->isShadowed =
+        (buffer->isShadowed || isRead) && !buffer->isWrittenByDriver && size <= BufferState::maxShadowBytes;
     buffer->shadow.clear();
     buffer->known.Clear();
     Store(*buffer, 0, data, size);
@@ -226,10 +246,16 @@ void ContextState::glDeleteBuffers(std::int32_t n, const void* buffers)
     for (const std::uint32_t name : ObjectNames(n, buffers)) {
         if (name == 0)
             continue;
-        m_group->buffers.erase(name);
-        std::replace(m_bindings.begin(), m_bindings.end(), name, 0u);
-        if (m_vertexArray->elementBuffer == name)
-            m_vertexArray->elementBuffer = 0;
+        const auto state = m_group->buffers.find(name);
+        const std::uint32_t serial = state != m_group->buffers.end() ? state->second.serial : 0;
+        const auto unbind = [&](BufferBinding& binding) {
+            if (binding.name == name && binding.serial == serial)
+                binding = {};
+        };
+        std::ranges::for_each(m_bindings, unbind);
+        unbind(m_vertexArray->elementBuffer);
+        if (state != m_group->buffers.end())
+            m_group->buffers.erase(state);
         for (std::uint32_t i = 0; i < maxVertexAttribs; ++i) {
             if (m_vertexArray->attribs[i].buffer == name) {
                 m_vertexArray->attribs[i].buffer = 0;

@@ -35,11 +35,21 @@ struct BufferState {
     bool isImmutable = false;
     /// The driver may write to it, by what a shader or a call does.
     bool isWrittenByDriver = false;
+    /// Tells the buffer from others that had its name before; 0 for one that was used without being generated.
+    std::uint32_t serial = 0;
+};
+
+/// A buffer that is bound. It stays so when another context deletes it, and its name may then become another buffer's.
+struct BufferBinding {
+    std::uint32_t name = 0; ///< 0 for none
+    std::uint32_t serial = 0;
 };
 
 /// The objects that the contexts of a share group have in common.
 struct ShareGroupState {
     std::unordered_map<std::uint32_t, BufferState> buffers;
+    /// Buffers generated so far.
+    std::uint32_t generated = 0;
 };
 
 /// A vertex attribute and, with the same number, a vertex buffer binding.
@@ -69,7 +79,7 @@ struct VertexArrayState {
     std::uint32_t enabled = 0;
     /// Attributes that read from client memory.
     std::uint32_t client = ~0u;
-    std::uint32_t elementBuffer = 0;
+    BufferBinding elementBuffer;
     /// Attribute i reads from binding i, as it is until glVertexAttribBinding says otherwise.
     bool isPlain = true;
 };
@@ -105,7 +115,7 @@ public:
     [[nodiscard]] const PixelStore& Unpack() const { return m_unpack; }
     /// Name of the buffer bound to a target; 0 when there is none.
     [[nodiscard]] std::uint32_t BoundBuffer(std::uint32_t target) const;
-    /// The buffer bound to a target; null when there is none.
+    /// The buffer bound to a target; null when there is none, or it was deleted by another context.
     [[nodiscard]] BufferState* Buffer(std::uint32_t target);
 
     /// False for a buffer name that no glGenBuffers gave: OpenGL ES 2 lets applications make names up, replay does not.
@@ -115,11 +125,13 @@ public:
     /// target is not bound there any more, or is not mapped.
     [[nodiscard]] std::int64_t MappedBytes(std::uint32_t target) const;
 
-    [[nodiscard]] bool HasElementBuffer() const { return m_vertexArray->elementBuffer != 0; }
-    [[nodiscard]] bool HasPackBuffer() const { return m_bindings[PixelPack] != 0; }
-    [[nodiscard]] bool HasUnpackBuffer() const { return m_bindings[PixelUnpack] != 0; }
-    [[nodiscard]] bool HasDrawIndirectBuffer() const { return m_bindings[DrawIndirect] != 0; }
+    [[nodiscard]] bool HasElementBuffer() const { return m_vertexArray->elementBuffer.name != 0; }
+    [[nodiscard]] bool HasPackBuffer() const { return m_bindings[PixelPack].name != 0; }
+    [[nodiscard]] bool HasUnpackBuffer() const { return m_bindings[PixelUnpack].name != 0; }
+    [[nodiscard]] bool HasDrawIndirectBuffer() const { return m_bindings[DrawIndirect].name != 0; }
 
+    /// Name of the bound vertex array object; 0 for the default one.
+    [[nodiscard]] std::uint32_t BoundVertexArray() const { return m_vertexArrayName; }
     /// Enabled attributes that read from client memory, one bit each: a draw needs vertex data for each of them.
     [[nodiscard]] std::uint32_t ClientAttribs() const { return m_vertexArray->enabled & m_vertexArray->client; }
     /// What attribute `index` reads, its binding resolved. `index` is below maxVertexAttribs.
@@ -132,7 +144,7 @@ public:
     /// not allowed to read from client memory.
     [[nodiscard]] bool AcceptsAttribPointer(std::uint64_t pointer) const
     {
-        return pointer == 0 || m_bindings[Array] != 0 || m_vertexArray == m_defaultVertexArray.get() ||
+        return pointer == 0 || m_bindings[Array].name != 0 || m_vertexArray == m_defaultVertexArray.get() ||
                m_isOesVertexArray;
     }
     /// Vertices of attribute `index` that a draw of `range` reads: instances for an attribute with a divisor.
@@ -170,6 +182,9 @@ public:
     void glEnable(std::uint32_t cap);
     void glDisable(std::uint32_t cap);
     void glPixelStorei(std::uint32_t pname, std::int32_t param);
+
+    /// What is in the buffer is not known any more.
+    void ForgetContents(std::uint32_t buffer);
 
     void glGenBuffers(std::int32_t n, const void* buffers);
     void glBindBuffer(std::uint32_t target, std::uint32_t buffer);
@@ -237,8 +252,9 @@ private:
         AtomicCounter,
         BindingPointCount
     };
-    [[nodiscard]] const std::uint32_t* Slot(std::uint32_t target) const;
-    void ForgetContents(std::uint32_t buffer);
+    [[nodiscard]] const BufferBinding* Slot(std::uint32_t target) const;
+    /// Null when there is none, or it was deleted by another context.
+    [[nodiscard]] const BufferState* Find(const BufferBinding& binding) const;
     void MayBeWritten(std::uint32_t buffer);
     void BindVertexArray(std::uint32_t array, bool isOes);
     void SetFormat(std::uint32_t index, std::int32_t size, std::uint32_t type, bool normalized, bool integer,
@@ -250,7 +266,7 @@ private:
 
     PixelStore m_pack;
     PixelStore m_unpack;
-    std::array<std::uint32_t, BindingPointCount> m_bindings = {};
+    std::array<BufferBinding, BindingPointCount> m_bindings = {};
     /// Buffer that was mapped last through each target.
     std::unordered_map<std::uint32_t, std::uint32_t> m_mappings;
     std::shared_ptr<ShareGroupState> m_group;

@@ -137,7 +137,7 @@ void ContextState::SetPointer(std::uint32_t index, std::int32_t size, std::uint3
     if (index >= maxVertexAttribs || stride < 0 || !AcceptsAttribPointer(pointer))
         return;
     // What the driver refuses leaves the attribute in client memory, if it was there.
-    if (m_bindings[Array] != 0 && VertexElementBytes(size, type) == 0)
+    if (m_bindings[Array].name != 0 && VertexElementBytes(size, type) == 0)
         return;
     VertexAttribState& attrib = m_vertexArray->attribs[index];
     attrib.integer = integer;
@@ -146,7 +146,7 @@ void ContextState::SetPointer(std::uint32_t index, std::int32_t size, std::uint3
     attrib.type = type;
     attrib.binding = index;
     attrib.relativeOffset = 0;
-    attrib.buffer = m_bindings[Array];
+    attrib.buffer = m_bindings[Array].name;
     attrib.stride = stride != 0 ? stride : static_cast<std::int32_t>(VertexElementBytes(size, type));
     attrib.pointer = pointer;
     m_vertexArray->UpdateClient(index);
@@ -245,16 +245,15 @@ DrawRange ContextState::ElementsRange(std::int32_t count, std::uint32_t type, co
 {
     if (!HasElementBuffer() || count <= 0 || instances <= 0)
         return RangeOfIndices(indices, count, type, baseVertex, instances);
-    const auto buffer = m_group->buffers.find(m_vertexArray->elementBuffer);
+    const BufferState* const buffer = Find(m_vertexArray->elementBuffer);
     const auto offset = reinterpret_cast<std::uintptr_t>(indices);
     const std::int64_t bytes = count * IndexSize(type);
-    if (buffer == m_group->buffers.end() || !buffer->second.isShadowed ||
-        offset > static_cast<std::uint64_t>(BufferState::maxShadowBytes))
+    if (!buffer || !buffer->isShadowed || offset > static_cast<std::uint64_t>(BufferState::maxShadowBytes))
         return {};
     const auto begin = static_cast<std::int64_t>(offset);
-    if (!buffer->second.known.Contains(begin, begin + bytes))
+    if (!buffer->known.Contains(begin, begin + bytes))
         return {};
-    return RangeOfIndices(buffer->second.shadow.data() + begin, count, type, baseVertex, instances);
+    return RangeOfIndices(buffer->shadow.data() + begin, count, type, baseVertex, instances);
 }
 
 DrawRange ContextState::Range_glDrawArrays(std::uint32_t mode, std::int32_t first, std::int32_t count) const

@@ -1,6 +1,7 @@
 #include "Data/MetaDecoder.h"
 
 #include <cstring>
+#include <iterator>
 
 #include "Data/CallDecoder.h"
 #include "Data/Diagnostics.h"
@@ -96,27 +97,43 @@ bool MetaDecoder::Contents(const char* name, const std::uint8_t* bytes, const Po
     return true;
 }
 
-template <class Upload> void MetaDecoder::UploadPacked(Upload upload)
+template <class Upload> void MetaDecoder::UploadPacked(const char* name, Upload upload)
 {
     if (m_calls.SkipsGL())
         return;
-    const PixelStore& store = m_calls.Context().Unpack();
+    GLAdapter& gl = m_calls.GL();
+    const PixelStore store = m_calls.Bound().Unpack();
     const std::pair<std::uint32_t, std::int32_t> gaps[] = {{Enum::UnpackRowLength, store.rowLength},
                                                            {Enum::UnpackSkipRows, store.skipRows},
                                                            {Enum::UnpackSkipPixels, store.skipPixels}};
-    const std::uint32_t buffer = m_calls.Context().BoundBuffer(Enum::PixelUnpackBuffer);
-    for (const auto& [name, value] : gaps) {
+    const std::uint32_t targets[] = {Enum::PixelUnpackBuffer, Enum::ArrayBuffer};
+    const std::uint32_t buffers[] = {m_calls.Context().BoundBuffer(targets[0]),
+                                     m_calls.Context().BoundBuffer(targets[1])};
+    const std::uint32_t vertexArray = m_calls.Context().BoundVertexArray();
+    for (const auto& [parameter, value] : gaps) {
         if (value != 0)
-            m_calls.GL().Process_glPixelStorei(name, 0);
+            gl.Process_glPixelStorei(parameter, 0);
     }
-    if (buffer != 0)
-        m_calls.GL().Process_glBindBuffer(Enum::PixelUnpackBuffer, 0);
-    upload();
-    if (buffer != 0)
-        m_calls.GL().Process_glBindBuffer(Enum::PixelUnpackBuffer, buffer);
-    for (const auto& [name, value] : gaps) {
+    // What is uploaded, and the quad that may be drawn for it, lie in memory.
+    if (vertexArray != 0)
+        gl.Process_glBindVertexArray(0);
+    for (std::size_t i = 0; i < std::size(targets); ++i) {
+        if (buffers[i] != 0)
+            gl.Process_glBindBuffer(targets[i], 0);
+    }
+    if (m_calls.TakesPackedMemory())
+        upload();
+    else
+        m_diagnostics.Skipped(name, "upload", "a driver that takes it as it lies in memory", "buffers, rows or arrays");
+    for (std::size_t i = 0; i < std::size(targets); ++i) {
+        if (buffers[i] != 0)
+            gl.Process_glBindBuffer(targets[i], buffers[i]);
+    }
+    if (vertexArray != 0)
+        gl.Process_glBindVertexArray(vertexArray);
+    for (const auto& [parameter, value] : gaps) {
         if (value != 0)
-            m_calls.GL().Process_glPixelStorei(name, value);
+            gl.Process_glPixelStorei(parameter, value);
     }
 }
 
@@ -226,7 +243,7 @@ void MetaDecoder::DefaultBuffer(RecordId id, const std::uint8_t* bytes)
     const auto process = id == RecordId::DefaultColor   ? &MetaHandler::ProcessDefaultColorBuffer
                          : id == RecordId::DefaultDepth ? &MetaHandler::ProcessDefaultDepthBuffer
                                                         : &MetaHandler::ProcessDefaultStencilBuffer;
-    UploadPacked([&] {
+    UploadPacked(name, [&] {
         for (MetaHandler* const handler : m_handlers)
             (handler->*process)(record.display, record.surface, record.width, record.height, record.format, record.type,
                                 record.data.bytes, contents);
@@ -250,7 +267,7 @@ void MetaDecoder::MultisampleTexture(const std::uint8_t* bytes)
     }
     if (!Contents(name, bytes, record.data, std::uint64_t{layersBehind} * record.layerBytes + layer, contents))
         return;
-    UploadPacked([&] {
+    UploadPacked(name, [&] {
         for (MetaHandler* const handler : m_handlers)
             handler->ProcessMultiSampleTexture(record.target, record.texture, record.width, record.height, record.depth,
                                                record.internalFormat, record.format, record.type, record.layerBytes,

@@ -30,9 +30,9 @@ private:
     /// What a slot's contents point to; false, and reported, when they leave the record or have less than `needed`.
     bool Contents(const char* name, const std::uint8_t* bytes, const PointerSlot& slot, std::uint64_t needed,
                   const std::uint8_t*& contents);
-    /// Calls `upload` while the context takes rows from memory, without gaps between them: handlers hand images to the
-    /// driver as they are. Not called where no context can take them.
-    template <class Upload> void UploadPacked(Upload upload);
+    /// Calls `upload` while the context takes rows from memory, without gaps between them, and vertices too: handlers
+    /// hand images to the driver as they are. Not called where no context can take them.
+    template <class Upload> void UploadPacked(const char* name, Upload upload);
     void Text(RecordId id, const std::uint8_t* record);
     void WindowSize(const std::uint8_t* record);
     void Attribs(RecordId id, const std::uint8_t* record);

@@ -35,6 +35,7 @@ Engine::Engine(Data::CaptureFile& capture, Output output, Verification* verifica
     m_eglAdapter = std::make_unique<ContextGate>(
         m_resourceTable.get(), output.windows, m_surfaceFactory.get(),
         [&calls = capture.GetFrameProcessor()->Calls()](bool isLive) { calls.SetContextLive(isLive); });
+    capture.GetFrameProcessor()->Calls().SetDriverContext(DriverState::Current());
     capture.SetAdapter(m_glAdapter.get());
     capture.SetAdapter(m_eglAdapter.get());
     m_glAdapter->SetScreenshotHandler(screenshots);

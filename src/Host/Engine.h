@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "Host/DriverState.h"
+
 namespace Data {
 class BlockEventHandler;
 class CaptureFile;
@@ -52,6 +54,7 @@ public:
 private:
     void AttachHandlers(Data::CaptureFile& capture, ReplayWindows* windows, Screenshots* screenshots);
 
+    DriverState m_driverState;
     std::unique_ptr<Playback::GLResourceTable> m_resourceTable;
     std::unique_ptr<Playback::EGLProxySurfaceFactory> m_surfaceFactory;
     // The GL adapter comes first because the EGL adapter deletes GL objects when it is destroyed.

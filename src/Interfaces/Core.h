@@ -125,6 +125,11 @@ public:
         playbackEGLProcTable.*entry = function;
     }
 
+    /// `adapt` is called with the driver's GL tables now and each time they are filled, in their place in front of the
+    /// playback tables, for a host that must come between replay and driver there.
+    using AdaptGLES = void (*)(GLESProcTable& core, GLESExtProcTable& ext);
+    static void AdaptGLESTables(AdaptGLES adapt);
+
     /// Identifier of an EGL or GL function by its name, 0 when the tables have no such function. A name that is another
     /// form of a function in the tables (glMapBufferRangeEXT) gives that function's.
     static unsigned int GetEglGlFuncId(const std::string& name);

@@ -27,6 +27,7 @@ LiveReplay::LiveReplay(Data::Diagnostics& diagnostics)
                                                        [this](bool isLive) { m_calls.SetContextLive(isLive); })),
       m_metaHandler(std::make_unique<Playback::KHRMetaHandler>(m_resourceTable.get()))
 {
+    m_calls.SetDriverContext(Host::DriverState::Current());
     m_calls.SetAdapter(m_glAdapter.get());
     m_calls.SetAdapter(m_eglAdapter.get());
     m_meta.Add(m_metaHandler.get());

@@ -7,6 +7,7 @@
 #include "Data/CallDecoder.h"
 #include "Data/Diagnostics.h"
 #include "Data/MetaDecoder.h"
+#include "Host/DriverState.h"
 
 namespace Playback {
 class EGLPlaybackAdapter;
@@ -48,6 +49,7 @@ private:
     const Data::Diagnostics& m_diagnostics;
     Data::CallDecoder m_calls;
     Data::MetaDecoder m_meta;
+    Host::DriverState m_driverState;
     // In the order of construction; the GL adapter comes first because the EGL adapter deletes GL objects.
     std::unique_ptr<Playback::GLResourceTable> m_resourceTable;
     std::unique_ptr<Playback::EGLProxySurfaceFactory> m_surfaceFactory;

@@ -7,7 +7,7 @@ from text import BANNER, wrap
 
 # What the size functions of the description are called in Data. A get call has room for more values than are known to
 # be written, since the live driver may write more than the captured one.
-IMAGE_STORES = {"pixel_pack": "decoder.Context().Pack()", "pixel_unpack": "decoder.Context().Unpack()"}
+IMAGE_STORES = {"pixel_pack": "decoder.Bound().Pack()", "pixel_unpack": "decoder.Bound().Unpack()"}
 BUFFER_TESTS = {
     "element_array": "HasElementBuffer",
     "draw_indirect": "HasDrawIndirectBuffer",
@@ -74,7 +74,7 @@ def read_pointer(call, index, p):
     test = or_return(f"decoder.{optional}{kind}({index}, {at}, {t.element_size}, {needed})")
     if not t.binding:
         return test
-    return f"    if (decoder.Context().{BUFFER_TESTS[t.binding]}())\n        {opaque}    else{test[3:]}"
+    return f"    if (decoder.Bound().{BUFFER_TESTS[t.binding]}())\n        {opaque}    else{test[3:]}"
 
 
 def argument(p, index):
@@ -98,7 +98,7 @@ def checks(call):
             lengths = next(i for i, other in enumerate(call.params) if other.name == p.type.lengths)
             text += or_return(f"decoder.StringLengths({index}, {lengths})")
     if call.has("draw") or call.has("draw_no_step"):
-        text += wrap(f"    if (decoder.Context().ClientAttribs() != 0 &&\n        !decoder.CoversDraw(decoder.Context().Range_{call.name}(",
+        text += wrap(f"    if (decoder.Bound().ClientAttribs() != 0 &&\n        !decoder.CoversDraw(decoder.Bound().Range_{call.name}(",
                      [argument(p, i) for i, p in enumerate(call.params)], ")))\n        return;\n", indent=12)
     return text
 
