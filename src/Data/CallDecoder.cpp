@@ -9,7 +9,7 @@ namespace Data {
 
 namespace {
 
-/// Stands for client memory that a vertex attribute points at until a draw delivers its contents.
+/// Zeros. Stands for client memory that a vertex attribute points at until a draw delivers its contents.
 alignas(16) std::uint8_t placeholder[4096];
 
 /// Bytes of the string at `text`, its terminator included; 0 when no zero byte comes within `room` bytes.
@@ -131,7 +131,9 @@ bool CallDecoder::OutputRoom(std::uint32_t parameter, std::uint32_t at, std::uin
         pointer.SetValue(0);
         return true;
     }
-    room = std::max<std::int64_t>(room, 0);
+    // A driver may take it for a size without a sign.
+    if (room < 0)
+        return Refuse(parameter, "room for at least 0 elements", std::to_string(room));
     if (room > static_cast<std::int64_t>(PointerData::maxOwnedBytes / elementBytes))
         return Refuse(parameter, "room for at most " + Bytes(PointerData::maxOwnedBytes),
                       room == unknownSize ? "an unknown size" : std::to_string(room) + " elements");
@@ -194,6 +196,11 @@ bool CallDecoder::Text(std::uint32_t parameter, std::uint32_t at, std::int64_t l
     Contents contents;
     if (!Find(parameter, slot, contents))
         return false;
+    // An empty string, also for drivers to which a length of 0 says that it is terminated.
+    if (length == 0 && slot.value != 0) {
+        m_pointers[parameter].SetContents(placeholder, 0, 1, slot.value);
+        return true;
+    }
     if (!contents.data)
         return Missing(parameter, slot, length == 0 ? 0 : 1, isOptional);
     if (length < 0 && Terminated(contents.data, contents.bytes) == 0)

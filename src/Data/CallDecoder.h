@@ -84,7 +84,7 @@ public:
     PointerData& Pointer(std::uint32_t parameter) { return m_pointers[parameter]; }
     PointerData& Returned() { return m_pointers[maxParameters]; }
 
-    // Each takes the number of the parameter and the place of its slot. Sizes are in elements; what is below 0 is 0.
+    // Each takes the number of the parameter and the place of its slot. Sizes are in elements; input below 0 is 0.
 
     /// A value that nobody follows, or an offset into a bound buffer.
     bool Opaque(std::uint32_t parameter, std::uint32_t at)
@@ -116,6 +116,8 @@ public:
 
     bool KnowsBuffer(std::uint32_t parameter, std::uint32_t name);
     bool KnowsVertexArray(std::uint32_t parameter, std::uint32_t name);
+    /// There are indices for a draw that takes its number of them from a buffer.
+    bool HasIndices(std::uint32_t parameter);
     /// Vertex data for all enabled attributes in client memory came with this draw.
     bool CoversDraw(const DrawRange& range);
 

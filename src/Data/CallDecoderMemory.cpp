@@ -22,15 +22,19 @@ const CallDecoder::Delivery* CallDecoder::FindDelivery(std::uint32_t index)
     for (std::uint32_t i = m_delivered; i-- > 0;) {
         const Delivery& delivery = m_deliveries[i];
         // The driver has locations of its own; there, an attribute is known by what it points at.
-        const bool isRead = isLive
-                                ? delivery.pointer == binding.pointer && delivery.stride == binding.stride &&
-                                      attrib.relativeOffset == 0 &&
-                                      delivery.elementBytes == VertexElementBytes(attrib.size, attrib.type)
-                                : delivery.index == index;
+        const bool isRead = isLive ? delivery.pointer == binding.pointer && delivery.stride == binding.stride &&
+                                         attrib.relativeOffset == 0 &&
+                                         delivery.elementBytes == VertexElementBytes(attrib.size, attrib.type)
+                                   : delivery.index == index;
         if (isRead)
             return &delivery;
     }
     return nullptr;
+}
+
+bool CallDecoder::HasIndices(std::uint32_t parameter)
+{
+    return Bound().HasIndexStorage() || Refuse(parameter, "indices in the element array buffer", "no storage");
 }
 
 bool CallDecoder::CoversDraw(const DrawRange& range)

@@ -126,6 +126,12 @@ public:
     [[nodiscard]] std::int64_t MappedBytes(std::uint32_t target) const;
 
     [[nodiscard]] bool HasElementBuffer() const { return m_vertexArray->elementBuffer.name != 0; }
+    /// False when the element buffer is known to have no storage: drivers fetch indices of indirect draws unseen.
+    [[nodiscard]] bool HasIndexStorage() const
+    {
+        const BufferState* const buffer = Find(m_vertexArray->elementBuffer);
+        return !buffer || buffer->bytes > 0;
+    }
     [[nodiscard]] bool HasPackBuffer() const { return m_bindings[PixelPack].name != 0; }
     [[nodiscard]] bool HasUnpackBuffer() const { return m_bindings[PixelUnpack].name != 0; }
     [[nodiscard]] bool HasDrawIndirectBuffer() const { return m_bindings[DrawIndirect].name != 0; }

@@ -62,7 +62,8 @@ EGLContext EGLAPIENTRY CreateContext(EGLDisplay display, EGLConfig config, EGLCo
         return context;
     }
     const auto sharing = contexts->find(share);
-    auto group = sharing != contexts->end() ? sharing->second->state.Group() : std::make_shared<Data::ShareGroupState>();
+    auto group =
+        sharing != contexts->end() ? sharing->second->state.Group() : std::make_shared<Data::ShareGroupState>();
     std::unique_ptr<DriverContext>& state = (*contexts)[context];
     const bool isCurrent = state && state.get() == current;
     state = std::make_unique<DriverContext>(std::move(group));

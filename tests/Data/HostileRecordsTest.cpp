@@ -99,6 +99,15 @@ protected:
         Call(CallId::glEnableVertexAttribArray, 0);
         Call(CallId::glDrawArrays, 4, 0, 3);
     }
+    /// A vertex array, 1, that reads attribute 0 from buffer 1; bound, with a program in use.
+    void MakeVertexArray()
+    {
+        Map(16), Unmap(16);
+        UseProgram();
+        Call(CallId::glGenVertexArrays, 1, std::vector<std::uint32_t>{1});
+        Call(CallId::glBindVertexArray, 1);
+        Call(CallId::glVertexAttribPointer, 0, 4, Enum::Float, 0, 0, 0);
+    }
     /// A program whose one attribute is number 0.
     void UseProgram()
     {
@@ -149,6 +158,7 @@ protected:
 };
 
 constexpr const char* noMapping = "expected a mapping that holds the data";
+constexpr const char* noVertices = "client memory of attribute 0: expected 3 vertices from 0, found none";
 constexpr const char* noContext = "expected the captured one to be current";
 
 TEST_F(HostileRecordsTest, TheReaderRefusesThem)
@@ -322,6 +332,46 @@ TEST_F(HostileRecordsTest, TheDriverConfirmsWhatIsMapped)
              Flush(0, 1 << 20);
          },
          gone},
+        {"vertex arrays whose name is given twice",
+         [&] {
+             MakeVertexArray();
+             Call(CallId::glGenVertexArrays, 1, std::vector<std::uint32_t>{1});
+             Call(CallId::glBindVertexArray, 1);
+             Call(CallId::glEnableVertexAttribArray, 0);
+             Call(CallId::glDrawArrays, 4, 0, 3);
+         },
+         noVertices},
+        {"indices of a vertex array whose name is given twice",
+         [&] {
+             MakeVertexArray();
+             Call(CallId::glBindBuffer, Enum::ElementArrayBuffer, 1);
+             Call(CallId::glGenVertexArrays, 1, std::vector<std::uint32_t>{1});
+             Call(CallId::glBindVertexArray, 1);
+             Call(CallId::glDrawElements, 4, 3, Enum::UnsignedShort, 64);
+         },
+         "glDrawElements: indices: expected contents"},
+        {"an attribute that another program has elsewhere",
+         [&] {
+             MakeVertexArray();
+             Call(CallId::glGetAttribLocation, 5, 1, "p");
+             Call(CallId::glEnableVertexAttribArray, 5);
+             Call(CallId::glBindVertexArray, 0);
+             Call(CallId::glEnableVertexAttribArray, 5);
+             Call(CallId::glUseProgram, 0);
+             Call(CallId::glVertexAttribPointer, 5, 4, Enum::Float, 0, 0, 64);
+             Call(CallId::glUseProgram, 1);
+             Call(CallId::glDrawArrays, 4, 0, 3);
+         },
+         noVertices},
+        {"an array buffer bound where there are no such bindings",
+         [&] {
+             MakeVertexArray();
+             Call(CallId::glBindVertexArray, 0);
+             Call(CallId::glBindBuffer, arrayBuffer, 0);
+             Call(CallId::glBindBufferBase, arrayBuffer, 0, 1);
+             DrawFromOffset();
+         },
+         noVertices},
         {"pictures while uploads skip rows",
          [&] {
              Begin();

@@ -48,7 +48,8 @@ std::string LastLine(const std::string& file, const std::string& mark)
 
 } // namespace
 
-Runner::Runner(const std::vector<Recording>& captures, Orders orders) : m_captures(captures), m_orders(std::move(orders))
+Runner::Runner(const std::vector<Recording>& captures, Orders orders)
+    : m_captures(captures), m_orders(std::move(orders))
 {
     std::string pattern = (std::filesystem::temp_directory_path() / "mutate-XXXXXX").string();
     if (!mkdtemp(pattern.data())) {
@@ -176,12 +177,13 @@ void Runner::Judge(std::uint64_t seed, int status, bool isHang)
         ++(isHang ? m_hangs : m_crashes)[call];
         const std::string what = isHang ? "did not end" : std::string("crashed, ") + strsignal(WTERMSIG(status));
         const std::string& original = m_captures[seed % m_captures.size()].path;
-        std::printf("seed %llu (%s): %s, in %s\n", static_cast<unsigned long long>(seed), original.c_str(), what.c_str(),
-                    call.c_str());
+        std::printf("seed %llu (%s): %s, in %s\n", static_cast<unsigned long long>(seed), original.c_str(),
+                    what.c_str(), call.c_str());
         std::fflush(stdout);
         if (!m_orders.keep.empty()) {
             std::error_code error;
-            std::filesystem::copy(m_folder, m_orders.keep, std::filesystem::copy_options::overwrite_existing, error);
+            for (const std::string& file : {FileOf(seed), FileOf(seed) + ".log"})
+                std::filesystem::copy(file, m_orders.keep, std::filesystem::copy_options::overwrite_existing, error);
         }
     }
     std::error_code error;

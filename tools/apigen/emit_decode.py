@@ -27,6 +27,8 @@ def expression(call, t):
     # A literal depth of 1 marks two-dimensional images.
     text = re.sub(r"\bimage\((\w+), (\w+), 1, ", rf"ImageBytes({store}, \1, \2, ", text)
     text = re.sub(r"\bimage\(", f"ImageBytes({store}, ", text)
+    # Rounded down, so that what is below 0 stays so.
+    text = text.replace(" / 4", " >> 2")
     names = {"pname": "OutputParameterCount" if t.out else "ParameterCount", "index_size": "IndexSize",
              "clear_values": "ClearValues"}
 
@@ -93,6 +95,8 @@ def checks(call):
             text += read_pointer(call, index, p)
         elif call.has("track") and p.type.name in KNOWN_NAMES:
             text += or_return(f"decoder.{KNOWN_NAMES[p.type.name]}({index}, {p.name})")
+    if call.name == "glDrawElementsIndirect":
+        text += or_return("decoder.HasIndices(2)")
     for index, p in enumerate(call.params):
         if p.type.lengths:
             lengths = next(i for i, other in enumerate(call.params) if other.name == p.type.lengths)

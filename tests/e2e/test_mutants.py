@@ -1,0 +1,26 @@
+"""Captures that were changed behind their checksums crash nothing. docs/howto/find-hostile-captures.md tells more."""
+
+import unittest
+
+from harness import BUILD, FAKE_DRIVER, FAMILIES, EndToEndTest
+from test_families import CLIENTS
+
+MUTATE = str(BUILD / "tests/mutate")
+MUTANTS = 110
+
+
+class Mutants(EndToEndTest):
+    def mutate(self, *options):
+        captures = [self.record(FAMILIES, family, "--pbuffer", capture=f"{family}.glcap", compositor=False)
+                    for family in CLIENTS]
+        self.run_program(MUTATE, "--seed", 1, "--count", MUTANTS, "--keep", self.dir, *options, *captures)
+
+    def test_live_driver(self):
+        self.mutate()
+
+    def test_fake_driver(self):
+        self.mutate("--driver", FAKE_DRIVER)
+
+
+if __name__ == "__main__":
+    unittest.main()
