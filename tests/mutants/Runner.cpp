@@ -90,7 +90,9 @@ void Runner::Replay(std::uint64_t seed, const std::string& log) const
         std::fprintf(stderr, "mutate: %s\n", error.c_str());
         _exit(6);
     }
-    std::vector<std::string> arguments = {"playback", "-headless", FileOf(seed)};
+    // The program's own limit comes first; what goes beyond the other one hangs.
+    const std::string seconds = std::to_string(std::chrono::duration<double>(m_orders.limit).count() / 2);
+    std::vector<std::string> arguments = {"playback", "-headless", "-timelimit", seconds, FileOf(seed)};
     if (!m_orders.driver.empty())
         arguments.insert(arguments.end(), {"-driver", m_orders.driver});
     if (!log.empty())
