@@ -68,7 +68,7 @@ void XdgWindow::CreateRole()
             xdg_surface_ack_configure(surface, serial);
             static_cast<XdgWindow*>(self)->m_configured = true;
             // Takes effect with a commit, and a paused replay has no frame to come.
-            static_cast<XdgWindow*>(self)->Commit();
+            wl_surface_commit(static_cast<XdgWindow*>(self)->m_state->surface);
         },
     };
     // Events of later versions than the one bound are not sent.
