@@ -1,6 +1,5 @@
 #include "Host/FrameTimer.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "Interfaces/Core.h"
@@ -52,7 +51,7 @@ FrameTimer::Break::Break(FrameTimer* timer, Beside what, Driver driver) : m_time
     if (!m_timer) {
         return;
     }
-    if (driver == Driver::Needed) {
+    if (driver == Driver::Needed && m_timer->m_inFlight != 0) {
         m_timer->Drain();
         m_timer->Finish();
     }
@@ -111,7 +110,7 @@ void FrameTimer::EndFrame(Account account, FrameCost cost)
 {
     Frame frame = {EGL_NO_DISPLAY, EGL_NO_SYNC_KHR, account, std::nullopt};
     const auto getDisplay = KHRLayer::EGLProc().eglGetCurrentDisplay;
-    if (getDisplay && IsContextCurrent()) {
+    if (m_inFlight != 0 && getDisplay && IsContextCurrent()) {
         // A driver may draw here and now.
         const Telling::InDriver inDriver(&m_telling);
         frame.display = getDisplay();
@@ -123,8 +122,11 @@ void FrameTimer::EndFrame(Account account, FrameCost cost)
     if (account == Account::Frames) {
         frame.cost = m_measurements.Add(cost);
     }
+    if (m_inFlight == 0) {
+        return;
+    }
     m_frames.push_back(frame);
-    while (m_frames.size() >= std::max(m_inFlight, 1U)) {
+    while (m_frames.size() >= m_inFlight) {
         WaitForOldest();
     }
 }

@@ -46,8 +46,9 @@ public:
     /// What a time is part of: frames that are shown, calls behind the last one, or neither.
     enum class Account : std::size_t { Frames, Rest, None };
 
-    /// `inFlight` frames at most are under way, the one whose calls are being replayed included; with 0 or 1 each frame
-    /// is drawn before the next one begins. The others outlive the timer.
+    /// `inFlight` frames at most are under way, the one whose calls are being replayed included; with 1 each frame is
+    /// drawn before the next one begins. With 0 nothing is waited for, the driver gets no call but the capture's, and
+    /// times are those of the calls alone. The others outlive the timer.
     FrameTimer(unsigned int inFlight, Measurements& measurements, Telling& telling)
         : m_inFlight(inFlight), m_measurements(measurements), m_telling(telling)
     {

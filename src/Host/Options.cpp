@@ -42,7 +42,8 @@ constexpr Util::Option OwnOptions[] = {
     {"-timelimit", "SECONDS", "end after this time, with status 5, even when the driver does not come back from a call",
      "Frames"},
     {"-framesinflight", "N",
-     "have at most so many frames under way in the driver (default: 2, as a window would); 0 and 1 finish each frame",
+     "have at most so many frames under way in the driver (default: 2, as a window would); 1 finishes each "
+     "frame, 0 waits for none, so that times are those of the calls alone",
      "Frames"},
     {"-swapinterval", "N",
      "in a window, wait for N pictures of the screen at each swap instead of as many as the program did; 0 runs free",

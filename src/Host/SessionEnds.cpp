@@ -75,7 +75,7 @@ void Session::FillReport()
     m_report.options = m_options.arguments;
     m_report.seconds = m_timer.Seconds(FrameTimer::Account::Frames);
     m_report.restSeconds = m_timer.Seconds(FrameTimer::Account::Rest);
-    m_report.framesInFlight = std::max(m_options.framesInFlight, 1U);
+    m_report.framesInFlight = m_options.framesInFlight;
     m_report.pictureSeconds = m_timer.Clock().SecondsBeside(FrameTimer::Beside::Pictures);
     m_report.comparisonSeconds = m_timer.Clock().SecondsBeside(FrameTimer::Beside::Comparison);
     m_report.waitingSeconds = m_timer.Clock().SecondsBeside(FrameTimer::Beside::Waiting);

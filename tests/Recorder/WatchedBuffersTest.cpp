@@ -105,7 +105,7 @@ TEST_F(WatchedBuffersTest, WhatIsWrittenWithoutACallComesAheadOfTheCallThatUsesI
                             StartsWith("glDrawArrays"), StartsWith("glDrawArrays"), StartsWith("glGetBufferPointerv"),
                             StartsWith("glBufferSubData(target=GL_ARRAY_BUFFER, offset=0, size=64, "),
                             "-- data of mapped buffer GL_ARRAY_BUFFER at 0, 0 bytes",
-                            "glUnmapBuffer(target=GL_ARRAY_BUFFER) = 1"));
+                            "glUnmapBuffer(target=GL_ARRAY_BUFFER) = GL_TRUE"));
     EXPECT_THAT(Dump("glBufferStorageEXT", "capture.glcap")[0], testing::HasSubstr("| GL_DYNAMIC_STORAGE_BIT_EXT"));
 }
 

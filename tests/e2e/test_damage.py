@@ -16,8 +16,9 @@ class EndedEarly(EndToEndTest):
         recorder = self.start_program(RECORD, "--hash", "-o", "ended.glcap", "--", SPINNING, "--pbuffer", "--frames",
                                       "0", "--sleep", "1")
         deadline = time.monotonic() + 30
-        capture = self.dir / "ended.glcap"
-        while not (capture.exists() and capture.stat().st_size > 0 and self.spinning_of(recorder)):
+        self.addCleanup(lambda: self.spinning_of(recorder) and os.kill(self.spinning_of(recorder), signal.SIGKILL))
+        # The capture gets its name when the recording ends.
+        while not (any(path.stat().st_size for path in self.dir.glob("ended.recording-*/*")) and self.spinning_of(recorder)):
             self.assertLess(time.monotonic(), deadline, "nothing was recorded")
             time.sleep(0.05)
         time.sleep(2)

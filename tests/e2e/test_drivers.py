@@ -34,7 +34,7 @@ class Translation(EndToEndTest):
                 driver = {"LD_LIBRARY_PATH": FAKE_DRIVER, "PLAYBACK_FAKE_SHIFT": str(RECORDED)}
                 self.run_program(*client, PLAYBACK_FAKE_LOG="alone.log", **driver)
                 self.run_program(RECORD, "-o", "fake.glcap", "--", *client, PLAYBACK_FAKE_LOG="recorded.log", **driver)
-                self.run_program(PLAYBACK, "-headless", "-driver", FAKE_DRIVER, "fake.glcap",
+                self.run_program(PLAYBACK, "-headless", "-framesinflight", "0", "-driver", FAKE_DRIVER, "fake.glcap",
                                  PLAYBACK_FAKE_LOG="replayed.log", PLAYBACK_FAKE_SHIFT=str(REPLAYED))
                 alone = calls(self.dir / "alone.log")
                 self.assertEqual(calls(self.dir / "recorded.log"), alone)
