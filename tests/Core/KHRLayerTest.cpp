@@ -12,7 +12,6 @@ namespace {
 
 using Core::FuncId;
 using Core::KHRLayer;
-using testing::HasSubstr;
 
 template <class Table> std::size_t EntriesIn(const Table& table)
 {
@@ -136,22 +135,6 @@ TEST_F(ChosenDriverTest, WithoutACurrentContextNothingIsConcludedFromItsVersion)
     EXPECT_EQ(KHRLayer::EGLProc().eglSwapInterval, nullptr);
     KHRLayer::EGLExtProc().eglDestroyImageKHR(nullptr, nullptr);
     EXPECT_THAT(LastCall(), testing::StartsWith("eglDestroyImage(")) << "its other form";
-}
-
-TEST(MissingDriverTest, SaysWhatWasTriedAndLeavesTheTablesEmpty)
-{
-    KHRLayer::SetDriverDirectory("/no/such/folder");
-    KHRLayer::LoadEGL();
-    KHRLayer::LoadGLESCore();
-    KHRLayer::LoadGLESExt();
-    EXPECT_TRUE(AllTablesAreEmpty() && !KHRLayer::IsGLESExtLoaded());
-    for (const char* part : {"/no/such/folder/libEGL.so.1", "/no/such/folder/libEGL.so ",
-                             "/no/such/folder/libGLESv2.so.2", "No such file or directory"})
-        EXPECT_THAT(KHRLayer::LoadError(), HasSubstr(part));
-    KHRLayer::FreeGLES();
-    KHRLayer::FreeEGL();
-    EXPECT_EQ(KHRLayer::LoadError(), "");
-    KHRLayer::SetDriverDirectory("");
 }
 
 } // namespace

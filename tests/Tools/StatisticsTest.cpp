@@ -113,6 +113,11 @@ TEST_F(StatisticsTest, ChangesThatSetWhatWasSetAreToldFromThoseThatDoNot)
           {CallId::glVertexAttribPointer, 1},
           {CallId::glVertexAttribFormat, 1},
           {CallId::glBindVertexBuffer, 1}}},
+        {"client memory is told by its address",
+         {Call(CallId::glVertexAttribPointer, 0, 2, 0x1406, 0, 0, 0x1000),
+          Call(CallId::glVertexAttribPointer, 0, 2, 0x1406, 0, 0, 0x2000),
+          Call(CallId::glVertexAttribPointer, 0, 2, 0x1406, 0, 0, 0x2000)},
+         {{CallId::glVertexAttribPointer, 1}}},
         {"indexed and general bindings",
          {genBuffers, Call(CallId::glBindBufferBase, 0x8A11, 0, 1), bindBuffer(0x8A11, 1), bindBuffer(0x8A11, 2),
           Call(CallId::glBindBufferBase, 0x8A11, 0, 1), Call(CallId::glBindBufferRange, 0x8A11, 0, 1, 0, 4)},
@@ -241,6 +246,31 @@ TEST_F(StatisticsTest, DrawsAndDispatchesCountWhatTheyDraw)
     EXPECT_EQ(total.dispatches.unknown, 1u);
     EXPECT_EQ(total.clears, (CallCounts{{CallId::glClear, 1}, {CallId::glClearBufferfv, 1}}));
     EXPECT_EQ(total.blits, (CallCounts{{CallId::glBlitFramebuffer, 1}}));
+}
+
+TEST_F(StatisticsTest, WaitsAndReadBacksAreCounted)
+{
+    Call(CallId::glFinish);
+    Call(CallId::glGetQueryObjectuiv, 1, 0x8866, Words{1});
+    Call(CallId::glGetQueryObjectuiv, 1, 0x8867, Words{1}); // only asks whether there is a result
+    for (const int timeout : {0, 1000})
+        Call(CallId::glClientWaitSync, 0x911A, 1, 1, timeout);
+    Call(CallId::glReadPixels, 0, 0, 2, 1, 0x1908, 0x1401, Bytes(8));
+    Call(CallId::glGenBuffers, 1, Words{1});
+    Call(CallId::glBindBuffer, 0x88EB, 1);
+    Call(CallId::glBufferData, 0x88EB, 64, 0, 0x88E4);
+    Call(CallId::glReadPixels, 0, 0, 2, 2, 0x1908, 0x1401, 16);
+    for (const int access : {1, 2}) {
+        Call(CallId::glMapBufferRange, 0x5000, 0x88EB, 0, 24, access);
+        Call(CallId::glUnmapBuffer, 1, 0x88EB);
+    }
+    const FrameStatistics total = Collect().total;
+    EXPECT_THAT(reports, ElementsAre());
+    EXPECT_EQ(total.waits,
+              (CallCounts{{CallId::glFinish, 1}, {CallId::glGetQueryObjectuiv, 1}, {CallId::glClientWaitSync, 1}}));
+    EXPECT_EQ(total.readBacks, (CallCounts{{CallId::glReadPixels, 2}, {CallId::glMapBufferRange, 1}}));
+    EXPECT_EQ(std::tuple(total.readBytes, total.bytesReadToBuffers, total.bytesMappedToRead),
+              std::tuple(24u, 16u, 24u));
 }
 
 TEST_F(StatisticsTest, UploadsCountTheBytesThatArrive)
