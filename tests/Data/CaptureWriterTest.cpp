@@ -63,27 +63,6 @@ TEST_F(CaptureWriterTest, VertexDataStaysInTheChunkOfItsDraw)
     EXPECT_GT(source->Chunks().size(), 10u);
 }
 
-/// A program that is killed leaves what it recorded half a second before, or a megabyte before.
-TEST_F(CaptureWriterTest, WholeChunksReachTheFileWithoutAFinish)
-{
-    for (int frame = 0; frame < 3; ++frame) {
-        ASSERT_NE(BeginVertices(1 << 20), nullptr);
-        writer->End();
-        writer->FrameEnd();
-    }
-    Call(CallId::glClear, 1);
-    for (int wait = 0; wait < 500; ++wait, usleep(10'000)) {
-        const auto source = CaptureSource::Open(path, openError);
-        if (source && source->Chunks().size() == 3)
-            break;
-    }
-    std::filesystem::copy_file(path, path + ".killed");
-    path += ".killed";
-    const auto source = OpenSource();
-    EXPECT_FALSE(source->IsComplete());
-    EXPECT_EQ(source->FrameCount(), 3u);
-}
-
 TEST_F(CaptureWriterTest, AFullDiskStopsRecordingAndIsReported)
 {
     std::string error;

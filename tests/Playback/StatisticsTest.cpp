@@ -192,22 +192,6 @@ TEST_F(StatisticsTest, ValuesFollowTheRulesOfTheirKeys)
     }
 }
 
-/// Functions that no capture of this system has: a reader that has them calls their handlers with what it has.
-TEST_F(StatisticsTest, HandlersWithoutACallTakeAnyArguments)
-{
-    StatsBin store("report");
-    EGLStatsAdapter egl(&store);
-    egl.Process_eglQueryStreamu64KHR(1, 2u, nullptr);
-    egl.Process_eglCreateSharedImageMERIDANE();
-    egl.Process_eglQueryImagePtrTAVO("anything");
-    EXPECT_EQ((*store.GetMap())["GL_Extensions"], "GL_TAVO,EGL_MERIDANE_shared_image,EGL_KHR_stream");
-    // In the table of extensions, but without a handler.
-    egl.LogExtensionCall("glFenceNV");
-    egl.LogExtensionCall("Process_");
-    egl.LogExtensionCall("Process_eglUnheardOf");
-    EXPECT_EQ((*store.GetMap())["GL_Extensions"], "GL_TAVO,EGL_MERIDANE_shared_image,EGL_KHR_stream");
-}
-
 TEST_F(StatisticsTest, ThreadsAndSurfacesAreCountedByThread)
 {
     struct {

@@ -69,21 +69,4 @@ TEST_F(CommandLineTest, OptionsOfAnotherProgramAreLeftToIt)
     EXPECT_THAT(Parse({"--", "-b", "x"}, AfterFirstPositional::TakeAll).args.positional, ElementsAre("-b", "x"));
 }
 
-TEST_F(CommandLineTest, HelpListsEveryOptionUnderItsGroup)
-{
-    EXPECT_EQ(m_commandLine.Help("Usage: program [options]"), //
-              "Usage: program [options]\n"
-              "\n"
-              "Window:\n"
-              "  -fullscreen                   Covers the whole screen.\n"
-              "  -width N                      Width of the window in pixels.\n"
-              "  -a-rather-long-option-name-for-a-table VALUE\n"
-              "                                Has its help on the next line.\n"
-              "\n"
-              "Pictures:\n"
-              "  --json                        Prints JSON.\n"
-              "\n"
-              "An option may be written with one hyphen or two, and its value after a blank or \"=\".\n");
-}
-
 } // namespace
