@@ -96,10 +96,7 @@ FramebufferReader::Result FramebufferReader::ReadColor()
     } else if (componentType == GL_SIGNED_NORMALIZED) {
         type = GL_BYTE;
     }
-    // The driver resolves a multisampled default framebuffer itself.
-    if (!IsDefaultFramebuffer() && m_isES3 && Get(GL_SAMPLE_BUFFERS) > 0)
-        return ReadResolved(format, type);
-    return Read(format, type);
+    return ReadBuffer({m_colorBuffer, GL_COLOR_BUFFER_BIT}, format, type);
 }
 
 FramebufferReader::Result FramebufferReader::ReadDepth()
@@ -111,7 +108,7 @@ FramebufferReader::Result FramebufferReader::ReadDepth()
     // Which types are accepted depends on the kind of depth buffer.
     Result result;
     for (const GLenum type : {GL_UNSIGNED_INT, GL_UNSIGNED_SHORT, GL_FLOAT}) {
-        result = Read(GL_DEPTH_COMPONENT, type);
+        result = ReadBuffer({GL_DEPTH_ATTACHMENT, GL_DEPTH_BUFFER_BIT}, GL_DEPTH_COMPONENT, type);
         if (result.pixels)
             break;
     }
@@ -124,7 +121,7 @@ FramebufferReader::Result FramebufferReader::ReadStencil()
         return {{}, m_error, false};
     if (!HasExtension("GL_NV_read_stencil"))
         return {{}, "the driver lacks GL_NV_read_stencil", true};
-    return Read(GL_STENCIL_INDEX, GL_UNSIGNED_BYTE);
+    return ReadBuffer({GL_STENCIL_ATTACHMENT, GL_STENCIL_BUFFER_BIT}, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE);
 }
 
 bool FramebufferReader::HasExtension(std::string_view name) const
@@ -288,10 +285,23 @@ FramebufferReader::Storage FramebufferReader::FindTextureStorage(unsigned int at
     return {};
 }
 
-/// Reads the selected colour buffer of a multisampled framebuffer object through a copy with one sample a pixel.
-FramebufferReader::Result FramebufferReader::ReadResolved(unsigned int format, unsigned int type)
+FramebufferReader::Result FramebufferReader::ReadBuffer(Buffer buffer, unsigned int format, unsigned int type)
 {
-    const Storage storage = FindStorage(m_colorBuffer);
+    // The driver resolves a multisampled default framebuffer itself.
+    return !IsDefaultFramebuffer() && m_isES3 && Get(GL_SAMPLE_BUFFERS) > 0 ? ReadResolved(buffer, format, type)
+                                                                            : Read(format, type);
+}
+
+/// Reads a buffer of a multisampled framebuffer object through a copy with one sample a pixel.
+FramebufferReader::Result FramebufferReader::ReadResolved(Buffer buffer, unsigned int format, unsigned int type)
+{
+    const Storage storage = FindStorage(buffer.attachment);
+    // A copy of depth or stencil has the same format, and so both where they are in one.
+    const bool isPacked =
+        storage.internalFormat == GL_DEPTH24_STENCIL8 || storage.internalFormat == GL_DEPTH32F_STENCIL8;
+    const GLenum attachment = buffer.bit == GL_COLOR_BUFFER_BIT ? GL_COLOR_ATTACHMENT0
+                              : isPacked                        ? GL_DEPTH_STENCIL_ATTACHMENT
+                                                                : buffer.attachment;
     const GLint boundRenderbuffer = Get(GL_RENDERBUFFER_BINDING);
     const bool hasScissor = m_gl.glIsEnabled(GL_SCISSOR_TEST) == GL_TRUE; // cuts blits as well
     (void)TakeErrors();
@@ -303,9 +313,9 @@ FramebufferReader::Result FramebufferReader::ReadResolved(unsigned int format, u
     m_gl.glRenderbufferStorage(GL_RENDERBUFFER, storage.internalFormat, m_width, m_height);
     m_gl.glGenFramebuffers(1, &framebuffer);
     m_gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, framebuffer);
-    m_gl.glFramebufferRenderbuffer(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, renderbuffer);
+    m_gl.glFramebufferRenderbuffer(GL_DRAW_FRAMEBUFFER, attachment, GL_RENDERBUFFER, renderbuffer);
     m_gl.glDisable(GL_SCISSOR_TEST);
-    m_gl.glBlitFramebuffer(0, 0, m_width, m_height, 0, 0, m_width, m_height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    m_gl.glBlitFramebuffer(0, 0, m_width, m_height, 0, 0, m_width, m_height, buffer.bit, GL_NEAREST);
 
     Result result;
     if (const GLenum error = TakeErrors(); error != GL_NO_ERROR) {

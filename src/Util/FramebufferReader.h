@@ -40,6 +40,7 @@ public:
 
     /// The first colour buffer that is drawn to, resolved when it is multisampled.
     [[nodiscard]] Result ReadColor();
+    /// These two are resolved likewise.
     [[nodiscard]] Result ReadDepth();
     [[nodiscard]] Result ReadStencil();
 
@@ -49,6 +50,11 @@ private:
         std::int32_t width = 0;
         std::int32_t height = 0;
         unsigned int internalFormat = 0;
+    };
+    /// A buffer of a framebuffer object, and the bit that names its kind.
+    struct Buffer {
+        unsigned int attachment;
+        unsigned int bit;
     };
     /// A piece of integer state and the value to put back.
     struct Saved {
@@ -68,7 +74,8 @@ private:
     [[nodiscard]] std::int32_t GetAttachment(unsigned int attachment, unsigned int name) const;
     [[nodiscard]] Storage FindStorage(unsigned int attachment) const;
     [[nodiscard]] Storage FindTextureStorage(unsigned int attachment) const;
-    [[nodiscard]] Result ReadResolved(unsigned int format, unsigned int type);
+    [[nodiscard]] Result ReadBuffer(Buffer buffer, unsigned int format, unsigned int type);
+    [[nodiscard]] Result ReadResolved(Buffer buffer, unsigned int format, unsigned int type);
     [[nodiscard]] Result Read(unsigned int format, unsigned int type);
 
     const Core::GLESProcTable& m_gl;
