@@ -37,6 +37,8 @@ constexpr Util::Option OwnOptions[] = {
     {"-timecalls", "", "add the CPU time of each function to the results of -json; replay is slower then", "Results"},
     {"-json", "FILE",
      "write the results as JSON, to standard output for -: the summary, and time and calls of each frame", "Results"},
+    {"-statsdir", "DIR", "folder for the reports of -stats, created if missing (default: that of the capture)",
+     "Results"},
     {"-framerate", "RATE", "replay so many frames a second at most", "Frames"},
     {"-pace", "HOW", "recorded: replay frames when the recorded program drew them", "Frames"},
     {"-timelimit", "SECONDS", "end after this time, with status 5, even when the driver does not come back from a call",
@@ -112,6 +114,10 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
     if (const std::string* directory = args.FindValue("-driver")) {
         options.driverDirectory = *directory;
     }
+    options.statisticsFile = options.captureFile;
+    if (const std::string* folder = args.FindValue("-statsdir")) {
+        options.statisticsFile = *folder + "/" + Util::Path::GetFilePart(options.captureFile);
+    }
     if (const std::string* file = args.FindValue("-json")) {
         options.jsonFile = *file;
     }
@@ -163,7 +169,8 @@ std::vector<std::string> WithoutEffect(const Options& options, std::uint32_t fra
     constexpr Companion companions[] = {{"-samples", "-config"},
                                         {"-threadFilterStartFrame", "-thread"},
                                         {"-skippbufferdisplay", "-pbuffersurface"},
-                                        {"-timecalls", "-json"}};
+                                        {"-timecalls", "-json"},
+                                        {"-statsdir", "-stats"}};
     const Util::ParseArgs::CmdLineArgs& args = options.args;
     const auto isGiven = [&](const char* option) { return args.HasSwitch(option) || args.FindValue(option); };
     std::vector<std::string> notes;

@@ -20,6 +20,8 @@ struct Options {
     std::string captureFile;
     /// Folder of the driver's libraries; empty for the system's.
     std::string driverDirectory;
+    /// Start of the names of the reports of -stats: the capture's, in the folder of -statsdir when that is given.
+    std::string statisticsFile;
     bool headless = false;
     bool verify = false;
     /// Only tell what the driver lacks.

@@ -83,7 +83,9 @@ public:
             Use(GL_MAX_SAMPLES, arguments.Find("samples"));
         } else if (call.starts_with("glFramebuffer")) {
             Use(GL_MAX_SAMPLES, arguments.Find("samples"));
-            Index(GL_MAX_COLOR_ATTACHMENTS, arguments.Value("attachment"), GL_COLOR_ATTACHMENT0);
+            if (const std::uint32_t attachment = arguments.Value("attachment"); attachment < GL_DEPTH_ATTACHMENT) {
+                Index(GL_MAX_COLOR_ATTACHMENTS, attachment, GL_COLOR_ATTACHMENT0);
+            }
         } else if (call == "glActiveTexture") {
             Index(GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS, arguments.Value("texture"), GL_TEXTURE0);
         } else if (call.starts_with("glDrawBuffers")) {

@@ -120,7 +120,7 @@ ExitStatus Session::Summarise()
     }
     if (m_statistics) {
         m_statistics.reset();
-        Say(Statistics::Report(m_options.captureFile));
+        Say(Statistics::Report(m_options.statisticsFile));
     }
     bool isWritten = m_report.missingPictures == 0;
     if (!m_options.jsonFile.empty()) {

@@ -1,8 +1,7 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
-
-#include "Host/ReplayClock.h"
 
 namespace Host {
 
@@ -20,7 +19,7 @@ public:
     void Update(std::uint64_t frames, std::uint64_t total, std::uint32_t frame, bool isPaused);
 
 private:
-    using Clock = RunningClock;
+    using Clock = std::chrono::steady_clock;
 
     bool m_isShown;
     bool m_wasPaused = false;

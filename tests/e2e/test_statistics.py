@@ -41,6 +41,9 @@ class Stats(EndToEndTest):
         (self.dir / "sample.glcap_flat.xml").mkdir()
         self.assertMentions(self.run_program(PLAYBACK, "-stats", capture, status=NOT_WRITTEN),
                             "cannot write", "sample.glcap_flat.xml", "Is a directory")
+        self.run_program(PLAYBACK, "-stats", "-statsdir", "reports", capture)
+        self.assertEqual(sorted(path.name for path in (self.dir / "reports").iterdir()),
+                         ["sample.glcap.xml", "sample.glcap_flat.xml"])
 
 
 class Info(EndToEndTest):

@@ -146,6 +146,10 @@ private:
 
     [[nodiscard]] std::string Enum(std::uint32_t value) const
     {
+        // There are more texture units than the headers name, and other enums have their numbers.
+        constexpr std::uint32_t textureUnit0 = 0x84C0;
+        if (m_function == "glActiveTexture" && value >= textureUnit0)
+            return Word("GL_TEXTURE" + std::to_string(value - textureUnit0));
         const char* const name = EnumName(m_function, value);
         return Word(name ? name : HexText(value));
     }

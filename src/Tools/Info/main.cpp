@@ -83,6 +83,8 @@ std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& c
         if (args.FindValue(option) && !isDump)
             return std::string(option) + " goes with --dump";
     }
+    if (isReport && *args.FindValue("--report") == "-")
+        return "--report needs a folder for the page, which does not go to standard output";
     if (args.FindValue("--results") && !isReport)
         return "--results goes with --report";
     if (const std::string* const frames = args.FindValue("--frames")) {
