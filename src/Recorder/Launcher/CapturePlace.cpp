@@ -108,7 +108,7 @@ fs::path CapturePlace::PutBeside(const fs::path& capture, std::string& error)
         if (file >= 0) {
             close(file);
         }
-        const fs::path place = Rename(capture, name, error);
+        fs::path place = Rename(capture, name, error);
         if (place == capture && file >= 0) {
             unlink(name.c_str());
         }

@@ -31,7 +31,7 @@ std::string FindProgram(const std::string& command)
     const char* const path = std::getenv("PATH");
     std::istringstream folders(path != nullptr ? path : "/bin:/usr/bin");
     for (std::string folder; std::getline(folders, folder, ':');) {
-        const std::string file = (folder.empty() ? "." : folder) + "/" + command;
+        std::string file = (folder.empty() ? "." : folder) + "/" + command;
         struct stat status = {};
         if (stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode) && access(file.c_str(), X_OK) == 0) {
             return file;
