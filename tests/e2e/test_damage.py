@@ -45,18 +45,14 @@ class EndedEarly(EndToEndTest):
         self.assertGreater(frames, 0)
         self.assertMentions(result, f"{frames} frames")
 
-    def check_clean_end(self, number):
-        recorder = self.start()
-        recorder.send_signal(number)
-        recorder.wait(20)
-        result = self.verify("ended.glcap")
-        self.assertNotIn("warning", result.stderr.lower())
-
-    def test_sigint_ends_the_capture_cleanly(self):
-        self.check_clean_end(signal.SIGINT)
-
-    def test_sigterm_ends_the_capture_cleanly(self):
-        self.check_clean_end(signal.SIGTERM)
+    def test_signals_end_the_capture_cleanly(self):
+        for number in signal.SIGINT, signal.SIGTERM:
+            with self.subTest(number):
+                recorder = self.start()
+                recorder.send_signal(number)
+                recorder.wait(20)
+                self.assertNotIn("warning", self.verify("ended.glcap").stderr.lower())
+                (self.dir / "ended.glcap").unlink()
 
 
 if __name__ == "__main__":

@@ -84,18 +84,6 @@ class Windows(EndToEndTest):
         result = self.run_program(WITH_WESTON, PLAYBACK, "-verify", "-width", "100", capture, status=DIFFERED)
         self.assertTrue(re.search(r"found 100x\d+ ", result.stderr), result)
 
-    def test_each_window_of_a_program_has_its_own(self):
-        # A compositor with two outputs, each a window, in which something moves.
-        script = (f"{RECORD} --hash --frames 20 -o two.glcap -- weston --backend=wayland-backend.so --no-config "
-                  "--width=300 --height=200 --socket=inner --idle-time=0 --output-count=2 & recorder=$!; "
-                  "while kill -0 $recorder && ! [ -S $XDG_RUNTIME_DIR/inner ]; do sleep 0.05; done; "
-                  "WAYLAND_DISPLAY=inner weston-simple-egl & client=$!; wait $recorder; kill $client; wait")
-        self.run_program(WITH_WESTON, "sh", "-c", script)
-        windows = [surface for surface in self.info("two.glcap")["surfaces"] if surface["kind"] == "window"]
-        self.assertEqual(len(windows), 2)
-        # Not verified: the program shows memory that it never cleared.
-        self.assertMentions(self.run_program(WITH_WESTON, PLAYBACK, "two.glcap"), "20 frames in", " 0 errors")
-
     def test_pbuffers_are_replayed_under_a_compositor(self):
         capture = self.record(SPINNING, "--frames", "4", "--pbuffer", compositor=False)
         self.verify(capture, compositor=True)
