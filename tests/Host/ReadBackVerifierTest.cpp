@@ -2,7 +2,10 @@
 
 #include <cstring>
 
+#include <gmock/gmock.h>
+
 #include "FakeDriver/FakeDriver.h"
+#include "Host/MappingGuard.h"
 #include "Playback/GLResourceTable.h"
 
 namespace {
@@ -46,6 +49,34 @@ TEST_F(FakeDriverTest, TheFirstReadBackThatDiffersIsNamed)
     pixels.SetValue(64);
     verifier.Process_glReadPixels(0, 0, 2, 1, GL_RGBA, GL_UNSIGNED_BYTE, &pixels);
     EXPECT_EQ(tally.compared, 4u);
+}
+
+TEST_F(FakeDriverTest, BytesReachTheirMappingWhateverErrorIsPending)
+{
+    std::uint8_t mapped[4] = {};
+    std::uint8_t written[] = {1, 2, 3, 4, 5};
+    Playback::GLResourceTable table;
+    table.SetCurrentContext(1, 1, 1, 1);
+    table.MapBuffer(0x5000, GL_ARRAY_BUFFER, sizeof mapped, GL_MAP_WRITE_BIT, mapped);
+    driver.Answer("glGetIntegerv", [](const Fake::Arguments& arguments) {
+        *arguments.Get<GLint*>(1) = 7;
+        return Fake::Word{0};
+    });
+    driver.Answer("glGetBufferParameteriv", [](const Fake::Arguments& arguments) {
+        *arguments.Get<GLint*>(2) = arguments.Get<GLenum>(1) == GL_BUFFER_MAPPED ? GL_TRUE : 4;
+        return Fake::Word{0};
+    });
+    driver.Answer("glGetBufferPointerv", [&](const Fake::Arguments& arguments) {
+        *arguments.Get<void**>(2) = mapped;
+        return Fake::Word{0};
+    });
+    Host::MappingGuard guard(&table);
+    guard.ProcessFlushMappedBufferRange(GL_ARRAY_BUFFER, 1, 4, written);
+    EXPECT_EQ(mapped[1], 0) << "longer than the mapping";
+    driver.ClearLog();
+    guard.ProcessFlushMappedBufferRange(GL_ARRAY_BUFFER, 0, 4, written);
+    EXPECT_EQ(mapped[3], 4);
+    EXPECT_THAT(driver.Log(), testing::Not(testing::Contains(testing::StartsWith("glGetError"))));
 }
 
 } // namespace

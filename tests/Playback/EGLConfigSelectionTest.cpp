@@ -98,6 +98,11 @@ TEST_F(EGLConfigSelectionTest, RecordedAttributesAreMatchedExactlyAndElseTheFirs
     EXPECT_THAT(Calls(), Not(Contains(StartsWith("eglChooseConfig")))) << "the recorded one stays";
     configs[2].red = configs[4].red = 7;
     EXPECT_EQ(Chosen(), 1u);
+
+    adapter.reset();
+    driver.Load();
+    adapter.emplace(nullptr, nullptr, nullptr);
+    EXPECT_EQ(adapter->GetConfig(1, 5), nullptr) << "without a table there is nothing to go by";
 }
 
 TEST_F(EGLConfigSelectionTest, OverridesByComponentsOrDepths)
