@@ -1,8 +1,6 @@
 #include "Host/Session.h"
 
 #include <algorithm>
-#include <cstring>
-#include <thread>
 
 #include "Data/CaptureFile.h"
 #include "Host/Driver.h"
@@ -20,20 +18,6 @@
 #include "Playback/PlaybackSettings.h"
 
 namespace Host {
-
-namespace {
-
-using std::chrono::steady_clock;
-
-/// How long events and keys may wait for an answer while replay itself waits.
-constexpr std::chrono::milliseconds LongestSleep{10};
-
-std::string NumberOf(std::uint32_t frame)
-{
-    return "frame " + std::to_string(frame);
-}
-
-} // namespace
 
 Session::Session(Options options)
     : m_options(std::move(options)), m_settings(Playback::PlaybackEnvironment::Instance()), m_plan(*m_settings),
@@ -314,102 +298,6 @@ Outcome Session::ReplayFrame()
     return AfterFrame();
 }
 
-bool Session::HasKeys() const
-{
-    return m_terminal || m_output.HasKeyboard();
-}
-
-void Session::SayPaused() const
-{
-    Say("Paused at " + NumberOf(CurrentFrame()) + "; " +
-        (HasKeys() ? KeyHelp : "there is neither a keyboard nor a terminal to go on with, a signal ends the replay") +
-        ".");
-}
-
-bool Session::WaitForTurn(Outcome& failure)
-{
-    const auto due = IsOnTheWay() ? steady_clock::now() : m_pace.NextFrame(m_capture->FrameTimeUs());
-    std::optional<FrameTimer::Break> waiting;
-    for (;;) {
-        failure = HandleEvents();
-        m_report.stopReason = failure ? "" : ReasonToStop();
-        if (failure || !m_report.stopReason.empty() || CurrentFrame() >= m_plan.LastFrame()) {
-            return false;
-        }
-        if (m_controller->IsPaused()) {
-            if (m_steps > 0) {
-                --m_steps;
-                return true;
-            }
-            m_pace.Restart();
-        }
-        const auto now = steady_clock::now();
-        if (m_options.timeLimit && RunningClock::now() - m_start > *m_options.timeLimit) {
-            failure =
-                Failure{ExitStatus::CutShort, "The time of -timelimit is over after " + NumberOf(CurrentFrame()) + "."};
-            return false;
-        }
-        if (!m_controller->IsPaused() && now >= due) {
-            return true;
-        }
-        if (!waiting) {
-            waiting.emplace(&m_timer, FrameTimer::Beside::Waiting);
-        }
-        UpdateStatus();
-        std::this_thread::sleep_until(m_controller->IsPaused() ? now + LongestSleep
-                                                               : std::min(due, now + LongestSleep));
-    }
-}
-
-Outcome Session::HandleEvents()
-{
-    if (!m_output.HandleEvents(m_commands)) {
-        return Failure{ExitStatus::NoDriver,
-                       "The connection to the compositor broke after " + NumberOf(CurrentFrame()) + "."};
-    }
-    if (m_terminal) {
-        m_terminal->Read(m_commands);
-    }
-    for (; !m_commands.empty(); m_commands.pop_front()) {
-        Obey(m_commands.front());
-    }
-    return std::nullopt;
-}
-
-void Session::Obey(Command command)
-{
-    switch (command) {
-    case Command::PauseOrGo:
-        if (m_controller->IsPaused()) {
-            m_controller->Play();
-        } else {
-            m_isPauseDue = true;
-        }
-        break;
-    case Command::Step:
-        // Also when replay runs: then it pauses after the next frame.
-        if (m_controller->IsPaused()) {
-            ++m_steps;
-        } else {
-            m_isPauseDue = true;
-        }
-        break;
-    case Command::Screenshot:
-        if (m_screenshots && m_controller->IsPaused()) {
-            m_screenshots->WriteKept();
-        } else if (m_screenshots) {
-            m_screenshots->WriteNextFrame();
-        }
-        break;
-    case Command::FullScreen:
-        m_output.ToggleFullscreen();
-        break;
-    case Command::End:
-        m_isEndWanted = true;
-        break;
-    }
-}
-
 Outcome Session::AfterFrame()
 {
     if (!m_engine) {
@@ -433,27 +321,10 @@ Outcome Session::AfterFrame()
                                   m_settings->m_swapFboY);
     }
     if (IsContextLost()) {
-        return Failure{ExitStatus::CutShort, "The driver lost the context in " + NumberOf(CurrentFrame()) +
+        return Failure{ExitStatus::CutShort, "The driver lost the context in frame " + std::to_string(CurrentFrame()) +
                                                  ", for instance because the GPU was reset."};
     }
     return std::nullopt;
-}
-
-std::string Session::ReasonToStop() const
-{
-    if (m_stopSignal.Received() != 0) {
-        return strsignal(m_stopSignal.Received());
-    }
-    if (m_isEndWanted) {
-        return "q or Escape was pressed";
-    }
-    if (m_output.IsClosed()) {
-        return "a window was closed";
-    }
-    if (m_settings->m_stopFrameSet && CurrentFrame() >= m_plan.LastFrame() && !IsAnotherPassDue()) {
-        return "-stopframe";
-    }
-    return "";
 }
 
 std::uint32_t Session::CurrentFrame() const

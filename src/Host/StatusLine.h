@@ -1,7 +1,8 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
+
+#include "Host/ReplayClock.h"
 
 namespace Host {
 
@@ -19,7 +20,7 @@ public:
     void Update(std::uint64_t frames, std::uint64_t total, std::uint32_t frame, bool isPaused);
 
 private:
-    using Clock = std::chrono::steady_clock;
+    using Clock = RunningClock;
 
     bool m_isShown;
     bool m_wasPaused = false;
