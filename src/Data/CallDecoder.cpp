@@ -4,6 +4,7 @@
 
 #include "Data/CallParameters.h"
 #include "Data/Diagnostics.h"
+#include "Data/StateModel.h"
 
 namespace Data {
 
@@ -55,8 +56,15 @@ void CallDecoder::SetThread(std::uint32_t thread)
 {
     m_client.SetCurrentThread(thread);
     m_delivered = 0;
+    if (m_model)
+        m_model->SetThread(thread);
     m_gl->SetCurrentThread(thread);
     m_egl->SetCurrentThread(thread);
+}
+
+void CallDecoder::TellModel() const
+{
+    m_model->Call(CallArguments(m_call, m_record));
 }
 
 bool CallDecoder::Refuse(std::uint32_t parameter, const std::string& expected, const std::string& found)

@@ -19,6 +19,7 @@ namespace Data {
 
 class CallDecoder;
 class Diagnostics;
+class StateModel;
 
 /// How the calls of one kind are decoded.
 struct CallDecoding {
@@ -45,6 +46,9 @@ public:
 
     void SetAdapter(GLAdapter* adapter) { m_gl = adapter; }
     void SetAdapter(EGLAdapter* adapter) { m_egl = adapter; }
+
+    /// Tells `model` of each call ahead of the adapter. It is not owned; null for none.
+    void SetStateModel(StateModel* model) { m_model = model; }
 
     /// Decodes the record of a call. Its bytes may be changed by the adapter.
     void Decode(CallId call, std::uint8_t* record);
@@ -114,6 +118,12 @@ public:
     bool ReturnedPointer(std::uint32_t at) { return Opaque(maxParameters, at); }
     bool ReturnedString(std::uint32_t at);
 
+    /// Comes with each call that changes what a StateModel knows.
+    void Follow()
+    {
+        if (m_model) [[unlikely]]
+            TellModel();
+    }
     bool KnowsBuffer(std::uint32_t parameter, std::uint32_t name);
     bool KnowsVertexArray(std::uint32_t parameter, std::uint32_t name);
     /// There are indices for a draw that takes its number of them from a buffer.
@@ -137,6 +147,7 @@ private:
     template <class T> bool AttribList(std::uint32_t parameter, std::uint32_t at, T terminator);
     /// Whether the call is one of GL while there is no context for those; said for the first one.
     bool IsSkipped(const char* name);
+    void TellModel() const;
     /// Reports and answers false.
     bool Refuse(std::uint32_t parameter, const std::string& expected, const std::string& found);
 
@@ -145,6 +156,7 @@ private:
     EGLNullAdapter m_noEGL;
     GLAdapter* m_gl = &m_noGL;
     EGLAdapter* m_egl = &m_noEGL;
+    StateModel* m_model = nullptr;
     Diagnostics& m_diagnostics;
 
     std::uint8_t* m_record = nullptr;

@@ -26,16 +26,14 @@ UploadReader::UploadReader(Data::CaptureFile& capture, Receiver receive)
     : m_capture(capture), m_receive(std::move(receive))
 {
     capture.SetAdapter(this);
+    capture.GetFrameProcessor()->Calls().SetStateModel(&m_state);
 }
 
 Upload UploadReader::Begin(const Place& place, const Size& size)
 {
-    Bindings& bindings = Current();
-    const std::uint32_t target = IsFace(place.target) ? GL_TEXTURE_CUBE_MAP : place.target;
-    const auto bound = bindings.textures.find({bindings.unit, target});
     Upload upload;
     upload.frame = m_capture.GetCurrentFrame() + 1;
-    upload.texture = bound != bindings.textures.end() ? bound->second : 0;
+    upload.texture = m_state.Object(m_state.BoundTexture(place.target)).name;
     upload.level = place.level;
     upload.layer =
         IsFace(place.target) ? static_cast<std::int32_t>(place.target - GL_TEXTURE_CUBE_MAP_POSITIVE_X) : place.z;
@@ -92,17 +90,6 @@ void UploadReader::Blocks(const Place& place, const Size& size, std::uint32_t in
         upload.data.assign(memory + std::int64_t{layer} * layerBytes, memory + std::int64_t{layer + 1} * layerBytes);
         m_receive(upload);
     }
-}
-
-void UploadReader::Process_glActiveTexture(std::uint32_t texture)
-{
-    Current().unit = texture - GL_TEXTURE0;
-}
-
-void UploadReader::Process_glBindTexture(std::uint32_t target, std::uint32_t texture)
-{
-    Bindings& bindings = Current();
-    bindings.textures[{bindings.unit, target}] = texture;
 }
 
 void UploadReader::Process_glTexImage2D(std::uint32_t target, std::int32_t level, std::int32_t internalformat,

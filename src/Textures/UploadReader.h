@@ -3,11 +3,10 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
-#include <utility>
 #include <vector>
 
 #include "Data/CaptureFile.h"
+#include "Data/StateModel.h"
 
 namespace Textures {
 
@@ -45,8 +44,6 @@ public:
     /// Uploads from buffer objects, whose pixels are not handed on.
     [[nodiscard]] std::uint32_t FromBuffers() const { return m_fromBuffers; }
 
-    void Process_glActiveTexture(std::uint32_t texture) override;
-    void Process_glBindTexture(std::uint32_t target, std::uint32_t texture) override;
     void Process_glTexImage2D(std::uint32_t target, std::int32_t level, std::int32_t internalformat, std::int32_t width,
                               std::int32_t height, std::int32_t border, std::uint32_t format, std::uint32_t type,
                               Data::PointerData* pixels) override;
@@ -90,11 +87,6 @@ public:
                                               std::int32_t imageSize, Data::PointerData* data) override;
 
 private:
-    /// Textures bound in one context, by unit and target.
-    struct Bindings {
-        std::uint32_t unit = 0;
-        std::map<std::pair<std::uint32_t, std::uint32_t>, std::uint32_t> textures;
-    };
     /// Where in a texture pixels go.
     struct Place {
         std::uint32_t target;
@@ -111,7 +103,6 @@ private:
         bool isVolume = false;
     };
 
-    [[nodiscard]] Bindings& Current() { return m_bindings[&m_capture.Context()]; }
     [[nodiscard]] Upload Begin(const Place& place, const Size& size);
     void Pixels(const Place& place, const Size& size, std::uint32_t internalFormat, std::uint32_t format,
                 std::uint32_t type, const Data::PointerData* pixels);
@@ -120,7 +111,7 @@ private:
 
     Data::CaptureFile& m_capture;
     Receiver m_receive;
-    std::map<const Data::ContextState*, Bindings> m_bindings;
+    Data::StateModel m_state;
     std::uint32_t m_fromBuffers = 0;
 };
 

@@ -6,6 +6,10 @@ namespace Trim {
 
 namespace {
 
+using Data::Slot;
+using Data::State;
+using Data::StateSlots;
+
 /// Walks the records backwards with the set of slots whose value has no influence on what comes behind.
 class Selector {
 public:
@@ -65,7 +69,7 @@ private:
         for (const EffectLog::Item item : m_log.Items(record)) {
             if (item.effect == Effect::Replaces) {
                 MarkUnused(item.target);
-                if (m_slots.PieceOf(item.target) == Piece::Object)
+                if (m_slots.StateOf(item.target) == State::Object)
                     m_selection.isCreated[m_slots.OwnerOf(item.target)] = true;
             }
         }

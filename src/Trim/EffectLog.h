@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-#include "Trim/StateSlots.h"
+#include "Data/StateSlots.h"
 
 namespace Trim {
 
@@ -75,6 +75,6 @@ struct Selection {
 
 /// Which records bring all slots to the values that they have behind the last record. `restored` are the slots whose
 /// contents are written behind the records in another way.
-Selection SelectRecords(const EffectLog& log, const StateSlots& slots, std::span<const Slot> restored);
+Selection SelectRecords(const EffectLog& log, const Data::StateSlots& slots, std::span<const Data::Slot> restored);
 
 } // namespace Trim

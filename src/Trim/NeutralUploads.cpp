@@ -24,14 +24,14 @@ constexpr PixelStoreParameter pixelStore[] = {
 
 } // namespace
 
-NeutralUploads::NeutralUploads(RecordOutput& output, StateTracker& tracker, const TrackedContext& context)
-    : m_output(output), m_tracker(tracker), m_context(context)
+NeutralUploads::NeutralUploads(RecordOutput& output, const Data::StateModel& state, const Data::StateContext& context)
+    : m_output(output), m_state(state), m_context(context)
 {
-    if (Value(Piece::DrawFramebuffer) != 0)
+    if (Bound(State::Framebuffer, 0, 1) != 0)
         m_output.Write(MakeCall(CallId::glBindFramebuffer, {GL_DRAW_FRAMEBUFFER, 0}));
-    if (Value(Piece::BufferBinding, GL_PIXEL_UNPACK_BUFFER) != 0)
+    if (Bound(State::Buffer, GL_PIXEL_UNPACK_BUFFER) != 0)
         m_output.Write(MakeCall(CallId::glBindBuffer, {GL_PIXEL_UNPACK_BUFFER, 0}));
-    if (Value(Piece::Setting, static_cast<std::uint32_t>(CallId::glEnable), GL_SCISSOR_TEST) != 0)
+    if (Value(State::Capability, GL_SCISSOR_TEST) != 0)
         m_output.Write(MakeCall(CallId::glDisable, {GL_SCISSOR_TEST}));
     ForEachPixelStore(true);
 }
@@ -39,34 +39,32 @@ NeutralUploads::NeutralUploads(RecordOutput& output, StateTracker& tracker, cons
 NeutralUploads::~NeutralUploads()
 {
     ForEachPixelStore(false);
-    if (Value(Piece::Setting, static_cast<std::uint32_t>(CallId::glEnable), GL_SCISSOR_TEST) != 0)
+    if (Value(State::Capability, GL_SCISSOR_TEST) != 0)
         m_output.Write(MakeCall(CallId::glEnable, {GL_SCISSOR_TEST}));
-    if (const std::uint32_t buffer = NameAt(Piece::BufferBinding, GL_PIXEL_UNPACK_BUFFER))
+    if (const std::uint32_t buffer = Bound(State::Buffer, GL_PIXEL_UNPACK_BUFFER))
         m_output.Write(MakeCall(CallId::glBindBuffer, {GL_PIXEL_UNPACK_BUFFER, buffer}));
-    if (const std::uint32_t framebuffer = NameAt(Piece::DrawFramebuffer))
+    if (const std::uint32_t framebuffer = Bound(State::Framebuffer, 0, 1))
         m_output.Write(MakeCall(CallId::glBindFramebuffer, {GL_DRAW_FRAMEBUFFER, framebuffer}));
 }
 
 void NeutralUploads::ForEachPixelStore(bool isNeutral)
 {
     for (const PixelStoreParameter& parameter : pixelStore) {
-        const std::uint32_t set =
-            Value(Piece::Setting, static_cast<std::uint32_t>(CallId::glPixelStorei), parameter.name);
+        const std::uint32_t set = Value(State::PixelStore, parameter.name);
         const std::uint32_t value = set != 0 ? set : parameter.initial;
         if (value != parameter.neutral)
             m_output.Write(MakeCall(CallId::glPixelStorei, {parameter.name, isNeutral ? parameter.neutral : value}));
     }
 }
 
-std::uint32_t NeutralUploads::Value(Piece piece, std::uint32_t first, std::uint32_t second) const
+std::uint32_t NeutralUploads::Value(State state, std::uint32_t first) const
 {
-    StateSlots& slots = m_tracker.Slots();
-    return slots.Value(slots.At(m_context.owner, piece, first, second));
+    return static_cast<std::uint32_t>(m_state.Word(m_context.owner, state, first));
 }
 
-std::uint32_t NeutralUploads::NameAt(Piece piece, std::uint32_t first) const
+std::uint32_t NeutralUploads::Bound(State state, std::uint32_t first, std::uint32_t second) const
 {
-    return m_tracker.Object(Value(piece, first)).name;
+    return m_state.Object(m_state.BoundIn(m_context, state, first, second)).name;
 }
 
 } // namespace Trim

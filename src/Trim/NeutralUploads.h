@@ -12,20 +12,21 @@ namespace Trim {
 /// end.
 class NeutralUploads {
 public:
-    NeutralUploads(RecordOutput& output, StateTracker& tracker, const TrackedContext& context);
+    NeutralUploads(RecordOutput& output, const Data::StateModel& state, const Data::StateContext& context);
     ~NeutralUploads();
     NeutralUploads(const NeutralUploads&) = delete;
     NeutralUploads& operator=(const NeutralUploads&) = delete;
 
 private:
-    [[nodiscard]] std::uint32_t Value(Piece piece, std::uint32_t first = 0, std::uint32_t second = 0) const;
-    [[nodiscard]] std::uint32_t NameAt(Piece piece, std::uint32_t first = 0) const;
+    [[nodiscard]] std::uint32_t Value(State state, std::uint32_t first) const;
+    /// Name of the object that is bound; 0 for none.
+    [[nodiscard]] std::uint32_t Bound(State state, std::uint32_t first, std::uint32_t second = 0) const;
     /// Sets a pixel-store parameter, where `neutral` is not what the context has.
     void ForEachPixelStore(bool isNeutral);
 
     RecordOutput& m_output;
-    StateTracker& m_tracker;
-    const TrackedContext& m_context;
+    const Data::StateModel& m_state;
+    const Data::StateContext& m_context;
 };
 
 } // namespace Trim

@@ -41,6 +41,8 @@ private:
         return std::ranges::all_of(calls,
                                    [this](OutputCall call) { return m_replay.Call(call.id, call.record.data()); });
     }
+    /// As the capture has it.
+    [[nodiscard]] std::uint32_t NameOf(Owner owner) { return m_tracker.Model().Object(owner).name; }
     /// Calls that restore these slots.
     void Keep(Calls calls, std::span<const Slot> slots);
     /// Reads an image and finds the calls that restore it: `makeCalls` gives them for its pixels. False when it cannot
@@ -80,8 +82,8 @@ void ObjectReader::ReadTexture(Owner owner)
     const ObjectInfo& object = m_tracker.Object(owner);
     if (object.isAliased || (object.target != GL_TEXTURE_2D && object.target != GL_TEXTURE_CUBE_MAP))
         return;
-    const GLuint texture = m_replay.Names().GetValueGLTexture(object.name);
-    const OutputCall bind = MakeCall(CallId::glBindTexture, {object.target, object.name});
+    const GLuint texture = m_replay.Names().GetValueGLTexture(NameOf(owner));
+    const OutputCall bind = MakeCall(CallId::glBindTexture, {object.target, NameOf(owner)});
     Play({bind});
     std::set<ImagePlace> places = object.drawn;
     Calls calls{bind};
@@ -108,7 +110,7 @@ void ObjectReader::ReadTexture(Owner owner)
             return;
     }
     if (object.hasMipmaps)
-        slots.push_back(m_tracker.Slots().At(owner, Piece::Mipmaps));
+        slots.push_back(m_tracker.Model().Slots().At(owner, State::Mipmaps));
     if (!slots.empty())
         Keep(std::move(calls), slots);
 }
@@ -118,7 +120,7 @@ void ObjectReader::ReadRenderbuffer(Owner owner)
     const ObjectInfo& object = m_tracker.Object(owner);
     if (object.isAliased)
         return;
-    const GLuint renderbuffer = m_replay.Names().GetValueGLRenderbuffer(object.name);
+    const GLuint renderbuffer = m_replay.Names().GetValueGLRenderbuffer(NameOf(owner));
     GL().glBindRenderbuffer(GL_RENDERBUFFER, renderbuffer);
     GLint format = 0;
     GL().glGetRenderbufferParameteriv(GL_RENDERBUFFER, GL_RENDERBUFFER_INTERNAL_FORMAT, &format);
@@ -143,7 +145,7 @@ void ObjectReader::ReadRenderbuffer(Owner owner)
             MakeCall(CallId::glGenFramebuffers, {1, other}),
             MakeCall(CallId::glBindFramebuffer, {GL_DRAW_FRAMEBUFFER, otherName}),
             MakeCall(CallId::glFramebufferRenderbuffer,
-                     {GL_DRAW_FRAMEBUFFER, live.Attachment(), GL_RENDERBUFFER, object.name}),
+                     {GL_DRAW_FRAMEBUFFER, live.Attachment(), GL_RENDERBUFFER, NameOf(owner)}),
             MakeCall(CallId::glBlitFramebuffer,
                      {0, 0, width, height, 0, 0, width, height, live.BlitMask(), GL_NEAREST}),
             MakeCall(CallId::glDeleteFramebuffers, {1, other}),
@@ -161,7 +163,7 @@ void ObjectReader::ReadBuffer(Owner owner)
     const ObjectInfo& object = m_tracker.Object(owner);
     const auto& gl = GL();
     const auto size = static_cast<GLsizeiptr>(object.bytes);
-    const OutputCall bind = MakeCall(CallId::glBindBuffer, {GL_ARRAY_BUFFER, object.name});
+    const OutputCall bind = MakeCall(CallId::glBindBuffer, {GL_ARRAY_BUFFER, NameOf(owner)});
     Play({bind});
     // A buffer that the application has mapped cannot be mapped again.
     const void* const mapped = gl.glMapBufferRange(GL_ARRAY_BUFFER, 0, size, GL_MAP_READ_BIT);
@@ -175,12 +177,12 @@ void ObjectReader::ReadBuffer(Owner owner)
     Calls calls{bind, MakeCall(CallId::glBufferSubData, {GL_ARRAY_BUFFER, 0, size, std::span(bytes)})};
     // Some buffers take no uploads.
     if (Play(calls))
-        Keep(std::move(calls), std::array{m_tracker.Slots().At(owner, Piece::Data)});
+        Keep(std::move(calls), std::array{m_tracker.Model().Slots().At(owner, State::Data)});
 }
 
 } // namespace
 
-ObjectContents ReadObjectContents(StateTracker& tracker, const TrackedContext& context, LiveReplay& replay)
+ObjectContents ReadObjectContents(StateTracker& tracker, const Data::StateContext& context, LiveReplay& replay)
 {
     // What reading needs of OpenGL ES 3.1; without it, drawing is replayed.
     if (!GL().glGetTexLevelParameteriv || !GL().glMapBufferRange || !GL().glBlitFramebuffer)
@@ -188,34 +190,35 @@ ObjectContents ReadObjectContents(StateTracker& tracker, const TrackedContext& c
     SetPlainTransfers();
     GL().glDisable(GL_SCISSOR_TEST);
     ObjectReader reader(tracker, replay);
-    for (const auto& [key, owner] : *context.shared) {
+    for (const auto& [key, owner] : context.group->objects.owners) {
         const ObjectInfo& object = tracker.Object(owner);
-        if (object.kind == ObjectKind::Texture && !object.drawn.empty())
+        const ObjectKind kind = key.first;
+        if (kind == ObjectKind::Texture && !object.drawn.empty())
             reader.ReadTexture(owner);
-        else if (object.kind == ObjectKind::Renderbuffer && !object.drawn.empty())
+        else if (kind == ObjectKind::Renderbuffer && !object.drawn.empty())
             reader.ReadRenderbuffer(owner);
-        else if (object.kind == ObjectKind::Buffer && object.isDrawn && object.bytes > 0)
+        else if (kind == ObjectKind::Buffer && object.isDrawn && object.bytes > 0)
             reader.ReadBuffer(owner);
     }
     return reader.Take();
 }
 
-void WriteObjectContents(RecordOutput& output, StateTracker& tracker, const TrackedContext& context,
+void WriteObjectContents(RecordOutput& output, StateTracker& tracker, const Data::StateContext& context,
                          const ObjectContents& contents)
 {
     if (contents.calls.empty())
         return;
     for (const OutputCall& call : contents.calls)
         output.Write(call);
-    StateSlots& slots = tracker.Slots();
-    const auto nameAt = [&](Piece piece, std::uint32_t first = 0, std::uint32_t second = 0) {
-        return tracker.Object(slots.Value(slots.At(context.owner, piece, first, second))).name;
+    const Data::StateModel& state = tracker.Model();
+    const auto nameAt = [&](State binding, std::uint32_t first = 0, std::uint32_t second = 0) {
+        return state.Object(state.BoundIn(context, binding, first, second)).name;
     };
-    const std::uint32_t unit = slots.Value(slots.At(context.owner, Piece::ActiveUnit));
+    const std::uint32_t unit = state.UnitOf(context);
     for (const std::uint32_t target : {GL_TEXTURE_2D, GL_TEXTURE_CUBE_MAP})
-        output.Write(MakeCall(CallId::glBindTexture, {target, nameAt(Piece::TextureBinding, unit, target)}));
-    output.Write(MakeCall(CallId::glBindBuffer, {GL_ARRAY_BUFFER, nameAt(Piece::BufferBinding, GL_ARRAY_BUFFER)}));
-    output.Write(MakeCall(CallId::glBindFramebuffer, {GL_READ_FRAMEBUFFER, nameAt(Piece::ReadFramebuffer)}));
+        output.Write(MakeCall(CallId::glBindTexture, {target, nameAt(State::Texture, unit, target)}));
+    output.Write(MakeCall(CallId::glBindBuffer, {GL_ARRAY_BUFFER, nameAt(State::Buffer, GL_ARRAY_BUFFER)}));
+    output.Write(MakeCall(CallId::glBindFramebuffer, {GL_READ_FRAMEBUFFER, nameAt(State::Framebuffer, 0, 0)}));
     output.Write(MakeCall(CallId::glBindFramebuffer, {GL_DRAW_FRAMEBUFFER, 0}));
 }
 

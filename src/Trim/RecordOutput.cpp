@@ -4,9 +4,9 @@
 #include <cstring>
 #include <utility>
 
+#include "Data/CallArguments.h"
 #include "Data/CallDecoder.h"
 #include "Data/CallParameters.h"
-#include "Trim/CallArguments.h"
 
 namespace Trim {
 

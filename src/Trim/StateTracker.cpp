@@ -1,40 +1,32 @@
 #include "Trim/StateTracker.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 #include <utility>
 
 #include <GLES3/gl32.h>
-
-#include "Data/CallTable.h"
 
 namespace Trim {
 
 using Data::CallId;
 
-void StateTracker::SetThread(std::uint32_t thread)
-{
-    m_thread = thread;
-    const auto current = m_threads.find(thread);
-    const auto context = current != m_threads.end() ? m_contexts.find(current->second.context) : m_contexts.end();
-    m_context = context != m_contexts.end() ? context->second : nullptr;
-}
-
 void StateTracker::Call(const CallArguments& call)
 {
     m_log.Begin();
+    m_state.Begin();
     if (IsEGL(call.Call())) {
         if (!TrackEGL(call))
             m_log.SetVerdict(Verdict::Keep);
         return;
     }
     // Without a context a call does nothing.
-    if (!m_context)
+    if (!m_state.HasContext())
         return;
-    const bool isKnown = TrackSetting(call) || TrackBinding(call) || TrackUniform(call) || TrackDrawing(call) ||
-                         TrackVertexArray(call) || TrackBuffer(call) || TrackTexture(call) || TrackFramebuffer(call) ||
-                         TrackProgram(call) || TrackObject(call) || TrackWithoutEffect(call);
+    const bool hasObjects = TrackObjects(call);
+    const bool isDescribed = TrackChanges(call) || hasObjects;
+    const bool isKnown = TrackDrawing(call) || TrackBuffer(call) || TrackTexture(call) || TrackFramebuffer(call) ||
+                         TrackProgram(call) || TrackQuery(call) || TrackDebug(call) || isDescribed;
+    for (const Owner owner : m_state.MadeUp())
+        Replaces(SlotOf(owner, State::Object));
     if (!isKnown)
         m_log.SetVerdict(Verdict::KeepAll);
 }
@@ -45,12 +37,6 @@ void StateTracker::FailedCall(const CallArguments& call)
         Call(call);
     else
         m_log.Begin();
-}
-
-TrackedContext* StateTracker::FindContext(std::uint32_t context)
-{
-    const auto entry = m_contexts.find(context);
-    return entry != m_contexts.end() ? entry->second.get() : nullptr;
 }
 
 void StateTracker::Replaces(Slot slot)
@@ -75,7 +61,7 @@ void StateTracker::ReadsObject(Owner owner, int depth)
 {
     ReadsAll(owner);
     if (depth > 0) {
-        for (const Owner reference : m_objects[owner].references)
+        for (const Owner reference : Object(owner).references)
             ReadsObject(reference, depth - 1);
     }
 }
@@ -105,11 +91,11 @@ bool StateTracker::TrackEGL(const CallArguments& call)
     case CallId::eglSetDamageRegionKHR:
         return true;
     case CallId::eglSwapInterval:
-        if (const Owner surface = SurfaceOwner(m_threads[m_thread].draw))
-            Replaces(m_slots.At(surface, Piece::Setting, static_cast<std::uint32_t>(call.Call())));
+        if (const Owner surface = SurfaceOwner(m_threads[Thread()].draw))
+            Replaces(SlotOf(surface, State::SwapInterval));
         return true;
     case CallId::eglCreateContext:
-        CreateContext(call.Returned(), call.Unsigned(2));
+        m_state.CreateContext(call.Returned(), call.Unsigned(0), call.Unsigned(2));
         return false;
     case CallId::eglDestroyContext:
         DestroyContext(call.Unsigned(1));
@@ -117,8 +103,8 @@ bool StateTracker::TrackEGL(const CallArguments& call)
     case CallId::eglMakeCurrent:
         return MakeCurrent(call);
     case CallId::eglReleaseThread:
-        m_threads[m_thread].context = 0;
-        m_context.reset();
+        m_threads[Thread()].context = 0;
+        m_state.MakeCurrent(0);
         return false;
     case CallId::eglDestroySurface:
         if (const auto surface = m_surfaceOwners.extract(call.Unsigned(1)))
@@ -132,66 +118,49 @@ bool StateTracker::TrackEGL(const CallArguments& call)
     case CallId::eglCreateSync:
     case CallId::eglCreateSyncKHR:
     case CallId::eglCreateSync64KHR:
-        Create(ObjectKind::EGLSync, call.Returned());
+        Create(ObjectKind::EglSync, call.Returned(), call.Unsigned(0));
         return true;
     case CallId::eglDestroySyncKHR:
-        Delete(ObjectKind::EGLSync, call.Unsigned(1));
+        Delete(ObjectKind::EglSync, call.Unsigned(1), call.Unsigned(0));
         return true;
     default:
         return false;
     }
 }
 
-void StateTracker::CreateContext(std::uint32_t context, std::uint32_t sharedContext)
+void StateTracker::DestroyContext(std::uint32_t name)
 {
-    if (context == 0)
+    const Data::StateContext* const context = m_state.AllContexts().Find(name);
+    if (!context || m_state.AllContexts().IsUsed(*context))
         return;
-    const auto state = std::make_shared<TrackedContext>();
-    state->owner = MakeObject(ObjectKind::Context, context);
-    state->name = context;
-    state->defaultVertexArray = MakeObject(ObjectKind::VertexArray, 0);
-    state->defaultTransformFeedback = MakeObject(ObjectKind::TransformFeedback, 0);
-    const TrackedContext* const shared = FindContext(sharedContext);
-    state->shared = shared ? shared->shared : std::make_shared<ObjectNames>();
-    m_contexts[context] = state;
-}
-
-void StateTracker::DestroyContext(std::uint32_t context)
-{
-    const auto entry = m_contexts.find(context);
-    const auto isCurrent = [&](const auto& thread) { return thread.second.context == context; };
-    if (entry == m_contexts.end() || std::ranges::any_of(m_threads, isCurrent))
-        return;
-    const auto end = [this](const ObjectNames& names) {
-        for (const auto& [name, owner] : names) {
-            m_objects[owner].isDeleted = true;
+    const auto end = [this](const Data::NamedObjects& names) {
+        for (const auto& [key, owner] : names.owners) {
+            Object(owner).isDeleted = true;
             m_log.Add(Effect::Ends, owner);
         }
     };
-    const TrackedContext& state = *entry->second;
-    end(state.own);
-    if (state.shared.use_count() == 1)
-        end(*state.shared);
-    for (const Owner owner : {state.owner, state.defaultVertexArray, state.defaultTransformFeedback})
+    end(context->objects);
+    if (context->group.use_count() == 1)
+        end(context->group->objects);
+    m_log.Add(Effect::Ends, context->owner);
+    for (const auto& [key, owner] : context->defaults)
         m_log.Add(Effect::Ends, owner);
-    for (const auto& [target, texture] : state.defaultTextures)
-        m_log.Add(Effect::Ends, texture);
-    m_contexts.erase(entry);
+    m_state.DestroyContext(name);
 }
 
 bool StateTracker::MakeCurrent(const CallArguments& call)
 {
     const Current current{call.Unsigned(0), call.Unsigned(1), call.Unsigned(2), call.Unsigned(3)};
     const bool succeeded = call.Returned() != 0;
-    if (!succeeded || m_threads[m_thread] == current)
+    if (!succeeded || m_threads[Thread()] == current)
         return true;
-    m_threads[m_thread] = current;
-    SetThread(m_thread);
+    m_threads[Thread()] = current;
+    m_state.MakeCurrent(current.context);
     // The first time counts: a context takes its first viewport from its first surface.
-    bool isNew = m_context && !std::exchange(m_context->wasCurrent, true);
+    bool isNew = m_state.HasContext() && !std::exchange(Info().wasCurrent, true);
     if (current.draw != 0) {
         isNew |= !m_surfaces.contains(current.draw);
-        m_surfaces[current.draw] = {m_thread, current};
+        m_surfaces[current.draw] = {Thread(), current};
     }
     m_log.SetVerdict(isNew ? Verdict::Keep : Verdict::KeepLast);
     return true;
@@ -203,82 +172,51 @@ Owner StateTracker::SurfaceOwner(std::uint32_t surface)
         return 0;
     const auto [entry, isNew] = m_surfaceOwners.try_emplace(surface, 0);
     if (isNew)
-        entry->second = MakeObject(ObjectKind::Surface, surface);
+        entry->second = m_state.MakeOwner(ObjectKind::Surface, surface);
     return entry->second;
 }
 
 // Objects.
 
-Owner StateTracker::MakeObject(ObjectKind kind, std::uint32_t name)
+void StateTracker::Create(ObjectKind kind, std::uint32_t name, std::uint32_t display)
 {
-    m_objects.emplace_back();
-    m_objects.back().kind = kind;
-    m_objects.back().name = name;
-    return m_slots.NewOwner();
+    if (const Owner owner = m_state.Create(kind, name, display))
+        Replaces(SlotOf(owner, State::Object));
 }
 
-ObjectNames& StateTracker::NamesOf(ObjectKind kind)
-{
-    if (kind == ObjectKind::EGLSync)
-        return m_eglSyncs;
-    return kind >= ObjectKind::Framebuffer ? m_context->own : *m_context->shared;
-}
-
-Owner StateTracker::Find(ObjectKind kind, std::uint32_t name)
-{
-    if (name == 0)
-        return 0;
-    const auto [entry, isNew] = NamesOf(kind).try_emplace({kind, name}, 0);
-    if (isNew) {
-        // OpenGL ES 2 lets applications make names up.
-        entry->second = MakeObject(kind, name);
-        Replaces(m_slots.At(entry->second, Piece::Object));
-    }
-    return entry->second;
-}
-
-void StateTracker::Create(ObjectKind kind, std::uint32_t name)
-{
-    if (name == 0)
-        return;
-    const Owner owner = MakeObject(kind, name);
-    NamesOf(kind)[{kind, name}] = owner;
-    Replaces(m_slots.At(owner, Piece::Object));
-}
-
-void StateTracker::Delete(ObjectKind kind, std::uint32_t name)
+void StateTracker::Delete(ObjectKind kind, std::uint32_t name, std::uint32_t display)
 {
     m_log.SetVerdict(Verdict::Delete);
-    const auto entry = NamesOf(kind).extract({kind, name});
-    m_log.Add(Effect::Deletes, entry ? entry.mapped() : 0);
-    if (!entry)
+    const Owner owner = m_state.Known(kind, name, display);
+    m_log.Add(Effect::Deletes, owner);
+    if (owner == 0)
         return;
-    const Owner owner = entry.mapped();
-    m_objects[owner].isDeleted = true;
+    Object(owner).isDeleted = true;
     if (kind == ObjectKind::Program) {
         EndUnusedProgram(owner);
     } else if (kind == ObjectKind::Shader) {
-        if (m_objects[owner].attached.empty())
+        if (Object(owner).attached.empty())
             m_log.Add(Effect::Ends, owner);
     } else {
-        const bool isOnlyUsedHere = kind == ObjectKind::EGLSync || IsOnlyUsedHere(owner);
+        const bool isOnlyUsedHere = kind == ObjectKind::EglSync || IsOnlyUsedHere(owner);
         ReadsContainers(kind);
-        if (kind != ObjectKind::EGLSync)
+        if (kind != ObjectKind::EglSync)
             Unbind(owner);
         if (isOnlyUsedHere)
             m_log.Add(Effect::Ends, owner);
     }
+    m_state.Delete(kind, name, display);
 }
 
 void StateTracker::ReadsContainers(ObjectKind kind)
 {
     // Deleting takes objects out of the containers that are bound, so others must not be bound in their place.
     if (kind == ObjectKind::Buffer) {
-        Reads(ContextSlot(Piece::VertexArray));
-        Reads(ContextSlot(Piece::TransformFeedback));
+        Reads(ContextSlot(State::VertexArray));
+        Reads(ContextSlot(State::TransformFeedback));
     } else if (kind == ObjectKind::Texture || kind == ObjectKind::Renderbuffer) {
-        Reads(ContextSlot(Piece::DrawFramebuffer));
-        Reads(ContextSlot(Piece::ReadFramebuffer));
+        Reads(FramebufferSlot(true));
+        Reads(FramebufferSlot(false));
     }
 }
 
@@ -290,19 +228,17 @@ void StateTracker::Unbind(Owner owner)
         Exists(owner);
     };
     const auto unbind = [&](Slot slot) {
-        if (m_slots.Value(slot) == owner) {
+        if (m_state.Slots().ValueOf(slot).bound == owner)
             letGo(slot);
-            m_slots.Value(slot) = 0;
-        }
     };
-    std::ranges::for_each(m_context->bindings, unbind);
+    std::ranges::for_each(Context().bindings, unbind);
     unbind(BufferSlot(GL_ELEMENT_ARRAY_BUFFER));
-    for (const Piece piece : {Piece::DrawFramebuffer, Piece::ReadFramebuffer}) {
-        const Owner framebuffer = Value(piece);
-        std::erase_if(m_objects[framebuffer].attachments, [&](const auto& attachment) {
+    for (const bool isForDrawing : {true, false}) {
+        const Owner framebuffer = BoundFramebuffer(isForDrawing);
+        std::erase_if(Object(framebuffer).attachments, [&](const auto& attachment) {
             if (attachment.second.object != owner)
                 return false;
-            letGo(m_slots.At(framebuffer, Piece::Attachment, attachment.first));
+            letGo(SlotOf(framebuffer, State::Attachment, attachment.first));
             return true;
         });
     }
@@ -310,22 +246,22 @@ void StateTracker::Unbind(Owner owner)
 
 bool StateTracker::IsOnlyUsedHere(Owner owner)
 {
-    const auto isBound = [&](Slot slot) { return m_slots.Value(slot) == owner; };
-    for (const auto& [name, context] : m_contexts) {
-        if (context != m_context && std::ranges::any_of(context->bindings, isBound))
+    const auto isBound = [&](Slot slot) { return m_state.Slots().ValueOf(slot).bound == owner; };
+    for (const auto& [name, context] : m_state.AllContexts().All()) {
+        if (context.get() != &Context() && std::ranges::any_of(context->bindings, isBound))
             return false;
     }
-    const Owner bound[] = {BoundVertexArray(), Value(Piece::DrawFramebuffer), Value(Piece::ReadFramebuffer)};
-    return std::ranges::all_of(m_objects[owner].referencedBy, [&](Owner container) {
-        return m_objects[container].isDeleted || std::ranges::find(bound, container) != std::end(bound);
+    const Owner bound[] = {m_state.BoundVertexArray(), BoundFramebuffer(true), BoundFramebuffer(false)};
+    return std::ranges::all_of(Object(owner).referencedBy, [&](Owner container) {
+        return Object(container).isDeleted || std::ranges::find(bound, container) != std::end(bound);
     });
 }
 
 void StateTracker::Refer(Owner from, Owner to)
 {
     if (to != 0) {
-        m_objects[from].references.insert(to);
-        m_objects[to].referencedBy.insert(from);
+        Object(from).references.insert(to);
+        Object(to).referencedBy.insert(from);
     }
 }
 

@@ -2,19 +2,20 @@
 
 #include <array>
 #include <cstdint>
+#include <deque>
 #include <map>
-#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
 
-#include "Data/CallIds.h"
-#include "Trim/CallArguments.h"
+#include "Data/StateModel.h"
 #include "Trim/EffectLog.h"
-#include "Trim/StateSlots.h"
 #include "Trim/TrackedObjects.h"
 
 namespace Trim {
+
+using Data::CallArguments;
+using Data::ObjectKind;
 
 /// Follows the calls of a capture and logs what each of them does to which slot. A call that it does not know is kept
 /// and may depend on everything, so that forgetting one costs size, not truth.
@@ -24,7 +25,7 @@ public:
     StateTracker(const StateTracker&) = delete;
     StateTracker& operator=(const StateTracker&) = delete;
 
-    void SetThread(std::uint32_t thread);
+    void SetThread(std::uint32_t thread) { m_state.SetThread(thread); }
     /// Logs the record of a call.
     void Call(const CallArguments& arguments);
     /// Logs the record of a call that was refused or raised an error: one of GL then did nothing.
@@ -35,7 +36,7 @@ public:
     void RestoredSurface(std::uint32_t surface)
     {
         m_log.Begin();
-        m_objects[SurfaceOwner(surface)].drawn.insert(ImagePlace{});
+        Object(SurfaceOwner(surface)).drawn.insert(ImagePlace{});
     }
     /// Any other record.
     void Other(Verdict verdict)
@@ -45,19 +46,22 @@ public:
     }
 
     [[nodiscard]] const EffectLog& Log() const { return m_log; }
-    [[nodiscard]] StateSlots& Slots() { return m_slots; }
-    [[nodiscard]] const ObjectInfo& Object(Owner owner) const { return m_objects[owner]; }
-    [[nodiscard]] std::uint32_t Thread() const { return m_thread; }
+    [[nodiscard]] Data::StateModel& Model() { return m_state; }
+    [[nodiscard]] ObjectInfo& Object(Owner owner)
+    {
+        if (owner >= m_objects.size())
+            m_objects.resize(owner + 1);
+        return m_objects[owner];
+    }
+    [[nodiscard]] std::uint32_t Thread() const { return m_state.AllContexts().Thread(); }
     /// By captured thread.
     [[nodiscard]] const std::map<std::uint32_t, Current>& Threads() const { return m_threads; }
-    /// Null for a context that is not there.
-    [[nodiscard]] TrackedContext* FindContext(std::uint32_t context);
     /// How each surface that is still there was last made current: thread and what.
     [[nodiscard]] const std::map<std::uint32_t, std::pair<std::uint32_t, Current>>& Surfaces() const
     {
         return m_surfaces;
     }
-    [[nodiscard]] bool IsDrawnTo(std::uint32_t surface) { return !m_objects[SurfaceOwner(surface)].drawn.empty(); }
+    [[nodiscard]] bool IsDrawnTo(std::uint32_t surface) { return !Object(SurfaceOwner(surface)).drawn.empty(); }
     /// The slots of what an image holds: colour, depth, stencil.
     [[nodiscard]] std::array<Slot, 3> PixelSlots(const Image& image)
     {
@@ -70,16 +74,19 @@ public:
     }
 
 private:
-    // Each handles the calls of one family and answers false for others.
+    // What the description says of a call; false where it says nothing.
+    bool TrackChanges(const CallArguments& call);
+    bool TrackObjects(const CallArguments& call);
+    bool TrackChange(const Data::StateChange& change, const CallArguments& call);
+    bool TrackUniform(const Data::StatePlace& place, const CallArguments& call);
+    void TrackBinding(const Data::StatePlace& place, Slot slot);
+    // Each handles the calls of one family beyond that, and answers false for others.
     bool TrackEGL(const CallArguments& call);
-    bool TrackSetting(const CallArguments& call);
-    bool TrackWithoutEffect(const CallArguments& call);
-    bool TrackObject(const CallArguments& call);
-    bool TrackBinding(const CallArguments& call);
+    bool TrackDebug(const CallArguments& call);
+    bool TrackQuery(const CallArguments& call);
     bool TrackProgram(const CallArguments& call);
-    bool TrackUniform(const CallArguments& call);
+    bool TrackLocation(const CallArguments& call);
     bool TrackBuffer(const CallArguments& call);
-    bool TrackVertexArray(const CallArguments& call);
     bool TrackTexture(const CallArguments& call);
     bool TrackFramebuffer(const CallArguments& call);
     bool TrackDrawing(const CallArguments& call);
@@ -91,17 +98,18 @@ private:
     void ReadsAll(Owner owner);
     /// The object and what it refers to.
     void ReadsObject(Owner owner, int depth = 2);
-    /// Attribute indices in calls are those of the program in use.
-    void ReadsAttribLocations();
-    void Exists(Owner owner) { Reads(m_slots.At(owner, Piece::Object)); }
+    /// The call means what it does because of how a program was built.
+    void ReadsBuilder(const CallArguments& call);
+    void Exists(Owner owner) { Reads(SlotOf(owner, State::Object)); }
 
     // Objects.
-    Owner MakeObject(ObjectKind kind, std::uint32_t name);
-    ObjectNames& NamesOf(ObjectKind kind);
-    /// Nobody when there is no such object.
-    Owner Find(ObjectKind kind, std::uint32_t name);
-    void Create(ObjectKind kind, std::uint32_t name);
-    void Delete(ObjectKind kind, std::uint32_t name);
+    [[nodiscard]] Slot SlotOf(Owner owner, State state, std::uint32_t first = 0, std::uint32_t second = 0)
+    {
+        return m_state.Slots().At(owner, state, first, second);
+    }
+    Owner Find(ObjectKind kind, std::uint32_t name) { return m_state.Find(kind, name); }
+    void Create(ObjectKind kind, std::uint32_t name, std::uint32_t display = 0);
+    void Delete(ObjectKind kind, std::uint32_t name, std::uint32_t display = 0);
     void Unbind(Owner owner);
     void ReadsContainers(ObjectKind kind);
     /// Nothing but the current context refers to the object.
@@ -109,29 +117,27 @@ private:
     void Refer(Owner from, Owner to);
     void EndUnusedProgram(Owner program);
     void LetGoOfShader(Owner shader, Owner program);
-    void CreateContext(std::uint32_t context, std::uint32_t sharedContext);
     bool MakeCurrent(const CallArguments& call);
     void DestroyContext(std::uint32_t context);
 
-    // Bindings of the current context.
-    Slot ContextSlot(Piece piece, std::uint32_t first = 0, std::uint32_t second = 0)
+    // The current context.
+    [[nodiscard]] Data::StateContext& Context() { return m_state.Context(); }
+    [[nodiscard]] ContextInfo& Info() { return m_contexts[Context().owner]; }
+    Slot ContextSlot(State state, std::uint32_t first = 0, std::uint32_t second = 0)
     {
-        return m_slots.At(m_context->owner, piece, first, second);
+        return m_state.ContextSlot(state, first, second);
     }
-    std::uint32_t Value(Piece piece, std::uint32_t first = 0, std::uint32_t second = 0)
+    Slot FramebufferSlot(bool isForDrawing) { return ContextSlot(State::Framebuffer, 0, isForDrawing); }
+    Owner BoundFramebuffer(bool isForDrawing) { return m_state.Bound(State::Framebuffer, 0, isForDrawing); }
+    /// A word of a setting of the context.
+    double Setting(State state, std::uint32_t first = 0, std::uint32_t second = 0, std::size_t word = 0)
     {
-        return m_slots.Value(ContextSlot(piece, first, second));
+        return m_state.Word(Context().owner, state, first, second, word);
     }
-    void Bind(Slot slot, ObjectKind kind, std::uint32_t name);
-    Slot SettingSlot(Data::CallId name, std::uint32_t key = 0);
-    bool IsEnabled(std::uint32_t capability);
     Slot BufferSlot(std::uint32_t target);
-    Slot IndexedBufferSlot(std::uint32_t target, std::uint32_t index);
-    /// Reads the binding of a target too.
+    // Read the binding of a target too.
     Owner BoundBuffer(std::uint32_t target);
     Owner BoundTexture(std::uint32_t target);
-    Owner BoundVertexArray();
-    Owner BoundTransformFeedback();
 
     // Images.
     void ReplacesImage(const Image& image, ImageSize size);
@@ -141,15 +147,15 @@ private:
     enum Aspects : std::uint32_t { Color = 1, Depth = 2, Stencil = 4, AllAspects = 7 };
     Slot PixelsOf(const Image& image, Aspects aspect)
     {
-        return m_slots.At(image.object, Piece::Pixels, image.face, image.level * 8 + aspect);
+        return SlotOf(image.object, State::Pixels, image.face, image.level * 8 + aspect);
     }
     void ChangesPixels(const Image& image, std::uint32_t aspects);
     void Draws(const Image& image, std::uint32_t aspects)
     {
         ChangesPixels(image, aspects);
-        m_objects[image.object].drawn.insert(image.Place());
+        Object(image.object).drawn.insert(image.Place());
     }
-    [[nodiscard]] std::optional<ImageSize> SizeOf(const Image& image) const;
+    [[nodiscard]] std::optional<ImageSize> SizeOf(const Image& image);
     void CopiesTo(const Image& image);
     void CreateEGLImage(const CallArguments& call);
 
@@ -175,17 +181,14 @@ private:
     Owner SurfaceOwner(std::uint32_t surface);
 
     EffectLog m_log;
-    StateSlots m_slots;
-    /// By owner.
-    std::vector<ObjectInfo> m_objects = std::vector<ObjectInfo>(1);
-    std::map<std::uint32_t, std::shared_ptr<TrackedContext>> m_contexts;
+    Data::StateModel m_state;
+    /// By owner. References stay valid.
+    std::deque<ObjectInfo> m_objects;
+    /// By the owner that a context is.
+    std::map<Owner, ContextInfo> m_contexts;
     std::map<std::uint32_t, Current> m_threads;
     std::map<std::uint32_t, std::pair<std::uint32_t, Current>> m_surfaces;
     std::map<std::uint32_t, Owner> m_surfaceOwners;
-    ObjectNames m_eglSyncs;
-    std::uint32_t m_thread = 0;
-    /// Of the current thread; null for none.
-    std::shared_ptr<TrackedContext> m_context;
 };
 
 } // namespace Trim

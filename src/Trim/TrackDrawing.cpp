@@ -56,25 +56,7 @@ bool StateTracker::TrackFramebuffer(const CallArguments& call)
     case CallId::glFramebufferTextureMultisampleMultiviewOVR:
     case CallId::glFramebufferTextureMultiviewOVR: {
         const Owner texture = Find(ObjectKind::Texture, call.Unsigned(2));
-        Attach(call, {texture, m_objects[texture].target, call.Unsigned(3)});
-        return true;
-    }
-    case CallId::glDrawBuffers: {
-        const Owner framebuffer = Value(Piece::DrawFramebuffer);
-        Replaces(m_slots.At(framebuffer != 0 ? framebuffer : m_context->owner, Piece::Setting,
-                            static_cast<std::uint32_t>(call.Call())));
-        Reads(ContextSlot(Piece::DrawFramebuffer));
-        std::vector<std::uint32_t>& buffers = m_objects[framebuffer].drawBuffers;
-        buffers.clear();
-        for (std::int32_t i = 0; i < call.Signed(0); ++i)
-            buffers.push_back(call.Element(1, static_cast<std::size_t>(i)));
-        return true;
-    }
-    case CallId::glReadBuffer: {
-        const Owner framebuffer = Value(Piece::ReadFramebuffer);
-        Replaces(m_slots.At(framebuffer != 0 ? framebuffer : m_context->owner, Piece::Setting,
-                            static_cast<std::uint32_t>(call.Call())));
-        Reads(ContextSlot(Piece::ReadFramebuffer));
+        Attach(call, {texture, Object(texture).target, call.Unsigned(3)});
         return true;
     }
     default:
@@ -85,17 +67,16 @@ bool StateTracker::TrackFramebuffer(const CallArguments& call)
 void StateTracker::Attach(const CallArguments& call, const Image& image)
 {
     const bool isRead = call.Unsigned(0) == GL_READ_FRAMEBUFFER;
-    const Piece binding = isRead ? Piece::ReadFramebuffer : Piece::DrawFramebuffer;
-    Reads(ContextSlot(binding));
-    const Owner framebuffer = Value(binding);
+    Reads(FramebufferSlot(!isRead));
+    const Owner framebuffer = BoundFramebuffer(!isRead);
     if (framebuffer == 0)
         return;
     const auto attach = [&](std::uint32_t attachment) {
-        Replaces(m_slots.At(framebuffer, Piece::Attachment, attachment));
+        Replaces(SlotOf(framebuffer, State::Attachment, attachment));
         if (image.object != 0)
-            m_objects[framebuffer].attachments[attachment] = image;
+            Object(framebuffer).attachments[attachment] = image;
         else
-            m_objects[framebuffer].attachments.erase(attachment);
+            Object(framebuffer).attachments.erase(attachment);
     };
     if (call.Unsigned(1) == GL_DEPTH_STENCIL_ATTACHMENT) {
         attach(GL_DEPTH_ATTACHMENT);
@@ -113,10 +94,10 @@ void StateTracker::Attach(const CallArguments& call, const Image& image)
 std::vector<StateTracker::Target> StateTracker::DrawTargets()
 {
     std::vector<Target> targets;
-    if (const Owner framebuffer = Value(Piece::DrawFramebuffer)) {
-        for (const auto& [attachment, image] : m_objects[framebuffer].attachments)
+    if (const Owner framebuffer = BoundFramebuffer(true)) {
+        for (const auto& [attachment, image] : Object(framebuffer).attachments)
             targets.push_back({attachment, image, AspectsOf(attachment)});
-    } else if (const Owner surface = SurfaceOwner(m_threads[m_thread].draw)) {
+    } else if (const Owner surface = SurfaceOwner(m_threads[Thread()].draw)) {
         targets.push_back({GL_BACK, {surface, 0, 0}, AllAspects});
     }
     return targets;
@@ -124,61 +105,62 @@ std::vector<StateTracker::Target> StateTracker::DrawTargets()
 
 void StateTracker::ReadsContext()
 {
-    ReadsAll(m_context->owner);
-    ReadsObject(BoundVertexArray());
-    ReadsObject(BoundTransformFeedback());
-    for (const Slot slot : m_context->bindings) {
-        if (const Owner bound = m_slots.Value(slot))
+    ReadsAll(Context().owner);
+    ReadsObject(m_state.BoundVertexArray());
+    ReadsObject(m_state.BoundTransformFeedback());
+    for (const Slot slot : Context().bindings) {
+        if (const Owner bound = m_state.Slots().ValueOf(slot).bound)
             ReadsObject(bound);
     }
-    for (const auto& [target, texture] : m_context->defaultTextures)
-        ReadsAll(texture);
-    if (Value(Piece::DrawFramebuffer) == 0)
-        ReadsAll(SurfaceOwner(m_threads[m_thread].draw));
+    for (const auto& [key, owner] : Context().defaults) {
+        if (key.first == ObjectKind::Texture)
+            ReadsAll(owner);
+    }
+    if (BoundFramebuffer(true) == 0)
+        ReadsAll(SurfaceOwner(m_threads[Thread()].draw));
 }
 
 void StateTracker::ReadsReadFramebuffer()
 {
-    Reads(ContextSlot(Piece::ReadFramebuffer));
-    if (const Owner framebuffer = Value(Piece::ReadFramebuffer))
+    Reads(FramebufferSlot(false));
+    if (const Owner framebuffer = BoundFramebuffer(false))
         ReadsObject(framebuffer);
     else
-        ReadsAll(SurfaceOwner(m_threads[m_thread].read));
+        ReadsAll(SurfaceOwner(m_threads[Thread()].read));
 }
 
 void StateTracker::ChangesAllPixels(Owner texture)
 {
     // One more, for images that nothing has written yet.
-    Changes(m_slots.At(texture, Piece::Pixels));
-    for (const Slot slot : m_slots.Of(texture)) {
-        if (m_slots.PieceOf(slot) == Piece::Pixels)
+    Changes(SlotOf(texture, State::Pixels));
+    for (const Slot slot : m_state.Slots().Of(texture)) {
+        if (m_state.Slots().StateOf(slot) == State::Pixels)
             Changes(slot);
     }
 }
 
 void StateTracker::ChangesShaderOutput()
 {
-    for (const Slot slot : m_context->bindings) {
-        const Owner object = m_slots.Value(slot);
+    const Data::StateSlots& slots = m_state.Slots();
+    for (const Slot slot : Context().bindings) {
+        const Owner object = slots.ValueOf(slot).bound;
         if (object == 0)
             continue;
-        if (m_slots.PieceOf(slot) == Piece::ImageBinding) {
+        if (slots.StateOf(slot) == State::ImageTexture)
             ChangesAllPixels(object);
-        } else if (m_slots.PieceOf(slot) == Piece::IndexedBinding && m_objects[object].kind == ObjectKind::Buffer &&
-                   m_slots.FirstOf(slot) != GL_UNIFORM_BUFFER) {
+        else if (slots.StateOf(slot) == State::IndexedBuffer && slots.FirstOf(slot) != GL_UNIFORM_BUFFER)
             WritesBuffer(object);
-        }
     }
-    if (m_context->isCapturing) {
-        for (const Owner buffer : m_objects[BoundTransformFeedback()].references)
+    if (Info().isCapturing) {
+        for (const Owner buffer : Object(m_state.BoundTransformFeedback()).references)
             WritesBuffer(buffer);
     }
 }
 
 void StateTracker::WritesBuffer(Owner buffer)
 {
-    m_objects[buffer].isDrawn = true;
-    Changes(m_slots.At(buffer, Piece::Data));
+    Object(buffer).isDrawn = true;
+    Changes(SlotOf(buffer, State::Data));
 }
 
 void StateTracker::Draw()
@@ -191,25 +173,28 @@ void StateTracker::Draw()
 
 bool StateTracker::ClearsAll(const std::vector<Target>& targets, std::uint32_t aspects)
 {
-    const auto isWritten = [this](CallId mask, std::uint32_t key) {
-        return m_slots.Value(SettingSlot(mask, key)) == 0;
-    };
-    if (IsEnabled(GL_SCISSOR_TEST) || IsEnabled(GL_RASTERIZER_DISCARD))
+    if (Setting(State::Capability, GL_SCISSOR_TEST) != 0 || Setting(State::Capability, GL_RASTERIZER_DISCARD) != 0)
         return false;
-    if ((aspects & Color) != 0 && (!isWritten(CallId::glColorMask, 0) || m_context->hasIndexedMasks))
+    for (std::uint32_t i = 0; (aspects & Color) != 0 && i < Data::drawBuffers; ++i) {
+        for (std::size_t channel = 0; channel < 4; ++channel) {
+            if (Setting(State::ColorMask, 0, i, channel) == 0)
+                return false;
+        }
+    }
+    if ((aspects & Depth) != 0 && Setting(State::DepthMask) == 0)
         return false;
-    if ((aspects & Depth) != 0 && !isWritten(CallId::glDepthMask, 0))
-        return false;
-    if ((aspects & Stencil) != 0 &&
-        !(isWritten(CallId::glStencilMask, GL_FRONT) && isWritten(CallId::glStencilMask, GL_BACK)))
-        return false;
-    if (Value(Piece::DrawFramebuffer) == 0)
+    for (const std::uint32_t face : {0, 1}) {
+        constexpr std::uint32_t all = 0xFF;
+        if ((aspects & Stencil) != 0 && (static_cast<std::uint32_t>(Setting(State::StencilMask, 0, face)) & all) != all)
+            return false;
+    }
+    if (BoundFramebuffer(true) == 0)
         return true;
     // Only the area that all attachments have in common is cleared.
     return std::ranges::all_of(targets, [&](const Target& target) {
         const std::optional<ImageSize> size = SizeOf(target.image);
         return IsSingleImage(target.image.face) && size && size == SizeOf(targets.front().image) && size->width > 0 &&
-               !m_objects[target.image.object].isAliased;
+               !Object(target.image.object).isAliased;
     });
 }
 
@@ -217,10 +202,10 @@ void StateTracker::Clear(std::uint32_t aspects, std::optional<std::uint32_t> dra
 {
     const std::vector<Target> targets = DrawTargets();
     const bool isWhole = ClearsAll(targets, aspects);
-    const Owner framebuffer = Value(Piece::DrawFramebuffer);
-    const std::vector<std::uint32_t>& selected = m_objects[framebuffer].drawBuffers;
-    const std::vector<std::uint32_t> first{GL_COLOR_ATTACHMENT0};
-    const std::vector<std::uint32_t>& drawBuffers = selected.empty() ? first : selected;
+    const Owner framebuffer = BoundFramebuffer(true);
+    const Data::Words selected =
+        m_state.WordsAt(SlotOf(framebuffer != 0 ? framebuffer : Context().owner, State::DrawBuffers));
+    const Data::Words drawBuffers = selected.empty() ? Data::Words{GL_COLOR_ATTACHMENT0} : selected;
     // Which of the attachments the call clears: those that draws go to, or one of them.
     const auto isCleared = [&](std::uint32_t attachment) {
         if (!IsColorAttachment(attachment))
@@ -235,14 +220,14 @@ void StateTracker::Clear(std::uint32_t aspects, std::optional<std::uint32_t> dra
             Draws(target.image, cleared);
             continue;
         }
-        m_objects[target.image.object].drawn.insert(target.image.Place());
+        Object(target.image.object).drawn.insert(target.image.Place());
         for (const Aspects aspect : {Color, Depth, Stencil}) {
             if ((cleared & aspect) != 0)
                 Replaces(PixelsOf(target.image, aspect));
         }
     }
     // Neither programs nor what they read have a part in it.
-    ReadsAll(m_context->owner);
+    ReadsAll(Context().owner);
     if (framebuffer != 0)
         ReadsFramebufferSetup(framebuffer);
 }
@@ -250,9 +235,9 @@ void StateTracker::Clear(std::uint32_t aspects, std::optional<std::uint32_t> dra
 void StateTracker::ReadsFramebufferSetup(Owner framebuffer)
 {
     ReadsAll(framebuffer);
-    for (const auto& [attachment, image] : m_objects[framebuffer].attachments) {
-        for (const Slot slot : m_slots.Of(image.object)) {
-            if (m_slots.PieceOf(slot) != Piece::Pixels)
+    for (const auto& [attachment, image] : Object(framebuffer).attachments) {
+        for (const Slot slot : m_state.Slots().Of(image.object)) {
+            if (m_state.Slots().StateOf(slot) != State::Pixels)
                 Reads(slot);
         }
     }
@@ -284,12 +269,12 @@ bool StateTracker::TrackDrawing(const CallArguments& call)
     case CallId::glResumeTransformFeedback:
         // Kept, so that a draw that is kept is between the same calls.
         m_log.SetVerdict(Verdict::Keep);
-        m_context->isCapturing = call.Call() != CallId::glEndTransformFeedback;
-        for (const Piece piece : {Piece::Program, Piece::Pipeline, Piece::TransformFeedback}) {
-            Reads(ContextSlot(piece));
-            ReadsObject(Value(piece));
+        Info().isCapturing = call.Call() != CallId::glEndTransformFeedback;
+        for (const State state : {State::Program, State::Pipeline, State::TransformFeedback}) {
+            Reads(ContextSlot(state));
+            ReadsObject(m_state.Bound(state));
         }
-        ReadsObject(BoundTransformFeedback());
+        ReadsObject(m_state.BoundTransformFeedback());
         return true;
     case CallId::glBlitFramebuffer:
         for (const Target& target : DrawTargets())

@@ -15,11 +15,6 @@ namespace {
 
 using Data::CallId;
 
-bool IsCubeFace(std::uint32_t target)
-{
-    return target >= GL_TEXTURE_CUBE_MAP_POSITIVE_X && target <= GL_TEXTURE_CUBE_MAP_NEGATIVE_Z;
-}
-
 /// Pixel-store parameters that decide where an upload reads.
 constexpr std::uint32_t unpackParameters[] = {GL_UNPACK_ALIGNMENT, GL_UNPACK_ROW_LENGTH,  GL_UNPACK_IMAGE_HEIGHT,
                                               GL_UNPACK_SKIP_ROWS, GL_UNPACK_SKIP_PIXELS, GL_UNPACK_SKIP_IMAGES};
@@ -31,31 +26,24 @@ constexpr std::int32_t maxLevels = 16;
 
 Owner StateTracker::BoundTexture(std::uint32_t target)
 {
-    if (IsCubeFace(target))
-        target = GL_TEXTURE_CUBE_MAP;
-    const Slot binding = ContextSlot(Piece::TextureBinding, Value(Piece::ActiveUnit), target);
-    Reads(ContextSlot(Piece::ActiveUnit));
-    Reads(binding);
-    if (const Owner bound = m_slots.Value(binding))
-        return bound;
-    Owner& texture = m_context->defaultTextures[target];
-    if (texture == 0)
-        texture = MakeObject(ObjectKind::Texture, 0);
+    const Owner texture = m_state.BoundTexture(target);
+    Reads(ContextSlot(State::ActiveTexture));
+    Reads(ContextSlot(State::Texture, m_state.Unit(), Data::StateModel::TextureTarget(target)));
     return texture;
 }
 
 void StateTracker::ReadsUpload(std::uint32_t target)
 {
     for (const std::uint32_t parameter : unpackParameters)
-        Reads(SettingSlot(CallId::glPixelStorei, parameter));
+        Reads(ContextSlot(State::PixelStore, parameter));
     ReadsAll(BoundBuffer(target));
 }
 
 void StateTracker::ReplacesImage(const Image& image, ImageSize size)
 {
-    m_objects[image.object].sizes[image.Place()] = size;
-    m_objects[image.object].drawn.erase(image.Place());
-    Replaces(m_slots.At(image.object, Piece::Storage, image.face, image.level));
+    Object(image.object).sizes[image.Place()] = size;
+    Object(image.object).drawn.erase(image.Place());
+    Replaces(SlotOf(image.object, State::Storage, image.face, image.level));
     for (const Aspects aspect : {Color, Depth, Stencil})
         Replaces(PixelsOf(image, aspect));
 }
@@ -66,26 +54,26 @@ void StateTracker::ChangesPixels(const Image& image, std::uint32_t aspects)
         if ((aspects & aspect) != 0)
             Changes(PixelsOf(image, aspect));
     }
-    if (m_objects[image.object].isAliased)
+    if (Object(image.object).isAliased)
         m_log.SetVerdict(Verdict::Keep);
 }
 
 void StateTracker::WritesArea(const Image& image, std::int32_t x, std::int32_t y, ImageSize size)
 {
     const std::optional<ImageSize> whole = SizeOf(image);
-    if (x == 0 && y == 0 && whole == size && !m_objects[image.object].isAliased) {
+    if (x == 0 && y == 0 && whole == size && !Object(image.object).isAliased) {
         for (const Aspects aspect : {Color, Depth, Stencil})
             Replaces(PixelsOf(image, aspect));
     } else {
         ChangesPixels(image, AllAspects);
     }
-    Reads(m_slots.At(image.object, Piece::Storage, image.face, image.level));
-    Reads(m_slots.At(image.object, Piece::Storage));
+    Reads(SlotOf(image.object, State::Storage, image.face, image.level));
+    Reads(SlotOf(image.object, State::Storage));
 }
 
-std::optional<ImageSize> StateTracker::SizeOf(const Image& image) const
+std::optional<ImageSize> StateTracker::SizeOf(const Image& image)
 {
-    const auto& sizes = m_objects[image.object].sizes;
+    const auto& sizes = Object(image.object).sizes;
     if (const auto size = sizes.find(image.Place()); size != sizes.end())
         return size->second;
     // Levels that were generated or allocated together follow from the first one.
@@ -140,22 +128,22 @@ bool StateTracker::TrackTexture(const CallArguments& call)
         return true;
     case CallId::glTexStorage2D: {
         const Owner texture = BoundTexture(target);
-        Replaces(m_slots.At(texture, Piece::Storage));
+        Replaces(SlotOf(texture, State::Storage));
         const bool isCube = target == GL_TEXTURE_CUBE_MAP;
         for (std::uint32_t face = 0; face < (isCube ? 6u : 1u); ++face)
-            m_objects[texture].sizes[{isCube ? GL_TEXTURE_CUBE_MAP_POSITIVE_X + face : target, 0}] = sizeAt(3);
+            Object(texture).sizes[{isCube ? GL_TEXTURE_CUBE_MAP_POSITIVE_X + face : target, 0}] = sizeAt(3);
         return true;
     }
     case CallId::glTexStorage3D:
     case CallId::glTexStorage2DMultisample:
     case CallId::glTexStorage3DMultisample:
     case CallId::glTexStorage3DMultisampleOES:
-        Replaces(m_slots.At(BoundTexture(target), Piece::Storage));
+        Replaces(SlotOf(BoundTexture(target), State::Storage));
         return true;
     case CallId::glTexBuffer:
     case CallId::glTexBufferRange: {
         const Owner texture = BoundTexture(target);
-        Replaces(m_slots.At(texture, Piece::Storage));
+        Replaces(SlotOf(texture, State::Storage));
         if (const Owner buffer = Find(ObjectKind::Buffer, call.Unsigned(2))) {
             Refer(texture, buffer);
             Exists(buffer);
@@ -164,56 +152,33 @@ bool StateTracker::TrackTexture(const CallArguments& call)
     }
     case CallId::glGenerateMipmap: {
         const Owner texture = BoundTexture(target);
-        const Slot mipmaps = m_slots.At(texture, Piece::Mipmaps);
-        for (const Slot slot : m_slots.Of(texture)) {
+        const Slot mipmaps = SlotOf(texture, State::Mipmaps);
+        for (const Slot slot : m_state.Slots().Of(texture)) {
             if (slot != mipmaps)
                 Reads(slot);
         }
         Replaces(mipmaps);
-        m_objects[texture].hasMipmaps = true;
-        if (m_objects[texture].isAliased)
+        Object(texture).hasMipmaps = true;
+        if (Object(texture).isAliased)
             m_log.SetVerdict(Verdict::Keep);
         return true;
     }
-    case CallId::glTexParameterf:
-    case CallId::glTexParameterfv:
-    case CallId::glTexParameteri:
-    case CallId::glTexParameteriv:
-    case CallId::glTexParameterIiv:
-    case CallId::glTexParameterIuiv:
-    case CallId::glTexParameterIivEXT:
-    case CallId::glTexParameterIuivEXT:
-        Replaces(m_slots.At(BoundTexture(target), Piece::Parameter, call.Unsigned(1)));
-        return true;
-    case CallId::glSamplerParameterf:
-    case CallId::glSamplerParameterfv:
-    case CallId::glSamplerParameteri:
-    case CallId::glSamplerParameteriv:
-    case CallId::glSamplerParameterIiv:
-    case CallId::glSamplerParameterIuiv:
-    case CallId::glSamplerParameterIivEXT:
-    case CallId::glSamplerParameterIuivEXT:
-        if (const Owner sampler = Find(ObjectKind::Sampler, call.Unsigned(0))) {
-            Replaces(m_slots.At(sampler, Piece::Parameter, call.Unsigned(1)));
-            Exists(sampler);
-        }
-        return true;
     case CallId::glRenderbufferStorage:
     case CallId::glRenderbufferStorageMultisample:
     case CallId::glRenderbufferStorageMultisampleEXT:
-        Reads(ContextSlot(Piece::Renderbuffer));
-        if (const Owner renderbuffer = Value(Piece::Renderbuffer))
+        Reads(ContextSlot(State::Renderbuffer));
+        if (const Owner renderbuffer = m_state.Bound(State::Renderbuffer))
             ReplacesImage({renderbuffer, 0, 0}, sizeAt(call.Count() - 2));
         return true;
     case CallId::glEGLImageTargetTexture2DOES:
         ReplacesImage({BoundTexture(target), target, 0}, {});
-        m_objects[BoundTexture(target)].isAliased = true;
+        Object(BoundTexture(target)).isAliased = true;
         return true;
     case CallId::glEGLImageTargetRenderbufferStorageOES:
-        Reads(ContextSlot(Piece::Renderbuffer));
-        if (const Owner renderbuffer = Value(Piece::Renderbuffer)) {
+        Reads(ContextSlot(State::Renderbuffer));
+        if (const Owner renderbuffer = m_state.Bound(State::Renderbuffer)) {
             ReplacesImage({renderbuffer, 0, 0}, {});
-            m_objects[renderbuffer].isAliased = true;
+            Object(renderbuffer).isAliased = true;
         }
         return true;
     default:
@@ -223,20 +188,20 @@ bool StateTracker::TrackTexture(const CallArguments& call)
 
 void StateTracker::CopiesTo(const Image& image)
 {
-    m_objects[image.object].drawn.insert(image.Place());
+    Object(image.object).drawn.insert(image.Place());
     ReadsReadFramebuffer();
 }
 
 void StateTracker::CreateEGLImage(const CallArguments& call)
 {
-    TrackedContext* const context = FindContext(call.Unsigned(1));
+    const Data::StateContext* const context = m_state.AllContexts().Find(call.Unsigned(1));
     if (!context)
         return;
     const bool isRenderbuffer = call.Unsigned(2) == EGL_GL_RENDERBUFFER_KHR;
     const ObjectKind kind = isRenderbuffer ? ObjectKind::Renderbuffer : ObjectKind::Texture;
-    const auto object = context->shared->find({kind, call.Unsigned(3)});
-    if (object != context->shared->end()) {
-        m_objects[object->second].isAliased = true;
+    const auto& objects = context->group->objects.owners;
+    if (const auto object = objects.find({kind, call.Unsigned(3)}); object != objects.end()) {
+        Object(object->second).isAliased = true;
         ReadsAll(object->second);
     }
 }

@@ -4,34 +4,18 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "Trim/StateSlots.h"
+#include "Data/StateSlots.h"
 
 namespace Trim {
 
-enum class ObjectKind : std::uint8_t {
-    Context,
-    Surface,
-    Texture,
-    Buffer,
-    Shader,
-    Program,
-    Renderbuffer,
-    Sampler,
-    Sync,
-    EGLSync,
-    // These belong to a context, those above to a share group.
-    Framebuffer,
-    VertexArray,
-    Query,
-    TransformFeedback,
-    Pipeline,
-};
+using Data::Owner;
+using Data::Slot;
+using Data::State;
 
 /// An image of an object: the target that it is uploaded to, of which a cube map has six, and its level. Both are 0 for
 /// the only image of a renderbuffer or a surface.
@@ -53,9 +37,6 @@ struct ImageSize {
 
 /// What is known of an owner besides its slots.
 struct ObjectInfo {
-    ObjectKind kind = ObjectKind::Context;
-    /// As the capture has it.
-    std::uint32_t name = 0;
     bool isDeleted = false;
     /// An EGLImage shows the same pixels under another name.
     bool isAliased = false;
@@ -68,7 +49,6 @@ struct ObjectInfo {
     std::set<Owner> attached;
     /// Framebuffers: by attachment point.
     std::map<std::uint32_t, Image> attachments;
-    std::vector<std::uint32_t> drawBuffers;
     /// Textures and renderbuffers.
     std::map<ImagePlace, ImageSize> sizes;
     /// Images that the GPU wrote to since they were uploaded whole.
@@ -84,28 +64,15 @@ struct ObjectInfo {
     std::set<std::string, std::less<>> locations;
 };
 
-/// The objects of a share group, or those of a context that are not shared: by kind and captured name.
-using ObjectNames = std::map<std::pair<ObjectKind, std::uint32_t>, Owner>;
-
-struct TrackedContext {
-    Owner owner = 0;
-    std::uint32_t name = 0;
+/// What is known of a context besides its slots.
+struct ContextInfo {
     bool wasCurrent = false;
-    std::shared_ptr<ObjectNames> shared;
-    ObjectNames own;
-    /// Slots that hold an object.
-    std::set<Slot> bindings;
-    /// The vertex array and the transform feedback object with the name 0.
-    Owner defaultVertexArray = 0;
-    Owner defaultTransformFeedback = 0;
-    /// By target.
-    std::map<std::uint32_t, Owner> defaultTextures;
-    /// Some colour mask was set for one draw buffer only.
-    bool hasIndexedMasks = false;
     /// Between the begin and the end of transform feedback.
     bool isCapturing = false;
     /// Records of debug groups that were pushed and not popped yet.
     std::vector<std::size_t> debugGroups;
+    /// Queries that were begun and not ended, by target.
+    std::map<std::uint32_t, Owner> queries;
 };
 
 /// What a captured thread made current. Captured identifiers.

@@ -106,7 +106,7 @@ bool Trimmer::Analyse(LiveReplay& replay)
         std::ranges::copy(m_tracker.SurfacePixels(surface), std::back_inserter(restored));
         std::ranges::copy(contents.objects.slots, std::back_inserter(restored));
     }
-    m_selection = SelectRecords(m_tracker.Log(), m_tracker.Slots(), restored);
+    m_selection = SelectRecords(m_tracker.Log(), m_tracker.Model().Slots(), restored);
     return true;
 }
 
@@ -150,15 +150,15 @@ void Trimmer::Analyse(const Data::RecordCursor& record, LiveReplay& replay)
 
 void Trimmer::ReadContents(LiveReplay& replay)
 {
-    std::set<const ObjectNames*> groups;
+    std::set<const Data::StateGroup*> groups;
     for (const auto& [surface, last] : m_tracker.Surfaces()) {
         const auto& [thread, current] = last;
         replay.MakeCurrent(thread, current);
-        const TrackedContext* const context = m_tracker.FindContext(current.context);
+        const Data::StateContext* const context = m_tracker.Model().AllContexts().Find(current.context);
         Contents& contents = m_contents[surface];
         if (!context)
             continue;
-        if (groups.insert(context->shared.get()).second)
+        if (groups.insert(context->group.get()).second)
             contents.objects = ReadObjectContents(m_tracker, *context, replay);
         if (m_tracker.IsDrawnTo(surface))
             contents.surface = ReadDefaultContents(replay.Restorer(), m_missing);
@@ -239,12 +239,12 @@ void Trimmer::WriteContents(RecordOutput& output)
     for (const auto& [surface, last] : m_tracker.Surfaces()) {
         const auto& [thread, current] = last;
         const Contents& contents = m_contents[surface];
-        const TrackedContext* const context = m_tracker.FindContext(current.context);
+        const Data::StateContext* const context = m_tracker.Model().AllContexts().Find(current.context);
         if (!context || (contents.objects.calls.empty() && contents.surface.empty()))
             continue;
         output.SetThread(thread);
         WriteMakeCurrent(output, current);
-        const NeutralUploads neutral(output, m_tracker, *context);
+        const NeutralUploads neutral(output, m_tracker.Model(), *context);
         WriteObjectContents(output, m_tracker, *context, contents.objects);
         WriteDefaultContents(output.Writer(), current, contents.surface);
     }

@@ -2,6 +2,7 @@
 
 import re
 
+from emit_state import has_effects
 from model import WORD
 from text import BANNER, wrap
 
@@ -107,7 +108,7 @@ def checks(call):
     return text
 
 
-def decode(call):
+def decode(api, call):
     text = f"void Decode_{call.name}(CallDecoder& decoder)\n{{\n"
     returned, told = [], []
     if call.ret.form == "scalar":
@@ -123,6 +124,8 @@ def decode(call):
         state = "Client" if call.is_egl else "Context"
         told = told + [argument(p, i) for i, p in enumerate(call.params)]
         text += wrap(f"    decoder.{state}().{call.name}(", told, ");\n", indent=8)
+    if has_effects(api, call):
+        text += "    decoder.Follow();\n"
     arguments = returned + [f"&decoder.Pointer({i})" if p.type.is_pointer else p.name for i, p in enumerate(call.params)]
     text += wrap(f"    decoder.{'EGL' if call.is_egl else 'GL'}().Process_{call.name}(", arguments, ");\n", indent=8)
     return text + "}\n\n"
@@ -132,7 +135,7 @@ def emit(api):
     for call in api.calls:
         # CallDecoder::maxParameters
         assert len(call.params) <= 16, f"{call.name} has too many parameters"
-    text = BANNER + "\n" + "".join(decode(call) for call in api.calls)
+    text = BANNER + "\n" + "".join(decode(api, call) for call in api.calls)
     text += "constexpr CallDecoding decodings[callCount] = {\n"
     text += "".join(f"    {{&Decode_{call.name}, {call.fixed_size}}},\n" for call in api.calls)
     return text + "};\n"

@@ -1,15 +1,10 @@
-"""Names of the enum values in the installed Khronos headers, for messages.
+"""Names of the enum values in the installed Khronos headers, for messages."""
 
-KHRONOS_INCLUDE in the environment is the folder with the headers; /usr/include when it is not set.
-"""
-
-import os
 import re
-from pathlib import Path
 
+from khronos import DEFINITION, EGL_HEADERS, GL_HEADERS, read
 from text import BANNER
 
-DEFINITION = re.compile(r"^#define (E?GL_[A-Z0-9_]+)\s+(0x[0-9A-Fa-f]+|[01])$", re.M)
 NO_ENUM = re.compile(r"_VERSION_\d|_PROTOTYPES$|_TIMEOUT_")
 BITS = re.compile(r"_BITS?\d*(_[A-Z]+)?$")
 # One value has many names where it is small; the name that messages mean.
@@ -35,16 +30,14 @@ def enum_names(texts):
 
 
 def emit(*headers):
-    include = Path(os.environ.get("KHRONOS_INCLUDE") or "/usr/include")
-
     def lines(_api):
-        names = enum_names((include / header).read_text() for header in headers)
+        names = enum_names(read(header) for header in headers)
         return BANNER + "".join(f'{{{value:#06x}, "{name}"}},\n' for value, name in sorted(names.items()))
 
     return lines
 
 
 OUTPUTS = {
-    "Interfaces/GLEnumNames.inc": emit("GLES3/gl32.h", "GLES2/gl2ext.h"),
-    "Interfaces/EGLEnumNames.inc": emit("EGL/egl.h", "EGL/eglext.h"),
+    "Interfaces/GLEnumNames.inc": emit(*GL_HEADERS),
+    "Interfaces/EGLEnumNames.inc": emit(*EGL_HEADERS),
 }

@@ -9,6 +9,7 @@ from functools import cached_property
 from pathlib import Path
 
 import features
+import objects
 import states
 from features import Features
 from states import States
@@ -275,6 +276,7 @@ class Api:
     hidden: list = field(default_factory=list)  # names of extensions
     features: Features = field(default_factory=Features)
     states: States = field(default_factory=States)
+    objects: dict = field(default_factory=dict)  # type: kind
 
     @cached_property
     def gl(self):
@@ -414,6 +416,9 @@ def parse_line(api, line):
     word = line.split()[0]
     if word == "hide":
         api.hidden.append(line.split()[1])
+    elif word == "object":
+        if not objects.parse_line(api.objects, line):
+            raise ApiError("expected object TYPE : OWNER, NAME[, labels IDENTIFIER...]")
     elif word in features.WORDS | states.WORDS:
         if not features.parse_line(api.features, line) and not states.parse_line(api.states, line):
             raise ApiError(f"'{word}' is not followed by what it needs")
@@ -444,7 +449,7 @@ def load(paths):
     for alias in api.aliases:
         if alias.of not in api.by_name:
             raise ApiError(f"alias {alias.name}: there is no call {alias.of}")
-    for call in [count.call for count in api.features.counts] + list(api.states.settings):
+    for call in [count.call for count in api.features.counts] + [*api.states.changes, *api.states.nothing]:
         if call not in api.by_name:
-            raise ApiError(f"{call} is counted or sets something, but there is no such call")
+            raise ApiError(f"{call} is counted or changes something, but there is no such call")
     return api

@@ -3,47 +3,88 @@
 import re
 from dataclasses import dataclass, field
 
-WORDS = {"state", "set"}
-NUMBER = r"-?\d+|0x[0-9A-F]+"
+import khronos
+
+WORDS = {"state", "set", "contents", "change", "reset", "nothing"}
+NUMBER = r"-?\d+|0x[0-9A-F]+|GL_\w+"
 
 
 @dataclass(frozen=True)
 class State:
     name: str
-    names: str  # kind of object that the value names
-    of: str  # kind of object that the state belongs to
-    initial: tuple  # words; empty where it is not known
+    names: str = ""  # kind of object that the value names
+    holds: str = ""  # the same, where a deleted object stays
+    of: str = ""  # kind of object that the state belongs to
+    asked: tuple = ()  # what is asked for to get the words
+    initial: tuple = ()  # words; empty where it is not known
+    is_contents: bool = False
 
 
 @dataclass(frozen=True)
-class Setting:
-    state: str
+class Condition:
+    param: str
+    is_negated: bool
+    value: str
+
+
+@dataclass(frozen=True)
+class Change:
+    kind: str  # set, change or reset
+    state: str  # empty for reset
     indexes: tuple
-    words: tuple
+    words: tuple = ()
+    condition: Condition = None
 
 
 @dataclass
 class States:
     states: list = field(default_factory=list)
-    settings: dict = field(default_factory=dict)  # call: settings; none where the call is handled by hand
+    changes: dict = field(default_factory=dict)  # call: changes
+    nothing: list = field(default_factory=list)  # calls that set nothing
+
+    @property
+    def by_name(self):
+        return {state.name: state for state in self.states}
 
 
-def parse_setting(states, text):
-    m = re.fullmatch(r"(\w+)\[([\w ]*)\] = ([-\w ]+)", text.strip())
-    if not m or m[1] not in {state.name for state in states.states}:
+def number(text):
+    """The value of a number or of a name."""
+    return khronos.gl_values()[text] if text.startswith("GL_") else int(text, 0)
+
+
+def parse_change(states, kind, text):
+    m = re.fullmatch(rf"(\w+)\[([\w ]*)\](?: = ([-\w ]+?))?(?: when (\w+) is (not )?({NUMBER}))?", text.strip())
+    if not m or m[1] not in states.by_name:
         return None
-    return Setting(m[1], tuple(m[2].split()), tuple(m[3].split()))
+    condition = Condition(m[4], bool(m[5]), m[6]) if m[4] else None
+    return Change(kind, m[1], tuple(m[2].split()), tuple((m[3] or "").split()), condition)
+
+
+def parse_state(line):
+    m = re.fullmatch(rf"state (\w+)((?: (?:names|holds|of) \w+)*)(?: as ((?:GL_\w+ ?)+?))?(?: = ((?:(?:{NUMBER}) ?)+))?", line)
+    if not m:
+        return None
+    links = dict(zip(m[2].split()[::2], m[2].split()[1::2]))
+    return State(m[1], **links, asked=tuple((m[3] or "").split()), initial=tuple((m[4] or "").split()))
 
 
 def parse_line(states, line):
     """True when the line was one of these and has been taken up."""
-    if m := re.fullmatch(rf"state (\w+)((?: (?:names|of) \w+)*)(?: = ((?:(?:{NUMBER}) ?)+))?", line):
-        links = dict(zip(m[2].split()[::2], m[2].split()[1::2]))
-        states.states.append(State(m[1], links.get("names", ""), links.get("of", ""), tuple((m[3] or "").split())))
-        return True
-    m = re.fullmatch(r"set (\w+) : (.+)", line)
+    word, *rest = line.split()
+    if word == "state":
+        state = parse_state(line)
+        states.states += [state] if state else []
+        return state is not None
+    if word == "contents":
+        states.states += [State(name, is_contents=True) for name in rest]
+        return bool(rest)
+    if word == "nothing":
+        states.nothing += rest
+        return bool(rest)
+    m = re.fullmatch(r"(set|change|reset) (\w+) : (.+)", line)
     if not m:
         return False
-    settings = [] if m[2] == "by hand" else [parse_setting(states, part) for part in m[2].split(",")]
-    states.settings[m[1]] = settings
-    return None not in settings
+    changes = [Change("reset", "", (m[3],))] if m[1] == "reset" else \
+        [parse_change(states, m[1], part) for part in m[3].split(",")]
+    states.changes.setdefault(m[2], []).extend(changes)
+    return None not in changes

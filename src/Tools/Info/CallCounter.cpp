@@ -1,7 +1,6 @@
 #include "Tools/Info/CallCounter.h"
 
 #include <algorithm>
-#include <functional>
 #include <utility>
 
 #include "Data/CallDecoder.h"
@@ -11,10 +10,6 @@ namespace Tools {
 
 namespace {
 
-constexpr std::uint32_t front = 0x0404;
-constexpr std::uint32_t back = 0x0405;
-constexpr std::uint32_t readFramebuffer = 0x8CA8;
-constexpr std::uint32_t drawFramebuffer = 0x8CA9;
 constexpr std::uint32_t mapReadBit = 1;
 
 std::uint64_t Positive(std::int64_t value)
@@ -22,15 +17,12 @@ std::uint64_t Positive(std::int64_t value)
     return value > 0 ? static_cast<std::uint64_t>(value) : 0;
 }
 
-/// Object names in captured memory; only those that were captured.
-std::span<const std::uint32_t> Names(const Data::PointerData& names, std::int32_t count)
-{
-    if (!names.HasData())
-        return {};
-    return Data::ObjectNames(std::min(count, names.GetCount()), names.GetPointer());
-}
-
 } // namespace
+
+CallCounter::CallCounter(Data::CallDecoder& decoder) : m_decoder(decoder)
+{
+    decoder.SetStateModel(&m_state);
+}
 
 FrameStatistics CallCounter::Take()
 {
@@ -167,35 +159,10 @@ void CallCounter::Process_glMapBufferRange(Data::PointerData* captured, std::uin
     m_frame.bytesMappedToRead += Positive(length);
 }
 
-// Objects.
-
-void CallCounter::Create(ObjectKind kind, std::uint32_t name, std::uint32_t display)
-{
-    m_state.Create(kind, name, display);
-    if (kind == ObjectKind::Program && name != 0)
-        ++m_frame.programs;
-}
-
-void CallCounter::Create(ObjectKind kind, const Data::PointerData& names, std::int32_t count)
-{
-    for (const std::uint32_t name : Names(names, count))
-        Create(kind, name);
-}
-
-void CallCounter::Delete(ObjectKind kind, std::uint32_t name, std::uint32_t display)
-{
-    m_state.Delete(kind, name, display);
-}
-
-void CallCounter::Delete(ObjectKind kind, const Data::PointerData& names, std::int32_t count)
-{
-    for (const std::uint32_t name : Names(names, count))
-        Delete(kind, name);
-}
+// Programs.
 
 void CallCounter::Process_glCreateShader(std::uint32_t captured, std::uint32_t type)
 {
-    Count_glCreateShader(captured, type);
     if (captured != 0)
         ++m_frame.shaders[type];
 }
@@ -212,115 +179,16 @@ void CallCounter::Process_glCreateShaderProgramv(std::uint32_t captured, std::ui
     ++m_frame.programsLinked;
 }
 
-// A program that is linked or loaded starts with all uniforms as new.
-
-void CallCounter::Process_glLinkProgram(std::uint32_t program)
-{
-    Count_glLinkProgram(program);
-    m_state.ForgetValues(ObjectKind::Program, program);
-}
-
-void CallCounter::Process_glProgramBinary(std::uint32_t program, std::uint32_t /*format*/,
-                                          Data::PointerData* /*binary*/, std::int32_t /*length*/)
-{
-    m_state.ForgetValues(ObjectKind::Program, program);
-}
-
-void CallCounter::Process_glProgramBinaryOES(std::uint32_t program, std::uint32_t format, Data::PointerData* binary,
-                                             std::int32_t length)
-{
-    Count_glProgramBinaryOES(program, format, binary, length);
-    m_state.ForgetValues(ObjectKind::Program, program);
-}
-
-// Contexts.
-
-void CallCounter::Process_eglCreateContext(std::uint32_t captured, std::uint32_t dpy, std::uint32_t config,
-                                           std::uint32_t share_context, Data::PointerData* attrib_list)
-{
-    Count_eglCreateContext(captured, dpy, config, share_context, attrib_list);
-    m_state.CreateContext(captured, dpy, share_context);
-}
-
-void CallCounter::Process_eglMakeCurrent(std::int32_t captured, std::uint32_t /*dpy*/, std::uint32_t /*draw*/,
-                                         std::uint32_t /*read*/, std::uint32_t ctx)
-{
-    if (captured != 0)
-        m_state.MakeCurrent(ctx);
-}
-
-void CallCounter::Process_eglDestroyContext(std::int32_t captured, std::uint32_t dpy, std::uint32_t ctx)
-{
-    Count_eglDestroyContext(captured, dpy, ctx);
-    if (captured != 0)
-        m_state.DestroyContext(ctx);
-}
-
-void CallCounter::Process_eglReleaseThread(std::int32_t captured)
-{
-    if (captured != 0)
-        m_state.MakeCurrent(0);
-}
-
-void CallCounter::Process_eglTerminate(std::int32_t captured, std::uint32_t dpy)
-{
-    if (captured != 0)
-        m_state.Terminate(dpy);
-}
-
 // State.
 
-void CallCounter::Changed(CallId call, std::initializer_list<bool> changes)
+void CallCounter::Changed(CallId call)
 {
-    ++m_frame.stateChanges[call];
-    if (std::ranges::none_of(changes, std::identity()))
-        ++m_frame.redundantChanges[call];
-}
-
-void CallCounter::Process_glBindBuffer(std::uint32_t target, std::uint32_t buffer)
-{
-    // The buffer of indices belongs to the vertex array object.
-    Changed(CallId::glBindBuffer, {target == Data::Enum::ElementArrayBuffer
-                                       ? m_state.Set(State::ElementBuffer, m_state.BoundVertexArray(), 0, Words(buffer))
-                                       : m_state.Set(State::Buffer, target, 0, Words(buffer))});
-}
-
-void CallCounter::Uniform(CallId call, std::uint32_t program, std::int32_t location, std::int32_t count,
-                          std::uint32_t transpose, const WordList& words)
-{
-    // Location -1 stands for a uniform that the compiler left out: nothing is set.
-    if (program == 0 || location < 0 || count <= 0 || words.size() < static_cast<std::size_t>(count))
+    using Outcome = Data::StateModel::Outcome;
+    if (m_state.LastOutcome() == Outcome::SetsNothing)
         return;
-    const std::size_t each = words.size() / static_cast<std::size_t>(count);
-    bool isChanged = false;
-    // The elements of an array have consecutive locations.
-    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
-        WordList element(words.begin() + static_cast<std::ptrdiff_t>(i * each),
-                         words.begin() + static_cast<std::ptrdiff_t>((i + 1) * each));
-        if (transpose != 0)
-            element.push_back(Word(1));
-        isChanged |= m_state.Set(State::Uniform, program,
-                                 static_cast<std::uint32_t>(location) + static_cast<std::uint32_t>(i), element);
-    }
-    Changed(call, {isChanged});
-}
-
-WordList CallCounter::Vector(const Data::PointerData& values)
-{
-    WordList words = Elements<float>(values);
-    for (std::size_t i = words.size(); i < 4; ++i)
-        words.push_back(Word(i == 3 ? 1 : 0));
-    return words;
-}
-
-Indexes CallCounter::FacesOf(std::uint32_t face)
-{
-    return face == front ? Indexes{0, 1} : face == back ? Indexes{1, 1} : Indexes{0, 2};
-}
-
-Indexes CallCounter::FramebuffersOf(std::uint32_t target)
-{
-    return target == readFramebuffer ? Indexes{0, 1} : target == drawFramebuffer ? Indexes{1, 1} : Indexes{0, 2};
+    ++m_frame.stateChanges[call];
+    if (m_state.LastOutcome() == Outcome::Same)
+        ++m_frame.redundantChanges[call];
 }
 
 } // namespace Tools

@@ -1,12 +1,8 @@
 #pragma once
 
-#include <bit>
-#include <initializer_list>
 #include <span>
-#include <type_traits>
 
-#include "Data/ContextState.h"
-#include "Data/Sizes.h"
+#include "Data/StateModel.h"
 #include "Interfaces/EGLAdapter.h"
 #include "Interfaces/GLAdapter.h"
 #include "Tools/Info/Statistics.h"
@@ -22,12 +18,11 @@ namespace Tools {
 class CallCounter final : public Data::GLNullAdapter, public Data::EGLNullAdapter {
 public:
     /// The decoder that drives the counter.
-    explicit CallCounter(Data::CallDecoder& decoder) : m_decoder(decoder) {}
+    explicit CallCounter(Data::CallDecoder& decoder);
 
     /// What was counted since the last call of this.
     FrameStatistics Take();
 
-    void SetCurrentThread(std::uint32_t thread) override { m_state.SetCurrentThread(thread); }
     void ProcessVertexAttribData(std::uint32_t index, std::int32_t size, std::uint32_t type, std::uint32_t normalized,
                                  std::int32_t stride, std::uint8_t* data, std::uint32_t first,
                                  std::uint32_t count) override;
@@ -58,52 +53,13 @@ private:
     static std::int64_t PackedBytes(std::int32_t width, std::int32_t height, std::int32_t depth, std::uint32_t format,
                                     std::uint32_t type);
 
-    void Create(ObjectKind kind, std::uint32_t name, std::uint32_t display = 0);
-    void Create(ObjectKind kind, const Data::PointerData& names, std::int32_t count);
-    void Delete(ObjectKind kind, std::uint32_t name, std::uint32_t display = 0);
-    void Delete(ObjectKind kind, const Data::PointerData& names, std::int32_t count);
-
     void ReadPixels(CallId call, std::int64_t bytes);
 
-    /// Counts a call that set states, by what RecordedState::Set said of each.
-    void Changed(CallId call, std::initializer_list<bool> changes);
-    void Uniform(CallId call, std::uint32_t program, std::int32_t location, std::int32_t count, std::uint32_t transpose,
-                 const WordList& words);
-
-    /// Also of an address: those of programs fit into a double.
-    template <class T>
-    requires std::is_arithmetic_v<T>
-    static std::uint64_t Word(T value)
-    {
-        return std::bit_cast<std::uint64_t>(static_cast<double>(value));
-    }
-    template <class... T> static WordList Words(T... values)
-    {
-        return {Word(values)...};
-    }
-    static WordList Words(WordList words)
-    {
-        return words;
-    }
-    /// All elements of an array; none where it has no contents.
-    template <class T> static WordList Elements(const Data::PointerData& array)
-    {
-        WordList words;
-        for (std::int32_t i = 0; array.HasData() && i < array.GetCount(); ++i)
-            words.push_back(Word(array.As<const T>()[i]));
-        return words;
-    }
-    /// An attribute's value of four.
-    static WordList Vector(const Data::PointerData& values);
-    static std::int32_t VertexStride(std::int32_t size, std::uint32_t type, std::int32_t stride)
-    {
-        return stride != 0 ? stride : static_cast<std::int32_t>(Data::VertexElementBytes(size, type));
-    }
-    static Indexes FacesOf(std::uint32_t face);
-    static Indexes FramebuffersOf(std::uint32_t target);
+    /// Counts a call that sets values.
+    void Changed(CallId call);
 
     Data::CallDecoder& m_decoder;
-    RecordedState m_state;
+    Data::StateModel m_state;
     FrameStatistics m_frame;
 };
 

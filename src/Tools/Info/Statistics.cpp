@@ -90,7 +90,7 @@ FrameStatistics& FrameStatistics::operator+=(const FrameStatistics& next)
     Add(extensionCalls, next.extensionCalls);
     Add(stateChanges, next.stateChanges);
     Add(redundantChanges, next.redundantChanges);
-    for (std::size_t kind = 0; kind < objectKinds; ++kind)
+    for (std::size_t kind = 0; kind < Data::objectKinds; ++kind)
         objects[kind] = {next.objects[kind].alive, std::max(objects[kind].most, next.objects[kind].most)};
     return *this;
 }

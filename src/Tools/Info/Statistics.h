@@ -9,7 +9,7 @@
 
 #include "Data/CallIds.h"
 #include "Data/Diagnostics.h"
-#include "Tools/Info/RecordedState.h"
+#include "Data/StateModel.h"
 
 namespace Tools {
 
@@ -66,7 +66,7 @@ struct FrameStatistics {
     CallCounts stateChanges;
     CallCounts redundantChanges;
     /// At the end, and at most.
-    ObjectCounts objects = {};
+    Data::ObjectCounts objects = {};
 
     /// Adds what came behind.
     FrameStatistics& operator+=(const FrameStatistics& next);

@@ -99,10 +99,9 @@ Json ToJson(const FrameStatistics& frame)
         json["shaders"]["byType"][ShaderType(type)] = count;
     json["programs"] = {{"created", frame.programs}, {"linked", frame.programsLinked}};
     json["objects"] = Json::object();
-    for (std::size_t kind = 0; kind < objectKinds; ++kind) {
-        if (const ObjectCount& count = frame.objects[kind]; count.most > 0)
-            json["objects"][ObjectKindName(static_cast<ObjectKind>(kind))] = {{"alive", count.alive},
-                                                                              {"most", count.most}};
+    for (std::size_t kind = 0; kind < Data::objectKinds; ++kind) {
+        if (const Data::ObjectCount& count = frame.objects[kind]; count.most > 0)
+            json["objects"][Data::objectDescriptions[kind].name] = {{"alive", count.alive}, {"most", count.most}};
     }
     json["extensions"] = Json::object();
     for (const auto& [call, count] : frame.extensionCalls)
@@ -138,7 +137,7 @@ void CsvLine(std::string& text, const std::string& part, const FrameStatistics& 
                                       Sum(frame.stateChanges),
                                       Sum(frame.redundantChanges)})
         text += "," + std::to_string(value);
-    for (const ObjectCount& count : frame.objects)
+    for (const Data::ObjectCount& count : frame.objects)
         text += "," + std::to_string(count.alive);
     text += "\n";
 }
@@ -165,8 +164,8 @@ std::string ToCsv(const CaptureStatistics& statistics)
         "frame,calls,draws,instances,vertices,unknownDraws,dispatches,workGroups,clears,blits,bufferBytes,"
         "textureBytes,clientArrayBytes,waits,readBacks,readPixelBytes,readMappedBytes,shaders,programs,extensionCalls,"
         "stateChanges,redundantStateChanges";
-    for (std::size_t kind = 0; kind < objectKinds; ++kind)
-        text += std::string(",") + ObjectKindName(static_cast<ObjectKind>(kind)) + "Alive";
+    for (std::size_t kind = 0; kind < Data::objectKinds; ++kind)
+        text += std::string(",") + Data::objectDescriptions[kind].name + "Alive";
     text += "\n";
     if (statistics.setup)
         CsvLine(text, "setup", *statistics.setup);

@@ -1,0 +1,93 @@
+// The state of a recorded program, cut into the pieces that calls write and read.
+#pragma once
+
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
+#include "Data/States.h"
+
+namespace Data {
+
+/// Whose state it is: a context, a surface or an object. An object that is deleted and made again under the same name
+/// is another owner. 0 is nobody.
+using Owner = std::uint32_t;
+
+/// One piece of state of one owner, numbered from 0.
+using Slot = std::uint32_t;
+
+/// A value that a call sets. Numbers of all types are equal when they mean the same.
+using Words = std::vector<double>;
+
+/// Numbers the slots, so that sets of them are arrays, and holds their values.
+class StateSlots {
+public:
+    static constexpr Slot none = ~Slot{0};
+
+    [[nodiscard]] Owner NewOwner()
+    {
+        m_slots.emplace_back();
+        return static_cast<Owner>(m_slots.size() - 1);
+    }
+
+    [[nodiscard]] Slot At(Owner owner, State state, std::uint32_t first = 0, std::uint32_t second = 0)
+    {
+        const auto [entry, isNew] = m_numbers.try_emplace({owner, state, first, second}, Count());
+        if (isNew) {
+            m_slots[owner].push_back(entry->second);
+            m_values.emplace_back();
+            m_keys.push_back(entry->first);
+        }
+        return entry->second;
+    }
+    /// `none` for a slot that nothing wrote to or asked for.
+    [[nodiscard]] Slot Find(Owner owner, State state, std::uint32_t first = 0, std::uint32_t second = 0) const
+    {
+        const auto entry = m_numbers.find({owner, state, first, second});
+        return entry != m_numbers.end() ? entry->second : none;
+    }
+
+    struct Value {
+        /// Empty while nothing was set.
+        Words words;
+        /// The object that the first word names, where the state has one.
+        Owner bound = 0;
+    };
+    [[nodiscard]] Value& ValueOf(Slot slot) { return m_values[slot]; }
+    [[nodiscard]] const Value& ValueOf(Slot slot) const { return m_values[slot]; }
+
+    [[nodiscard]] const std::vector<Slot>& Of(Owner owner) const { return m_slots[owner]; }
+    [[nodiscard]] Owner OwnerOf(Slot slot) const { return m_keys[slot].owner; }
+    [[nodiscard]] State StateOf(Slot slot) const { return m_keys[slot].state; }
+    /// The indexes of the state.
+    [[nodiscard]] std::uint32_t FirstOf(Slot slot) const { return m_keys[slot].first; }
+    [[nodiscard]] std::uint32_t SecondOf(Slot slot) const { return m_keys[slot].second; }
+    [[nodiscard]] std::uint32_t Count() const { return static_cast<std::uint32_t>(m_values.size()); }
+    [[nodiscard]] std::uint32_t OwnerCount() const { return static_cast<std::uint32_t>(m_slots.size()); }
+
+private:
+    struct Key {
+        Owner owner;
+        State state;
+        std::uint32_t first;
+        std::uint32_t second;
+        bool operator==(const Key&) const = default;
+    };
+    struct Hash {
+        std::size_t operator()(const Key& key) const
+        {
+            std::uint64_t hash = key.owner;
+            for (const std::uint32_t part : {static_cast<std::uint32_t>(key.state), key.first, key.second})
+                hash = (hash ^ part) * 0x9E3779B97F4A7C15 + (hash >> 29);
+            return hash;
+        }
+    };
+
+    std::unordered_map<Key, Slot, Hash> m_numbers;
+    std::vector<Value> m_values;
+    std::vector<Key> m_keys;
+    /// By owner; nobody has none.
+    std::vector<std::vector<Slot>> m_slots = std::vector<std::vector<Slot>>(1);
+};
+
+} // namespace Data

@@ -1,0 +1,47 @@
+"""The kinds of objects of a description (api/05-objects.api), and what calls do to objects."""
+
+import re
+from dataclasses import dataclass
+
+OWNERS = ("group", "context", "display")
+CREATES = re.compile(r"glGen|glCreate|glFenceSync$|eglCreate")
+
+
+@dataclass(frozen=True)
+class ObjectKind:
+    type: str  # of parameters that name such an object
+    owner: str
+    name: str  # of many of them
+    labels: tuple  # identifiers of the kind in calls about debug labels
+
+
+def parse_line(kinds, line):
+    """True when the line was one of these and has been taken up."""
+    m = re.fullmatch(r"object (\w+) : (\w+), (\w+)(?:, labels ((?:GL_\w+ ?)+))?", line)
+    if not m or m[2] not in OWNERS:
+        return False
+    kinds[m[1]] = ObjectKind(m[1], m[2], m[3], tuple((m[4] or "").split()))
+    return True
+
+
+@dataclass(frozen=True)
+class Effect:
+    """What a call does to the objects that a parameter, or the returned value (None), names."""
+
+    kind: str
+    deletes: bool
+    param: object
+    index: int = 0
+
+
+def effect_of(kinds, call):
+    """None for a call that neither makes nor deletes objects."""
+    if call.has("deletes") or call.name.startswith("eglDestroy"):
+        last = call.params[-1]
+        return Effect(last.type.name, True, last, len(call.params) - 1)
+    if not CREATES.match(call.name):
+        return None
+    if call.ret.form == "scalar" and call.ret.name in kinds:
+        return Effect(call.ret.name, False, None)
+    return next((Effect(p.type.name, False, p, i) for i, p in enumerate(call.params)
+                 if p.type.out and p.type.name in kinds), None)
