@@ -11,6 +11,7 @@ namespace {
 
 using Data::CallId;
 using Data::CallRecord;
+using Data::ObjectKind;
 using ::testing::ElementsAre;
 using Bytes = std::vector<std::uint8_t>;
 using Words = std::vector<std::uint32_t>;

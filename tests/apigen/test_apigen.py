@@ -10,9 +10,12 @@ HERE = Path(__file__).parent
 sys.path.insert(0, str(HERE.parents[1] / "tools" / "apigen"))
 
 import apigen  # noqa: E402
+import emit_decode  # noqa: E402
 import emit_enum_names  # noqa: E402
 import emit_function_forms  # noqa: E402
+import emit_info  # noqa: E402
 import emit_play_gl  # noqa: E402
+import emit_state  # noqa: E402
 import emit_statistics  # noqa: E402
 import model  # noqa: E402
 
@@ -59,6 +62,7 @@ class Description(unittest.TestCase):
             "but there is no such call": "count Blocking glNone",
             "'count' is not followed": "count Sometimes glClear",
             "'set' is not followed": "set glClear : colour[] = mask",
+            "expected object TYPE": "object texture : nobody, textures",
         }
         for message, line in faults.items():
             with self.subTest(line), self.assertRaises(model.ApiError) as caught:
@@ -92,6 +96,20 @@ class Description(unittest.TestCase):
                       ["SizeString(log, bufSize)", "function(bufSize, log"],
                       ["SizeArray(data, bufSize)", "function(bufSize, data"]):
             self.assertRegex(text, "(?s)" + ".*".join(map(re.escape, parts)))
+
+    def test_a_new_call_with_a_new_state_is_two_lines_that_everything_knows(self):
+        api = load_text("2.0 void glSparkle(enum face, float glow) : track", "state sparkle as GL_SPARKLE = 1",
+                        "set glSparkle : sparkle[face_of] = glow when face is not GL_FRONT")
+        self.assertIn("    Sparkle,\n", emit_state.emit_states(api))
+        table = emit_state.emit_table(api).splitlines()
+        self.assertEqual([line.strip() for line in table if "parkle" in line or "Source::Parameter" in line], [
+            '{"sparkle", noObject, false, noObject, false, {Counted::None, Counted::Face}, "f", {"GL_SPARKLE"}, 1, {1}},',
+            "{Source::Parameter, 1, 0, 0},",
+            "{State::Sparkle, ChangeKind::Set, {Source::Context, 0, 0, 0}, {Source::Number, 0, 0, 0}, "
+            "{Source::FacesOf, 0, 0, 0}, {1, true, 0x0404}, 0, 1},",
+            "{0, 1, false, false, {Source::Number, 0, 0, 0}, {}}, // glSparkle"])
+        self.assertIn("decoder.Follow();", emit_decode.emit(api))
+        self.assertIn("Changed(CallId::glSparkle);", emit_info.emit_calls(lambda a: a.gl)(api))
 
     def test_statistics_count_calls_and_notice_extensions_also_of_functions_that_are_no_calls(self):
         api = load_text("2.0 enum glX(int a)", "2.0 void glY()", "count Blocking glX as glXx", "by hand : glY",
