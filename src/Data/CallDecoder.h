@@ -76,8 +76,10 @@ public:
     ClientState& Client() { return m_client; }
     /// The captured one, in the capture's names.
     ContextState& Context() { return m_client.Context(); }
+    /// A driver's context is followed by what comes between replay and driver.
+    [[nodiscard]] bool HasDriver() const { return m_driver && *m_driver; }
     /// The one that says whether a pointer is an address, and how much memory is behind it.
-    ContextState& Bound() { return m_driver && *m_driver ? **m_driver : m_client.Context(); }
+    ContextState& Bound() { return HasDriver() ? **m_driver : m_client.Context(); }
 
     template <class T> [[nodiscard]] T Value(std::uint32_t at) const
     {
@@ -126,7 +128,9 @@ public:
     }
     bool KnowsBuffer(std::uint32_t parameter, std::uint32_t name);
     bool KnowsVertexArray(std::uint32_t parameter, std::uint32_t name);
-    /// There are indices for a draw that takes its number of them from a buffer.
+    /// An offset into the element array buffer, which has storage in the driver.
+    bool Indices(std::uint32_t parameter, std::uint32_t at) { return Opaque(parameter, at) && HasIndices(parameter); }
+    /// A draw from the element array buffer finds indices there: drivers take storage for granted.
     bool HasIndices(std::uint32_t parameter);
     /// Vertex data for all enabled attributes in client memory came with this draw.
     bool CoversDraw(const DrawRange& range);

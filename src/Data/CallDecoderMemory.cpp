@@ -15,17 +15,16 @@ constexpr std::uint64_t maxVertexOffset = 1u << 30;
 
 const CallDecoder::Delivery* CallDecoder::FindDelivery(std::uint32_t index)
 {
-    const bool isLive = m_driver && *m_driver;
     const VertexAttribState& attrib = Bound().Attrib(index);
     const VertexAttribState& binding = Bound().Binding(index);
     // The last one that came for the attribute.
     for (std::uint32_t i = m_delivered; i-- > 0;) {
         const Delivery& delivery = m_deliveries[i];
         // The driver has locations of its own; there, an attribute is known by what it points at.
-        const bool isRead = isLive ? delivery.pointer == binding.pointer && delivery.stride == binding.stride &&
-                                         attrib.relativeOffset == 0 &&
-                                         delivery.elementBytes == VertexElementBytes(attrib.size, attrib.type)
-                                   : delivery.index == index;
+        const bool isRead = HasDriver() ? delivery.pointer == binding.pointer && delivery.stride == binding.stride &&
+                                              attrib.relativeOffset == 0 &&
+                                              delivery.elementBytes == VertexElementBytes(attrib.size, attrib.type)
+                                        : delivery.index == index;
         if (isRead)
             return &delivery;
     }
@@ -34,7 +33,8 @@ const CallDecoder::Delivery* CallDecoder::FindDelivery(std::uint32_t index)
 
 bool CallDecoder::HasIndices(std::uint32_t parameter)
 {
-    return Bound().HasIndexStorage() || Refuse(parameter, "indices in the element array buffer", "no storage");
+    return !HasDriver() || Bound().HasIndexStorage() ||
+           Refuse(parameter, "indices in the element array buffer", "no storage");
 }
 
 bool CallDecoder::CoversDraw(const DrawRange& range)
@@ -63,7 +63,7 @@ bool CallDecoder::CoversDraw(const DrawRange& range)
 
 bool CallDecoder::TakesPackedMemory() const
 {
-    if (!m_driver || !*m_driver)
+    if (!HasDriver())
         return true;
     const ContextState& state = **m_driver;
     const PixelStore& unpack = state.Unpack();
@@ -106,7 +106,7 @@ void CallDecoder::DecodeVertexAttribData(std::uint8_t* record)
     const bool isBound = Bound().BoundBuffer(Enum::ArrayBuffer) != 0;
     if (isBound)
         m_gl->Process_glBindBuffer(Enum::ArrayBuffer, 0);
-    if (m_delivered == m_deliveries.size() || (m_driver && *m_driver && (*m_driver)->BoundBuffer(Enum::ArrayBuffer))) {
+    if (m_delivered == m_deliveries.size() || (HasDriver() && Bound().BoundBuffer(Enum::ArrayBuffer) != 0)) {
         m_diagnostics.Skipped(name, "attribute " + std::to_string(data.index), "no array buffer", "one");
         return;
     }

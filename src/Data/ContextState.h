@@ -126,7 +126,7 @@ public:
     [[nodiscard]] std::int64_t MappedBytes(std::uint32_t target) const;
 
     [[nodiscard]] bool HasElementBuffer() const { return m_vertexArray->elementBuffer.name != 0; }
-    /// False when the element buffer is known to have no storage: drivers fetch indices of indirect draws unseen.
+    /// False when the element buffer is known to have no storage.
     [[nodiscard]] bool HasIndexStorage() const
     {
         const BufferState* const buffer = Find(m_vertexArray->elementBuffer);

@@ -129,6 +129,15 @@ bool DriverContext::Took_glBufferData(GLenum target, GLsizeiptr size, const void
     return false;
 }
 
+bool DriverContext::Took_glBufferStorageEXT(GLenum target, GLsizeiptr size, const void* /*data*/, GLbitfield /*flags*/)
+{
+    GLint bytes = 0;
+    if (m_driver.glGetBufferParameteriv) {
+        m_driver.glGetBufferParameteriv(target, GL_BUFFER_SIZE, &bytes);
+    }
+    return bytes == size;
+}
+
 bool DriverContext::Took_glEnable(GLenum capability)
 {
     return capability != GL_PRIMITIVE_RESTART_FIXED_INDEX || (m_driver.glIsEnabled && m_driver.glIsEnabled(capability));

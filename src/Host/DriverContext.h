@@ -18,6 +18,7 @@ public:
     bool Took_glBindVertexArray(GLuint array);
     bool Took_glBindVertexArrayOES(GLuint array) { return Took_glBindVertexArray(array); }
     bool Took_glBindVertexBuffer(GLuint binding, GLuint buffer, GLintptr offset, GLsizei stride);
+    bool Took_glBufferStorageEXT(GLenum target, GLsizeiptr size, const void* data, GLbitfield flags);
     bool Took_glBufferData(GLenum target, GLsizeiptr size, const void* data, GLenum usage);
     bool Took_glEnable(GLenum capability);
     bool Took_glDisable(GLenum capability);

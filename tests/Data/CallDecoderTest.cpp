@@ -177,7 +177,7 @@ TEST_F(CallDecoderTest, OutputHasRoomForWhatTheLiveDriverWrites)
     Call(CallId::glGetDebugMessageLog, 0, 0xffffffff, 16, 0, 0, Bytes(4), 0, 0, 0);
     Play();
     EXPECT_THAT(reports, ElementsAre(HasSubstr("glGetProgramInfoLog: infoLog: expected room for at least 0 elements"),
-                                     HasSubstr("glGenTextures: textures: expected the names that the driver gave"),
+                                     HasSubstr("glGenTextures: textures: expected the 2 names that the driver gave"),
                                      HasSubstr("glGetDebugMessageLog: ids: expected room for at most")));
 }
 

@@ -20,6 +20,12 @@ ATTRIB_POINTERS = {"glVertexAttribPointer", "glVertexAttribIPointer"}
 # Objects that must have been generated: replay maps an unknown name to 0, and the draws that follow would read memory.
 KNOWN_NAMES = {"buffer": "KnowsBuffer", "vertex_array": "KnowsVertexArray"}
 
+# Calls whose state is taken from the driver's context where there is one; what others set has captured names.
+WITHOUT_NAMES = {"glCopyBufferSubData", "glBufferSubData", "glDisable", "glDisableVertexAttribArray", "glEnable",
+                 "glEnableVertexAttribArray", "glPixelStorei", "glVertexAttribBinding", "glVertexAttribDivisor",
+                 "glVertexAttribFormat", "glVertexAttribIFormat", "glVertexAttribIPointer", "glVertexAttribPointer",
+                 "glVertexBindingDivisor"}
+
 
 def expression(call, t):
     """The size expression of a type as C++ of type std::int64_t."""
@@ -77,6 +83,9 @@ def read_pointer(call, index, p):
     test = or_return(f"decoder.{optional}{kind}({index}, {at}, {t.element_size}, {needed})")
     if not t.binding:
         return test
+    if t.binding == "element_array":
+        indices = f"if (!decoder.Indices({index}, {at}))\n            return;\n"
+        return f"    if (decoder.Bound().HasElementBuffer()) {{\n        {indices}    }} else{test[3:]}"
     return f"    if (decoder.Bound().{BUFFER_TESTS[t.binding]}())\n        {opaque}    else{test[3:]}"
 
 
@@ -123,6 +132,8 @@ def decode(api, call):
     if call.has("track"):
         state = "Client" if call.is_egl else "Context"
         told = told + [argument(p, i) for i, p in enumerate(call.params)]
+        if call.name in WITHOUT_NAMES:
+            text += "    if (!decoder.HasDriver())\n    "
         text += wrap(f"    decoder.{state}().{call.name}(", told, ");\n", indent=8)
     if has_effects(api, call):
         text += "    decoder.Follow();\n"

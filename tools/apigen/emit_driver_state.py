@@ -4,7 +4,7 @@ function that makes the call and then tells the state of the context that is cur
 from text import BANNER, wrap
 
 # Calls that a driver may refuse while the state would follow: DriverContext has a function Took_NAME for them.
-JUDGED = {"glBindBuffer", "glBindVertexArray", "glBindVertexArrayOES", "glBindVertexBuffer", "glBufferData", "glDisable",
+JUDGED = {"glBindBuffer", "glBindVertexArray", "glBindVertexArrayOES", "glBindVertexBuffer", "glBufferData", "glBufferStorageEXT", "glDisable",
           "glDisableVertexAttribArray", "glEnable", "glEnableVertexAttribArray", "glPixelStorei",
           "glVertexAttribBinding", "glVertexAttribDivisor", "glVertexAttribIPointer", "glVertexAttribPointer"}
 
