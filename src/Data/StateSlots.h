@@ -1,6 +1,7 @@
 // The state of a recorded program, cut into the pieces that calls write and read.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <unordered_map>
 #include <vector>
@@ -32,18 +33,27 @@ public:
 
     [[nodiscard]] Slot At(Owner owner, State state, std::uint32_t first = 0, std::uint32_t second = 0)
     {
-        const auto [entry, isNew] = m_numbers.try_emplace({owner, state, first, second}, Count());
+        const Key key{owner, state, first, second};
+        // Programs set the same again and again.
+        Slot& recent = m_recent[Hash{}(key) % m_recent.size()];
+        if (recent < m_keys.size() && m_keys[recent] == key)
+            return recent;
+        const auto [entry, isNew] = m_numbers.try_emplace(key, Count());
         if (isNew) {
             m_slots[owner].push_back(entry->second);
             m_values.emplace_back();
-            m_keys.push_back(entry->first);
+            m_keys.push_back(key);
         }
-        return entry->second;
+        return recent = entry->second;
     }
     /// `none` for a slot that nothing wrote to or asked for.
     [[nodiscard]] Slot Find(Owner owner, State state, std::uint32_t first = 0, std::uint32_t second = 0) const
     {
-        const auto entry = m_numbers.find({owner, state, first, second});
+        const Key key{owner, state, first, second};
+        if (const Slot recent = m_recent[Hash{}(key) % m_recent.size()];
+            recent < m_keys.size() && m_keys[recent] == key)
+            return recent;
+        const auto entry = m_numbers.find(key);
         return entry != m_numbers.end() ? entry->second : none;
     }
 
@@ -79,11 +89,13 @@ private:
             std::uint64_t hash = key.owner;
             for (const std::uint32_t part : {static_cast<std::uint32_t>(key.state), key.first, key.second})
                 hash = (hash ^ part) * 0x9E3779B97F4A7C15 + (hash >> 29);
-            return hash;
+            return hash ^ hash >> 32;
         }
     };
 
     std::unordered_map<Key, Slot, Hash> m_numbers;
+    /// One of the slots whose hash is the index, modulo the size.
+    std::array<Slot, 1024> m_recent = {};
     std::vector<Value> m_values;
     std::vector<Key> m_keys;
     /// By owner; nobody has none.

@@ -211,7 +211,7 @@ StateModel::Outcome StateModel::Apply(const StateChange& change, const CallArgum
     for (std::uint32_t i = 0; i < place.count; ++i) {
         const Slot slot = m_slots.At(place.owner, change.state, place.first, place.second + i);
         isChanged |= Set(slot, m_words);
-        if (state.names == noObject)
+        if (m_slots.ValueOf(slot).bound == bound)
             continue;
         m_slots.ValueOf(slot).bound = bound;
         if (place.owner == Context().owner)
@@ -238,7 +238,9 @@ bool StateModel::SetUniforms(const StatePlace& place)
 bool StateModel::Set(Slot slot, const Words& words)
 {
     Words& value = m_slots.ValueOf(slot).words;
-    const bool isChanged = !(value.empty() ? IsSame(WordsAt(slot), words) : IsSame(value, words));
+    if (IsSame(value, words))
+        return false;
+    const bool isChanged = !value.empty() || !IsSame(WordsAt(slot), words);
     value = words;
     return isChanged;
 }
