@@ -278,6 +278,11 @@ const std::unordered_map<std::string, Rule> rules = {
          objects.mapped.erase(args[0]);
          return 0;
      }},
+    {"glBufferStorageEXT",
+     [](Objects& objects, const Word* args) -> Word {
+         objects.bufferBytes[args[0]] = static_cast<std::int64_t>(args[1]);
+         return 0;
+     }},
     {"glGetBufferParameteriv",
      [](Objects& objects, const Word* args) -> Word {
          const std::int64_t bytes = args[1] == GL_BUFFER_SIZE         ? objects.bufferBytes[args[0]]
