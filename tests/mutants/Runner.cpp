@@ -210,7 +210,7 @@ std::string Runner::LastCall(std::uint64_t seed) const
     const std::string log = FileOf(seed) + ".log";
     if (WaitFor(Start(seed, log)) == End::Fine)
         return "something that does not come again";
-    const std::string summary = LastLine(log, "SUMMARY: ");
+    std::string summary = LastLine(log, "SUMMARY: ");
     if (!summary.empty())
         return summary;
     const std::string gl = LastLine(log, "gl");
