@@ -189,6 +189,11 @@ TEST_F(RecorderTest, WhyNothingWasRecordedIsFoundOut)
     Run("cp /bin/true static; chmod u+w static; python3 -c \"f = open('static', 'r+b'); d = bytearray(f.read(4096)); "
         "o = [i for i in range(64, 64 + 56 * d[56], 56) if d[i] == 3][0]; d[o] = 0; f.seek(0); f.write(d)\"");
     for (const auto& [command, why] : cases) {
+        const bool isOfTheSystem = command == std::string("env true") || command == std::string("./static");
+        if (PLAYBACK_EMULATED && isOfTheSystem) {
+            std::printf("left out: %s is a program for another processor than the emulated recorder\n", command);
+            continue;
+        }
         const Outcome outcome = Run(PLAYBACK_RECORD " -o capture.glcap " + std::string(command));
         EXPECT_THAT(outcome.err, HasSubstr(why));
         EXPECT_EQ(outcome.status, 1) << command;
