@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "Interfaces/Util.h"
+
 namespace Host {
 
 namespace {
@@ -14,35 +16,20 @@ constexpr GLsizei LeastStride = 2048;
 /// Storage up to this size is taken for granted, in bytes.
 constexpr GLsizeiptr SmallStorage = 1 << 20;
 
-GLenum BindingOf(GLenum target)
-{
-    switch (target) {
-    case GL_ARRAY_BUFFER:
-        return GL_ARRAY_BUFFER_BINDING;
-    case GL_ELEMENT_ARRAY_BUFFER:
-        return GL_ELEMENT_ARRAY_BUFFER_BINDING;
-    case GL_PIXEL_PACK_BUFFER:
-        return GL_PIXEL_PACK_BUFFER_BINDING;
-    case GL_PIXEL_UNPACK_BUFFER:
-        return GL_PIXEL_UNPACK_BUFFER_BINDING;
-    case GL_DRAW_INDIRECT_BUFFER:
-        return GL_DRAW_INDIRECT_BUFFER_BINDING;
-    default:
-        return 0;
-    }
-}
-
-/// The version of OpenGL ES from which on a target is there; bindings that no pointer depends on count as there.
+/// The version of OpenGL ES from which on a target is there; 0 for bindings that no pointer depends on.
 int VersionOf(GLenum target)
 {
     switch (target) {
+    case GL_ARRAY_BUFFER:
+    case GL_ELEMENT_ARRAY_BUFFER:
+        return 20;
     case GL_PIXEL_PACK_BUFFER:
     case GL_PIXEL_UNPACK_BUFFER:
         return 30;
     case GL_DRAW_INDIRECT_BUFFER:
         return 31;
     default:
-        return 20;
+        return 0;
     }
 }
 
@@ -89,11 +76,11 @@ GLuint DriverContext::MaxAttribs()
 
 bool DriverContext::Took_glBindBuffer(GLenum target, GLuint buffer)
 {
-    const GLenum binding = BindingOf(target);
-    if (binding == 0 || (Version() >= VersionOf(target) && state.KnowsBuffer(buffer))) {
+    const int version = VersionOf(target);
+    if (version == 0 || (Version() >= version && state.KnowsBuffer(buffer))) {
         return true;
     }
-    return static_cast<GLuint>(Integer(binding)) == buffer;
+    return static_cast<GLuint>(Integer(Util::GetBindBuffer(target))) == buffer;
 }
 
 bool DriverContext::Took_glBindVertexArray(GLuint array)
