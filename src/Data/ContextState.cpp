@@ -254,8 +254,11 @@ void ContextState::glDeleteBuffers(std::int32_t n, const void* buffers)
         };
         std::ranges::for_each(m_bindings, unbind);
         unbind(m_vertexArray->elementBuffer);
-        if (state != m_group->buffers.end())
+        if (state != m_group->buffers.end()) {
+            if (serial != 0 && state->second.bytes == 0)
+                m_group->deletedEmpty.insert(serial);
             m_group->buffers.erase(state);
+        }
         for (std::uint32_t i = 0; i < maxVertexAttribs; ++i) {
             if (m_vertexArray->attribs[i].buffer == name) {
                 m_vertexArray->attribs[i].buffer = 0;

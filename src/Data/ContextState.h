@@ -6,6 +6,7 @@
 #include <memory>
 #include <span>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "Data/ByteRanges.h"
@@ -50,6 +51,8 @@ struct ShareGroupState {
     std::unordered_map<std::uint32_t, BufferState> buffers;
     /// Buffers generated so far.
     std::uint32_t generated = 0;
+    /// Serial numbers of buffers that were deleted without ever having had storage: bindings may still hold them.
+    std::unordered_set<std::uint32_t> deletedEmpty;
 };
 
 /// A vertex attribute and, with the same number, a vertex buffer binding.
@@ -130,7 +133,7 @@ public:
     [[nodiscard]] bool HasIndexStorage() const
     {
         const BufferState* const buffer = Find(m_vertexArray->elementBuffer);
-        return !buffer || buffer->bytes > 0;
+        return buffer ? buffer->bytes > 0 : !m_group->deletedEmpty.contains(m_vertexArray->elementBuffer.serial);
     }
     [[nodiscard]] bool HasPackBuffer() const { return m_bindings[PixelPack].name != 0; }
     [[nodiscard]] bool HasUnpackBuffer() const { return m_bindings[PixelUnpack].name != 0; }
