@@ -6,18 +6,13 @@
 #include <nlohmann/json.hpp>
 
 #include "Util/OutputFile.h"
+#include "Util/Spelling.h"
 
 namespace Host {
 
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-/// "1 frame", "2 frames".
-std::string Counted(std::uint64_t count, const char* noun)
-{
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
 
 std::string Fixed(double value, int digits)
 {
@@ -145,14 +140,14 @@ Json ToJson(const Report& report, const Measurements& measurements)
 std::vector<std::string> SummaryLines(const Report& report, const Measurements& measurements)
 {
     if (!report.isReplay) {
-        return {"Read " + Counted(report.frames, "frame") + " with " + Counted(report.calls, "call") + " in " +
-                Fixed(report.seconds + report.restSeconds, 3) + " s; nothing was replayed."};
+        return {"Read " + Util::Counted(report.frames, "frame") + " with " + Util::Counted(report.calls, "call") +
+                " in " + Fixed(report.seconds + report.restSeconds, 3) + " s; nothing was replayed."};
     }
     std::vector<std::string> lines;
-    lines.push_back(Counted(report.frames, "frame") + " in " + Fixed(report.seconds, 3) + " s, " +
+    lines.push_back(Util::Counted(report.frames, "frame") + " in " + Fixed(report.seconds, 3) + " s, " +
                     Fixed(PerSecond(report.frames, report.seconds), 1) + " frames a second, " +
                     Fixed(PerSecond(report.calls, report.seconds + report.restSeconds), 0) + " calls a second, " +
-                    Counted(report.errorMessages, "error") + ".");
+                    Util::Counted(report.errorMessages, "error") + ".");
     if (std::string beside = BesideLine(report); !beside.empty()) {
         lines.push_back(std::move(beside));
     }
@@ -160,7 +155,7 @@ std::vector<std::string> SummaryLines(const Report& report, const Measurements& 
         lines.push_back("Frame times in ms, " +
                         (report.framesInFlight == 0
                              ? "of their calls alone"
-                             : "with their drawing, " + Counted(report.framesInFlight, "frame") + " in flight") +
+                             : "with their drawing, " + Util::Counted(report.framesInFlight, "frame") + " in flight") +
                         ": mean " + Fixed(times->mean, 3) + ", median " + Fixed(times->median, 3) + ", 95 % " +
                         Fixed(times->percentile95, 3) + ", 99 % " + Fixed(times->percentile99, 3) + ", worst " +
                         Fixed(times->worst, 3) + " (frame " + std::to_string(times->worstFrame) +
@@ -173,10 +168,10 @@ std::vector<std::string> SummaryLines(const Report& report, const Measurements& 
         lines.push_back("Not replayed: " + List(report.skipped) + ".");
     }
     if (report.refusedCalls != 0) {
-        lines.push_back(Counted(report.refusedCalls, "call") + " of the capture refused.");
+        lines.push_back(Util::Counted(report.refusedCalls, "call") + " of the capture refused.");
     }
     if (report.missingPictures != 0) {
-        lines.push_back(Counted(report.missingPictures, "picture") + " could not be written.");
+        lines.push_back(Util::Counted(report.missingPictures, "picture") + " could not be written.");
     }
     lines.insert(lines.end(), report.verification.begin(), report.verification.end());
     return lines;

@@ -28,14 +28,6 @@ Temporaries& Pending()
     return *temporaries;
 }
 
-/// As open would give a new file.
-mode_t NewFileMode()
-{
-    const mode_t mask = umask(0);
-    umask(mask);
-    return 0666 & ~mask;
-}
-
 /// Of the first failure to write to standard output; 0 for none. What is lost to a full buffer is not tried again.
 int printError = 0;
 
@@ -75,7 +67,7 @@ bool OutputFile::Open()
         Pending().paths.insert(m_temporary);
     }
     m_file = fdopen(descriptor, "w");
-    if (!m_file || fchmod(descriptor, isThere ? status.st_mode & 07777 : NewFileMode()) != 0) {
+    if (!m_file || fchmod(descriptor, isThere ? status.st_mode & 07777 : PermittedMode(0666)) != 0) {
         const int reason = errno;
         if (!m_file) {
             close(descriptor);
@@ -138,6 +130,13 @@ void OutputFile::AbandonAll()
     for (const std::string& path : Pending().paths) {
         std::remove(path.c_str());
     }
+}
+
+mode_t PermittedMode(mode_t wanted)
+{
+    const mode_t mask = umask(0);
+    umask(mask);
+    return wanted & ~mask;
 }
 
 std::string WriteWholeFile(const std::string& path, std::string_view contents)

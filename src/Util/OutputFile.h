@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include <sys/types.h>
+
 #include "Util/ExitStatus.h"
 
 namespace Util {
@@ -52,6 +54,9 @@ private:
     std::FILE* m_file = nullptr;
     std::string m_reason;
 };
+
+/// The permissions of `wanted` that a new file or folder gets in this process, as open and mkdir would give them.
+[[nodiscard]] mode_t PermittedMode(mode_t wanted);
 
 /// Writes a whole file. Empty on success, else "PATH: REASON".
 [[nodiscard]] std::string WriteWholeFile(const std::string& path, std::string_view contents);

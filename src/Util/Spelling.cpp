@@ -60,4 +60,9 @@ std::string Suggestion(std::string_view text, std::span<const std::string_view> 
     return closest.empty() ? "" : "; did you mean " + std::string(closest) + "?";
 }
 
+std::string Counted(std::uint64_t count, const char* noun)
+{
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
 } // namespace Util

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -12,5 +13,8 @@ std::string_view ClosestName(std::string_view text, std::span<const std::string_
 
 /// "; did you mean NAME?", to end a message about an unknown name; empty when none is close.
 std::string Suggestion(std::string_view text, std::span<const std::string_view> names);
+
+/// "1 frame", "2 frames".
+std::string Counted(std::uint64_t count, const char* noun);
 
 } // namespace Util

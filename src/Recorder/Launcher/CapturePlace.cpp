@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "Recorder/Settings.h"
+#include "Util/OutputFile.h"
 
 namespace Recorder {
 
@@ -45,13 +46,6 @@ fs::path WithoutEnding(const fs::path& file)
     return file.extension() == captureEnding ? fs::path(file).replace_extension() : file;
 }
 
-mode_t NewFolderMode()
-{
-    const mode_t mask = umask(0);
-    umask(mask);
-    return 0777 & ~mask;
-}
-
 fs::path Rename(const fs::path& from, const fs::path& to, std::string& error)
 {
     if (std::rename(from.c_str(), to.c_str()) == 0) {
@@ -78,7 +72,7 @@ std::string CapturePlace::Open()
         std::string folder = WithoutEnding(fs::absolute(m_file)).string() + ".recording-XXXXXX";
         if (mkdtemp(folder.data()) != nullptr) {
             m_folder = folder;
-            chmod(folder.c_str(), NewFolderMode());
+            chmod(folder.c_str(), Util::PermittedMode(0777));
             return {};
         }
         why = std::strerror(errno);

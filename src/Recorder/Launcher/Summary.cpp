@@ -5,6 +5,7 @@
 
 #include "Data/CaptureSource.h"
 #include "Data/RecordWalk.h"
+#include "Util/Spelling.h"
 
 namespace Recorder {
 namespace {
@@ -48,11 +49,6 @@ void CountAll(Data::CaptureSource& source, const std::string& path, Summary& sum
         }
     });
     summary.frames = diagnostics.position.frame;
-}
-
-std::string Plural(std::uint64_t count, const char* what)
-{
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
 std::string Size(std::uint64_t bytes)
@@ -99,8 +95,9 @@ Summary Summarize(const std::string& path)
 
 std::string Describe(const std::string& path, const Summary& summary)
 {
-    std::string text = path + ": " + Plural(summary.frames, "frame") + ", " + Plural(summary.calls, "call") + ", " +
-                       Size(summary.fileBytes) + ", " + Seconds(summary.timeUs) + "\n";
+    std::string text = path + ": " + Util::Counted(summary.frames, "frame") + ", " +
+                       Util::Counted(summary.calls, "call") + ", " + Size(summary.fileBytes) + ", " +
+                       Seconds(summary.timeUs) + "\n";
     // The end of one that is not complete is missing; why, is known to who recorded it.
     if (summary.isComplete && !summary.error.empty()) {
         text += "  The capture cannot be read to its end: " + summary.error + "\n";
@@ -108,7 +105,7 @@ std::string Describe(const std::string& path, const Summary& summary)
     if (!summary.notes.empty()) {
         text += "  Could not be recorded:\n";
         for (const auto& [what, count] : summary.notes) {
-            text += "    " + what + " (" + Plural(count, "time") + ")\n";
+            text += "    " + what + " (" + Util::Counted(count, "time") + ")\n";
         }
     }
     return text;

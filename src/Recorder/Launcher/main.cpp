@@ -206,12 +206,11 @@ int main(int argc, char** argv)
         return Trouble(parsed.error + "; playback-record --help explains", ExitStatus::Usage);
     }
     if (parsed.args.HasSwitch("--help")) {
-        std::fputs(commandLine.Help(usage).c_str(), stdout);
+        Util::Print(commandLine.Help(usage));
     } else if (parsed.args.HasSwitch("--version")) {
-        std::puts("playback-record " PLAYBACK_VERSION);
+        Util::Print("playback-record " PLAYBACK_VERSION "\n");
     } else {
         return Record(parsed);
     }
-    const std::string error = Util::CloseStandardOutput();
-    return error.empty() ? 0 : Trouble(error, ExitStatus::NotWritten);
+    return Util::EndProgram("playback-record", ExitStatus::Done);
 }
