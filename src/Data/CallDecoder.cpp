@@ -331,6 +331,13 @@ bool CallDecoder::Attribs64(std::uint32_t parameter, std::uint32_t at)
     return AttribList(parameter, at, std::int64_t{Enum::EglNone});
 }
 
+bool CallDecoder::IsWithinMemory(std::uint32_t parameter, std::int64_t bytes)
+{
+    // More than any address space has; what is below 0 is an error that drivers do see.
+    constexpr std::int64_t most = std::int64_t{1} << 56;
+    return bytes <= most || Refuse(parameter, "at most " + std::to_string(most), std::to_string(bytes));
+}
+
 bool CallDecoder::KnowsBuffer(std::uint32_t parameter, std::uint32_t name)
 {
     return Context().KnowsBuffer(name) || Refuse(parameter, "a buffer that was generated", std::to_string(name));

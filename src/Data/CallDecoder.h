@@ -126,6 +126,8 @@ public:
         if (m_model) [[unlikely]]
             TellModel();
     }
+    /// An offset or a size that adds up with others: drivers do not see all sums that overflow.
+    bool IsWithinMemory(std::uint32_t parameter, std::int64_t bytes);
     bool KnowsBuffer(std::uint32_t parameter, std::uint32_t name);
     bool KnowsVertexArray(std::uint32_t parameter, std::uint32_t name);
     /// An offset into the element array buffer, which has storage in the driver.

@@ -70,6 +70,7 @@ TEST_F(CallDecoderTest, ContentsThatTheDriverWouldReadBeyondAreRefused)
     Call(CallId::glTexSubImage2D, texture2D, 0, 0, 0, 4, 4, Enum::Rgba, 0x9999, Bytes(64));
     Call(CallId::glPixelStorei, Enum::UnpackRowLength, 8);
     Call(CallId::glTexSubImage2D, texture2D, 0, 0, 0, 4, 4, Enum::Rgba, Enum::UnsignedByte, Bytes(64));
+    Call(CallId::glCopyBufferSubData, Enum::ArrayBuffer, Enum::ElementArrayBuffer, 0, INT64_MAX, 4);
     Play();
     EXPECT_THAT(reports,
                 ElementsAre(HasSubstr("glUniformMatrix4fv: value: expected 32 elements of 4 bytes, found 64 bytes"),
@@ -79,7 +80,8 @@ TEST_F(CallDecoderTest, ContentsThatTheDriverWouldReadBeyondAreRefused)
                             HasSubstr("glTexSubImage2D: pixels: expected contents, found a null pointer"),
                             HasSubstr("glTexSubImage2D: pixels: expected"),
                             HasSubstr("expected a known pixel format and type"),
-                            HasSubstr("expected 112 elements of 1 bytes, found 64")));
+                            HasSubstr("expected 112 elements of 1 bytes, found 64"),
+                            HasSubstr("glCopyBufferSubData: writeOffset: expected at most")));
 }
 
 TEST_F(CallDecoderTest, ContentsLieInsideTheRecordAndDoNotOverlap)

@@ -103,6 +103,8 @@ def checks(call):
     for index, p in enumerate(call.params):
         if p.type.is_pointer:
             text += read_pointer(call, index, p)
+        elif p.type.name in ("offset", "bytes"):
+            text += or_return(f"decoder.IsWithinMemory({index}, {p.name})")
         elif call.has("track") and p.type.name in KNOWN_NAMES:
             text += or_return(f"decoder.{KNOWN_NAMES[p.type.name]}({index}, {p.name})")
     if call.name == "glDrawElementsIndirect":
