@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <iterator>
-#include <regex>
 #include <vector>
 
 #include <fnmatch.h>
@@ -46,17 +45,38 @@ std::string NumberFault(std::string_view name, int number)
     return number >= 0 ? "" : "needs a number that is not below 0";
 }
 
-/// Components in any order, or the two depths of 16, 24 or 32 bits at their places.
+/// Letters with one or two digits each, and F, in any order.
+bool IsComponents(std::string_view value)
+{
+    const auto isDigit = [](char letter) { return letter >= '0' && letter <= '9'; };
+    while (!value.empty()) {
+        const bool hasNumber = std::string_view("RGBADS").find(value[0]) != std::string_view::npos;
+        if (!hasNumber && value[0] != 'F') {
+            return false;
+        }
+        const auto digits = std::find_if_not(value.begin() + 1, value.end(), isDigit) - (value.begin() + 1);
+        if (hasNumber ? digits < 1 || digits > 2 : digits != 0) {
+            return false;
+        }
+        value.remove_prefix(static_cast<std::size_t>(digits) + 1);
+    }
+    return true;
+}
+
+/// Two depths at their places, each after a letter that nobody reads.
+bool IsDepths(std::string_view value)
+{
+    const auto isDepth = [](std::string_view digits) { return digits == "16" || digits == "24" || digits == "32"; };
+    return value.size() == 6 && isDepth(value.substr(1, 2)) && isDepth(value.substr(4));
+}
+
 std::string ConfigFault(const std::string& value)
 {
-    static const std::regex components("([RGBADS][0-9]{1,2}|F)+");
-    static const std::regex depths(".(16|24|32).(16|24|32)");
     const bool hasRed = value.find('R') != std::string::npos;
-    return std::regex_match(value, hasRed ? components : depths)
+    return (hasRed ? IsComponents(value) : IsDepths(value))
                ? ""
                : "needs components (R8G8B8A8D24S8) or a letter, the colour depth, a letter and the depth buffer's "
-                 "depth, "
-                 "each 16, 24 or 32 (C32D24)";
+                 "depth, each 16, 24 or 32 (C32D24)";
 }
 
 std::string ZonesFault(const std::string& value)
