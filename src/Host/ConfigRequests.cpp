@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "Interfaces/Core.h"
 #include "Playback/PlaybackSettings.h"
@@ -25,6 +28,9 @@ SurfaceKind surfaceKind = SurfaceKind::Window;
 bool isQuiet = false;
 /// Attribute, size asked for, size taken.
 std::set<std::array<EGLint, 3>> toldSteps;
+/// Requests that a display has no configs for, and what is asked in their place: programs ask for the same again and
+/// again. What a display has does not change.
+std::map<std::pair<EGLDisplay, Request>, Request> relaxedRequests;
 
 bool IsSize(EGLint attribute)
 {
@@ -49,18 +55,23 @@ bool HasExactSizes(EGLDisplay display, EGLConfig config, const Request& request)
     return true;
 }
 
+/// All configs for a request, in the driver's order.
 std::vector<EGLConfig> FindConfigs(EGLDisplay display, const Request& request)
 {
-    EGLint count = 0;
-    if (!driverChooseConfig(display, request.data(), nullptr, 0, &count) || count <= 0) {
-        return {};
+    // Asking for the number first would have the driver search twice.
+    std::vector<EGLConfig> configs(256);
+    for (;;) {
+        const auto room = static_cast<EGLint>(configs.size());
+        EGLint count = 0;
+        if (!driverChooseConfig(display, request.data(), configs.data(), room, &count)) {
+            return {};
+        }
+        if (count < room) {
+            configs.resize(static_cast<std::size_t>(std::max(count, 0)));
+            return configs;
+        }
+        configs.resize(2 * configs.size());
     }
-    std::vector<EGLConfig> configs(static_cast<std::size_t>(count));
-    if (!driverChooseConfig(display, request.data(), configs.data(), count, &count)) {
-        return {};
-    }
-    configs.resize(static_cast<std::size_t>(std::max(count, 0)));
-    return configs;
 }
 
 /// The request without its sizes, or with its sizes alone.
@@ -119,22 +130,32 @@ EGLBoolean EGLAPIENTRY ChooseConfig(EGLDisplay display, const EGLint* attribs, E
                                     EGLint* count)
 {
     Request request = AdaptConfigRequest(attribs, surfaceKind);
+    const auto known = relaxedRequests.find({display, request});
+    if (known != relaxedRequests.end()) {
+        request = known->second;
+    }
     // All of them, since the exact ones may be the last.
     std::vector<EGLConfig> all = FindConfigs(display, request);
-    if (all.empty() && Playback::PlaybackEnvironment::Instance()->m_config.empty()) {
-        request = Relax(display, request);
-        all = FindConfigs(display, request);
+    if (all.empty() && known == relaxedRequests.end() && Playback::PlaybackEnvironment::Instance()->m_config.empty()) {
+        Request relaxed = Relax(display, request);
+        all = FindConfigs(display, relaxed);
+        // Nothing is told of requests that only look; those that follow may do more.
+        if (!isQuiet) {
+            relaxedRequests.emplace(std::pair(display, request), relaxed);
+        }
+        request = std::move(relaxed);
     }
-    if (!configs || size <= 0 || all.empty()) {
+    if (all.empty() || !count) {
         return driverChooseConfig(display, request.data(), configs, size, count);
     }
-    std::stable_partition(all.begin(), all.end(),
-                          [&](EGLConfig config) { return HasExactSizes(display, config, request); });
-    const std::size_t taken = std::min(all.size(), static_cast<std::size_t>(size));
-    std::copy_n(all.begin(), taken, configs);
-    if (count) {
-        *count = static_cast<EGLint>(taken);
+    std::size_t taken = all.size();
+    if (configs) {
+        std::stable_partition(all.begin(), all.end(),
+                              [&](EGLConfig config) { return HasExactSizes(display, config, request); });
+        taken = std::min(taken, static_cast<std::size_t>(std::max(size, 0)));
+        std::copy_n(all.begin(), taken, configs);
     }
+    *count = static_cast<EGLint>(taken);
     return EGL_TRUE;
 }
 
@@ -167,6 +188,7 @@ void AdaptConfigRequests(SurfaceKind surfaces)
     driverChooseConfig = Core::KHRLayer::EGLProc().eglChooseConfig;
     surfaceKind = surfaces;
     toldSteps.clear();
+    relaxedRequests.clear();
     if (driverChooseConfig) {
         Core::KHRLayer::Replace(&Core::EGLProcTable::eglChooseConfig, ChooseConfig);
     }
