@@ -180,9 +180,19 @@ void ContextState::glBindBufferBase(std::uint32_t target, std::uint32_t /*index*
 }
 
 void ContextState::glBindBufferRange(std::uint32_t target, std::uint32_t index, std::uint32_t buffer,
-                                     std::int64_t /*offset*/, std::int64_t /*size*/)
+                                     std::int64_t offset, std::int64_t /*size*/)
 {
     glBindBufferBase(target, index, buffer);
+    if (const auto at = m_group->buffers.find(buffer); at != m_group->buffers.end()) {
+        at->second.farthestRange = std::max(at->second.farthestRange, offset);
+        CheckRanges(at->second);
+    }
+}
+
+void ContextState::CheckRanges(const BufferState& buffer)
+{
+    m_group->mayHaveStrayRanges =
+        m_group->mayHaveStrayRanges || (buffer.farthestRange > 0 && buffer.farthestRange >= buffer.bytes);
 }
 
 void ContextState::glBufferData(std::uint32_t target, std::int64_t size, const void* data, std::uint32_t /*usage*/)
@@ -191,6 +201,7 @@ void ContextState::glBufferData(std::uint32_t target, std::int64_t size, const v
     if (!buffer || buffer->isImmutable || size < 0)
         return;
     buffer->bytes = size;
+    CheckRanges(*buffer);
     buffer->mapped = nullptr;
     buffer->mayBeMapped = false;
     // Contents that say what a draw reads, or how much of it there is.
@@ -208,6 +219,7 @@ void ContextState::glBufferStorageEXT(std::uint32_t target, std::int64_t size, c
 {
     if (BufferState* const buffer = Buffer(target)) {
         buffer->bytes = size;
+        CheckRanges(*buffer);
         buffer->isImmutable = true;
         ForgetContents(BoundBuffer(target));
     }

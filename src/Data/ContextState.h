@@ -34,6 +34,8 @@ struct BufferState {
     bool mayBeMapped = false;
     /// Storage that glBufferData cannot replace.
     bool isImmutable = false;
+    /// The farthest start of the ranges that indexed bindings took of it.
+    std::int64_t farthestRange = 0;
     /// The driver may write to it, by what a shader or a call does.
     bool isWrittenByDriver = false;
     /// Tells the buffer from others that had its name before; 0 for one that was used without being generated.
@@ -53,6 +55,8 @@ struct ShareGroupState {
     std::uint32_t generated = 0;
     /// Serial numbers of buffers that were deleted without ever having had storage: bindings may still hold them.
     std::unordered_set<std::uint32_t> deletedEmpty;
+    /// A range for an indexed binding started beyond the storage of its buffer, or came to do so.
+    bool mayHaveStrayRanges = false;
 };
 
 /// A vertex attribute and, with the same number, a vertex buffer binding.
@@ -123,6 +127,12 @@ public:
 
     /// False for a buffer name that no glGenBuffers gave: OpenGL ES 2 lets applications make names up, replay does not.
     [[nodiscard]] bool KnowsBuffer(std::uint32_t name) const { return name == 0 || m_group->buffers.contains(name); }
+    /// Bytes of a buffer; 0 when it has none, or is not known.
+    [[nodiscard]] std::int64_t StorageOf(std::uint32_t name) const
+    {
+        const auto buffer = m_group->buffers.find(name);
+        return buffer != m_group->buffers.end() ? buffer->second.bytes : 0;
+    }
     [[nodiscard]] bool KnowsVertexArray(std::uint32_t name) const { return name == 0 || m_vertexArrays.contains(name); }
     /// Bytes that can be written through the mapping made at `target`; 0 when the buffer mapped last through this
     /// target is not bound there any more, or is not mapped.
@@ -265,6 +275,8 @@ private:
     /// Null when there is none, or it was deleted by another context.
     [[nodiscard]] const BufferState* Find(const BufferBinding& binding) const;
     void MayBeWritten(std::uint32_t buffer);
+    /// After a change of its storage or of its ranges.
+    void CheckRanges(const BufferState& buffer);
     void BindVertexArray(std::uint32_t array, bool isOes);
     void SetFormat(std::uint32_t index, std::int32_t size, std::uint32_t type, bool normalized, bool integer,
                    std::uint32_t relativeOffset);

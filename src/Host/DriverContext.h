@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Data/ContextState.h"
+#include "Host/DrawGuard.h"
 #include "Interfaces/Core.h"
 
 namespace Host {
@@ -13,6 +14,10 @@ public:
     explicit DriverContext(std::shared_ptr<Data::ShareGroupState> group) : state(std::move(group)) {}
 
     Data::ContextState state;
+
+    void ForgetProgram() { m_draws.ForgetProgram(); }
+    bool MayDraw(const char* call) { return m_draws.MayDraw(state, Version(), call); }
+    bool MayDispatch(const char* call) { return m_draws.MayDispatch(state, Version(), call); }
 
     bool Took_glBindBuffer(GLenum target, GLuint buffer);
     bool Took_glBindVertexArray(GLuint array);
@@ -39,6 +44,7 @@ private:
     GLint Attrib(GLuint index, GLenum name) const;
     bool TookPointer(GLuint index, GLint size, GLenum type, GLsizei stride, const void* pointer, bool isCertain);
 
+    DrawGuard m_draws;
     const Core::GLESProcTable& m_driver = Core::KHRLayer::GLESProc();
     int m_version = -1;
     GLuint m_maxAttribs = 0;

@@ -184,6 +184,7 @@ void Runner::Judge(std::uint64_t seed, int status, bool isHang)
         std::fflush(stdout);
         if (!m_orders.keep.empty()) {
             std::error_code error;
+            std::filesystem::create_directories(m_orders.keep, error);
             for (const std::string& file : {FileOf(seed), FileOf(seed) + ".log"})
                 std::filesystem::copy(file, m_orders.keep, std::filesystem::copy_options::overwrite_existing, error);
         }
