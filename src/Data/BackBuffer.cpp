@@ -4,7 +4,7 @@
 #include <new>
 #include <stdexcept>
 
-#include "Data/Checksum.h"
+#include "Data/Capture/Checksum.h"
 
 namespace Data {
 

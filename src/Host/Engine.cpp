@@ -1,22 +1,22 @@
 #include "Host/Engine.h"
 
-#include "Data/CaptureFile.h"
-#include "Host/ContextGate.h"
-#include "Host/MappingGuard.h"
-#include "Host/ReplayWindows.h"
+#include "Data/Capture/CaptureFile.h"
 #include "Host/Screenshots.h"
-#include "Host/Verification.h"
+#include "Host/Verify/Verification.h"
+#include "Host/Wayland/ReplayWindows.h"
 #include "Interfaces/Core.h"
-#include "Playback/CommonMetaHandler.h"
-#include "Playback/EGLPlaybackAdapter.h"
-#include "Playback/EGLProxySurfaceFactory.h"
+#include "Playback/Calls/EGLPlaybackAdapter.h"
+#include "Playback/Calls/GLPlaybackAdapter.h"
 #include "Playback/ForceFlushBlockEventHandler.h"
-#include "Playback/GLPlaybackAdapter.h"
-#include "Playback/GLResourceTable.h"
-#include "Playback/ImageMetaHandler.h"
-#include "Playback/KHRMetaHandler.h"
+#include "Playback/Meta/CommonMetaHandler.h"
+#include "Playback/Meta/ImageMetaHandler.h"
+#include "Playback/Meta/KHRMetaHandler.h"
+#include "Playback/Names/GLResourceTable.h"
 #include "Playback/PlaybackSettings.h"
 #include "Playback/SkipApiBlockEventHandler.h"
+#include "Playback/Surfaces/EGLProxySurfaceFactory.h"
+#include "Replay/ContextGate.h"
+#include "Replay/MappingGuard.h"
 
 namespace Host {
 
@@ -30,12 +30,12 @@ Engine::Engine(Data::CaptureFile& capture, Output output, Verification* verifica
                                                          verification->timer);
         capture.SetFrameHashHandler(&verification->frames);
     } else {
-        m_glAdapter = std::make_unique<MappingGuard>(m_resourceTable.get());
+        m_glAdapter = std::make_unique<Replay::MappingGuard>(m_resourceTable.get());
     }
-    m_eglAdapter = std::make_unique<ContextGate>(
+    m_eglAdapter = std::make_unique<Replay::ContextGate>(
         m_resourceTable.get(), output.windows, m_surfaceFactory.get(),
         [&calls = capture.GetFrameProcessor()->Calls()](bool isLive) { calls.SetContextLive(isLive); });
-    capture.GetFrameProcessor()->Calls().SetDriverContext(DriverState::Current());
+    capture.GetFrameProcessor()->Calls().SetDriverContext(Replay::DriverState::Current());
     capture.SetAdapter(m_glAdapter.get());
     capture.SetAdapter(m_eglAdapter.get());
     m_glAdapter->SetScreenshotHandler(screenshots);

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Host/DriverState.h"
+#include "Replay/DriverState.h"
 
 namespace Data {
 class BlockEventHandler;
@@ -54,7 +54,7 @@ public:
 private:
     void AttachHandlers(Data::CaptureFile& capture, ReplayWindows* windows, Screenshots* screenshots);
 
-    DriverState m_driverState;
+    Replay::DriverState m_driverState;
     std::unique_ptr<Playback::GLResourceTable> m_resourceTable;
     std::unique_ptr<Playback::EGLProxySurfaceFactory> m_surfaceFactory;
     // The GL adapter comes first because the EGL adapter deletes GL objects when it is destroyed.

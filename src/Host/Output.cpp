@@ -1,16 +1,16 @@
 #include "Host/Output.h"
 
-#include "Host/Driver.h"
-#include "Host/HiddenSurface.h"
-#include "Host/OffscreenSurfaceFactory.h"
-#include "Host/Options.h"
-#include "Host/WaylandConnection.h"
+#include "Host/Options/Options.h"
+#include "Host/Wayland/HiddenSurface.h"
+#include "Host/Wayland/WaylandConnection.h"
 #include "Interfaces/Util.h"
-#include "Playback/EGLOffscreenSurfaceFactory.h"
-#include "Playback/EGLPbufferSurfaceFactory.h"
-#include "Playback/EGLSingleSurfaceFactory.h"
 #include "Playback/PlaybackSettings.h"
-#include "Playback/SingleWindowManager.h"
+#include "Playback/Surfaces/EGLOffscreenSurfaceFactory.h"
+#include "Playback/Surfaces/EGLPbufferSurfaceFactory.h"
+#include "Playback/Surfaces/EGLSingleSurfaceFactory.h"
+#include "Playback/Windows/SingleWindowManager.h"
+#include "Replay/Driver.h"
+#include "Replay/OffscreenSurfaceFactory.h"
 
 namespace Host {
 
@@ -53,7 +53,7 @@ Outcome Output::OpenDriver()
 {
     // It stands in the driver's tables, which are filled anew.
     m_pacer.reset();
-    if (std::string error = Host::OpenDriver(m_driverDirectory, Compositor()); !error.empty()) {
+    if (std::string error = Replay::OpenDriver(m_driverDirectory, Compositor()); !error.empty()) {
         return Failure{ExitStatus::NoDriver, std::move(error)};
     }
     if (m_windows) {
@@ -103,15 +103,16 @@ std::unique_ptr<Playback::EGLProxySurfaceFactory> Output::CreateSurfaceFactory()
     }
     const bool isReadBack = settings.m_pbufferSurface && !settings.m_skipPbufferDisplay;
     if (settings.m_singleSurface && isReadBack) {
-        return std::make_unique<SingleOffscreenSurfaceFactory<EGLOffscreenSurfaceFactory>>(m_pbufferWindows.get());
+        return std::make_unique<Replay::SingleOffscreenSurfaceFactory<EGLOffscreenSurfaceFactory>>(
+            m_pbufferWindows.get());
     }
     if (settings.m_singleSurface) {
-        return std::make_unique<SingleOffscreenSurfaceFactory<EGLPbufferSurfaceFactory>>();
+        return std::make_unique<Replay::SingleOffscreenSurfaceFactory<EGLPbufferSurfaceFactory>>();
     }
     if (isReadBack) {
-        return std::make_unique<OffscreenSurfaceFactory<EGLOffscreenSurfaceFactory>>(m_pbufferWindows.get());
+        return std::make_unique<Replay::OffscreenSurfaceFactory<EGLOffscreenSurfaceFactory>>(m_pbufferWindows.get());
     }
-    return std::make_unique<OffscreenSurfaceFactory<EGLPbufferSurfaceFactory>>();
+    return std::make_unique<Replay::OffscreenSurfaceFactory<EGLPbufferSurfaceFactory>>();
 }
 
 bool Output::HandleEvents(CommandQueue& commands)

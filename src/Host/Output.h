@@ -6,8 +6,8 @@
 
 #include "Host/Commands.h"
 #include "Host/Failure.h"
-#include "Host/FramePacer.h"
-#include "Host/ReplayWindows.h"
+#include "Host/Wayland/FramePacer.h"
+#include "Host/Wayland/ReplayWindows.h"
 
 struct wl_display;
 

@@ -2,7 +2,7 @@
 
 #include <GLES3/gl32.h>
 
-#include "Host/FrameTimer.h"
+#include "Host/Timing/FrameTimer.h"
 #include "Interfaces/Core.h"
 #include "Playback/PlaybackSettings.h"
 #include "Util/ImageFile.h"

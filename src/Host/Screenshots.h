@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "Host/ScreenshotChoice.h"
+#include "Host/Options/ScreenshotChoice.h"
 #include "Interfaces/Util.h"
 
 namespace Playback {

@@ -2,20 +2,20 @@
 
 #include <algorithm>
 
-#include "Data/CaptureFile.h"
-#include "Host/Driver.h"
-#include "Host/DriverProbe.h"
+#include "Data/Capture/CaptureFile.h"
+#include "Host/Advice/DriverProbe.h"
+#include "Host/Advice/Explanation.h"
 #include "Host/Engine.h"
-#include "Host/Explanation.h"
-#include "Host/ExtractTextures.h"
+#include "Host/Results/ExtractTextures.h"
+#include "Host/Results/Statistics.h"
 #include "Host/Screenshots.h"
-#include "Host/Statistics.h"
 #include "Host/Terminal.h"
 #include "Interfaces/Core.h"
 #include "Interfaces/Util.h"
 #include "Playback/Controller.h"
-#include "Playback/EGLProxySurfaceFactory.h"
 #include "Playback/PlaybackSettings.h"
+#include "Playback/Surfaces/EGLProxySurfaceFactory.h"
+#include "Replay/Driver.h"
 
 namespace Host {
 
@@ -188,9 +188,9 @@ void Session::CreateEngine()
 Outcome Session::Replay()
 {
     m_statusLine.emplace(m_options.quiet);
-    m_start = RunningClock::now();
+    m_start = Replay::RunningClock::now();
     if (m_options.timeLimit) {
-        m_watchdog.SetLimit(m_start + std::chrono::duration_cast<RunningClock::duration>(*m_options.timeLimit));
+        m_watchdog.SetLimit(m_start + std::chrono::duration_cast<Replay::RunningClock::duration>(*m_options.timeLimit));
     }
     m_controller = std::make_unique<Playback::Controller>(m_output.WindowManager(), m_capture.get());
     Outcome failure;
@@ -304,10 +304,10 @@ Outcome Session::AfterFrame()
         return std::nullopt;
     }
     if (m_report.driver.empty()) {
-        m_report.driver = DriverStrings();
+        m_report.driver = Replay::DriverStrings();
     }
     if (CurrentFrame() == 1 && m_controller->HasMoreFrames()) {
-        if (std::string missing = MissingContext(); !missing.empty()) {
+        if (std::string missing = Replay::MissingContext(); !missing.empty()) {
             const std::string reason = WhyNothingIsDrawn(m_options.captureFile, m_settings->m_threads);
             return Failure{ExitStatus::NoDriver, reason.empty() ? missing : reason};
         }
@@ -320,7 +320,7 @@ Outcome Session::AfterFrame()
         m_engine->ShowFramebuffer(static_cast<std::uint32_t>(m_settings->m_swapFbo), m_settings->m_swapFboX,
                                   m_settings->m_swapFboY);
     }
-    if (IsContextLost()) {
+    if (Replay::IsContextLost()) {
         return Failure{ExitStatus::CutShort, "The driver lost the context in frame " + std::to_string(CurrentFrame()) +
                                                  ", for instance because the GPU was reset."};
     }

@@ -6,18 +6,18 @@
 
 #include "Host/Commands.h"
 #include "Host/Failure.h"
-#include "Host/FrameTimer.h"
 #include "Host/LoopPlan.h"
-#include "Host/Measurements.h"
-#include "Host/Options.h"
+#include "Host/Options/Options.h"
 #include "Host/Output.h"
-#include "Host/Pace.h"
-#include "Host/Report.h"
-#include "Host/StatusLine.h"
-#include "Host/StopSignal.h"
-#include "Host/Telling.h"
-#include "Host/Verification.h"
-#include "Host/Watchdog.h"
+#include "Host/Results/Measurements.h"
+#include "Host/Results/Report.h"
+#include "Host/Timing/FrameTimer.h"
+#include "Host/Timing/Pace.h"
+#include "Host/Timing/Telling.h"
+#include "Host/Timing/Watchdog.h"
+#include "Host/Verify/Verification.h"
+#include "Replay/StatusLine.h"
+#include "Replay/StopSignal.h"
 
 namespace Data {
 class CaptureFile;
@@ -99,7 +99,7 @@ private:
     Options m_options;
     Playback::PlaybackEnvironment* m_settings;
     LoopPlan m_plan;
-    StopSignal m_stopSignal;
+    Replay::StopSignal m_stopSignal;
     Telling m_telling;
     Measurements m_measurements;
     FrameTimer m_timer;
@@ -128,8 +128,8 @@ private:
     bool m_isPauseDue = false;
 
     Pace m_pace;
-    std::optional<StatusLine> m_statusLine;
-    RunningClock::time_point m_start;
+    std::optional<Replay::StatusLine> m_statusLine;
+    Replay::RunningClock::time_point m_start;
 };
 
 } // namespace Host

@@ -4,12 +4,12 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-#include "Data/CaptureFile.h"
+#include "Data/Capture/CaptureFile.h"
+#include "Host/Advice/Explanation.h"
 #include "Host/Engine.h"
-#include "Host/Explanation.h"
+#include "Host/Results/Statistics.h"
 #include "Host/Screenshots.h"
 #include "Host/Session.h"
-#include "Host/Statistics.h"
 #include "Host/Terminal.h"
 #include "Interfaces/Core.h"
 #include "Playback/Controller.h"

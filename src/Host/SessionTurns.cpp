@@ -3,7 +3,7 @@
 #include <cstring>
 #include <thread>
 
-#include "Data/CaptureFile.h"
+#include "Data/Capture/CaptureFile.h"
 #include "Host/Screenshots.h"
 #include "Host/Session.h"
 #include "Host/Terminal.h"
@@ -52,7 +52,7 @@ bool Session::WaitForTurn(Outcome& failure)
             m_pace.Restart();
         }
         const auto now = steady_clock::now();
-        if (m_options.timeLimit && RunningClock::now() - m_start > *m_options.timeLimit) {
+        if (m_options.timeLimit && Replay::RunningClock::now() - m_start > *m_options.timeLimit) {
             failure = Failure{ExitStatus::CutShort,
                               "The time of -timelimit is over after frame " + std::to_string(CurrentFrame()) + "."};
             return false;

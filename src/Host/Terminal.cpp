@@ -7,7 +7,7 @@
 
 #include <xkbcommon/xkbcommon-keysyms.h>
 
-#include "Host/StopSignal.h"
+#include "Replay/StopSignal.h"
 
 namespace Host {
 
@@ -56,7 +56,7 @@ std::unique_ptr<Terminal> Terminal::Open()
 }
 
 Terminal::Terminal(const termios& before, const termios& keys)
-    : m_before(before), m_keys(keys), m_resumed(StopSignal::Resumed())
+    : m_before(before), m_keys(keys), m_resumed(Replay::StopSignal::Resumed())
 {
 }
 
@@ -69,7 +69,7 @@ void Terminal::Restore()
 
 void Terminal::Read(CommandQueue& commands)
 {
-    if (const int resumed = StopSignal::Resumed(); resumed != m_resumed && IsOurs()) {
+    if (const int resumed = Replay::StopSignal::Resumed(); resumed != m_resumed && IsOurs()) {
         m_resumed = resumed;
         tcsetattr(STDIN_FILENO, TCSANOW, &m_keys);
     }

@@ -1,6 +1,6 @@
 #include <cstdio>
 
-#include "Host/Options.h"
+#include "Host/Options/Options.h"
 #include "Host/Session.h"
 #include "Util/OutputFile.h"
 

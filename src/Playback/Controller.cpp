@@ -1,8 +1,8 @@
 #include "Playback/Controller.h"
 
 #include "Interfaces/Data.h"
-#include "Playback/Window.h"
-#include "Playback/WindowManager.h"
+#include "Playback/Windows/Window.h"
+#include "Playback/Windows/WindowManager.h"
 
 namespace Playback {
 

@@ -4,7 +4,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "Recorder/CallRecord.h"
+#include "Recorder/Calls/CallRecord.h"
 
 namespace Recorder {
 

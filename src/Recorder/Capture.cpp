@@ -15,7 +15,7 @@
 #include "Recorder/ProgramEnd.h"
 #include "Recorder/Report.h"
 #include "Recorder/Settings.h"
-#include "Recorder/Unrecorded.h"
+#include "Recorder/Symbols/Unrecorded.h"
 
 namespace Recorder {
 

@@ -6,8 +6,8 @@
 
 #include <cstdint>
 
-#include "Data/CaptureHeader.h"
-#include "Data/CaptureWriter.h"
+#include "Data/Capture/CaptureHeader.h"
+#include "Data/Capture/CaptureWriter.h"
 #include "Recorder/SpinLock.h"
 #include "Recorder/Thread.h"
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "Recorder/LiveFunctions.h"
 #include "Recorder/Platform.h"
+#include "Recorder/Symbols/LiveFunctions.h"
 
 namespace Recorder {
 namespace {

@@ -7,7 +7,7 @@
 #include <memory>
 #include <utility>
 
-#include "Data/ContextState.h"
+#include "Data/State/ContextState.h"
 #include "Recorder/Capture.h"
 #include "Recorder/Names.h"
 

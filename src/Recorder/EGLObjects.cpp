@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "Recorder/LiveFunctions.h"
 #include "Recorder/RecordCalls.h"
+#include "Recorder/Symbols/LiveFunctions.h"
 
 namespace Recorder {
 

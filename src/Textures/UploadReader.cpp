@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Data/Sizes.h"
+#include "Data/State/Sizes.h"
 
 #include <GLES3/gl32.h>
 

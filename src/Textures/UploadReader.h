@@ -5,8 +5,8 @@
 #include <functional>
 #include <vector>
 
-#include "Data/CaptureFile.h"
-#include "Data/StateModel.h"
+#include "Data/Capture/CaptureFile.h"
+#include "Data/State/StateModel.h"
 
 namespace Textures {
 

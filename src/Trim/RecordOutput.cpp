@@ -4,9 +4,9 @@
 #include <cstring>
 #include <utility>
 
-#include "Data/CallArguments.h"
-#include "Data/CallDecoder.h"
-#include "Data/CallParameters.h"
+#include "Data/Records/CallArguments.h"
+#include "Data/Records/CallDecoder.h"
+#include "Data/Records/CallParameters.h"
 
 namespace Trim {
 

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "Data/CallIds.h"
-#include "Data/CaptureWriter.h"
-#include "Data/RecordCursor.h"
+#include "Data/Capture/CaptureWriter.h"
+#include "Data/Records/RecordCursor.h"
 
 namespace Trim {
 

@@ -5,8 +5,8 @@
 
 #include <EGL/egl.h>
 
-#include "Data/RecordWalk.h"
-#include "Trim/NeutralUploads.h"
+#include "Data/Records/RecordWalk.h"
+#include "Trim/Restore/NeutralUploads.h"
 
 namespace Trim {
 

@@ -8,14 +8,14 @@
 #include <string>
 #include <vector>
 
-#include "Data/CaptureSource.h"
+#include "Data/Capture/CaptureSource.h"
 #include "Data/Diagnostics.h"
-#include "Trim/DefaultContents.h"
-#include "Trim/EffectLog.h"
-#include "Trim/LiveReplay.h"
-#include "Trim/ObjectContents.h"
 #include "Trim/RecordOutput.h"
-#include "Trim/StateTracker.h"
+#include "Trim/Restore/DefaultContents.h"
+#include "Trim/Restore/LiveReplay.h"
+#include "Trim/Restore/ObjectContents.h"
+#include "Trim/Track/EffectLog.h"
+#include "Trim/Track/StateTracker.h"
 #include "Util/FrameRange.h"
 
 namespace Trim {

@@ -4,9 +4,9 @@
 #include <optional>
 #include <string>
 
-#include "Data/CaptureWriter.h"
-#include "Host/StatusLine.h"
+#include "Data/Capture/CaptureWriter.h"
 #include "Interfaces/Core.h"
+#include "Replay/StatusLine.h"
 #include "Trim/Trimmer.h"
 #include "Util/CommandLine.h"
 #include "Util/ExitStatus.h"
@@ -67,7 +67,7 @@ ExitStatus WriteTrimmed(Data::CaptureSource& source, const std::string& input, c
     // Errors that the program made are part of the capture.
     Core::Log::SetLevel(0);
     std::string error;
-    std::optional<Host::StatusLine> status(false);
+    std::optional<Replay::StatusLine> status(false);
     Trim::Trimmer trimmer(source, diagnostics, range,
                           [&](std::uint32_t frame) { status->Update(frame, range.first - 1, frame, false); });
     {

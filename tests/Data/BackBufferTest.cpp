@@ -6,7 +6,7 @@
 #include <GLES3/gl3.h>
 #include <gtest/gtest.h>
 
-#include "Data/Checksum.h"
+#include "Data/Capture/Checksum.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include "Data/RecordWalk.h"
+#include "Data/Records/RecordWalk.h"
 #include "support/TestCapture.h"
 
 namespace Data {

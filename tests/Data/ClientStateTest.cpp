@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "Data/ClientState.h"
 #include "Data/GLEnums.h"
+#include "Data/State/ClientState.h"
 
 namespace Data {
 

@@ -1,4 +1,4 @@
-#include "Data/Contexts.h"
+#include "Data/State/Contexts.h"
 
 #include <gtest/gtest.h>
 

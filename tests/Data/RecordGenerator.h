@@ -8,9 +8,9 @@
 #include <random>
 #include <vector>
 
-#include "Data/CallParameters.h"
-#include "Data/Format.h"
+#include "Data/Capture/Format.h"
 #include "Data/GLEnums.h"
+#include "Data/Records/CallParameters.h"
 
 namespace Data {
 

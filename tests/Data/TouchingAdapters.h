@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <cstring>
 
-#include "Data/CallDecoder.h"
-#include "Data/CaptureFile.h"
+#include "Data/Capture/CaptureFile.h"
+#include "Data/Records/CallDecoder.h"
 
 namespace Data {
 

@@ -17,9 +17,9 @@
 #include <unistd.h>
 #include <vector>
 
-#include "Data/CallParameters.h"
-#include "Data/CaptureFile.h"
-#include "Data/CaptureWriter.h"
+#include "Data/Capture/CaptureFile.h"
+#include "Data/Capture/CaptureWriter.h"
+#include "Data/Records/CallParameters.h"
 #include "RecordGenerator.h"
 #include "TouchingAdapters.h"
 

@@ -1,4 +1,4 @@
-#include "Host/ConfigRequests.h"
+#include "Replay/ConfigRequests.h"
 
 #include <gmock/gmock.h>
 
@@ -6,14 +6,14 @@
 
 namespace {
 
-using Host::SurfaceKind;
+using Replay::SurfaceKind;
 
 TEST(AdaptConfigRequestTest, WindowsAndPixmapsBecomePbuffers)
 {
     using List = std::vector<EGLint>;
     const auto adapt = [](List request, SurfaceKind kind = SurfaceKind::Pbuffer) {
         request.push_back(EGL_NONE);
-        List adapted = Host::AdaptConfigRequest(request.data(), kind);
+        List adapted = Replay::AdaptConfigRequest(request.data(), kind);
         EXPECT_EQ(adapted.back(), EGL_NONE);
         adapted.pop_back();
         return adapted;
@@ -23,7 +23,7 @@ TEST(AdaptConfigRequestTest, WindowsAndPixmapsBecomePbuffers)
         (List{EGL_RED_SIZE, 8, EGL_SURFACE_TYPE, EGL_PBUFFER_BIT | EGL_SWAP_BEHAVIOR_PRESERVED_BIT}));
     // The default is a window too.
     EXPECT_EQ(adapt({EGL_RED_SIZE, 8}), (List{EGL_RED_SIZE, 8, EGL_SURFACE_TYPE, EGL_PBUFFER_BIT}));
-    EXPECT_EQ(Host::AdaptConfigRequest(nullptr, SurfaceKind::Pbuffer),
+    EXPECT_EQ(Replay::AdaptConfigRequest(nullptr, SurfaceKind::Pbuffer),
               (List{EGL_SURFACE_TYPE, EGL_PBUFFER_BIT, EGL_NONE}));
     for (const EGLint type : {EGL_DONT_CARE, 0, EGL_PBUFFER_BIT}) {
         EXPECT_EQ(adapt({EGL_SURFACE_TYPE, type}), (List{EGL_SURFACE_TYPE, type}));
@@ -34,7 +34,7 @@ TEST(AdaptConfigRequestTest, WindowsAndPixmapsBecomePbuffers)
 TEST_F(FakeDriverTest, ConfigsOfExactlyTheSizesAskedForComeFirstAndNoneIsLost)
 {
     const EGLint request[] = {EGL_RED_SIZE, 8, EGL_NONE}; // the driver puts a config of 10 bits first, as real ones do
-    Host::AdaptConfigRequests(SurfaceKind::Pbuffer);
+    Replay::AdaptConfigRequests(SurfaceKind::Pbuffer);
     const auto choose = Core::KHRLayer::playbackEGLProcTable.eglChooseConfig;
     EGLint count = 0;
     ASSERT_TRUE(choose(nullptr, request, nullptr, 0, &count));

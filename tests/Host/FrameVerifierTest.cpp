@@ -1,8 +1,8 @@
-#include "Host/FrameVerifier.h"
+#include "Host/Verify/FrameVerifier.h"
 
 #include <cstring>
 
-#include "Data/Checksum.h"
+#include "Data/Capture/Checksum.h"
 #include "FakeDriver/FakeDriver.h"
 
 namespace {

@@ -1,12 +1,12 @@
-#include "Host/ReadBackVerifier.h"
+#include "Host/Verify/ReadBackVerifier.h"
 
 #include <cstring>
 
 #include <gmock/gmock.h>
 
 #include "FakeDriver/FakeDriver.h"
-#include "Host/MappingGuard.h"
-#include "Playback/GLResourceTable.h"
+#include "Playback/Names/GLResourceTable.h"
+#include "Replay/MappingGuard.h"
 
 namespace {
 
@@ -70,7 +70,7 @@ TEST_F(FakeDriverTest, BytesReachTheirMappingWhateverErrorIsPending)
         *arguments.Get<void**>(2) = mapped;
         return Fake::Word{0};
     });
-    Host::MappingGuard guard(&table);
+    Replay::MappingGuard guard(&table);
     guard.ProcessFlushMappedBufferRange(GL_ARRAY_BUFFER, 1, 4, written);
     EXPECT_EQ(mapped[1], 0) << "longer than the mapping";
     driver.ClearLog();

@@ -1,4 +1,4 @@
-#include "Host/Requirements.h"
+#include "Host/Advice/Requirements.h"
 
 #include <gmock/gmock.h>
 

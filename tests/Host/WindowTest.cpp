@@ -1,13 +1,13 @@
 // Windows under the compositor that the environment names; run inside scripts/with-weston.
-#include "Host/ReplayWindow.h"
+#include "Host/Wayland/ReplayWindow.h"
 
 #include <gmock/gmock.h>
 
-#include "Host/Driver.h"
-#include "Host/ReplayWindows.h"
-#include "Host/WaylandConnection.h"
+#include "Host/Wayland/ReplayWindows.h"
+#include "Host/Wayland/WaylandConnection.h"
 #include "Interfaces/Core.h"
 #include "Playback/PlaybackSettings.h"
+#include "Replay/Driver.h"
 
 namespace {
 
@@ -34,7 +34,7 @@ protected:
         settings.m_fullscreen = fullscreen;
         m_window = Host::ReplayWindow::Open("test", *m_connection, {});
         ASSERT_NE(m_window, nullptr);
-        ASSERT_EQ(Host::OpenDriver("", m_connection->Globals().display), "");
+        ASSERT_EQ(Replay::OpenDriver("", m_connection->Globals().display), "");
         const Core::EGLProcTable& egl = Core::KHRLayer::EGLProc();
         m_display = egl.eglGetDisplay(reinterpret_cast<EGLNativeDisplayType>(m_connection->Globals().display));
         const EGLint request[] = {EGL_RED_SIZE, 8, EGL_RENDERABLE_TYPE, EGL_OPENGL_ES2_BIT, EGL_NONE};

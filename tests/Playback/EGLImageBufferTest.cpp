@@ -1,4 +1,4 @@
-#include "Playback/EGLImageBuffer.h"
+#include "Playback/Images/EGLImageBuffer.h"
 
 #include <cstring>
 #include <numeric>
@@ -9,7 +9,7 @@
 #include <GLES2/gl2ext.h>
 
 #include "EGLReplay.h"
-#include "Playback/Result.h"
+#include "Playback/Calls/Result.h"
 
 namespace Playback {
 namespace {

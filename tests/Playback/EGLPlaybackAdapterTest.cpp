@@ -3,7 +3,7 @@
 #include <GLES3/gl3.h>
 
 #include "EGLReplay.h"
-#include "Playback/EGLProxySurface.h"
+#include "Playback/Surfaces/EGLProxySurface.h"
 
 namespace Playback {
 namespace {

@@ -8,11 +8,11 @@
 #include <gmock/gmock.h>
 
 #include "FakeDriver/FakeDriver.h"
-#include "Playback/EGLPassThruSurfaceFactory.h"
-#include "Playback/EGLPlaybackAdapter.h"
+#include "Playback/Calls/EGLPlaybackAdapter.h"
 #include "Playback/PlaybackSettings.h"
-#include "Playback/SingleWindowManager.h"
-#include "Playback/WaylandWindow.h"
+#include "Playback/Surfaces/EGLPassThruSurfaceFactory.h"
+#include "Playback/Windows/SingleWindowManager.h"
+#include "Playback/Windows/WaylandWindow.h"
 #include "support/LogCapture.h"
 
 namespace Playback {

@@ -4,9 +4,9 @@
 #include <map>
 
 #include "EGLReplay.h"
-#include "Playback/EGLOffscreenSurfaceFactory.h"
-#include "Playback/EGLPbufferSurfaceFactory.h"
-#include "Playback/EGLProxySurface.h"
+#include "Playback/Surfaces/EGLOffscreenSurfaceFactory.h"
+#include "Playback/Surfaces/EGLPbufferSurfaceFactory.h"
+#include "Playback/Surfaces/EGLProxySurface.h"
 
 namespace Playback {
 namespace {

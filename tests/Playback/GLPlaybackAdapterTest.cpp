@@ -1,7 +1,7 @@
 // OpenGL ES calls as the reader delivers them, as far as whole programs on another driver do not show what becomes of
 // them.
 
-#include "Playback/GLPlaybackAdapter.h"
+#include "Playback/Calls/GLPlaybackAdapter.h"
 
 #include <vector>
 

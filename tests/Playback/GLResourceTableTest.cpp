@@ -1,4 +1,4 @@
-#include "Playback/GLResourceTable.h"
+#include "Playback/Names/GLResourceTable.h"
 
 #include <array>
 #include <numeric>

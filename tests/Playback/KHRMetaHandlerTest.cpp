@@ -1,4 +1,4 @@
-#include "Playback/KHRMetaHandler.h"
+#include "Playback/Meta/KHRMetaHandler.h"
 
 #include <array>
 

@@ -4,9 +4,9 @@
 
 #include <map>
 
-#include "Playback/EGLStatsAdapter.h"
-#include "Playback/GLStatsAdapter.h"
-#include "Playback/StatsBin.h"
+#include "Playback/Statistics/EGLStatsAdapter.h"
+#include "Playback/Statistics/GLStatsAdapter.h"
+#include "Playback/Statistics/StatsBin.h"
 #include "support/TestCapture.h"
 
 namespace Playback {

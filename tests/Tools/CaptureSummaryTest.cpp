@@ -3,7 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "Data/RecordWalk.h"
+#include "Data/Records/RecordWalk.h"
 #include "Tools/Info/CaptureSummary.h"
 #include "Tools/Info/Dump.h"
 #include "support/TestCapture.h"

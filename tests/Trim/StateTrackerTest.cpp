@@ -1,7 +1,7 @@
 // Which calls are kept of those in front of the first frame.
 #include <gmock/gmock.h>
 
-#include "Trim/StateTracker.h"
+#include "Trim/Track/StateTracker.h"
 #include "support/TestCapture.h"
 
 namespace Trim {

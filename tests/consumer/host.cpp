@@ -2,13 +2,13 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "Data/CaptureFile.h"
+#include "Data/Capture/CaptureFile.h"
+#include "Playback/Calls/EGLPlaybackAdapter.h"
+#include "Playback/Calls/GLPlaybackAdapter.h"
 #include "Playback/Controller.h"
-#include "Playback/EGLPbufferSurfaceFactory.h"
-#include "Playback/EGLPlaybackAdapter.h"
-#include "Playback/GLPlaybackAdapter.h"
-#include "Playback/GLResourceTable.h"
-#include "Playback/KHRMetaHandler.h"
+#include "Playback/Meta/KHRMetaHandler.h"
+#include "Playback/Names/GLResourceTable.h"
+#include "Playback/Surfaces/EGLPbufferSurfaceFactory.h"
 
 int main(int argc, char** argv)
 {

@@ -4,8 +4,8 @@
 #include <iterator>
 #include <utility>
 
-#include "Data/CallTable.h"
 #include "Data/GLEnums.h"
+#include "Data/Records/CallTable.h"
 
 namespace Mutate {
 

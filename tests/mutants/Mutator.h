@@ -4,7 +4,7 @@
 #include <random>
 #include <vector>
 
-#include "Data/CallParameters.h"
+#include "Data/Records/CallParameters.h"
 #include "Recording.h"
 
 namespace Mutate {

@@ -1,8 +1,8 @@
 #include "Recording.h"
 
-#include "Data/CaptureSource.h"
-#include "Data/CaptureWriter.h"
-#include "Data/RecordCursor.h"
+#include "Data/Capture/CaptureSource.h"
+#include "Data/Capture/CaptureWriter.h"
+#include "Data/Records/RecordCursor.h"
 
 namespace Mutate {
 

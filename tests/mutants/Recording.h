@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "Data/CaptureHeader.h"
-#include "Data/Format.h"
+#include "Data/Capture/CaptureHeader.h"
+#include "Data/Capture/Format.h"
 
 namespace Mutate {
 

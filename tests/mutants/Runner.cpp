@@ -11,7 +11,7 @@
 #include <unistd.h>
 
 #include "../Data/TouchingAdapters.h"
-#include "Host/Options.h"
+#include "Host/Options/Options.h"
 #include "Host/Session.h"
 #include "Interfaces/Core.h"
 #include "Mutator.h"

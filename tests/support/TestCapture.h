@@ -8,10 +8,10 @@
 #include <type_traits>
 #include <vector>
 
-#include "Data/CallParameters.h"
-#include "Data/CaptureFile.h"
-#include "Data/CaptureWriter.h"
-#include "Data/Checksum.h"
+#include "Data/Capture/CaptureFile.h"
+#include "Data/Capture/CaptureWriter.h"
+#include "Data/Capture/Checksum.h"
+#include "Data/Records/CallParameters.h"
 #include "support/TestFiles.h"
 
 namespace Data {

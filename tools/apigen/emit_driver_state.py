@@ -64,4 +64,4 @@ def emit(api):
     return text
 
 
-OUTPUTS = {"Host/DriverCalls.inc": emit}
+OUTPUTS = {"Replay/DriverCalls.inc": emit}

@@ -189,7 +189,7 @@ def record_function(call):
 
 
 def emit_records(api):
-    text = header("#include <cstdint>", "", '#include "Recorder/CallRecord.h"', '#include "Recorder/ClientVertices.h"',
+    text = header("#include <cstdint>", "", '#include "Recorder/Calls/CallRecord.h"', '#include "Recorder/Calls/ClientVertices.h"',
                   '#include "Recorder/Context.h"', '#include "Recorder/Platform.h"')
     text += "/// Appends the record of one call to the capture: the return value, the parameters, and the memory behind them.\n"
     text += "namespace Recorder::Record {\n\n"

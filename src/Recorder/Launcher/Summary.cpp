@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "Data/CaptureSource.h"
-#include "Data/RecordWalk.h"
+#include "Data/Capture/CaptureSource.h"
+#include "Data/Records/RecordWalk.h"
 #include "Util/Spelling.h"
 
 namespace Recorder {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "Data/CallDecoder.h"
 #include "Data/GLEnums.h"
+#include "Data/Records/CallDecoder.h"
 
 namespace Tools {
 

@@ -2,7 +2,7 @@
 
 #include <span>
 
-#include "Data/StateModel.h"
+#include "Data/State/StateModel.h"
 #include "Interfaces/EGLAdapter.h"
 #include "Interfaces/GLAdapter.h"
 #include "Tools/Info/Statistics.h"

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "Data/CallParameters.h"
-#include "Data/RecordWalk.h"
+#include "Data/Records/CallParameters.h"
+#include "Data/Records/RecordWalk.h"
 #include "Interfaces/Data.h"
 
 namespace Tools {

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "Data/CaptureSource.h"
+#include "Data/Capture/CaptureSource.h"
 #include "Data/Diagnostics.h"
 
 namespace Tools {

@@ -7,9 +7,9 @@
 
 #include <fnmatch.h>
 
-#include "Data/CallDecoder.h"
-#include "Data/CallParameters.h"
-#include "Data/RecordWalk.h"
+#include "Data/Records/CallDecoder.h"
+#include "Data/Records/CallParameters.h"
+#include "Data/Records/RecordWalk.h"
 #include "Interfaces/Util.h"
 #include "Tools/Info/RecordText.h"
 #include "Util/Spelling.h"

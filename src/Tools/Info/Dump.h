@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-#include "Data/CaptureSource.h"
+#include "Data/Capture/CaptureSource.h"
 #include "Data/Diagnostics.h"
 #include "Tools/Info/Notation.h"
 #include "Util/FrameRange.h"

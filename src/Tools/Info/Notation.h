@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include "Data/CallParameters.h"
-#include "Data/ContextState.h"
-#include "Data/RecordCursor.h"
+#include "Data/Records/CallParameters.h"
+#include "Data/Records/RecordCursor.h"
+#include "Data/State/ContextState.h"
 
 namespace Tools {
 

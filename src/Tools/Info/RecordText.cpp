@@ -1,6 +1,6 @@
 #include "Tools/Info/RecordText.h"
 
-#include "Data/CallParameters.h"
+#include "Data/Records/CallParameters.h"
 
 namespace Tools {
 

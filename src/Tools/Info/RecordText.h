@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "Data/CaptureSource.h"
-#include "Data/RecordCursor.h"
+#include "Data/Capture/CaptureSource.h"
+#include "Data/Records/RecordCursor.h"
 #include "Tools/Info/Notation.h"
 
 namespace Tools {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Data/CaptureFile.h"
+#include "Data/Capture/CaptureFile.h"
 #include "Tools/Info/CallCounter.h"
 
 namespace Tools {

@@ -9,7 +9,7 @@
 
 #include "Data/CallIds.h"
 #include "Data/Diagnostics.h"
-#include "Data/StateModel.h"
+#include "Data/State/StateModel.h"
 
 namespace Tools {
 

@@ -1,6 +1,6 @@
 #include "Tools/Info/StatisticsText.h"
 
-#include "Data/CallTable.h"
+#include "Data/Records/CallTable.h"
 #include "Tools/Info/EnumNames.h"
 
 namespace Tools {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "Data/CaptureFile.h"
+#include "Data/Capture/CaptureFile.h"
 
 namespace Tools {
 

@@ -1,0 +1,83 @@
+// A capture file as a sequence of chunks.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Data/Capture/CaptureHeader.h"
+#include "Data/Capture/Format.h"
+#include "Data/Records/CallTable.h"
+
+struct ZSTD_DCtx_s;
+
+namespace Data {
+
+/// One chunk in memory, as it was before compression. The memory is private: adapters and drivers write to it.
+struct Chunk {
+    std::unique_ptr<std::uint64_t[]> memory;
+    std::size_t capacity = 0;
+    std::uint32_t bytes = 0;
+    std::uint64_t fileOffset = 0;
+
+    [[nodiscard]] std::uint8_t* Data() const { return reinterpret_cast<std::uint8_t*>(memory.get()); }
+};
+
+/// A call of the file's table.
+struct FileCall {
+    std::string name;
+    std::string signature;
+    /// The call of this program with that name and signature; callCount when there is none.
+    std::uint32_t known = callCount;
+};
+
+/// Opens a capture, checks what all of it depends on, and reads chunks. Nothing in the file is believed: each size is
+/// checked before memory is allocated for it. ReadChunk may run on another thread than the other members.
+class CaptureSource {
+public:
+    /// Null, with a reason, when nothing of the file can be read.
+    static std::unique_ptr<CaptureSource> Open(const std::string& path, std::string& error);
+    ~CaptureSource();
+    CaptureSource(const CaptureSource&) = delete;
+    CaptureSource& operator=(const CaptureSource&) = delete;
+
+    [[nodiscard]] const CaptureHeader& Header() const { return m_header; }
+    [[nodiscard]] const std::vector<FileCall>& Calls() const { return m_calls; }
+    /// The chunks of records, in order.
+    [[nodiscard]] const std::vector<IndexEntry>& Chunks() const { return m_chunks; }
+    [[nodiscard]] std::uint64_t FileBytes() const { return m_fileBytes; }
+    /// Whole frames in those chunks, as the file says.
+    [[nodiscard]] std::uint32_t FrameCount() const;
+    /// False for a file without its end: the chunks are those that could be found.
+    [[nodiscard]] bool IsComplete() const { return m_isComplete; }
+
+    /// Reads and decompresses a chunk of records. Empty when that went well, else what is wrong with it.
+    std::string ReadChunk(const IndexEntry& entry, Chunk& chunk);
+    /// Microseconds from the start of the recording to the end of a chunk; 0 when its header cannot be read.
+    [[nodiscard]] std::uint64_t ChunkTimeUs(const IndexEntry& entry) const;
+
+private:
+    CaptureSource() = default;
+    std::string ReadHeader();
+    std::string ReadCallTable();
+    bool ReadIndex();
+    void FindChunks();
+    std::string ReadChunkHeader(std::uint64_t offset, ChunkHeader& header) const;
+    std::string ReadChunkAt(std::uint64_t offset, ChunkKind kind, Chunk& chunk, ChunkHeader& header);
+    bool ReadAt(void* data, std::size_t bytes, std::uint64_t offset) const;
+
+    int m_fd = -1;
+    std::uint64_t m_fileBytes = 0;
+    CaptureHeader m_header;
+    std::vector<FileCall> m_calls;
+    std::vector<IndexEntry> m_chunks;
+    bool m_isComplete = false;
+    /// First byte behind the call table.
+    std::uint64_t m_recordsOffset = 0;
+    ZSTD_DCtx_s* m_decompressor = nullptr;
+    /// A chunk as it lies in the file.
+    std::vector<std::uint8_t> m_stored;
+};
+
+} // namespace Data

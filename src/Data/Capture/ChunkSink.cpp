@@ -1,0 +1,285 @@
+#include "Data/Capture/ChunkSink.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <zstd.h>
+
+#include "Data/Capture/Checksum.h"
+
+namespace Data {
+
+namespace {
+
+/// Chunks under way before the recorded program has to wait for the disk.
+constexpr unsigned maxUnderWay = 6;
+/// Buffers kept for the next chunk.
+constexpr std::size_t maxSpare = 3;
+/// Level 1 costs about a second for a gigabyte of calls; higher ones save little on them.
+constexpr int compressionLevel = 1;
+/// Descriptors are moved here, out of the way of programs that count on low numbers.
+constexpr int lowestDescriptor = 500;
+
+} // namespace
+
+void ChunkBuffer::Free::operator()(std::uint8_t* memory) const
+{
+    std::free(memory);
+}
+
+std::unique_ptr<ChunkSink> ChunkSink::Open(const std::string& path, const CaptureHeader& header, std::string& error)
+{
+    std::unique_ptr<ChunkSink> sink(new ChunkSink);
+    sink->m_path = path;
+    const int low = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (low < 0) {
+        error = path + ": cannot create the file: " + std::strerror(errno);
+        return nullptr;
+    }
+    sink->m_fd = fcntl(low, F_DUPFD_CLOEXEC, lowestDescriptor);
+    if (sink->m_fd < 0)
+        sink->m_fd = low;
+    else
+        close(low);
+
+    flock(sink->m_fd, LOCK_EX | LOCK_NB);
+    struct stat status = {};
+    fstat(sink->m_fd, &status);
+    sink->m_device = status.st_dev;
+    sink->m_inode = status.st_ino;
+    sink->m_compressor = ZSTD_createCCtx();
+    sink->UpdateHeader(header);
+    sink->m_fileBytes = headerBytes;
+    if (!sink->m_compressor || !sink->StartThread())
+        sink->Fail("cannot start the writer's thread", ENOMEM);
+    if (sink->Failed()) {
+        error = sink->m_error;
+        return nullptr;
+    }
+    return sink;
+}
+
+ChunkSink::~ChunkSink()
+{
+    StopThread();
+    ZSTD_freeCCtx(m_compressor);
+    if (m_fd >= 0)
+        close(m_fd);
+}
+
+bool ChunkSink::StartThread()
+{
+    // The program's signals are for its own threads.
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    m_running = pthread_create(&m_thread, nullptr, &ChunkSink::ThreadMain, this) == 0;
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return m_running;
+}
+
+void* ChunkSink::ThreadMain(void* self)
+{
+    static_cast<ChunkSink*>(self)->Run();
+    return nullptr;
+}
+
+void ChunkSink::Run()
+{
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        m_wake.wait(lock, [this] { return m_stop || !m_queue.empty(); });
+        if (m_queue.empty())
+            return;
+        ChunkBuffer chunk = std::move(m_queue.front());
+        m_queue.pop_front();
+        lock.unlock();
+        if (!Failed())
+            WriteChunk(chunk);
+        std::memset(chunk.memory.get(), 0, chunk.used);
+        lock.lock();
+        Recycle(std::move(chunk));
+        m_wake.notify_all();
+    }
+}
+
+void ChunkSink::StopThread()
+{
+    if (!m_running)
+        return;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_stop = true;
+    }
+    m_wake.notify_all();
+    pthread_join(m_thread, nullptr);
+    m_running = false;
+}
+
+ChunkBuffer ChunkSink::Take(std::size_t bytes)
+{
+    std::unique_lock lock(m_mutex);
+    m_wake.wait(lock, [this] { return m_underWay < maxUnderWay || Failed(); });
+    ChunkBuffer chunk;
+    if (Failed())
+        return chunk;
+    if (bytes <= chunkBytes && !m_spare.empty()) {
+        chunk.memory = std::move(m_spare.back().memory);
+        chunk.capacity = m_spare.back().capacity;
+        m_spare.pop_back();
+        chunk.used = 0;
+        chunk.kind = ChunkKind::Records;
+    } else {
+        chunk.capacity = bytes > chunkBytes ? bytes : chunkBytes;
+        chunk.memory.reset(static_cast<std::uint8_t*>(std::calloc(chunk.capacity, 1)));
+        if (!chunk.memory) {
+            Fail("no memory for recorded calls", ENOMEM);
+            return chunk;
+        }
+    }
+    ++m_underWay;
+    return chunk;
+}
+
+void ChunkSink::Put(ChunkBuffer chunk)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        try {
+            m_queue.push_back(std::move(chunk));
+        } catch (...) {
+            Fail("no memory for recorded calls", ENOMEM);
+        }
+    }
+    m_wake.notify_all();
+}
+
+void ChunkSink::Recycle(ChunkBuffer chunk)
+{
+    --m_underWay;
+    if (chunk.capacity == chunkBytes && m_spare.size() < maxSpare) {
+        try {
+            m_spare.push_back(std::move(chunk));
+        } catch (...) {
+            // Without room to keep it the buffer is freed, which loses nothing.
+        }
+    }
+}
+
+bool ChunkSink::WriteChunk(const ChunkBuffer& chunk)
+{
+    try {
+        m_stored.resize(sizeof(ChunkHeader) + ZSTD_compressBound(chunk.used));
+        std::uint8_t* const body = m_stored.data() + sizeof(ChunkHeader);
+        std::size_t stored = ZSTD_compressCCtx(m_compressor, body, m_stored.size() - sizeof(ChunkHeader),
+                                               chunk.memory.get(), chunk.used, compressionLevel);
+        if (ZSTD_isError(stored) || stored >= chunk.used) {
+            std::memcpy(body, chunk.memory.get(), chunk.used);
+            stored = chunk.used;
+        }
+        ChunkHeader header = {};
+        header.magic = chunkMagic;
+        header.kind = static_cast<std::uint32_t>(chunk.kind);
+        header.rawBytes = static_cast<std::uint32_t>(chunk.used);
+        header.storedBytes = static_cast<std::uint32_t>(stored);
+        header.framesBefore = chunk.framesBefore;
+        header.frames = chunk.frames;
+        header.timeUs = chunk.timeUs;
+        std::memcpy(m_stored.data(), &header, sizeof header);
+        header.checksum = ChunkChecksum(m_stored.data(), stored);
+        std::memcpy(m_stored.data(), &header, sizeof header);
+
+        if (chunk.kind == ChunkKind::Records)
+            m_index.push_back({m_fileBytes, chunk.framesBefore, chunk.frames});
+        if (!WriteAt(m_stored.data(), sizeof header + stored, m_fileBytes))
+            return false;
+        m_fileBytes += sizeof header + stored;
+        return true;
+    } catch (...) {
+        return Fail("no memory to compress recorded calls", ENOMEM);
+    }
+}
+
+bool ChunkSink::WriteIndex()
+{
+    ChunkBuffer chunk;
+    chunk.kind = ChunkKind::Index;
+    chunk.used = m_index.size() * sizeof(IndexEntry);
+    chunk.memory.reset(static_cast<std::uint8_t*>(std::calloc(chunk.used + 1, 1)));
+    if (!chunk.memory)
+        return Fail("no memory for the index", ENOMEM);
+    if (!m_index.empty()) {
+        std::memcpy(chunk.memory.get(), m_index.data(), chunk.used);
+        chunk.framesBefore = m_index.back().framesBefore + m_index.back().frames;
+    }
+    const Trailer trailer{m_fileBytes, trailerMagic};
+    return WriteChunk(chunk) && WriteAt(&trailer, sizeof trailer, m_fileBytes);
+}
+
+void ChunkSink::UpdateHeader(const CaptureHeader& header)
+{
+    std::uint8_t bytes[headerBytes];
+    EncodeHeader(header, bytes);
+    WriteAt(bytes, sizeof bytes, 0);
+}
+
+bool ChunkSink::WriteAt(const void* data, std::size_t bytes, std::uint64_t offset)
+{
+    struct stat status = {};
+    if (fstat(m_fd, &status) != 0 || status.st_dev != m_device || status.st_ino != m_inode)
+        return Fail("the program closed the capture's descriptor", EBADF);
+    const auto* at = static_cast<const std::uint8_t*>(data);
+    while (bytes > 0) {
+        const ssize_t written = pwrite(m_fd, at, bytes, static_cast<off_t>(offset));
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return Fail("cannot write", written < 0 ? errno : ENOSPC);
+        at += written;
+        bytes -= static_cast<std::size_t>(written);
+        offset += static_cast<std::uint64_t>(written);
+    }
+    return true;
+}
+
+bool ChunkSink::Finish(std::string& error)
+{
+    StopThread();
+    if (!Failed())
+        WriteIndex();
+    if (m_fd >= 0 && close(m_fd) != 0)
+        Fail("cannot write", errno);
+    m_fd = -1;
+    error = m_error;
+    return !Failed();
+}
+
+void ChunkSink::Abandon()
+{
+    m_running = false;
+    close(m_fd);
+    m_fd = -1;
+}
+
+bool ChunkSink::Fail(const char* what, int errorNumber)
+{
+    // The first failure is the one to report; later ones follow from it.
+    if (!m_failing.exchange(true)) {
+        try {
+            m_error = m_path + ": " + what + ": " + std::strerror(errorNumber);
+        } catch (...) {
+            m_error.clear();
+        }
+        m_failed.store(true, std::memory_order_release);
+    }
+    return false;
+}
+
+} // namespace Data

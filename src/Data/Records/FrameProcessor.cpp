@@ -1,0 +1,285 @@
+#include "Data/Records/FrameProcessor.h"
+
+#include <algorithm>
+#include <ctime>
+
+#include "Data/Diagnostics.h"
+#include "Data/Records/RecordWalk.h"
+
+namespace Data {
+
+namespace {
+
+std::uint64_t ThreadNanoseconds()
+{
+    timespec time = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<std::uint64_t>(time.tv_sec) * 1'000'000'000 + static_cast<std::uint64_t>(time.tv_nsec);
+}
+
+} // namespace
+
+FrameProcessor::FrameProcessor(CaptureSource& source, Preload preload, Diagnostics& diagnostics)
+    : m_source(source), m_diagnostics(diagnostics), m_calls(diagnostics), m_meta(m_calls, diagnostics),
+      m_callCounts(source.Calls().size()), m_unknownSaid(source.Calls().size()), m_queue(source, preload)
+{
+    for (const FileCall& call : source.Calls())
+        m_known.push_back(call.known);
+}
+
+std::uint32_t FrameProcessor::Frames() const
+{
+    return m_diagnostics.position.frame;
+}
+
+std::uint64_t FrameProcessor::CallCount() const
+{
+    return m_callsInFrames + m_diagnostics.position.call - m_callsLeftOut;
+}
+
+bool FrameProcessor::ProcessNextFrame()
+{
+    if (m_isAtEnd)
+        return false;
+    for (;;) {
+        switch (ProcessRecords()) {
+        case Outcome::FrameEnd:
+            return true;
+        case Outcome::Damage:
+            m_isDamaged = true;
+            End();
+            return false;
+        case Outcome::ChunkEnd:
+            if (!NextChunk()) {
+                End();
+                return false;
+            }
+            break;
+        }
+    }
+}
+
+bool FrameProcessor::NextChunk()
+{
+    m_calls.ForgetVertexData();
+    m_queue.Recycle(std::move(m_chunk));
+    m_chunk = {};
+    m_cursor = {};
+    std::string trouble;
+    if (!m_queue.Next(m_chunk, trouble)) {
+        if (!trouble.empty()) {
+            m_diagnostics.File(trouble);
+            m_isDamaged = true;
+        }
+        return false;
+    }
+    m_cursor = RecordCursor(m_chunk);
+    m_diagnostics.position.chunkOffset = m_chunk.fileOffset;
+    return true;
+}
+
+void FrameProcessor::End()
+{
+    m_isAtEnd = true;
+    if (m_isInStateBlock)
+        EndBlock(BlockType::State);
+    if (m_isInFrameBlock)
+        EndBlock(BlockType::Frame);
+    m_diagnostics.Summary();
+    if (IsIncomplete())
+        ReportIncomplete(m_diagnostics, Frames());
+}
+
+FrameProcessor::Outcome FrameProcessor::ProcessRecords()
+{
+    Position& position = m_diagnostics.position;
+    while (m_cursor.Next()) {
+        position.recordOffset = m_cursor.Offset();
+        const std::uint32_t id = m_cursor.Header().id;
+        if (id < m_known.size() && m_known[id] < callCount) [[likely]] {
+            if (!m_isInFrameBlock && !m_isInStateBlock)
+                StartBlock(BlockType::Frame);
+            ++position.call;
+            if (m_isThreadLeftOut) [[unlikely]] {
+                ++m_callsLeftOut;
+                continue;
+            }
+            ++m_callCounts[id];
+            m_callAtWork.store(std::uint64_t{id} << 32 | position.call, std::memory_order_relaxed);
+            if (m_callTimes.empty()) [[likely]]
+                m_calls.Decode(static_cast<CallId>(m_known[id]), m_cursor.Record());
+            else
+                ProcessTimedCall(id);
+        } else if (id < firstBuiltInId) {
+            ProcessUnknown(id);
+        } else if (m_cursor.Is(RecordId::FrameEnd)) {
+            if (!m_isInFrameBlock)
+                StartBlock(BlockType::Frame);
+            EndFrame();
+            EndBlock(BlockType::Frame);
+            return Outcome::FrameEnd;
+        } else {
+            ProcessBuiltIn();
+        }
+    }
+    if (!m_cursor.IsDamaged())
+        return Outcome::ChunkEnd;
+    m_diagnostics.File(m_cursor.Damage() + "; replay ends here");
+    return Outcome::Damage;
+}
+
+bool FrameProcessor::ProcessChunk(std::uint8_t* bytes, std::uint32_t count)
+{
+    m_cursor = RecordCursor(bytes, count, 0);
+    m_calls.ForgetVertexData();
+    Outcome outcome = ProcessRecords();
+    bool hasFrame = false;
+    while (outcome == Outcome::FrameEnd) {
+        hasFrame = true;
+        outcome = ProcessRecords();
+    }
+    return hasFrame;
+}
+
+void FrameProcessor::ProcessTimedCall(std::uint32_t id)
+{
+    const std::uint64_t start = ThreadNanoseconds();
+    m_calls.Decode(static_cast<CallId>(m_known[id]), m_cursor.Record());
+    m_callTimes[id] += ThreadNanoseconds() - start;
+}
+
+void FrameProcessor::EndFrame()
+{
+    if (FrameEndRecord end; m_cursor.Read(end))
+        m_frameTimeUs = end.timeUs;
+    Position& position = m_diagnostics.position;
+    m_callsInFrames += position.call;
+    ++position.frame;
+    position.call = 0;
+    ApplyThreadFilter();
+}
+
+void FrameProcessor::ProcessUnknown(std::uint32_t id)
+{
+    const std::vector<FileCall>& calls = m_source.Calls();
+    const bool isInTable = id < calls.size() && !calls[id].name.empty();
+    if (isInTable ? m_unknownSaid[id] : m_unknownRecordSaid)
+        return;
+    if (isInTable) {
+        m_unknownSaid[id] = true;
+        const FileCall& call = calls[id];
+        m_diagnostics.File("this program has no call " + call.name + " with the signature " + call.signature +
+                           "; such calls are skipped");
+    } else {
+        m_unknownRecordSaid = true;
+        m_diagnostics.File("there is no call with the number " + std::to_string(id) +
+                           " in the capture's table; such records are skipped");
+    }
+}
+
+/// Reads a record of a fixed size; false, with a message, when it is shorter.
+template <class Record> bool FrameProcessor::Read(Record& record)
+{
+    if (m_cursor.Read(record))
+        return true;
+    m_diagnostics.Skipped("record", "size", std::to_string(sizeof record) + " bytes",
+                          std::to_string(m_cursor.Header().bytes));
+    return false;
+}
+
+void FrameProcessor::ProcessBuiltIn()
+{
+    switch (static_cast<RecordId>(m_cursor.Header().id)) {
+    case RecordId::Thread:
+        if (ThreadRecord thread; Read(thread))
+            ChangeThread(thread.thread);
+        break;
+    case RecordId::BlockStart:
+        if (BlockRecord block; Read(block) && block.type == static_cast<std::uint32_t>(BlockType::State))
+            StartBlock(BlockType::State);
+        break;
+    case RecordId::BlockEnd:
+        if (BlockRecord block; Read(block) && block.type == static_cast<std::uint32_t>(BlockType::State))
+            EndBlock(BlockType::State);
+        break;
+    case RecordId::Note:
+        break;
+    default:
+        if (!m_isThreadLeftOut)
+            ProcessOfThread();
+        break;
+    }
+}
+
+void FrameProcessor::ProcessOfThread()
+{
+    const RecordHeader& header = m_cursor.Header();
+    std::uint8_t* const record = m_cursor.Record();
+    switch (static_cast<RecordId>(header.id)) {
+    case RecordId::FrameHash:
+        if (FrameHashRecord hash; Read(hash) && m_hashHandler)
+            m_hashHandler->ProcessFrameHash(hash.frame, hash.surface, hash.width, hash.height, hash.hash);
+        break;
+    case RecordId::VertexAttribData:
+        m_calls.DecodeVertexAttribData(record);
+        break;
+    case RecordId::FlushMappedBufferRange:
+    case RecordId::UnmapBuffer:
+        m_calls.DecodeMappedData(record);
+        break;
+    default:
+        if (!m_meta.Decode(header, record) && !m_unknownRecordSaid) {
+            m_unknownRecordSaid = true;
+            m_diagnostics.File("there are records of kind " + std::to_string(header.id) +
+                               " that this program does not know; they are skipped");
+        }
+        break;
+    }
+}
+
+void FrameProcessor::SetThreadFilter(std::vector<std::uint32_t> threads, std::uint32_t startFrame)
+{
+    m_filter = std::move(threads);
+    m_filterStartFrame = startFrame;
+    ApplyThreadFilter();
+}
+
+void FrameProcessor::ApplyThreadFilter()
+{
+    m_isThreadLeftOut = !m_filter.empty() && Frames() + 1 >= m_filterStartFrame &&
+                        std::ranges::find(m_filter, m_thread) == m_filter.end();
+}
+
+void FrameProcessor::ChangeThread(std::uint32_t thread)
+{
+    // Each chunk begins with its thread, which is mostly the one that it was.
+    if (m_isThreadKnown && thread == m_thread)
+        return;
+    m_isThreadKnown = true;
+    m_thread = thread;
+    ApplyThreadFilter();
+    m_calls.SetThread(thread);
+    m_meta.SetThread(thread);
+}
+
+void FrameProcessor::StartBlock(BlockType type)
+{
+    bool& isInBlock = type == BlockType::State ? m_isInStateBlock : m_isInFrameBlock;
+    if (isInBlock)
+        return;
+    isInBlock = true;
+    for (BlockEventHandler* const handler : m_blockHandlers)
+        handler->BlockStart(type);
+}
+
+void FrameProcessor::EndBlock(BlockType type)
+{
+    bool& isInBlock = type == BlockType::State ? m_isInStateBlock : m_isInFrameBlock;
+    if (!isInBlock)
+        return;
+    isInBlock = false;
+    for (BlockEventHandler* const handler : m_blockHandlers)
+        handler->BlockEnd(type);
+}
+
+} // namespace Data

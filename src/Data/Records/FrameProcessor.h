@@ -1,0 +1,119 @@
+// Walks a capture and drives everything that listens to it.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <vector>
+
+#include "Data/Capture/CaptureSource.h"
+#include "Data/Capture/ChunkQueue.h"
+#include "Data/Records/CallDecoder.h"
+#include "Data/Records/MetaDecoder.h"
+#include "Data/Records/RecordCursor.h"
+#include "Interfaces/Data.h"
+
+namespace Data {
+
+class Diagnostics;
+
+/// Replays frame by frame. A frame block begins with its first record and ends behind its frame end; a state block has
+/// records of its own for its start and end. Where the capture is damaged, replay ends.
+class FrameProcessor final : public DCAPFileProcessor {
+public:
+    FrameProcessor(CaptureSource& source, Preload preload, Diagnostics& diagnostics);
+
+    bool ProcessNextFrame() override;
+
+    [[nodiscard]] std::uint32_t Frames() const;
+    /// Calls that were replayed so far, by their number in the file's call table.
+    [[nodiscard]] const std::vector<std::uint64_t>& CallCounts() const { return m_callCounts; }
+    /// CPU time that the calls took on this thread so far, in nanoseconds, by their number in the file's call table;
+    /// empty unless it is taken.
+    [[nodiscard]] const std::vector<std::uint64_t>& CallTimes() const { return m_callTimes; }
+    /// From now on the time of each call is taken, which makes replay slower.
+    void TimeCalls() { m_callTimes.resize(m_callCounts.size()); }
+    /// Calls that were replayed so far.
+    [[nodiscard]] std::uint64_t CallCount() const;
+    /// The call that is replayed, or was last: its number in the file's call table, and its place in the frame from 1;
+    /// 0 before the first one. Any thread.
+    struct CallAtWork {
+        std::uint32_t id;
+        std::uint32_t place;
+    };
+    [[nodiscard]] CallAtWork AtWork() const
+    {
+        const std::uint64_t both = m_callAtWork.load(std::memory_order_relaxed);
+        return {static_cast<std::uint32_t>(both >> 32), static_cast<std::uint32_t>(both)};
+    }
+    /// The file is damaged, or lacks its end; damage further on is not known yet.
+    [[nodiscard]] bool IsIncomplete() const { return m_isDamaged || !m_source.IsComplete(); }
+    /// When the frame before ended, in microseconds from the start of the recording.
+    [[nodiscard]] std::uint64_t FrameTimeUs() const { return m_frameTimeUs; }
+
+    CallDecoder& Calls() { return m_calls; }
+    MetaDecoder& Meta() { return m_meta; }
+    void Add(BlockEventHandler* handler) { m_blockHandlers.push_back(handler); }
+    /// From frame `startFrame`, counted from 1, replays only what these threads did.
+    void SetThreadFilter(std::vector<std::uint32_t> threads, std::uint32_t startFrame);
+    void SetFrameHashHandler(FrameHashHandler* handler) { m_hashHandler = handler; }
+
+    /// Replays the records of a chunk up to a frame end. For tests of the decoding alone; `bytes` starts at 8 bytes'
+    /// alignment. False when there is no frame end.
+    bool ProcessChunk(std::uint8_t* bytes, std::uint32_t count);
+
+private:
+    enum class Outcome { FrameEnd, ChunkEnd, Damage };
+    Outcome ProcessRecords();
+    void ProcessTimedCall(std::uint32_t id);
+    void EndFrame();
+    template <class Record> bool Read(Record& record);
+    void ProcessBuiltIn();
+    /// Records other than calls by which a thread acts.
+    void ProcessOfThread();
+    void ProcessUnknown(std::uint32_t id);
+    void ApplyThreadFilter();
+    void ChangeThread(std::uint32_t thread);
+    void StartBlock(BlockType type);
+    void EndBlock(BlockType type);
+    bool NextChunk();
+    void End();
+
+    CaptureSource& m_source;
+    Diagnostics& m_diagnostics;
+    CallDecoder m_calls;
+    MetaDecoder m_meta;
+    std::vector<BlockEventHandler*> m_blockHandlers;
+    FrameHashHandler* m_hashHandler = nullptr;
+
+    /// For each call of the file its CallId; callCount when this program does not know it.
+    std::vector<std::uint32_t> m_known;
+    std::vector<std::uint64_t> m_callCounts;
+    std::vector<std::uint64_t> m_callTimes;
+    std::uint64_t m_callsInFrames = 0;
+    /// By the thread filter.
+    std::uint64_t m_callsLeftOut = 0;
+    /// Both numbers of CallAtWork, since another thread reads them.
+    std::atomic<std::uint64_t> m_callAtWork = 0;
+    std::uint64_t m_frameTimeUs = 0;
+    /// For each call of the file, whether its absence from this program was said, and for other records.
+    std::vector<bool> m_unknownSaid;
+    bool m_unknownRecordSaid = false;
+
+    Chunk m_chunk;
+    RecordCursor m_cursor;
+    std::uint32_t m_thread = 0;
+    bool m_isThreadKnown = false;
+    /// Empty: all.
+    std::vector<std::uint32_t> m_filter;
+    std::uint32_t m_filterStartFrame = 0;
+    /// The filter leaves the thread's calls out.
+    bool m_isThreadLeftOut = false;
+    bool m_isInFrameBlock = false;
+    bool m_isInStateBlock = false;
+    bool m_isDamaged = false;
+    bool m_isAtEnd = false;
+    /// Last, so that its thread ends first.
+    ChunkQueue m_queue;
+};
+
+} // namespace Data

@@ -1,0 +1,303 @@
+// What one context remembers that decides how a pointer argument is meant and how much memory lies behind it.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "Data/ByteRanges.h"
+#include "Data/State/Sizes.h"
+
+namespace Data {
+
+/// A buffer object, as far as the sizes of later calls depend on it.
+struct BufferState {
+    std::int64_t bytes = 0;
+    /// The mapped range; null when the buffer is not mapped.
+    const void* mapped = nullptr;
+    std::int64_t mappedOffset = 0;
+    std::int64_t mappedBytes = 0;
+    std::uint32_t mapAccess = 0;
+
+    // Contents of a buffer that is used for indices or for indirect draws, as far as they are known: which vertices a
+    // draw reads from client memory depends on them. Whatever a driver may have refused makes them unknown, since
+    // memory that is really indexed must not be larger than it is believed to be.
+    static constexpr std::int64_t maxShadowBytes = 64 << 20;
+    bool isShadowed = false;
+    std::vector<std::uint8_t> shadow;
+    ByteRanges known;
+    /// A map call came and neither glUnmapBuffer nor new storage since.
+    bool mayBeMapped = false;
+    /// Storage that glBufferData cannot replace.
+    bool isImmutable = false;
+    /// The farthest start of the ranges that indexed bindings took of it.
+    std::int64_t farthestRange = 0;
+    /// The driver may write to it, by what a shader or a call does.
+    bool isWrittenByDriver = false;
+    /// Tells the buffer from others that had its name before; 0 for one that was used without being generated.
+    std::uint32_t serial = 0;
+};
+
+/// A buffer that is bound. It stays so when another context deletes it, and its name may then become another buffer's.
+struct BufferBinding {
+    std::uint32_t name = 0; ///< 0 for none
+    std::uint32_t serial = 0;
+};
+
+/// The objects that the contexts of a share group have in common.
+struct ShareGroupState {
+    std::unordered_map<std::uint32_t, BufferState> buffers;
+    /// Buffers generated so far.
+    std::uint32_t generated = 0;
+    /// Serial numbers of buffers that were deleted without ever having had storage: bindings may still hold them.
+    std::unordered_set<std::uint32_t> deletedEmpty;
+    /// A range for an indexed binding started beyond the storage of its buffer, or came to do so.
+    bool mayHaveStrayRanges = false;
+};
+
+/// A vertex attribute and, with the same number, a vertex buffer binding.
+struct VertexAttribState {
+    // The attribute.
+    bool integer = false;
+    bool normalized = false;
+    std::int32_t size = 4;
+    std::uint32_t type = 0x1406; // GL_FLOAT
+    std::uint32_t binding = 0;   ///< number of the binding it reads from
+    std::uint32_t relativeOffset = 0;
+    // The binding.
+    std::uint32_t buffer = 0; ///< 0: client memory
+    std::uint32_t divisor = 0;
+    std::int32_t stride = 16;  ///< bytes, never 0 after a call set it
+    std::uint64_t pointer = 0; ///< address in client memory, or offset
+};
+
+inline constexpr std::uint32_t maxVertexAttribs = 32;
+
+/// Bit i stands for attribute i.
+struct VertexArrayState {
+    VertexArrayState();
+    /// Sets the bit in `client` of each attribute that reads from this binding.
+    void UpdateClient(std::uint32_t binding);
+    std::array<VertexAttribState, maxVertexAttribs> attribs;
+    std::uint32_t enabled = 0;
+    /// Attributes that read from client memory.
+    std::uint32_t client = ~0u;
+    BufferBinding elementBuffer;
+    /// Attribute i reads from binding i, as it is until glVertexAttribBinding says otherwise.
+    bool isPlain = true;
+};
+
+/// The vertices that a draw reads.
+struct DrawRange {
+    /// False: it cannot be told, since the indices are not known.
+    bool isKnown = false;
+    std::uint32_t first = 0;
+    std::uint32_t count = 0; ///< 0: the draw reads no vertex
+    std::uint32_t instances = 1;
+};
+
+/// Never the name of an object for the replay, as 0 is none.
+inline constexpr std::uint32_t invalidName = 0xFFFFFFFF;
+
+/// The names that a call got or gave; none when their count or the pointer says so.
+inline std::span<const std::uint32_t> ObjectNames(std::int32_t n, const void* names)
+{
+    if (n <= 0 || !names)
+        return {};
+    return {static_cast<const std::uint32_t*>(names), static_cast<std::size_t>(n)};
+}
+
+/// One captured context. The methods named like calls come with each such call, in the order of the stream; a return
+/// value comes first, and memory holds what it held when the driver had answered.
+class ContextState {
+public:
+    explicit ContextState(std::shared_ptr<ShareGroupState> group);
+
+    [[nodiscard]] const std::shared_ptr<ShareGroupState>& Group() const { return m_group; }
+    [[nodiscard]] const PixelStore& Pack() const { return m_pack; }
+    [[nodiscard]] const PixelStore& Unpack() const { return m_unpack; }
+    /// Name of the buffer bound to a target; 0 when there is none.
+    [[nodiscard]] std::uint32_t BoundBuffer(std::uint32_t target) const;
+    /// The buffer bound to a target; null when there is none, or it was deleted by another context.
+    [[nodiscard]] BufferState* Buffer(std::uint32_t target);
+
+    /// False for a buffer name that no glGenBuffers gave: OpenGL ES 2 lets applications make names up, replay does not.
+    [[nodiscard]] bool KnowsBuffer(std::uint32_t name) const { return name == 0 || m_group->buffers.contains(name); }
+    /// Bytes of a buffer; 0 when it has none, or is not known.
+    [[nodiscard]] std::int64_t StorageOf(std::uint32_t name) const
+    {
+        const auto buffer = m_group->buffers.find(name);
+        return buffer != m_group->buffers.end() ? buffer->second.bytes : 0;
+    }
+    [[nodiscard]] bool KnowsVertexArray(std::uint32_t name) const { return name == 0 || m_vertexArrays.contains(name); }
+    /// Bytes that can be written through the mapping made at `target`; 0 when the buffer mapped last through this
+    /// target is not bound there any more, or is not mapped.
+    [[nodiscard]] std::int64_t MappedBytes(std::uint32_t target) const;
+
+    [[nodiscard]] bool HasElementBuffer() const { return m_vertexArray->elementBuffer.name != 0; }
+    /// False when the element buffer is known to have no storage.
+    [[nodiscard]] bool HasIndexStorage() const
+    {
+        const BufferState* const buffer = Find(m_vertexArray->elementBuffer);
+        return buffer ? buffer->bytes > 0 : !m_group->deletedEmpty.contains(m_vertexArray->elementBuffer.serial);
+    }
+    [[nodiscard]] bool HasPackBuffer() const { return m_bindings[PixelPack].name != 0; }
+    [[nodiscard]] bool HasUnpackBuffer() const { return m_bindings[PixelUnpack].name != 0; }
+    [[nodiscard]] bool HasDrawIndirectBuffer() const { return m_bindings[DrawIndirect].name != 0; }
+
+    /// Name of the bound vertex array object; 0 for the default one.
+    [[nodiscard]] std::uint32_t BoundVertexArray() const { return m_vertexArrayName; }
+    /// Enabled attributes that read from client memory, one bit each: a draw needs vertex data for each of them.
+    [[nodiscard]] std::uint32_t ClientAttribs() const { return m_vertexArray->enabled & m_vertexArray->client; }
+    /// What attribute `index` reads, its binding resolved. `index` is below maxVertexAttribs.
+    [[nodiscard]] const VertexAttribState& Attrib(std::uint32_t index) const { return m_vertexArray->attribs[index]; }
+    [[nodiscard]] const VertexAttribState& Binding(std::uint32_t index) const
+    {
+        return m_vertexArray->attribs[m_vertexArray->attribs[index].binding];
+    }
+    /// False when a glVertexAttribPointer of this client pointer is an error, since the bound vertex array object is
+    /// not allowed to read from client memory.
+    [[nodiscard]] bool AcceptsAttribPointer(std::uint64_t pointer) const
+    {
+        return pointer == 0 || m_bindings[Array].name != 0 || m_vertexArray == m_defaultVertexArray.get() ||
+               m_isOesVertexArray;
+    }
+    /// Vertices of attribute `index` that a draw of `range` reads: instances for an attribute with a divisor.
+    [[nodiscard]] DrawRange AttribRange(std::uint32_t index, const DrawRange& range) const;
+
+    /// The vertices that `count` indices in memory name.
+    [[nodiscard]] DrawRange RangeOfIndices(const void* indices, std::int32_t count, std::uint32_t type,
+                                           std::int32_t baseVertex, std::int32_t instances) const;
+
+    // The vertices of each draw call. `indices` is client memory when no element buffer is bound, else an offset.
+    [[nodiscard]] DrawRange Range_glDrawArrays(std::uint32_t mode, std::int32_t first, std::int32_t count) const;
+    [[nodiscard]] DrawRange Range_glDrawArraysInstanced(std::uint32_t mode, std::int32_t first, std::int32_t count,
+                                                        std::int32_t instances) const;
+    [[nodiscard]] DrawRange Range_glDrawElements(std::uint32_t mode, std::int32_t count, std::uint32_t type,
+                                                 const void* indices) const;
+    [[nodiscard]] DrawRange Range_glDrawElementsInstanced(std::uint32_t mode, std::int32_t count, std::uint32_t type,
+                                                          const void* indices, std::int32_t instances) const;
+    [[nodiscard]] DrawRange Range_glDrawRangeElements(std::uint32_t mode, std::uint32_t start, std::uint32_t end,
+                                                      std::int32_t count, std::uint32_t type,
+                                                      const void* indices) const;
+    [[nodiscard]] DrawRange Range_glDrawElementsBaseVertex(std::uint32_t mode, std::int32_t count, std::uint32_t type,
+                                                           const void* indices, std::int32_t baseVertex) const;
+    [[nodiscard]] DrawRange Range_glDrawRangeElementsBaseVertex(std::uint32_t mode, std::uint32_t start,
+                                                                std::uint32_t end, std::int32_t count,
+                                                                std::uint32_t type, const void* indices,
+                                                                std::int32_t baseVertex) const;
+    [[nodiscard]] DrawRange Range_glDrawElementsInstancedBaseVertex(std::uint32_t mode, std::int32_t count,
+                                                                    std::uint32_t type, const void* indices,
+                                                                    std::int32_t instances,
+                                                                    std::int32_t baseVertex) const;
+    [[nodiscard]] DrawRange Range_glDrawArraysIndirect(std::uint32_t mode, const void* indirect) const;
+    [[nodiscard]] DrawRange Range_glDrawElementsIndirect(std::uint32_t mode, std::uint32_t type,
+                                                         const void* indirect) const;
+
+    void glEnable(std::uint32_t cap);
+    void glDisable(std::uint32_t cap);
+    void glPixelStorei(std::uint32_t pname, std::int32_t param);
+
+    /// What is in the buffer is not known any more.
+    void ForgetContents(std::uint32_t buffer);
+
+    void glGenBuffers(std::int32_t n, const void* buffers);
+    void glBindBuffer(std::uint32_t target, std::uint32_t buffer);
+    void glBindBufferBase(std::uint32_t target, std::uint32_t index, std::uint32_t buffer);
+    void glBindBufferRange(std::uint32_t target, std::uint32_t index, std::uint32_t buffer, std::int64_t offset,
+                           std::int64_t size);
+    void glBufferData(std::uint32_t target, std::int64_t size, const void* data, std::uint32_t usage);
+    void glBufferStorageEXT(std::uint32_t target, std::int64_t size, const void* data, std::uint32_t flags);
+    void glBufferSubData(std::uint32_t target, std::int64_t offset, std::int64_t size, const void* data);
+    void glCopyBufferSubData(std::uint32_t readTarget, std::uint32_t writeTarget, std::int64_t readOffset,
+                             std::int64_t writeOffset, std::int64_t size);
+    void glDeleteBuffers(std::int32_t n, const void* buffers);
+    void glMapBufferRange(const void* result, std::uint32_t target, std::int64_t offset, std::int64_t length,
+                          std::uint32_t access);
+    void glFlushMappedBufferRange(std::uint32_t target, std::int64_t offset, std::int64_t length);
+    void glUnmapBuffer(std::uint32_t result, std::uint32_t target);
+    /// What the application wrote to a mapped range, `offset` from the start of the range.
+    void MappedData(std::uint32_t target, std::int64_t offset, const void* data, std::int64_t bytes);
+
+    // Calls after which the GPU can write to the buffer.
+    void glTexBuffer(std::uint32_t target, std::uint32_t format, std::uint32_t buffer);
+    void glTexBufferEXT(std::uint32_t target, std::uint32_t format, std::uint32_t buffer);
+    void glTexBufferRange(std::uint32_t target, std::uint32_t format, std::uint32_t buffer, std::int64_t offset,
+                          std::int64_t size);
+    void glTexBufferRangeEXT(std::uint32_t target, std::uint32_t format, std::uint32_t buffer, std::int64_t offset,
+                             std::int64_t size);
+    void glBufferStorageExternalEXT(std::uint32_t target, std::int64_t offset, std::int64_t size,
+                                    std::uint32_t clientBuffer, std::uint32_t flags);
+    void glBufferStorageMemEXT(std::uint32_t target, std::int64_t size, std::uint32_t memory, std::int64_t offset);
+
+    void glGenVertexArrays(std::int32_t n, const void* arrays);
+    void glGenVertexArraysOES(std::int32_t n, const void* arrays);
+    void glBindVertexArray(std::uint32_t array);
+    void glDeleteVertexArrays(std::int32_t n, const void* arrays);
+    void glBindVertexArrayOES(std::uint32_t array);
+    void glDeleteVertexArraysOES(std::int32_t n, const void* arrays);
+    void glEnableVertexAttribArray(std::uint32_t index);
+    void glDisableVertexAttribArray(std::uint32_t index);
+    void glVertexAttribPointer(std::uint32_t index, std::int32_t size, std::uint32_t type, std::uint32_t normalized,
+                               std::int32_t stride, const void* pointer);
+    void glVertexAttribIPointer(std::uint32_t index, std::int32_t size, std::uint32_t type, std::int32_t stride,
+                                const void* pointer);
+    void glVertexAttribDivisor(std::uint32_t index, std::uint32_t divisor);
+    void glBindVertexBuffer(std::uint32_t binding, std::uint32_t buffer, std::int64_t offset, std::int32_t stride);
+    void glVertexAttribFormat(std::uint32_t index, std::int32_t size, std::uint32_t type, std::uint32_t normalized,
+                              std::uint32_t relativeOffset);
+    void glVertexAttribIFormat(std::uint32_t index, std::int32_t size, std::uint32_t type,
+                               std::uint32_t relativeOffset);
+    void glVertexAttribBinding(std::uint32_t index, std::uint32_t binding);
+    void glVertexBindingDivisor(std::uint32_t binding, std::uint32_t divisor);
+
+private:
+    enum BindingPoint : std::uint8_t {
+        Array,
+        PixelPack,
+        PixelUnpack,
+        Uniform,
+        Texture,
+        TransformFeedback,
+        CopyRead,
+        CopyWrite,
+        DrawIndirect,
+        ShaderStorage,
+        DispatchIndirect,
+        AtomicCounter,
+        BindingPointCount
+    };
+    [[nodiscard]] const BufferBinding* Slot(std::uint32_t target) const;
+    /// Null when there is none, or it was deleted by another context.
+    [[nodiscard]] const BufferState* Find(const BufferBinding& binding) const;
+    void MayBeWritten(std::uint32_t buffer);
+    /// After a change of its storage or of its ranges.
+    void CheckRanges(const BufferState& buffer);
+    void BindVertexArray(std::uint32_t array, bool isOes);
+    void SetFormat(std::uint32_t index, std::int32_t size, std::uint32_t type, bool normalized, bool integer,
+                   std::uint32_t relativeOffset);
+    void SetPointer(std::uint32_t index, std::int32_t size, std::uint32_t type, bool normalized, bool integer,
+                    std::int32_t stride, std::uint64_t pointer);
+    [[nodiscard]] DrawRange ElementsRange(std::int32_t count, std::uint32_t type, const void* indices,
+                                          std::int32_t baseVertex, std::int32_t instances) const;
+
+    PixelStore m_pack;
+    PixelStore m_unpack;
+    std::array<BufferBinding, BindingPointCount> m_bindings = {};
+    /// Buffer that was mapped last through each target.
+    std::unordered_map<std::uint32_t, std::uint32_t> m_mappings;
+    std::shared_ptr<ShareGroupState> m_group;
+    std::unordered_map<std::uint32_t, std::unique_ptr<VertexArrayState>> m_vertexArrays;
+    std::unique_ptr<VertexArrayState> m_defaultVertexArray;
+    /// The bound one; owned by one of the two above.
+    VertexArrayState* m_vertexArray;
+    std::uint32_t m_vertexArrayName = 0;
+    bool m_isOesVertexArray = false;
+    bool m_isPrimitiveRestart = false;
+};
+
+} // namespace Data

@@ -1,0 +1,328 @@
+// The part of ContextState that is about vertices: vertex arrays, attributes, and what draws read.
+#include <algorithm>
+#include <cstring>
+
+#include "Data/GLEnums.h"
+#include "Data/State/ContextState.h"
+
+namespace Data {
+
+namespace {
+
+template <class Index>
+DrawRange RangeOf(const void* indices, std::int32_t count, bool isPrimitiveRestart, std::int64_t baseVertex)
+{
+    const auto* at = static_cast<const std::uint8_t*>(indices);
+    constexpr Index restart = static_cast<Index>(~Index{0});
+    Index least = restart;
+    Index most = 0;
+    bool found = false;
+    for (std::int32_t i = 0; i < count; ++i, at += sizeof(Index)) {
+        Index index;
+        std::memcpy(&index, at, sizeof index);
+        if (isPrimitiveRestart && index == restart)
+            continue;
+        found = true;
+        least = std::min(least, index);
+        most = std::max(most, index);
+    }
+    DrawRange range;
+    range.isKnown = true;
+    if (!found)
+        return range;
+    const std::int64_t first = std::int64_t{least} + baseVertex;
+    const std::int64_t end = std::int64_t{most} + baseVertex + 1;
+    range.isKnown = first >= 0 && end <= std::int64_t{~std::uint32_t{0}};
+    range.first = static_cast<std::uint32_t>(first);
+    range.count = static_cast<std::uint32_t>(end - first);
+    return range;
+}
+
+} // namespace
+
+VertexArrayState::VertexArrayState()
+{
+    for (std::uint32_t i = 0; i < maxVertexAttribs; ++i)
+        attribs[i].binding = i;
+}
+
+void VertexArrayState::UpdateClient(std::uint32_t binding)
+{
+    const bool isClient = attribs[binding].buffer == 0;
+    for (std::uint32_t i = isPlain ? binding : 0; i < (isPlain ? binding + 1 : maxVertexAttribs); ++i) {
+        const std::uint32_t bit = 1u << i;
+        if (attribs[i].binding == binding)
+            client = isClient ? client | bit : client & ~bit;
+    }
+}
+
+void ContextState::glGenVertexArrays(std::int32_t n, const void* arrays)
+{
+    for (const std::uint32_t name : ObjectNames(n, arrays)) {
+        if (name != m_vertexArrayName)
+            m_vertexArrays[name] = nullptr;
+    }
+}
+
+void ContextState::glGenVertexArraysOES(std::int32_t n, const void* arrays)
+{
+    glGenVertexArrays(n, arrays);
+}
+
+void ContextState::BindVertexArray(std::uint32_t array, bool isOes)
+{
+    m_vertexArrayName = array;
+    m_isOesVertexArray = isOes;
+    if (array == 0) {
+        m_vertexArray = m_defaultVertexArray.get();
+        return;
+    }
+    std::unique_ptr<VertexArrayState>& state = m_vertexArrays[array];
+    if (!state)
+        state = std::make_unique<VertexArrayState>();
+    m_vertexArray = state.get();
+}
+
+void ContextState::glBindVertexArray(std::uint32_t array)
+{
+    BindVertexArray(array, false);
+}
+
+void ContextState::glBindVertexArrayOES(std::uint32_t array)
+{
+    BindVertexArray(array, true);
+}
+
+void ContextState::glDeleteVertexArrays(std::int32_t n, const void* arrays)
+{
+    for (const std::uint32_t name : ObjectNames(n, arrays)) {
+        if (name != 0 && name == m_vertexArrayName)
+            BindVertexArray(0, false);
+        m_vertexArrays.erase(name);
+    }
+}
+
+void ContextState::glDeleteVertexArraysOES(std::int32_t n, const void* arrays)
+{
+    glDeleteVertexArrays(n, arrays);
+}
+
+void ContextState::glEnableVertexAttribArray(std::uint32_t index)
+{
+    if (index < maxVertexAttribs)
+        m_vertexArray->enabled |= 1u << index;
+}
+
+void ContextState::glDisableVertexAttribArray(std::uint32_t index)
+{
+    if (index < maxVertexAttribs)
+        m_vertexArray->enabled &= ~(1u << index);
+}
+
+void ContextState::glVertexAttribPointer(std::uint32_t index, std::int32_t size, std::uint32_t type,
+                                         std::uint32_t normalized, std::int32_t stride, const void* pointer)
+{
+    SetPointer(index, size, type, normalized != 0, false, stride, reinterpret_cast<std::uintptr_t>(pointer));
+}
+
+void ContextState::glVertexAttribIPointer(std::uint32_t index, std::int32_t size, std::uint32_t type,
+                                          std::int32_t stride, const void* pointer)
+{
+    SetPointer(index, size, type, false, true, stride, reinterpret_cast<std::uintptr_t>(pointer));
+}
+
+void ContextState::SetPointer(std::uint32_t index, std::int32_t size, std::uint32_t type, bool normalized, bool integer,
+                              std::int32_t stride, std::uint64_t pointer)
+{
+    if (index >= maxVertexAttribs || stride < 0 || !AcceptsAttribPointer(pointer))
+        return;
+    // What the driver refuses leaves the attribute in client memory, if it was there.
+    if (m_bindings[Array].name != 0 && VertexElementBytes(size, type) == 0)
+        return;
+    VertexAttribState& attrib = m_vertexArray->attribs[index];
+    attrib.integer = integer;
+    attrib.normalized = normalized;
+    attrib.size = size;
+    attrib.type = type;
+    attrib.binding = index;
+    attrib.relativeOffset = 0;
+    attrib.buffer = m_bindings[Array].name;
+    attrib.stride = stride != 0 ? stride : static_cast<std::int32_t>(VertexElementBytes(size, type));
+    attrib.pointer = pointer;
+    m_vertexArray->UpdateClient(index);
+}
+
+void ContextState::glVertexAttribDivisor(std::uint32_t index, std::uint32_t divisor)
+{
+    if (index >= maxVertexAttribs)
+        return;
+    // Also makes the attribute read from the binding of its own number.
+    glVertexAttribBinding(index, index);
+    m_vertexArray->attribs[index].divisor = divisor;
+}
+
+void ContextState::glBindVertexBuffer(std::uint32_t binding, std::uint32_t buffer, std::int64_t offset,
+                                      std::int32_t stride)
+{
+    if (binding >= maxVertexAttribs)
+        return;
+    VertexAttribState& state = m_vertexArray->attribs[binding];
+    state.buffer = buffer;
+    state.pointer = static_cast<std::uint64_t>(offset);
+    state.stride = stride;
+    m_vertexArray->UpdateClient(binding);
+}
+
+void ContextState::SetFormat(std::uint32_t index, std::int32_t size, std::uint32_t type, bool normalized, bool integer,
+                             std::uint32_t relativeOffset)
+{
+    if (index >= maxVertexAttribs)
+        return;
+    VertexAttribState& attrib = m_vertexArray->attribs[index];
+    attrib.size = size;
+    attrib.type = type;
+    attrib.normalized = normalized;
+    attrib.integer = integer;
+    attrib.relativeOffset = relativeOffset;
+}
+
+void ContextState::glVertexAttribFormat(std::uint32_t index, std::int32_t size, std::uint32_t type,
+                                        std::uint32_t normalized, std::uint32_t relativeOffset)
+{
+    SetFormat(index, size, type, normalized != 0, false, relativeOffset);
+}
+
+void ContextState::glVertexAttribIFormat(std::uint32_t index, std::int32_t size, std::uint32_t type,
+                                         std::uint32_t relativeOffset)
+{
+    SetFormat(index, size, type, false, true, relativeOffset);
+}
+
+void ContextState::glVertexAttribBinding(std::uint32_t index, std::uint32_t binding)
+{
+    if (index >= maxVertexAttribs || binding >= maxVertexAttribs)
+        return;
+    m_vertexArray->isPlain = m_vertexArray->isPlain && index == binding;
+    m_vertexArray->attribs[index].binding = binding;
+    m_vertexArray->UpdateClient(binding);
+}
+
+void ContextState::glVertexBindingDivisor(std::uint32_t binding, std::uint32_t divisor)
+{
+    if (binding < maxVertexAttribs)
+        m_vertexArray->attribs[binding].divisor = divisor;
+}
+
+// Draws.
+
+DrawRange ContextState::AttribRange(std::uint32_t index, const DrawRange& range) const
+{
+    const std::uint32_t divisor = Binding(index).divisor;
+    if (divisor == 0 || !range.isKnown || range.count == 0)
+        return range;
+    return {true, 0, (range.instances - 1) / divisor + 1, range.instances};
+}
+
+DrawRange ContextState::RangeOfIndices(const void* indices, std::int32_t count, std::uint32_t type,
+                                       std::int32_t baseVertex, std::int32_t instances) const
+{
+    DrawRange range;
+    range.isKnown = true;
+    if (count > 0 && instances > 0 && indices) {
+        if (type == Enum::UnsignedByte)
+            range = RangeOf<std::uint8_t>(indices, count, m_isPrimitiveRestart, baseVertex);
+        else if (type == Enum::UnsignedShort)
+            range = RangeOf<std::uint16_t>(indices, count, m_isPrimitiveRestart, baseVertex);
+        else if (type == Enum::UnsignedInt)
+            range = RangeOf<std::uint32_t>(indices, count, m_isPrimitiveRestart, baseVertex);
+        range.instances = static_cast<std::uint32_t>(instances);
+    }
+    return range;
+}
+
+DrawRange ContextState::ElementsRange(std::int32_t count, std::uint32_t type, const void* indices,
+                                      std::int32_t baseVertex, std::int32_t instances) const
+{
+    if (!HasElementBuffer() || count <= 0 || instances <= 0)
+        return RangeOfIndices(indices, count, type, baseVertex, instances);
+    const BufferState* const buffer = Find(m_vertexArray->elementBuffer);
+    const auto offset = reinterpret_cast<std::uintptr_t>(indices);
+    const std::int64_t bytes = count * IndexSize(type);
+    if (!buffer || !buffer->isShadowed || offset > static_cast<std::uint64_t>(BufferState::maxShadowBytes))
+        return {};
+    const auto begin = static_cast<std::int64_t>(offset);
+    if (!buffer->known.Contains(begin, begin + bytes))
+        return {};
+    return RangeOfIndices(buffer->shadow.data() + begin, count, type, baseVertex, instances);
+}
+
+DrawRange ContextState::Range_glDrawArrays(std::uint32_t mode, std::int32_t first, std::int32_t count) const
+{
+    return Range_glDrawArraysInstanced(mode, first, count, 1);
+}
+
+DrawRange ContextState::Range_glDrawArraysInstanced(std::uint32_t /*mode*/, std::int32_t first, std::int32_t count,
+                                                    std::int32_t instances) const
+{
+    DrawRange range;
+    range.isKnown = first >= 0;
+    if (range.isKnown && count > 0 && instances > 0) {
+        range.first = static_cast<std::uint32_t>(first);
+        range.count = static_cast<std::uint32_t>(count);
+        range.instances = static_cast<std::uint32_t>(instances);
+    }
+    return range;
+}
+
+DrawRange ContextState::Range_glDrawElements(std::uint32_t /*mode*/, std::int32_t count, std::uint32_t type,
+                                             const void* indices) const
+{
+    return ElementsRange(count, type, indices, 0, 1);
+}
+
+DrawRange ContextState::Range_glDrawElementsInstanced(std::uint32_t /*mode*/, std::int32_t count, std::uint32_t type,
+                                                      const void* indices, std::int32_t instances) const
+{
+    return ElementsRange(count, type, indices, 0, instances);
+}
+
+DrawRange ContextState::Range_glDrawRangeElements(std::uint32_t /*mode*/, std::uint32_t /*start*/,
+                                                  std::uint32_t /*end*/, std::int32_t count, std::uint32_t type,
+                                                  const void* indices) const
+{
+    return ElementsRange(count, type, indices, 0, 1);
+}
+
+DrawRange ContextState::Range_glDrawElementsBaseVertex(std::uint32_t /*mode*/, std::int32_t count, std::uint32_t type,
+                                                       const void* indices, std::int32_t baseVertex) const
+{
+    return ElementsRange(count, type, indices, baseVertex, 1);
+}
+
+DrawRange ContextState::Range_glDrawRangeElementsBaseVertex(std::uint32_t /*mode*/, std::uint32_t /*start*/,
+                                                            std::uint32_t /*end*/, std::int32_t count,
+                                                            std::uint32_t type, const void* indices,
+                                                            std::int32_t baseVertex) const
+{
+    return ElementsRange(count, type, indices, baseVertex, 1);
+}
+
+DrawRange ContextState::Range_glDrawElementsInstancedBaseVertex(std::uint32_t /*mode*/, std::int32_t count,
+                                                                std::uint32_t type, const void* indices,
+                                                                std::int32_t instances, std::int32_t baseVertex) const
+{
+    return ElementsRange(count, type, indices, baseVertex, instances);
+}
+
+DrawRange ContextState::Range_glDrawArraysIndirect(std::uint32_t /*mode*/, const void* /*indirect*/) const
+{
+    return {};
+}
+
+DrawRange ContextState::Range_glDrawElementsIndirect(std::uint32_t /*mode*/, std::uint32_t /*type*/,
+                                                     const void* /*indirect*/) const
+{
+    return {};
+}
+
+} // namespace Data

@@ -1,0 +1,277 @@
+// The part of StateModel that is about values: where a call sets which words.
+#include <algorithm>
+#include <cstring>
+
+#include "Data/GLEnums.h"
+#include "Data/State/Sizes.h"
+#include "Data/State/StateModel.h"
+
+namespace Data {
+
+namespace {
+
+constexpr std::uint32_t dither = 0x0BD0;
+constexpr std::uint32_t front = 0x0404;
+constexpr std::uint32_t back = 0x0405;
+constexpr std::uint32_t texture0 = 0x84C0;
+constexpr std::uint32_t cubeMap = 0x8513;
+constexpr std::uint32_t positiveX = 0x8515;
+constexpr std::uint32_t negativeZ = 0x851A;
+constexpr std::uint32_t readFramebuffer = 0x8CA8;
+constexpr std::uint32_t drawFramebuffer = 0x8CA9;
+
+std::uint32_t Name(double word)
+{
+    return static_cast<std::uint32_t>(static_cast<std::int64_t>(word));
+}
+
+bool IsSame(const Words& a, const Words& b)
+{
+    return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof a[0]) == 0);
+}
+
+} // namespace
+
+bool StateModel::IsMet(const StateChange& change, const CallArguments& call)
+{
+    const StateChange::Condition& condition = change.condition;
+    return condition.parameter == 0 ||
+           (call.Unsigned(condition.parameter - 1u) == condition.value) != condition.isNegated;
+}
+
+// What decides where a change goes.
+
+Slot StateModel::Selected(State state, std::uint32_t first, std::uint32_t second)
+{
+    m_selectors.push_back(ContextSlot(state, first, second));
+    return m_selectors.back();
+}
+
+Owner StateModel::BoundOrDefault(State state, ObjectKind kind)
+{
+    const Owner bound = Bound(state);
+    return bound != 0 ? bound : Default(kind);
+}
+
+Owner StateModel::BoundFramebuffer(bool isForDrawing)
+{
+    const Owner bound = m_slots.ValueOf(Selected(State::Framebuffer, 0, isForDrawing)).bound;
+    return bound != 0 ? bound : Default(ObjectKind::Framebuffer);
+}
+
+std::uint32_t StateModel::TextureTarget(std::uint32_t target)
+{
+    return target >= positiveX && target <= negativeZ ? cubeMap : target;
+}
+
+Owner StateModel::BoundTexture(std::uint32_t target)
+{
+    target = TextureTarget(target);
+    const Owner bound = Bound(State::Texture, Unit(), target);
+    return bound != 0 ? bound : Default(ObjectKind::Texture, target);
+}
+
+std::uint32_t StateModel::UnitOf(const StateContext& context) const
+{
+    return Name(Word(context.owner, State::ActiveTexture)) - texture0;
+}
+
+Owner StateModel::OwnerOf(const Operand& operand, const CallArguments& call)
+{
+    const auto named = [&](ObjectKind kind) {
+        const std::uint32_t name = kind == noObject ? 0 : call.Unsigned(operand.parameter);
+        return name != 0 || kind != ObjectKind::Framebuffer ? Find(kind, name) : Default(kind);
+    };
+    switch (operand.source) {
+    case Source::Context:
+        return Context().owner;
+    case Source::Object:
+        return named(static_cast<ObjectKind>(operand.other));
+    case Source::Labeled:
+        return named(LabeledKind(call.Unsigned(operand.other)));
+    case Source::Program:
+        return m_slots.ValueOf(Selected(State::Program)).bound;
+    case Source::VertexArray:
+        Selected(State::VertexArray);
+        return BoundVertexArray();
+    case Source::TransformFeedback:
+        Selected(State::TransformFeedback);
+        return BoundTransformFeedback();
+    case Source::TextureOf: {
+        Selected(State::ActiveTexture);
+        Selected(State::Texture, Unit(), TextureTarget(call.Unsigned(operand.parameter)));
+        return BoundTexture(call.Unsigned(operand.parameter));
+    }
+    case Source::FramebufferOf:
+        return BoundFramebuffer(call.Unsigned(operand.parameter) != readFramebuffer);
+    case Source::ReadFramebuffer:
+    case Source::DrawFramebuffer:
+        return BoundFramebuffer(operand.source == Source::DrawFramebuffer);
+    default:
+        return 0;
+    }
+}
+
+std::uint32_t StateModel::IndexOf(const Operand& operand, const CallArguments& call, StatePlace& place)
+{
+    const auto both = [&](std::uint32_t chosen, std::uint32_t first, std::uint32_t second) {
+        place.count = chosen == first || chosen == second ? 1 : 2;
+        return chosen == second ? 1u : 0u;
+    };
+    switch (operand.source) {
+    case Source::Parameter:
+        return call.Unsigned(operand.parameter);
+    case Source::Unit:
+        Selected(State::ActiveTexture);
+        return Unit();
+    case Source::DrawBuffers:
+        place.count = drawBuffers;
+        return 0;
+    case Source::Faces:
+        place.count = 2;
+        return 0;
+    case Source::FacesOf:
+        return both(call.Unsigned(operand.parameter), front, back);
+    case Source::FramebuffersOf:
+        return both(call.Unsigned(operand.parameter), readFramebuffer, drawFramebuffer);
+    case Source::Locations: {
+        const bool isArray = operand.other < call.Count();
+        place.count = isArray ? static_cast<std::uint32_t>(std::max(call.Signed(operand.other), 0)) : 1;
+        return call.Unsigned(operand.parameter);
+    }
+    default:
+        return static_cast<std::uint32_t>(operand.number);
+    }
+}
+
+StatePlace StateModel::PlaceOf(const StateChange& change, const CallArguments& call)
+{
+    StatePlace place;
+    place.owner = OwnerOf(change.owner, call);
+    place.first = IndexOf(change.first, call, place);
+    place.second = IndexOf(change.second, call, place);
+    return place;
+}
+
+// Values.
+
+void StateModel::ReadWords(const StateChange& change, const CallArguments& call)
+{
+    m_words.clear();
+    for (const Operand& word : WordsOf(change)) {
+        switch (word.source) {
+        case Source::Parameter:
+            m_words.push_back(call.Number(word.parameter));
+            break;
+        case Source::Elements:
+            call.AddNumbers(word.parameter, m_words);
+            while (word.other != 0 && m_words.size() < 4)
+                m_words.push_back(m_words.size() == 3 ? 1 : 0);
+            break;
+        case Source::ArrayBuffer:
+            m_words.push_back(m_objects[m_slots.ValueOf(Selected(State::Buffer, Enum::ArrayBuffer)).bound].name);
+            break;
+        case Source::VertexStride: {
+            const double stride = call.Number(word.parameter);
+            m_words.push_back(stride != 0 ? stride
+                                          : static_cast<double>(VertexElementBytes(call.Signed(word.other),
+                                                                                   call.Unsigned(word.other + 1u))));
+            break;
+        }
+        default:
+            m_words.push_back(word.number);
+            break;
+        }
+    }
+}
+
+StateModel::Outcome StateModel::Apply(const StateChange& change, const CallArguments& call)
+{
+    if (!IsMet(change, call))
+        return Outcome::SetsNothing;
+    const StatePlace place = PlaceOf(change, call);
+    if (change.kind == ChangeKind::Reset) {
+        for (const Slot slot : m_slots.Of(place.owner))
+            m_slots.ValueOf(slot) = {};
+        return Outcome::SetsNothing;
+    }
+    const StateDescription& state = Describe(change.state);
+    if (state.isContents || place.owner == 0)
+        return Outcome::SetsNothing;
+    ReadWords(change, call);
+    if (change.state == State::Uniform) {
+        // Location -1 stands for a uniform that the compiler left out: nothing is set.
+        if (static_cast<std::int32_t>(place.second) < 0 || place.count == 0 || m_words.size() < place.count)
+            return Outcome::SetsNothing;
+        return SetUniforms(place) ? Outcome::Changed : Outcome::Same;
+    }
+    const Owner bound =
+        state.names != noObject && !m_words.empty() ? Find(state.names, Name(m_words.front())) : Owner{0};
+    bool isChanged = false;
+    for (std::uint32_t i = 0; i < place.count; ++i) {
+        const Slot slot = m_slots.At(place.owner, change.state, place.first, place.second + i);
+        isChanged |= Set(slot, m_words);
+        if (m_slots.ValueOf(slot).bound == bound)
+            continue;
+        m_slots.ValueOf(slot).bound = bound;
+        if (place.owner == Context().owner)
+            Context().bindings.insert(slot);
+    }
+    return isChanged ? Outcome::Changed : Outcome::Same;
+}
+
+bool StateModel::SetUniforms(const StatePlace& place)
+{
+    // The elements of an array have consecutive locations. Behind those of several is whether they are transposed.
+    const std::size_t each = m_words.size() / place.count;
+    const auto end = m_words.begin() + static_cast<std::ptrdiff_t>(each * place.count);
+    bool isChanged = false;
+    for (std::uint32_t i = 0; i < place.count; ++i) {
+        const auto begin = m_words.begin() + static_cast<std::ptrdiff_t>(i * each);
+        m_element.assign(begin, begin + static_cast<std::ptrdiff_t>(each));
+        m_element.insert(m_element.end(), end, m_words.end());
+        isChanged |= Set(m_slots.At(place.owner, State::Uniform, 0, place.second + i), m_element);
+    }
+    return isChanged;
+}
+
+bool StateModel::Set(Slot slot, const Words& words)
+{
+    Words& value = m_slots.ValueOf(slot).words;
+    if (IsSame(value, words))
+        return false;
+    const bool isChanged = !value.empty() || !IsSame(WordsAt(slot), words);
+    value = words;
+    return isChanged;
+}
+
+Words StateModel::WordsAt(Slot slot) const
+{
+    if (const Words& words = m_slots.ValueOf(slot).words; !words.empty())
+        return words;
+    const State state = m_slots.StateOf(slot);
+    // The one capability that is on at the start.
+    if (state == State::Capability && m_slots.FirstOf(slot) == dither)
+        return {1};
+    const StateDescription& description = Describe(state);
+    return {description.initial.begin(), description.initial.begin() + description.initialWords};
+}
+
+double StateModel::Word(Owner owner, State state, std::uint32_t first, std::uint32_t second, std::size_t word) const
+{
+    const Slot slot = m_slots.Find(owner, state, first, second);
+    const Words& set = slot != StateSlots::none ? m_slots.ValueOf(slot).words : Words{};
+    if (word < set.size())
+        return set[word];
+    if (!set.empty() || (state == State::Capability && first == dither))
+        return set.empty();
+    return word < Describe(state).initialWords ? Describe(state).initial[word] : 0;
+}
+
+Owner StateModel::BoundIn(const StateContext& context, State state, std::uint32_t first, std::uint32_t second) const
+{
+    const Slot slot = m_slots.Find(context.owner, state, first, second);
+    return slot != StateSlots::none ? m_slots.ValueOf(slot).bound : 0;
+}
+
+} // namespace Data

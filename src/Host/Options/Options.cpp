@@ -1,0 +1,199 @@
+#include "Host/Options/Options.h"
+
+#include <string_view>
+#include <vector>
+
+#include "Host/Options/OptionValues.h"
+#include "Playback/PlaybackSettings.h"
+#include "Util/CommandLine.h"
+
+namespace Host {
+
+namespace {
+
+using Playback::PlaybackEnvironment;
+
+constexpr const char* Usage = "Usage: playback [options] FILE.glcap\n"
+                              "Replays a capture in a window, or off screen where there is no compositor.";
+
+constexpr const char* Introduction =
+    "\n\n"
+    "In the window and in the terminal space pauses and goes on, right arrow or n steps a\n"
+    "frame, s takes a screenshot, f toggles full screen, q or Escape ends.\n"
+    "\n"
+    "Examples:\n"
+    "  playback -verify x.glcap                compare the frames with the recorded ones\n"
+    "  playback -screenshots 10* -screenshotformat png -screenshotdir out x.glcap\n"
+    "  playback -loopframe 30 -stopframe 40 -loopcount 10 -json times.json x.glcap";
+
+constexpr Util::Option OwnOptions[] = {
+    {"-headless", "", "replay off screen even where there is a compositor", "Program"},
+    {"-verify", "", "compare frames with the hashes of playback-record --hash, and pixels that were read back",
+     "Results"},
+    {"-measureframes", "A-B", "frames whose times are measured, A- for all from A on; all but the first when not given",
+     "Results"},
+    {"-check", "", "only tell what the capture needs and this driver lacks; status 1 when there is something",
+     "Results"},
+    {"-timecalls", "", "add the CPU time of each function to the results of -json; replay is slower then", "Results"},
+    {"-json", "FILE",
+     "write the results as JSON, to standard output for -: the summary, and time and calls of each frame", "Results"},
+    {"-statsdir", "DIR", "folder for the reports of -stats, created if missing (default: that of the capture)",
+     "Results"},
+    {"-framerate", "RATE", "replay so many frames a second at most", "Frames"},
+    {"-pace", "HOW", "recorded: replay frames when the recorded program drew them", "Frames"},
+    {"-timelimit", "SECONDS", "end after this time, with status 5, even when the driver does not come back from a call",
+     "Frames"},
+    {"-framesinflight", "N",
+     "have at most so many frames under way in the driver (default: 2, as a window would); 1 finishes each "
+     "frame, 0 waits for none, so that times are those of the calls alone",
+     "Frames"},
+    {"-swapinterval", "N",
+     "in a window, wait for N pictures of the screen at each swap instead of as many as the program did; 0 runs free",
+     "Frames"},
+    {"-quiet", "", "say only what is wrong", "Program"},
+    {"-driver", "DIR", "take libEGL.so.1 and libGLESv2.so.2 from this folder", "Program"},
+    {"-help", "", "print this text", "Program"},
+    {"-version", "", "print the version", "Program"},
+};
+
+std::vector<Util::Option> AllOptions()
+{
+    std::vector<Util::Option> all(std::begin(OwnOptions), std::end(OwnOptions));
+    for (const PlaybackEnvironment::Option& option : PlaybackEnvironment::Options()) {
+        all.push_back({option.name, option.value ? option.value : "", option.help, option.group});
+    }
+    return all;
+}
+
+Answer UsageError(const std::string& what)
+{
+    return {ExitStatus::Usage, Util::UsageError("playback", what) + "\n"};
+}
+
+} // namespace
+
+std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
+{
+    const std::vector<Util::Option> table = AllOptions();
+    const Util::CommandLine commandLine(table);
+    auto [args, error] = commandLine.Parse(argc, argv);
+    if (!error.empty()) {
+        return UsageError(error);
+    }
+    if (args.HasSwitch("-help")) {
+        return Answer{ExitStatus::Done, commandLine.Help(std::string(Usage) + Introduction)};
+    }
+    if (args.HasSwitch("-version")) {
+        return Answer{ExitStatus::Done, "playback " PLAYBACK_VERSION "\n"};
+    }
+    for (const Util::Option& option : table) {
+        if (const std::string* value = args.FindValue(std::string(option.name))) {
+            if (const std::string fault = ValueFault(option.name, option.valueName, *value); !fault.empty()) {
+                const bool isQuoted = fault.ends_with('?');
+                return UsageError("option " + std::string(option.name) + " " + fault +
+                                  (isQuoted ? "" : ", found \"" + *value + "\""));
+            }
+        }
+    }
+    if (args.positional.size() != 1) {
+        return UsageError(args.positional.empty()
+                              ? "no capture file given"
+                              : "one capture file expected, found a second one: " + args.positional[1]);
+    }
+    if (args.positional[0] == "-") {
+        return UsageError("a capture is read from a file, not from standard input");
+    }
+
+    if (const std::string fault = CombinationFault(args); !fault.empty()) {
+        return UsageError(fault);
+    }
+    ExpandFunctionPatterns(args);
+
+    Options options;
+    options.captureFile = args.positional.front();
+    if (const std::string* directory = args.FindValue("-driver")) {
+        options.driverDirectory = *directory;
+    }
+    options.statisticsFile = options.captureFile;
+    if (const std::string* folder = args.FindValue("-statsdir")) {
+        options.statisticsFile = *folder + "/" + Util::Path::GetFilePart(options.captureFile);
+    }
+    if (const std::string* file = args.FindValue("-json")) {
+        options.jsonFile = *file;
+    }
+    // The first frame holds the start of the program.
+    options.measuredFrames.first = 2;
+    if (const std::string* frames = args.FindValue("-measureframes")) {
+        options.measuredFrames = *Util::ParseFrameRange(*frames);
+    }
+    if (args.FindValue("-pace")) {
+        options.pace = Pace::Recorded();
+    }
+    if (const std::string* rate = args.FindValue("-framerate")) {
+        options.pace = Pace::Fixed(*PositiveNumber(*rate));
+    }
+    if (const std::string* seconds = args.FindValue("-timelimit")) {
+        options.timeLimit = std::chrono::duration<double>(*PositiveNumber(*seconds));
+    }
+    if (const std::string* frames = args.FindValue("-framesinflight")) {
+        options.framesInFlight = static_cast<unsigned int>(*WholeNumber(*frames));
+    }
+    if (const std::string* interval = args.FindValue("-swapinterval")) {
+        options.swapInterval = WholeNumber(*interval);
+    }
+    options.check = args.HasSwitch("-check");
+    options.timeCalls = args.HasSwitch("-timecalls");
+    options.quiet = args.HasSwitch("-quiet");
+    options.arguments.assign(argv + 1, argv + argc);
+    if (const auto screenshots = args.values.find("-screenshots"); screenshots != args.values.end()) {
+        options.screenshots = ParseScreenshots(screenshots->second);
+        if (options.screenshots.isList) {
+            args.values.erase(screenshots);
+        } else {
+            screenshots->second = options.screenshots.engineValue;
+        }
+    }
+    options.headless = args.HasSwitch("-headless");
+    options.verify = args.HasSwitch("-verify");
+    options.args = std::move(args);
+    return options;
+}
+
+std::vector<std::string> WithoutEffect(const Options& options, std::uint32_t frames)
+{
+    struct Companion {
+        const char* option;
+        const char* other;
+    };
+    // An option that only says how another one is meant.
+    constexpr Companion companions[] = {{"-samples", "-config"},
+                                        {"-threadFilterStartFrame", "-thread"},
+                                        {"-skippbufferdisplay", "-pbuffersurface"},
+                                        {"-timecalls", "-json"},
+                                        {"-statsdir", "-stats"}};
+    const Util::ParseArgs::CmdLineArgs& args = options.args;
+    const auto isGiven = [&](const char* option) { return args.HasSwitch(option) || args.FindValue(option); };
+    std::vector<std::string> notes;
+    for (const auto& [option, other] : companions) {
+        if (isGiven(option) && !isGiven(other)) {
+            notes.push_back(std::string(option) + " goes with " + other + ", which is not given.");
+        }
+    }
+    const auto noteBeyond = [&](const char* option, std::uint32_t first) {
+        if (first > frames) {
+            notes.push_back(std::string(option) + " begins with frame " + std::to_string(first) +
+                            ", after the last one, which is " + std::to_string(frames) + ".");
+        }
+    };
+    noteBeyond("-screenshots", options.screenshots.drawFrame != 0 ? options.screenshots.drawFrame
+                                                                  : options.screenshots.frames.FirstAfter(0));
+    if (args.FindValue("-measureframes")) {
+        noteBeyond("-measureframes", options.measuredFrames.first);
+    }
+    if (const std::string* const frame = args.FindValue("-pauseframe")) {
+        noteBeyond("-pauseframe", static_cast<std::uint32_t>(*WholeNumber(*frame)));
+    }
+    return notes;
+}
+
+} // namespace Host

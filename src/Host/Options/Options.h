@@ -1,0 +1,58 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "Host/Failure.h"
+#include "Host/Options/ScreenshotChoice.h"
+#include "Host/Results/Measurements.h"
+#include "Host/Timing/Pace.h"
+#include "Interfaces/Util.h"
+
+namespace Host {
+
+/// What the command line asks for. The engine's own settings are in `args`, for PlaybackEnvironment::LoadSettings.
+struct Options {
+    Util::ParseArgs::CmdLineArgs args;
+    std::string captureFile;
+    /// Folder of the driver's libraries; empty for the system's.
+    std::string driverDirectory;
+    /// Start of the names of the reports of -stats: the capture's, in the folder of -statsdir when that is given.
+    std::string statisticsFile;
+    bool headless = false;
+    bool verify = false;
+    /// Only tell what the driver lacks.
+    bool check = false;
+    bool quiet = false;
+    bool timeCalls = false;
+    /// File for the results as JSON, "-" for standard output; empty for none.
+    std::string jsonFile;
+    FrameRange measuredFrames;
+    Pace pace;
+    std::optional<std::chrono::duration<double>> timeLimit;
+    /// At most so many frames are under way in the driver; see FrameTimer.
+    unsigned int framesInFlight = 2;
+    /// In the place of the captured ones.
+    std::optional<int> swapInterval;
+    /// A list of frames is not in `args`, since the engine's settings cannot hold it.
+    ScreenshotChoice screenshots;
+    /// All of the command line, for the results.
+    std::vector<std::string> arguments;
+};
+
+/// What the command line gets instead of a replay: help, the version, or what is wrong with it.
+struct Answer {
+    ExitStatus status;
+    std::string text;
+};
+
+/// Parses the arguments of main. Values that the engine would take for something else are refused here.
+std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv);
+
+/// What has no effect on a capture of so many frames, a sentence each.
+std::vector<std::string> WithoutEffect(const Options& options, std::uint32_t frames);
+
+} // namespace Host

@@ -1,0 +1,124 @@
+// The part of EGLPlaybackAdapter that makes contexts and makes them current.
+#include "Playback/Calls/EGLPlaybackAdapter.h"
+
+#include "Playback/Calls/LiveCall.h"
+#include "Playback/Surfaces/EGLProxySurface.h"
+#include "Playback/Surfaces/EGLProxySurfaceFactory.h"
+#include "Playback/Windows/Window.h"
+#include "Playback/Windows/WindowManager.h"
+
+namespace Playback {
+
+EGLContext EGLPlaybackAdapter::CreateContext(EGLDisplay display, EGLConfig config, EGLContext shareContext,
+                                             const EGLint* attribs)
+{
+    if (!m_surfaceFactory) {
+        return EGL_NO_CONTEXT;
+    }
+    // Longer than any list in use, so that it is allocated once.
+    constexpr std::size_t UsualEntries = 64;
+    constexpr EGLint LowestVersion = 2;
+    std::vector<EGLint> list;
+    list.reserve(UsualEntries);
+    bool hasVersion = false;
+    bool promoted = false;
+    for (; attribs && attribs[0] != EGL_NONE; attribs += 2) {
+        EGLint value = attribs[1];
+        if (attribs[0] == EGL_CONTEXT_CLIENT_VERSION) {
+            hasVersion = true;
+            if (value == 1) {
+                value = LowestVersion;
+                promoted = true;
+            }
+        }
+        list.insert(list.end(), {attribs[0], value});
+    }
+    if (!hasVersion) {
+        list.insert(list.end(), {EGL_CONTEXT_CLIENT_VERSION, LowestVersion});
+        promoted = true;
+    }
+    list.push_back(EGL_NONE);
+    if (promoted) {
+        Core::Log::Print(Core::LogNotice, Core::ZoneGeneral, __LINE__, SourceFile, true,
+                         "Promoting OpenGL ES 1.1 context to 2.0");
+    }
+    return m_surfaceFactory->CreateContext(display, config, shareContext, list.data());
+}
+
+void EGLPlaybackAdapter::Process_eglCreateContext(std::uint32_t captured, std::uint32_t dpy, std::uint32_t config,
+                                                  std::uint32_t share_context, Data::PointerData* attrib_list)
+{
+    Trace("eglCreateContext", __LINE__);
+    if (!LiveEGL.eglCreateContext) {
+        return;
+    }
+    const EGLDisplay display = GetDisplay(dpy);
+    const EGLConfig liveConfig = GetConfig(dpy, config);
+    const EGLContext liveShare = m_resourceTable->GetValueEGLContext(share_context);
+    const EGLContext context = CreateContext(display, liveConfig, liveShare, attrib_list->As<EGLint>());
+    CheckErrorState("eglCreateContext");
+    if (captured != 0) {
+        // A context that the capture did not get has no group: "no context" must not join one.
+        m_resourceTable->SetSharedContextAssociation(captured, share_context);
+    }
+    m_resourceTable->AddIdEGLContext(captured, context);
+}
+
+void EGLPlaybackAdapter::Process_eglDestroyContext(std::int32_t /*captured*/, std::uint32_t dpy, std::uint32_t ctx)
+{
+    Trace("eglDestroyContext", __LINE__);
+    if (!LiveEGL.eglDestroyContext) {
+        return;
+    }
+    const EGLDisplay display = GetDisplay(dpy);
+    LiveEGL.eglDestroyContext(display, m_resourceTable->GetValueEGLContext(ctx));
+    CheckErrorState("eglDestroyContext");
+    m_resourceTable->RemoveIdEGLContext(ctx);
+    m_resourceTable->RemoveContextInfo(ctx);
+    m_resourceTable->RemoveSharedContextAssociation(ctx);
+}
+
+/// Without a live draw surface nothing is made current: the context that was stays so, also where the capture
+/// released it.
+void EGLPlaybackAdapter::Process_eglMakeCurrent(std::int32_t /*captured*/, std::uint32_t dpy, std::uint32_t draw,
+                                                std::uint32_t read, std::uint32_t ctx)
+{
+    Trace("eglMakeCurrent", __LINE__);
+    if (!LiveEGL.eglMakeCurrent) {
+        return;
+    }
+    const EGLDisplay display = GetDisplay(dpy);
+    auto* drawSurface = m_resourceTable->GetValueEGLSurface(draw);
+    const auto* readSurface = m_resourceTable->GetValueEGLSurface(read);
+    const EGLContext context = m_resourceTable->GetValueEGLContext(ctx);
+    PreMakeCurrent(ctx, draw);
+    if (drawSurface) {
+        drawSurface->MakeCurrent(display, readSurface, context);
+        CheckErrorState("eglMakeCurrent");
+    }
+    PostMakeCurrent(dpy, draw, read, ctx);
+}
+
+bool EGLPlaybackAdapter::PreMakeCurrent(std::uint32_t capturedContext, std::uint32_t capturedDraw)
+{
+    const bool contextChanged = capturedContext != m_lastContext;
+    m_lastContext = capturedContext;
+    if (auto* window = WindowOf(capturedDraw, m_resourceTable->GetValueEGLSurface(capturedDraw))) {
+        window->ProcessResizeRequest(contextChanged);
+    }
+    return contextChanged;
+}
+
+void EGLPlaybackAdapter::PostMakeCurrent(std::uint32_t capturedDisplay, std::uint32_t capturedDraw,
+                                         std::uint32_t capturedRead, std::uint32_t capturedContext)
+{
+    if (capturedContext != 0 && !Core::KHRLayer::IsGLESExtLoaded()) {
+        Core::KHRLayer::LoadGLESExt();
+    }
+    if (m_windowManager) {
+        m_windowManager->ActivateWindow(capturedDraw);
+    }
+    m_resourceTable->SetCurrentContext(capturedDisplay, capturedDraw, capturedRead, capturedContext);
+}
+
+} // namespace Playback

@@ -1,0 +1,284 @@
+#include "Playback/Images/EGLTextureImage.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+#include <EGL/egl.h>
+#include <EGL/eglext.h>
+#include <GLES3/gl3.h>
+
+#include "Interfaces/Core.h"
+
+namespace Playback {
+
+/// How the pixels of a captured format get into a texture.
+struct EGLTextureImage::Format {
+    /// The captured format code.
+    std::uint32_t code;
+    GLint internalFormat;
+    GLenum type;
+    std::uint32_t pixelBytes;
+    /// Blue comes first.
+    bool isBGR;
+    /// The fourth byte of a pixel is no alpha: it counts as 255.
+    bool isOpaque;
+    /// The internal format needs OpenGL ES 3.0.
+    bool isES3;
+};
+
+namespace {
+
+constexpr EGLTextureImage::Format Formats[] = {
+    {0, GL_RGBA, GL_UNSIGNED_BYTE, 4, false, false, false},
+    {10, GL_RGBA16F, GL_HALF_FLOAT, 8, false, false, true},
+    {24, GL_RGB10_A2, GL_UNSIGNED_INT_2_10_10_10_REV, 4, false, false, true},
+    {28, GL_RGBA, GL_UNSIGNED_BYTE, 4, false, false, false},
+    {29, GL_SRGB8_ALPHA8, GL_UNSIGNED_BYTE, 4, false, false, true},
+    {87, GL_RGBA, GL_UNSIGNED_BYTE, 4, true, false, false},
+    {88, GL_RGBA, GL_UNSIGNED_BYTE, 4, true, true, false},
+    {507, GL_RGBA, GL_UNSIGNED_BYTE, 4, false, true, false},
+};
+
+// The live tables, not those of the replay: what -skipapi takes out of the replay is needed here all the same.
+const Core::GLESProcTable& GL()
+{
+    return Core::KHRLayer::GLESProc();
+}
+
+const Core::EGLProcTable& EGL()
+{
+    return Core::KHRLayer::EGLProc();
+}
+
+/// `list` is null or has names with blanks between them.
+bool HasExtension(const char* list, std::string_view name)
+{
+    std::string_view rest = list ? list : "";
+    while (!rest.empty()) {
+        const std::size_t end = std::min(rest.find(' '), rest.size());
+        if (rest.substr(0, end) == name) {
+            return true;
+        }
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+    return false;
+}
+
+bool HasFunctions()
+{
+    const auto& egl = EGL();
+    const auto& gl = GL();
+    return egl.eglQueryString && egl.eglGetCurrentContext && egl.eglGetCurrentDisplay && egl.eglGetCurrentSurface &&
+           egl.eglMakeCurrent && Core::KHRLayer::EGLExtProc().eglCreateImageKHR &&
+           Core::KHRLayer::GLESExtProc().glEGLImageTargetTexture2DOES && gl.glGetString && gl.glGetIntegerv &&
+           gl.glGenTextures && gl.glBindTexture && gl.glTexParameteri && gl.glTexImage2D && gl.glTexSubImage2D &&
+           gl.glDeleteTextures && gl.glPixelStorei && gl.glBindBuffer;
+}
+
+GLint Get(GLenum name)
+{
+    GLint value = 0;
+    GL().glGetIntegerv(name, &value);
+    return value;
+}
+
+bool IsES3()
+{
+    int major = 0;
+    const GLubyte* version = GL().glGetString(GL_VERSION);
+    return version && std::sscanf(reinterpret_cast<const char*>(version), "OpenGL ES %d", &major) == 1 && major >= 3;
+}
+
+bool HasGLExtension(std::string_view name)
+{
+    return HasExtension(reinterpret_cast<const char*>(GL().glGetString(GL_EXTENSIONS)), name);
+}
+
+/// A context of the display, current while the object lives.
+class CurrentContext {
+public:
+    CurrentContext(EGLDisplay display, EGLContext spare)
+        : m_oldDisplay(EGL().eglGetCurrentDisplay()), m_oldContext(EGL().eglGetCurrentContext())
+    {
+        if (m_oldContext && m_oldDisplay == display) {
+            m_context = m_oldContext;
+            return;
+        }
+        m_draw = EGL().eglGetCurrentSurface(EGL_DRAW);
+        m_read = EGL().eglGetCurrentSurface(EGL_READ);
+        if (spare && EGL().eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, spare)) {
+            m_display = display;
+            m_context = spare;
+        }
+    }
+    ~CurrentContext()
+    {
+        if (m_display) {
+            EGL().eglMakeCurrent(m_oldContext ? m_oldDisplay : m_display, m_draw, m_read, m_oldContext);
+        }
+    }
+    CurrentContext(const CurrentContext&) = delete;
+    CurrentContext& operator=(const CurrentContext&) = delete;
+
+    /// Null when there is none.
+    [[nodiscard]] EGLContext Get() const { return m_context; }
+
+private:
+    EGLDisplay m_oldDisplay;
+    EGLContext m_oldContext;
+    EGLSurface m_draw = EGL_NO_SURFACE;
+    EGLSurface m_read = EGL_NO_SURFACE;
+    /// Null while nothing was changed.
+    EGLDisplay m_display = EGL_NO_DISPLAY;
+    EGLContext m_context = EGL_NO_CONTEXT;
+};
+
+/// A texture of its own, bound while the object lives.
+class BoundTexture {
+public:
+    BoundTexture() : m_bound(static_cast<GLuint>(Get(GL_TEXTURE_BINDING_2D)))
+    {
+        GL().glGenTextures(1, &m_texture);
+        GL().glBindTexture(GL_TEXTURE_2D, m_texture);
+    }
+    ~BoundTexture()
+    {
+        GL().glBindTexture(GL_TEXTURE_2D, m_bound);
+        GL().glDeleteTextures(1, &m_texture);
+    }
+    BoundTexture(const BoundTexture&) = delete;
+    BoundTexture& operator=(const BoundTexture&) = delete;
+
+    [[nodiscard]] GLuint Name() const { return m_texture; }
+
+private:
+    GLuint m_bound;
+    GLuint m_texture = 0;
+};
+
+/// Uploads read packed rows from memory while the object lives.
+class PackedUploads {
+public:
+    PackedUploads()
+    {
+        const bool isES3 = IsES3();
+        Set(GL_UNPACK_ALIGNMENT, 1);
+        if (isES3 || HasGLExtension("GL_EXT_unpack_subimage")) {
+            Set(GL_UNPACK_ROW_LENGTH, 0);
+            Set(GL_UNPACK_SKIP_ROWS, 0);
+            Set(GL_UNPACK_SKIP_PIXELS, 0);
+        }
+        m_hasBuffer = isES3 || HasGLExtension("GL_NV_pixel_buffer_object");
+        if (m_hasBuffer) {
+            m_buffer = static_cast<GLuint>(Get(GL_PIXEL_UNPACK_BUFFER_BINDING));
+            GL().glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
+        }
+    }
+    ~PackedUploads()
+    {
+        for (const Saved& parameter : m_saved) {
+            GL().glPixelStorei(parameter.name, parameter.value);
+        }
+        if (m_hasBuffer) {
+            GL().glBindBuffer(GL_PIXEL_UNPACK_BUFFER, m_buffer);
+        }
+    }
+    PackedUploads(const PackedUploads&) = delete;
+    PackedUploads& operator=(const PackedUploads&) = delete;
+
+private:
+    struct Saved {
+        GLenum name;
+        GLint value;
+    };
+
+    void Set(GLenum name, GLint value)
+    {
+        m_saved.push_back({name, Get(name)});
+        GL().glPixelStorei(name, value);
+    }
+
+    std::vector<Saved> m_saved;
+    bool m_hasBuffer = false;
+    GLuint m_buffer = 0;
+};
+
+/// The rows of a plane without what lies between them, in the order of channels that GL takes.
+std::vector<std::uint8_t> PackRows(const EGLTextureImage::Format& format, const Data::EGLImageData& data)
+{
+    const Data::EGLImagePlane& plane = data.planes[0];
+    const std::size_t rowBytes = std::size_t{data.width} * format.pixelBytes;
+    std::vector<std::uint8_t> pixels(rowBytes * data.height);
+    for (std::size_t row = 0; row < data.height; ++row) {
+        std::memcpy(pixels.data() + row * rowBytes, plane.data + row * plane.stride, rowBytes);
+    }
+    for (std::size_t at = 0; (format.isBGR || format.isOpaque) && at < pixels.size(); at += format.pixelBytes) {
+        if (format.isBGR) {
+            std::swap(pixels[at], pixels[at + 2]);
+        }
+        if (format.isOpaque) {
+            pixels[at + 3] = 0xFF;
+        }
+    }
+    return pixels;
+}
+
+} // namespace
+
+std::unique_ptr<EGLTextureImage> EGLTextureImage::Create(void* display, void* spare, const Data::EGLImageData& data)
+{
+    const auto* format = std::find_if(std::begin(Formats), std::end(Formats),
+                                      [&](const Format& candidate) { return candidate.code == data.format; });
+    if (!display || format == std::end(Formats) || !HasFunctions() ||
+        !HasExtension(EGL().eglQueryString(display, EGL_EXTENSIONS), "EGL_KHR_gl_texture_2D_image")) {
+        return nullptr;
+    }
+    const CurrentContext context(display, spare);
+    if (!context.Get() || (format->isES3 && !IsES3())) {
+        return nullptr;
+    }
+    // An upload of this size cannot fail, so that nothing asks for errors, which could be those of a captured call.
+    const auto largest = static_cast<std::uint32_t>(Get(GL_MAX_TEXTURE_SIZE));
+    if (data.width == 0 || data.height == 0 || data.width > largest || data.height > largest) {
+        return nullptr;
+    }
+    const BoundTexture texture;
+    // One level makes the texture complete.
+    GL().glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    const PackedUploads uploads;
+    GL().glTexImage2D(GL_TEXTURE_2D, 0, format->internalFormat, static_cast<GLsizei>(data.width),
+                      static_cast<GLsizei>(data.height), 0, GL_RGBA, format->type, nullptr);
+    const EGLint attribs[] = {EGL_GL_TEXTURE_LEVEL_KHR, 0, EGL_NONE};
+    const std::uintptr_t source = texture.Name();
+    void* image = Core::KHRLayer::EGLExtProc().eglCreateImageKHR(display, context.Get(), EGL_GL_TEXTURE_2D_KHR,
+                                                                 reinterpret_cast<EGLClientBuffer>(source), attribs);
+    return image ? std::unique_ptr<EGLTextureImage>(new EGLTextureImage(display, image, *format, data)) : nullptr;
+}
+
+bool EGLTextureImage::SetContents(void* spare, const Data::EGLImageData& data) const
+{
+    if (data.width != m_width || data.height != m_height || data.format != m_format.code || data.planeCount == 0 ||
+        !data.planes || !data.planes[0].data) {
+        return false;
+    }
+    const std::uint64_t rowBytes = std::uint64_t{m_width} * m_format.pixelBytes;
+    const Data::EGLImagePlane& plane = data.planes[0];
+    if (plane.stride < rowBytes || plane.size < std::uint64_t{plane.stride} * (m_height - 1) + rowBytes) {
+        return false;
+    }
+    const CurrentContext context(m_display, spare);
+    if (!context.Get()) {
+        return false;
+    }
+    const BoundTexture texture;
+    Core::KHRLayer::GLESExtProc().glEGLImageTargetTexture2DOES(GL_TEXTURE_2D, m_image);
+    const PackedUploads uploads;
+    GL().glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, static_cast<GLsizei>(m_width), static_cast<GLsizei>(m_height), GL_RGBA,
+                         m_format.type, PackRows(m_format, data).data());
+    return true;
+}
+
+} // namespace Playback

@@ -1,0 +1,51 @@
+#include "Recorder/Calls/CallRecord.h"
+
+#include "Data/Records/CallTable.h"
+#include "Recorder/Symbols/Unrecorded.h"
+
+namespace Recorder {
+namespace {
+
+constexpr std::uint64_t slotBytes = 8;
+
+} // namespace
+
+std::uint64_t StringsBytes(const char* const* strings, std::int64_t count, const std::int32_t* lengths)
+{
+    std::uint64_t bytes = ArrayBytes(strings, count, slotBytes);
+    for (std::uint64_t i = 0, slots = bytes / slotBytes; i < slots; ++i) {
+        bytes += StringLength(strings[i], lengths, static_cast<std::int64_t>(i)) + 1;
+    }
+    return bytes;
+}
+
+void CallRecord::Drop(Data::CallId id) const noexcept
+{
+    --capture.calls;
+    capture.eglCalls -= IsEGL(id) ? 1 : 0;
+    if (!m_capturing->Failed()) {
+        CountUnrecorded(Data::callTable[static_cast<std::size_t>(id)].name);
+    }
+}
+
+void CallRecord::Strings(std::uint32_t at, const char* const* strings, std::int64_t count, const std::int32_t* lengths,
+                         std::uint64_t bytes)
+{
+    if (strings == nullptr) {
+        return;
+    }
+    // Each slot holds the place of its string, counted from the first slot. A missing string is written as an empty
+    // one.
+    std::uint8_t* const slots = Place(at, strings, bytes);
+    std::uint64_t text = ArrayBytes(strings, count, slotBytes);
+    for (std::uint64_t i = 0, end = text / slotBytes; i < end; ++i) {
+        const std::uint64_t length = StringLength(strings[i], lengths, static_cast<std::int64_t>(i));
+        std::memcpy(slots + i * slotBytes, &text, sizeof text);
+        if (length > 0) {
+            std::memcpy(slots + text, strings[i], length);
+        }
+        text += length + 1;
+    }
+}
+
+} // namespace Recorder

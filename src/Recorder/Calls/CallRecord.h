@@ -1,0 +1,165 @@
+// Building the record of one call in place in the capture.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+#include "Data/CallIds.h"
+#include "Data/Capture/Format.h"
+#include "Recorder/Capture.h"
+#include "Recorder/Identifiers.h"
+
+namespace Recorder {
+
+/// An argument as a number of the size in which sizes are computed.
+template <class T> constexpr std::int64_t Wide(T value)
+{
+    return static_cast<std::int64_t>(value);
+}
+
+/// Arguments that claim to be longer are mistakes of the program's, which the driver refuses.
+inline constexpr std::int64_t maxArgumentBytes = Data::maxChunkBytes;
+
+/// Bytes of `count` elements behind `array`; 0 for null and for counts that make no sense.
+inline std::uint64_t ArrayBytes(const void* array, std::int64_t count, std::int64_t elementBytes)
+{
+    return array == nullptr || count <= 0 || count > maxArgumentBytes / elementBytes
+               ? 0
+               : static_cast<std::uint64_t>(count * elementBytes);
+}
+
+/// A string with its terminator.
+inline std::uint64_t TextBytes(const void* text)
+{
+    return text == nullptr ? 0 : std::strlen(static_cast<const char*>(text)) + 1;
+}
+
+/// A string of `length` characters; a negative length says that it ends at its terminator, which is then included.
+inline std::uint64_t TextBytes(const void* text, std::int64_t length)
+{
+    return length < 0 ? TextBytes(text) : ArrayBytes(text, length, 1);
+}
+
+/// What the driver wrote into room for `size` characters.
+inline std::uint64_t OutTextBytes(const char* text, std::int64_t size)
+{
+    const std::uint64_t room = ArrayBytes(text, size, 1);
+    return room == 0 ? 0 : std::min<std::uint64_t>(strnlen(text, room) + 1, room);
+}
+
+/// A list of (attribute, value) pairs with the value that closes it: EGL_NONE, or GL_NONE in calls of OpenGL ES.
+template <class Attrib> std::uint64_t AttribBytes(const Attrib* attribs, Attrib end = 0x3038)
+{
+    std::uint64_t count = 0;
+    while (attribs != nullptr && attribs[count] != end) {
+        count += 2;
+    }
+    return attribs == nullptr ? 0 : (count + 1) * sizeof(Attrib);
+}
+
+/// Configs that a call wrote into room for `size` of them.
+inline std::int64_t WrittenConfigs(std::int64_t size, const std::int32_t* count)
+{
+    return count != nullptr ? std::min<std::int64_t>(size, *count) : 0;
+}
+
+/// Length without terminator of string `i` of an array of strings; `lengths` may be null or hold negative numbers.
+inline std::uint64_t StringLength(const char* text, const std::int32_t* lengths, std::int64_t i)
+{
+    if (text == nullptr) {
+        return 0;
+    }
+    return lengths != nullptr && lengths[i] >= 0 ? static_cast<std::uint64_t>(lengths[i]) : std::strlen(text);
+}
+
+/// Bytes that an array of strings takes in a record.
+std::uint64_t StringsBytes(const char* const* strings, std::int64_t count, const std::int32_t* lengths);
+
+/// EGL comes behind OpenGL ES in the numbers of the calls.
+constexpr bool IsEGL(Data::CallId id)
+{
+    return id >= Data::CallId::eglGetError;
+}
+static_assert(!IsEGL(Data::CallId::glActiveTexture) && !IsEGL(Data::CallId::glPatchParameterfv) &&
+              IsEGL(Data::CallId::eglCreateImageKHRv1));
+
+/// The record of one call, in a capture that is going on. Contents of pointer arguments lie behind the values in the
+/// order in which they are added. False: the record is too large, or nothing can be written any more.
+class CallRecord {
+public:
+    CallRecord(const Capturing& capturing, Data::CallId id, std::uint32_t fixedBytes, std::uint64_t bytes)
+        : m_capturing(capturing), m_contents(fixedBytes)
+    {
+        ++capture.calls;
+        capture.eglCalls += IsEGL(id) ? 1 : 0;
+        m_at = capturing->Begin(static_cast<std::uint32_t>(id), bytes);
+        if (m_at == nullptr) [[unlikely]] {
+            Drop(id);
+        }
+    }
+    ~CallRecord()
+    {
+        if (m_at != nullptr) {
+            m_capturing->End();
+        }
+    }
+    CallRecord(const CallRecord&) = delete;
+    CallRecord& operator=(const CallRecord&) = delete;
+
+    explicit operator bool() const { return m_at != nullptr; }
+
+    template <class T> void Put(std::uint32_t at, T value) { std::memcpy(m_at + at, &value, sizeof value); }
+
+    /// A pointer without contents: an offset into a buffer, or a value that nobody reads through.
+    void Pointer(std::uint32_t at, const void* value)
+    {
+        Put(at, Data::PointerSlot{reinterpret_cast<std::uintptr_t>(value), 0, 0});
+    }
+
+    /// A pointer and the `bytes` bytes behind it. Contents may be empty; null has none.
+    void Contents(std::uint32_t at, const void* data, std::uint64_t bytes)
+    {
+        if (data == nullptr) {
+            return;
+        }
+        std::uint8_t* const to = Place(at, data, bytes);
+        std::memcpy(to, data, bytes);
+    }
+
+    /// An array of handles: their numbers, 8 bytes each.
+    template <class Handle> void Handles(std::uint32_t at, Identifier kind, const Handle* handles, std::uint64_t bytes)
+    {
+        if (handles == nullptr) {
+            return;
+        }
+        std::uint8_t* const to = Place(at, handles, bytes);
+        for (std::uint64_t i = 0; i < bytes / sizeof *handles; ++i) {
+            const std::uint64_t number = Identify(kind, handles[i]);
+            std::memcpy(to + i * sizeof number, &number, sizeof number);
+        }
+    }
+
+    /// An array of strings, sized by StringsBytes.
+    void Strings(std::uint32_t at, const char* const* strings, std::int64_t count, const std::int32_t* lengths,
+                 std::uint64_t bytes);
+
+private:
+    std::uint8_t* Place(std::uint32_t at, const void* value, std::uint64_t bytes)
+    {
+        Put(at, Data::PointerSlot{reinterpret_cast<std::uintptr_t>(value), static_cast<std::uint32_t>(bytes),
+                                  static_cast<std::uint32_t>(m_contents)});
+        std::uint8_t* const to = m_at + m_contents;
+        m_contents += Data::RoundUp8(bytes);
+        return to;
+    }
+
+    /// Counts the call as one that could not be recorded.
+    void Drop(Data::CallId id) const noexcept;
+
+    const Capturing& m_capturing;
+    std::uint8_t* m_at = nullptr;
+    std::uint64_t m_contents;
+};
+
+} // namespace Recorder

@@ -1,0 +1,108 @@
+// The egl functions that programs are handed. Most are made from the description. Here are those that answer something
+// else than the driver does, and those whose record is the record of another call.
+
+#include "Recorder/AttribLists.h"
+#include "Recorder/Memory/WatchedBuffers.h"
+#include "Recorder/Platform.h"
+#include "Recorder/RecordCalls.h"
+#include "Recorder/Symbols/Export.h"
+#include "Recorder/Symbols/Extensions.h"
+#include "Recorder/Symbols/LiveFunctions.h"
+#include "Recorder/Symbols/Unrecorded.h"
+#include "Recorder/Thread.h"
+
+#include "Recorder/EGLEntryPoints.inc"
+
+namespace Recorder {
+namespace {
+
+/// Images of GL objects are made again by a replay; what other images show is known to the window system alone.
+void CountUnrecordedImage(EGLenum target)
+{
+    switch (target) {
+    case EGL_GL_TEXTURE_2D_KHR:
+    case EGL_GL_TEXTURE_3D_KHR:
+    case EGL_GL_RENDERBUFFER_KHR:
+        return;
+    default:
+        if (target < EGL_GL_TEXTURE_CUBE_MAP_POSITIVE_X_KHR || target > EGL_GL_TEXTURE_CUBE_MAP_NEGATIVE_Z_KHR) {
+            CountUnrecorded("contents of an EGLImage that is not of a GL object");
+        }
+    }
+}
+
+} // namespace
+} // namespace Recorder
+
+RECORDER_EXPORT const char* eglQueryString(EGLDisplay dpy, EGLint name)
+{
+    using namespace Recorder;
+    const auto live = Live<const char* (*)(EGLDisplay, EGLint)>(Entry::eglQueryString);
+    const EGLCall call;
+    const char* result = live(dpy, name);
+    if (call) {
+        result = name == EGL_EXTENSIONS ? WithoutHiddenExtensions(result) : result;
+        Record::eglQueryString(Capturing(), result, dpy, name);
+    }
+    return result;
+}
+
+RECORDER_EXPORT EGLDisplay eglGetPlatformDisplayEXT(EGLenum platform, void* native, const EGLint* attribs)
+{
+    using namespace Recorder;
+    const auto live = Live<EGLDisplay (*)(EGLenum, void*, const EGLint*)>(Entry::eglGetPlatformDisplayEXT);
+    const EGLCall call;
+    const EGLDisplay result = live(platform, native, attribs);
+    if (call) {
+        Guarded([&] {
+            const AttribList<EGLAttrib> list(attribs);
+            Record::eglGetPlatformDisplay(Capturing(), result, platform, native, list.Get());
+        });
+    }
+    return result;
+}
+
+RECORDER_EXPORT EGLImageKHR eglCreateImageKHR(EGLDisplay dpy, EGLContext ctx, EGLenum target, EGLClientBuffer buffer,
+                                              const EGLint* attribs)
+{
+    using namespace Recorder;
+    const auto live = Live<EGLImageKHR (*)(EGLDisplay, EGLContext, EGLenum, EGLClientBuffer, const EGLint*)>(
+        Entry::eglCreateImageKHR);
+    const EGLCall call;
+    const EGLImageKHR result = live(dpy, ctx, target, buffer, attribs);
+    if (call) {
+        CountUnrecordedImage(target);
+        Record::eglCreateImageKHR(Capturing(), result, dpy, ctx, target, buffer, attribs);
+    }
+    return result;
+}
+
+RECORDER_EXPORT EGLImageKHR eglCreateImage(EGLDisplay dpy, EGLContext ctx, EGLenum target, EGLClientBuffer buffer,
+                                           const EGLAttrib* attribs)
+{
+    using namespace Recorder;
+    const auto live = Live<EGLImageKHR (*)(EGLDisplay, EGLContext, EGLenum, EGLClientBuffer, const EGLAttrib*)>(
+        Entry::eglCreateImage);
+    const EGLCall call;
+    const EGLImageKHR result = live(dpy, ctx, target, buffer, attribs);
+    if (call) {
+        Guarded([&] {
+            CountUnrecordedImage(target);
+            const AttribList<EGLint> list(attribs);
+            Record::eglCreateImageKHR(Capturing(), result, dpy, ctx, target, buffer, list.Get());
+        });
+    }
+    return result;
+}
+
+RECORDER_EXPORT EGLBoolean eglWaitSync(EGLDisplay dpy, EGLSync sync, EGLint flags)
+{
+    using namespace Recorder;
+    const auto live = Live<EGLBoolean (*)(EGLDisplay, EGLSync, EGLint)>(Entry::eglWaitSync);
+    const EGLCall call;
+    const EGLBoolean result = live(dpy, sync, flags);
+    if (call) {
+        Record::eglWaitSyncKHR(Capturing(), static_cast<EGLint>(result), dpy, sync, flags);
+    }
+    return result;
+}

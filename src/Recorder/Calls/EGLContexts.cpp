@@ -1,0 +1,191 @@
+// Contexts: which thread's gl calls are recorded, and for which context.
+
+#include <atomic>
+#include <string>
+
+#include "Recorder/EGLObjects.h"
+#include "Recorder/RecordCalls.h"
+#include "Recorder/Report.h"
+#include "Recorder/Symbols/Export.h"
+#include "Recorder/Symbols/LiveFunctions.h"
+#include "Recorder/Symbols/Unrecorded.h"
+
+namespace Recorder {
+namespace {
+
+/// Side of the surface that stands for a missing one, in pixels. Nothing is drawn to it.
+constexpr EGLint placeholderSize = 16;
+
+/// A config of the display that off-screen surfaces can have, else any.
+EGLConfig AnyConfig(EGLDisplay display)
+{
+    using ChooseConfig = EGLBoolean (*)(EGLDisplay, const EGLint*, EGLConfig*, EGLint, EGLint*);
+    const EGLint offScreen[] = {EGL_SURFACE_TYPE, EGL_PBUFFER_BIT, EGL_RENDERABLE_TYPE, EGL_OPENGL_ES2_BIT, EGL_NONE};
+    const EGLint any[] = {EGL_SURFACE_TYPE, EGL_DONT_CARE, EGL_RENDERABLE_TYPE, EGL_OPENGL_ES2_BIT, EGL_NONE};
+    EGLConfig config = EGL_NO_CONFIG_KHR;
+    EGLint count = 0;
+    const auto choose = Live<ChooseConfig>(Entry::eglChooseConfig);
+    if (choose(display, offScreen, &config, 1, &count) != EGL_TRUE || count == 0) {
+        choose(display, any, &config, 1, &count);
+    }
+    return config;
+}
+
+/// What a replay makes current where the program made a context current without surfaces: replays need one. It has the
+/// context's config, as contexts and surfaces have to match.
+EGLSurface Placeholder(EGLDisplay display, const ContextEntry& entry)
+{
+    const EGLSurface surface = entry.context->Placeholder();
+    if (entry.context->TakePlaceholderCreation()) {
+        const EGLConfig config = entry.config != EGL_NO_CONFIG_KHR ? entry.config : AnyConfig(display);
+        DescribeConfig(display, config);
+        const EGLint attribs[] = {EGL_WIDTH, placeholderSize, EGL_HEIGHT, placeholderSize, EGL_NONE};
+        Record::eglCreatePbufferSurface(Capturing(), surface, display, config, attribs);
+    }
+    return surface;
+}
+
+std::string TextOf(const void* text)
+{
+    return text != nullptr ? static_cast<const char*>(text) : "";
+}
+
+/// What the file's header says of the driver is known as soon as the first context is current.
+void DescribeDriver(EGLDisplay display)
+{
+    const auto eglString = Live<const char* (*)(EGLDisplay, EGLint)>(Entry::eglQueryString);
+    const auto glString = Live<const GLubyte* (*)(GLenum)>(Entry::glGetString);
+    const std::string eglVendor = TextOf(eglString(display, EGL_VENDOR));
+    const std::string eglVersion = TextOf(eglString(display, EGL_VERSION));
+    const std::string glVendor = TextOf(glString(GL_VENDOR));
+    const std::string glRenderer = TextOf(glString(GL_RENDERER));
+    const std::string glVersion = TextOf(glString(GL_VERSION));
+    const Capturing capturing;
+    if (capturing) {
+        capture.header.eglVendor = eglVendor;
+        capture.header.eglVersion = eglVersion;
+        capture.header.glVendor = glVendor;
+        capture.header.glRenderer = glRenderer;
+        capture.header.glVersion = glVersion;
+        capturing->UpdateHeader(capture.header);
+    }
+}
+
+/// And the size of the picture, as soon as the first surface is.
+void DescribePicture(EGLDisplay display, EGLSurface surface)
+{
+    const SurfaceSize size = QuerySize(display, surface);
+    const Capturing capturing;
+    if (capturing) {
+        capture.header.surfaceWidth = size.width;
+        capture.header.surfaceHeight = size.height;
+        capturing->UpdateHeader(capture.header);
+    }
+}
+
+void CompleteHeader(const CurrentObjects& objects)
+{
+    static std::atomic_flag driverKnown;
+    static std::atomic_flag pictureKnown;
+    if (!driverKnown.test_and_set()) {
+        DescribeDriver(objects.display);
+    }
+    if (objects.draw != EGL_NO_SURFACE && !pictureKnown.test_and_set()) {
+        DescribePicture(objects.display, objects.draw);
+    }
+}
+
+/// Behind a make-current that succeeded.
+void RecordMakeCurrent(const CurrentObjects& objects)
+{
+    const ContextEntry entry = FindContext(objects.context);
+    CurrentObjects written = objects;
+    if (entry.context == nullptr) {
+        // A context that is not recorded is none to a replay.
+        written.draw = written.read = EGL_NO_SURFACE;
+        written.context = EGL_NO_CONTEXT;
+    } else if (objects.draw == EGL_NO_SURFACE) {
+        written.draw = written.read = Placeholder(objects.display, entry);
+    }
+    if (entry.context != nullptr) {
+        // Ahead of the call: a window that was resized before it is made current has its new size from there on.
+        CheckWindowSize(objects.display, objects.draw);
+    }
+    Record::eglMakeCurrent(Capturing(), EGL_TRUE, written.display, written.draw, written.read, written.context);
+    current = written;
+    SetThreadContext(entry.context);
+    if (entry.context != nullptr) {
+        CompleteHeader(objects);
+    }
+}
+
+} // namespace
+} // namespace Recorder
+
+RECORDER_EXPORT EGLContext eglCreateContext(EGLDisplay dpy, EGLConfig config, EGLContext share, const EGLint* attribs)
+{
+    using namespace Recorder;
+    const auto live = Live<EGLContext (*)(EGLDisplay, EGLConfig, EGLContext, const EGLint*)>(Entry::eglCreateContext);
+    const EGLCall call;
+    const bool recorded = call && !UsesDesktopGL();
+    if (recorded) {
+        DescribeConfig(dpy, config);
+        if (config == EGL_NO_CONFIG_KHR) {
+            CountUnrecorded("contexts without a config");
+        }
+    }
+    const EGLContext result = live(dpy, config, share, attribs);
+    if (recorded) {
+        Record::eglCreateContext(Capturing(), result, dpy, config, share, attribs);
+        if (result != EGL_NO_CONTEXT && !AddContext(result, share, config)) {
+            AbandonCapture(Capturing());
+        }
+    } else if (call && result != EGL_NO_CONTEXT) {
+        CountUnrecorded("contexts of desktop OpenGL");
+        ReportLibraries();
+        Report(Finding::desktopContext, "");
+    }
+    return result;
+}
+
+RECORDER_EXPORT EGLBoolean eglDestroyContext(EGLDisplay dpy, EGLContext ctx)
+{
+    using namespace Recorder;
+    const auto live = Live<EGLBoolean (*)(EGLDisplay, EGLContext)>(Entry::eglDestroyContext);
+    const EGLCall call;
+    const EGLBoolean result = live(dpy, ctx);
+    if (call && FindContext(ctx).context != nullptr) {
+        Record::eglDestroyContext(Capturing(), result, dpy, ctx);
+        if (result == EGL_TRUE) {
+            RemoveContext(ctx);
+        }
+    }
+    return result;
+}
+
+RECORDER_EXPORT EGLBoolean eglMakeCurrent(EGLDisplay dpy, EGLSurface draw, EGLSurface read, EGLContext ctx)
+{
+    using namespace Recorder;
+    const auto live = Live<EGLBoolean (*)(EGLDisplay, EGLSurface, EGLSurface, EGLContext)>(Entry::eglMakeCurrent);
+    const EGLCall call;
+    const EGLBoolean result = live(dpy, draw, read, ctx);
+    // One that failed is not recorded: a replay runs on one thread, where it could succeed and change what is current.
+    if (call && result == EGL_TRUE) {
+        Guarded([&] { RecordMakeCurrent({dpy, draw, read, ctx}); });
+    }
+    return result;
+}
+
+RECORDER_EXPORT EGLBoolean eglReleaseThread()
+{
+    using namespace Recorder;
+    const auto live = Live<EGLBoolean (*)()>(Entry::eglReleaseThread);
+    const EGLCall call;
+    const EGLBoolean result = live();
+    if (call && result == EGL_TRUE) {
+        Record::eglReleaseThread(Capturing(), result);
+        current = {};
+        SetThreadContext(nullptr);
+    }
+    return result;
+}

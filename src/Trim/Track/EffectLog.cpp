@@ -1,0 +1,119 @@
+#include "Trim/Track/EffectLog.h"
+
+#include <algorithm>
+
+namespace Trim {
+
+namespace {
+
+using Data::Slot;
+using Data::State;
+using Data::StateSlots;
+
+/// Walks the records backwards with the set of slots whose value has no influence on what comes behind.
+class Selector {
+public:
+    Selector(const EffectLog& log, const StateSlots& slots) : m_log(log), m_slots(slots)
+    {
+        m_selection.isKept.resize(log.Count());
+    }
+
+    Selection Run(std::span<const Slot> restored)
+    {
+        // Which deleting calls are kept shows behind the walk, but what they depend on counts in it: so it is repeated
+        // until it knows all of them beforehand.
+        do {
+            m_unusedSince.assign(m_slots.Count(), 0);
+            m_selection.isCreated.assign(m_slots.OwnerCount(), false);
+            for (const Slot slot : restored)
+                MarkUnused(slot);
+            for (std::size_t record = m_log.Count(); record-- > 0;)
+                Visit(record);
+        } while (FindDeletes());
+        return std::move(m_selection);
+    }
+
+private:
+    void MarkUnused(Slot slot) { m_unusedSince[slot] = m_epoch; }
+    [[nodiscard]] bool IsUsed(Slot slot) const { return m_unusedSince[slot] != m_epoch; }
+    void MarkUsed(Slot slot) { m_unusedSince[slot] = 0; }
+
+    [[nodiscard]] bool WritesUsed(std::size_t record) const
+    {
+        return std::ranges::any_of(m_log.Items(record), [this](EffectLog::Item item) {
+            return (item.effect == Effect::Replaces || item.effect == Effect::Changes) && IsUsed(item.target);
+        });
+    }
+
+    void Visit(std::size_t record)
+    {
+        const Verdict verdict = m_log.VerdictOf(record);
+        if (verdict == Verdict::Drop)
+            return;
+        const bool isKept = verdict >= Verdict::Keep || WritesUsed(record) ||
+                            (verdict == Verdict::Delete && m_selection.isKept[record]);
+        for (const EffectLog::Item item : m_log.Items(record)) {
+            if (item.effect == Effect::Ends)
+                std::ranges::for_each(m_slots.Of(item.target), [this](Slot slot) { MarkUnused(slot); });
+        }
+        if (!isKept)
+            return;
+        m_selection.isKept[record] = true;
+        Apply(record);
+        if (verdict == Verdict::KeepAll)
+            ++m_epoch;
+    }
+
+    void Apply(std::size_t record)
+    {
+        for (const EffectLog::Item item : m_log.Items(record)) {
+            if (item.effect == Effect::Replaces) {
+                MarkUnused(item.target);
+                if (m_slots.StateOf(item.target) == State::Object)
+                    m_selection.isCreated[m_slots.OwnerOf(item.target)] = true;
+            }
+        }
+        for (const EffectLog::Item item : m_log.Items(record)) {
+            if (item.effect == Effect::Reads)
+                MarkUsed(item.target);
+            else if (item.effect == Effect::ReadsAll)
+                std::ranges::for_each(m_slots.Of(item.target), [this](Slot slot) { MarkUsed(slot); });
+        }
+    }
+
+    /// Keeps the calls that delete something which a kept record creates; true when there are more of them than before.
+    bool FindDeletes()
+    {
+        bool hasNew = false;
+        for (std::size_t record = 0; record < m_log.Count(); ++record) {
+            if (m_log.VerdictOf(record) == Verdict::Delete && !m_selection.isKept[record] && DeletesCreated(record)) {
+                m_selection.isKept[record] = true;
+                hasNew = true;
+            }
+        }
+        return hasNew;
+    }
+
+    [[nodiscard]] bool DeletesCreated(std::size_t record) const
+    {
+        return std::ranges::any_of(m_log.Items(record), [this](EffectLog::Item item) {
+            return item.effect == Effect::Deletes && m_selection.isCreated[item.target];
+        });
+    }
+
+    const EffectLog& m_log;
+    const StateSlots& m_slots;
+    /// By slot: it has been unused since this epoch began. A call that may read anything begins a new one.
+    std::vector<std::uint32_t> m_unusedSince;
+    std::uint32_t m_epoch = 1;
+    Selection m_selection;
+};
+
+} // namespace
+
+Selection SelectRecords(const EffectLog& log, const StateSlots& slots, std::span<const Slot> restored)
+{
+    return Selector(log, slots).Run(restored);
+}
+
+} // namespace Trim
