@@ -64,7 +64,7 @@ def options(text):
 
 
 def manual(text):
-    """Options under one heading, and behind them the examples, each a paragraph of its own."""
+    """Options under one heading, and after them the examples, each a paragraph of its own."""
     examples = re.search(r"^Examples:\n((?:  .*\n)+)\n*", text, re.M)
     if examples:
         text = text.replace(examples[0], "")

@@ -76,7 +76,7 @@ void AppendFormatted(std::string& text, const char* format, va_list arguments)
     } else {
         const std::size_t begin = text.size();
         text.resize(begin + static_cast<std::size_t>(length));
-        // The terminating zero falls on the one std::string keeps behind its characters.
+        // The terminating zero falls on the one std::string keeps after its characters.
         std::vsnprintf(text.data() + begin, static_cast<std::size_t>(length) + 1, format, arguments);
     }
 }

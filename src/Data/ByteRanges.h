@@ -31,8 +31,8 @@ public:
 
     [[nodiscard]] bool Contains(std::int64_t begin, std::int64_t end) const
     {
-        const auto behind = m_ranges.upper_bound(begin);
-        return behind != m_ranges.begin() && std::prev(behind)->second >= end;
+        const auto next = m_ranges.upper_bound(begin);
+        return next != m_ranges.begin() && std::prev(next)->second >= end;
     }
 
 private:

@@ -113,7 +113,7 @@ Outcome Session::OpenCapture()
     const std::uint32_t frames = m_plan.FramesOfPass(m_capture->GetFrameCount());
     if (m_settings->m_loopFrame > static_cast<std::int64_t>(frames)) {
         return Failure{ExitStatus::Usage, "-loopframe " + std::to_string(m_settings->m_loopFrame) +
-                                              " is behind the last frame, which is " + std::to_string(frames)};
+                                              " is after the last frame, which is " + std::to_string(frames)};
     }
     return std::nullopt;
 }

@@ -211,7 +211,7 @@ class DCAPFileProcessor {
 public:
     virtual ~DCAPFileProcessor() = default;
     /// Replays up to the next frame end. True when a whole frame was replayed and more may follow; false at the end,
-    /// after the calls behind the last frame, if any, were replayed.
+    /// after the calls that follow the last frame, if any, were replayed.
     virtual bool ProcessNextFrame() = 0;
 };
 

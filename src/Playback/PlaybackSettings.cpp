@@ -51,7 +51,7 @@ void SelectScreenshots(Settings& settings, const std::string& value)
         settings.m_perDrawScreenshotFrame = number(0, colon);
         if (dash != std::string::npos) {
             // The first draw's text is as long as the dash's place in the whole value, so it takes in the dash and more
-            // behind it, where the conversion stops. A dash ahead of the colon is taken as it stands.
+            // after it, where the conversion stops. A dash before the colon is taken as it stands.
             settings.m_perDrawScreenshotFirstDraw = number(colon + 1, dash);
             settings.m_perDrawScreenshotLastDraw = number(dash + 1);
         }
@@ -131,17 +131,17 @@ constexpr PlaybackEnvironment::Option OptionTable[] = {
      [](Settings& s, const Given&) { s.m_playback = false; }},
     {"-stats", nullptr, Frames, "report the features that the capture uses instead of replaying it",
      [](Settings& s, const Given&) { s.m_stats = true; }},
-    {"-paused", nullptr, Frames, "pause behind frame 1",
+    {"-paused", nullptr, Frames, "pause after frame 1",
      [](Settings& s, const Given&) {
          s.m_pause = true;
          s.m_pauseFrame = 1;
      }},
-    {"-pauseframe", "N", Frames, "pause behind frame N",
+    {"-pauseframe", "N", Frames, "pause after frame N",
      [](Settings& s, const Given& given) {
          s.m_pause = true;
          s.m_pauseFrame = given.Number();
      }},
-    {"-stopframe", "N", Frames, "stop behind frame N (default: the last one)",
+    {"-stopframe", "N", Frames, "stop after frame N (default: the last one)",
      [](Settings& s, const Given& given) {
          s.m_stopFrameSet = true;
          s.m_stopFrame = given.Number();

@@ -247,7 +247,7 @@ void AbandonCapture(const Capturing&) noexcept
 
 namespace {
 
-/// At the end of the program, behind its own exit handlers.
+/// At the end of the program, after its own exit handlers.
 __attribute__((destructor)) void FinishAtExit()
 {
     FinishCapture();

@@ -5,7 +5,7 @@
 
 namespace Recorder {
 
-/// For work that mostly takes tens of nanoseconds: waiting threads spin first; behind longer work they sleep. May be
+/// For work that mostly takes tens of nanoseconds: waiting threads spin first; after longer work they sleep. May be
 /// waited for in a signal handler. Works with std::lock_guard.
 class SpinLock {
 public:

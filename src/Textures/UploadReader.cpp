@@ -81,7 +81,7 @@ void UploadReader::Blocks(const Place& place, const Size& size, std::uint32_t in
     if (!memory || size.width <= 0 || size.height <= 0 || size.depth <= 0 || bytes <= 0) {
         return;
     }
-    // Blocks of three-dimensional formats reach over several slices; all others lie slice behind slice.
+    // Blocks of three-dimensional formats reach over several slices; all others lie slice after slice.
     const std::int32_t layers = bytes % size.depth == 0 ? size.depth : 1;
     const std::int32_t layerBytes = bytes / layers;
     for (std::int32_t layer = 0; layer < layers; ++layer) {

@@ -22,7 +22,7 @@ struct Option {
     std::string_view group;
 };
 
-/// What becomes of arguments behind the first one that belongs to no option.
+/// What becomes of arguments after the first one that belongs to no option.
 enum class AfterFirstPositional {
     ParseOptions,
     /// They are positional too, as for a program that runs another one: its options are not ours.
@@ -44,7 +44,7 @@ public:
         std::string error;
     };
 
-    /// `arguments` do not include the program's name. Stops at the first error. The argument behind a valued option is
+    /// `arguments` do not include the program's name. Stops at the first error. The argument after a valued option is
     /// its value, even when empty or with a leading hyphen, unless it is itself an option of the table: then the value
     /// is missing ("=" allows such a value).
     [[nodiscard]] Result Parse(std::span<const char* const> arguments,

@@ -63,7 +63,7 @@ void WriteBmp(std::FILE* file, const Image& image)
     constexpr std::uint32_t V4HeaderBytes = 108;
     constexpr std::uint32_t BitFields = 3;
     constexpr std::uint32_t PixelsPerMetre = 2835; // 72 dots an inch
-    constexpr std::uint32_t Srgb = 0x73524742;     // LCS_sRGB; the colour end points and gamma behind it are unused
+    constexpr std::uint32_t Srgb = 0x73524742;     // LCS_sRGB; the colour end points and gamma after it are unused
     const auto pixelBytes = static_cast<std::uint32_t>(image.rgba.size());
 
     Header header;

@@ -102,7 +102,7 @@ TEST_F(CallDecoderTest, ContentsLieInsideTheRecordAndDoNotOverlap)
     changed(names, 16, 16);          // over the slots
     changed(names, 16, 44);          // not aligned
     changed(names, 0xffffffff, 48);  // longer than the record
-    changed(indices, 4, 0xfffffff8); // behind the record
+    changed(indices, 4, 0xfffffff8); // beyond the record
     Play();
     EXPECT_THAT(reports, SizeIs(5));
     EXPECT_THAT(reports, Each(HasSubstr("expected contents between")));

@@ -13,7 +13,7 @@ class HostileRecordsTest : public ProgramTest {
 protected:
     static constexpr std::uint32_t arrayBuffer = Enum::ArrayBuffer;
 
-    /// A record with `room` bytes behind the struct.
+    /// A record with `room` bytes after the struct.
     template <class Record> void Add(RecordId id, Record record, std::uint32_t room = 0)
     {
         std::uint8_t* const at = writer->Begin(static_cast<std::uint32_t>(id), sizeof record + room);
@@ -22,7 +22,7 @@ protected:
         std::memcpy(at, &record, sizeof record);
         writer->End();
     }
-    /// Room behind the struct of a record.
+    /// Room after the struct of a record.
     template <class Record> static PointerSlot Behind(std::uint32_t bytes) { return {1, bytes, sizeof(Record)}; }
 
     /// Buffer 1 with 4096 bytes, bound and mapped to be written.

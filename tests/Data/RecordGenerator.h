@@ -185,7 +185,7 @@ private:
         return body;
     }
 
-    /// A record that is no call, its fields small numbers, with `bytes` bytes behind its struct.
+    /// A record that is no call, its fields small numbers, with `bytes` bytes after its struct.
     template <class Record> std::vector<std::uint8_t> Body(Record& record, std::uint32_t bytes)
     {
         std::vector<std::uint8_t> body(sizeof record - sizeof(RecordHeader) + RoundUp8(bytes), 1);

@@ -3,7 +3,7 @@
 // the sanitizers see what the reader let through.
 //
 // Records are written in a form of their own, in which every input is a sequence of whole records:
-//   number of the call or record:u16   bytes behind the header:u16   those bytes
+//   number of the call or record:u16   bytes after the header:u16   those bytes
 // The mutator knows that form, and appends well-formed calls of all kinds, so it needs no seeds to get deep.
 #include <algorithm>
 #include <cstdint>

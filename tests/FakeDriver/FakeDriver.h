@@ -49,7 +49,7 @@ public:
         ClearLog();
     }
 
-    /// What the driver was asked, oldest first, error queries left out: they stand behind nearly every call.
+    /// What the driver was asked, oldest first, error queries left out: they follow nearly every call.
     [[nodiscard]] std::vector<std::string> Log() const
     {
         std::vector<std::string> calls = m_control->Log();

@@ -38,7 +38,7 @@ TEST_F(PlaybackSettingsTest, ScreenshotsSelectFramesOrDraws)
     const std::map<std::string, Selection> expected = {
         {"", {1, 0, 0, 0, 0, 0}},      {"5", {0, 5, 5, 0, 0, 0}},    {"3-9", {0, 3, 9, 0, 0, 0}},
         {"10*", {10, 0, 0, 0, 0, 0}},  {"12:", {0, 0, 0, 12, 0, 0}}, {"12:5-9", {0, 0, 0, 12, 5, 9}},
-        {"1-2:3", {0, 0, 0, 1, 3, 2}}, // a dash ahead of the colon counts as the one behind it would
+        {"1-2:3", {0, 0, 0, 1, 3, 2}}, // a dash before the colon counts as the one after it would
     };
     for (const auto& [value, selection] : expected) {
         settings.InitDefaultSettings();

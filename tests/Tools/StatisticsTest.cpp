@@ -217,7 +217,7 @@ TEST_F(StatisticsTest, DrawsAndDispatchesCountWhatTheyDraw)
     Call(CallId::glDrawArrays, 4, 0, -6);
     Call(CallId::glDrawArraysInstanced, 4, 0, 6, 10);
     Call(CallId::glDrawElementsInstancedBaseVertex, 4, 3, 0x1403, 0, 5, 2);
-    // Parameters in a buffer: known, behind its end, and written by a shader.
+    // Parameters in a buffer: known, beyond its end, and written by a shader.
     Call(CallId::glBindBuffer, 0x8F3F, 2);
     Call(CallId::glBufferData, 0x8F3F, 20, Words{0, 7, 3, 0, 0}, 0x88E4);
     Call(CallId::glDrawArraysIndirect, 4, 4);

@@ -1,4 +1,4 @@
-"""Captures that were changed behind their checksums crash nothing. docs/howto/find-hostile-captures.md tells more."""
+"""Captures that were changed and given right checksums crash nothing. docs/howto/find-hostile-captures.md tells more."""
 
 import unittest
 

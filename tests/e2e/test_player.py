@@ -147,7 +147,7 @@ class Loops(Player):
         self.assertIn(self.capture, said.read_text())
         self.assertRegex(said.read_text(), r"\d+ frames in")
 
-    def test_frame_behind_the_end(self):
+    def test_frame_after_the_end(self):
         self.assertMentions(self.replay("-loopframe", "41", status=2), "-loopframe 41", f"is {FRAMES}")
 
 

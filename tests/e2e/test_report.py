@@ -7,7 +7,7 @@ import unittest
 
 from harness import INFO, PLAYBACK, SPINNING, USAGE, EndToEndTest
 
-# Put behind the page's own script: hovers over the first plot, and tells what came of it.
+# Put after the page's own script: hovers over the first plot, and tells what came of it.
 USE_IT = """<script>
 window.addEventListener("load", () => setTimeout(() => {
     const plot = document.querySelector("#times .plot");

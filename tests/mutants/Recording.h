@@ -1,4 +1,4 @@
-// A capture as records that can be changed, behind its checksums.
+// A capture as records that can be changed, and are given right checksums.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// Replays captures that were changed behind their checksums, to see that nothing in a file can crash the program. See
-// docs/howto/find-hostile-captures.md.
+// Replays captures that were changed and given right checksums, to see that nothing in a file can crash the program.
+// See docs/howto/find-hostile-captures.md.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

@@ -124,7 +124,7 @@ inline std::vector<std::uint8_t> PlainChunk(ChunkKind kind, const std::vector<st
     return bytes;
 }
 
-/// First byte behind the call table of a capture.
+/// First byte after the call table of a capture.
 inline std::size_t RecordsOffset(const std::vector<std::uint8_t>& capture)
 {
     ChunkHeader table;
@@ -132,7 +132,7 @@ inline std::size_t RecordsOffset(const std::vector<std::uint8_t>& capture)
     return headerBytes + sizeof table + table.storedBytes;
 }
 
-/// The header and call table of a capture, and a chunk of the given records behind them.
+/// The header and call table of a capture, and a chunk of the given records after them.
 inline std::vector<std::uint8_t> WithRecords(const std::vector<std::uint8_t>& capture,
                                              const std::vector<std::uint8_t>& records)
 {

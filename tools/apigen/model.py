@@ -190,7 +190,7 @@ class Type:
 
     @property
     def size(self):
-        """Bytes that the value takes in a record; a pointer's contents lie behind the values."""
+        """Bytes that the value takes in a record; a pointer's contents follow the values."""
         return 16 if self.is_pointer else self.scalar.size
 
     @property

@@ -63,7 +63,7 @@ private:
     std::span<std::uint8_t> m_room;
 };
 
-/// Reads a header. Fields behind the end read as zero and empty.
+/// Reads a header. Fields beyond the end read as zero and empty.
 class Decoder {
 public:
     explicit Decoder(std::span<const std::uint8_t> bytes) : m_bytes(bytes) {}

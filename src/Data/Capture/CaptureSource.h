@@ -73,7 +73,7 @@ private:
     std::vector<FileCall> m_calls;
     std::vector<IndexEntry> m_chunks;
     bool m_isComplete = false;
-    /// First byte behind the call table.
+    /// First byte after the call table.
     std::uint64_t m_recordsOffset = 0;
     ZSTD_DCtx_s* m_decompressor = nullptr;
     /// A chunk as it lies in the file.

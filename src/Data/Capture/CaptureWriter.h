@@ -41,7 +41,7 @@ public:
             ChangeThread(thread);
     }
 
-    /// Begins a record of `bytes` bytes, header included, and answers its start, aligned to 8 and zeroed behind the
+    /// Begins a record of `bytes` bytes, header included, and answers its start, aligned to 8 and zeroed after the
     /// header, which is filled in. The caller writes from offset 8 on and calls End. Null when the record is larger
     /// than maxChunkBytes allows or writing has failed: the record is dropped and End must not be called.
     [[nodiscard]] std::uint8_t* Begin(std::uint32_t id, std::uint64_t bytes)

@@ -27,7 +27,7 @@ public:
     ChunkQueue(const ChunkQueue&) = delete;
     ChunkQueue& operator=(const ChunkQueue&) = delete;
 
-    /// The next chunk. False behind the last one, and when it cannot be read: `trouble` then says why and where.
+    /// The next chunk. False after the last one, and when it cannot be read: `trouble` then says why and where.
     bool Next(Chunk& chunk, std::string& trouble);
     /// Takes memory back for later chunks.
     void Recycle(Chunk chunk);

@@ -70,7 +70,7 @@ public:
             return {};
         return {m_record + slot.offset, slot.bytes};
     }
-    /// Element `element` of the memory behind a pointer; 0 behind its end.
+    /// Element `element` of the memory behind a pointer; 0 beyond its end.
     [[nodiscard]] std::uint32_t Element(std::size_t index, std::size_t element) const
     {
         const std::span<const std::uint8_t> contents = Contents(index);

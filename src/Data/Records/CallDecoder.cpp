@@ -254,22 +254,22 @@ bool CallDecoder::Strings(std::uint32_t parameter, std::uint32_t at, std::int64_
     count = std::max<std::int64_t>(count, 0);
     if (count > std::int64_t{contents.bytes / 8})
         return Refuse(parameter, std::to_string(count) + " strings", Bytes(contents.bytes));
-    // Each string begins behind the one in front, so that looking for their ends takes one pass.
-    std::uint64_t behind = static_cast<std::uint64_t>(count) * 8;
+    // Each string begins after the one before it, so that looking for their ends takes one pass.
+    std::uint64_t earliest = static_cast<std::uint64_t>(count) * 8;
     for (std::int64_t i = 0; i < count; ++i) {
         std::uint8_t* const place = contents.data + i * 8;
         std::uint64_t offset;
         std::memcpy(&offset, place, sizeof offset);
-        if (offset < behind || offset >= contents.bytes)
+        if (offset < earliest || offset >= contents.bytes)
             return Refuse(parameter,
-                          "string " + std::to_string(i) + " between " + std::to_string(behind) + " and " +
+                          "string " + std::to_string(i) + " between " + std::to_string(earliest) + " and " +
                               Bytes(contents.bytes),
                           "it at " + std::to_string(offset));
         const std::uint32_t bytes =
             Terminated(contents.data + offset, contents.bytes - static_cast<std::uint32_t>(offset));
         if (bytes == 0)
             return Refuse(parameter, "a zero byte at the end of string " + std::to_string(i), "none");
-        behind = offset + bytes;
+        earliest = offset + bytes;
         const auto address = reinterpret_cast<std::uintptr_t>(contents.data + offset);
         std::memcpy(place, &address, sizeof address);
     }

@@ -35,7 +35,7 @@ extern const std::span<const CallDecoding, callCount> callDecodings;
 /// Decodes calls. Most members serve the generated functions: each reads the argument at its place in the record and
 /// answers false when it must not reach a driver; the trouble is then reported and the call is skipped.
 ///
-/// A pointer argument is handed on as contents only after these were found inside the record, behind those of the
+/// A pointer argument is handed on as contents only after these were found inside the record, after those of the
 /// arguments in front, and at least as large as the call reads. Nothing is allocated per call, except for output that
 /// was captured without room for it.
 class CallDecoder {

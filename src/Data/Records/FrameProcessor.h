@@ -16,7 +16,7 @@ namespace Data {
 
 class Diagnostics;
 
-/// Replays frame by frame. A frame block begins with its first record and ends behind its frame end; a state block has
+/// Replays frame by frame. A frame block begins with its first record and ends after its frame end; a state block has
 /// records of its own for its start and end. Where the capture is damaged, replay ends.
 class FrameProcessor final : public DCAPFileProcessor {
 public:

@@ -26,7 +26,7 @@ struct StateDescription {
     std::array<Counted, 2> indexes;
     /// Type of each word, as the letter of a signature; the last one goes on.
     const char* codes;
-    /// What is asked for to get each word, or all of them; null behind the last one.
+    /// What is asked for to get each word, or all of them; null after the last one.
     std::array<const char*, 6> asked;
     /// Words of the initial value; 0: it is not known.
     std::uint32_t initialWords;

@@ -37,7 +37,7 @@ std::string BesideLine(const Report& report)
     constexpr double nextToNothing = 0.0005;
     std::string text;
     for (const auto& [seconds, what] :
-         {std::pair(report.restSeconds, " s of calls behind the last frame"),
+         {std::pair(report.restSeconds, " s of calls after the last frame"),
           std::pair(report.pictureSeconds, " s for pictures"), std::pair(report.comparisonSeconds, " s for comparing"),
           std::pair(report.waitingSeconds, " s of waiting")}) {
         if (seconds >= nextToNothing) {

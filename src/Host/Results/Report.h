@@ -29,7 +29,7 @@ struct Report {
     std::uint32_t passes = 0;
     /// What the times of all frames add up to, measured or not.
     double seconds = 0;
-    /// Of the calls behind the last frame.
+    /// Of the calls after the last frame.
     double restSeconds = 0;
     /// What was done beside the replay meanwhile, and is in no other time here.
     double pictureSeconds = 0;

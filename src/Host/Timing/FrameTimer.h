@@ -43,7 +43,7 @@ public:
         const char* m_before = nullptr;
     };
 
-    /// What a time is part of: frames that are shown, calls behind the last one, or neither.
+    /// What a time is part of: frames that are shown, calls after the last one, or neither.
     enum class Account : std::size_t { Frames, Rest, None };
 
     /// `inFlight` frames at most are under way, the one whose calls are being replayed included; with 1 each frame is
@@ -62,7 +62,7 @@ public:
 
     /// What comes now belongs to the next frame.
     void Restart() { m_last = m_clock.Now(); }
-    /// The calls of a frame were replayed, or those behind the last one. `cost` has the names and numbers of a frame,
+    /// The calls of a frame were replayed, or those after the last one. `cost` has the names and numbers of a frame,
     /// without times.
     void EndFrame(Account account, FrameCost cost);
     /// Waits until all frames that ended are drawn.

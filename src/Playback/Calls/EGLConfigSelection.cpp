@@ -32,7 +32,7 @@ void Append(AttribList& list, int attribute, int value)
     list.insert(list.end(), {attribute, value});
 }
 
-/// The number behind the first `letter`, 0 without one.
+/// The number after the first `letter`, 0 without one.
 int ComponentSize(const std::string& spec, char letter)
 {
     const auto at = spec.find(letter);
@@ -65,7 +65,7 @@ void AppendComponents(AttribList& list, const std::string& spec, int samples, co
                      floatingPoint ? "floating-point" : "fixed-point", samples);
 }
 
-/// Adds what the form "c32d24" asks for: bits of colour and of depth, each behind a character that is not read.
+/// Adds what the form "c32d24" asks for: bits of colour and of depth, each after a character that is not read.
 void AppendDepths(AttribList& list, const std::string& spec, int samples, const char* file)
 {
     const int color = Util::String::ToInt(spec.substr(1, 2));

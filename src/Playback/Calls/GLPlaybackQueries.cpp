@@ -150,7 +150,7 @@ void GLPlaybackAdapter::Process_glBufferSubData(std::uint32_t target, std::int64
     if (!function) {
         return;
     }
-    // An empty upload behind the end of its payload grows the payload to the offset.
+    // An empty upload beyond the end of its payload grows the payload to the offset.
     if (size == 0 && data->GetPointer() && data->GetCount() < offset) {
         data->ResizeArray(static_cast<std::uint32_t>(offset));
     }

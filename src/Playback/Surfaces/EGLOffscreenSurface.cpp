@@ -13,7 +13,7 @@ namespace Playback {
 
 namespace {
 
-/// While it lives, glReadPixels writes rows one behind the other to memory, however the capture arranged its own
+/// While it lives, glReadPixels writes rows one after the other to memory, however the capture arranged its own
 /// reading: that would write elsewhere, or beyond the pixels.
 class PlainPacking {
 public:

@@ -50,7 +50,7 @@ public:
     [[nodiscard]] virtual unsigned int GetHeight() const = 0;
     virtual void SetTitle(const std::string& title) = 0;
     virtual void SetSubTitle(const std::string& subTitle) = 0;
-    /// Shows frame `frame` of `frameCount` behind title and sub-title.
+    /// Shows frame `frame` of `frameCount` after title and sub-title.
     virtual void SetFrameCount(unsigned int frame, unsigned int frameCount) = 0;
     /// Stores the handle through `out` and returns ResultSuccess; ResultInvalidArgument when `out` is null,
     /// ResultUnsupported for a kind that the window does not have.

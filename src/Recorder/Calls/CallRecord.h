@@ -76,7 +76,7 @@ inline std::uint64_t StringLength(const char* text, const std::int32_t* lengths,
 /// Bytes that an array of strings takes in a record.
 std::uint64_t StringsBytes(const char* const* strings, std::int64_t count, const std::int32_t* lengths);
 
-/// EGL comes behind OpenGL ES in the numbers of the calls.
+/// EGL comes after OpenGL ES in the numbers of the calls.
 constexpr bool IsEGL(Data::CallId id)
 {
     return id >= Data::CallId::eglGetError;
@@ -84,7 +84,7 @@ constexpr bool IsEGL(Data::CallId id)
 static_assert(!IsEGL(Data::CallId::glActiveTexture) && !IsEGL(Data::CallId::glPatchParameterfv) &&
               IsEGL(Data::CallId::eglCreateImageKHRv1));
 
-/// The record of one call, in a capture that is going on. Contents of pointer arguments lie behind the values in the
+/// The record of one call, in a capture that is going on. Contents of pointer arguments follow the values in the
 /// order in which they are added. False: the record is too large, or nothing can be written any more.
 class CallRecord {
 public:

@@ -43,7 +43,7 @@ std::string Advice(const ProcessReport& report)
 
 using Test = bool (*)(const ProcessReport&);
 
-/// A way of drawing that is not recorded: how a process shows it, and the sentence, behind the program's name.
+/// A way of drawing that is not recorded: how a process shows it, and the sentence, which follows the program's name.
 struct OtherWay {
     Test shows;
     const char* sentence;

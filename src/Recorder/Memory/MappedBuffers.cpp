@@ -72,7 +72,7 @@ struct MappedRange {
 };
 
 /// Appends what the program wrote to the mapping that is about to end. A replay remembers one mapping for each target:
-/// what it has forgotten for another is answered, to be written as an upload behind the end of the mapping. `live` is
+/// what it has forgotten for another is answered, to be written as an upload after the end of the mapping. `live` is
 /// what the driver mapped; null where it does not tell.
 MappedRange RecordMappedContents(const Capturing& capturing, Context& context, GLenum target, const void* live)
 {

@@ -87,7 +87,7 @@ private:
     [[nodiscard]] Range BytesOf(const Range& blocks) const;
     [[nodiscard]] bool Protect(const Range& blocks, int access);
     [[nodiscard]] bool Raise(const Range& blocks, State state);
-    /// Answers the bytes in the next dirty blocks behind range.end, which are protected unless they stay open.
+    /// Answers the bytes in the next dirty blocks after range.end, which are protected unless they stay open.
     [[nodiscard]] bool NextDirty(Range& range, bool staysOpen) noexcept;
     /// The first block from `begin` on that is Dirty; the number of blocks when there is none.
     [[nodiscard]] std::size_t FindDirty(std::size_t begin) const;

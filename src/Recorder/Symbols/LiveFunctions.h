@@ -29,8 +29,8 @@ extern std::array<std::atomic<void*>, entryCount> liveFunctions;
 /// loaded even when the program closes it.
 void OfferLive(Entry entry, void* function) noexcept;
 
-/// Looks the driver's function up: behind this library in the program's own search order, in the libraries that
-/// programs load behind the back of that order, then through eglGetProcAddress. Where no driver has it, the answer is a
+/// Looks the driver's function up: after this library in the program's own search order, in the libraries that
+/// programs load outside that order, then through eglGetProcAddress. Where no driver has it, the answer is a
 /// function that returns 0.
 [[nodiscard]] void* ResolveLive(Entry entry) noexcept;
 

@@ -33,7 +33,7 @@ struct CaptureSummary {
     std::uint64_t calls = 0;
     /// Calls of the block in front of the first frame.
     std::uint64_t stateBlockCalls = 0;
-    /// Calls of each frame, and at the end of what comes behind the last one.
+    /// Calls of each frame, and at the end of what comes after the last one.
     std::vector<std::uint64_t> callsByFrame = {0};
     /// Draw calls in the same order.
     std::vector<std::uint64_t> drawsByFrame = {0};

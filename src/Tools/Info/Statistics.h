@@ -68,7 +68,7 @@ struct FrameStatistics {
     /// At the end, and at most.
     Data::ObjectCounts objects = {};
 
-    /// Adds what came behind.
+    /// Adds what came after.
     FrameStatistics& operator+=(const FrameStatistics& next);
 };
 
@@ -81,7 +81,7 @@ struct CaptureStatistics {
     std::optional<FrameStatistics> setup;
     /// Whole frames.
     std::vector<FrameStatistics> frames;
-    /// The calls behind the last frame.
+    /// The calls after the last frame.
     FrameStatistics rest;
     /// Calls that were not counted, since a replay would refuse them.
     std::uint64_t refusedCalls = 0;
@@ -91,7 +91,7 @@ struct CaptureStatistics {
 /// Empty, with the reason in `error`, when nothing can be read.
 std::optional<CaptureStatistics> CollectStatistics(const std::string& path, Data::Report report, std::string& error);
 
-/// Fills in the numbers of calls, which a reader of records knows: by frame, those behind the last one at the end.
+/// Fills in the numbers of calls, which a reader of records knows: by frame, those after the last one at the end.
 void SetCalls(CaptureStatistics& statistics, std::uint64_t setup, const std::vector<std::uint64_t>& byFrame);
 
 /// A table: a line with the names of the columns, then one for each part of the capture.

@@ -104,7 +104,7 @@ std::string ToText(const CaptureSummary& summary)
     Line(text, "frames",
          Format("%u in %.3f s", summary.frames, static_cast<double>(summary.durationUs) / 1e6) +
              (summary.frameHashes > 0 ? Format(", %u with a hash", summary.frameHashes) : "") +
-             (summary.hasStateBlock ? ", behind a state-setup block" : ""));
+             (summary.hasStateBlock ? ", after a state-setup block" : ""));
     if (header.originFrame != 0)
         Line(text, "cut from",
              Format("frames %u to %u of %s", header.originFrame, LastOriginFrame(summary), header.originFile.c_str()));

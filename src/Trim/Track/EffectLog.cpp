@@ -10,7 +10,7 @@ using Data::Slot;
 using Data::State;
 using Data::StateSlots;
 
-/// Walks the records backwards with the set of slots whose value has no influence on what comes behind.
+/// Walks the records backwards with the set of slots whose value has no influence on what comes after.
 class Selector {
 public:
     Selector(const EffectLog& log, const StateSlots& slots) : m_log(log), m_slots(slots)
@@ -20,7 +20,7 @@ public:
 
     Selection Run(std::span<const Slot> restored)
     {
-        // Which deleting calls are kept shows behind the walk, but what they depend on counts in it: so it is repeated
+        // Which deleting calls are kept shows after the walk, but what they depend on counts in it: so it is repeated
         // until it knows all of them beforehand.
         do {
             m_unusedSince.assign(m_slots.Count(), 0);

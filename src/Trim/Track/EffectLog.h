@@ -73,8 +73,8 @@ struct Selection {
     std::vector<bool> isCreated;
 };
 
-/// Which records bring all slots to the values that they have behind the last record. `restored` are the slots whose
-/// contents are written behind the records in another way.
+/// Which records bring all slots to the values that they have after the last record. `restored` are the slots whose
+/// contents are written after the records in another way.
 Selection SelectRecords(const EffectLog& log, const Data::StateSlots& slots, std::span<const Data::Slot> restored);
 
 } // namespace Trim

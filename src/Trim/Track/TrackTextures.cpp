@@ -19,7 +19,7 @@ using Data::CallId;
 constexpr std::uint32_t unpackParameters[] = {GL_UNPACK_ALIGNMENT, GL_UNPACK_ROW_LENGTH,  GL_UNPACK_IMAGE_HEIGHT,
                                               GL_UNPACK_SKIP_ROWS, GL_UNPACK_SKIP_PIXELS, GL_UNPACK_SKIP_IMAGES};
 
-/// A level behind which no texture has any.
+/// A level above which no texture has any.
 constexpr std::int32_t maxLevels = 16;
 
 } // namespace

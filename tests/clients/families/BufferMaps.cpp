@@ -80,7 +80,7 @@ FAMILY("buffer-maps", stage)
         glUnmapBuffer(GL_COPY_WRITE_BUFFER);
         DrawFrom(parts, 16, 0.3f, 0.3f);
 
-        // Vertices and indices are open together, and two buffers one behind the other at the same target.
+        // Vertices and indices are open together, and two buffers one after the other at the same target.
         Quarter(3);
         glBindBuffer(GL_ARRAY_BUFFER, whole);
         void* const first = Map(GL_ARRAY_BUFFER, 0, QuadBytes, GL_MAP_WRITE_BIT | GL_MAP_INVALIDATE_BUFFER_BIT);

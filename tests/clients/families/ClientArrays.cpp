@@ -13,7 +13,7 @@ struct Vertex {
     std::uint8_t colour[4];
 };
 
-/// A fan around a centre, which turns; behind `skipped` vertices that no index names.
+/// A fan around a centre, which turns; after `skipped` vertices that no index names.
 std::vector<Vertex> Fan(std::size_t skipped, int frame)
 {
     std::vector<Vertex> vertices(skipped, Vertex{9, 9, {255, 255, 255, 255}});
