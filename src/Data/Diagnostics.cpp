@@ -28,12 +28,25 @@ void Diagnostics::File(const std::string& text)
 void Diagnostics::Skipped(const char* name, const std::string& what, const std::string& expected,
                           const std::string& found)
 {
-    if (++m_skipped > maxPrinted)
-        return;
+    if (++m_skipped <= maxPrinted)
+        Call(name, what, expected, found, "call skipped");
+}
+
+void Diagnostics::Changed(const char* name, const std::string& what, const std::string& expected,
+                          const std::string& found)
+{
+    if (!m_isChangeSaid)
+        Call(name, what, expected, found, "call replayed with what was found");
+    m_isChangeSaid = true;
+}
+
+void Diagnostics::Call(const char* name, const std::string& what, const std::string& expected, const std::string& found,
+                       const char* outcome)
+{
     char where[96];
     std::snprintf(where, sizeof where, "offset 0x%" PRIx64 "+0x%x, frame %u, call %u ", position.chunkOffset,
                   position.recordOffset, position.frame + 1, position.call);
-    File(where + std::string(name) + ": " + what + ": expected " + expected + ", found " + found + "; call skipped");
+    File(where + std::string(name) + ": " + what + ": expected " + expected + ", found " + found + "; " + outcome);
 }
 
 void Diagnostics::Summary()

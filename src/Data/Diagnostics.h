@@ -35,6 +35,8 @@ public:
     void File(const std::string& text);
     /// A call, or another record, that is not replayed: what about it, what was expected and what was found.
     void Skipped(const char* name, const std::string& what, const std::string& expected, const std::string& found);
+    /// A call that is replayed otherwise than it was captured. Said once.
+    void Changed(const char* name, const std::string& what, const std::string& expected, const std::string& found);
     /// Says how many skipped calls were not printed. Once, at the end.
     void Summary();
 
@@ -45,9 +47,13 @@ public:
     Position position;
 
 private:
+    void Call(const char* name, const std::string& what, const std::string& expected, const std::string& found,
+              const char* outcome);
+
     std::string m_file;
     Report m_report;
     std::uint64_t m_skipped = 0;
+    bool m_isChangeSaid = false;
 };
 
 } // namespace Data

@@ -90,35 +90,20 @@ bool DrawGuard::HasStrayRange(const Data::ContextState& state, GLuint program, i
 
 bool DrawGuard::MayDraw(const Data::ContextState& state, int version, const char* call)
 {
-    if (!m_hasProgram && version != 0) {
-        const auto programs = Programs(version);
-        m_hasProgram = std::ranges::any_of(programs, [](GLint program) { return program != 0; });
-        if (!m_hasProgram) {
-            return Refuse(call, "there is no program to run");
-        }
-    }
-    return MayDispatch(state, version, call);
-}
-
-bool DrawGuard::MayDispatch(const Data::ContextState& state, int version, const char* call)
-{
     if (!state.Group()->mayHaveStrayRanges || version < 30) {
         return true;
     }
     const auto isStray = [&](GLint program) {
         return program != 0 && HasStrayRange(state, static_cast<GLuint>(program), version);
     };
-    return !std::ranges::any_of(Programs(version), isStray) ||
-           Refuse(call, "a range bound for one of its blocks starts beyond the buffer");
-}
-
-bool DrawGuard::Refuse(const char* call, const char* why)
-{
+    if (!std::ranges::any_of(Programs(version), isStray)) {
+        return true;
+    }
     if (!m_isTold) {
         Core::Log::Print(Core::LogWarning, Core::ZoneGeneral, __LINE__, "src/Replay/DrawGuard", true,
-                         "%s is left out, since %s and the driver may not survive that; more such calls of this "
-                         "context are left out too",
-                         call, why);
+                         "%s is left out, since a range bound for one of its blocks starts beyond the buffer; more "
+                         "such calls of this context are left out too",
+                         call);
     }
     m_isTold = true;
     return false;

@@ -15,9 +15,7 @@ public:
 
     Data::ContextState state;
 
-    void ForgetProgram() { m_draws.ForgetProgram(); }
     bool MayDraw(const char* call) { return m_draws.MayDraw(state, Version(), call); }
-    bool MayDispatch(const char* call) { return m_draws.MayDispatch(state, Version(), call); }
 
     bool Took_glBindBuffer(GLenum target, GLuint buffer);
     bool Took_glBindVertexArray(GLuint array);

@@ -159,13 +159,11 @@ GLint Integer(const Objects& objects, GLenum name)
     const std::string& version = objects.settings.at("VERSION");
     const std::size_t number = version.find_first_of("0123456789");
     const auto found = constants.find(name);
-    return name == GL_NUM_EXTENSIONS    ? static_cast<GLint>(Split(objects.settings.at("EXTENSIONS"), ' ').size())
-           : name == GL_MAJOR_VERSION   ? version[number] - '0'
-           : name == GL_MINOR_VERSION   ? version[number + 2] - '0'
-           : name == GL_CURRENT_PROGRAM ? static_cast<GLint>(objects.program)
-           : name == GL_PROGRAM_PIPELINE_BINDING ? static_cast<GLint>(objects.pipeline)
-           : found != constants.end()            ? found->second
-                                                 : 0;
+    return name == GL_NUM_EXTENSIONS  ? static_cast<GLint>(Split(objects.settings.at("EXTENSIONS"), ' ').size())
+           : name == GL_MAJOR_VERSION ? version[number] - '0'
+           : name == GL_MINOR_VERSION ? version[number + 2] - '0'
+           : found != constants.end() ? found->second
+                                      : 0;
 }
 
 /// The name of an extension; it stays where it is.
@@ -272,16 +270,6 @@ const std::unordered_map<std::string, Rule> rules = {
          if (args[0] == GL_PIXEL_PACK_BUFFER) {
              objects.pixelPackBuffer = args[1];
          }
-         return 0;
-     }},
-    {"glUseProgram",
-     [](Objects& objects, const Word* args) -> Word {
-         objects.program = args[0];
-         return 0;
-     }},
-    {"glBindProgramPipeline",
-     [](Objects& objects, const Word* args) -> Word {
-         objects.pipeline = args[0];
          return 0;
      }},
     {"glBufferData",

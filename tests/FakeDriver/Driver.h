@@ -28,9 +28,6 @@ struct Objects {
     std::unordered_map<Word, std::vector<std::uint8_t>> mapped;
     /// Name of the buffer that is bound to GL_PIXEL_PACK_BUFFER, where glReadPixels then writes to.
     Word pixelPackBuffer = 0;
-    /// Names of what draws run.
-    Word program = 0;
-    Word pipeline = 0;
     /// Width and height of pbuffers, by handle.
     std::unordered_map<Word, std::pair<int, int>> surfaceSizes;
     /// As last made current: display, draw, read, context.

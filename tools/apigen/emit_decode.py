@@ -93,6 +93,11 @@ def argument(p, index):
     return f"decoder.Pointer({index}).GetPointer()" if p.type.is_pointer else p.name
 
 
+def is_promising(call):
+    """Whether the call says which vertices its indices name."""
+    return {"start", "end", "indices"} <= {p.name for p in call.params}
+
+
 def checks(call):
     """Statements that read the pointers and may refuse the call, in the order of the contents."""
     text = ""
@@ -113,6 +118,10 @@ def checks(call):
         if p.type.lengths:
             lengths = next(i for i, other in enumerate(call.params) if other.name == p.type.lengths)
             text += or_return(f"decoder.StringLengths({index}, {lengths})")
+    if is_promising(call):
+        memory = argument(call.param("indices"), call.params.index(call.param("indices")))
+        text += ("    if (decoder.HasDriver() && !decoder.Bound().HasElementBuffer())\n"
+                 f"        decoder.KeepPromise(decoder.Bound().RangeOfIndices({memory}, count, type, 0, 1), start, end);\n")
     if call.has("draw") or call.has("draw_no_step"):
         text += wrap(f"    if (decoder.Bound().ClientAttribs() != 0 &&\n        !decoder.CoversDraw(decoder.Bound().Range_{call.name}(",
                      [argument(p, i) for i, p in enumerate(call.params)], ")))\n        return;\n", indent=12)
@@ -127,7 +136,8 @@ def decode(api, call):
         returned = told = ["captured"]
     elif call.returns:
         returned, told = ["&decoder.Returned()"], ["decoder.Returned().GetPointer()"]
-    text += "".join(f"    const auto {p.name} = decoder.Value<{p.type.adapter}>({p.at});\n" for p in call.params
+    constness = "" if is_promising(call) else "const "
+    text += "".join(f"    {constness}auto {p.name} = decoder.Value<{p.type.adapter}>({p.at});\n" for p in call.params
                     if not p.type.is_pointer)
     text += checks(call)
     # Ahead of the adapter, which may write over output.

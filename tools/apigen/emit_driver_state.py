@@ -24,27 +24,18 @@ def told(call):
 
 
 def is_draw(call):
-    return call.has("draw") or call.has("draw_no_step")
+    return call.has("draw") or call.has("draw_no_step") or call.has("dispatch")
 
 
-def changes_program(api, call):
-    """Whether the call may take away the program that draws run."""
-    deletes = any(p.type.name == "pipeline" for p in call.params) and call.has("deletes")
-    return deletes or any(c.state in ("program", "pipeline") for c in api.states.changes.get(call.name, ()))
-
-
-def function(api, call):
+def function(call):
     params = [f"{p.c_type} {p.name}" for p in call.params]
     names = [p.name for p in call.params]
     text = wrap(f"{call.ret_c} GL_APIENTRY Follow_{call.name}(", params, ")\n{\n", indent=4)
-    if is_draw(call) or call.has("dispatch"):
-        ask = "MayDraw" if is_draw(call) else "MayDispatch"
-        text += f'    if (!current || current->{ask}("{call.name}"))\n'
+    if is_draw(call):
+        text += f'    if (!current || current->MayDraw("{call.name}"))\n'
         return text + wrap(f"        driver{call.table}.{call.name}(", names, ");\n", indent=12) + "}\n\n"
     result = "const auto result = " if call.returns else ""
     text += wrap(f"    {result}driver{call.table}.{call.name}(", names, ");\n", indent=8)
-    if changes_program(api, call):
-        return text + "    if (current)\n        current->ForgetProgram();\n}\n\n"
     text += "    if (DriverContext* const context = current)\n        "
     if call.name in JUDGED:
         text += wrap(f"if (context->Took_{call.name}(", names, "))\n            ", indent=12)
@@ -53,9 +44,8 @@ def function(api, call):
 
 
 def emit(api):
-    calls = [c for c in api.gl if c.where != "none" and
-             (c.has("track") or is_draw(c) or c.has("dispatch") or changes_program(api, c))]
-    text = BANNER + "\n" + "".join(function(api, c) for c in calls)
+    calls = [c for c in api.gl if c.where != "none" and (c.has("track") or is_draw(c))]
+    text = BANNER + "\n" + "".join(function(c) for c in calls)
     for table, kind in (("GLES", "Core::GLESProcTable"), ("GLESExt", "Core::GLESExtProcTable")):
         text += f"void Adapt{table}({kind}& table)\n{{\n"
         text += "".join(f"    Follow(table.{c.name}, driver{table}.{c.name}, Follow_{c.name});\n"

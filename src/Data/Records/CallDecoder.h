@@ -134,6 +134,9 @@ public:
     bool Indices(std::uint32_t parameter, std::uint32_t at) { return Opaque(parameter, at) && HasIndices(parameter); }
     /// A draw from the element array buffer finds indices there: drivers take storage for granted.
     bool HasIndices(std::uint32_t parameter);
+    /// Indices in client memory of a draw that promises to stay from `start` to `end`: some drivers do not survive it
+    /// when they do not, so the promise is made true. `indices` were read before.
+    void KeepPromise(const DrawRange& indices, std::uint32_t& start, std::uint32_t& end);
     /// Vertex data for all enabled attributes in client memory came with this draw.
     bool CoversDraw(const DrawRange& range);
 

@@ -1,4 +1,5 @@
 // The part of CallDecoder that is about memory which belongs to no argument: vertices for draws, mapped buffers.
+#include <algorithm>
 #include <bit>
 
 #include "Data/Diagnostics.h"
@@ -35,6 +36,20 @@ bool CallDecoder::HasIndices(std::uint32_t parameter)
 {
     return !HasDriver() || Bound().HasIndexStorage() ||
            Refuse(parameter, "indices in the element array buffer", "no storage");
+}
+
+void CallDecoder::KeepPromise(const DrawRange& indices, std::uint32_t& start, std::uint32_t& end)
+{
+    if (indices.count == 0)
+        return;
+    const std::uint32_t last = indices.first + indices.count - 1;
+    if (indices.first >= start && last <= end)
+        return;
+    m_diagnostics.Changed(callTable[static_cast<std::uint32_t>(m_call)].name, "indices",
+                          std::to_string(start) + " to " + std::to_string(end),
+                          std::to_string(indices.first) + " to " + std::to_string(last));
+    start = std::min(start, indices.first);
+    end = std::max(end, last);
 }
 
 bool CallDecoder::CoversDraw(const DrawRange& range)
