@@ -39,12 +39,18 @@ set(RUN_FROM_HELP ${Python3_EXECUTABLE} -B ${FROM_HELP})
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/man)
 foreach(program ${PROGRAMS})
   set(page ${PROJECT_BINARY_DIR}/man/${program}.1.gz)
+  # playback-record ends as what it records did; its help says so.
+  set(includes ${PACKAGING}/${program}.h2m)
+  if(NOT program STREQUAL playback-record)
+    list(APPEND includes ${PACKAGING}/exit-status.h2m)
+  endif()
+  list(TRANSFORM includes PREPEND --include= OUTPUT_VARIABLE include_options)
   string(JOIN " " command ${RUN_FROM_HELP} ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${program}>)
   add_custom_command(OUTPUT ${page}
-    COMMAND ${HELP2MAN} --no-info --no-discard-stderr --include=${PACKAGING}/${program}.h2m --output=${program}.1 ${command}
+    COMMAND ${HELP2MAN} --no-info --no-discard-stderr ${include_options} --output=${program}.1 ${command}
     COMMAND gzip -9nf ${program}.1
     WORKING_DIRECTORY ${PROJECT_BINARY_DIR}/man
-    DEPENDS ${program} ${PACKAGING}/${program}.h2m ${FROM_HELP}
+    DEPENDS ${program} ${includes} ${FROM_HELP}
     COMMENT "Manual page of ${program}"
     VERBATIM)
   install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT programs)

@@ -64,7 +64,9 @@ def options(text):
 
 
 def manual(text):
-    """Options under one heading, and after them the examples, each a paragraph of its own."""
+    """Options under one heading, after them the examples, each a paragraph of its own; exit statuses are a section."""
+    if status := re.search(r"^Exit status: ((?:.+\n)+)\n*", text, re.M):
+        text = f"{text.replace(status[0], '')}\n*Exit status*\n\n{status[1][0].upper()}{status[1][1:]}"
     examples = re.search(r"^Examples:\n((?:  .*\n)+)\n*", text, re.M)
     if examples:
         text = text.replace(examples[0], "")

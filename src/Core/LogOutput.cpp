@@ -105,7 +105,7 @@ void LogOutput::WriteOnce(std::string_view line)
 void LogOutput::EndRepetitions()
 {
     if (m_repetitions != 0)
-        Append("(the last message came " + std::to_string(m_repetitions) + " more times)");
+        Append("(the last message was repeated " + std::to_string(m_repetitions) + " times)");
     m_repetitions = 0;
     m_once.clear();
 }

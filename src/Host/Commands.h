@@ -17,7 +17,7 @@ using CommandQueue = std::deque<Command>;
 std::optional<Command> CommandOfKey(std::uint32_t keysym);
 
 /// The keys and what they do, for help and messages.
-inline constexpr const char* KeyHelp = "space pauses and goes on, right arrow or n steps a frame, s takes a "
+inline constexpr const char* KeyHelp = "space pauses and resumes, right arrow or n steps a frame, s takes a "
                                        "screenshot, f toggles full screen, q or Escape "
                                        "ends";
 

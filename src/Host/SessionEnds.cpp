@@ -152,7 +152,7 @@ void Session::EndNow(const std::string& why)
     std::string where;
     if (mayTell) {
         where = " in frame " + std::to_string(CurrentFrame() + 1);
-        where += doing ? "" : ", " + m_capture->CallAtWork() + ", from which the driver did not come back";
+        where += doing ? "" : ", " + m_capture->CallAtWork() + ", from which the driver did not return";
     }
     Core::Console::Print(Core::LogError, false, "playback: %s%s%s%s.", why.c_str(), where.c_str(), doing ? " " : "",
                          doing ? doing : "");

@@ -30,7 +30,7 @@ bool Session::HasKeys() const
 void Session::SayPaused() const
 {
     Say("Paused at frame " + std::to_string(CurrentFrame()) + "; " +
-        (HasKeys() ? KeyHelp : "there is neither a keyboard nor a terminal to go on with, a signal ends the replay") +
+        (HasKeys() ? KeyHelp : "there is neither a keyboard nor a terminal to resume it; a signal ends the replay") +
         ".");
 }
 

@@ -110,7 +110,7 @@ constexpr PlaybackEnvironment::Option OptionTable[] = {
          s.m_windowModeSet = true;
          s.m_fullscreen = true;
      }},
-    {"-windowed", nullptr, Window, "show a window that is not full screen; the default, and ignored with -fullscreen",
+    {"-windowed", nullptr, Window, "show a window that is not full screen (the default; ignored with -fullscreen)",
      [](Settings& s, const Given& given) {
          if (!given.args.HasSwitch("-fullscreen")) {
              s.m_windowModeSet = true;
@@ -147,10 +147,10 @@ constexpr PlaybackEnvironment::Option OptionTable[] = {
          s.m_stopFrame = given.Number();
      }},
     {"-loopframe", "N", Frames,
-     "when the last frame is reached, go on with frame N (default: 1); each pass replays the capture anew",
+     "after the last frame, go on with frame N (default: 1); each pass replays the capture afresh",
      [](Settings& s, const Given& given) { s.m_loopFrame = given.Number(); }},
     {"-loopcount", "N", Frames,
-     "passes through the loop, the first one included (default: without an end when -loopframe is given, else 1)",
+     "passes through the loop, the first one included (default: endless with -loopframe, otherwise 1)",
      [](Settings& s, const Given& given) { s.m_loopCount = given.Number(); }},
     {"-preloadfile", nullptr, Frames, "read the whole capture before replaying it",
      [](Settings& s, const Given&) { s.m_preloadFile = true; }},
@@ -167,7 +167,7 @@ constexpr PlaybackEnvironment::Option OptionTable[] = {
      "file or named pipe that receives the log (default: stderr, which shows a repeated message once)",
      [](Settings&, const Given& given) { Util::ParseCmdArgsLogIOPipe(given.value); }},
     // Takes a value and does not look at it; without one the option has no effect.
-    {"-extracttextures", "ANY", Frames, "write the textures of the capture to files; any value, such as all",
+    {"-extracttextures", "ANY", Frames, "write the textures of the capture to files; any value will do, such as all",
      [](Settings& s, const Given&) { s.m_extractTextures = true; }},
     {"-thread", "LIST", Frames, "replay only these captured threads, separated by commas (default: all)",
      [](Settings& s, const Given& given) {
@@ -180,7 +180,7 @@ constexpr PlaybackEnvironment::Option OptionTable[] = {
     {"-singlesurface", nullptr, Window, "replay all window surfaces into one",
      [](Settings& s, const Given&) { s.m_singleSurface = true; }},
     {"-pbuffersurface", nullptr, Window,
-     "replay window surfaces into pbuffers, off screen, and read them back at each swap; only the log tells of it",
+     "replay window surfaces into pbuffers, off screen, and read them back at each swap; only the log says so",
      [](Settings& s, const Given&) { s.m_pbufferSurface = true; }},
     {"-skippbufferdisplay", nullptr, Window, "with -pbuffersurface: do not read back",
      [](Settings& s, const Given&) { s.m_skipPbufferDisplay = true; }},
@@ -193,24 +193,24 @@ constexpr PlaybackEnvironment::Option OptionTable[] = {
     {"-skiperrorcheck", nullptr, Calls, "do not check for errors after each call",
      [](Settings& s, const Given&) { s.m_skipErrorCheck = true; }},
     {"-config", "CONFIG", Window,
-     "EGL config to use for everything, such as R8G8B8A8D24S8, or C32D24 with the depths of colour and depth buffer",
+     "EGL config to use for everything, such as R8G8B8A8D24S8, or C32D24 for 32 bits of colour and 24 of depth",
      [](Settings& s, const Given& given) { s.m_config = given.value; }},
     {"-samples", "N", Window, "samples of the config that -config asks for (default: 1)",
      [](Settings& s, const Given& given) { s.m_samples = given.Number(); }},
-    {"-skipapi", "LIST", Calls, "leave these functions out, separated by commas; patterns as glDraw* are names too",
+    {"-skipapi", "LIST", Calls, "leave these functions out, separated by commas; patterns such as glDraw* are allowed",
      [](Settings& s, const Given& given) {
          s.AddSkipApiIds(given.value, s.m_skipStateApiIds);
          s.AddSkipApiIds(given.value, s.m_skipFrameApiIds);
      }},
-    {"-skipstateapi", "LIST", Calls, "as -skipapi, in state-setup blocks only",
+    {"-skipstateapi", "LIST", Calls, "like -skipapi, in state-setup blocks only",
      [](Settings& s, const Given& given) { s.AddSkipApiIds(given.value, s.m_skipStateApiIds); }},
-    {"-skipframeapi", "LIST", Calls, "as -skipapi, in frames only",
+    {"-skipframeapi", "LIST", Calls, "like -skipapi, in frames only",
      [](Settings& s, const Given& given) { s.AddSkipApiIds(given.value, s.m_skipFrameApiIds); }},
     {"-dumpdefaultfbo", nullptr, Calls, "write the captured contents of the default framebuffer to files",
      [](Settings& s, const Given&) { s.m_dumpDefaultFbo = true; }},
     {"-screenshots", "WHICH", Screenshots,
-     "frame N, frames A-B or A- to the end, every N frames N*, several of these with commas between them, \"\" for all "
-     "frames; or draws F:A-B, F:A- or F: for all of one frame",
+     "frame N, frames A-B or A- to the end, N* for every Nth frame, several of these separated by commas, or \"\" for "
+     "all frames; or draws of frame F: F:A-B, F:A- or F: for all",
      [](Settings& s, const Given& given) {
          s.m_screenshotPath = given.filePrefix;
          SelectScreenshots(s, given.value);

@@ -34,7 +34,7 @@ void StatusLine::Update(std::uint64_t frames, std::uint64_t total, std::uint32_t
     m_wasPaused = isPaused;
     char text[128];
     if (isPaused) {
-        std::snprintf(text, sizeof text, "frame %u, paused: space goes on, n steps, s takes a screenshot, q ends",
+        std::snprintf(text, sizeof text, "frame %u, paused: space resumes, n steps, s takes a screenshot, q ends",
                       frame);
     } else {
         const double seconds = std::chrono::duration<double>(now - m_start).count();

@@ -19,7 +19,8 @@ using Util::ExitStatus;
 using Util::FrameRange;
 
 constexpr Util::Option options[] = {
-    {"--frames", "A-B", "frames to keep, counted from 1, both included; A- keeps all from A on, A one", "Options"},
+    {"--frames", "A-B", "frames to keep, counted from 1, both included; A- keeps all from A on, A only that one",
+     "Options"},
     {"-o", "FILE", "capture to write", "Options"},
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},

@@ -159,7 +159,7 @@ std::string CommandLine::Help(std::string_view usage) const
             AppendWrapped(out, option.help, head.size());
         }
     }
-    return out + "\nAn option may be written with one hyphen or two, and its value after a blank or \"=\".\n";
+    return out + "\nAn option may be written with one hyphen or two, and its value after a space or \"=\".\n";
 }
 
 std::string UsageError(std::string_view program, std::string_view error)

@@ -75,7 +75,7 @@ TEST_F(LogTest, RepetitionsAreCountedOnStderrAndKeptInAFile)
         print(toStderr);
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "odd\n(the last message came 2 more times)\nother\nodd\nglFlush\nglFlush\n");
+              "odd\n(the last message was repeated 2 times)\nother\nodd\nglFlush\nglFlush\n");
     {
         Core::LogOutput toFile;
         ASSERT_EQ(toFile.Open(m_path), "");

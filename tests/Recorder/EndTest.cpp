@@ -179,8 +179,8 @@ TEST_F(RecorderTest, WhyNothingWasRecordedIsFoundOut)
 {
     driver = Driver::Systems;
     const std::pair<const char*, const char*> cases[] = {
-        {"$PROGRAM --client UsesDesktopGL", "contexts of desktop OpenGL by EGL"},
-        {"sh -c 'kill -SEGV $$'", "sh died by SIGSEGV"},
+        {"$PROGRAM --client UsesDesktopGL", "contexts of desktop OpenGL through EGL"},
+        {"sh -c 'kill -SEGV $$'", "sh was killed by SIGSEGV"},
         {"sh -c 'sh -c \"kill -BUS \\$\\$\"; exit $?'", "shells do when what they run dies by SIGBUS"},
         {"env true", "EGL was not called by true"},
         {"./static", "is linked statically"},

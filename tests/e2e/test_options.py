@@ -125,7 +125,7 @@ class Options(EndToEndTest):
     def test_what_has_no_effect_is_said(self):
         for options, said in ((["-screenshots", "9"], "-screenshots begins with frame 9, after the last one, which is 4"),
                               (["-screenshots", "2:99-"], "-screenshots 2:99- wrote no picture: frame 2 has fewer draws"),
-                              (["-samples", "4"], "-samples goes with -config"), (["-swapfbo", "9"], "no framebuffer 9")):
+                              (["-samples", "4"], "-samples has no effect without -config"), (["-swapfbo", "9"], "no framebuffer 9")):
             self.assertMentions(self.replay(*options), said)
 
     def test_patterns_of_functions_are_left_out(self):

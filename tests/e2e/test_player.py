@@ -181,7 +181,7 @@ class Pace(Player):
                     replay.send_signal(sent)
                 self.assertEqual(replay.wait(20), CUT_SHORT)
                 self.assertRegex((self.dir / "playback.err").read_text(),
-                                 rf"{said} in frame 1, call \d+, glDrawArrays, from which the driver did not come back")
+                                 rf"{said} in frame 1, call \d+, glDrawArrays, from which the driver did not return")
                 result = json.loads((self.dir / "cut.json").read_text())
                 self.assertEqual((result["frames"], result["cutOff"], result["stopped"]), (0, True, said))
 

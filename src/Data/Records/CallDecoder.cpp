@@ -145,10 +145,10 @@ bool CallDecoder::OutputRoom(std::uint32_t parameter, std::uint32_t at, std::uin
     if (room > static_cast<std::int64_t>(PointerData::maxOwnedBytes / elementBytes))
         return Refuse(parameter, "room for at most " + Bytes(PointerData::maxOwnedBytes),
                       room == unknownSize ? "an unknown size" : std::to_string(room) + " elements");
-    if (needsContents && room > std::int64_t{contents.bytes / elementBytes}) {
+    if (needsContents && room > std::int64_t{contents.bytes / elementBytes})
         return Refuse(parameter, "the " + std::to_string(room) + " names that the driver gave",
                       contents.data ? std::to_string(contents.bytes / elementBytes) : "none");
-    } else if (contents.data) {
+    if (contents.data) {
         pointer.SetContents(contents.data, contents.bytes / elementBytes, elementBytes, slot.value);
         if (pointer.GetCount() < room)
             pointer.ResizeArray(static_cast<std::uint32_t>(room));

@@ -45,7 +45,7 @@ std::string WhyNothingIsDrawn(const std::string& captureFile, const std::vector<
     const bool isAnyThere = std::ranges::any_of(
         threads, [&](int thread) { return list.Threads().contains(static_cast<std::uint32_t>(thread)); });
     if (!threads.empty() && !isAnyThere) {
-        return "The capture has no thread " + List(threads) + ", as -thread asks for; its threads are " +
+        return "The capture has no thread " + List(threads) + ", which -thread asks for; its threads are " +
                List(list.Threads()) + ".";
     }
     const auto calls = capture->CallSums();
@@ -54,7 +54,7 @@ std::string WhyNothingIsDrawn(const std::string& captureFile, const std::vector<
     }
     const bool isOfGL = std::ranges::any_of(calls, [](const auto& call) { return call.name.starts_with("gl"); });
     return isOfGL ? ""
-                  : "The capture has no call of OpenGL ES: its program drew with something else, such as desktop "
+                  : "The capture has no OpenGL ES call: its program drew with something else, such as desktop "
                     "OpenGL, which is neither recorded nor replayed.";
 }
 

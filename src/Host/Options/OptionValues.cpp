@@ -42,7 +42,7 @@ std::string NumberFault(std::string_view name, int number)
     if (name == "-samples") {
         return number >= 1 ? "" : "needs 1 sample or more";
     }
-    return number >= 0 ? "" : "needs a number that is not below 0";
+    return number >= 0 ? "" : "needs 0 or a larger number";
 }
 
 /// Letters with one or two digits each, and F, in any order.

@@ -18,8 +18,8 @@ constexpr const char* Usage = "Usage: playback [options] FILE.glcap\n"
 
 constexpr const char* Introduction =
     "\n\n"
-    "In the window and in the terminal space pauses and goes on, right arrow or n steps a\n"
-    "frame, s takes a screenshot, f toggles full screen, q or Escape ends.\n"
+    "In the window and in the terminal, space pauses and resumes, right arrow or n steps a\n"
+    "frame, s takes a screenshot, f toggles full screen, and q or Escape ends.\n"
     "\n"
     "Examples:\n"
     "  playback -verify x.glcap                compare the frames with the recorded ones\n"
@@ -30,25 +30,25 @@ constexpr Util::Option OwnOptions[] = {
     {"-headless", "", "replay off screen even where there is a compositor", "Program"},
     {"-verify", "", "compare frames with the hashes of playback-record --hash, and pixels that were read back",
      "Results"},
-    {"-measureframes", "A-B", "frames whose times are measured, A- for all from A on; all but the first when not given",
+    {"-measureframes", "A-B", "frames to measure, A- for all from A on (default: all but the first)", "Results"},
+    {"-check", "", "only say what the capture needs and this driver lacks; status 1 if there is anything", "Results"},
+    {"-timecalls", "", "add the CPU time of each function to the results of -json, which slows the replay down",
      "Results"},
-    {"-check", "", "only tell what the capture needs and this driver lacks; status 1 when there is something",
-     "Results"},
-    {"-timecalls", "", "add the CPU time of each function to the results of -json; replay is slower then", "Results"},
     {"-json", "FILE",
-     "write the results as JSON, to standard output for -: the summary, and time and calls of each frame", "Results"},
-    {"-statsdir", "DIR", "folder for the reports of -stats, created if missing (default: that of the capture)",
+     "write the results as JSON (to standard output if FILE is -): the summary, and the time and calls of each frame",
      "Results"},
-    {"-framerate", "RATE", "replay so many frames a second at most", "Frames"},
-    {"-pace", "HOW", "recorded: replay frames when the recorded program drew them", "Frames"},
-    {"-timelimit", "SECONDS", "end after this time, with status 5, even when the driver does not come back from a call",
+    {"-statsdir", "DIR", "folder for the reports of -stats, created if missing (default: the capture's folder)",
+     "Results"},
+    {"-framerate", "RATE", "replay at most this many frames a second", "Frames"},
+    {"-pace", "HOW", "recorded: replay each frame at the time when the recorded program drew it", "Frames"},
+    {"-timelimit", "SECONDS", "end after this time, with status 5, even if the driver does not return from a call",
      "Frames"},
     {"-framesinflight", "N",
-     "have at most so many frames under way in the driver (default: 2, as a window would); 1 finishes each "
-     "frame, 0 waits for none, so that times are those of the calls alone",
+     "allow at most this many frames in flight in the driver (default: 2, as a window would); 1 finishes each "
+     "frame before the next one, 0 never waits, so that times are those of the calls alone",
      "Frames"},
     {"-swapinterval", "N",
-     "in a window, wait for N pictures of the screen at each swap instead of as many as the program did; 0 runs free",
+     "in a window, wait for N screen refreshes at each swap instead of as many as the program did; 0 does not wait",
      "Frames"},
     {"-quiet", "", "say only what is wrong", "Program"},
     {"-driver", "DIR", "take libEGL.so.1 and libGLESv2.so.2 from this folder", "Program"},
@@ -176,7 +176,7 @@ std::vector<std::string> WithoutEffect(const Options& options, std::uint32_t fra
     std::vector<std::string> notes;
     for (const auto& [option, other] : companions) {
         if (isGiven(option) && !isGiven(other)) {
-            notes.push_back(std::string(option) + " goes with " + other + ", which is not given.");
+            notes.push_back(std::string(option) + " has no effect without " + other + ".");
         }
     }
     const auto noteBeyond = [&](const char* option, std::uint32_t first) {

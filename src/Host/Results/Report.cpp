@@ -154,15 +154,15 @@ std::vector<std::string> SummaryLines(const Report& report, const Measurements& 
     if (const auto times = measurements.Times()) {
         lines.push_back("Frame times in ms, " +
                         (report.framesInFlight == 0
-                             ? "of their calls alone"
-                             : "with their drawing, " + Util::Counted(report.framesInFlight, "frame") + " in flight") +
+                             ? "calls alone"
+                             : "drawing included, " + Util::Counted(report.framesInFlight, "frame") + " in flight") +
                         ": mean " + Fixed(times->mean, 3) + ", median " + Fixed(times->median, 3) + ", 95 % " +
                         Fixed(times->percentile95, 3) + ", 99 % " + Fixed(times->percentile99, 3) + ", worst " +
                         Fixed(times->worst, 3) + " (frame " + std::to_string(times->worstFrame) +
                         (report.passes > 1 ? " of pass " + std::to_string(times->worstPass) : "") + ").");
     }
     if (!report.errors.empty()) {
-        lines.push_back("Errors of the driver: " + List(report.errors) + ".");
+        lines.push_back("Errors from the driver: " + List(report.errors) + ".");
     }
     if (!report.skipped.empty()) {
         lines.push_back("Not replayed: " + List(report.skipped) + ".");

@@ -29,7 +29,7 @@ bool IsContextCurrent()
     return getContext && getContext() != EGL_NO_CONTEXT;
 }
 
-constexpr const char* DrawingDescription = "while the driver was to end its drawing";
+constexpr const char* DrawingDescription = "while waiting for the driver to finish drawing";
 
 const char* Describe(FrameTimer::Beside what)
 {
@@ -41,7 +41,7 @@ const char* Describe(FrameTimer::Beside what)
     case FrameTimer::Beside::Waiting:
         break;
     }
-    return "while the frame's turn was waited for";
+    return "while waiting for the frame's turn";
 }
 
 } // namespace

@@ -50,8 +50,8 @@ struct OtherWay {
 };
 constexpr OtherWay otherWays[] = {
     {[](const ProcessReport& report) { return report.desktopContext; },
-     " made contexts of desktop OpenGL by EGL and drew nothing with OpenGL ES"},
-    {[](const ProcessReport& report) { return report.glx; }, " makes contexts of desktop OpenGL by GLX"},
+     " made contexts of desktop OpenGL through EGL and drew nothing with OpenGL ES"},
+    {[](const ProcessReport& report) { return report.glx; }, " makes contexts of desktop OpenGL through GLX"},
     {[](const ProcessReport& report) { return report.vulkan; }, " uses Vulkan"},
     {[](const ProcessReport& report) { return !report.egl && report.HasLibrary("libGLX"); },
      " is linked to GLX, the EGL of desktop OpenGL on X11, and called no EGL"},
@@ -81,11 +81,11 @@ std::string WhyWithoutOtherWay(const std::string& command, const ProgramEnd& end
     }
     const auto caller = std::ranges::find_if(reports, &ProcessReport::egl);
     if (caller != reports.end()) {
-        return caller->program + " called EGL, but nothing of OpenGL ES with a context that it had made current.";
+        return caller->program + " called EGL, but no OpenGL ES function with a context that it had made current.";
     }
     return "EGL was not called by " + ProgramNames(reports) +
-           ", which is all that the recorder got into.\n  It gets into nothing that is linked statically or has"
-           " privileges, or is started without the variables of the recording (env -i, sudo, a running service).";
+           ", and nothing else loaded the recorder.\n  Programs do not load it when they are linked statically or have"
+           " privileges, or are started without the variables of the recording (env -i, sudo, a running service).";
 }
 
 /// Signals by which programs crash, rather than being told to end.
@@ -119,11 +119,11 @@ std::string HowItDied(const std::string& command, const ProgramEnd& end)
 {
     const std::string name = std::filesystem::path(command).filename().string();
     if (end.signal != 0) {
-        return name + " died by " + SignalName(end.signal) + " (" + strsignal(end.signal) + ").";
+        return name + " was killed by " + SignalName(end.signal) + " (" + strsignal(end.signal) + ").";
     }
     if (end.status > 128 && IsCrash(end.status - 128)) {
         return name + " ended with status " + std::to_string(end.status) +
-               ", as shells do when what they run dies by " + SignalName(end.status - 128) + ".";
+               ", as shells do when what they run is killed by " + SignalName(end.status - 128) + ".";
     }
     return {};
 }

@@ -13,7 +13,7 @@ namespace Recorder {
 [[nodiscard]] std::string WhyNothingRecorded(const std::string& command, const ProgramEnd& end,
                                              const std::vector<ProcessReport>& reports);
 
-/// "NAME died by SIGSEGV.", also where a shell tells so of what it ran; empty when it ended otherwise.
+/// "NAME was killed by SIGSEGV.", also where a shell says so of what it ran; empty when it ended otherwise.
 [[nodiscard]] std::string HowItDied(const std::string& command, const ProgramEnd& end);
 
 } // namespace Recorder

@@ -102,8 +102,8 @@ std::string WhyNotLoaded(const std::string& command)
         return WhyNotPrivileged(file);
     }
     if (header.e_ident[EI_CLASS] != ownClass || header.e_machine != ownMachine) {
-        return file + " is a program for another machine or of another word size: this recorder is one for " +
-               ownMachineName + " and " + std::to_string(8 * sizeof(void*)) + " bits.";
+        return file + " is a program for another machine or word size: this recorder is for " + ownMachineName +
+               " and " + std::to_string(8 * sizeof(void*)) + " bits.";
     }
     std::string why = WhyNotDynamic(file, contents, header);
     return why.empty() ? WhyNotPrivileged(file) : why;

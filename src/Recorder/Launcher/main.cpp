@@ -23,8 +23,8 @@ using Util::ExitStatus;
 
 constexpr Util::Option optionTable[] = {
     {"-o", "FILE",
-     "the capture to write (default: COMMAND.glcap in the working directory); a capture that has the name is replaced "
-     "when a new one was recorded, and not before",
+     "the capture to write (default: COMMAND.glcap in the working directory); a capture of that name is replaced only "
+     "once a new one was recorded",
      "Options"},
     {"--hash", "", "store a hash of each frame, which playback -verify compares", "Options"},
     {"--frames", "N", "end the capture and the program after N frames", "Options"},
@@ -91,7 +91,7 @@ public:
         std::string text = Recorder::Describe(name.string(), recording.summary);
         if (recording.process != m_end.process) {
             text += "  It is of " + recording.program + ", process " + std::to_string(recording.process) +
-                    (isFirst ? "; " + m_command + " itself made no call of OpenGL ES.\n" : ".\n");
+                    (isFirst ? "; " + m_command + " itself made no OpenGL ES call.\n" : ".\n");
         }
         if (!recording.summary.isComplete) {
             text += "  " + WhyIncomplete(recording, unwritten, m_end) + "\n";
@@ -179,7 +179,7 @@ int Record(const Util::CommandLine::Result& parsed)
     }
     options.library = Recorder::FindLibrary();
     if (options.library.empty()) {
-        return Trouble("libPlaybackRecorder.so is not where it belongs, in ../lib beside this program",
+        return Trouble("libPlaybackRecorder.so is missing: it belongs in ../lib beside this program's folder",
                        ExitStatus::Differed);
     }
     Recorder::CapturePlace place(wanted != nullptr ? fs::path(*wanted)

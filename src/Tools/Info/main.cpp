@@ -28,13 +28,15 @@ constexpr Util::Option options[] = {
      "list all calls instead, one on each line, with frame, number of the call in its frame, thread and "
      "context; with --json, a JSON object on each line",
      "Options"},
-    {"--frames", "A-B", "with --dump: only these frames, counted from 1; A- for all from A on, A for one", "Options"},
-    {"--calls", "PATTERNS", "with --dump: only functions with such names, as glDraw*,glClear", "Options"},
-    {"--full", "", "with --dump: texts and arrays in full length, shaders among them", "Options"},
+    {"--frames", "A-B", "with --dump: only these frames, counted from 1; A- for all from A on, A for one frame",
+     "Options"},
+    {"--calls", "PATTERNS", "with --dump: only functions whose names match, such as glDraw*,glClear", "Options"},
+    {"--full", "", "with --dump: texts and arrays in full, shaders included", "Options"},
     {"--report", "DIR", "write a page to DIR/index.html that shows the capture in a browser", "Options"},
     {"--results", "FILE", "with --report: what playback -json wrote of a replay, with the screenshots that it took",
      "Options"},
-    {"--check", "", "only tell what the capture needs and the driver of this machine lacks", "Options"},
+    {"--check", "",
+     "only say what the capture needs and the driver of this machine lacks; status 1 if there is anything", "Options"},
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},
 };
@@ -43,7 +45,7 @@ constexpr const char* usage =
     "\n"
     "Prints what is in a capture: header, frames, threads, contexts, surfaces and calls. The statistics, in\n"
     "total and by frame: draws, instances, vertices, dispatches, clears, blits, uploaded bytes, objects,\n"
-    "shaders, programs, extensions, and state changes that set what was set already.";
+    "shaders, programs, extensions, and state changes that changed nothing.";
 
 ExitStatus Fail(ExitStatus status, const std::string& text)
 {
@@ -74,7 +76,7 @@ std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& c
         return "a capture is read from a file, not from standard input";
     const bool isDump = args.HasSwitch("--dump");
     if (args.HasSwitch("--check") && (args.switches.size() > 1 || !args.values.empty()))
-        return "--check goes with no other option";
+        return "--check cannot be combined with other options";
     const bool isReport = args.FindValue("--report") != nullptr;
     if (args.HasSwitch("--csv") + isDump + isReport > 1 ||
         (args.HasSwitch("--json") && (args.HasSwitch("--csv") || isReport)))
@@ -96,7 +98,7 @@ std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& c
     if (const std::string* const calls = args.FindValue("--calls"))
         choice.calls = *calls;
     if (args.HasSwitch("--full") && (!isDump || args.HasSwitch("--json")))
-        return isDump ? "--json shows everything in full length anyway" : "--full goes with --dump";
+        return isDump ? "--json shows everything in full anyway" : "--full goes with --dump";
     choice.notation = args.HasSwitch("--json")   ? Tools::Notation::Json
                       : args.HasSwitch("--full") ? Tools::Notation::Full
                                                  : Tools::Notation::Plain;
@@ -136,7 +138,7 @@ ExitStatus PrintDump(Data::CaptureSource& source, Data::Diagnostics& diagnostics
         return Fail(ExitStatus::Usage, path + ": " + error);
     const std::uint64_t lines = Tools::Dump(source, diagnostics, choice, Print);
     if (lines == 0)
-        Report(path + ": has nothing of that");
+        Report(path + ": has no such calls");
     return ExitStatus::Done;
 }
 
