@@ -121,7 +121,7 @@ TEST_F(RecorderTest, AProgramStartedByTheProgramHasACaptureOfItsOwn)
     EXPECT_THAT(Dump("glClear", "capture.2.glcap"), ElementsAre("glClear(mask=0x2)"));
     // Of a program that draws nothing itself, it is the recording; and what is there keeps its name.
     EXPECT_THAT(Run(PLAYBACK_RECORD " -o capture.2.glcap sh -c '$PROGRAM --client StartsItself; exit 0'").err,
-                testing::AllOf(HasSubstr("sh itself made no call"), HasSubstr("capture.2.2.glcap")));
+                testing::AllOf(HasSubstr("sh itself made no OpenGL ES call"), HasSubstr("capture.2.2.glcap")));
     EXPECT_THAT(Dump("glClear", "capture.2.glcap"), ElementsAre("glClear(mask=0x1)"));
 }
 
@@ -181,7 +181,7 @@ TEST_F(RecorderTest, WhyNothingWasRecordedIsFoundOut)
     const std::pair<const char*, const char*> cases[] = {
         {"$PROGRAM --client UsesDesktopGL", "contexts of desktop OpenGL through EGL"},
         {"sh -c 'kill -SEGV $$'", "sh was killed by SIGSEGV"},
-        {"sh -c 'sh -c \"kill -BUS \\$\\$\"; exit $?'", "shells do when what they run dies by SIGBUS"},
+        {"sh -c 'sh -c \"kill -BUS \\$\\$\"; exit $?'", "shells do when what they run is killed by SIGBUS"},
         {"env true", "EGL was not called by true"},
         {"./static", "is linked statically"},
     };

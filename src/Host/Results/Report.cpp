@@ -1,5 +1,6 @@
 #include "Host/Results/Report.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 
@@ -152,7 +153,9 @@ std::vector<std::string> SummaryLines(const Report& report, const Measurements& 
         lines.push_back(std::move(beside));
     }
     if (const auto times = measurements.Times()) {
-        lines.push_back("Frame times in ms, " +
+        const auto [first, last] = std::ranges::minmax(measurements.Costs(), {}, &FrameCost::frame);
+        lines.push_back("Frame times in ms, frames " + std::to_string(first.frame) + " to " +
+                        std::to_string(last.frame) + ", " +
                         (report.framesInFlight == 0
                              ? "calls alone"
                              : "drawing included, " + Util::Counted(report.framesInFlight, "frame") + " in flight") +
