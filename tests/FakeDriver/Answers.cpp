@@ -188,8 +188,11 @@ Word MapBuffer(Objects& objects, Word target, std::int64_t bytes)
 /// Four bytes a pixel; 0x5A throughout, which is no value that fresh memory has.
 Word ReadPixels(Objects& objects, Word width, Word height, Word pixels)
 {
-    if (objects.pixelPackBuffer == 0 && pixels) {
-        std::memset(Pointer<void>(pixels), 0x5A, FromWord<GLsizei>(width) * FromWord<GLsizei>(height) * std::size_t{4});
+    const auto columns = FromWord<GLsizei>(width);
+    const auto rows = FromWord<GLsizei>(height);
+    // As any driver, it refuses sizes below zero.
+    if (objects.pixelPackBuffer == 0 && pixels && columns > 0 && rows > 0) {
+        std::memset(Pointer<void>(pixels), 0x5A, std::size_t{4} * static_cast<std::size_t>(columns) * rows);
     }
     return 0;
 }
