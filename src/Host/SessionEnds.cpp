@@ -1,4 +1,5 @@
 // How passes and replays end: what is counted, told and written then.
+#include <algorithm>
 #include <csignal>
 
 #include <sys/time.h>
@@ -118,15 +119,22 @@ ExitStatus Session::Summarise()
     for (const std::string& line : SummaryLines(m_report, m_measurements)) {
         Say(line);
     }
-    if (m_statistics) {
-        m_statistics.reset();
-        Say(Statistics::Report(m_options.statisticsFile));
-    }
     bool isWritten = m_report.missingPictures == 0;
+    const auto failToWrite = [&](const std::string& error) {
+        Core::Console::Print(Core::LogError, false, "playback: cannot write %s", error.c_str());
+        isWritten = false;
+    };
+    if (m_statistics) {
+        const std::vector<std::string> errors = m_statistics->Finish();
+        m_statistics.reset();
+        std::ranges::for_each(errors, failToWrite);
+        if (errors.empty()) {
+            Say(Statistics::Report(m_options.statisticsFile));
+        }
+    }
     if (!m_options.jsonFile.empty()) {
         if (const std::string error = WriteJson(m_options.jsonFile, m_report, m_measurements); !error.empty()) {
-            Core::Console::Print(Core::LogError, false, "playback: cannot write %s", error.c_str());
-            isWritten = false;
+            failToWrite(error);
         }
     }
     if (!isWritten) {

@@ -33,8 +33,8 @@ std::string OpenDriver(const std::string& directory, wl_display* compositor)
     }
     const Core::EGLProcTable& egl = KHRLayer::EGLProc();
     if (!egl.eglGetDisplay && !egl.eglInitialize && !egl.eglMakeCurrent) {
-        return "No driver: " + (directory.empty() ? "" : directory + "/") +
-               "libEGL.so.1 is no EGL library: it has neither eglGetDisplay nor eglInitialize.";
+        return "No driver: libEGL" + (directory.empty() ? "" : " in " + directory) +
+               " is no EGL library: it has neither eglGetDisplay nor eglInitialize.";
     }
     AdaptConfigRequests(compositor ? SurfaceKind::Window : SurfaceKind::Pbuffer);
 

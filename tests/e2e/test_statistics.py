@@ -44,6 +44,12 @@ class Stats(EndToEndTest):
         self.run_program(PLAYBACK, "-stats", "-statsdir", "reports", capture)
         self.assertEqual(sorted(path.name for path in (self.dir / "reports").iterdir()),
                          ["sample.glcap.xml", "sample.glcap_flat.xml"])
+        for name in "glstats.txt", "sample.glcap.xml":
+            (self.dir / name).unlink(missing_ok=True)
+            (self.dir / name).symlink_to("/dev/full")
+        (self.dir / "sample.glcap_flat.xml").rmdir()
+        self.assertMentions(self.run_program(PLAYBACK, "-stats", "sample.glcap", status=NOT_WRITTEN),
+                            "cannot write glstats.txt: No space", "cannot write sample.glcap.xml: No space")
 
 
 class Info(EndToEndTest):

@@ -51,7 +51,8 @@ constexpr Util::Option OwnOptions[] = {
      "in a window, wait for N screen refreshes at each swap instead of as many as the program did; 0 does not wait",
      "Frames"},
     {"-quiet", "", "say only what is wrong", "Program"},
-    {"-driver", "DIR", "take libEGL.so.1 and libGLESv2.so.2 from this folder", "Program"},
+    {"-driver", "DIR", "take libEGL.so.1 and libGLESv2.so.2, or libEGL.so and libGLESv2.so, from this folder",
+     "Program"},
     {"-help", "", "print this text", "Program"},
     {"-version", "", "print the version", "Program"},
 };

@@ -3,17 +3,20 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include "Data/Capture/CaptureFile.h"
 #include "Playback/Statistics/EGLStatsAdapter.h"
 #include "Playback/Statistics/GLStatsAdapter.h"
 #include "Playback/Statistics/StatsBin.h"
+#include "Util/OutputFile.h"
 
 namespace Host {
 
 namespace {
 
-/// Why the file cannot be written; empty when it can.
+/// Why the text file cannot be written; empty when it can.
 std::string FileFault(const std::string& name)
 {
     std::FILE* const file = std::fopen(name.c_str(), "a");
@@ -28,8 +31,12 @@ std::string FileFault(const std::string& name)
 
 std::string Statistics::ReportFault(const std::string& captureFile)
 {
-    const std::string fault = FileFault(captureFile + ".xml");
-    return fault.empty() ? FileFault(captureFile + "_flat.xml") : fault;
+    for (const char* ending : {".xml", "_flat.xml"}) {
+        if (Util::OutputFile report(captureFile + ending); !report.Open()) {
+            return "cannot write " + report.Error();
+        }
+    }
+    return "";
 }
 
 std::vector<std::string> Statistics::TextFaults()
@@ -55,6 +62,27 @@ Statistics::Statistics(Data::CaptureFile& capture, const std::string& captureFil
 }
 
 Statistics::~Statistics() = default;
+
+std::vector<std::string> Statistics::Finish()
+{
+    std::vector<std::string> errors;
+    const auto endText = [&](const char* name, Playback::FeatureLog& log) {
+        if (const std::string reason = log.CloseText(); !reason.empty()) {
+            if (std::error_code error; std::filesystem::is_regular_file(std::filesystem::symlink_status(name, error))) {
+                std::filesystem::remove(name, error);
+            }
+            errors.push_back(std::string(name) + ": " + reason);
+        }
+    };
+    endText("glstats.txt", *m_glAdapter);
+    endText("eglstats.txt", *m_eglAdapter);
+    // The store's destructor writes them again, which changes nothing.
+    m_store->LogXml();
+    if (!m_store->ReportError().empty()) {
+        errors.push_back(m_store->ReportError());
+    }
+    return errors;
+}
 
 std::string Statistics::Report(const std::string& captureFile)
 {

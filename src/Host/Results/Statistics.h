@@ -19,8 +19,7 @@ namespace Host {
 /// What a run with -stats has in the place of the engine: the statistics adapters and their store. Needs no driver.
 class Statistics {
 public:
-    /// Which of the reports cannot be written, and why; empty when both can. They are empty afterwards if they were not
-    /// there before.
+    /// Which of the reports cannot be written, and why; empty when both can.
     [[nodiscard]] static std::string ReportFault(const std::string& captureFile);
     /// The same of the text files in the current folder, a line each. The reports do without them.
     [[nodiscard]] static std::vector<std::string> TextFaults();
@@ -33,6 +32,9 @@ public:
     Statistics(const Statistics&) = delete;
     Statistics& operator=(const Statistics&) = delete;
 
+    /// Writes the reports and ends the text files, at the end of the run. A line for each file that could not be
+    /// written whole, and is gone.
+    [[nodiscard]] std::vector<std::string> Finish();
     /// For the terminal: where the reports are once this object is gone.
     [[nodiscard]] static std::string Report(const std::string& captureFile);
 

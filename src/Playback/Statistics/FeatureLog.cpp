@@ -1,6 +1,8 @@
 #include "Playback/Statistics/FeatureLog.h"
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 
 namespace Playback {
 
@@ -53,6 +55,17 @@ void FeatureLog::Note(std::string_view line)
     if (m_text) {
         std::fwrite(line.data(), 1, line.size(), m_text.get());
     }
+}
+
+std::string FeatureLog::CloseText()
+{
+    if (!m_text) {
+        return "";
+    }
+    errno = 0;
+    const bool isWhole = std::ferror(m_text.get()) == 0;
+    const bool isClosed = std::fclose(m_text.release()) == 0;
+    return isWhole && isClosed ? "" : errno != 0 ? std::strerror(errno) : "a write failed";
 }
 
 void FeatureLog::Increment(std::string_view key)

@@ -38,6 +38,9 @@ public:
     void LogQueryTypeUsed(std::string_view item);
     void LogCapTypeUsed(std::string_view item);
 
+    /// Ends the text file. Empty when it is whole or could not be opened, else why a write failed.
+    [[nodiscard]] std::string CloseText();
+
 protected:
     ~FeatureLog() = default;
 

@@ -48,8 +48,8 @@ void GLStatsAdapter::LogXml()
 {
     StatsMap none;
     StatsMap& statistics = m_statistics ? *m_statistics : none;
-    WriteGroupedReport(m_captureFileName + "_gl.xml", m_categories, statistics);
-    WriteFlatReport(m_captureFileName + "_flat.xml", m_categories, statistics);
+    static_cast<void>(WriteGroupedReport(m_captureFileName + "_gl.xml", m_categories, statistics));
+    static_cast<void>(WriteFlatReport(m_captureFileName + "_flat.xml", m_categories, statistics));
 }
 
 void GLStatsAdapter::LogIncrementDrawCount()

@@ -87,8 +87,11 @@ void StatsBin::LogXml()
     if (m_captureType == "GL") {
         CompleteThreadData();
     }
-    WriteGroupedReport(m_captureFileName + ".xml", m_categories, m_statistics);
-    WriteFlatReport(m_captureFileName + "_flat.xml", m_categories, m_statistics);
+    m_reportError = WriteGroupedReport(m_captureFileName + ".xml", m_categories, m_statistics);
+    const std::string flatError = WriteFlatReport(m_captureFileName + "_flat.xml", m_categories, m_statistics);
+    if (m_reportError.empty()) {
+        m_reportError = flatError;
+    }
 }
 
 } // namespace Playback

@@ -37,8 +37,10 @@ public:
     void IncrementSurfaceCountForActiveGlThread();
     void IncrementGlTotalSurfaceCount() { ++m_totalSurfaces; }
 
-    /// Writes the grouped and the flat report. A file that cannot be opened is not written.
+    /// Writes the grouped and the flat report. Does not report a file that cannot be written: ReportError tells.
     void LogXml();
+    /// "PATH: REASON" of the last LogXml; empty when both reports were written.
+    [[nodiscard]] const std::string& ReportError() const { return m_reportError; }
 
 private:
     struct CloseFile {
@@ -49,6 +51,7 @@ private:
 
     std::string m_captureFileName;
     std::string m_captureType;
+    std::string m_reportError;
     std::unique_ptr<std::FILE, CloseFile> m_statsText;
     StatsMap m_statistics;
     StatsCategories m_categories;

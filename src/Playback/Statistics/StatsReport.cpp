@@ -1,6 +1,12 @@
 #include "Playback/Statistics/StatsReport.h"
 
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
 #include <fstream>
+#include <sstream>
+#include <string_view>
+#include <system_error>
 
 namespace Playback {
 
@@ -9,11 +15,28 @@ namespace {
 constexpr const char* header = "<features category=\"ESXCapture\">\n";
 constexpr const char* footer = "</features>\n";
 
+std::string WriteFile(const std::string& path, std::string_view text)
+{
+    errno = 0;
+    std::ofstream file(path);
+    const bool isOpen = file.is_open();
+    file << text;
+    file.close();
+    if (isOpen && file) {
+        return "";
+    }
+    const std::string error = path + ": " + (errno != 0 ? std::strerror(errno) : "a write failed");
+    if (std::error_code ignored; isOpen && std::filesystem::is_regular_file(path, ignored)) {
+        std::filesystem::remove(path, ignored);
+    }
+    return error;
+}
+
 } // namespace
 
-void WriteGroupedReport(const std::string& path, const StatsCategories& categories, StatsMap& statistics)
+std::string WriteGroupedReport(const std::string& path, const StatsCategories& categories, StatsMap& statistics)
 {
-    std::ofstream file(path);
+    std::ostringstream file;
     file << header;
     for (const auto& [category, keys] : categories) {
         file << "<" << category << ">\n";
@@ -23,11 +46,12 @@ void WriteGroupedReport(const std::string& path, const StatsCategories& categori
         file << "</" << category << ">\n";
     }
     file << footer;
+    return WriteFile(path, file.view());
 }
 
-void WriteFlatReport(const std::string& path, const StatsCategories& categories, StatsMap& statistics)
+std::string WriteFlatReport(const std::string& path, const StatsCategories& categories, StatsMap& statistics)
 {
-    std::ofstream file(path);
+    std::ostringstream file;
     file << header;
     for (const auto& [category, keys] : categories) {
         for (const std::string& key : keys) {
@@ -35,6 +59,7 @@ void WriteFlatReport(const std::string& path, const StatsCategories& categories,
         }
     }
     file << footer;
+    return WriteFile(path, file.view());
 }
 
 } // namespace Playback

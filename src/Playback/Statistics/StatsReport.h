@@ -7,10 +7,12 @@
 
 namespace Playback {
 
-/// One element a category, and in it one a key. A key without a value gets an empty one. Writes nothing when the file
-/// cannot be opened.
-void WriteGroupedReport(const std::string& path, const StatsCategories& categories, StatsMap& statistics);
+/// One element a category, and in it one a key. A key without a value gets an empty one. Empty on success, else
+/// "PATH: REASON"; the file is whole or not there.
+[[nodiscard]] std::string WriteGroupedReport(const std::string& path, const StatsCategories& categories,
+                                             StatsMap& statistics);
 /// As WriteGroupedReport, without the elements of the categories.
-void WriteFlatReport(const std::string& path, const StatsCategories& categories, StatsMap& statistics);
+[[nodiscard]] std::string WriteFlatReport(const std::string& path, const StatsCategories& categories,
+                                          StatsMap& statistics);
 
 } // namespace Playback
