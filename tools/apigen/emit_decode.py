@@ -98,7 +98,13 @@ def is_promising(call):
     return {"start", "end", "indices"} <= {p.name for p in call.params}
 
 
-def checks(call):
+def reads_pixels(api, call):
+    """Whether the call reads a rectangle of a framebuffer; what it sets instead, a driver can have at any size."""
+    return {"x", "y", "width", "height"} <= {p.name for p in call.params} and \
+        not any(c.kind == "set" for c in api.states.changes.get(call.name, ()))
+
+
+def checks(api, call):
     """Statements that read the pointers and may refuse the call, in the order of the contents."""
     text = ""
     if call.ret.form == "cstring":
@@ -112,6 +118,9 @@ def checks(call):
             text += or_return(f"decoder.IsWithinMemory({index}, {p.name})")
         elif call.has("track") and p.type.name in KNOWN_NAMES:
             text += or_return(f"decoder.{KNOWN_NAMES[p.type.name]}({index}, {p.name})")
+    if reads_pixels(api, call):
+        for place, size in (("x", "width"), ("y", "height")):
+            text += or_return(f"decoder.IsWithinImage({call.params.index(call.param(place))}, {place}, {size})")
     if call.name == "glDrawElementsIndirect":
         text += or_return("decoder.HasIndices(2)")
     for index, p in enumerate(call.params):
@@ -139,7 +148,7 @@ def decode(api, call):
     constness = "" if is_promising(call) else "const "
     text += "".join(f"    {constness}auto {p.name} = decoder.Value<{p.type.adapter}>({p.at});\n" for p in call.params
                     if not p.type.is_pointer)
-    text += checks(call)
+    text += checks(api, call)
     # Ahead of the adapter, which may write over output.
     if call.has("track"):
         state = "Client" if call.is_egl else "Context"

@@ -1,6 +1,7 @@
 #include "Data/Records/CallDecoder.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "Data/Diagnostics.h"
 #include "Data/Records/CallParameters.h"
@@ -336,6 +337,12 @@ bool CallDecoder::IsWithinMemory(std::uint32_t parameter, std::int64_t bytes)
     // More than any address space has; what is below 0 is an error that drivers do see.
     constexpr std::int64_t most = std::int64_t{1} << 56;
     return bytes <= most || Refuse(parameter, "at most " + std::to_string(most), std::to_string(bytes));
+}
+
+bool CallDecoder::IsWithinImage(std::uint32_t parameter, std::int64_t place, std::int64_t size)
+{
+    constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
+    return place + size <= most || Refuse(parameter, "at most " + std::to_string(most - size), std::to_string(place));
 }
 
 bool CallDecoder::KnowsBuffer(std::uint32_t parameter, std::uint32_t name)

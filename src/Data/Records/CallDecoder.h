@@ -128,6 +128,8 @@ public:
     }
     /// An offset or a size that adds up with others: drivers do not see all sums that overflow.
     bool IsWithinMemory(std::uint32_t parameter, std::int64_t bytes);
+    /// A place and a size in pixels, for the same reason.
+    bool IsWithinImage(std::uint32_t parameter, std::int64_t place, std::int64_t size);
     bool KnowsBuffer(std::uint32_t parameter, std::uint32_t name);
     bool KnowsVertexArray(std::uint32_t parameter, std::uint32_t name);
     /// An offset into the element array buffer, which has storage in the driver.
