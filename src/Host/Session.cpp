@@ -55,7 +55,7 @@ ExitStatus Session::Run()
         }
         if (!failure) {
             for (const std::string& line : WithoutEffect(m_options, m_plan.FramesOfPass(m_capture->GetFrameCount()))) {
-                Say(line);
+                Core::Console::Print(Core::LogWarning, false, "playback: %s", line.c_str());
             }
             CheckRequirements();
             Say("Replaying " + m_output.Description() + ".");

@@ -102,8 +102,9 @@ void Session::NoteMissingDraws() const
         m_screenshots && m_settings->m_perDrawScreenshotFilter != Playback::PlaybackEnvironment::UnorderedAccess;
     if (choice.drawFrame != 0 && canTell && CurrentFrame() >= choice.drawFrame && m_screenshots->Written() == 0 &&
         m_screenshots->Failures() == 0) {
-        Say("-screenshots " + choice.value + " wrote no picture: frame " + std::to_string(choice.drawFrame) +
-            " has fewer draws and blits than " + std::to_string(std::max(choice.firstDraw, 1U)) + ".");
+        Core::Console::Print(Core::LogWarning, false,
+                             "playback: -screenshots %s wrote no picture: frame %u has fewer draws and blits than %u.",
+                             choice.value.c_str(), choice.drawFrame, std::max(choice.firstDraw, 1U));
     }
 }
 

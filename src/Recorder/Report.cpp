@@ -17,8 +17,8 @@ namespace Recorder {
 namespace {
 
 /// By the start of their names: ways to draw, and toolkits that choose one of them.
-constexpr std::string_view drawingLibraries[] = {"libGL.so", "libGLX.so", "libvulkan.so", "libgtk-3", "libgtk-4",
-                                                 "libSDL2",  "libgstgl",  "libmpv",       "liblove"};
+constexpr std::string_view drawingLibraries[] = {"libGL.so", "libGLX.so", "libvulkan.so", "libgtk-3",
+                                                 "libgtk-4", "libSDL2",   "libgstgl",     "libmpv"};
 
 /// As the environment had it at the start; empty: nobody is to be told.
 char reportPath[64];

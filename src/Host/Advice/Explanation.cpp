@@ -45,8 +45,8 @@ std::string WhyNothingIsDrawn(const std::string& captureFile, const std::vector<
     const bool isAnyThere = std::ranges::any_of(
         threads, [&](int thread) { return list.Threads().contains(static_cast<std::uint32_t>(thread)); });
     if (!threads.empty() && !isAnyThere) {
-        return "The capture has no thread " + List(threads) + ", which -thread asks for; its threads are " +
-               List(list.Threads()) + ".";
+        return "The capture has no thread " + List(threads) + ", which -thread asks for; its " +
+               (list.Threads().size() == 1 ? "only thread is " : "threads are ") + List(list.Threads()) + ".";
     }
     const auto calls = capture->CallSums();
     if (calls.empty()) {

@@ -21,8 +21,9 @@ constexpr Toolkit toolkits[] = {
     {"libgtk-3", "GTK 3: GDK_GL=gles"},
     {"libgstgl", "GStreamer: GST_GL_PLATFORM=egl GST_GL_API=gles2"},
     {"libmpv", "mpv: --gpu-api=opengl --opengl-es=yes"},
-    {"liblove", "LOVE: LOVE_GRAPHICS_USE_OPENGLES=1"},
+    {"libSDL2", "SDL 2 on X11: SDL_VIDEO_X11_FORCE_EGL=1"},
     {"libSDL2", "SDL 2, its renderer: SDL_RENDER_DRIVER=opengles2"},
+    {"libSDL2", "LOVE, which is built on SDL 2: LOVE_GRAPHICS_USE_OPENGLES=1"},
 };
 
 constexpr char onlyES[] = "; only OpenGL ES on EGL can be recorded.";
