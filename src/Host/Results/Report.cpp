@@ -154,8 +154,11 @@ std::vector<std::string> SummaryLines(const Report& report, const Measurements& 
     }
     if (const auto times = measurements.Times()) {
         const auto [first, last] = std::ranges::minmax(measurements.Costs(), {}, &FrameCost::frame);
-        lines.push_back("Frame times in ms, frames " + std::to_string(first.frame) + " to " +
-                        std::to_string(last.frame) + ", " +
+        lines.push_back("Frame times in ms, " +
+                        (first.frame == last.frame
+                             ? "frame " + std::to_string(first.frame)
+                             : "frames " + std::to_string(first.frame) + " to " + std::to_string(last.frame)) +
+                        ", " +
                         (report.framesInFlight == 0
                              ? "calls alone"
                              : "drawing included, " + Util::Counted(report.framesInFlight, "frame") + " in flight") +

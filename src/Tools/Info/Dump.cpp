@@ -84,7 +84,7 @@ std::string CheckChoice(const Data::CaptureSource& source, DumpChoice& choice,
             continue;
         const auto otherCase = matches(FNM_CASEFOLD);
         return "has no function named " + pattern +
-               (otherCase != names.end() ? "; names are case-sensitive, as " + std::string(*otherCase)
+               (otherCase != names.end() ? "; names are case-sensitive, such as " + std::string(*otherCase)
                                          : Util::Suggestion(pattern, names));
     }
     return {};
