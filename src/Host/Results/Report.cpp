@@ -145,12 +145,15 @@ std::vector<std::string> SummaryLines(const Report& report, const Measurements& 
                 " in " + Fixed(report.seconds + report.restSeconds, 3) + " s; nothing was replayed."};
     }
     std::vector<std::string> lines;
-    lines.push_back(Util::Counted(report.frames, "frame") + " in " + Fixed(report.seconds, 3) + " s, " +
-                    Fixed(PerSecond(report.frames, report.seconds), 1) + " frames a second, " +
-                    Fixed(PerSecond(report.calls, report.seconds + report.restSeconds), 0) + " calls a second, " +
-                    Util::Counted(report.errorMessages, "error") + ".");
-    if (std::string beside = BesideLine(report); !beside.empty()) {
-        lines.push_back(std::move(beside));
+    // Where no call was replayed, why is said already.
+    if (report.calls != 0) {
+        lines.push_back(Util::Counted(report.frames, "frame") + " in " + Fixed(report.seconds, 3) + " s, " +
+                        Fixed(PerSecond(report.frames, report.seconds), 1) + " frames a second, " +
+                        Fixed(PerSecond(report.calls, report.seconds + report.restSeconds), 0) + " calls a second, " +
+                        Util::Counted(report.errorMessages, "error") + ".");
+        if (std::string beside = BesideLine(report); !beside.empty()) {
+            lines.push_back(std::move(beside));
+        }
     }
     if (const auto times = measurements.Times()) {
         const auto [first, last] = std::ranges::minmax(measurements.Costs(), {}, &FrameCost::frame);
