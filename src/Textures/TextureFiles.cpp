@@ -1,6 +1,8 @@
 #include "Textures/TextureFiles.h"
 
 #include <GLES3/gl32.h>
+// Needs the types of the header above.
+#include <GLES2/gl2ext.h>
 
 #include "Textures/KtxFile.h"
 #include "Util/ImageFile.h"
@@ -13,6 +15,7 @@ bool IsPicture(const Upload& upload)
 {
     switch (upload.format) {
     case GL_RGBA:
+    case GL_BGRA_EXT:
     case GL_RGB:
     case GL_RG:
     case GL_RED:
