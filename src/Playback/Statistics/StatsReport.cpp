@@ -25,7 +25,7 @@ std::string WriteFile(const std::string& path, std::string_view text)
     if (isOpen && file) {
         return "";
     }
-    const std::string error = path + ": " + (errno != 0 ? std::strerror(errno) : "a write failed");
+    std::string error = path + ": " + (errno != 0 ? std::strerror(errno) : "a write failed");
     if (std::error_code ignored; isOpen && std::filesystem::is_regular_file(path, ignored)) {
         std::filesystem::remove(path, ignored);
     }
