@@ -21,9 +21,9 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// Pictures beyond these numbers are left out, so that a browser can show the page.
-constexpr std::size_t MaxFrames = 200;
-constexpr std::size_t MaxTextures = 200;
+/// Of frames, and of textures: more are left out, so that a browser can show the page. The page is given one more, by
+/// which it knows that there are more.
+constexpr std::size_t MaxPictures = 200;
 
 /// The page's parts, by their names in it.
 std::string FillIn(std::string_view page, const std::vector<std::pair<std::string_view, std::string_view>>& parts)
@@ -89,7 +89,7 @@ Json Work(const CaptureStatistics& statistics)
 Json Textures(const std::string& captureFile)
 {
     Json textures = Json::array();
-    for (const TexturePicture& picture : TexturePictures(captureFile, MaxTextures)) {
+    for (const TexturePicture& picture : TexturePictures(captureFile, MaxPictures + 1)) {
         textures.push_back({{"frame", picture.frame},
                             {"texture", picture.texture},
                             {"level", picture.level},
@@ -110,7 +110,7 @@ Json Frames(const Json& results, const std::filesystem::path& folder)
         std::string png = Thumbnail(file);
         if (png.empty())
             png = Thumbnail(folder / std::filesystem::path(file).filename());
-        if (!png.empty() && frames.size() < MaxFrames)
+        if (!png.empty() && frames.size() <= MaxPictures)
             frames.push_back({{"frame", screenshot.at("frame")}, {"png", png}});
     }
     return frames;
@@ -155,7 +155,8 @@ Util::ExitStatus WriteReport(const std::string& folder, const ReportInput& input
                        {"frames", frames},
                        {"work", Work(input.statistics)},
                        {"programs", Programs(input.captureFile)},
-                       {"textures", Textures(input.captureFile)}};
+                       {"textures", Textures(input.captureFile)},
+                       {"maxPictures", MaxPictures}};
     input.progress("writing the page");
     const std::string text = EscapeForPage(data.dump(-1, ' ', false, Json::error_handler_t::replace));
 

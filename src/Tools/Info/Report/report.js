@@ -18,7 +18,10 @@ function drop(id) {
 function pictures(id, list, caption) {
     if (!list.length) return drop(id);
     const place = document.querySelector(`#${id} .pictures`);
-    for (const picture of list) {
+    const most = data.maxPictures;
+    if (list.length > most)
+        document.querySelector(`#${id} h2`).textContent += `: the first ${most}, there are more`;
+    for (const picture of list.slice(0, most)) {
         const figure = element(place, "figure");
         element(figure, "img").src = "data:image/png;base64," + picture.png;
         element(figure, "figcaption", caption(picture));
