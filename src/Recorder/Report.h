@@ -19,7 +19,7 @@ inline constexpr char program[] = "program";
 inline constexpr char library[] = "library";
 /// It called EGL.
 inline constexpr char egl[] = "egl";
-/// It made a context of desktop OpenGL by EGL.
+/// It made a context of desktop OpenGL through EGL.
 inline constexpr char desktopContext[] = "desktop-context";
 /// It looked functions up by which contexts of GLX are made, or instances of Vulkan.
 inline constexpr char glx[] = "glx";

@@ -23,9 +23,9 @@ std::array<GLint, 3> DrawGuard::Programs(int version) const
         m_driver.glGetIntegerv(GL_PROGRAM_PIPELINE_BINDING, &pipeline);
     }
     if (pipeline != 0) {
-        constexpr GLenum stages[] = {GL_VERTEX_SHADER, GL_FRAGMENT_SHADER, GL_COMPUTE_SHADER};
-        for (std::size_t i = 0; i < programs.size(); ++i) {
-            m_driver.glGetProgramPipelineiv(static_cast<GLuint>(pipeline), stages[i], &programs[i]);
+        GLint* program = programs.data();
+        for (const GLenum stage : {GL_VERTEX_SHADER, GL_FRAGMENT_SHADER, GL_COMPUTE_SHADER}) {
+            m_driver.glGetProgramPipelineiv(static_cast<GLuint>(pipeline), stage, program++);
         }
     }
     return programs;

@@ -10,7 +10,7 @@
 
 namespace Host {
 
-/// Ends a program whose replay does not end by itself in time, since the driver does not come back from a call: when
+/// Ends a program whose replay does not end by itself in time, since the driver does not return from a call: when
 /// the time of -timelimit is over, and when a signal asked for the end. A thread of its own; one at a time, while there
 /// is a StopSignal.
 class Watchdog {

@@ -59,8 +59,8 @@ std::vector<Recording> ListWhenWritten(const fs::path& folder, pid_t process)
             return recordings;
         }
         if (polls == pollsOfGrace) {
-            std::fprintf(stderr, "playback-record: %s (process %d) goes on and is waited for\n", busy->program.c_str(),
-                         static_cast<int>(busy->process));
+            std::fprintf(stderr, "playback-record: %s (process %d) is still running; waiting for it to end\n",
+                         busy->program.c_str(), static_cast<int>(busy->process));
         }
         usleep(pollUs);
     }
