@@ -47,7 +47,8 @@ protected:
     {
         const std::uint32_t names[] = {1, 2};
         state.glGenBuffers(2, names);
-        state.glGenVertexArrays(2, names);
+        state.glGenVertexArrays(1, names);
+        state.glGenVertexArraysOES(1, names + 1);
     }
     void Pointer(std::uint32_t index, std::uintptr_t pointer)
     {

@@ -108,7 +108,7 @@ ELEMENTS = {"blob": ("void", 1), "char": ("GLchar", 1), "ubyte": ("GLubyte", 1),
 BINDINGS = {"element_array", "draw_indirect", "pixel_pack", "pixel_unpack"}
 # Functions of size expressions, with the number of their arguments.
 FUNCTIONS = {"pname": 1, "image": 5, "index_size": 1, "clear_values": 1}
-NOTES = {"custom", "draw", "draw_no_step", "dispatch", "blit", "resize", "track", "deletes", "mutable", "grow", "image_link",
+NOTES = {"custom", "accepted", "draw", "draw_no_step", "dispatch", "blit", "resize", "track", "deletes", "mutable", "grow", "image_link",
          "uses_buffers", "waits", "makes_name"}
 POINTER_CODES = {
     "ptr": "p",

@@ -5,7 +5,7 @@ from dataclasses import dataclass, field
 
 import khronos
 
-WORDS = {"state", "set", "contents", "change", "reset", "nothing"}
+WORDS = {"state", "set", "contents", "change", "reset", "nothing", "memory"}
 NUMBER = r"-?\d+|0x[0-9A-F]+|GL_\w+"
 
 
@@ -41,6 +41,7 @@ class States:
     states: list = field(default_factory=list)
     changes: dict = field(default_factory=dict)  # call: changes
     nothing: list = field(default_factory=list)  # calls that set nothing
+    memory: list = field(default_factory=list)  # states that decide what pointers mean
 
     @property
     def by_name(self):
@@ -78,6 +79,9 @@ def parse_line(states, line):
     if word == "contents":
         states.states += [State(name, is_contents=True) for name in rest]
         return bool(rest)
+    if word == "memory":
+        states.memory += rest
+        return all(name in states.by_name for name in rest)
     if word == "nothing":
         states.nothing += rest
         return bool(rest)

@@ -20,7 +20,21 @@ void Store(BufferState& buffer, std::int64_t offset, const void* data, std::int6
     buffer.known.Add(offset, offset + bytes);
 }
 
+/// A pointer that may be an offset.
+std::uint64_t AddressOf(const void* pointer)
+{
+    return reinterpret_cast<std::uintptr_t>(pointer);
+}
+
+/// Bytes from one vertex to the next.
+std::int32_t VertexStride(std::int32_t size, std::uint32_t type, std::int32_t stride)
+{
+    return stride != 0 ? stride : static_cast<std::int32_t>(VertexElementBytes(size, type));
+}
+
 } // namespace
+
+#include "Data/ContextCalls.inc"
 
 ContextState::ContextState(std::shared_ptr<ShareGroupState> group)
     : m_group(std::move(group)), m_defaultVertexArray(std::make_unique<VertexArrayState>()),
@@ -84,19 +98,13 @@ BufferState* ContextState::Buffer(std::uint32_t target)
     return const_cast<BufferState*>(Find(*slot));
 }
 
-void ContextState::glEnable(std::uint32_t cap)
+void ContextState::SetCapability(std::uint32_t capability, bool isEnabled)
 {
-    if (cap == Enum::PrimitiveRestartFixedIndex)
-        m_isPrimitiveRestart = true;
+    if (capability == Enum::PrimitiveRestartFixedIndex)
+        m_isPrimitiveRestart = isEnabled;
 }
 
-void ContextState::glDisable(std::uint32_t cap)
-{
-    if (cap == Enum::PrimitiveRestartFixedIndex)
-        m_isPrimitiveRestart = false;
-}
-
-void ContextState::glPixelStorei(std::uint32_t pname, std::int32_t param)
+void ContextState::SetPixelStore(std::uint32_t pname, std::int32_t param)
 {
     if (pname == Enum::PackAlignment || pname == Enum::UnpackAlignment) {
         if (param == 1 || param == 2 || param == 4 || param == 8)
@@ -158,35 +166,41 @@ std::int64_t ContextState::MappedBytes(std::uint32_t target) const
     return buffer && buffer->mapped ? buffer->mappedBytes : 0;
 }
 
-void ContextState::glBindBuffer(std::uint32_t target, std::uint32_t buffer)
+BufferBinding ContextState::BindingOf(std::uint32_t buffer) const
 {
-    if (const BufferBinding* const slot = Slot(target)) {
-        const auto state = m_group->buffers.find(buffer);
-        *const_cast<BufferBinding*>(slot) = {buffer, state != m_group->buffers.end() ? state->second.serial : 0};
-    }
+    const auto state = m_group->buffers.find(buffer);
+    return {buffer, state != m_group->buffers.end() ? state->second.serial : 0};
+}
+
+void ContextState::SetBuffer(std::uint32_t target, std::uint32_t buffer)
+{
+    if (const BufferBinding* const slot = Slot(target))
+        *const_cast<BufferBinding*>(slot) = BindingOf(buffer);
     if (target == Enum::PixelPackBuffer)
         MayBeWritten(buffer);
 }
 
-void ContextState::glBindBufferBase(std::uint32_t target, std::uint32_t /*index*/, std::uint32_t buffer)
+bool ContextState::Accepts_glBindBufferBase(std::uint32_t target, std::uint32_t /*index*/, std::uint32_t /*buffer*/)
 {
-    // Other targets have no indexed bindings: the call is an error.
-    if (target != Enum::UniformBuffer && target != Enum::TransformFeedbackBuffer &&
-        target != Enum::ShaderStorageBuffer && target != Enum::AtomicCounterBuffer)
-        return;
-    glBindBuffer(target, buffer);
-    if (target != Enum::UniformBuffer)
-        MayBeWritten(buffer);
+    return target == Enum::UniformBuffer || target == Enum::TransformFeedbackBuffer ||
+           target == Enum::ShaderStorageBuffer || target == Enum::AtomicCounterBuffer;
 }
 
-void ContextState::glBindBufferRange(std::uint32_t target, std::uint32_t index, std::uint32_t buffer,
-                                     std::int64_t offset, std::int64_t /*size*/)
+void ContextState::SetIndexedBuffer(std::uint32_t target, std::uint32_t /*index*/, std::uint32_t buffer,
+                                    std::int64_t offset, std::int64_t /*size*/)
 {
-    glBindBufferBase(target, index, buffer);
-    if (const auto at = m_group->buffers.find(buffer); at != m_group->buffers.end()) {
+    if (target != Enum::UniformBuffer)
+        MayBeWritten(buffer);
+    if (const auto at = m_group->buffers.find(buffer); offset != 0 && at != m_group->buffers.end()) {
         at->second.farthestRange = std::max(at->second.farthestRange, offset);
         CheckRanges(at->second);
     }
+}
+
+void ContextState::SetFeedbackBuffer(std::uint32_t /*index*/, std::uint32_t buffer, std::int64_t /*offset*/,
+                                     std::int64_t /*size*/)
+{
+    MayBeWritten(buffer);
 }
 
 void ContextState::CheckRanges(const BufferState& buffer)

@@ -198,62 +198,13 @@ public:
     [[nodiscard]] DrawRange Range_glDrawElementsIndirect(std::uint32_t mode, std::uint32_t type,
                                                          const void* indirect) const;
 
-    void glEnable(std::uint32_t cap);
-    void glDisable(std::uint32_t cap);
-    void glPixelStorei(std::uint32_t pname, std::int32_t param);
+    // One function for each call of GL with the note `track`.
+#include "Data/ContextDeclarations.inc"
 
     /// What is in the buffer is not known any more.
     void ForgetContents(std::uint32_t buffer);
-
-    void glGenBuffers(std::int32_t n, const void* buffers);
-    void glBindBuffer(std::uint32_t target, std::uint32_t buffer);
-    void glBindBufferBase(std::uint32_t target, std::uint32_t index, std::uint32_t buffer);
-    void glBindBufferRange(std::uint32_t target, std::uint32_t index, std::uint32_t buffer, std::int64_t offset,
-                           std::int64_t size);
-    void glBufferData(std::uint32_t target, std::int64_t size, const void* data, std::uint32_t usage);
-    void glBufferStorageEXT(std::uint32_t target, std::int64_t size, const void* data, std::uint32_t flags);
-    void glBufferSubData(std::uint32_t target, std::int64_t offset, std::int64_t size, const void* data);
-    void glCopyBufferSubData(std::uint32_t readTarget, std::uint32_t writeTarget, std::int64_t readOffset,
-                             std::int64_t writeOffset, std::int64_t size);
-    void glDeleteBuffers(std::int32_t n, const void* buffers);
-    void glMapBufferRange(const void* result, std::uint32_t target, std::int64_t offset, std::int64_t length,
-                          std::uint32_t access);
-    void glFlushMappedBufferRange(std::uint32_t target, std::int64_t offset, std::int64_t length);
-    void glUnmapBuffer(std::uint32_t result, std::uint32_t target);
     /// What the application wrote to a mapped range, `offset` from the start of the range.
     void MappedData(std::uint32_t target, std::int64_t offset, const void* data, std::int64_t bytes);
-
-    // Calls after which the GPU can write to the buffer.
-    void glTexBuffer(std::uint32_t target, std::uint32_t format, std::uint32_t buffer);
-    void glTexBufferEXT(std::uint32_t target, std::uint32_t format, std::uint32_t buffer);
-    void glTexBufferRange(std::uint32_t target, std::uint32_t format, std::uint32_t buffer, std::int64_t offset,
-                          std::int64_t size);
-    void glTexBufferRangeEXT(std::uint32_t target, std::uint32_t format, std::uint32_t buffer, std::int64_t offset,
-                             std::int64_t size);
-    void glBufferStorageExternalEXT(std::uint32_t target, std::int64_t offset, std::int64_t size,
-                                    std::uint32_t clientBuffer, std::uint32_t flags);
-    void glBufferStorageMemEXT(std::uint32_t target, std::int64_t size, std::uint32_t memory, std::int64_t offset);
-
-    void glGenVertexArrays(std::int32_t n, const void* arrays);
-    void glGenVertexArraysOES(std::int32_t n, const void* arrays);
-    void glBindVertexArray(std::uint32_t array);
-    void glDeleteVertexArrays(std::int32_t n, const void* arrays);
-    void glBindVertexArrayOES(std::uint32_t array);
-    void glDeleteVertexArraysOES(std::int32_t n, const void* arrays);
-    void glEnableVertexAttribArray(std::uint32_t index);
-    void glDisableVertexAttribArray(std::uint32_t index);
-    void glVertexAttribPointer(std::uint32_t index, std::int32_t size, std::uint32_t type, std::uint32_t normalized,
-                               std::int32_t stride, const void* pointer);
-    void glVertexAttribIPointer(std::uint32_t index, std::int32_t size, std::uint32_t type, std::int32_t stride,
-                                const void* pointer);
-    void glVertexAttribDivisor(std::uint32_t index, std::uint32_t divisor);
-    void glBindVertexBuffer(std::uint32_t binding, std::uint32_t buffer, std::int64_t offset, std::int32_t stride);
-    void glVertexAttribFormat(std::uint32_t index, std::int32_t size, std::uint32_t type, std::uint32_t normalized,
-                              std::uint32_t relativeOffset);
-    void glVertexAttribIFormat(std::uint32_t index, std::int32_t size, std::uint32_t type,
-                               std::uint32_t relativeOffset);
-    void glVertexAttribBinding(std::uint32_t index, std::uint32_t binding);
-    void glVertexBindingDivisor(std::uint32_t binding, std::uint32_t divisor);
 
 private:
     enum BindingPoint : std::uint8_t {
@@ -272,16 +223,47 @@ private:
         BindingPointCount
     };
     [[nodiscard]] const BufferBinding* Slot(std::uint32_t target) const;
+    [[nodiscard]] BufferBinding BindingOf(std::uint32_t buffer) const;
     /// Null when there is none, or it was deleted by another context.
     [[nodiscard]] const BufferState* Find(const BufferBinding& binding) const;
     void MayBeWritten(std::uint32_t buffer);
     /// After a change of its storage or of its ranges.
     void CheckRanges(const BufferState& buffer);
-    void BindVertexArray(std::uint32_t array, bool isOes);
-    void SetFormat(std::uint32_t index, std::int32_t size, std::uint32_t type, bool normalized, bool integer,
-                   std::uint32_t relativeOffset);
-    void SetPointer(std::uint32_t index, std::int32_t size, std::uint32_t type, bool normalized, bool integer,
-                    std::int32_t stride, std::uint64_t pointer);
+
+    // What a call sets, by api/91-state.api.
+    void SetCapability(std::uint32_t capability, bool isEnabled);
+    void SetPixelStore(std::uint32_t name, std::int32_t value);
+    void SetBuffer(std::uint32_t target, std::uint32_t buffer);
+    void SetElementBuffer(std::uint32_t buffer)
+    {
+        m_vertexArray->elementBuffer = BindingOf(buffer);
+    }
+    void SetIndexedBuffer(std::uint32_t target, std::uint32_t index, std::uint32_t buffer, std::int64_t offset,
+                          std::int64_t size);
+    void SetFeedbackBuffer(std::uint32_t index, std::uint32_t buffer, std::int64_t offset, std::int64_t size);
+    void SetVertexArray(std::uint32_t array);
+    void SetAttribEnabled(std::uint32_t index, bool isEnabled);
+    void SetAttribFormat(std::uint32_t index, std::int32_t size, std::uint32_t type, bool normalized, bool integer,
+                         std::uint32_t relativeOffset);
+    void SetAttribBinding(std::uint32_t index, std::uint32_t binding);
+    void SetBindingBuffer(std::uint32_t binding, std::uint32_t buffer, std::uint64_t pointer, std::int32_t stride);
+    void SetBindingDivisor(std::uint32_t binding, std::uint32_t divisor);
+
+    // Whether a driver takes the call. What it refuses leaves an attribute in client memory, if it was there.
+    [[nodiscard]] bool Accepts_glVertexAttribPointer(std::uint32_t index, std::int32_t size, std::uint32_t type,
+                                                     std::uint32_t normalized, std::int32_t stride,
+                                                     const void* pointer) const;
+    [[nodiscard]] bool Accepts_glVertexAttribIPointer(std::uint32_t index, std::int32_t size, std::uint32_t type,
+                                                      std::int32_t stride, const void* pointer) const
+    {
+        return Accepts_glVertexAttribPointer(index, size, type, 0, stride, pointer);
+    }
+    [[nodiscard]] static bool Accepts_glBindBufferBase(std::uint32_t target, std::uint32_t index, std::uint32_t buffer);
+    [[nodiscard]] static bool Accepts_glBindBufferRange(std::uint32_t target, std::uint32_t index, std::uint32_t buffer,
+                                                        std::int64_t /*offset*/, std::int64_t /*size*/)
+    {
+        return Accepts_glBindBufferBase(target, index, buffer);
+    }
     [[nodiscard]] DrawRange ElementsRange(std::int32_t count, std::uint32_t type, const void* indices,
                                           std::int32_t baseVertex, std::int32_t instances) const;
 
@@ -291,7 +273,13 @@ private:
     /// Buffer that was mapped last through each target.
     std::unordered_map<std::uint32_t, std::uint32_t> m_mappings;
     std::shared_ptr<ShareGroupState> m_group;
-    std::unordered_map<std::uint32_t, std::unique_ptr<VertexArrayState>> m_vertexArrays;
+    struct NamedVertexArray {
+        /// Made when it is first bound.
+        std::unique_ptr<VertexArrayState> state;
+        /// Of GL_OES_vertex_array_object, which lets it read from client memory.
+        bool isOes = false;
+    };
+    std::unordered_map<std::uint32_t, NamedVertexArray> m_vertexArrays;
     std::unique_ptr<VertexArrayState> m_defaultVertexArray;
     /// The bound one; owned by one of the two above.
     VertexArrayState* m_vertexArray;

@@ -60,44 +60,37 @@ void ContextState::glGenVertexArrays(std::int32_t n, const void* arrays)
 {
     for (const std::uint32_t name : ObjectNames(n, arrays)) {
         if (name != m_vertexArrayName)
-            m_vertexArrays[name] = nullptr;
+            m_vertexArrays[name] = {};
     }
 }
 
 void ContextState::glGenVertexArraysOES(std::int32_t n, const void* arrays)
 {
-    glGenVertexArrays(n, arrays);
+    for (const std::uint32_t name : ObjectNames(n, arrays)) {
+        if (name != m_vertexArrayName)
+            m_vertexArrays[name] = {nullptr, true};
+    }
 }
 
-void ContextState::BindVertexArray(std::uint32_t array, bool isOes)
+void ContextState::SetVertexArray(std::uint32_t array)
 {
     m_vertexArrayName = array;
-    m_isOesVertexArray = isOes;
-    if (array == 0) {
-        m_vertexArray = m_defaultVertexArray.get();
+    m_isOesVertexArray = false;
+    m_vertexArray = m_defaultVertexArray.get();
+    if (array == 0)
         return;
-    }
-    std::unique_ptr<VertexArrayState>& state = m_vertexArrays[array];
-    if (!state)
-        state = std::make_unique<VertexArrayState>();
-    m_vertexArray = state.get();
-}
-
-void ContextState::glBindVertexArray(std::uint32_t array)
-{
-    BindVertexArray(array, false);
-}
-
-void ContextState::glBindVertexArrayOES(std::uint32_t array)
-{
-    BindVertexArray(array, true);
+    NamedVertexArray& named = m_vertexArrays[array];
+    if (!named.state)
+        named.state = std::make_unique<VertexArrayState>();
+    m_vertexArray = named.state.get();
+    m_isOesVertexArray = named.isOes;
 }
 
 void ContextState::glDeleteVertexArrays(std::int32_t n, const void* arrays)
 {
     for (const std::uint32_t name : ObjectNames(n, arrays)) {
         if (name != 0 && name == m_vertexArrayName)
-            BindVertexArray(0, false);
+            SetVertexArray(0);
         m_vertexArrays.erase(name);
     }
 }
@@ -107,74 +100,24 @@ void ContextState::glDeleteVertexArraysOES(std::int32_t n, const void* arrays)
     glDeleteVertexArrays(n, arrays);
 }
 
-void ContextState::glEnableVertexAttribArray(std::uint32_t index)
+bool ContextState::Accepts_glVertexAttribPointer(std::uint32_t /*index*/, std::int32_t size, std::uint32_t type,
+                                                 std::uint32_t /*normalized*/, std::int32_t stride,
+                                                 const void* pointer) const
 {
-    if (index < maxVertexAttribs)
-        m_vertexArray->enabled |= 1u << index;
+    return stride >= 0 && AcceptsAttribPointer(reinterpret_cast<std::uintptr_t>(pointer)) &&
+           (m_bindings[Array].name == 0 || VertexElementBytes(size, type) != 0);
 }
 
-void ContextState::glDisableVertexAttribArray(std::uint32_t index)
-{
-    if (index < maxVertexAttribs)
-        m_vertexArray->enabled &= ~(1u << index);
-}
-
-void ContextState::glVertexAttribPointer(std::uint32_t index, std::int32_t size, std::uint32_t type,
-                                         std::uint32_t normalized, std::int32_t stride, const void* pointer)
-{
-    SetPointer(index, size, type, normalized != 0, false, stride, reinterpret_cast<std::uintptr_t>(pointer));
-}
-
-void ContextState::glVertexAttribIPointer(std::uint32_t index, std::int32_t size, std::uint32_t type,
-                                          std::int32_t stride, const void* pointer)
-{
-    SetPointer(index, size, type, false, true, stride, reinterpret_cast<std::uintptr_t>(pointer));
-}
-
-void ContextState::SetPointer(std::uint32_t index, std::int32_t size, std::uint32_t type, bool normalized, bool integer,
-                              std::int32_t stride, std::uint64_t pointer)
-{
-    if (index >= maxVertexAttribs || stride < 0 || !AcceptsAttribPointer(pointer))
-        return;
-    // What the driver refuses leaves the attribute in client memory, if it was there.
-    if (m_bindings[Array].name != 0 && VertexElementBytes(size, type) == 0)
-        return;
-    VertexAttribState& attrib = m_vertexArray->attribs[index];
-    attrib.integer = integer;
-    attrib.normalized = normalized;
-    attrib.size = size;
-    attrib.type = type;
-    attrib.binding = index;
-    attrib.relativeOffset = 0;
-    attrib.buffer = m_bindings[Array].name;
-    attrib.stride = stride != 0 ? stride : static_cast<std::int32_t>(VertexElementBytes(size, type));
-    attrib.pointer = pointer;
-    m_vertexArray->UpdateClient(index);
-}
-
-void ContextState::glVertexAttribDivisor(std::uint32_t index, std::uint32_t divisor)
+void ContextState::SetAttribEnabled(std::uint32_t index, bool isEnabled)
 {
     if (index >= maxVertexAttribs)
         return;
-    // Also makes the attribute read from the binding of its own number.
-    glVertexAttribBinding(index, index);
-    m_vertexArray->attribs[index].divisor = divisor;
+    const std::uint32_t bit = 1u << index;
+    m_vertexArray->enabled = isEnabled ? m_vertexArray->enabled | bit : m_vertexArray->enabled & ~bit;
 }
 
-void ContextState::glBindVertexBuffer(std::uint32_t binding, std::uint32_t buffer, std::int64_t offset,
-                                      std::int32_t stride)
-{
-    if (binding >= maxVertexAttribs)
-        return;
-    VertexAttribState& state = m_vertexArray->attribs[binding];
-    state.buffer = buffer;
-    state.pointer = static_cast<std::uint64_t>(offset);
-    state.stride = stride;
-    m_vertexArray->UpdateClient(binding);
-}
-
-void ContextState::SetFormat(std::uint32_t index, std::int32_t size, std::uint32_t type, bool normalized, bool integer,
-                             std::uint32_t relativeOffset)
+void ContextState::SetAttribFormat(std::uint32_t index, std::int32_t size, std::uint32_t type, bool normalized,
+                                   bool integer, std::uint32_t relativeOffset)
 {
     if (index >= maxVertexAttribs)
         return;
@@ -186,28 +129,28 @@ void ContextState::SetFormat(std::uint32_t index, std::int32_t size, std::uint32
     attrib.relativeOffset = relativeOffset;
 }
 
-void ContextState::glVertexAttribFormat(std::uint32_t index, std::int32_t size, std::uint32_t type,
-                                        std::uint32_t normalized, std::uint32_t relativeOffset)
+void ContextState::SetAttribBinding(std::uint32_t index, std::uint32_t binding)
 {
-    SetFormat(index, size, type, normalized != 0, false, relativeOffset);
-}
-
-void ContextState::glVertexAttribIFormat(std::uint32_t index, std::int32_t size, std::uint32_t type,
-                                         std::uint32_t relativeOffset)
-{
-    SetFormat(index, size, type, false, true, relativeOffset);
-}
-
-void ContextState::glVertexAttribBinding(std::uint32_t index, std::uint32_t binding)
-{
-    if (index >= maxVertexAttribs || binding >= maxVertexAttribs)
+    if (index >= maxVertexAttribs || binding >= maxVertexAttribs || m_vertexArray->attribs[index].binding == binding)
         return;
     m_vertexArray->isPlain = m_vertexArray->isPlain && index == binding;
     m_vertexArray->attribs[index].binding = binding;
     m_vertexArray->UpdateClient(binding);
 }
 
-void ContextState::glVertexBindingDivisor(std::uint32_t binding, std::uint32_t divisor)
+void ContextState::SetBindingBuffer(std::uint32_t binding, std::uint32_t buffer, std::uint64_t pointer,
+                                    std::int32_t stride)
+{
+    if (binding >= maxVertexAttribs)
+        return;
+    VertexAttribState& state = m_vertexArray->attribs[binding];
+    state.buffer = buffer;
+    state.pointer = pointer;
+    state.stride = stride;
+    m_vertexArray->UpdateClient(binding);
+}
+
+void ContextState::SetBindingDivisor(std::uint32_t binding, std::uint32_t divisor)
 {
     if (binding < maxVertexAttribs)
         m_vertexArray->attribs[binding].divisor = divisor;
