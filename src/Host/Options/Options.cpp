@@ -44,9 +44,9 @@ constexpr Util::Option OwnOptions[] = {
     {"-timelimit", "SECONDS", "end after this time, with status 5, even if the driver does not return from a call",
      "Frames"},
     {"-framesinflight", "N",
-     "allow at most this many frames in flight in the driver (default: 2, as a window would; 1 with -screenshots or "
-     "-verify, so that frames with a picture take as long as the others); 1 finishes each frame before the next one, "
-     "0 never waits, so that times are those of the calls alone",
+     "allow at most this many frames in flight in the driver (default: 2, as a window would; 1 with "
+     "-screenshots, so that frames with a picture take as long as the others); 1 finishes each frame before the next "
+     "one, 0 never waits, so that times are those of the calls alone",
      "Frames"},
     {"-swapinterval", "N",
      "in a window, wait for N screen refreshes at each swap instead of as many as the program did; 0 does not wait",
@@ -139,7 +139,7 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
     }
     if (const std::string* frames = args.FindValue("-framesinflight")) {
         options.framesInFlight = static_cast<unsigned int>(*WholeNumber(*frames));
-    } else if (args.FindValue("-screenshots") || args.HasSwitch("-verify")) {
+    } else if (args.FindValue("-screenshots")) {
         options.framesInFlight = 1;
     }
     if (const std::string* interval = args.FindValue("-swapinterval")) {

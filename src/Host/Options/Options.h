@@ -33,8 +33,8 @@ struct Options {
     FrameRange measuredFrames;
     Pace pace;
     std::optional<std::chrono::duration<double>> timeLimit;
-    /// At most so many frames are under way in the driver; see FrameTimer. 1 where pictures or comparing finish frames
-    /// anyway: a frame that is finished on its own takes another time than one that overlaps with the next.
+    /// At most so many frames are under way in the driver; see FrameTimer. 1 where pictures finish some of them: a
+    /// frame that is finished on its own takes another time than one that overlaps with the next.
     unsigned int framesInFlight = 2;
     /// In the place of the captured ones.
     std::optional<int> swapInterval;
