@@ -167,16 +167,12 @@ TEST_F(HostileRecordsTest, TheReaderRefusesThem)
     std::vector<Case> cases = {
         {"a flush beyond the map", [&] { Map(16), Flush(12, 8); }, noMapping},
         {"a flush whose end overflows", [&] { Map(16), Flush(0xFFFFFFF8, 16); }, noMapping},
-        {"an unmap longer than the map", [&] { Map(16), Unmap(17); }, noMapping},
         {"an unmap after an unmap", [&] { Map(16), Unmap(16), Unmap(16); }, noMapping},
         {"a flush after an unmap", [&] { Map(16), Unmap(16), Flush(0, 16); }, noMapping},
-        {"a flush without a map", [&] { Begin(), Flush(0, 16); }, noMapping},
         {"a flush after new storage",
          [&] { Map(16), Call(CallId::glBufferData, arrayBuffer, 4, 0, 0x88E4), Flush(0, 16); }, noMapping},
         {"a flush of a deleted buffer",
          [&] { Map(16), Call(CallId::glDeleteBuffers, 1, std::vector<std::uint32_t>{1}), Flush(0, 16); }, noMapping},
-        {"a flush of another buffer", [&] { Map(16), Call(CallId::glBindBuffer, arrayBuffer, 2), Flush(0, 16); },
-         noMapping},
         {"a flush of a buffer whose target was mapped again",
          [&] {
              Map(4096);
@@ -202,12 +198,8 @@ TEST_F(HostileRecordsTest, TheReaderRefusesThem)
 
         {"a plane larger than its data", [&] { Begin(), Plane(64, 257, 4, 16); }, "EGLImage: contents: expected 257"},
         {"more rows than the image", [&] { Begin(), Plane(16, 256, 4, 15); }, "plane 0: expected at most 15 rows"},
-        {"a part of a row more", [&] { Begin(), Plane(25, 255, 4, 10); }, "plane 0: expected at most 10 rows"},
-        {"more rows than the colours have", [&] { Begin(), Plane(32, 256, 4, 13, 1); }, "plane 1: expected at most 7"},
-        {"rows without bytes", [&] { Begin(), Plane(0, 256, 4, 4); }, "plane 0: expected"},
         {"rows shorter than the image", [&] { Begin(), Plane(8, 256, 1u << 31, 1u << 31); }, ""},
         {"a size that overflows", [&] { Begin(), Plane(0xFFFFFFFF, ~0ull, ~0u, ~0u); }, "EGLImage: contents"},
-        {"no rows at all", [&] { Begin(), Plane(16, 256, 0, 0); }, "plane 0: expected at most 0 rows"},
         {"many planes",
          [&] {
              Begin();
@@ -229,13 +221,10 @@ TEST_F(HostileRecordsTest, TheReaderRefusesThem)
 
         {"a picture larger than its data", [&] { Begin(), Color(4, 4, 60); },
          "default framebuffer: contents: expected 64"},
-        {"a picture that leaves the record", [&] { Begin(), Color(4, 4, 0x10000); }, "default framebuffer: contents"},
-        {"a picture of absurd size", [&] { Begin(), Color(~0u, ~0u, 64); }, "default framebuffer: contents"},
         {"a picture whose size overflows", [&] { Begin(), Color(1u << 31, 1u << 31, 64, Enum::Float); },
          "default framebuffer: contents"},
         {"a picture of unknown pixels", [&] { Begin(), Color(1, 1, 64, 0x9999); }, "default framebuffer: contents"},
         {"layers beyond the data", [&] { Begin(), Layers(3, 16); }, "multisample texture: contents"},
-        {"layers without bytes", [&] { Begin(), Layers(2, 0); }, "multisample texture: layers"},
         {"layers without number", [&] { Begin(), Layers(~0u, ~0u); }, "multisample texture: contents"},
 
         {"a size that no surface has",
@@ -254,8 +243,6 @@ TEST_F(HostileRecordsTest, TheReaderRefusesThem)
          "text: contents"},
         {"a record that is too short", [&] { Add(RecordId::EGLImageCreate, BlockRecord{}); },
          "EGLImage: the record: expected"},
-        {"a thread record that is too short", [&] { Add(RecordId::Thread, CallTableEntry{}); },
-         "record: size: expected"},
         {"a record that nobody knows", [&] { Add(static_cast<RecordId>(0x20000), BlockRecord{}, 64); },
          "records of kind 131072 that this program does not know"},
 
@@ -293,7 +280,6 @@ TEST_F(HostileRecordsTest, TheReaderRefusesThem)
     for (const RecordId id : attribs) {
         const char* const message = "attributes: the list: expected a closing EGL_NONE";
         cases.push_back({"a list without an end", [this, id] { List(id, {0x3024, 8}); }, message});
-        cases.push_back({"a list of odd length", [this, id] { List(id, {0x3024, Enum::EglNone}); }, message});
         cases.push_back({"an end where a value belongs",
                          [this, id] {
                              List(id, {0x3024, Enum::EglNone, 0x3023, 8, 0x3022});

@@ -87,27 +87,6 @@ TEST_F(GLResourceTableTest, NamesOfEachKindBelongToShareGroupsOrContexts)
     }
 }
 
-TEST_F(GLResourceTableTest, NamesThatAreNotKnownAreReported)
-{
-    table.GetValueGLQuery(5);
-    table.AddIdGLBuffer(1, 9);
-    table.AddIdGLBuffer(1, 10);
-    table.AddIdGLBuffer(Invalid, 7);
-    table.AddIdGLBuffer(5, 0);
-    EXPECT_EQ(table.GetValueGLBuffer(1), 10u);
-    EXPECT_EQ(table.GetValueGLBuffer(5) + table.GetValueGLBuffer(0) + table.GetValueGLBuffer(Invalid), 0u);
-    EXPECT_EQ(table.GetValueGLTexture(5), 5u) << "it may come from outside the capture";
-    table.RemoveIdGLBuffer(1);
-    EXPECT_EQ(table.GetValueGLBuffer(1), 0u);
-    EXPECT_THAT(log.Take(),
-                ElementsAre("Attempting to retrieve the value for query ID 5 from context 2 that has no entry in the "
-                            "GL resource table.",
-                            "GL resource table overwriting existing ID 1.",
-                            "Rejecting mapping for valid ID 5 to a 0 name",
-                            "Attempting to retrieve the value for ID 5 that was not found in the GL resource table.",
-                            "Attempting to retrieve the value for ID 1 that was not found in the GL resource table."));
-}
-
 TEST_F(GLResourceTableTest, LocationsBelongToProgramsOfTheShareGroup)
 {
     EXPECT_EQ(table.GetValueGLUniformLocation(3, 0), 0);
@@ -233,20 +212,6 @@ TEST_F(GLResourceTableTest, EGLHandlesBelongToTheDisplayTranslatedLast)
                             "EGL resource table rejected a mapping from valid EGLDisplay ID 2 to a nullptr.",
                             "EGL resource table overwriting existing EGLDisplay ID 2.",
                             "Failed to retrieve EGL resource for EGLDisplay id 0"));
-}
-
-TEST_F(GLResourceTableTest, TheFirstValueOfAnAttributeStays)
-{
-    const int first[] = {EGL_RED_SIZE, 8, EGL_NONE};
-    const int second[] = {EGL_RED_SIZE, 5, EGL_BLUE_SIZE, 6, EGL_NONE, 1, 1};
-    table.AddEGLConfigAttribs(7, first);
-    table.AddEGLConfigAttribs(7, first);
-    table.AddEGLConfigAttribs(7, second);
-    table.AddEGLConfigAttribs(0, first);
-    EXPECT_THAT(table.GetEGLConfigAttribs(7),
-                Pointee(UnorderedElementsAre(Pair(EGL_RED_SIZE, 8), Pair(EGL_BLUE_SIZE, 6))));
-    EXPECT_THAT(log.Take(), ElementsAre("Overwriting existing EGLConfig 7 attribute 12324: 5",
-                                        "Ignoring metadata attributes for EGLConfig 0 due to invalid ID or no data"));
 }
 
 TEST_F(FakeDriverTest, ReleaseDeletesEveryKindInOrderInItsContextAndThenTheHandles)

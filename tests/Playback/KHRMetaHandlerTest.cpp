@@ -40,25 +40,6 @@ protected:
     KHRMetaHandler handler{nullptr};
 };
 
-TEST_F(KHRMetaHandlerTest, NothingIsRestoredWithoutTheFunctions)
-{
-    driver->Set("MISSING", "glBlitFramebuffer,glBlitFramebufferANGLE,glBlitFramebufferNV,glFramebufferTextureLayer");
-    Core::KHRLayer::FreeGLES();
-    driver.Load();
-    RestoreAll();
-    handler.ProcessMultiSampleTexture(GL_TEXTURE_2D_MULTISAMPLE, 5, 2, 2, 1, GL_RGBA8, GL_RGBA, GL_UNSIGNED_BYTE, 16,
-                                      16, pixels.data());
-    EXPECT_THAT(driver.Log(), IsEmpty());
-}
-
-TEST_F(KHRMetaHandlerTest, AFailedBlitIsReportedOnceForEachBuffer)
-{
-    LogCapture log;
-    driver->SetError(GL_INVALID_OPERATION);
-    RestoreAll();
-    EXPECT_THAT(log.Take(), ElementsAre("warning: Failed to restore default framebuffer data from GL_RGBA8 texture."));
-}
-
 /// What becomes of the pixels on this machine's driver.
 class KHRMetaHandlerLiveTest : public testing::Test {
 protected:

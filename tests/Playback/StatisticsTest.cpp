@@ -221,22 +221,6 @@ TEST_F(StatisticsTest, ThreadsAndSurfacesAreCountedByThread)
         << "a surface in front of all threads counts for none of them";
 }
 
-TEST_F(StatisticsTest, AStoreCanStartAgainOrBeMissing)
-{
-    StatsBin store("other");
-    GLStatsAdapter gl(&store);
-    gl.Process_glEnable(0x0BE2);
-    gl.Process_glGetFixedvAMD(0, nullptr);
-    gl.LogStencilFaceInfo(0x0408);
-    store.SetCaptureType("GL");
-    EXPECT_EQ((*store.GetMap())["Capability_GL_BLEND_Used"], "False") << "initial again";
-    EXPECT_EQ((*store.GetMap())["stencil_face"], "GL_FRONT_AND_BACK") << "of no category";
-    EXPECT_EQ((*store.GetMap())["GL_Extensions"], "GL_need_a_name") << "without an initial value";
-    GLStatsAdapter without;
-    without.Process_glFinish();
-    without.Process_glTexBufferEXT(0, 0, 0);
-}
-
 } // namespace
 
 } // namespace Playback

@@ -161,34 +161,6 @@ TEST_F(CaptureSummaryTest, OffsetsIntoBuffersAreNoAddresses)
                 ElementsAre(HasSubstr(R"("indices":{"buffer":5,"offset":64})")));
 }
 
-/// Listing must not follow what a damaged record says.
-TEST_F(CaptureSummaryTest, RecordsThatAreNotToBeTrustedAreShownAsFarAsTheyAre)
-{
-    Call(CallId::glClear, 1);
-    Finish();
-    const std::vector<std::uint8_t> capture = FileBytes();
-    for (std::uint32_t id = 0; id < callCount + 24; ++id) {
-        const std::uint32_t number = id < callCount ? id : firstBuiltInId + id - callCount;
-        std::vector<std::uint8_t> records;
-        for (std::uint32_t words = 1; words <= 12; ++words) {
-            std::vector<std::uint8_t> record(words * 8, 0xFF);
-            const RecordHeader header{words * 8, number};
-            std::memcpy(record.data(), &header, sizeof header);
-            records.insert(records.end(), record.begin(), record.end());
-        }
-        SetFileBytes(WithRecords(capture, records));
-        const auto source = OpenSource();
-        Diagnostics diagnostics(path, nullptr);
-        for (const Notation notation : {Notation::Plain, Notation::Json}) {
-            Dump(*source, diagnostics, {.notation = notation}, [&](std::string_view line) {
-                EXPECT_TRUE(notation == Notation::Plain || nlohmann::json::accept(line)) << line;
-                return true;
-            });
-        }
-        EXPECT_FALSE(Summarize(*source, diagnostics).isComplete);
-    }
-}
-
 } // namespace
 
 } // namespace Tools

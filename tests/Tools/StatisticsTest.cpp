@@ -324,29 +324,6 @@ TEST_F(StatisticsTest, TheCaptureIsCutIntoSetupFramesAndRest)
     EXPECT_EQ(statistics.total.calls, 5u);
 }
 
-/// Calls with arguments that no program gives: what the reader lets through must be countable.
-TEST_F(StatisticsTest, AnyArgumentsAreCounted)
-{
-    Call(CallId::glGenBuffers, 3, Words{1, 2, 3});
-    constexpr std::uint32_t values[] = {0, 1, 2, 3, 16, 0x8892, 0x8893, 0x8F3F, 0x1401, 0x1908, 0x7FFFFFFF, 0xFFFFFFFF};
-    std::uint32_t random = 1;
-    for (std::uint32_t number = 0; number < 40 * Data::callCount; ++number) {
-        CallRecord record(static_cast<CallId>(number % Data::callCount));
-        for (std::size_t at = 8; at < record.bytes.size(); at += 4) {
-            random = random * 1664525 + 1013904223;
-            std::memcpy(record.bytes.data() + at, &values[(random >> 16) % std::size(values)], 4);
-        }
-        // Half of them with memory behind their pointers.
-        if (number / Data::callCount % 2 == 0)
-            record.FillPointers(64, static_cast<std::int32_t>(random >> 28));
-        record.AppendTo(*writer);
-    }
-    const CaptureStatistics statistics = Collect();
-    EXPECT_GT(statistics.refusedCalls, 0u);
-    EXPECT_GT(statistics.total.stateChanges.size(), 80u);
-    EXPECT_GT(statistics.total.draws.size(), 5u);
-}
-
 } // namespace
 
 } // namespace Tools

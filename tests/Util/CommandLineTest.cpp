@@ -27,16 +27,6 @@ protected:
     CommandLine m_commandLine{Options};
 };
 
-TEST_F(CommandLineTest, SortsSwitchesValuesAndFiles)
-{
-    // Hyphens of the table name the option, however it was written.
-    const auto result = Parse({"--fullscreen", "-width", "640", "demo.glcap", "-json", "--", "-width", "--", "-"});
-    EXPECT_EQ(result.error, "");
-    EXPECT_THAT(result.args.switches, ElementsAre("-fullscreen", "--json"));
-    EXPECT_THAT(result.args.values, ElementsAre(Pair("-width", "640")));
-    EXPECT_THAT(result.args.positional, ElementsAre("demo.glcap", "-width", "--", "-"));
-}
-
 TEST_F(CommandLineTest, ValueMayBeEmptyOrBeginWithAHyphen)
 {
     const std::pair<std::vector<const char*>, std::string> values[] = {

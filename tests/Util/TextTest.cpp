@@ -10,21 +10,6 @@ namespace {
 
 using Core::Log;
 
-TEST(StringTest, ToIntTakesTheLeadingNumberAndSaturates)
-{
-    const std::pair<const char*, int> numbers[] = {{"12:5-9", 12},
-                                                   {" -7x", -7},
-                                                   {"+3", 3},
-                                                   {"", 0},
-                                                   {"x1", 0},
-                                                   {"010", 10},
-                                                   {"4294967297", INT_MAX},
-                                                   {"-99999999999999999999999", INT_MIN}};
-    for (const auto& [text, number] : numbers) {
-        EXPECT_EQ(Util::String::ToInt(text), number) << text;
-    }
-}
-
 /// The texts that -loglevel and -logzone take, and what they refuse, which changes nothing.
 TEST(LogOptionsTest, LevelsAndZonesByNumberAndByName)
 {
