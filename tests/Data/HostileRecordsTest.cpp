@@ -166,9 +166,7 @@ TEST_F(HostileRecordsTest, TheReaderRefusesThem)
     const auto attribs = {RecordId::ConfigAttribs, RecordId::SurfaceAttribs};
     std::vector<Case> cases = {
         {"a flush beyond the map", [&] { Map(16), Flush(12, 8); }, noMapping},
-        {"a flush whose end overflows", [&] { Map(16), Flush(0xFFFFFFF8, 16); }, noMapping},
         {"an unmap after an unmap", [&] { Map(16), Unmap(16), Unmap(16); }, noMapping},
-        {"a flush after an unmap", [&] { Map(16), Unmap(16), Flush(0, 16); }, noMapping},
         {"a flush after new storage",
          [&] { Map(16), Call(CallId::glBufferData, arrayBuffer, 4, 0, 0x88E4), Flush(0, 16); }, noMapping},
         {"a flush of a deleted buffer",
@@ -183,8 +181,6 @@ TEST_F(HostileRecordsTest, TheReaderRefusesThem)
              Flush(0, 4096);
          },
          noMapping},
-        {"a map that failed",
-         [&] { Map(16), Call(CallId::glMapBufferRange, 0, arrayBuffer, 0, 4096, 2), Flush(0, 16); }, noMapping},
         {"a flush in another context", [&] { Map(16), MakeContext(2, 1), MakeCurrent(2), Flush(0, 16); }, noMapping},
         {"a flush whose data leaves the record",
          [&] {
@@ -196,7 +192,6 @@ TEST_F(HostileRecordsTest, TheReaderRefusesThem)
          },
          "data of a flushed range: contents"},
 
-        {"a plane larger than its data", [&] { Begin(), Plane(64, 257, 4, 16); }, "EGLImage: contents: expected 257"},
         {"more rows than the image", [&] { Begin(), Plane(16, 256, 4, 15); }, "plane 0: expected at most 15 rows"},
         {"rows shorter than the image", [&] { Begin(), Plane(8, 256, 1u << 31, 1u << 31); }, ""},
         {"a size that overflows", [&] { Begin(), Plane(0xFFFFFFFF, ~0ull, ~0u, ~0u); }, "EGLImage: contents"},
@@ -221,8 +216,6 @@ TEST_F(HostileRecordsTest, TheReaderRefusesThem)
 
         {"a picture larger than its data", [&] { Begin(), Color(4, 4, 60); },
          "default framebuffer: contents: expected 64"},
-        {"a picture whose size overflows", [&] { Begin(), Color(1u << 31, 1u << 31, 64, Enum::Float); },
-         "default framebuffer: contents"},
         {"a picture of unknown pixels", [&] { Begin(), Color(1, 1, 64, 0x9999); }, "default framebuffer: contents"},
         {"layers beyond the data", [&] { Begin(), Layers(3, 16); }, "multisample texture: contents"},
         {"layers without number", [&] { Begin(), Layers(~0u, ~0u); }, "multisample texture: contents"},
@@ -256,8 +249,6 @@ TEST_F(HostileRecordsTest, TheReaderRefusesThem)
          [&] { Map(16), Call(CallId::eglTerminate, 1, 1), MakeContext(1), Flush(0, 16), DrawFromOffset(); }, noContext},
         {"a context destroyed while a map lives",
          [&] { Map(16), Call(CallId::eglDestroyContext, 1, 1, 1), Flush(0, 16), DrawFromOffset(); }, noContext},
-        {"a context made again under its name", [&] { Map(16), MakeContext(1), Flush(0, 16), DrawFromOffset(); },
-         noContext},
         {"names that went with the first context of a group",
          [&] {
              Map(16);

@@ -1,6 +1,6 @@
 """The calls as captures know them: numbers, names and signatures."""
 
-from model import SCALARS
+from scalars import SCALARS
 from text import BANNER, header
 
 

@@ -12,127 +12,15 @@ import features
 import objects
 import states
 from features import Features
+from scalars import C_TYPES, ELEMENTS, POINTER_CODES, RETURNED, SCALARS
 from states import States
 
-
-@dataclass(frozen=True)
-class Scalar:
-    """A type that is passed by value. `size` is its bytes in a capture, `code` its letter in a signature."""
-
-    c: str
-    adapter: str
-    size: int
-    code: str
-    kind: str = ""  # object kind of GLResourceTable, such as "Texture"
-    element_size: int = 0  # bytes of an array element where it differs from `size`
-
-
-U32, I32, I64, U64 = "std::uint32_t", "std::int32_t", "std::int64_t", "std::uint64_t"
-
-
-def _name(kind):
-    return Scalar("GLuint", U32, 4, "u", kind)
-
-
-def _handle(c, kind):
-    return Scalar(c, U32, 4, "h", kind, 8)
-
-
-SCALARS = {
-    "enum": Scalar("GLenum", U32, 4, "e"),
-    "bits": Scalar("GLbitfield", U32, 4, "m"),
-    "uint": Scalar("GLuint", U32, 4, "u"),
-    "bool": Scalar("GLboolean", U32, 4, "b", element_size=1),
-    "int": Scalar("GLint", I32, 4, "i"),
-    "count": Scalar("GLsizei", I32, 4, "i"),
-    "fixed": Scalar("GLfixed", I32, 4, "i"),
-    "float": Scalar("GLfloat", "float", 4, "f"),
-    "offset": Scalar("GLintptr", I64, 8, "l"),
-    "bytes": Scalar("GLsizeiptr", I64, 8, "l"),
-    "int64": Scalar("GLint64", I64, 8, "l"),
-    "uint64": Scalar("GLuint64", I64, 8, "l"),
-    "texture": _name("Texture"),
-    "buffer": _name("Buffer"),
-    "framebuffer": _name("Framebuffer"),
-    "renderbuffer": _name("Renderbuffer"),
-    "shader": _name("Shader"),
-    "program": _name("Program"),
-    "query": _name("Query"),
-    "vertex_array": _name("VertexArray"),
-    "sampler": _name("Sampler"),
-    "transform_feedback": _name("TransformFeedback"),
-    "pipeline": _name("Pipeline"),
-    "perf_monitor": _name("PerfMonitor"),
-    "perf_monitor_group": _name("PerfMonitorGroup"),
-    "perf_counter": _name("Counter"),
-    "memory_object": _name("MemoryObject"),
-    "semaphore": _name("Semaphore"),
-    "shared_buffer": Scalar("GLint", I32, 4, "i", "SharedBuffer"),
-    "uniform": Scalar("GLint", I32, 4, "i", "UniformLocation"),
-    "attrib": Scalar("GLuint", U32, 4, "u", "AttribLocation"),
-    "block": Scalar("GLuint", U32, 4, "u", "UniformBlockIndex"),
-    "frag_data": Scalar("GLint", I32, 4, "i", "FragDataLocation"),
-    "frag_index": Scalar("GLint", I32, 4, "i", "FragDataIndex"),
-    # An object whose kind another argument tells: a debug-label identifier, a copy's target.
-    "labeled": Scalar("GLuint", U32, 4, "u", "Labeled"),
-    "copied": Scalar("GLuint", U32, 4, "u", "Copied"),
-    "sync": _handle("GLsync", "VoidPtr"),
-    "sync_ptr": _handle("const void*", "VoidPtr"),
-    "image": _handle("GLeglImageOES", "EGLImage"),
-    "client_buffer": _handle("GLeglClientBufferEXT", "EGLVoidPtr"),
-    "display": _handle("EGLDisplay", "EGLDisplay"),
-    "config": _handle("EGLConfig", "EGLConfig"),
-    "context": _handle("EGLContext", "EGLContext"),
-    "surface": _handle("EGLSurface", "EGLSurface"),
-    "egl_image": _handle("EGLImageKHR", "EGLImage"),
-    "egl_sync": _handle("EGLSyncKHR", "EGLSync"),
-    # Objects of the window system. handle_out is where the driver writes one; the adapter gets its number.
-    "native_display": _handle("EGLNativeDisplayType", "EGLVoidPtr"),
-    "native_window": _handle("EGLNativeWindowType", "EGLVoidPtr"),
-    "native_pixmap": _handle("EGLNativePixmapType", "EGLVoidPtr"),
-    "egl_buffer": _handle("EGLClientBuffer", "EGLVoidPtr"),
-    "handle_out": _handle("void**", "EGLVoidPtr"),
-    "egl_int": Scalar("EGLint", I32, 4, "i"),
-    "egl_bool": Scalar("EGLBoolean", I32, 4, "i"),
-    "egl_enum": Scalar("EGLenum", I32, 4, "e"),
-    "time": Scalar("EGLTimeKHR", U64, 8, "l"),
-    "attrib64": Scalar("EGLAttribKHR", I64, 8, "l"),
-}
-
-# Scalars whose type in the adapter is another one where they are the captured return value.
-RETURNED = {"attrib": I32, "uniform": U32}
-
-# Types that stand only as elements of an array: C type and bytes.
-ELEMENTS = {"blob": ("void", 1), "char": ("GLchar", 1), "ubyte": ("GLubyte", 1), "pointer": ("void*", 8)}
 
 BINDINGS = {"element_array", "draw_indirect", "pixel_pack", "pixel_unpack"}
 # Functions of size expressions, with the number of their arguments.
 FUNCTIONS = {"pname": 1, "image": 5, "index_size": 1, "clear_values": 1}
 NOTES = {"custom", "accepted", "draw", "draw_no_step", "dispatch", "blit", "resize", "track", "deletes", "mutable", "grow", "image_link",
          "uses_buffers", "waits", "makes_name"}
-POINTER_CODES = {
-    "ptr": "p",
-    "callback": "p",
-    "array": "a",
-    "cstring": "s",
-    "string": "s",
-    "strings": "S",
-    "attribs": "t",
-    "attribs64": "T",
-}
-
-# C types that the language has no word for: (call, parameter or "return").
-C_TYPES = {
-    ("glDebugMessageCallback", "callback"): "GLDEBUGPROC",
-    ("glDebugMessageCallbackKHR", "callback"): "GLDEBUGPROCKHR",
-    ("glProgramBinaryOES", "length"): "GLint",
-    ("glEGLImageTargetTexStorageEXT", "attrib_list"): "const GLint*",
-    ("eglSetBlobCacheFuncsANDROID", "set"): "EGLSetBlobFuncANDROID",
-    ("eglSetBlobCacheFuncsANDROID", "get"): "EGLGetBlobFuncANDROID",
-    ("eglCreatePlatformWindowSurface", "win"): "void*",
-    ("eglCreatePlatformPixmapSurface", "pixmap"): "void*",
-    ("eglGetPlatformDisplay", "native"): "void*",
-}
 
 
 class ApiError(Exception):

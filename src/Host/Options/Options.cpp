@@ -72,57 +72,28 @@ Answer UsageError(const std::string& what)
     return {ExitStatus::Usage, Util::UsageError("playback", what) + "\n"};
 }
 
-} // namespace
-
-std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
+/// What is wrong with the values; empty for nothing.
+std::string Fault(const std::vector<Util::Option>& table, const Util::ParseArgs::CmdLineArgs& args)
 {
-    const std::vector<Util::Option> table = AllOptions();
-    const Util::CommandLine commandLine(table);
-    auto [args, error] = commandLine.Parse(argc, argv);
-    if (!error.empty()) {
-        return UsageError(error);
-    }
-    if (args.HasSwitch("-help")) {
-        return Answer{ExitStatus::Done, commandLine.Help(std::string(Usage) + Introduction)};
-    }
-    if (args.HasSwitch("-version")) {
-        return Answer{ExitStatus::Done, "playback " PLAYBACK_VERSION "\n"};
-    }
     for (const Util::Option& option : table) {
-        if (const std::string* value = args.FindValue(std::string(option.name))) {
-            if (const std::string fault = ValueFault(option.name, option.valueName, *value); !fault.empty()) {
-                const bool isQuoted = fault.ends_with('?');
-                return UsageError("option " + std::string(option.name) + " " + fault +
-                                  (isQuoted ? "" : ", found \"" + *value + "\""));
-            }
+        const std::string* const value = args.FindValue(std::string(option.name));
+        const std::string fault = value ? ValueFault(option.name, option.valueName, *value) : "";
+        if (!fault.empty()) {
+            const bool isQuoted = fault.ends_with('?');
+            return "option " + std::string(option.name) + " " + fault + (isQuoted ? "" : ", found \"" + *value + "\"");
         }
     }
     if (args.positional.size() != 1) {
-        return UsageError(args.positional.empty()
-                              ? "no capture file given"
-                              : "one capture file expected, found a second one: " + args.positional[1]);
+        return args.positional.empty() ? "no capture file given"
+                                       : "one capture file expected, found a second one: " + args.positional[1];
     }
-    if (args.positional[0] == "-") {
-        return UsageError("a capture is read from a file, not from standard input");
-    }
+    return args.positional[0] == "-" ? "a capture is read from a file, not from standard input"
+                                     : CombinationFault(args);
+}
 
-    if (const std::string fault = CombinationFault(args); !fault.empty()) {
-        return UsageError(fault);
-    }
-    ExpandFunctionPatterns(args);
-
-    Options options;
-    options.captureFile = args.positional.front();
-    if (const std::string* directory = args.FindValue("-driver")) {
-        options.driverDirectory = *directory;
-    }
-    options.statisticsFile = options.captureFile;
-    if (const std::string* folder = args.FindValue("-statsdir")) {
-        options.statisticsFile = *folder + "/" + Util::Path::GetFilePart(options.captureFile);
-    }
-    if (const std::string* file = args.FindValue("-json")) {
-        options.jsonFile = *file;
-    }
+/// Pace, limits and what is measured.
+void ReadTimes(const Util::ParseArgs::CmdLineArgs& args, Options& options)
+{
     // The first frame holds the start of the program.
     options.measuredFrames.first = 2;
     if (const std::string* frames = args.FindValue("-measureframes")) {
@@ -145,20 +116,64 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
     if (const std::string* interval = args.FindValue("-swapinterval")) {
         options.swapInterval = WholeNumber(*interval);
     }
-    options.check = args.HasSwitch("-check");
     options.timeCalls = args.HasSwitch("-timecalls");
-    options.quiet = args.HasSwitch("-quiet");
-    options.arguments.assign(argv + 1, argv + argc);
-    if (const auto screenshots = args.values.find("-screenshots"); screenshots != args.values.end()) {
-        options.screenshots = ParseScreenshots(screenshots->second);
-        if (options.screenshots.isList) {
-            args.values.erase(screenshots);
-        } else {
-            screenshots->second = options.screenshots.engineValue;
-        }
+}
+
+/// A list of frames does not stay among the arguments.
+void ReadScreenshots(Util::ParseArgs::CmdLineArgs& args, Options& options)
+{
+    const auto screenshots = args.values.find("-screenshots");
+    if (screenshots == args.values.end()) {
+        return;
     }
+    options.screenshots = ParseScreenshots(screenshots->second);
+    if (options.screenshots.isList) {
+        args.values.erase(screenshots);
+    } else {
+        screenshots->second = options.screenshots.engineValue;
+    }
+}
+
+} // namespace
+
+std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
+{
+    const std::vector<Util::Option> table = AllOptions();
+    const Util::CommandLine commandLine(table);
+    auto [args, error] = commandLine.Parse(argc, argv);
+    if (!error.empty()) {
+        return UsageError(error);
+    }
+    if (args.HasSwitch("-help")) {
+        return Answer{ExitStatus::Done, commandLine.Help(std::string(Usage) + Introduction)};
+    }
+    if (args.HasSwitch("-version")) {
+        return Answer{ExitStatus::Done, "playback " PLAYBACK_VERSION "\n"};
+    }
+    if (const std::string fault = Fault(table, args); !fault.empty()) {
+        return UsageError(fault);
+    }
+    ExpandFunctionPatterns(args);
+
+    Options options;
+    options.captureFile = args.positional.front();
+    if (const std::string* directory = args.FindValue("-driver")) {
+        options.driverDirectory = *directory;
+    }
+    options.statisticsFile = options.captureFile;
+    if (const std::string* folder = args.FindValue("-statsdir")) {
+        options.statisticsFile = *folder + "/" + Util::Path::GetFilePart(options.captureFile);
+    }
+    if (const std::string* file = args.FindValue("-json")) {
+        options.jsonFile = *file;
+    }
+    ReadTimes(args, options);
+    ReadScreenshots(args, options);
+    options.check = args.HasSwitch("-check");
+    options.quiet = args.HasSwitch("-quiet");
     options.headless = args.HasSwitch("-headless");
     options.verify = args.HasSwitch("-verify");
+    options.arguments.assign(argv + 1, argv + argc);
     options.args = std::move(args);
     return options;
 }

@@ -15,7 +15,7 @@ struct KindText {
     const char* mapped;
 };
 
-/// In the order of GLResourceTable::LocationKind. The last two kinds are recorded and never looked up.
+/// In the order of LocationKind. The last two kinds are recorded and never looked up.
 constexpr KindText KindTexts[] = {
     {"attrib", "attrib location", "attribute location", "vertex attrib location"},
     {"uniform", "uniform location", "uniform location", "uniform location"},

@@ -7,7 +7,7 @@
 namespace Playback {
 namespace {
 
-/// In the order of GLResourceTable::NameKind.
+/// In the order of NameKind.
 constexpr const char* KindTexts[] = {
     "program",
     "shader",

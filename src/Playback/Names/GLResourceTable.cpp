@@ -134,7 +134,7 @@ void GLResourceTable::FindCurrentEntries()
     m_currentProgram = program ? *program : 0;
 }
 
-GLResourceTable::ContextResources& GLResourceTable::ContextEntry()
+ContextResources& GLResourceTable::ContextEntry()
 {
     if (!m_contextEntry) {
         m_contextResources.try_emplace(m_currentContext);
@@ -143,7 +143,7 @@ GLResourceTable::ContextResources& GLResourceTable::ContextEntry()
     return *m_contextEntry;
 }
 
-GLResourceTable::ContextResources& GLResourceTable::ShareGroupEntry()
+ContextResources& GLResourceTable::ShareGroupEntry()
 {
     if (!m_shareGroupEntry) {
         m_contextResources.try_emplace(m_currentSharedIndex);

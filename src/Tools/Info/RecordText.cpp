@@ -32,6 +32,45 @@ std::string Sized(const char* what, const Data::PointerSlot& slot)
     return what + std::string(", ") + std::to_string(slot.bytes) + " bytes";
 }
 
+/// Surfaces, images and what was in them; empty for other kinds.
+std::string SurfaceText(const Data::RecordCursor& record, Data::RecordId id)
+{
+    using Data::RecordId;
+    const auto number = [](std::uint64_t value) { return std::to_string(value); };
+    switch (id) {
+    case RecordId::WindowSize:
+        if (Data::WindowSizeRecord r; record.Read(r))
+            return "window of surface " + number(r.surface) + ": " + number(r.width) + "x" + number(r.height);
+        break;
+    case RecordId::ConfigAttribs:
+    case RecordId::SurfaceAttribs:
+        if (Data::AttribsRecord r; record.Read(r))
+            return (id == RecordId::ConfigAttribs ? "config " : "surface ") + number(r.object) +
+                   Sized(": attributes", r.attribs);
+        break;
+    case RecordId::EGLImageCreate:
+    case RecordId::EGLImageContent:
+        if (Data::EGLImageRecord r; record.Read(r))
+            return "EGLImage " + number(r.image) + ": " + number(r.width) + "x" + number(r.height);
+        break;
+    case RecordId::DefaultColor:
+    case RecordId::DefaultDepth:
+    case RecordId::DefaultStencil:
+        if (Data::DefaultBufferRecord r; record.Read(r))
+            return "default framebuffer of surface " + number(r.surface) + ": " + number(r.width) + "x" +
+                   number(r.height) + Sized("", r.data);
+        break;
+    case RecordId::MultisampleTexture:
+        if (Data::MultisampleTextureRecord r; record.Read(r))
+            return "multisample texture " + number(r.texture) + ": " + number(r.width) + "x" + number(r.height) +
+                   Sized("", r.data);
+        break;
+    default:
+        break;
+    }
+    return "";
+}
+
 std::string BuiltInText(const Data::RecordCursor& record)
 {
     using Data::RecordId;
@@ -77,33 +116,9 @@ std::string BuiltInText(const Data::RecordCursor& record)
         if (Data::TextRecord r; record.Read(r))
             return Sized("text", r.text);
         break;
-    case RecordId::WindowSize:
-        if (Data::WindowSizeRecord r; record.Read(r))
-            return "window of surface " + number(r.surface) + ": " + number(r.width) + "x" + number(r.height);
-        break;
-    case RecordId::ConfigAttribs:
-    case RecordId::SurfaceAttribs:
-        if (Data::AttribsRecord r; record.Read(r))
-            return (id == RecordId::ConfigAttribs ? "config " : "surface ") + number(r.object) +
-                   Sized(": attributes", r.attribs);
-        break;
-    case RecordId::EGLImageCreate:
-    case RecordId::EGLImageContent:
-        if (Data::EGLImageRecord r; record.Read(r))
-            return "EGLImage " + number(r.image) + ": " + number(r.width) + "x" + number(r.height);
-        break;
-    case RecordId::DefaultColor:
-    case RecordId::DefaultDepth:
-    case RecordId::DefaultStencil:
-        if (Data::DefaultBufferRecord r; record.Read(r))
-            return "default framebuffer of surface " + number(r.surface) + ": " + number(r.width) + "x" +
-                   number(r.height) + Sized("", r.data);
-        break;
-    case RecordId::MultisampleTexture:
-        if (Data::MultisampleTextureRecord r; record.Read(r))
-            return "multisample texture " + number(r.texture) + ": " + number(r.width) + "x" + number(r.height) +
-                   Sized("", r.data);
-        break;
+    default:
+        if (std::string text = SurfaceText(record, id); !text.empty())
+            return text;
     }
     return "record of kind " + number(record.Header().id) + ", " + number(record.Header().bytes) + " bytes";
 }

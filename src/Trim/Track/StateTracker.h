@@ -88,8 +88,12 @@ private:
     bool TrackLocation(const CallArguments& call);
     bool TrackBuffer(const CallArguments& call);
     bool TrackTexture(const CallArguments& call);
+    bool TrackTextureStorage(const CallArguments& call);
+    void MakeMipmaps(Owner texture);
     bool TrackFramebuffer(const CallArguments& call);
     bool TrackDrawing(const CallArguments& call);
+    bool TrackClear(const CallArguments& call);
+    void CopyImage(const CallArguments& call);
 
     // Effects of the record at work. Those that write make it IfUsed.
     void Replaces(Slot slot);

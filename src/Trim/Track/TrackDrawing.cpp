@@ -243,6 +243,19 @@ void StateTracker::ReadsFramebufferSetup(Owner framebuffer)
     }
 }
 
+void StateTracker::CopyImage(const CallArguments& call)
+{
+    const auto object = [&](std::size_t name) {
+        const bool isRenderbuffer = call.Unsigned(name + 1) == GL_RENDERBUFFER;
+        return Find(isRenderbuffer ? ObjectKind::Renderbuffer : ObjectKind::Texture, call.Unsigned(name));
+    };
+    const Owner source = object(0);
+    const Owner target = object(6);
+    ChangesAllPixels(target);
+    ReadsAll(source);
+    ReadsAll(target);
+}
+
 bool StateTracker::TrackDrawing(const CallArguments& call)
 {
     switch (call.Call()) {
@@ -282,6 +295,27 @@ bool StateTracker::TrackDrawing(const CallArguments& call)
         ReadsContext();
         ReadsReadFramebuffer();
         return true;
+    case CallId::glReadPixels:
+    case CallId::glReadnPixels:
+    case CallId::glReadnPixelsEXT:
+        // Into a buffer, or only for the application.
+        if (const Owner buffer = BoundBuffer(GL_PIXEL_PACK_BUFFER)) {
+            WritesBuffer(buffer);
+            ReadsContext();
+            ReadsReadFramebuffer();
+        }
+        return true;
+    case CallId::glCopyImageSubData:
+        CopyImage(call);
+        return true;
+    default:
+        return TrackClear(call);
+    }
+}
+
+bool StateTracker::TrackClear(const CallArguments& call)
+{
+    switch (call.Call()) {
     case CallId::glClear: {
         const std::uint32_t mask = call.Unsigned(0);
         Clear(((mask & GL_COLOR_BUFFER_BIT) != 0 ? Color : 0u) | ((mask & GL_DEPTH_BUFFER_BIT) != 0 ? Depth : 0u) |
@@ -300,28 +334,6 @@ bool StateTracker::TrackDrawing(const CallArguments& call)
     case CallId::glClearBufferfi:
         Clear(Depth | Stencil, std::nullopt);
         return true;
-    case CallId::glReadPixels:
-    case CallId::glReadnPixels:
-    case CallId::glReadnPixelsEXT:
-        // Into a buffer, or only for the application.
-        if (const Owner buffer = BoundBuffer(GL_PIXEL_PACK_BUFFER)) {
-            WritesBuffer(buffer);
-            ReadsContext();
-            ReadsReadFramebuffer();
-        }
-        return true;
-    case CallId::glCopyImageSubData: {
-        const auto object = [&](std::size_t name) {
-            const bool isRenderbuffer = call.Unsigned(name + 1) == GL_RENDERBUFFER;
-            return Find(isRenderbuffer ? ObjectKind::Renderbuffer : ObjectKind::Texture, call.Unsigned(name));
-        };
-        const Owner source = object(0);
-        const Owner target = object(6);
-        ChangesAllPixels(target);
-        ReadsAll(source);
-        ReadsAll(target);
-        return true;
-    }
     default:
         return false;
     }

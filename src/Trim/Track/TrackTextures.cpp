@@ -126,6 +126,29 @@ bool StateTracker::TrackTexture(const CallArguments& call)
         WritesArea(imageAt(1), -1, -1, {});
         CopiesTo(imageAt(1));
         return true;
+    default:
+        return TrackTextureStorage(call);
+    }
+}
+
+void StateTracker::MakeMipmaps(Owner texture)
+{
+    const Slot mipmaps = SlotOf(texture, State::Mipmaps);
+    for (const Slot slot : m_state.Slots().Of(texture)) {
+        if (slot != mipmaps)
+            Reads(slot);
+    }
+    Replaces(mipmaps);
+    Object(texture).hasMipmaps = true;
+    if (Object(texture).isAliased)
+        m_log.SetVerdict(Verdict::Keep);
+}
+
+bool StateTracker::TrackTextureStorage(const CallArguments& call)
+{
+    const std::uint32_t target = call.Count() > 0 ? call.Unsigned(0) : 0;
+    const auto sizeAt = [&](std::size_t width) { return ImageSize{call.Signed(width), call.Signed(width + 1)}; };
+    switch (call.Call()) {
     case CallId::glTexStorage2D: {
         const Owner texture = BoundTexture(target);
         Replaces(SlotOf(texture, State::Storage));
@@ -150,19 +173,9 @@ bool StateTracker::TrackTexture(const CallArguments& call)
         }
         return true;
     }
-    case CallId::glGenerateMipmap: {
-        const Owner texture = BoundTexture(target);
-        const Slot mipmaps = SlotOf(texture, State::Mipmaps);
-        for (const Slot slot : m_state.Slots().Of(texture)) {
-            if (slot != mipmaps)
-                Reads(slot);
-        }
-        Replaces(mipmaps);
-        Object(texture).hasMipmaps = true;
-        if (Object(texture).isAliased)
-            m_log.SetVerdict(Verdict::Keep);
+    case CallId::glGenerateMipmap:
+        MakeMipmaps(BoundTexture(target));
         return true;
-    }
     case CallId::glRenderbufferStorage:
     case CallId::glRenderbufferStorageMultisample:
     case CallId::glRenderbufferStorageMultisampleEXT:
