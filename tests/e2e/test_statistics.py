@@ -2,6 +2,7 @@
 
 import csv
 import io
+import json
 import re
 import shutil
 import unittest
@@ -75,6 +76,18 @@ class Info(EndToEndTest):
             missed = {call for call in seen if re.match(r"glDraw[AER]|glClear$|glClearBuffer|glBlit|gl\w+(EXT|KHR)$", call)}
             self.assertEqual(missed - set(counted), set())
         return statistics["total"]
+
+    def test_state_at_a_moment_and_what_differs_from_another(self):
+        capture = self.record(FAMILIES, "vertex-arrays", "--pbuffer", compositor=False)
+        self.assertEqual(json.loads(self.run_program(INFO, "--state", "1:2", capture).stdout)["context"], 0)
+        state = json.loads(self.run_program(INFO, "--state", "2:28", capture).stdout)
+        self.assertEqual((state["state"]["GL_VIEWPORT"], state["objects"]["vertexArrays"]["2"]["GL_ELEMENT_ARRAY_BUFFER_BINDING"]),
+                         ([128] * 4, 3))
+        lines = self.run_program(INFO, "--state", "2:28", "--against", "1:30", capture).stdout.splitlines()
+        self.assertIn("GL_VERTEX_ARRAY_BINDING: 1 -> 0", lines)
+        self.assertIn("vertexArrays 0: GL_VERTEX_ATTRIB_ARRAY_TYPE[0]: GL_FLOAT -> GL_SHORT", lines)
+        self.assertEqual(self.run_program(INFO, "--state", "2:28", "--against", "2:28", capture).stdout, "")
+        self.assertMentions(self.run_program(INFO, "--state", "2:999", capture, status=USAGE), "frame 2 has 29 calls", "999")
 
     def test_sample(self):
         shutil.copy(SAMPLE, self.dir / "sample.glcap")

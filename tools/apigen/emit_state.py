@@ -177,16 +177,24 @@ def codes_of_word(call, word):
     return "e" if word.startswith("GL_") else {"vector": "f", "array_buffer": "u"}.get(word, "i")
 
 
+def code_at(changes, place):
+    """The type of a word: that of a parameter, where a call has one there. What is 0 or 1 only is a yes or no."""
+    words = [(call, change.words[place]) for call, change in changes if place < len(change.words)]
+    told = [codes_of_word(call, word) for call, word in words if word not in ("0", "1")]
+    return told[0] if told else "b"
+
+
 def parts_of(api, state):
-    """How the indexes and the words of a state are written, as its first call has them."""
-    for call in api.calls:
-        for change in changes_of(api, call):
-            if change.state == state.name and change.words:
-                indexes = change.indexes[1 if state.of else 0:]
-                counted = [COUNTED.get(i) or ("Enum" if i in [p.name for p in call.params] and
-                           call.param(i).type.name == "enum" else "Number") for i in indexes]
-                return counted, "".join(codes_of_word(call, w) for w in change.words)
-    return [], ""
+    """How the indexes of a state are written, as its first call has them, and its words."""
+    changes = [(call, change) for call in api.calls for change in changes_of(api, call)
+               if change.state == state.name and change.words]
+    if not changes:
+        return [], ""
+    call, change = changes[0]
+    indexes = change.indexes[1 if state.of else 0:]
+    counted = [COUNTED.get(i) or ("Enum" if i in [p.name for p in call.params] and
+               call.param(i).type.name == "enum" else "Number") for i in indexes]
+    return counted, "".join(code_at(changes, place) for place in range(len(change.words)))
 
 
 def emit_table(api):

@@ -173,8 +173,8 @@ private:
     /// Enums that the API passes as plain numbers.
     static bool HoldsEnum(std::string_view parameter, std::uint32_t pname)
     {
-        return parameter == "internalformat" || ((parameter == "param" || parameter == "params") &&
-                                                 std::ranges::find(enumNames, pname) != std::end(enumNames));
+        return parameter == "internalformat" ||
+               ((parameter == "param" || parameter == "params") && IsEnumParameter(pname));
     }
 
     [[nodiscard]] std::string EnumOrNumber(std::int64_t value) const
@@ -245,6 +245,11 @@ std::string HexText(std::uint64_t value)
     char text[24];
     std::snprintf(text, sizeof text, "0x%" PRIx64, value);
     return text;
+}
+
+bool IsEnumParameter(std::uint32_t name)
+{
+    return std::ranges::find(enumNames, name) != std::end(enumNames);
 }
 
 std::string EnumText(std::uint32_t value)

@@ -27,6 +27,8 @@ std::string ArgumentText(Notation notation, const Data::RecordCursor& record, Da
                          std::string_view function, const Data::ParameterDescription& parameter,
                          const Data::ContextState& state);
 
+/// Whether the value of this parameter of a texture or a sampler is an enum.
+bool IsEnumParameter(std::uint32_t name);
 /// An OpenGL ES enum by its name, as Notation::Plain has it.
 std::string EnumText(std::uint32_t value);
 std::string HexText(std::uint64_t value);

@@ -11,6 +11,7 @@
 #include "Tools/Info/CaptureSummary.h"
 #include "Tools/Info/Dump.h"
 #include "Tools/Info/Report/Report.h"
+#include "Tools/Info/StateText.h"
 #include "Tools/Info/Statistics.h"
 #include "Util/CommandLine.h"
 #include "Util/ExitStatus.h"
@@ -32,6 +33,12 @@ constexpr Util::Option options[] = {
      "Options"},
     {"--calls", "PATTERNS", "with --dump: only functions whose names match, such as glDraw*,glClear", "Options"},
     {"--full", "", "with --dump: texts and arrays in full, shaders included", "Options"},
+    {"--state", "F:C",
+     "print as JSON what was set before call C of frame F, or F for the end of frame F: the state of the current "
+     "context "
+     "and of its objects, in the names of OpenGL ES",
+     "Options"},
+    {"--against", "F:C", "with --state: print instead what differs from there to here; with --json as JSON", "Options"},
     {"--report", "DIR", "write a page to DIR/index.html that shows the capture in a browser", "Options"},
     {"--results", "FILE", "with --report: what playback -json wrote of a replay, with the screenshots that it took",
      "Options"},
@@ -78,9 +85,18 @@ std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& c
     if (args.HasSwitch("--check") && (args.switches.size() > 1 || !args.values.empty()))
         return "--check cannot be combined with other options";
     const bool isReport = args.FindValue("--report") != nullptr;
-    if (args.HasSwitch("--csv") + isDump + isReport > 1 ||
+    const bool isState = args.FindValue("--state") != nullptr;
+    if (args.HasSwitch("--csv") + isDump + isReport + isState > 1 ||
         (args.HasSwitch("--json") && (args.HasSwitch("--csv") || isReport)))
-        return "options exclude each other: one of --json, --csv, --dump and --report, or --dump with --json";
+        return "options exclude each other: one of --json, --csv, --dump, --state and --report, or --dump or --against "
+               "with --json";
+    if (args.FindValue("--against") && !isState)
+        return "--against goes with --state";
+    for (const char* const option : {"--state", "--against"}) {
+        const std::string* const moment = args.FindValue(option);
+        if (moment && Tools::ParseMoment(*moment).frame == 0)
+            return std::string(option) + " needs F:C, call C of frame F, or F, both from 1, found \"" + *moment + "\"";
+    }
     for (const char* const option : {"--frames", "--calls"}) {
         if (args.FindValue(option) && !isDump)
             return std::string(option) + " goes with --dump";
@@ -142,6 +158,30 @@ ExitStatus PrintDump(Data::CaptureSource& source, Data::Diagnostics& diagnostics
     return ExitStatus::Done;
 }
 
+/// The state at a moment, or what differs from another one to it.
+ExitStatus PrintState(Data::CaptureSource& source, Data::Diagnostics& diagnostics,
+                      const Util::ParseArgs::CmdLineArgs& args)
+{
+    const auto at = [&](const std::string& moment) {
+        return Tools::StateAt(source, diagnostics, Tools::ParseMoment(moment));
+    };
+    const auto here = at(*args.FindValue("--state"));
+    const std::string* const other = args.FindValue("--against");
+    const auto there = other ? at(*other) : here;
+    for (const auto* state : {&here, &there}) {
+        if (const auto* error = std::get_if<std::string>(state))
+            return Fail(ExitStatus::Usage, diagnostics.FileName() + ": " + *error);
+    }
+    const auto& snapshot = std::get<Tools::StateSnapshot>(here);
+    if (!other) {
+        Print(Tools::ToJson(snapshot).dump(2) + "\n");
+        return ExitStatus::Done;
+    }
+    const auto differences = Tools::Compare(std::get<Tools::StateSnapshot>(there), snapshot);
+    Print(args.HasSwitch("--json") ? Tools::ToJson(differences).dump(2) + "\n" : Tools::ToText(differences));
+    return ExitStatus::Done;
+}
+
 /// Only the program that replays knows a driver.
 ExitStatus CheckDriver(const std::string& path)
 {
@@ -180,6 +220,8 @@ ExitStatus Run(int argc, char** argv)
     Data::Diagnostics diagnostics(path, Report);
     if (args.HasSwitch("--dump"))
         return PrintDump(*source, diagnostics, choice);
+    if (args.FindValue("--state"))
+        return PrintState(*source, diagnostics, args);
     if (args.HasSwitch("--json") || args.HasSwitch("--csv") || args.FindValue("--report"))
         return PrintStatistics(*source, path, args);
     Print(Tools::ToText(Tools::Summarize(*source, diagnostics)));

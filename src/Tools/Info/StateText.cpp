@@ -1,0 +1,319 @@
+#include "Tools/Info/StateText.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "Data/Records/CallDecoder.h"
+#include "Data/Records/RecordWalk.h"
+#include "Data/State/StateModel.h"
+#include "Tools/Info/Notation.h"
+
+namespace Tools {
+
+namespace {
+
+using Data::Counted;
+using Data::Owner;
+using Data::Slot;
+using Data::State;
+using Data::StateDescription;
+using Json = nlohmann::ordered_json;
+
+constexpr std::uint32_t texture0 = 0x84C0;
+constexpr std::uint32_t readFramebuffer = 0x8CA8;
+constexpr std::uint32_t drawFramebuffer = 0x8CA9;
+constexpr std::uint32_t front = 0x0404;
+constexpr std::uint32_t back = 0x0405;
+
+std::string IndexText(Counted counted, std::uint32_t index)
+{
+    switch (counted) {
+    case Counted::None:
+        return "";
+    case Counted::Enum:
+        return "[" + EnumText(index) + "]";
+    case Counted::TextureUnit:
+        return "[" + EnumText(texture0 + index) + "]";
+    case Counted::Face:
+        return "[" + EnumText(index == 0 ? front : back) + "]";
+    case Counted::Framebuffer:
+        return "[" + EnumText(index == 0 ? readFramebuffer : drawFramebuffer) + "]";
+    case Counted::Number:
+    case Counted::DrawBuffer:
+        break;
+    }
+    return "[" + std::to_string(index) + "]";
+}
+
+/// How many indexes calls set at once that do not select one; 1 for others.
+std::size_t SetAtOnce(Counted counted)
+{
+    return counted == Counted::DrawBuffer                                ? Data::drawBuffers
+           : counted == Counted::Face || counted == Counted::Framebuffer ? 2
+                                                                         : 1;
+}
+
+Json WordJson(char code, double word)
+{
+    switch (code) {
+    case 'e':
+        return EnumText(static_cast<std::uint32_t>(word));
+    case 'b':
+        return word != 0;
+    case 'f': {
+        // As short as a float can be written.
+        char text[32];
+        const auto end = std::to_chars(std::begin(text), std::end(text), static_cast<float>(word));
+        double value = 0;
+        std::from_chars(std::begin(text), end.ptr, value);
+        return value;
+    }
+    default:
+        return static_cast<std::int64_t>(word);
+    }
+}
+
+/// The values of one state, where it has any.
+class StateValues {
+public:
+    StateValues(State state, StateSnapshot::Values& values) : m_description(Data::Describe(state)), m_values(values) {}
+
+    /// `first` and `second` are the texts of the indexes.
+    void Add(std::uint32_t first, const std::string& second, const Data::Words& words)
+    {
+        if (words.empty() || m_description.isContents)
+            return;
+        const std::size_t names =
+            static_cast<std::size_t>(std::ranges::find(m_description.asked, nullptr) - m_description.asked.begin());
+        const std::string index = IndexText(m_description.indexes[0], first) + second;
+        if (names > 1) {
+            for (std::size_t i = 0; i < std::min(names, words.size()); ++i)
+                m_values[m_description.asked[i] + index] = Word(i, words);
+            return;
+        }
+        const bool isEnum = m_description.indexes[0] == Counted::Enum && IsEnumParameter(first);
+        Json value = Json::array();
+        for (std::size_t i = 0; i < words.size(); ++i)
+            value.push_back(isEnum ? WordJson('e', words[i]) : Word(i, words));
+        if (value.size() == 1)
+            value = Json(value[0]);
+        // A parameter that an index names needs no other name.
+        const bool isNamed =
+            names == 0 && m_description.names == Data::noObject && m_description.indexes[0] == Counted::Enum;
+        m_values[isNamed ? EnumText(first) + second
+                         : (names == 1 ? m_description.asked[0] : m_description.name) + index] = std::move(value);
+    }
+
+private:
+    [[nodiscard]] Json Word(std::size_t i, const Data::Words& words) const
+    {
+        const std::string_view codes = m_description.codes;
+        return WordJson(codes.empty() ? 'f' : codes[std::min(i, codes.size() - 1)], words[i]);
+    }
+
+    const StateDescription& m_description;
+    StateSnapshot::Values& m_values;
+};
+
+void AddOwner(const Data::StateModel& model, Owner owner, StateSnapshot::Values& values)
+{
+    // By state and first index, since calls may set all second indexes at once.
+    std::map<std::pair<State, std::uint32_t>, std::map<std::uint32_t, Data::Words>> groups;
+    for (const Slot slot : model.Slots().Of(owner)) {
+        const Data::StateSlots& slots = model.Slots();
+        groups[{slots.StateOf(slot), slots.FirstOf(slot)}][slots.SecondOf(slot)] = model.WordsAt(slot);
+    }
+    for (const auto& [key, group] : groups) {
+        const Counted counted = Data::Describe(key.first).indexes[1];
+        StateValues state(key.first, values);
+        const bool isOne =
+            group.size() == SetAtOnce(counted) && counted != Counted::Number && counted != Counted::Enum &&
+            std::ranges::all_of(group, [&](const auto& other) { return other.second == group.begin()->second; });
+        for (const auto& [second, words] : group) {
+            state.Add(key.second, isOne ? "" : IndexText(counted, second), words);
+            if (isOne)
+                break;
+        }
+    }
+}
+
+/// By names without indexes.
+void AddInitial(StateSnapshot& snapshot)
+{
+    for (std::size_t i = 0; i < Data::stateCount; ++i) {
+        const auto state = static_cast<State>(i);
+        const StateDescription& description = Data::Describe(state);
+        const Data::Words words(description.initial.begin(), description.initial.begin() + description.initialWords);
+        StateSnapshot::Values values;
+        StateValues(state, values).Add(0, "", words);
+        for (auto& [name, value] : values)
+            snapshot.initial[description.of == Data::noObject ? "" : Data::Describe(description.of).name].emplace(
+                name.substr(0, name.find('[')), std::move(value));
+    }
+}
+
+void AddNamed(const Data::StateModel& model, const Data::NamedObjects& objects, StateSnapshot& snapshot)
+{
+    for (const auto& [key, owner] : objects.owners)
+        AddOwner(model, owner, snapshot.objects[{Data::Describe(key.first).name, std::to_string(key.second)}]);
+}
+
+} // namespace
+
+Moment ParseMoment(std::string_view text)
+{
+    Moment moment;
+    const char* const end = text.data() + text.size();
+    auto [at, error] = std::from_chars(text.data(), end, moment.frame);
+    if (error != std::errc() || (at != end && *at != ':'))
+        return {};
+    if (at == end)
+        return moment;
+    const auto call = std::from_chars(at + 1, end, moment.call);
+    return call.ec == std::errc() && call.ptr == end && moment.call > 0 ? moment : Moment{};
+}
+
+StateSnapshot TakeSnapshot(Data::StateModel& model)
+{
+    StateSnapshot snapshot;
+    AddInitial(snapshot);
+    if (!model.HasContext())
+        return snapshot;
+    const Data::StateContext& context = model.Context();
+    snapshot.context = context.name;
+    AddOwner(model, context.owner, snapshot.objects[{}]);
+    for (const auto& [key, owner] : context.defaults) {
+        // The default framebuffer is the context itself, and most others have nothing of their own.
+        if (owner == context.owner || model.Slots().Of(owner).empty())
+            continue;
+        const std::string name = key.second == 0 ? "0" : "0 of " + EnumText(key.second);
+        AddOwner(model, owner, snapshot.objects[{Data::Describe(key.first).name, name}]);
+    }
+    AddNamed(model, context.group->objects, snapshot);
+    AddNamed(model, context.objects, snapshot);
+    return snapshot;
+}
+
+std::variant<StateSnapshot, std::string> StateAt(Data::CaptureSource& source, Data::Diagnostics& diagnostics,
+                                                 const Moment& moment)
+{
+    Data::Diagnostics quiet(diagnostics.FileName(), nullptr);
+    Data::CallDecoder calls(quiet);
+    Data::StateModel model;
+    calls.SetStateModel(&model);
+    std::uint32_t thread = 0;
+    std::uint32_t lastCall = 0;
+    bool isReached = false;
+    Data::WalkRecords(
+        source, diagnostics,
+        [&](const Data::RecordCursor& record) {
+            const Data::Position& at = diagnostics.position;
+            const std::uint32_t id = record.Header().id;
+            const bool isCall = id < source.Calls().size();
+            if (isReached || (isCall && moment.call != 0 && at.frame + 1 == moment.frame && at.call >= moment.call)) {
+                isReached = true;
+                return;
+            }
+            lastCall = at.frame + 1 == moment.frame ? at.call : 0;
+            if (Data::ThreadRecord r; record.Is(Data::RecordId::Thread) && record.Read(r)) {
+                thread = r.thread;
+                calls.SetThread(thread);
+            } else if (isCall && source.Calls()[id].known < Data::callCount) {
+                calls.Decode(static_cast<Data::CallId>(source.Calls()[id].known), record.Record());
+            }
+        },
+        moment.frame);
+    const std::uint32_t frames = source.FrameCount();
+    if (moment.frame > frames + (moment.call != 0 ? 1 : 0))
+        return "has " + std::to_string(frames) + " frames, expected at least " + std::to_string(moment.frame);
+    if (moment.call != 0 && !isReached)
+        return "frame " + std::to_string(moment.frame) + " has " + std::to_string(lastCall) +
+               " calls, expected at least " + std::to_string(moment.call);
+    StateSnapshot snapshot = TakeSnapshot(model);
+    snapshot.moment = moment;
+    snapshot.thread = thread;
+    return snapshot;
+}
+
+std::vector<StateDifference> Compare(const StateSnapshot& before, const StateSnapshot& after)
+{
+    const auto valueOf = [](const StateSnapshot& snapshot, const StateSnapshot::Object& object,
+                            const std::string& state) {
+        const auto find = [](const StateSnapshot::Values& values, const std::string& name) {
+            const auto value = values.find(name);
+            return value != values.end() ? value->second : Json();
+        };
+        const auto known = snapshot.objects.find(object);
+        Json value = known != snapshot.objects.end() ? find(known->second, state) : Json();
+        const auto initial = snapshot.initial.find(object.first);
+        const bool isThere = known != snapshot.objects.end() || object.second == "0";
+        if (value.is_null() && isThere && initial != snapshot.initial.end())
+            value = find(initial->second, state.substr(0, state.find('[')));
+        return value;
+    };
+    std::map<StateSnapshot::Object, std::map<std::string, bool>> all;
+    for (const StateSnapshot* snapshot : {&before, &after}) {
+        for (const auto& [object, values] : snapshot->objects) {
+            for (const auto& [state, value] : values)
+                all[object][state] = true;
+        }
+    }
+    std::vector<StateDifference> differences;
+    for (const auto& [object, states] : all) {
+        for (const auto& [state, isThere] : states) {
+            StateDifference difference{object, state, valueOf(before, object, state), valueOf(after, object, state)};
+            if (difference.before != difference.after)
+                differences.push_back(std::move(difference));
+        }
+    }
+    return differences;
+}
+
+Json ToJson(const StateSnapshot& snapshot)
+{
+    Json json = {{"frame", snapshot.moment.frame}};
+    if (snapshot.moment.call != 0)
+        json["beforeCall"] = snapshot.moment.call;
+    json["thread"] = snapshot.thread;
+    json["context"] = snapshot.context;
+    json["state"] = Json::object();
+    json["objects"] = Json::object();
+    for (const auto& [object, values] : snapshot.objects) {
+        Json& place = object.first.empty() ? json["state"] : json["objects"][object.first][object.second];
+        place = Json::object();
+        for (const auto& [state, value] : values)
+            place[state] = value;
+    }
+    return json;
+}
+
+Json ToJson(const std::vector<StateDifference>& differences)
+{
+    Json json = Json::array();
+    for (const StateDifference& difference : differences) {
+        Json line = Json::object();
+        if (!difference.object.first.empty())
+            line["object"] = {{"kind", difference.object.first}, {"name", difference.object.second}};
+        line["state"] = difference.state;
+        line["before"] = difference.before;
+        line["after"] = difference.after;
+        json.push_back(std::move(line));
+    }
+    return json;
+}
+
+std::string ToText(const std::vector<StateDifference>& differences)
+{
+    const auto text = [](const Json& value) {
+        return value.is_null() ? "not set" : value.is_string() ? value.get<std::string>() : value.dump();
+    };
+    std::string lines;
+    for (const StateDifference& difference : differences) {
+        if (!difference.object.first.empty())
+            lines += difference.object.first + " " + difference.object.second + ": ";
+        lines += difference.state + ": " + text(difference.before) + " -> " + text(difference.after) + "\n";
+    }
+    return lines;
+}
+
+} // namespace Tools
