@@ -10,11 +10,16 @@ HERE = Path(__file__).parent
 sys.path.insert(0, str(HERE.parents[1] / "tools" / "apigen"))
 
 import apigen  # noqa: E402
+import emit_call_table  # noqa: E402
+import emit_context_state  # noqa: E402
 import emit_decode  # noqa: E402
 import emit_enum_names  # noqa: E402
+import emit_fake_driver  # noqa: E402
 import emit_function_forms  # noqa: E402
 import emit_info  # noqa: E402
+import emit_interfaces  # noqa: E402
 import emit_play_gl  # noqa: E402
+import emit_record  # noqa: E402
 import emit_state  # noqa: E402
 import emit_statistics  # noqa: E402
 import model  # noqa: E402
@@ -110,6 +115,11 @@ class Description(unittest.TestCase):
             "{0, 1, false, false, {Source::Number, 0, 0, 0}, {}}, // glSparkle"])
         self.assertIn("decoder.Follow();", emit_decode.emit(api))
         self.assertIn("Changed(CallId::glSparkle);", emit_info.emit_calls(lambda a: a.gl)(api))
+        for emitter in (emit_call_table, emit_fake_driver, emit_interfaces, emit_play_gl, emit_record):
+            self.assertTrue(any("glSparkle" in emit(api) for emit in emitter.OUTPUTS.values()), emitter.__name__)
+        # A third line where it says what pointers mean.
+        api.states.memory.append("sparkle")
+        self.assertIn("    if (face != 0x0404)\n        SetSparkle(glow);\n", emit_context_state.emit_definitions(api))
 
     def test_statistics_count_calls_and_notice_extensions_also_of_functions_that_are_no_calls(self):
         api = load_text("2.0 enum glX(int a)", "2.0 void glY()", "count Blocking glX as glXx", "by hand : glY",
