@@ -14,6 +14,7 @@ CLIENTS = {
     "displays": 14,
     "images": FRAMES,
     "made-up-names": FRAMES,
+    "masks": FRAMES,
     "multisample": FRAMES,
     "persistent-maps": FRAMES,
     "pipelines": FRAMES,
