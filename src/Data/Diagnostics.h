@@ -5,6 +5,8 @@
 #include <functional>
 #include <string>
 
+#include "Data/Records/RecordView.h"
+
 namespace Data {
 
 /// Receives one line of text for each piece of trouble, without a line end.
@@ -35,6 +37,13 @@ public:
     void File(const std::string& text);
     /// A call, or another record, that is not replayed: what about it, what was expected and what was found.
     void Skipped(const char* name, const std::string& what, const std::string& expected, const std::string& found);
+    /// One of the structs of the format; false, and said, when the record is smaller.
+    template <class Record> bool Read(const char* name, const RecordView& view, Record& record)
+    {
+        return view.Read(record) || TooSmall(name, view, sizeof record);
+    }
+    /// Says that a record has less than `expected` bytes. Always false.
+    bool TooSmall(const char* name, const RecordView& view, std::uint64_t expected);
     /// A call that is replayed otherwise than it was captured. Said once.
     void Changed(const char* name, const std::string& what, const std::string& expected, const std::string& found);
     /// Says how many skipped calls were not printed. Once, at the end.

@@ -23,10 +23,10 @@ void RecordOutput::CopyCall(Data::CallId call, std::span<const std::uint8_t> rec
 {
     PutMakeCurrents();
     for (const std::vector<std::uint8_t>& vertices : m_vertices) {
-        Data::VertexAttribDataRecord fields;
-        std::memcpy(&fields, vertices.data(), sizeof fields);
+        const Data::RecordView view(vertices.data());
+        const auto fields = view.Field<Data::VertexAttribDataRecord>(0);
         if (std::uint8_t* const place = m_writer.BeginVertexAttribData(fields, fields.data.bytes)) {
-            std::memcpy(place, vertices.data() + fields.data.offset, fields.data.bytes);
+            std::ranges::copy(view.Contents(fields.data), place);
             m_writer.End();
         }
     }
@@ -55,20 +55,16 @@ void RecordOutput::PutMakeCurrents()
 
 void RecordOutput::HoldVertices(std::span<const std::uint8_t> record)
 {
+    const Data::RecordView view(record.data());
     Data::VertexAttribDataRecord fields;
-    if (record.size() < sizeof fields)
-        return;
-    std::memcpy(&fields, record.data(), sizeof fields);
-    if (fields.data.offset <= record.size() && fields.data.bytes <= record.size() - fields.data.offset)
+    if (view.Read(fields) && view.HasContents(fields.data))
         m_vertices.emplace_back(record.begin(), record.end());
 }
 
 void RecordOutput::Copy(std::span<const std::uint8_t> record)
 {
     PutMakeCurrents();
-    Data::RecordHeader header;
-    std::memcpy(&header, record.data(), sizeof header);
-    Put(header.id, record);
+    Put(Data::RecordView(record.data()).Header().id, record);
 }
 
 OutputCall MakeCall(Data::CallId call, std::initializer_list<OutputArgument> arguments, std::uint32_t returned)

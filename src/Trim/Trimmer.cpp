@@ -14,11 +14,6 @@ namespace {
 
 using Data::RecordId;
 
-std::span<const std::uint8_t> BytesOf(const Data::RecordCursor& record)
-{
-    return {record.Record(), record.Header().bytes};
-}
-
 /// What becomes of a record that is no call in front of the first frame.
 Verdict VerdictOf(RecordId id)
 {
@@ -41,8 +36,8 @@ std::vector<std::uint8_t> WithoutNames(Data::CallId call, std::span<const std::u
                                        const std::vector<std::size_t>& dropped)
 {
     std::vector<std::uint8_t> copy(record.begin(), record.end());
-    const std::size_t names =
-        static_cast<std::size_t>(CallArguments(call, record.data()).Contents(1).data() - record.data());
+    const std::size_t names = static_cast<std::size_t>(
+        CallArguments(call, Data::RecordView(record.data())).Contents(1).data() - record.data());
     for (const std::size_t element : dropped)
         std::memset(copy.data() + names + element * sizeof(std::uint32_t), 0, sizeof(std::uint32_t));
     return copy;
@@ -133,7 +128,7 @@ void Trimmer::Analyse(const Data::RecordCursor& record, LiveReplay& replay)
             m_tracker.RestoredSurface(contents.surface);
         else
             m_tracker.Other(VerdictOf(id));
-        replay.Other(header, record.Record());
+        replay.Other(record);
         return;
     }
     const std::optional<Data::CallId> call = CallOf(header);
@@ -141,11 +136,12 @@ void Trimmer::Analyse(const Data::RecordCursor& record, LiveReplay& replay)
         m_tracker.Other(Verdict::Drop);
         return;
     }
-    m_record.assign(record.Record(), record.Record() + header.bytes);
+    m_record.assign(record.Bytes().begin(), record.Bytes().end());
+    const CallArguments arguments(*call, Data::RecordView(m_record.data()));
     if (replay.Call(*call, record.Record()))
-        m_tracker.Call(CallArguments(*call, m_record.data()));
+        m_tracker.Call(arguments);
     else
-        m_tracker.FailedCall(CallArguments(*call, m_record.data()));
+        m_tracker.FailedCall(arguments);
 }
 
 void Trimmer::ReadContents(LiveReplay& replay)
@@ -200,7 +196,7 @@ bool Trimmer::Write(Data::CaptureWriter& writer, Data::CaptureHeader& header)
 void Trimmer::WriteState(const Data::RecordCursor& record, std::size_t index, RecordOutput& output)
 {
     if (record.Is(RecordId::VertexAttribData)) {
-        output.HoldVertices(BytesOf(record));
+        output.HoldVertices(record.Bytes());
         return;
     }
     const std::optional<Data::CallId> call = CallOf(record.Header());
@@ -210,11 +206,11 @@ void Trimmer::WriteState(const Data::RecordCursor& record, std::size_t index, Re
         return;
     }
     if (!call) {
-        output.Copy(BytesOf(record));
+        output.Copy(record.Bytes());
         return;
     }
     if (m_tracker.Log().VerdictOf(index) == Verdict::KeepLast) {
-        output.HoldMakeCurrent(BytesOf(record));
+        output.HoldMakeCurrent(record.Bytes());
         return;
     }
     std::vector<std::size_t> dropped;
@@ -229,9 +225,9 @@ void Trimmer::WriteState(const Data::RecordCursor& record, std::size_t index, Re
         }
     }
     if (dropped.empty())
-        output.CopyCall(*call, BytesOf(record));
+        output.CopyCall(*call, record.Bytes());
     else
-        output.CopyCall(*call, WithoutNames(*call, BytesOf(record), dropped));
+        output.CopyCall(*call, WithoutNames(*call, record.Bytes(), dropped));
 }
 
 void Trimmer::WriteContents(RecordOutput& output)
@@ -260,7 +256,7 @@ void Trimmer::WriteFrame(const Data::RecordCursor& record, RecordOutput& output)
 {
     Data::CaptureWriter& writer = output.Writer();
     if (const std::optional<Data::CallId> call = CallOf(record.Header())) {
-        output.CopyCall(*call, BytesOf(record));
+        output.CopyCall(*call, record.Bytes());
         return;
     }
     switch (static_cast<RecordId>(record.Header().id)) {
@@ -278,11 +274,11 @@ void Trimmer::WriteFrame(const Data::RecordCursor& record, RecordOutput& output)
             writer.FrameHash(hash.surface, hash.width, hash.height, hash.hash);
         break;
     case RecordId::VertexAttribData:
-        output.HoldVertices(BytesOf(record));
+        output.HoldVertices(record.Bytes());
         break;
     default:
         if (record.Header().id >= Data::firstBuiltInId)
-            output.Copy(BytesOf(record));
+            output.Copy(record.Bytes());
         break;
     }
 }

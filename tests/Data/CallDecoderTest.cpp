@@ -204,12 +204,13 @@ TEST_F(CallDecoderTest, DrawsFromClientMemoryNeedTheirVertices)
     Deliver(0, 0, 3, 23); // the last vertex is cut
     Call(CallId::glDrawArrays, triangles, -1, 3);
     Play();
-    EXPECT_THAT(reports, ElementsAre(HasSubstr("attribute 0: expected 3 vertices from 2, found none"),
-                                     HasSubstr("attribute 3: expected 3 vertices from 0, found none"),
-                                     HasSubstr("attribute 3: expected 3 vertices from 0, found 2 from 0"),
-                                     HasSubstr("attribute 0: expected 6 vertices from 0, found 5 from 0"),
-                                     HasSubstr("vertex data: attribute 0: expected 24 bytes, found 23"),
-                                     HasSubstr("glDrawArrays: client memory of attribute 0")));
+    EXPECT_THAT(reports,
+                ElementsAre(HasSubstr("attribute 0: expected 3 vertices from 2, found none"),
+                            HasSubstr("attribute 3: expected 3 vertices from 0, found none"),
+                            HasSubstr("attribute 3: expected 3 vertices from 0, found 2 from 0"),
+                            HasSubstr("attribute 0: expected 6 vertices from 0, found 5 from 0"),
+                            HasSubstr("vertex data: attribute 0: expected 24 bytes inside the record, found 23"),
+                            HasSubstr("glDrawArrays: client memory of attribute 0")));
 }
 
 TEST_F(CallDecoderTest, IndicesInABufferDecideWhichVerticesADrawNeeds)

@@ -24,7 +24,7 @@ void Track(StateTracker& tracker, const CallRecord& call)
     std::vector<std::uint8_t> record = call.bytes;
     const Data::RecordHeader header{static_cast<std::uint32_t>(record.size()), call.id};
     std::memcpy(record.data(), &header, sizeof header);
-    tracker.Call(CallArguments(static_cast<CallId>(call.id), record.data()));
+    tracker.Call(CallArguments(static_cast<CallId>(call.id), Data::RecordView(record.data())));
 }
 
 /// Of calls in a context of their own that draws to a surface.

@@ -3,51 +3,48 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
 
-#include "Data/Capture/Format.h"
 #include "Data/Records/CallParameters.h"
 #include "Data/Records/CallTable.h"
+#include "Data/Records/RecordView.h"
 
 namespace Data {
 
-inline std::string_view NameOf(CallId call)
-{
-    return callTable[static_cast<std::size_t>(call)].name;
-}
-
-inline bool IsEGL(CallId call)
-{
-    return NameOf(call).starts_with("egl");
-}
-
-/// Reads the arguments of a call's record by their number, from 0. Borrows the record. What lies outside of it reads
-/// as 0, as does a pointer without contents: replay refuses such a record itself.
-class CallArguments {
+/// Reads the arguments of a call's record by their number, from 0. What lies outside of the record reads as 0, as does
+/// a pointer without contents: replay refuses such a record itself.
+class CallArguments : public RecordView {
 public:
-    CallArguments(CallId call, const std::uint8_t* record) : m_call(call), m_record(record)
-    {
-        std::memcpy(&m_header, record, sizeof m_header);
-    }
+    CallArguments(CallId call, const RecordView& record) : RecordView(record), m_call(call) {}
 
     [[nodiscard]] CallId Call() const { return m_call; }
     [[nodiscard]] std::size_t Count() const { return ParametersOf(m_call).size(); }
 
     /// An argument of 4 bytes.
-    [[nodiscard]] std::uint32_t Unsigned(std::size_t index) const { return Load<std::uint32_t>(Place(index)); }
-    [[nodiscard]] std::int32_t Signed(std::size_t index) const { return Load<std::int32_t>(Place(index)); }
+    [[nodiscard]] std::uint32_t Unsigned(std::size_t index) const { return Field<std::uint32_t>(Place(index)); }
+    [[nodiscard]] std::int32_t Signed(std::size_t index) const { return Field<std::int32_t>(Place(index)); }
     /// An argument of 8 bytes.
-    [[nodiscard]] std::int64_t Wide(std::size_t index) const { return Load<std::int64_t>(Place(index)); }
+    [[nodiscard]] std::int64_t Wide(std::size_t index) const { return Field<std::int64_t>(Place(index)); }
+    /// The parameter of that name, where the call has one that is a number of 4 bytes.
+    [[nodiscard]] std::optional<std::int32_t> Find(std::string_view name) const
+    {
+        for (const ParameterDescription& parameter : ParametersOf(m_call)) {
+            if (parameter.name == name && parameter.form == ParameterForm::Scalar)
+                return Field<std::int32_t>(parameter.at);
+        }
+        return std::nullopt;
+    }
     /// Any number; of a pointer its value in the recorded program.
     [[nodiscard]] double Number(std::size_t index) const
     {
         const ParameterDescription& parameter = ParametersOf(m_call)[index];
         const std::uint32_t at = parameter.at;
         if (parameter.form != ParameterForm::Scalar)
-            return static_cast<double>(Load<PointerSlot>(at).value);
-        return NumberOf(parameter.code, [this, at]<class T>(T) { return static_cast<double>(Load<T>(at)); });
+            return static_cast<double>(Field<PointerSlot>(at).value);
+        return NumberOf(parameter.code, [this, at]<class T>(T) { return static_cast<double>(Field<T>(at)); });
     }
     /// Adds all elements of an array of numbers.
     void AddNumbers(std::size_t index, std::vector<double>& numbers) const
@@ -65,10 +62,7 @@ public:
     /// The memory behind a pointer.
     [[nodiscard]] std::span<const std::uint8_t> Contents(std::size_t index) const
     {
-        const auto slot = Load<PointerSlot>(Place(index));
-        if (slot.offset == 0 || slot.offset > m_header.bytes || slot.bytes > m_header.bytes - slot.offset)
-            return {};
-        return {m_record + slot.offset, slot.bytes};
+        return RecordView::Contents(Field<PointerSlot>(Place(index)));
     }
     /// Element `element` of the memory behind a pointer; 0 beyond its end.
     [[nodiscard]] std::uint32_t Element(std::size_t index, std::size_t element) const
@@ -98,15 +92,14 @@ public:
     }
     [[nodiscard]] std::string_view Text(std::size_t index) const
     {
-        const std::span<const std::uint8_t> contents = Contents(index);
-        const std::string_view text(reinterpret_cast<const char*>(contents.data()), contents.size());
+        const std::string_view text = RecordView::Text(Field<PointerSlot>(Place(index)));
         return text.substr(0, text.find('\0'));
     }
     /// The returned value, where it has 4 bytes.
     [[nodiscard]] std::uint32_t Returned() const
     {
         const ParameterDescription* const returned = ReturnOf(m_call);
-        return returned ? Load<std::uint32_t>(returned->at) : 0;
+        return returned ? Field<std::uint32_t>(returned->at) : 0;
     }
 
 private:
@@ -125,17 +118,8 @@ private:
         }
     }
     [[nodiscard]] std::uint32_t Place(std::size_t index) const { return ParametersOf(m_call)[index].at; }
-    template <class T> [[nodiscard]] T Load(std::uint32_t at) const
-    {
-        T value{};
-        if (at + sizeof value <= m_header.bytes)
-            std::memcpy(&value, m_record + at, sizeof value);
-        return value;
-    }
 
     CallId m_call;
-    const std::uint8_t* m_record;
-    RecordHeader m_header;
 };
 
 } // namespace Data

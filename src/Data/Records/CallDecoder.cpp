@@ -28,27 +28,26 @@ CallDecoder::CallDecoder(Diagnostics& diagnostics) : m_diagnostics(diagnostics) 
 void CallDecoder::Decode(CallId call, std::uint8_t* record)
 {
     const CallDecoding& decoding = callDecodings[static_cast<std::uint32_t>(call)];
-    if (m_skipsGL && IsSkipped(callTable[static_cast<std::uint32_t>(call)].name)) [[unlikely]]
+    if (m_skipsGL && IsSkipped(call)) [[unlikely]]
         return;
     m_call = call;
     m_record = record;
-    m_recordBytes = Value<RecordHeader>(0).bytes;
+    m_view = RecordView(record);
     m_contentsEnd = decoding.fixedBytes;
-    if (m_recordBytes < decoding.fixedBytes) [[unlikely]] {
-        m_diagnostics.Skipped(callTable[static_cast<std::uint32_t>(call)].name, "the record",
-                              Bytes(decoding.fixedBytes), Bytes(m_recordBytes));
+    if (!m_view.HasField(0, decoding.fixedBytes)) [[unlikely]] {
+        m_diagnostics.TooSmall(NameOf(call), m_view, decoding.fixedBytes);
         return;
     }
     decoding.decode(*this);
     m_delivered = 0;
 }
 
-bool CallDecoder::IsSkipped(const char* name)
+bool CallDecoder::IsSkipped(CallId call)
 {
-    if (name[0] != 'g')
+    if (IsEGL(call))
         return false;
     if (!m_isSkippingSaid)
-        m_diagnostics.Skipped(name, "the context", "the captured one to be current", "another or none");
+        m_diagnostics.Skipped(NameOf(call), "the context", "the captured one to be current", "another or none");
     m_isSkippingSaid = true;
     return true;
 }
@@ -65,14 +64,13 @@ void CallDecoder::SetThread(std::uint32_t thread)
 
 void CallDecoder::TellModel() const
 {
-    m_model->Call(CallArguments(m_call, m_record));
+    m_model->Call(CallArguments(m_call, m_view));
 }
 
 bool CallDecoder::Refuse(std::uint32_t parameter, const std::string& expected, const std::string& found)
 {
-    const auto id = static_cast<std::uint32_t>(m_call);
     const char* const name = parameter == maxParameters ? "the returned value" : ParametersOf(m_call)[parameter].name;
-    m_diagnostics.Skipped(callTable[id].name, name, expected, found);
+    m_diagnostics.Skipped(NameOf(m_call), name, expected, found);
     return false;
 }
 
@@ -81,9 +79,9 @@ bool CallDecoder::Find(std::uint32_t parameter, const PointerSlot& slot, Content
     if (slot.offset == 0)
         return true;
     // Behind the contents of the parameters in front, so that output never overwrites input.
-    if (slot.offset % 8 != 0 || slot.offset < m_contentsEnd || slot.offset > m_recordBytes ||
-        slot.bytes > m_recordBytes - slot.offset)
-        return Refuse(parameter, "contents between " + std::to_string(m_contentsEnd) + " and " + Bytes(m_recordBytes),
+    if (!m_view.HasContents(slot, m_contentsEnd))
+        return Refuse(parameter,
+                      "contents between " + std::to_string(m_contentsEnd) + " and " + Bytes(m_view.Header().bytes),
                       Bytes(slot.bytes) + " at " + std::to_string(slot.offset));
     m_contentsEnd = slot.offset + slot.bytes;
     contents = {m_record + slot.offset, slot.bytes};

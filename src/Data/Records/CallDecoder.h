@@ -7,9 +7,9 @@
 #include <span>
 #include <string>
 
-#include "Data/Capture/Format.h"
 #include "Data/GLEnums.h"
 #include "Data/Records/CallTable.h"
+#include "Data/Records/RecordView.h"
 #include "Data/State/ClientState.h"
 #include "Data/State/Sizes.h"
 #include "Interfaces/EGLAdapter.h"
@@ -157,7 +157,7 @@ private:
     bool Text(std::uint32_t parameter, std::uint32_t at, std::int64_t length, bool isOptional);
     template <class T> bool AttribList(std::uint32_t parameter, std::uint32_t at, T terminator);
     /// Whether the call is one of GL while there is no context for those; said for the first one.
-    bool IsSkipped(const char* name);
+    bool IsSkipped(CallId call);
     void TellModel() const;
     /// Reports and answers false.
     bool Refuse(std::uint32_t parameter, const std::string& expected, const std::string& found);
@@ -171,7 +171,7 @@ private:
     Diagnostics& m_diagnostics;
 
     std::uint8_t* m_record = nullptr;
-    std::uint32_t m_recordBytes = 0;
+    RecordView m_view;
     /// End of the contents found so far in this record.
     std::uint32_t m_contentsEnd = 0;
     CallId m_call{};

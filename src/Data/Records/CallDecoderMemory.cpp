@@ -45,8 +45,7 @@ void CallDecoder::KeepPromise(const DrawRange& indices, std::uint32_t& start, st
     const std::uint32_t last = indices.first + indices.count - 1;
     if (indices.first >= start && last <= end)
         return;
-    m_diagnostics.Changed(callTable[static_cast<std::uint32_t>(m_call)].name, "indices",
-                          std::to_string(start) + " to " + std::to_string(end),
+    m_diagnostics.Changed(NameOf(m_call), "indices", std::to_string(start) + " to " + std::to_string(end),
                           std::to_string(indices.first) + " to " + std::to_string(last));
     start = std::min(start, indices.first);
     end = std::max(end, last);
@@ -57,7 +56,7 @@ bool CallDecoder::CoversDraw(const DrawRange& range)
     for (std::uint32_t rest = Bound().ClientAttribs(); rest != 0; rest &= rest - 1) {
         const auto index = static_cast<std::uint32_t>(std::countr_zero(rest));
         const DrawRange needed = Bound().AttribRange(index, range);
-        const char* const name = callTable[static_cast<std::uint32_t>(m_call)].name;
+        const char* const name = NameOf(m_call);
         if (needed.isKnown && needed.count == 0)
             continue;
         const Delivery* const delivery = FindDelivery(index);
@@ -88,16 +87,11 @@ bool CallDecoder::TakesPackedMemory() const
 
 void CallDecoder::DecodeVertexAttribData(std::uint8_t* record)
 {
-    m_record = record;
-    m_recordBytes = Value<RecordHeader>(0).bytes;
+    const RecordView view(record);
     constexpr const char* name = "vertex data";
-    if (m_skipsGL)
+    VertexAttribDataRecord data;
+    if (m_skipsGL || !m_diagnostics.Read(name, view, data))
         return;
-    if (m_recordBytes < sizeof(VertexAttribDataRecord)) {
-        m_diagnostics.Skipped(name, "the record", Bytes(sizeof(VertexAttribDataRecord)), Bytes(m_recordBytes));
-        return;
-    }
-    const auto data = Value<VertexAttribDataRecord>(0);
     const std::uint32_t elementBytes = VertexElementBytes(data.size, data.type);
     if (data.index >= maxVertexAttribs || elementBytes == 0 || data.stride <= 0 || data.count == 0) {
         m_diagnostics.Skipped(name, "attribute " + std::to_string(data.index), "a known format and a stride",
@@ -106,10 +100,10 @@ void CallDecoder::DecodeVertexAttribData(std::uint8_t* record)
     }
     const std::uint64_t needed =
         (std::uint64_t{data.count} - 1) * static_cast<std::uint32_t>(data.stride) + elementBytes;
-    if (data.data.offset < sizeof data || data.data.offset > m_recordBytes ||
-        data.data.bytes > m_recordBytes - data.data.offset || data.data.bytes < needed ||
+    if (!view.HasContents(data.data, sizeof data) || data.data.bytes < needed ||
         std::uint64_t{data.first} * static_cast<std::uint32_t>(data.stride) > maxVertexOffset) {
-        m_diagnostics.Skipped(name, "attribute " + std::to_string(data.index), Bytes(needed), Bytes(data.data.bytes));
+        m_diagnostics.Skipped(name, "attribute " + std::to_string(data.index), Bytes(needed) + " inside the record",
+                              Bytes(data.data.bytes) + " at " + std::to_string(data.data.offset));
         return;
     }
     // The driver counts from vertex 0, which lies in front of the contents when the draw does not need it.
@@ -137,20 +131,15 @@ void CallDecoder::DecodeVertexAttribData(std::uint8_t* record)
 
 void CallDecoder::DecodeMappedData(std::uint8_t* record)
 {
-    m_record = record;
-    const auto header = Value<RecordHeader>(0);
-    const bool isUnmap = header.id == static_cast<std::uint32_t>(RecordId::UnmapBuffer);
+    const RecordView view(record);
+    const bool isUnmap = view.Is(RecordId::UnmapBuffer);
     const char* const name = isUnmap ? "data of an unmapped buffer" : "data of a flushed range";
-    if (m_skipsGL)
+    MappedDataRecord data;
+    if (m_skipsGL || !m_diagnostics.Read(name, view, data))
         return;
-    if (header.bytes < sizeof(MappedDataRecord)) {
-        m_diagnostics.Skipped(name, "the record", Bytes(sizeof(MappedDataRecord)), Bytes(header.bytes));
-        return;
-    }
-    const auto data = Value<MappedDataRecord>(0);
-    if (data.data.offset < sizeof data || data.data.offset > header.bytes ||
-        data.data.bytes > header.bytes - data.data.offset) {
-        m_diagnostics.Skipped(name, "contents", "at most " + Bytes(header.bytes), Bytes(data.data.bytes));
+    if (!view.HasContents(data.data, sizeof data)) {
+        m_diagnostics.Skipped(name, "contents", "at most " + Bytes(view.Header().bytes) + " inside the record",
+                              Bytes(data.data.bytes) + " at " + std::to_string(data.data.offset));
         return;
     }
     const std::int64_t mapped = Context().MappedBytes(data.target);

@@ -1,7 +1,9 @@
 // The calls that this program knows. Made from the API description; small enough for the recorder.
 #pragma once
 
+#include <cstddef>
 #include <span>
+#include <string_view>
 
 #include "Data/CallIds.h"
 
@@ -16,5 +18,24 @@ struct CallDescription {
 
 /// Indexed by CallId.
 extern const std::span<const CallDescription, callCount> callTable;
+
+inline const char* NameOf(CallId call)
+{
+    return callTable[static_cast<std::size_t>(call)].name;
+}
+
+/// EGL comes after OpenGL ES in the numbers of the calls.
+constexpr bool IsEGL(CallId call)
+{
+    return call >= CallId::eglGetError;
+}
+static_assert(!IsEGL(CallId::glActiveTexture) && !IsEGL(CallId::glPatchParameterfv) &&
+              IsEGL(CallId::eglCreateImageKHRv1));
+
+/// Of a call that this program may not know.
+constexpr bool IsEGL(std::string_view function)
+{
+    return function.starts_with("egl");
+}
 
 } // namespace Data

@@ -177,29 +177,25 @@ void FrameProcessor::ProcessUnknown(std::uint32_t id)
     }
 }
 
-/// Reads a record of a fixed size; false, with a message, when it is shorter.
-template <class Record> bool FrameProcessor::Read(Record& record)
+bool FrameProcessor::IsStateBlock()
 {
-    if (m_cursor.Read(record))
-        return true;
-    m_diagnostics.Skipped("record", "size", std::to_string(sizeof record) + " bytes",
-                          std::to_string(m_cursor.Header().bytes));
-    return false;
+    BlockRecord block;
+    return m_diagnostics.Read("block", m_cursor, block) && block.type == static_cast<std::uint32_t>(BlockType::State);
 }
 
 void FrameProcessor::ProcessBuiltIn()
 {
     switch (static_cast<RecordId>(m_cursor.Header().id)) {
     case RecordId::Thread:
-        if (ThreadRecord thread; Read(thread))
+        if (ThreadRecord thread; m_diagnostics.Read("thread", m_cursor, thread))
             ChangeThread(thread.thread);
         break;
     case RecordId::BlockStart:
-        if (BlockRecord block; Read(block) && block.type == static_cast<std::uint32_t>(BlockType::State))
+        if (IsStateBlock())
             StartBlock(BlockType::State);
         break;
     case RecordId::BlockEnd:
-        if (BlockRecord block; Read(block) && block.type == static_cast<std::uint32_t>(BlockType::State))
+        if (IsStateBlock())
             EndBlock(BlockType::State);
         break;
     case RecordId::Note:
@@ -213,27 +209,13 @@ void FrameProcessor::ProcessBuiltIn()
 
 void FrameProcessor::ProcessOfThread()
 {
-    const RecordHeader& header = m_cursor.Header();
-    std::uint8_t* const record = m_cursor.Record();
-    switch (static_cast<RecordId>(header.id)) {
-    case RecordId::FrameHash:
-        if (FrameHashRecord hash; Read(hash) && m_hashHandler)
+    if (m_cursor.Is(RecordId::FrameHash)) {
+        if (FrameHashRecord hash; m_diagnostics.Read("frame hash", m_cursor, hash) && m_hashHandler)
             m_hashHandler->ProcessFrameHash(hash.frame, hash.surface, hash.width, hash.height, hash.hash);
-        break;
-    case RecordId::VertexAttribData:
-        m_calls.DecodeVertexAttribData(record);
-        break;
-    case RecordId::FlushMappedBufferRange:
-    case RecordId::UnmapBuffer:
-        m_calls.DecodeMappedData(record);
-        break;
-    default:
-        if (!m_meta.Decode(header, record) && !m_unknownRecordSaid) {
-            m_unknownRecordSaid = true;
-            m_diagnostics.File("there are records of kind " + std::to_string(header.id) +
-                               " that this program does not know; they are skipped");
-        }
-        break;
+    } else if (!m_meta.Decode(m_cursor) && !m_unknownRecordSaid) {
+        m_unknownRecordSaid = true;
+        m_diagnostics.File("there are records of kind " + std::to_string(m_cursor.Header().id) +
+                           " that this program does not know; they are skipped");
     }
 }
 

@@ -66,7 +66,7 @@ private:
     Outcome ProcessRecords();
     void ProcessTimedCall(std::uint32_t id);
     void EndFrame();
-    template <class Record> bool Read(Record& record);
+    bool IsStateBlock();
     void ProcessBuiltIn();
     /// Records other than calls by which a thread acts.
     void ProcessOfThread();

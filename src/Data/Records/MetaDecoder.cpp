@@ -1,6 +1,5 @@
 #include "Data/Records/MetaDecoder.h"
 
-#include <cstring>
 #include <iterator>
 
 #include "Data/Diagnostics.h"
@@ -32,9 +31,9 @@ void MetaDecoder::SetThread(std::uint32_t thread)
         handler->SetCurrentThread(thread);
 }
 
-bool MetaDecoder::Decode(const RecordHeader& header, const std::uint8_t* record)
+bool MetaDecoder::Decode(const RecordCursor& record)
 {
-    const auto id = static_cast<RecordId>(header.id);
+    const auto id = static_cast<RecordId>(record.Header().id);
     switch (id) {
     case RecordId::TextAscii:
     case RecordId::TextXml:
@@ -61,40 +60,30 @@ bool MetaDecoder::Decode(const RecordHeader& header, const std::uint8_t* record)
     case RecordId::MultisampleTexture:
         MultisampleTexture(record);
         return true;
+    case RecordId::VertexAttribData:
+        m_calls.DecodeVertexAttribData(record.Record());
+        return true;
+    case RecordId::FlushMappedBufferRange:
+    case RecordId::UnmapBuffer:
+        m_calls.DecodeMappedData(record.Record());
+        return true;
     default:
         return false;
     }
 }
 
-template <class Record> bool MetaDecoder::Read(const char* name, const std::uint8_t* bytes, Record& record)
-{
-    RecordHeader header;
-    std::memcpy(&header, bytes, sizeof header);
-    if (header.bytes < sizeof record) {
-        m_diagnostics.Skipped(name, "the record", std::to_string(sizeof record) + " bytes",
-                              std::to_string(header.bytes));
-        return false;
-    }
-    std::memcpy(&record, bytes, sizeof record);
-    return true;
-}
-
-bool MetaDecoder::Contents(const char* name, const std::uint8_t* bytes, const PointerSlot& slot, std::uint64_t needed,
+bool MetaDecoder::Contents(const char* name, const RecordView& view, const PointerSlot& slot, std::uint64_t needed,
                            const std::uint8_t*& contents)
 {
-    RecordHeader header;
-    std::memcpy(&header, bytes, sizeof header);
-    contents = nullptr;
-    const bool isInside = slot.offset % 8 == 0 && slot.offset <= header.bytes &&
-                          slot.bytes <= header.bytes - slot.offset && (slot.offset != 0 || slot.bytes == 0);
-    if (!isInside || slot.bytes < needed) {
-        m_diagnostics.Skipped(name, "contents", std::to_string(needed) + " bytes inside the record",
-                              std::to_string(slot.bytes) + " at " + std::to_string(slot.offset));
-        return false;
-    }
-    if (slot.offset != 0)
-        contents = bytes + slot.offset;
-    return true;
+    const bool isInside = view.HasContents(slot);
+    contents = isInside ? view.Contents(slot).data() : nullptr;
+    // Optional contents are missing altogether.
+    const bool isMissing = slot.offset == 0 && slot.bytes == 0;
+    if ((isInside || isMissing) && slot.bytes >= needed)
+        return true;
+    m_diagnostics.Skipped(name, "contents", std::to_string(needed) + " bytes inside the record",
+                          std::to_string(slot.bytes) + " at " + std::to_string(slot.offset));
+    return false;
 }
 
 template <class Upload> void MetaDecoder::UploadPacked(const char* name, Upload upload)
@@ -137,11 +126,11 @@ template <class Upload> void MetaDecoder::UploadPacked(const char* name, Upload 
     }
 }
 
-void MetaDecoder::Text(RecordId id, const std::uint8_t* bytes)
+void MetaDecoder::Text(RecordId id, const RecordView& view)
 {
     TextRecord record;
     const std::uint8_t* text;
-    if (!Read("text", bytes, record) || !Contents("text", bytes, record.text, 0, text) || !text)
+    if (!m_diagnostics.Read("text", view, record) || !Contents("text", view, record.text, 0, text) || !text)
         return;
     if (id == RecordId::DisplayMessage) {
         const std::string message(reinterpret_cast<const char*>(text), record.text.bytes);
@@ -159,22 +148,23 @@ void MetaDecoder::Text(RecordId id, const std::uint8_t* bytes)
     }
 }
 
-void MetaDecoder::WindowSize(const std::uint8_t* bytes)
+void MetaDecoder::WindowSize(const RecordView& view)
 {
     WindowSizeRecord record;
-    if (!Read("window size", bytes, record))
+    if (!m_diagnostics.Read("window size", view, record))
         return;
     for (MetaHandler* const handler : m_handlers)
         handler->ProcessSetWindowSizeCommand(record.display, record.surface, record.width, record.height);
 }
 
-void MetaDecoder::Attribs(RecordId id, const std::uint8_t* bytes)
+void MetaDecoder::Attribs(RecordId id, const RecordView& view)
 {
     const bool isConfig = id == RecordId::ConfigAttribs;
     const char* const name = isConfig ? "config attributes" : "surface attributes";
     AttribsRecord record;
     const std::uint8_t* contents;
-    if (!Read(name, bytes, record) || !Contents(name, bytes, record.attribs, sizeof(std::int32_t), contents))
+    if (!m_diagnostics.Read(name, view, record) ||
+        !Contents(name, view, record.attribs, sizeof(std::int32_t), contents))
         return;
     const auto* const attribs = reinterpret_cast<const std::int32_t*>(contents);
     const std::uint32_t count = record.attribs.bytes / sizeof(std::int32_t);
@@ -193,11 +183,11 @@ void MetaDecoder::Attribs(RecordId id, const std::uint8_t* bytes)
     }
 }
 
-void MetaDecoder::Image(RecordId id, const std::uint8_t* bytes)
+void MetaDecoder::Image(RecordId id, const RecordView& view)
 {
     constexpr const char* name = "EGLImage";
     EGLImageRecord record;
-    if (!Read(name, bytes, record))
+    if (!m_diagnostics.Read(name, view, record))
         return;
     if (record.planeCount > maxImagePlanes) {
         m_diagnostics.Skipped(name, "planes", "at most " + std::to_string(maxImagePlanes),
@@ -208,7 +198,7 @@ void MetaDecoder::Image(RecordId id, const std::uint8_t* bytes)
     for (std::uint32_t i = 0; i < record.planeCount; ++i) {
         const ImagePlaneSlot& slot = record.planes[i];
         const std::uint8_t* contents;
-        if (!Contents(name, bytes, slot.data, slot.data.offset != 0 ? slot.size : 0, contents))
+        if (!Contents(name, view, slot.data, slot.data.offset != 0 ? slot.size : 0, contents))
             return;
         // A plane is copied to the image in rows of its stride, or in one piece.
         const std::uint32_t rows = PlaneRows(record, i);
@@ -229,16 +219,16 @@ void MetaDecoder::Image(RecordId id, const std::uint8_t* bytes)
     }
 }
 
-void MetaDecoder::DefaultBuffer(RecordId id, const std::uint8_t* bytes)
+void MetaDecoder::DefaultBuffer(RecordId id, const RecordView& view)
 {
     constexpr const char* name = "default framebuffer";
     DefaultBufferRecord record;
     const std::uint8_t* contents;
-    if (!Read(name, bytes, record))
+    if (!m_diagnostics.Read(name, view, record))
         return;
     const auto needed =
         static_cast<std::uint64_t>(ImageBytes(packed, record.width, record.height, record.format, record.type));
-    if (!Contents(name, bytes, record.data, needed, contents))
+    if (!Contents(name, view, record.data, needed, contents))
         return;
     const auto process = id == RecordId::DefaultColor   ? &MetaHandler::ProcessDefaultColorBuffer
                          : id == RecordId::DefaultDepth ? &MetaHandler::ProcessDefaultDepthBuffer
@@ -250,12 +240,12 @@ void MetaDecoder::DefaultBuffer(RecordId id, const std::uint8_t* bytes)
     });
 }
 
-void MetaDecoder::MultisampleTexture(const std::uint8_t* bytes)
+void MetaDecoder::MultisampleTexture(const RecordView& view)
 {
     constexpr const char* name = "multisample texture";
     MultisampleTextureRecord record;
     const std::uint8_t* contents;
-    if (!Read(name, bytes, record))
+    if (!m_diagnostics.Read(name, view, record))
         return;
     const auto layer =
         static_cast<std::uint64_t>(ImageBytes(packed, record.width, record.height, record.format, record.type));
@@ -265,7 +255,7 @@ void MetaDecoder::MultisampleTexture(const std::uint8_t* bytes)
         m_diagnostics.Skipped(name, "layers", std::to_string(layer) + " bytes each", std::to_string(record.layerBytes));
         return;
     }
-    if (!Contents(name, bytes, record.data, std::uint64_t{layersBehind} * record.layerBytes + layer, contents))
+    if (!Contents(name, view, record.data, std::uint64_t{layersBehind} * record.layerBytes + layer, contents))
         return;
     UploadPacked(name, [&] {
         for (MetaHandler* const handler : m_handlers)

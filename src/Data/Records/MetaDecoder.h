@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "Data/Capture/Format.h"
+#include "Data/Records/RecordCursor.h"
 #include "Interfaces/Data.h"
 
 namespace Data {
@@ -21,24 +21,23 @@ public:
 
     void Add(MetaHandler* handler) { m_handlers.push_back(handler); }
     void SetThread(std::uint32_t thread);
-    /// False when `header.id` is no meta command.
-    bool Decode(const RecordHeader& header, const std::uint8_t* record);
+    /// False when the record is a call, or none that this program knows. Memory that belongs to calls goes to the
+    /// decoder of calls.
+    bool Decode(const RecordCursor& record);
 
 private:
-    /// The record's struct; false, and reported, when the record is smaller.
-    template <class Record> bool Read(const char* name, const std::uint8_t* bytes, Record& record);
     /// What a slot's contents point to; false, and reported, when they leave the record or have less than `needed`.
-    bool Contents(const char* name, const std::uint8_t* bytes, const PointerSlot& slot, std::uint64_t needed,
+    bool Contents(const char* name, const RecordView& view, const PointerSlot& slot, std::uint64_t needed,
                   const std::uint8_t*& contents);
     /// Calls `upload` while the context takes rows from memory, without gaps between them, and vertices too: handlers
     /// hand images to the driver as they are. Not called where no context can take them.
     template <class Upload> void UploadPacked(const char* name, Upload upload);
-    void Text(RecordId id, const std::uint8_t* record);
-    void WindowSize(const std::uint8_t* record);
-    void Attribs(RecordId id, const std::uint8_t* record);
-    void Image(RecordId id, const std::uint8_t* record);
-    void DefaultBuffer(RecordId id, const std::uint8_t* record);
-    void MultisampleTexture(const std::uint8_t* record);
+    void Text(RecordId id, const RecordView& record);
+    void WindowSize(const RecordView& record);
+    void Attribs(RecordId id, const RecordView& record);
+    void Image(RecordId id, const RecordView& record);
+    void DefaultBuffer(RecordId id, const RecordView& record);
+    void MultisampleTexture(const RecordView& record);
 
     CallDecoder& m_calls;
     Diagnostics& m_diagnostics;

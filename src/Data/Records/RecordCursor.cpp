@@ -12,7 +12,7 @@ std::string RecordCursor::Damage() const
                   "offset 0x%" PRIx64 "+0x%zx: the chunk is damaged: expected a record in the %zu bytes that are left, "
                   "found a size of %u",
                   m_fileOffset, static_cast<std::size_t>(m_next - m_begin), static_cast<std::size_t>(m_end - m_next),
-                  m_header.bytes);
+                  Header().bytes);
     return text;
 }
 

@@ -1,79 +1,33 @@
 #include "Host/Advice/Requirements.h"
 
 #include <algorithm>
-#include <cstring>
 #include <optional>
 #include <string_view>
-#include <vector>
 
 #include <EGL/egl.h>
 #include <GLES3/gl32.h>
 
-#include "Data/Records/CallParameters.h"
+#include "Data/Records/CallArguments.h"
 #include "Data/Records/RecordWalk.h"
 
 namespace Host {
 
 namespace {
 
-using Data::CallId;
+using Data::CallArguments;
 
-/// The arguments of a recorded call. What lies outside of the record is 0.
-class Arguments {
-public:
-    Arguments(CallId call, const Data::RecordCursor& record) : m_call(call), m_record(record) {}
-
-    /// The parameter of that name, as a signed number; nothing when the call has none.
-    [[nodiscard]] std::optional<std::int32_t> Find(std::string_view name) const
-    {
-        for (const Data::ParameterDescription& parameter : Data::ParametersOf(m_call)) {
-            if (parameter.name == name && parameter.form == Data::ParameterForm::Scalar) {
-                return Load<std::int32_t>(parameter.at);
-            }
-        }
-        return std::nullopt;
-    }
-    [[nodiscard]] std::uint32_t Value(std::string_view name) const
-    {
-        return static_cast<std::uint32_t>(Find(name).value_or(0));
-    }
-
-    /// The pairs of the attribute list, which is the last parameter.
-    [[nodiscard]] std::vector<std::pair<EGLint, EGLint>> Attribs() const
-    {
-        std::vector<std::pair<EGLint, EGLint>> pairs;
-        const auto slot = Load<Data::PointerSlot>(Data::ParametersOf(m_call).back().at);
-        for (std::uint64_t at = slot.offset; slot.offset != 0 && at + 8 <= slot.offset + std::uint64_t{slot.bytes};
-             at += 8) {
-            const auto name = Load<EGLint>(at);
-            if (name == EGL_NONE) {
-                break;
-            }
-            pairs.emplace_back(name, Load<EGLint>(at + 4));
-        }
-        return pairs;
-    }
-
-private:
-    template <class T> [[nodiscard]] T Load(std::uint64_t at) const
-    {
-        T value = {};
-        if (at + sizeof value <= m_record.Header().bytes) {
-            std::memcpy(&value, m_record.Record() + at, sizeof value);
-        }
-        return value;
-    }
-
-    CallId m_call;
-    const Data::RecordCursor& m_record;
-};
+/// The parameter of that name; 0 when the call has none.
+std::uint32_t Value(const CallArguments& arguments, std::string_view name)
+{
+    return static_cast<std::uint32_t>(arguments.Find(name).value_or(0));
+}
 
 /// Which part of a limit a call uses.
 class LimitReader {
 public:
     explicit LimitReader(std::map<std::uint32_t, std::int64_t>& limits) : m_limits(limits) {}
 
-    void Read(std::string_view call, const Arguments& arguments)
+    void Read(std::string_view call, const CallArguments& arguments)
     {
         if (call.starts_with("glTexImage") || call.starts_with("glTexStorage") ||
             call.starts_with("glCompressedTexImage") || call.starts_with("glCopyTexImage")) {
@@ -83,19 +37,19 @@ public:
             Use(GL_MAX_SAMPLES, arguments.Find("samples"));
         } else if (call.starts_with("glFramebuffer")) {
             Use(GL_MAX_SAMPLES, arguments.Find("samples"));
-            if (const std::uint32_t attachment = arguments.Value("attachment"); attachment < GL_DEPTH_ATTACHMENT) {
+            if (const std::uint32_t attachment = Value(arguments, "attachment"); attachment < GL_DEPTH_ATTACHMENT) {
                 Index(GL_MAX_COLOR_ATTACHMENTS, attachment, GL_COLOR_ATTACHMENT0);
             }
         } else if (call == "glActiveTexture") {
-            Index(GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS, arguments.Value("texture"), GL_TEXTURE0);
+            Index(GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS, Value(arguments, "texture"), GL_TEXTURE0);
         } else if (call.starts_with("glDrawBuffers")) {
             Use(GL_MAX_DRAW_BUFFERS, arguments.Find("n"));
         } else if (call.starts_with("glVertexAttrib") || call == "glEnableVertexAttribArray") {
-            Index(GL_MAX_VERTEX_ATTRIBS, arguments.Value(arguments.Find("index") ? "index" : "attribindex"), 0);
+            Index(GL_MAX_VERTEX_ATTRIBS, Value(arguments, arguments.Find("index") ? "index" : "attribindex"), 0);
         } else if (call == "glBindBufferBase" || call == "glBindBufferRange") {
-            IndexedBuffer(arguments.Value("target"), arguments.Value("index"));
+            IndexedBuffer(Value(arguments, "target"), Value(arguments, "index"));
         } else if (call == "glBindImageTexture") {
-            Index(GL_MAX_IMAGE_UNITS, arguments.Value("unit"), 0);
+            Index(GL_MAX_IMAGE_UNITS, Value(arguments, "unit"), 0);
         }
     }
 
@@ -115,14 +69,14 @@ private:
             Use(limit, static_cast<std::int32_t>(value - first + 1));
         }
     }
-    void Size(std::uint32_t limit, const Arguments& arguments)
+    void Size(std::uint32_t limit, const CallArguments& arguments)
     {
         Use(limit, arguments.Find("width"));
         Use(limit, arguments.Find("height"));
     }
-    void Texture(const Arguments& arguments)
+    void Texture(const CallArguments& arguments)
     {
-        const std::uint32_t target = arguments.Value("target");
+        const std::uint32_t target = Value(arguments, "target");
         const bool isFace = target >= GL_TEXTURE_CUBE_MAP_POSITIVE_X && target <= GL_TEXTURE_CUBE_MAP_NEGATIVE_Z;
         if (isFace || target == GL_TEXTURE_CUBE_MAP || target == GL_TEXTURE_CUBE_MAP_ARRAY) {
             Size(GL_MAX_CUBE_MAP_TEXTURE_SIZE, arguments);
@@ -151,29 +105,30 @@ private:
 };
 
 /// The version that a context was asked for.
-int ContextVersion(const Arguments& arguments)
+int ContextVersion(const CallArguments& arguments)
 {
     int major = 1;
     int minor = 0;
-    for (const auto& [name, value] : arguments.Attribs()) {
+    // The attributes are the last parameter.
+    Data::ForEachAttrib(arguments.Contents(arguments.Count() - 1), [&](EGLint name, EGLint value) {
         // The same value as EGL_CONTEXT_CLIENT_VERSION.
         if (name == EGL_CONTEXT_MAJOR_VERSION) {
             major = value;
         } else if (name == EGL_CONTEXT_MINOR_VERSION) {
             minor = value;
         }
-    }
+    });
     return std::clamp(major, 1, 9) * 10 + std::clamp(minor, 0, 9);
 }
 
-void ReadCall(std::string_view name, const Arguments& arguments, Requirements& needed)
+void ReadCall(std::string_view name, const CallArguments& arguments, Requirements& needed)
 {
     if (name == "eglCreateContext") {
         needed.version = std::max(needed.version, ContextVersion(arguments));
     } else if (name.starts_with("glCompressedTex")) {
-        needed.textureFormats.insert(arguments.Value(name.find("Sub") == name.npos ? "internalformat" : "format"));
+        needed.textureFormats.insert(Value(arguments, name.find("Sub") == name.npos ? "internalformat" : "format"));
     } else if (name.starts_with("glProgramBinary")) {
-        needed.binaryFormats.insert(arguments.Value("binaryFormat"));
+        needed.binaryFormats.insert(Value(arguments, "binaryFormat"));
     }
     LimitReader(needed.limits).Read(name, arguments);
 }
@@ -196,7 +151,7 @@ Requirements ReadRequirements(const std::string& captureFile, std::uint32_t last
         if (id < calls.size() && !calls[id].name.empty()) {
             ++counts[id];
             if (calls[id].known < Data::callCount) {
-                ReadCall(calls[id].name, Arguments(static_cast<CallId>(calls[id].known), record), needed);
+                ReadCall(calls[id].name, CallArguments(static_cast<Data::CallId>(calls[id].known), record), needed);
             }
         }
     };

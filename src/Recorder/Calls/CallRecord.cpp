@@ -1,6 +1,5 @@
 #include "Recorder/Calls/CallRecord.h"
 
-#include "Data/Records/CallTable.h"
 #include "Recorder/Symbols/Unrecorded.h"
 
 namespace Recorder {
@@ -24,7 +23,7 @@ void CallRecord::Drop(Data::CallId id) const noexcept
     --capture.calls;
     capture.eglCalls -= IsEGL(id) ? 1 : 0;
     if (!m_capturing->Failed()) {
-        CountUnrecorded(Data::callTable[static_cast<std::size_t>(id)].name);
+        CountUnrecorded(Data::NameOf(id));
     }
 }
 

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
-#include "Data/CallIds.h"
 #include "Data/Capture/Format.h"
+#include "Data/Records/CallTable.h"
 #include "Recorder/Capture.h"
 #include "Recorder/Identifiers.h"
 
@@ -75,14 +75,6 @@ inline std::uint64_t StringLength(const char* text, const std::int32_t* lengths,
 
 /// Bytes that an array of strings takes in a record.
 std::uint64_t StringsBytes(const char* const* strings, std::int64_t count, const std::int32_t* lengths);
-
-/// EGL comes after OpenGL ES in the numbers of the calls.
-constexpr bool IsEGL(Data::CallId id)
-{
-    return id >= Data::CallId::eglGetError;
-}
-static_assert(!IsEGL(Data::CallId::glActiveTexture) && !IsEGL(Data::CallId::glPatchParameterfv) &&
-              IsEGL(Data::CallId::eglCreateImageKHRv1));
 
 /// The record of one call, in a capture that is going on. Contents of pointer arguments follow the values in the
 /// order in which they are added. False: the record is too large, or nothing can be written any more.

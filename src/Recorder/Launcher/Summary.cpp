@@ -4,19 +4,18 @@
 #include <cstdio>
 
 #include "Data/Capture/CaptureSource.h"
+#include "Data/Records/CallTable.h"
 #include "Data/Records/RecordWalk.h"
 #include "Util/Spelling.h"
 
 namespace Recorder {
 namespace {
 
-void CountNote(const Data::RecordCursor& record, Summary& summary)
+void CountNote(const Data::RecordView& record, Summary& summary)
 {
     Data::TextRecord note;
-    if (record.Read(note) && note.text.offset <= record.Header().bytes &&
-        note.text.bytes <= record.Header().bytes - note.text.offset) {
-        const auto* const text = reinterpret_cast<const char*>(record.Record()) + note.text.offset;
-        summary.notes.emplace_back(std::string(text, note.text.bytes), note.count);
+    if (record.Read(note) && record.HasContents(note.text)) {
+        summary.notes.emplace_back(record.Text(note.text), note.count);
     }
 }
 
@@ -45,7 +44,7 @@ void CountAll(Data::CaptureSource& source, const std::string& path, Summary& sum
         const std::uint32_t id = record.Header().id;
         if (id < calls.size()) {
             ++summary.calls;
-            summary.eglCalls += calls[id].name.starts_with("egl") ? 1 : 0;
+            summary.eglCalls += Data::IsEGL(calls[id].name) ? 1 : 0;
         }
     });
     summary.frames = diagnostics.position.frame;

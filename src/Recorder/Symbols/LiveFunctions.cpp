@@ -6,6 +6,8 @@
 #include <dlfcn.h>
 #include <string_view>
 
+#include "Data/Records/CallTable.h"
+
 namespace Recorder {
 
 // Defined with the exported functions, sorted by name; the place in the table is the Entry.
@@ -43,7 +45,7 @@ DlsymFunction FindRealDlsym()
 /// Where the system keeps a function. Programs may have loaded that library for one of their modules only.
 const char* SystemLibrary(std::string_view function)
 {
-    if (function.starts_with("egl")) {
+    if (Data::IsEGL(function)) {
         return "libEGL.so.1";
     }
     if (function.starts_with("wl_")) {

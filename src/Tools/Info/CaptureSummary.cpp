@@ -1,9 +1,8 @@
 #include "Tools/Info/CaptureSummary.h"
 
 #include <algorithm>
-#include <cstring>
 
-#include "Data/Records/CallParameters.h"
+#include "Data/Records/CallArguments.h"
 #include "Data/Records/RecordWalk.h"
 #include "Interfaces/Data.h"
 
@@ -13,7 +12,6 @@ namespace {
 
 constexpr std::int32_t eglHeight = 0x3056;
 constexpr std::int32_t eglWidth = 0x3057;
-constexpr std::int32_t eglNone = 0x3038;
 
 /// Counts record by record.
 class Counter {
@@ -23,7 +21,7 @@ public:
     {
     }
 
-    void Count(const Data::RecordCursor& record)
+    void Count(const Data::RecordView& record)
     {
         const std::uint32_t id = record.Header().id;
         if (id >= Data::firstBuiltInId)
@@ -46,40 +44,45 @@ private:
         return call.starts_with("glDraw") && !call.starts_with("glDrawBuffers");
     }
 
-    void CountCall(const Data::RecordCursor& record, std::uint32_t id)
+    void CountCall(const Data::RecordView& record, std::uint32_t id)
     {
         ++m_counts[id];
         m_summary.drawsByFrame.back() += IsDraw(m_calls[id].name) ? 1 : 0;
         ++m_summary.calls;
         ++m_summary.callsByThread[m_thread];
         ++(m_isInStateBlock ? m_summary.stateBlockCalls : m_summary.callsByFrame.back());
-        switch (static_cast<Data::CallId>(m_calls[id].known)) {
+        if (m_calls[id].known < Data::callCount)
+            ReadCall({static_cast<Data::CallId>(m_calls[id].known), record});
+    }
+
+    void ReadCall(const Data::CallArguments& call)
+    {
+        switch (call.Call()) {
         case Data::CallId::eglCreateContext:
-            if (const std::uint32_t context = Returned(record, id); context != 0)
-                m_summary.contexts[context] = Argument(record, id, 2);
+            if (call.Returned() != 0)
+                m_summary.contexts[call.Returned()] = call.Unsigned(2);
             break;
         case Data::CallId::eglCreateWindowSurface:
         case Data::CallId::eglCreatePlatformWindowSurface:
-            Surface(record, id, "window");
+            Surface(call, "window");
             break;
         case Data::CallId::eglCreatePbufferSurface:
-            Surface(record, id, "pbuffer");
-            if (Data::PointerSlot attribs; Slot(record, id, 2, attribs))
-                SizeFromAttribs(record, Returned(record, id), attribs);
+            Surface(call, "pbuffer");
+            SizeFromAttribs(call.Returned(), call.Contents(2));
             break;
         case Data::CallId::eglCreatePbufferFromClientBuffer:
-            Surface(record, id, "pbuffer");
+            Surface(call, "pbuffer");
             break;
         case Data::CallId::eglCreatePixmapSurface:
         case Data::CallId::eglCreatePlatformPixmapSurface:
-            Surface(record, id, "pixmap");
+            Surface(call, "pixmap");
             break;
         default:
             break;
         }
     }
 
-    void CountBuiltIn(const Data::RecordCursor& record)
+    void CountBuiltIn(const Data::RecordView& record)
     {
         switch (static_cast<Data::RecordId>(record.Header().id)) {
         case Data::RecordId::Thread:
@@ -110,48 +113,21 @@ private:
             break;
         case Data::RecordId::SurfaceAttribs:
             if (Data::AttribsRecord attribs; record.Read(attribs))
-                SizeFromAttribs(record, attribs.object, attribs.attribs);
+                SizeFromAttribs(attribs.object, record.Contents(attribs.attribs));
             break;
         case Data::RecordId::Note:
-            if (Data::TextRecord note; record.Read(note) && note.text.offset <= record.Header().bytes &&
-                                       note.text.bytes <= record.Header().bytes - note.text.offset)
-                m_summary.notes[{reinterpret_cast<const char*>(record.Record()) + note.text.offset, note.text.bytes}] +=
-                    note.count;
+            if (Data::TextRecord note; record.Read(note) && record.HasContents(note.text))
+                m_summary.notes[std::string(record.Text(note.text))] += note.count;
             break;
         default:
             break;
         }
     }
 
-    std::uint32_t Value(const Data::RecordCursor& record, std::uint32_t at) const
+    void Surface(const Data::CallArguments& call, const char* kind)
     {
-        std::uint32_t value = 0;
-        if (at + sizeof value <= record.Header().bytes)
-            std::memcpy(&value, record.Record() + at, sizeof value);
-        return value;
-    }
-    std::uint32_t Returned(const Data::RecordCursor& record, std::uint32_t id) const
-    {
-        return Value(record, Data::ReturnOf(static_cast<Data::CallId>(m_calls[id].known))->at);
-    }
-    std::uint32_t Argument(const Data::RecordCursor& record, std::uint32_t id, std::size_t number) const
-    {
-        return Value(record, Data::ParametersOf(static_cast<Data::CallId>(m_calls[id].known))[number].at);
-    }
-
-    bool Slot(const Data::RecordCursor& record, std::uint32_t id, std::size_t number, Data::PointerSlot& slot) const
-    {
-        const std::uint32_t at = Data::ParametersOf(static_cast<Data::CallId>(m_calls[id].known))[number].at;
-        if (at + sizeof slot > record.Header().bytes)
-            return false;
-        std::memcpy(&slot, record.Record() + at, sizeof slot);
-        return slot.offset != 0;
-    }
-
-    void Surface(const Data::RecordCursor& record, std::uint32_t id, const char* kind)
-    {
-        if (const std::uint32_t surface = Returned(record, id); surface != 0)
-            m_summary.surfaces[surface].kind = kind;
+        if (call.Returned() != 0)
+            m_summary.surfaces[call.Returned()].kind = kind;
     }
     void Size(std::uint32_t surface, std::uint32_t width, std::uint32_t height)
     {
@@ -159,23 +135,16 @@ private:
         if (sizes.empty() || sizes.back() != std::pair(width, height))
             sizes.emplace_back(width, height);
     }
-    /// From the list of attributes that a slot points to.
-    void SizeFromAttribs(const Data::RecordCursor& record, std::uint32_t surface, const Data::PointerSlot& attribs)
+    void SizeFromAttribs(std::uint32_t surface, std::span<const std::uint8_t> attribs)
     {
-        if (attribs.offset > record.Header().bytes || attribs.bytes > record.Header().bytes - attribs.offset)
-            return;
         std::uint32_t width = 0;
         std::uint32_t height = 0;
-        std::int32_t pair[2];
-        for (std::uint32_t at = 0; at + sizeof pair <= attribs.bytes; at += sizeof pair) {
-            std::memcpy(pair, record.Record() + attribs.offset + at, sizeof pair);
-            if (pair[0] == eglNone)
-                break;
-            if (pair[0] == eglWidth)
-                width = static_cast<std::uint32_t>(pair[1]);
-            else if (pair[0] == eglHeight)
-                height = static_cast<std::uint32_t>(pair[1]);
-        }
+        Data::ForEachAttrib(attribs, [&](std::int32_t name, std::int32_t value) {
+            if (name == eglWidth)
+                width = static_cast<std::uint32_t>(value);
+            else if (name == eglHeight)
+                height = static_cast<std::uint32_t>(value);
+        });
         if (width > 0 && height > 0)
             Size(surface, width, height);
     }
@@ -198,7 +167,7 @@ CaptureSummary Summarize(Data::CaptureSource& source, Data::Diagnostics& diagnos
     summary.header = source.Header();
     Counter counter(summary, source.Calls());
     summary.isComplete =
-        Data::WalkRecords(source, diagnostics, [&](const Data::RecordCursor& record) { counter.Count(record); });
+        Data::WalkRecords(source, diagnostics, [&](const Data::RecordView& record) { counter.Count(record); });
     counter.Finish();
     return summary;
 }

@@ -1,14 +1,13 @@
 #include "Tools/Info/Dump.h"
 
 #include <algorithm>
-#include <cstring>
 #include <map>
 #include <vector>
 
 #include <fnmatch.h>
 
+#include "Data/Records/CallArguments.h"
 #include "Data/Records/CallDecoder.h"
-#include "Data/Records/CallParameters.h"
 #include "Data/Records/RecordWalk.h"
 #include "Interfaces/Util.h"
 #include "Tools/Info/RecordText.h"
@@ -17,14 +16,6 @@
 namespace Tools {
 
 namespace {
-
-std::uint32_t ReadU32(const Data::RecordCursor& record, std::uint32_t at)
-{
-    std::uint32_t value = 0;
-    if (at + sizeof value <= record.Header().bytes)
-        std::memcpy(&value, record.Record() + at, sizeof value);
-    return value;
-}
 
 /// Follows which thread uses which context, and the state of each.
 class Contexts {
@@ -42,15 +33,14 @@ public:
     /// `call` is callCount for a record that is no known call. The record's bytes may be changed.
     void Follow(const Data::RecordCursor& record, std::uint32_t call)
     {
-        constexpr auto makeCurrent = Data::CallId::eglMakeCurrent;
         if (Data::ThreadRecord thread; record.Is(Data::RecordId::Thread) && record.Read(thread)) {
             m_thread = thread.thread;
             m_calls.SetThread(m_thread);
         } else if (call < Data::callCount) {
-            if (call == static_cast<std::uint32_t>(makeCurrent) &&
-                ReadU32(record, Data::ReturnOf(makeCurrent)->at) != 0)
-                m_ofThread[m_thread] = ReadU32(record, Data::ParametersOf(makeCurrent).back().at);
-            m_calls.Decode(static_cast<Data::CallId>(call), record.Record());
+            const Data::CallArguments arguments(static_cast<Data::CallId>(call), record);
+            if (arguments.Call() == Data::CallId::eglMakeCurrent && arguments.Returned() != 0)
+                m_ofThread[m_thread] = arguments.Unsigned(3);
+            m_calls.Decode(arguments.Call(), record.Record());
         }
     }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <span>
 
+#include "Data/Records/CallTable.h"
+
 namespace Tools {
 
 namespace {
@@ -65,7 +67,7 @@ const char* EGLEnumName(std::uint32_t value)
 const char* EnumName(std::string_view function, std::uint32_t value)
 {
     if (value > lastSmallValue) {
-        return function.starts_with("egl") ? EGLEnumName(value) : GLEnumName(value);
+        return Data::IsEGL(function) ? EGLEnumName(value) : GLEnumName(value);
     }
     for (const SmallNames& small : smallNames) {
         if (function.starts_with(small.functions)) {

@@ -44,19 +44,17 @@ template <class T> T Load(const std::uint8_t* at)
     return value;
 }
 
-/// The memory behind a pointer argument.
-struct Contents {
-    const std::uint8_t* data;
-    std::uint32_t bytes;
+/// The memory of a pointer argument.
+using Contents = std::span<const std::uint8_t>;
 
-    [[nodiscard]] std::string_view Text(std::uint64_t at = 0) const
-    {
-        if (at > bytes)
-            return "?";
-        const std::string_view rest(reinterpret_cast<const char*>(data) + at, bytes - at);
-        return rest.substr(0, rest.find('\0'));
-    }
-};
+/// The string at a place in it.
+std::string_view TextAt(const Contents& contents, std::uint64_t at)
+{
+    if (at > contents.size())
+        return "?";
+    const std::string_view rest(reinterpret_cast<const char*>(contents.data()) + at, contents.size() - at);
+    return rest.substr(0, rest.find('\0'));
+}
 
 /// Writes the values of one argument.
 class Writer {
@@ -115,20 +113,21 @@ public:
     [[nodiscard]] std::string Texts(const Contents& contents) const
     {
         // As many slots as lie in front of the first string.
-        const std::uint64_t end = contents.bytes >= 8 ? Load<std::uint64_t>(contents.data) : 0;
-        const std::uint64_t count = std::min<std::uint64_t>(end, contents.bytes) / 8;
-        return List(count,
-                    [&](std::uint64_t i) { return Text(contents.Text(Load<std::uint64_t>(contents.data + i * 8))); });
+        const std::uint64_t end = contents.size() >= 8 ? Load<std::uint64_t>(contents.data()) : 0;
+        const std::uint64_t count = std::min<std::uint64_t>(end, contents.size()) / 8;
+        return List(count, [&](std::uint64_t i) {
+            return Text(TextAt(contents, Load<std::uint64_t>(contents.data() + i * 8)));
+        });
     }
 
     [[nodiscard]] std::string Elements(const Contents& contents, const Data::ParameterDescription& parameter) const
     {
         if (parameter.code == 'x') {
-            const std::string bytes = std::to_string(contents.bytes);
+            const std::string bytes = std::to_string(contents.size());
             return m_isJson ? "{\"bytes\":" + bytes + "}" : "<" + bytes + " bytes>";
         }
-        return List(contents.bytes / parameter.bytes, [&](std::uint64_t i) {
-            const std::uint8_t* const at = contents.data + i * parameter.bytes;
+        return List(contents.size() / parameter.bytes, [&](std::uint64_t i) {
+            const std::uint8_t* const at = contents.data() + i * parameter.bytes;
             const bool isName = parameter.form == Data::ParameterForm::Attribs && i % 2 == 0;
             return isName ? Enum(Load<std::uint32_t>(at)) : Value(at, parameter.code, parameter.bytes);
         });
@@ -157,9 +156,8 @@ private:
     /// EGL passes its enums as plain numbers; all of them lie in one range.
     [[nodiscard]] std::string Number(std::int64_t value) const
     {
-        return m_function.starts_with("egl") && value >= 0x3000 && value < 0x4000
-                   ? Enum(static_cast<std::uint32_t>(value))
-                   : std::to_string(value);
+        return Data::IsEGL(m_function) && value >= 0x3000 && value < 0x4000 ? Enum(static_cast<std::uint32_t>(value))
+                                                                            : std::to_string(value);
     }
 
     /// JSON has no numbers that are none, or infinite.
@@ -228,16 +226,6 @@ std::string PointerText(bool isJson, std::uint64_t value, std::uint32_t buffer)
     return isJson ? JsonString(HexText(value)) : HexText(value);
 }
 
-std::uint32_t PnameOf(const Data::RecordCursor& record, Data::CallId call)
-{
-    for (const Data::ParameterDescription& parameter : Data::ParametersOf(call)) {
-        const bool isInside = parameter.at + sizeof(std::uint32_t) <= record.Header().bytes;
-        if (parameter.name == std::string_view("pname") && isInside)
-            return Load<std::uint32_t>(record.Record() + parameter.at);
-    }
-    return 0;
-}
-
 } // namespace
 
 std::string HexText(std::uint64_t value)
@@ -263,29 +251,28 @@ std::string JsonString(std::string_view text)
     return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-std::string ArgumentText(Notation notation, const Data::RecordCursor& record, Data::CallId call,
-                         std::string_view function, const Data::ParameterDescription& parameter,
-                         const Data::ContextState& state)
+std::string ArgumentText(Notation notation, const Data::CallArguments& call,
+                         const Data::ParameterDescription& parameter, const Data::ContextState& state)
 {
-    const Writer writer(notation, call, function, parameter.name, PnameOf(record, call));
-    const std::uint32_t recordBytes = record.Header().bytes;
+    const std::string_view function = NameOf(call.Call());
+    const auto pname = static_cast<std::uint32_t>(call.Find("pname").value_or(0));
+    const Writer writer(notation, call.Call(), function, parameter.name, pname);
     const bool isScalar = parameter.form == Data::ParameterForm::Scalar;
-    if (parameter.at + (isScalar ? parameter.bytes : sizeof(Data::PointerSlot)) > recordBytes)
+    if (!call.HasField(parameter.at, isScalar ? parameter.bytes : sizeof(Data::PointerSlot)))
         return writer.Word("?");
-    const std::uint8_t* const at = record.Record() + parameter.at;
     if (isScalar)
-        return writer.Value(at, parameter.code, parameter.bytes);
-    const auto slot = Load<Data::PointerSlot>(at);
+        return writer.Value(call.Bytes().data() + parameter.at, parameter.code, parameter.bytes);
+    const auto slot = call.Field<Data::PointerSlot>(parameter.at);
     if (slot.offset == 0) {
         const std::uint32_t target = BufferTarget(function, parameter.name);
         return PointerText(notation == Notation::Json, slot.value, target != 0 ? state.BoundBuffer(target) : 0);
     }
-    if (slot.offset > recordBytes || slot.bytes > recordBytes - slot.offset)
+    if (!call.HasContents(slot))
         return writer.Word("?");
-    const Contents contents{record.Record() + slot.offset, slot.bytes};
+    const Contents contents = call.RecordView::Contents(slot);
     switch (parameter.form) {
     case Data::ParameterForm::Text:
-        return writer.Text(contents.Text());
+        return writer.Text(TextAt(contents, 0));
     case Data::ParameterForm::Strings:
         return writer.Texts(contents);
     default:

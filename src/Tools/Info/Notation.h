@@ -5,8 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "Data/Records/CallParameters.h"
-#include "Data/Records/RecordCursor.h"
+#include "Data/Records/CallArguments.h"
 #include "Data/State/ContextState.h"
 
 namespace Tools {
@@ -23,9 +22,8 @@ enum class Notation {
 /// An argument or a returned value of a call, by its place in the record. Nothing in the record is believed: what does
 /// not fit is shown as "?". `state` is that of the call's context, in front of the call: it tells an offset into a
 /// buffer from an address.
-std::string ArgumentText(Notation notation, const Data::RecordCursor& record, Data::CallId call,
-                         std::string_view function, const Data::ParameterDescription& parameter,
-                         const Data::ContextState& state);
+std::string ArgumentText(Notation notation, const Data::CallArguments& call,
+                         const Data::ParameterDescription& parameter, const Data::ContextState& state);
 
 /// Whether the value of this parameter of a texture or a sampler is an enum.
 bool IsEnumParameter(std::uint32_t name);

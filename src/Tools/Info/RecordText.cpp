@@ -1,29 +1,29 @@
 #include "Tools/Info/RecordText.h"
 
-#include "Data/Records/CallParameters.h"
+#include "Data/Records/CallArguments.h"
 
 namespace Tools {
 
 namespace {
 
-std::string CallText(Notation notation, const Data::RecordCursor& record, const Data::FileCall& call,
+std::string CallText(Notation notation, const Data::RecordView& record, const Data::FileCall& call,
                      const Data::ContextState& state)
 {
     const bool isJson = notation == Notation::Json;
     if (call.known >= Data::callCount)
         return isJson ? "\"name\":" + JsonString(call.name) : call.name + "(?)";
-    const auto id = static_cast<Data::CallId>(call.known);
+    const Data::CallArguments arguments(static_cast<Data::CallId>(call.known), record);
     std::string text = isJson ? "\"name\":" + JsonString(call.name) + ",\"args\":{" : call.name + "(";
     bool isFirst = true;
-    for (const Data::ParameterDescription& parameter : Data::ParametersOf(id)) {
+    for (const Data::ParameterDescription& parameter : Data::ParametersOf(arguments.Call())) {
         text += isFirst ? "" : isJson ? "," : ", ";
         text += isJson ? JsonString(parameter.name) + ":" : std::string(parameter.name) + "=";
-        text += ArgumentText(notation, record, id, call.name, parameter, state);
+        text += ArgumentText(notation, arguments, parameter, state);
         isFirst = false;
     }
     text += isJson ? "}" : ")";
-    if (const Data::ParameterDescription* const returned = Data::ReturnOf(id))
-        text += (isJson ? ",\"return\":" : " = ") + ArgumentText(notation, record, id, call.name, *returned, state);
+    if (const Data::ParameterDescription* const returned = Data::ReturnOf(arguments.Call()))
+        text += (isJson ? ",\"return\":" : " = ") + ArgumentText(notation, arguments, *returned, state);
     return text;
 }
 
@@ -33,7 +33,7 @@ std::string Sized(const char* what, const Data::PointerSlot& slot)
 }
 
 /// Surfaces, images and what was in them; empty for other kinds.
-std::string SurfaceText(const Data::RecordCursor& record, Data::RecordId id)
+std::string SurfaceText(const Data::RecordView& record, Data::RecordId id)
 {
     using Data::RecordId;
     const auto number = [](std::uint64_t value) { return std::to_string(value); };
@@ -71,7 +71,7 @@ std::string SurfaceText(const Data::RecordCursor& record, Data::RecordId id)
     return "";
 }
 
-std::string BuiltInText(const Data::RecordCursor& record)
+std::string BuiltInText(const Data::RecordView& record)
 {
     using Data::RecordId;
     const auto number = [](std::uint64_t value) { return std::to_string(value); };
@@ -124,7 +124,7 @@ std::string BuiltInText(const Data::RecordCursor& record)
 }
 
 /// The call of a record in the file's table; null when there is none.
-const Data::FileCall* FindCall(const Data::RecordCursor& record, const Data::CaptureSource& source)
+const Data::FileCall* FindCall(const Data::RecordView& record, const Data::CaptureSource& source)
 {
     const std::uint32_t id = record.Header().id;
     return id < source.Calls().size() && !source.Calls()[id].name.empty() ? &source.Calls()[id] : nullptr;
@@ -132,13 +132,13 @@ const Data::FileCall* FindCall(const Data::RecordCursor& record, const Data::Cap
 
 } // namespace
 
-std::string_view CallName(const Data::RecordCursor& record, const Data::CaptureSource& source)
+std::string_view CallName(const Data::RecordView& record, const Data::CaptureSource& source)
 {
     const Data::FileCall* const call = FindCall(record, source);
     return call ? std::string_view(call->name) : std::string_view();
 }
 
-std::string RecordText(Notation notation, const RecordPlace& place, const Data::RecordCursor& record,
+std::string RecordText(Notation notation, const RecordPlace& place, const Data::RecordView& record,
                        const Data::CaptureSource& source, const Data::ContextState& state)
 {
     const Data::FileCall* const call = FindCall(record, source);

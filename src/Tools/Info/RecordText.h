@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "Data/Capture/CaptureSource.h"
-#include "Data/Records/RecordCursor.h"
+#include "Data/Records/RecordView.h"
 #include "Tools/Info/Notation.h"
 
 namespace Tools {
@@ -22,12 +22,12 @@ struct RecordPlace {
 };
 
 /// The function of a record; empty for a record that is no call.
-std::string_view CallName(const Data::RecordCursor& record, const Data::CaptureSource& source);
+std::string_view CallName(const Data::RecordView& record, const Data::CaptureSource& source);
 
 /// `state` is that of the context in front of the record. A line such as "3:17 t1 c1
 /// glBindTexture(target=GL_TEXTURE_2D, texture=5)", or a JSON object. Records that are no calls begin with "--" after
 /// their place.
-std::string RecordText(Notation notation, const RecordPlace& place, const Data::RecordCursor& record,
+std::string RecordText(Notation notation, const RecordPlace& place, const Data::RecordView& record,
                        const Data::CaptureSource& source, const Data::ContextState& state);
 
 } // namespace Tools

@@ -9,11 +9,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-const char* CallName(Data::CallId call)
-{
-    return Data::callTable[static_cast<std::size_t>(call)].name;
-}
-
 std::uint64_t Sum(const CallCounts& counts)
 {
     std::uint64_t sum = 0;
@@ -50,7 +45,7 @@ Json ByCall(const CallCounts& counts)
 {
     Json json = Json::object();
     for (const auto& [call, count] : counts)
-        json[CallName(call)] = count;
+        json[NameOf(call)] = count;
     return json;
 }
 
@@ -79,7 +74,7 @@ Json ToJson(const FrameStatistics& frame)
     json["draws"] = ToJson(Sum(frame.draws));
     json["draws"]["byCall"] = Json::object();
     for (const auto& [call, count] : frame.draws)
-        json["draws"]["byCall"][CallName(call)] = ToJson(count);
+        json["draws"]["byCall"][NameOf(call)] = ToJson(count);
     json["dispatches"] = {
         {"calls", frame.dispatches.calls}, {"groups", frame.dispatches.groups}, {"unknown", frame.dispatches.unknown}};
     json["clears"] = WithSum(frame.clears);
@@ -105,7 +100,7 @@ Json ToJson(const FrameStatistics& frame)
     }
     json["extensions"] = Json::object();
     for (const auto& [call, count] : frame.extensionCalls)
-        json["extensions"][ExtensionOf(call)][CallName(call)] = count;
+        json["extensions"][ExtensionOf(call)][NameOf(call)] = count;
     json["stateChanges"] = WithSum(frame.stateChanges);
     json["stateChanges"]["redundant"] = WithSum(frame.redundantChanges);
     return json;

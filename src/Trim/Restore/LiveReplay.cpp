@@ -55,22 +55,6 @@ bool LiveReplay::Call(Data::CallId call, std::uint8_t* record)
     return Core::Log::ErrorCount() == errors && m_diagnostics.SkippedCount() == skipped;
 }
 
-void LiveReplay::Other(const Data::RecordHeader& header, std::uint8_t* record)
-{
-    switch (static_cast<Data::RecordId>(header.id)) {
-    case Data::RecordId::VertexAttribData:
-        m_calls.DecodeVertexAttribData(record);
-        break;
-    case Data::RecordId::FlushMappedBufferRange:
-    case Data::RecordId::UnmapBuffer:
-        m_calls.DecodeMappedData(record);
-        break;
-    default:
-        m_meta.Decode(header, record);
-        break;
-    }
-}
-
 void LiveReplay::MakeCurrent(std::uint32_t thread, const Current& current)
 {
     SetThread(thread);

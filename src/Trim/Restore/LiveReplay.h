@@ -34,7 +34,7 @@ public:
     /// Replays a call; its record may be changed. False when nothing came of it: it was refused, or raised an error.
     bool Call(Data::CallId call, std::uint8_t* record);
     /// Replays a record that is no call and not about threads, frames and blocks.
-    void Other(const Data::RecordHeader& header, std::uint8_t* record);
+    void Other(const Data::RecordCursor& record) { m_meta.Decode(record); }
     /// Makes something current on a captured thread. Captured identifiers.
     void MakeCurrent(std::uint32_t thread, const Current& current);
 
