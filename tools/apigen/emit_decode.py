@@ -15,16 +15,8 @@ BUFFER_TESTS = {
     "pixel_pack": "HasPackBuffer",
     "pixel_unpack": "HasUnpackBuffer",
 }
-# The pointer that a draw follows later, when no array buffer is bound.
-ATTRIB_POINTERS = {"glVertexAttribPointer", "glVertexAttribIPointer"}
 # Objects that must have been generated: replay maps an unknown name to 0, and the draws that follow would read memory.
 KNOWN_NAMES = {"buffer": "KnowsBuffer", "vertex_array": "KnowsVertexArray"}
-
-# Calls whose state is taken from the driver's context where there is one; what others set has captured names.
-WITHOUT_NAMES = {"glCopyBufferSubData", "glBufferSubData", "glDisable", "glDisableVertexAttribArray", "glEnable",
-                 "glEnableVertexAttribArray", "glPixelStorei", "glVertexAttribBinding", "glVertexAttribDivisor",
-                 "glVertexAttribFormat", "glVertexAttribIFormat", "glVertexAttribIPointer", "glVertexAttribPointer",
-                 "glVertexBindingDivisor"}
 
 
 def expression(call, t):
@@ -61,7 +53,7 @@ def read_pointer(call, index, p):
     """Statements that read one pointer parameter, and leave the function when it must not be used."""
     t, at = p.type, p.at
     opaque = f"decoder.Opaque({index}, {at});\n"
-    if t.form == "ptr" and call.name not in ATTRIB_POINTERS:
+    if t.form == "ptr" and not call.has("vertex_pointer"):
         return "    " + opaque
     if t.form == "callback":
         return f"    decoder.Callback({index}, {at});\n"
@@ -80,13 +72,14 @@ def read_pointer(call, index, p):
     if t.form == "string" and not t.out:
         return or_return(f"decoder.{optional}String({index}, {at}, {needed})")
     kind = "Names" if t.out and t.kind and not call.is_egl else ("Output" if t.out else "Input")
-    test = or_return(f"decoder.{optional}{kind}({index}, {at}, {t.element_size}, {needed})")
+    test = f"decoder.{optional}{kind}({index}, {at}, {t.element_size}, {needed})"
     if not t.binding:
-        return test
+        return or_return(test)
     if t.binding == "element_array":
-        indices = f"if (!decoder.Indices({index}, {at}))\n            return;\n"
-        return f"    if (decoder.Bound().HasElementBuffer()) {{\n        {indices}    }} else{test[3:]}"
-    return f"    if (decoder.Bound().{BUFFER_TESTS[t.binding]}())\n        {opaque}    else{test[3:]}"
+        return (f"    if (decoder.Bound().HasElementBuffer()) {{\n        if (!decoder.Indices({index}, {at}))\n"
+                f"            return;\n    }} else if (!{test})\n        return;\n")
+    return (f"    if (decoder.Bound().{BUFFER_TESTS[t.binding]}())\n        {opaque}"
+            f"    else if (!{test})\n        return;\n")
 
 
 def argument(p, index):
@@ -121,8 +114,8 @@ def checks(api, call):
     if reads_pixels(api, call):
         for place, size in (("x", "width"), ("y", "height")):
             text += or_return(f"decoder.IsWithinImage({call.params.index(call.param(place))}, {place}, {size})")
-    if call.name == "glDrawElementsIndirect":
-        text += or_return("decoder.HasIndices(2)")
+    if call.has("buffered_indices"):
+        text += or_return(f"decoder.HasIndices({len(call.params) - 1})")
     for index, p in enumerate(call.params):
         if p.type.lengths:
             lengths = next(i for i, other in enumerate(call.params) if other.name == p.type.lengths)
@@ -153,7 +146,7 @@ def decode(api, call):
     if call.has("track"):
         state = "Client" if call.is_egl else "Context"
         told = told + [argument(p, i) for i, p in enumerate(call.params)]
-        if call.name in WITHOUT_NAMES:
+        if call.has("without_names"):
             text += "    if (!decoder.HasDriver())\n    "
         text += wrap(f"    decoder.{state}().{call.name}(", told, ");\n", indent=8)
     if has_effects(api, call):

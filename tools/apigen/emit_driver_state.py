@@ -4,11 +4,6 @@ that first asks whether the driver would survive it."""
 
 from text import BANNER, wrap
 
-# Calls that a driver may refuse while the state would follow: DriverContext has a function Took_NAME for them.
-JUDGED = {"glBindBuffer", "glBindVertexArray", "glBindVertexArrayOES", "glBindVertexBuffer", "glBufferData", "glBufferStorageEXT", "glDisable",
-          "glDisableVertexAttribArray", "glEnable", "glEnableVertexAttribArray", "glPixelStorei",
-          "glVertexAttribBinding", "glVertexAttribDivisor", "glVertexAttribIPointer", "glVertexAttribPointer"}
-
 
 def told(call):
     """The arguments as the state takes them; handles mean nothing to it."""
@@ -37,7 +32,7 @@ def function(call):
     result = "const auto result = " if call.returns else ""
     text += wrap(f"    {result}driver{call.table}.{call.name}(", names, ");\n", indent=8)
     text += "    if (DriverContext* const context = current)\n        "
-    if call.name in JUDGED:
+    if call.has("judged"):
         text += wrap(f"if (context->Took_{call.name}(", names, "))\n            ", indent=12)
     text += wrap(f"context->state.{call.name}(", told(call), ");\n", indent=12)
     return text + ("    return result;\n" if call.returns else "") + "}\n\n"

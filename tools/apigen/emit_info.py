@@ -6,14 +6,8 @@ from emit_state import changes_of
 from objects import effect_of as object_effect
 from text import BANNER, wrap
 
-CLEARS = re.compile(r"glClear(Buffer\w+)?$")
-BLITS = re.compile(r"glBlit(Framebuffer|Overlap)")
-BUFFER_UPLOADS = {"glBufferData", "glBufferSubData", "glBufferStorageEXT"}
-# Calls that wait for the driver, and when: a question that does not wait for its answer is no wait.
-WAITS = {"glFinish": "", "eglWaitClient": "", "eglWaitGL": "", "glClientWaitSync": "timeout != 0",
-         "eglClientWaitSyncKHR": "timeout != 0"}
-QUERY_RESULTS = re.compile(r"glGetQueryObject")
-COMPILES = {"glCompileShader": "shadersCompiled", "glLinkProgram": "programsLinked"}
+# When a call with the note `waits` and such a parameter waits: a question that does not wait for its answer is no wait.
+WAITS = {"timeout": "timeout != 0", "pname": "pname == queryResult"}
 
 
 def extension_of(api, call):
@@ -45,20 +39,24 @@ def upload(call):
             size = re.sub(r"^image\((\w+), (\w+), 1, (.*)\)$", r"PackedBytes(\1, \2, 1, \3)", p.type.expr)
             size = size.replace("image(", "PackedBytes(")
             return f"UploadTexture(*{p.name}, {size});"
-        if call.name in BUFFER_UPLOADS and p.name == "data":
+        if call.has("upload") and p.name == "data":
             return f"UploadBuffer(*data, {p.type.expr});"
     return ""
 
 
+def reads_back(call):
+    return any(p.type.binding == "pixel_pack" for p in call.params)
+
+
 def wait(call):
-    condition = "pname == queryResult" if QUERY_RESULTS.match(call.name) else WAITS.get(call.name)
-    if condition is None:
+    if not call.has("waits") or reads_back(call):
         return ""
+    condition = next((WAITS[p.name] for p in call.params if p.name in WAITS), "")
     return (f"if ({condition})\n            " if condition else "") + f"++m_frame.waits[CallId::{call.name}];"
 
 
 def read_back(call):
-    if not any(p.type.binding == "pixel_pack" for p in call.params):
+    if not reads_back(call):
         return ""
     return f"ReadPixels(CallId::{call.name}, PackedBytes(width, height, 1, format, type));"
 
@@ -66,12 +64,14 @@ def read_back(call):
 def body(api, call):
     """Statements that count. What the call changes has been followed before."""
     lines = [draw(call), upload(call), wait(call), read_back(call)]
-    if CLEARS.match(call.name):
+    if call.has("clear"):
         lines.append(f"++m_frame.clears[CallId::{call.name}];")
-    if BLITS.match(call.name):
+    if call.has("blit") or call.has("blit_no_step"):
         lines.append(f"++m_frame.blits[CallId::{call.name}];")
-    if call.name in COMPILES:
-        lines.append(f"++m_frame.{COMPILES[call.name]};")
+    if call.has("compiles"):
+        lines.append("++m_frame.shadersCompiled;")
+    if call.has("links"):
+        lines.append("++m_frame.programsLinked;")
     if extension_of(api, call):
         lines.append(f"++m_frame.extensionCalls[CallId::{call.name}];")
     effect = object_effect(api.objects, call)
@@ -82,15 +82,11 @@ def body(api, call):
     return [line for line in lines if line]
 
 
-# Handlers that need more than their description says; they call the body that follows from it.
-BY_HAND = {"glCreateShader", "glCreateShaderProgramv", "glDispatchCompute", "glDispatchComputeIndirect",
-           "glMapBufferRange"}
-
-
 def operation(api, call):
     arguments = [f"[[maybe_unused]] {t} {n}" for t, n in call.adapter_params]
     lines = body(api, call)
-    if call.name in BY_HAND:
+    # The handler by hand calls what follows from the description.
+    if call.has("custom_count"):
         text = wrap(f"    void Process_{call.name}(", [f"{t} {n}" for t, n in call.adapter_params], ") override;\n", indent=8)
         if not lines:
             return text

@@ -52,10 +52,10 @@ def proxy_call(call, surface):
 
 
 def handler(call):
-    args = [f"{t} {n}" for t, n in call.adapter_params]
+    params = call.adapter_params
     if call.returns and not recorded(call):
-        args[0] = args[0].replace(" captured", " /*captured*/")
-    text = wrap(f"void EGLPlaybackAdapter::Process_{call.name}(", args, ")\n{\n", indent=4)
+        params = [(params[0][0], "/*captured*/")] + params[1:]
+    text = wrap(f"void EGLPlaybackAdapter::Process_{call.name}(", [f"{t} {n}" for t, n in params], ")\n{\n", indent=4)
     text += f'    Trace("{call.name}", __LINE__);\n'
     text += f"    const auto function = Core::KHRLayer::playback{call.table}ProcTable.{call.name};\n"
     text += "    if (!function) {\n        return;\n    }\n"

@@ -4,30 +4,12 @@ import re
 
 from text import BANNER, c_arguments, c_parameters, header, wrap
 
-# Calls whose entry points are written by hand, in src/Recorder. Their aliases are too.
-BY_HAND = {
-    # Text and numbers that hide what cannot be recorded.
-    "glGetString", "glGetStringi", "glGetIntegerv", "glGetInteger64v", "eglQueryString", "eglGetProcAddress",
-    # Mapped memory.
-    "glMapBufferRange", "glFlushMappedBufferRange", "glUnmapBuffer", "glGetBufferPointerv", "glBufferStorageEXT",
-    "glDeleteBuffers",
-    # Waits that a replay must not end too early.
-    "glClientWaitSync", "glGetSynciv", "eglClientWaitSyncKHR", "eglGetSyncAttribKHR",
-    # Objects that have state here, or that the replay needs to be told more about.
-    "eglCreateWindowSurface", "eglCreatePbufferSurface", "eglCreatePixmapSurface", "eglCreatePbufferFromClientBuffer",
-    "eglCreatePlatformWindowSurface", "eglCreatePlatformPixmapSurface", "eglDestroySurface", "eglCreateContext",
-    "eglDestroyContext", "eglMakeCurrent", "eglReleaseThread", "eglSwapBuffers", "eglCreateImageKHR",
-}  # fmt: skip
-
 # Names beyond the description that the library stands in for.
 EXTRA = [
     "glXGetProcAddress", "glXGetProcAddressARB", "glMapBufferOES", "eglSwapBuffersWithDamageKHR",
     "eglSwapBuffersWithDamageEXT", "eglCreateImage", "eglWaitSync", "eglGetSyncAttrib", "eglGetPlatformDisplayEXT",
     "eglCreatePlatformWindowSurfaceEXT", "eglCreatePlatformPixmapSurfaceEXT", "wl_egl_window_resize",
 ]  # fmt: skip
-
-# Calls whose result is a new object, whatever was known by the same address.
-CREATES = re.compile(r"eglCreate|glFenceSync")
 
 # What says that a buffer is bound to a binding of the description, which turns a pointer into an offset.
 BOUND = {
@@ -40,9 +22,6 @@ BOUND = {
 # Objects whose names programs may make up.
 NAMES = {"buffer": "Buffer", "texture": "Texture", "renderbuffer": "Renderbuffer", "framebuffer": "Framebuffer"}
 
-# Calls that no program can get at: they stand for a form of another call in captures only.
-NOT_EXPORTED = {"eglCreateImageKHRv1"}
-
 KINDS = {
     "VoidPtr": "Pointer", "EGLVoidPtr": "Pointer", "EGLImage": "Image", "EGLDisplay": "Display", "EGLConfig": "Config",
     "EGLContext": "Context", "EGLSurface": "Surface", "EGLSync": "Sync",
@@ -53,9 +32,14 @@ def is_handle(t):
     return t.kind in KINDS and t.scalar.code == "h"
 
 
+def recorded(api):
+    """Calls that programs can get at; the others stand for a form of another call in captures only."""
+    return [c for c in api.calls if c.where != "none"]
+
+
 def exported(api):
     """(name, call) of every exported function of the description; aliases with the call they stand for."""
-    own = {c.name: c for c in api.calls if c.name not in NOT_EXPORTED}
+    own = {c.name: c for c in recorded(api)}
     aliases = {a.name: api.by_name[a.of] for a in api.aliases if a.name not in own and a.name not in EXTRA}
     return sorted((own | aliases).items())
 
@@ -104,15 +88,15 @@ def write_return(call):
         return f"    record.Contents({call.ret_at}, result, resultBytes);\n"
     if call.ret.form == "ptr":
         return f"    record.Pointer({call.ret_at}, reinterpret_cast<const void*>(result));\n"
-    if is_handle(call.ret) and CREATES.match(call.name):
+    if is_handle(call.ret) and call.has("makes_handle"):
         return f"    record.Put({call.ret_at}, IdentifyNew(Identifier::{KINDS[call.ret.kind]}, result));\n"
     return f"    record.Put({call.ret_at}, {value(call.ret, 'result')});\n"
 
 
 def write_param(call, param):
     t, name, at = param.type, param.name, param.at
-    if call.name == "eglCreateImageKHR" and t.name == "egl_buffer":
-        return f"    record.Put({at}, IdentifyImageSource(target, {name}));\n"
+    if t.name == "egl_buffer" and t.of:
+        return f"    record.Put({at}, IdentifyImageSource({t.of}, {name}));\n"
     if not t.is_pointer:
         return f"    record.Put({at}, {value(t, name)});\n"
     if t.form in ("ptr", "callback"):
@@ -193,7 +177,7 @@ def emit_records(api):
                   '#include "Recorder/Context.h"', '#include "Recorder/Platform.h"')
     text += "/// Appends the record of one call to the capture: the return value, the parameters, and the memory behind them.\n"
     text += "namespace Recorder::Record {\n\n"
-    text += "".join(record_function(c) for c in api.calls if c.name not in NOT_EXPORTED)
+    text += "".join(record_function(c) for c in recorded(api))
     return text + "} // namespace Recorder::Record\n"
 
 
@@ -233,7 +217,7 @@ def entry_point(name, call):
 
 def emit_entry_points(api, egl):
     return BANNER + "\n" + "".join(entry_point(name, call) for name, call in exported(api)
-                                   if call.is_egl == egl and call.name not in BY_HAND)
+                                   if call.is_egl == egl and not call.has("custom_record"))
 
 
 def emit_entries(api):

@@ -20,7 +20,8 @@ BINDINGS = {"element_array", "draw_indirect", "pixel_pack", "pixel_unpack"}
 # Functions of size expressions, with the number of their arguments.
 FUNCTIONS = {"pname": 1, "image": 5, "index_size": 1, "clear_values": 1}
 NOTES = {"custom", "accepted", "draw", "draw_no_step", "dispatch", "blit", "resize", "track", "deletes", "mutable", "grow", "image_link",
-         "uses_buffers", "waits", "makes_name"}
+         "uses_buffers", "waits", "makes_name", "makes_handle", "judged", "without_names", "vertex_pointer", "buffered_indices",
+         "clear", "blit_no_step", "upload", "compiles", "links", "custom_count", "custom_record"}
 
 
 class ApiError(Exception):
