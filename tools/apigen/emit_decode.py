@@ -1,14 +1,12 @@
 """The reader's decoding of calls, with every check that a call's types ask for."""
 
-import re
-
+import expressions
 from emit_state import has_effects
-from model import WORD
 from text import BANNER, wrap
 
 # What the size functions of the description are called in Data. A get call has room for more values than are known to
 # be written, since the live driver may write more than the captured one.
-IMAGE_STORES = {"pixel_pack": "decoder.Bound().Pack()", "pixel_unpack": "decoder.Bound().Unpack()"}
+IMAGE_STORES = {"pixel_pack": "Pack", "pixel_unpack": "Unpack"}
 BUFFER_TESTS = {
     "element_array": "HasElementBuffer",
     "draw_indirect": "HasDrawIndirectBuffer",
@@ -19,30 +17,26 @@ BUFFER_TESTS = {
 KNOWN_NAMES = {"buffer": "KnowsBuffer", "vertex_array": "KnowsVertexArray"}
 
 
-def expression(call, t):
-    """The size expression of a type as C++ of type std::int64_t."""
-    text = t.expr
-    store = IMAGE_STORES.get(t.binding, "")
-    # A literal depth of 1 marks two-dimensional images.
-    text = re.sub(r"\bimage\((\w+), (\w+), 1, ", rf"ImageBytes({store}, \1, \2, ", text)
-    text = re.sub(r"\bimage\(", f"ImageBytes({store}, ", text)
-    # Rounded down, so that what is below 0 stays so.
-    text = text.replace(" / 4", " >> 2")
-    names = {"pname": "OutputParameterCount" if t.out else "ParameterCount", "index_size": "IndexSize",
-             "clear_values": "ClearValues"}
+def expression(call, t, decoder="decoder", room="OutputParameterCount"):
+    """The size expression of a type as C++ of type std::int64_t. `room` tells how many values a get call may write."""
+    names = {"pname": room if t.out else "ParameterCount", "index_size": "IndexSize", "clear_values": "ClearValues"}
 
-    def word(match):
-        name, is_function = match[1], match[2]
-        if is_function:
-            return names.get(name, name) + is_function
-        scalar = next((p.type.scalar for p in call.params if p.name == name), None)
-        if scalar is None:
-            return name
-        # Functions take the parameter as it is; arithmetic is done in 64 bits.
-        depth = match.string[: match.start()].count("(") - match.string[: match.start()].count(")")
-        return name if depth > 0 or scalar.size == 8 else f"std::int64_t{{{name}}}"
+    def name(word):
+        # Arithmetic is done in 64 bits.
+        scalar = next((p.type.scalar for p in call.params if p.name == word))
+        return word if scalar.size == 8 else f"std::int64_t{{{word}}}"
 
-    return re.sub(rf"({WORD})(\()?", word, text)
+    def function(word, arguments):
+        if word == "image":
+            store = f"{decoder}.Bound().{IMAGE_STORES[t.binding]}()"
+            return f"ImageBytes({', '.join([store, *expressions.image_arguments(arguments)])})"
+        return f"{names[word]}({', '.join(arguments)})"
+
+    def binary(operator, left, right):
+        # Rounded down, so that what is below 0 stays so.
+        return f"{left} >> {int(right).bit_length() - 1}" if operator == "/" else expressions.join(operator, left, right)
+
+    return expressions.write(t.expr, name, function, binary)
 
 
 def or_return(test):

@@ -1,7 +1,6 @@
 """What playback-info counts of each call: draws, uploads, objects, state."""
 
-import re
-
+import expressions
 from emit_state import changes_of
 from objects import effect_of as object_effect
 from text import BANNER, wrap
@@ -36,8 +35,7 @@ def draw(call):
 def upload(call):
     for p in call.params:
         if p.type.binding == "pixel_unpack":
-            size = re.sub(r"^image\((\w+), (\w+), 1, (.*)\)$", r"PackedBytes(\1, \2, 1, \3)", p.type.expr)
-            size = size.replace("image(", "PackedBytes(")
+            size = expressions.write(p.type.expr, str, lambda name, arguments: f"PackedBytes({', '.join(arguments)})")
             return f"UploadTexture(*{p.name}, {size});"
         if call.has("upload") and p.name == "data":
             return f"UploadBuffer(*data, {p.type.expr});"

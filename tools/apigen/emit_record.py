@@ -1,7 +1,6 @@
 """The recorder's entry points: what it exports for each call, and how each call's record is written."""
 
-import re
-
+import expressions
 from text import BANNER, c_arguments, c_parameters, header, wrap
 
 # Names beyond the description that the library stands in for.
@@ -48,14 +47,19 @@ def expression(call, param):
     """The C++ form of an array's size expression."""
     if param.type.name == "config" and any(p.name == "num_config" for p in call.params):
         return f"WrittenConfigs({param.type.expr}, num_config)"
-    functions = {
-        "pname": "ParameterElements", "index_size": "Data::IndexSize", "clear_values": "Data::ClearValues",
-        "image": f"Data::ImageBytes(context.State().{'Pack' if param.type.out else 'Unpack'}(), ",
-    }  # fmt: skip
-    # A depth of 1 stands for a two-dimensional transfer.
-    text = re.sub(r"image\((\w+), (\w+), 1, ", r"image(\1, \2, ", param.type.expr)
-    text = re.sub(r"[A-Za-z_]\w*", lambda m: functions[m[0]] if text[m.end():].startswith("(") else f"Wide({m[0]})", text)
-    return text.replace(", (", ", ")
+    functions = {"pname": "ParameterElements", "index_size": "Data::IndexSize", "clear_values": "Data::ClearValues"}
+
+    def name(word):
+        return f"Wide({word})"
+
+    def function(word, arguments):
+        if word == "image":
+            store = f"context.State().{'Pack' if param.type.out else 'Unpack'}()"
+            sizes = [a if a.isdigit() else name(a) for a in expressions.image_arguments(arguments)]
+            return f"Data::ImageBytes({', '.join([store, *sizes])})"
+        return f"{functions[word]}({', '.join(name(a) for a in arguments)})"
+
+    return expressions.write(param.type.expr, name, function)
 
 
 def contents(call, param):
@@ -112,8 +116,10 @@ def write_param(call, param):
     return f"    record.Contents({at}, {name}, {name}Bytes);\n"
 
 
-def record_parameters(call):
-    result = ["const Capturing& capturing"] + ([] if call.is_egl else ["Context& context"])
+def record_parameters(call, uses_context):
+    result = ["const Capturing& capturing"]
+    if not call.is_egl:
+        result.append("Context& context" if uses_context else "Context&")
     if call.returns:
         result.append(f"{call.ret_c} result")
     return result + [f"{p.c_type} {p.name}" for p in call.params]
@@ -145,8 +151,7 @@ def names(call):
 
 def record_function(call):
     name = call.name
-    text = wrap(f"inline void {name}(", record_parameters(call), ") noexcept\n{\n", indent=4)
-    text += "    if (!capturing)\n        return;\n" + names(call)
+    text = "    if (!capturing)\n        return;\n" + names(call)
     sizes = []
     if call.ret.form == "cstring":
         text += "    const std::uint64_t resultBytes = TextBytes(result);\n"
@@ -167,9 +172,8 @@ def record_function(call):
     body += "".join(write_param(call, p) for p in call.params)
     if body:
         text += "    if (!record)\n        return;\n" + body
-    if not call.is_egl and "context." not in text:
-        text = text.replace("Context& context", "Context&", 1)
-    return text + "}\n\n"
+    start = wrap(f"inline void {name}(", record_parameters(call, "context." in text), ") noexcept\n{\n", indent=4)
+    return start + text + "}\n\n"
 
 
 def emit_records(api):

@@ -15,7 +15,7 @@ def touch(call, p):
         return f"        m_memory.Attribs({name}, {'0x3038' if call.is_egl else '0'});\n"
     if t.form == "attribs64":
         return f"        m_memory.Attribs64({name});\n"
-    count = expression(call, t).replace("decoder.", "m_decoder.").replace("OutputParameterCount", "ParameterCount")
+    count = expression(call, t, "m_decoder", "ParameterCount")
     if t.form == "strings":
         return f"        m_memory.Strings({name}, {count}, {t.lengths or 'nullptr'});\n"
     if t.form == "string" and not t.out:
