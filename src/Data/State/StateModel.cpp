@@ -196,8 +196,10 @@ void StateModel::Unbind(Owner owner)
 
 void StateModel::FollowObjects(const ObjectEffect& effect, const CallArguments& call)
 {
+    if (effect.action == ObjectAction::None)
+        return;
     const bool isEGL = IsEGL(call.Call());
-    if (effect.action == ObjectAction::None || (isEGL && call.Returned() == 0))
+    if (isEGL && call.Returned() == 0)
         return;
     const std::uint32_t display = isEGL ? call.Unsigned(0) : 0;
     const auto follow = [&](std::uint32_t name) {

@@ -35,24 +35,25 @@ public:
     {
         const Key key{owner, state, first, second};
         // Programs set the same again and again.
-        Slot& recent = m_recent[Hash{}(key) % m_recent.size()];
-        if (recent < m_keys.size() && m_keys[recent] == key)
-            return recent;
-        const auto [entry, isNew] = m_numbers.try_emplace(key, Count());
-        if (isNew) {
-            m_slots[owner].push_back(entry->second);
-            m_values.emplace_back();
-            m_keys.push_back(key);
-        }
-        return recent = entry->second;
+        Recent& recent = m_recent[Hash{}(key) % m_recent.size()];
+        if (recent.key != key)
+            recent = {key, Number(key)};
+        return recent.slot;
+    }
+    /// The one whose second index is the next after that of `slot`. Those that calls set at once have numbers in a row.
+    [[nodiscard]] Slot After(Slot slot)
+    {
+        Key key = m_keys[slot];
+        ++key.second;
+        return slot + 1 < m_keys.size() && m_keys[slot + 1] == key ? slot + 1
+                                                                   : At(key.owner, key.state, key.first, key.second);
     }
     /// `none` for a slot that nothing wrote to or asked for.
     [[nodiscard]] Slot Find(Owner owner, State state, std::uint32_t first = 0, std::uint32_t second = 0) const
     {
         const Key key{owner, state, first, second};
-        if (const Slot recent = m_recent[Hash{}(key) % m_recent.size()];
-            recent < m_keys.size() && m_keys[recent] == key)
-            return recent;
+        if (const Recent& recent = m_recent[Hash{}(key) % m_recent.size()]; recent.key == key)
+            return recent.slot;
         const auto entry = m_numbers.find(key);
         return entry != m_numbers.end() ? entry->second : none;
     }
@@ -83,19 +84,34 @@ private:
         std::uint32_t second;
         bool operator==(const Key&) const = default;
     };
+    struct Recent {
+        Key key = {~Owner{0}, {}, 0, 0};
+        Slot slot = none;
+    };
     struct Hash {
         std::size_t operator()(const Key& key) const
         {
-            std::uint64_t hash = key.owner;
-            for (const std::uint32_t part : {static_cast<std::uint32_t>(key.state), key.first, key.second})
-                hash = (hash ^ part) * 0x9E3779B97F4A7C15 + (hash >> 29);
+            const std::uint64_t place = std::uint64_t{key.owner} << 32 | static_cast<std::uint32_t>(key.state);
+            const std::uint64_t index = std::uint64_t{key.first} << 32 | key.second;
+            const std::uint64_t hash = place * 0x9E3779B97F4A7C15 ^ (index + place) * 0xC2B2AE3D27D4EB4F;
             return hash ^ hash >> 32;
         }
     };
 
+    Slot Number(const Key& key)
+    {
+        const auto [entry, isNew] = m_numbers.try_emplace(key, Count());
+        if (isNew) {
+            m_slots[key.owner].push_back(entry->second);
+            m_values.emplace_back();
+            m_keys.push_back(key);
+        }
+        return entry->second;
+    }
+
     std::unordered_map<Key, Slot, Hash> m_numbers;
     /// One of the slots whose hash is the index, modulo the size.
-    std::array<Slot, 1024> m_recent = {};
+    std::array<Recent, 1024> m_recent;
     std::vector<Value> m_values;
     std::vector<Key> m_keys;
     /// By owner; nobody has none.

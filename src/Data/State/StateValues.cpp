@@ -1,6 +1,6 @@
 // The part of StateModel that is about values: where a call sets which words.
 #include <algorithm>
-#include <cstring>
+#include <bit>
 
 #include "Data/GLEnums.h"
 #include "Data/State/Sizes.h"
@@ -27,7 +27,8 @@ std::uint32_t Name(double word)
 
 bool IsSame(const Words& a, const Words& b)
 {
-    return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof a[0]) == 0);
+    // By bits, so that a NaN is the same as itself.
+    return std::ranges::equal(a, b, {}, std::bit_cast<std::uint64_t, double>, std::bit_cast<std::uint64_t, double>);
 }
 
 } // namespace
@@ -208,8 +209,9 @@ StateModel::Outcome StateModel::Apply(const StateChange& change, const CallArgum
     const Owner bound =
         state.names != noObject && !m_words.empty() ? Find(state.names, Name(m_words.front())) : Owner{0};
     bool isChanged = false;
+    Slot slot = StateSlots::none;
     for (std::uint32_t i = 0; i < place.count; ++i) {
-        const Slot slot = m_slots.At(place.owner, change.state, place.first, place.second + i);
+        slot = i == 0 ? m_slots.At(place.owner, change.state, place.first, place.second) : m_slots.After(slot);
         isChanged |= Set(slot, m_words);
         if (m_slots.ValueOf(slot).bound == bound)
             continue;
@@ -222,6 +224,8 @@ StateModel::Outcome StateModel::Apply(const StateChange& change, const CallArgum
 
 bool StateModel::SetUniforms(const StatePlace& place)
 {
+    if (place.count == 1)
+        return Set(m_slots.At(place.owner, State::Uniform, 0, place.second), m_words);
     // The elements of an array have consecutive locations. Behind those of several is whether they are transposed.
     const std::size_t each = m_words.size() / place.count;
     const auto end = m_words.begin() + static_cast<std::ptrdiff_t>(each * place.count);
