@@ -26,7 +26,7 @@ constexpr PixelSize DefaultSize = {640, 480};
 Output::Output() = default;
 Output::~Output() = default;
 
-Outcome Output::Open(const Options& options, PixelSize captured)
+Util::Outcome Output::Open(const Options& options, PixelSize captured)
 {
     m_driverDirectory = options.driverDirectory;
     m_swapInterval = options.swapInterval;
@@ -42,19 +42,19 @@ Outcome Output::Open(const Options& options, PixelSize captured)
     }
     m_description =
         m_connection ? std::string("in a window (") + m_connection->ShellName() + ")" : "off screen: " + why;
-    Outcome failure = OpenDriver();
+    Util::Outcome failure = OpenDriver();
     if (!failure && m_connection) {
         failure = OpenWindows(options, captured);
     }
     return failure;
 }
 
-Outcome Output::OpenDriver()
+Util::Outcome Output::OpenDriver()
 {
     // It stands in the driver's tables, which are filled anew.
     m_pacer.reset();
     if (std::string error = Replay::OpenDriver(m_driverDirectory, Compositor()); !error.empty()) {
-        return Failure{ExitStatus::NoDriver, std::move(error)};
+        return Util::Failure{Util::ExitStatus::NoDriver, std::move(error)};
     }
     if (m_windows) {
         m_pacer = std::make_unique<FramePacer>(*m_windows, m_swapInterval);
@@ -62,7 +62,7 @@ Outcome Output::OpenDriver()
     return std::nullopt;
 }
 
-Outcome Output::OpenWindows(const Options& options, PixelSize captured)
+Util::Outcome Output::OpenWindows(const Options& options, PixelSize captured)
 {
     PlaybackEnvironment& settings = *PlaybackEnvironment::Instance();
     const PixelSize fixed = {static_cast<unsigned int>(settings.m_windowWidth),
@@ -78,8 +78,9 @@ Outcome Output::OpenWindows(const Options& options, PixelSize captured)
                                             .fixed = fixed,
                                             .isSingle = settings.m_singleSurface});
     if (!m_windows) {
-        return Failure{ExitStatus::NoDriver, "No display: the compositor refused a window. Try -headless to replay off "
-                                             "screen."};
+        return Util::Failure{Util::ExitStatus::NoDriver,
+                             "No display: the compositor refused a window. Try -headless to replay off "
+                             "screen."};
     }
     m_pacer = std::make_unique<FramePacer>(*m_windows, m_swapInterval);
     return std::nullopt;

@@ -5,9 +5,9 @@
 #include <string>
 
 #include "Host/Commands.h"
-#include "Host/Failure.h"
 #include "Host/Wayland/FramePacer.h"
 #include "Host/Wayland/ReplayWindows.h"
+#include "Util/Failure.h"
 
 struct wl_display;
 
@@ -31,11 +31,11 @@ public:
     Output& operator=(const Output&) = delete;
 
     /// Once, before anything else. Windows begin with the size that was captured. The settings are loaded.
-    Outcome Open(const Options& options, PixelSize captured);
+    Util::Outcome Open(const Options& options, PixelSize captured);
     /// Where the replay is shown and, if it is off screen, why.
     [[nodiscard]] const std::string& Description() const { return m_description; }
     /// Opens the driver again, which an engine closes when it is gone.
-    Outcome OpenDriver();
+    Util::Outcome OpenDriver();
 
     /// The compositor; null off screen.
     [[nodiscard]] wl_display* Compositor() const;
@@ -52,7 +52,7 @@ public:
     void ToggleFullscreen();
 
 private:
-    Outcome OpenWindows(const Options& options, PixelSize captured);
+    Util::Outcome OpenWindows(const Options& options, PixelSize captured);
 
     std::string m_description;
     std::string m_driverDirectory;

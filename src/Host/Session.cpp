@@ -35,9 +35,9 @@ void Session::Say(const std::string& text) const
     }
 }
 
-ExitStatus Session::Run()
+Util::ExitStatus Session::Run()
 {
-    Outcome failure = LoadSettings();
+    Util::Outcome failure = LoadSettings();
     if (!failure) {
         failure = OpenCapture();
     }
@@ -69,18 +69,18 @@ ExitStatus Session::Run()
         Core::Console::Print(Core::LogError, false, "playback: %s", failure->message.c_str());
     }
     const bool hasBegun = m_report.passes != 0;
-    const ExitStatus status = hasBegun ? Summarise() : ExitStatus::Done;
+    const Util::ExitStatus status = hasBegun ? Summarise() : Util::ExitStatus::Done;
     Close();
     return failure ? failure->status : status;
 }
 
-Outcome Session::OpenOutput()
+Util::Outcome Session::OpenOutput()
 {
     const Telling::InDriver inDriver(&m_telling);
     return m_output.Open(m_options, {m_capture->Header().surfaceWidth, m_capture->Header().surfaceHeight});
 }
 
-Outcome Session::LoadSettings()
+Util::Outcome Session::LoadSettings()
 {
     if (m_options.quiet) {
         // Unless -loglevel says otherwise.
@@ -89,7 +89,7 @@ Outcome Session::LoadSettings()
     m_settings->LoadSettings(m_options.args, m_options.captureFile);
     const std::string* folder = m_options.args.FindValue("-screenshotdir");
     if (folder && !Util::Path::Exists(*folder)) {
-        return Failure{ExitStatus::NotWritten, "cannot create the folder of -screenshotdir, " + *folder};
+        return Util::Failure{Util::ExitStatus::NotWritten, "cannot create the folder of -screenshotdir, " + *folder};
     }
     // Default framebuffers go by their own names.
     if (m_settings->m_screenshotPath.empty() && !m_settings->m_dumpDefaultFbo) {
@@ -98,7 +98,7 @@ Outcome Session::LoadSettings()
     return std::nullopt;
 }
 
-Outcome Session::OpenCapture()
+Util::Outcome Session::OpenCapture()
 {
     const Data::Preload preload = m_settings->m_preloadFile ? Data::Preload::All : Data::Preload::No;
     const auto report = [](const std::string& trouble) {
@@ -107,26 +107,27 @@ Outcome Session::OpenCapture()
     std::string error;
     auto capture = Data::CaptureFile::Open(m_options.captureFile, preload, report, error);
     if (!capture) {
-        return Failure{ExitStatus::Unreadable, error};
+        return Util::Failure{Util::ExitStatus::Unreadable, error};
     }
     m_capture = std::move(capture);
     const std::uint32_t frames = m_plan.FramesOfPass(m_capture->GetFrameCount());
     if (m_settings->m_loopFrame > static_cast<std::int64_t>(frames)) {
-        return Failure{ExitStatus::Usage, "-loopframe " + std::to_string(m_settings->m_loopFrame) +
-                                              " is after the last frame, which is " + std::to_string(frames)};
+        return Util::Failure{Util::ExitStatus::Usage, "-loopframe " + std::to_string(m_settings->m_loopFrame) +
+                                                          " is after the last frame, which is " +
+                                                          std::to_string(frames)};
     }
     return std::nullopt;
 }
 
-Outcome Session::StartStatistics()
+Util::Outcome Session::StartStatistics()
 {
     if (const std::string* folder = m_options.args.FindValue("-statsdir")) {
         if (!Util::Path::Exists(*folder) && !Util::Path::CreateFolder(*folder)) {
-            return Failure{ExitStatus::NotWritten, "cannot create the folder of -statsdir, " + *folder};
+            return Util::Failure{Util::ExitStatus::NotWritten, "cannot create the folder of -statsdir, " + *folder};
         }
     }
     if (std::string fault = Statistics::ReportFault(m_options.statisticsFile); !fault.empty()) {
-        return Failure{ExitStatus::NotWritten, std::move(fault)};
+        return Util::Failure{Util::ExitStatus::NotWritten, std::move(fault)};
     }
     for (const std::string& fault : Statistics::TextFaults()) {
         Core::Console::Print(Core::LogWarning, false, "playback: %s; the reports do without it.", fault.c_str());
@@ -139,7 +140,7 @@ Outcome Session::StartStatistics()
     return std::nullopt;
 }
 
-ExitStatus Session::CheckRequirements()
+Util::ExitStatus Session::CheckRequirements()
 {
     const DriverProbe probe(m_output.Compositor());
     if (!probe.HasContext()) {
@@ -147,10 +148,10 @@ ExitStatus Session::CheckRequirements()
             Core::Console::Print(Core::LogError, false,
                                  "playback: cannot check: the driver makes no context without a surface.");
         }
-        return ExitStatus::NoDriver;
+        return Util::ExitStatus::NoDriver;
     }
     if (!m_options.check && probe.IsRecordedWith(m_capture->Header())) {
-        return ExitStatus::Done;
+        return Util::ExitStatus::Done;
     }
     const std::vector<std::string> missing =
         probe.FindMissing(ReadRequirements(m_options.captureFile, m_plan.LastFrame()));
@@ -158,13 +159,13 @@ ExitStatus Session::CheckRequirements()
         if (m_options.check) {
             Say("The driver has all that the capture needs.");
         }
-        return ExitStatus::Done;
+        return Util::ExitStatus::Done;
     }
     Core::Console::Print(Core::LogWarning, false, "The capture needs what this driver lacks:");
     for (const std::string& line : missing) {
         Core::Console::Print(Core::LogWarning, false, "  %s", line.c_str());
     }
-    return ExitStatus::Differed;
+    return Util::ExitStatus::Differed;
 }
 
 void Session::CreateEngine()
@@ -185,7 +186,7 @@ void Session::CreateEngine()
                                  m_options.verify ? &m_verification : nullptr, m_screenshots.get());
 }
 
-Outcome Session::Replay()
+Util::Outcome Session::Replay()
 {
     m_statusLine.emplace(m_options.quiet);
     m_start = Replay::RunningClock::now();
@@ -193,18 +194,18 @@ Outcome Session::Replay()
         m_watchdog.SetLimit(m_start + std::chrono::duration_cast<Replay::RunningClock::duration>(*m_options.timeLimit));
     }
     m_controller = std::make_unique<Playback::Controller>(m_output.WindowManager(), m_capture.get());
-    Outcome failure;
+    Util::Outcome failure;
     do {
         if (m_report.passes != 0) {
             failure = Rewind();
         }
         if (!failure) {
             failure = ReplayPass();
-            Outcome nothing = EndPass();
+            Util::Outcome nothing = EndPass();
             failure = failure ? failure : nothing;
         }
     } while (!failure && IsAnotherPassDue());
-    if (failure && failure->status == ExitStatus::CutShort) {
+    if (failure && failure->status == Util::ExitStatus::CutShort) {
         m_watchdog.ExpectEnd();
     } else {
         m_watchdog.LiftLimit();
@@ -213,11 +214,11 @@ Outcome Session::Replay()
     return failure;
 }
 
-Outcome Session::Rewind()
+Util::Outcome Session::Rewind()
 {
     const bool isPaused = m_controller->IsPaused();
     Close();
-    Outcome failure = OpenCapture();
+    Util::Outcome failure = OpenCapture();
     if (!failure && m_settings->m_playback) {
         {
             const Telling::InDriver inDriver(&m_telling);
@@ -234,7 +235,7 @@ Outcome Session::Rewind()
     return failure;
 }
 
-Outcome Session::ReplayPass()
+Util::Outcome Session::ReplayPass()
 {
     ++m_report.passes;
     m_capture->SetThreadFilter({m_settings->m_threads.begin(), m_settings->m_threads.end()},
@@ -248,7 +249,7 @@ Outcome Session::ReplayPass()
     m_verification.frames.SetPass(m_report.passes);
     m_pace.Restart();
     m_timer.Restart();
-    Outcome failure;
+    Util::Outcome failure;
     while (!failure && m_controller->HasMoreFrames() && WaitForTurn(failure)) {
         failure = ReplayFrame();
         UpdateStatus();
@@ -257,7 +258,7 @@ Outcome Session::ReplayPass()
     return failure;
 }
 
-Outcome Session::ReplayFrame()
+Util::Outcome Session::ReplayFrame()
 {
     const std::uint32_t frame = CurrentFrame() + 1;
     if (m_settings->m_pause && static_cast<std::int64_t>(frame) == m_settings->m_pauseFrame && m_report.passes == 1) {
@@ -298,7 +299,7 @@ Outcome Session::ReplayFrame()
     return AfterFrame();
 }
 
-Outcome Session::AfterFrame()
+Util::Outcome Session::AfterFrame()
 {
     if (!m_engine) {
         return std::nullopt;
@@ -309,7 +310,7 @@ Outcome Session::AfterFrame()
     if (CurrentFrame() == 1 && m_controller->HasMoreFrames()) {
         if (std::string missing = Replay::MissingContext(); !missing.empty()) {
             const std::string reason = WhyNothingIsDrawn(m_options.captureFile, m_settings->m_threads);
-            return Failure{ExitStatus::NoDriver, reason.empty() ? missing : reason};
+            return Util::Failure{Util::ExitStatus::NoDriver, reason.empty() ? missing : reason};
         }
     }
     if (CurrentFrame() == 1 && m_report.passes == 1 && m_output.IsBlank()) {
@@ -321,8 +322,9 @@ Outcome Session::AfterFrame()
                                   m_settings->m_swapFboY);
     }
     if (Replay::IsContextLost()) {
-        return Failure{ExitStatus::CutShort, "The driver lost the context in frame " + std::to_string(CurrentFrame()) +
-                                                 ", for instance because the GPU was reset."};
+        return Util::Failure{Util::ExitStatus::CutShort, "The driver lost the context in frame " +
+                                                             std::to_string(CurrentFrame()) +
+                                                             ", for instance because the GPU was reset."};
     }
     return std::nullopt;
 }

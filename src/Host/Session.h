@@ -5,7 +5,6 @@
 #include <string>
 
 #include "Host/Commands.h"
-#include "Host/Failure.h"
 #include "Host/LoopPlan.h"
 #include "Host/Options/Options.h"
 #include "Host/Output.h"
@@ -18,6 +17,7 @@
 #include "Host/Verify/Verification.h"
 #include "Replay/StatusLine.h"
 #include "Replay/StopSignal.h"
+#include "Util/Failure.h"
 
 namespace Data {
 class CaptureFile;
@@ -46,35 +46,35 @@ public:
     Session& operator=(const Session&) = delete;
 
     /// Replays the capture to its end, or until a signal, a closed window or a failure. Reports on the console.
-    ExitStatus Run();
+    Util::ExitStatus Run();
 
 private:
-    Outcome LoadSettings();
-    Outcome OpenCapture();
-    Outcome StartStatistics();
+    Util::Outcome LoadSettings();
+    Util::Outcome OpenCapture();
+    Util::Outcome StartStatistics();
     /// Opens what the capture is replayed on; with -check, ends with what is known then.
-    Outcome OpenOutput();
+    Util::Outcome OpenOutput();
     /// Tells what the capture needs and the driver lacks. The status is that of -check.
-    ExitStatus CheckRequirements();
+    Util::ExitStatus CheckRequirements();
     void CreateEngine();
 
-    Outcome Replay();
+    Util::Outcome Replay();
     /// From the first frame to the last one; later passes show only what is in the loop.
-    Outcome ReplayPass();
+    Util::Outcome ReplayPass();
     /// Takes note of the pass that ended. Fails when none of its calls reached the driver.
-    Outcome EndPass();
+    Util::Outcome EndPass();
     /// Of calls of the pass that ended, those that did not reach the driver; added to the report.
     std::uint64_t CountSkipped();
     /// Builds everything anew for another pass.
-    Outcome Rewind();
-    Outcome ReplayFrame();
+    Util::Outcome Rewind();
+    Util::Outcome ReplayFrame();
     /// Looks after the frame just replayed: window events, lost contexts.
-    Outcome AfterFrame();
+    Util::Outcome AfterFrame();
     /// Waits until the next frame is to be replayed. False when the pass ends here, perhaps with a failure.
-    bool WaitForTurn(Outcome& failure);
+    bool WaitForTurn(Util::Outcome& failure);
     [[nodiscard]] bool HasKeys() const;
     void SayPaused() const;
-    Outcome HandleEvents();
+    Util::Outcome HandleEvents();
     void Obey(Command command);
     /// Why replay ends before the capture does; empty to go on.
     [[nodiscard]] std::string ReasonToStop() const;
@@ -87,7 +87,7 @@ private:
 
     /// Completes the report, tells it and writes what is to be written of it.
     void NoteMissingDraws() const;
-    ExitStatus Summarise();
+    Util::ExitStatus Summarise();
     void FillReport();
     /// Lets go of the driver.
     void Close();

@@ -28,7 +28,7 @@ constexpr suseconds_t LongestLastWordUs = 700'000;
 /// Ends the program soon, whatever holds up the thread that is about to end it.
 void EndAnyway()
 {
-    std::signal(SIGALRM, [](int) { _exit(static_cast<int>(ExitStatus::CutShort)); });
+    std::signal(SIGALRM, [](int) { _exit(static_cast<int>(Util::ExitStatus::CutShort)); });
     const itimerval soon = {{}, {0, LongestLastWordUs}};
     setitimer(ITIMER_REAL, &soon, nullptr);
 }
@@ -49,7 +49,7 @@ std::uint64_t Session::CountSkipped()
     return skipped;
 }
 
-Outcome Session::EndPass()
+Util::Outcome Session::EndPass()
 {
     m_report.refusedCalls += m_capture->SkippedCalls();
     if (!m_engine) {
@@ -65,8 +65,8 @@ Outcome Session::EndPass()
     const std::string reason = WhyNothingIsDrawn(m_options.captureFile, m_settings->m_threads);
     const char* const otherwise = skipped == 0 ? "The capture has no calls up to its end, or to where it is damaged."
                                                : "The driver has none of the functions that the capture calls.";
-    return Failure{ExitStatus::NoDriver,
-                   "Nothing was replayed. " + (skipped == 0 && !reason.empty() ? reason : otherwise)};
+    return Util::Failure{Util::ExitStatus::NoDriver,
+                         "Nothing was replayed. " + (skipped == 0 && !reason.empty() ? reason : otherwise)};
 }
 
 void Session::FillReport()
@@ -108,7 +108,7 @@ void Session::NoteMissingDraws() const
     }
 }
 
-ExitStatus Session::Summarise()
+Util::ExitStatus Session::Summarise()
 {
     FillReport();
     m_isTold = true;
@@ -139,9 +139,9 @@ ExitStatus Session::Summarise()
         }
     }
     if (!isWritten) {
-        return ExitStatus::NotWritten;
+        return Util::ExitStatus::NotWritten;
     }
-    return m_report.isVerified.value_or(true) ? ExitStatus::Done : ExitStatus::Differed;
+    return m_report.isVerified.value_or(true) ? Util::ExitStatus::Done : Util::ExitStatus::Differed;
 }
 
 void Session::Close()
@@ -176,7 +176,7 @@ void Session::EndNow(const std::string& why)
     if (m_terminal) {
         m_terminal->Restore();
     }
-    _exit(static_cast<int>(ExitStatus::CutShort));
+    _exit(static_cast<int>(Util::ExitStatus::CutShort));
 }
 
 } // namespace Host

@@ -34,7 +34,7 @@ void Session::SayPaused() const
         ".");
 }
 
-bool Session::WaitForTurn(Outcome& failure)
+bool Session::WaitForTurn(Util::Outcome& failure)
 {
     const auto due = IsOnTheWay() ? steady_clock::now() : m_pace.NextFrame(m_capture->FrameTimeUs());
     std::optional<FrameTimer::Break> waiting;
@@ -53,8 +53,8 @@ bool Session::WaitForTurn(Outcome& failure)
         }
         const auto now = steady_clock::now();
         if (m_options.timeLimit && Replay::RunningClock::now() - m_start > *m_options.timeLimit) {
-            failure = Failure{ExitStatus::CutShort,
-                              "The time of -timelimit is over after frame " + std::to_string(CurrentFrame()) + "."};
+            failure = Util::Failure{Util::ExitStatus::CutShort, "The time of -timelimit is over after frame " +
+                                                                    std::to_string(CurrentFrame()) + "."};
             return false;
         }
         if (!m_controller->IsPaused() && now >= due) {
@@ -69,11 +69,11 @@ bool Session::WaitForTurn(Outcome& failure)
     }
 }
 
-Outcome Session::HandleEvents()
+Util::Outcome Session::HandleEvents()
 {
     if (!m_output.HandleEvents(m_commands)) {
-        return Failure{ExitStatus::NoDriver,
-                       "The connection to the compositor broke after frame " + std::to_string(CurrentFrame()) + "."};
+        return Util::Failure{Util::ExitStatus::NoDriver, "The connection to the compositor broke after frame " +
+                                                             std::to_string(CurrentFrame()) + "."};
     }
     if (m_terminal) {
         m_terminal->Read(m_commands);

@@ -31,10 +31,14 @@ std::unique_ptr<CaptureWriter> CaptureWriter::Create(const std::string& path, co
         if (!sink)
             return nullptr;
         std::unique_ptr<CaptureWriter> writer(new CaptureWriter(std::move(sink)));
-        if (!writer->WriteCallTable())
+        if (!writer->WriteCallTable()) {
+            writer->Finish(error);
             return nullptr;
+        }
         return writer;
     } catch (...) {
+        // Short enough to need no memory itself.
+        error = "no memory";
         return nullptr;
     }
 }

@@ -43,13 +43,13 @@ bool FrameProcessor::ProcessNextFrame()
         return false;
     for (;;) {
         switch (ProcessRecords()) {
-        case Outcome::FrameEnd:
+        case Stop::FrameEnd:
             return true;
-        case Outcome::Damage:
+        case Stop::Damage:
             m_isDamaged = true;
             End();
             return false;
-        case Outcome::ChunkEnd:
+        case Stop::ChunkEnd:
             if (!NextChunk()) {
                 End();
                 return false;
@@ -90,7 +90,7 @@ void FrameProcessor::End()
         ReportIncomplete(m_diagnostics, Frames());
 }
 
-FrameProcessor::Outcome FrameProcessor::ProcessRecords()
+FrameProcessor::Stop FrameProcessor::ProcessRecords()
 {
     Position& position = m_diagnostics.position;
     while (m_cursor.Next()) {
@@ -117,26 +117,26 @@ FrameProcessor::Outcome FrameProcessor::ProcessRecords()
                 StartBlock(BlockType::Frame);
             EndFrame();
             EndBlock(BlockType::Frame);
-            return Outcome::FrameEnd;
+            return Stop::FrameEnd;
         } else {
             ProcessBuiltIn();
         }
     }
     if (!m_cursor.IsDamaged())
-        return Outcome::ChunkEnd;
+        return Stop::ChunkEnd;
     m_diagnostics.File(m_cursor.Damage() + "; replay ends here");
-    return Outcome::Damage;
+    return Stop::Damage;
 }
 
 bool FrameProcessor::ProcessChunk(std::uint8_t* bytes, std::uint32_t count)
 {
     m_cursor = RecordCursor(bytes, count, 0);
     m_calls.ForgetVertexData();
-    Outcome outcome = ProcessRecords();
+    Stop stop = ProcessRecords();
     bool hasFrame = false;
-    while (outcome == Outcome::FrameEnd) {
+    while (stop == Stop::FrameEnd) {
         hasFrame = true;
-        outcome = ProcessRecords();
+        stop = ProcessRecords();
     }
     return hasFrame;
 }

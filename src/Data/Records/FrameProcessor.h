@@ -62,8 +62,9 @@ public:
     bool ProcessChunk(std::uint8_t* bytes, std::uint32_t count);
 
 private:
-    enum class Outcome { FrameEnd, ChunkEnd, Damage };
-    Outcome ProcessRecords();
+    /// Where the walk stopped.
+    enum class Stop { FrameEnd, ChunkEnd, Damage };
+    Stop ProcessRecords();
     void ProcessTimedCall(std::uint32_t id);
     void EndFrame();
     bool IsStateBlock();

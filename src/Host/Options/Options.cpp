@@ -69,7 +69,7 @@ std::vector<Util::Option> AllOptions()
 
 Answer UsageError(const std::string& what)
 {
-    return {ExitStatus::Usage, Util::UsageError("playback", what) + "\n"};
+    return {Util::ExitStatus::Usage, Util::UsageError("playback", what) + "\n"};
 }
 
 /// What is wrong with the values; empty for nothing.
@@ -145,10 +145,10 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
         return UsageError(error);
     }
     if (args.HasSwitch("-help")) {
-        return Answer{ExitStatus::Done, commandLine.Help(std::string(Usage) + Introduction)};
+        return Answer{Util::ExitStatus::Done, commandLine.Help(std::string(Usage) + Introduction)};
     }
     if (args.HasSwitch("-version")) {
-        return Answer{ExitStatus::Done, "playback " PLAYBACK_VERSION "\n"};
+        return Answer{Util::ExitStatus::Done, "playback " PLAYBACK_VERSION "\n"};
     }
     if (const std::string fault = Fault(table, args); !fault.empty()) {
         return UsageError(fault);

@@ -6,11 +6,11 @@
 #include <variant>
 #include <vector>
 
-#include "Host/Failure.h"
 #include "Host/Options/ScreenshotChoice.h"
 #include "Host/Results/Measurements.h"
 #include "Host/Timing/Pace.h"
 #include "Interfaces/Util.h"
+#include "Util/Failure.h"
 
 namespace Host {
 
@@ -46,7 +46,7 @@ struct Options {
 
 /// What the command line gets instead of a replay: help, the version, or what is wrong with it.
 struct Answer {
-    ExitStatus status;
+    Util::ExitStatus status;
     std::string text;
 };
 

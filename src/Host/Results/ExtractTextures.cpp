@@ -5,15 +5,15 @@
 
 namespace Host {
 
-Outcome ExtractTextures(const std::string& captureFile, std::uint32_t lastFrame,
-                        const std::function<void(const std::string&)>& say)
+Util::Outcome ExtractTextures(const std::string& captureFile, std::uint32_t lastFrame,
+                              const std::function<void(const std::string&)>& say)
 {
     const Playback::PlaybackEnvironment& settings = *Playback::PlaybackEnvironment::Instance();
     std::string error;
     // Trouble with the file is reported when it is replayed.
     const auto capture = Data::CaptureFile::Open(captureFile, Data::Preload::No, {}, error);
     if (!capture) {
-        return Failure{ExitStatus::Unreadable, error};
+        return Util::Failure{Util::ExitStatus::Unreadable, error};
     }
     Textures::TextureFiles files(settings.m_screenshotPath,
                                  static_cast<Util::ImageFormat>(settings.m_screenshotFormat));
@@ -21,7 +21,7 @@ Outcome ExtractTextures(const std::string& captureFile, std::uint32_t lastFrame,
     while (capture->GetCurrentFrame() < lastFrame && capture->GetFrameProcessor()->ProcessNextFrame()) {
     }
     if (!files.Error().empty()) {
-        return Failure{ExitStatus::NotWritten, "cannot write a texture, " + files.Error()};
+        return Util::Failure{Util::ExitStatus::NotWritten, "cannot write a texture, " + files.Error()};
     }
     say("Wrote the textures of " + std::to_string(files.Written()) + " uploads to " + settings.m_screenshotPath +
         "frame...");

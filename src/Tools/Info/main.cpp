@@ -136,10 +136,10 @@ ExitStatus PrintStatistics(Data::CaptureSource& source, const std::string& path,
     Tools::SetCalls(*statistics, summary.stateBlockCalls, summary.callsByFrame);
     if (const std::string* const folder = args.FindValue("--report")) {
         const std::string* const results = args.FindValue("--results");
-        const ExitStatus status =
-            Tools::WriteReport(*folder, {path, results ? *results : "", summary, *statistics, ShowProgress}, error);
+        const Util::Outcome failure =
+            Tools::WriteReport(*folder, {path, results ? *results : "", summary, *statistics, ShowProgress});
         ShowProgress("");
-        return status == ExitStatus::Done ? status : Fail(status, error);
+        return failure ? Fail(failure->status, failure->message) : ExitStatus::Done;
     }
     Print(args.HasSwitch("--csv") ? Tools::ToCsv(*statistics) : Tools::ToJson(summary, &*statistics));
     return ExitStatus::Done;

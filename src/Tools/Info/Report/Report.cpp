@@ -140,14 +140,13 @@ std::string ReadResults(const std::string& path, Json& results, Json& frames)
 
 } // namespace
 
-Util::ExitStatus WriteReport(const std::string& folder, const ReportInput& input, std::string& error)
+Util::Outcome WriteReport(const std::string& folder, const ReportInput& input)
 {
     Json results;
     Json frames = Json::array();
     if (!input.resultsFile.empty()) {
-        error = ReadResults(input.resultsFile, results, frames);
-        if (!error.empty())
-            return Util::ExitStatus::Usage;
+        if (std::string error = ReadResults(input.resultsFile, results, frames); !error.empty())
+            return Util::Failure{Util::ExitStatus::Usage, std::move(error)};
     }
     input.progress("reading shaders and textures");
     const Json data = {{"capture", Json::parse(ToJson(input.summary, nullptr))},
@@ -161,15 +160,16 @@ Util::ExitStatus WriteReport(const std::string& folder, const ReportInput& input
     const std::string text = EscapeForPage(data.dump(-1, ' ', false, Json::error_handler_t::replace));
 
     if (!Util::Path::Exists(folder) && !Util::Path::CreateFolder(folder))
-        error = folder + ": " + std::strerror(errno);
-    else
-        error =
-            Util::WriteWholeFile(folder + "/index.html", FillIn(Pages::page, {{"dygraph.min.css", Pages::dygraphStyle},
-                                                                              {"dygraph.min.js", Pages::dygraph},
-                                                                              {"report.css", Pages::style},
-                                                                              {"report.js", Pages::script},
-                                                                              {"data", text}}));
-    return error.empty() ? Util::ExitStatus::Done : Util::ExitStatus::NotWritten;
+        return Util::Failure{Util::ExitStatus::NotWritten, folder + ": " + std::strerror(errno)};
+    std::string error =
+        Util::WriteWholeFile(folder + "/index.html", FillIn(Pages::page, {{"dygraph.min.css", Pages::dygraphStyle},
+                                                                          {"dygraph.min.js", Pages::dygraph},
+                                                                          {"report.css", Pages::style},
+                                                                          {"report.js", Pages::script},
+                                                                          {"data", text}}));
+    if (!error.empty())
+        return Util::Failure{Util::ExitStatus::NotWritten, std::move(error)};
+    return {};
 }
 
 } // namespace Tools

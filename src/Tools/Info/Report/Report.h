@@ -5,7 +5,7 @@
 
 #include "Tools/Info/CaptureSummary.h"
 #include "Tools/Info/Statistics.h"
-#include "Util/ExitStatus.h"
+#include "Util/Failure.h"
 
 namespace Tools {
 
@@ -22,7 +22,7 @@ struct ReportInput {
 };
 
 /// Writes index.html to a folder, which is made where it is missing: one page that needs nothing else, network
-/// included. Usage where the file of results is none, NotWritten where the page cannot be; with the reason in `error`.
-[[nodiscard]] Util::ExitStatus WriteReport(const std::string& folder, const ReportInput& input, std::string& error);
+/// included. Fails with Usage where the file of results is none, NotWritten where the page cannot be.
+[[nodiscard]] Util::Outcome WriteReport(const std::string& folder, const ReportInput& input);
 
 } // namespace Tools

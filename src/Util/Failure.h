@@ -5,11 +5,9 @@
 
 #include "Util/ExitStatus.h"
 
-namespace Host {
+namespace Util {
 
-using Util::ExitStatus;
-
-/// Why the program ends early.
+/// Why a program ends early.
 struct Failure {
     ExitStatus status;
     std::string message;
@@ -18,4 +16,4 @@ struct Failure {
 /// Of a step that may fail.
 using Outcome = std::optional<Failure>;
 
-} // namespace Host
+} // namespace Util
