@@ -18,7 +18,7 @@ install(TARGETS playback_interfaces EXPORT PlaybackTargets)
 foreach(folder Interfaces Data Playback)
   foreach(root ${PROJECT_SOURCE_DIR}/src ${PLAYBACK_GENERATED_DIR})
     install(DIRECTORY ${root}/${folder} DESTINATION ${PLAYBACK_HEADER_DIR} COMPONENT development
-            FILES_MATCHING PATTERN "*.h" PATTERN "*Declarations.inc" PATTERN "*EnumNames.inc" EXCLUDE)
+            FILES_MATCHING PATTERN "*.h" PATTERN "*Declarations.inc" PATTERN "*StatsHandlers.inc" PATTERN "*EnumNames.inc" EXCLUDE)
   endforeach()
 endforeach()
 install(EXPORT PlaybackTargets NAMESPACE Playback:: DESTINATION ${PLAYBACK_CMAKE_DIR} COMPONENT development)

@@ -80,35 +80,6 @@ TEST_F(EGLImageBufferTest, RowsOfEachPlaneAreCopiedToTheLivePitch)
     EXPECT_THAT(Calls(), ElementsAre("eglDestroyImageKHR(11, 501) = 1"));
 }
 
-TEST_F(EGLImageBufferTest, ContentsThatDoNotFitAreRefusedWhole)
-{
-    const auto image = Image(2, 8, 2);
-    const auto fitting = planes;
-    ASSERT_EQ(buffer.AllocateBuffer(Handle(11), image), ResultSuccess);
-    const auto set = [&](auto change) {
-        auto data = image;
-        planes = fitting;
-        change(data);
-        return buffer.SetImageData(data);
-    };
-    EXPECT_EQ(set([](auto&) {}), 0u);
-    Forget();
-    EXPECT_EQ(set([](auto& data) { data.planes = nullptr; }), 6u);
-    EXPECT_EQ(set([](auto& data) { data.planeCount = 1; }), 6u);
-    EXPECT_EQ(set([&](auto&) { planes[1].stride = 4; }), 6u);
-    EXPECT_EQ(set([&](auto&) { planes[1].offset = 1; }), 6u);
-    EXPECT_EQ(set([&](auto&) { planes[0].size = 8; }), 6u);
-    EXPECT_EQ(set([&](auto&) { planes[0].data = nullptr; }), 6u);
-    EXPECT_THAT(Calls(), IsEmpty());
-
-    // Another size or format makes another image.
-    auto other = Image(1, 8, 3);
-    other.width = 5;
-    EXPECT_EQ(buffer.SetImageData(other), 0u);
-    EXPECT_THAT(Calls(), testing::IsSupersetOf({StartsWith("eglDestroyImageKHR(11, 501)"),
-                                                StartsWith("eglCreateImageKHR(11, 0, 0x3120, 0, {EGL_WIDTH: 5,")}));
-}
-
 TEST_F(EGLImageBufferTest, NativeBuffersAreReplacedByTheStandIn)
 {
     Initialize();

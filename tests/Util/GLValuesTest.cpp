@@ -34,22 +34,4 @@ TEST(GLValuesTest, DriverTakesPixelsInTheInternalFormatThatHoldsThem)
     EXPECT_EQ(pairs, 58);
 }
 
-TEST(GLValuesTest, BindingOfATargetTellsTheBoundBuffer)
-{
-    const LiveContext context;
-    ASSERT_TRUE(context.IsCurrent()) << Core::KHRLayer::LoadError();
-    const Core::GLESProcTable& gl = Core::KHRLayer::GLESProc();
-    for (const GLenum target :
-         {GL_ARRAY_BUFFER, GL_ELEMENT_ARRAY_BUFFER, GL_PIXEL_PACK_BUFFER, GL_PIXEL_UNPACK_BUFFER, GL_UNIFORM_BUFFER,
-          GL_TRANSFORM_FEEDBACK_BUFFER, GL_COPY_READ_BUFFER, GL_COPY_WRITE_BUFFER, GL_DRAW_INDIRECT_BUFFER,
-          GL_DISPATCH_INDIRECT_BUFFER, GL_ATOMIC_COUNTER_BUFFER, GL_SHADER_STORAGE_BUFFER, GL_TEXTURE_BUFFER}) {
-        GLuint buffer = 0;
-        gl.glGenBuffers(1, &buffer);
-        gl.glBindBuffer(target, buffer);
-        GLint bound = 0;
-        gl.glGetIntegerv(Util::GetBindBuffer(target), &bound);
-        EXPECT_EQ(static_cast<GLuint>(bound), buffer) << Core::LogFormat::GetGLEnumString(target);
-    }
-}
-
 } // namespace
