@@ -191,7 +191,7 @@ def parts_of(api, state):
     if not changes:
         return [], ""
     call, change = changes[0]
-    indexes = change.indexes[1 if state.of else 0:]
+    indexes = ("location",) if state.name == "uniform" else change.indexes[1 if state.of else 0:]
     counted = [COUNTED.get(i) or ("Enum" if i in [p.name for p in call.params] and
                call.param(i).type.name == "enum" else "Number") for i in indexes]
     return counted, "".join(code_at(changes, place) for place in range(len(change.words)))
@@ -201,7 +201,7 @@ def emit_table(api):
     text = BANNER + "constexpr StateDescription states[stateCount] = {\n"
     for s in api.states.states:
         counted, codes = parts_of(api, s)
-        if len(counted) == 1 and has_ranges(api, s.name):
+        if len(counted) == 1 and (has_ranges(api, s.name) or s.name == "uniform"):
             counted.insert(0, "None")
         counted = ", ".join(f"Counted::{c}" for c in (counted + ["None", "None"])[:2])
         asked = ", ".join(f'"{name}"' for name in s.asked)

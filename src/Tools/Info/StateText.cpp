@@ -123,8 +123,13 @@ void AddOwner(const Data::StateModel& model, Owner owner, StateSnapshot::Values&
         const Data::StateSlots& slots = model.Slots();
         groups[{slots.StateOf(slot), slots.FirstOf(slot)}][slots.SecondOf(slot)] = model.WordsAt(slot);
     }
-    for (const auto& [key, group] : groups) {
-        const Counted counted = Data::Describe(key.first).indexes[1];
+    for (auto& [key, group] : groups) {
+        const StateDescription& description = Data::Describe(key.first);
+        const Counted counted = description.indexes[1];
+        // Where a call set one of them alone, the others are as at the start.
+        for (std::uint32_t second = 0; SetAtOnce(counted) > 1 && second < SetAtOnce(counted); ++second)
+            group.try_emplace(second, description.initial.begin(),
+                              description.initial.begin() + description.initialWords);
         StateValues state(key.first, values);
         const bool isOne =
             group.size() == SetAtOnce(counted) && counted != Counted::Number && counted != Counted::Enum &&
@@ -245,6 +250,9 @@ std::vector<StateDifference> Compare(const StateSnapshot& before, const StateSna
         };
         const auto known = snapshot.objects.find(object);
         Json value = known != snapshot.objects.end() ? find(known->second, state) : Json();
+        // All indexes had the same.
+        if (value.is_null() && known != snapshot.objects.end() && state.ends_with(']'))
+            value = find(known->second, state.substr(0, state.rfind('[')));
         const auto initial = snapshot.initial.find(object.first);
         const bool isThere = known != snapshot.objects.end() || object.second == "0";
         if (value.is_null() && isThere && initial != snapshot.initial.end())
@@ -261,6 +269,10 @@ std::vector<StateDifference> Compare(const StateSnapshot& before, const StateSna
     std::vector<StateDifference> differences;
     for (const auto& [object, states] : all) {
         for (const auto& [state, isThere] : states) {
+            // One of the moments has a value for each index.
+            if (const auto indexed = states.lower_bound(state + "[");
+                indexed != states.end() && indexed->first.starts_with(state + "["))
+                continue;
             StateDifference difference{object, state, valueOf(before, object, state), valueOf(after, object, state)};
             if (difference.before != difference.after)
                 differences.push_back(std::move(difference));
