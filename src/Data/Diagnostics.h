@@ -40,10 +40,13 @@ public:
     /// One of the structs of the format; false, and said, when the record is smaller.
     template <class Record> bool Read(const char* name, const RecordView& view, Record& record)
     {
-        return view.Read(record) || TooSmall(name, view, sizeof record);
+        if (view.Read(record))
+            return true;
+        TooSmall(name, view, sizeof record);
+        return false;
     }
-    /// Says that a record has less than `expected` bytes. Always false.
-    bool TooSmall(const char* name, const RecordView& view, std::uint64_t expected);
+    /// Says that a record has less than `expected` bytes.
+    void TooSmall(const char* name, const RecordView& view, std::uint64_t expected);
     /// A call that is replayed otherwise than it was captured. Said once.
     void Changed(const char* name, const std::string& what, const std::string& expected, const std::string& found);
     /// Says how many skipped calls were not printed. Once, at the end.
