@@ -59,8 +59,8 @@ void Engine::ShowFramebuffer(std::uint32_t captured, std::int32_t x, std::int32_
     const Core::GLESProcTable& gl = Core::KHRLayer::GLESProc();
     const Core::EGLProcTable& egl = Core::KHRLayer::EGLProc();
     if (!m_resourceTable->HasGLFramebuffer(captured)) {
-        Core::Log::Print(Core::LogWarning, Core::ZoneGeneral, __LINE__, "src/Host/Engine", true,
-                         "-swapfbo: there is no framebuffer %u at the swap; nothing is shown", captured);
+        PLAYBACK_LOG(Warning, General, "src/Host/Engine",
+                     "-swapfbo: there is no framebuffer %u at the swap; nothing is shown", captured);
         return;
     }
     if (!gl.glBlitFramebuffer) {

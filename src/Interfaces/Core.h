@@ -60,6 +60,10 @@ private:
     static std::uint64_t m_errorCount;
 };
 
+/// Prints a message of a level and a zone, by their names without prefix, as the source `file` without its extension.
+#define PLAYBACK_LOG(level, zone, file, ...)                                                                           \
+    ::Core::Log::Print(::Core::Log##level, ::Core::Zone##zone, __LINE__, file, true, __VA_ARGS__)
+
 /// Messages to the person at the terminal, as opposed to the log: always on stderr, whatever the log's level.
 class Console {
 public:

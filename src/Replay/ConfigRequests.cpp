@@ -91,9 +91,8 @@ void TellStep(EGLint attribute, EGLint asked, EGLint taken)
 {
     if (!isQuiet && toldSteps.insert({attribute, asked, taken}).second) {
         const std::string name = Core::LogFormat::GetEGLEnumString(static_cast<unsigned int>(attribute));
-        Core::Log::Print(Core::LogNotice, Core::ZoneGeneral, __LINE__, "src/Replay/ConfigRequests", true,
-                         "The driver has no config with %s %d here: the replay draws with %d", name.c_str(), asked,
-                         taken);
+        PLAYBACK_LOG(Notice, General, "src/Replay/ConfigRequests",
+                     "The driver has no config with %s %d here: the replay draws with %d", name.c_str(), asked, taken);
     }
 }
 

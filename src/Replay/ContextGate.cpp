@@ -101,8 +101,8 @@ void ContextGate::Process_eglCreateImageKHR(std::uint32_t captured, std::uint32_
     // The targets of EGL_KHR_gl_image, one number after the other.
     const bool isOfGL = target >= EGL_GL_TEXTURE_2D_KHR && target <= EGL_GL_RENDERBUFFER_KHR;
     if (isOfGL && !FindContext(dpy, ctx)) {
-        Core::Log::Print(Core::LogWarning, Core::ZoneGeneral, __LINE__, "src/Replay/ContextGate", true,
-                         "eglCreateImageKHR is skipped: there is no context %u for its object", ctx);
+        PLAYBACK_LOG(Warning, General, "src/Replay/ContextGate",
+                     "eglCreateImageKHR is skipped: there is no context %u for its object", ctx);
         return;
     }
     SharedDisplays::Process_eglCreateImageKHR(captured, dpy, ctx, target, buffer, attrib_list);

@@ -100,10 +100,10 @@ bool DrawGuard::MayDraw(const Data::ContextState& state, int version, const char
         return true;
     }
     if (!m_isTold) {
-        Core::Log::Print(Core::LogWarning, Core::ZoneGeneral, __LINE__, "src/Replay/DrawGuard", true,
-                         "%s is left out, since a range bound for one of its blocks starts beyond the buffer; more "
-                         "such calls of this context are left out too",
-                         call);
+        PLAYBACK_LOG(Warning, General, "src/Replay/DrawGuard",
+                     "%s is left out, since a range bound for one of its blocks starts beyond the buffer; more "
+                     "such calls of this context are left out too",
+                     call);
     }
     m_isTold = true;
     return false;

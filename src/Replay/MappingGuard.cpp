@@ -41,10 +41,10 @@ bool MappingGuard::Holds(std::uint32_t target, std::uint64_t bytes) const
             return true;
         }
     }
-    Core::Log::Print(Core::LogWarning, Core::ZoneGeneral, __LINE__, "src/Replay/MappingGuard", true,
-                     "%llu bytes were written to a mapped buffer (%s), but the driver has no such mapping; they are "
-                     "left out",
-                     static_cast<unsigned long long>(bytes), Core::LogFormat::GetGLEnumString(target).c_str());
+    PLAYBACK_LOG(Warning, General, "src/Replay/MappingGuard",
+                 "%llu bytes were written to a mapped buffer (%s), but the driver has no such mapping; they are "
+                 "left out",
+                 static_cast<unsigned long long>(bytes), Core::LogFormat::GetGLEnumString(target).c_str());
     return false;
 }
 

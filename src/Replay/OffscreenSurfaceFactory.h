@@ -38,8 +38,8 @@ public:
     {
         Playback::EGLProxySurface*& window = m_windows[display];
         if (window) {
-            Core::Log::Print(Core::LogNotice, Core::ZoneGeneral, __LINE__, "src/Replay/OffscreenSurfaceFactory", true,
-                             "Skipping window surface creation due to single surface override.");
+            PLAYBACK_LOG(Notice, General, "src/Replay/OffscreenSurfaceFactory",
+                         "Skipping window surface creation due to single surface override.");
         } else {
             window = PbufferFactory::CreateWindowSurface(display, config, nativeWindow, attribs);
         }

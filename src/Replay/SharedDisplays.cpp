@@ -35,9 +35,8 @@ void SharedDisplays::Process_eglTerminate(std::int32_t captured, std::uint32_t d
         EGLPlaybackAdapter::Process_eglTerminate(captured, dpy);
         return;
     }
-    Core::Log::Print(Core::LogDiagnostic, Core::ZoneGeneral, __LINE__, "src/Replay/SharedDisplays", true,
-                     "eglTerminate of EGLDisplay %u destroys what it made: other captured displays use the live one",
-                     dpy);
+    PLAYBACK_LOG(Diagnostic, General, "src/Replay/SharedDisplays",
+                 "eglTerminate of EGLDisplay %u destroys what it made: other captured displays use the live one", dpy);
     if (Destroy(dpy)) {
         m_table->RemoveIdEGLDisplay(dpy);
     } else {

@@ -59,9 +59,8 @@ void GLScreenshotHandler::TakeScreenshot(const std::string& name, unsigned int b
                                 pixels.type);
             } else if (result.isBeyondDriver && !(m_reportedBuffers & buffer.bit)) {
                 m_reportedBuffers |= buffer.bit;
-                Core::Log::Print(Core::LogNotice, Core::ZoneGeneral, __LINE__, SourceName, true,
-                                 "Screenshots of the %s buffer are not available: %s", buffer.name,
-                                 result.error.c_str());
+                PLAYBACK_LOG(Notice, General, SourceName, "Screenshots of the %s buffer are not available: %s",
+                             buffer.name, result.error.c_str());
             } else if (!result.isBeyondDriver && !result.error.empty()) {
                 LogFailure(pictureName + FileExtension(m_format), result.error, __LINE__);
             }

@@ -58,11 +58,11 @@ void AppendComponents(AttribList& list, const std::string& spec, int samples, co
     if (floatingPoint) {
         Append(list, EGL_COLOR_COMPONENT_TYPE_EXT, EGL_COLOR_COMPONENT_TYPE_FLOAT_EXT);
     }
-    Core::Log::Print(Core::LogNotice, Core::ZoneGeneral, __LINE__, file, true,
-                     "Overriding EGLConfig with %d-bit R color, %d-bit G color, %d-bit B color, %d-bit alpha, "
-                     "%d-bit depth, %d-bit stencil, %s, %d multi-sample",
-                     sizes[0], sizes[1], sizes[2], sizes[3], sizes[4], sizes[5],
-                     floatingPoint ? "floating-point" : "fixed-point", samples);
+    PLAYBACK_LOG(Notice, General, file,
+                 "Overriding EGLConfig with %d-bit R color, %d-bit G color, %d-bit B color, %d-bit alpha, "
+                 "%d-bit depth, %d-bit stencil, %s, %d multi-sample",
+                 sizes[0], sizes[1], sizes[2], sizes[3], sizes[4], sizes[5],
+                 floatingPoint ? "floating-point" : "fixed-point", samples);
 }
 
 /// Adds what the form "c32d24" asks for: bits of colour and of depth, each after a character that is not read.
@@ -72,14 +72,14 @@ void AppendDepths(AttribList& list, const std::string& spec, int samples, const 
     const int depth = Util::String::ToInt(spec.substr(4, 2));
     const auto isValid = [](int bits) { return bits == 16 || bits == 24 || bits == 32; };
     if (!isValid(color) || !isValid(depth) || samples < 1) {
-        Core::Log::Print(Core::LogNotice, Core::ZoneGeneral, __LINE__, file, true,
-                         "Invalid EGLConfig override %s.  Valid color/depth values are 32, 24, and 16.", spec.c_str());
+        PLAYBACK_LOG(Notice, General, file,
+                     "Invalid EGLConfig override %s.  Valid color/depth values are 32, 24, and 16.", spec.c_str());
         return;
     }
     const int stencil = depth == 16 ? 0 : 8;
-    Core::Log::Print(Core::LogNotice, Core::ZoneGeneral, __LINE__, file, true,
-                     "Overriding EGLConfig with %d-bit color, %d-bit depth, %d-bit stencil and %d multi-sample.", color,
-                     depth, stencil, samples);
+    PLAYBACK_LOG(Notice, General, file,
+                 "Overriding EGLConfig with %d-bit color, %d-bit depth, %d-bit stencil and %d multi-sample.", color,
+                 depth, stencil, samples);
     Append(list, EGL_RED_SIZE, color == 16 ? 5 : 8);
     Append(list, EGL_GREEN_SIZE, color == 16 ? 6 : 8);
     Append(list, EGL_BLUE_SIZE, color == 16 ? 5 : 8);
@@ -116,8 +116,8 @@ EGLConfig EGLPlaybackAdapter::GetConfig(std::uint32_t capturedDisplay, std::uint
             return config;
         }
     }
-    Core::Log::Print(Core::LogError, Core::ZoneGeneral, __LINE__, SourceFile, true,
-                     "Failed to find a valid match for EGLConfig %d", static_cast<int>(capturedConfig));
+    PLAYBACK_LOG(Error, General, SourceFile, "Failed to find a valid match for EGLConfig %d",
+                 static_cast<int>(capturedConfig));
     return nullptr;
 }
 
@@ -185,8 +185,8 @@ EGLConfig EGLPlaybackAdapter::CreateOverrideConfig(EGLDisplay display, const std
     list.push_back(EGL_NONE);
     const EGLConfig config = ChooseConfig(display, list.data());
     if (!config) {
-        Core::Log::Print(Core::LogNotice, Core::ZoneGeneral, __LINE__, SourceFile, true,
-                         "EGLConfig override failed.  No match for specified config settings.");
+        PLAYBACK_LOG(Notice, General, SourceFile,
+                     "EGLConfig override failed.  No match for specified config settings.");
     }
     return config;
 }

@@ -27,8 +27,7 @@ EGLPlaybackAdapter::~EGLPlaybackAdapter()
         }
         m_resourceTable->ReleaseResources();
         if (LiveEGL.eglMakeCurrent && LiveEGL.eglTerminate) {
-            Core::Log::Print(Core::LogDiagnostic, Core::ZoneGeneral, __LINE__, SourceFile, true,
-                             "Calling eglTerminate on shutdown");
+            PLAYBACK_LOG(Diagnostic, General, SourceFile, "Calling eglTerminate on shutdown");
             LiveEGL.eglMakeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
             LiveEGL.eglTerminate(m_display);
         }
@@ -44,9 +43,8 @@ void EGLPlaybackAdapter::CheckErrorState(std::string_view functionName)
     const EGLint error = LiveEGL.eglGetError();
     if (error != EGL_SUCCESS) {
         ++m_errorCounts[static_cast<unsigned int>(error)];
-        Core::Log::Print(Core::LogError, Core::ZoneGeneral, __LINE__, SourceFile, true, "%.*s failed with error %s",
-                         static_cast<int>(functionName.size()), functionName.data(),
-                         Core::LogFormat::GetEGLEnumString(static_cast<unsigned int>(error)).c_str());
+        PLAYBACK_LOG(Error, General, SourceFile, "%.*s failed with error %s", static_cast<int>(functionName.size()),
+                     functionName.data(), Core::LogFormat::GetEGLEnumString(static_cast<unsigned int>(error)).c_str());
     }
 }
 
@@ -123,8 +121,7 @@ void* EGLPlaybackAdapter::GetNativeDisplay(std::uint32_t capturedNative)
 void EGLPlaybackAdapter::UseDisplay(EGLDisplay display)
 {
     if (m_display && m_display != display) {
-        Core::Log::Print(Core::LogDiagnostic, Core::ZoneGeneral, __LINE__, SourceFile, true,
-                         "EGLPlaybackAdapter changed display.");
+        PLAYBACK_LOG(Diagnostic, General, SourceFile, "EGLPlaybackAdapter changed display.");
     }
     m_display = display;
 }
@@ -144,8 +141,7 @@ EGLDisplay EGLPlaybackAdapter::GetDisplay(std::uint32_t capturedDisplay)
         EGLint major = 0;
         EGLint minor = 0;
         CallLive(LiveEGL.eglInitialize, display, &major, &minor);
-        Core::Log::Print(Core::LogNotice, Core::ZoneGeneral, __LINE__, SourceFile, true,
-                         "Forced initialization of EGL %d.%d", major, minor);
+        PLAYBACK_LOG(Notice, General, SourceFile, "Forced initialization of EGL %d.%d", major, minor);
         m_initialized = true;
     }
     return display;

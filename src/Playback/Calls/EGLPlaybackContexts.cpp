@@ -39,8 +39,7 @@ EGLContext EGLPlaybackAdapter::CreateContext(EGLDisplay display, EGLConfig confi
     }
     list.push_back(EGL_NONE);
     if (promoted) {
-        Core::Log::Print(Core::LogNotice, Core::ZoneGeneral, __LINE__, SourceFile, true,
-                         "Promoting OpenGL ES 1.1 context to 2.0");
+        PLAYBACK_LOG(Notice, General, SourceFile, "Promoting OpenGL ES 1.1 context to 2.0");
     }
     return m_surfaceFactory->CreateContext(display, config, shareContext, list.data());
 }

@@ -56,10 +56,10 @@ void EGLPlaybackAdapter::Process_eglCreateImageKHRv1(std::uint32_t captured, std
     Trace("eglCreateImageKHRv1", __LINE__);
     const std::string name =
         Core::LogFormat::NameOrHex(Core::LogFormat::GetEGLEnumString, static_cast<unsigned int>(target));
-    Core::Log::Print(Core::LogWarning, Core::ZoneGeneral, __LINE__, SourceFile, true,
-                     "This file contains a deprecated eglCreateImageKHR block that does not support playback for the "
-                     "%s target",
-                     name.c_str());
+    PLAYBACK_LOG(Warning, General, SourceFile,
+                 "This file contains a deprecated eglCreateImageKHR block that does not support playback for the "
+                 "%s target",
+                 name.c_str());
 }
 
 void EGLPlaybackAdapter::Process_eglDestroyImageKHR(std::int32_t /*captured*/, std::uint32_t dpy, std::uint32_t image)
@@ -86,9 +86,9 @@ EGLSyncKHR EGLPlaybackAdapter::CreateSyncKHR(EGLDisplay display, EGLenum type, c
         EGLint value = attribs[1];
         if (attribs[0] == EGL_SYNC_NATIVE_FENCE_FD_ANDROID && value != EGL_NO_NATIVE_FENCE_FD_ANDROID) {
             value = EGL_NO_NATIVE_FENCE_FD_ANDROID;
-            Core::Log::Print(Core::LogNotice, Core::ZoneGeneral, __LINE__, SourceFile, true,
-                             "Overriding EGL_SYNC_NATIVE_FENCE_ANDROID file descriptor with "
-                             "EGL_NO_NATIVE_FENCE_FD_ANDROID");
+            PLAYBACK_LOG(Notice, General, SourceFile,
+                         "Overriding EGL_SYNC_NATIVE_FENCE_ANDROID file descriptor with "
+                         "EGL_NO_NATIVE_FENCE_FD_ANDROID");
         }
         list.insert(list.end(), {attribs[0], value});
     }
@@ -126,10 +126,9 @@ void EGLPlaybackAdapter::Process_eglGetSyncObjFromEglSyncTAVO(std::int32_t /*cap
 void EGLPlaybackAdapter::SetBlobCacheFuncs(EGLDisplay display, const Data::PointerData* set,
                                            const Data::PointerData* get)
 {
-    Core::Log::Print(Core::LogDiagnostic, Core::ZoneGeneral, __LINE__, SourceFile, true,
-                     "Ignoring eglSetBlobCacheFuncsANDROID(%p, %p, %p)", display,
-                     reinterpret_cast<void*>(set->GetCapturedPointer()),
-                     reinterpret_cast<void*>(get->GetCapturedPointer()));
+    PLAYBACK_LOG(Diagnostic, General, SourceFile, "Ignoring eglSetBlobCacheFuncsANDROID(%p, %p, %p)", display,
+                 reinterpret_cast<void*>(set->GetCapturedPointer()),
+                 reinterpret_cast<void*>(get->GetCapturedPointer()));
 }
 
 void EGLPlaybackAdapter::Process_eglSetBlobCacheFuncsANDROID(std::uint32_t dpy, Data::PointerData* set,

@@ -34,8 +34,8 @@ void GLPlaybackAdapter::CheckErrorState(std::string_view name)
     const GLenum error = getError();
     if (error != GL_NO_ERROR) {
         ++m_errorCounts[error];
-        Core::Log::Print(Core::LogError, Core::ZoneGeneral, __LINE__, SourceFile, true, "%.*s failed with error %s",
-                         static_cast<int>(name.size()), name.data(), Core::LogFormat::GetGLEnumString(error).c_str());
+        PLAYBACK_LOG(Error, General, SourceFile, "%.*s failed with error %s", static_cast<int>(name.size()),
+                     name.data(), Core::LogFormat::GetGLEnumString(error).c_str());
     }
 }
 

@@ -109,8 +109,8 @@ std::uint32_t GLPlaybackAdapter::GetLabeledObject(std::uint32_t identifier, std:
     case GL_VERTEX_ARRAY_OBJECT_EXT:
         return m_resourceTable->GetValueGLVertexArray(name);
     default:
-        Core::Log::Print(Core::LogDiagnostic, Core::ZoneGeneral, __LINE__, SourceFile, true,
-                         "Unrecognized object type for debug label: %d", static_cast<int>(identifier));
+        PLAYBACK_LOG(Diagnostic, General, SourceFile, "Unrecognized object type for debug label: %d",
+                     static_cast<int>(identifier));
         return 0;
     }
 }

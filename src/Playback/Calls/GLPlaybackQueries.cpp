@@ -112,8 +112,8 @@ void GLPlaybackAdapter::Process_glDebugMessageCallbackKHR(Data::PointerData* cal
     if (!KHRLayer::playbackGLESExtProcTable.glDebugMessageCallbackKHR) {
         return;
     }
-    Core::Log::Print(Core::LogDiagnostic, Core::ZoneGeneral, __LINE__, SourceFile, true,
-                     "Ignoring glDebugMessageCallbackKHR(%p, %p)", callback->GetPointer(), userParam->GetPointer());
+    PLAYBACK_LOG(Diagnostic, General, SourceFile, "Ignoring glDebugMessageCallbackKHR(%p, %p)", callback->GetPointer(),
+                 userParam->GetPointer());
     CheckErrorState("glDebugMessageCallbackKHR");
 }
 

@@ -150,11 +150,11 @@ unsigned int EGLImageBuffer::ValidateImageData(const Data::EGLImageData& data)
     const auto height = static_cast<std::int32_t>(data.height);
     if (width != m_nativeBuffer.width || height != m_nativeBuffer.height || data.bpp != m_bpp ||
         data.format != m_format) {
-        Core::Log::Print(Core::LogWarning, Core::ZoneGeneral, __LINE__, File, true,
-                         "Reallocating EGLImage client buffer with width=%d->%d, height=%d->%d, bpp=%d->%d, "
-                         "format=%d->%d",
-                         m_nativeBuffer.width, width, m_nativeBuffer.height, height, static_cast<int>(m_bpp),
-                         static_cast<int>(data.bpp), static_cast<int>(m_format), static_cast<int>(data.format));
+        PLAYBACK_LOG(Warning, General, File,
+                     "Reallocating EGLImage client buffer with width=%d->%d, height=%d->%d, bpp=%d->%d, "
+                     "format=%d->%d",
+                     m_nativeBuffer.width, width, m_nativeBuffer.height, height, static_cast<int>(m_bpp),
+                     static_cast<int>(data.bpp), static_cast<int>(m_format), static_cast<int>(data.format));
         FreeBuffer();
         const unsigned int result = AllocateBuffer(m_display, data);
         if (result != ResultSuccess) {

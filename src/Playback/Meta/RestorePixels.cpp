@@ -86,9 +86,9 @@ void BlitToDrawFramebuffer(GLenum attachment, GLbitfield mask, GLenum internalFo
     const auto height = static_cast<GLint>(pixels.height);
     gl.glBlitFramebuffer(0, 0, width, height, 0, 0, width, height, mask, GL_NEAREST);
     if (gl.glGetError() != GL_NO_ERROR) {
-        Core::Log::Print(Core::LogWarning, Core::ZoneGeneral, __LINE__, "src/Playback/KHRMetaHandler", true,
-                         "Failed to restore default framebuffer data from %s texture.",
-                         Core::LogFormat::NameOrHex(Core::LogFormat::GetGLEnumString, internalFormat).c_str());
+        PLAYBACK_LOG(Warning, General, "src/Playback/KHRMetaHandler",
+                     "Failed to restore default framebuffer data from %s texture.",
+                     Core::LogFormat::NameOrHex(Core::LogFormat::GetGLEnumString, internalFormat).c_str());
     }
     SyncTextureLoad();
 

@@ -18,8 +18,8 @@ void GLResourceTable::AddEGLImageBuffer(unsigned int display, unsigned int image
     auto buffer = std::make_unique<EGLImageBuffer>();
     void* liveDisplay = GetValueEGLDisplay(display);
     if (buffer->AllocateBuffer(liveDisplay, data) != 0) {
-        Core::Log::Print(Core::LogWarning, Core::ZoneGeneral, __LINE__, "src/Playback/GLResourceTable", true,
-                         "Failed to allocate EGLClientBuffer for EGLImage %d", image);
+        PLAYBACK_LOG(Warning, General, "src/Playback/GLResourceTable",
+                     "Failed to allocate EGLClientBuffer for EGLImage %d", image);
         AddTextureImage(liveDisplay, image, data);
         return;
     }
@@ -42,8 +42,8 @@ void GLResourceTable::AddTextureImage(void* liveDisplay, unsigned int image, con
     }
     m_eglTextureImages.emplace(image, std::move(standIn));
     if (!std::exchange(m_isTextureImageSaid, true)) {
-        Core::Log::Print(Core::LogNotice, Core::ZoneGeneral, __LINE__, "src/Playback/GLResourceTable", true,
-                         "The driver cannot make native buffers: textures hold the pixels of their EGLImages");
+        PLAYBACK_LOG(Notice, General, "src/Playback/GLResourceTable",
+                     "The driver cannot make native buffers: textures hold the pixels of their EGLImages");
     }
 }
 

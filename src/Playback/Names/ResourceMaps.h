@@ -4,9 +4,7 @@
 #include "Interfaces/Core.h"
 
 /// Reports something that does not stop the replay, from this line.
-#define REPORT(...)                                                                                                    \
-    Core::Log::Print(Core::LogDiagnostic, Core::ZoneGeneral, __LINE__, "src/Playback/GLResourceTable", true,           \
-                     __VA_ARGS__)
+#define REPORT(...) PLAYBACK_LOG(Diagnostic, General, "src/Playback/GLResourceTable", __VA_ARGS__)
 
 namespace Playback {
 

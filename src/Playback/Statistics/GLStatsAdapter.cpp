@@ -63,8 +63,8 @@ void GLStatsAdapter::LogFeature(const Feature& feature, std::uint32_t value)
     const auto used = std::find_if(feature.values.begin(), feature.values.end(),
                                    [value](const FeatureValue& known) { return known.value == value; });
     if (used == feature.values.end()) {
-        Core::Log::Print(Core::LogWarning, Core::ZoneGeneral, __LINE__, "src/Playback/GLStatsAdapter", true,
-                         "Unhandled %s = %d", feature.name, static_cast<std::int32_t>(value));
+        PLAYBACK_LOG(Warning, General, "src/Playback/GLStatsAdapter", "Unhandled %s = %d", feature.name,
+                     static_cast<std::int32_t>(value));
         return;
     }
     for (const char* key : used->keys) {

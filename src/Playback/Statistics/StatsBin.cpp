@@ -37,8 +37,7 @@ void StatsBin::SetCaptureType(const std::string& type)
     m_statsText.reset(std::fopen("stats.txt", "w"));
     m_statistics.try_emplace("file_name", "stats.xml");
     if (type != "GL" && type != "DX") {
-        Core::Log::Print(Core::LogWarning, Core::ZoneGeneral, __LINE__, "src/Playback/StatsBin", true,
-                         "Unhandled m_captureType = %s", type.c_str());
+        PLAYBACK_LOG(Warning, General, "src/Playback/StatsBin", "Unhandled m_captureType = %s", type.c_str());
         return;
     }
     StatsCategories categories;

@@ -94,8 +94,8 @@ void EGLOffscreenSurface::ReadBack(void* display)
     if (framebuffer != 0) {
         LiveGLES.glBindFramebuffer(GL_READ_FRAMEBUFFER, static_cast<GLuint>(framebuffer));
     }
-    Core::Log::Print(Core::LogError, Core::ZoneGeneral, __LINE__, "src/Playback/EGLOffscreenSurface", true,
-                     "Pbuffer surface content cannot be displayed on screen: platform not supported.");
+    PLAYBACK_LOG(Error, General, "src/Playback/EGLOffscreenSurface",
+                 "Pbuffer surface content cannot be displayed on screen: platform not supported.");
 }
 
 } // namespace Playback

@@ -79,14 +79,13 @@ void* EGLPbufferSurfaceFactory::CreateOverrideConfig(void* display, void* config
     EGLConfig substitute = nullptr;
     int count = 0;
     if (!LiveEGL.eglChooseConfig(display, request.data(), &substitute, 1, &count) || count < 1) {
-        Core::Log::Print(Core::LogError, Core::ZoneGeneral, __LINE__, File, true,
-                         "Failed to find an EGL config that supports pbuffer surfaces.");
+        PLAYBACK_LOG(Error, General, File, "Failed to find an EGL config that supports pbuffer surfaces.");
         return config;
     }
-    Core::Log::Print(Core::LogNotice, Core::ZoneGeneral, __LINE__, File, true,
-                     "Overriding EGL config %p with pbuffer-compliant config %p for pbuffer-to-window surface "
-                     "substitution.",
-                     config, substitute);
+    PLAYBACK_LOG(Notice, General, File,
+                 "Overriding EGL config %p with pbuffer-compliant config %p for pbuffer-to-window surface "
+                 "substitution.",
+                 config, substitute);
     return substitute;
 }
 

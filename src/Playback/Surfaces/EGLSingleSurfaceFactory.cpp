@@ -29,8 +29,8 @@ EGLProxySurface* EGLSingleSurfaceFactory::Reuse(void* display) const
     if (found == m_windowSurfaces.end()) {
         return nullptr;
     }
-    Core::Log::Print(Core::LogNotice, Core::ZoneGeneral, __LINE__, "src/Playback/EGLSingleSurfaceFactory", true,
-                     "Skipping window surface creation due to single surface override.");
+    PLAYBACK_LOG(Notice, General, "src/Playback/EGLSingleSurfaceFactory",
+                 "Skipping window surface creation due to single surface override.");
     return found->second;
 }
 
