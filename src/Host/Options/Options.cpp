@@ -77,8 +77,10 @@ std::string Fault(const std::vector<Util::Option>& table, const Util::ParseArgs:
 {
     for (const Util::Option& option : table) {
         const std::string* const value = args.FindValue(std::string(option.name));
-        const std::string fault = value ? ValueFault(option.name, option.valueName, *value) : "";
-        if (!fault.empty()) {
+        if (!value) {
+            continue;
+        }
+        if (const std::string fault = ValueFault(option.name, option.valueName, *value); !fault.empty()) {
             const bool isQuoted = fault.ends_with('?');
             return "option " + std::string(option.name) + " " + fault + (isQuoted ? "" : ", found \"" + *value + "\"");
         }
