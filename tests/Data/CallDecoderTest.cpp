@@ -202,6 +202,7 @@ TEST_F(CallDecoderTest, DrawsFromClientMemoryNeedTheirVertices)
     Deliver(0, 0, 5, 40);
     Call(CallId::glDrawElements, triangles, 3, Enum::UnsignedByte, std::vector<std::uint8_t>{0, 5, 2});
     Deliver(0, 0, 3, 23); // the last vertex is cut
+    Deliver(0, 1u << 28, 3, 24);
     Call(CallId::glDrawArrays, triangles, -1, 3);
     Play();
     EXPECT_THAT(reports,
@@ -210,6 +211,7 @@ TEST_F(CallDecoderTest, DrawsFromClientMemoryNeedTheirVertices)
                             HasSubstr("attribute 3: expected 3 vertices from 0, found 2 from 0"),
                             HasSubstr("attribute 0: expected 6 vertices from 0, found 5 from 0"),
                             HasSubstr("vertex data: attribute 0: expected 24 bytes inside the record, found 23"),
+                            HasSubstr("1073741824 bytes in front of the first vertex, found 2147483648"),
                             HasSubstr("glDrawArrays: client memory of attribute 0")));
 }
 

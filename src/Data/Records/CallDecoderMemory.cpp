@@ -100,15 +100,19 @@ void CallDecoder::DecodeVertexAttribData(std::uint8_t* record)
     }
     const std::uint64_t needed =
         (std::uint64_t{data.count} - 1) * static_cast<std::uint32_t>(data.stride) + elementBytes;
-    if (!view.HasContents(data.data, sizeof data) || data.data.bytes < needed ||
-        std::uint64_t{data.first} * static_cast<std::uint32_t>(data.stride) > maxVertexOffset) {
+    const std::uint64_t inFront = std::uint64_t{data.first} * static_cast<std::uint32_t>(data.stride);
+    if (inFront > maxVertexOffset) {
+        m_diagnostics.Skipped(name, "attribute " + std::to_string(data.index),
+                              "at most " + Bytes(maxVertexOffset) + " in front of the first vertex", Bytes(inFront));
+        return;
+    }
+    if (!view.HasContents(data.data, sizeof data) || data.data.bytes < needed) {
         m_diagnostics.Skipped(name, "attribute " + std::to_string(data.index), Bytes(needed) + " inside the record",
                               Bytes(data.data.bytes) + " at " + std::to_string(data.data.offset));
         return;
     }
     // The driver counts from vertex 0, which lies in front of the contents when the draw does not need it.
-    const std::uintptr_t base = reinterpret_cast<std::uintptr_t>(record) + data.data.offset -
-                                std::uintptr_t{data.first} * static_cast<std::uint32_t>(data.stride);
+    const std::uintptr_t base = reinterpret_cast<std::uintptr_t>(record) + data.data.offset - inFront;
     auto* const vertices = reinterpret_cast<std::uint8_t*>(base);
     // With an array buffer bound, the driver would take the pointer for an offset.
     const std::uint32_t arrayBuffer = Context().BoundBuffer(Enum::ArrayBuffer);
