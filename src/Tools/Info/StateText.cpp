@@ -131,9 +131,9 @@ void AddOwner(const Data::StateModel& model, Owner owner, StateSnapshot::Values&
             group.try_emplace(second, description.initial.begin(),
                               description.initial.begin() + description.initialWords);
         StateValues state(key.first, values);
-        const bool isOne =
-            group.size() == SetAtOnce(counted) && counted != Counted::Number && counted != Counted::Enum &&
-            std::ranges::all_of(group, [&](const auto& other) { return other.second == group.begin()->second; });
+        const auto isAsFirst = [&first = group.begin()->second](const auto& other) { return other.second == first; };
+        const bool isOne = group.size() == SetAtOnce(counted) && counted != Counted::Number &&
+                           counted != Counted::Enum && std::ranges::all_of(group, isAsFirst);
         for (const auto& [second, words] : group) {
             state.Add(key.second, isOne ? "" : IndexText(counted, second), words);
             if (isOne)
