@@ -17,8 +17,6 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
-using testing::Pointee;
-using testing::UnorderedElementsAre;
 
 using Table = GLResourceTable;
 

@@ -10,9 +10,7 @@
 namespace Playback {
 namespace {
 
-using testing::ElementsAre;
 using testing::ElementsAreArray;
-using testing::IsEmpty;
 
 PlaybackEnvironment& Settings()
 {

@@ -5,7 +5,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::Pair;
 using Util::AfterFirstPositional;
 using Util::CommandLine;
 

@@ -15,11 +15,13 @@ struct Family {
     Family(const std::string& name, void (*draw)(Stage& stage));
 };
 
+// NOLINTBEGIN(bugprone-macro-parentheses): the name of a parameter cannot have them.
 /// Defines a family: FAMILY("buffer-maps", stage) { draws on the stage }. One for each file.
 #define FAMILY(name, stage)                                                                                            \
     static void Draw(Stage& stage);                                                                                    \
     static const Family family(name, Draw);                                                                            \
     static void Draw(Stage& stage)
+// NOLINTEND(bugprone-macro-parentheses)
 
 /// Sets the viewport to one of the four quarters of the picture.
 void Quarter(int index);
