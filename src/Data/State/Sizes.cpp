@@ -92,27 +92,6 @@ std::uint32_t Components(std::uint32_t format)
     }
 }
 
-std::int64_t ImageBytes(const PixelStore& store, std::int64_t width, std::int64_t height, std::int64_t depth,
-                        std::int64_t imageHeight, std::int64_t skipImages, std::uint32_t format, std::uint32_t type)
-{
-    if (width <= 0 || height <= 0 || depth <= 0)
-        return 0;
-    const std::uint32_t pixel = PixelBytes(format, type);
-    if (pixel == 0)
-        return unknownSize;
-    const Wide alignment = static_cast<Wide>(store.alignment);
-    const Wide rowPixels = static_cast<Wide>(store.rowLength > 0 ? store.rowLength : width);
-    const Wide row = (rowPixels * pixel + alignment - 1) / alignment * alignment;
-    const Wide image = row * static_cast<Wide>(imageHeight > 0 ? imageHeight : height);
-    // Each factor is below 2^63 and row below 2^68, so three of them can pass 128 bits; give up long before.
-    if (row > static_cast<Wide>(unknownSize) || image > static_cast<Wide>(unknownSize))
-        return unknownSize;
-    const Wide images = static_cast<Wide>(skipImages) + static_cast<Wide>(depth) - 1;
-    const Wide rows = static_cast<Wide>(store.skipRows) + static_cast<Wide>(height) - 1;
-    const Wide pixels = static_cast<Wide>(store.skipPixels) + static_cast<Wide>(width);
-    return Saturate(images * image + rows * row + pixels * pixel);
-}
-
 } // namespace
 
 std::uint32_t PixelBytes(std::uint32_t format, std::uint32_t type)
@@ -127,13 +106,31 @@ std::uint32_t PixelBytes(std::uint32_t format, std::uint32_t type)
 std::int64_t ImageBytes(const PixelStore& store, std::int64_t width, std::int64_t height, std::uint32_t format,
                         std::uint32_t type)
 {
-    return ImageBytes(store, width, height, 1, 0, 0, format, type);
+    PixelStore flat = store;
+    flat.imageHeight = 0;
+    flat.skipImages = 0;
+    return ImageBytes(flat, width, height, 1, format, type);
 }
 
 std::int64_t ImageBytes(const PixelStore& store, std::int64_t width, std::int64_t height, std::int64_t depth,
                         std::uint32_t format, std::uint32_t type)
 {
-    return ImageBytes(store, width, height, depth, store.imageHeight, store.skipImages, format, type);
+    if (width <= 0 || height <= 0 || depth <= 0)
+        return 0;
+    const std::uint32_t pixel = PixelBytes(format, type);
+    if (pixel == 0)
+        return unknownSize;
+    const Wide alignment = static_cast<Wide>(store.alignment);
+    const Wide rowPixels = static_cast<Wide>(store.rowLength > 0 ? store.rowLength : width);
+    const Wide row = (rowPixels * pixel + alignment - 1) / alignment * alignment;
+    const Wide image = row * static_cast<Wide>(store.imageHeight > 0 ? store.imageHeight : height);
+    // Each factor is below 2^63 and row below 2^68, so three of them can pass 128 bits; give up long before.
+    if (row > static_cast<Wide>(unknownSize) || image > static_cast<Wide>(unknownSize))
+        return unknownSize;
+    const Wide images = static_cast<Wide>(store.skipImages) + static_cast<Wide>(depth) - 1;
+    const Wide rows = static_cast<Wide>(store.skipRows) + static_cast<Wide>(height) - 1;
+    const Wide pixels = static_cast<Wide>(store.skipPixels) + static_cast<Wide>(width);
+    return Saturate(images * image + rows * row + pixels * pixel);
 }
 
 std::int64_t IndexSize(std::uint32_t type)
