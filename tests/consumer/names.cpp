@@ -5,8 +5,10 @@
 #include "Playback/AnnotationWriter.h"
 #include "Playback/Controller.h"
 #include "Playback/ForceFlushBlockEventHandler.h"
+#include "Playback/Images/EGLImageBuffer.h"
 #include "Playback/Meta/CommonMetaHandler.h"
 #include "Playback/Meta/ImageMetaHandler.h"
+#include "Playback/Names/GLResourceTable.h"
 #include "Playback/PlaybackSettings.h"
 #include "Playback/SkipApiBlockEventHandler.h"
 #include "Playback/Statistics/EGLStatsAdapter.h"
@@ -37,19 +39,28 @@ struct Processor : Data::DCAPFileProcessor {
 
 template <auto... Members> constexpr std::size_t Count = sizeof...(Members);
 
-static_assert(Count<&Playback::Controller::Update, &Playback::WaylandWindow::CreateNewWindow,
-                    &Playback::WindowManager::CreateNewWindow, &Playback::Window::CanShow, &Playback::Window::CanHide,
-                    &Playback::Window::Raise, &Playback::Window::Position, &Playback::Window::SupportsFullscreen,
-                    &Playback::EGLProxySurface::CreatePixmapSurface64, &Playback::EGLProxySurfaceFactory::Terminate,
-                    &Playback::PlaybackEnvironment::m_screenshotPath, &Core::KHRLayer::ClearEGLApi,
-                    &Core::KHRLayer::ClearEGLExtApi, &Core::KHRLayer::ClearGLESApi, &Core::KHRLayer::ClearGLESExpApi,
-                    &Core::Log::SetZones> == 16);
+static_assert(
+    Count<&Playback::Controller::Update, &Playback::WaylandWindow::CreateNewWindow,
+          &Playback::WindowManager::CreateNewWindow, &Playback::Window::CanShow, &Playback::Window::CanHide,
+          &Playback::Window::Raise, &Playback::Window::Position, &Playback::Window::SupportsFullscreen,
+          &Playback::EGLProxySurface::CreatePixmapSurface64, &Playback::EGLProxySurfaceFactory::Terminate,
+          &Playback::PlaybackEnvironment::m_screenshotPath, &Core::KHRLayer::ClearEGLApi,
+          &Core::KHRLayer::ClearEGLExtApi, &Core::KHRLayer::ClearGLESApi, &Core::KHRLayer::ClearGLESExpApi,
+          &Core::Log::SetZones, &Core::LogFormat::GetGLEnumString, &Core::KHRLayer::playbackEGLProcTable,
+          &Core::KHRLayer::playbackEGLExtProcTable, &Core::KHRLayer::playbackGLESProcTable,
+          &Core::KHRLayer::playbackGLESExtProcTable, &Util::String::FromInt, &Util::Path::GetFilePart,
+          &Util::ParseCmdArgsLogLevel, &Util::GetBindBuffer, &Util::GetInternalFormat, &Playback::RangeSeparator,
+          &Playback::GLResourceTable::GetMappedBufferId, &Playback::GLResourceTable::GetEGLSurfaceAttribs,
+          &Playback::GLResourceTable::AddIdGLFragDataIndex, &Playback::EGLImageBuffer::GetGrallocFormat,
+          &Playback::EGLImageBuffer::GetTavoImageFormat, &Playback::GLStatsAdapter::LogCapTypeUsed,
+          &Playback::GLStatsAdapter::LogXml, &Playback::EGLStatsAdapter::LogXml> == 35);
 static_assert(sizeof(Playback::SingleWindowManager) + sizeof(Playback::StatsBin) + sizeof(Playback::GLStatsAdapter) +
                   sizeof(Playback::EGLStatsAdapter) + sizeof(Playback::ImageMetaHandler) +
                   sizeof(Playback::CommonMetaHandler) + sizeof(Playback::SkipApiBlockEventHandler) +
                   sizeof(Playback::ForceFlushBlockEventHandler) + sizeof(Playback::EGLSingleSurfaceFactory) +
                   sizeof(Playback::EGLOffscreenSurfaceFactory) + sizeof(Util::GLScreenshotHandler) + sizeof(Writer) +
-                  sizeof(Meta) + sizeof(Processor) >
+                  sizeof(Meta) + sizeof(Processor) + sizeof(Data::PointerData) + sizeof(Data::EGLImageData) +
+                  sizeof(Data::FrameHashHandler) + sizeof(Util::ImageFormat) + sizeof(Util::ParseArgs::CmdLineArgs) >
               0);
 
 } // namespace
