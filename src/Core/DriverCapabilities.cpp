@@ -6,18 +6,6 @@ namespace Core {
 
 namespace {
 
-bool IsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-/// Version at the start of `text`, digit, point, digit; 0 when there is none.
-ContextVersion LeadingVersion(std::string_view text)
-{
-    const bool isVersion = text.size() >= 3 && IsDigit(text[0]) && text[1] == '.' && IsDigit(text[2]);
-    return isVersion ? (text[0] - '0') * 10 + (text[2] - '0') : 0;
-}
-
 /// Calls `function` with each non-empty piece of `text`.
 template <class Function> void ForEachPiece(std::string_view text, char separator, Function function)
 {
@@ -31,17 +19,6 @@ template <class Function> void ForEachPiece(std::string_view text, char separato
 }
 
 } // namespace
-
-ContextVersion ParseContextVersion(std::string_view text)
-{
-    for (const std::string_view prefix : {"OpenGL ES ", "OpenGL ES-CM ", "OpenGL ES-CL "}) {
-        if (text.starts_with(prefix)) {
-            if (const ContextVersion version = LeadingVersion(text.substr(prefix.size())))
-                return version;
-        }
-    }
-    return 20;
-}
 
 void DriverCapabilities::Add(ContextVersion version, std::string_view extensions)
 {

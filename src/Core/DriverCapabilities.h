@@ -5,13 +5,9 @@
 #include <string>
 #include <string_view>
 
+#include "Interfaces/GLState.h"
+
 namespace Core {
-
-/// Version of a context, 32 for OpenGL ES 3.2.
-using ContextVersion = int;
-
-/// Version in a GL_VERSION string; 20 when the string is not OpenGL ES's ("OpenGL ES 3.2 Mesa", "OpenGL ES-CM 1.1").
-[[nodiscard]] ContextVersion ParseContextVersion(std::string_view text);
 
 /// The versions and extensions of all contexts seen so far, since one set of tables serves them all.
 class DriverCapabilities {

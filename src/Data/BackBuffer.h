@@ -9,13 +9,13 @@ namespace Data {
 
 /// The driver's functions that reading back needs, with the plain types behind the GL ones. Null where it has none.
 struct BackBufferFunctions {
-    const unsigned char* (*getString)(unsigned int name);
-    void (*getIntegerv)(unsigned int name, int* value);
-    void (*pixelStorei)(unsigned int name, int value);
-    void (*bindBuffer)(unsigned int target, unsigned int buffer);
-    void (*bindFramebuffer)(unsigned int target, unsigned int framebuffer);
-    void (*readBuffer)(unsigned int buffer);
-    void (*readPixels)(int x, int y, int width, int height, unsigned int format, unsigned int type, void* pixels);
+    const unsigned char* (*glGetString)(unsigned int name);
+    void (*glGetIntegerv)(unsigned int name, int* value);
+    void (*glPixelStorei)(unsigned int name, int value);
+    void (*glBindBuffer)(unsigned int target, unsigned int buffer);
+    void (*glBindFramebuffer)(unsigned int target, unsigned int framebuffer);
+    void (*glReadBuffer)(unsigned int buffer);
+    void (*glReadPixels)(int x, int y, int width, int height, unsigned int format, unsigned int type, void* pixels);
 };
 
 /// Reads the back buffer of the current read surface and hashes it: XXH3-64 over RGBA bytes, bottom row first, rows

@@ -5,6 +5,7 @@
 #include "Host/Verify/Verification.h"
 #include "Host/Wayland/ReplayWindows.h"
 #include "Interfaces/Core.h"
+#include "Interfaces/GLState.h"
 #include "Playback/Calls/EGLPlaybackAdapter.h"
 #include "Playback/Calls/GLPlaybackAdapter.h"
 #include "Playback/ForceFlushBlockEventHandler.h"
@@ -68,26 +69,17 @@ void Engine::ShowFramebuffer(std::uint32_t captured, std::int32_t x, std::int32_
     }
     const EGLDisplay display = egl.eglGetCurrentDisplay();
     const EGLSurface surface = egl.eglGetCurrentSurface(EGL_DRAW);
-    GLint draw = 0;
-    GLint read = 0;
     EGLint width = 0;
     EGLint height = 0;
-    gl.glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &draw);
-    gl.glGetIntegerv(GL_READ_FRAMEBUFFER_BINDING, &read);
     egl.eglQuerySurface(display, surface, EGL_WIDTH, &width);
     egl.eglQuerySurface(display, surface, EGL_HEIGHT, &height);
-    const GLboolean isScissored = gl.glIsEnabled(GL_SCISSOR_TEST);
-    gl.glDisable(GL_SCISSOR_TEST);
-    gl.glBindFramebuffer(GL_READ_FRAMEBUFFER, m_resourceTable->GetValueGLFramebuffer(captured));
-    gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
+    const auto scissor = Core::DisableScoped(gl, GL_SCISSOR_TEST);
+    const auto read = Core::BindScoped(gl, gl.glBindFramebuffer, Core::ReadFramebuffer,
+                                       m_resourceTable->GetValueGLFramebuffer(captured));
+    const auto draw = Core::BindScoped(gl, gl.glBindFramebuffer, Core::DrawFramebuffer, 0);
     // What lies outside of either framebuffer is not drawn.
     gl.glBlitFramebuffer(0, 0, width, height, x, y, x + width, y + height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
     egl.eglSwapBuffers(display, surface);
-    gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, static_cast<GLuint>(draw));
-    gl.glBindFramebuffer(GL_READ_FRAMEBUFFER, static_cast<GLuint>(read));
-    if (isScissored) {
-        gl.glEnable(GL_SCISSOR_TEST);
-    }
 }
 
 std::map<std::string, std::uint64_t> Engine::Errors() const

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "Interfaces/GLState.h"
 #include "Interfaces/Util.h"
 
 namespace Replay {
@@ -38,23 +39,14 @@ int VersionOf(GLenum target)
 int DriverContext::Version()
 {
     if (m_version < 0) {
-        const auto* const text =
-            m_driver.glGetString ? reinterpret_cast<const char*>(m_driver.glGetString(GL_VERSION)) : nullptr;
-        constexpr std::string_view prefix = "OpenGL ES ";
-        const std::string_view version = text ? text : "";
-        const bool isKnown = version.starts_with(prefix) && version.size() >= prefix.size() + 3;
-        m_version = isKnown ? (version[prefix.size()] - '0') * 10 + (version[prefix.size() + 2] - '0') : 0;
+        m_version = Core::GetVersion(m_driver, 0);
     }
     return m_version;
 }
 
 GLint DriverContext::Integer(GLenum name) const
 {
-    GLint value = 0;
-    if (m_driver.glGetIntegerv) {
-        m_driver.glGetIntegerv(name, &value);
-    }
-    return value;
+    return Core::GetInteger(m_driver, name);
 }
 
 GLint DriverContext::Attrib(GLuint index, GLenum name) const

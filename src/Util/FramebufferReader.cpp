@@ -1,6 +1,5 @@
 #include "Util/FramebufferReader.h"
 
-#include <cstdio>
 #include <utility>
 
 #include <GLES3/gl32.h>
@@ -43,21 +42,16 @@ std::string Failed(const char* what, GLenum error)
 
 FramebufferReader::FramebufferReader() : m_gl(Core::KHRLayer::GLESProc())
 {
-    const GLubyte* version = m_gl.glGetString ? m_gl.glGetString(GL_VERSION) : nullptr;
-    if (!version) {
+    const Core::ContextVersion version = Core::GetVersion(m_gl);
+    if (version == 0) {
         m_error = "no context is current";
         return;
     }
-    int major = 2;
-    int minor = 0;
-    std::sscanf(reinterpret_cast<const char*>(version), "OpenGL ES %d.%d", &major, &minor);
-    m_isES3 = major >= 3 && m_gl.glReadBuffer && m_gl.glBlitFramebuffer;
-    m_isES31 = m_isES3 && (major > 3 || minor >= 1) && m_gl.glGetTexLevelParameteriv;
-    if (const GLubyte* extensions = m_gl.glGetString(GL_EXTENSIONS))
-        m_extensions = reinterpret_cast<const char*>(extensions);
+    m_isES3 = version >= 30 && m_gl.glReadBuffer && m_gl.glBlitFramebuffer;
+    m_isES31 = m_isES3 && version >= 31 && m_gl.glGetTexLevelParameteriv;
 
     (void)TakeErrors();
-    ArrangePackState();
+    m_rows.emplace(m_gl, Core::PixelTransfer::Read, m_isES3 ? version : 20);
     ArrangeReadFramebuffer();
     FindSize();
     (void)TakeErrors();
@@ -65,14 +59,9 @@ FramebufferReader::FramebufferReader() : m_gl(Core::KHRLayer::GLESProc())
 
 FramebufferReader::~FramebufferReader()
 {
-    if (m_readBuffer)
-        m_gl.glReadBuffer(*m_readBuffer);
-    if (m_readFramebuffer)
-        m_gl.glBindFramebuffer(GL_READ_FRAMEBUFFER, *m_readFramebuffer);
-    for (const Saved& parameter : m_packParameters)
-        m_gl.glPixelStorei(parameter.name, parameter.value);
-    if (m_packBuffer)
-        m_gl.glBindBuffer(GL_PIXEL_PACK_BUFFER, *m_packBuffer);
+    m_readBuffer = {};
+    m_readFramebuffer = {};
+    m_rows.reset();
     if (m_gl.glGetError)
         (void)TakeErrors();
 }
@@ -103,7 +92,7 @@ FramebufferReader::Result FramebufferReader::ReadDepth()
 {
     if (!m_error.empty() || Get(GL_DEPTH_BITS) == 0)
         return {{}, m_error, false};
-    if (!HasExtension("GL_NV_read_depth"))
+    if (!Core::HasExtension(m_gl, "GL_NV_read_depth"))
         return {{}, "the driver lacks GL_NV_read_depth", true};
     // Which types are accepted depends on the kind of depth buffer.
     Result result;
@@ -119,26 +108,9 @@ FramebufferReader::Result FramebufferReader::ReadStencil()
 {
     if (!m_error.empty() || Get(GL_STENCIL_BITS) == 0)
         return {{}, m_error, false};
-    if (!HasExtension("GL_NV_read_stencil"))
+    if (!Core::HasExtension(m_gl, "GL_NV_read_stencil"))
         return {{}, "the driver lacks GL_NV_read_stencil", true};
     return ReadBuffer({GL_STENCIL_ATTACHMENT, GL_STENCIL_BUFFER_BIT}, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE);
-}
-
-bool FramebufferReader::HasExtension(std::string_view name) const
-{
-    for (std::size_t at = m_extensions.find(name); at != std::string_view::npos; at = m_extensions.find(name, at + 1)) {
-        const std::size_t end = at + name.size();
-        if ((at == 0 || m_extensions[at - 1] == ' ') && (end == m_extensions.size() || m_extensions[end] == ' '))
-            return true;
-    }
-    return false;
-}
-
-std::int32_t FramebufferReader::Get(unsigned int name) const
-{
-    GLint value = 0;
-    m_gl.glGetIntegerv(name, &value);
-    return value;
 }
 
 /// Clears the context's errors; returns the first one.
@@ -151,33 +123,12 @@ unsigned int FramebufferReader::TakeErrors() const
     return first;
 }
 
-void FramebufferReader::ArrangePackState()
-{
-    const auto arrange = [this](GLenum name, GLint wanted) {
-        m_packParameters.push_back({name, Get(name)});
-        m_gl.glPixelStorei(name, wanted);
-    };
-    arrange(GL_PACK_ALIGNMENT, 1);
-    if (m_isES3 || HasExtension("GL_NV_pack_subimage")) {
-        arrange(GL_PACK_ROW_LENGTH, 0);
-        arrange(GL_PACK_SKIP_PIXELS, 0);
-        arrange(GL_PACK_SKIP_ROWS, 0);
-    }
-    if (HasExtension("GL_ANGLE_pack_reverse_row_order"))
-        arrange(GL_PACK_REVERSE_ROW_ORDER_ANGLE, 0);
-    if (m_isES3 || HasExtension("GL_NV_pixel_buffer_object")) {
-        m_packBuffer = Get(GL_PIXEL_PACK_BUFFER_BINDING);
-        m_gl.glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
-    }
-}
-
 void FramebufferReader::ArrangeReadFramebuffer()
 {
     m_framebuffer = static_cast<GLuint>(Get(GL_FRAMEBUFFER_BINDING));
     if (m_isES3) {
-        m_readFramebuffer = Get(GL_READ_FRAMEBUFFER_BINDING);
-        m_gl.glBindFramebuffer(GL_READ_FRAMEBUFFER, m_framebuffer);
-        m_readBuffer = Get(GL_READ_BUFFER);
+        m_readFramebuffer = Core::BindScoped(m_gl, m_gl.glBindFramebuffer, Core::ReadFramebuffer, m_framebuffer);
+        m_readBuffer = Core::KeepReadBuffer(m_gl);
     }
     m_colorBuffer = FindColorBuffer();
 }
@@ -242,16 +193,15 @@ FramebufferReader::Storage FramebufferReader::FindStorage(unsigned int attachmen
     if (objectType != GL_RENDERBUFFER)
         return {};
 
-    const GLint bound = Get(GL_RENDERBUFFER_BINDING);
-    m_gl.glBindRenderbuffer(GL_RENDERBUFFER,
-                            static_cast<GLuint>(GetAttachment(attachment, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME)));
+    const auto bound =
+        Core::BindScoped(m_gl, m_gl.glBindRenderbuffer, Core::Renderbuffer,
+                         static_cast<GLuint>(GetAttachment(attachment, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME)));
     Storage storage;
     GLint internalFormat = 0;
     m_gl.glGetRenderbufferParameteriv(GL_RENDERBUFFER, GL_RENDERBUFFER_WIDTH, &storage.width);
     m_gl.glGetRenderbufferParameteriv(GL_RENDERBUFFER, GL_RENDERBUFFER_HEIGHT, &storage.height);
     m_gl.glGetRenderbufferParameteriv(GL_RENDERBUFFER, GL_RENDERBUFFER_INTERNAL_FORMAT, &internalFormat);
     storage.internalFormat = static_cast<GLenum>(internalFormat);
-    m_gl.glBindRenderbuffer(GL_RENDERBUFFER, static_cast<GLuint>(bound));
     return storage;
 }
 
@@ -269,8 +219,7 @@ FramebufferReader::Storage FramebufferReader::FindTextureStorage(unsigned int at
     (void)TakeErrors();
     // Nothing tells the target of a texture, but a texture can be bound to its own target only.
     for (const TextureTarget& candidate : TextureTargets) {
-        const GLint bound = Get(candidate.binding);
-        m_gl.glBindTexture(candidate.target, texture);
+        const auto bound = Core::BindScoped(m_gl, m_gl.glBindTexture, {candidate.target, candidate.binding}, texture);
         if (TakeErrors() != GL_NO_ERROR)
             continue;
         Storage storage;
@@ -279,7 +228,6 @@ FramebufferReader::Storage FramebufferReader::FindTextureStorage(unsigned int at
         m_gl.glGetTexLevelParameteriv(candidate.levelTarget, level, GL_TEXTURE_HEIGHT, &storage.height);
         m_gl.glGetTexLevelParameteriv(candidate.levelTarget, level, GL_TEXTURE_INTERNAL_FORMAT, &internalFormat);
         storage.internalFormat = static_cast<GLenum>(internalFormat);
-        m_gl.glBindTexture(candidate.target, static_cast<GLuint>(bound));
         return storage;
     }
     return {};
@@ -302,8 +250,8 @@ FramebufferReader::Result FramebufferReader::ReadResolved(Buffer buffer, unsigne
     const GLenum attachment = buffer.bit == GL_COLOR_BUFFER_BIT ? GL_COLOR_ATTACHMENT0
                               : isPacked                        ? GL_DEPTH_STENCIL_ATTACHMENT
                                                                 : buffer.attachment;
-    const GLint boundRenderbuffer = Get(GL_RENDERBUFFER_BINDING);
-    const bool hasScissor = m_gl.glIsEnabled(GL_SCISSOR_TEST) == GL_TRUE; // cuts blits as well
+    const auto scissor = Core::DisableScoped(m_gl, GL_SCISSOR_TEST); // cuts blits as well
+    const auto boundRenderbuffer = Core::KeepBound(m_gl, m_gl.glBindRenderbuffer, Core::Renderbuffer);
     (void)TakeErrors();
 
     GLuint renderbuffer = 0;
@@ -314,7 +262,6 @@ FramebufferReader::Result FramebufferReader::ReadResolved(Buffer buffer, unsigne
     m_gl.glGenFramebuffers(1, &framebuffer);
     m_gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, framebuffer);
     m_gl.glFramebufferRenderbuffer(GL_DRAW_FRAMEBUFFER, attachment, GL_RENDERBUFFER, renderbuffer);
-    m_gl.glDisable(GL_SCISSOR_TEST);
     m_gl.glBlitFramebuffer(0, 0, m_width, m_height, 0, 0, m_width, m_height, buffer.bit, GL_NEAREST);
 
     Result result;
@@ -325,9 +272,6 @@ FramebufferReader::Result FramebufferReader::ReadResolved(Buffer buffer, unsigne
         result = Read(format, type);
     }
 
-    if (hasScissor)
-        m_gl.glEnable(GL_SCISSOR_TEST);
-    m_gl.glBindRenderbuffer(GL_RENDERBUFFER, static_cast<GLuint>(boundRenderbuffer));
     m_gl.glBindFramebuffer(GL_FRAMEBUFFER, m_framebuffer);
     m_gl.glDeleteFramebuffers(1, &framebuffer);
     m_gl.glDeleteRenderbuffers(1, &renderbuffer);

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "Interfaces/Core.h"
+#include "Interfaces/GLState.h"
 
 namespace Util {
 
@@ -56,18 +56,11 @@ private:
         unsigned int attachment;
         unsigned int bit;
     };
-    /// A piece of integer state and the value to put back.
-    struct Saved {
-        unsigned int name;
-        std::int32_t value;
-    };
 
-    [[nodiscard]] bool HasExtension(std::string_view name) const;
-    [[nodiscard]] std::int32_t Get(unsigned int name) const;
+    [[nodiscard]] std::int32_t Get(unsigned int name) const { return Core::GetInteger(m_gl, name); }
     [[nodiscard]] unsigned int TakeErrors() const;
     [[nodiscard]] bool IsDefaultFramebuffer() const { return m_framebuffer == 0; }
 
-    void ArrangePackState();
     void ArrangeReadFramebuffer();
     void FindSize();
     [[nodiscard]] unsigned int FindColorBuffer() const;
@@ -81,7 +74,6 @@ private:
     const Core::GLESProcTable& m_gl;
     /// Why nothing can be read; empty when reading is possible.
     std::string m_error;
-    std::string_view m_extensions;
     bool m_isES3 = false;
     bool m_isES31 = false;
     std::int32_t m_width = 0;
@@ -91,11 +83,10 @@ private:
     /// GL_NONE when nothing is drawn to colour buffers.
     unsigned int m_colorBuffer = 0;
 
-    // What the destructor puts back.
-    std::vector<Saved> m_packParameters;
-    std::optional<unsigned int> m_packBuffer;
-    std::optional<unsigned int> m_readFramebuffer;
-    std::optional<unsigned int> m_readBuffer;
+    // What is put back, in the opposite order.
+    std::optional<Core::PackedRows> m_rows;
+    Core::ScopedState m_readFramebuffer;
+    Core::ScopedState m_readBuffer;
 };
 
 } // namespace Util

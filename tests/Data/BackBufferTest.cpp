@@ -91,7 +91,7 @@ TEST(BackBufferTest, IsReadWhateverIsBoundAndAllStateIsPutBack)
         EXPECT_EQ(context.state, before);
         EXPECT_EQ(Data::HashBackBuffer(Functions, 0, 2, scratch), std::nullopt);
         Data::BackBufferFunctions withoutContext = Functions;
-        withoutContext.getString = [](unsigned int) -> const unsigned char* { return nullptr; };
+        withoutContext.glGetString = [](unsigned int) -> const unsigned char* { return nullptr; };
         EXPECT_EQ(Data::HashBackBuffer(withoutContext, 3, 2, scratch), std::nullopt);
     }
 }

@@ -7,6 +7,7 @@
 #include "Core/DriverCapabilities.h"
 #include "Data/Capture/CaptureHeader.h"
 #include "Interfaces/Core.h"
+#include "Interfaces/GLState.h"
 
 namespace Host {
 
@@ -39,9 +40,7 @@ std::string VersionText(int version)
 
 std::int32_t GetInteger(GLenum name)
 {
-    GLint value = 0;
-    KHRLayer::GLESProc().glGetIntegerv(name, &value);
-    return value;
+    return Core::GetInteger(KHRLayer::GLESProc(), name);
 }
 
 /// The numbers that belong to a count, such as those of GL_COMPRESSED_TEXTURE_FORMATS.

@@ -3,6 +3,7 @@
 
 #include <GLES3/gl3.h>
 
+#include "Interfaces/GLState.h"
 #include "Playback/Calls/LiveCall.h"
 #include "Playback/PlaybackSettings.h"
 #include "Playback/Surfaces/EGLProxySurface.h"
@@ -195,10 +196,8 @@ bool EGLPlaybackAdapter::IsDepthScreenshotDue(std::uint32_t frame) const
 void EGLPlaybackAdapter::TakeFrameScreenshot(std::uint32_t frame)
 {
     const std::string name = m_settings->m_screenshotPath + "frame" + std::to_string(frame);
-    GLint draw = 0;
-    GLint read = 0;
-    LiveGLES.glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &draw);
-    LiveGLES.glGetIntegerv(GL_READ_FRAMEBUFFER_BINDING, &read);
+    const GLint draw = Core::GetInteger(LiveGLES, GL_DRAW_FRAMEBUFFER_BINDING);
+    const GLint read = Core::GetInteger(LiveGLES, GL_READ_FRAMEBUFFER_BINDING);
     if (draw != 0 || read != 0) {
         LiveGLES.glBindFramebuffer(GL_FRAMEBUFFER, 0);
     }

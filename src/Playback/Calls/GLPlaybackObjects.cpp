@@ -1,4 +1,5 @@
 // Replay of the OpenGL ES calls that make, name and link objects in a way of their own.
+#include "Interfaces/GLState.h"
 #include "Playback/Calls/GLPlaybackAdapter.h"
 #include "Playback/Names/LiveNames.h"
 
@@ -140,11 +141,7 @@ std::uint32_t BoundObject(std::uint32_t target)
     default:
         return 0;
     }
-    GLint bound = 0;
-    if (const auto getIntegerv = KHRLayer::playbackGLESProcTable.glGetIntegerv) {
-        getIntegerv(query, &bound);
-    }
-    return static_cast<std::uint32_t>(bound);
+    return static_cast<std::uint32_t>(Core::GetInteger(KHRLayer::playbackGLESProcTable, query));
 }
 
 } // namespace

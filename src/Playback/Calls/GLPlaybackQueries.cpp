@@ -1,5 +1,6 @@
 // Replay of the OpenGL ES calls whose memory needs care: mapped ranges, uploads, and outputs that the live driver may
 // fill with more than the capture holds.
+#include "Interfaces/GLState.h"
 #include "Playback/Calls/GLPlaybackAdapter.h"
 
 namespace Playback {
@@ -43,11 +44,7 @@ void GLPlaybackAdapter::EnsurePnameArraySize(std::uint32_t pname, Data::PointerD
     default:
         return;
     }
-    GLint count = 0;
-    if (const auto getIntegerv = KHRLayer::playbackGLESProcTable.glGetIntegerv) {
-        getIntegerv(countName, &count);
-    }
-    GrowArray(output, count);
+    GrowArray(output, Core::GetInteger(KHRLayer::playbackGLESProcTable, countName));
 }
 
 void GLPlaybackAdapter::EnsureActiveUniformBlockPnameArraySize(std::uint32_t program, std::uint32_t blockIndex,

@@ -1,9 +1,7 @@
 #include "Playback/Images/EGLTextureImage.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
-#include <string_view>
 #include <vector>
 
 #include <EGL/egl.h>
@@ -11,6 +9,7 @@
 #include <GLES3/gl3.h>
 
 #include "Interfaces/Core.h"
+#include "Interfaces/GLState.h"
 
 namespace Playback {
 
@@ -53,20 +52,6 @@ const Core::EGLProcTable& EGL()
     return Core::KHRLayer::EGLProc();
 }
 
-/// `list` is null or has names with blanks between them.
-bool HasExtension(const char* list, std::string_view name)
-{
-    std::string_view rest = list ? list : "";
-    while (!rest.empty()) {
-        const std::size_t end = std::min(rest.find(' '), rest.size());
-        if (rest.substr(0, end) == name) {
-            return true;
-        }
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-    }
-    return false;
-}
-
 bool HasFunctions()
 {
     const auto& egl = EGL();
@@ -78,23 +63,9 @@ bool HasFunctions()
            gl.glDeleteTextures && gl.glPixelStorei && gl.glBindBuffer;
 }
 
-GLint Get(GLenum name)
-{
-    GLint value = 0;
-    GL().glGetIntegerv(name, &value);
-    return value;
-}
-
 bool IsES3()
 {
-    int major = 0;
-    const GLubyte* version = GL().glGetString(GL_VERSION);
-    return version && std::sscanf(reinterpret_cast<const char*>(version), "OpenGL ES %d", &major) == 1 && major >= 3;
-}
-
-bool HasGLExtension(std::string_view name)
-{
-    return HasExtension(reinterpret_cast<const char*>(GL().glGetString(GL_EXTENSIONS)), name);
+    return Core::GetVersion(GL()) >= 30;
 }
 
 /// A context of the display, current while the object lives.
@@ -139,71 +110,20 @@ private:
 /// A texture of its own, bound while the object lives.
 class BoundTexture {
 public:
-    BoundTexture() : m_bound(static_cast<GLuint>(Get(GL_TEXTURE_BINDING_2D)))
+    BoundTexture() : m_bound(Core::KeepBound(GL(), GL().glBindTexture, Core::Texture2D))
     {
         GL().glGenTextures(1, &m_texture);
         GL().glBindTexture(GL_TEXTURE_2D, m_texture);
     }
-    ~BoundTexture()
-    {
-        GL().glBindTexture(GL_TEXTURE_2D, m_bound);
-        GL().glDeleteTextures(1, &m_texture);
-    }
+    ~BoundTexture() { GL().glDeleteTextures(1, &m_texture); }
     BoundTexture(const BoundTexture&) = delete;
     BoundTexture& operator=(const BoundTexture&) = delete;
 
     [[nodiscard]] GLuint Name() const { return m_texture; }
 
 private:
-    GLuint m_bound;
+    Core::ScopedState m_bound;
     GLuint m_texture = 0;
-};
-
-/// Uploads read packed rows from memory while the object lives.
-class PackedUploads {
-public:
-    PackedUploads()
-    {
-        const bool isES3 = IsES3();
-        Set(GL_UNPACK_ALIGNMENT, 1);
-        if (isES3 || HasGLExtension("GL_EXT_unpack_subimage")) {
-            Set(GL_UNPACK_ROW_LENGTH, 0);
-            Set(GL_UNPACK_SKIP_ROWS, 0);
-            Set(GL_UNPACK_SKIP_PIXELS, 0);
-        }
-        m_hasBuffer = isES3 || HasGLExtension("GL_NV_pixel_buffer_object");
-        if (m_hasBuffer) {
-            m_buffer = static_cast<GLuint>(Get(GL_PIXEL_UNPACK_BUFFER_BINDING));
-            GL().glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
-        }
-    }
-    ~PackedUploads()
-    {
-        for (const Saved& parameter : m_saved) {
-            GL().glPixelStorei(parameter.name, parameter.value);
-        }
-        if (m_hasBuffer) {
-            GL().glBindBuffer(GL_PIXEL_UNPACK_BUFFER, m_buffer);
-        }
-    }
-    PackedUploads(const PackedUploads&) = delete;
-    PackedUploads& operator=(const PackedUploads&) = delete;
-
-private:
-    struct Saved {
-        GLenum name;
-        GLint value;
-    };
-
-    void Set(GLenum name, GLint value)
-    {
-        m_saved.push_back({name, Get(name)});
-        GL().glPixelStorei(name, value);
-    }
-
-    std::vector<Saved> m_saved;
-    bool m_hasBuffer = false;
-    GLuint m_buffer = 0;
 };
 
 /// The rows of a plane without what lies between them, in the order of channels that GL takes.
@@ -233,7 +153,7 @@ std::unique_ptr<EGLTextureImage> EGLTextureImage::Create(void* display, void* sp
     const auto* format = std::find_if(std::begin(Formats), std::end(Formats),
                                       [&](const Format& candidate) { return candidate.code == data.format; });
     if (!display || format == std::end(Formats) || !HasFunctions() ||
-        !HasExtension(EGL().eglQueryString(display, EGL_EXTENSIONS), "EGL_KHR_gl_texture_2D_image")) {
+        !Core::HasWord(EGL().eglQueryString(display, EGL_EXTENSIONS), "EGL_KHR_gl_texture_2D_image")) {
         return nullptr;
     }
     const CurrentContext context(display, spare);
@@ -241,14 +161,14 @@ std::unique_ptr<EGLTextureImage> EGLTextureImage::Create(void* display, void* sp
         return nullptr;
     }
     // An upload of this size cannot fail, so that nothing asks for errors, which could be those of a captured call.
-    const auto largest = static_cast<std::uint32_t>(Get(GL_MAX_TEXTURE_SIZE));
+    const auto largest = static_cast<std::uint32_t>(Core::GetInteger(GL(), GL_MAX_TEXTURE_SIZE));
     if (data.width == 0 || data.height == 0 || data.width > largest || data.height > largest) {
         return nullptr;
     }
     const BoundTexture texture;
     // One level makes the texture complete.
     GL().glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    const PackedUploads uploads;
+    const Core::PackedRows rows(GL(), Core::PixelTransfer::Upload, Core::GetVersion(GL()));
     GL().glTexImage2D(GL_TEXTURE_2D, 0, format->internalFormat, static_cast<GLsizei>(data.width),
                       static_cast<GLsizei>(data.height), 0, GL_RGBA, format->type, nullptr);
     const EGLint attribs[] = {EGL_GL_TEXTURE_LEVEL_KHR, 0, EGL_NONE};
@@ -275,7 +195,7 @@ bool EGLTextureImage::SetContents(void* spare, const Data::EGLImageData& data) c
     }
     const BoundTexture texture;
     Core::KHRLayer::GLESExtProc().glEGLImageTargetTexture2DOES(GL_TEXTURE_2D, m_image);
-    const PackedUploads uploads;
+    const Core::PackedRows rows(GL(), Core::PixelTransfer::Upload, Core::GetVersion(GL()));
     GL().glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, static_cast<GLsizei>(m_width), static_cast<GLsizei>(m_height), GL_RGBA,
                          m_format.type, PackRows(m_format, data).data());
     return true;

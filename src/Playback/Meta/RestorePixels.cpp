@@ -1,8 +1,10 @@
 #include "Playback/Meta/RestorePixels.h"
 
 #include <initializer_list>
+#include <optional>
 
 #include "Interfaces/Core.h"
+#include "Interfaces/GLState.h"
 #include "Interfaces/Util.h"
 #include "Playback/PlaybackSettings.h"
 
@@ -20,11 +22,10 @@ template <class... Functions> bool HaveAll(Functions... functions)
     return (... && (functions != nullptr));
 }
 
-GLuint GetInteger(GLenum name)
+/// Of the active unit.
+Core::ScopedState KeepTexture()
 {
-    GLint value = 0;
-    GL().glGetIntegerv(name, &value);
-    return static_cast<GLuint>(value);
+    return Core::KeepBound(GL(), GL().glBindTexture, Core::Texture2D);
 }
 
 /// A new texture with `data` in it; 0 when there is no data or a function is missing. The bindings are put back.
@@ -34,10 +35,7 @@ GLuint Create2DTexture(GLenum internalFormat, const CapturedPixels& pixels, cons
     if (!data || !HaveAll(gl.glGenTextures, gl.glBindTexture, gl.glTexParameteri, gl.glTexImage2D, gl.glPixelStorei)) {
         return 0;
     }
-    const GLuint boundTexture = GetInteger(GL_TEXTURE_BINDING_2D);
-    const GLuint packAlignment = GetInteger(GL_PACK_ALIGNMENT);
-    const GLuint unpackAlignment = GetInteger(GL_UNPACK_ALIGNMENT);
-
+    const auto boundTexture = KeepTexture();
     GLuint texture = 0;
     gl.glGenTextures(1, &texture);
     gl.glBindTexture(GL_TEXTURE_2D, texture);
@@ -45,14 +43,10 @@ GLuint Create2DTexture(GLenum internalFormat, const CapturedPixels& pixels, cons
     gl.glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
     gl.glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     gl.glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    gl.glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    gl.glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    const auto packAlignment = Core::PixelStoreScoped(gl, GL_PACK_ALIGNMENT, 1);
+    const auto unpackAlignment = Core::PixelStoreScoped(gl, GL_UNPACK_ALIGNMENT, 1);
     gl.glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(internalFormat), static_cast<GLsizei>(pixels.width),
                     static_cast<GLsizei>(pixels.height), 0, pixels.format, pixels.type, data);
-
-    gl.glPixelStorei(GL_PACK_ALIGNMENT, static_cast<GLint>(packAlignment));
-    gl.glPixelStorei(GL_UNPACK_ALIGNMENT, static_cast<GLint>(unpackAlignment));
-    gl.glBindTexture(GL_TEXTURE_2D, boundTexture);
     return texture;
 }
 
@@ -73,27 +67,26 @@ void SyncTextureLoad()
 void BlitToDrawFramebuffer(GLenum attachment, GLbitfield mask, GLenum internalFormat, const CapturedPixels& pixels)
 {
     const auto& gl = GL();
-    const GLuint boundTexture = GetInteger(GL_TEXTURE_BINDING_2D);
-    const GLuint boundFramebuffer = GetInteger(GL_READ_FRAMEBUFFER_BINDING);
-
-    const GLuint texture = Create2DTexture(internalFormat, pixels, pixels.data);
-    gl.glBindTexture(GL_TEXTURE_2D, texture);
+    GLuint texture = 0;
     GLuint framebuffer = 0;
-    gl.glGenFramebuffers(1, &framebuffer);
-    gl.glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer);
-    gl.glFramebufferTexture2D(GL_READ_FRAMEBUFFER, attachment, GL_TEXTURE_2D, texture, 0);
-    const auto width = static_cast<GLint>(pixels.width);
-    const auto height = static_cast<GLint>(pixels.height);
-    gl.glBlitFramebuffer(0, 0, width, height, 0, 0, width, height, mask, GL_NEAREST);
-    if (gl.glGetError() != GL_NO_ERROR) {
-        PLAYBACK_LOG(Warning, General, "src/Playback/KHRMetaHandler",
-                     "Failed to restore default framebuffer data from %s texture.",
-                     Core::LogFormat::NameOrHex(Core::LogFormat::GetGLEnumString, internalFormat).c_str());
+    {
+        const auto boundFramebuffer = Core::KeepBound(gl, gl.glBindFramebuffer, Core::ReadFramebuffer);
+        const auto boundTexture = KeepTexture();
+        texture = Create2DTexture(internalFormat, pixels, pixels.data);
+        gl.glBindTexture(GL_TEXTURE_2D, texture);
+        gl.glGenFramebuffers(1, &framebuffer);
+        gl.glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer);
+        gl.glFramebufferTexture2D(GL_READ_FRAMEBUFFER, attachment, GL_TEXTURE_2D, texture, 0);
+        const auto width = static_cast<GLint>(pixels.width);
+        const auto height = static_cast<GLint>(pixels.height);
+        gl.glBlitFramebuffer(0, 0, width, height, 0, 0, width, height, mask, GL_NEAREST);
+        if (gl.glGetError() != GL_NO_ERROR) {
+            PLAYBACK_LOG(Warning, General, "src/Playback/KHRMetaHandler",
+                         "Failed to restore default framebuffer data from %s texture.",
+                         Core::LogFormat::NameOrHex(Core::LogFormat::GetGLEnumString, internalFormat).c_str());
+        }
+        SyncTextureLoad();
     }
-    SyncTextureLoad();
-
-    gl.glBindTexture(GL_TEXTURE_2D, boundTexture);
-    gl.glBindFramebuffer(GL_READ_FRAMEBUFFER, boundFramebuffer);
     gl.glDeleteTextures(1, &texture);
     gl.glDeleteFramebuffers(1, &framebuffer);
 }
@@ -207,9 +200,10 @@ bool CanBlit()
 }
 
 void DrawToTexture(GLenum target, GLuint texture, std::uint32_t depth, GLenum internalFormat, std::uint32_t layerSize,
-                   const CapturedPixels& pixels, GLuint boundFramebuffer)
+                   const CapturedPixels& pixels)
 {
     const auto& gl = GL();
+    const auto bound = static_cast<GLuint>(Core::GetInteger(gl, GL_DRAW_FRAMEBUFFER_BINDING));
     GLuint framebuffer = 0;
     gl.glGenFramebuffers(1, &framebuffer);
     gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, framebuffer);
@@ -224,7 +218,7 @@ void DrawToTexture(GLenum target, GLuint texture, std::uint32_t depth, GLenum in
             });
         }
     }
-    gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, boundFramebuffer);
+    gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, bound);
     gl.glDeleteFramebuffers(1, &framebuffer);
 }
 
@@ -267,22 +261,22 @@ void DrawDataToTarget(std::uint32_t target, std::uint32_t texture, std::uint32_t
         return;
     }
     const auto& gl = GL();
-    const GLuint usedProgram = GetInteger(GL_CURRENT_PROGRAM);
-    const GLuint boundTexture = GetInteger(GL_TEXTURE_BINDING_2D);
-    const GLuint boundFramebuffer = GetInteger(GL_DRAW_FRAMEBUFFER_BINDING);
-
-    const QuadProgram quad;
+    const auto usedProgram = static_cast<GLuint>(Core::GetInteger(gl, GL_CURRENT_PROGRAM));
+    // Deleted after the bindings are put back.
+    std::optional<QuadProgram> quad;
+    const auto boundFramebuffer = Core::KeepBound(gl, gl.glBindFramebuffer, Core::DrawFramebuffer);
+    // Of the unit that is active now; put back in the one that the quad uses.
+    const auto boundTexture = KeepTexture();
+    quad.emplace();
     if (target == GL_BACK) {
         DrawQuad(internalFormat, pixels, pixels.data, [] {});
     } else {
-        DrawToTexture(target, texture, depth, internalFormat, layerSize, pixels, boundFramebuffer);
+        DrawToTexture(target, texture, depth, internalFormat, layerSize, pixels);
     }
     SyncTextureLoad();
 
-    quad.DisableArrays();
+    quad->DisableArrays();
     gl.glUseProgram(usedProgram);
-    gl.glBindTexture(GL_TEXTURE_2D, boundTexture);
-    gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, boundFramebuffer);
 }
 
 } // namespace Playback

@@ -12,13 +12,13 @@ namespace {
 Data::BackBufferFunctions ReadBackFunctions()
 {
     Data::BackBufferFunctions functions = {};
-    functions.getString = Live<decltype(functions.getString)>(Entry::glGetString);
-    functions.getIntegerv = Live<decltype(functions.getIntegerv)>(Entry::glGetIntegerv);
-    functions.pixelStorei = Live<decltype(functions.pixelStorei)>(Entry::glPixelStorei);
-    functions.bindBuffer = Live<decltype(functions.bindBuffer)>(Entry::glBindBuffer);
-    functions.bindFramebuffer = Live<decltype(functions.bindFramebuffer)>(Entry::glBindFramebuffer);
-    functions.readBuffer = Live<decltype(functions.readBuffer)>(Entry::glReadBuffer);
-    functions.readPixels = Live<decltype(functions.readPixels)>(Entry::glReadPixels);
+    functions.glGetString = Live<decltype(functions.glGetString)>(Entry::glGetString);
+    functions.glGetIntegerv = Live<decltype(functions.glGetIntegerv)>(Entry::glGetIntegerv);
+    functions.glPixelStorei = Live<decltype(functions.glPixelStorei)>(Entry::glPixelStorei);
+    functions.glBindBuffer = Live<decltype(functions.glBindBuffer)>(Entry::glBindBuffer);
+    functions.glBindFramebuffer = Live<decltype(functions.glBindFramebuffer)>(Entry::glBindFramebuffer);
+    functions.glReadBuffer = Live<decltype(functions.glReadBuffer)>(Entry::glReadBuffer);
+    functions.glReadPixels = Live<decltype(functions.glReadPixels)>(Entry::glReadPixels);
     return functions;
 }
 

@@ -58,7 +58,7 @@ std::vector<DefaultContents> ReadDefaultContents(Data::MetaHandler& restorer, st
         return {};
     GL().glBindFramebuffer(GL_FRAMEBUFFER, 0);
     GL().glDisable(GL_SCISSOR_TEST);
-    SetPlainTransfers();
+    const PackedTransfers transfers;
     if (GL().glReadBuffer)
         GL().glReadBuffer(GL_BACK);
 

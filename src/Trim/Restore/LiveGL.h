@@ -10,6 +10,7 @@
 #include <GLES3/gl32.h>
 
 #include "Interfaces/Core.h"
+#include "Interfaces/GLState.h"
 
 namespace Trim {
 
@@ -21,9 +22,7 @@ inline const Core::GLESProcTable& GL()
 
 inline GLint GetInteger(GLenum name)
 {
-    GLint value = 0;
-    GL().glGetIntegerv(name, &value);
-    return value;
+    return Core::GetInteger(GL(), name);
 }
 
 /// A lost context reports its loss for ever.
@@ -42,8 +41,12 @@ struct Transfer {
 /// How depth or stencil of a format with these bits are read; nothing where this driver cannot.
 std::optional<Transfer> DepthStencilTransfer(GLint depthBits, GLint stencilBits, bool wantsStencil);
 
-/// Pixel transfers from and to memory move whole images without padding from now on.
-void SetPlainTransfers();
+/// Pixels move as packed rows in both directions while it lives.
+struct PackedTransfers {
+    Core::ContextVersion version = Core::GetVersion(GL());
+    Core::PackedRows read{GL(), Core::PixelTransfer::Read, version};
+    Core::PackedRows upload{GL(), Core::PixelTransfer::Upload, version};
+};
 
 /// Reads the bound framebuffer from its lower left corner, rows packed; false on an error.
 bool ReadPixels(std::int32_t width, std::int32_t height, Transfer transfer, std::vector<std::uint8_t>& pixels);

@@ -187,7 +187,7 @@ ObjectContents ReadObjectContents(StateTracker& tracker, const Data::StateContex
     // What reading needs of OpenGL ES 3.1; without it, drawing is replayed.
     if (!GL().glGetTexLevelParameteriv || !GL().glMapBufferRange || !GL().glBlitFramebuffer)
         return {};
-    SetPlainTransfers();
+    const PackedTransfers transfers;
     GL().glDisable(GL_SCISSOR_TEST);
     ObjectReader reader(tracker, replay);
     for (const auto& [key, owner] : context.group->objects.owners) {
