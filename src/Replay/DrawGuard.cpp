@@ -4,6 +4,8 @@
 #include <numeric>
 #include <span>
 
+#include "Interfaces/GLState.h"
+
 namespace Replay {
 
 /// Blocks of a program that lie in buffers.
@@ -17,12 +19,9 @@ struct DrawGuard::BlockKind {
 std::array<GLint, 3> DrawGuard::Programs(int version) const
 {
     std::array<GLint, 3> programs = {};
-    GLint pipeline = 0;
-    m_driver.glGetIntegerv(GL_CURRENT_PROGRAM, programs.data());
-    if (programs[0] == 0 && version >= 31) {
-        m_driver.glGetIntegerv(GL_PROGRAM_PIPELINE_BINDING, &pipeline);
-    }
-    if (pipeline != 0) {
+    programs[0] = Core::GetInteger(m_driver, GL_CURRENT_PROGRAM);
+    const bool mayHavePipeline = programs[0] == 0 && version >= 31;
+    if (const GLint pipeline = mayHavePipeline ? Core::GetInteger(m_driver, GL_PROGRAM_PIPELINE_BINDING) : 0) {
         GLint* program = programs.data();
         for (const GLenum stage : {GL_VERTEX_SHADER, GL_FRAGMENT_SHADER, GL_COMPUTE_SHADER}) {
             m_driver.glGetProgramPipelineiv(static_cast<GLuint>(pipeline), stage, program++);
@@ -38,8 +37,7 @@ std::vector<GLint> DrawGuard::Bindings(GLuint program, const BlockKind& kind, in
     m_driver.glGetProgramiv(program, GL_LINK_STATUS, &isLinked);
     if (!isLinked) {
         // What was in use before it failed to link still is, and cannot be asked for.
-        m_driver.glGetIntegerv(kind.limit, &blocks);
-        std::vector<GLint> all(static_cast<std::size_t>(std::max(blocks, 0)));
+        std::vector<GLint> all(static_cast<std::size_t>(std::max(Core::GetInteger(m_driver, kind.limit), 0)));
         std::iota(all.begin(), all.end(), 0);
         return all;
     }

@@ -1,5 +1,6 @@
 #include "Replay/MappingGuard.h"
 
+#include "Interfaces/GLState.h"
 #include "Interfaces/Util.h"
 
 namespace Replay {
@@ -26,10 +27,8 @@ bool MappingGuard::Holds(std::uint32_t target, std::uint64_t bytes) const
         return true;
     }
     // Only what cannot fail is asked: errors that are pending belong to the capture's calls, and so would new ones.
-    GLint buffer = 0;
     GLint isMapped = GL_FALSE;
-    gl.glGetIntegerv(Util::GetBindBuffer(target), &buffer);
-    if (buffer != 0) {
+    if (Core::GetInteger(gl, Util::GetBindBuffer(target)) != 0) {
         gl.glGetBufferParameteriv(target, GL_BUFFER_MAPPED, &isMapped);
     }
     if (isMapped) {
