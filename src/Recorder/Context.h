@@ -10,6 +10,7 @@
 #include "Data/State/ContextState.h"
 #include "Recorder/Capture.h"
 #include "Recorder/Names.h"
+#include "Recorder/Platform.h"
 
 namespace Recorder {
 
@@ -24,14 +25,22 @@ struct ShareGroup : Data::ShareGroupState {
 /// is read, under the capture's lock.
 class Context {
 public:
-    explicit Context(std::shared_ptr<ShareGroup> group) : m_group(std::move(group)), m_state(m_group) {}
+    Context(EGLContext itsName, std::shared_ptr<ShareGroup> itsGroup)
+        : name(itsName), group(std::move(itsGroup)), m_state(group)
+    {
+    }
 
-    [[nodiscard]] const std::shared_ptr<ShareGroup>& Group() const { return m_group; }
+    /// The program's handle.
+    const EGLContext name;
+    const std::shared_ptr<ShareGroup> group;
+    /// The one that the context was created with.
+    EGLConfig config = EGL_NO_CONFIG_KHR;
+
     [[nodiscard]] Data::ContextState& State() { return m_state; }
     /// The names that a replay knows.
     [[nodiscard]] NameSet& Names(NameKind kind)
     {
-        return kind == NameKind::Framebuffer ? m_framebuffers : m_group->names[static_cast<std::size_t>(kind)];
+        return kind == NameKind::Framebuffer ? m_framebuffers : group->names[static_cast<std::size_t>(kind)];
     }
 
     /// Changes the state. Without memory for that the capture can only go wrong from here on, so it stops.
@@ -68,7 +77,6 @@ public:
     [[nodiscard]] bool TakePlaceholderCreation() { return !std::exchange(m_placeholder, true); }
 
 private:
-    const std::shared_ptr<ShareGroup> m_group;
     Data::ContextState m_state;
     NameSet m_framebuffers;
     std::map<std::uint32_t, std::uint32_t> m_mappedInReplay;

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "Data/State/Contexts.h"
 #include "Recorder/RecordCalls.h"
 #include "Recorder/Symbols/LiveFunctions.h"
 
@@ -19,9 +20,8 @@ using Query = EGLBoolean (*)(EGLDisplay, void*, EGLint, EGLint*);
 
 struct Objects {
     std::mutex mutex;
-    std::unordered_map<EGLContext, ContextEntry> contexts;
-    /// By thread number: keeps a context alive that was destroyed while current.
-    std::unordered_map<std::uint32_t, std::shared_ptr<Context>> heldByThread;
+    /// By the program's handles.
+    Data::Contexts<Context, ShareGroup, EGLContext> contexts{nullptr};
     std::unordered_set<std::uint32_t> describedConfigs;
     /// Window surfaces, with the sizes last written.
     std::unordered_map<EGLSurface, SurfaceSize> windows;
@@ -113,32 +113,30 @@ void WriteSize(const Capturing& capturing, EGLDisplay display, EGLSurface surfac
 bool AddContext(EGLContext handle, EGLContext share, EGLConfig config) noexcept
 {
     return Locked([&](Objects& objects) {
-        const auto shared = objects.contexts.find(share);
-        auto group =
-            shared != objects.contexts.end() ? shared->second.context->Group() : std::make_shared<ShareGroup>();
-        objects.contexts[handle] = {std::make_shared<Context>(std::move(group)), config};
+        objects.contexts.Create(handle, share).config = config;
         return true;
     });
 }
 
 void RemoveContext(EGLContext handle) noexcept
 {
-    Locked([&](Objects& objects) { return objects.contexts.erase(handle); });
+    Locked([&](Objects& objects) {
+        objects.contexts.Destroy(handle);
+        return true;
+    });
 }
 
-ContextEntry FindContext(EGLContext handle) noexcept
+std::shared_ptr<Context> FindContext(EGLContext handle) noexcept
 {
-    return Locked([&](Objects& objects) {
-        const auto found = objects.contexts.find(handle);
-        return found != objects.contexts.end() ? found->second : ContextEntry{};
-    });
+    return Locked([&](Objects& objects) { return objects.contexts.Share(handle); });
 }
 
 void SetThreadContext(std::shared_ptr<Context> context) noexcept
 {
     thread.context = context.get();
     Locked([&](Objects& objects) {
-        objects.heldByThread[thread.number].swap(context);
+        objects.contexts.SetThread(thread.number);
+        objects.contexts.Use(std::move(context));
         return true;
     });
 }

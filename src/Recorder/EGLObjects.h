@@ -19,18 +19,12 @@ struct CurrentObjects {
 };
 extern constinit thread_local CurrentObjects current __attribute__((tls_model("initial-exec")));
 
-/// A recorded context and the config it was created with.
-struct ContextEntry {
-    std::shared_ptr<Context> context;
-    EGLConfig config = EGL_NO_CONFIG_KHR;
-};
-
 /// Remembers a new context. False, with nothing remembered, without memory.
 bool AddContext(EGLContext handle, EGLContext share, EGLConfig config) noexcept;
 /// Lets go of the context; where it is current it stays alive.
 void RemoveContext(EGLContext handle) noexcept;
-/// Empty for contexts that are not recorded.
-[[nodiscard]] ContextEntry FindContext(EGLContext handle) noexcept;
+/// Null for contexts that are not recorded.
+[[nodiscard]] std::shared_ptr<Context> FindContext(EGLContext handle) noexcept;
 /// Makes the context this thread's; null: none. It lives at least until the next call.
 void SetThreadContext(std::shared_ptr<Context> context) noexcept;
 

@@ -4,28 +4,7 @@
 
 namespace Data {
 
-ClientState::ClientState()
-    : m_none(std::make_shared<ContextState>(std::make_shared<ShareGroupState>())), m_current(m_none.get())
-{
-}
-
-void ClientState::SetCurrentThread(std::uint32_t thread)
-{
-    m_thread = thread;
-    const auto at = m_threads.find(thread);
-    m_current = at != m_threads.end() && at->second ? at->second.get() : m_none.get();
-}
-
-std::shared_ptr<ContextState> ClientState::Find(std::uint32_t context)
-{
-    if (context == 0)
-        return nullptr;
-    std::shared_ptr<ContextState>& state = m_contexts[context];
-    // A context whose creation was not seen shares with none.
-    if (!state)
-        state = std::make_shared<ContextState>(std::make_shared<ShareGroupState>());
-    return state;
-}
+ClientState::ClientState() : m_contexts(std::make_shared<Client>(0, std::make_shared<ShareGroupState>())) {}
 
 void ClientState::eglCreateContext(std::uint32_t result, std::uint32_t /*display*/, std::uint32_t /*config*/,
                                    std::uint32_t shareContext, const void* /*attribs*/)
@@ -39,20 +18,11 @@ void ClientState::eglCreateContext(std::uint32_t result, std::uint32_t /*display
         if (root != result)
             m_roots.try_emplace(result, root);
     }
-    const auto shared = m_contexts.find(shareContext);
-    const auto known = m_contexts.find(result);
     // A name that is still in use gets a context that nobody shares, so that nothing is taken for known that is not.
-    const bool isShared = shareContext != 0 && shared != m_contexts.end() && known == m_contexts.end();
-    const auto created =
-        std::make_shared<ContextState>(isShared ? shared->second->Group() : std::make_shared<ShareGroupState>());
-    if (known != m_contexts.end()) {
-        for (auto& [thread, state] : m_threads) {
-            if (state == known->second)
-                state = created;
-        }
-    }
-    m_contexts[result] = created;
-    SetCurrentThread(m_thread);
+    if (m_contexts.Find(result))
+        m_contexts.Renew(result);
+    else
+        m_contexts.Create(result, shareContext);
 }
 
 std::uint32_t ClientState::Root(std::uint32_t context) const
@@ -64,32 +34,30 @@ std::uint32_t ClientState::Root(std::uint32_t context) const
 void ClientState::eglMakeCurrent(std::int32_t result, std::uint32_t /*display*/, std::uint32_t /*draw*/,
                                  std::uint32_t /*read*/, std::uint32_t context)
 {
-    if (result == Enum::EglTrue)
-        Bind(context);
+    if (result != Enum::EglTrue)
+        return;
+    // A context whose creation was not seen shares with none.
+    if (context != 0 && !m_contexts.Find(context))
+        m_contexts.Create(context, 0);
+    m_contexts.Use(m_contexts.Share(context));
 }
 
 void ClientState::eglDestroyContext(std::int32_t result, std::uint32_t /*display*/, std::uint32_t context)
 {
-    for (const auto& [id, state] : m_contexts) {
+    for (const auto& [id, state] : m_contexts.All()) {
         if (Root(id) == context)
-            state->Group()->buffers.clear();
+            state->group->buffers.clear();
     }
     m_roots.erase(context);
     // Threads that use it keep its state until they let go of it.
     if (result == Enum::EglTrue)
-        m_contexts.erase(context);
+        m_contexts.Destroy(context);
 }
 
 void ClientState::eglReleaseThread(std::int32_t result)
 {
     if (result == Enum::EglTrue)
-        Bind(0);
-}
-
-void ClientState::Bind(std::uint32_t context)
-{
-    m_threads[m_thread] = Find(context);
-    SetCurrentThread(m_thread);
+        m_contexts.Use(nullptr);
 }
 
 } // namespace Data

@@ -4,8 +4,10 @@
 #include <cstdint>
 #include <memory>
 #include <unordered_map>
+#include <utility>
 
 #include "Data/State/ContextState.h"
+#include "Data/State/Contexts.h"
 
 namespace Data {
 
@@ -19,10 +21,13 @@ public:
     ClientState();
 
     /// The thread that the calls come from, from now on.
-    void SetCurrentThread(std::uint32_t thread);
+    void SetCurrentThread(std::uint32_t thread) { m_contexts.SetThread(thread); }
+    [[nodiscard]] std::uint32_t Thread() const { return m_contexts.Thread(); }
     /// The context of the current thread. Calls without one change a state that nothing else sees.
-    [[nodiscard]] ContextState& Context() { return *m_current; }
-    [[nodiscard]] bool HasContext() const { return m_current != m_none.get(); }
+    [[nodiscard]] ContextState& Context() { return m_contexts.Current(); }
+    [[nodiscard]] bool HasContext() const { return m_contexts.HasCurrent(); }
+    /// Its captured name; 0 for none.
+    [[nodiscard]] std::uint32_t ContextName() const { return m_contexts.Current().name; }
 
     void eglCreateContext(std::uint32_t result, std::uint32_t display, std::uint32_t config, std::uint32_t shareContext,
                           const void* attribs);
@@ -32,19 +37,21 @@ public:
     void eglReleaseThread(std::int32_t result);
 
 private:
-    std::shared_ptr<ContextState> Find(std::uint32_t context);
-    void Bind(std::uint32_t context);
+    struct Client : ContextState {
+        Client(std::uint32_t itsName, std::shared_ptr<ShareGroupState> itsGroup)
+            : ContextState(itsGroup), name(itsName), group(std::move(itsGroup))
+        {
+        }
+        std::uint32_t name;
+        std::shared_ptr<ShareGroupState> group;
+    };
+
     /// The context whose name the replay keeps the objects of the context's share group under.
     [[nodiscard]] std::uint32_t Root(std::uint32_t context) const;
 
-    std::unordered_map<std::uint32_t, std::shared_ptr<ContextState>> m_contexts;
+    Contexts<Client, ShareGroupState> m_contexts;
     /// Root of each context that was made to share with another one. It need not exist any more.
     std::unordered_map<std::uint32_t, std::uint32_t> m_roots;
-    /// The context that each thread uses; null for none.
-    std::unordered_map<std::uint32_t, std::shared_ptr<ContextState>> m_threads;
-    std::shared_ptr<ContextState> m_none;
-    ContextState* m_current;
-    std::uint32_t m_thread = 0;
 };
 
 } // namespace Data

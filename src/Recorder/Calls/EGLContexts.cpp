@@ -33,11 +33,11 @@ EGLConfig AnyConfig(EGLDisplay display)
 
 /// What a replay makes current where the program made a context current without surfaces: replays need one. It has the
 /// context's config, as contexts and surfaces have to match.
-EGLSurface Placeholder(EGLDisplay display, const ContextEntry& entry)
+EGLSurface Placeholder(EGLDisplay display, Context& context)
 {
-    const EGLSurface surface = entry.context->Placeholder();
-    if (entry.context->TakePlaceholderCreation()) {
-        const EGLConfig config = entry.config != EGL_NO_CONFIG_KHR ? entry.config : AnyConfig(display);
+    const EGLSurface surface = context.Placeholder();
+    if (context.TakePlaceholderCreation()) {
+        const EGLConfig config = context.config != EGL_NO_CONFIG_KHR ? context.config : AnyConfig(display);
         DescribeConfig(display, config);
         const EGLint attribs[] = {EGL_WIDTH, placeholderSize, EGL_HEIGHT, placeholderSize, EGL_NONE};
         Record::eglCreatePbufferSurface(Capturing(), surface, display, config, attribs);
@@ -98,23 +98,23 @@ void CompleteHeader(const CurrentObjects& objects)
 /// Behind a make-current that succeeded.
 void RecordMakeCurrent(const CurrentObjects& objects)
 {
-    const ContextEntry entry = FindContext(objects.context);
+    const std::shared_ptr<Context> context = FindContext(objects.context);
     CurrentObjects written = objects;
-    if (entry.context == nullptr) {
+    if (context == nullptr) {
         // A context that is not recorded is none to a replay.
         written.draw = written.read = EGL_NO_SURFACE;
         written.context = EGL_NO_CONTEXT;
     } else if (objects.draw == EGL_NO_SURFACE) {
-        written.draw = written.read = Placeholder(objects.display, entry);
+        written.draw = written.read = Placeholder(objects.display, *context);
     }
-    if (entry.context != nullptr) {
+    if (context != nullptr) {
         // Ahead of the call: a window that was resized before it is made current has its new size from there on.
         CheckWindowSize(objects.display, objects.draw);
     }
     Record::eglMakeCurrent(Capturing(), EGL_TRUE, written.display, written.draw, written.read, written.context);
     current = written;
-    SetThreadContext(entry.context);
-    if (entry.context != nullptr) {
+    SetThreadContext(context);
+    if (context != nullptr) {
         CompleteHeader(objects);
     }
 }
@@ -154,7 +154,7 @@ RECORDER_EXPORT EGLBoolean eglDestroyContext(EGLDisplay dpy, EGLContext ctx)
     const auto live = Live<EGLBoolean (*)(EGLDisplay, EGLContext)>(Entry::eglDestroyContext);
     const EGLCall call;
     const EGLBoolean result = live(dpy, ctx);
-    if (call && FindContext(ctx).context != nullptr) {
+    if (call && FindContext(ctx) != nullptr) {
         Record::eglDestroyContext(Capturing(), result, dpy, ctx);
         if (result == EGL_TRUE) {
             RemoveContext(ctx);

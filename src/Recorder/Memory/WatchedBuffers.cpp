@@ -30,7 +30,7 @@ struct WatchedBuffer {
     std::int64_t offset = 0;
     std::unique_ptr<WatchedMemory> memory;
 
-    [[nodiscard]] bool IsOf(Context& context) const { return group.lock() == context.Group(); }
+    [[nodiscard]] bool IsOf(Context& context) const { return group.lock() == context.group; }
 };
 
 /// For the list and all memory in it. Taken inside of the capture's lock; never held while the program's memory is
@@ -81,8 +81,8 @@ private:
 /// What is known of a buffer that was not deleted yet; null otherwise.
 Data::BufferState* StateOf(const WatchedBuffer& buffer, Context& context)
 {
-    const auto state = context.Group()->buffers.find(buffer.name);
-    return state != context.Group()->buffers.end() ? &state->second : nullptr;
+    const auto state = context.group->buffers.find(buffer.name);
+    return state != context.group->buffers.end() ? &state->second : nullptr;
 }
 
 void Publish(const Capturing& capturing, Context& context, WatchedBuffer& buffer, bool mayStayOpen)
@@ -129,7 +129,7 @@ void* Watch(const Capturing& capturing, Context& context, std::uint32_t target, 
         const std::uint32_t name = context.State().BoundBuffer(target);
         const Data::BufferState* const state = context.State().Buffer(target);
         if (state != nullptr) {
-            WatchedBuffer buffer = {context.Group(), name, state->mappedOffset,
+            WatchedBuffer buffer = {context.group, name, state->mappedOffset,
                                     WatchedMemory::Create(live, static_cast<std::size_t>(state->mappedBytes),
                                                           (state->mapAccess & GL_MAP_READ_BIT) != 0)};
             if (buffer.memory != nullptr) {

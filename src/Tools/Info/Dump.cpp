@@ -1,12 +1,10 @@
 #include "Tools/Info/Dump.h"
 
 #include <algorithm>
-#include <map>
 #include <vector>
 
 #include <fnmatch.h>
 
-#include "Data/Records/CallArguments.h"
 #include "Data/Records/CallDecoder.h"
 #include "Data/Records/RecordWalk.h"
 #include "Interfaces/Util.h"
@@ -17,38 +15,16 @@ namespace Tools {
 
 namespace {
 
-/// Follows which thread uses which context, and the state of each.
-class Contexts {
-public:
-    explicit Contexts(Data::Diagnostics& quiet) : m_calls(quiet) {}
-
-    [[nodiscard]] std::uint32_t Thread() const { return m_thread; }
-    [[nodiscard]] std::uint32_t Context() const
-    {
-        const auto found = m_ofThread.find(m_thread);
-        return found != m_ofThread.end() ? found->second : 0;
-    }
-    [[nodiscard]] const Data::ContextState& State() { return m_calls.Context(); }
-
-    /// `call` is callCount for a record that is no known call. The record's bytes may be changed.
-    void Follow(const Data::RecordCursor& record, std::uint32_t call)
-    {
-        if (Data::ThreadRecord thread; record.Is(Data::RecordId::Thread) && record.Read(thread)) {
-            m_thread = thread.thread;
-            m_calls.SetThread(m_thread);
-        } else if (call < Data::callCount) {
-            const Data::CallArguments arguments(static_cast<Data::CallId>(call), record);
-            if (arguments.Call() == Data::CallId::eglMakeCurrent && arguments.Returned() != 0)
-                m_ofThread[m_thread] = arguments.Unsigned(3);
-            m_calls.Decode(arguments.Call(), record.Record());
-        }
-    }
-
-private:
-    Data::CallDecoder m_calls;
-    std::uint32_t m_thread = 0;
-    std::map<std::uint32_t, std::uint32_t> m_ofThread;
-};
+/// Has the decoder follow the state of the capture. The record's bytes may be changed.
+void Follow(Data::CallDecoder& decoder, const Data::RecordCursor& record, const Data::CaptureSource& source)
+{
+    const std::uint32_t id = record.Header().id;
+    const std::uint32_t call = id < source.Calls().size() ? source.Calls()[id].known : Data::callCount;
+    if (Data::ThreadRecord thread; record.Is(Data::RecordId::Thread) && record.Read(thread))
+        decoder.SetThread(thread.thread);
+    else if (call < Data::callCount)
+        decoder.Decode(static_cast<Data::CallId>(call), record.Record());
+}
 
 } // namespace
 
@@ -92,7 +68,7 @@ std::uint64_t Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics, 
     std::uint64_t lines = 0;
     bool goesOn = true;
     Data::Diagnostics quiet(diagnostics.FileName(), nullptr);
-    Contexts contexts(quiet);
+    Data::CallDecoder decoder(quiet);
     std::string_view lastCall;
     bool isLastChosen = patterns.empty();
     Data::WalkRecords(
@@ -105,12 +81,12 @@ std::uint64_t Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics, 
                 isLastChosen = isChosen(call);
             }
             if (goesOn && isLastChosen && frame >= choice.frames.first) {
-                const RecordPlace place = {frame, diagnostics.position.call, contexts.Thread(), contexts.Context()};
-                goesOn = write(RecordText(choice.notation, place, record, source, contexts.State()) + "\n");
+                const Data::ClientState& client = decoder.Client();
+                const RecordPlace place = {frame, diagnostics.position.call, client.Thread(), client.ContextName()};
+                goesOn = write(RecordText(choice.notation, place, record, source, decoder.Context()) + "\n");
                 ++lines;
             }
-            const std::uint32_t id = record.Header().id;
-            contexts.Follow(record, id < source.Calls().size() ? source.Calls()[id].known : Data::callCount);
+            Follow(decoder, record, source);
         },
         choice.frames.last);
     return lines;
