@@ -88,9 +88,12 @@ bool Trimmer::ChangesThread(const Data::RecordCursor& record, std::uint32_t& thr
 bool Trimmer::Analyse(LiveReplay& replay)
 {
     FrontPart front(m_range);
+    bool isConditional = false;
     const auto visit = [&](const Data::RecordCursor& record) {
         if (front.Has(record, m_diagnostics.position.frame))
             Analyse(record, replay);
+        else
+            isConditional |= CallOf(record.Header()) == Data::CallId::glBeginConditionalRenderNV;
     };
     // Up to the last frame, so that nothing is written when one of them cannot be read.
     if (!Data::WalkRecords(m_source, m_diagnostics, visit, m_range.last))
@@ -101,6 +104,9 @@ bool Trimmer::Analyse(LiveReplay& replay)
         std::ranges::copy(m_tracker.SurfacePixels(surface), std::back_inserter(restored));
         std::ranges::copy(contents.objects.slots, std::back_inserter(restored));
     }
+    // What queries saw before the frames matters only where rendering is conditional.
+    if (!isConditional)
+        std::ranges::copy(m_tracker.SampleSlots(), std::back_inserter(restored));
     m_selection = SelectRecords(m_tracker.Log(), m_tracker.Model().Slots(), restored);
     return true;
 }

@@ -147,6 +147,36 @@ TEST_F(CallDecoderTest, StringsEndInsideTheirContents)
                                      HasSubstr("marker: expected 3 characters, found 2")));
 }
 
+TEST_F(CallDecoderTest, ListsOfIndicesLieInsideTheirContents)
+{
+    // Two lists of two bytes, at the ends of what two slots take.
+    const auto lists = [](std::uint64_t first, std::uint64_t second) {
+        return std::vector<std::uint64_t>{first, second, 0x0200, 0x0504};
+    };
+    const std::vector<std::int32_t> counts{2, 2};
+    const auto draw = [&](const auto&... arguments) {
+        Call(CallId::glMultiDrawElementsEXT, triangles, counts, Enum::UnsignedByte, arguments...);
+    };
+    draw(lists(16, 24), 2);
+    draw(lists(24, 16), 2);
+    draw(lists(16, 31), 2);
+    draw(lists(16, 32), 2);
+    draw(lists(16, ~std::uint64_t{0}), 2);
+    draw(lists(16, 24), 5);
+    // All vertices of all draws have to be there, and with a buffer the same are offsets.
+    ClientAttrib(0);
+    Deliver(0, 0, 5, 40);
+    draw(lists(16, 24), 2);
+    Call(CallId::glBindBuffer, Enum::ElementArrayBuffer, 1);
+    Call(CallId::glDisableVertexAttribArray, 0);
+    draw(lists(500, 3), 2);
+    Play();
+    EXPECT_THAT(reports, ElementsAre(HasSubstr("expected 2 bytes of list 1 between 26 and 32 bytes, found it at 16"),
+                                     HasSubstr("found it at 31"), HasSubstr("found it at 32"),
+                                     HasSubstr("found it at 18446744073709551615"), HasSubstr("expected 5 elements"),
+                                     HasSubstr("6 vertices from 0, found 5 from 0")));
+}
+
 TEST_F(CallDecoderTest, AttributeListsAreClosedAndFitTheEnginesCopy)
 {
     const auto list = [](std::size_t values) {

@@ -51,6 +51,14 @@ public:
             ReadBytes(reinterpret_cast<const std::uint8_t*>(strings[i]), length);
         }
     }
+    void Lists(const PointerData* pointer, std::int64_t count, const PointerData* lengths, std::int64_t elementBytes)
+    {
+        const auto* const lists = pointer->As<const std::uint8_t* const>();
+        for (std::int64_t i = 0; lists && i < count; ++i) {
+            const std::int64_t bytes = lengths->As<const std::int32_t>()[i] * elementBytes;
+            ReadBytes(lists[i], static_cast<std::uint64_t>(bytes > 0 ? bytes : 0));
+        }
+    }
     void Attribs(const PointerData* pointer, std::int32_t terminator)
     {
         // The engine's copy of a list has room for 64 values.

@@ -61,6 +61,10 @@ TEST_F(EGLPlaybackAdapterTest, ContextsAreMadeForVersion2AtLeast)
     adapter->Process_eglCreateContext(4, 1, 5, 3, Null());
     adapter->Process_eglCreateContext(0, 1, 5, 3, Null());
     EXPECT_THAT(Calls(), Contains(StartsWith("eglCreateContext(11, 21, 504, ")));
+    // Without a config, for surfaces of any, where the driver can do that.
+    driver->Set("EGL_EXTENSIONS", "EGL_KHR_no_config_context");
+    adapter->Process_eglCreateContext(6, 1, 0, 0, Null());
+    EXPECT_THAT(Calls(), Contains(StartsWith("eglCreateContext(11, 0, 0, ")));
     EXPECT_EQ(table.GetSharedResourceIndex(4), 3u);
     EXPECT_EQ(table.GetSharedResourceIndex(0), 0u) << "no context joins no group";
     adapter->Process_eglDestroyContext(1, 1, 4);

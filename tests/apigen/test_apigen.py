@@ -112,7 +112,7 @@ class Description(unittest.TestCase):
             "{Source::Parameter, 1, 0, 0},",
             "{State::Sparkle, ChangeKind::Set, {Source::Context, 0, 0, 0}, {Source::Number, 0, 0, 0}, "
             "{Source::FacesOf, 0, 0, 0}, {1, true, 0x0404}, 0, 1},",
-            "{0, 1, false, false, {Source::Number, 0, 0, 0}, {}}, // glSparkle"])
+            "{0, 1, false, false, false, {Source::Number, 0, 0, 0}, {}}, // glSparkle"])
         self.assertIn("decoder.Follow();", emit_decode.emit(api))
         self.assertIn("Changed(CallId::glSparkle);", emit_info.emit_calls(lambda a: a.gl)(api))
         for emitter in (emit_call_table, emit_fake_driver, emit_interfaces, emit_play_gl, emit_record):

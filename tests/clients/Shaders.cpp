@@ -5,9 +5,7 @@
 
 #include "Stage.h"
 
-namespace {
-
-GLuint Compile(GLenum kind, const char* source)
+GLuint CompileShader(GLenum kind, const char* source)
 {
     const GLuint shader = glCreateShader(kind);
     glShaderSource(shader, 1, &source, nullptr);
@@ -22,6 +20,8 @@ GLuint Compile(GLenum kind, const char* source)
     }
     return shader;
 }
+
+namespace {
 
 GLuint Linked(GLuint program)
 {
@@ -38,7 +38,7 @@ GLuint Linked(GLuint program)
 GLuint LinkProgram(const char* vertex, const char* fragment, const std::function<void(GLuint)>& beforeLink)
 {
     const GLuint program = glCreateProgram();
-    for (const GLuint shader : {Compile(GL_VERTEX_SHADER, vertex), Compile(GL_FRAGMENT_SHADER, fragment)}) {
+    for (const GLuint shader : {CompileShader(GL_VERTEX_SHADER, vertex), CompileShader(GL_FRAGMENT_SHADER, fragment)}) {
         glAttachShader(program, shader);
         glDeleteShader(shader);
     }

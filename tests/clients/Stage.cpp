@@ -168,16 +168,17 @@ Stage::Stage(Kind kind, int width, int height, int version) : m_version(version)
     eglSwapInterval(m_display, 0);
 }
 
-EGLSurface Stage::MakeSurface(int width, int height)
+EGLSurface Stage::MakeSurface(int width, int height, EGLConfig config)
 {
+    config = config ? config : m_config;
     EGLSurface surface = EGL_NO_SURFACE;
     if (m_compositor) {
         m_windows.push_back(std::make_unique<Window>(*m_compositor, width, height));
         const auto native = reinterpret_cast<EGLNativeWindowType>(m_windows.back()->native);
-        surface = eglCreateWindowSurface(m_display, m_config, native, nullptr);
+        surface = eglCreateWindowSurface(m_display, config, native, nullptr);
     } else {
         const EGLint size[] = {EGL_WIDTH, width, EGL_HEIGHT, height, EGL_NONE};
-        surface = eglCreatePbufferSurface(m_display, m_config, size);
+        surface = eglCreatePbufferSurface(m_display, config, size);
     }
     if (surface == EGL_NO_SURFACE) {
         Fail("making a surface");

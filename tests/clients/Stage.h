@@ -29,8 +29,8 @@ public:
     [[nodiscard]] EGLSurface Surface() const { return m_surfaces.empty() ? EGL_NO_SURFACE : m_surfaces.front(); }
     [[nodiscard]] EGLContext Context() const { return m_context; }
 
-    /// Another surface of the same kind, for the same contexts; goes away with the stage.
-    EGLSurface MakeSurface(int width, int height);
+    /// Another surface of the same kind; goes away with the stage. Of the same config, unless another one is given.
+    EGLSurface MakeSurface(int width, int height, EGLConfig config = nullptr);
     /// A second context of the same version, sharing objects with `shared` when that is one; the caller destroys it.
     [[nodiscard]] EGLContext MakeContext(EGLContext shared) const;
     void MakeCurrent() const { MakeCurrent(Surface(), m_context); }

@@ -8,14 +8,21 @@ FRAMES = 8
 # Family, and the frames of all of its surfaces together.
 CLIENTS = {
     "buffer-maps": FRAMES,
+    "clear-textures": FRAMES,
     "client-arrays": FRAMES,
     "compute": FRAMES,
+    "conditional-rendering": FRAMES,
     "debug-labels": FRAMES,
+    "depth-control": FRAMES,
     "displays": 14,
+    "draw-buffers": FRAMES,
+    "framebuffer-fetch": FRAMES,
     "images": FRAMES,
     "made-up-names": FRAMES,
     "masks": FRAMES,
+    "multi-draws": FRAMES,
     "multisample": FRAMES,
+    "no-config": FRAMES,
     "persistent-maps": FRAMES,
     "pipelines": FRAMES,
     "pixel-buffers": FRAMES,
@@ -31,6 +38,7 @@ CLIENTS = {
     "transform-feedback": FRAMES,
     "uniform-buffers": FRAMES,
     "vertex-arrays": FRAMES,
+    "viewport-arrays": FRAMES,
 }
 # Families whose programs read pixels back to their memory.
 READ_BACKS = {

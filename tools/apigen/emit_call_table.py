@@ -16,7 +16,7 @@ def emit_table(api):
 
 
 FORMS = {"scalar": "Scalar", "ptr": "Opaque", "callback": "Opaque", "array": "Array", "cstring": "Text",
-         "string": "Text", "strings": "Strings", "attribs": "Attribs", "attribs64": "Attribs"}
+         "string": "Text", "strings": "Strings", "lists": "Lists", "attribs": "Attribs", "attribs64": "Attribs"}
 
 
 def parameter(name, at, t):

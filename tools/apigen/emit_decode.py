@@ -17,9 +17,10 @@ BUFFER_TESTS = {
 KNOWN_NAMES = {"buffer": "KnowsBuffer", "vertex_array": "KnowsVertexArray"}
 
 
-def expression(call, t, decoder="decoder", room="OutputParameterCount"):
-    """The size expression of a type as C++ of type std::int64_t. `room` tells how many values a get call may write."""
-    names = {"pname": room if t.out else "ParameterCount", "index_size": "IndexSize", "clear_values": "ClearValues"}
+def expression(call, t, decoder="decoder", room="OutputParameterCount", expr=""):
+    """The size expression of a type, or another one of it, as C++ of type std::int64_t. `room` tells how many values a get
+    call may write."""
+    names = {"pname": room if t.out else "ParameterCount", "index_size": "IndexSize", "texel": "TexelBytes", "clear_values": "ClearValues"}
 
     def name(word):
         # Arithmetic is done in 64 bits.
@@ -36,7 +37,7 @@ def expression(call, t, decoder="decoder", room="OutputParameterCount"):
         # Rounded down, so that what is below 0 stays so.
         return f"{left} >> {int(right).bit_length() - 1}" if operator == "/" else expressions.join(operator, left, right)
 
-    return expressions.write(t.expr, name, function, binary)
+    return expressions.write(expr or t.expr, name, function, binary)
 
 
 def or_return(test):
@@ -62,6 +63,11 @@ def read_pointer(call, index, p):
     needed = expression(call, t)
     if t.form == "strings":
         return or_return(f"decoder.Strings({index}, {at}, {needed})")
+    if t.form == "lists":
+        lengths = call.params.index(call.param(t.lengths))
+        return (f"    if (decoder.Bound().HasElementBuffer()) {{\n        if (!decoder.IndexOffsets({index}, {at}, {needed}))\n"
+                f"            return;\n    }} else if (!decoder.Lists({index}, {at}, {needed}, {lengths}, "
+                f"{expression(call, t, expr=t.each)}))\n        return;\n")
     optional = "Optional" if t.nullable else ""
     if t.form == "string" and not t.out:
         return or_return(f"decoder.{optional}String({index}, {at}, {needed})")
@@ -111,7 +117,7 @@ def checks(api, call):
     if call.has("buffered_indices"):
         text += or_return(f"decoder.HasIndices({len(call.params) - 1})")
     for index, p in enumerate(call.params):
-        if p.type.lengths:
+        if p.type.form == "strings" and p.type.lengths:
             lengths = next(i for i, other in enumerate(call.params) if other.name == p.type.lengths)
             text += or_return(f"decoder.StringLengths({index}, {lengths})")
     if is_promising(call):

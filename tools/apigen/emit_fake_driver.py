@@ -25,12 +25,14 @@ def form(call, param):
         if call.is_egl and t.name == "egl_int" and param.name in NAMED_INTEGERS:
             return "EGLEnum"
         return "EGLEnum" if t.name == "egl_enum" else FORMS[t.scalar.code]
-    if t.form in ("array", "string"):
+    if t.form in ("array", "string", "lists"):
         return "Characters" if t.form == "string" else "Array"
     return POINTER_FORMS[t.form]
 
 
 def element_form(t):
+    if t.form == "lists":
+        return "Pointer"
     if t.form != "array":
         return "Byte"
     return ELEMENT_FORMS.get(t.name) or FORMS[t.scalar.code]
@@ -41,7 +43,7 @@ def count(call, t):
     if not t.expr:
         return "nullptr"
     expr = re.sub(r"pname\(\w+\)|clear_values\(\w+\)", "1", t.expr)
-    if re.search(r"image\(|index_size\(", expr):
+    if re.search(r"image\(|texel\(|index_size\(", expr):
         return "nullptr"
     for at, param in enumerate(call.params):
         expr = re.sub(rf"\b{param.name}\b", f"Signed(args[{at}])", expr)
@@ -56,7 +58,7 @@ def flag(value):
 def parameter(call, param):
     t = param.type
     return (f'    {{"{param.name}", Form::{form(call, param)}, Form::{element_form(t)}, {t.element_size if t.is_pointer else 0}, '
-            f"{flag(t.out)}, {flag(t.binding)}, {flag(t.kind)}, {count(call, t)}}},\n")
+            f"{flag(t.out)}, {flag(t.binding and t.form != 'lists')}, {flag(t.kind)}, {count(call, t)}}},\n")
 
 
 def return_form(call):

@@ -28,6 +28,8 @@ def draw(call):
         return ""
     if "Indirect" in call.name:
         return f"DrawIndirect(CallId::{call.name}, *indirect);"
+    if call.param("count").type.is_pointer:
+        return f"DrawMany(CallId::{call.name}, *count);"
     instances = "instancecount" if "instancecount" in [p.name for p in call.params] else "1"
     return f"Draw(CallId::{call.name}, count, {instances});"
 

@@ -43,11 +43,11 @@ def exported(api):
     return sorted((own | aliases).items())
 
 
-def expression(call, param):
-    """The C++ form of an array's size expression."""
+def expression(call, param, expr=""):
+    """The C++ form of an array's size expression, or of another one of its type."""
     if param.type.name == "config" and any(p.name == "num_config" for p in call.params):
         return f"WrittenConfigs({param.type.expr}, num_config)"
-    functions = {"pname": "ParameterElements", "index_size": "Data::IndexSize", "clear_values": "Data::ClearValues"}
+    functions = {"pname": "ParameterElements", "index_size": "Data::IndexSize", "texel": "Data::TexelBytes", "clear_values": "Data::ClearValues"}
 
     def name(word):
         return f"Wide({word})"
@@ -59,7 +59,7 @@ def expression(call, param):
             return f"Data::ImageBytes({', '.join([store, *sizes])})"
         return f"{functions[word]}({', '.join(name(a) for a in arguments)})"
 
-    return expressions.write(param.type.expr, name, function)
+    return expressions.write(expr or param.type.expr, name, function)
 
 
 def contents(call, param):
@@ -74,10 +74,17 @@ def contents(call, param):
         return f"AttribBytes({name})" if call.is_egl else f"AttribBytes({name}, 0)"
     if t.form == "strings":
         return f"StringsBytes({name}, Wide({t.expr}), {t.lengths or 'nullptr'})"
+    if t.form == "lists":
+        return f"{BOUND[t.binding]} ? ArrayBytes({name}, Wide({t.expr}), 8) : {list_sizes(call, param)}.Bytes()"
     if t.form == "string":
         return f"{'OutTextBytes' if t.out else 'TextBytes'}({name}, Wide({t.expr}))"
     bytes_ = f"ArrayBytes({name}, {expression(call, param)}, {t.element_size})"
     return f"{BOUND[t.binding]} ? 0 : {bytes_}" if t.binding else bytes_
+
+
+def list_sizes(call, param):
+    t = param.type
+    return f"Lists({param.name}, Wide({t.expr}), {t.lengths}, {expression(call, param, t.each)})"
 
 
 def value(t, name):
@@ -110,6 +117,9 @@ def write_param(call, param):
         return f"    record.Strings({at}, {name}, Wide({t.expr}), {t.lengths or 'nullptr'}, {name}Bytes);\n"
     if t.form == "array" and is_handle(t):
         return f"    record.Handles({at}, Identifier::{KINDS[t.kind]}, {name}, {name}Bytes);\n"
+    if t.form == "lists":
+        return (f"    if ({BOUND[t.binding]})\n        record.Contents({at}, {name}, {name}Bytes);\n"
+                f"    else\n        record.Add({at}, {list_sizes(call, param)}, {name}Bytes);\n")
     if t.binding:
         return (f"    if ({BOUND[t.binding]})\n        record.Pointer({at}, {name});\n"
                 f"    else\n        record.Contents({at}, {name}, {name}Bytes);\n")

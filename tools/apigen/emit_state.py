@@ -12,15 +12,15 @@ OWNERS = {"vertex_array": "VertexArray", "transform_feedback": "TransformFeedbac
           "read_framebuffer": "ReadFramebuffer", "draw_framebuffer": "DrawFramebuffer", "framebuffer_of": "FramebufferOf",
           "current_program": "Program"}
 INDEXES = {"unit": "Unit", "buffers": "DrawBuffers", "faces": "Faces", "face_of": "FacesOf",
-           "framebuffers_of": "FramebuffersOf"}
+           "framebuffers_of": "FramebuffersOf", "viewports": "Viewports", "viewports_from": "ViewportsFrom"}
 WORDS = {"array_buffer": "ArrayBuffer", "vertex_stride": "VertexStride", "vector": "Elements"}
-RANGES = ("buffers", "faces", "face_of", "framebuffers_of")
+RANGES = ("buffers", "faces", "face_of", "framebuffers_of", "viewports", "viewports_from")
 # The parameter that a rule depends on.
 DEPENDS = {"texture_of": "target", "framebuffer_of": "target", "framebuffers_of": "target", "face_of": "face",
-           "vertex_stride": "stride", "vector": "v"}
+           "viewports_from": "first", "vertex_stride": "stride", "vector": "v"}
 # How a part of a state's name is written: what its index counts.
 COUNTED = {"unit": "TextureUnit", "buffers": "DrawBuffer", "faces": "Face", "face_of": "Face",
-           "framebuffers_of": "Framebuffer"}
+           "framebuffers_of": "Framebuffer", "viewports": "Viewport", "viewports_from": "Viewport"}
 UNIFORMS = re.compile(r"gl(Program)?Uniform(\d|Matrix)")
 
 
@@ -93,7 +93,8 @@ class Writer:
     def index(self, word):
         if word in self.places:
             return operand("Parameter", self.places[word])
-        return operand(INDEXES[word], self.place(word)) if word in INDEXES else operand("Number", value=number(word))
+        other = self.places["count"] if word == "viewports_from" else 0
+        return operand(INDEXES[word], self.place(word), other) if word in INDEXES else operand("Number", value=number(word))
 
     def word(self, text):
         if text in self.places:
@@ -217,7 +218,7 @@ def emit_table(api):
         asks = asks_for_location(call)
         is_nothing = call.name in nothing or (re.match(r"gl(Get|Is)", call.name) and not asks)
         calls.append(f"{{{first}, {len(changes) - first}, {str(bool(is_nothing)).lower()}, {str(bool(asks)).lower()}, "
-                     f"{builder(api, call)}, {object_effect(api, call)}}}, // {call.name}")
+                     f"{str(call.has('draw') or call.has('draw_no_step')).lower()}, {builder(api, call)}, {object_effect(api, call)}}}, // {call.name}")
     text += "};\n\nconstexpr Operand words[] = {\n" + "".join(f"    {w},\n" for w in words)
     text += "};\n\nconstexpr StateChange changes[] = {\n" + "".join(f"    {c},\n" for c in changes)
     text += "};\n\nconstexpr CallEffects calls[callCount] = {\n" + "".join(f"    {c}\n" for c in calls)

@@ -18,6 +18,10 @@ def touch(call, p):
     count = expression(call, t, "m_decoder", "ParameterCount")
     if t.form == "strings":
         return f"        m_memory.Strings({name}, {count}, {t.lengths or 'nullptr'});\n"
+    if t.form == "lists":
+        each = expression(call, t, "m_decoder", expr=t.each)
+        text = f"m_memory.Lists({name}, {count}, {t.lengths}, {each});\n"
+        return f"        if (!m_decoder.Context().{BUFFER_TESTS[t.binding]}())\n            {text}"
     if t.form == "string" and not t.out:
         return f"        m_memory.Characters({name}, {count});\n"
     text = f"        m_memory.{'Write' if t.out else 'Read'}({name}, {count}, {t.element_size});\n"

@@ -18,7 +18,7 @@ from states import States
 
 BINDINGS = {"element_array", "draw_indirect", "pixel_pack", "pixel_unpack"}
 # Functions of size expressions, with the number of their arguments.
-FUNCTIONS = {"pname": 1, "image": 5, "index_size": 1, "clear_values": 1}
+FUNCTIONS = {"pname": 1, "image": 5, "texel": 2, "index_size": 1, "clear_values": 1}
 NOTES = {"custom", "accepted", "draw", "draw_no_step", "dispatch", "blit", "resize", "track", "deletes", "mutable", "grow", "image_link",
          "uses_buffers", "waits", "makes_name", "makes_handle", "judged", "without_names", "vertex_pointer", "buffered_indices",
          "clear", "blit_no_step", "upload", "compiles", "links", "custom_count", "custom_record"}
@@ -32,7 +32,7 @@ class ApiError(Exception):
 class Type:
     """Type of a parameter or return value.
 
-    `form` is one of void, scalar, ptr, callback, array, cstring, string, strings, attribs, attribs64.
+    `form` is one of void, scalar, ptr, callback, array, lists, cstring, string, strings, attribs, attribs64.
     """
 
     form: str
@@ -40,8 +40,9 @@ class Type:
     of: str = ""  # parameter with the program that a location belongs to, or with what tells an object's kind
     out: bool = False
     nullable: bool = False
-    expr: str = ""  # elements of an array, characters of a string, strings of an array of strings
-    lengths: str = ""  # parameter with the lengths of an array of strings
+    expr: str = ""  # elements of an array, characters of a string, strings or lists of an array of those
+    lengths: str = ""  # parameter with the lengths of an array of strings or lists
+    each: str = ""  # bytes of an element of a list
     binding: str = ""  # where a bound buffer turns the pointer into an offset
 
     @property
@@ -70,7 +71,7 @@ class Type:
     @property
     def element_size(self):
         """Bytes of an element behind the pointer, in memory and in a capture."""
-        fixed = {"cstring": 1, "string": 1, "ptr": 1, "callback": 1, "strings": 8, "attribs": 4, "attribs64": 8}
+        fixed = {"cstring": 1, "string": 1, "ptr": 1, "callback": 1, "strings": 8, "lists": 8, "attribs": 4, "attribs64": 8}
         if self.form in fixed:
             return fixed[self.form]
         if self.name in ELEMENTS:
@@ -220,6 +221,9 @@ def parse_type(text):
     if name == "strings" and not out:
         count, *lengths = split_outside_brackets(expr)
         return Type("strings", nullable=nullable, expr=count, lengths=lengths[0] if lengths else "")
+    if name == "lists" and not out:
+        count, lengths, each = split_outside_brackets(expr)
+        return Type("lists", nullable=nullable, expr=count, lengths=lengths, each=each, binding=binding)
     if name == "string":
         return Type("string", out=out, nullable=nullable, expr=expr)
     if name not in SCALARS and name not in ELEMENTS:
@@ -231,7 +235,7 @@ def c_parameter_type(t, mutable, is_egl):
     char = "char" if is_egl else "GLchar"
     if t.form == "scalar":
         return t.scalar.c
-    fixed = {"ptr": "const void*", "cstring": f"const {char}*", "strings": "const GLchar* const*"}
+    fixed = {"ptr": "const void*", "cstring": f"const {char}*", "strings": "const GLchar* const*", "lists": "const void* const*"}
     fixed |= {"attribs": "const EGLint*", "attribs64": "const EGLAttribKHR*"}
     if t.form in fixed:
         return fixed[t.form]
@@ -268,6 +272,7 @@ def parse_parameters(text):
     names = {name for name, _ in params}
     for _, t in params:
         check_expression(t.expr, names)
+        check_expression(t.each, names)
         for other in (t.of, t.lengths):
             if other and other not in names:
                 raise ApiError(f"no parameter '{other}'")

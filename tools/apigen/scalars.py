@@ -100,6 +100,7 @@ POINTER_CODES = {
     "cstring": "s",
     "string": "s",
     "strings": "S",
+    "lists": "A",
     "attribs": "t",
     "attribs64": "T",
 }

@@ -296,6 +296,33 @@ bool CallDecoder::StringLengths(std::uint32_t parameter, std::uint32_t lengths)
     return true;
 }
 
+bool CallDecoder::Lists(std::uint32_t parameter, std::uint32_t at, std::int64_t count, std::uint32_t lengths,
+                        std::int64_t elementBytes)
+{
+    constexpr std::uint64_t slotBytes = 8;
+    if (!Input(parameter, at, slotBytes, count) || count <= 0)
+        return count <= 0;
+    const std::uint64_t end = Value<PointerSlot>(at).bytes;
+    auto* const slots = m_pointers[parameter].As<std::uint8_t>();
+    const auto* const counts = m_pointers[lengths].As<const std::int32_t>();
+    // Each begins after the one before it, so that looking at all of them takes one pass.
+    std::uint64_t earliest = static_cast<std::uint64_t>(count) * slotBytes;
+    for (std::int64_t i = 0; i < count; ++i) {
+        std::uint64_t offset;
+        std::memcpy(&offset, slots + static_cast<std::uint64_t>(i) * slotBytes, sizeof offset);
+        const auto bytes = static_cast<std::uint64_t>(std::max<std::int64_t>(counts[i], 0) * elementBytes);
+        if (offset < earliest || offset % slotBytes != 0 || offset > end || bytes > end - offset)
+            return Refuse(parameter,
+                          Bytes(bytes) + " of list " + std::to_string(i) + " between " + std::to_string(earliest) +
+                              " and " + Bytes(end),
+                          "it at " + std::to_string(offset));
+        earliest = offset + bytes;
+        const auto address = reinterpret_cast<std::uintptr_t>(slots + offset);
+        std::memcpy(slots + static_cast<std::uint64_t>(i) * slotBytes, &address, sizeof address);
+    }
+    return true;
+}
+
 template <class T> bool CallDecoder::AttribList(std::uint32_t parameter, std::uint32_t at, T terminator)
 {
     const auto slot = Value<PointerSlot>(at);

@@ -114,6 +114,9 @@ public:
     bool Strings(std::uint32_t parameter, std::uint32_t at, std::int64_t count);
     /// The lengths of an array of strings, both read before, stay inside the strings.
     bool StringLengths(std::uint32_t parameter, std::uint32_t lengths);
+    /// `count` arrays, as long as the array parameter `lengths` says, which was read before.
+    bool Lists(std::uint32_t parameter, std::uint32_t at, std::int64_t count, std::uint32_t lengths,
+               std::int64_t elementBytes);
     bool Attribs(std::uint32_t parameter, std::uint32_t at, std::int32_t terminator);
     /// The list ends with EGL_NONE.
     bool Attribs64(std::uint32_t parameter, std::uint32_t at);
@@ -134,6 +137,11 @@ public:
     bool KnowsVertexArray(std::uint32_t parameter, std::uint32_t name);
     /// An offset into the element array buffer, which has storage in the driver.
     bool Indices(std::uint32_t parameter, std::uint32_t at) { return Opaque(parameter, at) && HasIndices(parameter); }
+    /// `count` of them.
+    bool IndexOffsets(std::uint32_t parameter, std::uint32_t at, std::int64_t count)
+    {
+        return Input(parameter, at, sizeof(std::uint64_t), count) && HasIndices(parameter);
+    }
     /// A draw from the element array buffer finds indices there: drivers take storage for granted.
     bool HasIndices(std::uint32_t parameter);
     /// Indices in client memory of a draw that promises to stay from `start` to `end`: some drivers do not survive it

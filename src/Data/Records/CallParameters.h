@@ -14,6 +14,7 @@ enum class ParameterForm : std::uint8_t {
     Array,   ///< of elements of type `code`
     Text,    ///< characters
     Strings, ///< array of strings
+    Lists,   ///< array of arrays
     Attribs, ///< (attribute, value) pairs
 };
 

@@ -98,6 +98,8 @@ struct DrawRange {
     std::uint32_t first = 0;
     std::uint32_t count = 0; ///< 0: the draw reads no vertex
     std::uint32_t instances = 1;
+    /// Added to what an attribute with a divisor reads.
+    std::uint32_t baseInstance = 0;
 };
 
 /// Never the name of an object for the replay, as 0 is none.
@@ -194,6 +196,28 @@ public:
                                                                     std::uint32_t type, const void* indices,
                                                                     std::int32_t instances,
                                                                     std::int32_t baseVertex) const;
+    [[nodiscard]] DrawRange Range_glDrawArraysInstancedBaseInstanceEXT(std::uint32_t mode, std::int32_t first,
+                                                                       std::int32_t count, std::int32_t instances,
+                                                                       std::uint32_t baseInstance) const;
+    [[nodiscard]] DrawRange Range_glDrawElementsInstancedBaseInstanceEXT(std::uint32_t mode, std::int32_t count,
+                                                                         std::uint32_t type, const void* indices,
+                                                                         std::int32_t instances,
+                                                                         std::uint32_t baseInstance) const;
+    [[nodiscard]] DrawRange
+    Range_glDrawElementsInstancedBaseVertexBaseInstanceEXT(std::uint32_t mode, std::int32_t count, std::uint32_t type,
+                                                           const void* indices, std::int32_t instances,
+                                                           std::int32_t baseVertex, std::uint32_t baseInstance) const;
+    // Arrays of as many elements as there are draws.
+    [[nodiscard]] DrawRange Range_glMultiDrawArraysEXT(std::uint32_t mode, const void* firsts, const void* counts,
+                                                       std::int32_t draws) const;
+    [[nodiscard]] DrawRange Range_glMultiDrawElementsEXT(std::uint32_t mode, const void* counts, std::uint32_t type,
+                                                         const void* indices, std::int32_t draws) const
+    {
+        return Range_glMultiDrawElementsBaseVertexEXT(mode, counts, type, indices, draws, nullptr);
+    }
+    [[nodiscard]] DrawRange Range_glMultiDrawElementsBaseVertexEXT(std::uint32_t mode, const void* counts,
+                                                                   std::uint32_t type, const void* indices,
+                                                                   std::int32_t draws, const void* baseVertices) const;
     [[nodiscard]] DrawRange Range_glDrawArraysIndirect(std::uint32_t mode, const void* indirect) const;
     [[nodiscard]] DrawRange Range_glDrawElementsIndirect(std::uint32_t mode, std::uint32_t type,
                                                          const void* indirect) const;

@@ -38,6 +38,28 @@ DrawRange RangeOf(const void* indices, std::int32_t count, bool isPrimitiveResta
     return range;
 }
 
+/// The vertices that two draws read, and those between.
+DrawRange Hull(const DrawRange& a, const DrawRange& b)
+{
+    DrawRange hull = a.count == 0 ? b : a;
+    if (a.count != 0 && b.count != 0) {
+        hull.first = std::min(a.first, b.first);
+        hull.count = std::max(a.first + a.count, b.first + b.count) - hull.first;
+    }
+    hull.isKnown = a.isKnown && b.isKnown;
+    return hull;
+}
+
+/// Of `draws` draws, each of which `range` tells by its number.
+template <class Range> DrawRange RangeOfAll(std::int32_t draws, Range range)
+{
+    DrawRange all;
+    all.isKnown = true;
+    for (std::int32_t i = 0; i < draws; ++i)
+        all = Hull(all, range(i));
+    return all;
+}
+
 } // namespace
 
 VertexArrayState::VertexArrayState()
@@ -163,7 +185,9 @@ DrawRange ContextState::AttribRange(std::uint32_t index, const DrawRange& range)
     const std::uint32_t divisor = Binding(index).divisor;
     if (divisor == 0 || !range.isKnown || range.count == 0)
         return range;
-    return {true, 0, (range.instances - 1) / divisor + 1, range.instances};
+    const std::uint32_t count = (range.instances - 1) / divisor + 1;
+    const bool isKnown = range.baseInstance <= ~std::uint32_t{0} - count;
+    return {isKnown, range.baseInstance, count, range.instances, range.baseInstance};
 }
 
 DrawRange ContextState::RangeOfIndices(const void* indices, std::int32_t count, std::uint32_t type,
@@ -255,6 +279,53 @@ DrawRange ContextState::Range_glDrawElementsInstancedBaseVertex(std::uint32_t /*
                                                                 std::int32_t instances, std::int32_t baseVertex) const
 {
     return ElementsRange(count, type, indices, baseVertex, instances);
+}
+
+DrawRange ContextState::Range_glDrawArraysInstancedBaseInstanceEXT(std::uint32_t mode, std::int32_t first,
+                                                                   std::int32_t count, std::int32_t instances,
+                                                                   std::uint32_t baseInstance) const
+{
+    DrawRange range = Range_glDrawArraysInstanced(mode, first, count, instances);
+    range.baseInstance = baseInstance;
+    return range;
+}
+
+DrawRange ContextState::Range_glDrawElementsInstancedBaseInstanceEXT(std::uint32_t mode, std::int32_t count,
+                                                                     std::uint32_t type, const void* indices,
+                                                                     std::int32_t instances,
+                                                                     std::uint32_t baseInstance) const
+{
+    return Range_glDrawElementsInstancedBaseVertexBaseInstanceEXT(mode, count, type, indices, instances, 0,
+                                                                  baseInstance);
+}
+
+DrawRange ContextState::Range_glDrawElementsInstancedBaseVertexBaseInstanceEXT(
+    std::uint32_t /*mode*/, std::int32_t count, std::uint32_t type, const void* indices, std::int32_t instances,
+    std::int32_t baseVertex, std::uint32_t baseInstance) const
+{
+    DrawRange range = ElementsRange(count, type, indices, baseVertex, instances);
+    range.baseInstance = baseInstance;
+    return range;
+}
+
+DrawRange ContextState::Range_glMultiDrawArraysEXT(std::uint32_t mode, const void* firsts, const void* counts,
+                                                   std::int32_t draws) const
+{
+    const auto* const first = static_cast<const std::int32_t*>(firsts);
+    const auto* const count = static_cast<const std::int32_t*>(counts);
+    return RangeOfAll(first && count ? draws : 0,
+                      [&](std::int32_t i) { return Range_glDrawArrays(mode, first[i], count[i]); });
+}
+
+DrawRange ContextState::Range_glMultiDrawElementsBaseVertexEXT(std::uint32_t /*mode*/, const void* counts,
+                                                               std::uint32_t type, const void* indices,
+                                                               std::int32_t draws, const void* baseVertices) const
+{
+    const auto* const count = static_cast<const std::int32_t*>(counts);
+    const auto* const lists = static_cast<const void* const*>(indices);
+    const auto* const base = static_cast<const std::int32_t*>(baseVertices);
+    return RangeOfAll(count && lists ? draws : 0,
+                      [&](std::int32_t i) { return ElementsRange(count[i], type, lists[i], base ? base[i] : 0, 1); });
 }
 
 DrawRange ContextState::Range_glDrawArraysIndirect(std::uint32_t /*mode*/, const void* /*indirect*/) const

@@ -133,6 +133,12 @@ std::int64_t ImageBytes(const PixelStore& store, std::int64_t width, std::int64_
     return Saturate(images * image + rows * row + pixels * pixel);
 }
 
+std::int64_t TexelBytes(std::int64_t format, std::int64_t type)
+{
+    const std::uint32_t bytes = PixelBytes(static_cast<std::uint32_t>(format), static_cast<std::uint32_t>(type));
+    return bytes != 0 ? bytes : unknownSize;
+}
+
 std::int64_t IndexSize(std::uint32_t type)
 {
     switch (type) {

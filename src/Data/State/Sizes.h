@@ -30,6 +30,9 @@ std::int64_t ImageBytes(const PixelStore& store, std::int64_t width, std::int64_
 std::int64_t ImageBytes(const PixelStore& store, std::int64_t width, std::int64_t height, std::int64_t depth,
                         std::uint32_t format, std::uint32_t type);
 
+/// Bytes of one texel that a clear takes its value from, whatever the pixel store says.
+std::int64_t TexelBytes(std::int64_t format, std::int64_t type);
+
 /// Bytes of an index; 0 for a type that is none.
 std::int64_t IndexSize(std::uint32_t type);
 

@@ -172,7 +172,8 @@ private:
     std::uint32_t IndexOf(const Operand& operand, const CallArguments& call, StatePlace& place);
     void ReadWords(const StateChange& change, const CallArguments& call);
     bool Set(Slot slot, const Words& words);
-    bool SetUniforms(const StatePlace& place);
+    /// Each slot gets its part of the words.
+    bool SetElements(State state, const StatePlace& place);
     Slot Selected(State state, std::uint32_t first = 0, std::uint32_t second = 0);
     Owner BoundOrDefault(State state, ObjectKind kind);
     Owner BoundFramebuffer(bool isForDrawing);

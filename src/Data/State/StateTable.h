@@ -12,7 +12,7 @@
 namespace Data {
 
 /// What counts an index of a state, for those who show it.
-enum class Counted : std::uint8_t { None, Number, Enum, TextureUnit, DrawBuffer, Face, Framebuffer };
+enum class Counted : std::uint8_t { None, Number, Enum, TextureUnit, DrawBuffer, Viewport, Face, Framebuffer };
 
 struct StateDescription {
     const char* name;
@@ -43,6 +43,8 @@ struct StateDescription {
 
 /// As many as OpenGL ES 3.2 drivers have.
 inline constexpr std::uint32_t drawBuffers = 8;
+/// The least that drivers with viewport arrays have.
+inline constexpr std::uint32_t viewports = 16;
 
 /// How an object, an index or a word follows from a call.
 enum class Source : std::uint8_t {
@@ -63,6 +65,8 @@ enum class Source : std::uint8_t {
     // Indexes.
     Unit,           ///< the active texture unit
     DrawBuffers,    ///< all of them
+    Viewports,      ///< all of them
+    ViewportsFrom,  ///< from `parameter`, as many as the parameter `other` says
     Faces,          ///< front and back
     FacesOf,        ///< those that `parameter` names
     FramebuffersOf, ///< 0 for reading, 1 for drawing: those that the target `parameter` names
@@ -120,6 +124,7 @@ struct CallEffects {
     bool setsNothing;
     /// Its answer is what the capture calls a location from there on.
     bool asksForLocation;
+    bool isDraw;
     /// The program whose building decides what an argument means; Source::Number for none.
     Operand builder;
     ObjectEffect object;

@@ -128,6 +128,12 @@ std::uint32_t StateModel::IndexOf(const Operand& operand, const CallArguments& c
     case Source::DrawBuffers:
         place.count = drawBuffers;
         return 0;
+    case Source::Viewports:
+        place.count = viewports;
+        return 0;
+    case Source::ViewportsFrom:
+        place.count = std::min(call.Unsigned(operand.other), viewports);
+        return call.Unsigned(operand.parameter);
     case Source::Faces:
         place.count = 2;
         return 0;
@@ -204,7 +210,11 @@ StateModel::Outcome StateModel::Apply(const StateChange& change, const CallArgum
         // Location -1 stands for a uniform that the compiler left out: nothing is set.
         if (static_cast<std::int32_t>(place.second) < 0 || place.count == 0 || m_words.size() < place.count)
             return Outcome::SetsNothing;
-        return SetUniforms(place) ? Outcome::Changed : Outcome::Same;
+        return SetElements(change.state, place) ? Outcome::Changed : Outcome::Same;
+    }
+    if (change.second.source == Source::ViewportsFrom) {
+        const bool isWhole = place.count != 0 && m_words.size() >= place.count;
+        return !isWhole ? Outcome::SetsNothing : SetElements(change.state, place) ? Outcome::Changed : Outcome::Same;
     }
     const Owner bound =
         state.names != noObject && !m_words.empty() ? Find(state.names, Name(m_words.front())) : Owner{0};
@@ -222,10 +232,10 @@ StateModel::Outcome StateModel::Apply(const StateChange& change, const CallArgum
     return isChanged ? Outcome::Changed : Outcome::Same;
 }
 
-bool StateModel::SetUniforms(const StatePlace& place)
+bool StateModel::SetElements(State state, const StatePlace& place)
 {
     if (place.count == 1)
-        return Set(m_slots.At(place.owner, State::Uniform, 0, place.second), m_words);
+        return Set(m_slots.At(place.owner, state, 0, place.second), m_words);
     // The elements of an array have consecutive locations. Behind those of several is whether they are transposed.
     const std::size_t each = m_words.size() / place.count;
     const auto end = m_words.begin() + static_cast<std::ptrdiff_t>(each * place.count);
@@ -234,7 +244,7 @@ bool StateModel::SetUniforms(const StatePlace& place)
         const auto begin = m_words.begin() + static_cast<std::ptrdiff_t>(i * each);
         m_element.assign(begin, begin + static_cast<std::ptrdiff_t>(each));
         m_element.insert(m_element.end(), end, m_words.end());
-        isChanged |= Set(m_slots.At(place.owner, State::Uniform, 0, place.second + i), m_element);
+        isChanged |= Set(m_slots.At(place.owner, state, 0, place.second + i), m_element);
     }
     return isChanged;
 }

@@ -63,6 +63,7 @@ public:
     /// The live config for a captured one: the override that the settings ask for, else one with the attributes that
     /// the capture recorded. Null, with a message, when there is none.
     EGLConfig GetConfig(std::uint32_t capturedDisplay, std::uint32_t capturedConfig);
+    EGLConfig NoConfig(std::uint32_t capturedDisplay);
     /// Appends those of `keys` that the capture recorded for the config, with their values, and EGL_NONE.
     void BuildAttribList(std::uint32_t capturedConfig, std::vector<int>* out, const int* keys, std::size_t count) const;
     /// True when the config has exactly the listed values; false for an empty list.

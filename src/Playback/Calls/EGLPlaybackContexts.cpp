@@ -1,6 +1,9 @@
 // The part of EGLPlaybackAdapter that makes contexts and makes them current.
 #include "Playback/Calls/EGLPlaybackAdapter.h"
 
+#include <EGL/eglext.h>
+#include <string>
+
 #include "Playback/Calls/LiveCall.h"
 #include "Playback/Surfaces/EGLProxySurface.h"
 #include "Playback/Surfaces/EGLProxySurfaceFactory.h"
@@ -44,6 +47,21 @@ EGLContext EGLPlaybackAdapter::CreateContext(EGLDisplay display, EGLConfig confi
     return m_surfaceFactory->CreateContext(display, config, shareContext, list.data());
 }
 
+/// Contexts without a config draw on surfaces of any. Where the driver has none, the config of the surfaces is not
+/// known yet, and one that the driver likes serves.
+EGLConfig EGLPlaybackAdapter::NoConfig(std::uint32_t capturedDisplay)
+{
+    const EGLDisplay display = GetDisplay(capturedDisplay);
+    const char* const extensions = LiveEGL.eglQueryString ? LiveEGL.eglQueryString(display, EGL_EXTENSIONS) : nullptr;
+    const std::string names = extensions ? " " + std::string(extensions) + " " : "";
+    for (const char* const name : {" EGL_KHR_no_config_context ", " EGL_MESA_configless_context "}) {
+        if (names.find(name) != std::string::npos) {
+            return EGL_NO_CONFIG_KHR;
+        }
+    }
+    return GetConfig(capturedDisplay, 0);
+}
+
 void EGLPlaybackAdapter::Process_eglCreateContext(std::uint32_t captured, std::uint32_t dpy, std::uint32_t config,
                                                   std::uint32_t share_context, Data::PointerData* attrib_list)
 {
@@ -52,7 +70,7 @@ void EGLPlaybackAdapter::Process_eglCreateContext(std::uint32_t captured, std::u
         return;
     }
     const EGLDisplay display = GetDisplay(dpy);
-    const EGLConfig liveConfig = GetConfig(dpy, config);
+    const EGLConfig liveConfig = config == 0 ? NoConfig(dpy) : GetConfig(dpy, config);
     const EGLContext liveShare = m_resourceTable->GetValueEGLContext(share_context);
     const EGLContext context = CreateContext(display, liveConfig, liveShare, attrib_list->As<EGLint>());
     CheckErrorState("eglCreateContext");

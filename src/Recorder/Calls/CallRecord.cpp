@@ -18,6 +18,28 @@ std::uint64_t StringsBytes(const char* const* strings, std::int64_t count, const
     return bytes;
 }
 
+std::uint64_t Lists::Bytes() const
+{
+    std::uint64_t bytes = m_count * slotBytes;
+    for (std::uint64_t i = 0; i < m_count; ++i) {
+        bytes += Data::RoundUp8(BytesOf(i));
+    }
+    return bytes;
+}
+
+void Lists::Write(std::uint8_t* slots) const
+{
+    std::uint64_t place = m_count * slotBytes;
+    for (std::uint64_t i = 0; i < m_count; ++i) {
+        const std::uint64_t bytes = BytesOf(i);
+        std::memcpy(slots + i * slotBytes, &place, sizeof place);
+        if (bytes > 0) {
+            std::memcpy(slots + place, m_lists[i], bytes);
+        }
+        place += Data::RoundUp8(bytes);
+    }
+}
+
 void CallRecord::Drop(Data::CallId id) const noexcept
 {
     --capture.calls;

@@ -76,6 +76,33 @@ inline std::uint64_t StringLength(const char* text, const std::int32_t* lengths,
 /// Bytes that an array of strings takes in a record.
 std::uint64_t StringsBytes(const char* const* strings, std::int64_t count, const std::int32_t* lengths);
 
+/// An array of `count` arrays; list `i` has `lengths[i]` elements of `elementBytes` bytes.
+class Lists {
+public:
+    Lists(const void* const* lists, std::int64_t count, const std::int32_t* lengths, std::int64_t elementBytes)
+        : m_lists(lists), m_count(lengths != nullptr ? ArrayBytes(lists, count, slotBytes) / slotBytes : 0),
+          m_lengths(lengths), m_elementBytes(elementBytes)
+    {
+    }
+    /// What they take in a record.
+    [[nodiscard]] std::uint64_t Bytes() const;
+    /// Each slot gets the place of its list, counted from the first slot.
+    void Write(std::uint8_t* slots) const;
+    [[nodiscard]] const void* Value() const { return m_lists; }
+
+private:
+    static constexpr std::uint64_t slotBytes = 8;
+    [[nodiscard]] std::uint64_t BytesOf(std::uint64_t list) const
+    {
+        return m_elementBytes <= 0 ? 0 : ArrayBytes(m_lists[list], m_lengths[list], m_elementBytes);
+    }
+
+    const void* const* m_lists;
+    std::uint64_t m_count;
+    const std::int32_t* m_lengths;
+    std::int64_t m_elementBytes;
+};
+
 /// The record of one call, in a capture that is going on. Contents of pointer arguments follow the values in the
 /// order in which they are added. False: the record is too large, or nothing can be written any more.
 class CallRecord {
@@ -129,6 +156,14 @@ public:
         for (std::uint64_t i = 0; i < bytes / sizeof *handles; ++i) {
             const std::uint64_t number = Identify(kind, handles[i]);
             std::memcpy(to + i * sizeof number, &number, sizeof number);
+        }
+    }
+
+    /// `bytes` are those of the lists.
+    void Add(std::uint32_t at, const Lists& lists, std::uint64_t bytes)
+    {
+        if (lists.Value() != nullptr) {
+            lists.Write(Place(at, lists.Value(), bytes));
         }
     }
 

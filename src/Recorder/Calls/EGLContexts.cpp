@@ -130,9 +130,6 @@ RECORDER_EXPORT EGLContext eglCreateContext(EGLDisplay dpy, EGLConfig config, EG
     const bool recorded = call && !UsesDesktopGL();
     if (recorded) {
         DescribeConfig(dpy, config);
-        if (config == EGL_NO_CONFIG_KHR) {
-            CountUnrecorded("contexts without a config");
-        }
     }
     const EGLContext result = live(dpy, config, share, attribs);
     if (recorded) {

@@ -30,7 +30,6 @@ constexpr std::string_view harmlessFunctions[] = {
     "eglQueryDmaBufModifiersEXT",
     "eglQuerySupportedCompressionRatesEXT",
     "glGetInternalformatSampleivNV",
-    "glMaxShaderCompilerThreadsKHR",
 };
 
 struct Counts {

@@ -63,6 +63,14 @@ void CallCounter::Draw(CallId call, std::int32_t vertices, std::int32_t instance
     m_frame.draws[call] += {1, Positive(instances), Positive(vertices) * Positive(instances), 0};
 }
 
+void CallCounter::DrawMany(CallId call, const Data::PointerData& counts)
+{
+    std::uint64_t vertices = 0;
+    for (const std::int32_t count : std::span(counts.As<const std::int32_t>(), Positive(counts.GetCount())))
+        vertices += Positive(count);
+    m_frame.draws[call] += {1, 1, vertices, 0};
+}
+
 void CallCounter::DrawIndirect(CallId call, const Data::PointerData& indirect)
 {
     // Both kinds of draws begin with the number of vertices or indices, and that of instances.

@@ -40,6 +40,7 @@ std::string IndexText(Counted counted, std::uint32_t index)
         return "[" + EnumText(index == 0 ? readFramebuffer : drawFramebuffer) + "]";
     case Counted::Number:
     case Counted::DrawBuffer:
+    case Counted::Viewport:
         break;
     }
     return "[" + std::to_string(index) + "]";
@@ -49,6 +50,7 @@ std::string IndexText(Counted counted, std::uint32_t index)
 std::size_t SetAtOnce(Counted counted)
 {
     return counted == Counted::DrawBuffer                                ? Data::drawBuffers
+           : counted == Counted::Viewport                                ? Data::viewports
            : counted == Counted::Face || counted == Counted::Framebuffer ? 2
                                                                          : 1;
 }
@@ -132,7 +134,7 @@ void AddOwner(const Data::StateModel& model, Owner owner, StateSnapshot::Values&
                               description.initial.begin() + description.initialWords);
         StateValues state(key.first, values);
         const auto isAsFirst = [&first = group.begin()->second](const auto& other) { return other.second == first; };
-        const bool isOne = group.size() == SetAtOnce(counted) && counted != Counted::Number &&
+        const bool isOne = group.size() >= SetAtOnce(counted) && counted != Counted::Number &&
                            counted != Counted::Enum && std::ranges::all_of(group, isAsFirst);
         for (const auto& [second, words] : group) {
             state.Add(key.second, isOne ? "" : IndexText(counted, second), words);

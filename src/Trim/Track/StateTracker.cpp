@@ -176,6 +176,17 @@ Owner StateTracker::SurfaceOwner(std::uint32_t surface)
     return entry->second;
 }
 
+std::vector<Slot> StateTracker::SampleSlots() const
+{
+    std::vector<Slot> result;
+    const Data::StateSlots& slots = m_state.Slots();
+    for (Slot slot = 0; slot < slots.Count(); ++slot) {
+        if (slots.StateOf(slot) == State::QueryResult && slots.SecondOf(slot) == 1)
+            result.push_back(slot);
+    }
+    return result;
+}
+
 // Objects.
 
 void StateTracker::Create(ObjectKind kind, std::uint32_t name, std::uint32_t display)

@@ -67,6 +67,9 @@ public:
     {
         return {PixelsOf(image, Color), PixelsOf(image, Depth), PixelsOf(image, Stencil)};
     }
+    /// What the draws between the begin and the end of each query add to it, which decides about what other draws do
+    /// when rendering is conditional.
+    [[nodiscard]] std::vector<Slot> SampleSlots() const;
     /// Those of a surface.
     [[nodiscard]] std::array<Slot, 3> SurfacePixels(std::uint32_t surface)
     {
@@ -83,6 +86,7 @@ private:
     // Each handles the calls of one family beyond that, and answers false for others.
     bool TrackEGL(const CallArguments& call);
     bool TrackDebug(const CallArguments& call);
+    Slot SampleSlot(Owner query) { return SlotOf(query, State::QueryResult, 0, 1); }
     bool TrackQuery(const CallArguments& call);
     bool TrackProgram(const CallArguments& call);
     bool TrackLocation(const CallArguments& call);
@@ -90,6 +94,7 @@ private:
     bool TrackTexture(const CallArguments& call);
     bool TrackTextureStorage(const CallArguments& call);
     void MakeMipmaps(Owner texture);
+    void ClearTexture(const CallArguments& call);
     bool TrackFramebuffer(const CallArguments& call);
     bool TrackDrawing(const CallArguments& call);
     bool TrackClear(const CallArguments& call);

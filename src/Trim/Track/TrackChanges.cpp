@@ -1,4 +1,6 @@
 // What follows from the description of a call: objects that it makes and deletes, values that it sets.
+#include <utility>
+
 #include <GLES2/gl2.h>
 #include <GLES3/gl32.h>
 
@@ -114,24 +116,38 @@ bool StateTracker::TrackQuery(const CallArguments& call)
     const auto begins = [this](Owner query) {
         if (query != 0) {
             Replaces(SlotOf(query, State::QueryResult));
+            Replaces(SampleSlot(query));
             Exists(query);
         }
+    };
+    // A query comes into being when it is first begun and ended.
+    const auto makes = [this](Owner query) {
+        if (query != 0 && !Object(query).wasQueried)
+            Changes(SlotOf(query, State::Object));
     };
     switch (call.Call()) {
     case CallId::glBeginQuery:
     case CallId::glBeginQueryEXT:
         Info().queries[call.Unsigned(0)] = Find(ObjectKind::Query, call.Unsigned(1));
         begins(Info().queries[call.Unsigned(0)]);
+        makes(Info().queries[call.Unsigned(0)]);
         return true;
     case CallId::glEndQuery:
     case CallId::glEndQueryEXT:
-        if (const Owner query = Info().queries[call.Unsigned(0)]) {
+        if (const Owner query = std::exchange(Info().queries[call.Unsigned(0)], 0)) {
+            makes(query);
+            Object(query).wasQueried = true;
             Changes(SlotOf(query, State::QueryResult));
             Reads(SlotOf(query, State::QueryResult));
         }
         return true;
     case CallId::glQueryCounterEXT:
         begins(Find(ObjectKind::Query, call.Unsigned(0)));
+        return true;
+    case CallId::glBeginConditionalRenderNV:
+    case CallId::glEndConditionalRenderNV:
+        // Kept, so that a draw that is kept is between the same calls.
+        m_log.SetVerdict(Verdict::Keep);
         return true;
     default:
         return false;

@@ -167,6 +167,10 @@ void StateTracker::Draw()
 {
     for (const Target& target : DrawTargets())
         Draws(target.image, target.aspects);
+    for (const auto& [target, query] : Info().queries) {
+        if (query != 0)
+            Changes(SampleSlot(query));
+    }
     ChangesShaderOutput();
     ReadsContext();
 }
@@ -201,7 +205,8 @@ bool StateTracker::ClearsAll(const std::vector<Target>& targets, std::uint32_t a
 void StateTracker::Clear(std::uint32_t aspects, std::optional<std::uint32_t> drawBuffer)
 {
     const std::vector<Target> targets = DrawTargets();
-    const bool isWhole = ClearsAll(targets, aspects);
+    const Owner condition = m_state.Bound(State::ConditionalRender);
+    const bool isWhole = condition == 0 && ClearsAll(targets, aspects);
     const Owner framebuffer = BoundFramebuffer(true);
     const Data::Words selected =
         m_state.WordsAt(SlotOf(framebuffer != 0 ? framebuffer : Context().owner, State::DrawBuffers));
@@ -228,6 +233,7 @@ void StateTracker::Clear(std::uint32_t aspects, std::optional<std::uint32_t> dra
     }
     // Neither programs nor what they read have a part in it.
     ReadsAll(Context().owner);
+    ReadsAll(condition);
     if (framebuffer != 0)
         ReadsFramebufferSetup(framebuffer);
 }
@@ -258,19 +264,11 @@ void StateTracker::CopyImage(const CallArguments& call)
 
 bool StateTracker::TrackDrawing(const CallArguments& call)
 {
-    switch (call.Call()) {
-    case CallId::glDrawArrays:
-    case CallId::glDrawArraysIndirect:
-    case CallId::glDrawArraysInstanced:
-    case CallId::glDrawElements:
-    case CallId::glDrawElementsBaseVertex:
-    case CallId::glDrawElementsIndirect:
-    case CallId::glDrawElementsInstanced:
-    case CallId::glDrawElementsInstancedBaseVertex:
-    case CallId::glDrawRangeElements:
-    case CallId::glDrawRangeElementsBaseVertex:
+    if (Data::EffectsOf(call.Call()).isDraw) {
         Draw();
         return true;
+    }
+    switch (call.Call()) {
     case CallId::glDispatchCompute:
     case CallId::glDispatchComputeIndirect:
         ChangesShaderOutput();

@@ -94,6 +94,10 @@ bool StateTracker::TrackTexture(const CallArguments& call)
         ReplacesImage(imageAt(1), sizeAt(3));
         ReadsUpload(GL_PIXEL_UNPACK_BUFFER);
         return true;
+    case CallId::glClearTexImageEXT:
+    case CallId::glClearTexSubImageEXT:
+        ClearTexture(call);
+        return true;
     case CallId::glTexImage3D:
     case CallId::glTexImage3DOES:
     case CallId::glCompressedTexImage3D:
@@ -142,6 +146,23 @@ void StateTracker::MakeMipmaps(Owner texture)
     Object(texture).hasMipmaps = true;
     if (Object(texture).isAliased)
         m_log.SetVerdict(Verdict::Keep);
+}
+
+void StateTracker::ClearTexture(const CallArguments& call)
+{
+    const Owner texture = Find(ObjectKind::Texture, call.Unsigned(0));
+    const Image image{texture, Object(texture).target, call.Unsigned(1)};
+    if (texture == 0)
+        return;
+    if (image.face == GL_TEXTURE_2D) {
+        const bool isPart = call.Call() == CallId::glClearTexSubImageEXT;
+        const ImageSize size = isPart ? ImageSize{call.Signed(5), call.Signed(6)} : SizeOf(image).value_or(ImageSize{});
+        WritesArea(image, isPart ? call.Signed(2) : 0, isPart ? call.Signed(3) : 0, size);
+    } else {
+        ChangesAllPixels(texture);
+        ReadsAll(texture);
+    }
+    Exists(texture);
 }
 
 bool StateTracker::TrackTextureStorage(const CallArguments& call)

@@ -45,6 +45,8 @@ struct ObjectInfo {
     std::set<Owner> referencedBy;
     /// Some call bound it, which is when most kinds of objects come into being.
     bool wasBound = false;
+    /// Queries: it was begun and ended.
+    bool wasQueried = false;
     /// Programs and shaders: a shader stays while it is attached.
     std::set<Owner> attached;
     /// Framebuffers: by attachment point.
