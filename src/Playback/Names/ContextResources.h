@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <unordered_map>
 
-#include "Playback/Names/ProgramLocations.h"
+#include "Playback/Names/LocationMaps.h"
 
 namespace Playback {
 
@@ -48,14 +48,14 @@ struct ContextResources {
     std::unordered_map<unsigned int, void*> voidPtrs;
     std::array<NameMap, static_cast<std::size_t>(NameKind::Count)> names;
     std::unordered_map<int, int> sharedBuffers;
-    std::array<ProgramLocations, static_cast<std::size_t>(LocationKind::Count)> locations;
+    std::array<LocationMaps, static_cast<std::size_t>(LocationKind::Count)> locations;
     /// By binding query, such as GL_ARRAY_BUFFER_BINDING.
     std::unordered_map<unsigned int, MappedBufferInfo> mappedBuffers;
 
     NameMap& Names(NameKind kind) { return names[static_cast<std::size_t>(kind)]; }
     const NameMap& Names(NameKind kind) const { return names[static_cast<std::size_t>(kind)]; }
-    ProgramLocations& Locations(LocationKind kind) { return locations[static_cast<std::size_t>(kind)]; }
-    const ProgramLocations& Locations(LocationKind kind) const { return locations[static_cast<std::size_t>(kind)]; }
+    LocationMaps& Locations(LocationKind kind) { return locations[static_cast<std::size_t>(kind)]; }
+    const LocationMaps& Locations(LocationKind kind) const { return locations[static_cast<std::size_t>(kind)]; }
 };
 
 /// Kinds that contexts of a share group do not share. Program pipelines are kept with the shared ones.

@@ -1,37 +1,34 @@
 #pragma once
 
-#include <unordered_map>
+#include "Playback/Names/CapturedContexts.h"
 
 namespace Playback {
 
-/// Captured locations of one kind (uniforms, attributes ...) and the live ones they stand for, program by program.
-/// Programs are captured names; a live location may be -1. Entries are never removed: a program that is linked again,
-/// or a new one under a name used before, overwrites them as its locations are asked for.
+/// Live locations inside programs by captured program and location, in the maps of the current share group.
 class ProgramLocations {
 public:
-    using LocationMap = std::unordered_map<int, int>;
+    /// `contexts` must outlive this.
+    explicit ProgramLocations(CapturedContexts& contexts) : m_contexts(contexts) {}
 
-    ProgramLocations() = default;
-    ProgramLocations(const ProgramLocations&) = delete;
-    ProgramLocations& operator=(const ProgramLocations&) = delete;
-
-    /// Replaces an earlier live location.
-    void Set(unsigned int program, int location, int liveLocation);
-
-    /// Null when no location of the program was ever set. The last program found is remembered, since draws come in
-    /// runs that use the same program: such a call costs no lookup.
-    const LocationMap* Find(unsigned int program) const
+    void Add(LocationKind kind, unsigned int program, int location, int liveLocation);
+    /// A location that is not mapped is itself.
+    int Get(LocationKind kind, unsigned int program, int location) const
     {
-        return program == m_lastProgram ? m_lastMap : FindOther(program);
+        if (const ContextResources* resources = m_contexts.Current(false)) {
+            if (const auto* locations = resources->Locations(kind).Find(program)) {
+                const auto entry = locations->find(location);
+                if (entry != locations->end() && entry->second != -1) [[likely]] {
+                    return entry->second;
+                }
+            }
+        }
+        return GetUnmapped(kind, program, location);
     }
 
 private:
-    const LocationMap* FindOther(unsigned int program) const;
+    int GetUnmapped(LocationKind kind, unsigned int program, int location) const;
 
-    std::unordered_map<unsigned int, LocationMap> m_programs;
-    /// 0: none yet, and m_lastMap is null.
-    mutable unsigned int m_lastProgram = 0;
-    mutable const LocationMap* m_lastMap = nullptr;
+    CapturedContexts& m_contexts;
 };
 
 } // namespace Playback

@@ -1,7 +1,9 @@
-// GLResourceTable: deleting what is left at the end of a replay.
+#include "Playback/Names/ReleaseResources.h"
+
 #include <type_traits>
 
-#include "Playback/Names/GLResourceTable.h"
+#include "Playback/Names/CapturedContexts.h"
+#include "Playback/Names/DisplayHandles.h"
 #include "Playback/Names/ResourceMaps.h"
 
 namespace Playback {
@@ -36,30 +38,7 @@ void DestroyEach(void* display, std::unordered_map<unsigned int, void*>& handles
     }
 }
 
-} // namespace
-
-void GLResourceTable::ReleaseResources()
-{
-    const auto makeCurrent = Core::KHRLayer::EGLProc().eglMakeCurrent;
-    for (const auto& [key, resources] : m_contextResources) {
-        for (const auto& [id, display] : m_displayResources) {
-            void* const* context = Find(display.contexts, key);
-            if (!context) {
-                continue;
-            }
-            if (display.display && *context && makeCurrent) {
-                makeCurrent(display.display, EGL_NO_SURFACE, EGL_NO_SURFACE, *context);
-                DeleteObjects(resources);
-            }
-            break;
-        }
-    }
-    for (auto& [id, display] : m_displayResources) {
-        DestroyHandles(display);
-    }
-}
-
-void GLResourceTable::DeleteObjects(const ContextResources& resources)
+void DeleteObjects(const ContextResources& resources)
 {
     const Core::GLESProcTable& gl = Core::KHRLayer::GLESProc();
     const Core::GLESExtProcTable& glExt = Core::KHRLayer::GLESExtProc();
@@ -79,11 +58,34 @@ void GLResourceTable::DeleteObjects(const ContextResources& resources)
     DeleteEach(resources.Names(NameKind::Semaphore), glExt.glDeleteSemaphoresKHR);
 }
 
-void GLResourceTable::DestroyHandles(DisplayResources& resources)
+void DestroyHandles(DisplayResources& resources)
 {
     DestroyEach(resources.display, resources.contexts, Core::KHRLayer::EGLProc().eglDestroyContext);
     DestroyEach(resources.display, resources.images, Core::KHRLayer::EGLExtProc().eglDestroyImageKHR);
     DestroyEach(resources.display, resources.syncs, Core::KHRLayer::EGLExtProc().eglDestroySyncKHR);
+}
+
+} // namespace
+
+void ReleaseResources(const CapturedContexts& contexts, DisplayHandles& handles)
+{
+    const auto makeCurrent = Core::KHRLayer::EGLProc().eglMakeCurrent;
+    for (const auto& [key, resources] : contexts.All()) {
+        for (const auto& [id, display] : handles.Displays()) {
+            void* const* context = Find(display.contexts, key);
+            if (!context) {
+                continue;
+            }
+            if (display.display && *context && makeCurrent) {
+                makeCurrent(display.display, EGL_NO_SURFACE, EGL_NO_SURFACE, *context);
+                DeleteObjects(resources);
+            }
+            break;
+        }
+    }
+    for (auto& [id, display] : handles.Displays()) {
+        DestroyHandles(display);
+    }
 }
 
 } // namespace Playback

@@ -1,4 +1,5 @@
-// GLResourceTable: client buffers of EGLImages and the objects that use the images.
+#include "Playback/Names/ImageBuffers.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -8,19 +9,23 @@
 #include "Interfaces/Data.h"
 #include "Playback/Images/EGLImageBuffer.h"
 #include "Playback/Images/EGLTextureImage.h"
-#include "Playback/Names/GLResourceTable.h"
+#include "Playback/Names/DisplayHandles.h"
 #include "Playback/Names/ResourceMaps.h"
 
 namespace Playback {
 
-void GLResourceTable::AddEGLImageBuffer(unsigned int display, unsigned int image, const Data::EGLImageData& data)
+ImageBuffers::ImageBuffers(DisplayHandles& handles) : m_handles(handles) {}
+
+ImageBuffers::~ImageBuffers() = default;
+
+void ImageBuffers::AddEGLImageBuffer(unsigned int display, unsigned int image, const Data::EGLImageData& data)
 {
     auto buffer = std::make_unique<EGLImageBuffer>();
-    void* liveDisplay = GetValueEGLDisplay(display);
+    void* liveDisplay = m_handles.GetDisplay(display);
     if (buffer->AllocateBuffer(liveDisplay, data) != 0) {
         PLAYBACK_LOG(Warning, General, "src/Playback/GLResourceTable",
                      "Failed to allocate EGLClientBuffer for EGLImage %d", image);
-        AddTextureImage(liveDisplay, image, data);
+        AddStandIn(liveDisplay, image, data);
         return;
     }
     if (!m_eglImageBuffers.contains(image)) {
@@ -31,42 +36,46 @@ void GLResourceTable::AddEGLImageBuffer(unsigned int display, unsigned int image
     }
 }
 
-void GLResourceTable::AddTextureImage(void* liveDisplay, unsigned int image, const Data::EGLImageData& data)
+void ImageBuffers::AddStandIn(void* liveDisplay, unsigned int image, const Data::EGLImageData& data)
 {
     if (m_eglTextureImages.contains(image)) {
         return;
     }
-    auto standIn = EGLTextureImage::Create(liveDisplay, AnyContext(liveDisplay), data);
+    auto standIn = EGLTextureImage::Create(liveDisplay, m_handles.AnyContext(liveDisplay), data);
     if (!standIn) {
         return;
     }
     m_eglTextureImages.emplace(image, std::move(standIn));
-    if (!std::exchange(m_isTextureImageSaid, true)) {
+    if (!std::exchange(m_isStandInSaid, true)) {
         PLAYBACK_LOG(Notice, General, "src/Playback/GLResourceTable",
                      "The driver cannot make native buffers: textures hold the pixels of their EGLImages");
     }
 }
 
-void* GLResourceTable::AnyContext(void* liveDisplay) const
+void ImageBuffers::RemoveStandIn(unsigned int image)
 {
-    for (const auto& [id, display] : m_displayResources) {
-        if (display.display == liveDisplay && !display.contexts.empty()) {
-            return display.contexts.begin()->second;
-        }
-    }
-    return nullptr;
+    m_eglTextureImages.erase(image);
 }
 
-void GLResourceTable::SetEGLImageData(unsigned int image, const Data::EGLImageData& data)
+void ImageBuffers::RemoveStandIns(const DisplayResources& display)
+{
+    // Those of other captured displays on the same live one stay.
+    const bool isLast = m_handles.CountDisplays(display.display) == 1;
+    std::erase_if(m_eglTextureImages, [&](const auto& entry) {
+        return display.images.contains(entry.first) || (isLast && entry.second->GetDisplay() == display.display);
+    });
+}
+
+void ImageBuffers::SetEGLImageData(unsigned int image, const Data::EGLImageData& data)
 {
     if (const auto* buffer = Find(m_eglImageBuffers, image)) {
         (*buffer)->SetImageData(data);
     } else if (const auto* standIn = Find(m_eglTextureImages, image)) {
-        (*standIn)->SetContents(AnyContext((*standIn)->GetDisplay()), data);
+        (*standIn)->SetContents(m_handles.AnyContext((*standIn)->GetDisplay()), data);
     }
 }
 
-void* GLResourceTable::GetEGLImageBuffer(unsigned int image)
+void* ImageBuffers::GetEGLImageBuffer(unsigned int image)
 {
     if (const auto* buffer = Find(m_eglImageBuffers, image)) {
         return (*buffer)->GetNativeBuffer();
@@ -75,14 +84,14 @@ void* GLResourceTable::GetEGLImageBuffer(unsigned int image)
     return standIn ? (*standIn)->GetImage() : nullptr;
 }
 
-void GLResourceTable::AddEGLImageBufferRef(unsigned int image)
+void ImageBuffers::AddEGLImageBufferRef(unsigned int image)
 {
     if (const auto* buffer = Find(m_eglImageBuffers, image)) {
         ++(*buffer)->m_refCount;
     }
 }
 
-void GLResourceTable::RemoveEGLImageBuffer(unsigned int image)
+void ImageBuffers::RemoveEGLImageBuffer(unsigned int image)
 {
     const auto* buffer = Find(m_eglImageBuffers, image);
     if (buffer && --(*buffer)->m_refCount == 0) {
@@ -90,7 +99,7 @@ void GLResourceTable::RemoveEGLImageBuffer(unsigned int image)
     }
 }
 
-std::unordered_map<int, unsigned int>* GLResourceTable::GetTextureEGLImageMap(unsigned int target)
+std::unordered_map<int, unsigned int>* ImageBuffers::GetTextureEGLImageMap(unsigned int target)
 {
     switch (target) {
     case GL_RENDERBUFFER:
@@ -103,21 +112,21 @@ std::unordered_map<int, unsigned int>* GLResourceTable::GetTextureEGLImageMap(un
     }
 }
 
-unsigned int GLResourceTable::GetTextureEGLImage(unsigned int target, int texture)
+unsigned int ImageBuffers::GetTextureEGLImage(unsigned int target, int texture)
 {
     const auto* images = GetTextureEGLImageMap(target);
     const unsigned int* image = images ? Find(*images, texture) : nullptr;
     return image ? *image : 0;
 }
 
-void GLResourceTable::AddTextureEGLImage(unsigned int target, int texture, unsigned int image)
+void ImageBuffers::AddTextureEGLImage(unsigned int target, int texture, unsigned int image)
 {
     if (auto* images = GetTextureEGLImageMap(target)) {
         images->try_emplace(texture, image);
     }
 }
 
-void GLResourceTable::SetTextureEGLImage(unsigned int target, int texture, unsigned int image)
+void ImageBuffers::SetTextureEGLImage(unsigned int target, int texture, unsigned int image)
 {
     auto* images = GetTextureEGLImageMap(target);
     if (unsigned int* known = images ? Find(*images, texture) : nullptr) {
@@ -125,7 +134,7 @@ void GLResourceTable::SetTextureEGLImage(unsigned int target, int texture, unsig
     }
 }
 
-void GLResourceTable::RemoveTextureEGLImage(unsigned int image)
+void ImageBuffers::RemoveTextureEGLImage(unsigned int image)
 {
     for (auto* images : {&m_renderbufferEGLImages, &m_textureEGLImages}) {
         const auto user =
@@ -134,14 +143,6 @@ void GLResourceTable::RemoveTextureEGLImage(unsigned int image)
             images->erase(user);
         }
     }
-}
-
-unsigned int GLResourceTable::GetEGLImageTexture(unsigned int context, unsigned int texture) const
-{
-    // Names are never stored under the two invalid values, but the maps of "no context" are.
-    const ContextResources* resources = IsValidId(context) ? Find(m_contextResources, context) : nullptr;
-    const unsigned int* name = resources ? Find(resources->Names(NameKind::Texture), texture) : nullptr;
-    return name ? *name : 0;
 }
 
 } // namespace Playback

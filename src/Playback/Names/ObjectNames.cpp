@@ -1,7 +1,7 @@
-// GLResourceTable: names of GL objects.
+#include "Playback/Names/ObjectNames.h"
+
 #include <iterator>
 
-#include "Playback/Names/GLResourceTable.h"
 #include "Playback/Names/ResourceMaps.h"
 
 namespace Playback {
@@ -69,25 +69,37 @@ template <class Map> void RemoveOfKind(const char* kind, typename Map::key_type 
     }
 }
 
-} // namespace
-
-void GLResourceTable::AddName(NameKind kind, unsigned int id, unsigned int name)
+auto* SharedBuffers(const CapturedContexts& contexts)
 {
-    AddId(id, name, (IsPerContext(kind) ? ContextEntry() : ShareGroupEntry()).Names(kind));
+    ContextResources* group = contexts.Current(false);
+    return group ? &group->sharedBuffers : nullptr;
 }
 
-unsigned int GLResourceTable::GetUnmappedName(NameKind kind, unsigned int id) const
+auto* VoidPtrs(const CapturedContexts& contexts)
+{
+    ContextResources* group = contexts.Current(false);
+    return group ? &group->voidPtrs : nullptr;
+}
+
+} // namespace
+
+void ObjectNames::Add(NameKind kind, unsigned int id, unsigned int name)
+{
+    AddId(id, name, m_contexts.CreateCurrent(IsPerContext(kind)).Names(kind));
+}
+
+unsigned int ObjectNames::GetUnmapped(NameKind kind, unsigned int id) const
 {
     static_assert(std::size(KindTexts) == static_cast<std::size_t>(NameKind::Count));
     const char* text = KindTexts[static_cast<std::size_t>(kind)];
-    const ContextResources* resources = IsPerContext(kind) ? m_contextEntry : m_shareGroupEntry;
+    const ContextResources* resources = m_contexts.Current(IsPerContext(kind));
     if (NamesKindThroughout(kind)) {
-        return GetOfKind(text, id, resources ? &resources->Names(kind) : nullptr, m_currentContext);
+        return GetOfKind(text, id, resources ? &resources->Names(kind) : nullptr, m_contexts.Key(true));
     }
     if (!resources) {
         REPORT(
             "Attempting to retrieve the value for %s ID %d from context %d that has no entry in the GL resource table.",
-            text, id, IsPerContext(kind) ? m_currentContext : m_currentSharedIndex);
+            text, id, m_contexts.Key(IsPerContext(kind)));
         return 0;
     }
     if (!IsValidId(id)) {
@@ -100,56 +112,55 @@ unsigned int GLResourceTable::GetUnmappedName(NameKind kind, unsigned int id) co
     return 0;
 }
 
-void GLResourceTable::RemoveName(NameKind kind, unsigned int id)
+void ObjectNames::Remove(NameKind kind, unsigned int id)
 {
     const char* text = KindTexts[static_cast<std::size_t>(kind)];
-    ContextResources* resources = IsPerContext(kind) ? m_contextEntry : m_shareGroupEntry;
+    ContextResources* resources = m_contexts.Current(IsPerContext(kind));
     if (NamesKindThroughout(kind)) {
         RemoveOfKind(text, id, resources ? &resources->Names(kind) : nullptr);
     } else if (!resources) {
         REPORT("Attempting to remove %s ID %d from context %d, which has no entry in the GL resource table.", text, id,
-               IsPerContext(kind) ? m_currentContext : m_currentSharedIndex);
+               m_contexts.Key(IsPerContext(kind)));
     } else if (IsValidId(id) && resources->Names(kind).erase(id) == 0) {
         REPORT("Attempting to remove the value for ID %d that was not found in the GL resource table.", id);
     }
 }
 
-void GLResourceTable::AddIdGLSharedBuffer(int id, int name)
+void ObjectNames::AddSharedBuffer(int id, int name)
 {
-    AddId(id, name, ShareGroupEntry().sharedBuffers);
+    AddId(id, name, m_contexts.CreateCurrent(false).sharedBuffers);
 }
 
-int GLResourceTable::GetValueGLSharedBuffer(int id) const
+int ObjectNames::GetSharedBuffer(int id) const
 {
-    return GetOfKind("sharedBuffer", id, m_shareGroupEntry ? &m_shareGroupEntry->sharedBuffers : nullptr,
-                     m_currentContext);
+    return GetOfKind("sharedBuffer", id, SharedBuffers(m_contexts), m_contexts.Key(true));
 }
 
-void GLResourceTable::RemoveIdGLSharedBuffer(int id)
+void ObjectNames::RemoveSharedBuffer(int id)
 {
-    RemoveOfKind("sharedBuffer", id, m_shareGroupEntry ? &m_shareGroupEntry->sharedBuffers : nullptr);
+    RemoveOfKind("sharedBuffer", id, SharedBuffers(m_contexts));
 }
 
-void GLResourceTable::AddIdGLVoidPtr(unsigned int id, void* value)
+void ObjectNames::AddVoidPtr(unsigned int id, void* value)
 {
     if (!IsValidId(id)) {
         return;
     }
     if (!value) {
         REPORT("GL resource table rejected a mapping from valid void* ID %d to a nullptr.", id);
-    } else if (Assign(ShareGroupEntry().voidPtrs, id, value)) {
+    } else if (Assign(m_contexts.CreateCurrent(false).voidPtrs, id, value)) {
         REPORT("GL resource table overwriting existing void* ID %d.", id);
     }
 }
 
-void* GLResourceTable::GetValueGLVoidPtr(unsigned int id) const
+void* ObjectNames::GetVoidPtr(unsigned int id) const
 {
-    return GetOfKind("void*", id, m_shareGroupEntry ? &m_shareGroupEntry->voidPtrs : nullptr, m_currentContext);
+    return GetOfKind("void*", id, VoidPtrs(m_contexts), m_contexts.Key(true));
 }
 
-void GLResourceTable::RemoveIdGLVoidPtr(unsigned int id)
+void ObjectNames::RemoveVoidPtr(unsigned int id)
 {
-    RemoveOfKind("void*", id, m_shareGroupEntry ? &m_shareGroupEntry->voidPtrs : nullptr);
+    RemoveOfKind("void*", id, VoidPtrs(m_contexts));
 }
 
 } // namespace Playback

@@ -1,19 +1,19 @@
-// GLResourceTable: buffers that are mapped while the capture writes into them.
+#include "Playback/Names/BufferMappings.h"
+
 #include <algorithm>
 #include <cstring>
 
 #include <GLES3/gl3.h>
 
 #include "Interfaces/Util.h"
-#include "Playback/Names/GLResourceTable.h"
 #include "Playback/Names/ResourceMaps.h"
 
 namespace Playback {
 
-void GLResourceTable::MapBuffer(unsigned long capturedPointer, unsigned int target, unsigned int length,
-                                unsigned int access, unsigned char* data)
+void BufferMappings::MapBuffer(unsigned long capturedPointer, unsigned int target, unsigned int length,
+                               unsigned int access, unsigned char* data)
 {
-    auto& buffers = ContextEntry().mappedBuffers;
+    auto& buffers = m_contexts.CreateCurrent(true).mappedBuffers;
     const unsigned int binding = Util::GetBindBuffer(target);
     if (access & GL_MAP_WRITE_BIT) {
         buffers[binding] = {capturedPointer, data, length};
@@ -22,10 +22,10 @@ void GLResourceTable::MapBuffer(unsigned long capturedPointer, unsigned int targ
     }
 }
 
-unsigned long GLResourceTable::GetMappedBufferId(unsigned int target)
+unsigned long BufferMappings::GetMappedBufferId(unsigned int target)
 {
     const unsigned int binding = Util::GetBindBuffer(target);
-    const MappedBufferInfo* info = Find(ContextEntry().mappedBuffers, binding);
+    const MappedBufferInfo* info = Find(m_contexts.CreateCurrent(true).mappedBuffers, binding);
     if (!info) {
         REPORT("Mapped buffer lookup failure: no buffer found for id %x", binding);
         return 0;
@@ -33,17 +33,18 @@ unsigned long GLResourceTable::GetMappedBufferId(unsigned int target)
     return info->capturedPointer;
 }
 
-const unsigned char* GLResourceTable::GetMappedData(unsigned int target) const
+const unsigned char* BufferMappings::GetMappedData(unsigned int target) const
 {
-    const auto* info = m_contextEntry ? Find(m_contextEntry->mappedBuffers, Util::GetBindBuffer(target)) : nullptr;
+    const ContextResources* resources = m_contexts.Current(true);
+    const auto* info = resources ? Find(resources->mappedBuffers, Util::GetBindBuffer(target)) : nullptr;
     return info ? info->data : nullptr;
 }
 
-void GLResourceTable::FlushMappedBufferRange(unsigned int target, unsigned int offset, unsigned int length,
-                                             unsigned char* capturedData)
+void BufferMappings::FlushMappedBufferRange(unsigned int target, unsigned int offset, unsigned int length,
+                                            const unsigned char* capturedData)
 {
     const unsigned int binding = Util::GetBindBuffer(target);
-    const MappedBufferInfo* info = Find(ContextEntry().mappedBuffers, binding);
+    const MappedBufferInfo* info = Find(m_contexts.CreateCurrent(true).mappedBuffers, binding);
     if (!info) {
         REPORT("Flush mapped buffer range failure: no buffer found for id %x", binding);
     } else if (info->data && capturedData) {
@@ -52,9 +53,9 @@ void GLResourceTable::FlushMappedBufferRange(unsigned int target, unsigned int o
     }
 }
 
-void GLResourceTable::UnmapBuffer(unsigned int target, unsigned int length, unsigned char* capturedData)
+void BufferMappings::UnmapBuffer(unsigned int target, unsigned int length, const unsigned char* capturedData)
 {
-    auto& buffers = ContextEntry().mappedBuffers;
+    auto& buffers = m_contexts.CreateCurrent(true).mappedBuffers;
     const unsigned int binding = Util::GetBindBuffer(target);
     const auto entry = buffers.find(binding);
     if (entry == buffers.end()) {
