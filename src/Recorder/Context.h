@@ -16,8 +16,8 @@ namespace Recorder {
 
 /// What the contexts of a share group have in common.
 struct ShareGroup : Data::ShareGroupState {
-    /// By NameKind; the last kind is not shared.
-    std::array<NameSet, 3> names;
+    /// Of the kinds that are shared.
+    std::array<NameSet, Data::objectKinds> names;
 };
 
 /// What the library remembers of a context: the state that says how much memory lies behind the program's pointers.
@@ -38,9 +38,11 @@ public:
 
     [[nodiscard]] Data::ContextState& State() { return m_state; }
     /// The names that a replay knows.
-    [[nodiscard]] NameSet& Names(NameKind kind)
+    [[nodiscard]] NameSet& Names(Data::ObjectKind kind)
     {
-        return kind == NameKind::Framebuffer ? m_framebuffers : group->names[static_cast<std::size_t>(kind)];
+        const auto index = static_cast<std::size_t>(kind);
+        const bool isShared = Data::objectDescriptions[index].owner == Data::ObjectOwner::Group;
+        return isShared ? group->names[index] : m_names[index];
     }
 
     /// Changes the state. Without memory for that the capture can only go wrong from here on, so it stops.
@@ -78,7 +80,7 @@ public:
 
 private:
     Data::ContextState m_state;
-    NameSet m_framebuffers;
+    std::array<NameSet, Data::objectKinds> m_names;
     std::map<std::uint32_t, std::uint32_t> m_mappedInReplay;
     bool m_placeholder = false;
 };

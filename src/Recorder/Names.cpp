@@ -33,20 +33,11 @@ void NameSet::Remove(std::span<const std::uint32_t> names)
     }
 }
 
-void RecordGeneration(const Capturing& capturing, Context& context, NameKind kind, std::uint32_t name) noexcept
+void RecordGeneration(const Capturing& capturing, Context& context, Data::ObjectKind kind, std::uint32_t name) noexcept
 {
     switch (kind) {
-    case NameKind::Buffer:
-        Record::glGenBuffers(capturing, context, 1, &name);
-        break;
-    case NameKind::Texture:
-        Record::glGenTextures(capturing, context, 1, &name);
-        break;
-    case NameKind::Renderbuffer:
-        Record::glGenRenderbuffers(capturing, context, 1, &name);
-        break;
-    case NameKind::Framebuffer:
-        Record::glGenFramebuffers(capturing, context, 1, &name);
+#include "Recorder/Generation.inc"
+    default:
         break;
     }
 }

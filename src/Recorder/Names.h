@@ -7,13 +7,12 @@
 #include <unordered_set>
 #include <vector>
 
+#include "Data/ObjectKinds.h"
+
 namespace Recorder {
 
 class Capturing;
 class Context;
-
-/// Objects whose names programs may make up.
-enum class NameKind : std::uint8_t { Buffer, Texture, Renderbuffer, Framebuffer };
 
 /// Most names are small, and asked for often.
 class NameSet {
@@ -31,6 +30,6 @@ private:
 };
 
 /// Has a replay generate `name`, which it does not know.
-void RecordGeneration(const Capturing& capturing, Context& context, NameKind kind, std::uint32_t name) noexcept;
+void RecordGeneration(const Capturing& capturing, Context& context, Data::ObjectKind kind, std::uint32_t name) noexcept;
 
 } // namespace Recorder

@@ -20,7 +20,7 @@ LOCATIONS = {"uniform": "Uniform", "attrib": "Attribute", "frag_data": "Output",
 def form(call, param):
     t = param.type
     if t.form == "scalar":
-        if call.name.startswith(("glDraw", "glMultiDraw")) and param.name == "mode":
+        if (call.has("draw") or call.has("draw_no_step")) and param.name == "mode":
             return "Primitive"
         if call.is_egl and t.name == "egl_int" and param.name in NAMED_INTEGERS:
             return "EGLEnum"
@@ -74,7 +74,7 @@ def answer(call):
     t = call.ret
     if t.name in LOCATIONS:
         return f"Location{LOCATIONS[t.name]}"
-    if re.match(r"glCreate|glFenceSync|eglCreate", call.name) and t.kind:
+    if call.has("makes") and t.kind:
         return "NewName"
     if t.name in ("egl_bool", "bool"):
         return "True"

@@ -1,6 +1,7 @@
 """Replay handlers of the OpenGL ES calls whose description says all: plain calls, translated names and locations,
 names made and deleted, output strings and arrays that must be sized. Calls with the note `custom` are only declared."""
 
+from scalars import SCALARS
 from text import BANNER, wrap
 
 
@@ -117,7 +118,14 @@ def emit_handlers(api):
     return BANNER + "".join("\n" + handler(c) for c in api.gl if not c.has("custom"))
 
 
+def emit_labeled(api):
+    """Replay knows the identifiers of the debug-label extension only, each kind's last one: others label object 0."""
+    return BANNER + "".join(f"case {k.labels[-1]}:\n    return m_resourceTable->GetValueGL{SCALARS[k.type].kind}(name);\n"
+                            for k in api.objects.values() if k.labels)
+
+
 OUTPUTS = {
     "Playback/GLPlaybackDeclarations.inc": emit_declarations,
     "Playback/GLPlaybackHandlers.inc": emit_handlers,
+    "Playback/LabeledObjects.inc": emit_labeled,
 }

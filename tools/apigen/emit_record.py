@@ -1,14 +1,9 @@
 """The recorder's entry points: what it exports for each call, and how each call's record is written."""
 
 import expressions
+from objects import effect_of
+from scalars import SCALARS
 from text import BANNER, c_arguments, c_parameters, header, wrap
-
-# Names beyond the description that the library stands in for.
-EXTRA = [
-    "glXGetProcAddress", "glXGetProcAddressARB", "glMapBufferOES", "eglSwapBuffersWithDamageKHR",
-    "eglSwapBuffersWithDamageEXT", "eglCreateImage", "eglWaitSync", "eglGetSyncAttrib", "eglGetPlatformDisplayEXT",
-    "eglCreatePlatformWindowSurfaceEXT", "eglCreatePlatformPixmapSurfaceEXT", "wl_egl_window_resize",
-]  # fmt: skip
 
 # What says that a buffer is bound to a binding of the description, which turns a pointer into an offset.
 BOUND = {
@@ -17,9 +12,6 @@ BOUND = {
     "pixel_pack": "context.State().HasPackBuffer()",
     "pixel_unpack": "context.State().HasUnpackBuffer()",
 }
-
-# Objects whose names programs may make up.
-NAMES = {"buffer": "Buffer", "texture": "Texture", "renderbuffer": "Renderbuffer", "framebuffer": "Framebuffer"}
 
 KINDS = {
     "VoidPtr": "Pointer", "EGLVoidPtr": "Pointer", "EGLImage": "Image", "EGLDisplay": "Display", "EGLConfig": "Config",
@@ -39,7 +31,7 @@ def recorded(api):
 def exported(api):
     """(name, call) of every exported function of the description; aliases with the call they stand for."""
     own = {c.name: c for c in recorded(api)}
-    aliases = {a.name: api.by_name[a.of] for a in api.aliases if a.name not in own and a.name not in EXTRA}
+    aliases = {a.name: api.by_name[a.of] for a in api.aliases if a.name not in own and a.name not in api.entries}
     return sorted((own | aliases).items())
 
 
@@ -142,13 +134,13 @@ def track(call):
     return (f"    context.Track(capturing, [&](Data::ContextState& state) {{ state.{call.name}({', '.join(arguments)}); }});\n")
 
 
-def names(call):
+def names(api, call):
     """Keeps account of the names that a replay knows, and has it generate those that the program made up."""
     text = ""
     for p in call.params:
-        kind = f"NameKind::{NAMES.get(p.type.name)}"
-        if p.type.name not in NAMES:
+        if p.type.name not in api.objects or not api.objects[p.type.name].is_made_up:
             continue
+        kind = f"Data::ObjectKind::{p.type.kind}"
         if call.has("makes_name"):
             text += (f"    if ({p.name} != 0 && !context.Names({kind}).Contains({p.name})) [[unlikely]]\n"
                      f"        RecordGeneration(capturing, context, {kind}, {p.name});\n")
@@ -159,9 +151,9 @@ def names(call):
     return text
 
 
-def record_function(call):
+def record_function(api, call):
     name = call.name
-    text = "    if (!capturing)\n        return;\n" + names(call)
+    text = "    if (!capturing)\n        return;\n" + names(api, call)
     sizes = []
     if call.ret.form == "cstring":
         text += "    const std::uint64_t resultBytes = TextBytes(result);\n"
@@ -191,7 +183,7 @@ def emit_records(api):
                   '#include "Recorder/Context.h"', '#include "Recorder/Platform.h"')
     text += "/// Appends the record of one call to the capture: the return value, the parameters, and the memory behind them.\n"
     text += "namespace Recorder::Record {\n\n"
-    text += "".join(record_function(c) for c in recorded(api))
+    text += "".join(record_function(api, c) for c in recorded(api))
     return text + "} // namespace Recorder::Record\n"
 
 
@@ -235,8 +227,18 @@ def emit_entry_points(api, egl):
 
 
 def emit_entries(api):
-    names = sorted({name for name, _ in exported(api)} | set(EXTRA))
+    names = sorted({name for name, _ in exported(api)} | set(api.entries))
     return BANNER + "".join(f"RECORDER_ENTRY({name})\n" for name in names)
+
+
+def emit_generation(api):
+    """How a replay is given a name of each kind that programs may make up: by the first call that makes some."""
+    text = BANNER
+    for kind in (k for k in api.objects.values() if k.is_made_up):
+        call = next(c for c in api.calls if (e := effect_of(api.objects, c)) and e.kind == kind.type and not e.deletes)
+        text += f"case Data::ObjectKind::{SCALARS[kind.type].kind}:\n"
+        text += f"    Record::{call.name}(capturing, context, 1, &name);\n    break;\n"
+    return text
 
 
 def emit_hidden(api):
@@ -248,5 +250,6 @@ OUTPUTS = {
     "Recorder/RecordCalls.h": emit_records,
     "Recorder/GLEntryPoints.inc": lambda api: emit_entry_points(api, False),
     "Recorder/EGLEntryPoints.inc": lambda api: emit_entry_points(api, True),
+    "Recorder/Generation.inc": emit_generation,
     "Recorder/HiddenExtensions.inc": emit_hidden,
 }

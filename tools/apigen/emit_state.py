@@ -1,11 +1,11 @@
 """What calls set, make, delete and depend on, as tables: one model of a program's state is driven by them."""
 
-import re
+import fnmatch
 
 import khronos
 import objects
 from states import Change, number
-from text import BANNER, header
+from text import BANNER, enumerator, header
 
 # The object that a state belongs to, where no parameter names it.
 OWNERS = {"vertex_array": "VertexArray", "transform_feedback": "TransformFeedback", "texture_of": "TextureOf",
@@ -21,12 +21,6 @@ DEPENDS = {"texture_of": "target", "framebuffer_of": "target", "framebuffers_of"
 # How a part of a state's name is written: what its index counts.
 COUNTED = {"unit": "TextureUnit", "buffers": "DrawBuffer", "faces": "Face", "face_of": "Face",
            "framebuffers_of": "Framebuffer", "viewports": "Viewport", "viewports_from": "Viewport"}
-UNIFORMS = re.compile(r"gl(Program)?Uniform(\d|Matrix)")
-
-
-def enumerator(name):
-    """blend_func -> BlendFunc"""
-    return "".join(part.capitalize() for part in name.split("_"))
 
 
 def kind(name):
@@ -134,8 +128,14 @@ def has_ranges(api, state):
     return any(c.state == state and c.indexes and c.indexes[-1] in RANGES for c in changes)
 
 
+def sets_uniforms(call):
+    """Calls with a place for uniforms that answer nothing: those set them."""
+    return (any(p.type.form == "scalar" and p.type.name == "uniform" for p in call.params)
+            and not any(p.type.out for p in call.params))
+
+
 def changes_of(api, call):
-    if UNIFORMS.match(call.name):
+    if sets_uniforms(call):
         program = ("program",) if "program" in [p.name for p in call.params] else ("current_program",)
         names = [p.name for p in call.params if p.name not in ("program", "location", "count")]
         # Whether a matrix is transposed comes last.
@@ -146,8 +146,7 @@ def changes_of(api, call):
 
 def has_effects(api, call):
     """Whether a model of the state has to follow the call."""
-    of_contexts = ("eglMakeCurrent", "eglReleaseThread", "eglTerminate")
-    return bool(changes_of(api, call) or objects.effect_of(api.objects, call) or call.name in of_contexts)
+    return bool(changes_of(api, call) or objects.effect_of(api.objects, call) or call.has("contexts"))
 
 
 def builder(api, call):
@@ -210,13 +209,13 @@ def emit_table(api):
         text += (f'    {{"{s.name}", {kind(s.names or s.holds)}, {str(bool(s.holds)).lower()}, {kind(s.of)}, '
                  f'{str(s.is_contents).lower()}, {{{counted}}}, "{codes}", {{{asked}}}, {len(s.initial)}, {{{initial}}}}},\n')
     changes, words, calls = [], [], []
-    nothing = set(api.states.nothing)
+    nothing = api.states.nothing
     for call in api.calls:
         writer = Writer(api, call)
         first = len(changes)
         changes += [writer.change(change, words) for change in changes_of(api, call)]
         asks = asks_for_location(call)
-        is_nothing = call.name in nothing or (re.match(r"gl(Get|Is)", call.name) and not asks)
+        is_nothing = any(fnmatch.fnmatchcase(call.name, pattern) for pattern in nothing) and not asks
         calls.append(f"{{{first}, {len(changes) - first}, {str(bool(is_nothing)).lower()}, {str(bool(asks)).lower()}, "
                      f"{str(call.has('draw') or call.has('draw_no_step')).lower()}, {builder(api, call)}, {object_effect(api, call)}}}, // {call.name}")
     text += "};\n\nconstexpr Operand words[] = {\n" + "".join(f"    {w},\n" for w in words)

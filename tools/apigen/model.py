@@ -3,6 +3,7 @@
 README.md in api/ explains the language. Emitters take an Api and return text; they never parse.
 """
 
+import fnmatch
 import re
 from dataclasses import dataclass, field
 from functools import cached_property
@@ -20,7 +21,7 @@ BINDINGS = {"element_array", "draw_indirect", "pixel_pack", "pixel_unpack"}
 # Functions of size expressions, with the number of their arguments.
 FUNCTIONS = {"pname": 1, "image": 5, "texel": 2, "index_size": 1, "clear_values": 1}
 NOTES = {"custom", "accepted", "draw", "draw_no_step", "dispatch", "blit", "resize", "track", "deletes", "mutable", "grow", "image_link",
-         "uses_buffers", "waits", "makes_name", "makes_handle", "judged", "without_names", "vertex_pointer", "buffered_indices",
+         "makes", "contexts", "uses_buffers", "waits", "makes_name", "makes_handle", "judged", "without_names", "vertex_pointer", "buffered_indices",
          "clear", "blit_no_step", "upload", "compiles", "links", "custom_count", "custom_record"}
 
 
@@ -164,9 +165,11 @@ class Api:
     calls: list = field(default_factory=list)
     aliases: list = field(default_factory=list)
     hidden: list = field(default_factory=list)  # names of extensions
+    entries: list = field(default_factory=list)  # names that the recorder stands in for beside those of the calls
     features: Features = field(default_factory=Features)
     states: States = field(default_factory=States)
     objects: dict = field(default_factory=dict)  # type: kind
+    needs: dict = field(default_factory=dict)  # what of a driver: names of calls, or patterns
 
     @cached_property
     def gl(self):
@@ -310,9 +313,16 @@ def parse_line(api, line):
     word = line.split()[0]
     if word == "hide":
         api.hidden.append(line.split()[1])
+    elif word == "need":
+        m = re.fullmatch(rf"need ({WORD}) : (.+)", line)
+        if not m:
+            raise ApiError("expected need WHAT : CALL...")
+        api.needs[m[1]] = m[2].split()
+    elif word == "entry":
+        api.entries += line.split()[1:]
     elif word == "object":
         if not objects.parse_line(api.objects, line):
-            raise ApiError("expected object TYPE : OWNER, NAME[, labels IDENTIFIER...]")
+            raise ApiError("expected object TYPE : OWNER, NAME[, made_up][, labels IDENTIFIER...]")
     elif word in features.WORDS | states.WORDS:
         if not features.parse_line(api.features, line) and not states.parse_line(api.states, line):
             raise ApiError(f"'{word}' is not followed by what it needs")
@@ -343,7 +353,9 @@ def load(paths):
     for alias in api.aliases:
         if alias.of not in api.by_name:
             raise ApiError(f"alias {alias.name}: there is no call {alias.of}")
-    for call in [count.call for count in api.features.counts] + [*api.states.changes, *api.states.nothing]:
-        if call not in api.by_name:
-            raise ApiError(f"{call} is counted or changes something, but there is no such call")
+    counted = [count.call for count in api.features.counts]
+    needed = [call for calls in api.needs.values() for call in calls]
+    for call in [*counted, *api.states.changes, *api.states.nothing, *needed]:
+        if not fnmatch.filter(api.by_name, call):
+            raise ApiError(f"{call} is counted, or changes or needs something, but there is no such call")
     return api

@@ -8,6 +8,11 @@ def header(*lines):
     return BANNER + "#pragma once\n\n" + "".join(f"{line}\n" for line in lines) + "\n"
 
 
+def enumerator(name):
+    """blend_func -> BlendFunc"""
+    return "".join(part.capitalize() for part in name.split("_"))
+
+
 def wrap(prefix, items, suffix, width=118, indent=4):
     """`prefix` + comma-separated items + `suffix`, broken into lines that fit."""
     lines, line = [], prefix

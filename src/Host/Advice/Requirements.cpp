@@ -9,6 +9,7 @@
 
 #include "Data/Records/CallArguments.h"
 #include "Data/Records/RecordWalk.h"
+#include "Host/Needs.h"
 
 namespace Host {
 
@@ -22,34 +23,83 @@ std::uint32_t Value(const CallArguments& arguments, std::string_view name)
     return static_cast<std::uint32_t>(arguments.Find(name).value_or(0));
 }
 
-/// Which part of a limit a call uses.
-class LimitReader {
-public:
-    explicit LimitReader(std::map<std::uint32_t, std::int64_t>& limits) : m_limits(limits) {}
+/// The version that a context was asked for.
+int ContextVersion(const CallArguments& arguments)
+{
+    int major = 1;
+    int minor = 0;
+    // The attributes are the last parameter.
+    Data::ForEachAttrib(arguments.Contents(arguments.Count() - 1), [&](EGLint name, EGLint value) {
+        // The same value as EGL_CONTEXT_CLIENT_VERSION.
+        if (name == EGL_CONTEXT_MAJOR_VERSION) {
+            major = value;
+        } else if (name == EGL_CONTEXT_MINOR_VERSION) {
+            minor = value;
+        }
+    });
+    return std::clamp(major, 1, 9) * 10 + std::clamp(minor, 0, 9);
+}
 
-    void Read(std::string_view call, const CallArguments& arguments)
+Need NeedOf(Data::CallId call)
+{
+    switch (call) {
+#include "Host/NeedCases.inc"
+    default:
+        return Need::Nothing;
+    }
+}
+
+/// Notes what calls need.
+class NeedReader {
+public:
+    explicit NeedReader(Requirements& needed) : m_needed(needed) {}
+
+    void Read(const CallArguments& arguments)
     {
-        if (call.starts_with("glTexImage") || call.starts_with("glTexStorage") ||
-            call.starts_with("glCompressedTexImage") || call.starts_with("glCopyTexImage")) {
+        switch (NeedOf(arguments.Call())) {
+        case Need::Nothing:
+            break;
+        case Need::Version:
+            m_needed.version = std::max(m_needed.version, ContextVersion(arguments));
+            break;
+        case Need::CompressedTexture:
+            m_needed.textureFormats.insert(Value(arguments, "internalformat"));
             Texture(arguments);
-        } else if (call.starts_with("glRenderbufferStorage")) {
+            break;
+        case Need::CompressedUpload:
+            m_needed.textureFormats.insert(Value(arguments, "format"));
+            break;
+        case Need::ProgramBinary:
+            m_needed.binaryFormats.insert(Value(arguments, "binaryFormat"));
+            break;
+        case Need::Texture:
+            Texture(arguments);
+            break;
+        case Need::Renderbuffer:
             Size(GL_MAX_RENDERBUFFER_SIZE, arguments);
             Use(GL_MAX_SAMPLES, arguments.Find("samples"));
-        } else if (call.starts_with("glFramebuffer")) {
+            break;
+        case Need::Attachment:
             Use(GL_MAX_SAMPLES, arguments.Find("samples"));
             if (const std::uint32_t attachment = Value(arguments, "attachment"); attachment < GL_DEPTH_ATTACHMENT) {
                 Index(GL_MAX_COLOR_ATTACHMENTS, attachment, GL_COLOR_ATTACHMENT0);
             }
-        } else if (call == "glActiveTexture") {
+            break;
+        case Need::TextureUnit:
             Index(GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS, Value(arguments, "texture"), GL_TEXTURE0);
-        } else if (call.starts_with("glDrawBuffers")) {
+            break;
+        case Need::DrawBuffers:
             Use(GL_MAX_DRAW_BUFFERS, arguments.Find("n"));
-        } else if (call.starts_with("glVertexAttrib") || call == "glEnableVertexAttribArray") {
+            break;
+        case Need::Attribute:
             Index(GL_MAX_VERTEX_ATTRIBS, Value(arguments, arguments.Find("index") ? "index" : "attribindex"), 0);
-        } else if (call == "glBindBufferBase" || call == "glBindBufferRange") {
+            break;
+        case Need::IndexedBuffer:
             IndexedBuffer(Value(arguments, "target"), Value(arguments, "index"));
-        } else if (call == "glBindImageTexture") {
+            break;
+        case Need::ImageUnit:
             Index(GL_MAX_IMAGE_UNITS, Value(arguments, "unit"), 0);
+            break;
         }
     }
 
@@ -57,7 +107,7 @@ private:
     void Use(std::uint32_t limit, std::optional<std::int32_t> value)
     {
         if (value.value_or(0) > 0) {
-            std::int64_t& most = m_limits[limit];
+            std::int64_t& most = m_needed.limits[limit];
             most = std::max<std::int64_t>(most, *value);
         }
     }
@@ -101,37 +151,8 @@ private:
         }
     }
 
-    std::map<std::uint32_t, std::int64_t>& m_limits;
+    Requirements& m_needed;
 };
-
-/// The version that a context was asked for.
-int ContextVersion(const CallArguments& arguments)
-{
-    int major = 1;
-    int minor = 0;
-    // The attributes are the last parameter.
-    Data::ForEachAttrib(arguments.Contents(arguments.Count() - 1), [&](EGLint name, EGLint value) {
-        // The same value as EGL_CONTEXT_CLIENT_VERSION.
-        if (name == EGL_CONTEXT_MAJOR_VERSION) {
-            major = value;
-        } else if (name == EGL_CONTEXT_MINOR_VERSION) {
-            minor = value;
-        }
-    });
-    return std::clamp(major, 1, 9) * 10 + std::clamp(minor, 0, 9);
-}
-
-void ReadCall(std::string_view name, const CallArguments& arguments, Requirements& needed)
-{
-    if (name == "eglCreateContext") {
-        needed.version = std::max(needed.version, ContextVersion(arguments));
-    } else if (name.starts_with("glCompressedTex")) {
-        needed.textureFormats.insert(Value(arguments, name.find("Sub") == name.npos ? "internalformat" : "format"));
-    } else if (name.starts_with("glProgramBinary")) {
-        needed.binaryFormats.insert(Value(arguments, "binaryFormat"));
-    }
-    LimitReader(needed.limits).Read(name, arguments);
-}
 
 } // namespace
 
@@ -146,12 +167,13 @@ Requirements ReadRequirements(const std::string& captureFile, std::uint32_t last
     Data::Diagnostics quiet(captureFile, nullptr);
     const std::vector<Data::FileCall>& calls = source->Calls();
     std::vector<std::uint64_t> counts(calls.size());
+    NeedReader reader(needed);
     const auto visit = [&](const Data::RecordCursor& record) {
         const std::uint32_t id = record.Header().id;
         if (id < calls.size() && !calls[id].name.empty()) {
             ++counts[id];
             if (calls[id].known < Data::callCount) {
-                ReadCall(calls[id].name, CallArguments(static_cast<Data::CallId>(calls[id].known), record), needed);
+                reader.Read(CallArguments(static_cast<Data::CallId>(calls[id].known), record));
             }
         }
     };

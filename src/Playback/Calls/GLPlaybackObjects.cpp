@@ -87,28 +87,7 @@ void GLPlaybackAdapter::Process_glCreateSharedBufferTAVO(std::int32_t sizeInByte
 std::uint32_t GLPlaybackAdapter::GetLabeledObject(std::uint32_t identifier, std::uint32_t name) const
 {
     switch (identifier) {
-    case GL_TEXTURE:
-        return m_resourceTable->GetValueGLTexture(name);
-    case GL_SAMPLER:
-        return m_resourceTable->GetValueGLSampler(name);
-    case GL_PROGRAM_PIPELINE_OBJECT_EXT:
-        return m_resourceTable->GetValueGLPipeline(name);
-    case GL_PROGRAM_OBJECT_EXT:
-        return m_resourceTable->GetValueGLProgram(name);
-    case GL_SHADER_OBJECT_EXT:
-        return m_resourceTable->GetValueGLShader(name);
-    case GL_FRAMEBUFFER:
-        return m_resourceTable->GetValueGLFramebuffer(name);
-    case GL_RENDERBUFFER:
-        return m_resourceTable->GetValueGLRenderbuffer(name);
-    case GL_TRANSFORM_FEEDBACK:
-        return m_resourceTable->GetValueGLTransformFeedback(name);
-    case GL_BUFFER_OBJECT_EXT:
-        return m_resourceTable->GetValueGLBuffer(name);
-    case GL_QUERY_OBJECT_EXT:
-        return m_resourceTable->GetValueGLQuery(name);
-    case GL_VERTEX_ARRAY_OBJECT_EXT:
-        return m_resourceTable->GetValueGLVertexArray(name);
+#include "Playback/LabeledObjects.inc"
     default:
         PLAYBACK_LOG(Diagnostic, General, SourceFile, "Unrecognized object type for debug label: %d",
                      static_cast<int>(identifier));
