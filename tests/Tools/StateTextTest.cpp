@@ -26,6 +26,8 @@ TEST_F(StateTextTest, DifferencesAreToldByObjectNameAndIndex)
     Call(CallId::glUniform1f, 1, 0.75);
     Call(CallId::glCullFace, 0x0405);
     Call(CallId::glBindTexture, 0x0DE1, 7);
+    Call(CallId::glUniform1i, 2, 4);
+    Call(CallId::glObjectLabel, 0x82E2u, 3u, -1, "sky\xff");
     Call(CallId::glFlush);
     Finish();
     std::string error;
@@ -40,7 +42,10 @@ TEST_F(StateTextTest, DifferencesAreToldByObjectNameAndIndex)
               "programs 3: GL_UNIFORM[1]: 0.25 -> 0.75\n");
     EXPECT_EQ(ToJson(before)["objects"]["programs"]["3"]["GL_UNIFORM[1]"], 0.25);
     EXPECT_TRUE(Compare(before, before).empty());
-    EXPECT_EQ(std::get<std::string>(at("1:99")), "frame 1 has 11 calls, expected at least 99");
+    const auto after = std::get<StateSnapshot>(at("1:13"));
+    EXPECT_EQ(ToText(Compare(std::get<StateSnapshot>(at("1:11")), after)),
+              "programs 3: GL_UNIFORM[2]: not set -> 4\nprograms 3: label: not set -> \"sky\xEF\xBF\xBD\"\n");
+    EXPECT_EQ(std::get<std::string>(at("1:99")), "frame 1 has 13 calls, expected at least 99");
 }
 
 } // namespace

@@ -93,7 +93,7 @@ class Writer:
     def word(self, text):
         if text in self.places:
             p = self.call.param(text)
-            return operand("Elements" if p.type.form == "array" else "Parameter", self.places[text])
+            return operand({"array": "Elements", "string": "Text"}.get(p.type.form, "Parameter"), self.places[text])
         if text in WORDS:
             # A vector of attributes is filled up; the type of a vertex comes after its size.
             other = {"vector": 1, "vertex_stride": self.places.get("size")}.get(text, 0)
@@ -173,7 +173,7 @@ def object_effect(api, call):
 def codes_of_word(call, word):
     p = next((p for p in call.params if p.name == word), None)
     if p is not None:
-        return "i" if p.type.form == "ptr" else "u" if p.type.kind else p.type.scalar.code
+        return "s" if p.type.form == "string" else "i" if p.type.form == "ptr" else "u" if p.type.kind else p.type.scalar.code
     return "e" if word.startswith("GL_") else {"vector": "f", "array_buffer": "u"}.get(word, "i")
 
 

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -159,6 +160,11 @@ public:
     [[nodiscard]] const StateSlots& Slots() const { return m_slots; }
     /// What was set last, or what is there at the start; empty where that is not known.
     [[nodiscard]] Words WordsAt(Slot slot) const;
+    /// The type of each of those words, as the letters of signatures have it; the last one goes on. That of the call
+    /// which set them: uniforms have many.
+    [[nodiscard]] std::string CodesAt(Slot slot) const;
+    /// The text of a debug label; empty without one.
+    [[nodiscard]] const std::string& LabelOf(Owner owner) const;
 
 private:
     void FollowEGL(const CallArguments& call);
@@ -171,9 +177,9 @@ private:
 
     std::uint32_t IndexOf(const Operand& operand, const CallArguments& call, StatePlace& place);
     void ReadWords(const StateChange& change, const CallArguments& call);
-    bool Set(Slot slot, const Words& words);
+    bool Set(Slot slot, const Words& words, CallId setter);
     /// Each slot gets its part of the words.
-    bool SetElements(State state, const StatePlace& place);
+    bool SetElements(State state, const StatePlace& place, CallId setter);
     Slot Selected(State state, std::uint32_t first = 0, std::uint32_t second = 0);
     Owner BoundOrDefault(State state, ObjectKind kind);
     Owner BoundFramebuffer(bool isForDrawing);
@@ -183,6 +189,7 @@ private:
     std::vector<StateObject> m_objects = std::vector<StateObject>(1);
     ObjectCounts m_counts = {};
     std::map<std::uint32_t, NamedObjects> m_displays;
+    std::map<Owner, std::string> m_labels;
     Contexts<StateContext, StateGroup> m_contexts;
     Outcome m_outcome = Outcome::SetsNothing;
     std::vector<Slot> m_selectors;

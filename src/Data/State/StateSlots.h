@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "Data/CallIds.h"
 #include "Data/States.h"
 
 namespace Data {
@@ -24,6 +25,7 @@ using Words = std::vector<double>;
 class StateSlots {
 public:
     static constexpr Slot none = ~Slot{0};
+    static constexpr auto noCall = static_cast<CallId>(callCount);
 
     [[nodiscard]] Owner NewOwner()
     {
@@ -63,6 +65,8 @@ public:
         Words words;
         /// The object that the first word names, where the state has one.
         Owner bound = 0;
+        /// The call that set the words.
+        CallId setter = noCall;
     };
     [[nodiscard]] Value& ValueOf(Slot slot) { return m_values[slot]; }
     [[nodiscard]] const Value& ValueOf(Slot slot) const { return m_values[slot]; }

@@ -73,6 +73,7 @@ enum class Source : std::uint8_t {
     Locations,      ///< from `parameter`, as many as `other` says: one where there is no such parameter
     // Words.
     Elements,    ///< of the array `parameter`; `other`: filled up from 0 0 0 1
+    Text,        ///< the string `parameter`
     ArrayBuffer, ///< the buffer bound to GL_ARRAY_BUFFER
     VertexStride ///< `parameter`; where it is 0, bytes of a vertex of the size `other` and the type after it
 };

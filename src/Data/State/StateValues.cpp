@@ -203,6 +203,8 @@ StateModel::Outcome StateModel::Apply(const StateChange& change, const CallArgum
         return Outcome::SetsNothing;
     }
     const StateDescription& state = Describe(change.state);
+    if (change.state == State::Label && place.owner != 0)
+        m_labels[place.owner] = call.Text(WordsOf(change).front().parameter);
     if (state.isContents || place.owner == 0)
         return Outcome::SetsNothing;
     ReadWords(change, call);
@@ -210,11 +212,13 @@ StateModel::Outcome StateModel::Apply(const StateChange& change, const CallArgum
         // Location -1 stands for a uniform that the compiler left out: nothing is set.
         if (static_cast<std::int32_t>(place.second) < 0 || place.count == 0 || m_words.size() < place.count)
             return Outcome::SetsNothing;
-        return SetElements(change.state, place) ? Outcome::Changed : Outcome::Same;
+        return SetElements(change.state, place, call.Call()) ? Outcome::Changed : Outcome::Same;
     }
     if (change.second.source == Source::ViewportsFrom) {
         const bool isWhole = place.count != 0 && m_words.size() >= place.count;
-        return !isWhole ? Outcome::SetsNothing : SetElements(change.state, place) ? Outcome::Changed : Outcome::Same;
+        return !isWhole                                        ? Outcome::SetsNothing
+               : SetElements(change.state, place, call.Call()) ? Outcome::Changed
+                                                               : Outcome::Same;
     }
     const Owner bound =
         state.names != noObject && !m_words.empty() ? Find(state.names, Name(m_words.front())) : Owner{0};
@@ -222,7 +226,7 @@ StateModel::Outcome StateModel::Apply(const StateChange& change, const CallArgum
     Slot slot = StateSlots::none;
     for (std::uint32_t i = 0; i < place.count; ++i) {
         slot = i == 0 ? m_slots.At(place.owner, change.state, place.first, place.second) : m_slots.After(slot);
-        isChanged |= Set(slot, m_words);
+        isChanged |= Set(slot, m_words, call.Call());
         if (m_slots.ValueOf(slot).bound == bound)
             continue;
         m_slots.ValueOf(slot).bound = bound;
@@ -232,10 +236,10 @@ StateModel::Outcome StateModel::Apply(const StateChange& change, const CallArgum
     return isChanged ? Outcome::Changed : Outcome::Same;
 }
 
-bool StateModel::SetElements(State state, const StatePlace& place)
+bool StateModel::SetElements(State state, const StatePlace& place, CallId setter)
 {
     if (place.count == 1)
-        return Set(m_slots.At(place.owner, state, 0, place.second), m_words);
+        return Set(m_slots.At(place.owner, state, 0, place.second), m_words, setter);
     // The elements of an array have consecutive locations. Behind those of several is whether they are transposed.
     const std::size_t each = m_words.size() / place.count;
     const auto end = m_words.begin() + static_cast<std::ptrdiff_t>(each * place.count);
@@ -244,13 +248,14 @@ bool StateModel::SetElements(State state, const StatePlace& place)
         const auto begin = m_words.begin() + static_cast<std::ptrdiff_t>(i * each);
         m_element.assign(begin, begin + static_cast<std::ptrdiff_t>(each));
         m_element.insert(m_element.end(), end, m_words.end());
-        isChanged |= Set(m_slots.At(place.owner, state, 0, place.second + i), m_element);
+        isChanged |= Set(m_slots.At(place.owner, state, 0, place.second + i), m_element, setter);
     }
     return isChanged;
 }
 
-bool StateModel::Set(Slot slot, const Words& words)
+bool StateModel::Set(Slot slot, const Words& words, CallId setter)
 {
+    m_slots.ValueOf(slot).setter = setter;
     Words& value = m_slots.ValueOf(slot).words;
     if (IsSame(value, words))
         return false;
@@ -269,6 +274,37 @@ Words StateModel::WordsAt(Slot slot) const
         return {1};
     const StateDescription& description = Describe(state);
     return {description.initial.begin(), description.initial.begin() + description.initialWords};
+}
+
+std::string StateModel::CodesAt(Slot slot) const
+{
+    const StateSlots::Value& value = m_slots.ValueOf(slot);
+    const std::string described = Describe(m_slots.StateOf(slot)).codes;
+    if (value.setter == StateSlots::noCall)
+        return described;
+    const std::span<const StateChange> changes = ChangesOf(value.setter);
+    const auto change = std::ranges::find(changes, m_slots.StateOf(slot), &StateChange::state);
+    std::string codes;
+    for (const Operand& word : WordsOf(*change)) {
+        const bool isArray = word.source == Source::Elements;
+        const std::size_t others = change->wordCount - 1u;
+        if (isArray || word.source == Source::Parameter) {
+            const ParameterDescription& parameter = ParametersOf(value.setter)[word.parameter];
+            // Of a pointer the address is set.
+            const char code = isArray || parameter.form == ParameterForm::Scalar ? parameter.code : 'i';
+            codes.append(isArray && value.words.size() > others ? value.words.size() - others : 1, code);
+        } else {
+            codes += codes.size() < described.size() ? described[codes.size()] : 'i';
+        }
+    }
+    return codes;
+}
+
+const std::string& StateModel::LabelOf(Owner owner) const
+{
+    static const std::string none;
+    const auto label = m_labels.find(owner);
+    return label != m_labels.end() ? label->second : none;
 }
 
 double StateModel::Word(Owner owner, State state, std::uint32_t first, std::uint32_t second, std::size_t word) const

@@ -19,6 +19,8 @@ using Data::State;
 using Data::StateDescription;
 using Json = nlohmann::ordered_json;
 
+/// Of objects that have a text for people.
+constexpr const char* labelName = "label";
 constexpr std::uint32_t texture0 = 0x84C0;
 constexpr std::uint32_t readFramebuffer = 0x8CA8;
 constexpr std::uint32_t drawFramebuffer = 0x8CA9;
@@ -80,8 +82,8 @@ class StateValues {
 public:
     StateValues(State state, StateSnapshot::Values& values) : m_description(Data::Describe(state)), m_values(values) {}
 
-    /// `first` and `second` are the texts of the indexes.
-    void Add(std::uint32_t first, const std::string& second, const Data::Words& words)
+    /// `second` is the text of that index. `codes` are the types of the words.
+    void Add(std::uint32_t first, const std::string& second, const Data::Words& words, std::string_view codes)
     {
         if (words.empty() || m_description.isContents)
             return;
@@ -90,13 +92,13 @@ public:
         const std::string index = IndexText(m_description.indexes[0], first) + second;
         if (names > 1) {
             for (std::size_t i = 0; i < std::min(names, words.size()); ++i)
-                m_values[m_description.asked[i] + index] = Word(i, words);
+                m_values[m_description.asked[i] + index] = Word(i, words, codes);
             return;
         }
         const bool isEnum = m_description.indexes[0] == Counted::Enum && IsEnumParameter(first);
         Json value = Json::array();
         for (std::size_t i = 0; i < words.size(); ++i)
-            value.push_back(isEnum ? WordJson('e', words[i]) : Word(i, words));
+            value.push_back(isEnum ? WordJson('e', words[i]) : Word(i, words, codes));
         if (value.size() == 1)
             value = Json(value[0]);
         // A parameter that an index names needs no other name.
@@ -107,9 +109,8 @@ public:
     }
 
 private:
-    [[nodiscard]] Json Word(std::size_t i, const Data::Words& words) const
+    static Json Word(std::size_t i, const Data::Words& words, std::string_view codes)
     {
-        const std::string_view codes = m_description.codes;
         return WordJson(codes.empty() ? 'f' : codes[std::min(i, codes.size() - 1)], words[i]);
     }
 
@@ -117,27 +118,39 @@ private:
     StateSnapshot::Values& m_values;
 };
 
+/// Words and their types.
+struct Value {
+    Data::Words words;
+    std::string codes;
+    bool operator==(const Value& other) const { return words == other.words; }
+};
+
+Value InitialValue(const StateDescription& description)
+{
+    return {{description.initial.begin(), description.initial.begin() + description.initialWords}, description.codes};
+}
+
 void AddOwner(const Data::StateModel& model, Owner owner, StateSnapshot::Values& values)
 {
     // By state and first index, since calls may set all second indexes at once.
-    std::map<std::pair<State, std::uint32_t>, std::map<std::uint32_t, Data::Words>> groups;
+    std::map<std::pair<State, std::uint32_t>, std::map<std::uint32_t, Value>> groups;
     for (const Slot slot : model.Slots().Of(owner)) {
         const Data::StateSlots& slots = model.Slots();
-        groups[{slots.StateOf(slot), slots.FirstOf(slot)}][slots.SecondOf(slot)] = model.WordsAt(slot);
+        groups[{slots.StateOf(slot), slots.FirstOf(slot)}][slots.SecondOf(slot)] = {model.WordsAt(slot),
+                                                                                    model.CodesAt(slot)};
     }
     for (auto& [key, group] : groups) {
         const StateDescription& description = Data::Describe(key.first);
         const Counted counted = description.indexes[1];
         // Where a call set one of them alone, the others are as at the start.
         for (std::uint32_t second = 0; SetAtOnce(counted) > 1 && second < SetAtOnce(counted); ++second)
-            group.try_emplace(second, description.initial.begin(),
-                              description.initial.begin() + description.initialWords);
+            group.try_emplace(second, InitialValue(description));
         StateValues state(key.first, values);
         const auto isAsFirst = [&first = group.begin()->second](const auto& other) { return other.second == first; };
         const bool isOne = group.size() >= SetAtOnce(counted) && counted != Counted::Number &&
                            counted != Counted::Enum && std::ranges::all_of(group, isAsFirst);
-        for (const auto& [second, words] : group) {
-            state.Add(key.second, isOne ? "" : IndexText(counted, second), words);
+        for (const auto& [second, value] : group) {
+            state.Add(key.second, isOne ? "" : IndexText(counted, second), value.words, value.codes);
             if (isOne)
                 break;
         }
@@ -150,9 +163,9 @@ void AddInitial(StateSnapshot& snapshot)
     for (std::size_t i = 0; i < Data::stateCount; ++i) {
         const auto state = static_cast<State>(i);
         const StateDescription& description = Data::Describe(state);
-        const Data::Words words(description.initial.begin(), description.initial.begin() + description.initialWords);
+        const Value initial = InitialValue(description);
         StateSnapshot::Values values;
-        StateValues(state, values).Add(0, "", words);
+        StateValues(state, values).Add(0, "", initial.words, initial.codes);
         for (auto& [name, value] : values)
             snapshot.initial[description.of == Data::noObject ? "" : Data::Describe(description.of).name].emplace(
                 name.substr(0, name.find('[')), std::move(value));
@@ -161,8 +174,12 @@ void AddInitial(StateSnapshot& snapshot)
 
 void AddNamed(const Data::StateModel& model, const Data::NamedObjects& objects, StateSnapshot& snapshot)
 {
-    for (const auto& [key, owner] : objects.owners)
-        AddOwner(model, owner, snapshot.objects[{Data::Describe(key.first).name, std::to_string(key.second)}]);
+    for (const auto& [key, owner] : objects.owners) {
+        StateSnapshot::Values& values = snapshot.objects[{Data::Describe(key.first).name, std::to_string(key.second)}];
+        AddOwner(model, owner, values);
+        if (const std::string& label = model.LabelOf(owner); !label.empty())
+            values[labelName] = label;
+    }
 }
 
 } // namespace
@@ -318,14 +335,20 @@ Json ToJson(const std::vector<StateDifference>& differences)
 
 std::string ToText(const std::vector<StateDifference>& differences)
 {
-    const auto text = [](const Json& value) {
-        return value.is_null() ? "not set" : value.is_string() ? value.get<std::string>() : value.dump();
+    const auto text = [](const std::string& state, const Json& value) {
+        if (value.is_null())
+            return std::string("not set");
+        if (!value.is_string())
+            return value.dump();
+        // A label may be any bytes; other texts are names.
+        return state == labelName ? JsonString(value.get<std::string>()) : value.get<std::string>();
     };
     std::string lines;
     for (const StateDifference& difference : differences) {
         if (!difference.object.first.empty())
             lines += difference.object.first + " " + difference.object.second + ": ";
-        lines += difference.state + ": " + text(difference.before) + " -> " + text(difference.after) + "\n";
+        lines += difference.state + ": " + text(difference.state, difference.before) + " -> " +
+                 text(difference.state, difference.after) + "\n";
     }
     return lines;
 }

@@ -158,6 +158,12 @@ ExitStatus PrintDump(Data::CaptureSource& source, Data::Diagnostics& diagnostics
     return ExitStatus::Done;
 }
 
+/// Labels may be any bytes; what is no UTF-8 is replaced.
+std::string Text(const nlohmann::ordered_json& json)
+{
+    return json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
 /// The state at a moment, or what differs from another one to it.
 ExitStatus PrintState(Data::CaptureSource& source, Data::Diagnostics& diagnostics,
                       const Util::ParseArgs::CmdLineArgs& args)
@@ -174,11 +180,11 @@ ExitStatus PrintState(Data::CaptureSource& source, Data::Diagnostics& diagnostic
     }
     const auto& snapshot = std::get<Tools::StateSnapshot>(here);
     if (!other) {
-        Print(Tools::ToJson(snapshot).dump(2) + "\n");
+        Print(Text(Tools::ToJson(snapshot)));
         return ExitStatus::Done;
     }
     const auto differences = Tools::Compare(std::get<Tools::StateSnapshot>(there), snapshot);
-    Print(args.HasSwitch("--json") ? Tools::ToJson(differences).dump(2) + "\n" : Tools::ToText(differences));
+    Print(args.HasSwitch("--json") ? Text(Tools::ToJson(differences)) : Tools::ToText(differences));
     return ExitStatus::Done;
 }
 
