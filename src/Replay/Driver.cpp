@@ -82,9 +82,11 @@ std::map<std::string, std::string> DriverStrings()
             strings[Core::LogFormat::GetGLEnumString(name)] = text;
         }
     }
+    if (!egl.eglGetCurrentDisplay || !egl.eglQueryString) {
+        return strings;
+    }
     for (const EGLint name : {EGL_VENDOR, EGL_VERSION}) {
-        const char* text = egl.eglQueryString ? egl.eglQueryString(egl.eglGetCurrentDisplay(), name) : nullptr;
-        if (text) {
+        if (const char* text = egl.eglQueryString(egl.eglGetCurrentDisplay(), name)) {
             strings[Core::LogFormat::GetEGLEnumString(static_cast<unsigned int>(name))] = text;
         }
     }

@@ -85,6 +85,18 @@ TEST(StateTrackerTest, CallsAreKeptWhoseEffectLasts)
           CallRecord(CallId::glUseProgram, 8), CallRecord(CallId::glUniform1f, 3, 1.0),
           CallRecord(CallId::glUniform1f, 3, 2.0), CallRecord(CallId::glUseProgram, 0)},
          {0, 1, 2, 4, 5}},
+        {"an attachment replaces one, and is gone with its texture",
+         {CallRecord(CallId::glGenFramebuffers, 1, Words{1}), CallRecord(CallId::glGenTextures, 2, Words{1, 2}),
+          CallRecord(CallId::glBindFramebuffer, 0x8D40, 1),
+          CallRecord(CallId::glFramebufferTexture2D, 0x8D40, 0x8CE0, 0x0DE1, 1, 0),
+          CallRecord(CallId::glFramebufferTexture2D, 0x8D40, 0x8CE0, 0x0DE1, 2, 0),
+          CallRecord(CallId::glFramebufferTexture2D, 0x8D40, 0x8CE1, 0x0DE1, 1, 0)},
+         {0, 1, 2, 4, 5}},
+        {"a stage replaces that stage only",
+         {CallRecord(CallId::glGenProgramPipelines, 1, Words{1}), CallRecord(CallId::glCreateProgram, 8),
+          CallRecord(CallId::glBindProgramPipeline, 1), CallRecord(CallId::glUseProgramStages, 1, 1, 8),
+          CallRecord(CallId::glUseProgramStages, 1, 3, 8), CallRecord(CallId::glUseProgramStages, 1, 1, 8)},
+         {0, 1, 2, 4, 5}},
     };
     for (const Case& each : cases)
         EXPECT_EQ(Kept(each.calls), each.kept) << each.name;

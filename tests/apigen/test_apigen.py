@@ -111,7 +111,7 @@ class Description(unittest.TestCase):
             '{"sparkle", noObject, false, noObject, false, {Counted::None, Counted::Face}, "f", {"GL_SPARKLE"}, 1, {1}},',
             "{Source::Parameter, 1, 0, 0},",
             "{State::Sparkle, ChangeKind::Set, {Source::Context, 0, 0, 0}, {Source::Number, 0, 0, 0}, "
-            "{Source::FacesOf, 0, 0, 0}, {1, true, 0x0404}, 0, 1},",
+            "{Source::FacesOf, 0, 0, 0}, {1, StateChange::IsNot, 0x0404}, noObject, 0, 1},",
             "{0, 1, false, false, false, {Source::Number, 0, 0, 0}, {}}, // glSparkle"])
         self.assertIn("decoder.Follow();", emit_decode.emit(api))
         self.assertIn("Changed(CallId::glSparkle);", emit_info.emit_calls(lambda a: a.gl)(api))

@@ -37,7 +37,7 @@ def setter(call, change):
     arguments += [value(call, w) for w in change.words]
     test = ""
     if c := change.condition:
-        test = f"    if ({c.param} {'!=' if c.is_negated else '=='} {number(c.value):#06x})\n    "
+        test = f"    if ({c.param} {'!=' if c.test == 'is not' else '=='} {number(c.value):#06x})\n    "
     return test + wrap(f"    Set{enumerator(change.state)}(", arguments, ");\n", indent=8)
 
 

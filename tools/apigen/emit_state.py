@@ -13,18 +13,19 @@ OWNERS = {"vertex_array": "VertexArray", "transform_feedback": "TransformFeedbac
           "current_program": "Program"}
 INDEXES = {"unit": "Unit", "buffers": "DrawBuffers", "faces": "Faces", "face_of": "FacesOf",
            "framebuffers_of": "FramebuffersOf", "viewports": "Viewports", "viewports_from": "ViewportsFrom"}
-WORDS = {"array_buffer": "ArrayBuffer", "vertex_stride": "VertexStride", "vector": "Elements"}
+WORDS = {"array_buffer": "ArrayBuffer", "vertex_stride": "VertexStride", "vector": "Elements", "cube_face": "CubeFace"}
+TESTS = {"is": "Is", "is not": "IsNot", "has": "Has"}
 RANGES = ("buffers", "faces", "face_of", "framebuffers_of", "viewports", "viewports_from")
 # The parameter that a rule depends on.
 DEPENDS = {"texture_of": "target", "framebuffer_of": "target", "framebuffers_of": "target", "face_of": "face",
-           "viewports_from": "first", "vertex_stride": "stride", "vector": "v"}
+           "viewports_from": "first", "vertex_stride": "stride", "vector": "v", "cube_face": "textarget"}
 # How a part of a state's name is written: what its index counts.
 COUNTED = {"unit": "TextureUnit", "buffers": "DrawBuffer", "faces": "Face", "face_of": "Face",
            "framebuffers_of": "Framebuffer", "viewports": "Viewport", "viewports_from": "Viewport"}
 
 
 def kind(name):
-    return f"ObjectKind::{enumerator(name)}" if name else "noObject"
+    return f"ObjectKind::{enumerator(name)}" if name and name != "any" else "noObject"
 
 
 def emit_kinds(api):
@@ -103,6 +104,13 @@ class Writer:
     def state(self, change):
         return self.api.states.by_name[change.state]
 
+    def named(self, change):
+        """The kind of object that the first word names."""
+        state = self.api.states.by_name.get(change.state)
+        if not state or not change.words:
+            return ""
+        return self.call.param(change.words[0]).type.name if state.names == "any" else state.names or state.holds
+
     def change(self, change, words):
         """One row; the words go to the end of the list of all words."""
         owner, indexes = self.owner(change)
@@ -114,12 +122,12 @@ class Writer:
         indexes += [operand("Number")] * (2 - len(indexes))
         condition = "{}"
         if c := change.condition:
-            condition = f"{{{self.places[c.param] + 1}, {str(c.is_negated).lower()}, {number(c.value):#06x}}}"
+            condition = f"{{{self.places[c.param] + 1}, StateChange::{TESTS[c.test]}, {number(c.value):#06x}}}"
         first = len(words)
         words += [self.word(w) for w in change.words]
         state = f"State::{enumerator(change.state)}" if change.state else "{}"
         return (f"{{{state}, ChangeKind::{change.kind.capitalize()}, {owner}, {indexes[0]}, {indexes[1]}, {condition}, "
-                f"{first}, {len(change.words)}}}")
+                f"{kind(self.named(change))}, {first}, {len(change.words)}}}")
 
 
 def has_ranges(api, state):
@@ -174,7 +182,7 @@ def codes_of_word(call, word):
     p = next((p for p in call.params if p.name == word), None)
     if p is not None:
         return "s" if p.type.form == "string" else "i" if p.type.form == "ptr" else "u" if p.type.kind else p.type.scalar.code
-    return "e" if word.startswith("GL_") else {"vector": "f", "array_buffer": "u"}.get(word, "i")
+    return "e" if word.startswith("GL_") else {"vector": "f", "array_buffer": "u", "cube_face": "e"}.get(word, "i")
 
 
 def code_at(changes, place):
@@ -192,8 +200,8 @@ def parts_of(api, state):
         return [], ""
     call, change = changes[0]
     indexes = ("location",) if state.name == "uniform" else change.indexes[1 if state.of else 0:]
-    counted = [COUNTED.get(i) or ("Enum" if i in [p.name for p in call.params] and
-               call.param(i).type.name == "enum" else "Number") for i in indexes]
+    enums = [p.name for p in call.params if p.type.name == "enum"]
+    counted = [COUNTED.get(i) or ("Enum" if i in enums or i.startswith("GL_") else "Number") for i in indexes]
     return counted, "".join(code_at(changes, place) for place in range(len(change.words)))
 
 

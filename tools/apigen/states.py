@@ -12,7 +12,7 @@ NUMBER = r"-?\d+|0x[0-9A-F]+|GL_\w+"
 @dataclass(frozen=True)
 class State:
     name: str
-    names: str = ""  # kind of object that the value names
+    names: str = ""  # kind of object that the value names, or any
     holds: str = ""  # the same, where a deleted object stays
     of: str = ""  # kind of object that the state belongs to
     asked: tuple = ()  # what is asked for to get the words
@@ -23,8 +23,17 @@ class State:
 @dataclass(frozen=True)
 class Condition:
     param: str
-    is_negated: bool
+    test: str  # is, is not or has
     value: str
+
+
+DEPTH_STENCIL = "GL_DEPTH_STENCIL_ATTACHMENT"
+# Last indexes that stand for several changes: the index of each, and when it is made.
+EACH = {"attachment_of": [("attachment", Condition("attachment", "is not", DEPTH_STENCIL)),
+                          ("GL_DEPTH_ATTACHMENT", Condition("attachment", "is", DEPTH_STENCIL)),
+                          ("GL_STENCIL_ATTACHMENT", Condition("attachment", "is", DEPTH_STENCIL))],
+        "stages_of": [(f"GL_{stage}_SHADER", Condition("stages", "has", f"GL_{stage}_SHADER_BIT"))
+                      for stage in ("VERTEX", "TESS_CONTROL", "TESS_EVALUATION", "GEOMETRY", "FRAGMENT", "COMPUTE")]}
 
 
 @dataclass(frozen=True)
@@ -53,12 +62,15 @@ def number(text):
     return khronos.gl_values()[text] if text.startswith("GL_") else int(text, 0)
 
 
-def parse_change(states, kind, text):
-    m = re.fullmatch(rf"(\w+)\[([\w ]*)\](?: = ([-\w ]+?))?(?: when (\w+) is (not )?({NUMBER}))?", text.strip())
+def parse_changes(states, kind, text):
+    """Those that a part of a line stands for; none where it is not understood."""
+    m = re.fullmatch(rf"(\w+)\[([\w ]*)\](?: = ([-\w ]+?))?(?: when (\w+) (is not|is|has) ({NUMBER}))?", text.strip())
     if not m or m[1] not in states.by_name:
-        return None
-    condition = Condition(m[4], bool(m[5]), m[6]) if m[4] else None
-    return Change(kind, m[1], tuple(m[2].split()), tuple((m[3] or "").split()), condition)
+        return []
+    indexes, words = tuple(m[2].split()), tuple((m[3] or "").split())
+    if indexes and indexes[-1] in EACH:
+        return [Change(kind, m[1], (*indexes[:-1], last), words, condition) for last, condition in EACH[indexes[-1]]]
+    return [Change(kind, m[1], indexes, words, Condition(*m.group(4, 5, 6)) if m[4] else None)]
 
 
 def parse_state(line):
@@ -88,7 +100,7 @@ def parse_line(states, line):
     m = re.fullmatch(r"(set|change|reset) (\w+) : (.+)", line)
     if not m:
         return False
-    changes = [Change("reset", "", (m[3],))] if m[1] == "reset" else \
-        [parse_change(states, m[1], part) for part in m[3].split(",")]
-    states.changes.setdefault(m[2], []).extend(changes)
-    return None not in changes
+    parts = [[Change("reset", "", (m[3],))]] if m[1] == "reset" else \
+        [parse_changes(states, m[1], part) for part in m[3].split(",")]
+    states.changes.setdefault(m[2], []).extend(change for part in parts for change in part)
+    return [] not in parts

@@ -188,7 +188,8 @@ void StateModel::Unbind(Owner owner)
             value = {};
     };
     // What is bound in containers stays bound there, unless the container itself is bound.
-    const std::array containers = {BoundVertexArray(), BoundTransformFeedback()};
+    const std::array containers = {BoundVertexArray(), BoundTransformFeedback(), Bound(State::Framebuffer, 0, 0),
+                                   Bound(State::Framebuffer, 0, 1)};
     std::ranges::for_each(Context().bindings, unbind);
     for (const Owner container : containers)
         std::ranges::for_each(m_slots.Of(container), unbind);

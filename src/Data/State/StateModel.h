@@ -183,6 +183,8 @@ private:
     Slot Selected(State state, std::uint32_t first = 0, std::uint32_t second = 0);
     Owner BoundOrDefault(State state, ObjectKind kind);
     Owner BoundFramebuffer(bool isForDrawing);
+    /// The program in use, or the one of the bound pipeline that uniforms go to; 0 for none.
+    Owner ActiveProgram();
 
     StateSlots m_slots;
     /// By owner.

@@ -16,7 +16,8 @@ enum class Counted : std::uint8_t { None, Number, Enum, TextureUnit, DrawBuffer,
 
 struct StateDescription {
     const char* name;
-    /// Kind of object that the first word names, which is unbound when it is deleted, unless `isHeld`.
+    /// Kind of object that the first word names, which is unbound when it is deleted, unless `isHeld`. noObject where
+    /// the changes have different ones, too.
     ObjectKind names;
     bool isHeld;
     /// Kind of object that the state belongs to; noObject for a context.
@@ -27,7 +28,7 @@ struct StateDescription {
     /// Type of each word, as the letter of a signature; the last one goes on.
     const char* codes;
     /// What is asked for to get each word, or all of them; null after the last one.
-    std::array<const char*, 6> asked;
+    std::array<const char*, 8> asked;
     /// Words of the initial value; 0: it is not known.
     std::uint32_t initialWords;
     std::array<double, 8> initial;
@@ -75,6 +76,7 @@ enum class Source : std::uint8_t {
     Elements,    ///< of the array `parameter`; `other`: filled up from 0 0 0 1
     Text,        ///< the string `parameter`
     ArrayBuffer, ///< the buffer bound to GL_ARRAY_BUFFER
+    CubeFace,    ///< `parameter` where it is a face of a cube map, else 0
     VertexStride ///< `parameter`; where it is 0, bytes of a vertex of the size `other` and the type after it
 };
 
@@ -99,12 +101,15 @@ struct StateChange {
     Operand first;
     /// May be several indexes.
     Operand second;
+    enum Test : std::uint8_t { Is, IsNot, Has };
     struct Condition {
         /// Number of the parameter, from 1; 0: there is no condition.
         std::uint8_t parameter;
-        bool isNegated;
+        Test test;
         std::uint32_t value;
     } condition;
+    /// Kind of object that the first word names; noObject for none.
+    ObjectKind names;
     std::uint16_t firstWord;
     std::uint16_t wordCount;
 };

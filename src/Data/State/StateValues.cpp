@@ -25,6 +25,11 @@ std::uint32_t Name(double word)
     return static_cast<std::uint32_t>(static_cast<std::int64_t>(word));
 }
 
+bool IsCubeFace(std::uint32_t target)
+{
+    return target >= positiveX && target <= negativeZ;
+}
+
 bool IsSame(const Words& a, const Words& b)
 {
     // By bits, so that a NaN is the same as itself.
@@ -36,8 +41,12 @@ bool IsSame(const Words& a, const Words& b)
 bool StateModel::IsMet(const StateChange& change, const CallArguments& call)
 {
     const StateChange::Condition& condition = change.condition;
-    return condition.parameter == 0 ||
-           (call.Unsigned(condition.parameter - 1u) == condition.value) != condition.isNegated;
+    if (condition.parameter == 0)
+        return true;
+    const std::uint32_t value = call.Unsigned(condition.parameter - 1u);
+    if (condition.test == StateChange::Has)
+        return (value & condition.value) != 0;
+    return (value == condition.value) == (condition.test == StateChange::Is);
 }
 
 // What decides where a change goes.
@@ -54,6 +63,17 @@ Owner StateModel::BoundOrDefault(State state, ObjectKind kind)
     return bound != 0 ? bound : Default(kind);
 }
 
+Owner StateModel::ActiveProgram()
+{
+    if (const Owner program = m_slots.ValueOf(Selected(State::Program)).bound)
+        return program;
+    const Owner pipeline = m_slots.ValueOf(Selected(State::Pipeline)).bound;
+    if (pipeline == 0)
+        return 0;
+    m_selectors.push_back(m_slots.At(pipeline, State::ActiveProgram));
+    return m_slots.ValueOf(m_selectors.back()).bound;
+}
+
 Owner StateModel::BoundFramebuffer(bool isForDrawing)
 {
     const Owner bound = m_slots.ValueOf(Selected(State::Framebuffer, 0, isForDrawing)).bound;
@@ -62,7 +82,7 @@ Owner StateModel::BoundFramebuffer(bool isForDrawing)
 
 std::uint32_t StateModel::TextureTarget(std::uint32_t target)
 {
-    return target >= positiveX && target <= negativeZ ? cubeMap : target;
+    return IsCubeFace(target) ? cubeMap : target;
 }
 
 Owner StateModel::BoundTexture(std::uint32_t target)
@@ -91,7 +111,7 @@ Owner StateModel::OwnerOf(const Operand& operand, const CallArguments& call)
     case Source::Labeled:
         return named(LabeledKind(call.Unsigned(operand.other)));
     case Source::Program:
-        return m_slots.ValueOf(Selected(State::Program)).bound;
+        return ActiveProgram();
     case Source::VertexArray:
         Selected(State::VertexArray);
         return BoundVertexArray();
@@ -155,6 +175,9 @@ StatePlace StateModel::PlaceOf(const StateChange& change, const CallArguments& c
 {
     StatePlace place;
     place.owner = OwnerOf(change.owner, call);
+    // Nothing can be attached to the default framebuffer.
+    if (change.state == State::Attachment && place.owner == Context().owner)
+        place.owner = 0;
     place.first = IndexOf(change.first, call, place);
     place.second = IndexOf(change.second, call, place);
     return place;
@@ -178,6 +201,9 @@ void StateModel::ReadWords(const StateChange& change, const CallArguments& call)
         case Source::ArrayBuffer:
             m_words.push_back(m_objects[m_slots.ValueOf(Selected(State::Buffer, Enum::ArrayBuffer)).bound].name);
             break;
+        case Source::CubeFace:
+            m_words.push_back(IsCubeFace(call.Unsigned(word.parameter)) ? call.Number(word.parameter) : 0);
+            break;
         case Source::VertexStride: {
             const double stride = call.Number(word.parameter);
             m_words.push_back(stride != 0 ? stride
@@ -190,6 +216,10 @@ void StateModel::ReadWords(const StateChange& change, const CallArguments& call)
             break;
         }
     }
+    // What takes an object of any kind is as at the start without one.
+    const StateDescription& state = Describe(change.state);
+    if (change.names != state.names && m_words.front() == 0)
+        m_words.assign(state.initial.begin(), state.initial.begin() + state.initialWords);
 }
 
 StateModel::Outcome StateModel::Apply(const StateChange& change, const CallArguments& call)
@@ -221,7 +251,7 @@ StateModel::Outcome StateModel::Apply(const StateChange& change, const CallArgum
                                                                : Outcome::Same;
     }
     const Owner bound =
-        state.names != noObject && !m_words.empty() ? Find(state.names, Name(m_words.front())) : Owner{0};
+        change.names != noObject && !m_words.empty() ? Find(change.names, Name(m_words.front())) : Owner{0};
     bool isChanged = false;
     Slot slot = StateSlots::none;
     for (std::uint32_t i = 0; i < place.count; ++i) {

@@ -6,6 +6,7 @@
 #include "Data/Records/CallDecoder.h"
 #include "Data/Records/RecordWalk.h"
 #include "Data/State/StateModel.h"
+#include "Tools/Info/EnumNames.h"
 #include "Tools/Info/Notation.h"
 
 namespace Tools {
@@ -57,11 +58,20 @@ std::size_t SetAtOnce(Counted counted)
                                                                          : 1;
 }
 
-Json WordJson(char code, double word)
+/// A value of an enum, whose small values have many names.
+std::string ValueText(const StateDescription& state, std::uint32_t value)
+{
+    const std::string_view name = state.name;
+    const bool isFactor = name.ends_with("blend_func") || name == "stencil_op";
+    const char* const small = EnumName(isFactor ? "glBlendFunc" : "glDrawBuffers", value);
+    return small ? small : EnumText(value);
+}
+
+Json WordJson(const StateDescription& state, char code, double word)
 {
     switch (code) {
     case 'e':
-        return EnumText(static_cast<std::uint32_t>(word));
+        return ValueText(state, static_cast<std::uint32_t>(word));
     case 'b':
         return word != 0;
     case 'f': {
@@ -98,20 +108,20 @@ public:
         const bool isEnum = m_description.indexes[0] == Counted::Enum && IsEnumParameter(first);
         Json value = Json::array();
         for (std::size_t i = 0; i < words.size(); ++i)
-            value.push_back(isEnum ? WordJson('e', words[i]) : Word(i, words, codes));
+            value.push_back(isEnum ? WordJson(m_description, 'e', words[i]) : Word(i, words, codes));
         if (value.size() == 1)
             value = Json(value[0]);
         // A parameter that an index names needs no other name.
-        const bool isNamed =
-            names == 0 && m_description.names == Data::noObject && m_description.indexes[0] == Counted::Enum;
+        const bool isNamed = names == 0 && (m_description.names == Data::noObject || m_description.isHeld) &&
+                             m_description.indexes[0] == Counted::Enum;
         m_values[isNamed ? EnumText(first) + second
                          : (names == 1 ? m_description.asked[0] : m_description.name) + index] = std::move(value);
     }
 
 private:
-    static Json Word(std::size_t i, const Data::Words& words, std::string_view codes)
+    [[nodiscard]] Json Word(std::size_t i, const Data::Words& words, std::string_view codes) const
     {
-        return WordJson(codes.empty() ? 'f' : codes[std::min(i, codes.size() - 1)], words[i]);
+        return WordJson(m_description, codes.empty() ? 'f' : codes[std::min(i, codes.size() - 1)], words[i]);
     }
 
     const StateDescription& m_description;

@@ -23,8 +23,8 @@ void StateTracker::Call(const CallArguments& call)
         return;
     const bool hasObjects = TrackObjects(call);
     const bool isDescribed = TrackChanges(call) || hasObjects;
-    const bool isKnown = TrackDrawing(call) || TrackBuffer(call) || TrackTexture(call) || TrackFramebuffer(call) ||
-                         TrackProgram(call) || TrackQuery(call) || TrackDebug(call) || isDescribed;
+    const bool isKnown = TrackDrawing(call) || TrackBuffer(call) || TrackTexture(call) || TrackProgram(call) ||
+                         TrackQuery(call) || TrackDebug(call) || isDescribed;
     for (const Owner owner : m_state.MadeUp())
         Replaces(SlotOf(owner, State::Object));
     if (!isKnown)
@@ -244,15 +244,8 @@ void StateTracker::Unbind(Owner owner)
     };
     std::ranges::for_each(Context().bindings, unbind);
     unbind(BufferSlot(GL_ELEMENT_ARRAY_BUFFER));
-    for (const bool isForDrawing : {true, false}) {
-        const Owner framebuffer = BoundFramebuffer(isForDrawing);
-        std::erase_if(Object(framebuffer).attachments, [&](const auto& attachment) {
-            if (attachment.second.object != owner)
-                return false;
-            letGo(SlotOf(framebuffer, State::Attachment, attachment.first));
-            return true;
-        });
-    }
+    for (const bool isForDrawing : {true, false})
+        std::ranges::for_each(m_state.Slots().Of(BoundFramebuffer(isForDrawing)), unbind);
 }
 
 bool StateTracker::IsOnlyUsedHere(Owner owner)

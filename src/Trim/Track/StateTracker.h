@@ -95,7 +95,6 @@ private:
     bool TrackTextureStorage(const CallArguments& call);
     void MakeMipmaps(Owner texture);
     void ClearTexture(const CallArguments& call);
-    bool TrackFramebuffer(const CallArguments& call);
     bool TrackDrawing(const CallArguments& call);
     bool TrackClear(const CallArguments& call);
     void CopyImage(const CallArguments& call);
@@ -174,9 +173,10 @@ private:
         Image image;
         std::uint32_t aspects;
     };
+    /// What is attached to a framebuffer.
+    std::vector<Target> Attachments(Owner framebuffer);
     /// What a draw may write to.
     std::vector<Target> DrawTargets();
-    void Attach(const CallArguments& call, const Image& image);
     /// Buffers and images that shaders can write to.
     void ChangesShaderOutput();
     void ChangesAllPixels(Owner texture);

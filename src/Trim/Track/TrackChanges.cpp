@@ -76,7 +76,9 @@ void StateTracker::TrackBinding(const StatePlace& place, Slot slot)
     Exists(bound);
     if (place.owner != Context().owner)
         Refer(place.owner, bound);
-    if (!Object(bound).wasBound) {
+    const State state = m_state.Slots().StateOf(slot);
+    const bool isPart = state == State::Attachment || state == State::StageProgram || state == State::ActiveProgram;
+    if (!isPart && !Object(bound).wasBound) {
         Object(bound).wasBound = true;
         // Kept with the object, even when something else is bound before it is used.
         Changes(SlotOf(bound, State::Object));

@@ -37,70 +37,30 @@ bool IsSingleImage(std::uint32_t target)
 
 } // namespace
 
-bool StateTracker::TrackFramebuffer(const CallArguments& call)
+std::vector<StateTracker::Target> StateTracker::Attachments(Owner framebuffer)
 {
-    switch (call.Call()) {
-    case CallId::glFramebufferTexture2D:
-    case CallId::glFramebufferTexture2DExternalTAVO:
-    case CallId::glFramebufferTexture2DMultisampleEXT:
-    case CallId::glFramebufferTexture3DOES:
-        Attach(call, {Find(ObjectKind::Texture, call.Unsigned(3)), call.Unsigned(2), call.Unsigned(4)});
-        return true;
-    case CallId::glFramebufferRenderbuffer:
-    case CallId::glFramebufferRenderbufferExternalTAVO:
-        Attach(call, {Find(ObjectKind::Renderbuffer, call.Unsigned(3)), 0, 0});
-        return true;
-    case CallId::glFramebufferTexture:
-    case CallId::glFramebufferTextureEXT:
-    case CallId::glFramebufferTextureLayer:
-    case CallId::glFramebufferTextureMultisampleMultiviewOVR:
-    case CallId::glFramebufferTextureMultiviewOVR: {
-        const Owner texture = Find(ObjectKind::Texture, call.Unsigned(2));
-        Attach(call, {texture, Object(texture).target, call.Unsigned(3)});
-        return true;
+    enum Word : std::uint8_t { Level = 2, Face = 3 };
+    std::vector<Target> targets;
+    const Data::StateSlots& slots = m_state.Slots();
+    for (const Slot slot : slots.Of(framebuffer)) {
+        const Data::StateSlots::Value& value = slots.ValueOf(slot);
+        if (slots.StateOf(slot) != State::Attachment || value.bound == 0)
+            continue;
+        const std::uint32_t attachment = slots.FirstOf(slot);
+        const auto word = [&](Word number) { return static_cast<std::uint32_t>(value.words[number]); };
+        const std::uint32_t face = word(Face) != 0 ? word(Face) : Object(value.bound).target;
+        targets.push_back({attachment, {value.bound, face, word(Level)}, AspectsOf(attachment)});
     }
-    default:
-        return false;
-    }
-}
-
-void StateTracker::Attach(const CallArguments& call, const Image& image)
-{
-    const bool isRead = call.Unsigned(0) == GL_READ_FRAMEBUFFER;
-    Reads(FramebufferSlot(!isRead));
-    const Owner framebuffer = BoundFramebuffer(!isRead);
-    if (framebuffer == 0)
-        return;
-    const auto attach = [&](std::uint32_t attachment) {
-        Replaces(SlotOf(framebuffer, State::Attachment, attachment));
-        if (image.object != 0)
-            Object(framebuffer).attachments[attachment] = image;
-        else
-            Object(framebuffer).attachments.erase(attachment);
-    };
-    if (call.Unsigned(1) == GL_DEPTH_STENCIL_ATTACHMENT) {
-        attach(GL_DEPTH_ATTACHMENT);
-        attach(GL_STENCIL_ATTACHMENT);
-    } else {
-        attach(call.Unsigned(1));
-    }
-    Exists(framebuffer);
-    if (image.object != 0) {
-        Refer(framebuffer, image.object);
-        Exists(image.object);
-    }
+    return targets;
 }
 
 std::vector<StateTracker::Target> StateTracker::DrawTargets()
 {
-    std::vector<Target> targets;
-    if (const Owner framebuffer = BoundFramebuffer(true)) {
-        for (const auto& [attachment, image] : Object(framebuffer).attachments)
-            targets.push_back({attachment, image, AspectsOf(attachment)});
-    } else if (const Owner surface = SurfaceOwner(m_threads[Thread()].draw)) {
-        targets.push_back({GL_BACK, {surface, 0, 0}, AllAspects});
-    }
-    return targets;
+    if (const Owner framebuffer = BoundFramebuffer(true))
+        return Attachments(framebuffer);
+    if (const Owner surface = SurfaceOwner(m_threads[Thread()].draw))
+        return {{GL_BACK, {surface, 0, 0}, AllAspects}};
+    return {};
 }
 
 void StateTracker::ReadsContext()
@@ -241,8 +201,8 @@ void StateTracker::Clear(std::uint32_t aspects, std::optional<std::uint32_t> dra
 void StateTracker::ReadsFramebufferSetup(Owner framebuffer)
 {
     ReadsAll(framebuffer);
-    for (const auto& [attachment, image] : Object(framebuffer).attachments) {
-        for (const Slot slot : m_state.Slots().Of(image.object)) {
+    for (const Target& target : Attachments(framebuffer)) {
+        for (const Slot slot : m_state.Slots().Of(target.image.object)) {
             if (m_state.Slots().StateOf(slot) != State::Pixels)
                 Reads(slot);
         }

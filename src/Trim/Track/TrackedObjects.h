@@ -49,8 +49,6 @@ struct ObjectInfo {
     bool wasQueried = false;
     /// Programs and shaders: a shader stays while it is attached.
     std::set<Owner> attached;
-    /// Framebuffers: by attachment point.
-    std::map<std::uint32_t, Image> attachments;
     /// Textures and renderbuffers.
     std::map<ImagePlace, ImageSize> sizes;
     /// Images that the GPU wrote to since they were uploaded whole.
