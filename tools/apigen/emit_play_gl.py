@@ -1,8 +1,10 @@
 """Replay handlers of the OpenGL ES calls whose description says all: plain calls, translated names and locations,
 names made and deleted, output strings and arrays that must be sized. Calls with the note `custom` are only declared."""
 
-from scalars import SCALARS
-from text import BANNER, wrap
+import re
+
+from scalars import OBJECTS, SCALARS
+from text import BANNER, header, wrap
 
 
 LOOK_UPS = {"labeled": "GetLabeledObject", "copied": "GetTextureOrRenderbuffer"}
@@ -124,8 +126,18 @@ def emit_labeled(api):
                             for k in api.objects.values() if k.labels)
 
 
+def emit_kinds(api):
+    text = header("#include <cstddef>") + "namespace Playback {\n\n/// Kinds of GL objects whose names are 32-bit.\n"
+    text += "enum class NameKind {\n" + "".join(f"    {kind},\n" for kind in OBJECTS.values()) + "    Count,\n};\n\n"
+    text += "/// What messages call them.\n"
+    text += "inline constexpr const char* NameKindTexts[static_cast<std::size_t>(NameKind::Count)] = {\n"
+    text += "".join(f'    "{re.sub("(?<!^)(?=[A-Z])", " ", kind).lower()}",\n' for kind in OBJECTS.values())
+    return text + "};\n\n} // namespace Playback\n"
+
+
 OUTPUTS = {
     "Playback/GLPlaybackDeclarations.inc": emit_declarations,
     "Playback/GLPlaybackHandlers.inc": emit_handlers,
+    "Playback/NameKinds.h": emit_kinds,
     "Playback/LabeledObjects.inc": emit_labeled,
 }

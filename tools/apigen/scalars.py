@@ -17,9 +17,14 @@ class Scalar:
 
 U32, I32, I64, U64 = "std::uint32_t", "std::int32_t", "std::int64_t", "std::uint64_t"
 
-
-def _name(kind):
-    return Scalar("GLuint", U32, 4, "u", kind)
+# Types that are names of GL objects, and the kinds of GLResourceTable.
+OBJECTS = {
+    "texture": "Texture", "buffer": "Buffer", "framebuffer": "Framebuffer", "renderbuffer": "Renderbuffer",
+    "shader": "Shader", "program": "Program", "query": "Query", "vertex_array": "VertexArray", "sampler": "Sampler",
+    "transform_feedback": "TransformFeedback", "pipeline": "Pipeline", "perf_monitor": "PerfMonitor",
+    "perf_monitor_group": "PerfMonitorGroup", "perf_counter": "Counter", "memory_object": "MemoryObject",
+    "semaphore": "Semaphore",
+}  # fmt: skip
 
 
 def _handle(c, kind):
@@ -39,22 +44,7 @@ SCALARS = {
     "bytes": Scalar("GLsizeiptr", I64, 8, "l"),
     "int64": Scalar("GLint64", I64, 8, "l"),
     "uint64": Scalar("GLuint64", I64, 8, "l"),
-    "texture": _name("Texture"),
-    "buffer": _name("Buffer"),
-    "framebuffer": _name("Framebuffer"),
-    "renderbuffer": _name("Renderbuffer"),
-    "shader": _name("Shader"),
-    "program": _name("Program"),
-    "query": _name("Query"),
-    "vertex_array": _name("VertexArray"),
-    "sampler": _name("Sampler"),
-    "transform_feedback": _name("TransformFeedback"),
-    "pipeline": _name("Pipeline"),
-    "perf_monitor": _name("PerfMonitor"),
-    "perf_monitor_group": _name("PerfMonitorGroup"),
-    "perf_counter": _name("Counter"),
-    "memory_object": _name("MemoryObject"),
-    "semaphore": _name("Semaphore"),
+    **{name: Scalar("GLuint", U32, 4, "u", kind) for name, kind in OBJECTS.items()},
     "shared_buffer": Scalar("GLint", I32, 4, "i", "SharedBuffer"),
     "uniform": Scalar("GLint", I32, 4, "i", "UniformLocation"),
     "attrib": Scalar("GLuint", U32, 4, "u", "AttribLocation"),

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <unordered_map>
 
+#include "Playback/NameKinds.h"
 #include "Playback/Names/LocationMaps.h"
 
 namespace Playback {
@@ -15,27 +16,6 @@ struct MappedBufferInfo {
     /// The driver's memory.
     unsigned char* data;
     std::uint32_t length;
-};
-
-/// Kinds of GL objects whose names are 32-bit, in the order in which ContextResources holds them.
-enum class NameKind {
-    Program,
-    Shader,
-    Buffer,
-    Framebuffer,
-    Renderbuffer,
-    Texture,
-    Sampler,
-    Query,
-    VertexArray,
-    TransformFeedback,
-    Pipeline,
-    PerfMonitor,
-    PerfMonitorGroup,
-    Counter,
-    MemoryObject,
-    Semaphore,
-    Count,
 };
 
 /// Kinds of locations inside a program.

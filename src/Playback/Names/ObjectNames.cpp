@@ -1,31 +1,9 @@
 #include "Playback/Names/ObjectNames.h"
 
-#include <iterator>
-
 #include "Playback/Names/ResourceMaps.h"
 
 namespace Playback {
 namespace {
-
-/// In the order of NameKind.
-constexpr const char* KindTexts[] = {
-    "program",
-    "shader",
-    "buffer",
-    "framebuffer",
-    "renderbuffer",
-    "texture",
-    "sampler",
-    "query",
-    "vertex array",
-    "transform feedback",
-    "pipeline",
-    "perf monitor",
-    "perf monitor group",
-    "counter",
-    "memory object",
-    "semaphore",
-};
 
 template <class Map> void AddId(typename Map::key_type id, typename Map::mapped_type name, Map& map)
 {
@@ -90,8 +68,7 @@ void ObjectNames::Add(NameKind kind, unsigned int id, unsigned int name)
 
 unsigned int ObjectNames::GetUnmapped(NameKind kind, unsigned int id) const
 {
-    static_assert(std::size(KindTexts) == static_cast<std::size_t>(NameKind::Count));
-    const char* text = KindTexts[static_cast<std::size_t>(kind)];
+    const char* text = NameKindTexts[static_cast<std::size_t>(kind)];
     const ContextResources* resources = m_contexts.Current(IsPerContext(kind));
     if (NamesKindThroughout(kind)) {
         return GetOfKind(text, id, resources ? &resources->Names(kind) : nullptr, m_contexts.Key(true));
@@ -114,7 +91,7 @@ unsigned int ObjectNames::GetUnmapped(NameKind kind, unsigned int id) const
 
 void ObjectNames::Remove(NameKind kind, unsigned int id)
 {
-    const char* text = KindTexts[static_cast<std::size_t>(kind)];
+    const char* text = NameKindTexts[static_cast<std::size_t>(kind)];
     ContextResources* resources = m_contexts.Current(IsPerContext(kind));
     if (NamesKindThroughout(kind)) {
         RemoveOfKind(text, id, resources ? &resources->Names(kind) : nullptr);
