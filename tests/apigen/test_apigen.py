@@ -18,6 +18,7 @@ import emit_fake_driver  # noqa: E402
 import emit_function_forms  # noqa: E402
 import emit_info  # noqa: E402
 import emit_interfaces  # noqa: E402
+import emit_needs  # noqa: E402
 import emit_play_gl  # noqa: E402
 import emit_record  # noqa: E402
 import emit_state  # noqa: E402
@@ -120,6 +121,19 @@ class Description(unittest.TestCase):
         # A third line where it says what pointers mean.
         api.states.memory.append("sparkle")
         self.assertIn("    if (face != 0x0404)\n        SetSparkle(glow);\n", emit_context_state.emit_definitions(api))
+
+    def test_notes_and_patterns_say_what_calls_make_need_and_leave_alone(self):
+        api = load_text("object texture : group, textures, made_up, labels GL_TEXTURE", "entry glLightOES",
+                        "2.0 void glLight(count n, out texture[n] lights) : makes",
+                        "2.0 void glGetLights(count n, out texture[n] lights)", "nothing glGet*", "need lamp : glL*")
+        table = emit_state.emit_table(api)
+        self.assertIn("{ObjectAction::Make, ObjectKind::Texture, 2}}, // glLight", table)
+        self.assertRegex(table, r"\{0, 0, true, .*\{\}\}, // glGetLights")
+        self.assertIn("case Data::CallId::glLight:\n    return Need::Lamp;\n", emit_needs.emit_cases(api))
+        self.assertIn("case Data::ObjectKind::Texture:\n    Record::glLight(", emit_record.emit_generation(api))
+        self.assertIn("RECORDER_ENTRY(glLightOES)", emit_record.emit_entries(api))
+        with self.assertRaisesRegex(model.ApiError, "needs something, but there is no such call"):
+            load_text("need lamp : glDark*")
 
     def test_statistics_count_calls_and_notice_extensions_also_of_functions_that_are_no_calls(self):
         api = load_text("2.0 enum glX(int a)", "2.0 void glY()", "count Blocking glX as glXx", "by hand : glY",

@@ -309,7 +309,7 @@ Words StateModel::WordsAt(Slot slot) const
 std::string StateModel::CodesAt(Slot slot) const
 {
     const StateSlots::Value& value = m_slots.ValueOf(slot);
-    const std::string described = Describe(m_slots.StateOf(slot)).codes;
+    std::string described = Describe(m_slots.StateOf(slot)).codes;
     if (value.setter == StateSlots::noCall)
         return described;
     const std::span<const StateChange> changes = ChangesOf(value.setter);
