@@ -42,8 +42,8 @@ const wl_shell_surface_listener ShellSurfaceListener = {handle_ping, handle_conf
 
 } // namespace
 
-WaylandWindow::WaylandWindow(const std::string& title, Display* display, void* userData)
-    : m_display(display), m_state(display->windowState), m_title(title), m_userData(userData)
+WaylandWindow::WaylandWindow(const std::string& title, Display* display, void* /*userData*/)
+    : m_display(display), m_state(display->windowState), m_title(title)
 {
     m_state->fullscreen = false;
 }

@@ -81,7 +81,6 @@ protected:
     /// Size asked for and not yet processed; 0 for none.
     unsigned int m_pendingWidth = 0;
     unsigned int m_pendingHeight = 0;
-    void* m_userData;
 
 private:
     [[nodiscard]] std::string FullTitle() const;
