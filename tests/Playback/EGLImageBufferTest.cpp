@@ -7,6 +7,8 @@
 #include <EGL/eglext.h>
 #include <GLES2/gl2.h>
 #include <GLES2/gl2ext.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include "EGLReplay.h"
 #include "Playback/Calls/Result.h"
@@ -120,6 +122,15 @@ TEST_F(EGLImageBufferTest, CapturedFencesHaveNoDescriptorHere)
     adapter->Process_eglClientWaitSyncKHR(1, 1, 9, 0, -1);
     adapter->Process_eglDestroySyncKHR(1, 1, 9);
     EXPECT_THAT(Calls(), ElementsAre(StartsWith("eglClientWaitSyncKHR(11, 502, "), "eglDestroySyncKHR(11, 502) = 1"));
+    adapter->Process_eglCreateSync(9, 1, EGL_SYNC_NATIVE_FENCE_ANDROID,
+                                   In64({EGL_SYNC_NATIVE_FENCE_FD_ANDROID, 17, EGL_NONE}));
+    EXPECT_THAT(Calls(), ElementsAre(StartsWith("eglCreateSync(11, EGL_SYNC_NATIVE_FENCE_ANDROID, "
+                                                "{EGL_SYNC_NATIVE_FENCE_FD_ANDROID: -1}) = ")));
+    // What the driver makes of it for the program is of no use here.
+    const int copy = dup(STDERR_FILENO);
+    driver.Answer("eglDupNativeFenceFDANDROID", [=](const Fake::Arguments&) { return Fake::Word(copy); });
+    adapter->Process_eglDupNativeFenceFDANDROID(7, 1, 9);
+    EXPECT_EQ(fcntl(copy, F_GETFD), -1);
 }
 
 /// What the engine keeps of images: their buffers and the textures that show them.

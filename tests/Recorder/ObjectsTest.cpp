@@ -122,6 +122,27 @@ TEST_F(RecorderTest, DesktopOpenGLIsLeftAloneAndReported)
     EXPECT_THAT(Dump("eglCreateContext", "capture.glcap"), SizeIs(1));
 }
 
+CLIENT(AsksForTheAgeOfABuffer)
+{
+    const auto control = reinterpret_cast<Fake::Control* (*)()>(dlsym(RTLD_DEFAULT, "fake_control"));
+    control()->Answer("eglQuerySurface", [](const Fake::Arguments& arguments) {
+        *arguments.Get<EGLint*>(3) = 2;
+        return Fake::Word{EGL_TRUE};
+    });
+    const ClientContext current;
+    EGLint age = -1;
+    EGLint width = -1;
+    eglQuerySurface(current.display, current.surface, EGL_BUFFER_AGE_EXT, &age);
+    eglQuerySurface(current.display, current.surface, EGL_WIDTH, &width);
+    std::printf("%d %d\n", age, width);
+    return 0;
+}
+
+TEST_F(RecorderTest, WhatIsLeftOfEarlierFramesIsNotKnown)
+{
+    EXPECT_EQ(Record("AsksForTheAgeOfABuffer").out, "0 2\n");
+}
+
 CLIENT(ResizesItsWindow)
 {
     static int size = 100;

@@ -97,7 +97,7 @@ CLIENT(AsksForExtensions)
 TEST_F(RecorderTest, HiddenExtensionsAreMissingFromEveryList)
 {
     setenv("PLAYBACK_FAKE_EXTENSIONS", "GL_OES_mapbuffer GL_EXT_semaphore_fd GL_NV_path_rendering GL_KHR_debug", 1);
-    setenv("PLAYBACK_FAKE_EGL_EXTENSIONS", "EGL_KHR_stream EGL_KHR_image_base EGL_NV_sync", 1);
+    setenv("PLAYBACK_FAKE_EGL_EXTENSIONS", "EGL_KHR_stream EGL_KHR_image_base EGL_NV_stream_sync", 1);
     EXPECT_EQ(Record("AsksForExtensions").out, "GL_OES_mapbuffer GL_KHR_debug\nEGL_KHR_image_base\n"
                                                "0 of 2 unknown, then null\nsame text: 1\n");
     unsetenv("PLAYBACK_FAKE_EXTENSIONS");

@@ -1,8 +1,9 @@
 """Each family of features is recorded from a client of its own, and the replay has the same pixels."""
 
+import re
 import unittest
 
-from harness import FAMILIES, EndToEndTest
+from harness import FAMILIES, RECORD, ROOT, EndToEndTest
 
 FRAMES = 8
 # Family, and the frames of all of its surfaces together.
@@ -67,6 +68,15 @@ class Families(EndToEndTest):
 
     def test_pbuffers(self):
         self.check_each("--pbuffer", compositor=False)
+
+    def test_extensions_that_programs_do_not_see_have_a_reason(self):
+        client = (FAMILIES, "extensions", "--surfaceless")
+        has = set(self.run_program(*client).stdout.split())
+        shown = set(self.run_program(RECORD, "-o", "x.glcap", "--", *client).stdout.split())
+        reasons = set(re.findall(r"`(\w+)`", (ROOT / "docs/hidden-extensions.md").read_text()))
+        self.assertLess(100, len(has))
+        self.assertEqual(shown - has, set())
+        self.assertLessEqual(has - shown, reasons)
 
     def test_no_surface_at_all(self):
         capture = self.record(FAMILIES, "headless", "--surfaceless", compositor=False)

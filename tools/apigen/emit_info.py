@@ -26,8 +26,12 @@ def emit_extensions(api):
 def draw(call):
     if not (call.has("draw") or call.has("draw_no_step")):
         return ""
-    if "Indirect" in call.name:
+    names = [p.name for p in call.params]
+    if "indirect" in names and "mode" in names and "drawcount" not in names:
         return f"DrawIndirect(CallId::{call.name}, *indirect);"
+    # Of the others that have no vertices in their arguments only the driver knows how many there are.
+    if not {"mode", "count"} <= set(names):
+        return f"DrawUnknown(CallId::{call.name});"
     if call.param("count").type.is_pointer:
         return f"DrawMany(CallId::{call.name}, *count);"
     instances = "instancecount" if "instancecount" in [p.name for p in call.params] else "1"

@@ -218,6 +218,48 @@ public:
     [[nodiscard]] DrawRange Range_glMultiDrawElementsBaseVertexEXT(std::uint32_t mode, const void* counts,
                                                                    std::uint32_t type, const void* indices,
                                                                    std::int32_t draws, const void* baseVertices) const;
+    // Only the driver knows how many vertices these draw.
+    [[nodiscard]] static DrawRange Range_glDrawTransformFeedbackEXT(std::uint32_t /*mode*/, std::uint32_t /*id*/)
+    {
+        return {};
+    }
+    [[nodiscard]] static DrawRange
+    Range_glDrawTransformFeedbackInstancedEXT(std::uint32_t /*mode*/, std::uint32_t /*id*/, std::int32_t /*instances*/)
+    {
+        return {};
+    }
+    [[nodiscard]] static DrawRange Range_glMultiDrawArraysIndirectEXT(std::uint32_t /*mode*/, const void* /*indirect*/,
+                                                                      std::int32_t /*draws*/, std::int32_t /*stride*/)
+    {
+        return {};
+    }
+    [[nodiscard]] static DrawRange Range_glMultiDrawElementsIndirectEXT(std::uint32_t /*mode*/, std::uint32_t /*type*/,
+                                                                        const void* /*indirect*/,
+                                                                        std::int32_t /*draws*/, std::int32_t /*stride*/)
+    {
+        return {};
+    }
+    // Mesh shaders read no vertices.
+    [[nodiscard]] static DrawRange Range_glDrawMeshTasksNV(std::uint32_t /*first*/, std::uint32_t /*count*/)
+    {
+        return {.isKnown = true};
+    }
+    [[nodiscard]] static DrawRange Range_glDrawMeshTasksIndirectNV(std::int64_t /*indirect*/)
+    {
+        return {.isKnown = true};
+    }
+    [[nodiscard]] static DrawRange Range_glMultiDrawMeshTasksIndirectNV(std::int64_t /*indirect*/,
+                                                                        std::int32_t /*draws*/, std::int32_t /*stride*/)
+    {
+        return {.isKnown = true};
+    }
+    [[nodiscard]] static DrawRange Range_glMultiDrawMeshTasksIndirectCountNV(std::int64_t /*indirect*/,
+                                                                             std::int64_t /*draws*/,
+                                                                             std::int32_t /*most*/,
+                                                                             std::int32_t /*stride*/)
+    {
+        return {.isKnown = true};
+    }
     [[nodiscard]] DrawRange Range_glDrawArraysIndirect(std::uint32_t mode, const void* indirect) const;
     [[nodiscard]] DrawRange Range_glDrawElementsIndirect(std::uint32_t mode, std::uint32_t type,
                                                          const void* indirect) const;

@@ -126,6 +126,10 @@ private:
     template <class Query>
     void ListConfigs(const char* name, Data::PointerData* configs, std::int32_t capacity, Data::PointerData* count,
                      Query query);
+    /// By one of the three functions for it. A native fence never takes over a descriptor of the recorded program's,
+    /// which may be anything here; drivers without such fences get plain ones.
+    template <class Function, class Attrib>
+    static EGLSyncKHR CreateFence(Function function, EGLDisplay display, EGLenum type, const Attrib* attribs);
     bool IsDepthScreenshotDue(std::uint32_t frame) const;
     void TakeFrameScreenshot(std::uint32_t frame);
 

@@ -2,6 +2,7 @@
 #include "Playback/Calls/EGLPlaybackAdapter.h"
 
 #include <EGL/eglext.h>
+#include <unistd.h>
 
 #include "Playback/Calls/LiveCall.h"
 
@@ -76,14 +77,18 @@ void EGLPlaybackAdapter::Process_eglDestroyImageKHR(std::int32_t /*captured*/, s
     m_resourceTable->RemoveTextureEGLImage(image);
 }
 
-EGLSyncKHR EGLPlaybackAdapter::CreateSyncKHR(EGLDisplay display, EGLenum type, const EGLint* attribs)
+template <class Function, class Attrib>
+EGLSyncKHR EGLPlaybackAdapter::CreateFence(Function function, EGLDisplay display, EGLenum type, const Attrib* attribs)
 {
-    if (type != EGL_SYNC_NATIVE_FENCE_ANDROID || !attribs) {
-        return CallLive(LiveEGLExt.eglCreateSyncKHR, display, type, attribs);
+    if (type == EGL_SYNC_NATIVE_FENCE_ANDROID && !LiveEGLExt.eglDupNativeFenceFDANDROID) {
+        return CallLive(function, display, EGLenum{EGL_SYNC_FENCE_KHR}, static_cast<const Attrib*>(nullptr));
     }
-    std::vector<EGLint> list;
+    if (type != EGL_SYNC_NATIVE_FENCE_ANDROID || !attribs) {
+        return CallLive(function, display, type, attribs);
+    }
+    std::vector<Attrib> list;
     for (; attribs[0] != EGL_NONE; attribs += 2) {
-        EGLint value = attribs[1];
+        Attrib value = attribs[1];
         if (attribs[0] == EGL_SYNC_NATIVE_FENCE_FD_ANDROID && value != EGL_NO_NATIVE_FENCE_FD_ANDROID) {
             value = EGL_NO_NATIVE_FENCE_FD_ANDROID;
             PLAYBACK_LOG(Notice, General, SourceFile,
@@ -93,7 +98,54 @@ EGLSyncKHR EGLPlaybackAdapter::CreateSyncKHR(EGLDisplay display, EGLenum type, c
         list.insert(list.end(), {attribs[0], value});
     }
     list.push_back(EGL_NONE);
-    return CallLive(LiveEGLExt.eglCreateSyncKHR, display, type, list.data());
+    return CallLive(function, display, type, static_cast<const Attrib*>(list.data()));
+}
+
+EGLSyncKHR EGLPlaybackAdapter::CreateSyncKHR(EGLDisplay display, EGLenum type, const EGLint* attribs)
+{
+    return CreateFence(LiveEGLExt.eglCreateSyncKHR, display, type, attribs);
+}
+
+void EGLPlaybackAdapter::Process_eglCreateSync(std::uint32_t captured, std::uint32_t dpy, std::int32_t type,
+                                               Data::PointerData* attrib_list)
+{
+    Trace("eglCreateSync", __LINE__);
+    if (!LiveEGL.eglCreateSync) {
+        return;
+    }
+    const EGLSync sync = CreateFence(LiveEGL.eglCreateSync, GetDisplay(dpy), static_cast<EGLenum>(type),
+                                     attrib_list->As<const EGLAttrib>());
+    CheckErrorState("eglCreateSync");
+    m_resourceTable->AddIdEGLSync(captured, sync);
+}
+
+void EGLPlaybackAdapter::Process_eglCreateSync64KHR(std::uint32_t captured, std::uint32_t dpy, std::int32_t type,
+                                                    Data::PointerData* attrib_list)
+{
+    Trace("eglCreateSync64KHR", __LINE__);
+    if (!LiveEGLExt.eglCreateSync64KHR) {
+        return;
+    }
+    const EGLSyncKHR sync = CreateFence(LiveEGLExt.eglCreateSync64KHR, GetDisplay(dpy), static_cast<EGLenum>(type),
+                                        attrib_list->As<const EGLAttribKHR>());
+    CheckErrorState("eglCreateSync64KHR");
+    m_resourceTable->AddIdEGLSync(captured, sync);
+}
+
+void EGLPlaybackAdapter::Process_eglDupNativeFenceFDANDROID(std::int32_t /*captured*/, std::uint32_t dpy,
+                                                            std::uint32_t sync)
+{
+    Trace("eglDupNativeFenceFDANDROID", __LINE__);
+    if (!LiveEGLExt.eglDupNativeFenceFDANDROID) {
+        return;
+    }
+    const EGLDisplay display = GetDisplay(dpy);
+    const int descriptor = LiveEGLExt.eglDupNativeFenceFDANDROID(display, m_resourceTable->GetValueEGLSync(sync));
+    CheckErrorState("eglDupNativeFenceFDANDROID");
+    // The one whom the recorded program gave it to is not here.
+    if (descriptor >= 0) {
+        close(descriptor);
+    }
 }
 
 void EGLPlaybackAdapter::Process_eglCreateSyncKHR(std::uint32_t captured, std::uint32_t dpy, std::int32_t type,

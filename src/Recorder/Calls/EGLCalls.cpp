@@ -47,6 +47,22 @@ RECORDER_EXPORT const char* eglQueryString(EGLDisplay dpy, EGLint name)
     return result;
 }
 
+RECORDER_EXPORT EGLBoolean eglQuerySurface(EGLDisplay dpy, EGLSurface surface, EGLint attribute, EGLint* value)
+{
+    using namespace Recorder;
+    const auto live = Live<EGLBoolean (*)(EGLDisplay, EGLSurface, EGLint, EGLint*)>(Entry::eglQuerySurface);
+    const EGLCall call;
+    const EGLBoolean result = live(dpy, surface, attribute, value);
+    if (call) {
+        // Unknown: the program then draws all of the frame, since what is left of earlier ones differs in a replay.
+        if (attribute == EGL_BUFFER_AGE_EXT && result == EGL_TRUE && value != nullptr) {
+            *value = 0;
+        }
+        Record::eglQuerySurface(Capturing(), result, dpy, surface, attribute, value);
+    }
+    return result;
+}
+
 RECORDER_EXPORT EGLDisplay eglGetPlatformDisplayEXT(EGLenum platform, void* native, const EGLint* attribs)
 {
     using namespace Recorder;

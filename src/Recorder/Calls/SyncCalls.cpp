@@ -63,7 +63,7 @@ EGLTimeKHR ReplayTimeout(EGLDisplay display, EGLSync sync)
     EGLint type = EGL_SYNC_REUSABLE_KHR;
     Live<EGLBoolean (*)(EGLDisplay, EGLSync, EGLint, EGLint*)>(Entry::eglGetSyncAttribKHR)(display, sync,
                                                                                            EGL_SYNC_TYPE_KHR, &type);
-    return type == EGL_SYNC_REUSABLE_KHR ? 0 : EGL_FOREVER_KHR;
+    return type == EGL_SYNC_REUSABLE_KHR || type == EGL_SYNC_CLIENT_EXT ? 0 : EGL_FOREVER_KHR;
 }
 
 EGLint ClientWaitSync(Entry entry, EGLDisplay display, EGLSync sync, EGLint flags, EGLTimeKHR timeout)

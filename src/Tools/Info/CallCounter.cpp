@@ -80,7 +80,7 @@ void CallCounter::DrawIndirect(CallId call, const Data::PointerData& indirect)
         indirect.HasData() ? std::span(memory, used)
                            : Parameters(Data::Enum::DrawIndirectBuffer, indirect.GetCapturedPointer(), used);
     if (parameters.empty())
-        m_frame.draws[call] += {1, 0, 0, 1};
+        DrawUnknown(call);
     else
         m_frame.draws[call] += {1, parameters[1], std::uint64_t{parameters[0]} * parameters[1], 0};
 }

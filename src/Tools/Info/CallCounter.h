@@ -43,6 +43,10 @@ private:
     void Draw(CallId call, std::int32_t vertices, std::int32_t instances);
     /// One call with an array of counts.
     void DrawMany(CallId call, const Data::PointerData& counts);
+    void DrawUnknown(CallId call)
+    {
+        m_frame.draws[call] += {1, 0, 0, 1};
+    }
     void DrawIndirect(CallId call, const Data::PointerData& indirect);
     /// The unsigned numbers that lie at an offset of the buffer bound to `target`; empty when they are not known.
     std::span<const std::uint32_t> Parameters(std::uint32_t target, std::uint64_t offset, std::size_t count) const;

@@ -72,6 +72,7 @@ bool StateTracker::TrackEGL(const CallArguments& call)
 {
     switch (call.Call()) {
     case CallId::eglSwapBuffers:
+    case CallId::eglDupNativeFenceFDANDROID:
     case CallId::eglGetError:
     case CallId::eglGetConfigAttrib:
     case CallId::eglGetCurrentContext:

@@ -226,6 +226,9 @@ bool StateTracker::TrackDrawing(const CallArguments& call)
 {
     if (Data::EffectsOf(call.Call()).isDraw) {
         Draw();
+        if (call.Call() == CallId::glDrawTransformFeedbackEXT ||
+            call.Call() == CallId::glDrawTransformFeedbackInstancedEXT)
+            ReadsObject(Find(ObjectKind::TransformFeedback, call.Unsigned(1)));
         return true;
     }
     switch (call.Call()) {

@@ -199,6 +199,7 @@ bool StateTracker::TrackTextureStorage(const CallArguments& call)
         return true;
     case CallId::glRenderbufferStorage:
     case CallId::glRenderbufferStorageMultisample:
+    case CallId::glRenderbufferStorageMultisampleAdvancedAMD:
     case CallId::glRenderbufferStorageMultisampleEXT:
         Reads(ContextSlot(State::Renderbuffer));
         if (const Owner renderbuffer = m_state.Bound(State::Renderbuffer))
