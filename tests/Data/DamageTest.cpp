@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Data/Capture/SummaryReader.h"
 #include "TouchingAdapters.h"
 #include "support/TestCapture.h"
 
@@ -28,6 +29,11 @@ protected:
         }
         Finish();
         whole = FileBytes();
+        const auto source = CaptureSource::Open(path, openError);
+        ChunkHeader last;
+        std::memcpy(&last, whole.data() + source->Chunks().back().fileOffset, sizeof last);
+        summaryOffset = source->Chunks().back().fileOffset + sizeof last + last.storedBytes;
+        std::memcpy(&indexOffset, whole.data() + whole.size() - sizeof(Trailer), sizeof indexOffset);
     }
 
     /// Whatever is wrong is said, in a refusal or while replaying.
@@ -48,7 +54,17 @@ protected:
         EXPECT_THAT(reports, Contains(HasSubstr(std::to_string(frames) + " frames were read"))) << what;
     }
 
+    std::unique_ptr<SummaryCounts> Summary(std::string& trouble) const
+    {
+        std::string error;
+        const auto source = CaptureSource::Open(path, error);
+        trouble.clear();
+        return source && source->IsComplete() ? ReadSummary(*source, trouble) : nullptr;
+    }
+
     std::vector<std::uint8_t> whole;
+    std::size_t summaryOffset = 0;
+    std::size_t indexOffset = 0;
     std::uint32_t frames = 0;
 };
 
@@ -79,7 +95,14 @@ TEST_F(DamageTest, AnyFlippedByteIsReported)
     };
     for (std::size_t at = 0; at < whole.size(); ++at) {
         put(at, static_cast<std::uint8_t>(whole[at] ^ 1u << at % 8));
-        Play("byte " + std::to_string(at) + " flipped");
+        // Replay has no use for the summary. A kind of chunk that is not known is passed over.
+        const bool isKind =
+            at >= summaryOffset + offsetof(ChunkHeader, kind) && at < summaryOffset + offsetof(ChunkHeader, checksum);
+        std::string trouble;
+        if (at < summaryOffset || at >= indexOffset)
+            Play("byte " + std::to_string(at) + " flipped");
+        else
+            EXPECT_TRUE(!Summary(trouble) && (isKind || !trouble.empty())) << "byte " << at << " of the summary";
         put(at, whole[at]);
         if (HasFailure())
             return;
@@ -105,6 +128,54 @@ TEST_F(DamageTest, WhatIsNoCaptureIsRefusedWithItsReason)
     path = folder.Path();
     EXPECT_EQ(Open(), nullptr);
     EXPECT_THAT(openError, HasSubstr("is not a file"));
+}
+
+/// The summary's checksum holds, but what it says is not true.
+TEST_F(DamageTest, ASummaryThatContradictsTheFileIsRefused)
+{
+    std::string trouble;
+    const std::unique_ptr<SummaryCounts> counts = Summary(trouble);
+    ASSERT_NE(counts, nullptr) << trouble;
+    const auto source = CaptureSource::Open(path, openError);
+    const auto decode = [&](const std::vector<std::uint8_t>& body) {
+        Chunk chunk;
+        chunk.memory = std::make_unique<std::uint64_t[]>(body.size() / 8 + 1);
+        chunk.bytes = static_cast<std::uint32_t>(body.size());
+        std::ranges::copy(body, chunk.Data());
+        return DecodeSummary(chunk, *source, trouble);
+    };
+    const auto refusal = [&](const std::vector<std::uint8_t>& body) {
+        EXPECT_EQ(decode(body), nullptr);
+        return trouble;
+    };
+    const auto changed = [&](const auto& change) {
+        SummaryCounts other = *counts;
+        change(other);
+        return refusal(EncodeSummary(other));
+    };
+    EXPECT_THAT(changed([](SummaryCounts& other) { ++other.frames; }), HasSubstr("expected 6 frames, found 7"));
+    EXPECT_THAT(changed([](SummaryCounts& other) { ++other.calls; }), HasSubstr("expected 19 calls, found 18"));
+    EXPECT_THAT(changed([](SummaryCounts& other) { ++other.callsById[0]; }), HasSubstr("expected 18 calls, found 19"));
+    EXPECT_THAT(changed([](SummaryCounts& other) { other.callsByThread.clear(); }), HasSubstr("18 calls, found 0"));
+    EXPECT_THAT(changed([](SummaryCounts& other) { other.byFrame[2].draws = 99; }), HasSubstr("draws in a frame"));
+    EXPECT_THAT(changed([](SummaryCounts& other) { other.byFrame.pop_back(); }), HasSubstr("7 counts of frames"));
+    EXPECT_THAT(changed([](SummaryCounts& other) { other.bindings.pop_back(); }), HasSubstr("3 chunks of records"));
+    EXPECT_THAT(changed([](SummaryCounts& other) { other.callsById.resize(callCount + 1, 1); }), HasSubstr("record 2"));
+    EXPECT_THAT(changed([](SummaryCounts& other) { other.surfaces[1].kind = SurfaceKind{4}; }), HasSubstr("record 5"));
+
+    // Whatever else it says, reading it ends, and what is read can be used.
+    const std::vector<std::uint8_t> body = EncodeSummary(*counts);
+    EXPECT_THAT(refusal({}), HasSubstr("expected 6 frames, found 0"));
+    for (std::size_t at = 0; at < body.size() * 8; ++at) {
+        std::vector<std::uint8_t> flipped = body;
+        flipped[at / 8] ^= static_cast<std::uint8_t>(1u << at % 8);
+        if (const auto read = decode(flipped)) {
+            EXPECT_EQ(read->calls, counts->calls);
+            EXPECT_EQ(read->callsById.size(), callCount);
+            EXPECT_EQ(read->byFrame.size(), wholeFrames + 1);
+            EXPECT_EQ(read->bindings.size(), 3u);
+        }
+    }
 }
 
 /// The chunk's checksum holds, but its records do not.

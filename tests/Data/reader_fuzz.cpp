@@ -1,6 +1,6 @@
-// Fuzz target of the capture reader (libFuzzer). The first byte of an input chooses what it is: the bytes of a file, or
-// records, which then go past the checksums to the decoding. The adapters use every byte that a driver would, so that
-// the sanitizers see what the reader let through.
+// Fuzz target of the capture reader (libFuzzer). The first byte of an input chooses what it is: the bytes of a file,
+// those of a summary, or records, which then go past the checksums to the decoding. The adapters use every byte that a
+// driver would, so that the sanitizers see what the reader let through.
 //
 // Records are written in a form of their own, in which every input is a sequence of whole records:
 //   number of the call or record:u16   bytes after the header:u16   those bytes
@@ -19,6 +19,7 @@
 
 #include "Data/Capture/CaptureFile.h"
 #include "Data/Capture/CaptureWriter.h"
+#include "Data/Capture/SummaryReader.h"
 #include "Data/Records/CallParameters.h"
 #include "RecordGenerator.h"
 #include "TouchingAdapters.h"
@@ -83,12 +84,36 @@ void RunFile(std::span<const std::uint8_t> bytes)
     static const MemoryFile file;
     file.Set(bytes);
     std::string error;
+    if (const auto source = CaptureSource::Open(file.path, error))
+        ReadSummary(*source, error);
     if (const auto capture = CaptureFile::Open(file.path, Preload::No, nullptr, error)) {
         Drive(*capture->GetFrameProcessor(), [&] {
             while (capture->GetFrameProcessor()->ProcessNextFrame()) {
             }
         });
     }
+}
+
+/// The source of a capture without records.
+CaptureSource& EmptySource()
+{
+    static const std::unique_ptr<CaptureSource> source = [] {
+        static const MemoryFile file;
+        file.Set(EmptyCapture());
+        std::string error;
+        return CaptureSource::Open(file.path, error);
+    }();
+    return *source;
+}
+
+void RunSummary(std::span<const std::uint8_t> input)
+{
+    Chunk chunk;
+    chunk.memory = std::make_unique<std::uint64_t[]>((input.size() + 7) / 8);
+    chunk.bytes = static_cast<std::uint32_t>(input.size());
+    std::copy(input.begin(), input.end(), chunk.Data());
+    std::string trouble;
+    DecodeSummary(chunk, EmptySource(), trouble);
 }
 
 void RunRecords(std::span<const std::uint8_t> input)
@@ -112,17 +137,11 @@ void RunRecords(std::span<const std::uint8_t> input)
             std::memcpy(reinterpret_cast<std::uint8_t*>(&chunk[place]) + sizeof header, input.data() + at, body);
         at += body;
     }
-    static const std::unique_ptr<CaptureSource> source = [] {
-        static const MemoryFile file;
-        file.Set(EmptyCapture());
-        std::string error;
-        return CaptureSource::Open(file.path, error);
-    }();
     // A chunk of exactly this size, so that the sanitizer sees its end.
     const auto memory = std::make_unique<std::uint64_t[]>(chunk.size());
     std::copy(chunk.begin(), chunk.end(), memory.get());
     Diagnostics diagnostics("fuzz", [](const std::string&) {});
-    FrameProcessor processor(*source, Preload::No, diagnostics);
+    FrameProcessor processor(EmptySource(), Preload::No, diagnostics);
     Drive(processor, [&] {
         processor.ProcessChunk(reinterpret_cast<std::uint8_t*>(memory.get()),
                                static_cast<std::uint32_t>(chunk.size() * 8));
@@ -138,6 +157,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::span<const std::uint8_t> input(data + 1, size - 1);
     if (data[0] % 8 == 1)
         RunFile(input);
+    else if (data[0] % 8 == 2)
+        RunSummary(input);
     else
         RunRecords(input);
     return 0;
@@ -155,10 +176,15 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
             std::memcpy(data + 1, capture.data(), capture.size());
             return capture.size() + 1;
         }
-        data[0] = 0;
+        data[0] = random() % 16 == 0 ? 2 : 0;
         size = 1;
+        // A summary to begin with.
+        if (const std::vector<std::uint8_t> body = EncodeSummary({}); data[0] == 2 && body.size() < maxSize) {
+            std::memcpy(data + 1, body.data(), body.size());
+            size += body.size();
+        }
     }
-    if (data[0] % 8 == 1 || random() % 2 == 0)
+    if (data[0] % 8 == 1 || data[0] % 8 == 2 || random() % 2 == 0)
         return LLVMFuzzerMutate(data, size, maxSize);
     RecordGenerator generator(seed);
     for (std::uint32_t more = 1 + random() % 6; more > 0; --more) {

@@ -317,7 +317,11 @@ TEST_F(StatisticsTest, TheCaptureIsCutIntoSetupFramesAndRest)
     EXPECT_EQ(statistics.frames[0].clears, (CallCounts{{CallId::glClear, 1}}));
     EXPECT_EQ(statistics.total.clears, statistics.frames[0].clears);
 
-    SetCalls(statistics, 2, {1, 2});
+    Data::SummaryCounts counts;
+    counts.calls = 5;
+    counts.stateBlockCalls = 2;
+    counts.byFrame = {{1, 0}, {2, 0}};
+    SetCalls(statistics, counts);
     const std::string csv = ToCsv(statistics);
     EXPECT_EQ(csv.find("frame,calls,draws,"), 0u);
     EXPECT_THAT(csv, ::testing::ContainsRegex("\nsetup,2,.*\n1,1,.*\nrest,2,"));

@@ -180,7 +180,24 @@ bool CaptureSource::ReadIndex()
     m_chunks.resize(chunk.bytes / sizeof(IndexEntry));
     if (!m_chunks.empty())
         std::memcpy(m_chunks.data(), chunk.Data(), chunk.bytes);
+    m_indexOffset = trailer.indexOffset;
     return true;
+}
+
+bool CaptureSource::ReadSummary(Chunk& chunk, std::string& trouble)
+{
+    ChunkHeader header = {};
+    std::uint64_t offset = m_chunks.empty() ? m_recordsOffset : m_chunks.back().fileOffset;
+    while (m_isComplete && offset < m_indexOffset) {
+        trouble = ReadChunkHeader(offset, header);
+        const bool isSummary = header.kind == static_cast<std::uint32_t>(ChunkKind::Summary);
+        if (trouble.empty() && isSummary)
+            trouble = ReadChunkAt(offset, ChunkKind::Summary, chunk, header);
+        if (!trouble.empty() || isSummary)
+            return trouble.empty();
+        offset += sizeof header + header.storedBytes;
+    }
+    return false;
 }
 
 void CaptureSource::FindChunks()

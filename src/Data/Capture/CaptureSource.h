@@ -24,14 +24,6 @@ struct Chunk {
     [[nodiscard]] std::uint8_t* Data() const { return reinterpret_cast<std::uint8_t*>(memory.get()); }
 };
 
-/// A call of the file's table.
-struct FileCall {
-    std::string name;
-    std::string signature;
-    /// The call of this program with that name and signature; callCount when there is none.
-    std::uint32_t known = callCount;
-};
-
 /// Opens a capture, checks what all of it depends on, and reads chunks. Nothing in the file is believed: each size is
 /// checked before memory is allocated for it. ReadChunk may run on another thread than the other members.
 class CaptureSource {
@@ -54,6 +46,9 @@ public:
 
     /// Reads and decompresses a chunk of records. Empty when that went well, else what is wrong with it.
     std::string ReadChunk(const IndexEntry& entry, Chunk& chunk);
+    /// Reads the summary of a complete file. False when it has none, and with a reason in `trouble` when that cannot be
+    /// read.
+    bool ReadSummary(Chunk& chunk, std::string& trouble);
     /// Microseconds from the start of the recording to the end of a chunk; 0 when its header cannot be read.
     [[nodiscard]] std::uint64_t ChunkTimeUs(const IndexEntry& entry) const;
 
@@ -75,6 +70,8 @@ private:
     bool m_isComplete = false;
     /// First byte after the call table.
     std::uint64_t m_recordsOffset = 0;
+    /// Of a complete file.
+    std::uint64_t m_indexOffset = 0;
     ZSTD_DCtx_s* m_decompressor = nullptr;
     /// A chunk as it lies in the file.
     std::vector<std::uint8_t> m_stored;

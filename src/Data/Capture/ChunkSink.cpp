@@ -54,6 +54,7 @@ std::unique_ptr<ChunkSink> ChunkSink::Open(const std::string& path, const Captur
     sink->m_device = status.st_dev;
     sink->m_inode = status.st_ino;
     sink->m_compressor = ZSTD_createCCtx();
+    sink->m_summary.emplace(OwnCalls());
     sink->UpdateHeader(header);
     sink->m_fileBytes = headerBytes;
     if (!sink->m_compressor || !sink->StartThread())
@@ -175,6 +176,8 @@ void ChunkSink::Recycle(ChunkBuffer chunk)
 
 bool ChunkSink::WriteChunk(const ChunkBuffer& chunk)
 {
+    if (chunk.kind == ChunkKind::Records)
+        CountChunk(chunk);
     try {
         m_stored.resize(sizeof(ChunkHeader) + ZSTD_compressBound(chunk.used));
         std::uint8_t* const body = m_stored.data() + sizeof(ChunkHeader);
@@ -207,20 +210,48 @@ bool ChunkSink::WriteChunk(const ChunkBuffer& chunk)
     }
 }
 
+void ChunkSink::CountChunk(const ChunkBuffer& chunk)
+{
+    try {
+        if (m_summary)
+            m_summary->CountChunk({chunk.memory.get(), chunk.used});
+    } catch (...) {
+        m_summary.reset();
+    }
+}
+
+bool ChunkSink::WriteSummary()
+{
+    try {
+        const std::vector<std::uint8_t> summary =
+            m_summary ? EncodeSummary(m_summary->Counts()) : std::vector<std::uint8_t>();
+        return summary.empty() || WriteBody(ChunkKind::Summary, summary);
+    } catch (...) {
+        return true;
+    }
+}
+
 bool ChunkSink::WriteIndex()
 {
-    ChunkBuffer chunk;
-    chunk.kind = ChunkKind::Index;
-    chunk.used = m_index.size() * sizeof(IndexEntry);
-    chunk.memory.reset(static_cast<std::uint8_t*>(std::calloc(chunk.used + 1, 1)));
-    if (!chunk.memory)
-        return Fail("no memory for the index", ENOMEM);
-    if (!m_index.empty()) {
-        std::memcpy(chunk.memory.get(), m_index.data(), chunk.used);
-        chunk.framesBefore = m_index.back().framesBefore + m_index.back().frames;
-    }
     const Trailer trailer{m_fileBytes, trailerMagic};
-    return WriteChunk(chunk) && WriteAt(&trailer, sizeof trailer, m_fileBytes);
+    const auto* const entries = reinterpret_cast<const std::uint8_t*>(m_index.data());
+    return WriteBody(ChunkKind::Index, {entries, m_index.size() * sizeof(IndexEntry)}) &&
+           WriteAt(&trailer, sizeof trailer, m_fileBytes);
+}
+
+bool ChunkSink::WriteBody(ChunkKind kind, std::span<const std::uint8_t> body)
+{
+    ChunkBuffer chunk;
+    chunk.kind = kind;
+    chunk.used = body.size();
+    chunk.memory.reset(static_cast<std::uint8_t*>(std::malloc(chunk.used + 1)));
+    if (!chunk.memory)
+        return Fail("no memory for the end of the capture", ENOMEM);
+    if (!body.empty())
+        std::memcpy(chunk.memory.get(), body.data(), body.size());
+    if (!m_index.empty())
+        chunk.framesBefore = m_index.back().framesBefore + m_index.back().frames;
+    return WriteChunk(chunk);
 }
 
 void ChunkSink::UpdateHeader(const CaptureHeader& header)
@@ -252,7 +283,7 @@ bool ChunkSink::WriteAt(const void* data, std::size_t bytes, std::uint64_t offse
 bool ChunkSink::Finish(std::string& error)
 {
     StopThread();
-    if (!Failed())
+    if (!Failed() && WriteSummary())
         WriteIndex();
     if (m_fd >= 0 && close(m_fd) != 0)
         Fail("cannot write", errno);

@@ -7,13 +7,16 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <pthread.h>
+#include <span>
 #include <string>
 #include <sys/types.h>
 #include <vector>
 
 #include "Data/Capture/CaptureHeader.h"
 #include "Data/Capture/Format.h"
+#include "Data/Capture/SummaryCounter.h"
 
 struct ZSTD_CCtx_s;
 
@@ -52,7 +55,8 @@ public:
     /// Queues the chunk.
     void Put(ChunkBuffer chunk);
     void UpdateHeader(const CaptureHeader& header);
-    /// Waits for the queue, writes index and trailer, closes. False, with a reason, when something failed since Open.
+    /// Waits for the queue, writes summary, index and trailer, closes. False, with a reason, when something failed
+    /// since Open.
     bool Finish(std::string& error);
     /// Closes the descriptor in the child of a fork. Destroying the object would wait for a thread that is not there,
     /// so the caller lets it leak.
@@ -68,7 +72,10 @@ private:
     void Run();
     void StopThread();
     bool WriteChunk(const ChunkBuffer& chunk);
+    void CountChunk(const ChunkBuffer& chunk);
+    bool WriteSummary();
     bool WriteIndex();
+    bool WriteBody(ChunkKind kind, std::span<const std::uint8_t> body);
     bool WriteAt(const void* data, std::size_t bytes, std::uint64_t offset);
     void Recycle(ChunkBuffer chunk);
     bool Fail(const char* what, int errorNumber);
@@ -81,6 +88,8 @@ private:
     ZSTD_CCtx_s* m_compressor = nullptr;
     std::vector<std::uint8_t> m_stored;
     std::vector<IndexEntry> m_index;
+    /// None once there was no memory for it: the file then has no summary.
+    std::optional<SummaryCounter> m_summary;
 
     std::atomic<bool> m_failing = false;
     /// Set once m_error is there to be read.

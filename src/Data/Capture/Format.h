@@ -11,7 +11,8 @@ namespace Data {
 static_assert(std::endian::native == std::endian::little, "captures are read and written in place");
 static_assert(sizeof(void*) == 8, "pointers to captured strings are patched into 8-byte slots");
 
-/// Moves when the meaning of bytes changes. New calls and new record ids do not need it.
+/// Moves when the meaning of bytes changes. New calls and record ids do not need it, nor do kinds of chunks between the
+/// records and the index, which readers pass over.
 inline constexpr std::uint32_t formatVersion = 1;
 
 inline constexpr std::uint64_t fileMagic = 0x0A1A0A5041434C47;    // "GLCAP\n\x1A\n"
@@ -31,6 +32,7 @@ enum class ChunkKind : std::uint32_t {
     CallTable = 1, ///< CallTableEntry records: the calls that the file may contain
     Records = 2,   ///< what was captured
     Index = 3,     ///< IndexEntry array
+    Summary = 4,   ///< counts over all records; SummaryPart records
 };
 
 /// In front of each chunk. `checksum` is XXH3-64 over the rest of this header and the stored bytes. A body whose stored
@@ -241,6 +243,72 @@ struct MultisampleTextureRecord {
     std::uint32_t layerBytes;
     std::uint32_t unused;
     PointerSlot data;
+};
+
+// The records of the summary. Each part comes once, unless it says otherwise.
+
+/// Moves when the summary holds more, or counts otherwise. A reader counts by reading where it is not its own.
+inline constexpr std::uint32_t summaryVersion = 1;
+
+enum class SummaryPart : std::uint32_t {
+    Totals = 1,   ///< first
+    Calls = 2,    ///< CountEntry array: calls by their number in the call table, those that came at all
+    Threads = 3,  ///< CountEntry array: calls by thread
+    Contexts = 4, ///< pairs of 32-bit numbers: context, and the one that it shares with or 0
+    Surface = 5,  ///< SurfaceRecord; one for each surface
+    Note = 6,     ///< TextRecord; one for each text
+    Frames = 7,   ///< FrameCounts array: each frame, then what comes after the last one
+    Bindings = 8, ///< BindingChange array: what changed in a chunk of records; one for each, in file order
+};
+
+struct SummaryTotals {
+    RecordHeader header;
+    std::uint32_t version;
+    std::uint32_t chunks; ///< of records
+    std::uint64_t calls;
+    std::uint64_t stateBlockCalls;
+    std::uint64_t durationUs; ///< latest time of a frame end
+    std::uint32_t frames;
+    std::uint32_t frameHashes;
+    std::uint32_t hasStateBlock;
+    std::uint32_t unused;
+};
+static_assert(sizeof(SummaryTotals) == 56);
+
+struct CountEntry {
+    std::uint32_t key;
+    std::uint32_t unused;
+    std::uint64_t count;
+};
+
+enum class SurfaceKind : std::uint32_t { Unknown, Window, Pbuffer, Pixmap };
+
+/// Followed by pairs of 32-bit numbers: the sizes that the surface had, in order.
+struct SurfaceRecord {
+    RecordHeader header;
+    std::uint32_t surface;
+    SurfaceKind kind;
+};
+
+/// Calls in a frame outside of state-setup blocks, and draws in it.
+struct FrameCounts {
+    std::uint64_t calls;
+    std::uint64_t draws;
+};
+
+enum class BindingKind : std::uint32_t {
+    Context = 1,      ///< that thread `owner` uses; `place` is 0
+    VertexArray = 2,  ///< that is bound in context `owner`; `place` is 0
+    Buffer = 3,       ///< bound to target `place` in context `owner`
+    ElementBuffer = 4 ///< of vertex array object `place` of context `owner`
+};
+
+/// What a listing of later calls depends on. `value` is a name, 0 for none.
+struct BindingChange {
+    BindingKind kind;
+    std::uint32_t owner;
+    std::uint32_t place;
+    std::uint32_t value;
 };
 
 } // namespace Data

@@ -2,8 +2,11 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "Data/CallIds.h"
 
@@ -18,6 +21,17 @@ struct CallDescription {
 
 /// Indexed by CallId.
 extern const std::span<const CallDescription, callCount> callTable;
+
+/// A call of a file's table, by its number there.
+struct FileCall {
+    std::string name;
+    std::string signature;
+    /// The call of this program with that name and signature; callCount when there is none.
+    std::uint32_t known = callCount;
+};
+
+/// The table of the files that this program writes.
+std::vector<FileCall> OwnCalls();
 
 inline const char* NameOf(CallId call)
 {

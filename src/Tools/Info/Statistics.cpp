@@ -118,18 +118,17 @@ std::optional<CaptureStatistics> CollectStatistics(const std::string& path, Data
         parts.FrameEnd();
     parts.End();
     statistics.refusedCalls = capture->SkippedCalls();
+    statistics.isIncomplete = capture->IsIncomplete();
     return statistics;
 }
 
-void SetCalls(CaptureStatistics& statistics, std::uint64_t setup, const std::vector<std::uint64_t>& byFrame)
+void SetCalls(CaptureStatistics& statistics, const Data::SummaryCounts& counts)
 {
-    statistics.total.calls = setup;
+    statistics.total.calls = counts.calls;
     if (statistics.setup)
-        statistics.setup->calls = setup;
-    for (std::size_t i = 0; i < byFrame.size(); ++i) {
-        statistics.total.calls += byFrame[i];
-        (i < statistics.frames.size() ? statistics.frames[i] : statistics.rest).calls += byFrame[i];
-    }
+        statistics.setup->calls = counts.stateBlockCalls;
+    for (std::size_t i = 0; i < counts.byFrame.size(); ++i)
+        (i < statistics.frames.size() ? statistics.frames[i] : statistics.rest).calls += counts.byFrame[i].calls;
 }
 
 } // namespace Tools

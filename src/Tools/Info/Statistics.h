@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Data/CallIds.h"
+#include "Data/Capture/SummaryCounts.h"
 #include "Data/Diagnostics.h"
 #include "Data/State/StateModel.h"
 
@@ -85,14 +86,16 @@ struct CaptureStatistics {
     FrameStatistics rest;
     /// Calls that were not counted, since a replay would refuse them.
     std::uint64_t refusedCalls = 0;
+    /// The capture has no end, or could not be read up to it.
+    bool isIncomplete = false;
 };
 
 /// Reads all of a capture, as a replay does. Damage and refused calls are reported, and what lies in front is counted.
 /// Empty, with the reason in `error`, when nothing can be read.
 std::optional<CaptureStatistics> CollectStatistics(const std::string& path, Data::Report report, std::string& error);
 
-/// Fills in the numbers of calls, which a reader of records knows: by frame, those after the last one at the end.
-void SetCalls(CaptureStatistics& statistics, std::uint64_t setup, const std::vector<std::uint64_t>& byFrame);
+/// Fills in the numbers of calls, which who counts records knows.
+void SetCalls(CaptureStatistics& statistics, const Data::SummaryCounts& counts);
 
 /// A table: a line with the names of the columns, then one for each part of the capture.
 std::string ToCsv(const CaptureStatistics& statistics);

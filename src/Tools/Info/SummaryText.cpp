@@ -2,7 +2,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
-#include <numeric>
 #include <span>
 
 #include <nlohmann/json.hpp>
@@ -50,7 +49,13 @@ std::vector<std::pair<std::string, std::uint64_t>> ByCount(const std::map<std::s
     return sorted;
 }
 
-std::string Sizes(const SurfaceSummary& surface)
+const char* NameOf(Data::SurfaceKind kind)
+{
+    constexpr const char* names[] = {"", "window", "pbuffer", "pixmap"};
+    return names[static_cast<std::size_t>(kind)];
+}
+
+std::string Sizes(const Data::SurfaceSummary& surface)
 {
     std::string text;
     for (const auto& [width, height] : surface.sizes)
@@ -61,20 +66,23 @@ std::string Sizes(const SurfaceSummary& surface)
 /// "240, 4.0 a frame, at most 7 (frame 3)".
 std::string Draws(const CaptureSummary& summary)
 {
-    const std::vector<std::uint64_t>& draws = summary.drawsByFrame;
-    const auto frames = std::span(draws).first(summary.frames);
-    const std::uint64_t sum = std::accumulate(frames.begin(), frames.end(), std::uint64_t{0});
-    std::string text = std::to_string(std::accumulate(draws.begin(), draws.end(), std::uint64_t{0}));
-    if (const auto most = std::ranges::max_element(frames); most != frames.end())
-        text += Format(", %.1f a frame, at most %llu (frame %td)", static_cast<double>(sum) / summary.frames,
-                       static_cast<unsigned long long>(*most), most - frames.begin() + 1);
+    const auto fewer = [](const Data::FrameCounts& a, const Data::FrameCounts& b) { return a.draws < b.draws; };
+    const auto frames = std::span(summary.counts.byFrame).first(summary.counts.frames);
+    std::uint64_t sum = 0;
+    for (const Data::FrameCounts& frame : frames)
+        sum += frame.draws;
+    std::string text = std::to_string(sum + summary.counts.byFrame.back().draws);
+    if (const auto most = std::ranges::max_element(frames, fewer); most != frames.end())
+        text += Format(", %.1f a frame, at most %llu (frame %td)",
+                       static_cast<double>(sum) / static_cast<double>(frames.size()),
+                       static_cast<unsigned long long>(most->draws), most - frames.begin() + 1);
     return text;
 }
 
 /// The last frame of the capture in the one that it was cut out of.
 std::uint32_t LastOriginFrame(const CaptureSummary& summary)
 {
-    return summary.header.originFrame + summary.frames - (summary.frames > 0 ? 1 : 0);
+    return summary.header.originFrame + summary.counts.frames - (summary.counts.frames > 0 ? 1 : 0);
 }
 
 void Line(std::string& text, const char* name, const std::string& value)
@@ -102,22 +110,23 @@ std::string ToText(const CaptureSummary& summary)
     if (header.surfaceWidth != 0)
         Line(text, "first size", Format("%ux%u", header.surfaceWidth, header.surfaceHeight));
     Line(text, "frames",
-         Format("%u in %.3f s", summary.frames, static_cast<double>(summary.durationUs) / 1e6) +
-             (summary.frameHashes > 0 ? Format(", %u with a hash", summary.frameHashes) : "") +
-             (summary.hasStateBlock ? ", after a state-setup block" : ""));
+         Format("%u in %.3f s", summary.counts.frames, static_cast<double>(summary.counts.durationUs) / 1e6) +
+             (summary.counts.frameHashes > 0 ? Format(", %u with a hash", summary.counts.frameHashes) : "") +
+             (summary.counts.hasStateBlock ? ", after a state-setup block" : ""));
     if (header.originFrame != 0)
         Line(text, "cut from",
              Format("frames %u to %u of %s", header.originFrame, LastOriginFrame(summary), header.originFile.c_str()));
-    Line(text, "calls", std::to_string(summary.calls));
+    Line(text, "calls", std::to_string(summary.counts.calls));
     Line(text, "draws", Draws(summary));
-    for (const auto& [thread, calls] : summary.callsByThread)
+    for (const auto& [thread, calls] : summary.counts.callsByThread)
         Line(text, "thread", Format("%u: %llu calls", thread, static_cast<unsigned long long>(calls)));
-    for (const auto& [context, shared] : summary.contexts)
+    for (const auto& [context, shared] : summary.counts.contexts)
         Line(text, "context", shared != 0 ? Format("%u, shares with %u", context, shared) : std::to_string(context));
-    for (const auto& [surface, what] : summary.surfaces)
+    for (const auto& [surface, what] : summary.counts.surfaces)
         Line(text, "surface",
-             Format("%u: %s%s", surface, what.kind.empty() ? "" : (what.kind + ", ").c_str(), Sizes(what).c_str()));
-    for (const auto& [note, count] : ByCount(summary.notes))
+             Format("%u: %s%s%s", surface, NameOf(what.kind), what.kind != Data::SurfaceKind::Unknown ? ", " : "",
+                    Sizes(what).c_str()));
+    for (const auto& [note, count] : ByCount(summary.counts.notes))
         Line(
             text, "not recorded",
             Format("%s, %llu %s", note.c_str(), static_cast<unsigned long long>(count), count == 1 ? "time" : "times"));
@@ -147,29 +156,29 @@ std::string ToJson(const CaptureSummary& summary, const CaptureStatistics* stati
                       {"glVersion", header.glVersion}};
     json["width"] = header.surfaceWidth;
     json["height"] = header.surfaceHeight;
-    json["frames"] = summary.frames;
-    json["seconds"] = static_cast<double>(summary.durationUs) / 1e6;
-    json["frameHashes"] = summary.frameHashes;
+    json["frames"] = summary.counts.frames;
+    json["seconds"] = static_cast<double>(summary.counts.durationUs) / 1e6;
+    json["frameHashes"] = summary.counts.frameHashes;
     if (header.originFrame != 0)
         json["cutFrom"] = {
             {"file", header.originFile}, {"firstFrame", header.originFrame}, {"lastFrame", LastOriginFrame(summary)}};
-    json["stateBlock"] = summary.hasStateBlock;
-    json["callCount"] = summary.calls;
+    json["stateBlock"] = summary.counts.hasStateBlock;
+    json["callCount"] = summary.counts.calls;
     json["threads"] = Json::array();
-    for (const auto& [thread, calls] : summary.callsByThread)
+    for (const auto& [thread, calls] : summary.counts.callsByThread)
         json["threads"].push_back({{"thread", thread}, {"calls", calls}});
     json["contexts"] = Json::array();
-    for (const auto& [context, shared] : summary.contexts)
+    for (const auto& [context, shared] : summary.counts.contexts)
         json["contexts"].push_back({{"context", context}, {"sharesWith", shared}});
     json["surfaces"] = Json::array();
-    for (const auto& [surface, what] : summary.surfaces) {
+    for (const auto& [surface, what] : summary.counts.surfaces) {
         Json sizes = Json::array();
         for (const auto& [width, height] : what.sizes)
             sizes.push_back({{"width", width}, {"height", height}});
-        json["surfaces"].push_back({{"surface", surface}, {"kind", what.kind}, {"sizes", sizes}});
+        json["surfaces"].push_back({{"surface", surface}, {"kind", NameOf(what.kind)}, {"sizes", sizes}});
     }
     json["notRecorded"] = Json::object();
-    for (const auto& [note, count] : summary.notes)
+    for (const auto& [note, count] : summary.counts.notes)
         json["notRecorded"][note] = count;
     json["calls"] = Json::object();
     for (const auto& [name, count] : ByCount(summary.callsByName))

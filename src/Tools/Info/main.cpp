@@ -23,6 +23,9 @@ using Util::ExitStatus;
 using Util::Print;
 
 constexpr Util::Option options[] = {
+    {"--recount", "",
+     "count by reading all of the capture, which finds damage too, rather than believe the summary at its end",
+     "Options"},
     {"--json", "", "print the same as JSON, with statistics of the whole capture and of each frame", "Options"},
     {"--csv", "", "print the statistics as a table instead, one line for each frame", "Options"},
     {"--dump", "",
@@ -121,6 +124,12 @@ std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& c
     return {};
 }
 
+/// Whether the summary at the end of a capture will do.
+Tools::SummaryUse UseOf(const Util::ParseArgs::CmdLineArgs& args)
+{
+    return args.HasSwitch("--recount") ? Tools::SummaryUse::Ignore : Tools::SummaryUse::Believe;
+}
+
 /// The table, the JSON document or the page. Trouble is reported once, by the reader that looks closer.
 ExitStatus PrintStatistics(Data::CaptureSource& source, const std::string& path,
                            const Util::ParseArgs::CmdLineArgs& args)
@@ -128,12 +137,15 @@ ExitStatus PrintStatistics(Data::CaptureSource& source, const std::string& path,
     if (args.FindValue("--report"))
         ShowProgress("counting calls");
     Data::Diagnostics quiet(path, nullptr);
-    const Tools::CaptureSummary summary = Tools::Summarize(source, quiet);
+    Tools::CaptureSummary summary = Tools::Summarize(source, quiet, UseOf(args));
     std::string error;
     std::optional<Tools::CaptureStatistics> statistics = Tools::CollectStatistics(path, Report, error);
     if (!statistics)
         return Fail(ExitStatus::Unreadable, error);
-    Tools::SetCalls(*statistics, summary.stateBlockCalls, summary.callsByFrame);
+    // Damage that only who reads all of it meets.
+    if (statistics->isIncomplete && summary.isComplete)
+        summary = Tools::Summarize(source, quiet, Tools::SummaryUse::Ignore);
+    Tools::SetCalls(*statistics, summary.counts);
     if (const std::string* const folder = args.FindValue("--report")) {
         const std::string* const results = args.FindValue("--results");
         const Util::Outcome failure =
@@ -230,7 +242,7 @@ ExitStatus Run(int argc, char** argv)
         return PrintState(*source, diagnostics, args);
     if (args.HasSwitch("--json") || args.HasSwitch("--csv") || args.FindValue("--report"))
         return PrintStatistics(*source, path, args);
-    Print(Tools::ToText(Tools::Summarize(*source, diagnostics)));
+    Print(Tools::ToText(Tools::Summarize(*source, diagnostics, UseOf(args))));
     return ExitStatus::Done;
 }
 

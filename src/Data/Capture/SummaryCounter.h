@@ -1,0 +1,55 @@
+// Counts what is in a capture, while it is written and when it is read.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "Data/Capture/SummaryCounts.h"
+#include "Data/Records/CallArguments.h"
+#include "Data/Records/CallTable.h"
+#include "Data/State/BufferBindings.h"
+
+namespace Data {
+
+/// Takes the records of a capture in file order.
+class SummaryCounter {
+public:
+    /// For a file with this call table.
+    explicit SummaryCounter(const std::vector<FileCall>& calls);
+
+    void Count(const RecordView& record);
+    /// A whole chunk of records, as it is before compression. Only such chunks have their bindings noted.
+    void CountChunk(std::span<const std::uint8_t> chunk);
+    /// What was counted so far.
+    [[nodiscard]] const SummaryCounts& Counts();
+
+private:
+    struct Call {
+        std::uint64_t count = 0;
+        CallId known = {};
+        bool isDraw = false;
+        /// Its arguments matter.
+        bool isRead = false;
+        bool bindsBuffers = false;
+    };
+
+    void CountCall(const RecordView& record, Call& call);
+    void ReadCall(const CallArguments& call);
+    void CountBuiltIn(const RecordView& record);
+    void SetThread(std::uint32_t thread);
+    void Surface(const CallArguments& call, SurfaceKind kind);
+    void Size(std::uint32_t surface, std::uint32_t width, std::uint32_t height);
+    void SizeFromAttribs(std::uint32_t surface, std::span<const std::uint8_t> attribs);
+
+    SummaryCounts m_counts;
+    /// By the number of the call in the file.
+    std::vector<Call> m_calls;
+    BufferBindings m_bindings;
+    /// Of the thread at work, since it is.
+    std::uint64_t m_threadCalls = 0;
+    bool m_isInStateBlock = false;
+};
+
+} // namespace Data

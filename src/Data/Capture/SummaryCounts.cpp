@@ -1,0 +1,84 @@
+#include "Data/Capture/SummaryCounts.h"
+
+#include <cstring>
+#include <utility>
+
+namespace Data {
+
+namespace {
+
+/// Writes one record after the other.
+class Encoder {
+public:
+    std::vector<std::uint8_t> bytes;
+
+    /// A record of the struct, which begins with its header, and of what follows it.
+    template <class Record, class Entry> void Put(SummaryPart part, Record record, const std::vector<Entry>& entries)
+    {
+        const std::uint64_t size = sizeof record + entries.size() * sizeof(Entry);
+        record.header = Header(part, size);
+        const std::size_t at = bytes.size();
+        bytes.resize(at + record.header.bytes);
+        std::memcpy(bytes.data() + at, &record, sizeof record);
+        if (!entries.empty())
+            std::memcpy(bytes.data() + at + sizeof record, entries.data(), entries.size() * sizeof(Entry));
+    }
+    template <class Entry> void Put(SummaryPart part, const std::vector<Entry>& entries)
+    {
+        struct Plain {
+            RecordHeader header;
+        };
+        Put(part, Plain{}, entries);
+    }
+
+private:
+    static RecordHeader Header(SummaryPart part, std::uint64_t size)
+    {
+        return {static_cast<std::uint32_t>(RoundUp8(size)), static_cast<std::uint32_t>(part)};
+    }
+};
+
+} // namespace
+
+std::vector<std::uint8_t> EncodeSummary(const SummaryCounts& counts)
+{
+    if (counts.byFrame.size() > maxChunkBytes / sizeof(FrameCounts) / 2)
+        return {};
+    Encoder encoder;
+    SummaryTotals totals = {};
+    totals.version = summaryVersion;
+    totals.chunks = static_cast<std::uint32_t>(counts.bindings.size());
+    totals.calls = counts.calls;
+    totals.stateBlockCalls = counts.stateBlockCalls;
+    totals.durationUs = counts.durationUs;
+    totals.frames = counts.frames;
+    totals.frameHashes = counts.frameHashes;
+    totals.hasStateBlock = counts.hasStateBlock ? 1 : 0;
+    encoder.Put(SummaryPart::Totals, totals, std::vector<std::uint8_t>());
+
+    std::vector<CountEntry> entries;
+    for (std::uint32_t id = 0; id < counts.callsById.size(); ++id) {
+        if (counts.callsById[id] > 0)
+            entries.push_back({id, 0, counts.callsById[id]});
+    }
+    encoder.Put(SummaryPart::Calls, entries);
+    entries.clear();
+    for (const auto& [thread, calls] : counts.callsByThread)
+        entries.push_back({thread, 0, calls});
+    encoder.Put(SummaryPart::Threads, entries);
+    encoder.Put(SummaryPart::Contexts, std::vector(counts.contexts.begin(), counts.contexts.end()));
+    for (const auto& [surface, summary] : counts.surfaces)
+        encoder.Put(SummaryPart::Surface, SurfaceRecord{{}, surface, summary.kind}, summary.sizes);
+    for (const auto& [note, count] : counts.notes) {
+        const PointerSlot text{0, static_cast<std::uint32_t>(note.size()), sizeof(TextRecord)};
+        encoder.Put(SummaryPart::Note, TextRecord{{}, count, text}, std::vector(note.begin(), note.end()));
+    }
+    encoder.Put(SummaryPart::Frames, counts.byFrame);
+    for (const std::vector<BindingChange>& changes : counts.bindings)
+        encoder.Put(SummaryPart::Bindings, changes);
+    if (encoder.bytes.size() > maxChunkBytes)
+        return {};
+    return std::move(encoder.bytes);
+}
+
+} // namespace Data
