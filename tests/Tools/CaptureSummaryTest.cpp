@@ -161,6 +161,44 @@ TEST_F(CaptureSummaryTest, OffsetsIntoBuffersAreNoAddresses)
                 ElementsAre(HasSubstr(R"("indices":{"buffer":5,"offset":64})")));
 }
 
+/// A listing that begins in the middle is the end of the whole one, whatever was bound in chunks that it does not read.
+TEST_F(CaptureSummaryTest, FramesAreListedWithoutReadingWhatIsBefore)
+{
+    using Names = std::vector<std::uint32_t>;
+    const std::function<void()> steps[] = {
+        [&] { Call(CallId::eglCreateContext, 7, 1, 1, 0, 0), Call(CallId::eglMakeCurrent, 1, 1, 3, 3, 7); },
+        [&] { Call(CallId::glBindVertexArray, 2), Call(CallId::glBindBuffer, 0x8893, 5); },
+        [&] { Call(CallId::glBindBuffer, 0x8892, 4), Call(CallId::glBindVertexArray, 0); },
+        [&] { writer->SetThread(2), Call(CallId::eglMakeCurrent, 1, 1, 3, 3, 8); },
+        [&] { Call(CallId::glBindBuffer, 0x88EC, 6), writer->SetThread(1); },
+        [&] { Call(CallId::glBindVertexArray, 2), Call(CallId::glDeleteBuffers, 1, Names{4}); },
+        [&] { writer->SetThread(2), Call(CallId::eglReleaseThread, 1), writer->SetThread(1); },
+        [&] { Call(CallId::glDeleteVertexArrays, 1, Names{2}), Call(CallId::glBindVertexArray, 2); },
+        [&] { Call(CallId::eglCreateContext, 7, 1, 1, 0, 0); },
+    };
+    for (const auto& step : steps) {
+        step();
+        Call(CallId::glVertexAttribPointer, 0, 4, 0x1406, 0, 0, 32);
+        Call(CallId::glDrawElements, 4, 3, 0x1403, 64);
+        Call(CallId::glTexImage2D, 0x0DE1, 0, 0x8058, 1, 1, 0, 0x1908, 0x1401, 0);
+        writer->FrameEnd();
+        writer->Flush();
+    }
+    const std::vector<std::string> whole = List({});
+    EXPECT_THAT(whole, ::testing::Contains(HasSubstr("indices=buffer 5 at 64")));
+    for (std::uint32_t first = 2; first <= std::size(steps); ++first) {
+        const std::vector<std::string> part = List({.frames = {.first = first}});
+        ASSERT_LT(part.size(), whole.size());
+        EXPECT_TRUE(std::equal(part.rbegin(), part.rend(), whole.rbegin())) << "from frame " << first;
+    }
+    // The chunks in front are not read.
+    std::vector<std::uint8_t> bytes = FileBytes();
+    bytes[RecordsOffset(bytes) + sizeof(ChunkHeader)] ^= 1;
+    SetFileBytes(bytes);
+    EXPECT_THAT(List({.frames = {.first = 4}, .calls = "glTex*"}), ::testing::SizeIs(std::size(steps) - 3));
+    EXPECT_THAT(List({}), ::testing::IsEmpty());
+}
+
 } // namespace
 
 } // namespace Tools

@@ -103,6 +103,8 @@ class Info(EndToEndTest):
                 capture = self.record(FAMILIES, family, "--pbuffer", capture=f"{family}.glcap", compositor=False)
                 # Its programs lack a uniform that they ask for; to the fake driver every name is one.
                 self.compare(capture, ["glUniform1f"] if family == "textures" else [])
+                described, counted = (self.run_program(INFO, *option, capture) for option in ([], ["--recount"]))
+                self.assertEqual((described.stdout, described.stderr), (counted.stdout, ""))
 
     def test_table_says_the_same(self):
         statistics = self.info(SAMPLE)["statistics"]

@@ -216,6 +216,17 @@ std::uint32_t CaptureSource::FrameCount() const
     return m_chunks.empty() ? 0 : m_chunks.back().framesBefore + m_chunks.back().frames;
 }
 
+std::size_t CaptureSource::ChunkOfFrame(std::uint32_t frame) const
+{
+    std::uint32_t frames = 0;
+    for (std::size_t i = 0; i < m_chunks.size() && m_chunks[i].framesBefore == frames; ++i) {
+        frames += m_chunks[i].frames;
+        if (frames >= frame - 1)
+            return i;
+    }
+    return 0;
+}
+
 std::string CaptureSource::ReadChunk(const IndexEntry& entry, Chunk& chunk)
 {
     ChunkHeader header = {};

@@ -41,6 +41,8 @@ public:
     [[nodiscard]] std::uint64_t FileBytes() const { return m_fileBytes; }
     /// Whole frames in those chunks, as the file says.
     [[nodiscard]] std::uint32_t FrameCount() const;
+    /// Number of the chunk, from 0, in which a frame begins, counted from 1; 0 where the index does not say.
+    [[nodiscard]] std::size_t ChunkOfFrame(std::uint32_t frame) const;
     /// False for a file without its end: the chunks are those that could be found.
     [[nodiscard]] bool IsComplete() const { return m_isComplete; }
 

@@ -3,6 +3,7 @@
 #include <cinttypes>
 #include <cstdio>
 #include <new>
+#include <span>
 
 namespace Data {
 
@@ -14,7 +15,10 @@ constexpr std::uint64_t maxReadyBytes = 32u << 20;
 
 } // namespace
 
-ChunkQueue::ChunkQueue(CaptureSource& source, Preload preload) : m_source(source), m_preload(preload) {}
+ChunkQueue::ChunkQueue(CaptureSource& source, Preload preload, std::size_t firstChunk)
+    : m_source(source), m_preload(preload), m_firstChunk(firstChunk)
+{
+}
 
 ChunkQueue::~ChunkQueue()
 {
@@ -35,7 +39,7 @@ bool ChunkQueue::MayRead() const
 void ChunkQueue::Run()
 {
     std::unique_lock lock(m_mutex);
-    for (const IndexEntry& entry : m_source.Chunks()) {
+    for (const IndexEntry& entry : std::span(m_source.Chunks()).subspan(m_firstChunk)) {
         m_wake.wait(lock, [this] { return m_stop || MayRead(); });
         if (m_stop)
             return;

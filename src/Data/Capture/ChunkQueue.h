@@ -2,6 +2,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <cstddef>
 #include <deque>
 #include <mutex>
 #include <string>
@@ -22,7 +23,8 @@ enum class Preload {
 class ChunkQueue {
 public:
     /// `source` must outlive the queue, and no one else may read chunks from it meanwhile.
-    ChunkQueue(CaptureSource& source, Preload preload);
+    /// Begins with the chunk of that number, from 0.
+    ChunkQueue(CaptureSource& source, Preload preload, std::size_t firstChunk = 0);
     ~ChunkQueue();
     ChunkQueue(const ChunkQueue&) = delete;
     ChunkQueue& operator=(const ChunkQueue&) = delete;
@@ -38,6 +40,7 @@ private:
 
     CaptureSource& m_source;
     const Preload m_preload;
+    const std::size_t m_firstChunk;
     std::mutex m_mutex;
     std::condition_variable m_wake;
     std::deque<Chunk> m_ready;

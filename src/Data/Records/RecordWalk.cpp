@@ -5,13 +5,16 @@
 namespace Data {
 
 bool WalkRecords(CaptureSource& source, Diagnostics& diagnostics, const std::function<void(const RecordCursor&)>& visit,
-                 std::uint32_t frames)
+                 std::uint32_t frames, std::size_t firstChunk)
 {
     Position& position = diagnostics.position;
     position = {};
     if (frames == 0)
         return true;
-    ChunkQueue queue(source, Preload::No);
+    std::size_t number = firstChunk;
+    if (firstChunk > 0)
+        position.frame = source.Chunks()[firstChunk].framesBefore;
+    ChunkQueue queue(source, Preload::No, firstChunk);
     std::string trouble;
     Chunk chunk;
     while (trouble.empty() && queue.Next(chunk, trouble)) {
@@ -31,6 +34,10 @@ bool WalkRecords(CaptureSource& source, Diagnostics& diagnostics, const std::fun
         }
         if (cursor.IsDamaged())
             trouble = cursor.Damage();
+        const IndexEntry& entry = source.Chunks()[number++];
+        if (firstChunk > 0 && trouble.empty() && position.frame != entry.framesBefore + entry.frames)
+            trouble = "the index is damaged: expected " + std::to_string(entry.framesBefore + entry.frames) +
+                      " frames up to chunk " + std::to_string(number) + ", found " + std::to_string(position.frame);
         queue.Recycle(std::move(chunk));
         chunk = {};
     }

@@ -5,8 +5,9 @@
 
 #include <fnmatch.h>
 
-#include "Data/Records/CallDecoder.h"
+#include "Data/Capture/SummaryReader.h"
 #include "Data/Records/RecordWalk.h"
+#include "Data/State/BufferBindings.h"
 #include "Interfaces/Util.h"
 #include "Tools/Info/RecordText.h"
 #include "Util/Spelling.h"
@@ -15,15 +16,31 @@ namespace Tools {
 
 namespace {
 
-/// Has the decoder follow the state of the capture. The record's bytes may be changed.
-void Follow(Data::CallDecoder& decoder, const Data::RecordCursor& record, const Data::CaptureSource& source)
+void Follow(Data::BufferBindings& bindings, const Data::RecordView& record, const Data::CaptureSource& source)
 {
     const std::uint32_t id = record.Header().id;
     const std::uint32_t call = id < source.Calls().size() ? source.Calls()[id].known : Data::callCount;
     if (Data::ThreadRecord thread; record.Is(Data::RecordId::Thread) && record.Read(thread))
-        decoder.SetThread(thread.thread);
+        bindings.SetThread(thread.thread);
     else if (call < Data::callCount)
-        decoder.Decode(static_cast<Data::CallId>(call), record.Record());
+        bindings.Follow({static_cast<Data::CallId>(call), record});
+}
+
+/// The chunk to begin with for a listing from frame `frame` on, and what is bound at its start. The summary has the
+/// bindings of the chunks in front, which are not read then; where there is none, all is read.
+std::size_t Begin(Data::CaptureSource& source, Data::Diagnostics& diagnostics, std::uint32_t frame,
+                  Data::BufferBindings& bindings)
+{
+    const std::size_t chunk = source.ChunkOfFrame(frame);
+    if (chunk == 0)
+        return 0;
+    std::string trouble;
+    const auto summary = Data::ReadSummary(source, trouble);
+    if (!trouble.empty())
+        diagnostics.File("the summary at the end is not used, and the capture read from its start: " + trouble);
+    for (std::size_t i = 0; summary && i < chunk; ++i)
+        bindings.Apply(summary->bindings[i]);
+    return summary ? chunk : 0;
 }
 
 } // namespace
@@ -67,8 +84,8 @@ std::uint64_t Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics, 
     };
     std::uint64_t lines = 0;
     bool goesOn = true;
-    Data::Diagnostics quiet(diagnostics.FileName(), nullptr);
-    Data::CallDecoder decoder(quiet);
+    Data::BufferBindings bindings;
+    const std::size_t firstChunk = Begin(source, diagnostics, choice.frames.first, bindings);
     std::string_view lastCall;
     bool isLastChosen = patterns.empty();
     Data::WalkRecords(
@@ -81,14 +98,13 @@ std::uint64_t Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics, 
                 isLastChosen = isChosen(call);
             }
             if (goesOn && isLastChosen && frame >= choice.frames.first) {
-                const Data::ClientState& client = decoder.Client();
-                const RecordPlace place = {frame, diagnostics.position.call, client.Thread(), client.ContextName()};
-                goesOn = write(RecordText(choice.notation, place, record, source, decoder.Context()) + "\n");
+                const RecordPlace place = {frame, diagnostics.position.call, bindings.Thread(), bindings.Context()};
+                goesOn = write(RecordText(choice.notation, place, record, source, bindings) + "\n");
                 ++lines;
             }
-            Follow(decoder, record, source);
+            Follow(bindings, record, source);
         },
-        choice.frames.last);
+        choice.frames.last, firstChunk);
     return lines;
 }
 

@@ -252,7 +252,7 @@ std::string JsonString(std::string_view text)
 }
 
 std::string ArgumentText(Notation notation, const Data::CallArguments& call,
-                         const Data::ParameterDescription& parameter, const Data::ContextState& state)
+                         const Data::ParameterDescription& parameter, const Data::BufferBindings& bindings)
 {
     const std::string_view function = NameOf(call.Call());
     const auto pname = static_cast<std::uint32_t>(call.Find("pname").value_or(0));
@@ -265,7 +265,7 @@ std::string ArgumentText(Notation notation, const Data::CallArguments& call,
     const auto slot = call.Field<Data::PointerSlot>(parameter.at);
     if (slot.offset == 0) {
         const std::uint32_t target = BufferTarget(function, parameter.name);
-        return PointerText(notation == Notation::Json, slot.value, target != 0 ? state.BoundBuffer(target) : 0);
+        return PointerText(notation == Notation::Json, slot.value, target != 0 ? bindings.Bound(target) : 0);
     }
     if (!call.HasContents(slot))
         return writer.Word("?");

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "Data/Records/CallArguments.h"
-#include "Data/State/ContextState.h"
+#include "Data/State/BufferBindings.h"
 
 namespace Tools {
 
@@ -20,10 +20,10 @@ enum class Notation {
 };
 
 /// An argument or a returned value of a call, by its place in the record. Nothing in the record is believed: what does
-/// not fit is shown as "?". `state` is that of the call's context, in front of the call: it tells an offset into a
+/// not fit is shown as "?". `bindings` are those in front of the call: they tell an offset into a
 /// buffer from an address.
 std::string ArgumentText(Notation notation, const Data::CallArguments& call,
-                         const Data::ParameterDescription& parameter, const Data::ContextState& state);
+                         const Data::ParameterDescription& parameter, const Data::BufferBindings& bindings);
 
 /// Whether the value of this parameter of a texture or a sampler is an enum.
 bool IsEnumParameter(std::uint32_t name);

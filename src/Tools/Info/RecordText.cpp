@@ -7,7 +7,7 @@ namespace Tools {
 namespace {
 
 std::string CallText(Notation notation, const Data::RecordView& record, const Data::FileCall& call,
-                     const Data::ContextState& state)
+                     const Data::BufferBindings& bindings)
 {
     const bool isJson = notation == Notation::Json;
     if (call.known >= Data::callCount)
@@ -18,12 +18,12 @@ std::string CallText(Notation notation, const Data::RecordView& record, const Da
     for (const Data::ParameterDescription& parameter : Data::ParametersOf(arguments.Call())) {
         text += isFirst ? "" : isJson ? "," : ", ";
         text += isJson ? JsonString(parameter.name) + ":" : std::string(parameter.name) + "=";
-        text += ArgumentText(notation, arguments, parameter, state);
+        text += ArgumentText(notation, arguments, parameter, bindings);
         isFirst = false;
     }
     text += isJson ? "}" : ")";
     if (const Data::ParameterDescription* const returned = Data::ReturnOf(arguments.Call()))
-        text += (isJson ? ",\"return\":" : " = ") + ArgumentText(notation, arguments, *returned, state);
+        text += (isJson ? ",\"return\":" : " = ") + ArgumentText(notation, arguments, *returned, bindings);
     return text;
 }
 
@@ -139,12 +139,12 @@ std::string_view CallName(const Data::RecordView& record, const Data::CaptureSou
 }
 
 std::string RecordText(Notation notation, const RecordPlace& place, const Data::RecordView& record,
-                       const Data::CaptureSource& source, const Data::ContextState& state)
+                       const Data::CaptureSource& source, const Data::BufferBindings& bindings)
 {
     const Data::FileCall* const call = FindCall(record, source);
     std::string text;
     if (call)
-        text = CallText(notation, record, *call, state);
+        text = CallText(notation, record, *call, bindings);
     else if (record.Header().id >= Data::firstBuiltInId)
         text = BuiltInText(record);
     else

@@ -24,10 +24,10 @@ struct RecordPlace {
 /// The function of a record; empty for a record that is no call.
 std::string_view CallName(const Data::RecordView& record, const Data::CaptureSource& source);
 
-/// `state` is that of the context in front of the record. A line such as "3:17 t1 c1
+/// `bindings` are those in front of the record. A line such as "3:17 t1 c1
 /// glBindTexture(target=GL_TEXTURE_2D, texture=5)", or a JSON object. Records that are no calls begin with "--" after
 /// their place.
 std::string RecordText(Notation notation, const RecordPlace& place, const Data::RecordView& record,
-                       const Data::CaptureSource& source, const Data::ContextState& state);
+                       const Data::CaptureSource& source, const Data::BufferBindings& bindings);
 
 } // namespace Tools
