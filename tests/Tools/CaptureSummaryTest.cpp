@@ -197,6 +197,11 @@ TEST_F(CaptureSummaryTest, FramesAreListedWithoutReadingWhatIsBefore)
     SetFileBytes(bytes);
     EXPECT_THAT(List({.frames = {.first = 4}, .calls = "glTex*"}), ::testing::SizeIs(std::size(steps) - 3));
     EXPECT_THAT(List({}), ::testing::IsEmpty());
+    Diagnostics diagnostics(path, nullptr);
+    const CaptureSummary summary = Summarize(*OpenSource(), diagnostics, Util::FrameRange{.first = 4, .last = 5});
+    EXPECT_TRUE(summary.isComplete);
+    EXPECT_EQ(summary.counts.calls, 2 * 3 + 2u);
+    EXPECT_THAT(ToText(summary), HasSubstr(", from frame 4 of 9 on\n"));
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include "Data/Capture/CaptureSource.h"
 #include "Data/Capture/SummaryCounts.h"
 #include "Data/Diagnostics.h"
+#include "Util/FrameRange.h"
 
 namespace Tools {
 
@@ -17,6 +18,10 @@ struct CaptureSummary {
     std::string path;
     std::uint64_t fileBytes = 0;
     Data::CaptureHeader header;
+    /// The frame that is counted first.
+    std::uint32_t firstFrame = 1;
+    /// In all of the capture.
+    std::uint32_t allFrames = 0;
     /// False: the capture has no end, or could not be read up to it.
     bool isComplete = false;
     Data::SummaryCounts counts;
@@ -29,6 +34,8 @@ struct CaptureSummary {
 enum class SummaryUse { Believe, Ignore };
 CaptureSummary Summarize(Data::CaptureSource& source, Data::Diagnostics& diagnostics,
                          SummaryUse use = SummaryUse::Believe);
+/// Counts these frames alone, without reading others. Contexts and surfaces are those that were made in them.
+CaptureSummary Summarize(Data::CaptureSource& source, Data::Diagnostics& diagnostics, Util::FrameRange range);
 
 std::string ToText(const CaptureSummary& summary);
 /// With the statistics, where there are some.

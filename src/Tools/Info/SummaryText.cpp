@@ -75,7 +75,7 @@ std::string Draws(const CaptureSummary& summary)
     if (const auto most = std::ranges::max_element(frames, fewer); most != frames.end())
         text += Format(", %.1f a frame, at most %llu (frame %td)",
                        static_cast<double>(sum) / static_cast<double>(frames.size()),
-                       static_cast<unsigned long long>(most->draws), most - frames.begin() + 1);
+                       static_cast<unsigned long long>(most->draws), most - frames.begin() + summary.firstFrame);
     return text;
 }
 
@@ -111,6 +111,9 @@ std::string ToText(const CaptureSummary& summary)
         Line(text, "first size", Format("%ux%u", header.surfaceWidth, header.surfaceHeight));
     Line(text, "frames",
          Format("%u in %.3f s", summary.counts.frames, static_cast<double>(summary.counts.durationUs) / 1e6) +
+             (summary.counts.frames < summary.allFrames
+                  ? Format(", from frame %u of %u on", summary.firstFrame, summary.allFrames)
+                  : "") +
              (summary.counts.frameHashes > 0 ? Format(", %u with a hash", summary.counts.frameHashes) : "") +
              (summary.counts.hasStateBlock ? ", after a state-setup block" : ""));
     if (header.originFrame != 0)

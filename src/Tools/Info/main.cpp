@@ -32,8 +32,8 @@ constexpr Util::Option options[] = {
      "list all calls instead, one on each line, with frame, number of the call in its frame, thread and "
      "context; with --json, a JSON object on each line",
      "Options"},
-    {"--frames", "A-B", "with --dump: only these frames, counted from 1; A- for all from A on, A for one frame",
-     "Options"},
+    {"--frames", "A-B",
+     "only these frames, counted from 1; A- for all from A on, A for one frame; alone or with --dump", "Options"},
     {"--calls", "PATTERNS", "with --dump: only functions whose names match, such as glDraw*,glClear", "Options"},
     {"--full", "", "with --dump: texts and arrays in full, shaders included", "Options"},
     {"--state", "F:C",
@@ -100,10 +100,10 @@ std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& c
         if (moment && Tools::ParseMoment(*moment).frame == 0)
             return std::string(option) + " needs F:C, call C of frame F, or F, both from 1, found \"" + *moment + "\"";
     }
-    for (const char* const option : {"--frames", "--calls"}) {
-        if (args.FindValue(option) && !isDump)
-            return std::string(option) + " goes with --dump";
-    }
+    if (args.FindValue("--calls") && !isDump)
+        return "--calls goes with --dump";
+    if (args.FindValue("--frames") && !isDump && (args.switches.size() > 0 || args.values.size() > 1))
+        return "--frames goes with --dump, or alone";
     if (isReport && *args.FindValue("--report") == "-")
         return "--report needs a folder for the page, which does not go to standard output";
     if (args.FindValue("--results") && !isReport)
@@ -242,7 +242,14 @@ ExitStatus Run(int argc, char** argv)
         return PrintState(*source, diagnostics, args);
     if (args.HasSwitch("--json") || args.HasSwitch("--csv") || args.FindValue("--report"))
         return PrintStatistics(*source, path, args);
-    Print(Tools::ToText(Tools::Summarize(*source, diagnostics, UseOf(args))));
+    if (!args.FindValue("--frames")) {
+        Print(Tools::ToText(Tools::Summarize(*source, diagnostics, UseOf(args))));
+        return ExitStatus::Done;
+    }
+    error = Tools::CheckChoice(*source, choice, [&](const std::string& note) { Report(path + ": " + note); });
+    if (!error.empty())
+        return Fail(ExitStatus::Usage, path + ": " + error);
+    Print(Tools::ToText(Tools::Summarize(*source, diagnostics, choice.frames)));
     return ExitStatus::Done;
 }
 
