@@ -170,11 +170,13 @@ TEST_F(CallDecoderTest, ListsOfIndicesLieInsideTheirContents)
     Call(CallId::glBindBuffer, Enum::ElementArrayBuffer, 1);
     Call(CallId::glDisableVertexAttribArray, 0);
     draw(lists(500, 3), 2);
+    Call(CallId::glMultiDrawElementsEXT, triangles, counts, Enum::UnsignedShort, lists(500, 3), 2);
     Play();
     EXPECT_THAT(reports, ElementsAre(HasSubstr("expected 2 bytes of list 1 between 26 and 32 bytes, found it at 16"),
                                      HasSubstr("found it at 31"), HasSubstr("found it at 32"),
                                      HasSubstr("found it at 18446744073709551615"), HasSubstr("expected 5 elements"),
-                                     HasSubstr("6 vertices from 0, found 5 from 0")));
+                                     HasSubstr("6 vertices from 0, found 5 from 0"),
+                                     HasSubstr("expected multiples of 2, found 3")));
 }
 
 TEST_F(CallDecoderTest, AttributeListsAreClosedAndFitTheEnginesCopy)

@@ -65,9 +65,10 @@ def read_pointer(call, index, p):
         return or_return(f"decoder.Strings({index}, {at}, {needed})")
     if t.form == "lists":
         lengths = call.params.index(call.param(t.lengths))
-        return (f"    if (decoder.Bound().HasElementBuffer()) {{\n        if (!decoder.IndexOffsets({index}, {at}, {needed}))\n"
-                f"            return;\n    }} else if (!decoder.Lists({index}, {at}, {needed}, {lengths}, "
-                f"{expression(call, t, expr=t.each)}))\n        return;\n")
+        each = expression(call, t, expr=t.each)
+        return (f"    if (decoder.Bound().HasElementBuffer()) {{\n"
+                f"        if (!decoder.IndexOffsets({index}, {at}, {needed}, {each}))\n            return;\n"
+                f"    }} else if (!decoder.Lists({index}, {at}, {needed}, {lengths}, {each}))\n        return;\n")
     optional = "Optional" if t.nullable else ""
     if t.form == "string" and not t.out:
         return or_return(f"decoder.{optional}String({index}, {at}, {needed})")

@@ -14,7 +14,7 @@ constexpr std::int32_t eglWidth = 0x3057;
 
 bool IsDraw(std::string_view call)
 {
-    return call.starts_with("glDraw") && !call.starts_with("glDrawBuffers");
+    return (call.starts_with("glDraw") && !call.starts_with("glDrawBuffers")) || call.starts_with("glMultiDraw");
 }
 
 bool MakesContextOrSurface(CallId call)

@@ -137,11 +137,9 @@ public:
     bool KnowsVertexArray(std::uint32_t parameter, std::uint32_t name);
     /// An offset into the element array buffer, which has storage in the driver.
     bool Indices(std::uint32_t parameter, std::uint32_t at) { return Opaque(parameter, at) && HasIndices(parameter); }
-    /// `count` of them.
-    bool IndexOffsets(std::uint32_t parameter, std::uint32_t at, std::int64_t count)
-    {
-        return Input(parameter, at, sizeof(std::uint64_t), count) && HasIndices(parameter);
-    }
+    /// `count` of them, to indices of `elementBytes` bytes: some drivers do not survive one that is no multiple of
+    /// that.
+    bool IndexOffsets(std::uint32_t parameter, std::uint32_t at, std::int64_t count, std::int64_t elementBytes);
     /// A draw from the element array buffer finds indices there: drivers take storage for granted.
     bool HasIndices(std::uint32_t parameter);
     /// Indices in client memory of a draw that promises to stay from `start` to `end`: some drivers do not survive it

@@ -16,6 +16,17 @@ namespace {
 /// Side of the surface that stands for a missing one, in pixels. Nothing is drawn to it.
 constexpr EGLint placeholderSize = 16;
 
+/// Version 1 is what a list without a version asks for. Few of its calls are recorded, and replays have no such
+/// contexts.
+bool IsFirstVersion(const EGLint* attribs)
+{
+    EGLint version = 1;
+    for (; attribs != nullptr && attribs[0] != EGL_NONE; attribs += 2) {
+        version = attribs[0] == EGL_CONTEXT_CLIENT_VERSION ? attribs[1] : version;
+    }
+    return version == 1;
+}
+
 /// A config of the display that off-screen surfaces can have, else any.
 EGLConfig AnyConfig(EGLDisplay display)
 {
@@ -136,6 +147,9 @@ RECORDER_EXPORT EGLContext eglCreateContext(EGLDisplay dpy, EGLConfig config, EG
         Record::eglCreateContext(Capturing(), result, dpy, config, share, attribs);
         if (result != EGL_NO_CONTEXT && !AddContext(result, share, config)) {
             AbandonCapture(Capturing());
+        }
+        if (result != EGL_NO_CONTEXT && IsFirstVersion(attribs)) {
+            CountUnrecorded("contexts of OpenGL ES 1.1");
         }
     } else if (call && result != EGL_NO_CONTEXT) {
         CountUnrecorded("contexts of desktop OpenGL");

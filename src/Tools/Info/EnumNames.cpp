@@ -38,10 +38,9 @@ constexpr const char* primitives[] = {"GL_POINTS",    "GL_LINES",          "GL_L
 
 // By how the names of functions begin; the first one that fits holds.
 constexpr SmallNames smallNames[] = {
-    {"glBlendFunc", factors}, {"glStencilOp", factors},
-    {"glDrawBuffers", none},  {"glReadBuffer", none},
-    {"glDraw", primitives},   {"glBeginTransformFeedback", primitives},
-    {"glGetError", noError},  {"glGetGraphicsResetStatus", noError},
+    {"glBlendFunc", factors},    {"glStencilOp", factors}, {"glDrawBuffers", none},
+    {"glReadBuffer", none},      {"glDraw", primitives},   {"glBeginTransformFeedback", primitives},
+    {"glMultiDraw", primitives}, {"glGetError", noError},  {"glGetGraphicsResetStatus", noError},
 };
 
 const char* Find(std::span<const EnumName> names, std::uint32_t value)
