@@ -107,6 +107,9 @@ class Info(EndToEndTest):
                 self.assertEqual((described.stdout, described.stderr), (counted.stdout, ""))
 
     def test_table_says_the_same(self):
+        lines, part = (self.run_program(INFO, "--csv", *frames, SAMPLE).stdout.splitlines()
+                       for frames in ([], ["--frames", "30-34"]))
+        self.assertEqual(part, [lines[0], *lines[30:35]])
         statistics = self.info(SAMPLE)["statistics"]
         rows = list(csv.DictReader(io.StringIO(self.run_program(INFO, "--csv", SAMPLE).stdout)))
         self.assertEqual([row["frame"] for row in rows], [str(i) for i in range(1, 121)] + ["rest"])

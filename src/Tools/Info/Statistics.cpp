@@ -103,7 +103,8 @@ const char* ExtensionOf(Data::CallId call)
     return found != std::end(extensionCalls) && found->call == call ? found->extension : nullptr;
 }
 
-std::optional<CaptureStatistics> CollectStatistics(const std::string& path, Data::Report report, std::string& error)
+std::optional<CaptureStatistics> CollectStatistics(const std::string& path, Data::Report report, std::string& error,
+                                                   Util::FrameRange frames)
 {
     const auto capture = Data::CaptureFile::Open(path, Data::Preload::No, std::move(report), error);
     if (!capture)
@@ -114,9 +115,15 @@ std::optional<CaptureStatistics> CollectStatistics(const std::string& path, Data
     capture->SetAdapter(static_cast<Data::GLAdapter*>(&counter));
     capture->SetAdapter(static_cast<Data::EGLAdapter*>(&counter));
     capture->Add(&parts);
-    while (capture->GetFrameProcessor()->ProcessNextFrame())
+    while (capture->GetCurrentFrame() < frames.last && capture->GetFrameProcessor()->ProcessNextFrame()) {
         parts.FrameEnd();
-    parts.End();
+        if (capture->GetCurrentFrame() < frames.first)
+            statistics = {};
+    }
+    statistics.firstFrame = frames.first;
+    statistics.hasRest = capture->GetCurrentFrame() < frames.last;
+    if (statistics.hasRest)
+        parts.End();
     statistics.refusedCalls = capture->SkippedCalls();
     statistics.isIncomplete = capture->IsIncomplete();
     return statistics;

@@ -11,6 +11,7 @@
 #include "Data/Capture/SummaryCounts.h"
 #include "Data/Diagnostics.h"
 #include "Data/State/StateModel.h"
+#include "Util/FrameRange.h"
 
 namespace Tools {
 
@@ -80,10 +81,12 @@ struct CaptureStatistics {
     FrameStatistics total;
     /// The calls that build the state which the first frame needs, where the capture has a block of them.
     std::optional<FrameStatistics> setup;
-    /// Whole frames.
+    /// Whole frames, from frame `firstFrame` on.
     std::vector<FrameStatistics> frames;
-    /// The calls after the last frame.
+    std::uint32_t firstFrame = 1;
+    /// The calls after the last frame, where they are counted.
     FrameStatistics rest;
+    bool hasRest = true;
     /// Calls that were not counted, since a replay would refuse them.
     std::uint64_t refusedCalls = 0;
     /// The capture has no end, or could not be read up to it.
@@ -92,7 +95,9 @@ struct CaptureStatistics {
 
 /// Reads all of a capture, as a replay does. Damage and refused calls are reported, and what lies in front is counted.
 /// Empty, with the reason in `error`, when nothing can be read.
-std::optional<CaptureStatistics> CollectStatistics(const std::string& path, Data::Report report, std::string& error);
+/// Of `frames` alone where they are given: what is before is read for the state that it sets, and what is after is not.
+std::optional<CaptureStatistics> CollectStatistics(const std::string& path, Data::Report report, std::string& error,
+                                                   Util::FrameRange frames = {});
 
 /// Fills in the numbers of calls, which who counts records knows.
 void SetCalls(CaptureStatistics& statistics, const Data::SummaryCounts& counts);

@@ -146,10 +146,12 @@ nlohmann::ordered_json ToJson(const CaptureStatistics& statistics)
     json["total"] = ToJson(statistics.total);
     if (statistics.setup)
         json["setup"] = ToJson(*statistics.setup);
+    json["firstFrame"] = statistics.firstFrame;
     json["frames"] = Json::array();
     for (const FrameStatistics& frame : statistics.frames)
         json["frames"].push_back(ToJson(frame));
-    json["rest"] = ToJson(statistics.rest);
+    if (statistics.hasRest)
+        json["rest"] = ToJson(statistics.rest);
     return json;
 }
 
@@ -165,8 +167,9 @@ std::string ToCsv(const CaptureStatistics& statistics)
     if (statistics.setup)
         CsvLine(text, "setup", *statistics.setup);
     for (std::size_t i = 0; i < statistics.frames.size(); ++i)
-        CsvLine(text, std::to_string(i + 1), statistics.frames[i]);
-    CsvLine(text, "rest", statistics.rest);
+        CsvLine(text, std::to_string(statistics.firstFrame + i), statistics.frames[i]);
+    if (statistics.hasRest)
+        CsvLine(text, "rest", statistics.rest);
     return text;
 }
 

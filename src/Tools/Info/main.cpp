@@ -33,7 +33,8 @@ constexpr Util::Option options[] = {
      "context; with --json, a JSON object on each line",
      "Options"},
     {"--frames", "A-B",
-     "only these frames, counted from 1; A- for all from A on, A for one frame; alone or with --dump", "Options"},
+     "only these frames, counted from 1; A- for all from A on, A for one frame; alone or with --dump, --json or --csv",
+     "Options"},
     {"--calls", "PATTERNS", "with --dump: only functions whose names match, such as glDraw*,glClear", "Options"},
     {"--full", "", "with --dump: texts and arrays in full, shaders included", "Options"},
     {"--state", "F:C",
@@ -102,8 +103,8 @@ std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& c
     }
     if (args.FindValue("--calls") && !isDump)
         return "--calls goes with --dump";
-    if (args.FindValue("--frames") && !isDump && (args.switches.size() > 0 || args.values.size() > 1))
-        return "--frames goes with --dump, or alone";
+    if (args.FindValue("--frames") && (isReport || isState || args.HasSwitch("--recount")))
+        return "--frames goes alone, or with --dump, --json or --csv";
     if (isReport && *args.FindValue("--report") == "-")
         return "--report needs a folder for the page, which does not go to standard output";
     if (args.FindValue("--results") && !isReport)
@@ -132,18 +133,19 @@ Tools::SummaryUse UseOf(const Util::ParseArgs::CmdLineArgs& args)
 
 /// The table, the JSON document or the page. Trouble is reported once, by the reader that looks closer.
 ExitStatus PrintStatistics(Data::CaptureSource& source, const std::string& path,
-                           const Util::ParseArgs::CmdLineArgs& args)
+                           const Util::ParseArgs::CmdLineArgs& args, const Util::FrameRange& frames)
 {
     if (args.FindValue("--report"))
         ShowProgress("counting calls");
     Data::Diagnostics quiet(path, nullptr);
-    Tools::CaptureSummary summary = Tools::Summarize(source, quiet, UseOf(args));
+    Tools::CaptureSummary summary = args.FindValue("--frames") ? Tools::Summarize(source, quiet, frames)
+                                                               : Tools::Summarize(source, quiet, UseOf(args));
     std::string error;
-    std::optional<Tools::CaptureStatistics> statistics = Tools::CollectStatistics(path, Report, error);
+    std::optional<Tools::CaptureStatistics> statistics = Tools::CollectStatistics(path, Report, error, frames);
     if (!statistics)
         return Fail(ExitStatus::Unreadable, error);
     // Damage that only who reads all of it meets.
-    if (statistics->isIncomplete && summary.isComplete)
+    if (statistics->isIncomplete && summary.isComplete && !args.FindValue("--frames"))
         summary = Tools::Summarize(source, quiet, Tools::SummaryUse::Ignore);
     Tools::SetCalls(*statistics, summary.counts);
     if (const std::string* const folder = args.FindValue("--report")) {
@@ -240,15 +242,15 @@ ExitStatus Run(int argc, char** argv)
         return PrintDump(*source, diagnostics, choice);
     if (args.FindValue("--state"))
         return PrintState(*source, diagnostics, args);
+    error = Tools::CheckChoice(*source, choice, [&](const std::string& note) { Report(path + ": " + note); });
+    if (!error.empty())
+        return Fail(ExitStatus::Usage, path + ": " + error);
     if (args.HasSwitch("--json") || args.HasSwitch("--csv") || args.FindValue("--report"))
-        return PrintStatistics(*source, path, args);
+        return PrintStatistics(*source, path, args, choice.frames);
     if (!args.FindValue("--frames")) {
         Print(Tools::ToText(Tools::Summarize(*source, diagnostics, UseOf(args))));
         return ExitStatus::Done;
     }
-    error = Tools::CheckChoice(*source, choice, [&](const std::string& note) { Report(path + ": " + note); });
-    if (!error.empty())
-        return Fail(ExitStatus::Usage, path + ": " + error);
     Print(Tools::ToText(Tools::Summarize(*source, diagnostics, choice.frames)));
     return ExitStatus::Done;
 }
