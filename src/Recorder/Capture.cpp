@@ -5,13 +5,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <fcntl.h>
 #include <mutex>
+#include <new>
 #include <pthread.h>
 #include <string>
+#include <sys/mman.h>
 #include <unistd.h>
-#include <utility>
 
+#include "Recorder/Channel/Connection.h"
 #include "Recorder/ProgramEnd.h"
 #include "Recorder/Report.h"
 #include "Recorder/Settings.h"
@@ -35,6 +36,27 @@ std::mutex finishing;
 
 bool hashesWanted = false;
 std::uint32_t lastFrame = 0;
+
+/// Says that a capture goes on, in a page of its own that is zero in children.
+std::atomic<bool>* running = nullptr;
+
+void Run()
+{
+    const auto pageBytes = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    void* const page = mmap(nullptr, pageBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    static std::atomic<bool> withoutPage = false;
+    running = page == MAP_FAILED ? &withoutPage : new (page) std::atomic<bool>(false);
+    madvise(page, pageBytes, MADV_WIPEONFORK);
+    capture.isRunning = running;
+    *running = true;
+}
+
+void Stop()
+{
+    if (running != nullptr) {
+        *running = false;
+    }
+}
 
 std::string Environment(const char* name)
 {
@@ -60,40 +82,20 @@ std::string CommandLine()
     return command;
 }
 
-std::uint64_t RealTimeUs()
+std::uint64_t TimeUs(clockid_t clock)
 {
     timespec now = {};
-    clock_gettime(CLOCK_REALTIME, &now);
+    clock_gettime(clock, &now);
     return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000 + static_cast<std::uint64_t>(now.tv_nsec) / 1000;
-}
-
-bool CreateNew(const std::string& path)
-{
-    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (file >= 0) {
-        close(file);
-    }
-    return file >= 0;
-}
-
-/// NAME.PID.glcap. A process that is replaced by another program (exec) has a file for each: NAME.PID-2.glcap.
-std::string CreateFile()
-{
-    const std::string folder = Environment(folderVariable);
-    const std::string stem =
-        (folder.empty() ? "" : folder + "/") + program_invocation_short_name + "." + std::to_string(getpid());
-    std::string path = stem + captureEnding;
-    for (int number = 2; !CreateNew(path) && errno == EEXIST; ++number) {
-        path = stem + "-" + std::to_string(number) + captureEnding;
-    }
-    return path;
 }
 
 /// Says that the capture is not whole, once: what was written until then is all that there will be.
 void TellUnwritten(const char* why) noexcept
 {
-    static std::atomic<bool> isTold = false;
-    if (!isTold.exchange(true)) {
+    static std::atomic<std::uint32_t> isToldWithoutChannel = 0;
+    std::atomic<std::uint32_t>& isTold =
+        capture.channel != nullptr ? capture.channel->isFailureTold : isToldWithoutChannel;
+    if (isTold.exchange(1) == 0) {
         std::fprintf(stderr, "playback-record: %s is not recorded any further: %s\n", program_invocation_short_name,
                      why);
         Report(Finding::unwritten, why);
@@ -113,12 +115,9 @@ void AfterForkInParent()
 /// The child of a fork has none of the parent's other threads, and the file belongs to the parent.
 void AfterForkInChild()
 {
-    for (Data::CaptureWriter** writer : {&capture.writer, &capture.abandoned}) {
-        if (*writer != nullptr) {
-            (*writer)->Abandon();
-            *writer = nullptr;
-        }
-    }
+    Stop();
+    AbandonChannel();
+    thread.stream = nullptr;
     phase = Phase::Ended;
     fileIsOurs = false;
     LeaveProgramEndToParent();
@@ -131,24 +130,23 @@ bool Begin()
     hashesWanted = !Environment(hashVariable).empty();
     lastFrame = static_cast<std::uint32_t>(std::strtoul(Environment(framesVariable).c_str(), nullptr, 10));
     Data::CaptureHeader& header = capture.header;
-    header.startTimeUs = RealTimeUs();
+    header.startTimeUs = TimeUs(CLOCK_REALTIME);
     header.toolVersion = PLAYBACK_VERSION;
     header.command = CommandLine();
 
     std::string error;
-    const std::string path = CreateFile();
-    auto writer = Data::CaptureWriter::Create(path, header, error);
-    if (!writer) {
-        TellUnwritten(error.empty() ? (path + ": cannot be written").c_str() : error.c_str());
+    Channel* const channel = OpenChannel(Environment(folderVariable), error);
+    if (channel == nullptr) {
+        TellUnwritten(error.c_str());
         return false;
     }
     pthread_atfork(&BeforeFork, &AfterForkInParent, &AfterForkInChild);
     WatchProgramEnd();
 
-    NumberThread();
-    capture.lock.lock();
-    capture.writer = writer.release();
-    capture.lock.unlock();
+    const std::lock_guard lock(capture.lock);
+    PublishHeader(*channel, header);
+    capture.channel = channel;
+    Run();
     return true;
 }
 
@@ -158,6 +156,15 @@ void NumberThread() noexcept
 {
     if (thread.number == 0) {
         thread.number = ++threadCount;
+    }
+    if (thread.stream == nullptr && capture.isRunning->load()) {
+        thread.stream = TakeStream(*capture.channel);
+        if (thread.stream != nullptr) {
+            const std::lock_guard lock(capture.lock);
+            thread.stream->SetThread(thread.number);
+        } else {
+            CountUnrecorded("threads beyond those that can be recorded at a time");
+        }
     }
 }
 
@@ -191,18 +198,26 @@ bool HashesWanted() noexcept
     return hashesWanted;
 }
 
+void UpdateHeader(const Capturing& capturing) noexcept
+{
+    if (capturing) {
+        PublishHeader(*capture.channel, capture.header);
+    }
+}
+
 bool EndFrame(const Capturing& capturing) noexcept
 {
     if (!capturing) {
         return false;
     }
-    capturing->FrameEnd();
-    if (capturing->Failed()) {
-        TellUnwritten(capturing->Error());
+    capturing->PutFrameEnd(TimeUs(CLOCK_MONOTONIC) - capture.channel->startUs);
+    ++capture.frames;
+    if (capture.channel->hasFailed == failed) {
+        TellUnwritten(capture.channel->error);
         // The last frame wanted will never come.
         return lastFrame != 0;
     }
-    return lastFrame != 0 && capturing->Frames() >= lastFrame;
+    return lastFrame != 0 && capture.frames >= lastFrame;
 }
 
 void FinishCapture() noexcept
@@ -213,35 +228,24 @@ void FinishCapture() noexcept
     const int savedErrno = errno;
     const std::lock_guard finishingLock(finishing);
     capture.lock.lock();
-    Data::CaptureWriter* const writer = capture.writer != nullptr ? capture.writer : capture.abandoned;
-    if (writer != nullptr) {
-        NoteUnrecorded(*writer);
-        if (!writer->Failed()) {
-            capture.header.calls = capture.calls;
-            capture.header.eglCalls = capture.eglCalls;
-            writer->UpdateHeader(capture.header);
-        }
-    }
-    capture.writer = nullptr;
-    capture.abandoned = nullptr;
+    Channel* const channel = capture.channel;
+    Stop();
     capture.lock.unlock();
 
-    if (writer != nullptr) {
-        phase = Phase::Ended;
-        std::string error;
-        if (!writer->Finish(error)) {
-            TellUnwritten(error.c_str());
+    if (channel != nullptr && phase.exchange(Phase::Ended) != Phase::Ended) {
+        CloseChannel(*channel);
+        if (channel->hasFailed == failed) {
+            TellUnwritten(channel->error);
         }
-        delete writer;
     }
     errno = savedErrno;
 }
 
-void AbandonCapture(const Capturing&) noexcept
+void AbandonCapture(const Capturing& capturing) noexcept
 {
-    if (capture.writer != nullptr) {
+    if (capturing) {
         TellUnwritten("out of memory");
-        capture.abandoned = std::exchange(capture.writer, nullptr);
+        Stop();
     }
 }
 

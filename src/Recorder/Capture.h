@@ -7,47 +7,69 @@
 #include <cstdint>
 
 #include "Data/Capture/CaptureHeader.h"
-#include "Data/Capture/CaptureWriter.h"
+#include "Recorder/Channel/RecordStream.h"
 #include "Recorder/SpinLock.h"
 #include "Recorder/Thread.h"
 
 namespace Recorder {
 
-/// The one capture of the process. `writer` is null before it begins and after it ends; it is read under the lock.
+/// The one capture of the process.
 struct Capture {
     /// Held while records are appended, never while the driver is called.
     SpinLock lock;
-    Data::CaptureWriter* writer = nullptr;
-    /// The writer after AbandonCapture: the file is still to be finished.
-    Data::CaptureWriter* abandoned = nullptr;
-    /// Calls written so far, and those of EGL among them.
-    std::uint64_t calls = 0;
-    std::uint64_t eglCalls = 0;
-    /// What the file's header says; it gets the counts at the end.
+    /// Null before the capture begins. Stays when it ends.
+    Channel* channel = nullptr;
+    /// Frames that ended. Under the lock.
+    std::uint32_t frames = 0;
+    /// What the file's header says. Under the lock.
     Data::CaptureHeader header;
+    /// False in the memory of every child process, whatever way it was made.
+    const std::atomic<bool>* isRunning = &neverRunning;
+
+    static constexpr std::atomic<bool> neverRunning = false;
 };
 extern Capture capture;
 
-/// Holds the lock and gives the writer, or nothing when there is nothing to write to.
+/// This thread's stream, if a capture is going on.
+[[nodiscard]] inline RecordStream* OwnStream()
+{
+    return capture.isRunning->load(std::memory_order_relaxed) ? thread.stream : nullptr;
+}
+
+/// Holds the lock and gives the thread's stream, or nothing when there is nothing to write to. What was appended is
+/// part of the capture at the end.
 class Capturing {
 public:
     Capturing()
     {
         capture.lock.lock();
-        if (capture.writer != nullptr) {
-            capture.writer->SetThread(thread.number);
+        m_stream = OwnStream();
+        if (m_stream != nullptr) {
+            m_stream->BeginOrder();
         }
     }
-    ~Capturing() { capture.lock.unlock(); }
+    ~Capturing()
+    {
+        if (m_stream != nullptr) {
+            m_stream->EndOrder();
+        }
+        capture.lock.unlock();
+    }
     Capturing(const Capturing&) = delete;
     Capturing& operator=(const Capturing&) = delete;
 
-    explicit operator bool() const { return capture.writer != nullptr; }
-    Data::CaptureWriter* operator->() const { return capture.writer; }
+    explicit operator bool() const { return m_stream != nullptr; }
+    RecordStream* operator->() const { return m_stream; }
+
+private:
+    RecordStream* m_stream;
 };
 
 /// Begins the capture at the first call; afterwards says whether it is still going on. Keeps errno.
 [[nodiscard]] bool CaptureRunning() noexcept;
+
+/// What the file's header says has changed.
+void UpdateHeader(const Capturing& capturing) noexcept;
 
 /// Ends the frame whose swap was just recorded. True when it was the last one wanted: capture and program are to end.
 [[nodiscard]] bool EndFrame(const Capturing& capturing) noexcept;

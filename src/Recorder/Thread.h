@@ -6,6 +6,7 @@
 namespace Recorder {
 
 class Context;
+class RecordStream;
 
 struct Thread {
     /// The current context, while the program itself is running. Null without one, and inside of every call that went
@@ -17,12 +18,14 @@ struct Thread {
     std::uint32_t depth = 0;
     /// The thread's number in the capture; 0 until it is needed.
     std::uint32_t number = 0;
+    /// Where the thread's records go. Null until it has a number, and in threads beyond those that can be recorded.
+    RecordStream* stream = nullptr;
 };
 
 /// Initial-exec: one instruction to reach, and no allocation on first use. The library is always loaded at start.
 extern constinit thread_local Thread thread __attribute__((tls_model("initial-exec")));
 
-/// Numbers this thread for the capture if it has no number yet.
+/// Numbers this thread for the capture, and gives it a stream, if it has none yet.
 void NumberThread() noexcept;
 
 /// While one lives, calls on this thread are the driver's or the library's own: forwarded and not recorded.
@@ -72,6 +75,7 @@ public:
     GLCall& operator=(const GLCall&) = delete;
 
     explicit operator bool() const { return m_context != nullptr; }
+    [[nodiscard]] Context* Get() const { return m_context; }
     Context& operator*() const { return *m_context; }
     Context* operator->() const { return m_context; }
 

@@ -1,5 +1,7 @@
 """The recorder's entry points: what it exports for each call, and how each call's record is written."""
 
+import re
+
 import expressions
 from objects import effect_of
 from scalars import SCALARS
@@ -118,13 +120,11 @@ def write_param(call, param):
     return f"    record.Contents({at}, {name}, {name}Bytes);\n"
 
 
-def record_parameters(call, uses_context):
-    result = ["const Capturing& capturing"]
-    if not call.is_egl:
-        result.append("Context& context" if uses_context else "Context&")
-    if call.returns:
-        result.append(f"{call.ret_c} result")
-    return result + [f"{p.c_type} {p.name}" for p in call.params]
+def call_parameters(call, first, result, body):
+    """The parameters of a function about a call; those that its body does not use have no name."""
+    named = [(call.ret_c, "result")] if result and call.returns else []
+    named += [(p.c_type, p.name) for p in call.params]
+    return list(first) + [f"{t} {name}" if re.search(rf"\b{name}\b", body) else t for t, name in named]
 
 
 def track(call):
@@ -134,67 +134,123 @@ def track(call):
     return (f"    context.Track(capturing, [&](Data::ContextState& state) {{ state.{call.name}({', '.join(arguments)}); }});\n")
 
 
+def made_up_kind(api, param):
+    """The kind of a parameter that is the name of an object which programs may make up; None for others."""
+    kind = api.objects.get(param.type.name)
+    return f"Data::ObjectKind::{param.type.kind}" if kind and kind.is_made_up else None
+
+
+def made_up_names(api, call):
+    text = "    if (!capturing)\n        return;\n"
+    for name, kind in ((p.name, made_up_kind(api, p)) for p in call.params):
+        if kind:
+            text += (f"    if ({name} != 0 && !context.Names({kind}).Contains({name})) [[unlikely]]\n"
+                     f"        RecordGeneration(capturing, context, {kind}, {name});\n")
+    start = wrap(f"inline void {call.name}(", call_parameters(call, ["const Capturing& capturing", "Context& context"], False, text),
+                 ") noexcept\n{\n", indent=4)
+    return start + text + "}\n\n"
+
+
 def names(api, call):
-    """Keeps account of the names that a replay knows, and has it generate those that the program made up."""
+    """Keeps account of the names that a replay knows."""
     text = ""
     for p in call.params:
-        if p.type.name not in api.objects or not api.objects[p.type.name].is_made_up:
-            continue
-        kind = f"Data::ObjectKind::{p.type.kind}"
-        if call.has("makes_name"):
-            text += (f"    if ({p.name} != 0 && !context.Names({kind}).Contains({p.name})) [[unlikely]]\n"
-                     f"        RecordGeneration(capturing, context, {kind}, {p.name});\n")
-        elif p.type.is_pointer and (p.type.out or call.has("deletes")):
+        kind = made_up_kind(api, p)
+        if kind and p.type.is_pointer and (p.type.out or call.has("deletes")):
             change = f"context.Names({kind}).{'Add' if p.type.out else 'Remove'}"
             text += (f"    context.Track(capturing, [&](Data::ContextState&) {{\n"
                      f"        {change}(Data::ObjectNames({p.type.expr}, {p.name}));\n    }});\n")
     return text
 
 
-def record_function(api, call):
-    name = call.name
-    text = "    if (!capturing)\n        return;\n" + names(api, call)
-    sizes = []
+def sized(params, call):
+    """Declarations of the sizes of what lies behind pointers, and their sum."""
+    sizes = [(p.name, contents(call, p)) for p in params if p.type.is_pointer]
+    sizes = [(name, size) for name, size in sizes if size]
+    return ("".join(f"    const std::uint64_t {name}Bytes = {size};\n" for name, size in sizes),
+            [f"Data::RoundUp8({name}Bytes)" for name, _ in sizes])
+
+
+def context_parameter(call, text):
+    return [] if call.is_egl else ["Context& context" if "context." in text else "Context&"]
+
+
+def begin_function(call):
+    """The record of a call with all that goes into it."""
+    inputs = [p for p in call.params if not p.type.out]
+    text, sizes = sized(inputs, call)
+    total = " + ".join([str(call.fixed_size), *sizes])
+    text += f"    CallRecord record(Data::CallId::{call.name}, {call.fixed_size}, {total});\n"
+    text += "    if (!record)\n        return record;\n"
+    text += "".join(write_param(call, p) for p in inputs)
+    text += "".join(f"    record.Pointer({p.at}, {p.name});\n" for p in call.params if p.type.out)
+    text += "    record.Open();\n    return record;\n"
+    start = wrap(f"inline CallRecord {call.name}(", call_parameters(call, context_parameter(call, text), False, text),
+                 ") noexcept\n{\n", indent=4)
+    return start + text + "}\n\n"
+
+
+def end_function(api, call):
+    """Completes the record with the results, and the state with what the call changed."""
+    outputs = [p for p in call.params if p.type.out]
+    text, sizes = sized(outputs, call)
     if call.ret.form == "cstring":
         text += "    const std::uint64_t resultBytes = TextBytes(result);\n"
-        sizes.append("resultBytes")
-    for p in call.params:
-        size = contents(call, p) if p.type.is_pointer else None
-        if size:
-            text += f"    const std::uint64_t {p.name}Bytes = {size};\n"
-            sizes.append(f"{p.name}Bytes")
-    if call.has("draw") or call.has("draw_no_step"):
-        text += ("    const ClientVertices vertices(capturing, context,\n"
-                 f"                                  [&] {{ return context.State().Range_{name}({c_arguments(call)}); }});\n")
+        sizes.append("Data::RoundUp8(resultBytes)")
+    text = "    if (!capturing)\n        return;\n" + text + names(api, call)
     if call.has("track") and not call.is_egl:
         text += track(call)
-    total = " + ".join([str(call.fixed_size), *(f"Data::RoundUp8({s})" for s in sizes)])
-    text += f"    CallRecord record(capturing, Data::CallId::{name}, {call.fixed_size}, {total});\n"
-    body = write_return(call) if call.returns else ""
-    body += "".join(write_param(call, p) for p in call.params)
-    if body:
-        text += "    if (!record)\n        return;\n" + body
-    start = wrap(f"inline void {name}(", record_parameters(call, "context." in text), ") noexcept\n{\n", indent=4)
+    text += f"    if (!record.Return({' + '.join(sizes) or '0'}))\n        return;\n"
+    text += write_return(call) if call.returns else ""
+    text += "".join(write_param(call, p) for p in outputs)
+    text += "    record.End();\n"
+    first = ["CallRecord& record", "const Capturing& capturing", *context_parameter(call, text)]
+    used = call_parameters(call, first, True, text)
+    start = wrap(f"inline void {call.name}(", used, ") noexcept\n{\n", indent=4)
+    return start + text + "}\n\n"
+
+
+def whole_function(call):
+    """The record of a call that has returned already, or needs no driver."""
+    arguments = [p.name for p in call.params]
+    context = [] if call.is_egl else ["context"]
+    text = ""
+    if call.has("makes_name"):
+        text += f"    MakeUpNames::{call.name}({', '.join(['capturing', *context, *arguments])});\n"
+    text += f"    CallRecord record = Begin::{call.name}({', '.join(context + arguments)});\n"
+    result = ["result"] if call.returns else []
+    text += f"    End::{call.name}({', '.join(['record', 'capturing', *context, *result, *arguments])});\n"
+    first = ["const Capturing& capturing", *(["Context& context"] if context else [])]
+    start = wrap(f"inline void {call.name}(", call_parameters(call, first, True, text), ") noexcept\n{\n", indent=4)
     return start + text + "}\n\n"
 
 
 def emit_records(api):
     text = header("#include <cstdint>", "", '#include "Recorder/Calls/CallRecord.h"', '#include "Recorder/Calls/ClientVertices.h"',
                   '#include "Recorder/Context.h"', '#include "Recorder/Platform.h"')
-    text += "/// Appends the record of one call to the capture: the return value, the parameters, and the memory behind them.\n"
-    text += "namespace Recorder::Record {\n\n"
-    text += "".join(record_function(api, c) for c in recorded(api))
+    calls = recorded(api)
+    text += "/// Has a replay generate the names that the program made up, in front of their first use.\n"
+    text += "namespace Recorder::Record::MakeUpNames {\n\n"
+    text += "".join(made_up_names(api, c) for c in calls if c.has("makes_name"))
+    text += "} // namespace Recorder::Record::MakeUpNames\n\n"
+    text += "/// The record of one call before the driver's call: the parameters, and the memory behind them.\n"
+    text += "namespace Recorder::Record::Begin {\n\n" + "".join(map(begin_function, calls))
+    text += "} // namespace Recorder::Record::Begin\n\n"
+    text += "/// Completes it after the driver's call: the return value, and the memory that the driver wrote.\n"
+    text += "namespace Recorder::Record::End {\n\n" + "".join(end_function(api, c) for c in calls)
+    text += "} // namespace Recorder::Record::End\n\n"
+    text += "/// Appends the whole record of a call that has returned.\n"
+    text += "namespace Recorder::Record {\n\n" + "".join(whole_function(c) for c in calls if not is_draw(c))
     return text + "} // namespace Recorder::Record\n"
 
 
-def record_call(call, result):
-    arguments = ["Capturing()", *([] if call.is_egl else ["*call"]), *result, *(p.name for p in call.params)]
-    return f"        Record::{call.name}({', '.join(arguments)});\n"
+def is_draw(call):
+    return call.has("draw") or call.has("draw_no_step")
 
 
 def uses_buffers(call):
     """True for calls that have the driver read or write buffers: what programs wrote to mapped ones has to be there."""
-    return (call.has("draw") or call.has("draw_no_step") or call.has("uses_buffers")
+    return (is_draw(call) or call.has("uses_buffers")
             or any(p.type.binding for p in call.params))
 
 
@@ -205,17 +261,33 @@ def entry_point(name, call):
     text += "    using namespace Recorder;\n"
     text += f"    const auto live = Live<{call.ret_c} (*)({types})>(Entry::{name});\n"
     text += f"    const {'EGLCall' if call.is_egl else 'GLCall'} call;\n"
-    record = "    if (call)\n" + record_call(call, ["result"] if call.returns else [])
+    context = [] if call.is_egl else ["*call"]
+    arguments = [p.name for p in call.params]
+    live = f"live({', '.join(arguments)})"
+    result = ["result"] if call.returns else []
+    assign = f"const {call.ret_c} result = " if call.returns else ""
     if call.has("deletes") and not call.returns:
         # The name is free for others as soon as the driver has deleted it, so the record comes first.
-        return text + record + f"    live({c_arguments(call)});\n}}\n\n"
+        text += f"    if (call)\n        Record::{call.name}({', '.join(['Capturing()', *context, *arguments])});\n"
+        return text + f"    const LastIsOpen open(static_cast<bool>(call));\n    {live};\n}}\n\n"
     if uses_buffers(call):
         text += "    if (call)\n        BeforeUse(*call);\n"
-    text += f"    {f'const {call.ret_c} result = ' if call.returns else ''}live({c_arguments(call)});\n"
+    if is_draw(call):
+        text += ("    const ClientVertices vertices(call.Get(), [&] {\n"
+                 f"        return call->State().Range_{call.name}({c_arguments(call)});\n    }});\n")
+    if call.has("makes_name"):
+        text += f"    if (call)\n        Record::MakeUpNames::{call.name}({', '.join(['Capturing()', *context, *arguments])});\n"
+    begin = f"call ? Record::Begin::{call.name}({', '.join(context + arguments)}) : CallRecord()"
+    end = ", ".join(["Capturing()", *context, *result, *arguments])
     if call.has("waits"):
+        # Results come in front of the call's record, so that is made anew.
+        text += f"    {assign}While({begin}, [&] {{ return {live}; }});\n"
         context = ("thread.context != nullptr", "*thread.context") if call.is_egl else ("call", "*call")
         text += f"    if ({context[0]})\n        AfterWait({context[1]});\n"
-    text += record
+        text += f"    if (call)\n        Record::{call.name}({end});\n"
+    else:
+        text += f"    CallRecord record = {begin};\n    {assign}{live};\n"
+        text += f"    if (call)\n        Record::End::{call.name}(record, {end});\n"
     if call.returns:
         text += "    return result;\n"
     return text + "}\n\n"

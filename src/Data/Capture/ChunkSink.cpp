@@ -104,7 +104,6 @@ void ChunkSink::Run()
         lock.unlock();
         if (!Failed())
             WriteChunk(chunk);
-        std::memset(chunk.memory.get(), 0, chunk.used);
         lock.lock();
         Recycle(std::move(chunk));
         m_wake.notify_all();
@@ -139,7 +138,7 @@ ChunkBuffer ChunkSink::Take(std::size_t bytes)
         chunk.kind = ChunkKind::Records;
     } else {
         chunk.capacity = bytes > chunkBytes ? bytes : chunkBytes;
-        chunk.memory.reset(static_cast<std::uint8_t*>(std::calloc(chunk.capacity, 1)));
+        chunk.memory.reset(static_cast<std::uint8_t*>(std::malloc(chunk.capacity)));
         if (!chunk.memory) {
             Fail("no memory for recorded calls", ENOMEM);
             return chunk;

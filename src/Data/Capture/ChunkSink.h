@@ -49,7 +49,7 @@ public:
     ChunkSink(const ChunkSink&) = delete;
     ChunkSink& operator=(const ChunkSink&) = delete;
 
-    /// A zeroed buffer of at least `bytes` bytes. Waits while too many chunks are under way. Its memory is null when
+    /// A buffer of at least `bytes` bytes. Waits while too many chunks are under way. Its memory is null when
     /// there is none or writing has failed.
     ChunkBuffer Take(std::size_t bytes);
     /// Queues the chunk.

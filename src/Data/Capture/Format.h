@@ -98,6 +98,8 @@ enum class RecordId : std::uint32_t {
     DefaultDepth,
     DefaultStencil,
     MultisampleTexture,
+    Unfinished, ///< a call that had begun and not returned when the program ended
+    ProgramEnd, ///< of a program that ended in another way than through its exit handlers; the last record
 };
 
 /// A pointer argument: the value that the application passed, then size and place of the memory behind it.
@@ -176,6 +178,26 @@ struct TextRecord {
     RecordHeader header;
     std::uint64_t count;
     PointerSlot text;
+};
+
+/// `records` are a call without results and, in front of it, the vertices and calls that belong to it. Without contents
+/// the call in front of this record is meant.
+struct UnfinishedRecord {
+    RecordHeader header;
+    PointerSlot records;
+};
+
+enum class ProgramEndKind : std::uint32_t {
+    Unknown = 0, ///< killed, or ended without its exit handlers
+    Exited = 1,  ///< ended without its exit handlers; `value` is its status
+    Signal = 2,  ///< `value` is the signal that ended it
+    Replaced = 3 ///< by another program (exec)
+};
+
+struct ProgramEndRecord {
+    RecordHeader header;
+    ProgramEndKind kind;
+    std::uint32_t value;
 };
 
 struct WindowSizeRecord {

@@ -34,17 +34,16 @@ void Lists::Write(std::uint8_t* slots) const
         const std::uint64_t bytes = BytesOf(i);
         std::memcpy(slots + i * slotBytes, &place, sizeof place);
         if (bytes > 0) {
+            std::memset(slots + place + Data::RoundUp8(bytes) - slotBytes, 0, slotBytes);
             std::memcpy(slots + place, m_lists[i], bytes);
         }
         place += Data::RoundUp8(bytes);
     }
 }
 
-void CallRecord::Drop(Data::CallId id) const noexcept
+void CallRecord::Drop(Data::CallId id) noexcept
 {
-    --capture.calls;
-    capture.eglCalls -= IsEGL(id) ? 1 : 0;
-    if (!m_capturing->Failed()) {
+    if (capture.channel->hasFailed == 0) {
         CountUnrecorded(Data::NameOf(id));
     }
 }
@@ -65,6 +64,7 @@ void CallRecord::Strings(std::uint32_t at, const char* const* strings, std::int6
         if (length > 0) {
             std::memcpy(slots + text, strings[i], length);
         }
+        slots[text + length] = 0;
         text += length + 1;
     }
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "Data/Capture/Format.h"
 #include "Data/Records/CallTable.h"
@@ -103,30 +104,62 @@ private:
     std::int64_t m_elementBytes;
 };
 
-/// The record of one call, in a capture that is going on. Contents of pointer arguments follow the values in the
-/// order in which they are added. False: the record is too large, or nothing can be written any more.
+/// The record of one call, in two steps: before the driver's call with all that goes in, and after it with the results.
+/// In between it stands in the capture as the call that the thread is in. Contents of pointer arguments follow the
+/// values in the order in which they are added. False: there is no capture, the record is too large, or nothing can be
+/// written any more. A record that is not completed is no part of the capture.
 class CallRecord {
 public:
-    CallRecord(const Capturing& capturing, Data::CallId id, std::uint32_t fixedBytes, std::uint64_t bytes)
-        : m_capturing(capturing), m_contents(fixedBytes)
+    CallRecord() = default;
+    /// `bytes` includes what goes in.
+    CallRecord(Data::CallId id, std::uint32_t fixedBytes, std::uint64_t bytes)
+        : m_stream(OwnStream()), m_contents(fixedBytes)
     {
-        ++capture.calls;
-        capture.eglCalls += IsEGL(id) ? 1 : 0;
-        m_at = capturing->Begin(static_cast<std::uint32_t>(id), bytes);
+        if (m_stream == nullptr) [[unlikely]] {
+            return;
+        }
+        m_at = m_stream->Begin(static_cast<std::uint32_t>(id), bytes);
         if (m_at == nullptr) [[unlikely]] {
             Drop(id);
+            return;
         }
+        std::memset(m_at + sizeof(Data::RecordHeader), 0, fixedBytes - sizeof(Data::RecordHeader));
     }
     ~CallRecord()
     {
-        if (m_at != nullptr) {
-            m_capturing->End();
+        if (m_isOpen) {
+            m_stream->Close();
         }
     }
-    CallRecord(const CallRecord&) = delete;
+    CallRecord(CallRecord&& other) noexcept
+        : m_stream(other.m_stream), m_at(other.m_at), m_contents(other.m_contents),
+          m_isOpen(std::exchange(other.m_isOpen, false))
+    {
+    }
     CallRecord& operator=(const CallRecord&) = delete;
 
     explicit operator bool() const { return m_at != nullptr; }
+
+    /// The call goes to the driver.
+    void Open()
+    {
+        m_stream->Open();
+        m_isOpen = true;
+    }
+    /// It came back, with `resultBytes` bytes of contents. False: they have no room.
+    [[nodiscard]] bool Return(std::uint64_t resultBytes)
+    {
+        if (m_isOpen) {
+            m_stream->Close();
+            m_isOpen = false;
+        }
+        if (m_at != nullptr && resultBytes > 0) {
+            m_at = m_stream->Grow(m_at, m_contents, m_contents + resultBytes);
+        }
+        return m_at != nullptr;
+    }
+    /// The record is complete.
+    void End() { m_stream->End(); }
 
     template <class T> void Put(std::uint32_t at, T value) { std::memcpy(m_at + at, &value, sizeof value); }
 
@@ -177,16 +210,50 @@ private:
         Put(at, Data::PointerSlot{reinterpret_cast<std::uintptr_t>(value), static_cast<std::uint32_t>(bytes),
                                   static_cast<std::uint32_t>(m_contents)});
         std::uint8_t* const to = m_at + m_contents;
-        m_contents += Data::RoundUp8(bytes);
+        const std::uint64_t padded = Data::RoundUp8(bytes);
+        m_contents += padded;
+        if (padded != bytes) {
+            std::memset(to + padded - 8, 0, 8);
+        }
         return to;
     }
 
     /// Counts the call as one that could not be recorded.
-    void Drop(Data::CallId id) const noexcept;
+    static void Drop(Data::CallId id) noexcept;
 
-    const Capturing& m_capturing;
+    RecordStream* m_stream = nullptr;
     std::uint8_t* m_at = nullptr;
-    std::uint64_t m_contents;
+    std::uint64_t m_contents = 0;
+    bool m_isOpen = false;
 };
+
+/// Lives while a call is in the driver that was recorded in front of it.
+class LastIsOpen {
+public:
+    explicit LastIsOpen(bool isRecorded) : m_stream(isRecorded ? OwnStream() : nullptr)
+    {
+        if (m_stream != nullptr) {
+            m_stream->OpenLast();
+        }
+    }
+    ~LastIsOpen()
+    {
+        if (m_stream != nullptr) {
+            m_stream->CloseLast();
+        }
+    }
+    LastIsOpen(const LastIsOpen&) = delete;
+    LastIsOpen& operator=(const LastIsOpen&) = delete;
+
+private:
+    RecordStream* const m_stream;
+};
+
+/// Makes a call in the driver whose record is written afterwards. Meanwhile `begun` says which call the thread is in.
+template <class Call> auto While(const CallRecord& begun, Call call)
+{
+    static_cast<void>(begun);
+    return call();
+}
 
 } // namespace Recorder

@@ -84,7 +84,6 @@ void WriteAttrib(const Capturing& capturing, Data::ContextState& state, std::uin
 
 void ClientVertices::Begin(const Capturing& capturing, Context& context, const Data::DrawRange& range) noexcept
 {
-    m_capturing = &capturing;
     m_context = &context;
     Data::ContextState& state = context.State();
     if (!range.isKnown) {
@@ -92,7 +91,7 @@ void ClientVertices::Begin(const Capturing& capturing, Context& context, const D
         return;
     }
     if (const std::uint32_t bound = state.BoundBuffer(GL_ARRAY_BUFFER)) {
-        BindArrayBuffer(0);
+        BindArrayBuffer(capturing, 0);
         m_unbound = bound;
     }
     for (std::uint32_t left = state.ClientAttribs(); left != 0; left &= left - 1) {
@@ -100,9 +99,9 @@ void ClientVertices::Begin(const Capturing& capturing, Context& context, const D
     }
 }
 
-void ClientVertices::BindArrayBuffer(std::uint32_t buffer) noexcept
+void ClientVertices::BindArrayBuffer(const Capturing& capturing, std::uint32_t buffer) noexcept
 {
-    Record::glBindBuffer(*m_capturing, *m_context, GL_ARRAY_BUFFER, buffer);
+    Record::glBindBuffer(capturing, *m_context, GL_ARRAY_BUFFER, buffer);
 }
 
 } // namespace Recorder

@@ -12,17 +12,20 @@ namespace Recorder {
 /// bound, so a bound one is unbound in the capture until the draw is written.
 class ClientVertices {
 public:
-    /// `range` tells which vertices the draw reads; asked only when it reads any from memory.
-    template <class Range> ClientVertices(const Capturing& capturing, Context& context, Range range)
+    /// `range` tells which vertices the draw reads; asked only when it reads any from memory. No context, no vertices.
+    template <class Range> ClientVertices(Context* context, Range range)
     {
-        if (context.State().ClientAttribs() != 0) [[unlikely]] {
-            Begin(capturing, context, range());
+        if (context != nullptr && context->State().ClientAttribs() != 0) [[unlikely]] {
+            const Capturing capturing;
+            if (capturing) {
+                Begin(capturing, *context, range());
+            }
         }
     }
     ~ClientVertices()
     {
         if (m_unbound != 0) [[unlikely]] {
-            BindArrayBuffer(m_unbound);
+            BindArrayBuffer(Capturing(), m_unbound);
         }
     }
     ClientVertices(const ClientVertices&) = delete;
@@ -30,9 +33,8 @@ public:
 
 private:
     void Begin(const Capturing& capturing, Context& context, const Data::DrawRange& range) noexcept;
-    void BindArrayBuffer(std::uint32_t buffer) noexcept;
+    void BindArrayBuffer(const Capturing& capturing, std::uint32_t buffer) noexcept;
 
-    const Capturing* m_capturing = nullptr;
     Context* m_context = nullptr;
     /// Array buffer to bind again; 0 when none was unbound.
     std::uint32_t m_unbound = 0;

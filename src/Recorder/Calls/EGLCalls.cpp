@@ -85,7 +85,9 @@ RECORDER_EXPORT EGLImageKHR eglCreateImageKHR(EGLDisplay dpy, EGLContext ctx, EG
     const auto live = Live<EGLImageKHR (*)(EGLDisplay, EGLContext, EGLenum, EGLClientBuffer, const EGLint*)>(
         Entry::eglCreateImageKHR);
     const EGLCall call;
-    const EGLImageKHR result = live(dpy, ctx, target, buffer, attribs);
+    const EGLImageKHR result =
+        While(call ? Record::Begin::eglCreateImageKHR(dpy, ctx, target, buffer, attribs) : CallRecord(),
+              [&] { return live(dpy, ctx, target, buffer, attribs); });
     if (call) {
         CountUnrecordedImage(target);
         Record::eglCreateImageKHR(Capturing(), result, dpy, ctx, target, buffer, attribs);
@@ -116,7 +118,8 @@ RECORDER_EXPORT EGLBoolean eglWaitSync(EGLDisplay dpy, EGLSync sync, EGLint flag
     using namespace Recorder;
     const auto live = Live<EGLBoolean (*)(EGLDisplay, EGLSync, EGLint)>(Entry::eglWaitSync);
     const EGLCall call;
-    const EGLBoolean result = live(dpy, sync, flags);
+    const EGLBoolean result = While(call ? Record::Begin::eglWaitSyncKHR(dpy, sync, flags) : CallRecord(),
+                                    [&] { return live(dpy, sync, flags); });
     if (call) {
         Record::eglWaitSyncKHR(Capturing(), static_cast<EGLint>(result), dpy, sync, flags);
     }

@@ -78,7 +78,7 @@ void DescribeDriver(EGLDisplay display)
         capture.header.glVendor = glVendor;
         capture.header.glRenderer = glRenderer;
         capture.header.glVersion = glVersion;
-        capturing->UpdateHeader(capture.header);
+        UpdateHeader(capturing);
     }
 }
 
@@ -90,7 +90,7 @@ void DescribePicture(EGLDisplay display, EGLSurface surface)
     if (capturing) {
         capture.header.surfaceWidth = size.width;
         capture.header.surfaceHeight = size.height;
-        capturing->UpdateHeader(capture.header);
+        UpdateHeader(capturing);
     }
 }
 
@@ -142,7 +142,9 @@ RECORDER_EXPORT EGLContext eglCreateContext(EGLDisplay dpy, EGLConfig config, EG
     if (recorded) {
         DescribeConfig(dpy, config);
     }
-    const EGLContext result = live(dpy, config, share, attribs);
+    const EGLContext result =
+        While(recorded ? Record::Begin::eglCreateContext(dpy, config, share, attribs) : CallRecord(),
+              [&] { return live(dpy, config, share, attribs); });
     if (recorded) {
         Record::eglCreateContext(Capturing(), result, dpy, config, share, attribs);
         if (result != EGL_NO_CONTEXT && !AddContext(result, share, config)) {
@@ -164,7 +166,8 @@ RECORDER_EXPORT EGLBoolean eglDestroyContext(EGLDisplay dpy, EGLContext ctx)
     using namespace Recorder;
     const auto live = Live<EGLBoolean (*)(EGLDisplay, EGLContext)>(Entry::eglDestroyContext);
     const EGLCall call;
-    const EGLBoolean result = live(dpy, ctx);
+    const EGLBoolean result =
+        While(call ? Record::Begin::eglDestroyContext(dpy, ctx) : CallRecord(), [&] { return live(dpy, ctx); });
     if (call && FindContext(ctx) != nullptr) {
         Record::eglDestroyContext(Capturing(), result, dpy, ctx);
         if (result == EGL_TRUE) {
@@ -179,7 +182,8 @@ RECORDER_EXPORT EGLBoolean eglMakeCurrent(EGLDisplay dpy, EGLSurface draw, EGLSu
     using namespace Recorder;
     const auto live = Live<EGLBoolean (*)(EGLDisplay, EGLSurface, EGLSurface, EGLContext)>(Entry::eglMakeCurrent);
     const EGLCall call;
-    const EGLBoolean result = live(dpy, draw, read, ctx);
+    const EGLBoolean result = While(call ? Record::Begin::eglMakeCurrent(dpy, draw, read, ctx) : CallRecord(),
+                                    [&] { return live(dpy, draw, read, ctx); });
     // One that failed is not recorded: a replay runs on one thread, where it could succeed and change what is current.
     if (call && result == EGL_TRUE) {
         Guarded([&] { RecordMakeCurrent({dpy, draw, read, ctx}); });
@@ -192,7 +196,7 @@ RECORDER_EXPORT EGLBoolean eglReleaseThread()
     using namespace Recorder;
     const auto live = Live<EGLBoolean (*)()>(Entry::eglReleaseThread);
     const EGLCall call;
-    const EGLBoolean result = live();
+    const EGLBoolean result = While(call ? Record::Begin::eglReleaseThread() : CallRecord(), [&] { return live(); });
     if (call && result == EGL_TRUE) {
         Record::eglReleaseThread(Capturing(), result);
         current = {};

@@ -13,15 +13,17 @@ namespace {
 
 enum class SurfaceKind { Window, OffScreen };
 
-/// Creates a surface, and records that with `record`, which is given the new surface.
-template <class Create, class Write>
-EGLSurface CreateSurface(EGLDisplay display, EGLConfig config, SurfaceKind kind, Create create, Write record)
+/// Creates a surface, and records that with `record`, which is given the new surface. `begin` makes the record that
+/// stands for it meanwhile.
+template <class Begin, class Create, class Write>
+EGLSurface CreateSurface(EGLDisplay display, EGLConfig config, SurfaceKind kind, Begin begin, Create create,
+                         Write record)
 {
     const EGLCall call;
     if (call) {
         DescribeConfig(display, config);
     }
-    const EGLSurface result = create();
+    const EGLSurface result = While(call ? begin() : CallRecord(), create);
     if (call) {
         Guarded([&] { record(result); });
         if (result != EGL_NO_SURFACE) {
@@ -36,7 +38,9 @@ EGLSurface CreateWindow(Entry entry, EGLDisplay display, EGLConfig config, void*
 {
     const auto live = Live<EGLSurface (*)(EGLDisplay, EGLConfig, void*, const Attrib*)>(entry);
     return CreateSurface(
-        display, config, SurfaceKind::Window, [&] { return live(display, config, window, attribs); },
+        display, config, SurfaceKind::Window,
+        [&] { return Record::Begin::eglCreateWindowSurface(display, config, window, nullptr); },
+        [&] { return live(display, config, window, attribs); },
         [&](EGLSurface result) {
             const AttribList<EGLint> list(attribs);
             Record::eglCreateWindowSurface(Capturing(), result, display, config, window, list.Get());
@@ -48,7 +52,9 @@ EGLSurface CreatePixmap(Entry entry, EGLDisplay display, EGLConfig config, void*
 {
     const auto live = Live<EGLSurface (*)(EGLDisplay, EGLConfig, void*, const Attrib*)>(entry);
     return CreateSurface(
-        display, config, SurfaceKind::OffScreen, [&] { return live(display, config, pixmap, attribs); },
+        display, config, SurfaceKind::OffScreen,
+        [&] { return Record::Begin::eglCreatePixmapSurface(display, config, pixmap, nullptr); },
+        [&] { return live(display, config, pixmap, attribs); },
         [&](EGLSurface result) {
             const AttribList<EGLint> list(attribs);
             Record::eglCreatePixmapSurface(Capturing(), result, display, config, pixmap, list.Get());
@@ -97,7 +103,9 @@ RECORDER_EXPORT EGLSurface eglCreatePbufferSurface(EGLDisplay dpy, EGLConfig con
     using namespace Recorder;
     const auto live = Live<EGLSurface (*)(EGLDisplay, EGLConfig, const EGLint*)>(Entry::eglCreatePbufferSurface);
     return CreateSurface(
-        dpy, config, SurfaceKind::OffScreen, [&] { return live(dpy, config, attribs); },
+        dpy, config, SurfaceKind::OffScreen,
+        [&] { return Record::Begin::eglCreatePbufferSurface(dpy, config, attribs); },
+        [&] { return live(dpy, config, attribs); },
         [&](EGLSurface result) { Record::eglCreatePbufferSurface(Capturing(), result, dpy, config, attribs); });
 }
 
@@ -108,7 +116,9 @@ RECORDER_EXPORT EGLSurface eglCreatePbufferFromClientBuffer(EGLDisplay dpy, EGLe
     const auto live = Live<EGLSurface (*)(EGLDisplay, EGLenum, EGLClientBuffer, EGLConfig, const EGLint*)>(
         Entry::eglCreatePbufferFromClientBuffer);
     return CreateSurface(
-        dpy, config, SurfaceKind::OffScreen, [&] { return live(dpy, type, buffer, config, attribs); },
+        dpy, config, SurfaceKind::OffScreen,
+        [&] { return Record::Begin::eglCreatePbufferFromClientBuffer(dpy, type, buffer, config, attribs); },
+        [&] { return live(dpy, type, buffer, config, attribs); },
         [&](EGLSurface result) {
             Record::eglCreatePbufferFromClientBuffer(Capturing(), result, dpy, type, buffer, config, attribs);
         });
@@ -119,7 +129,8 @@ RECORDER_EXPORT EGLBoolean eglDestroySurface(EGLDisplay dpy, EGLSurface surface)
     using namespace Recorder;
     const auto live = Live<EGLBoolean (*)(EGLDisplay, EGLSurface)>(Entry::eglDestroySurface);
     const EGLCall call;
-    const EGLBoolean result = live(dpy, surface);
+    const EGLBoolean result =
+        While(call ? Record::Begin::eglDestroySurface(dpy, surface) : CallRecord(), [&] { return live(dpy, surface); });
     if (call) {
         Record::eglDestroySurface(Capturing(), result, dpy, surface);
         RemoveSurface(surface);

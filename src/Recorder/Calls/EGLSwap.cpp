@@ -36,13 +36,13 @@ template <class Swap> EGLBoolean SwapBuffers(EGLDisplay display, EGLSurface surf
         return swap();
     }
     const std::optional<FrameHash> hash = HashFrame(display, surface);
-    const EGLBoolean result = swap();
+    const EGLBoolean result = While(Record::Begin::eglSwapBuffers(display, surface), swap);
     bool last = false;
     {
         const Capturing capturing;
         if (capturing && hash && result == EGL_TRUE) {
-            capturing->FrameHash(Identify(Identifier::Surface, surface), hash->size.width, hash->size.height,
-                                 hash->hash);
+            capturing->PutFrameHash(capture.frames + 1, Identify(Identifier::Surface, surface), hash->size.width,
+                                    hash->size.height, hash->hash);
         }
         Record::eglSwapBuffers(capturing, result, display, surface);
         last = result == EGL_TRUE && EndFrame(capturing);

@@ -16,7 +16,8 @@ RECORDER_EXPORT const GLubyte* glGetString(GLenum name)
     using namespace Recorder;
     const auto live = Live<const GLubyte* (*)(GLenum)>(Entry::glGetString);
     const GLCall call;
-    const GLubyte* result = live(name);
+    const GLubyte* result =
+        While(call ? Record::Begin::glGetString(*call, name) : CallRecord(), [&] { return live(name); });
     if (call) {
         if (name == GL_EXTENSIONS) {
             result = reinterpret_cast<const GLubyte*>(WithoutHiddenExtensions(reinterpret_cast<const char*>(result)));

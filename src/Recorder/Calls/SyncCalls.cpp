@@ -22,7 +22,8 @@ GLenum ClientWaitSync(Entry entry, GLsync sync, GLbitfield flags, GLuint64 timeo
 {
     const auto live = Live<GLenum (*)(GLsync, GLbitfield, GLuint64)>(entry);
     const GLCall call;
-    const GLenum result = live(sync, flags, timeout);
+    const GLenum result = While(call ? Record::Begin::glClientWaitSync(*call, sync, flags, timeout) : CallRecord(),
+                                [&] { return live(sync, flags, timeout); });
     if (call) {
         AfterWait(*call);
         if (result == GL_ALREADY_SIGNALED || result == GL_CONDITION_SATISFIED) {
@@ -70,7 +71,9 @@ EGLint ClientWaitSync(Entry entry, EGLDisplay display, EGLSync sync, EGLint flag
 {
     const auto live = Live<EGLint (*)(EGLDisplay, EGLSync, EGLint, EGLTimeKHR)>(entry);
     const EGLCall call;
-    const EGLint result = live(display, sync, flags, timeout);
+    const EGLint result =
+        While(call ? Record::Begin::eglClientWaitSyncKHR(display, sync, flags, timeout) : CallRecord(),
+              [&] { return live(display, sync, flags, timeout); });
     AfterEGLWait();
     if (call && result == EGL_CONDITION_SATISFIED_KHR) {
         const EGLTimeKHR replayTimeout = ReplayTimeout(display, sync);

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "Recorder/Channel/Handshake.h"
 #include "Recorder/Settings.h"
 #include "Util/OutputFile.h"
 
@@ -60,6 +61,7 @@ fs::path Rename(const fs::path& from, const fs::path& to, std::string& error)
 CapturePlace::~CapturePlace()
 {
     if (!m_folder.empty()) {
+        unlink((m_folder / socketName).c_str());
         rmdir(m_folder.c_str());
     }
 }

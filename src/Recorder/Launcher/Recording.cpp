@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "Recorder/Launcher/WriterProcess.h"
 #include "Recorder/Report.h"
 #include "Recorder/Settings.h"
 
@@ -134,12 +135,13 @@ pid_t Start(const RecordingOptions& options, int pipe)
     return child;
 }
 
-void Wait(pid_t child, ProgramEnd& end)
+void Wait(pid_t child, WriterProcess& writer, ProgramEnd& end)
 {
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     program = 0;
+    writer.TellEnd(child, status);
     end.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     end.status = end.signal != 0 ? 128 + end.signal : WEXITSTATUS(status);
 }
@@ -149,14 +151,16 @@ void Wait(pid_t child, ProgramEnd& end)
 ProgramEnd RunRecorded(const RecordingOptions& options)
 {
     ProgramEnd end;
+    // Without it there are fewer explanations, and that is all.
+    reports = memfd_create(reportFileName, MFD_CLOEXEC);
+    // Ahead of the pipe, whose end the writer would hold open.
+    WriterProcess writer(options.folder, reports);
     int pipe[2];
     if (pipe2(pipe, O_CLOEXEC) != 0) {
         end.error = std::strerror(errno);
         end.status = 126;
         return end;
     }
-    // Without it there are fewer explanations, and that is all.
-    reports = memfd_create(reportFileName, MFD_CLOEXEC);
     SetEnvironment(options, "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(reports));
     const pid_t child = Start(options, pipe[1]);
     int why = child < 0 ? errno : 0;
@@ -165,7 +169,8 @@ ProgramEnd RunRecorded(const RecordingOptions& options)
     close(pipe[0]);
     if (child > 0) {
         end.process = child;
-        Wait(child, end);
+        writer.TellStart(child);
+        Wait(child, writer, end);
     }
     if (!started) {
         end.error = std::strerror(why);

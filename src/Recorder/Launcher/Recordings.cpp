@@ -44,7 +44,9 @@ std::vector<Recording> List(const fs::path& folder)
     std::vector<Recording> recordings;
     std::error_code error;
     for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
-        recordings.push_back(FromName(entry.path()));
+        if (entry.path().extension() == captureEnding) {
+            recordings.push_back(FromName(entry.path()));
+        }
     }
     return recordings;
 }

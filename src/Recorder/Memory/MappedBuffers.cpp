@@ -28,7 +28,9 @@ void* MapBufferRange(Entry entry, GLenum target, GLintptr offset, GLsizeiptr len
 {
     const auto live = Live<void* (*)(GLenum, GLintptr, GLsizeiptr, GLbitfield)>(entry);
     const GLCall call;
-    void* const result = live(target, offset, length, access);
+    void* const result =
+        While(call ? Record::Begin::glMapBufferRange(*call, target, offset, length, access) : CallRecord(),
+              [&] { return live(target, offset, length, access); });
     return call ? RecordMapping(Capturing(), *call, result, target, offset, length, access) : result;
 }
 
@@ -58,7 +60,8 @@ void FlushMappedBufferRange(Entry entry, GLenum target, GLintptr offset, GLsizei
 {
     const auto live = Live<void (*)(GLenum, GLintptr, GLsizeiptr)>(entry);
     const GLCall call;
-    live(target, offset, length);
+    While(call ? Record::Begin::glFlushMappedBufferRange(*call, target, offset, length) : CallRecord(),
+          [&] { live(target, offset, length); });
     if (call) {
         RecordFlush(Capturing(), *call, target, offset, length);
     }
@@ -125,6 +128,7 @@ GLboolean UnmapBuffer(Entry entry, GLenum target)
         const void* const mapped = LivePointer(target);
         RecordUnmap(Capturing(), *call, target, mapped);
     }
+    const LastIsOpen open(static_cast<bool>(call));
     return live(target);
 }
 
@@ -206,7 +210,8 @@ RECORDER_EXPORT void glBufferStorageEXT(GLenum target, GLsizeiptr size, const vo
     using namespace Recorder;
     const auto live = Live<void (*)(GLenum, GLsizeiptr, const void*, GLbitfield)>(Entry::glBufferStorageEXT);
     const GLCall call;
-    live(target, size, data, flags);
+    While(call ? Record::Begin::glBufferStorageEXT(*call, target, size, data, flags) : CallRecord(),
+          [&] { live(target, size, data, flags); });
     if (call) {
         const bool isMapped = (flags & GL_MAP_PERSISTENT_BIT_EXT) != 0 && (flags & GL_MAP_WRITE_BIT) != 0;
         Record::glBufferStorageEXT(Capturing(), *call, target, size, data,
@@ -227,5 +232,6 @@ RECORDER_EXPORT void glDeleteBuffers(GLsizei n, const GLuint* buffers)
         }
         Record::glDeleteBuffers(capturing, *call, n, buffers);
     }
+    const LastIsOpen open(static_cast<bool>(call));
     live(n, buffers);
 }

@@ -12,8 +12,8 @@
 #include <cstring>
 #include <mutex>
 
-#include "Data/Capture/CaptureWriter.h"
-#include "Recorder/Thread.h"
+#include "Recorder/Capture.h"
+#include "Recorder/Channel/Connection.h"
 
 /// Entries, and bytes from one to the next; in the code below as well.
 #define COUNTED_ENTRIES 1024
@@ -29,7 +29,8 @@ namespace {
 struct CountedFunction {
     const char* name = nullptr;
     void* function = nullptr;
-    std::atomic<std::uint64_t> calls = 0;
+    /// Null until it is called where it counts.
+    std::atomic<std::atomic<std::uint64_t>*> calls = nullptr;
 };
 
 struct CountedFunctions {
@@ -38,6 +39,18 @@ struct CountedFunctions {
     std::array<CountedFunction, COUNTED_ENTRIES> all;
 };
 CountedFunctions counted;
+
+void Count(CountedFunction& function)
+{
+    std::atomic<std::uint64_t>* calls = function.calls;
+    if (calls == nullptr && capture.channel != nullptr) {
+        calls = SharedCount(*capture.channel, function.name);
+        function.calls = calls;
+    }
+    if (calls != nullptr) {
+        ++*calls;
+    }
+}
 
 void* EntryOf(std::size_t index)
 {
@@ -64,16 +77,6 @@ void* CountCallsOf(const char* name, void* function) noexcept
     return EntryOf(counted.count++);
 }
 
-void NoteCountedCalls(Data::CaptureWriter& writer) noexcept
-{
-    const std::lock_guard lock(counted.mutex);
-    for (std::size_t i = 0; i < counted.count; ++i) {
-        if (const std::uint64_t calls = counted.all[i].calls; calls != 0) {
-            writer.Note(counted.all[i].name, calls);
-        }
-    }
-}
-
 } // namespace Recorder
 
 /// Counts the call and answers where it goes on. Calls of gl functions count where others are recorded: with a context
@@ -84,7 +87,7 @@ extern "C" __attribute__((used, visibility("hidden"))) void* RecorderCountCall(s
     CountedFunction& function = counted.all[index];
     const bool isEGL = std::strncmp(function.name, "egl", 3) == 0;
     if (isEGL ? !DriverGuard::Inside() : thread.recording != nullptr) {
-        ++function.calls;
+        Count(function);
     }
     return function.function;
 }

@@ -1,14 +1,10 @@
 #include "Recorder/Symbols/Unrecorded.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <map>
-#include <mutex>
-#include <string>
 #include <string_view>
 
-#include "Data/Capture/CaptureWriter.h"
-#include "Recorder/Symbols/CountedCalls.h"
+#include "Recorder/Capture.h"
+#include "Recorder/Channel/Connection.h"
 
 namespace Recorder {
 namespace {
@@ -83,18 +79,6 @@ constexpr std::string_view harmlessFunctions[] = {
     "glTestFenceNV",
 };
 
-struct Counts {
-    std::mutex mutex;
-    std::map<std::string, std::uint64_t, std::less<>> byName;
-};
-
-/// Never destroyed: programs make calls until the very end.
-Counts& TheCounts()
-{
-    static Counts& counts = *new Counts;
-    return counts;
-}
-
 /// "glX" begins the names of another API.
 bool IsOfGL(std::string_view name)
 {
@@ -107,28 +91,15 @@ bool IsOfGL(std::string_view name)
 
 void CountUnrecorded(const char* what) noexcept
 {
-    try {
-        Counts& counts = TheCounts();
-        const std::lock_guard lock(counts.mutex);
-        ++counts.byName[what];
-    } catch (...) {
-        // Without memory the count is lost; the program is not to notice.
+    auto* const count = capture.channel != nullptr ? SharedCount(*capture.channel, what) : nullptr;
+    if (count != nullptr) {
+        ++*count;
     }
 }
 
 bool IsUnrecordable(const char* name) noexcept
 {
     return IsOfGL(name) && std::ranges::find(harmlessFunctions, std::string_view(name)) == std::end(harmlessFunctions);
-}
-
-void NoteUnrecorded(Data::CaptureWriter& writer) noexcept
-{
-    Counts& counts = TheCounts();
-    const std::lock_guard lock(counts.mutex);
-    for (const auto& [name, count] : counts.byName) {
-        writer.Note(name.c_str(), count);
-    }
-    NoteCountedCalls(writer);
 }
 
 } // namespace Recorder

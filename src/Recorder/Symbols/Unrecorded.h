@@ -1,10 +1,6 @@
 // What programs do that a capture cannot hold. Each is counted by name, and the counts go into the capture's notes.
 #pragma once
 
-namespace Data {
-class CaptureWriter;
-}
-
 namespace Recorder {
 
 /// Counts one use of something that cannot be recorded.
@@ -13,8 +9,5 @@ void CountUnrecorded(const char* what) noexcept;
 /// True when calls of the function `name`, which the library does not stand in for, are lost to a replay. False for
 /// functions that change nothing, and for names of other APIs.
 [[nodiscard]] bool IsUnrecordable(const char* name) noexcept;
-
-/// Writes what was counted as notes.
-void NoteUnrecorded(Data::CaptureWriter& writer) noexcept;
 
 } // namespace Recorder

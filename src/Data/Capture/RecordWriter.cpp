@@ -1,0 +1,163 @@
+#include "Data/Capture/RecordWriter.h"
+
+#include <algorithm>
+
+namespace Data {
+
+template <class Record> void RecordWriter::Put(RecordId id, Record record)
+{
+    if (std::uint8_t* const at = Begin(static_cast<std::uint32_t>(id), sizeof record)) {
+        std::memcpy(&record.header, at, sizeof record.header);
+        std::memcpy(at, &record, sizeof record);
+        End();
+    }
+}
+
+template <class Record>
+void RecordWriter::Put(RecordId id, Record record, PointerSlot Record::*slot, const void* data, std::uint64_t bytes)
+{
+    if (bytes > maxChunkBytes)
+        return;
+    record.*slot = {reinterpret_cast<std::uintptr_t>(data), static_cast<std::uint32_t>(bytes), sizeof record};
+    if (std::uint8_t* const at = Begin(static_cast<std::uint32_t>(id), sizeof record + bytes)) {
+        std::memcpy(&record.header, at, sizeof record.header);
+        std::memcpy(at, &record, sizeof record);
+        if (bytes > 0)
+            std::memcpy(at + sizeof record, data, bytes);
+        End();
+    }
+}
+
+void RecordWriter::Thread(std::uint32_t thread)
+{
+    Put(RecordId::Thread, ThreadRecord{{}, thread, 0});
+}
+
+void RecordWriter::BlockStart(std::uint32_t type)
+{
+    Put(RecordId::BlockStart, BlockRecord{{}, type, 0});
+}
+
+void RecordWriter::BlockEnd(std::uint32_t type)
+{
+    Put(RecordId::BlockEnd, BlockRecord{{}, type, 0});
+}
+
+void RecordWriter::PutFrameEnd(std::uint64_t timeUs)
+{
+    Put(RecordId::FrameEnd, FrameEndRecord{{}, timeUs});
+}
+
+void RecordWriter::PutFrameHash(std::uint32_t frame, std::uint32_t surface, std::uint32_t width, std::uint32_t height,
+                                std::uint64_t hash)
+{
+    Put(RecordId::FrameHash, FrameHashRecord{{}, frame, surface, width, height, hash});
+}
+
+std::uint8_t* RecordWriter::BeginVertexAttribData(const VertexAttribDataRecord& fields, std::uint32_t dataBytes)
+{
+    std::uint8_t* const at = Place(static_cast<std::uint32_t>(RecordId::VertexAttribData),
+                                   RoundUp8(sizeof fields + std::uint64_t{dataBytes}));
+    if (!at)
+        return nullptr;
+    if (!m_vertexData)
+        m_vertexData = m_at;
+    VertexAttribDataRecord record = fields;
+    std::memcpy(&record.header, at, sizeof record.header);
+    record.data = {fields.data.value, dataBytes, sizeof record};
+    std::memcpy(at, &record, sizeof record);
+    return at + sizeof record;
+}
+
+void RecordWriter::FlushMappedBufferRange(std::uint32_t target, std::uint32_t offset, const void* data,
+                                          std::uint32_t bytes)
+{
+    Put(RecordId::FlushMappedBufferRange, MappedDataRecord{{}, target, offset, {}}, &MappedDataRecord::data, data,
+        bytes);
+}
+
+void RecordWriter::UnmapBuffer(std::uint32_t target, const void* data, std::uint32_t bytes)
+{
+    Put(RecordId::UnmapBuffer, MappedDataRecord{{}, target, 0, {}}, &MappedDataRecord::data, data, bytes);
+}
+
+void RecordWriter::Unfinished(const void* records, std::uint32_t bytes)
+{
+    Put(RecordId::Unfinished, UnfinishedRecord{}, &UnfinishedRecord::records, records, bytes);
+}
+
+void RecordWriter::ProgramEnd(ProgramEndKind kind, std::uint32_t value)
+{
+    Put(RecordId::ProgramEnd, ProgramEndRecord{{}, kind, value});
+}
+
+void RecordWriter::Note(const char* text, std::uint64_t count)
+{
+    Put(RecordId::Note, TextRecord{{}, count, {}}, &TextRecord::text, text, std::strlen(text));
+}
+
+void RecordWriter::Text(RecordId kind, const char* text)
+{
+    Put(kind, TextRecord{}, &TextRecord::text, text, std::strlen(text));
+}
+
+void RecordWriter::WindowSize(std::uint32_t display, std::uint32_t surface, std::uint32_t width, std::uint32_t height)
+{
+    Put(RecordId::WindowSize, WindowSizeRecord{{}, display, surface, width, height});
+}
+
+void RecordWriter::ConfigAttribs(std::uint32_t display, std::uint32_t config, const std::int32_t* attribs,
+                                 std::uint32_t count)
+{
+    Put(RecordId::ConfigAttribs, AttribsRecord{{}, display, config, {}}, &AttribsRecord::attribs, attribs,
+        std::uint64_t{count} * sizeof *attribs);
+}
+
+void RecordWriter::SurfaceAttribs(std::uint32_t display, std::uint32_t surface, const std::int32_t* attribs,
+                                  std::uint32_t count)
+{
+    Put(RecordId::SurfaceAttribs, AttribsRecord{{}, display, surface, {}}, &AttribsRecord::attribs, attribs,
+        std::uint64_t{count} * sizeof *attribs);
+}
+
+void RecordWriter::DefaultBuffer(RecordId kind, const DefaultBufferRecord& fields, const void* data,
+                                 std::uint32_t bytes)
+{
+    Put(kind, fields, &DefaultBufferRecord::data, data, bytes);
+}
+
+void RecordWriter::MultisampleTexture(const MultisampleTextureRecord& fields, const void* data, std::uint32_t bytes)
+{
+    Put(RecordId::MultisampleTexture, fields, &MultisampleTextureRecord::data, data, bytes);
+}
+
+void RecordWriter::EGLImage(RecordId kind, const EGLImageRecord& fields, const void* const (&planeData)[maxImagePlanes])
+{
+    EGLImageRecord record = fields;
+    record.planeCount = std::min(fields.planeCount, maxImagePlanes);
+    std::uint64_t bytes = sizeof record;
+    for (std::uint32_t i = 0; i < record.planeCount; ++i) {
+        ImagePlaneSlot& plane = record.planes[i];
+        plane.data = {};
+        if (planeData[i] && plane.size > 0 && plane.size <= maxChunkBytes) {
+            plane.data = {0, static_cast<std::uint32_t>(plane.size), static_cast<std::uint32_t>(bytes)};
+            bytes = RoundUp8(bytes + plane.size);
+            if (bytes > maxChunkBytes)
+                return;
+        }
+    }
+    if (std::uint8_t* const at = Begin(static_cast<std::uint32_t>(kind), bytes)) {
+        std::memcpy(&record.header, at, sizeof record.header);
+        std::memcpy(at, &record, sizeof record);
+        for (std::uint32_t i = 0; i < record.planeCount; ++i) {
+            const PointerSlot& data = record.planes[i].data;
+            if (data.offset != 0) {
+                std::memset(at + data.offset + RoundUp8(data.bytes) - 8, 0, 8);
+                std::memcpy(at + data.offset, planeData[i], data.bytes);
+            }
+        }
+        End();
+    }
+}
+
+} // namespace Data

@@ -1,0 +1,241 @@
+#include "Recorder/Channel/Drain.h"
+
+#include <cstring>
+#include <span>
+#include <sys/mman.h>
+#include <utility>
+
+#include "Data/Records/CallTable.h"
+#include "Recorder/Channel/Waiting.h"
+
+namespace Recorder {
+namespace {
+
+/// A large place keeps so much of its memory for the next record.
+constexpr std::uint64_t keptBytes = 16u << 20;
+
+Data::RecordHeader HeaderOf(const std::uint8_t* record)
+{
+    Data::RecordHeader header;
+    std::memcpy(&header, record, sizeof header);
+    return header;
+}
+
+bool IsPossible(const Data::RecordHeader& header, std::uint64_t room)
+{
+    return header.bytes >= sizeof header && header.bytes % 8 == 0 && header.bytes <= room;
+}
+
+void FreePlace(Channel& channel, std::uint32_t place, std::uint64_t bytes)
+{
+    if (bytes > keptBytes) {
+        madvise(LargePlaceOf(channel, place) + keptBytes, largePlaceBytes - keptBytes, MADV_REMOVE);
+    }
+    channel.largePlaceTaken[place].store(0, std::memory_order_release);
+}
+
+} // namespace
+
+Drain::Drain(Channel& channel, std::unique_ptr<Data::CaptureWriter> writer)
+    : m_channel(channel), m_writer(std::move(writer))
+{
+    m_writer->SetStart(channel.startUs);
+}
+
+Drain::~Drain() = default;
+
+bool Drain::Take()
+{
+    UpdateHeader(false);
+    bool hasTaken = false;
+    for (;;) {
+        const bool hasRun = m_runsRead > 0;
+        // In this order: what was committed before the next run began is of this one.
+        const std::uint64_t committed = hasRun ? m_channel.streams[m_run.stream].committed.load() : 0;
+        const bool hasEnded = m_channel.runsWritten.load() > m_runsRead;
+        const Run next = hasEnded ? m_channel.runs[m_runsRead % maxRuns] : Run{};
+        if (hasRun && TakeRun(hasEnded ? next.previousEnd : committed)) {
+            hasTaken = true;
+            TellRoom(m_channel);
+        }
+        CheckFailure();
+        if (!hasEnded || m_channel.hasFailed != 0) {
+            return hasTaken;
+        }
+        if (next.stream >= maxStreams) {
+            Fail(m_channel, "the program has overwritten the recorder's memory");
+            return hasTaken;
+        }
+        m_run = next;
+        m_channel.runsRead.store(++m_runsRead, std::memory_order_release);
+        m_writer->SetThread(m_run.thread);
+    }
+}
+
+bool Drain::TakeRun(std::uint64_t end)
+{
+    std::atomic<std::uint64_t>& consumed = m_channel.streams[m_run.stream].consumed;
+    const std::uint64_t begin = consumed.load(std::memory_order_relaxed);
+    std::uint64_t position = begin;
+    while (position < end && m_channel.hasFailed == 0) {
+        std::uint64_t bytes = 0;
+        const std::uint8_t* const inRing = RingOf(m_channel, m_run.stream) + position % streamBytes;
+        const std::uint8_t* const record = RecordAt(m_run.stream, position, end, bytes);
+        if (bytes == 0) {
+            break;
+        }
+        if (record != nullptr) {
+            const std::uint64_t recordBytes = HeaderOf(record).bytes;
+            Append(record);
+            if (record != inRing) {
+                LargeReference reference;
+                std::memcpy(&reference, inRing, sizeof reference);
+                FreePlace(m_channel, reference.place, recordBytes);
+            }
+        }
+        position += bytes;
+        consumed.store(position, std::memory_order_release);
+    }
+    return position != begin;
+}
+
+/// The record at a position and, in `bytes`, what it takes there; null for the empty end of the ring. `bytes` is 0 when
+/// what is there makes no sense.
+const std::uint8_t* Drain::RecordAt(std::uint32_t stream, std::uint64_t position, std::uint64_t end,
+                                    std::uint64_t& bytes)
+{
+    const std::uint64_t inRing = position % streamBytes;
+    const std::uint8_t* const at = RingOf(m_channel, stream) + inRing;
+    const Data::RecordHeader header = HeaderOf(at);
+    if (position % 8 == 0 && IsPossible(header, std::min(end - position, streamBytes - inRing))) {
+        if (header.id == skipId) {
+            bytes = header.bytes;
+            return nullptr;
+        }
+        if (header.id != largeId) {
+            bytes = header.bytes;
+            return at;
+        }
+        LargeReference reference = {};
+        std::memcpy(&reference, at, sizeof reference);
+        if (header.bytes == sizeof reference && reference.place < largePlaces &&
+            IsPossible(HeaderOf(LargePlaceOf(m_channel, reference.place)), Data::maxChunkBytes)) {
+            bytes = header.bytes;
+            return LargePlaceOf(m_channel, reference.place);
+        }
+    }
+    Fail(m_channel, "the program has overwritten the recorder's memory");
+    bytes = 0;
+    return nullptr;
+}
+
+void Drain::Append(const std::uint8_t* record)
+{
+    const Data::RecordHeader header = HeaderOf(record);
+    if (header.id < Data::callTable.size()) {
+        AppendCall(record, header.id);
+    } else if (header.id == static_cast<std::uint32_t>(Data::RecordId::FrameEnd)) {
+        Data::FrameEndRecord frame = {};
+        std::memcpy(&frame, record, std::min<std::size_t>(sizeof frame, header.bytes));
+        m_writer->FrameEnd(frame.timeUs);
+    } else if (header.id == static_cast<std::uint32_t>(Data::RecordId::VertexAttribData)) {
+        std::vector<std::uint8_t>& vertices = m_vertices[m_run.stream];
+        vertices.insert(vertices.end(), record, record + header.bytes);
+    } else {
+        m_writer->Copy(record);
+    }
+}
+
+void Drain::AppendCall(const std::uint8_t* record, std::uint32_t id)
+{
+    std::vector<std::uint8_t>& vertices = m_vertices[m_run.stream];
+    for (std::size_t at = 0; at < vertices.size(); at += HeaderOf(&vertices[at]).bytes) {
+        m_writer->Copy(&vertices[at]);
+    }
+    vertices.clear();
+    ++m_calls;
+    m_eglCalls += Data::IsEGL(static_cast<Data::CallId>(id)) ? 1 : 0;
+    m_writer->Copy(record);
+}
+
+void Drain::CheckFailure()
+{
+    if (m_writer->Failed()) {
+        Fail(m_channel, m_writer->Error());
+    }
+}
+
+void Drain::UpdateHeader(bool isLast)
+{
+    const std::uint32_t version = m_channel.headerVersion.load(std::memory_order_acquire);
+    if ((version != m_headerVersion && version % 2 == 0) || isLast) {
+        std::array<std::uint8_t, Data::headerBytes> bytes;
+        std::memcpy(bytes.data(), m_channel.header, bytes.size());
+        Data::CaptureHeader header;
+        if (m_channel.headerVersion.load() == version && Data::DecodeHeader(bytes, header).empty()) {
+            m_header = header;
+            m_headerVersion = version;
+        }
+        m_header.calls = isLast ? m_calls : 0;
+        m_header.eglCalls = isLast ? m_eglCalls : 0;
+        m_writer->UpdateHeader(m_header);
+    }
+}
+
+void Drain::AppendUnfinished(std::uint32_t stream)
+{
+    const StreamControl& control = m_channel.streams[stream];
+    const std::uint64_t open = control.open;
+    if (open == 0 && control.lastIsOpen == 0) {
+        return;
+    }
+    std::vector<std::uint8_t>& records = m_vertices[stream];
+    m_writer->SetThread(control.thread);
+    if (open != 0) {
+        std::uint64_t bytes = 0;
+        for (std::uint64_t position = control.consumed; position < open; position += bytes) {
+            const std::uint8_t* const record = RecordAt(stream, position, position + streamBytes, bytes);
+            if (bytes == 0) {
+                break;
+            }
+            if (record != nullptr) {
+                records.insert(records.end(), record, record + HeaderOf(record).bytes);
+            }
+        }
+    } else {
+        records.clear();
+    }
+    m_writer->Unfinished(records.empty() ? nullptr : records.data(), static_cast<std::uint32_t>(records.size()));
+}
+
+void Drain::AppendNotes()
+{
+    const std::uint32_t count = std::min<std::uint32_t>(m_channel.noteCount, maxNotes);
+    for (SharedNote& note : std::span(m_channel.notes, count)) {
+        note.name[sizeof note.name - 1] = '\0';
+        if (note.count != 0) {
+            m_writer->Note(note.name, note.count);
+        }
+    }
+}
+
+void Drain::Finish(const HowItEnded& how)
+{
+    Take();
+    if (m_channel.isFinished == 0) {
+        for (std::uint32_t stream = 0; stream < maxStreams; ++stream) {
+            AppendUnfinished(stream);
+        }
+        m_writer->ProgramEnd(how.kind, how.value);
+    }
+    AppendNotes();
+    if (!m_writer->Failed()) {
+        UpdateHeader(true);
+    }
+    std::string error;
+    if (!m_writer->Finish(error)) {
+        Fail(m_channel, error.c_str());
+    }
+}
+
+} // namespace Recorder

@@ -1,0 +1,62 @@
+// Takes the records out of a channel and writes them to a capture.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Data/Capture/CaptureHeader.h"
+#include "Data/Capture/CaptureWriter.h"
+#include "Recorder/Channel/Layout.h"
+
+namespace Recorder {
+
+/// How a program ended that did not finish its capture.
+struct HowItEnded {
+    Data::ProgramEndKind kind = Data::ProgramEndKind::Unknown;
+    std::uint32_t value = 0;
+};
+
+/// The side of a channel that reads, for one thread. What is in the channel is not believed: programs overwrite memory
+/// that is not theirs.
+class Drain {
+public:
+    Drain(Channel& channel, std::unique_ptr<Data::CaptureWriter> writer);
+    ~Drain();
+    Drain(const Drain&) = delete;
+    Drain& operator=(const Drain&) = delete;
+
+    /// Takes what was committed. False when there was nothing.
+    bool Take();
+    /// Takes the rest and finishes the file. Of a program that did not finish its capture, the calls that it was in are
+    /// written as such, and `how`.
+    void Finish(const HowItEnded& how);
+    /// In the child of a fork: lets go of the file.
+    void Abandon() noexcept { m_writer.release()->Abandon(); }
+
+private:
+    bool TakeRun(std::uint64_t end);
+    [[nodiscard]] const std::uint8_t* RecordAt(std::uint32_t stream, std::uint64_t position, std::uint64_t end,
+                                               std::uint64_t& bytes);
+    void Append(const std::uint8_t* record);
+    void AppendCall(const std::uint8_t* record, std::uint32_t id);
+    void AppendUnfinished(std::uint32_t stream);
+    void AppendNotes();
+    void UpdateHeader(bool isLast);
+    void CheckFailure();
+
+    Channel& m_channel;
+    std::unique_ptr<Data::CaptureWriter> m_writer;
+    Run m_run = {};
+    std::uint64_t m_runsRead = 0;
+    std::uint32_t m_headerVersion = 0;
+    Data::CaptureHeader m_header;
+    std::uint64_t m_calls = 0;
+    std::uint64_t m_eglCalls = 0;
+    /// By stream: vertices that wait for their draw, so that nothing of another thread comes in between.
+    std::array<std::vector<std::uint8_t>, maxStreams> m_vertices;
+};
+
+} // namespace Recorder

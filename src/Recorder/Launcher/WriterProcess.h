@@ -1,0 +1,33 @@
+// The process that writes the captures of a recording. It is none of the recorded ones, so what they have recorded is
+// written however they end.
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+
+namespace Recorder {
+
+/// This program's end of it. The process itself lives until all programs that it writes for have ended, also when this
+/// program is killed.
+class WriterProcess {
+public:
+    /// Begins to write captures in `folder` for programs that connect there. Before threads are made. Where that fails,
+    /// programs write themselves. Failures to write are told to `reports`, a descriptor.
+    WriterProcess(const std::string& folder, int reports);
+    ~WriterProcess();
+    WriterProcess(const WriterProcess&) = delete;
+    WriterProcess& operator=(const WriterProcess&) = delete;
+
+    /// This process is a child of this program, and how it ends will be told.
+    void TellStart(pid_t process) const;
+    /// It has ended so, as waitpid has it. Waits until its captures are complete.
+    void TellEnd(pid_t process, int status);
+
+private:
+    pid_t m_writer = -1;
+    int m_control = -1;
+    /// It has nothing more to write.
+    bool m_isIdle = false;
+};
+
+} // namespace Recorder

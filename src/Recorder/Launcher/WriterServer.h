@@ -1,0 +1,41 @@
+// What the process that writes captures does.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <sys/types.h>
+
+namespace Recorder {
+
+/// What playback-record tells of the program that it runs.
+struct ProcessNews {
+    static constexpr std::int32_t started = 1;
+    static constexpr std::int32_t ended = 2;
+
+    pid_t process;
+    std::int32_t what;
+    /// As waitpid has it.
+    std::int32_t status;
+};
+
+/// A byte: whether other processes are still written for.
+namespace WriterAnswer {
+inline constexpr char idle = 1;
+inline constexpr char busy = 2;
+} // namespace WriterAnswer
+
+struct WriterPlace {
+    std::string folder;
+    /// Programs connect here.
+    int listening;
+    /// ProcessNews come here. Each `ended` is answered with a WriterAnswer when the captures of the process are
+    /// complete. The end of it says that playback-record is gone.
+    int control;
+    /// Where failures are told.
+    int reports;
+};
+
+/// Writes captures until playback-record and all programs that have connected are gone.
+void ServeRecordings(const WriterPlace& place);
+
+} // namespace Recorder
