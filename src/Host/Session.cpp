@@ -240,6 +240,9 @@ Util::Outcome Session::ReplayPass()
     ++m_report.passes;
     m_capture->SetThreadFilter({m_settings->m_threads.begin(), m_settings->m_threads.end()},
                                static_cast<std::uint32_t>(std::max(m_settings->m_threadFilterStartFrame, 0)));
+    if (m_options.unfinished) {
+        m_capture->PlayUnfinished();
+    }
     if (m_options.timeCalls) {
         m_capture->TimeCalls();
     }

@@ -30,6 +30,8 @@ public:
     void SetAdapter(EGLAdapter* adapter) { m_processor.Calls().SetAdapter(adapter); }
     void Add(MetaHandler* handler) { m_processor.Meta().Add(handler); }
     void Add(BlockEventHandler* handler) { m_processor.Add(handler); }
+    /// Replays the calls too that had not returned when the program ended.
+    void PlayUnfinished() { m_processor.PlayUnfinished(); }
     /// From frame `startFrame`, counted from 1, replays only what these threads did.
     void SetThreadFilter(std::vector<std::uint32_t> threads, std::uint32_t startFrame)
     {

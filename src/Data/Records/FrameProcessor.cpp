@@ -97,19 +97,7 @@ FrameProcessor::Stop FrameProcessor::ProcessRecords()
         position.recordOffset = m_cursor.Offset();
         const std::uint32_t id = m_cursor.Header().id;
         if (id < m_known.size() && m_known[id] < callCount) [[likely]] {
-            if (!m_isInFrameBlock && !m_isInStateBlock)
-                StartBlock(BlockType::Frame);
-            ++position.call;
-            if (m_isThreadLeftOut) [[unlikely]] {
-                ++m_callsLeftOut;
-                continue;
-            }
-            ++m_callCounts[id];
-            m_callAtWork.store(std::uint64_t{id} << 32 | position.call, std::memory_order_relaxed);
-            if (m_callTimes.empty()) [[likely]]
-                m_calls.Decode(static_cast<CallId>(m_known[id]), m_cursor.Record());
-            else
-                ProcessTimedCall(id);
+            ProcessCall(id);
         } else if (id < firstBuiltInId) {
             ProcessUnknown(id);
         } else if (m_cursor.Is(RecordId::FrameEnd)) {
@@ -126,6 +114,24 @@ FrameProcessor::Stop FrameProcessor::ProcessRecords()
         return Stop::ChunkEnd;
     m_diagnostics.File(m_cursor.Damage() + "; replay ends here");
     return Stop::Damage;
+}
+
+inline void FrameProcessor::ProcessCall(std::uint32_t id)
+{
+    if (!m_isInFrameBlock && !m_isInStateBlock)
+        StartBlock(BlockType::Frame);
+    Position& position = m_diagnostics.position;
+    ++position.call;
+    if (m_isThreadLeftOut) [[unlikely]] {
+        ++m_callsLeftOut;
+        return;
+    }
+    ++m_callCounts[id];
+    m_callAtWork.store(std::uint64_t{id} << 32 | position.call, std::memory_order_relaxed);
+    if (m_callTimes.empty()) [[likely]]
+        m_calls.Decode(static_cast<CallId>(m_known[id]), m_cursor.Record());
+    else
+        ProcessTimedCall(id);
 }
 
 bool FrameProcessor::ProcessChunk(std::uint8_t* bytes, std::uint32_t count)
@@ -200,11 +206,43 @@ void FrameProcessor::ProcessBuiltIn()
         break;
     case RecordId::Note:
         break;
+    case RecordId::ProgramEnd:
+        if (ProgramEndRecord end; m_diagnostics.Read("program's end", m_cursor, end)) {
+            m_programEnd.kind = end.kind;
+            m_programEnd.value = end.value;
+            m_diagnostics.File("the recorded program " + Describe(m_programEnd));
+        }
+        break;
+    case RecordId::Unfinished:
+        AddUnfinished(m_cursor, m_source.Calls(),
+                      {m_source.Calls()[AtWork().id].name, Frames() + 1, m_diagnostics.position.call, m_thread},
+                      m_programEnd);
+        if (m_playsUnfinished)
+            ProcessUnfinished();
+        break;
     default:
         if (!m_isThreadLeftOut)
             ProcessOfThread();
         break;
     }
+}
+
+/// As if the call and what belongs to it stood in the chunk themselves.
+void FrameProcessor::ProcessUnfinished()
+{
+    UnfinishedRecord record;
+    if (!m_diagnostics.Read("unfinished call", m_cursor, record) || !m_cursor.HasContents(record.records))
+        return;
+    const RecordCursor outer = m_cursor;
+    m_cursor = RecordCursor(outer.Record() + record.records.offset, record.records.bytes, 0);
+    while (m_cursor.Next()) {
+        const std::uint32_t id = m_cursor.Header().id;
+        if (id < m_known.size() && m_known[id] < callCount)
+            ProcessCall(id);
+        else if (m_cursor.Is(RecordId::VertexAttribData))
+            ProcessOfThread();
+    }
+    m_cursor = outer;
 }
 
 void FrameProcessor::ProcessOfThread()

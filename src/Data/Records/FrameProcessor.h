@@ -9,6 +9,7 @@
 #include "Data/Capture/ChunkQueue.h"
 #include "Data/Records/CallDecoder.h"
 #include "Data/Records/MetaDecoder.h"
+#include "Data/Records/ProgramEnd.h"
 #include "Data/Records/RecordCursor.h"
 #include "Interfaces/Data.h"
 
@@ -55,6 +56,8 @@ public:
     void Add(BlockEventHandler* handler) { m_blockHandlers.push_back(handler); }
     /// From frame `startFrame`, counted from 1, replays only what these threads did.
     void SetThreadFilter(std::vector<std::uint32_t> threads, std::uint32_t startFrame);
+    /// Replays the calls too that had not returned when the program ended.
+    void PlayUnfinished() { m_playsUnfinished = true; }
     void SetFrameHashHandler(FrameHashHandler* handler) { m_hashHandler = handler; }
 
     /// Replays the records of a chunk up to a frame end. For tests of the decoding alone; `bytes` starts at 8 bytes'
@@ -65,12 +68,14 @@ private:
     /// Where the walk stopped.
     enum class Stop { FrameEnd, ChunkEnd, Damage };
     Stop ProcessRecords();
+    void ProcessCall(std::uint32_t id);
     void ProcessTimedCall(std::uint32_t id);
     void EndFrame();
     bool IsStateBlock();
     void ProcessBuiltIn();
     /// Records other than calls by which a thread acts.
     void ProcessOfThread();
+    void ProcessUnfinished();
     void ProcessUnknown(std::uint32_t id);
     void ApplyThreadFilter();
     void ChangeThread(std::uint32_t thread);
@@ -109,6 +114,8 @@ private:
     std::uint32_t m_filterStartFrame = 0;
     /// The filter leaves the thread's calls out.
     bool m_isThreadLeftOut = false;
+    ProgramEnd m_programEnd;
+    bool m_playsUnfinished = false;
     bool m_isInFrameBlock = false;
     bool m_isInStateBlock = false;
     bool m_isDamaged = false;

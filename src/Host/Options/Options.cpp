@@ -27,6 +27,7 @@ constexpr const char* Introduction =
     "  playback -loopframe 30 -stopframe 40 -loopcount 10 -json times.json x.glcap";
 
 constexpr Util::Option OwnOptions[] = {
+    {"-unfinished", "", "replay the calls too in which the recorded program was when it died", "Program"},
     {"-headless", "", "replay off screen even where there is a compositor", "Program"},
     {"-verify", "", "compare frames with the hashes of playback-record --hash, and pixels that were read back",
      "Results"},
@@ -173,6 +174,7 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
     ReadScreenshots(args, options);
     options.check = args.HasSwitch("-check");
     options.quiet = args.HasSwitch("-quiet");
+    options.unfinished = args.HasSwitch("-unfinished");
     options.headless = args.HasSwitch("-headless");
     options.verify = args.HasSwitch("-verify");
     options.arguments.assign(argv + 1, argv + argc);

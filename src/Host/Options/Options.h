@@ -23,6 +23,7 @@ struct Options {
     /// Start of the names of the reports of -stats: the capture's, in the folder of -statsdir when that is given.
     std::string statisticsFile;
     bool headless = false;
+    bool unfinished = false;
     bool verify = false;
     /// Only tell what the driver lacks.
     bool check = false;

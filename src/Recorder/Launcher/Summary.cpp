@@ -86,6 +86,7 @@ Summary Summarize(const std::string& path)
     if (summary.isComplete && summary.calls != 0) {
         summary.frames = source->FrameCount();
         ReadNotes(*source, summary);
+        summary.end = Data::FindProgramEnd(*source);
     } else {
         CountAll(*source, path, summary);
     }

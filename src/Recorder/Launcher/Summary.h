@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "Data/Records/ProgramEnd.h"
+
 namespace Recorder {
 
 struct Summary {
@@ -22,6 +24,8 @@ struct Summary {
     /// Something was recorded that can be replayed.
     [[nodiscard]] bool HasCalls() const { return calls > eglCalls; }
 
+    /// How the program ended, where it did not end as it should.
+    Data::ProgramEnd end;
     /// What could not be recorded, and how often.
     std::vector<std::pair<std::string, std::uint64_t>> notes;
     /// What is wrong with the file, its missing end included; empty when it was read to its end.

@@ -69,7 +69,8 @@ std::string WhyIncomplete(const Recorder::Recording& recording, const std::strin
     const std::string how = recording.process != end.process ? "It was killed, or ended"
                             : end.signal != 0                ? "It ended"
                                                              : "It ended with status " + std::to_string(end.status);
-    return how + " without its exit handlers: calls of the last half second may be missing.";
+    return how + " without its exit handlers, and wrote its capture itself: calls of the last half second may be "
+                 "missing.";
 }
 
 /// Gives the captures their names and tells of them. What could not be written is 6, and 0 that all could.
@@ -92,6 +93,9 @@ public:
         if (recording.process != m_end.process) {
             text += "  It is of " + recording.program + ", process " + std::to_string(recording.process) +
                     (isFirst ? "; " + m_command + " itself made no OpenGL ES call.\n" : ".\n");
+        }
+        if (recording.summary.end.isKnown) {
+            text += "  " + recording.program + " " + Data::Describe(recording.summary.end) + ".\n";
         }
         if (!recording.summary.isComplete) {
             text += "  " + WhyIncomplete(recording, unwritten, m_end) + "\n";

@@ -43,6 +43,17 @@ std::size_t Begin(Data::CaptureSource& source, Data::Diagnostics& diagnostics, s
     return summary ? chunk : 0;
 }
 
+/// The records of the call that a program ended in.
+template <class Visit> void ForEachUnfinished(const Data::RecordCursor& record, Visit visit)
+{
+    Data::UnfinishedRecord unfinished;
+    if (!record.Is(Data::RecordId::Unfinished) || !record.Read(unfinished) || !record.HasContents(unfinished.records))
+        return;
+    Data::RecordCursor inner(record.Record() + unfinished.records.offset, unfinished.records.bytes, 0);
+    while (inner.Next())
+        visit(inner);
+}
+
 } // namespace
 
 std::string CheckChoice(const Data::CaptureSource& source, DumpChoice& choice,
@@ -97,10 +108,15 @@ std::uint64_t Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics, 
                 lastCall = call;
                 isLastChosen = isChosen(call);
             }
-            if (goesOn && isLastChosen && frame >= choice.frames.first) {
-                const RecordPlace place = {frame, diagnostics.position.call, bindings.Thread(), bindings.Context()};
-                goesOn = write(RecordText(choice.notation, place, record, source, bindings) + "\n");
+            RecordPlace place = {frame, diagnostics.position.call, bindings.Thread(), bindings.Context()};
+            const auto list = [&](const Data::RecordView& listed) {
+                goesOn = write(RecordText(choice.notation, place, listed, source, bindings) + "\n");
                 ++lines;
+            };
+            if (goesOn && isLastChosen && frame >= choice.frames.first) {
+                list(record);
+                ++place.call;
+                ForEachUnfinished(record, list);
             }
             Follow(bindings, record, source);
         },

@@ -1,6 +1,7 @@
 #include "Tools/Info/RecordText.h"
 
 #include "Data/Records/CallArguments.h"
+#include "Data/Records/ProgramEnd.h"
 
 namespace Tools {
 
@@ -108,6 +109,16 @@ std::string BuiltInText(const Data::RecordView& record)
     case RecordId::Note:
         if (Data::TextRecord r; record.Read(r))
             return "not recorded, " + number(r.count) + (r.count == 1 ? " time" : " times") + Sized("", r.text);
+        break;
+    case RecordId::Unfinished:
+        if (Data::UnfinishedRecord r; record.Read(r))
+            return "the program ended in " + std::string(record.HasContents(r.records)
+                                                             ? "a call that did not return" + Sized("", r.records)
+                                                             : "the call in front");
+        break;
+    case RecordId::ProgramEnd:
+        if (Data::ProgramEndRecord r; record.Read(r))
+            return "the program " + Data::Describe(Data::ProgramEnd{true, r.kind, r.value, {}});
         break;
     case RecordId::TextAscii:
     case RecordId::TextXml:
