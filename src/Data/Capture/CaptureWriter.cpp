@@ -67,8 +67,7 @@ bool CaptureWriter::WriteCallTable()
         const std::size_t nameBytes = std::strlen(callTable[id].name) + 1;
         const std::size_t signatureBytes = std::strlen(callTable[id].signature) + 1;
         const std::uint64_t entryBytes = RoundUp8(sizeof(CallTableEntry) + nameBytes + signatureBytes);
-        std::uint8_t* const at =
-            PlaceAt(chunk.memory.get() + chunk.used, static_cast<std::uint32_t>(id), entryBytes);
+        std::uint8_t* const at = PlaceAt(chunk.memory.get() + chunk.used, static_cast<std::uint32_t>(id), entryBytes);
         std::memcpy(at + sizeof(CallTableEntry), callTable[id].name, nameBytes);
         std::memcpy(at + sizeof(CallTableEntry) + nameBytes, callTable[id].signature, signatureBytes);
         chunk.used += entryBytes;

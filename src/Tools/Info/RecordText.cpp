@@ -72,6 +72,16 @@ std::string SurfaceText(const Data::RecordView& record, Data::RecordId id)
     return "";
 }
 
+std::string EndText(const Data::RecordView& record)
+{
+    if (Data::UnfinishedRecord r; record.Is(Data::RecordId::Unfinished) && record.Read(r))
+        return "the program ended in " +
+               (record.HasContents(r.records) ? Sized("a call that did not return", r.records) : "the call in front");
+    if (Data::ProgramEndRecord r; record.Is(Data::RecordId::ProgramEnd) && record.Read(r))
+        return "the program " + Data::Describe(Data::ProgramEnd{true, r.kind, r.value, {}});
+    return "";
+}
+
 std::string BuiltInText(const Data::RecordView& record)
 {
     using Data::RecordId;
@@ -110,16 +120,6 @@ std::string BuiltInText(const Data::RecordView& record)
         if (Data::TextRecord r; record.Read(r))
             return "not recorded, " + number(r.count) + (r.count == 1 ? " time" : " times") + Sized("", r.text);
         break;
-    case RecordId::Unfinished:
-        if (Data::UnfinishedRecord r; record.Read(r))
-            return "the program ended in " + std::string(record.HasContents(r.records)
-                                                             ? "a call that did not return" + Sized("", r.records)
-                                                             : "the call in front");
-        break;
-    case RecordId::ProgramEnd:
-        if (Data::ProgramEndRecord r; record.Read(r))
-            return "the program " + Data::Describe(Data::ProgramEnd{true, r.kind, r.value, {}});
-        break;
     case RecordId::TextAscii:
     case RecordId::TextXml:
     case RecordId::TextJson:
@@ -128,8 +128,10 @@ std::string BuiltInText(const Data::RecordView& record)
             return Sized("text", r.text);
         break;
     default:
-        if (std::string text = SurfaceText(record, id); !text.empty())
-            return text;
+        for (std::string text : {SurfaceText(record, id), EndText(record)}) {
+            if (!text.empty())
+                return text;
+        }
     }
     return "record of kind " + number(record.Header().id) + ", " + number(record.Header().bytes) + " bytes";
 }
