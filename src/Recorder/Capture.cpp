@@ -188,8 +188,11 @@ bool CaptureRunning() noexcept
         }
         errno = savedErrno;
         phase = now = begun ? Phase::Running : Phase::Ended;
+        phase.notify_all();
     }
-    // A second thread that comes while the first one begins records from its next call on.
+    // A second thread that comes while the first one begins waits for it: a context that it makes is to be recorded.
+    phase.wait(Phase::Beginning);
+    now = phase;
     return now == Phase::Running;
 }
 

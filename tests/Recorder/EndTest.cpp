@@ -1,9 +1,17 @@
 // How recordings end, and who may end them.
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <sys/mman.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 #include "Client.h"
@@ -75,6 +83,63 @@ TEST_F(RecorderTest, SignalsEndARecordingThatIsComplete)
         EXPECT_EQ(outcome.status, 0);
         EXPECT_THAT(outcome.err, Not(HasSubstr("missing"))) << signal;
         std::filesystem::remove(folder / "capture.glcap");
+    }
+}
+
+/// Calls of each thread that have returned, in a file that outlives the program.
+struct ReturnedCalls {
+    std::atomic<unsigned> lineWidth;
+    std::atomic<unsigned> clearDepth;
+};
+
+/// Two threads that count their calls, with uploads of all sizes in between, until the program is ended in the way that
+/// the environment names.
+CLIENT(IsEndedAtAnyMoment)
+{
+    const int file = open("returned", O_RDWR | O_CREAT, 0600);
+    if (ftruncate(file, sizeof(ReturnedCalls)) != 0) {
+        return 1;
+    }
+    auto& returned =
+        *static_cast<ReturnedCalls*>(mmap(nullptr, sizeof(ReturnedCalls), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
+    const auto work = [](std::atomic<unsigned>& count, auto call) {
+        const ClientContext current;
+        const std::vector<char> data(3 << 20);
+        for (unsigned i = 0;; ++i) {
+            call(static_cast<float>(i % 100));
+            ++count;
+            glBufferData(GL_ARRAY_BUFFER, i % 50 == 0 ? 3 << 20 : i * 64 % 5000, data.data(), GL_STATIC_DRAW);
+        }
+    };
+    std::thread([&] { work(returned.lineWidth, [](float value) { glLineWidth(value); }); }).detach();
+    std::thread([&] { work(returned.clearDepth, [](float value) { glClearDepthf(value); }); }).detach();
+    usleep(static_cast<useconds_t>(std::atoi(std::getenv("AFTER_US"))));
+    const int signal = std::atoi(std::getenv("SIGNAL"));
+    signal == 0 ? _exit(3) : static_cast<void>(kill(getpid(), signal));
+    pause();
+    return 0;
+}
+
+TEST_F(RecorderTest, WhateverEndsTheProgramLosesNoCall)
+{
+    const char* const times = std::getenv("PLAYBACK_TEST_ENDS");
+    for (int i = 0, count = times != nullptr ? std::atoi(times) : 6; i < count; ++i) {
+        const int signal = std::array{SIGKILL, SIGSEGV, 0}[static_cast<std::size_t>(i % 3)];
+        Run("rm -f returned capture*");
+        const Outcome outcome = Run("ulimit -c 0; AFTER_US=" + std::to_string(10'000 + i * 7919 % 100'000) +
+                                    " SIGNAL=" + std::to_string(signal) +
+                                    " " PLAYBACK_RECORD " -o capture.glcap $PROGRAM --client IsEndedAtAnyMoment");
+        EXPECT_EQ(outcome.status, signal == 0 ? 3 : 128 + signal) << outcome.err;
+        EXPECT_THAT(outcome.err, HasSubstr(signal == 0 ? "ended with status 3, without its exit handlers"
+                                                       : std::string("died by SIG") + sigabbrev_np(signal)));
+        ReturnedCalls returned = {};
+        std::ifstream((folder / "returned").string()).read(reinterpret_cast<char*>(&returned), sizeof returned);
+        for (const auto& [call, made] : {std::pair("glLineWidth", returned.lineWidth.load()),
+                                         std::pair("glClearDepthf", returned.clearDepth.load())}) {
+            const auto recorded = static_cast<unsigned>(Dump(call, "capture.glcap").size());
+            // One may have returned and not been counted, and one more be under way.
+            EXPECT_THAT(recorded, testing::AllOf(testing::Ge(made), testing::Le(made + 2))) << call << ", run " << i;
+        }
     }
 }
 
