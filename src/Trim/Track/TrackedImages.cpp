@@ -1,0 +1,68 @@
+#include "Trim/Track/TrackedImages.h"
+
+#include <algorithm>
+
+namespace Trim {
+
+namespace {
+
+/// A level above which no texture has any.
+constexpr std::int32_t maxLevels = 16;
+
+} // namespace
+
+void TrackedImages::Replaces(const Image& image, ImageSize size)
+{
+    m_tracked.Object(image.object).sizes[image.Place()] = size;
+    m_tracked.Object(image.object).drawn.erase(image.Place());
+    m_tracked.Replaces(m_tracked.SlotOf(image.object, State::Storage, image.face, image.level));
+    for (const Aspects aspect : {Color, Depth, Stencil})
+        m_tracked.Replaces(SlotOf(image, aspect));
+}
+
+void TrackedImages::ChangesPixels(const Image& image, std::uint32_t aspects)
+{
+    for (const Aspects aspect : {Color, Depth, Stencil}) {
+        if ((aspects & aspect) != 0)
+            m_tracked.Changes(SlotOf(image, aspect));
+    }
+    if (m_tracked.Object(image.object).isAliased)
+        m_tracked.Log().SetVerdict(Verdict::Keep);
+}
+
+void TrackedImages::WritesArea(const Image& image, std::int32_t x, std::int32_t y, ImageSize size)
+{
+    const std::optional<ImageSize> whole = SizeOf(image);
+    if (x == 0 && y == 0 && whole == size && !m_tracked.Object(image.object).isAliased) {
+        for (const Aspects aspect : {Color, Depth, Stencil})
+            m_tracked.Replaces(SlotOf(image, aspect));
+    } else {
+        ChangesPixels(image, AllAspects);
+    }
+    m_tracked.Reads(m_tracked.SlotOf(image.object, State::Storage, image.face, image.level));
+    m_tracked.Reads(m_tracked.SlotOf(image.object, State::Storage));
+}
+
+std::optional<ImageSize> TrackedImages::SizeOf(const Image& image)
+{
+    const auto& sizes = m_tracked.Object(image.object).sizes;
+    if (const auto size = sizes.find(image.Place()); size != sizes.end())
+        return size->second;
+    // Levels that were generated or allocated together follow from the first one.
+    const auto first = sizes.find({image.face, 0});
+    if (first == sizes.end() || image.level >= maxLevels)
+        return std::nullopt;
+    return ImageSize{std::max(first->second.width >> image.level, 1), std::max(first->second.height >> image.level, 1)};
+}
+
+void TrackedImages::ChangesAll(Owner texture)
+{
+    // One more, for images that nothing has written yet.
+    m_tracked.Changes(m_tracked.SlotOf(texture, State::Pixels));
+    for (const Slot slot : m_tracked.Slots().Of(texture)) {
+        if (m_tracked.Slots().StateOf(slot) == State::Pixels)
+            m_tracked.Changes(slot);
+    }
+}
+
+} // namespace Trim
