@@ -97,6 +97,13 @@ TEST(StateTrackerTest, CallsAreKeptWhoseEffectLasts)
           CallRecord(CallId::glBindProgramPipeline, 1), CallRecord(CallId::glUseProgramStages, 1, 1, 8),
           CallRecord(CallId::glUseProgramStages, 1, 3, 8), CallRecord(CallId::glUseProgramStages, 1, 1, 8)},
          {0, 1, 2, 4, 5}},
+        {"of a deleted buffer in the bound vertex array only the bind that made it still counts",
+         {CallRecord(CallId::glGenVertexArrays, 1, Words{1}), CallRecord(CallId::glGenBuffers, 2, Words{1, 2}),
+          CallRecord(CallId::glBindVertexArray, 1), CallRecord(CallId::glBindVertexBuffer, 0, 1, 0, 16),
+          CallRecord(CallId::glBindBuffer, 0x8893, 1), CallRecord(CallId::glBindVertexBuffer, 1, 1, 0, 16),
+          CallRecord(CallId::glDeleteBuffers, 1, Words{1}), CallRecord(CallId::glBindVertexBuffer, 0, 2, 0, 16),
+          CallRecord(CallId::glBindBuffer, 0x8893, 2), CallRecord(CallId::glBindVertexArray, 0)},
+         {0, 1, 2, 3, 5, 6, 7, 8, 9}},
     };
     for (const Case& each : cases)
         EXPECT_EQ(Kept(each.calls), each.kept) << each.name;

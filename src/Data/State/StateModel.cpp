@@ -188,11 +188,15 @@ void StateModel::Unbind(Owner owner)
             value = {};
     };
     // What is bound in containers stays bound there, unless the container itself is bound.
-    const std::array containers = {BoundVertexArray(), BoundTransformFeedback(), Bound(State::Framebuffer, 0, 0),
-                                   Bound(State::Framebuffer, 0, 1)};
     std::ranges::for_each(Context().bindings, unbind);
-    for (const Owner container : containers)
+    for (const Owner container : BoundContainers())
         std::ranges::for_each(m_slots.Of(container), unbind);
+}
+
+std::array<Owner, 4> StateModel::BoundContainers()
+{
+    return {BoundVertexArray(), BoundTransformFeedback(), Bound(State::Framebuffer, 0, 0),
+            Bound(State::Framebuffer, 0, 1)};
 }
 
 void StateModel::FollowObjects(const ObjectEffect& effect, const CallArguments& call)

@@ -151,6 +151,9 @@ public:
     {
         return BoundOrDefault(State::TransformFeedback, ObjectKind::TransformFeedback);
     }
+    /// The bound objects that others are bound in: vertex array, transform feedback, framebuffers. 0 for none. A
+    /// deleted object is taken out of these and out of the current context, and stays in all others.
+    [[nodiscard]] std::array<Owner, 4> BoundContainers();
     /// What a texture is bound to: for a face of a cube map, the cube map.
     [[nodiscard]] static std::uint32_t TextureTarget(std::uint32_t target);
     /// The one that calls with this target change.

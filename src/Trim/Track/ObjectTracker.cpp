@@ -1,10 +1,7 @@
 #include "Trim/Track/ObjectTracker.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
-
-#include <GLES2/gl2.h>
 
 namespace Trim {
 
@@ -66,17 +63,14 @@ void ObjectTracker::ReadsContainers(ObjectKind kind)
 
 void ObjectTracker::Unbind(Owner owner)
 {
+    // Who bound it is needed only where nothing else is bound later, which the change says.
     const auto unbind = [&](Slot slot) {
-        if (m_tracked.Slots().ValueOf(slot).bound == owner) {
+        if (m_tracked.Slots().ValueOf(slot).bound == owner)
             m_tracked.Changes(slot);
-            m_tracked.Reads(slot);
-            m_tracked.Exists(owner);
-        }
     };
     std::ranges::for_each(m_tracked.Context().bindings, unbind);
-    unbind(m_tracked.BufferSlot(GL_ELEMENT_ARRAY_BUFFER));
-    for (const bool isForDrawing : {true, false})
-        std::ranges::for_each(m_tracked.Slots().Of(m_tracked.BoundFramebuffer(isForDrawing)), unbind);
+    for (const Owner container : m_tracked.Model().BoundContainers())
+        std::ranges::for_each(m_tracked.Slots().Of(container), unbind);
 }
 
 bool ObjectTracker::IsOnlyUsedHere(Owner owner)
@@ -86,10 +80,9 @@ bool ObjectTracker::IsOnlyUsedHere(Owner owner)
         if (context.get() != &m_tracked.Context() && std::ranges::any_of(context->bindings, isBound))
             return false;
     }
-    const Owner bound[] = {m_tracked.Model().BoundVertexArray(), m_tracked.BoundFramebuffer(true),
-                           m_tracked.BoundFramebuffer(false)};
+    const auto bound = m_tracked.Model().BoundContainers();
     return std::ranges::all_of(m_tracked.Object(owner).referencedBy, [&](Owner container) {
-        return m_tracked.Object(container).isDeleted || std::ranges::find(bound, container) != std::end(bound);
+        return m_tracked.Object(container).isDeleted || std::ranges::find(bound, container) != bound.end();
     });
 }
 
