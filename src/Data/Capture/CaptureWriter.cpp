@@ -162,6 +162,15 @@ void CaptureWriter::Copy(const std::uint8_t* record)
     }
 }
 
+void CaptureWriter::CopyAll(const std::uint8_t* records, std::uint64_t bytes)
+{
+    // Room is made as for one record.
+    if (std::uint8_t* const at = Begin(0, bytes)) {
+        std::memcpy(at, records, bytes);
+        m_at += bytes;
+    }
+}
+
 bool CaptureWriter::Failed() const
 {
     return !m_sink || m_sink->Failed();

@@ -56,6 +56,8 @@ public:
     }
     /// A record as another writer or a capture has it, other than FrameEnd. Vertices stay with their draw.
     void Copy(const std::uint8_t* record);
+    /// As Copy for records that lie one after the other, none of them vertices: `bytes` bytes, at most chunkBytes.
+    void CopyAll(const std::uint8_t* records, std::uint64_t bytes);
 
     [[nodiscard]] std::uint32_t Frames() const { return m_frames; }
     [[nodiscard]] bool Failed() const;

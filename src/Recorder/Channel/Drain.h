@@ -38,6 +38,8 @@ public:
 
 private:
     bool TakeRun(std::uint64_t end);
+    std::uint64_t TakePlain(std::uint64_t position, std::uint64_t end);
+    std::uint64_t TakeOne(std::uint64_t position, std::uint64_t end);
     [[nodiscard]] const std::uint8_t* RecordAt(std::uint32_t stream, std::uint64_t position, std::uint64_t end,
                                                std::uint64_t& bytes);
     void Append(const std::uint8_t* record);
