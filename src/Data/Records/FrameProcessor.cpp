@@ -215,7 +215,7 @@ void FrameProcessor::ProcessBuiltIn()
         break;
     case RecordId::Unfinished:
         AddUnfinished(m_cursor, m_source.Calls(),
-                      {m_source.Calls()[AtWork().id].name, Frames() + 1, m_diagnostics.position.call, m_thread},
+                      {NameOfCall(m_source.Calls(), AtWork().id), Frames() + 1, m_diagnostics.position.call, m_thread},
                       m_programEnd);
         if (m_playsUnfinished)
             ProcessUnfinished();

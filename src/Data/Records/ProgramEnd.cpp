@@ -10,10 +10,8 @@ namespace Data {
 
 namespace {
 
-std::string NameOfCall(const std::vector<FileCall>& calls, std::uint32_t id)
-{
-    return id < calls.size() ? calls[id].name : "a call";
-}
+/// More threads are not told of.
+constexpr std::size_t maxUnfinished = 256;
 
 /// Follows the records from a chunk with a frame's end on.
 class EndReader {
@@ -69,16 +67,22 @@ std::string SignalText(std::uint32_t signal)
 
 } // namespace
 
+std::string NameOfCall(const std::vector<FileCall>& calls, std::uint32_t id)
+{
+    return id < calls.size() ? calls[id].name : "a call";
+}
+
 void AddUnfinished(const RecordView& record, const std::vector<FileCall>& calls, UnfinishedCall last, ProgramEnd& end)
 {
     UnfinishedRecord unfinished;
-    if (!record.Read(unfinished))
+    if (!record.Read(unfinished) || end.calls.size() >= maxUnfinished)
         return;
     std::span<const std::uint8_t> records = record.Contents(unfinished.records);
     if (records.empty())
         end.calls.push_back(last);
     RecordHeader header;
-    for (; records.size() >= sizeof header; records = records.subspan(header.bytes)) {
+    for (; records.size() >= sizeof header && end.calls.size() < maxUnfinished;
+         records = records.subspan(header.bytes)) {
         std::memcpy(&header, records.data(), sizeof header);
         if (header.bytes < sizeof header || header.bytes > records.size())
             return;

@@ -31,6 +31,9 @@ struct ProgramEnd {
     std::vector<UnfinishedCall> calls;
 };
 
+/// By its number in the file; also where there is no such call.
+[[nodiscard]] std::string NameOfCall(const std::vector<FileCall>& calls, std::uint32_t id);
+
 /// Adds the call that an Unfinished record holds, or the one in front of it. `last` is that one.
 void AddUnfinished(const RecordView& record, const std::vector<FileCall>& calls, UnfinishedCall last, ProgramEnd& end);
 

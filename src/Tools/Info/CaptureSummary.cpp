@@ -46,6 +46,7 @@ CaptureSummary Summarize(Data::CaptureSource& source, Data::Diagnostics& diagnos
         summary.counts = counter.Counts();
     }
     summary.allFrames = summary.counts.frames;
+    summary.end = Data::FindProgramEnd(source);
     NameCalls(source, summary);
     return summary;
 }

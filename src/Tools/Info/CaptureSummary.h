@@ -8,6 +8,7 @@
 #include "Data/Capture/CaptureSource.h"
 #include "Data/Capture/SummaryCounts.h"
 #include "Data/Diagnostics.h"
+#include "Data/Records/ProgramEnd.h"
 #include "Util/FrameRange.h"
 
 namespace Tools {
@@ -25,6 +26,8 @@ struct CaptureSummary {
     /// False: the capture has no end, or could not be read up to it.
     bool isComplete = false;
     Data::SummaryCounts counts;
+    /// Known of a program that did not end as it should.
+    Data::ProgramEnd end;
     std::map<std::string, std::uint64_t> callsByName;
 };
 

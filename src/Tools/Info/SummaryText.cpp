@@ -116,6 +116,8 @@ std::string ToText(const CaptureSummary& summary)
                   : "") +
              (summary.counts.frameHashes > 0 ? Format(", %u with a hash", summary.counts.frameHashes) : "") +
              (summary.counts.hasStateBlock ? ", after a state-setup block" : ""));
+    if (summary.end.isKnown)
+        Line(text, "the program", Data::Describe(summary.end));
     if (header.originFrame != 0)
         Line(text, "cut from",
              Format("frames %u to %u of %s", header.originFrame, LastOriginFrame(summary), header.originFile.c_str()));
@@ -140,9 +142,28 @@ std::string ToText(const CaptureSummary& summary)
     return text;
 }
 
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+Json ToJson(const Data::ProgramEnd& end)
+{
+    Json json = {{"text", Data::Describe(end)}, {"unfinishedCalls", Json::array()}};
+    if (end.kind == Data::ProgramEndKind::Signal)
+        json["signal"] = end.value;
+    else if (end.kind == Data::ProgramEndKind::Exited)
+        json["status"] = end.value;
+    for (const Data::UnfinishedCall& call : end.calls) {
+        json["unfinishedCalls"].push_back(
+            {{"name", call.name}, {"frame", call.frame}, {"call", call.call}, {"thread", call.thread}});
+    }
+    return json;
+}
+
+} // namespace
+
 std::string ToJson(const CaptureSummary& summary, const CaptureStatistics* statistics)
 {
-    using Json = nlohmann::ordered_json;
     const Data::CaptureHeader& header = summary.header;
     Json json;
     json["file"] = summary.path;
@@ -180,6 +201,8 @@ std::string ToJson(const CaptureSummary& summary, const CaptureStatistics* stati
             sizes.push_back({{"width", width}, {"height", height}});
         json["surfaces"].push_back({{"surface", surface}, {"kind", NameOf(what.kind)}, {"sizes", sizes}});
     }
+    if (summary.end.isKnown)
+        json["programEnd"] = ToJson(summary.end);
     json["notRecorded"] = Json::object();
     for (const auto& [note, count] : summary.counts.notes)
         json["notRecorded"][note] = count;
