@@ -7,6 +7,19 @@ namespace Data {
 
 namespace {
 
+struct PairEntry {
+    std::uint32_t first;
+    std::uint32_t second;
+};
+
+template <class Range> std::vector<PairEntry> Pairs(const Range& range)
+{
+    std::vector<PairEntry> pairs;
+    for (const auto& [first, second] : range)
+        pairs.push_back({first, second});
+    return pairs;
+}
+
 /// Writes one record after the other.
 class Encoder {
 public:
@@ -66,9 +79,9 @@ std::vector<std::uint8_t> EncodeSummary(const SummaryCounts& counts)
     for (const auto& [thread, calls] : counts.callsByThread)
         entries.push_back({thread, 0, calls});
     encoder.Put(SummaryPart::Threads, entries);
-    encoder.Put(SummaryPart::Contexts, std::vector(counts.contexts.begin(), counts.contexts.end()));
+    encoder.Put(SummaryPart::Contexts, Pairs(counts.contexts));
     for (const auto& [surface, summary] : counts.surfaces)
-        encoder.Put(SummaryPart::Surface, SurfaceRecord{{}, surface, summary.kind}, summary.sizes);
+        encoder.Put(SummaryPart::Surface, SurfaceRecord{{}, surface, summary.kind}, Pairs(summary.sizes));
     for (const auto& [note, count] : counts.notes) {
         const PointerSlot text{0, static_cast<std::uint32_t>(note.size()), sizeof(TextRecord)};
         encoder.Put(SummaryPart::Note, TextRecord{{}, count, text}, std::vector(note.begin(), note.end()));

@@ -167,13 +167,13 @@ private:
 
 } // namespace
 
-std::unique_ptr<SummaryCounts> ReadSummary(CaptureSource& source, std::string& trouble)
+std::optional<SummaryCounts> ReadSummary(CaptureSource& source, std::string& trouble)
 {
     Chunk chunk;
-    return source.ReadSummary(chunk, trouble) ? DecodeSummary(chunk, source, trouble) : nullptr;
+    return source.ReadSummary(chunk, trouble) ? DecodeSummary(chunk, source, trouble) : std::nullopt;
 }
 
-std::unique_ptr<SummaryCounts> DecodeSummary(const Chunk& chunk, const CaptureSource& source, std::string& trouble)
+std::optional<SummaryCounts> DecodeSummary(const Chunk& chunk, const CaptureSource& source, std::string& trouble)
 {
     Decoder decoder(source);
     RecordCursor cursor(chunk);
@@ -181,13 +181,15 @@ std::unique_ptr<SummaryCounts> DecodeSummary(const Chunk& chunk, const CaptureSo
         if (!decoder.Read(cursor)) {
             trouble = "record " + std::to_string(cursor.Header().id) + " at " + std::to_string(cursor.Offset()) +
                       " cannot be";
-            return nullptr;
+            return std::nullopt;
         }
         if (decoder.Version() != summaryVersion)
-            return nullptr;
+            return std::nullopt;
     }
     trouble = cursor.IsDamaged() ? cursor.Damage() : decoder.Check();
-    return trouble.empty() ? std::make_unique<SummaryCounts>(decoder.Take()) : nullptr;
+    if (!trouble.empty())
+        return std::nullopt;
+    return decoder.Take();
 }
 
 } // namespace Data

@@ -1,7 +1,7 @@
 // The summary at the end of a capture.
 #pragma once
 
-#include <memory>
+#include <optional>
 #include <string>
 
 #include "Data/Capture/CaptureSource.h"
@@ -9,11 +9,11 @@
 
 namespace Data {
 
-/// Reads the summary of a capture. Null when it has none that this program reads, and with a reason in `trouble` when
+/// Reads the summary of a capture. Nothing when it has none that this program reads, and with a reason in `trouble` when
 /// the one that it has is damaged or contradicts what else the file says of itself.
-std::unique_ptr<SummaryCounts> ReadSummary(CaptureSource& source, std::string& trouble);
+std::optional<SummaryCounts> ReadSummary(CaptureSource& source, std::string& trouble);
 
 /// The same of a summary that was read.
-std::unique_ptr<SummaryCounts> DecodeSummary(const Chunk& chunk, const CaptureSource& source, std::string& trouble);
+std::optional<SummaryCounts> DecodeSummary(const Chunk& chunk, const CaptureSource& source, std::string& trouble);
 
 } // namespace Data

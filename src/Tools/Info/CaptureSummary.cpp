@@ -33,7 +33,7 @@ CaptureSummary Summarize(Data::CaptureSource& source, Data::Diagnostics& diagnos
 {
     CaptureSummary summary = Begin(source, diagnostics);
     std::string trouble;
-    const auto known = use == SummaryUse::Believe ? Data::ReadSummary(source, trouble) : nullptr;
+    auto known = use == SummaryUse::Believe ? Data::ReadSummary(source, trouble) : std::nullopt;
     if (!trouble.empty())
         diagnostics.File("the summary at the end is not used, and the capture counted by reading it: " + trouble);
     if (known) {
