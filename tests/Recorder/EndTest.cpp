@@ -113,6 +113,9 @@ CLIENT(IsEndedAtAnyMoment)
     };
     std::thread([&] { work(returned.lineWidth, [](float value) { glLineWidth(value); }); }).detach();
     std::thread([&] { work(returned.clearDepth, [](float value) { glClearDepthf(value); }); }).detach();
+    while (returned.lineWidth == 0 || returned.clearDepth == 0) {
+        usleep(1000);
+    }
     usleep(static_cast<useconds_t>(std::atoi(std::getenv("AFTER_US"))));
     const int signal = std::atoi(std::getenv("SIGNAL"));
     signal == 0 ? _exit(3) : static_cast<void>(kill(getpid(), signal));

@@ -9,8 +9,8 @@
 
 namespace Data {
 
-/// Reads the summary of a capture. Nothing when it has none that this program reads, and with a reason in `trouble` when
-/// the one that it has is damaged or contradicts what else the file says of itself.
+/// Reads the summary of a capture. Nothing when it has none that this program reads, and with a reason in `trouble`
+/// when the one that it has is damaged or contradicts what else the file says of itself.
 std::optional<SummaryCounts> ReadSummary(CaptureSource& source, std::string& trouble);
 
 /// The same of a summary that was read.
