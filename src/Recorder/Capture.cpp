@@ -12,6 +12,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "Data/Capture/CaptureWriter.h"
 #include "Recorder/Channel/Connection.h"
 #include "Recorder/ProgramEnd.h"
 #include "Recorder/Report.h"
@@ -82,10 +83,10 @@ std::string CommandLine()
     return command;
 }
 
-std::uint64_t TimeUs(clockid_t clock)
+std::uint64_t RealTimeUs()
 {
     timespec now = {};
-    clock_gettime(clock, &now);
+    clock_gettime(CLOCK_REALTIME, &now);
     return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000 + static_cast<std::uint64_t>(now.tv_nsec) / 1000;
 }
 
@@ -130,7 +131,7 @@ bool Begin()
     hashesWanted = !Environment(hashVariable).empty();
     lastFrame = static_cast<std::uint32_t>(std::strtoul(Environment(framesVariable).c_str(), nullptr, 10));
     Data::CaptureHeader& header = capture.header;
-    header.startTimeUs = TimeUs(CLOCK_REALTIME);
+    header.startTimeUs = RealTimeUs();
     header.toolVersion = PLAYBACK_VERSION;
     header.command = CommandLine();
 
@@ -213,7 +214,7 @@ bool EndFrame(const Capturing& capturing) noexcept
     if (!capturing) {
         return false;
     }
-    capturing->PutFrameEnd(TimeUs(CLOCK_MONOTONIC) - capture.channel->startUs);
+    capturing->PutFrameEnd(Data::MonotonicUs() - capture.channel->startUs);
     ++capture.frames;
     if (capture.channel->hasFailed == failed) {
         TellUnwritten(capture.channel->error);

@@ -36,9 +36,6 @@ void RecordOutput::CopyCall(Data::CallId call, std::span<const std::uint8_t> rec
 
 void RecordOutput::PutCall(Data::CallId call, std::span<const std::uint8_t> record)
 {
-    ++m_calls;
-    if (IsEGL(call))
-        ++m_eglCalls;
     Put(static_cast<std::uint32_t>(call), record);
 }
 

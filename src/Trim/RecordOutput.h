@@ -58,9 +58,6 @@ public:
     void Write(const OutputCall& call) { CopyCall(call.id, call.record); }
 
     [[nodiscard]] Data::CaptureWriter& Writer() { return m_writer; }
-    /// Calls so far, and those of EGL among them.
-    [[nodiscard]] std::uint64_t Calls() const { return m_calls; }
-    [[nodiscard]] std::uint64_t EGLCalls() const { return m_eglCalls; }
 
 private:
     void Put(std::uint32_t id, std::span<const std::uint8_t> record);
@@ -68,8 +65,6 @@ private:
     void PutMakeCurrents();
 
     Data::CaptureWriter& m_writer;
-    std::uint64_t m_calls = 0;
-    std::uint64_t m_eglCalls = 0;
     std::uint32_t m_thread = 0;
     /// By thread.
     std::map<std::uint32_t, std::vector<std::uint8_t>> m_makeCurrents;

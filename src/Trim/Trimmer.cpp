@@ -193,8 +193,6 @@ bool Trimmer::Write(Data::CaptureWriter& writer, Data::CaptureHeader& header)
     writer.SetTime(0);
     writer.BlockStart(static_cast<std::uint32_t>(Data::BlockType::State));
     const bool isWhole = Data::WalkRecords(m_source, m_diagnostics, visit, m_range.last);
-    header.calls = output.Calls();
-    header.eglCalls = output.EGLCalls();
     header.startTimeUs += m_startUs;
     return isWhole;
 }

@@ -14,14 +14,14 @@ namespace {
 constexpr std::ptrdiff_t frameEndChunkBytes = 1 << 20;
 constexpr std::uint64_t frameEndChunkAgeUs = 500'000;
 
-std::uint64_t NowUs()
+} // namespace
+
+std::uint64_t MonotonicUs() noexcept
 {
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000 + static_cast<std::uint64_t>(now.tv_nsec) / 1000;
 }
-
-} // namespace
 
 std::unique_ptr<CaptureWriter> CaptureWriter::Create(const std::string& path, const CaptureHeader& header,
                                                      std::string& error) noexcept
@@ -44,7 +44,7 @@ std::unique_ptr<CaptureWriter> CaptureWriter::Create(const std::string& path, co
 }
 
 CaptureWriter::CaptureWriter(std::unique_ptr<ChunkSink> sink)
-    : m_chunk(std::make_unique<ChunkBuffer>()), m_startUs(NowUs()), m_sink(std::move(sink))
+    : m_chunk(std::make_unique<ChunkBuffer>()), m_startUs(MonotonicUs()), m_sink(std::move(sink))
 {
 }
 
@@ -113,7 +113,7 @@ std::uint8_t* CaptureWriter::PlaceElsewhere(std::uint32_t id, std::uint64_t byte
 
 std::uint64_t CaptureWriter::TimeUs() const
 {
-    return m_givenTimeUs ? *m_givenTimeUs : NowUs() - m_startUs;
+    return m_givenTimeUs ? *m_givenTimeUs : MonotonicUs() - m_startUs;
 }
 
 void CaptureWriter::CloseChunk(std::uint8_t* end)

@@ -15,6 +15,9 @@ namespace Data {
 class ChunkSink;
 struct ChunkBuffer;
 
+/// CLOCK_MONOTONIC in microseconds.
+[[nodiscard]] std::uint64_t MonotonicUs() noexcept;
+
 /// Appends records to a capture. Records are built in place in a chunk buffer; full chunks are compressed and written
 /// by a thread of the writer's own.
 ///
@@ -42,7 +45,7 @@ public:
     /// recording. From the first call on the clock is not asked any more.
     void SetTime(std::uint64_t timeUs) { m_givenTimeUs = timeUs; }
 
-    /// The recording began at this time of CLOCK_MONOTONIC, in microseconds, and not when the writer was made.
+    /// The recording began at this time, as MonotonicUs has it, and not when the writer was made.
     void SetStart(std::uint64_t startUs) { m_startUs = startUs; }
 
     /// Counts the frame, and hands the chunk over when it is large or old enough, so that a recorder that is killed

@@ -253,8 +253,22 @@ bool ChunkSink::WriteBody(ChunkKind kind, std::span<const std::uint8_t> body)
     return WriteChunk(chunk);
 }
 
+/// The header of a capture that is finished says how many calls are in it.
+void ChunkSink::WriteCounts()
+{
+    if (!m_summary)
+        return;
+    const std::vector<std::uint64_t>& calls = m_summary->Counts().callsById;
+    for (std::size_t id = 0; id < calls.size(); ++id) {
+        m_header.calls += calls[id];
+        m_header.eglCalls += IsEGL(static_cast<CallId>(id)) ? calls[id] : 0;
+    }
+    UpdateHeader(m_header);
+}
+
 void ChunkSink::UpdateHeader(const CaptureHeader& header)
 {
+    m_header = header;
     std::uint8_t bytes[headerBytes];
     EncodeHeader(header, bytes);
     WriteAt(bytes, sizeof bytes, 0);
@@ -282,8 +296,8 @@ bool ChunkSink::WriteAt(const void* data, std::size_t bytes, std::uint64_t offse
 bool ChunkSink::Finish(std::string& error)
 {
     StopThread();
-    if (!Failed() && WriteSummary())
-        WriteIndex();
+    if (!Failed() && WriteSummary() && WriteIndex())
+        WriteCounts();
     if (m_fd >= 0 && close(m_fd) != 0)
         Fail("cannot write", errno);
     m_fd = -1;

@@ -54,6 +54,7 @@ public:
     ChunkBuffer Take(std::size_t bytes);
     /// Queues the chunk.
     void Put(ChunkBuffer chunk);
+    /// The counts of calls are filled in at the end.
     void UpdateHeader(const CaptureHeader& header);
     /// Waits for the queue, writes summary, index and trailer, closes. False, with a reason, when something failed
     /// since Open.
@@ -75,6 +76,7 @@ private:
     void CountChunk(const ChunkBuffer& chunk);
     bool WriteSummary();
     bool WriteIndex();
+    void WriteCounts();
     bool WriteBody(ChunkKind kind, std::span<const std::uint8_t> body);
     bool WriteAt(const void* data, std::size_t bytes, std::uint64_t offset);
     void Recycle(ChunkBuffer chunk);
@@ -85,6 +87,7 @@ private:
     dev_t m_device = 0;
     ino_t m_inode = 0;
     std::uint64_t m_fileBytes = 0;
+    CaptureHeader m_header;
     ZSTD_CCtx_s* m_compressor = nullptr;
     std::vector<std::uint8_t> m_stored;
     std::vector<IndexEntry> m_index;

@@ -230,11 +230,8 @@ void FrameProcessor::ProcessBuiltIn()
 /// As if the call and what belongs to it stood in the chunk themselves.
 void FrameProcessor::ProcessUnfinished()
 {
-    UnfinishedRecord record;
-    if (!m_diagnostics.Read("unfinished call", m_cursor, record) || !m_cursor.HasContents(record.records))
-        return;
     const RecordCursor outer = m_cursor;
-    m_cursor = RecordCursor(outer.Record() + record.records.offset, record.records.bytes, 0);
+    m_cursor = UnfinishedRecords(outer);
     while (m_cursor.Next()) {
         const std::uint32_t id = m_cursor.Header().id;
         if (id < m_known.size() && m_known[id] < callCount)

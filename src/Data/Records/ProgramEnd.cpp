@@ -30,7 +30,7 @@ public:
     [[nodiscard]] const ProgramEnd& Found() const { return m_end; }
 
 private:
-    void Visit(const RecordView& record)
+    void Visit(const RecordCursor& record)
     {
         const std::uint32_t id = record.Header().id;
         if (id < firstBuiltInId) {
@@ -72,26 +72,28 @@ std::string NameOfCall(const std::vector<FileCall>& calls, std::uint32_t id)
     return id < calls.size() ? calls[id].name : "a call";
 }
 
-void AddUnfinished(const RecordView& record, const std::vector<FileCall>& calls, UnfinishedCall last, ProgramEnd& end)
+RecordCursor UnfinishedRecords(const RecordCursor& record)
 {
     UnfinishedRecord unfinished;
-    if (!record.Read(unfinished) || end.calls.size() >= maxUnfinished)
-        return;
-    std::span<const std::uint8_t> records = record.Contents(unfinished.records);
-    if (records.empty())
-        end.calls.push_back(last);
-    RecordHeader header;
-    for (; records.size() >= sizeof header && end.calls.size() < maxUnfinished;
-         records = records.subspan(header.bytes)) {
-        std::memcpy(&header, records.data(), sizeof header);
-        if (header.bytes < sizeof header || header.bytes > records.size())
-            return;
-        if (header.id < firstBuiltInId) {
+    if (!record.Is(RecordId::Unfinished) || !record.Read(unfinished) || !record.HasContents(unfinished.records))
+        return {};
+    return {record.Record() + unfinished.records.offset, unfinished.records.bytes, 0};
+}
+
+void AddUnfinished(const RecordCursor& record, const std::vector<FileCall>& calls, UnfinishedCall last, ProgramEnd& end)
+{
+    RecordCursor inner = UnfinishedRecords(record);
+    bool isInFront = true;
+    while (end.calls.size() < maxUnfinished && inner.Next()) {
+        if (const std::uint32_t id = inner.Header().id; id < firstBuiltInId) {
             ++last.call;
-            last.name = NameOfCall(calls, header.id);
+            last.name = NameOfCall(calls, id);
             end.calls.push_back(last);
+            isInFront = false;
         }
     }
+    if (isInFront && end.calls.size() < maxUnfinished)
+        end.calls.push_back(last);
 }
 
 ProgramEnd FindProgramEnd(CaptureSource& source)

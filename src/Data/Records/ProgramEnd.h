@@ -10,7 +10,7 @@
 namespace Data {
 
 class CaptureSource;
-class RecordView;
+class RecordCursor;
 struct FileCall;
 
 /// A call that had begun and not returned.
@@ -34,8 +34,12 @@ struct ProgramEnd {
 /// By its number in the file; also where there is no such call.
 [[nodiscard]] std::string NameOfCall(const std::vector<FileCall>& calls, std::uint32_t id);
 
+/// The records that an Unfinished record holds; none where it means the call in front.
+[[nodiscard]] RecordCursor UnfinishedRecords(const RecordCursor& record);
+
 /// Adds the call that an Unfinished record holds, or the one in front of it. `last` is that one.
-void AddUnfinished(const RecordView& record, const std::vector<FileCall>& calls, UnfinishedCall last, ProgramEnd& end);
+void AddUnfinished(const RecordCursor& record, const std::vector<FileCall>& calls, UnfinishedCall last,
+                   ProgramEnd& end);
 
 /// Reads no more of the file than its end. Not known in captures of programs that ended as they should.
 [[nodiscard]] ProgramEnd FindProgramEnd(CaptureSource& source);

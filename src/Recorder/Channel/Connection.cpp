@@ -11,7 +11,6 @@
 #include <pthread.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include "Recorder/CaptureName.h"
@@ -78,14 +77,11 @@ private:
     const int m_value;
 };
 
-/// Connected to the socket in the folder, or negative. The way through /proc has room for folders of any length.
+/// Connected to the socket in the folder, or negative.
 int Connect(const std::string& folder)
 {
     const Descriptor place(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::snprintf(address.sun_path, sizeof address.sun_path, "/proc/self/fd/%d/%s", static_cast<int>(place),
-                  socketName);
+    const sockaddr_un address = SocketAddress(place);
     const int connection = place < 0 ? -1 : socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
     if (connection >= 0 && connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         close(connection);

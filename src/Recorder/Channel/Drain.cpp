@@ -49,7 +49,7 @@ Drain::~Drain() = default;
 
 bool Drain::Take()
 {
-    UpdateHeader(false);
+    UpdateHeader();
     bool hasTaken = false;
     for (;;) {
         const bool hasRun = m_runsRead > 0;
@@ -107,8 +107,6 @@ std::uint64_t Drain::TakePlain(std::uint64_t position, std::uint64_t end)
         if (header.id >= Data::callTable.size() || !IsPossible(header, room - bytes)) {
             break;
         }
-        ++m_calls;
-        m_eglCalls += Data::IsEGL(static_cast<Data::CallId>(header.id)) ? 1 : 0;
         bytes += header.bytes;
     }
     if (bytes != 0) {
@@ -169,7 +167,7 @@ void Drain::Append(const std::uint8_t* record)
 {
     const Data::RecordHeader header = HeaderOf(record);
     if (header.id < Data::callTable.size()) {
-        AppendCall(record, header.id);
+        AppendCall(record);
     } else if (header.id == static_cast<std::uint32_t>(Data::RecordId::FrameEnd)) {
         Data::FrameEndRecord frame = {};
         std::memcpy(&frame, record, std::min<std::size_t>(sizeof frame, header.bytes));
@@ -182,15 +180,13 @@ void Drain::Append(const std::uint8_t* record)
     }
 }
 
-void Drain::AppendCall(const std::uint8_t* record, std::uint32_t id)
+void Drain::AppendCall(const std::uint8_t* record)
 {
     std::vector<std::uint8_t>& vertices = m_vertices[m_run.stream];
     for (std::size_t at = 0; at < vertices.size(); at += HeaderOf(&vertices[at]).bytes) {
         m_writer->Copy(&vertices[at]);
     }
     vertices.clear();
-    ++m_calls;
-    m_eglCalls += Data::IsEGL(static_cast<Data::CallId>(id)) ? 1 : 0;
     m_writer->Copy(record);
 }
 
@@ -201,20 +197,18 @@ void Drain::CheckFailure()
     }
 }
 
-void Drain::UpdateHeader(bool isLast)
+void Drain::UpdateHeader()
 {
     const std::uint32_t version = m_channel.headerVersion.load(std::memory_order_acquire);
-    if ((version != m_headerVersion && version % 2 == 0) || isLast) {
-        std::array<std::uint8_t, Data::headerBytes> bytes;
-        std::memcpy(bytes.data(), m_channel.header, bytes.size());
-        Data::CaptureHeader header;
-        if (m_channel.headerVersion.load() == version && Data::DecodeHeader(bytes, header).empty()) {
-            m_header = header;
-            m_headerVersion = version;
-        }
-        m_header.calls = isLast ? m_calls : 0;
-        m_header.eglCalls = isLast ? m_eglCalls : 0;
-        m_writer->UpdateHeader(m_header);
+    if (version == m_headerVersion || version % 2 != 0) {
+        return;
+    }
+    std::array<std::uint8_t, Data::headerBytes> bytes;
+    std::memcpy(bytes.data(), m_channel.header, bytes.size());
+    Data::CaptureHeader header;
+    if (m_channel.headerVersion.load() == version && Data::DecodeHeader(bytes, header).empty()) {
+        m_headerVersion = version;
+        m_writer->UpdateHeader(header);
     }
 }
 
@@ -265,9 +259,6 @@ void Drain::Finish(const HowItEnded& how)
         m_writer->ProgramEnd(how.kind, how.value);
     }
     AppendNotes();
-    if (!m_writer->Failed()) {
-        UpdateHeader(true);
-    }
     std::string error;
     if (!m_writer->Finish(error)) {
         Fail(m_channel, error.c_str());

@@ -43,10 +43,10 @@ private:
     [[nodiscard]] const std::uint8_t* RecordAt(std::uint32_t stream, std::uint64_t position, std::uint64_t end,
                                                std::uint64_t& bytes);
     void Append(const std::uint8_t* record);
-    void AppendCall(const std::uint8_t* record, std::uint32_t id);
+    void AppendCall(const std::uint8_t* record);
     void AppendUnfinished(std::uint32_t stream);
     void AppendNotes();
-    void UpdateHeader(bool isLast);
+    void UpdateHeader();
     void CheckFailure();
 
     Channel& m_channel;
@@ -54,9 +54,6 @@ private:
     Run m_run = {};
     std::uint64_t m_runsRead = 0;
     std::uint32_t m_headerVersion = 0;
-    Data::CaptureHeader m_header;
-    std::uint64_t m_calls = 0;
-    std::uint64_t m_eglCalls = 0;
     /// By stream: vertices that wait for their draw, so that nothing of another thread comes in between.
     std::array<std::vector<std::uint8_t>, maxStreams> m_vertices;
 };

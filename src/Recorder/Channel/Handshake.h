@@ -2,6 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
+#include <sys/socket.h>
+#include <sys/un.h>
 
 #include "Recorder/Channel/Layout.h"
 
@@ -9,6 +12,15 @@ namespace Recorder {
 
 /// A socket of this name lies in the folder of the captures, as long as somebody writes them for others.
 inline constexpr char socketName[] = ".socket";
+
+/// Its address, by a descriptor of the folder: the way through /proc has room for folders of any length.
+inline sockaddr_un SocketAddress(int folder)
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::snprintf(address.sun_path, sizeof address.sun_path, "/proc/self/fd/%d/%s", folder, socketName);
+    return address;
+}
 
 /// What a program says when it has connected, in one packet. The answer is an empty packet with a descriptor: the
 /// memory of the channel.

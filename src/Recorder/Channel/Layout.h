@@ -72,7 +72,7 @@ struct Channel {
     std::uint32_t version;
     /// Held by the thread that reads as long as it does: a robust one, so that its death is seen.
     pthread_mutex_t readerLives;
-    /// CLOCK_MONOTONIC in microseconds.
+    /// As Data::MonotonicUs has it.
     std::uint64_t startUs;
 
     /// The program has ended the capture: nothing follows.

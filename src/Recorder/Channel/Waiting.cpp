@@ -7,6 +7,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "Data/Capture/CaptureWriter.h"
+
 namespace Recorder {
 namespace {
 
@@ -40,10 +42,7 @@ bool IsReaderGone(Channel& channel)
 void InitializeChannel(Channel& channel) noexcept
 {
     channel.version = channelVersion;
-    timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    channel.startUs =
-        static_cast<std::uint64_t>(now.tv_sec) * 1'000'000 + static_cast<std::uint64_t>(now.tv_nsec) / 1000;
+    channel.startUs = Data::MonotonicUs();
     pthread_mutexattr_t attributes;
     pthread_mutexattr_init(&attributes);
     pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);

@@ -78,7 +78,7 @@ std::vector<Recording> CollectRecordings(const fs::path& folder, pid_t process)
     }
     std::erase_if(recordings, [](const Recording& recording) {
         std::error_code error;
-        return !recording.isBusy && !recording.summary.HasCalls() && fs::remove(recording.file, error);
+        return !recording.isBusy && !recording.summary.hasCalls && fs::remove(recording.file, error);
     });
     std::ranges::sort(recordings, {}, [process](const Recording& recording) {
         return std::tuple(recording.process != process, recording.summary.startTimeUs);

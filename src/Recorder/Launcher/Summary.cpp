@@ -1,9 +1,10 @@
 #include "Recorder/Launcher/Summary.h"
 
-#include <algorithm>
 #include <cstdio>
 
 #include "Data/Capture/CaptureSource.h"
+#include "Data/Capture/SummaryCounter.h"
+#include "Data/Capture/SummaryReader.h"
 #include "Data/Records/CallTable.h"
 #include "Data/Records/RecordWalk.h"
 #include "Util/Spelling.h"
@@ -11,43 +12,17 @@
 namespace Recorder {
 namespace {
 
-void CountNote(const Data::RecordView& record, Summary& summary)
+/// The counts at the end of the file or, in a file without them, of what can be read. Trouble goes to `error`.
+Data::SummaryCounts Count(Data::CaptureSource& source, const std::string& path, std::string& error)
 {
-    Data::TextRecord note;
-    if (record.Read(note) && record.HasContents(note.text)) {
-        summary.notes.emplace_back(record.Text(note.text), note.count);
+    std::string unused;
+    if (const auto counts = Data::ReadSummary(source, unused)) {
+        return *counts;
     }
-}
-
-/// The notes are the last records of a capture that was finished, in its last chunk or the two last ones.
-void ReadNotes(Data::CaptureSource& source, Summary& summary)
-{
-    Data::Chunk chunk;
-    const std::size_t count = source.Chunks().size();
-    for (std::size_t i = count - std::min<std::size_t>(count, 2); i < count && summary.error.empty(); ++i) {
-        summary.error = source.ReadChunk(source.Chunks()[i], chunk);
-        Data::RecordCursor record(chunk);
-        while (summary.error.empty() && record.Next()) {
-            if (record.Is(Data::RecordId::Note)) {
-                CountNote(record, summary);
-            }
-        }
-    }
-}
-
-/// For captures that were not finished, and do not say how much is in them.
-void CountAll(Data::CaptureSource& source, const std::string& path, Summary& summary)
-{
-    Data::Diagnostics diagnostics(path, [&summary](const std::string& line) { summary.error = line; });
-    const std::vector<Data::FileCall>& calls = source.Calls();
-    Data::WalkRecords(source, diagnostics, [&](const Data::RecordCursor& record) {
-        const std::uint32_t id = record.Header().id;
-        if (id < calls.size()) {
-            ++summary.calls;
-            summary.eglCalls += Data::IsEGL(calls[id].name) ? 1 : 0;
-        }
-    });
-    summary.frames = diagnostics.position.frame;
+    Data::Diagnostics diagnostics(path, [&error](const std::string& line) { error = line; });
+    Data::SummaryCounter counter(source.Calls());
+    Data::WalkRecords(source, diagnostics, [&](const Data::RecordView& record) { counter.Count(record); });
+    return counter.Counts();
 }
 
 std::string Size(std::uint64_t bytes)
@@ -80,16 +55,15 @@ Summary Summarize(const std::string& path)
     summary.startTimeUs = source->Header().startTimeUs;
     summary.fileBytes = source->FileBytes();
     summary.isComplete = source->IsComplete();
-    summary.calls = source->Header().calls;
-    summary.eglCalls = source->Header().eglCalls;
     summary.timeUs = source->Chunks().empty() ? 0 : source->ChunkTimeUs(source->Chunks().back());
-    if (summary.isComplete && summary.calls != 0) {
-        summary.frames = source->FrameCount();
-        ReadNotes(*source, summary);
-        summary.end = Data::FindProgramEnd(*source);
-    } else {
-        CountAll(*source, path, summary);
+    const Data::SummaryCounts counts = Count(*source, path, summary.error);
+    summary.frames = counts.frames;
+    summary.calls = counts.calls;
+    for (std::size_t id = 0; id < counts.callsById.size(); ++id) {
+        summary.hasCalls = summary.hasCalls || (counts.callsById[id] != 0 && !Data::IsEGL(source->Calls()[id].name));
     }
+    summary.notes.assign(counts.notes.begin(), counts.notes.end());
+    summary.end = Data::FindProgramEnd(*source);
     return summary;
 }
 

@@ -12,9 +12,7 @@ namespace Recorder {
 
 struct Summary {
     std::uint32_t frames = 0;
-    /// All calls, and those of EGL among them.
     std::uint64_t calls = 0;
-    std::uint64_t eglCalls = 0;
     /// When the recording began, in microseconds since 1970.
     std::uint64_t startTimeUs = 0;
     std::uint64_t fileBytes = 0;
@@ -22,7 +20,7 @@ struct Summary {
     /// False when the recorded program was killed or the disk is full: the capture ends with its last whole chunk.
     bool isComplete = false;
     /// Something was recorded that can be replayed.
-    [[nodiscard]] bool HasCalls() const { return calls > eglCalls; }
+    bool hasCalls = false;
 
     /// How the program ended, where it did not end as it should.
     Data::ProgramEnd end;

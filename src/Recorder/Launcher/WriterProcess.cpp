@@ -2,10 +2,8 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,16 +13,12 @@
 namespace Recorder {
 namespace {
 
-/// The socket in the folder that programs connect to, or negative. The way through /proc has room for folders of any
-/// length.
+/// The socket in the folder that programs connect to, or negative.
 int Listen(const std::string& folder)
 {
     const int place = open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     const int listening = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    const std::string path = "/proc/self/fd/" + std::to_string(place) + "/" + socketName;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const sockaddr_un address = SocketAddress(place);
     const bool isBound = bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
                          listen(listening, SOMAXCONN) == 0;
     close(place);

@@ -41,7 +41,8 @@ free names beside it, FILE.2.glcap and so on.
 While it runs, captures are written to a folder FILE.recording-XXXXXX beside FILE (both without .glcap). It is gone at
 the end. When playback-record itself is killed (SIGKILL), it stays, and what is recorded can be replayed from there.
 A program that is killed or crashes loses nothing: all calls that returned are in the capture, and those that it was in
-stand at its end (playback -unfinished replays them too). SIGINT, SIGTERM and SIGHUP (a closed terminal) end the recording, which is then complete.
+stand at its end (playback -unfinished replays them too). SIGINT, SIGTERM and SIGHUP (a closed terminal) end the
+recording, which is then complete.
 
 A capture that could not be written whole (the disk is full) is kept as far as it goes. It gets the name FILE if there
 was no such file, else the next free one.

@@ -6,6 +6,7 @@
 #include <fnmatch.h>
 
 #include "Data/Capture/SummaryReader.h"
+#include "Data/Records/ProgramEnd.h"
 #include "Data/Records/RecordWalk.h"
 #include "Data/State/BufferBindings.h"
 #include "Interfaces/Util.h"
@@ -41,17 +42,6 @@ std::size_t Begin(Data::CaptureSource& source, Data::Diagnostics& diagnostics, s
     for (std::size_t i = 0; summary && i < chunk; ++i)
         bindings.Apply(summary->bindings[i]);
     return summary ? chunk : 0;
-}
-
-/// The records of the call that a program ended in.
-template <class Visit> void ForEachUnfinished(const Data::RecordCursor& record, Visit visit)
-{
-    Data::UnfinishedRecord unfinished;
-    if (!record.Is(Data::RecordId::Unfinished) || !record.Read(unfinished) || !record.HasContents(unfinished.records))
-        return;
-    Data::RecordCursor inner(record.Record() + unfinished.records.offset, unfinished.records.bytes, 0);
-    while (inner.Next())
-        visit(inner);
 }
 
 } // namespace
@@ -116,7 +106,8 @@ std::uint64_t Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics, 
             if (goesOn && isLastChosen && frame >= choice.frames.first) {
                 list(record);
                 ++place.call;
-                ForEachUnfinished(record, list);
+                for (Data::RecordCursor inner = Data::UnfinishedRecords(record); inner.Next();)
+                    list(inner);
             }
             Follow(bindings, record, source);
         },
