@@ -8,15 +8,17 @@ namespace {
 constexpr int Particles = 24;
 constexpr std::size_t ParticleBytes = 4 * sizeof(float);
 
+// Points that are only caught lie outside the picture, since no fragment shader gives them a colour.
 const char* const moveVertex =
     "#version 300 es\nlayout(location = 0) in vec2 place; layout(location = 1) in vec2 speed;"
     "out vec2 newPlace; out vec2 newSpeed; uniform float step;"
     "void main() { newPlace = place + speed * step;"
-    "  newSpeed = mix(speed, -speed, vec2(greaterThan(abs(newPlace), vec2(0.9)))); gl_Position = vec4(0.0); }";
+    "  newSpeed = mix(speed, -speed, vec2(greaterThan(abs(newPlace), vec2(0.9))));"
+    "  gl_Position = vec4(2.0, 2.0, 0.0, 1.0); }";
 const char* const noFragment = "#version 300 es\nvoid main() {}";
 const char* const splitVertex =
     "#version 300 es\nlayout(location = 0) in vec2 place; out vec2 corner; out vec4 paint;"
-    "void main() { corner = place * 0.3; paint = vec4(abs(place), 0.7, 1.0); gl_Position = vec4(0.0); }";
+    "void main() { corner = place * 0.3; paint = vec4(abs(place), 0.7, 1.0); gl_Position = vec4(2.0, 2.0, 0.0, 1.0); }";
 const char* const pointVertex =
     "#version 300 es\nlayout(location = 0) in vec2 place; layout(location = 1) in vec2 speed;"
     "out vec4 shade; void main() { shade = vec4(abs(speed), 0.4, 1.0);"
