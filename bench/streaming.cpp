@@ -33,9 +33,8 @@ void WritePiece(Vertex* piece, std::size_t number, std::size_t frame)
 {
     const float left = static_cast<float>(number % 16) / 8 - 1;
     const float bottom = static_cast<float>(number / 16 % 16) / 8 - 1 + 0.01f * static_cast<float>(frame % 10);
-    for (std::size_t i = 0; i < PieceVertices; ++i) {
+    for (std::size_t i = 0; i < PieceVertices; ++i)
         piece[i] = {left + static_cast<float>(i) * (0.1f / PieceVertices), bottom + 0.1f * static_cast<float>(i % 2)};
-    }
 }
 
 /// The number of a piece that changes in the frame.
@@ -57,9 +56,8 @@ int main(int argc, char** argv)
     Stage stage(Stage::Kind::Pbuffer, 256, 256, 3);
     constexpr GLbitfield access = GL_MAP_WRITE_BIT | GL_MAP_PERSISTENT_BIT_EXT | GL_MAP_COHERENT_BIT_EXT;
     auto* const vertices = static_cast<Vertex*>(MapForGood(GL_ARRAY_BUFFER, MapBytes, access, access));
-    for (std::size_t piece = 0; piece < Pieces; ++piece) {
+    for (std::size_t piece = 0; piece < Pieces; ++piece)
         WritePiece(vertices + piece * PieceVertices, piece, 0);
-    }
     std::vector<std::size_t> writtenIn(Pieces, 0);
     glUseProgram(FlatProgram());
     glEnableVertexAttribArray(0);
@@ -67,18 +65,14 @@ int main(int argc, char** argv)
     glVertexAttrib4f(1, 0.2f, 0.6f, 0.4f, 1);
     const auto start = std::chrono::steady_clock::now();
     for (std::size_t frame = 1; frame <= frames; ++frame) {
-        for (std::size_t i = 0; i < ChangedPieces; ++i) {
+        for (std::size_t i = 0; i < ChangedPieces; ++i)
             writtenIn[Changed(way, i, frame)] = frame;
-        }
-        for (std::size_t piece = 0; piece < Pieces; ++piece) {
-            if (way == "whole" || writtenIn[piece] == frame) {
+        for (std::size_t piece = 0; piece < Pieces; ++piece)
+            if (way == "whole" || writtenIn[piece] == frame)
                 WritePiece(vertices + piece * PieceVertices, piece, writtenIn[piece]);
-            }
-        }
         glClear(GL_COLOR_BUFFER_BIT);
-        for (std::size_t i = 0; i < ChangedPieces; ++i) {
+        for (std::size_t i = 0; i < ChangedPieces; ++i)
             glDrawArrays(GL_TRIANGLE_STRIP, static_cast<GLint>(Changed(way, i, frame) * PieceVertices), PieceVertices);
-        }
         glFinish();
         stage.Swap();
     }

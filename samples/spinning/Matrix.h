@@ -11,11 +11,9 @@ inline Matrix Multiply(const Matrix& a, const Matrix& b)
 {
     Matrix product{};
     for (int column = 0; column < 4; ++column) {
-        for (int row = 0; row < 4; ++row) {
-            for (int i = 0; i < 4; ++i) {
+        for (int row = 0; row < 4; ++row)
+            for (int i = 0; i < 4; ++i)
                 product[column * 4 + row] += a[i * 4 + row] * b[column * 4 + i];
-            }
-        }
     }
     return product;
 }

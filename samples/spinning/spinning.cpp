@@ -46,10 +46,12 @@ const char Usage[] = "usage: spinning [--frames N] [--pbuffer] [--sleep MS] [--r
 
 GLuint Link(const char* vertex, const char* fragment, const char* second)
 {
-    return LinkProgram(vertex, fragment, [second](GLuint program) {
-        glBindAttribLocation(program, PositionAttribute, "position");
-        glBindAttribLocation(program, SecondAttribute, second);
-    });
+    return LinkProgram(
+        vertex, fragment,
+        [second](GLuint program) {
+            glBindAttribLocation(program, PositionAttribute, "position");
+            glBindAttribLocation(program, SecondAttribute, second);
+        });
 }
 
 /// Left bound.
@@ -108,9 +110,8 @@ public:
         m_texture = SmoothTexture();
         glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, StarSize, StarSize, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
         m_framebuffer = MakeFramebuffer(m_texture);
-        if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) {
+        if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE)
             Stage::Fail("making a framebuffer");
-        }
         m_vertices = {0, 0, 1.0f, 0.95f, 0.7f};
         for (int i = 0; i <= 10; ++i) {
             const float angle = static_cast<float>(i) * Pi / 5;
@@ -180,9 +181,8 @@ public:
                     vertex[3 + axis] = side;
                     vertices.insert(vertices.end(), vertex.begin(), vertex.end());
                 }
-                for (const int corner : {0, 1, 2, 2, 1, 3}) {
+                for (const int corner : {0, 1, 2, 2, 1, 3})
                     indices.push_back(static_cast<GLushort>(first + corner));
-                }
             }
         }
         m_indexCount = static_cast<GLsizei>(indices.size());
@@ -324,18 +324,16 @@ int main(int argc, char** argv)
             glEnable(GL_BLEND);
             painter.Draw(GL_TRIANGLE_STRIP, haze, 0, 0.35f);
             glDisable(GL_BLEND);
-            if (frame == options.readbackFrame) {
+            if (frame == options.readbackFrame)
                 WriteFrame(options.readbackFile, width, height);
-            }
             stage.Swap();
             if (frame == options.resizeFrame && options.kind == Stage::Kind::Window) {
                 width += width / 2;
                 height += height / 2;
                 stage.Resize(width, height);
             }
-            if (options.sleepMs > 0) {
+            if (options.sleepMs > 0)
                 std::this_thread::sleep_for(std::chrono::milliseconds(options.sleepMs));
-            }
         }
     }
     return glGetError() == GL_NO_ERROR ? 0 : 1;

@@ -25,14 +25,12 @@ std::optional<std::uint64_t> HashBackBuffer(const BackBufferFunctions& gl, std::
                                             std::vector<std::uint8_t>& scratch) noexcept
 {
     if (width == 0 || height == 0 || !gl.glGetString || !gl.glGetIntegerv || !gl.glPixelStorei ||
-        !gl.glBindFramebuffer || !gl.glReadPixels) {
+        !gl.glBindFramebuffer || !gl.glReadPixels)
         return std::nullopt;
-    }
     const Core::ContextVersion version = Core::GetVersion(gl);
     const bool isES3 = version >= 30;
-    if (version == 0 || (isES3 && (!gl.glBindBuffer || !gl.glReadBuffer))) {
+    if (version == 0 || (isES3 && (!gl.glBindBuffer || !gl.glReadBuffer)))
         return std::nullopt;
-    }
     try {
         scratch.resize(std::size_t{4} * width * height);
     } catch (const std::bad_alloc&) {

@@ -48,9 +48,8 @@ Engine::~Engine()
 {
     // What is still current keeps its surface alive, even when the capture has ended the display itself, and the
     // driver must let go of the window before it is unloaded.
-    if (const auto releaseThread = Core::KHRLayer::EGLProc().eglReleaseThread) {
+    if (const auto releaseThread = Core::KHRLayer::EGLProc().eglReleaseThread)
         releaseThread();
-    }
     m_eglAdapter.reset();
     m_glAdapter.reset();
 }
@@ -64,9 +63,8 @@ void Engine::ShowFramebuffer(std::uint32_t captured, std::int32_t x, std::int32_
                      "-swapfbo: there is no framebuffer %u at the swap; nothing is shown", captured);
         return;
     }
-    if (!gl.glBlitFramebuffer) {
+    if (!gl.glBlitFramebuffer)
         return;
-    }
     const EGLDisplay display = egl.eglGetCurrentDisplay();
     const EGLSurface surface = egl.eglGetCurrentSurface(EGL_DRAW);
     EGLint width = 0;
@@ -85,12 +83,10 @@ void Engine::ShowFramebuffer(std::uint32_t captured, std::int32_t x, std::int32_
 std::map<std::string, std::uint64_t> Engine::Errors() const
 {
     std::map<std::string, std::uint64_t> errors;
-    for (const auto& [error, count] : m_glAdapter->ErrorCounts()) {
+    for (const auto& [error, count] : m_glAdapter->ErrorCounts())
         errors[Core::LogFormat::GetGLEnumString(error)] += count;
-    }
-    for (const auto& [error, count] : m_eglAdapter->ErrorCounts()) {
+    for (const auto& [error, count] : m_eglAdapter->ErrorCounts())
         errors[Core::LogFormat::GetEGLEnumString(error)] += count;
-    }
     return errors;
 }
 
@@ -98,23 +94,18 @@ void Engine::AttachHandlers(Data::CaptureFile& capture, ReplayWindows* windows, 
 {
     const PlaybackEnvironment& settings = *PlaybackEnvironment::Instance();
     m_metaHandlers.push_back(std::make_unique<Playback::CommonMetaHandler>(windows));
-    if (windows) {
+    if (windows)
         m_metaHandlers.push_back(std::make_unique<WindowSizes>(*windows));
-    }
     m_metaHandlers.push_back(std::make_unique<Playback::KHRMetaHandler>(m_resourceTable.get()));
-    if (settings.m_dumpDefaultFbo) {
+    if (settings.m_dumpDefaultFbo)
         m_metaHandlers.push_back(std::make_unique<Playback::ImageMetaHandler>(screenshots));
-    }
     m_blockHandlers.push_back(std::make_unique<Playback::SkipApiBlockEventHandler>());
-    if (settings.m_forceFlush) {
+    if (settings.m_forceFlush)
         m_blockHandlers.push_back(std::make_unique<Playback::ForceFlushBlockEventHandler>());
-    }
-    for (const auto& handler : m_metaHandlers) {
+    for (const auto& handler : m_metaHandlers)
         capture.Add(handler.get());
-    }
-    for (const auto& handler : m_blockHandlers) {
+    for (const auto& handler : m_blockHandlers)
         capture.Add(handler.get());
-    }
 }
 
 } // namespace Host

@@ -43,9 +43,8 @@ Util::Outcome Output::Open(const Options& options, PixelSize captured)
     m_description =
         m_connection ? std::string("in a window (") + m_connection->ShellName() + ")" : "off screen: " + why;
     Util::Outcome failure = OpenDriver();
-    if (!failure && m_connection) {
+    if (!failure && m_connection)
         failure = OpenWindows(options, captured);
-    }
     return failure;
 }
 
@@ -53,12 +52,10 @@ Util::Outcome Output::OpenDriver()
 {
     // It stands in the driver's tables, which are filled anew.
     m_pacer.reset();
-    if (std::string error = Replay::OpenDriver(m_driverDirectory, Compositor()); !error.empty()) {
+    if (std::string error = Replay::OpenDriver(m_driverDirectory, Compositor()); !error.empty())
         return Util::Failure{Util::ExitStatus::NoDriver, std::move(error)};
-    }
-    if (m_windows) {
+    if (m_windows)
         m_pacer = std::make_unique<FramePacer>(*m_windows, m_swapInterval);
-    }
     return std::nullopt;
 }
 
@@ -97,9 +94,8 @@ std::unique_ptr<Playback::EGLProxySurfaceFactory> Output::CreateSurfaceFactory()
     const PlaybackEnvironment& settings = *PlaybackEnvironment::Instance();
     if (m_windows) {
         wl_compositor* const compositor = m_connection->Globals().compositor;
-        if (settings.m_singleSurface) {
+        if (settings.m_singleSurface)
             return std::make_unique<WindowSurfaceFactory<EGLSingleSurfaceFactory>>(compositor);
-        }
         return std::make_unique<WindowSurfaceFactory<EGLPassThruSurfaceFactory>>(compositor);
     }
     const bool isReadBack = settings.m_pbufferSurface && !settings.m_skipPbufferDisplay;
@@ -107,20 +103,17 @@ std::unique_ptr<Playback::EGLProxySurfaceFactory> Output::CreateSurfaceFactory()
         return std::make_unique<Replay::SingleOffscreenSurfaceFactory<EGLOffscreenSurfaceFactory>>(
             m_pbufferWindows.get());
     }
-    if (settings.m_singleSurface) {
+    if (settings.m_singleSurface)
         return std::make_unique<Replay::SingleOffscreenSurfaceFactory<EGLPbufferSurfaceFactory>>();
-    }
-    if (isReadBack) {
+    if (isReadBack)
         return std::make_unique<Replay::OffscreenSurfaceFactory<EGLOffscreenSurfaceFactory>>(m_pbufferWindows.get());
-    }
     return std::make_unique<Replay::OffscreenSurfaceFactory<EGLPbufferSurfaceFactory>>();
 }
 
 bool Output::HandleEvents(CommandQueue& commands)
 {
-    if (!m_connection) {
+    if (!m_connection)
         return true;
-    }
     const bool isConnected = m_connection->Dispatch();
     commands.insert(commands.end(), m_connection->Commands().begin(), m_connection->Commands().end());
     m_connection->Commands().clear();
@@ -139,9 +132,8 @@ bool Output::IsBlank() const
 
 void Output::ToggleFullscreen()
 {
-    if (m_windows) {
+    if (m_windows)
         m_windows->Active().ToggleFullscreen();
-    }
 }
 
 } // namespace Host

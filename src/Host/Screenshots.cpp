@@ -57,13 +57,11 @@ void Screenshots::TakeScreenshot(const std::string& name, unsigned int bufferMas
 {
     const bool isFrame = name == FrameName(m_frame);
     const unsigned int chosen = isFrame ? bufferMask : bufferMask & ChosenBuffers(m_settings.m_perDrawScreenshotFilter);
-    if (chosen == 0) {
+    if (chosen == 0)
         return;
-    }
     TakePictures(name, chosen);
-    if (isFrame && m_wantedFrame <= m_frame) {
+    if (isFrame && m_wantedFrame <= m_frame)
         m_wantedFrame = m_listed.FirstAfter(m_frame);
-    }
 }
 
 void Screenshots::TakePictures(const std::string& name, unsigned int buffers)
@@ -82,19 +80,16 @@ bool Screenshots::WriteScreenshot(const std::string& name, unsigned int width, u
     const auto* const bytes = static_cast<const std::uint8_t*>(data);
     const std::size_t size = std::size_t{width} * height * Util::BytesPerPixel(format, type);
     Picture picture = {m_frame, name, width, height, format, type, {}};
-    if (m_frame != m_wantedFrame || name != FrameName(m_frame)) {
+    if (m_frame != m_wantedFrame || name != FrameName(m_frame))
         return WriteFile(picture, data);
-    }
     picture.data.assign(bytes, bytes + size);
     bool isWritten = true;
-    if (m_frame == m_frameToWrite) {
+    if (m_frame == m_frameToWrite)
         isWritten = WriteAsked(picture);
-    } else if (m_settings.IsScreenshotFrame(m_frame) || m_listed.FirstAfter(m_frame - 1) == m_frame) {
+    else if (m_settings.IsScreenshotFrame(m_frame) || m_listed.FirstAfter(m_frame - 1) == m_frame)
         isWritten = WriteFile(picture, data);
-    }
-    if (m_frame == m_frameToKeep) {
+    if (m_frame == m_frameToKeep)
         m_kept = std::move(picture);
-    }
     return isWritten;
 }
 
@@ -109,18 +104,16 @@ bool Screenshots::WriteFile(const Picture& picture, const void* data)
         return false;
     }
     ++m_written;
-    if (picture.name == FrameName(picture.frame)) {
+    if (picture.name == FrameName(picture.frame))
         m_files.push_back({m_pass, picture.frame, picture.name + Extension()});
-    }
     return isWritten;
 }
 
 bool Screenshots::WriteAsked(const Picture& picture)
 {
     const bool isWritten = WriteFile(picture, picture.data.data());
-    if (isWritten) {
+    if (isWritten)
         Core::Console::Print(Core::LogNotice, false, "Wrote %s.", m_files.back().name.c_str());
-    }
     return isWritten;
 }
 

@@ -30,44 +30,38 @@ Session::~Session() = default;
 
 void Session::Say(const std::string& text) const
 {
-    if (!m_options.quiet) {
+    if (!m_options.quiet)
         Core::Console::Print(Core::LogNotice, false, "%s", text.c_str());
-    }
 }
 
 Util::ExitStatus Session::Run()
 {
     Util::Outcome failure = LoadSettings();
-    if (!failure) {
+    if (!failure)
         failure = OpenCapture();
-    }
     if (!failure && m_settings->m_extractTextures) {
-        failure =
-            ExtractTextures(m_options.captureFile, m_plan.LastFrame(), [this](const std::string& text) { Say(text); });
+        failure = ExtractTextures(
+            m_options.captureFile, m_plan.LastFrame(), [this](const std::string& text) { Say(text); });
     }
     m_report.isReplay = m_settings->m_playback && !m_settings->m_stats;
     if (!failure && m_settings->m_stats) {
         failure = StartStatistics();
     } else if (!failure && m_settings->m_playback) {
         failure = OpenOutput();
-        if (!failure && m_options.check) {
+        if (!failure && m_options.check)
             return CheckRequirements();
-        }
         if (!failure) {
-            for (const std::string& line : WithoutEffect(m_options, m_plan.FramesOfPass(m_capture->GetFrameCount()))) {
+            for (const std::string& line : WithoutEffect(m_options, m_plan.FramesOfPass(m_capture->GetFrameCount())))
                 Core::Console::Print(Core::LogWarning, false, "playback: %s", line.c_str());
-            }
             CheckRequirements();
             Say("Replaying " + m_output.Description() + ".");
             CreateEngine();
         }
     }
-    if (!failure) {
+    if (!failure)
         failure = Replay();
-    }
-    if (failure) {
+    if (failure)
         Core::Console::Print(Core::LogError, false, "playback: %s", failure->message.c_str());
-    }
     const bool hasBegun = m_report.passes != 0;
     const Util::ExitStatus status = hasBegun ? Summarise() : Util::ExitStatus::Done;
     Close();
@@ -88,13 +82,11 @@ Util::Outcome Session::LoadSettings()
     }
     m_settings->LoadSettings(m_options.args, m_options.captureFile);
     const std::string* folder = m_options.args.FindValue("-screenshotdir");
-    if (folder && !Util::Path::Exists(*folder)) {
+    if (folder && !Util::Path::Exists(*folder))
         return Util::Failure{Util::ExitStatus::NotWritten, "cannot create the folder of -screenshotdir, " + *folder};
-    }
     // Default framebuffers go by their own names.
-    if (m_settings->m_screenshotPath.empty() && !m_settings->m_dumpDefaultFbo) {
+    if (m_settings->m_screenshotPath.empty() && !m_settings->m_dumpDefaultFbo)
         m_settings->m_screenshotPath = m_settings->GetFilePrefix(m_options.captureFile, 0);
-    }
     return std::nullopt;
 }
 
@@ -106,9 +98,8 @@ Util::Outcome Session::OpenCapture()
     };
     std::string error;
     auto capture = Data::CaptureFile::Open(m_options.captureFile, preload, report, error);
-    if (!capture) {
+    if (!capture)
         return Util::Failure{Util::ExitStatus::Unreadable, error};
-    }
     m_capture = std::move(capture);
     const std::uint32_t frames = m_plan.FramesOfPass(m_capture->GetFrameCount());
     if (m_settings->m_loopFrame > static_cast<std::int64_t>(frames)) {
@@ -122,20 +113,16 @@ Util::Outcome Session::OpenCapture()
 Util::Outcome Session::StartStatistics()
 {
     if (const std::string* folder = m_options.args.FindValue("-statsdir")) {
-        if (!Util::Path::Exists(*folder) && !Util::Path::CreateFolder(*folder)) {
+        if (!Util::Path::Exists(*folder) && !Util::Path::CreateFolder(*folder))
             return Util::Failure{Util::ExitStatus::NotWritten, "cannot create the folder of -statsdir, " + *folder};
-        }
     }
-    if (std::string fault = Statistics::ReportFault(m_options.statisticsFile); !fault.empty()) {
+    if (std::string fault = Statistics::ReportFault(m_options.statisticsFile); !fault.empty())
         return Util::Failure{Util::ExitStatus::NotWritten, std::move(fault)};
-    }
-    for (const std::string& fault : Statistics::TextFaults()) {
+    for (const std::string& fault : Statistics::TextFaults())
         Core::Console::Print(Core::LogWarning, false, "playback: %s; the reports do without it.", fault.c_str());
-    }
     // Values that no statistics are kept of are the rule rather than the exception.
-    if (!m_options.args.FindValue("-loglevel")) {
+    if (!m_options.args.FindValue("-loglevel"))
         Core::Log::SetLevel(Core::LogError);
-    }
     m_statistics = std::make_unique<Statistics>(*m_capture, m_options.statisticsFile);
     return std::nullopt;
 }
@@ -150,29 +137,25 @@ Util::ExitStatus Session::CheckRequirements()
         }
         return Util::ExitStatus::NoDriver;
     }
-    if (!m_options.check && probe.IsRecordedWith(m_capture->Header())) {
+    if (!m_options.check && probe.IsRecordedWith(m_capture->Header()))
         return Util::ExitStatus::Done;
-    }
     const std::vector<std::string> missing =
         probe.FindMissing(ReadRequirements(m_options.captureFile, m_plan.LastFrame()));
     if (missing.empty()) {
-        if (m_options.check) {
+        if (m_options.check)
             Say("The driver has all that the capture needs.");
-        }
         return Util::ExitStatus::Done;
     }
     Core::Console::Print(Core::LogWarning, false, "The capture needs what this driver lacks:");
-    for (const std::string& line : missing) {
+    for (const std::string& line : missing)
         Core::Console::Print(Core::LogWarning, false, "  %s", line.c_str());
-    }
     return Util::ExitStatus::Differed;
 }
 
 void Session::CreateEngine()
 {
-    if (!m_terminal) {
+    if (!m_terminal)
         m_terminal = Terminal::Open();
-    }
     const bool hasScreenshots = m_settings->m_screenshotInterval != 0 || m_settings->m_screenshotEndFrame != 0 ||
                                 m_settings->m_perDrawScreenshotFrame != 0 || m_settings->m_dumpDefaultFbo ||
                                 m_options.screenshots.isList;
@@ -190,26 +173,23 @@ Util::Outcome Session::Replay()
 {
     m_statusLine.emplace(m_options.quiet);
     m_start = Replay::RunningClock::now();
-    if (m_options.timeLimit) {
+    if (m_options.timeLimit)
         m_watchdog.SetLimit(m_start + std::chrono::duration_cast<Replay::RunningClock::duration>(*m_options.timeLimit));
-    }
     m_controller = std::make_unique<Playback::Controller>(m_output.WindowManager(), m_capture.get());
     Util::Outcome failure;
     do {
-        if (m_report.passes != 0) {
+        if (m_report.passes != 0)
             failure = Rewind();
-        }
         if (!failure) {
             failure = ReplayPass();
             Util::Outcome nothing = EndPass();
             failure = failure ? failure : nothing;
         }
     } while (!failure && IsAnotherPassDue());
-    if (failure && failure->status == Util::ExitStatus::CutShort) {
+    if (failure && failure->status == Util::ExitStatus::CutShort)
         m_watchdog.ExpectEnd();
-    } else {
+    else
         m_watchdog.LiftLimit();
-    }
     m_statusLine.reset();
     return failure;
 }
@@ -224,14 +204,12 @@ Util::Outcome Session::Rewind()
             const Telling::InDriver inDriver(&m_telling);
             failure = m_output.OpenDriver();
         }
-        if (!failure) {
+        if (!failure)
             CreateEngine();
-        }
     }
     m_controller = std::make_unique<Playback::Controller>(m_output.WindowManager(), m_capture.get());
-    if (isPaused) {
+    if (isPaused)
         m_controller->Pause();
-    }
     return failure;
 }
 
@@ -240,15 +218,12 @@ Util::Outcome Session::ReplayPass()
     ++m_report.passes;
     m_capture->SetThreadFilter({m_settings->m_threads.begin(), m_settings->m_threads.end()},
                                static_cast<std::uint32_t>(std::max(m_settings->m_threadFilterStartFrame, 0)));
-    if (m_options.unfinished) {
+    if (m_options.unfinished)
         m_capture->PlayUnfinished();
-    }
-    if (m_options.timeCalls) {
+    if (m_options.timeCalls)
         m_capture->TimeCalls();
-    }
-    if (m_screenshots) {
+    if (m_screenshots)
         m_screenshots->StartPass(m_report.passes);
-    }
     m_verification.frames.SetPass(m_report.passes);
     m_pace.Restart();
     m_timer.Restart();
@@ -264,12 +239,10 @@ Util::Outcome Session::ReplayPass()
 Util::Outcome Session::ReplayFrame()
 {
     const std::uint32_t frame = CurrentFrame() + 1;
-    if (m_settings->m_pause && static_cast<std::int64_t>(frame) == m_settings->m_pauseFrame && m_report.passes == 1) {
+    if (m_settings->m_pause && static_cast<std::int64_t>(frame) == m_settings->m_pauseFrame && m_report.passes == 1)
         m_isPauseDue = true;
-    }
-    if (m_screenshots && (m_isPauseDue || m_controller->IsPaused())) {
+    if (m_screenshots && (m_isPauseDue || m_controller->IsPaused()))
         m_screenshots->KeepNextFrame();
-    }
     const bool isOnTheWay = IsOnTheWay();
     // The way to the loop was compared in the first pass.
     m_verification.frames.Switch(!isOnTheWay);
@@ -277,11 +250,10 @@ Util::Outcome Session::ReplayFrame()
     {
         const Telling::InDriver inDriver(&m_telling);
         m_timer.SetDoing(nullptr);
-        if (m_controller->IsPaused()) {
+        if (m_controller->IsPaused())
             m_controller->FrameForward();
-        } else {
+        else
             m_controller->Update();
-        }
         m_timer.SetDoing("at its end");
     }
     const std::uint64_t calls = m_capture->CallCount() - before;
@@ -304,21 +276,18 @@ Util::Outcome Session::ReplayFrame()
 
 Util::Outcome Session::AfterFrame()
 {
-    if (!m_engine) {
+    if (!m_engine)
         return std::nullopt;
-    }
-    if (m_report.driver.empty()) {
+    if (m_report.driver.empty())
         m_report.driver = Replay::DriverStrings();
-    }
     if (CurrentFrame() == 1 && m_controller->HasMoreFrames()) {
         if (std::string missing = Replay::MissingContext(); !missing.empty()) {
             const std::string reason = WhyNothingIsDrawn(m_options.captureFile, m_settings->m_threads);
             return Util::Failure{Util::ExitStatus::NoDriver, reason.empty() ? missing : reason};
         }
     }
-    if (CurrentFrame() == 1 && m_report.passes == 1 && m_output.IsBlank()) {
+    if (CurrentFrame() == 1 && m_report.passes == 1 && m_output.IsBlank())
         Say("The first frame is drawn off screen; the window appears with the first one that is not.");
-    }
     const Telling::InDriver inDriver(&m_telling);
     if (m_settings->m_swapFbo > 0) {
         m_engine->ShowFramebuffer(static_cast<std::uint32_t>(m_settings->m_swapFbo), m_settings->m_swapFboX,

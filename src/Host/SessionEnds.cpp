@@ -52,16 +52,13 @@ std::uint64_t Session::CountSkipped()
 Util::Outcome Session::EndPass()
 {
     m_report.refusedCalls += m_capture->SkippedCalls();
-    if (!m_engine) {
+    if (!m_engine)
         return std::nullopt;
-    }
-    for (const auto& [name, count] : m_engine->Errors()) {
+    for (const auto& [name, count] : m_engine->Errors())
         m_report.errors[name] += count;
-    }
     const std::uint64_t skipped = CountSkipped();
-    if (m_capture->CallCount() > skipped || !m_report.stopReason.empty()) {
+    if (m_capture->CallCount() > skipped || !m_report.stopReason.empty())
         return std::nullopt;
-    }
     const std::string reason = WhyNothingIsDrawn(m_options.captureFile, m_settings->m_threads);
     const char* const otherwise = skipped == 0 ? "The capture has no calls up to its end, or to where it is damaged."
                                                : "The driver has none of the functions that the capture calls.";
@@ -117,9 +114,8 @@ Util::ExitStatus Session::Summarise()
             std::to_string(m_capture->GetFrameCount()) + ": " + m_report.stopReason + ".");
     }
     NoteMissingDraws();
-    for (const std::string& line : SummaryLines(m_report, m_measurements)) {
+    for (const std::string& line : SummaryLines(m_report, m_measurements))
         Say(line);
-    }
     bool isWritten = m_report.missingPictures == 0;
     const auto failToWrite = [&](const std::string& error) {
         Core::Console::Print(Core::LogError, false, "playback: cannot write %s", error.c_str());
@@ -129,18 +125,15 @@ Util::ExitStatus Session::Summarise()
         const std::vector<std::string> errors = m_statistics->Finish();
         m_statistics.reset();
         std::ranges::for_each(errors, failToWrite);
-        if (errors.empty()) {
+        if (errors.empty())
             Say(Statistics::Report(m_options.statisticsFile));
-        }
     }
     if (!m_options.jsonFile.empty()) {
-        if (const std::string error = WriteJson(m_options.jsonFile, m_report, m_measurements); !error.empty()) {
+        if (const std::string error = WriteJson(m_options.jsonFile, m_report, m_measurements); !error.empty())
             failToWrite(error);
-        }
     }
-    if (!isWritten) {
+    if (!isWritten)
         return Util::ExitStatus::NotWritten;
-    }
     return m_report.isVerified.value_or(true) ? Util::ExitStatus::Done : Util::ExitStatus::Differed;
 }
 
@@ -173,9 +166,8 @@ void Session::EndNow(const std::string& why)
         Summarise();
     }
     Util::OutputFile::AbandonAll();
-    if (m_terminal) {
+    if (m_terminal)
         m_terminal->Restore();
-    }
     _exit(static_cast<int>(Util::ExitStatus::CutShort));
 }
 

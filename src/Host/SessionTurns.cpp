@@ -41,9 +41,8 @@ bool Session::WaitForTurn(Util::Outcome& failure)
     for (;;) {
         failure = HandleEvents();
         m_report.stopReason = failure ? "" : ReasonToStop();
-        if (failure || !m_report.stopReason.empty() || CurrentFrame() >= m_plan.LastFrame()) {
+        if (failure || !m_report.stopReason.empty() || CurrentFrame() >= m_plan.LastFrame())
             return false;
-        }
         if (m_controller->IsPaused()) {
             if (m_steps > 0) {
                 --m_steps;
@@ -57,12 +56,10 @@ bool Session::WaitForTurn(Util::Outcome& failure)
                                                                     std::to_string(CurrentFrame()) + "."};
             return false;
         }
-        if (!m_controller->IsPaused() && now >= due) {
+        if (!m_controller->IsPaused() && now >= due)
             return true;
-        }
-        if (!waiting) {
+        if (!waiting)
             waiting.emplace(&m_timer, FrameTimer::Beside::Waiting);
-        }
         UpdateStatus();
         std::this_thread::sleep_until(m_controller->IsPaused() ? now + LongestSleep
                                                                : std::min(due, now + LongestSleep));
@@ -75,12 +72,10 @@ Util::Outcome Session::HandleEvents()
         return Util::Failure{Util::ExitStatus::NoDriver, "The connection to the compositor broke after frame " +
                                                              std::to_string(CurrentFrame()) + "."};
     }
-    if (m_terminal) {
+    if (m_terminal)
         m_terminal->Read(m_commands);
-    }
-    for (; !m_commands.empty(); m_commands.pop_front()) {
+    for (; !m_commands.empty(); m_commands.pop_front())
         Obey(m_commands.front());
-    }
     return std::nullopt;
 }
 
@@ -88,26 +83,23 @@ void Session::Obey(Command command)
 {
     switch (command) {
     case Command::PauseOrGo:
-        if (m_controller->IsPaused()) {
+        if (m_controller->IsPaused())
             m_controller->Play();
-        } else {
+        else
             m_isPauseDue = true;
-        }
         break;
     case Command::Step:
         // Also when replay runs: then it pauses after the next frame.
-        if (m_controller->IsPaused()) {
+        if (m_controller->IsPaused())
             ++m_steps;
-        } else {
+        else
             m_isPauseDue = true;
-        }
         break;
     case Command::Screenshot:
-        if (m_screenshots && m_controller->IsPaused()) {
+        if (m_screenshots && m_controller->IsPaused())
             m_screenshots->WriteKept();
-        } else if (m_screenshots) {
+        else if (m_screenshots)
             m_screenshots->WriteNextFrame();
-        }
         break;
     case Command::FullScreen:
         m_output.ToggleFullscreen();
@@ -120,18 +112,14 @@ void Session::Obey(Command command)
 
 std::string Session::ReasonToStop() const
 {
-    if (m_stopSignal.Received() != 0) {
+    if (m_stopSignal.Received() != 0)
         return strsignal(m_stopSignal.Received());
-    }
-    if (m_isEndWanted) {
+    if (m_isEndWanted)
         return "q or Escape was pressed";
-    }
-    if (m_output.IsClosed()) {
+    if (m_output.IsClosed())
         return "a window was closed";
-    }
-    if (m_settings->m_stopFrameSet && CurrentFrame() >= m_plan.LastFrame() && !IsAnotherPassDue()) {
+    if (m_settings->m_stopFrameSet && CurrentFrame() >= m_plan.LastFrame() && !IsAnotherPassDue())
         return "-stopframe";
-    }
     return "";
 }
 

@@ -29,9 +29,8 @@ std::uint32_t TakeKey(std::string_view& input)
     }
     // A cursor or function key: parameters, then a final character from '@' on.
     std::size_t end = 2;
-    while (end < input.size() && input[end] < '@') {
+    while (end < input.size() && input[end] < '@')
         ++end;
-    }
     const bool isRight = end == 2 && end < input.size() && input[end] == 'C';
     input.remove_prefix(end < input.size() ? end + 1 : end);
     return isRight ? XKB_KEY_Right : 0;
@@ -42,16 +41,14 @@ std::uint32_t TakeKey(std::string_view& input)
 std::unique_ptr<Terminal> Terminal::Open()
 {
     termios before = {};
-    if (!IsOurs() || tcgetattr(STDIN_FILENO, &before) != 0) {
+    if (!IsOurs() || tcgetattr(STDIN_FILENO, &before) != 0)
         return nullptr;
-    }
     termios keys = before;
     keys.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
     keys.c_cc[VMIN] = 1;
     keys.c_cc[VTIME] = 0;
-    if (tcsetattr(STDIN_FILENO, TCSANOW, &keys) != 0) {
+    if (tcsetattr(STDIN_FILENO, TCSANOW, &keys) != 0)
         return nullptr;
-    }
     return std::unique_ptr<Terminal>(new Terminal(before, keys));
 }
 
@@ -62,9 +59,8 @@ Terminal::Terminal(const termios& before, const termios& keys)
 
 void Terminal::Restore()
 {
-    if (IsOurs()) {
+    if (IsOurs())
         tcsetattr(STDIN_FILENO, TCSANOW, &m_before);
-    }
 }
 
 void Terminal::Read(CommandQueue& commands)
@@ -77,14 +73,11 @@ void Terminal::Read(CommandQueue& commands)
     while (IsOurs() && poll(&keyboard, 1, 0) > 0) {
         char buffer[64];
         const ssize_t count = read(STDIN_FILENO, buffer, sizeof buffer);
-        if (count <= 0) {
+        if (count <= 0)
             return;
-        }
-        for (std::string_view input(buffer, static_cast<std::size_t>(count)); !input.empty();) {
-            if (const auto command = CommandOfKey(TakeKey(input))) {
+        for (std::string_view input(buffer, static_cast<std::size_t>(count)); !input.empty();)
+            if (const auto command = CommandOfKey(TakeKey(input)))
                 commands.push_back(*command);
-            }
-        }
     }
 }
 

@@ -8,11 +8,10 @@ int main(int argc, char** argv)
 {
     const auto parsed = Host::ParseOptions(argc, argv);
     if (const auto* answer = std::get_if<Host::Answer>(&parsed)) {
-        if (answer->status == Util::ExitStatus::Done) {
+        if (answer->status == Util::ExitStatus::Done)
             Util::Print(answer->text);
-        } else {
+        else
             std::fputs(answer->text.c_str(), stderr);
-        }
         return Util::EndProgram("playback", answer->status);
     }
     Host::Session session(std::get<Host::Options>(parsed));

@@ -28,9 +28,8 @@ using ContextVersion = int;
 {
     for (const std::string_view prefix : {"OpenGL ES ", "OpenGL ES-CM ", "OpenGL ES-CL "}) {
         const ContextVersion version = text.starts_with(prefix) ? LeadingVersion(text.substr(prefix.size())) : 0;
-        if (version != 0) {
+        if (version != 0)
             return version;
-        }
     }
     return unknown;
 }
@@ -41,9 +40,8 @@ using ContextVersion = int;
     std::string_view rest = list ? list : "";
     while (!rest.empty()) {
         const std::size_t end = rest.find(' ');
-        if (rest.substr(0, end) == word) {
+        if (rest.substr(0, end) == word)
             return true;
-        }
         rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
     }
     return false;
@@ -53,9 +51,8 @@ using ContextVersion = int;
 template <class GL> [[nodiscard]] int GetInteger(const GL& gl, unsigned int name, int unknown = 0)
 {
     int value = unknown;
-    if (gl.glGetIntegerv) {
+    if (gl.glGetIntegerv)
         gl.glGetIntegerv(name, &value);
-    }
     return value;
 }
 
@@ -96,9 +93,8 @@ public:
     }
     ~ScopedState()
     {
-        if (m_set) {
+        if (m_set)
             m_set(m_before);
-        }
     }
     ScopedState(ScopedState&& other) noexcept : m_before(other.m_before), m_set(std::exchange(other.m_set, nullptr)) {}
     ScopedState& operator=(ScopedState&& other) noexcept
@@ -134,9 +130,8 @@ using BindFunction = void (*)(unsigned int target, unsigned int object);
 inline ScopedState::Set Binder(BindFunction bind, unsigned int target)
 {
     return [bind, target](int object) {
-        if (bind) {
+        if (bind)
             bind(target, static_cast<unsigned int>(object));
-        }
     };
 }
 
@@ -176,10 +171,10 @@ template <class GL> [[nodiscard]] ScopedState DisableScoped(const GL& gl, unsign
 /// A parameter of glPixelStorei.
 template <class GL> [[nodiscard]] ScopedState PixelStoreScoped(const GL& gl, unsigned int name, int value)
 {
-    return {GetInteger(gl, name, value), value, [set = gl.glPixelStorei, name](int stored) {
-                if (set) {
+    return {GetInteger(gl, name, value), value,
+            [set = gl.glPixelStorei, name](int stored) {
+                if (set)
                     set(name, stored);
-                }
             }};
 }
 
@@ -201,12 +196,10 @@ public:
             m_skipPixels = PixelStoreScoped(gl, isRead ? 0x0D04 : 0x0CF4, 0);
             m_skipRows = PixelStoreScoped(gl, isRead ? 0x0D03 : 0x0CF3, 0);
         }
-        if (isRead && HasExtension(gl, "GL_ANGLE_pack_reverse_row_order")) {
+        if (isRead && HasExtension(gl, "GL_ANGLE_pack_reverse_row_order"))
             m_order = PixelStoreScoped(gl, 0x93A4, 0); // GL_PACK_REVERSE_ROW_ORDER_ANGLE
-        }
-        if (isES3 || HasExtension(gl, "GL_NV_pixel_buffer_object")) {
+        if (isES3 || HasExtension(gl, "GL_NV_pixel_buffer_object"))
             m_buffer = BindScoped(gl, gl.glBindBuffer, isRead ? PixelPackBuffer : PixelUnpackBuffer, 0);
-        }
     }
 
 private:

@@ -13,21 +13,18 @@ Controller::Controller(WindowManager* windowManager, Data::CaptureFileReader* re
 
 bool Controller::FrameForward()
 {
-    if (!m_hasMoreFrames) {
+    if (!m_hasMoreFrames)
         return false;
-    }
     m_hasMoreFrames = m_reader->GetFrameProcessor()->ProcessNextFrame();
-    if (Window* window = m_windowManager ? m_windowManager->GetActiveWindow() : nullptr) {
+    if (Window* window = m_windowManager ? m_windowManager->GetActiveWindow() : nullptr)
         window->SetFrameCount(m_reader->GetCurrentFrame(), m_reader->GetFrameCount());
-    }
     return m_hasMoreFrames;
 }
 
 bool Controller::Update()
 {
-    if (!m_paused) {
+    if (!m_paused)
         m_hasMoreFrames = FrameForward();
-    }
     return m_hasMoreFrames;
 }
 

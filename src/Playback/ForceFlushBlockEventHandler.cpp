@@ -14,33 +14,29 @@ bool HasCurrentContext()
 void Flush()
 {
     const auto flush = Core::KHRLayer::GLESProc().glFlush;
-    if (flush && HasCurrentContext()) {
+    if (flush && HasCurrentContext())
         flush();
-    }
 }
 
 void Swap()
 {
     const Core::EGLProcTable& egl = Core::KHRLayer::EGLProc();
-    if (!egl.eglGetCurrentDisplay || !egl.eglGetCurrentSurface || !egl.eglSwapBuffers || !HasCurrentContext()) {
+    if (!egl.eglGetCurrentDisplay || !egl.eglGetCurrentSurface || !egl.eglSwapBuffers || !HasCurrentContext())
         return;
-    }
     const EGLDisplay display = egl.eglGetCurrentDisplay();
     const EGLSurface surface = egl.eglGetCurrentSurface(EGL_DRAW);
-    if (display != EGL_NO_DISPLAY && surface != EGL_NO_SURFACE) {
+    if (display != EGL_NO_DISPLAY && surface != EGL_NO_SURFACE)
         egl.eglSwapBuffers(display, surface);
-    }
 }
 
 } // namespace
 
 void ForceFlushBlockEventHandler::BlockEnd(Data::BlockType type)
 {
-    if (type == Data::BlockType::Frame && m_flushAtFrameEnd) {
+    if (type == Data::BlockType::Frame && m_flushAtFrameEnd)
         Flush();
-    } else if (type == Data::BlockType::State && m_swapAtStateEnd) {
+    else if (type == Data::BlockType::State && m_swapAtStateEnd)
         Swap();
-    }
 }
 
 } // namespace Playback

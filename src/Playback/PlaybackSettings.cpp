@@ -68,15 +68,14 @@ void SelectScreenshots(Settings& settings, const std::string& value)
 void SelectScreenshotFormat(Settings& settings, const std::string& value)
 {
     const std::string format = Util::String::ToLower(value);
-    if (format == "dds") {
+    if (format == "dds")
         settings.m_screenshotFormat = static_cast<int>(Util::ImageFormat::Dds);
-    } else if (format == "bmp") {
+    else if (format == "bmp")
         settings.m_screenshotFormat = static_cast<int>(Util::ImageFormat::Bmp);
-    } else if (format == "png") {
+    else if (format == "png")
         settings.m_screenshotFormat = static_cast<int>(Util::ImageFormat::Png);
-    } else {
+    else
         Core::Console::Print(Core::LogWarning, false, "Unrecognized -screenshotformat option: %s.", format.c_str());
-    }
 }
 
 void SelectSwapFbo(Settings& settings, const std::string& value)
@@ -103,10 +102,9 @@ constexpr const char* Screenshots = "Screenshots";
 constexpr PlaybackEnvironment::Option OptionTable[] = {
     {"-fullscreen", nullptr, Window, "show the window full screen",
      [](Settings& s, const Given& given) {
-         if (given.args.HasSwitch("-windowed")) {
+         if (given.args.HasSwitch("-windowed"))
              Core::Console::Print(Core::LogWarning, false,
                                   "Both -fullscreen and -windowed options were specified; -windowed will be ignored.");
-         }
          s.m_windowModeSet = true;
          s.m_fullscreen = true;
      }},
@@ -171,9 +169,8 @@ constexpr PlaybackEnvironment::Option OptionTable[] = {
      [](Settings& s, const Given&) { s.m_extractTextures = true; }},
     {"-thread", "LIST", Frames, "replay only these captured threads, separated by commas (default: all)",
      [](Settings& s, const Given& given) {
-         for (const std::string& thread : Util::String::Tokenize(given.value, ",")) {
+         for (const std::string& thread : Util::String::Tokenize(given.value, ","))
              s.m_threads.push_back(Util::String::ToInt(thread));
-         }
      }},
     {"-threadFilterStartFrame", "N", Frames, "frame from which -thread applies (default: 1)",
      [](Settings& s, const Given& given) { s.m_threadFilterStartFrame = given.Number(); }},
@@ -220,9 +217,8 @@ constexpr PlaybackEnvironment::Option OptionTable[] = {
     {"-screenshotdir", "DIR", Screenshots,
      "folder for screenshots and textures, created if missing (default: the current one)",
      [](Settings& s, const Given& given) {
-         if (!Util::Path::Exists(given.value)) {
+         if (!Util::Path::Exists(given.value))
              Util::Path::CreateFolder(given.value);
-         }
          s.m_screenshotPath = given.value + "/" + given.filePrefix;
      }},
     {"-screenshotformat", "FORMAT", Screenshots, "bmp, png or dds (default: bmp)",
@@ -265,9 +261,8 @@ void PlaybackEnvironment::InitDefaultSettings()
 bool PlaybackEnvironment::IsScreenshotFrame(std::uint32_t frame) const
 {
     const auto number = static_cast<std::int32_t>(frame);
-    if (m_screenshotInterval != 0 && number % m_screenshotInterval == 0) {
+    if (m_screenshotInterval != 0 && number % m_screenshotInterval == 0)
         return true;
-    }
     return number >= m_screenshotStartFrame && number <= m_screenshotEndFrame;
 }
 
@@ -277,9 +272,8 @@ void PlaybackEnvironment::LoadSettings(Util::ParseArgs::CmdLineArgs args, const 
     const std::string filePrefix = GetFilePrefix(captureFile, 0);
     for (const Option& option : OptionTable) {
         if (option.value) {
-            if (const std::string* value = args.FindValue(option.name)) {
+            if (const std::string* value = args.FindValue(option.name))
                 option.apply(*this, {args, *value, filePrefix});
-            }
         } else if (args.HasSwitch(option.name)) {
             option.apply(*this, {args, noValue, filePrefix});
         }
@@ -288,27 +282,22 @@ void PlaybackEnvironment::LoadSettings(Util::ParseArgs::CmdLineArgs args, const 
 
 int PlaybackEnvironment::GetResourceType(const std::string& name)
 {
-    if (name == "rtv") {
+    if (name == "rtv")
         return RenderTargets;
-    }
-    if (name == "dsv") {
+    if (name == "dsv")
         return DepthStencils;
-    }
-    if (name == "uav") {
+    if (name == "uav")
         return UnorderedAccess;
-    }
-    if (name != "all") {
+    if (name != "all")
         Core::Console::Print(Core::LogWarning, false, "Unrecognized option: %s. Defaulting to all", name.c_str());
-    }
     return AllResources;
 }
 
 std::string PlaybackEnvironment::GetFilePrefix(const std::string& path, unsigned int maxLength)
 {
     std::string prefix = Util::Path::GetFilePart(path);
-    if (maxLength != 0 && prefix.size() > maxLength) {
+    if (maxLength != 0 && prefix.size() > maxLength)
         prefix.resize(maxLength - 1);
-    }
     return prefix + "_";
 }
 
@@ -318,9 +307,8 @@ void PlaybackEnvironment::AddSkipApiIds(const std::string& list, std::unordered_
     std::size_t begin = 0;
     while (begin <= list.size()) {
         const std::size_t end = std::min(list.find(',', begin), list.size());
-        if (const unsigned int id = Core::KHRLayer::GetEglGlFuncId(list.substr(begin, end - begin))) {
+        if (const unsigned int id = Core::KHRLayer::GetEglGlFuncId(list.substr(begin, end - begin)))
             ids.insert(id);
-        }
         begin = end + 1;
     }
 }

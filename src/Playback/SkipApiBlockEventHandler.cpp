@@ -29,14 +29,12 @@ void SkipExactly(const std::unordered_set<unsigned int>& ids)
 void SkipApiBlockEventHandler::BlockStart(Data::BlockType type)
 {
     const PlaybackEnvironment& settings = *PlaybackEnvironment::Instance();
-    if (type == Data::BlockType::State) {
+    if (type == Data::BlockType::State)
         SkipExactly(settings.m_skipStateApiIds);
-    } else if (m_frameBlockCount == 0) {
+    else if (m_frameBlockCount == 0)
         SkipExactly(settings.m_skipFrameApiIds);
-    }
-    if (type == Data::BlockType::Frame) {
+    if (type == Data::BlockType::Frame)
         ++m_frameBlockCount;
-    }
 }
 
 } // namespace Playback

@@ -18,9 +18,8 @@ public:
         } else if (attribs != nullptr) {
             const auto count = static_cast<std::size_t>(AttribBytes(attribs) / sizeof(From));
             m_converted.reserve(count);
-            for (std::size_t i = 0; i < count; ++i) {
+            for (std::size_t i = 0; i < count; ++i)
                 m_converted.push_back(static_cast<Value>(attribs[i]));
-            }
             m_list = m_converted.data();
         }
     }

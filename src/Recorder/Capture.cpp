@@ -54,9 +54,8 @@ void Run()
 
 void Stop()
 {
-    if (running != nullptr) {
+    if (running != nullptr)
         *running = false;
-    }
 }
 
 std::string Environment(const char* name)
@@ -74,12 +73,10 @@ std::string CommandLine()
         command.assign(buffer, std::fread(buffer, 1, sizeof buffer, file));
         std::fclose(file);
     }
-    while (!command.empty() && command.back() == '\0') {
+    while (!command.empty() && command.back() == '\0')
         command.pop_back();
-    }
-    for (char& c : command) {
+    for (char& c : command)
         c = c == '\0' ? ' ' : c;
-    }
     return command;
 }
 
@@ -155,9 +152,8 @@ bool Begin()
 
 void NumberThread() noexcept
 {
-    if (thread.number == 0) {
+    if (thread.number == 0)
         thread.number = ++threadCount;
-    }
     if (thread.stream == nullptr && capture.isRunning->load()) {
         thread.stream = TakeStream(*capture.channel);
         if (thread.stream != nullptr) {
@@ -171,9 +167,8 @@ void NumberThread() noexcept
 
 EGLCall::EGLCall() noexcept : m_recorded(Outermost() && CaptureRunning())
 {
-    if (m_recorded) {
+    if (m_recorded)
         NumberThread();
-    }
 }
 
 bool CaptureRunning() noexcept
@@ -204,16 +199,14 @@ bool HashesWanted() noexcept
 
 void UpdateHeader(const Capturing& capturing) noexcept
 {
-    if (capturing) {
+    if (capturing)
         PublishHeader(*capture.channel, capture.header);
-    }
 }
 
 bool EndFrame(const Capturing& capturing) noexcept
 {
-    if (!capturing) {
+    if (!capturing)
         return false;
-    }
     capturing->PutFrameEnd(Data::MonotonicUs() - capture.channel->startUs);
     ++capture.frames;
     if (capture.channel->hasFailed == failed) {
@@ -226,9 +219,8 @@ bool EndFrame(const Capturing& capturing) noexcept
 
 void FinishCapture() noexcept
 {
-    if (!fileIsOurs) {
+    if (!fileIsOurs)
         return;
-    }
     const int savedErrno = errno;
     const std::lock_guard finishingLock(finishing);
     capture.lock.lock();
@@ -238,9 +230,8 @@ void FinishCapture() noexcept
 
     if (channel != nullptr && phase.exchange(Phase::Ended) != Phase::Ended) {
         CloseChannel(*channel);
-        if (channel->hasFailed == failed) {
+        if (channel->hasFailed == failed)
             TellUnwritten(channel->error);
-        }
     }
     errno = savedErrno;
 }

@@ -44,15 +44,13 @@ public:
     {
         capture.lock.lock();
         m_stream = OwnStream();
-        if (m_stream != nullptr) {
+        if (m_stream != nullptr)
             m_stream->BeginOrder();
-        }
     }
     ~Capturing()
     {
-        if (m_stream != nullptr) {
+        if (m_stream != nullptr)
             m_stream->EndOrder();
-        }
         capture.lock.unlock();
     }
     Capturing(const Capturing&) = delete;

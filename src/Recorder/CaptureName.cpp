@@ -12,9 +12,8 @@ namespace {
 bool CreateNew(const std::string& path)
 {
     const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (file >= 0) {
+    if (file >= 0)
         close(file);
-    }
     return file >= 0;
 }
 
@@ -24,9 +23,8 @@ std::string CreateCaptureFile(const std::string& folder, const std::string& prog
 {
     const std::string stem = (folder.empty() ? "" : folder + "/") + program + "." + std::to_string(process);
     std::string path = stem + captureEnding;
-    for (int number = 2; !CreateNew(path) && errno == EEXIST; ++number) {
+    for (int number = 2; !CreateNew(path) && errno == EEXIST; ++number)
         path = stem + "-" + std::to_string(number) + captureEnding;
-    }
     return path;
 }
 

@@ -89,9 +89,8 @@ std::vector<EGLint> QueryAll(Query query, EGLDisplay display, void* object, cons
     std::vector<EGLint> list;
     for (const EGLint attribute : attributes) {
         EGLint value = 0;
-        if (query(display, object, attribute, &value) == EGL_TRUE) {
+        if (query(display, object, attribute, &value) == EGL_TRUE)
             list.insert(list.end(), {attribute, value});
-        }
     }
     list.push_back(EGL_NONE);
     return list;
@@ -145,18 +144,16 @@ void DescribeConfig(EGLDisplay display, EGLConfig config) noexcept
 {
     const std::uint32_t number = Identify(Identifier::Config, config);
     if (config == EGL_NO_CONFIG_KHR ||
-        Locked([&](Objects& objects) { return objects.describedConfigs.contains(number); })) {
+        Locked([&](Objects& objects) { return objects.describedConfigs.contains(number); }))
         return;
-    }
     Guarded([&] {
         const auto attribs = QueryAll(Live<Query>(Entry::eglGetConfigAttrib), display, config, configAttributes);
         Locked([&](Objects& objects) {
             const bool isNew = objects.describedConfigs.insert(number).second;
             const Capturing capturing;
-            if (isNew && capturing) {
+            if (isNew && capturing)
                 capturing->ConfigAttribs(Identify(Identifier::Display, display), number, attribs.data(),
                                          static_cast<std::uint32_t>(attribs.size()));
-            }
             return isNew;
         });
     });
@@ -167,16 +164,13 @@ void DescribeNewSurface(EGLDisplay display, EGLSurface surface, bool isWindow) n
     Guarded([&] {
         const auto attribs = QueryAll(SurfaceQuery(), display, surface, surfaceAttributes);
         const SurfaceSize size = QuerySize(display, surface);
-        if (isWindow) {
+        if (isWindow)
             Locked([&](Objects& objects) { return objects.windows.insert_or_assign(surface, size).second; });
-        }
         const Capturing capturing;
-        if (!capturing) {
+        if (!capturing)
             return;
-        }
-        if (isWindow) {
+        if (isWindow)
             WriteSize(capturing, display, surface, size);
-        }
         capturing->SurfaceAttribs(Identify(Identifier::Display, display), Identify(Identifier::Surface, surface),
                                   attribs.data(), static_cast<std::uint32_t>(attribs.size()));
     });
@@ -184,19 +178,16 @@ void DescribeNewSurface(EGLDisplay display, EGLSurface surface, bool isWindow) n
 
 void CheckWindowSize(EGLDisplay display, EGLSurface surface) noexcept
 {
-    if (!Locked([&](Objects& objects) { return objects.windows.contains(surface); })) {
+    if (!Locked([&](Objects& objects) { return objects.windows.contains(surface); }))
         return;
-    }
     const SurfaceSize size = QuerySize(display, surface);
     Locked([&](Objects& objects) {
         const auto window = objects.windows.find(surface);
-        if (window == objects.windows.end() || std::exchange(window->second, size) == size) {
+        if (window == objects.windows.end() || std::exchange(window->second, size) == size)
             return false;
-        }
         const Capturing capturing;
-        if (!capturing) {
+        if (!capturing)
             return false;
-        }
         WriteSize(capturing, display, surface, size);
         if (surface == current.draw) {
             // A replay takes up a new size when the surface is made current.

@@ -42,9 +42,8 @@ template <class Action> std::uint32_t Locked(Identifier kind, Action action) noe
 
 std::uint32_t Identify(Identifier kind, const void* object) noexcept
 {
-    if (object == nullptr) {
+    if (object == nullptr)
         return 0;
-    }
     return Locked(kind, [object](Numbers& numbers) {
         const auto [place, isNew] = numbers.known.try_emplace(object, numbers.last + 1);
         numbers.last += isNew ? 1 : 0;
@@ -54,9 +53,8 @@ std::uint32_t Identify(Identifier kind, const void* object) noexcept
 
 std::uint32_t IdentifyNew(Identifier kind, const void* object) noexcept
 {
-    if (object == nullptr) {
+    if (object == nullptr)
         return 0;
-    }
     return Locked(kind, [object](Numbers& numbers) {
         numbers.known.insert_or_assign(object, numbers.last + 1);
         return ++numbers.last;

@@ -16,9 +16,8 @@ void NameSet::Add(std::span<const std::uint32_t> names)
             m_large.insert(name);
             continue;
         }
-        if (name >= m_small.size()) {
+        if (name >= m_small.size())
             m_small.resize(name + 1);
-        }
         m_small[name] = true;
     }
 }
@@ -26,9 +25,8 @@ void NameSet::Add(std::span<const std::uint32_t> names)
 void NameSet::Remove(std::span<const std::uint32_t> names)
 {
     for (const std::uint32_t name : names) {
-        if (name < m_small.size()) {
+        if (name < m_small.size())
             m_small[name] = false;
-        }
         m_large.erase(name);
     }
 }

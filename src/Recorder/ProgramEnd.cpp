@@ -54,9 +54,8 @@ bool HandlerIs(int signal, void (*handler)(int))
 
 void AskProgramToEnd()
 {
-    if (HandlerIs(SIGTERM, &OnSignal)) {
+    if (HandlerIs(SIGTERM, &OnSignal))
         SetDefaultAction(SIGTERM);
-    }
     kill(getpid(), SIGTERM);
     sleep(graceSeconds);
     _exit(0);
@@ -74,9 +73,8 @@ void* WatchThread(void*)
     while (sem_wait(&wakeUp) != 0) {
         // Interrupted by a debugger.
     }
-    if (reason == lastFrameDone) {
+    if (reason == lastFrameDone)
         AskProgramToEnd();
-    }
     FinishAndRaise(reason);
     return nullptr;
 }
@@ -89,9 +87,8 @@ bool StartThread()
     pthread_sigmask(SIG_SETMASK, &all, &before);
     pthread_t watcher;
     const bool started = pthread_create(&watcher, nullptr, &WatchThread, nullptr) == 0;
-    if (started) {
+    if (started)
         pthread_detach(watcher);
-    }
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return started;
 }
@@ -100,9 +97,8 @@ bool StartThread()
 
 void WatchProgramEnd() noexcept
 {
-    if (sem_init(&wakeUp, 0, 0) != 0 || !StartThread()) {
+    if (sem_init(&wakeUp, 0, 0) != 0 || !StartThread())
         return;
-    }
     for (const int signal : watchedSignals) {
         if (HandlerIs(signal, SIG_DFL)) {
             struct sigaction action = {};
@@ -120,11 +116,9 @@ void EndProgram() noexcept
 
 void LeaveProgramEndToParent() noexcept
 {
-    for (const int signal : watchedSignals) {
-        if (HandlerIs(signal, &OnSignal)) {
+    for (const int signal : watchedSignals)
+        if (HandlerIs(signal, &OnSignal))
             SetDefaultAction(signal);
-        }
-    }
 }
 
 } // namespace Recorder

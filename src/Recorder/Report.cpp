@@ -36,17 +36,15 @@ int ReportLibrary(dl_phdr_info* info, std::size_t, void*)
 {
     std::string_view name = info->dlpi_name;
     name.remove_prefix(name.rfind('/') + 1);
-    if (std::ranges::any_of(drawingLibraries, [name](std::string_view start) { return name.starts_with(start); })) {
+    if (std::ranges::any_of(drawingLibraries, [name](std::string_view start) { return name.starts_with(start); }))
         Report(Finding::library, name);
-    }
     return 0;
 }
 
 void ReportOnce(std::atomic<bool>& isTold, const char* what) noexcept
 {
-    if (!isTold.exchange(true)) {
+    if (!isTold.exchange(true))
         Report(what, "");
-    }
 }
 
 /// Ahead of the program's own code: what it is linked to is loaded by now.
@@ -86,11 +84,10 @@ void ReportLookup(const char* name) noexcept
     static std::atomic<bool> glxIsTold = false;
     static std::atomic<bool> vulkanIsTold = false;
     const std::string_view view = name;
-    if (view.starts_with("glXCreate")) {
+    if (view.starts_with("glXCreate"))
         ReportOnce(glxIsTold, Finding::glx);
-    } else if (view == "vkCreateInstance" || view == "vkGetInstanceProcAddr") {
+    else if (view == "vkCreateInstance" || view == "vkGetInstanceProcAddr")
         ReportOnce(vulkanIsTold, Finding::vulkan);
-    }
 }
 
 } // namespace Recorder

@@ -11,9 +11,8 @@ class SpinLock {
 public:
     void lock()
     {
-        if (m_held.exchange(true, std::memory_order_acquire)) [[unlikely]] {
+        if (m_held.exchange(true, std::memory_order_acquire)) [[unlikely]]
             Wait();
-        }
     }
     void unlock() { m_held.store(false, std::memory_order_release); }
 

@@ -39,9 +39,8 @@ public:
     ~DriverGuard()
     {
         --thread.depth;
-        if (m_outermost) {
+        if (m_outermost)
             thread.recording = thread.context;
-        }
     }
     DriverGuard(const DriverGuard&) = delete;
     DriverGuard& operator=(const DriverGuard&) = delete;

@@ -46,12 +46,10 @@ EGLint GetValue(EGLDisplay display, EGLConfig config, EGLint attribute)
 
 bool HasExactSizes(EGLDisplay display, EGLConfig config, const Request& request)
 {
-    for (std::size_t i = 0; i + 1 < request.size(); i += 2) {
+    for (std::size_t i = 0; i + 1 < request.size(); i += 2)
         if (IsSize(request[i]) && request[i + 1] != EGL_DONT_CARE &&
-            GetValue(display, config, request[i]) != request[i + 1]) {
+            GetValue(display, config, request[i]) != request[i + 1])
             return false;
-        }
-    }
     return true;
 }
 
@@ -63,9 +61,8 @@ std::vector<EGLConfig> FindConfigs(EGLDisplay display, const Request& request)
     for (;;) {
         const auto room = static_cast<EGLint>(configs.size());
         EGLint count = 0;
-        if (!driverChooseConfig(display, request.data(), configs.data(), room, &count)) {
+        if (!driverChooseConfig(display, request.data(), configs.data(), room, &count))
             return {};
-        }
         if (count < room) {
             configs.resize(static_cast<std::size_t>(std::max(count, 0)));
             return configs;
@@ -78,11 +75,9 @@ std::vector<EGLConfig> FindConfigs(EGLDisplay display, const Request& request)
 Request Part(const Request& request, bool isOfSizes)
 {
     Request part;
-    for (std::size_t i = 0; i + 1 < request.size(); i += 2) {
-        if (IsSize(request[i]) == isOfSizes) {
+    for (std::size_t i = 0; i + 1 < request.size(); i += 2)
+        if (IsSize(request[i]) == isOfSizes)
             part.insert(part.end(), {request[i], request[i + 1]});
-        }
-    }
     part.push_back(EGL_NONE);
     return part;
 }
@@ -102,22 +97,19 @@ Request Relax(EGLDisplay display, const Request& asked)
 {
     Request relaxed = Part(asked, false);
     if (FindConfigs(display, relaxed).empty() ||
-        !FindConfigs(display, AdaptConfigRequest(Part(asked, true).data(), surfaceKind)).empty()) {
+        !FindConfigs(display, AdaptConfigRequest(Part(asked, true).data(), surfaceKind)).empty())
         return asked;
-    }
     for (const EGLint attribute : SizeAttribs) {
         for (std::size_t i = 0; i + 1 < asked.size(); i += 2) {
-            if (asked[i] != attribute) {
+            if (asked[i] != attribute)
                 continue;
-            }
             const std::vector<EGLConfig> before = FindConfigs(display, relaxed);
             relaxed.insert(relaxed.begin(), {attribute, asked[i + 1]});
             if (FindConfigs(display, relaxed).empty()) {
                 EGLint& taken = relaxed[1];
                 taken = 0;
-                for (EGLConfig config : before) {
+                for (EGLConfig config : before)
                     taken = std::max(taken, GetValue(display, config, attribute));
-                }
                 TellStep(attribute, asked[i + 1], taken);
             }
         }
@@ -130,23 +122,20 @@ EGLBoolean EGLAPIENTRY ChooseConfig(EGLDisplay display, const EGLint* attribs, E
 {
     Request request = AdaptConfigRequest(attribs, surfaceKind);
     const auto known = relaxedRequests.find({display, request});
-    if (known != relaxedRequests.end()) {
+    if (known != relaxedRequests.end())
         request = known->second;
-    }
     // All of them, since the exact ones may be the last.
     std::vector<EGLConfig> all = FindConfigs(display, request);
     if (all.empty() && known == relaxedRequests.end() && Playback::PlaybackEnvironment::Instance()->m_config.empty()) {
         Request relaxed = Relax(display, request);
         all = FindConfigs(display, relaxed);
         // Nothing is told of requests that only look; those that follow may do more.
-        if (!isQuiet) {
+        if (!isQuiet)
             relaxedRequests.emplace(std::pair(display, request), relaxed);
-        }
         request = std::move(relaxed);
     }
-    if (all.empty() || !count) {
+    if (all.empty() || !count)
         return driverChooseConfig(display, request.data(), configs, size, count);
-    }
     std::size_t taken = all.size();
     if (configs) {
         std::stable_partition(all.begin(), all.end(),
@@ -169,15 +158,13 @@ std::vector<EGLint> AdaptConfigRequest(const EGLint* attribs, SurfaceKind surfac
         if (attribs[0] == EGL_SURFACE_TYPE) {
             asksForSurfaces = true;
             if (surfaces == SurfaceKind::Pbuffer && value != EGL_DONT_CARE &&
-                (value & (EGL_WINDOW_BIT | EGL_PIXMAP_BIT)) != 0) {
+                (value & (EGL_WINDOW_BIT | EGL_PIXMAP_BIT)) != 0)
                 value = (value & ~(EGL_WINDOW_BIT | EGL_PIXMAP_BIT)) | EGL_PBUFFER_BIT;
-            }
         }
         request.insert(request.end(), {attribs[0], value});
     }
-    if (surfaces == SurfaceKind::Pbuffer && !asksForSurfaces) {
+    if (surfaces == SurfaceKind::Pbuffer && !asksForSurfaces)
         request.insert(request.end(), {EGL_SURFACE_TYPE, EGL_PBUFFER_BIT});
-    }
     request.push_back(EGL_NONE);
     return request;
 }
@@ -188,9 +175,8 @@ void AdaptConfigRequests(SurfaceKind surfaces)
     surfaceKind = surfaces;
     toldSteps.clear();
     relaxedRequests.clear();
-    if (driverChooseConfig) {
+    if (driverChooseConfig)
         Core::KHRLayer::Replace(&Core::EGLProcTable::eglChooseConfig, ChooseConfig);
-    }
 }
 
 QuietConfigRequests::QuietConfigRequests()

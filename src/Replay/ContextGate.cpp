@@ -17,9 +17,8 @@ bool ContextGate::IsLive() const
 {
     unsigned int capturedDisplay = 0;
     unsigned int capturedContext = 0;
-    if (!m_table->GetCurrentContextInfo(&capturedDisplay, nullptr, nullptr, &capturedContext) || capturedContext == 0) {
+    if (!m_table->GetCurrentContextInfo(&capturedDisplay, nullptr, nullptr, &capturedContext) || capturedContext == 0)
         return false;
-    }
     const auto getCurrent = Core::KHRLayer::EGLProc().eglGetCurrentContext;
     const EGLContext context = m_survivor && capturedContext == m_capturedSurvivor
                                    ? m_survivor
@@ -36,9 +35,8 @@ void ContextGate::TellAnew()
 EGLContext ContextGate::FindContext(std::uint32_t capturedDisplay, std::uint32_t capturedContext) const
 {
     const auto* display = m_table->GetDisplayResource(capturedDisplay);
-    if (!display) {
+    if (!display)
         return EGL_NO_CONTEXT;
-    }
     const auto context = display->contexts.find(capturedContext);
     return context != display->contexts.end() ? context->second : EGL_NO_CONTEXT;
 }

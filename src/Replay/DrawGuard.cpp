@@ -23,9 +23,8 @@ std::array<GLint, 3> DrawGuard::Programs(int version) const
     const bool mayHavePipeline = programs[0] == 0 && version >= 31;
     if (const GLint pipeline = mayHavePipeline ? Core::GetInteger(m_driver, GL_PROGRAM_PIPELINE_BINDING) : 0) {
         GLint* program = programs.data();
-        for (const GLenum stage : {GL_VERTEX_SHADER, GL_FRAGMENT_SHADER, GL_COMPUTE_SHADER}) {
+        for (const GLenum stage : {GL_VERTEX_SHADER, GL_FRAGMENT_SHADER, GL_COMPUTE_SHADER})
             m_driver.glGetProgramPipelineiv(static_cast<GLuint>(pipeline), stage, program++);
-        }
     }
     return programs;
 }
@@ -42,11 +41,10 @@ std::vector<GLint> DrawGuard::Bindings(GLuint program, const BlockKind& kind, in
         return all;
     }
     const bool canAsk = version >= 31;
-    if (canAsk) {
+    if (canAsk)
         m_driver.glGetProgramInterfaceiv(program, kind.blocks, GL_ACTIVE_RESOURCES, &blocks);
-    } else {
+    else
         m_driver.glGetProgramiv(program, GL_ACTIVE_UNIFORM_BLOCKS, &blocks);
-    }
     std::vector<GLint> bindings(static_cast<std::size_t>(std::max(blocks, 0)));
     for (std::size_t i = 0; i < bindings.size(); ++i) {
         const auto block = static_cast<GLuint>(i);
@@ -78,9 +76,8 @@ bool DrawGuard::HasStrayRange(const Data::ContextState& state, GLuint program, i
             m_driver.glGetInteger64i_v(kind.start, static_cast<GLuint>(index), &start);
             const std::int64_t bytes = state.StorageOf(static_cast<GLuint>(buffer));
             // Drivers with 32 bits for it give a negative start.
-            if (bytes > 0 && (start < 0 || start >= bytes)) {
+            if (bytes > 0 && (start < 0 || start >= bytes))
                 return true;
-            }
         }
     }
     return false;
@@ -88,15 +85,13 @@ bool DrawGuard::HasStrayRange(const Data::ContextState& state, GLuint program, i
 
 bool DrawGuard::MayDraw(const Data::ContextState& state, int version, const char* call)
 {
-    if (!state.Group()->mayHaveStrayRanges || version < 30) {
+    if (!state.Group()->mayHaveStrayRanges || version < 30)
         return true;
-    }
     const auto isStray = [&](GLint program) {
         return program != 0 && HasStrayRange(state, static_cast<GLuint>(program), version);
     };
-    if (!std::ranges::any_of(Programs(version), isStray)) {
+    if (!std::ranges::any_of(Programs(version), isStray))
         return true;
-    }
     if (!m_isTold) {
         PLAYBACK_LOG(Warning, General, "src/Replay/DrawGuard",
                      "%s is left out, since a range bound for one of its blocks starts beyond the buffer; more "

@@ -38,22 +38,19 @@ std::string OpenDriver(const std::string& directory, wl_display* compositor)
     }
     AdaptConfigRequests(compositor ? SurfaceKind::Window : SurfaceKind::Pbuffer);
 
-    if (!egl.eglGetDisplay || !egl.eglInitialize) {
+    if (!egl.eglGetDisplay || !egl.eglInitialize)
         return "";
-    }
     const std::string advice = compositor ? " Try -headless to replay off screen." : " The driver must support it.";
     const EGLDisplay display = egl.eglGetDisplay(reinterpret_cast<EGLNativeDisplayType>(compositor));
-    if (display == EGL_NO_DISPLAY) {
+    if (display == EGL_NO_DISPLAY)
         return std::string("No display: eglGetDisplay found none for the platform ") + platform + "." + advice;
-    }
     if (!egl.eglInitialize(display, nullptr, nullptr)) {
         return std::string("No display: eglInitialize failed with ") + LastEglError() + " on the platform " + platform +
                "." + advice;
     }
     EGLint configs = 0;
-    if (egl.eglGetConfigs && (!egl.eglGetConfigs(display, nullptr, 0, &configs) || configs <= 0)) {
+    if (egl.eglGetConfigs && (!egl.eglGetConfigs(display, nullptr, 0, &configs) || configs <= 0))
         return std::string("No config: the driver offers none on the platform ") + platform + "." + advice;
-    }
     return "";
 }
 
@@ -62,9 +59,8 @@ std::string MissingContext()
     const Core::EGLProcTable& egl = KHRLayer::playbackEGLProcTable;
     if (!egl.eglGetCurrentContext || egl.eglGetCurrentContext() != EGL_NO_CONTEXT || !egl.eglGetDisplay ||
         !egl.eglInitialize || !egl.eglChooseConfig || !egl.eglGetConfigAttrib || !egl.eglCreateContext ||
-        !egl.eglCreateWindowSurface || !egl.eglCreatePbufferSurface || !egl.eglMakeCurrent) {
+        !egl.eglCreateWindowSurface || !egl.eglCreatePbufferSurface || !egl.eglMakeCurrent)
         return "";
-    }
     return "The driver made no context for the captured configs, or no surface; the errors above say which call "
            "failed. Try another config with -config, for example -config R8G8B8A8D24S8.";
 }
@@ -73,23 +69,17 @@ std::map<std::string, std::string> DriverStrings()
 {
     const Core::EGLProcTable& egl = KHRLayer::EGLProc();
     const auto getString = KHRLayer::GLESProc().glGetString;
-    if (!egl.eglGetCurrentContext || egl.eglGetCurrentContext() == EGL_NO_CONTEXT || !getString) {
+    if (!egl.eglGetCurrentContext || egl.eglGetCurrentContext() == EGL_NO_CONTEXT || !getString)
         return {};
-    }
     std::map<std::string, std::string> strings;
-    for (const GLenum name : {GL_VENDOR, GL_RENDERER, GL_VERSION, GL_SHADING_LANGUAGE_VERSION}) {
-        if (const auto* text = reinterpret_cast<const char*>(getString(name))) {
+    for (const GLenum name : {GL_VENDOR, GL_RENDERER, GL_VERSION, GL_SHADING_LANGUAGE_VERSION})
+        if (const auto* text = reinterpret_cast<const char*>(getString(name)))
             strings[Core::LogFormat::GetGLEnumString(name)] = text;
-        }
-    }
-    if (!egl.eglGetCurrentDisplay || !egl.eglQueryString) {
+    if (!egl.eglGetCurrentDisplay || !egl.eglQueryString)
         return strings;
-    }
-    for (const EGLint name : {EGL_VENDOR, EGL_VERSION}) {
-        if (const char* text = egl.eglQueryString(egl.eglGetCurrentDisplay(), name)) {
+    for (const EGLint name : {EGL_VENDOR, EGL_VERSION})
+        if (const char* text = egl.eglQueryString(egl.eglGetCurrentDisplay(), name))
             strings[Core::LogFormat::GetEGLEnumString(static_cast<unsigned int>(name))] = text;
-        }
-    }
     return strings;
 }
 

@@ -38,9 +38,8 @@ int VersionOf(GLenum target)
 
 int DriverContext::Version()
 {
-    if (m_version < 0) {
+    if (m_version < 0)
         m_version = Core::GetVersion(m_driver, 0);
-    }
     return m_version;
 }
 
@@ -52,26 +51,23 @@ GLint DriverContext::Integer(GLenum name) const
 GLint DriverContext::Attrib(GLuint index, GLenum name) const
 {
     GLint value = 0;
-    if (m_driver.glGetVertexAttribiv) {
+    if (m_driver.glGetVertexAttribiv)
         m_driver.glGetVertexAttribiv(index, name, &value);
-    }
     return value;
 }
 
 GLuint DriverContext::MaxAttribs()
 {
-    if (m_maxAttribs == 0) {
+    if (m_maxAttribs == 0)
         m_maxAttribs = static_cast<GLuint>(Integer(GL_MAX_VERTEX_ATTRIBS));
-    }
     return m_maxAttribs;
 }
 
 bool DriverContext::Took_glBindBuffer(GLenum target, GLuint buffer)
 {
     const int version = VersionOf(target);
-    if (version == 0 || (Version() >= version && state.KnowsBuffer(buffer))) {
+    if (version == 0 || (Version() >= version && state.KnowsBuffer(buffer)))
         return true;
-    }
     return static_cast<GLuint>(Integer(Util::GetBindBuffer(target))) == buffer;
 }
 
@@ -85,9 +81,8 @@ bool DriverContext::Took_glBindVertexBuffer(GLuint binding, GLuint buffer, GLint
 {
     const bool isCertain = Version() >= 31 && state.BoundVertexArray() != 0 && binding < LeastBindings &&
                            state.KnowsBuffer(buffer) && offset >= 0 && stride >= 0 && stride <= LeastStride;
-    if (isCertain || !m_driver.glGetIntegeri_v) {
+    if (isCertain || !m_driver.glGetIntegeri_v)
         return isCertain;
-    }
     GLint bound = 0;
     m_driver.glGetIntegeri_v(GL_VERTEX_BINDING_BUFFER, binding, &bound);
     return static_cast<GLuint>(bound) == buffer;
@@ -98,12 +93,10 @@ bool DriverContext::Took_glBufferData(GLenum target, GLsizeiptr size, const void
     const bool isUsage = usage == GL_STREAM_DRAW || usage == GL_STATIC_DRAW || usage == GL_DYNAMIC_DRAW ||
                          (Version() >= 30 && usage >= GL_STREAM_DRAW && usage <= GL_DYNAMIC_COPY && (usage & 3) != 3);
     GLint bytes = 0;
-    if (isUsage && size > SmallStorage && m_driver.glGetBufferParameteriv) {
+    if (isUsage && size > SmallStorage && m_driver.glGetBufferParameteriv)
         m_driver.glGetBufferParameteriv(target, GL_BUFFER_SIZE, &bytes);
-    }
-    if (isUsage && (size <= SmallStorage || bytes == size)) {
+    if (isUsage && (size <= SmallStorage || bytes == size))
         return true;
-    }
     state.ForgetContents(state.BoundBuffer(target));
     return false;
 }
@@ -111,9 +104,8 @@ bool DriverContext::Took_glBufferData(GLenum target, GLsizeiptr size, const void
 bool DriverContext::Took_glBufferStorageEXT(GLenum target, GLsizeiptr size, const void* /*data*/, GLbitfield /*flags*/)
 {
     GLint bytes = 0;
-    if (m_driver.glGetBufferParameteriv) {
+    if (m_driver.glGetBufferParameteriv)
         m_driver.glGetBufferParameteriv(target, GL_BUFFER_SIZE, &bytes);
-    }
     return bytes == size;
 }
 
@@ -178,13 +170,11 @@ bool DriverContext::TookPointer(GLuint index, GLint size, GLenum type, GLsizei s
     // A vertex array object may not be allowed to have client memory.
     const bool isAllowed = state.BoundVertexArray() == 0 || !pointer || state.BoundBuffer(GL_ARRAY_BUFFER) != 0;
     if (isCertain && isAllowed && size >= 1 && size <= 4 && stride >= 0 && stride <= LeastStride &&
-        Took_glEnableVertexAttribArray(index)) {
+        Took_glEnableVertexAttribArray(index))
         return true;
-    }
     void* live = nullptr;
-    if (m_driver.glGetVertexAttribPointerv) {
+    if (m_driver.glGetVertexAttribPointerv)
         m_driver.glGetVertexAttribPointerv(index, GL_VERTEX_ATTRIB_ARRAY_POINTER, &live);
-    }
     return live == pointer &&
            Attrib(index, GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING) ==
                static_cast<GLint>(state.BoundBuffer(GL_ARRAY_BUFFER)) &&

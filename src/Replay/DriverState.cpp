@@ -47,9 +47,8 @@ void SetCurrent(EGLContext context)
     if (context != EGL_NO_CONTEXT && contexts) {
         std::unique_ptr<DriverContext>& state = (*contexts)[context];
         // Made before anyone followed.
-        if (!state) {
+        if (!state)
             state = std::make_unique<DriverContext>(std::make_shared<Data::ShareGroupState>());
-        }
         current = state.get();
     }
     currentState = current ? &current->state : nullptr;
@@ -58,27 +57,24 @@ void SetCurrent(EGLContext context)
 EGLContext EGLAPIENTRY CreateContext(EGLDisplay display, EGLConfig config, EGLContext share, const EGLint* attribs)
 {
     EGLContext const context = driverCreateContext(display, config, share, attribs);
-    if (context == EGL_NO_CONTEXT || !contexts) {
+    if (context == EGL_NO_CONTEXT || !contexts)
         return context;
-    }
     const auto sharing = contexts->find(share);
     auto group =
         sharing != contexts->end() ? sharing->second->state.Group() : std::make_shared<Data::ShareGroupState>();
     std::unique_ptr<DriverContext>& state = (*contexts)[context];
     const bool isCurrent = state && state.get() == current;
     state = std::make_unique<DriverContext>(std::move(group));
-    if (isCurrent) {
+    if (isCurrent)
         SetCurrent(context);
-    }
     return context;
 }
 
 EGLBoolean EGLAPIENTRY MakeCurrent(EGLDisplay display, EGLSurface draw, EGLSurface read, EGLContext context)
 {
     const EGLBoolean result = driverMakeCurrent(display, draw, read, context);
-    if (result == EGL_TRUE) {
+    if (result == EGL_TRUE)
         SetCurrent(context);
-    }
     return result;
 }
 

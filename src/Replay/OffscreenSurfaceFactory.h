@@ -20,9 +20,8 @@ public:
                                                      const long* attribs) override
     {
         std::vector<int> narrow;
-        for (; attribs && *attribs != EGL_NONE; attribs += 2) {
+        for (; attribs && *attribs != EGL_NONE; attribs += 2)
             narrow.insert(narrow.end(), {static_cast<int>(attribs[0]), static_cast<int>(attribs[1])});
-        }
         narrow.push_back(EGL_NONE);
         return this->CreateWindowSurface(display, config, nativeWindow, narrow.data());
     }
@@ -53,9 +52,8 @@ public:
     }
     void Terminate(void* display) override
     {
-        if (const auto window = m_windows.extract(display)) {
+        if (const auto window = m_windows.extract(display))
             PbufferFactory::DestroySurface(display, window.mapped());
-        }
         PbufferFactory::Terminate(display);
     }
 

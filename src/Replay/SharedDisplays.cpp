@@ -12,9 +12,8 @@ namespace {
 template <class Map> std::vector<std::uint32_t> Names(const Map& map)
 {
     std::vector<std::uint32_t> names;
-    for (const auto& entry : map) {
+    for (const auto& entry : map)
         names.push_back(entry.first);
-    }
     return names;
 }
 
@@ -37,11 +36,10 @@ void SharedDisplays::Process_eglTerminate(std::int32_t captured, std::uint32_t d
     }
     PLAYBACK_LOG(Diagnostic, General, "src/Replay/SharedDisplays",
                  "eglTerminate of EGLDisplay %u destroys what it made: other captured displays use the live one", dpy);
-    if (Destroy(dpy)) {
+    if (Destroy(dpy))
         m_table->RemoveIdEGLDisplay(dpy);
-    } else {
+    else
         m_ending.insert(dpy);
-    }
 }
 
 void SharedDisplays::Process_eglMakeCurrent(std::int32_t captured, std::uint32_t dpy, std::uint32_t draw,
@@ -50,9 +48,8 @@ void SharedDisplays::Process_eglMakeCurrent(std::int32_t captured, std::uint32_t
     EGLPlaybackAdapter::Process_eglMakeCurrent(captured, dpy, draw, read, ctx);
     std::erase_if(m_ending, [this](std::uint32_t display) {
         const bool isGone = Destroy(display);
-        if (isGone) {
+        if (isGone)
             m_table->RemoveIdEGLDisplay(display);
-        }
         return isGone;
     });
 }
@@ -66,25 +63,18 @@ bool SharedDisplays::IsShared(std::uint32_t display)
 bool SharedDisplays::Destroy(std::uint32_t display)
 {
     const auto* resources = m_table->GetDisplayResource(display);
-    if (!resources) {
+    if (!resources)
         return true;
-    }
-    for (const std::uint32_t image : Names(resources->images)) {
+    for (const std::uint32_t image : Names(resources->images))
         Process_eglDestroyImageKHR(EGL_TRUE, display, image);
-    }
-    for (const std::uint32_t sync : Names(resources->syncs)) {
+    for (const std::uint32_t sync : Names(resources->syncs))
         Process_eglDestroySyncKHR(EGL_TRUE, display, sync);
-    }
-    for (const std::uint32_t context : Names(resources->contexts)) {
-        if (!m_table->IsContextCurrent(display, context)) {
+    for (const std::uint32_t context : Names(resources->contexts))
+        if (!m_table->IsContextCurrent(display, context))
             Process_eglDestroyContext(EGL_TRUE, display, context);
-        }
-    }
-    for (const std::uint32_t surface : Names(resources->surfaces)) {
-        if (!m_table->IsSurfaceCurrent(display, surface)) {
+    for (const std::uint32_t surface : Names(resources->surfaces))
+        if (!m_table->IsSurfaceCurrent(display, surface))
             Process_eglDestroySurface(EGL_TRUE, display, surface);
-        }
-    }
     return resources->contexts.empty() && resources->surfaces.empty();
 }
 

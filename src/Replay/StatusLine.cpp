@@ -19,17 +19,15 @@ StatusLine::StatusLine(bool isQuiet) : m_isShown(!isQuiet && isatty(STDERR_FILEN
 
 StatusLine::~StatusLine()
 {
-    if (m_isShown) {
+    if (m_isShown)
         Core::Console::SetStatus("");
-    }
 }
 
 void StatusLine::Update(std::uint64_t frames, std::uint64_t total, std::uint32_t frame, bool isPaused)
 {
     const Clock::time_point now = Clock::now();
-    if (!m_isShown || (now < m_lastShown + Interval && isPaused == m_wasPaused && !isPaused)) {
+    if (!m_isShown || (now < m_lastShown + Interval && isPaused == m_wasPaused && !isPaused))
         return;
-    }
     m_lastShown = now;
     m_wasPaused = isPaused;
     char text[128];

@@ -74,19 +74,16 @@ StopSignal::StopSignal()
     Handle(SIGTERM, Remember, static_cast<int>(SA_RESETHAND));
     Handle(SIGCONT, Resume, 0);
     // Ignored where no shell could let the program go on.
-    if (!IsIgnored(SIGTSTP)) {
+    if (!IsIgnored(SIGTSTP))
         Handle(SIGTSTP, Suspend, 0);
-    }
 }
 
 StopSignal::~StopSignal()
 {
-    for (const int signal : {SIGINT, SIGTERM, SIGCONT}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGCONT})
         Handle(signal, SIG_DFL, 0);
-    }
-    if (!IsIgnored(SIGTSTP)) {
+    if (!IsIgnored(SIGTSTP))
         Handle(SIGTSTP, SIG_DFL, 0);
-    }
     close(descriptor);
     descriptor = -1;
 }

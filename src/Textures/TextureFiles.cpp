@@ -42,9 +42,8 @@ std::string TextureFiles::Name(const Upload& upload)
 {
     std::string name = m_prefix + "frame" + std::to_string(upload.frame) + "_texture" + std::to_string(upload.texture) +
                        "_level" + std::to_string(upload.level) + "_layer" + std::to_string(upload.layer);
-    if (upload.x != 0 || upload.y != 0) {
+    if (upload.x != 0 || upload.y != 0)
         name += "_at" + std::to_string(upload.x) + "x" + std::to_string(upload.y);
-    }
     const std::uint32_t count = ++m_names[name];
     return count == 1 ? name : name + "_" + std::to_string(count);
 }
@@ -54,11 +53,10 @@ void TextureFiles::Write(const Upload& upload)
     const std::optional<Util::Image> image = PictureOf(upload);
     const std::string path = Name(upload) + (image ? Util::FileExtension(m_format) : ".ktx");
     const std::string error = image ? Util::WriteImageFile(path, m_format, *image) : WriteKtx(path, upload);
-    if (error.empty()) {
+    if (error.empty())
         ++m_written;
-    } else if (m_error.empty()) {
+    else if (m_error.empty())
         m_error = path + ": " + error;
-    }
 }
 
 } // namespace Textures

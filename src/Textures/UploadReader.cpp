@@ -51,9 +51,8 @@ void UploadReader::Pixels(const Place& place, const Size& size, std::uint32_t in
     // The reader made sure that the contents are as large as the transfer.
     const auto* const memory = pixels->HasData() ? pixels->As<const std::uint8_t>() : nullptr;
     const std::int64_t pixelBytes = Data::PixelBytes(format, type);
-    if (!memory || size.width <= 0 || size.height <= 0 || pixelBytes == 0) {
+    if (!memory || size.width <= 0 || size.height <= 0 || pixelBytes == 0)
         return;
-    }
     const Data::PixelStore& store = m_capture.Context().Unpack();
     const std::int64_t rowBytes =
         RoundUp((store.rowLength > 0 ? store.rowLength : size.width) * pixelBytes, store.alignment);
@@ -66,9 +65,8 @@ void UploadReader::Pixels(const Place& place, const Size& size, std::uint32_t in
         upload.format = format;
         upload.type = type;
         const std::uint8_t* row = memory + skipped + layer * imageRows * rowBytes;
-        for (std::int32_t y = 0; y < size.height; ++y, row += rowBytes) {
+        for (std::int32_t y = 0; y < size.height; ++y, row += rowBytes)
             upload.data.insert(upload.data.end(), row, row + size.width * pixelBytes);
-        }
         m_receive(upload);
     }
 }
@@ -78,9 +76,8 @@ void UploadReader::Blocks(const Place& place, const Size& size, std::uint32_t in
 {
     m_fromBuffers += m_capture.Context().HasUnpackBuffer();
     const auto* const memory = data->HasData() ? data->As<const std::uint8_t>() : nullptr;
-    if (!memory || size.width <= 0 || size.height <= 0 || size.depth <= 0 || bytes <= 0) {
+    if (!memory || size.width <= 0 || size.height <= 0 || size.depth <= 0 || bytes <= 0)
         return;
-    }
     // Blocks of three-dimensional formats reach over several slices; all others lie slice after slice.
     const std::int32_t layers = bytes % size.depth == 0 ? size.depth : 1;
     const std::int32_t layerBytes = bytes / layers;

@@ -60,7 +60,8 @@ Data::CaptureHeader HeaderOfPart(Data::CaptureHeader header, const std::string& 
 ExitStatus WriteTrimmed(Data::CaptureSource& source, const std::string& input, const std::string& output,
                         FrameRange range)
 {
-    Data::Diagnostics diagnostics(input, [](const std::string& line) { Say(line); });
+    Data::Diagnostics diagnostics(
+        input, [](const std::string& line) { Say(line); });
     const auto tooShort = [&] {
         return Fail(ExitStatus::Unreadable,
                     input + ": could not be read up to frame " + std::to_string(range.last) + "; nothing was written");

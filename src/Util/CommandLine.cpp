@@ -76,9 +76,8 @@ const Option* CommandLine::Find(std::string_view argument) const
 std::string CommandLine::UnknownOption(std::string_view argument) const
 {
     std::vector<std::string_view> names;
-    for (const Option& option : m_options) {
+    for (const Option& option : m_options)
         names.push_back(WithoutHyphens(option.name));
-    }
     const Option* const meant = Find("-" + std::string(ClosestName(WithoutHyphens(argument), names)));
     return "unknown option " + std::string(argument) +
            (meant ? "; did you mean " + std::string(meant->name) + "?" : std::string());
@@ -138,10 +137,9 @@ CommandLine::Result CommandLine::Parse(int argc, const char* const* argv, AfterF
 std::string CommandLine::Help(std::string_view usage) const
 {
     std::vector<std::string_view> groups;
-    for (const Option& option : m_options) {
+    for (const Option& option : m_options)
         if (std::find(groups.begin(), groups.end(), option.group) == groups.end())
             groups.push_back(option.group);
-    }
 
     std::string out(usage);
     out += '\n';

@@ -21,11 +21,10 @@ std::optional<FrameRange> ParseFrameRange(std::string_view text)
     const std::size_t hyphen = text.find('-');
     const std::uint32_t first = WholeNumber(text.substr(0, hyphen));
     FrameRange range = {first, first};
-    if (hyphen + 1 == text.size()) {
+    if (hyphen + 1 == text.size())
         range.last = FrameRange::NoEnd;
-    } else if (hyphen != std::string_view::npos) {
+    else if (hyphen != std::string_view::npos)
         range.last = WholeNumber(text.substr(hyphen + 1));
-    }
     return first == 0 || range.last < first ? std::nullopt : std::optional(range);
 }
 

@@ -116,10 +116,9 @@ unsigned int GetBindBuffer(unsigned int target)
 
 unsigned int GetInternalFormat(unsigned int format, unsigned int type)
 {
-    for (const TransferFormat& candidate : TransferFormats) {
+    for (const TransferFormat& candidate : TransferFormats)
         if (candidate.format == format && candidate.type == type)
             return candidate.internalFormat;
-    }
     return 0;
 }
 

@@ -28,10 +28,9 @@ std::optional<int> ToNumber(std::string_view text, int max)
 void ParseCmdArgsLogLevel(const std::string& text)
 {
     const std::string name = String::ToLower(text);
-    for (int level = 0; level < static_cast<int>(LevelNames.size()); ++level) {
+    for (int level = 0; level < static_cast<int>(LevelNames.size()); ++level)
         if (name == LevelNames[level] || ToNumber(name, level) == level)
             return Core::Log::SetLevel(level);
-    }
     Core::Console::Print(Core::LogWarning, false,
                          "Unrecognized -loglevel option: %s. Expected 0 to 5, or none, error, warning, notice, "
                          "diagnostic, trace.",

@@ -53,14 +53,12 @@ bool OutputFile::Open()
         return m_file || Fail(errno);
     }
     // What may not be written to is not replaced either.
-    if (isThere && access(m_target.c_str(), W_OK) != 0) {
+    if (isThere && access(m_target.c_str(), W_OK) != 0)
         return Fail(errno);
-    }
     std::string name = m_target + ".XXXXXX";
     const int descriptor = mkostemp(name.data(), O_CLOEXEC);
-    if (descriptor < 0) {
+    if (descriptor < 0)
         return Fail(errno);
-    }
     m_temporary = std::move(name);
     {
         const std::lock_guard lock(Pending().mutex);
@@ -69,9 +67,8 @@ bool OutputFile::Open()
     m_file = fdopen(descriptor, "w");
     if (!m_file || fchmod(descriptor, isThere ? status.st_mode & 07777 : PermittedMode(0666)) != 0) {
         const int reason = errno;
-        if (!m_file) {
+        if (!m_file)
             close(descriptor);
-        }
         return Fail(reason);
     }
     return true;
@@ -79,16 +76,14 @@ bool OutputFile::Open()
 
 bool OutputFile::Commit()
 {
-    if (!m_file) {
+    if (!m_file)
         return false;
-    }
     const bool wasWritten = std::ferror(m_file) == 0;
     const int reason = errno;
     // The rest of the buffer is written here, so that a full disk can show as late as this.
     const bool isClosed = std::fclose(std::exchange(m_file, nullptr)) == 0;
-    if (!wasWritten || !isClosed) {
+    if (!wasWritten || !isClosed)
         return Fail(isClosed ? reason : errno);
-    }
     if (m_temporary != m_target) {
         std::unique_lock lock(Pending().mutex);
         if (std::rename(m_temporary.c_str(), m_target.c_str()) != 0) {
@@ -127,9 +122,8 @@ void OutputFile::AbandonAll()
 {
     // Kept for good.
     Pending().mutex.lock();
-    for (const std::string& path : Pending().paths) {
+    for (const std::string& path : Pending().paths)
         std::remove(path.c_str());
-    }
 }
 
 mode_t PermittedMode(mode_t wanted)
@@ -151,17 +145,15 @@ std::string WriteWholeFile(const std::string& path, std::string_view contents)
 
 bool Print(std::string_view text)
 {
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() && printError == 0) {
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() && printError == 0)
         printError = errno;
-    }
     return printError == 0;
 }
 
 std::string CloseStandardOutput()
 {
-    if (std::fflush(stdout) != 0 && printError == 0) {
+    if (std::fflush(stdout) != 0 && printError == 0)
         printError = errno;
-    }
     // Whoever closed the other end of a pipe has read all that is wanted.
     return printError == 0 || printError == EPIPE ? "" : std::string("standard output: ") + std::strerror(printError);
 }

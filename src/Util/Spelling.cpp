@@ -15,17 +15,15 @@ std::size_t Distance(std::string_view from, std::string_view to)
     std::vector<std::size_t> beforeLast(to.size() + 1);
     std::vector<std::size_t> last(to.size() + 1);
     std::vector<std::size_t> row(to.size() + 1);
-    for (std::size_t j = 0; j <= to.size(); ++j) {
+    for (std::size_t j = 0; j <= to.size(); ++j)
         last[j] = j;
-    }
     for (std::size_t i = 1; i <= from.size(); ++i) {
         row[0] = i;
         for (std::size_t j = 1; j <= to.size(); ++j) {
             const std::size_t exchanged = last[j - 1] + (from[i - 1] == to[j - 1] ? 0 : 1);
             row[j] = std::min({last[j] + 1, row[j - 1] + 1, exchanged});
-            if (i > 1 && j > 1 && from[i - 1] == to[j - 2] && from[i - 2] == to[j - 1]) {
+            if (i > 1 && j > 1 && from[i - 1] == to[j - 2] && from[i - 2] == to[j - 1])
                 row[j] = std::min(row[j], beforeLast[j - 2] + 1);
-            }
         }
         std::swap(beforeLast, last);
         std::swap(last, row);

@@ -19,10 +19,9 @@ std::string FromInt(int value)
 
 std::string ToLower(std::string text)
 {
-    for (char& c : text) {
+    for (char& c : text)
         if (c >= 'A' && c <= 'Z')
             c = static_cast<char>(c - 'A' + 'a');
-    }
     return text;
 }
 

@@ -63,9 +63,8 @@ TEST_F(LogTest, LevelAndZoneDecideWhatAppears)
 TEST_F(LogTest, RepetitionsAreCountedOnStderrAndKeptInAFile)
 {
     const auto print = [](Core::LogOutput& output) {
-        for (const char* text : {"odd", "odd", "odd", "other", "odd"}) {
+        for (const char* text : {"odd", "odd", "odd", "other", "odd"})
             output.WriteOnce(text);
-        }
         output.WriteLine("glFlush");
         output.WriteLine("glFlush");
     };

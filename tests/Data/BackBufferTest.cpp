@@ -65,22 +65,19 @@ const Data::BackBufferFunctions Functions = {
         context.Require(context.state[GL_PACK_ALIGNMENT] == 1 && context.state[context.FramebufferBinding()] == 0,
                         "packing or framebuffer");
         for (const unsigned int name :
-             {GL_PACK_ROW_LENGTH, GL_PACK_SKIP_ROWS, GL_PACK_SKIP_PIXELS, GL_PIXEL_PACK_BUFFER_BINDING}) {
+             {GL_PACK_ROW_LENGTH, GL_PACK_SKIP_ROWS, GL_PACK_SKIP_PIXELS, GL_PIXEL_PACK_BUFFER_BINDING})
             context.Require(!context.isVersion3 || context.state[name] == 0, "packing or buffer");
-        }
         context.Require(!context.isVersion3 || context.state[GL_READ_BUFFER] == GL_BACK, "source");
-        for (int i = 0; i < width * height * 4; ++i) {
+        for (int i = 0; i < width * height * 4; ++i)
             static_cast<std::uint8_t*>(pixels)[i] = PixelByte(i);
-        }
     },
 };
 
 TEST(BackBufferTest, IsReadWhateverIsBoundAndAllStateIsPutBack)
 {
     std::uint8_t pixels[5 * 3 * 4];
-    for (int i = 0; i < 5 * 3 * 4; ++i) {
+    for (int i = 0; i < 5 * 3 * 4; ++i)
         pixels[i] = PixelByte(i);
-    }
     for (const bool isVersion3 : {true, false}) {
         context = FakeContext();
         context.isVersion3 = isVersion3;

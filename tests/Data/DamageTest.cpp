@@ -75,9 +75,7 @@ TEST_F(DamageTest, AnyTruncationIsReportedAndLosesOnlyTheTail)
         std::filesystem::resize_file(path, bytes);
         Play("cut after " + std::to_string(bytes) + " bytes");
         EXPECT_LE(frames, longer) << "a shorter part has not more frames";
-        if (bytes == whole.size() - 1) {
-            EXPECT_EQ(frames, wholeFrames) << "without its index the capture still has all of them";
-        }
+        EXPECT_TRUE(frames == wholeFrames || bytes < whole.size() - 1) << "without its index it still has all of them";
         longer = frames;
         if (HasFailure())
             return;

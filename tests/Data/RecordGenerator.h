@@ -123,14 +123,13 @@ private:
         const std::size_t end = parameter.at - sizeof(RecordHeader) + sizeof(PointerSlot);
         if (body.size() < end)
             body.resize(end);
-        if (parameter.form == ParameterForm::Scalar) {
+        if (parameter.form == ParameterForm::Scalar)
             if (parameter.bytes == 8)
                 Put(body, parameter.at, value);
             else
                 Put(body, parameter.at, static_cast<std::uint32_t>(value));
-        } else {
+        else
             Put(body, parameter.at, PointerSlot{value, 0, 0});
-        }
     }
 
     void AddContents(std::vector<std::uint8_t>& body, const ParameterDescription& parameter)

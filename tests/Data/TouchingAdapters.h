@@ -212,10 +212,9 @@ private:
     }
     void Image(const EGLImageData& data)
     {
-        for (std::uint32_t i = 0; i < data.planeCount; ++i) {
+        for (std::uint32_t i = 0; i < data.planeCount; ++i)
             if (data.planes[i].data)
                 m_memory.ReadBytes(data.planes[i].data, data.planes[i].size);
-        }
     }
     void List(const std::int32_t* attribs)
     {

@@ -87,10 +87,12 @@ void RunFile(std::span<const std::uint8_t> bytes)
     if (const auto source = CaptureSource::Open(file.path, error))
         ReadSummary(*source, error);
     if (const auto capture = CaptureFile::Open(file.path, Preload::No, nullptr, error)) {
-        Drive(*capture->GetFrameProcessor(), [&] {
-            while (capture->GetFrameProcessor()->ProcessNextFrame()) {
-            }
-        });
+        Drive(
+            *capture->GetFrameProcessor(),
+            [&] {
+                while (capture->GetFrameProcessor()->ProcessNextFrame()) {
+                }
+            });
     }
 }
 

@@ -39,9 +39,8 @@ template <class T> T* Pointer(Word word)
 
 template <class T> void Put(Word pointer, T value)
 {
-    if (pointer) {
+    if (pointer)
         *Pointer<T>(pointer) = value;
-    }
 }
 
 Word Text(const char* text)
@@ -61,12 +60,10 @@ EGLint ConfigAttribute(Word handle, EGLint attribute)
         {EGL_MAX_PBUFFER_WIDTH, 4096},
         {EGL_MAX_PBUFFER_HEIGHT, 4096}};
     const std::size_t index = handle - FirstConfig;
-    if (index >= std::size(configs)) {
+    if (index >= std::size(configs))
         return 0;
-    }
-    if (const EGLint* size = SizeOf(index, attribute)) {
+    if (const EGLint* size = SizeOf(index, attribute))
         return *size;
-    }
     const auto found = common.find(attribute);
     return attribute == EGL_CONFIG_ID        ? static_cast<EGLint>(handle)
            : attribute == EGL_BUFFER_SIZE    ? std::accumulate(configs[index], configs[index] + 4, 0)
@@ -85,9 +82,8 @@ std::vector<Word> MatchingConfigs(const EGLint* attribs)
             const EGLint* size = SizeOf(i, at[0]);
             matches = matches && (!size || at[1] == EGL_DONT_CARE || *size >= at[1]);
         }
-        if (matches) {
+        if (matches)
             found.push_back(FirstConfig + i);
-        }
     }
     return found;
 }
@@ -177,9 +173,8 @@ Word IndexedExtension(Objects& objects, const Word* args)
 
 Word MapBuffer(Objects& objects, Word target, std::int64_t bytes)
 {
-    if (bytes <= 0 || bytes > 1 << 30) {
+    if (bytes <= 0 || bytes > 1 << 30)
         return 0;
-    }
     // Memory of exactly this size, so that a sanitizer sees its end.
     auto& memory = objects.mapped[target] = std::vector<std::uint8_t>(static_cast<std::size_t>(bytes));
     return reinterpret_cast<Word>(memory.data());
@@ -191,9 +186,8 @@ Word ReadPixels(Objects& objects, Word width, Word height, Word pixels)
     const auto columns = FromWord<GLsizei>(width);
     const auto rows = FromWord<GLsizei>(height);
     // As any driver, it refuses sizes below zero.
-    if (objects.pixelPackBuffer == 0 && pixels && columns > 0 && rows > 0) {
+    if (objects.pixelPackBuffer == 0 && pixels && columns > 0 && rows > 0)
         std::memset(Pointer<void>(pixels), 0x5A, std::size_t{4} * static_cast<std::size_t>(columns) * rows);
-    }
     return 0;
 }
 
@@ -206,11 +200,9 @@ template <Word... Names> Word Status(Objects&, const Word* args)
 
 Word FindFunction(const char* name)
 {
-    for (const Entry& entry : Entries()) {
-        if (std::strcmp(entry.function->name, name) == 0) {
+    for (const Entry& entry : Entries())
+        if (std::strcmp(entry.function->name, name) == 0)
             return reinterpret_cast<Word>(IsMissing(*entry.function) ? nullptr : entry.address);
-        }
-    }
     return 0;
 }
 
@@ -270,9 +262,8 @@ const std::unordered_map<std::string, Rule> rules = {
      }},
     {"glBindBuffer",
      [](Objects& objects, const Word* args) -> Word {
-         if (args[0] == GL_PIXEL_PACK_BUFFER) {
+         if (args[0] == GL_PIXEL_PACK_BUFFER)
              objects.pixelPackBuffer = args[1];
-         }
          return 0;
      }},
     {"glBufferData",
@@ -318,9 +309,8 @@ const std::unordered_map<std::string, Rule> rules = {
 void PutNames(Objects& objects, const Parameter& parameter, const Word* args, Word pointer)
 {
     const std::int64_t count = parameter.count(args);
-    for (std::int64_t i = 0; i < count; ++i) {
+    for (std::int64_t i = 0; i < count; ++i)
         Pointer<GLuint>(pointer)[i] = static_cast<GLuint>(objects.NewName());
-    }
 }
 
 /// The least that any output needs: names where names are made, else one element of zero. More might not fit.
@@ -329,14 +319,12 @@ void PutOutputs(Objects& objects, const Function& function, const Word* args)
     const bool creates = std::strncmp(function.name, "glGen", 5) == 0;
     for (std::size_t i = 0; i < function.parameters.size(); ++i) {
         const Parameter& parameter = function.parameters[i];
-        if (!parameter.out || !args[i] || parameter.offset) {
+        if (!parameter.out || !args[i] || parameter.offset)
             continue;
-        }
-        if (creates && parameter.names) {
+        if (creates && parameter.names)
             PutNames(objects, parameter, args, args[i]);
-        } else if (!parameter.count || parameter.count(args) > 0) {
+        else if (!parameter.count || parameter.count(args) > 0)
             std::memset(Pointer<void>(args[i]), 0, std::max<std::size_t>(parameter.elementBytes, 1));
-        }
     }
 }
 
@@ -360,12 +348,10 @@ Word Location(Objects& objects, const Function& function, const Word* args)
 
 Word Objects::Play(const Function& function, const Word* args)
 {
-    if (std::strcmp(function.name, "eglGetProcAddress") == 0) {
+    if (std::strcmp(function.name, "eglGetProcAddress") == 0)
         return FindFunction(Pointer<const char>(args[0]));
-    }
-    if (const auto rule = rules.find(function.name); rule != rules.end()) {
+    if (const auto rule = rules.find(function.name); rule != rules.end())
         return rule->second(*this, args);
-    }
     PutOutputs(*this, function, args);
     switch (function.answer) {
     case Answer::Zero:

@@ -15,24 +15,22 @@ using Word = std::uint64_t;
 
 template <class T> Word ToWord(T value)
 {
-    if constexpr (std::is_pointer_v<T>) {
+    if constexpr (std::is_pointer_v<T>)
         return reinterpret_cast<Word>(value);
-    } else if constexpr (std::is_floating_point_v<T>) {
+    else if constexpr (std::is_floating_point_v<T>)
         return std::bit_cast<std::uint32_t>(value);
-    } else {
+    else
         return static_cast<Word>(value);
-    }
 }
 
 template <class T> T FromWord(Word word)
 {
-    if constexpr (std::is_pointer_v<T>) {
+    if constexpr (std::is_pointer_v<T>)
         return reinterpret_cast<T>(word);
-    } else if constexpr (std::is_floating_point_v<T>) {
+    else if constexpr (std::is_floating_point_v<T>)
         return std::bit_cast<float>(static_cast<std::uint32_t>(word));
-    } else {
+    else
         return static_cast<T>(word);
-    }
 }
 
 /// The arguments of one call, in order.

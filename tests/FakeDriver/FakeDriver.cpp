@@ -23,11 +23,9 @@ std::vector<std::string> Split(const std::string& text, char separator)
 {
     std::vector<std::string> parts;
     std::istringstream stream(text);
-    for (std::string part; std::getline(stream, part, separator);) {
-        if (!part.empty()) {
+    for (std::string part; std::getline(stream, part, separator);)
+        if (!part.empty())
             parts.push_back(part);
-        }
-    }
     return parts;
 }
 
@@ -39,9 +37,8 @@ Driver& Driver::Instance()
 
 Driver::Driver()
 {
-    if (const char* path = std::getenv("PLAYBACK_FAKE_LOG")) {
+    if (const char* path = std::getenv("PLAYBACK_FAKE_LOG"))
         m_file.open(path, std::ios::app);
-    }
     Reset();
 }
 
@@ -57,11 +54,9 @@ void Driver::Reset()
                           {"MISSING", ""},
                           {"STUCK", ""},
                           {"SHIFT", "0"}};
-    for (auto& [name, setting] : m_objects.settings) {
-        if (const char* value = std::getenv(("PLAYBACK_FAKE_" + name).c_str())) {
+    for (auto& [name, setting] : m_objects.settings)
+        if (const char* value = std::getenv(("PLAYBACK_FAKE_" + name).c_str()))
             setting = value;
-        }
-    }
 }
 
 std::vector<std::string> Driver::Log() const
@@ -115,18 +110,16 @@ bool Driver::IsMissing(const Function& function) const
 
 Word Driver::Invoke(const Function& function, const Word* args)
 {
-    while (m_objects.settings.at("STUCK") == function.name) {
+    while (m_objects.settings.at("STUCK") == function.name)
         std::this_thread::sleep_for(std::chrono::hours(1));
-    }
     const std::lock_guard lock(m_mutex);
     std::string line = FormatInputs(function, args);
     const auto player = m_players.find(function.name);
     const Word value =
         player != m_players.end() && player->second ? player->second(Arguments(args)) : m_objects.Play(function, args);
     line += FormatResults(function, args, value);
-    if (m_file.is_open()) {
+    if (m_file.is_open())
         m_file << line << std::endl;
-    }
     m_log.push_back(std::move(line));
     return value;
 }

@@ -64,7 +64,8 @@ public:
     void Answer(const std::string& function, Fake::Player player) { m_control->Answer(function, std::move(player)); }
     template <class T> void Returns(const std::string& function, T value)
     {
-        m_control->Answer(function, [value](const Fake::Arguments&) { return Fake::ToWord(value); });
+        m_control->Answer(
+            function, [value](const Fake::Arguments&) { return Fake::ToWord(value); });
     }
 
     /// For all else that the driver can be told.

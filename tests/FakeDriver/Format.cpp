@@ -35,15 +35,13 @@ template <class... Values> std::string Print(const char* format, Values... value
 std::string Quote(const char* text, std::size_t length)
 {
     std::string result = "\"";
-    for (std::size_t i = 0; i < length; ++i) {
-        if (text[i] == '\n') {
+    for (std::size_t i = 0; i < length; ++i)
+        if (text[i] == '\n')
             result += "\\n";
-        } else if (text[i] == '"' || text[i] == '\\') {
+        else if (text[i] == '"' || text[i] == '\\')
             result += std::string("\\") + text[i];
-        } else {
+        else
             result += text[i];
-        }
-    }
     return result + '"';
 }
 
@@ -64,9 +62,8 @@ template <class T> Word ReadElement(const void* pointer, std::int64_t index)
 
 Word ReadElement(const Parameter& parameter, const void* array, std::int64_t index)
 {
-    if (parameter.elementForm == Form::Float) {
+    if (parameter.elementForm == Form::Float)
         return ReadElement<float>(array, index);
-    }
     const bool negative = parameter.elementForm == Form::Signed;
     switch (parameter.elementBytes) {
     case 1:
@@ -83,27 +80,23 @@ std::string FormatBytes(const std::uint8_t* bytes, std::int64_t count)
 {
     std::string result = "<" + std::to_string(count) + " bytes ";
     if (count <= 16) {
-        for (std::int64_t i = 0; i < count; ++i) {
+        for (std::int64_t i = 0; i < count; ++i)
             result += Print("%02x", bytes[i]);
-        }
         return result + ">";
     }
     std::uint32_t fingerprint = 2166136261;
-    for (std::int64_t i = 0; i < count; ++i) {
+    for (std::int64_t i = 0; i < count; ++i)
         fingerprint = (fingerprint ^ bytes[i]) * 16777619;
-    }
     return result + Print("#%08x>", fingerprint);
 }
 
 std::string FormatArray(const Parameter& parameter, const void* array, std::int64_t count)
 {
-    if (parameter.elementForm == Form::Byte) {
+    if (parameter.elementForm == Form::Byte)
         return FormatBytes(static_cast<const std::uint8_t*>(array), count);
-    }
     std::string result = "[";
-    for (std::int64_t i = 0; i < count; ++i) {
+    for (std::int64_t i = 0; i < count; ++i)
         result += (i > 0 ? ", " : "") + FormatValue(parameter.elementForm, ReadElement(parameter, array, i));
-    }
     return result + "]";
 }
 
@@ -116,9 +109,8 @@ std::string FormatAddress(Word value)
 std::string FormatStrings(const char* const* strings, std::int64_t count)
 {
     std::string result = "[";
-    for (std::int64_t i = 0; i < count; ++i) {
+    for (std::int64_t i = 0; i < count; ++i)
         result += (i > 0 ? ", " : "") + (strings[i] ? Quote(strings[i], std::strlen(strings[i])) : "null");
-    }
     return result + "]";
 }
 
@@ -136,9 +128,8 @@ std::string FormatArgument(const Parameter& parameter, const Word* args, Word va
     default:
         return FormatValue(parameter.form, value);
     }
-    if (!pointer || parameter.offset) {
+    if (!pointer || parameter.offset)
         return FormatAddress(value);
-    }
     const auto* text = static_cast<const char*>(pointer);
     const std::int64_t count = parameter.count ? parameter.count(args) : -1;
     switch (parameter.form) {
@@ -194,9 +185,8 @@ std::string FormatInputs(const Function& function, const Word* args)
     line += '(';
     for (std::size_t i = 0; i < function.parameters.size(); ++i) {
         const Parameter& parameter = function.parameters[i];
-        if (!parameter.out) {
+        if (!parameter.out)
             line += (line.back() == '(' ? "" : ", ") + FormatArgument(parameter, args, args[i]);
-        }
     }
     return line + ")";
 }
@@ -205,14 +195,11 @@ std::string FormatResults(const Function& function, const Word* args, Word value
 {
     std::string line;
     const auto add = [&line](const std::string& text) { line += (line.empty() ? " = " : ", ") + text; };
-    if (function.returns != Form::None) {
+    if (function.returns != Form::None)
         add(FormatValue(function.returns, value));
-    }
-    for (std::size_t i = 0; i < function.parameters.size(); ++i) {
-        if (function.parameters[i].out) {
+    for (std::size_t i = 0; i < function.parameters.size(); ++i)
+        if (function.parameters[i].out)
             add(FormatArgument(function.parameters[i], args, args[i]));
-        }
-    }
     return line;
 }
 

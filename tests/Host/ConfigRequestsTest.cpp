@@ -25,9 +25,8 @@ TEST(AdaptConfigRequestTest, WindowsAndPixmapsBecomePbuffers)
     EXPECT_EQ(adapt({EGL_RED_SIZE, 8}), (List{EGL_RED_SIZE, 8, EGL_SURFACE_TYPE, EGL_PBUFFER_BIT}));
     EXPECT_EQ(Replay::AdaptConfigRequest(nullptr, SurfaceKind::Pbuffer),
               (List{EGL_SURFACE_TYPE, EGL_PBUFFER_BIT, EGL_NONE}));
-    for (const EGLint type : {EGL_DONT_CARE, 0, EGL_PBUFFER_BIT}) {
+    for (const EGLint type : {EGL_DONT_CARE, 0, EGL_PBUFFER_BIT})
         EXPECT_EQ(adapt({EGL_SURFACE_TYPE, type}), (List{EGL_SURFACE_TYPE, type}));
-    }
     EXPECT_EQ(adapt({EGL_SURFACE_TYPE, EGL_WINDOW_BIT}, SurfaceKind::Window), (List{EGL_SURFACE_TYPE, EGL_WINDOW_BIT}));
 }
 

@@ -38,9 +38,8 @@ constexpr int MillisecondsBetweenKeys = 300;
 int OnChildEnd(int fd, std::uint32_t, void* display)
 {
     char byte = 0;
-    if (read(fd, &byte, 1) == 0) {
+    if (read(fd, &byte, 1) == 0)
         wl_display_terminate(static_cast<wl_display*>(display));
-    }
     return 0;
 }
 
@@ -55,14 +54,12 @@ public:
     {
         wl_display_init_shm(m_display);
         wl_global_create(m_display, &wl_compositor_interface, 1, this, Bind<wl_compositor_interface>);
-        if (shell == Shell::WlShell) {
+        if (shell == Shell::WlShell)
             wl_global_create(m_display, &wl_shell_interface, 1, this, Bind<wl_shell_interface>);
-        } else {
+        else
             wl_global_create(m_display, &xdg_shell_interface, 1, this, Bind<xdg_shell_interface>);
-        }
-        if (!m_keys.empty()) {
+        if (!m_keys.empty())
             wl_global_create(m_display, &wl_seat_interface, 1, this, Bind<wl_seat_interface>);
-        }
         m_socket = wl_display_add_socket_auto(m_display);
     }
 
@@ -80,9 +77,8 @@ public:
     {
         // The write end stays with the child: end of file on the other one is its end.
         int ends[2];
-        if (pipe(ends) != 0) {
+        if (pipe(ends) != 0)
             return 127;
-        }
         const pid_t child = fork();
         if (child == 0) {
             close(ends[0]);
@@ -113,9 +109,8 @@ public:
     bool WritePicture(const char* path) const
     {
         std::FILE* file = std::fopen(path, "wb");
-        if (!file) {
+        if (!file)
             return false;
-        }
         const bool written = std::fwrite(m_picture.data(), 1, m_picture.size(), file) == m_picture.size();
         return std::fclose(file) == 0 && written;
     }
@@ -137,9 +132,8 @@ private:
     wl_resource* Add(wl_client* client, const wl_interface& interface, std::uint32_t version, std::uint32_t id)
     {
         wl_resource* resource = wl_resource_create(client, &interface, static_cast<int>(version), id);
-        if (&interface == &wl_seat_interface) {
+        if (&interface == &wl_seat_interface)
             wl_seat_send_capabilities(resource, WL_SEAT_CAPABILITY_KEYBOARD);
-        }
         wl_resource_set_dispatcher(resource, Dispatch, this, this, [](wl_resource* gone) {
             static_cast<OldCompositor*>(wl_resource_get_user_data(gone))->m_surfaces.erase(gone);
         });
@@ -159,9 +153,8 @@ private:
         wl_resource* made = nullptr;
         int index = 0;
         for (const char* type = message.signature; *type; ++type) {
-            if (*type == '?' || std::isdigit(static_cast<unsigned char>(*type))) {
+            if (*type == '?' || std::isdigit(static_cast<unsigned char>(*type)))
                 continue;
-            }
             if (*type == 'n') {
                 made = Add(wl_resource_get_client(resource), *message.types[index],
                            static_cast<std::uint32_t>(wl_resource_get_version(resource)), arguments[index].n);
@@ -214,9 +207,8 @@ private:
         char* const text = xkb_keymap_get_as_string(keymap, XKB_KEYMAP_FORMAT_TEXT_V1);
         const auto bytes = static_cast<std::uint32_t>(std::strlen(text) + 1);
         const int file = memfd_create("keymap", MFD_CLOEXEC);
-        if (write(file, text, bytes) == static_cast<ssize_t>(bytes)) {
+        if (write(file, text, bytes) == static_cast<ssize_t>(bytes))
             wl_keyboard_send_keymap(m_keyboard, WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, file, bytes);
-        }
         close(file);
         std::free(text);
         xkb_keymap_unref(keymap);
@@ -225,9 +217,8 @@ private:
 
     void TypeNextKey()
     {
-        if (m_typed == m_keys.size() || !m_keyboard) {
+        if (m_typed == m_keys.size() || !m_keyboard)
             return;
-        }
         const std::uint32_t key = m_keys[m_typed++];
         wl_keyboard_send_key(m_keyboard, m_typed, m_typed, key, WL_KEYBOARD_KEY_STATE_PRESSED);
         wl_keyboard_send_key(m_keyboard, m_typed, m_typed, key, WL_KEYBOARD_KEY_STATE_RELEASED);
@@ -237,29 +228,25 @@ private:
     void HandleSurface(wl_resource* resource, const std::string& request, wl_argument* arguments, wl_resource* made)
     {
         Surface& surface = m_surfaces[resource];
-        if (request == "attach") {
+        if (request == "attach")
             surface.pendingBuffer = reinterpret_cast<wl_resource*>(arguments[0].o);
-        } else if (request == "frame") {
+        else if (request == "frame")
             surface.frameCallbacks.push_back(made);
-        } else if (request == "commit") {
+        else if (request == "commit")
             Commit(surface);
-        }
     }
 
     void Commit(Surface& surface)
     {
         wl_resource* buffer = std::exchange(surface.pendingBuffer, nullptr);
-        if (!buffer || !surface.hasRole) {
+        if (!buffer || !surface.hasRole)
             return;
-        }
-        if (surface.shownBuffer && surface.shownBuffer != buffer) {
+        if (surface.shownBuffer && surface.shownBuffer != buffer)
             wl_buffer_send_release(surface.shownBuffer);
-        }
         surface.shownBuffer = buffer;
         Show(buffer);
-        if (m_frames == FrameOfSecondConfigure) {
+        if (m_frames == FrameOfSecondConfigure)
             Configure();
-        }
         for (wl_resource* callback : std::exchange(surface.frameCallbacks, {})) {
             wl_callback_send_done(callback, m_frames);
             wl_resource_destroy(callback);
@@ -269,9 +256,8 @@ private:
     void Show(wl_resource* buffer)
     {
         wl_shm_buffer* shm = wl_shm_buffer_get(buffer);
-        if (!shm) {
+        if (!shm)
             return;
-        }
         if (++m_frames == 1 && !m_keys.empty()) {
             const auto type = [](void* self) {
                 static_cast<OldCompositor*>(self)->TypeNextKey();
@@ -286,9 +272,8 @@ private:
         m_picture.resize(rowBytes * static_cast<std::size_t>(m_height));
         wl_shm_buffer_begin_access(shm);
         const auto* row = static_cast<const std::uint8_t*>(wl_shm_buffer_get_data(shm));
-        for (std::int32_t y = 0; y < m_height; ++y, row += wl_shm_buffer_get_stride(shm)) {
+        for (std::int32_t y = 0; y < m_height; ++y, row += wl_shm_buffer_get_stride(shm))
             std::memcpy(m_picture.data() + rowBytes * static_cast<std::size_t>(y), row, rowBytes);
-        }
         wl_shm_buffer_end_access(shm);
     }
 
@@ -328,9 +313,8 @@ int main(int argc, char** argv)
     char** command = argv + 3;
     if (std::strcmp(command[0], "--keys") == 0 && argc > 5) {
         std::istringstream codes(command[1]);
-        for (std::string code; std::getline(codes, code, ',');) {
+        for (std::string code; std::getline(codes, code, ',');)
             keys.push_back(static_cast<std::uint32_t>(std::stoul(code)));
-        }
         command += 2;
     }
     OldCompositor compositor(std::strcmp(argv[1], "wl_shell") == 0 ? Shell::WlShell : Shell::XdgShellV5, keys);

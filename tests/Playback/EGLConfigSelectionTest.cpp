@@ -31,15 +31,13 @@ protected:
         // Offers every config, as a driver with lower bounds in its request may, deepest first.
         driver.Answer("eglChooseConfig", [this](const Fake::Arguments& args) {
             lastRequest.clear();
-            for (const EGLint* at = args.Get<const EGLint*>(1); at && at[0] != EGL_NONE; at += 2) {
+            for (const EGLint* at = args.Get<const EGLint*>(1); at && at[0] != EGL_NONE; at += 2)
                 lastRequest.insert(lastRequest.end(), {at[0], at[1]});
-            }
             EGLint count = std::min<EGLint>(offered, static_cast<EGLint>(configs.size()));
             if (auto* out = args.Get<EGLConfig*>(2)) {
                 count = std::min(count, args.Get<EGLint>(3));
-                for (EGLint i = 0; i < count; ++i) {
+                for (EGLint i = 0; i < count; ++i)
                     out[i] = Handle(static_cast<std::uint64_t>(i) + 1);
-                }
             }
             *args.Get<EGLint*>(4) = count;
             return Fake::Word{EGL_TRUE};
@@ -58,9 +56,8 @@ protected:
             {EGL_SURFACE_TYPE, &Config::surface}, {EGL_RENDERABLE_TYPE, &Config::renderable}};
         const auto* const field =
             std::find_if(std::begin(fields), std::end(fields), [&](const auto& f) { return f.first == attribute; });
-        if (field == std::end(fields)) {
+        if (field == std::end(fields))
             return false;
-        }
         value = config.*field->second;
         return true;
     }
@@ -158,9 +155,8 @@ TEST_F(EGLConfigListTest, PairsCapturedConfigsWithLiveOnesInTheRoomOfTheApplicat
     driver.Answer("eglChooseConfig", [](const Fake::Arguments& args) {
         auto* out = args.Get<EGLConfig*>(2);
         const auto room = args.Get<EGLint>(3);
-        for (EGLint i = 0; out && i < room; ++i) {
+        for (EGLint i = 0; out && i < room; ++i)
             out[i] = Handle(0x200 + static_cast<unsigned>(i));
-        }
         *args.Get<EGLint*>(4) = room;
         return Fake::Word{EGL_TRUE};
     });

@@ -95,9 +95,8 @@ TEST_F(EGLPlaybackAdapterTest, AWindowIsResizedByForceWhenTheContextChanges)
     MakeWindowSurface(7);
     adapter->Process_eglCreatePbufferSurface(8, 1, 5, Null());
     InSequence order;
-    for (const bool force : {true, false, true, false, true}) {
+    for (const bool force : {true, false, true, false, true})
         EXPECT_CALL(window, ProcessResizeRequest(force));
-    }
     adapter->Process_eglMakeCurrent(1, 1, 7, 7, 3);
     adapter->Process_eglMakeCurrent(1, 1, 7, 7, 3);
     adapter->Process_eglMakeCurrent(1, 1, 8, 8, 3);

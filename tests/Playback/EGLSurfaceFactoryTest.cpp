@@ -102,9 +102,8 @@ TEST_F(EGLSurfaceFactoryTest, AnOffscreenSurfaceIsReadBackBeforeTheSwapAndLeaves
     log.Take();
     const auto swap = [&](std::map<GLenum, GLint> bound) {
         driver.Answer("glGetIntegerv", [&](const Fake::Arguments& args) {
-            if (const auto value = bound.find(args.Get<GLenum>(0)); value != bound.end()) {
+            if (const auto value = bound.find(args.Get<GLenum>(0)); value != bound.end())
                 *args.Get<GLint*>(1) = value->second;
-            }
             return Fake::Word{0};
         });
         Forget();

@@ -40,11 +40,10 @@ protected:
 TEST_F(GLPlaybackAdapterTest, OutputsGetTheRoomThatTheDriverMayFill)
 {
     driver.Answer("glGetIntegerv", [](const Fake::Arguments& a) {
-        if (a.Get<GLenum>(0) == GL_NUM_COMPRESSED_TEXTURE_FORMATS) {
+        if (a.Get<GLenum>(0) == GL_NUM_COMPRESSED_TEXTURE_FORMATS)
             *a.Get<GLint*>(1) = 50;
-        } else {
+        else
             std::fill_n(a.Get<GLint*>(1), 50, 1);
-        }
         return Fake::Word{0};
     });
     Contents formats(std::vector<GLint>{1, 2});

@@ -71,9 +71,8 @@ TEST_F(GLResourceTableTest, NamesOfEachKindBelongToShareGroupsOrContexts)
         {KIND(Counter), false},     {KIND(PerfMonitorGroup), false},
         {KIND(Semaphore), true},    {KIND(MemoryObject), true},
     };
-    for (unsigned int i = 0; i < std::size(kinds); ++i) {
+    for (unsigned int i = 0; i < std::size(kinds); ++i)
         (table.*kinds[i].add)(5, 100 + i);
-    }
     EXPECT_THAT(log.Take(), IsEmpty());
     for (unsigned int i = 0; i < std::size(kinds); ++i) {
         UseContext(2);
@@ -230,9 +229,8 @@ TEST_F(FakeDriverTest, ReleaseDeletesEveryKindInOrderInItsContextAndThenTheHandl
           &GLResourceTable::AddIdGLQuery, &GLResourceTable::AddIdGLSampler, &GLResourceTable::AddIdGLTexture,
           &GLResourceTable::AddIdGLFramebuffer, &GLResourceTable::AddIdGLRenderbuffer, &GLResourceTable::AddIdGLBuffer,
           &GLResourceTable::AddIdGLShader, &GLResourceTable::AddIdGLProgram, &GLResourceTable::AddIdGLPerfMonitorGroup,
-          &GLResourceTable::AddIdGLCounter}) {
+          &GLResourceTable::AddIdGLCounter})
         (table.*add)(1, ++name);
-    }
     table.AddIdEGLSync(5, Handle(50));
     table.AddIdEGLImage(4, Handle(40));
     table.ReleaseResources();

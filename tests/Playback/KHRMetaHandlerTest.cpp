@@ -60,9 +60,8 @@ protected:
     static Pixels Pattern(unsigned int seed)
     {
         Pixels pixels;
-        for (std::size_t i = 0; i < pixels.size(); ++i) {
+        for (std::size_t i = 0; i < pixels.size(); ++i)
             pixels[i] = static_cast<std::uint8_t>(i * 37 + seed);
-        }
         return pixels;
     }
     Pixels ReadBack()

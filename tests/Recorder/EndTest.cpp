@@ -97,9 +97,8 @@ struct ReturnedCalls {
 CLIENT(IsEndedAtAnyMoment)
 {
     const int file = open("returned", O_RDWR | O_CREAT, 0600);
-    if (ftruncate(file, sizeof(ReturnedCalls)) != 0) {
+    if (ftruncate(file, sizeof(ReturnedCalls)) != 0)
         return 1;
-    }
     auto& returned =
         *static_cast<ReturnedCalls*>(mmap(nullptr, sizeof(ReturnedCalls), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
     const auto work = [](std::atomic<unsigned>& count, auto call) {
@@ -111,11 +110,13 @@ CLIENT(IsEndedAtAnyMoment)
             glBufferData(GL_ARRAY_BUFFER, i % 50 == 0 ? 3 << 20 : i * 64 % 5000, data.data(), GL_STATIC_DRAW);
         }
     };
-    std::thread([&] { work(returned.lineWidth, [](float value) { glLineWidth(value); }); }).detach();
+    std::thread([&] {
+        work(
+            returned.lineWidth, [](float value) { glLineWidth(value); });
+    }).detach();
     std::thread([&] { work(returned.clearDepth, [](float value) { glClearDepthf(value); }); }).detach();
-    while (returned.lineWidth == 0 || returned.clearDepth == 0) {
+    while (returned.lineWidth == 0 || returned.clearDepth == 0)
         usleep(1000);
-    }
     usleep(static_cast<useconds_t>(std::atoi(std::getenv("AFTER_US"))));
     const int signal = std::atoi(std::getenv("SIGNAL"));
     signal == 0 ? _exit(3) : static_cast<void>(kill(getpid(), signal));

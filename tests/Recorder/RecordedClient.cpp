@@ -15,9 +15,8 @@ std::vector<std::string> Lines(const std::string& text)
 {
     std::vector<std::string> lines;
     std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
+    for (std::string line; std::getline(stream, line);)
         lines.push_back(line);
-    }
     return lines;
 }
 
@@ -64,9 +63,8 @@ std::vector<std::string> RecorderTest::Dump(const std::string& file)
     std::vector<std::string> lines = Lines(Run(PLAYBACK_INFO " --dump " + file).out);
     for (std::string& line : lines) {
         // Place, thread and context come first.
-        for (int word = 0; word < 3; ++word) {
+        for (int word = 0; word < 3; ++word)
             line.erase(0, line.find(' ') + 1);
-        }
     }
     return lines;
 }
@@ -92,9 +90,8 @@ std::vector<std::string> After(const std::vector<std::string>& list, const std::
 
 int main(int argc, char** argv)
 {
-    if (argc == 3 && std::string(argv[1]) == "--client") {
+    if (argc == 3 && std::string(argv[1]) == "--client")
         return Recorder::Clients().at(argv[2])();
-    }
     testing::InitGoogleMock(&argc, argv);
     return RUN_ALL_TESTS();
 }

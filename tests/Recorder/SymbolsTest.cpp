@@ -159,9 +159,8 @@ CLIENT(DrawsOnTwoThreads)
         const EGLSurface surface = eglCreatePbufferSurface(current.display, current.config, nullptr);
         const EGLContext context = eglCreateContext(current.display, current.config, current.context, nullptr);
         eglMakeCurrent(current.display, surface, surface, context);
-        for (int i = 0; i < 20000; ++i) {
+        for (int i = 0; i < 20000; ++i)
             glClear(mask);
-        }
         eglMakeCurrent(current.display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
     };
     std::thread first(draw, 0x100);

@@ -39,10 +39,9 @@ std::vector<std::size_t> Kept(const std::vector<CallRecord>& calls)
         Track(tracker, call);
     const Selection selection = SelectRecords(tracker.Log(), tracker.Model().Slots(), {});
     std::vector<std::size_t> kept;
-    for (std::size_t i = 0; i < calls.size(); ++i) {
+    for (std::size_t i = 0; i < calls.size(); ++i)
         if (selection.isKept[first + i])
             kept.push_back(i);
-    }
     return kept;
 }
 

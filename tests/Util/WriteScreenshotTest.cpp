@@ -44,9 +44,8 @@ TEST_F(WriteScreenshotTest, EveryFormatStandsUprightAndKeepsAlpha)
                         .WriteScreenshot(folder.File("x"), 3, 2, Pixels, GL_RGBA, GL_UNSIGNED_BYTE));
         const std::string bytes = ReadFile(folder.File(each.file));
         const auto add = [](unsigned sum, char byte) { return sum * 31 + static_cast<unsigned char>(byte); };
-        if (each.checksum != 0) {
-            EXPECT_EQ(std::accumulate(bytes.begin(), bytes.end(), 0u, add), each.checksum) << each.file;
-        }
+        const unsigned sum = std::accumulate(bytes.begin(), bytes.end(), 0u, add);
+        EXPECT_TRUE(each.checksum == 0 || sum == each.checksum) << each.file << " has checksum " << sum;
     }
     const Picture picture = ReadPng(folder.File("x.png"));
     ASSERT_EQ(std::pair(picture.width, picture.height), std::pair(3U, 2U));

@@ -25,9 +25,8 @@ const float quad[8] = {-1, -1, 1, -1, -1, 1, 1, 1};
 void WriteQuad(void* to, float scale)
 {
     float corners[8];
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i < 8; ++i)
         corners[i] = quad[i] * scale;
-    }
     std::memcpy(to, corners, sizeof corners);
 }
 
@@ -44,9 +43,8 @@ std::uint8_t Wave(int value)
 std::vector<std::uint8_t> Pattern(int width, int height, int frame)
 {
     std::vector<std::uint8_t> pixels;
-    for (int i = 0; i < width * height; ++i) {
+    for (int i = 0; i < width * height; ++i)
         pixels.insert(pixels.end(), {Wave(i % width + frame), Wave(i / width * 3), Wave(i), 255});
-    }
     return pixels;
 }
 
@@ -67,9 +65,8 @@ void* MapForGood(GLenum target, GLsizeiptr bytes, GLbitfield storage, GLbitfield
     glBindBuffer(target, buffer);
     bufferStorage(target, bytes, nullptr, storage);
     void* const memory = glMapBufferRange(target, 0, bytes, access);
-    if (!memory) {
+    if (!memory)
         Stage::Fail("mapping a buffer for good");
-    }
     return memory;
 }
 

@@ -27,9 +27,8 @@ GLuint Linked(GLuint program)
 {
     GLint linked = GL_FALSE;
     glGetProgramiv(program, GL_LINK_STATUS, &linked);
-    if (!linked) {
+    if (!linked)
         Stage::Fail("linking a program");
-    }
     return program;
 }
 
@@ -42,9 +41,8 @@ GLuint LinkProgram(const char* vertex, const char* fragment, const std::function
         glAttachShader(program, shader);
         glDeleteShader(shader);
     }
-    if (beforeLink) {
+    if (beforeLink)
         beforeLink(program);
-    }
     glLinkProgram(program);
     return Linked(program);
 }

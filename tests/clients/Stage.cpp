@@ -93,9 +93,8 @@ EGLConfig ChooseConfig(EGLDisplay display, EGLint surfaceType)
             eglGetConfigAttrib(display, config, wanted[i], &value);
             same = same && value == wanted[i + 1];
         }
-        if (same) {
+        if (same)
             return config;
-        }
     }
     Stage::Fail("choosing a config");
 }
@@ -105,15 +104,13 @@ EGLConfig ChooseConfig(EGLDisplay display, EGLint surfaceType)
 Stage::Compositor::Compositor()
 {
     display = wl_display_connect(nullptr);
-    if (!display) {
+    if (!display)
         Fail("connecting to a compositor");
-    }
     registry = wl_display_get_registry(display);
     wl_registry_add_listener(registry, &registryListener, this);
     wl_display_roundtrip(display);
-    if (!compositor || !shell) {
+    if (!compositor || !shell)
         Fail("finding xdg_wm_base");
-    }
     xdg_wm_base_add_listener(shell, &shellListener, nullptr);
 }
 
@@ -155,13 +152,11 @@ Stage::Stage(Kind kind, int width, int height, int version) : m_version(version)
     } else {
         m_display = eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
     }
-    if (!eglInitialize(m_display, nullptr, nullptr) || !eglBindAPI(EGL_OPENGL_ES_API)) {
+    if (!eglInitialize(m_display, nullptr, nullptr) || !eglBindAPI(EGL_OPENGL_ES_API))
         Fail("eglInitialize");
-    }
     m_config = ChooseConfig(m_display, m_compositor ? EGL_WINDOW_BIT : EGL_PBUFFER_BIT);
-    if (kind != Kind::Surfaceless) {
+    if (kind != Kind::Surfaceless)
         MakeSurface(width, height);
-    }
     m_context = MakeContext(EGL_NO_CONTEXT);
     MakeCurrent();
     // Frames are drawn as fast as they can be: nobody watches.
@@ -180,9 +175,8 @@ EGLSurface Stage::MakeSurface(int width, int height, EGLConfig config)
         const EGLint size[] = {EGL_WIDTH, width, EGL_HEIGHT, height, EGL_NONE};
         surface = eglCreatePbufferSurface(m_display, config, size);
     }
-    if (surface == EGL_NO_SURFACE) {
+    if (surface == EGL_NO_SURFACE)
         Fail("making a surface");
-    }
     m_surfaces.push_back(surface);
     return surface;
 }
@@ -191,42 +185,36 @@ EGLContext Stage::MakeContext(EGLContext shared) const
 {
     const EGLint attributes[] = {EGL_CONTEXT_CLIENT_VERSION, m_version, EGL_NONE};
     const EGLContext context = eglCreateContext(m_display, m_config, shared, attributes);
-    if (context == EGL_NO_CONTEXT) {
+    if (context == EGL_NO_CONTEXT)
         Fail("eglCreateContext");
-    }
     return context;
 }
 
 void Stage::MakeCurrent(EGLSurface surface, EGLContext context) const
 {
-    if (!eglMakeCurrent(m_display, surface, surface, context)) {
+    if (!eglMakeCurrent(m_display, surface, surface, context))
         Fail("eglMakeCurrent");
-    }
 }
 
 Stage::~Stage()
 {
     eglMakeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
     eglDestroyContext(m_display, m_context);
-    for (const EGLSurface surface : m_surfaces) {
+    for (const EGLSurface surface : m_surfaces)
         eglDestroySurface(m_display, surface);
-    }
     eglTerminate(m_display);
 }
 
 void Stage::Swap()
 {
-    if (!eglSwapBuffers(m_display, eglGetCurrentSurface(EGL_DRAW))) {
+    if (!eglSwapBuffers(m_display, eglGetCurrentSurface(EGL_DRAW)))
         Fail("eglSwapBuffers");
-    }
-    if (m_compositor) {
+    if (m_compositor)
         wl_display_dispatch_pending(m_compositor->display);
-    }
 }
 
 void Stage::Resize(int width, int height)
 {
-    if (!m_windows.empty()) {
+    if (!m_windows.empty())
         wl_egl_window_resize(m_windows.front()->native, width, height, 0, 0);
-    }
 }

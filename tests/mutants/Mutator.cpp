@@ -96,10 +96,9 @@ Recording Mutator::Mutant()
 {
     Recording mutant = Original();
     // Few changes get further, many meet each other.
-    for (std::uint64_t changes = Below(8) == 0 ? 1 + Below(40) : 1 + Below(5); changes > 0; --changes) {
+    for (std::uint64_t changes = Below(8) == 0 ? 1 + Below(40) : 1 + Below(5); changes > 0; --changes)
         if (!mutant.records.empty())
             Change(mutant.records);
-    }
     return mutant;
 }
 
@@ -231,11 +230,10 @@ void Mutator::Rename(std::vector<Record>& records)
     for (std::size_t i = first; i < end; ++i) {
         if (call != Data::callCount && records[i].Id() != call)
             continue;
-        for (const ParameterDescription& field : Fields(records[i])) {
+        for (const ParameterDescription& field : Fields(records[i]))
             if (field.form == ParameterForm::Scalar && field.bytes == 4 &&
                 records[i].Get<std::uint32_t>(field.at) == from)
                 records[i].Set(field.at, to);
-        }
     }
 }
 

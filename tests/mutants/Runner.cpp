@@ -197,10 +197,9 @@ void Runner::Judge(std::uint64_t seed, int status, bool isHang)
 Runner::End Runner::WaitFor(pid_t process) const
 {
     int status = 0;
-    for (const auto end = Clock::now() + m_orders.limit; Clock::now() < end; usleep(1000)) {
+    for (const auto end = Clock::now() + m_orders.limit; Clock::now() < end; usleep(1000))
         if (waitpid(process, &status, WNOHANG) == process)
             return WIFEXITED(status) ? End::Fine : End::Crash;
-    }
     kill(process, SIGKILL);
     waitpid(process, &status, 0);
     return End::Hang;

@@ -78,9 +78,8 @@ int main(int argc, char** argv)
     setenv("EGL_PLATFORM", "surfaceless", 1);
     setenv("LP_NUM_THREADS", "0", 0);
     // Loaded once for all mutants, where it is the usual driver.
-    if (orders.driver.empty()) {
+    if (orders.driver.empty())
         for (const char* const library : {"libEGL.so.1", "libGLESv2.so.2", "libEGL_mesa.so.0", "dri/swrast_dri.so"})
             dlopen(library, RTLD_NOW | RTLD_GLOBAL);
-    }
     return Mutate::Runner(captures, orders).Run() ? 0 : 1;
 }

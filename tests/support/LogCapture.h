@@ -35,9 +35,8 @@ public:
     {
         std::vector<std::string> lines;
         m_file.clear();
-        for (std::string line; std::getline(m_file, line);) {
+        for (std::string line; std::getline(m_file, line);)
             lines.push_back(line);
-        }
         return lines;
     }
 

@@ -18,9 +18,8 @@ class TestFolder {
 public:
     TestFolder() : m_path((std::filesystem::temp_directory_path() / "playback-test-XXXXXX").string())
     {
-        if (!mkdtemp(m_path.data())) {
+        if (!mkdtemp(m_path.data()))
             std::abort();
-        }
     }
     ~TestFolder() { std::filesystem::remove_all(m_path); }
     TestFolder(const TestFolder&) = delete;

@@ -24,10 +24,9 @@ std::vector<CaptureFile::CallSum> CaptureFile::CallSums() const
     const std::vector<std::uint64_t>& counts = m_processor.CallCounts();
     const std::vector<std::uint64_t>& times = m_processor.CallTimes();
     std::vector<CallSum> sums;
-    for (std::size_t i = 0; i < counts.size(); ++i) {
+    for (std::size_t i = 0; i < counts.size(); ++i)
         if (counts[i] != 0)
             sums.push_back({m_source->Calls()[i].name, counts[i], times.empty() ? 0 : times[i]});
-    }
     return sums;
 }
 

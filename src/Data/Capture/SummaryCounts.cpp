@@ -70,10 +70,9 @@ std::vector<std::uint8_t> EncodeSummary(const SummaryCounts& counts)
     encoder.Put(SummaryPart::Totals, totals, std::vector<std::uint8_t>());
 
     std::vector<CountEntry> entries;
-    for (std::uint32_t id = 0; id < counts.callsById.size(); ++id) {
+    for (std::uint32_t id = 0; id < counts.callsById.size(); ++id)
         if (counts.callsById[id] > 0)
             entries.push_back({id, 0, counts.callsById[id]});
-    }
     encoder.Put(SummaryPart::Calls, entries);
     entries.clear();
     for (const auto& [thread, calls] : counts.callsByThread)

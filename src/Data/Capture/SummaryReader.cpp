@@ -63,10 +63,9 @@ public:
             return Differs("frames", m_source.FrameCount(), m_counts.frames);
         if (m_counts.byFrame.size() != std::size_t{m_counts.frames} + 1)
             return Differs("counts of frames", std::size_t{m_counts.frames} + 1, m_counts.byFrame.size());
-        for (const std::uint64_t chunks : {std::uint64_t{m_chunks}, std::uint64_t{m_counts.bindings.size()}}) {
+        for (const std::uint64_t chunks : {std::uint64_t{m_chunks}, std::uint64_t{m_counts.bindings.size()}})
             if (chunks != m_source.Chunks().size())
                 return Differs("chunks of records", m_source.Chunks().size(), chunks);
-        }
         std::uint32_t frames = 0;
         for (const IndexEntry& chunk : m_source.Chunks()) {
             if (chunk.framesBefore != frames)
@@ -82,10 +81,9 @@ public:
             if (frame.draws > m_counts.calls)
                 return Differs("draws in a frame at most", m_counts.calls, frame.draws);
         }
-        for (const std::uint64_t sum : {calls, m_callsByName, m_callsByThread}) {
+        for (const std::uint64_t sum : {calls, m_callsByName, m_callsByThread})
             if (sum != m_counts.calls)
                 return Differs("calls", m_counts.calls, sum);
-        }
         return {};
     }
 

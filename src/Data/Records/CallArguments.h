@@ -31,10 +31,9 @@ public:
     /// The parameter of that name, where the call has one that is a number of 4 bytes.
     [[nodiscard]] std::optional<std::int32_t> Find(std::string_view name) const
     {
-        for (const ParameterDescription& parameter : ParametersOf(m_call)) {
+        for (const ParameterDescription& parameter : ParametersOf(m_call))
             if (parameter.name == name && parameter.form == ParameterForm::Scalar)
                 return Field<std::int32_t>(parameter.at);
-        }
         return std::nullopt;
     }
     /// Any number; of a pointer its value in the recorded program.

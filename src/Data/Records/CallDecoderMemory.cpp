@@ -43,10 +43,9 @@ bool CallDecoder::IndexOffsets(std::uint32_t parameter, std::uint32_t at, std::i
     if (!Input(parameter, at, sizeof(std::uint64_t), count) || !HasIndices(parameter))
         return false;
     const auto* const offsets = m_pointers[parameter].As<const std::uint64_t>();
-    for (std::int64_t i = 0; i < count && elementBytes > 0; ++i) {
+    for (std::int64_t i = 0; i < count && elementBytes > 0; ++i)
         if (offsets[i] % static_cast<std::uint64_t>(elementBytes) != 0)
             return Refuse(parameter, "multiples of " + std::to_string(elementBytes), std::to_string(offsets[i]));
-    }
     return true;
 }
 

@@ -99,31 +99,27 @@ template <class Upload> void MetaDecoder::UploadPacked(const char* name, Upload 
     const std::uint32_t buffers[] = {m_calls.Context().BoundBuffer(targets[0]),
                                      m_calls.Context().BoundBuffer(targets[1])};
     const std::uint32_t vertexArray = m_calls.Context().BoundVertexArray();
-    for (const auto& [parameter, value] : gaps) {
+    for (const auto& [parameter, value] : gaps)
         if (value != 0)
             gl.Process_glPixelStorei(parameter, 0);
-    }
     // What is uploaded, and the quad that may be drawn for it, lie in memory.
     if (vertexArray != 0)
         gl.Process_glBindVertexArray(0);
-    for (std::size_t i = 0; i < std::size(targets); ++i) {
+    for (std::size_t i = 0; i < std::size(targets); ++i)
         if (buffers[i] != 0)
             gl.Process_glBindBuffer(targets[i], 0);
-    }
     if (m_calls.TakesPackedMemory())
         upload();
     else
         m_diagnostics.Skipped(name, "upload", "a driver that takes it as it lies in memory", "buffers, rows or arrays");
-    for (std::size_t i = 0; i < std::size(targets); ++i) {
+    for (std::size_t i = 0; i < std::size(targets); ++i)
         if (buffers[i] != 0)
             gl.Process_glBindBuffer(targets[i], buffers[i]);
-    }
     if (vertexArray != 0)
         gl.Process_glBindVertexArray(vertexArray);
-    for (const auto& [parameter, value] : gaps) {
+    for (const auto& [parameter, value] : gaps)
         if (value != 0)
             gl.Process_glPixelStorei(parameter, value);
-    }
 }
 
 void MetaDecoder::Text(RecordId id, const RecordView& view)
@@ -138,14 +134,13 @@ void MetaDecoder::Text(RecordId id, const RecordView& view)
             handler->ProcessDisplayMessageCommand(message);
         return;
     }
-    for (MetaHandler* const handler : m_handlers) {
+    for (MetaHandler* const handler : m_handlers)
         if (id == RecordId::TextAscii)
             handler->ProcessTextAscii(text, record.text.bytes);
         else if (id == RecordId::TextXml)
             handler->ProcessTextXML(text, record.text.bytes);
         else
             handler->ProcessTextJSON(text, record.text.bytes);
-    }
 }
 
 void MetaDecoder::WindowSize(const RecordView& view)
@@ -175,12 +170,11 @@ void MetaDecoder::Attribs(RecordId id, const RecordView& view)
         m_diagnostics.Skipped(name, "the list", "a closing EGL_NONE", "none in " + std::to_string(count) + " values");
         return;
     }
-    for (MetaHandler* const handler : m_handlers) {
+    for (MetaHandler* const handler : m_handlers)
         if (isConfig)
             handler->ProcessEGLConfigStateDesc(record.display, record.object, attribs, count);
         else
             handler->ProcessEGLSurfaceStateDesc(record.display, record.object, attribs, count);
-    }
 }
 
 void MetaDecoder::Image(RecordId id, const RecordView& view)
@@ -211,12 +205,11 @@ void MetaDecoder::Image(RecordId id, const RecordView& view)
         planes[i] = {slot.stride, slot.size, slot.offset, contents};
     }
     const EGLImageData data{record.width, record.height, record.format, record.bpp, record.planeCount, planes};
-    for (MetaHandler* const handler : m_handlers) {
+    for (MetaHandler* const handler : m_handlers)
         if (id == RecordId::EGLImageCreate)
             handler->ProcessCreateEGLImageBufferCommand(record.display, record.image, &data);
         else
             handler->ProcessSetEGLImageContentCommand(record.image, &data);
-    }
 }
 
 void MetaDecoder::DefaultBuffer(RecordId id, const RecordView& view)

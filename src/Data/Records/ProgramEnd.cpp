@@ -106,10 +106,9 @@ ProgramEnd FindProgramEnd(CaptureSource& source)
     if (!chunks.empty())
         reader.SetFrames(chunks[first].framesBefore);
     Chunk chunk;
-    for (std::size_t i = first; i < chunks.size(); ++i) {
+    for (std::size_t i = first; i < chunks.size(); ++i)
         if (!source.ReadChunk(chunks[i], chunk).empty() || !reader.Read(chunk))
             break;
-    }
     return reader.Found();
 }
 

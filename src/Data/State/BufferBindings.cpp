@@ -53,10 +53,9 @@ void BufferBindings::Follow(const CallArguments& call)
         break;
     case CallId::glDeleteBuffers:
         call.ForEachName(2, [this](std::uint32_t buffer) {
-            for (const std::uint32_t target : targets) {
+            for (const std::uint32_t target : targets)
                 if (buffer != 0 && Bound(target) == buffer)
                     BindBuffer(target, 0);
-            }
             if (buffer != 0 && Bound(Enum::ElementArrayBuffer) == buffer)
                 BindBuffer(Enum::ElementArrayBuffer, 0);
         });
@@ -161,10 +160,9 @@ std::vector<BindingChange> BufferBindings::TakeChanges()
     for (auto& [name, context] : m_contexts) {
         if (std::exchange(context.isVertexArrayChanged, false))
             changes.push_back({BindingKind::VertexArray, name, 0, context.vertexArray});
-        for (std::size_t i = 0; i < targets.size(); ++i) {
+        for (std::size_t i = 0; i < targets.size(); ++i)
             if ((context.changedTargets >> i & 1) != 0)
                 changes.push_back({BindingKind::Buffer, name, targets[i], context.buffers[i]});
-        }
         context.changedTargets = 0;
         for (const std::uint32_t array : context.changedElementBuffers) {
             ElementBuffer& element = context.elementBuffers[array];

@@ -44,10 +44,9 @@ void ClientState::eglMakeCurrent(std::int32_t result, std::uint32_t /*display*/,
 
 void ClientState::eglDestroyContext(std::int32_t result, std::uint32_t /*display*/, std::uint32_t context)
 {
-    for (const auto& [id, state] : m_contexts.All()) {
+    for (const auto& [id, state] : m_contexts.All())
         if (Root(id) == context)
             state->group->buffers.clear();
-    }
     m_roots.erase(context);
     // Threads that use it keep its state until they let go of it.
     if (result == Enum::EglTrue)

@@ -80,18 +80,16 @@ void VertexArrayState::UpdateClient(std::uint32_t binding)
 
 void ContextState::glGenVertexArrays(std::int32_t n, const void* arrays)
 {
-    for (const std::uint32_t name : ObjectNames(n, arrays)) {
+    for (const std::uint32_t name : ObjectNames(n, arrays))
         if (name != m_vertexArrayName)
             m_vertexArrays[name] = {};
-    }
 }
 
 void ContextState::glGenVertexArraysOES(std::int32_t n, const void* arrays)
 {
-    for (const std::uint32_t name : ObjectNames(n, arrays)) {
+    for (const std::uint32_t name : ObjectNames(n, arrays))
         if (name != m_vertexArrayName)
             m_vertexArrays[name] = {nullptr, true};
-    }
 }
 
 void ContextState::SetVertexArray(std::uint32_t array)

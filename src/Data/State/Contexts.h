@@ -42,10 +42,9 @@ public:
     {
         const Pointer before = Share(name);
         Create(name, Name());
-        for (auto& [thread, used] : m_threads) {
+        for (auto& [thread, used] : m_threads)
             if (used == before)
                 used = m_contexts[name];
-        }
         SetThread(m_thread);
     }
     /// Threads that use the context keep it until they let go of it.
@@ -82,10 +81,9 @@ public:
     [[nodiscard]] const std::unordered_map<Name, Pointer>& All() const { return m_contexts; }
     [[nodiscard]] bool IsUsed(const Context& context) const
     {
-        for (const auto& [thread, used] : m_threads) {
+        for (const auto& [thread, used] : m_threads)
             if (used.get() == &context)
                 return true;
-        }
         return false;
     }
 

@@ -93,10 +93,9 @@ void StateModel::DestroyContext(std::uint32_t name)
 void StateModel::Terminate(std::uint32_t display)
 {
     std::vector<std::uint32_t> ended;
-    for (const auto& [name, context] : m_contexts.All()) {
+    for (const auto& [name, context] : m_contexts.All())
         if (context->display == display)
             ended.push_back(name);
-    }
     std::ranges::for_each(ended, [this](std::uint32_t name) { m_contexts.Destroy(name); });
     m_displays.erase(display);
 }

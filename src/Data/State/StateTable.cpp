@@ -17,10 +17,9 @@ const StateDescription& Describe(State state)
 
 ObjectKind LabeledKind(std::uint32_t identifier)
 {
-    for (std::size_t kind = 0; identifier != 0 && kind < objectKinds; ++kind) {
+    for (std::size_t kind = 0; identifier != 0 && kind < objectKinds; ++kind)
         if (std::ranges::find(objectDescriptions[kind].labels, identifier) != objectDescriptions[kind].labels.end())
             return static_cast<ObjectKind>(kind);
-    }
     return noObject;
 }
 

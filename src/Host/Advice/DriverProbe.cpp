@@ -47,9 +47,8 @@ std::int32_t GetInteger(GLenum name)
 std::vector<GLint> GetList(GLenum countName, GLenum listName)
 {
     std::vector<GLint> list(static_cast<std::size_t>(std::clamp(GetInteger(countName), 0, 1024)));
-    if (!list.empty()) {
+    if (!list.empty())
         KHRLayer::GLESProc().glGetIntegerv(listName, list.data());
-    }
     return list;
 }
 
@@ -71,31 +70,27 @@ DriverProbe::DriverProbe(wl_display* compositor)
 {
     const Core::EGLProcTable& egl = KHRLayer::EGLProc();
     if (!egl.eglGetDisplay || !egl.eglChooseConfig || !egl.eglCreateContext || !egl.eglDestroyContext ||
-        !egl.eglMakeCurrent || !egl.eglBindAPI || !KHRLayer::GLESProc().glGetIntegerv) {
+        !egl.eglMakeCurrent || !egl.eglBindAPI || !KHRLayer::GLESProc().glGetIntegerv)
         return;
-    }
     m_display = egl.eglGetDisplay(reinterpret_cast<EGLNativeDisplayType>(compositor));
     egl.eglBindAPI(EGL_OPENGL_ES_API);
     const EGLint request[] = {EGL_RENDERABLE_TYPE, EGL_OPENGL_ES2_BIT, EGL_NONE};
     EGLConfig config = nullptr;
     EGLint count = 0;
-    if (!egl.eglChooseConfig(m_display, request, &config, 1, &count) || count < 1) {
+    if (!egl.eglChooseConfig(m_display, request, &config, 1, &count) || count < 1)
         return;
-    }
     for (const EGLint version : {3, 2}) {
         const EGLint attribs[] = {EGL_CONTEXT_CLIENT_VERSION, version, EGL_NONE};
         m_context = egl.eglCreateContext(m_display, config, EGL_NO_CONTEXT, attribs);
-        if (HasContext()) {
+        if (HasContext())
             break;
-        }
     }
     if (HasContext() && !egl.eglMakeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, m_context)) {
         egl.eglDestroyContext(m_display, m_context);
         m_context = EGL_NO_CONTEXT;
     }
-    if (HasContext()) {
+    if (HasContext())
         KHRLayer::LoadGLESExt();
-    }
 }
 
 DriverProbe::~DriverProbe()
@@ -130,11 +125,9 @@ std::vector<std::string> DriverProbe::FindMissing(const Requirements& needed) co
         }
     }
     const std::vector<GLint> formats = GetList(GL_NUM_COMPRESSED_TEXTURE_FORMATS, GL_COMPRESSED_TEXTURE_FORMATS);
-    for (const std::uint32_t format : needed.textureFormats) {
-        if (!Contains(formats, format)) {
+    for (const std::uint32_t format : needed.textureFormats)
+        if (!Contains(formats, format))
             missing.push_back(EnumName(format) + ": such textures stay empty");
-        }
-    }
     const std::vector<GLint> binaries = GetList(GL_NUM_PROGRAM_BINARY_FORMATS, GL_PROGRAM_BINARY_FORMATS);
     for (const std::uint32_t format : needed.binaryFormats) {
         // Even in a format that it has, a driver takes what it made itself.

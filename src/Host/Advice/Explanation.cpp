@@ -22,9 +22,8 @@ private:
 template <class Numbers> std::string List(const Numbers& numbers)
 {
     std::string text;
-    for (const auto number : numbers) {
+    for (const auto number : numbers)
         text += (text.empty() ? "" : ", ") + std::to_string(number);
-    }
     return text;
 }
 
@@ -35,9 +34,8 @@ std::string WhyNothingIsDrawn(const std::string& captureFile, const std::vector<
     std::string error;
     // Trouble with the file was reported when it was replayed.
     const auto capture = Data::CaptureFile::Open(captureFile, Data::Preload::No, {}, error);
-    if (!capture) {
+    if (!capture)
         return "";
-    }
     ThreadList list;
     capture->Add(&list);
     while (capture->GetFrameProcessor()->ProcessNextFrame()) {
@@ -49,9 +47,8 @@ std::string WhyNothingIsDrawn(const std::string& captureFile, const std::vector<
                (list.Threads().size() == 1 ? "only thread is " : "threads are ") + List(list.Threads()) + ".";
     }
     const auto calls = capture->CallSums();
-    if (calls.empty()) {
+    if (calls.empty())
         return "";
-    }
     const bool isOfGL = std::ranges::any_of(calls, [](const auto& call) { return call.name.starts_with("gl"); });
     return isOfGL ? ""
                   : "The capture has no OpenGL ES call: its program drew with something else, such as desktop "

@@ -31,11 +31,10 @@ int ContextVersion(const CallArguments& arguments)
     // The attributes are the last parameter.
     Data::ForEachAttrib(arguments.Contents(arguments.Count() - 1), [&](EGLint name, EGLint value) {
         // The same value as EGL_CONTEXT_CLIENT_VERSION.
-        if (name == EGL_CONTEXT_MAJOR_VERSION) {
+        if (name == EGL_CONTEXT_MAJOR_VERSION)
             major = value;
-        } else if (name == EGL_CONTEXT_MINOR_VERSION) {
+        else if (name == EGL_CONTEXT_MINOR_VERSION)
             minor = value;
-        }
     });
     return std::clamp(major, 1, 9) * 10 + std::clamp(minor, 0, 9);
 }
@@ -81,9 +80,8 @@ public:
             break;
         case Need::Attachment:
             Use(GL_MAX_SAMPLES, arguments.Find("samples"));
-            if (const std::uint32_t attachment = Value(arguments, "attachment"); attachment < GL_DEPTH_ATTACHMENT) {
+            if (const std::uint32_t attachment = Value(arguments, "attachment"); attachment < GL_DEPTH_ATTACHMENT)
                 Index(GL_MAX_COLOR_ATTACHMENTS, attachment, GL_COLOR_ATTACHMENT0);
-            }
             break;
         case Need::TextureUnit:
             Index(GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS, Value(arguments, "texture"), GL_TEXTURE0);
@@ -115,9 +113,8 @@ private:
     void Index(std::uint32_t limit, std::uint32_t value, std::uint32_t first)
     {
         constexpr std::uint32_t longestSeries = 256;
-        if (value >= first && value - first < longestSeries) {
+        if (value >= first && value - first < longestSeries)
             Use(limit, static_cast<std::int32_t>(value - first + 1));
-        }
     }
     void Size(std::uint32_t limit, const CallArguments& arguments)
     {
@@ -128,11 +125,10 @@ private:
     {
         const std::uint32_t target = Value(arguments, "target");
         const bool isFace = target >= GL_TEXTURE_CUBE_MAP_POSITIVE_X && target <= GL_TEXTURE_CUBE_MAP_NEGATIVE_Z;
-        if (isFace || target == GL_TEXTURE_CUBE_MAP || target == GL_TEXTURE_CUBE_MAP_ARRAY) {
+        if (isFace || target == GL_TEXTURE_CUBE_MAP || target == GL_TEXTURE_CUBE_MAP_ARRAY)
             Size(GL_MAX_CUBE_MAP_TEXTURE_SIZE, arguments);
-        } else {
+        else
             Size(target == GL_TEXTURE_3D ? GL_MAX_3D_TEXTURE_SIZE : GL_MAX_TEXTURE_SIZE, arguments);
-        }
         Use(target == GL_TEXTURE_3D ? GL_MAX_3D_TEXTURE_SIZE : GL_MAX_ARRAY_TEXTURE_LAYERS, arguments.Find("depth"));
         Use(GL_MAX_SAMPLES, arguments.Find("samples"));
     }
@@ -144,11 +140,9 @@ private:
             {GL_ATOMIC_COUNTER_BUFFER, GL_MAX_ATOMIC_COUNTER_BUFFER_BINDINGS},
             {GL_TRANSFORM_FEEDBACK_BUFFER, GL_MAX_TRANSFORM_FEEDBACK_SEPARATE_ATTRIBS},
         };
-        for (const auto& [buffer, limit] : bindings) {
-            if (target == buffer) {
+        for (const auto& [buffer, limit] : bindings)
+            if (target == buffer)
                 Index(limit, index, 0);
-            }
-        }
     }
 
     Requirements& m_needed;
@@ -161,9 +155,8 @@ Requirements ReadRequirements(const std::string& captureFile, std::uint32_t last
     Requirements needed;
     std::string error;
     const auto source = Data::CaptureSource::Open(captureFile, error);
-    if (!source) {
+    if (!source)
         return needed;
-    }
     Data::Diagnostics quiet(captureFile, nullptr);
     const std::vector<Data::FileCall>& calls = source->Calls();
     std::vector<std::uint64_t> counts(calls.size());
@@ -172,18 +165,15 @@ Requirements ReadRequirements(const std::string& captureFile, std::uint32_t last
         const std::uint32_t id = record.Header().id;
         if (id < calls.size() && !calls[id].name.empty()) {
             ++counts[id];
-            if (calls[id].known < Data::callCount) {
+            if (calls[id].known < Data::callCount)
                 reader.Read(CallArguments(static_cast<Data::CallId>(calls[id].known), record));
-            }
         }
     };
     // As much as can be read is better than nothing; a replay reports what is wrong with the file.
     static_cast<void>(Data::WalkRecords(*source, quiet, visit, lastFrame));
-    for (std::size_t id = 0; id < calls.size(); ++id) {
-        if (counts[id] > 0) {
+    for (std::size_t id = 0; id < calls.size(); ++id)
+        if (counts[id] > 0)
             needed.functions[calls[id].name] += counts[id];
-        }
-    }
     return needed;
 }
 

@@ -30,18 +30,14 @@ bool IsAnyOf(const std::string& value, std::initializer_list<std::string_view> w
 
 std::string NumberFault(std::string_view name, int number)
 {
-    if (name == "-width" || name == "-height") {
+    if (name == "-width" || name == "-height")
         return number >= 1 && number <= LargestWindow ? "" : "needs 1 to " + std::to_string(LargestWindow) + " pixels";
-    }
-    if (name == "-stopframe" || name == "-pauseframe") {
+    if (name == "-stopframe" || name == "-pauseframe")
         return number >= 1 ? "" : "counts frames from 1";
-    }
-    if (name == "-framesinflight" || name == "-swapinterval") {
+    if (name == "-framesinflight" || name == "-swapinterval")
         return number >= 0 && number <= LargestCount ? "" : "needs 0 to " + std::to_string(LargestCount);
-    }
-    if (name == "-samples") {
+    if (name == "-samples")
         return number >= 1 ? "" : "needs 1 sample or more";
-    }
     return number >= 0 ? "" : "needs 0 or a larger number";
 }
 
@@ -51,13 +47,11 @@ bool IsComponents(std::string_view value)
     const auto isDigit = [](char letter) { return letter >= '0' && letter <= '9'; };
     while (!value.empty()) {
         const bool hasNumber = std::string_view("RGBADS").find(value[0]) != std::string_view::npos;
-        if (!hasNumber && value[0] != 'F') {
+        if (!hasNumber && value[0] != 'F')
             return false;
-        }
         const auto digits = std::find_if_not(value.begin() + 1, value.end(), isDigit) - (value.begin() + 1);
-        if (hasNumber ? digits < 1 || digits > 2 : digits != 0) {
+        if (hasNumber ? digits < 1 || digits > 2 : digits != 0)
             return false;
-        }
         value.remove_prefix(static_cast<std::size_t>(digits) + 1);
     }
     return true;
@@ -100,21 +94,17 @@ bool IsPattern(const std::string& text)
 std::vector<std::string_view> FunctionsLike(const std::string& pattern)
 {
     std::vector<std::string_view> names;
-    for (const Data::CallDescription& call : Data::callTable) {
-        if (fnmatch(pattern.c_str(), call.name, 0) == 0) {
+    for (const Data::CallDescription& call : Data::callTable)
+        if (fnmatch(pattern.c_str(), call.name, 0) == 0)
             names.emplace_back(call.name);
-        }
-    }
     return names;
 }
 
 std::string FunctionsFault(const std::string& value)
 {
-    for (const std::string& name : Util::String::Tokenize(value, ",")) {
-        if (IsPattern(name) ? FunctionsLike(name).empty() : Core::KHRLayer::GetEglGlFuncId(name) == 0) {
+    for (const std::string& name : Util::String::Tokenize(value, ","))
+        if (IsPattern(name) ? FunctionsLike(name).empty() : Core::KHRLayer::GetEglGlFuncId(name) == 0)
             return "knows no function " + name + Util::Suggestion(name, FunctionsLike("*"));
-        }
-    }
     return value.empty() ? "needs names of functions, such as glFinish,glDraw*" : "";
 }
 
@@ -135,9 +125,8 @@ std::optional<int> WholeNumber(std::string_view text)
 {
     int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size()) {
+    if (error != std::errc() || end != text.data() + text.size())
         return std::nullopt;
-    }
     return value;
 }
 
@@ -151,59 +140,46 @@ std::optional<double> PositiveNumber(const std::string& text)
 
 std::string ValueFault(std::string_view name, std::string_view placeholder, const std::string& value)
 {
-    if (placeholder == "N") {
+    if (placeholder == "N")
         return WholeNumber(value) ? NumberFault(name, *WholeNumber(value)) : "needs a whole number";
-    }
-    if (name == "-measureframes") {
+    if (name == "-measureframes")
         return Util::ParseFrameRange(value) ? "" : "needs frames A-B, A from 1 and B not below A; or A- or A";
-    }
-    if (name == "-framerate" || name == "-timelimit") {
+    if (name == "-framerate" || name == "-timelimit")
         return PositiveNumber(value) ? "" : "needs a number above 0";
-    }
-    if (name == "-pace") {
+    if (name == "-pace")
         return value == "recorded" ? "" : "needs recorded";
-    }
-    if (name == "-config") {
+    if (name == "-config")
         return ConfigFault(value);
-    }
-    if (name == "-screenshots") {
+    if (name == "-screenshots")
         return ParseScreenshots(value).fault;
-    }
-    if (name == "-screenshotformat") {
+    if (name == "-screenshotformat")
         return IsAnyOf(value, {"bmp", "png", "dds"}) ? "" : "needs bmp, png or dds";
-    }
-    if (name == "-perdrawscreenshotsfilter") {
+    if (name == "-perdrawscreenshotsfilter")
         return IsAnyOf(value, {"all", "rtv", "dsv", "uav"}) ? "" : "needs rtv, dsv, uav or all";
-    }
-    if (name == "-swapfbo") {
+    if (name == "-swapfbo")
         return NumbersFault(value, ":", {1, 3}, "needs a framebuffer N, or N:X:Y with the corner");
-    }
-    if (name == "-thread") {
+    if (name == "-thread")
         return NumbersFault(value, ",", {}, "needs numbers of threads with commas between them");
-    }
     if (name == "-loglevel") {
         return IsAnyOf(value,
                        {"none", "error", "warning", "notice", "diagnostic", "trace", "0", "1", "2", "3", "4", "5"})
                    ? ""
                    : "needs none, error, warning, notice, diagnostic or trace, or 0 to 5";
     }
-    if (name == "-logzone") {
+    if (name == "-logzone")
         return ZonesFault(value);
-    }
     const bool isFunctionList = name == "-skipapi" || name == "-skipstateapi" || name == "-skipframeapi";
     return isFunctionList ? FunctionsFault(value) : "";
 }
 
 std::string CombinationFault(const Util::ParseArgs::CmdLineArgs& args)
 {
-    if (args.HasSwitch("-stats") && args.HasSwitch("-verify")) {
+    if (args.HasSwitch("-stats") && args.HasSwitch("-verify"))
         return "-stats draws no frame that -verify could compare; give one of them";
-    }
     const std::string* const stop = args.FindValue("-stopframe");
     const std::string* const measured = args.FindValue("-measureframes");
-    if (stop && measured && static_cast<std::int64_t>(Util::ParseFrameRange(*measured)->first) > *WholeNumber(*stop)) {
+    if (stop && measured && static_cast<std::int64_t>(Util::ParseFrameRange(*measured)->first) > *WholeNumber(*stop))
         return "-measureframes " + *measured + " begins after the last frame, which -stopframe " + *stop + " sets";
-    }
     return "";
 }
 
@@ -211,18 +187,16 @@ void ExpandFunctionPatterns(Util::ParseArgs::CmdLineArgs& args)
 {
     for (const char* const option : {"-skipapi", "-skipstateapi", "-skipframeapi"}) {
         const auto given = args.values.find(option);
-        if (given == args.values.end()) {
+        if (given == args.values.end())
             continue;
-        }
         std::string names;
         for (const std::string& name : Util::String::Tokenize(given->second, ",")) {
             if (!IsPattern(name)) {
                 names += name + ",";
                 continue;
             }
-            for (const std::string_view function : FunctionsLike(name)) {
+            for (const std::string_view function : FunctionsLike(name))
                 names += std::string(function) + ",";
-            }
         }
         given->second = names;
     }

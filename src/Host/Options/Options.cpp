@@ -62,9 +62,8 @@ constexpr Util::Option OwnOptions[] = {
 std::vector<Util::Option> AllOptions()
 {
     std::vector<Util::Option> all(std::begin(OwnOptions), std::end(OwnOptions));
-    for (const PlaybackEnvironment::Option& option : PlaybackEnvironment::Options()) {
+    for (const PlaybackEnvironment::Option& option : PlaybackEnvironment::Options())
         all.push_back({option.name, option.value ? option.value : "", option.help, option.group});
-    }
     return all;
 }
 
@@ -78,9 +77,8 @@ std::string Fault(const std::vector<Util::Option>& table, const Util::ParseArgs:
 {
     for (const Util::Option& option : table) {
         const std::string* const value = args.FindValue(std::string(option.name));
-        if (!value) {
+        if (!value)
             continue;
-        }
         if (const std::string fault = ValueFault(option.name, option.valueName, *value); !fault.empty()) {
             const bool isQuoted = fault.ends_with('?');
             return "option " + std::string(option.name) + " " + fault + (isQuoted ? "" : ", found \"" + *value + "\"");
@@ -99,26 +97,20 @@ void ReadTimes(const Util::ParseArgs::CmdLineArgs& args, Options& options)
 {
     // The first frame holds the start of the program.
     options.measuredFrames.first = 2;
-    if (const std::string* frames = args.FindValue("-measureframes")) {
+    if (const std::string* frames = args.FindValue("-measureframes"))
         options.measuredFrames = *Util::ParseFrameRange(*frames);
-    }
-    if (args.FindValue("-pace")) {
+    if (args.FindValue("-pace"))
         options.pace = Pace::Recorded();
-    }
-    if (const std::string* rate = args.FindValue("-framerate")) {
+    if (const std::string* rate = args.FindValue("-framerate"))
         options.pace = Pace::Fixed(*PositiveNumber(*rate));
-    }
-    if (const std::string* seconds = args.FindValue("-timelimit")) {
+    if (const std::string* seconds = args.FindValue("-timelimit"))
         options.timeLimit = std::chrono::duration<double>(*PositiveNumber(*seconds));
-    }
-    if (const std::string* frames = args.FindValue("-framesinflight")) {
+    if (const std::string* frames = args.FindValue("-framesinflight"))
         options.framesInFlight = static_cast<unsigned int>(*WholeNumber(*frames));
-    } else if (args.FindValue("-screenshots")) {
+    else if (args.FindValue("-screenshots"))
         options.framesInFlight = 1;
-    }
-    if (const std::string* interval = args.FindValue("-swapinterval")) {
+    if (const std::string* interval = args.FindValue("-swapinterval"))
         options.swapInterval = WholeNumber(*interval);
-    }
     options.timeCalls = args.HasSwitch("-timecalls");
 }
 
@@ -126,15 +118,13 @@ void ReadTimes(const Util::ParseArgs::CmdLineArgs& args, Options& options)
 void ReadScreenshots(Util::ParseArgs::CmdLineArgs& args, Options& options)
 {
     const auto screenshots = args.values.find("-screenshots");
-    if (screenshots == args.values.end()) {
+    if (screenshots == args.values.end())
         return;
-    }
     options.screenshots = ParseScreenshots(screenshots->second);
-    if (options.screenshots.isList) {
+    if (options.screenshots.isList)
         args.values.erase(screenshots);
-    } else {
+    else
         screenshots->second = options.screenshots.engineValue;
-    }
 }
 
 } // namespace
@@ -144,32 +134,25 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
     const std::vector<Util::Option> table = AllOptions();
     const Util::CommandLine commandLine(table);
     auto [args, error] = commandLine.Parse(argc, argv);
-    if (!error.empty()) {
+    if (!error.empty())
         return UsageError(error);
-    }
-    if (args.HasSwitch("-help")) {
+    if (args.HasSwitch("-help"))
         return Answer{Util::ExitStatus::Done, commandLine.Help(std::string(Usage) + Introduction)};
-    }
-    if (args.HasSwitch("-version")) {
+    if (args.HasSwitch("-version"))
         return Answer{Util::ExitStatus::Done, "playback " PLAYBACK_VERSION "\n"};
-    }
-    if (const std::string fault = Fault(table, args); !fault.empty()) {
+    if (const std::string fault = Fault(table, args); !fault.empty())
         return UsageError(fault);
-    }
     ExpandFunctionPatterns(args);
 
     Options options;
     options.captureFile = args.positional.front();
-    if (const std::string* directory = args.FindValue("-driver")) {
+    if (const std::string* directory = args.FindValue("-driver"))
         options.driverDirectory = *directory;
-    }
     options.statisticsFile = options.captureFile;
-    if (const std::string* folder = args.FindValue("-statsdir")) {
+    if (const std::string* folder = args.FindValue("-statsdir"))
         options.statisticsFile = *folder + "/" + Util::Path::GetFilePart(options.captureFile);
-    }
-    if (const std::string* file = args.FindValue("-json")) {
+    if (const std::string* file = args.FindValue("-json"))
         options.jsonFile = *file;
-    }
     ReadTimes(args, options);
     ReadScreenshots(args, options);
     options.check = args.HasSwitch("-check");
@@ -197,25 +180,20 @@ std::vector<std::string> WithoutEffect(const Options& options, std::uint32_t fra
     const Util::ParseArgs::CmdLineArgs& args = options.args;
     const auto isGiven = [&](const char* option) { return args.HasSwitch(option) || args.FindValue(option); };
     std::vector<std::string> notes;
-    for (const auto& [option, other] : companions) {
-        if (isGiven(option) && !isGiven(other)) {
+    for (const auto& [option, other] : companions)
+        if (isGiven(option) && !isGiven(other))
             notes.push_back(std::string(option) + " has no effect without " + other + ".");
-        }
-    }
     const auto noteBeyond = [&](const char* option, std::uint32_t first) {
-        if (first > frames) {
+        if (first > frames)
             notes.push_back(std::string(option) + " begins with frame " + std::to_string(first) +
                             ", after the last one, which is " + std::to_string(frames) + ".");
-        }
     };
     noteBeyond("-screenshots", options.screenshots.drawFrame != 0 ? options.screenshots.drawFrame
                                                                   : options.screenshots.frames.FirstAfter(0));
-    if (args.FindValue("-measureframes")) {
+    if (args.FindValue("-measureframes"))
         noteBeyond("-measureframes", options.measuredFrames.first);
-    }
-    if (const std::string* const frame = args.FindValue("-pauseframe")) {
+    if (const std::string* const frame = args.FindValue("-pauseframe"))
         noteBeyond("-pauseframe", static_cast<std::uint32_t>(*WholeNumber(*frame)));
-    }
     return notes;
 }
 

@@ -31,17 +31,14 @@ std::string ReadRange(std::string_view text, const std::string& noun, Util::Fram
 {
     const std::size_t dash = text.find('-');
     const auto last = Number(text.substr(dash + 1));
-    if (dash == 0 && last) {
+    if (dash == 0 && last)
         return "needs the first " + noun + " too: write 1-" + std::to_string(*last) + " for the first ones";
-    }
     const auto first = Number(text.substr(0, dash));
     const bool isOpen = dash + 1 == text.size();
-    if (!first || (!last && !isOpen)) {
+    if (!first || (!last && !isOpen))
         return Grammar;
-    }
-    if (*first == 0) {
+    if (*first == 0)
         return "counts " + noun + "s from 1";
-    }
     range = {*first, isOpen ? LastNumber : *last};
     return range.last < range.first ? "needs B not below A in " + noun + "s A-B" : "";
 }
@@ -56,12 +53,10 @@ std::string ReadFrames(const std::string& text, FrameSet& frames)
     }
     const bool isInterval = text.ends_with('*');
     const auto number = Number(std::string_view(text).substr(0, text.size() - (isInterval ? 1 : 0)));
-    if (!number) {
+    if (!number)
         return Grammar;
-    }
-    if (*number == 0) {
+    if (*number == 0)
         return isInterval ? "needs N above 0 in N*" : "counts frames from 1";
-    }
     isInterval ? frames.AddEvery(*number) : frames.Add({*number, *number});
     return "";
 }
@@ -74,27 +69,22 @@ std::string ReadDraws(const std::string& value, ScreenshotChoice& choice)
     const std::string drawText = value.substr(colon + 1);
     const auto frame = Number(frameText);
     const auto draw = Number(drawText);
-    if (value.find(',') != std::string::npos) {
+    if (value.find(',') != std::string::npos)
         return "takes draws of one frame and nothing else, not a list with draws in it";
-    }
-    if (!frame && frameText.find('-') != std::string::npos) {
+    if (!frame && frameText.find('-') != std::string::npos)
         return "takes draws of one frame: write F:A-B with a single frame F";
-    }
-    if (!frame || *frame == 0) {
+    if (!frame || *frame == 0)
         return frame ? "counts frames from 1" : Grammar;
-    }
     if (draw) {
         return "needs the first and the last draw: write " + frameText + ":" + drawText + "-" + drawText +
                " for draw " + drawText + ", or " + frameText + ": for all draws of frame " + frameText;
     }
     Util::FrameRange draws = {0, 0};
     if (!drawText.empty()) {
-        if (drawText.find('-') == std::string::npos) {
+        if (drawText.find('-') == std::string::npos)
             return Grammar;
-        }
-        if (std::string fault = ReadRange(drawText, "draw", draws); !fault.empty()) {
+        if (std::string fault = ReadRange(drawText, "draw", draws); !fault.empty())
             return fault;
-        }
         choice.engineValue = frameText + ":" + std::to_string(draws.first) + "-" + std::to_string(draws.last);
     }
     choice.drawFrame = *frame;
@@ -107,14 +97,11 @@ std::string ReadDraws(const std::string& value, ScreenshotChoice& choice)
 std::uint32_t FrameSet::FirstAfter(std::uint32_t frame) const
 {
     std::uint64_t found = std::uint64_t{LastNumber} + 1;
-    for (const Util::FrameRange& range : m_ranges) {
-        if (frame < range.last) {
+    for (const Util::FrameRange& range : m_ranges)
+        if (frame < range.last)
             found = std::min<std::uint64_t>(found, std::max(range.first, frame + 1));
-        }
-    }
-    for (const std::uint32_t interval : m_intervals) {
+    for (const std::uint32_t interval : m_intervals)
         found = std::min(found, (std::uint64_t{frame} / interval + 1) * interval);
-    }
     return found <= LastNumber ? static_cast<std::uint32_t>(found) : 0;
 }
 
@@ -130,14 +117,11 @@ ScreenshotChoice ParseScreenshots(const std::string& value)
         const std::vector<std::string> items = Util::String::Tokenize(value, ",");
         choice.isList = items.size() > 1;
         choice.fault = items.empty() ? Grammar : "";
-        for (const std::string& item : items) {
-            if (choice.fault.empty()) {
+        for (const std::string& item : items)
+            if (choice.fault.empty())
                 choice.fault = ReadFrames(item, choice.frames);
-            }
-        }
-        if (value.ends_with('-')) {
+        if (value.ends_with('-'))
             choice.engineValue = value + std::to_string(LastNumber);
-        }
     }
     return choice;
 }

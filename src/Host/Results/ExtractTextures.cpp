@@ -12,22 +12,19 @@ Util::Outcome ExtractTextures(const std::string& captureFile, std::uint32_t last
     std::string error;
     // Trouble with the file is reported when it is replayed.
     const auto capture = Data::CaptureFile::Open(captureFile, Data::Preload::No, {}, error);
-    if (!capture) {
+    if (!capture)
         return Util::Failure{Util::ExitStatus::Unreadable, error};
-    }
     Textures::TextureFiles files(settings.m_screenshotPath,
                                  static_cast<Util::ImageFormat>(settings.m_screenshotFormat));
     const Textures::UploadReader reader(*capture, [&](const Textures::Upload& upload) { files.Write(upload); });
     while (capture->GetCurrentFrame() < lastFrame && capture->GetFrameProcessor()->ProcessNextFrame()) {
     }
-    if (!files.Error().empty()) {
+    if (!files.Error().empty())
         return Util::Failure{Util::ExitStatus::NotWritten, "cannot write a texture, " + files.Error()};
-    }
     say("Wrote the textures of " + std::to_string(files.Written()) + " uploads to " + settings.m_screenshotPath +
         "frame...");
-    if (reader.FromBuffers() != 0) {
+    if (reader.FromBuffers() != 0)
         say(std::to_string(reader.FromBuffers()) + " uploads from buffers were left out.");
-    }
     return std::nullopt;
 }
 

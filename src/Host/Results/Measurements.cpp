@@ -8,18 +8,16 @@ namespace Host {
 
 std::optional<std::size_t> Measurements::Add(const FrameCost& cost)
 {
-    if (!m_range.Contains(cost.frame)) {
+    if (!m_range.Contains(cost.frame))
         return std::nullopt;
-    }
     m_costs.push_back(cost);
     return m_costs.size() - 1;
 }
 
 std::optional<FrameTimes> Measurements::Times() const
 {
-    if (m_costs.empty()) {
+    if (m_costs.empty())
         return std::nullopt;
-    }
     std::vector<FrameCost> sorted = m_costs;
     std::ranges::stable_sort(sorted, {}, [](const FrameCost& cost) { return cost.time.wallMs; });
     const auto percentile = [&](double part) {

@@ -26,9 +26,8 @@ std::string Fixed(double value, int digits)
 std::string List(const std::map<std::string, std::uint64_t>& counts)
 {
     std::string text;
-    for (const auto& [name, count] : counts) {
+    for (const auto& [name, count] : counts)
         text += (text.empty() ? "" : ", ") + name + " " + std::to_string(count);
-    }
     return text;
 }
 
@@ -40,11 +39,9 @@ std::string BesideLine(const Report& report)
     for (const auto& [seconds, what] :
          {std::pair(report.restSeconds, " s of calls after the last frame"),
           std::pair(report.pictureSeconds, " s for pictures"), std::pair(report.comparisonSeconds, " s for comparing"),
-          std::pair(report.waitingSeconds, " s of waiting")}) {
-        if (seconds >= nextToNothing) {
+          std::pair(report.waitingSeconds, " s of waiting")})
+        if (seconds >= nextToNothing)
             text += (text.empty() ? "Not in these times: " : ", ") + Fixed(seconds, 3) + what;
-        }
-    }
     return text.empty() ? text : text + ".";
 }
 
@@ -67,9 +64,8 @@ Json TimesJson(const FrameTimes& times)
 Json PictureJson(const FrameVerifier::Picture& picture)
 {
     char hash[20] = "";
-    if (picture.hash) {
+    if (picture.hash)
         std::snprintf(hash, sizeof hash, "%016" PRIx64, *picture.hash);
-    }
     return {{"width", picture.width}, {"height", picture.height}, {"hash", picture.hash ? Json(hash) : Json()}};
 }
 
@@ -85,9 +81,8 @@ void AddFrames(Json& json, const Report& report, const Measurements& measurement
                                        {"found", PictureJson(frame.replayed)}});
     }
     json["screenshots"] = Json::array();
-    for (const auto& [pass, frame, file] : report.screenshots) {
+    for (const auto& [pass, frame, file] : report.screenshots)
         json["screenshots"].push_back({{"pass", pass}, {"frame", frame}, {"file", file}});
-    }
     json["measured"] = Json::array();
     for (const FrameCost& cost : measurements.Costs()) {
         json["measured"].push_back({{"pass", cost.pass},
@@ -151,9 +146,8 @@ std::vector<std::string> SummaryLines(const Report& report, const Measurements& 
                         Fixed(PerSecond(report.frames, report.seconds), 1) + " frames a second, " +
                         Fixed(PerSecond(report.calls, report.seconds + report.restSeconds), 0) + " calls a second, " +
                         Util::Counted(report.errorMessages, "error") + ".");
-        if (std::string beside = BesideLine(report); !beside.empty()) {
+        if (std::string beside = BesideLine(report); !beside.empty())
             lines.push_back(std::move(beside));
-        }
     }
     if (const auto times = measurements.Times()) {
         const auto [first, last] = std::ranges::minmax(measurements.Costs(), {}, &FrameCost::frame);
@@ -170,18 +164,14 @@ std::vector<std::string> SummaryLines(const Report& report, const Measurements& 
                         Fixed(times->worst, 3) + " (frame " + std::to_string(times->worstFrame) +
                         (report.passes > 1 ? " of pass " + std::to_string(times->worstPass) : "") + ").");
     }
-    if (!report.errors.empty()) {
+    if (!report.errors.empty())
         lines.push_back("Errors from the driver: " + List(report.errors) + ".");
-    }
-    if (!report.skipped.empty()) {
+    if (!report.skipped.empty())
         lines.push_back("Not replayed: " + List(report.skipped) + ".");
-    }
-    if (report.refusedCalls != 0) {
+    if (report.refusedCalls != 0)
         lines.push_back(Util::Counted(report.refusedCalls, "call") + " of the capture refused.");
-    }
-    if (report.missingPictures != 0) {
+    if (report.missingPictures != 0)
         lines.push_back(Util::Counted(report.missingPictures, "picture") + " could not be written.");
-    }
     lines.insert(lines.end(), report.verification.begin(), report.verification.end());
     return lines;
 }
@@ -190,9 +180,8 @@ std::string WriteJson(const std::string& path, const Report& report, const Measu
 {
     // Text of a capture or a driver may be no UTF-8.
     const std::string text = ToJson(report, measurements).dump(1, ' ', false, Json::error_handler_t::replace) + '\n';
-    if (path != "-") {
+    if (path != "-")
         return Util::WriteWholeFile(path, text);
-    }
     Util::Print(text);
     return Util::CloseStandardOutput();
 }

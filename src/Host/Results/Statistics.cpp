@@ -20,9 +20,8 @@ namespace {
 std::string FileFault(const std::string& name)
 {
     std::FILE* const file = std::fopen(name.c_str(), "a");
-    if (!file) {
+    if (!file)
         return "cannot write " + name + " for -stats: " + std::strerror(errno);
-    }
     std::fclose(file);
     return "";
 }
@@ -31,22 +30,18 @@ std::string FileFault(const std::string& name)
 
 std::string Statistics::ReportFault(const std::string& captureFile)
 {
-    for (const char* ending : {".xml", "_flat.xml"}) {
-        if (Util::OutputFile report(captureFile + ending); !report.Open()) {
+    for (const char* ending : {".xml", "_flat.xml"})
+        if (Util::OutputFile report(captureFile + ending); !report.Open())
             return "cannot write " + report.Error();
-        }
-    }
     return "";
 }
 
 std::vector<std::string> Statistics::TextFaults()
 {
     std::vector<std::string> faults;
-    for (const char* name : {"stats.txt", "glstats.txt", "eglstats.txt"}) {
-        if (std::string fault = FileFault(name); !fault.empty()) {
+    for (const char* name : {"stats.txt", "glstats.txt", "eglstats.txt"})
+        if (std::string fault = FileFault(name); !fault.empty())
             faults.push_back(std::move(fault));
-        }
-    }
     return faults;
 }
 
@@ -68,9 +63,8 @@ std::vector<std::string> Statistics::Finish()
     std::vector<std::string> errors;
     const auto endText = [&](const char* name, Playback::FeatureLog& log) {
         if (const std::string reason = log.CloseText(); !reason.empty()) {
-            if (std::error_code error; std::filesystem::is_regular_file(std::filesystem::symlink_status(name, error))) {
+            if (std::error_code error; std::filesystem::is_regular_file(std::filesystem::symlink_status(name, error)))
                 std::filesystem::remove(name, error);
-            }
             errors.push_back(std::string(name) + ": " + reason);
         }
     };
@@ -78,9 +72,8 @@ std::vector<std::string> Statistics::Finish()
     endText("eglstats.txt", *m_eglAdapter);
     // The store's destructor writes them again, which changes nothing.
     m_store->LogXml();
-    if (!m_store->ReportError().empty()) {
+    if (!m_store->ReportError().empty())
         errors.push_back(m_store->ReportError());
-    }
     return errors;
 }
 

@@ -17,9 +17,8 @@ decltype(Core::EGLProcTable::eglTerminate) driverTerminate = nullptr;
 /// Fences end with their display.
 EGLBoolean EGLAPIENTRY Terminate(EGLDisplay display)
 {
-    if (timer) {
+    if (timer)
         timer->Drain();
-    }
     return driverTerminate(display);
 }
 
@@ -48,9 +47,8 @@ const char* Describe(FrameTimer::Beside what)
 
 FrameTimer::Break::Break(FrameTimer* timer, Beside what, Driver driver) : m_timer(timer)
 {
-    if (!m_timer) {
+    if (!m_timer)
         return;
-    }
     if (driver == Driver::Needed && m_timer->m_inFlight != 0) {
         m_timer->Drain();
         m_timer->Finish();
@@ -70,9 +68,8 @@ FrameTimer::Break::~Break()
 
 FrameTimer::~FrameTimer()
 {
-    if (timer == this) {
+    if (timer == this)
         timer = nullptr;
-    }
 }
 
 void FrameTimer::Attach()
@@ -87,15 +84,13 @@ void FrameTimer::Attach()
 EGLSyncKHR FrameTimer::CreateFence(EGLDisplay display)
 {
     const Core::EGLExtProcTable& extensions = KHRLayer::EGLExtProc();
-    if (!extensions.eglClientWaitSyncKHR || !extensions.eglDestroySyncKHR) {
+    if (!extensions.eglClientWaitSyncKHR || !extensions.eglDestroySyncKHR)
         return EGL_NO_SYNC_KHR;
-    }
     EGLSyncKHR fence = EGL_NO_SYNC_KHR;
-    if (extensions.eglCreateSyncKHR) {
+    if (extensions.eglCreateSyncKHR)
         fence = extensions.eglCreateSyncKHR(display, EGL_SYNC_FENCE_KHR, nullptr);
-    } else if (KHRLayer::EGLProc().eglCreateSync) {
+    else if (KHRLayer::EGLProc().eglCreateSync)
         fence = KHRLayer::EGLProc().eglCreateSync(display, EGL_SYNC_FENCE, nullptr);
-    }
     if (fence != EGL_NO_SYNC_KHR) {
         // As with the swap of a window, drawing begins now rather than when somebody waits for it.
         extensions.eglClientWaitSyncKHR(display, fence, EGL_SYNC_FLUSH_COMMANDS_BIT_KHR, 0);
@@ -119,16 +114,13 @@ void FrameTimer::EndFrame(Account account, FrameCost cost)
     const Replay::Span now = m_clock.Now();
     cost.time = now - std::exchange(m_last, now);
     Charge(account, cost.time);
-    if (account == Account::Frames) {
+    if (account == Account::Frames)
         frame.cost = m_measurements.Add(cost);
-    }
-    if (m_inFlight == 0) {
+    if (m_inFlight == 0)
         return;
-    }
     m_frames.push_back(frame);
-    while (m_frames.size() >= m_inFlight) {
+    while (m_frames.size() >= m_inFlight)
         WaitForOldest();
-    }
 }
 
 void FrameTimer::WaitForOldest()
@@ -150,18 +142,16 @@ void FrameTimer::WaitForOldest()
     const Replay::Span waited = m_clock.Now() - start;
     const Telling::InHost inHost(&m_telling);
     Charge(frame.account, waited);
-    if (frame.cost) {
+    if (frame.cost)
         m_measurements.Extend(*frame.cost, waited);
-    }
     m_last += waited;
 }
 
 void FrameTimer::Finish()
 {
     const auto finish = KHRLayer::GLESProc().glFinish;
-    if (!finish || !IsContextCurrent()) {
+    if (!finish || !IsContextCurrent())
         return;
-    }
     const char* const before = Doing();
     SetDoing(DrawingDescription);
     const Telling::InDriver inDriver(&m_telling);
@@ -171,9 +161,8 @@ void FrameTimer::Finish()
 
 void FrameTimer::Drain()
 {
-    while (!m_frames.empty()) {
+    while (!m_frames.empty())
         WaitForOldest();
-    }
 }
 
 } // namespace Host

@@ -35,9 +35,8 @@ Pace::Clock::time_point Pace::NextFrame(std::uint64_t recordedUs)
         m_due += m_interval;
     }
     m_recordedUs = recordedUs;
-    if (now > m_due + MuchTooLate) {
+    if (now > m_due + MuchTooLate)
         m_due = now;
-    }
     return m_due;
 }
 

@@ -7,11 +7,10 @@ namespace Host {
 bool Telling::Hold(bool isHeld)
 {
     if (isHeld != m_isHeld) {
-        if (isHeld) {
+        if (isHeld)
             m_mutex.lock();
-        } else {
+        else
             m_mutex.unlock();
-        }
     }
     return std::exchange(m_isHeld, isHeld);
 }

@@ -15,9 +15,8 @@ public:
         Scope(Telling* telling, bool isHeld) : m_telling(telling), m_before(!telling || telling->Hold(isHeld)) {}
         ~Scope()
         {
-            if (m_telling) {
+            if (m_telling)
                 m_telling->Hold(m_before);
-            }
         }
         Scope(const Scope&) = delete;
         Scope& operator=(const Scope&) = delete;

@@ -43,9 +43,8 @@ void Watchdog::ExpectEnd()
 Replay::RunningClock::time_point Watchdog::Deadline()
 {
     const std::lock_guard lock(m_mutex);
-    if (Replay::StopSignal::Received() != 0 && !std::exchange(m_isSignalled, true)) {
+    if (Replay::StopSignal::Received() != 0 && !std::exchange(m_isSignalled, true))
         m_deadline = Replay::RunningClock::now() + PatienceAfterSignal;
-    }
     const auto never = Replay::RunningClock::time_point::max();
     return std::min(m_deadline, m_limit == never ? never : m_limit + PatienceAfterLimit);
 }

@@ -31,32 +31,28 @@ std::uint32_t QuerySurface(EGLDisplay display, EGLSurface surface, EGLint attrib
 void FrameVerifier::ProcessFrameHash(std::uint32_t frame, std::uint32_t surface, std::uint32_t width,
                                      std::uint32_t height, std::uint64_t hash)
 {
-    if (!m_isOn) {
+    if (!m_isOn)
         return;
-    }
     const FrameTimer::Break pause(m_timer, FrameTimer::Beside::Comparison);
     const Picture recorded = {width, height, hash};
     const Picture replayed = ReadBackBuffer();
     const Telling::InHost inHost(m_timer ? &m_timer->Teller() : nullptr);
     ++m_compared;
-    if (replayed == recorded) {
+    if (replayed == recorded)
         ++m_equal;
-    } else {
+    else
         m_differences.push_back({m_pass, frame, surface, recorded, replayed});
-    }
 }
 
 FrameVerifier::Picture FrameVerifier::ReadBackBuffer()
 {
     const Core::EGLProcTable& egl = Core::KHRLayer::EGLProc();
-    if (!egl.eglGetCurrentDisplay || !egl.eglGetCurrentSurface) {
+    if (!egl.eglGetCurrentDisplay || !egl.eglGetCurrentSurface)
         return {};
-    }
     const EGLDisplay display = egl.eglGetCurrentDisplay();
     const EGLSurface surface = egl.eglGetCurrentSurface(EGL_DRAW);
-    if (display == EGL_NO_DISPLAY || surface == EGL_NO_SURFACE) {
+    if (display == EGL_NO_DISPLAY || surface == EGL_NO_SURFACE)
         return {};
-    }
     const std::uint32_t width = QuerySurface(display, surface, EGL_WIDTH);
     const std::uint32_t height = QuerySurface(display, surface, EGL_HEIGHT);
     return {width, height, Data::HashBackBuffer(LiveFunctions(), width, height, m_pixels)};
@@ -76,9 +72,8 @@ std::string FrameVerifier::Report(std::uint32_t expected, bool isCutShort) const
     }
     std::string report = (IsVerified(expected) ? "verified: " : "not verified: ") + std::to_string(m_equal) + " of " +
                          std::to_string(expected) + " frames equal";
-    if (m_compared < expected) {
+    if (m_compared < expected)
         report += ", " + std::to_string(expected - m_compared) + " not compared";
-    }
     if (!m_differences.empty()) {
         const auto& [pass, frame, surface, recorded, replayed] = m_differences.front();
         report += "; first difference in frame " + std::to_string(frame) + ", surface " + std::to_string(surface) +
@@ -89,9 +84,8 @@ std::string FrameVerifier::Report(std::uint32_t expected, bool isCutShort) const
 
 std::string FrameVerifier::Picture::Text() const
 {
-    if (!hash) {
+    if (!hash)
         return "no frame to read";
-    }
     char text[64];
     std::snprintf(text, sizeof text, "%" PRIu32 "x%" PRIu32 " hash %016" PRIx64, width, height, *hash);
     return text;

@@ -51,24 +51,27 @@ template <class Play> void ReadBackVerifier::Compare(const char* call, Data::Poi
 void ReadBackVerifier::Process_glReadPixels(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height,
                                             std::uint32_t format, std::uint32_t type, Data::PointerData* pixels)
 {
-    Compare("glReadPixels", pixels,
-            [&] { GLPlaybackAdapter::Process_glReadPixels(x, y, width, height, format, type, pixels); });
+    Compare(
+        "glReadPixels", pixels,
+        [&] { GLPlaybackAdapter::Process_glReadPixels(x, y, width, height, format, type, pixels); });
 }
 
 void ReadBackVerifier::Process_glReadnPixels(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height,
                                              std::uint32_t format, std::uint32_t type, std::int32_t bufSize,
                                              Data::PointerData* pixels)
 {
-    Compare("glReadnPixels", pixels,
-            [&] { GLPlaybackAdapter::Process_glReadnPixels(x, y, width, height, format, type, bufSize, pixels); });
+    Compare(
+        "glReadnPixels", pixels,
+        [&] { GLPlaybackAdapter::Process_glReadnPixels(x, y, width, height, format, type, bufSize, pixels); });
 }
 
 void ReadBackVerifier::Process_glReadnPixelsEXT(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height,
                                                 std::uint32_t format, std::uint32_t type, std::int32_t bufSize,
                                                 Data::PointerData* pixels)
 {
-    Compare("glReadnPixelsEXT", pixels,
-            [&] { GLPlaybackAdapter::Process_glReadnPixelsEXT(x, y, width, height, format, type, bufSize, pixels); });
+    Compare(
+        "glReadnPixelsEXT", pixels,
+        [&] { GLPlaybackAdapter::Process_glReadnPixelsEXT(x, y, width, height, format, type, bufSize, pixels); });
 }
 
 } // namespace Host

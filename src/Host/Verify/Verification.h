@@ -27,12 +27,10 @@ struct Verification {
     [[nodiscard]] std::vector<std::string> Report(std::uint32_t expectedFrames, bool isCutShort) const
     {
         std::vector<std::string> lines;
-        if (HasFrames(expectedFrames)) {
+        if (HasFrames(expectedFrames))
             lines.push_back(frames.Report(expectedFrames, isCutShort));
-        }
-        if (readBacks.compared != 0) {
+        if (readBacks.compared != 0)
             lines.push_back(readBacks.Report());
-        }
         return lines;
     }
 

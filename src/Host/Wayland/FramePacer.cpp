@@ -54,9 +54,8 @@ void FramePacer::BeforeSwap()
     // Each time the compositor shows what it has is one picture of the screen.
     for (int left = m_given.value_or(m_captured); left > 0; --left) {
         m_windows.Active().WaitForFrame(PatienceWhenHidden);
-        if (left > 1) {
+        if (left > 1)
             m_windows.Active().Commit();
-        }
     }
 }
 

@@ -25,12 +25,10 @@ bool IsForPbuffers(EGLint attribute)
 
 HiddenSurface::~HiddenSurface()
 {
-    if (m_eglWindow) {
+    if (m_eglWindow)
         wl_egl_window_destroy(m_eglWindow);
-    }
-    if (m_window) {
+    if (m_window)
         wl_surface_destroy(m_window);
-    }
 }
 
 unsigned int HiddenSurface::CreatePbufferSurface(void* display, void* config, const int* attribs)
@@ -39,15 +37,13 @@ unsigned int HiddenSurface::CreatePbufferSurface(void* display, void* config, co
     int width = 1;
     int height = 1;
     std::vector<int> others;
-    for (; attribs && *attribs != EGL_NONE; attribs += 2) {
-        if (attribs[0] == EGL_WIDTH) {
+    for (; attribs && *attribs != EGL_NONE; attribs += 2)
+        if (attribs[0] == EGL_WIDTH)
             width = std::max(attribs[1], 1);
-        } else if (attribs[0] == EGL_HEIGHT) {
+        else if (attribs[0] == EGL_HEIGHT)
             height = std::max(attribs[1], 1);
-        } else if (!IsForPbuffers(attribs[0])) {
+        else if (!IsForPbuffers(attribs[0]))
             others.insert(others.end(), {attribs[0], attribs[1]});
-        }
-    }
     others.push_back(EGL_NONE);
     m_window = wl_compositor_create_surface(m_compositor);
     m_eglWindow = wl_egl_window_create(m_window, width, height);

@@ -40,9 +40,8 @@ public:
 
     Playback::EGLProxySurface* CreatePbufferSurface(void* display, void* config, const int* attribs) override
     {
-        if (MakesPbuffers(display, config)) {
+        if (MakesPbuffers(display, config))
             return WindowFactory::CreatePbufferSurface(display, config, attribs);
-        }
         auto surface = std::make_unique<HiddenSurface>(m_compositor);
         surface->CreatePbufferSurface(display, config, attribs);
         return this->Keep(std::move(surface));

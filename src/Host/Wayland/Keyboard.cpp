@@ -50,15 +50,13 @@ void Keyboard::SetPresent(bool isPresent)
             [](void*, wl_keyboard*, std::uint32_t, wl_surface*, wl_array*) {},
             [](void*, wl_keyboard*, std::uint32_t, wl_surface*) {},
             [](void* self, wl_keyboard*, std::uint32_t, std::uint32_t, std::uint32_t key, std::uint32_t state) {
-                if (state == WL_KEYBOARD_KEY_STATE_PRESSED) {
+                if (state == WL_KEYBOARD_KEY_STATE_PRESSED)
                     static_cast<Keyboard*>(self)->Press(key);
-                }
             },
             [](void* self, wl_keyboard*, std::uint32_t, std::uint32_t depressed, std::uint32_t latched,
                std::uint32_t locked, std::uint32_t group) {
-                if (xkb_state* state = static_cast<Keyboard*>(self)->m_state) {
+                if (xkb_state* state = static_cast<Keyboard*>(self)->m_state)
                     xkb_state_update_mask(state, depressed, latched, locked, 0, 0, group);
-                }
             },
             nullptr,
         };
@@ -71,9 +69,8 @@ void Keyboard::SetKeymap(int file, std::uint32_t bytes)
 {
     void* const text = bytes ? mmap(nullptr, bytes, PROT_READ, MAP_PRIVATE, file, 0) : MAP_FAILED;
     close(file);
-    if (text == MAP_FAILED) {
+    if (text == MAP_FAILED)
         return;
-    }
     xkb_state_unref(m_state);
     xkb_keymap_unref(m_keymap);
     // The text ends with a zero byte, which is not part of it.
@@ -85,12 +82,10 @@ void Keyboard::SetKeymap(int file, std::uint32_t bytes)
 
 void Keyboard::Press(std::uint32_t key)
 {
-    if (!m_state) {
+    if (!m_state)
         return;
-    }
-    if (const auto command = CommandOfKey(xkb_state_key_get_one_sym(m_state, key + FirstXkbKey))) {
+    if (const auto command = CommandOfKey(xkb_state_key_get_one_sym(m_state, key + FirstXkbKey)))
         m_commands.push_back(*command);
-    }
 }
 
 } // namespace Host

@@ -47,9 +47,8 @@ void ReplayWindow::Resize(PixelSize captured)
 
 void ReplayWindow::KeepSize()
 {
-    if (m_record.state.width != m_size.width || m_record.state.height != m_size.height) {
+    if (m_record.state.width != m_size.width || m_record.state.height != m_size.height)
         Resize(m_size);
-    }
 }
 
 void ReplayWindow::WaitForFrame(std::chrono::milliseconds patience)
@@ -57,9 +56,8 @@ void ReplayWindow::WaitForFrame(std::chrono::milliseconds patience)
     const auto end = std::chrono::steady_clock::now() + patience;
     while (m_frame) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
-        if (left.count() <= 0 || !m_connection.Dispatch(left)) {
+        if (left.count() <= 0 || !m_connection.Dispatch(left))
             break;
-        }
     }
     ForgetFrame();
     static constexpr wl_callback_listener Listener = {
@@ -83,11 +81,10 @@ bool ReplayWindow::IsClosed() const
 
 void ReplayWindow::ToggleFullscreen()
 {
-    if (m_window->IsFullscreen()) {
+    if (m_window->IsFullscreen())
         m_window->ExitFullscreenState();
-    } else {
+    else
         m_window->EnterFullscreenState();
-    }
 }
 
 void ReplayWindow::ForgetFrame()

@@ -10,9 +10,8 @@ namespace Host {
 std::unique_ptr<ReplayWindows> ReplayWindows::Open(WaylandConnection& connection, Style style)
 {
     auto first = ReplayWindow::Open(style.title, connection, style.fixed);
-    if (!first) {
+    if (!first)
         return nullptr;
-    }
     // Not make_unique: the constructor is private.
     return std::unique_ptr<ReplayWindows>(new ReplayWindows(connection, std::move(style), std::move(first)));
 }
@@ -22,12 +21,10 @@ ReplayWindows::ReplayWindows(WaylandConnection& connection, Style style, std::un
       m_spare(std::move(first)), m_active(m_spare.get())
 {
     m_connection.SetAfterEvents([this] {
-        if (m_spare) {
+        if (m_spare)
             m_spare->KeepSize();
-        }
-        for (const auto& [id, window] : m_ofSurface) {
+        for (const auto& [id, window] : m_ofSurface)
             window->KeepSize();
-        }
     });
 }
 
@@ -38,9 +35,8 @@ ReplayWindows::~ReplayWindows()
 
 ReplayWindow* ReplayWindows::Find(unsigned int id) const
 {
-    if (m_style.isSingle) {
+    if (m_style.isSingle)
         return m_active;
-    }
     const auto found = m_ofSurface.find(id);
     return found != m_ofSurface.end() ? found->second.get() : nullptr;
 }
@@ -59,20 +55,17 @@ Playback::Window* ReplayWindows::GetWindow(unsigned int id)
 
 void ReplayWindows::AddWindow(unsigned int id)
 {
-    if (Find(id)) {
+    if (Find(id))
         return;
-    }
-    if (auto window = m_spare ? std::move(m_spare) : ReplayWindow::Open(m_style.title, m_connection, m_style.fixed)) {
+    if (auto window = m_spare ? std::move(m_spare) : ReplayWindow::Open(m_style.title, m_connection, m_style.fixed))
         m_ofSurface.emplace(id, std::move(window));
-    }
 }
 
 void ReplayWindows::RemoveWindow(unsigned int id)
 {
     auto removed = m_ofSurface.extract(id);
-    if (!removed) {
+    if (!removed)
         return;
-    }
     if (m_ofSurface.empty()) {
         m_spare = std::move(removed.mapped());
         Use(*m_spare);
@@ -83,22 +76,21 @@ void ReplayWindows::RemoveWindow(unsigned int id)
 
 void ReplayWindows::ActivateWindow(unsigned int id)
 {
-    if (ReplayWindow* window = Find(id)) {
+    if (ReplayWindow* window = Find(id))
         Use(*window);
-    }
 }
 
 void ReplayWindows::Resize(unsigned int id, PixelSize captured)
 {
-    if (ReplayWindow* window = Find(id)) {
+    if (ReplayWindow* window = Find(id))
         window->Resize(captured);
-    }
 }
 
 bool ReplayWindows::IsClosed() const
 {
-    return (m_spare && m_spare->IsClosed()) || std::any_of(m_ofSurface.begin(), m_ofSurface.end(),
-                                                           [](const auto& entry) { return entry.second->IsClosed(); });
+    return (m_spare && m_spare->IsClosed()) ||
+           std::any_of(
+               m_ofSurface.begin(), m_ofSurface.end(), [](const auto& entry) { return entry.second->IsClosed(); });
 }
 
 } // namespace Host

@@ -80,17 +80,14 @@ std::unique_ptr<WaylandConnection> WaylandConnection::Open(std::string& why)
 
 WaylandConnection::~WaylandConnection()
 {
-    if (!m_globals.display) {
+    if (!m_globals.display)
         return;
-    }
     m_keyboards.clear();
-    if (m_stableShell) {
+    if (m_stableShell)
         xdg_wm_base_destroy(m_stableShell);
-    }
     // The proxies of the older shells have no request to destroy them; they go with the connection.
-    if (m_globals.compositor) {
+    if (m_globals.compositor)
         wl_compositor_destroy(m_globals.compositor);
-    }
     wl_registry_destroy(m_registry);
     wl_display_flush(m_globals.display);
     wl_display_disconnect(m_globals.display);
@@ -120,18 +117,16 @@ bool WaylandConnection::Dispatch(std::chrono::milliseconds patience)
 {
     wl_display* display = m_globals.display;
     while (wl_display_prepare_read(display) != 0) {
-        if (wl_display_dispatch_pending(display) < 0) {
+        if (wl_display_dispatch_pending(display) < 0)
             return false;
-        }
         patience = std::chrono::milliseconds::zero();
     }
     wl_display_flush(display);
     pollfd readable = {wl_display_get_fd(display), POLLIN, 0};
-    if (poll(&readable, 1, static_cast<int>(patience.count())) > 0) {
+    if (poll(&readable, 1, static_cast<int>(patience.count())) > 0)
         wl_display_read_events(display);
-    } else {
+    else
         wl_display_cancel_read(display);
-    }
     return HandledEvents(wl_display_dispatch_pending(display));
 }
 
@@ -142,9 +137,8 @@ bool WaylandConnection::Roundtrip()
 
 bool WaylandConnection::HandledEvents(int result) const
 {
-    if (m_afterEvents) {
+    if (m_afterEvents)
         m_afterEvents();
-    }
     return result >= 0;
 }
 

@@ -22,9 +22,8 @@ bool Contains(const wl_array& states, std::uint32_t state)
 
 Playback::Window* XdgWindow::CreateNewWindow(void* params)
 {
-    if (!params) {
+    if (!params)
         return nullptr;
-    }
     const auto* create = static_cast<const CreateParams*>(params);
     auto* window = new XdgWindow(create->title, create->display, *static_cast<WaylandConnection*>(create->userData));
     window->CreateAsSet();
@@ -38,26 +37,21 @@ XdgWindow::XdgWindow(const std::string& title, Playback::Display* display, Wayla
 
 XdgWindow::~XdgWindow()
 {
-    if (m_toplevel) {
+    if (m_toplevel)
         xdg_toplevel_destroy(m_toplevel);
-    }
-    if (m_xdgSurface) {
+    if (m_xdgSurface)
         xdg_surface_destroy(m_xdgSurface);
-    }
 }
 
 bool XdgWindow::Create(unsigned int width, unsigned int height, bool fullscreen)
 {
-    if (!WaylandWindow::Create(width, height, fullscreen)) {
+    if (!WaylandWindow::Create(width, height, fullscreen))
         return false;
-    }
     // The shell announces how it would like the window after a commit without a buffer; no frame may come before that.
     wl_surface_commit(m_state->surface);
-    while (!m_configured) {
-        if (!m_connection.Roundtrip()) {
+    while (!m_configured)
+        if (!m_connection.Roundtrip())
             return false;
-        }
-    }
     return true;
 }
 

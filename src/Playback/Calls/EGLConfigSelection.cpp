@@ -50,14 +50,12 @@ void AppendComponents(AttribList& list, const std::string& spec, int samples, co
     int sizes[std::size(Components)];
     for (std::size_t i = 0; i < std::size(Components); ++i) {
         sizes[i] = ComponentSize(spec, Components[i].letter);
-        if (sizes[i] != 0) {
+        if (sizes[i] != 0)
             Append(list, Components[i].attribute, sizes[i]);
-        }
     }
     const bool floatingPoint = spec.find('F') != std::string::npos;
-    if (floatingPoint) {
+    if (floatingPoint)
         Append(list, EGL_COLOR_COMPONENT_TYPE_EXT, EGL_COLOR_COMPONENT_TYPE_FLOAT_EXT);
-    }
     PLAYBACK_LOG(Notice, General, file,
                  "Overriding EGLConfig with %d-bit R color, %d-bit G color, %d-bit B color, %d-bit alpha, "
                  "%d-bit depth, %d-bit stencil, %s, %d multi-sample",
@@ -94,12 +92,10 @@ EGLConfig EGLPlaybackAdapter::GetConfig(std::uint32_t capturedDisplay, std::uint
 {
     if (const EGLDisplay display = m_resourceTable ? GetDisplay(capturedDisplay) : EGL_NO_DISPLAY) {
         if (!m_settings->m_config.empty()) {
-            if (!m_overrideConfig) {
+            if (!m_overrideConfig)
                 m_overrideConfig = CreateOverrideConfig(display, m_settings->m_config, m_settings->m_samples);
-            }
-            if (m_overrideConfig) {
+            if (m_overrideConfig)
                 return m_overrideConfig;
-            }
         }
         EGLConfig config = nullptr;
         if (const EGLConfig recorded = m_resourceTable->GetValueEGLConfig(capturedConfig)) {
@@ -112,9 +108,8 @@ EGLConfig EGLPlaybackAdapter::GetConfig(std::uint32_t capturedDisplay, std::uint
             BuildAttribList(capturedConfig, &reduced, CheckedEglAttribs2, std::size(CheckedEglAttribs2));
             config = ChooseConfig(display, reduced.data());
         }
-        if (config) {
+        if (config)
             return config;
-        }
     }
     PLAYBACK_LOG(Error, General, SourceFile, "Failed to find a valid match for EGLConfig %d",
                  static_cast<int>(capturedConfig));
@@ -124,29 +119,24 @@ EGLConfig EGLPlaybackAdapter::GetConfig(std::uint32_t capturedDisplay, std::uint
 void EGLPlaybackAdapter::BuildAttribList(std::uint32_t capturedConfig, std::vector<int>* out, const int* keys,
                                          std::size_t count) const
 {
-    if (!out) {
+    if (!out)
         return;
-    }
     if (const auto* attribs = m_resourceTable->GetEGLConfigAttribs(capturedConfig)) {
-        for (std::size_t i = 0; i < count; ++i) {
-            if (const auto found = attribs->find(keys[i]); found != attribs->end()) {
+        for (std::size_t i = 0; i < count; ++i)
+            if (const auto found = attribs->find(keys[i]); found != attribs->end())
                 Append(*out, found->first, found->second);
-            }
-        }
     }
     out->push_back(EGL_NONE);
 }
 
 bool EGLPlaybackAdapter::MatchConfig(EGLDisplay display, EGLConfig config, const EGLint* attribs)
 {
-    if (!display || !config || !attribs || attribs[0] == EGL_NONE || !LiveEGL.eglGetConfigAttrib) {
+    if (!display || !config || !attribs || attribs[0] == EGL_NONE || !LiveEGL.eglGetConfigAttrib)
         return false;
-    }
     for (; attribs[0] != EGL_NONE; attribs += 2) {
         EGLint value = 0;
-        if (LiveEGL.eglGetConfigAttrib(display, config, attribs[0], &value) != EGL_TRUE || value != attribs[1]) {
+        if (LiveEGL.eglGetConfigAttrib(display, config, attribs[0], &value) != EGL_TRUE || value != attribs[1])
             return false;
-        }
     }
     return true;
 }
@@ -154,13 +144,11 @@ bool EGLPlaybackAdapter::MatchConfig(EGLDisplay display, EGLConfig config, const
 EGLConfig EGLPlaybackAdapter::ChooseConfig(EGLDisplay display, const EGLint* attribs)
 {
     EGLint count = 0;
-    if (!CallLive(LiveEGL.eglChooseConfig, display, attribs, nullptr, 0, &count) || count <= 0) {
+    if (!CallLive(LiveEGL.eglChooseConfig, display, attribs, nullptr, 0, &count) || count <= 0)
         return nullptr;
-    }
     std::vector<EGLConfig> configs(static_cast<std::size_t>(count));
-    if (!LiveEGL.eglChooseConfig(display, attribs, configs.data(), count, &count)) {
+    if (!LiveEGL.eglChooseConfig(display, attribs, configs.data(), count, &count))
         return nullptr;
-    }
     const auto match = std::find_if(configs.begin(), configs.end(),
                                     [&](EGLConfig config) { return MatchConfig(display, config, attribs); });
     return match == configs.end() ? configs.front() : *match;
@@ -168,15 +156,13 @@ EGLConfig EGLPlaybackAdapter::ChooseConfig(EGLDisplay display, const EGLint* att
 
 EGLConfig EGLPlaybackAdapter::CreateOverrideConfig(EGLDisplay display, const std::string& spec, int samples)
 {
-    if (!display) {
+    if (!display)
         return nullptr;
-    }
     AttribList list;
-    if (spec.find('R') != std::string::npos) {
+    if (spec.find('R') != std::string::npos)
         AppendComponents(list, spec, samples, SourceFile);
-    } else {
+    else
         AppendDepths(list, spec, samples, SourceFile);
-    }
     if (samples > 1) {
         Append(list, EGL_SAMPLES, samples);
         Append(list, EGL_SAMPLE_BUFFERS, 1);
@@ -201,29 +187,25 @@ void EGLPlaybackAdapter::ListConfigs(const char* name, Data::PointerData* config
         const auto* numbers = configs->As<std::uint64_t>();
         captured.assign(numbers, numbers + configs->GetCount());
     }
-    if (capacity > configs->GetCount()) {
+    if (capacity > configs->GetCount())
         configs->ResizeArray(static_cast<std::uint32_t>(capacity));
-    }
     auto* live = configs->As<EGLConfig>();
     auto* liveCount = count->As<EGLint>();
     const EGLBoolean listed = query(live, live ? std::min(capacity, configs->GetCount()) : capacity, liveCount);
     CheckErrorState(name);
-    if (!listed || !live || !liveCount || *liveCount < 0) {
+    if (!listed || !live || !liveCount || *liveCount < 0)
         return;
-    }
     const auto pairs = std::min(captured.size(), static_cast<std::size_t>(*liveCount));
-    for (std::size_t i = 0; i < pairs; ++i) {
+    for (std::size_t i = 0; i < pairs; ++i)
         m_resourceTable->AddIdEGLConfig(static_cast<std::uint32_t>(captured[i]), live[i]);
-    }
 }
 
 void EGLPlaybackAdapter::Process_eglGetConfigs(std::int32_t /*captured*/, std::uint32_t dpy, Data::PointerData* configs,
                                                std::int32_t config_size, Data::PointerData* num_config)
 {
     Trace("eglGetConfigs", __LINE__);
-    if (!LiveEGL.eglGetConfigs) {
+    if (!LiveEGL.eglGetConfigs)
         return;
-    }
     const EGLDisplay display = GetDisplay(dpy);
     ListConfigs("eglGetConfigs", configs, config_size, num_config, [&](EGLConfig* live, EGLint room, EGLint* count) {
         return LiveEGL.eglGetConfigs(display, live, room, count);
@@ -235,9 +217,8 @@ void EGLPlaybackAdapter::Process_eglChooseConfig(std::int32_t /*captured*/, std:
                                                  std::int32_t config_size, Data::PointerData* num_config)
 {
     Trace("eglChooseConfig", __LINE__);
-    if (!LiveEGL.eglChooseConfig) {
+    if (!LiveEGL.eglChooseConfig)
         return;
-    }
     const EGLDisplay display = GetDisplay(dpy);
     ListConfigs("eglChooseConfig", configs, config_size, num_config, [&](EGLConfig* live, EGLint room, EGLint* count) {
         return LiveEGL.eglChooseConfig(display, attrib_list->As<EGLint>(), live, room, count);

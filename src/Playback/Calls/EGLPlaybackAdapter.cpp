@@ -22,9 +22,8 @@ EGLPlaybackAdapter::EGLPlaybackAdapter(GLResourceTable* table, WindowManager* wi
 EGLPlaybackAdapter::~EGLPlaybackAdapter()
 {
     if (m_display) {
-        if (m_surfaceFactory) {
+        if (m_surfaceFactory)
             m_surfaceFactory->Terminate(m_display);
-        }
         m_resourceTable->ReleaseResources();
         if (LiveEGL.eglMakeCurrent && LiveEGL.eglTerminate) {
             PLAYBACK_LOG(Diagnostic, General, SourceFile, "Calling eglTerminate on shutdown");
@@ -37,9 +36,8 @@ EGLPlaybackAdapter::~EGLPlaybackAdapter()
 
 void EGLPlaybackAdapter::CheckErrorState(std::string_view functionName)
 {
-    if (m_settings->m_skipErrorCheck || !LiveEGL.eglGetError) {
+    if (m_settings->m_skipErrorCheck || !LiveEGL.eglGetError)
         return;
-    }
     const EGLint error = LiveEGL.eglGetError();
     if (error != EGL_SUCCESS) {
         ++m_errorCounts[static_cast<unsigned int>(error)];
@@ -58,9 +56,8 @@ void EGLPlaybackAdapter::SetCurrentThread(std::uint32_t threadId)
         m_resourceTable->GetCurrentAPI(&api);
         LiveEGL.eglBindAPI(api);
     }
-    if (!LiveEGL.eglMakeCurrent || !contextChanged) {
+    if (!LiveEGL.eglMakeCurrent || !contextChanged)
         return;
-    }
     unsigned int capturedDisplay = 0;
     unsigned int capturedDraw = 0;
     unsigned int capturedRead = 0;
@@ -75,9 +72,8 @@ void EGLPlaybackAdapter::SetCurrentThread(std::uint32_t threadId)
                 window->EnqueueResizeRequest(draw->GetWidth(), draw->GetHeight());
                 window->ProcessResizeRequest(true);
             }
-            if (m_windowManager) {
+            if (m_windowManager)
                 m_windowManager->ActivateWindow(capturedDraw);
-            }
             draw->MakeCurrent(display, read, context);
         }
     } else if (m_display) {
@@ -99,20 +95,17 @@ Window* EGLPlaybackAdapter::WindowOf(std::uint32_t capturedSurface, const EGLPro
 void* EGLPlaybackAdapter::ActiveNativeDisplay() const
 {
     void* native = nullptr;
-    if (auto* window = ActiveWindow()) {
+    if (auto* window = ActiveWindow())
         window->GetNativeHandle(Window::NativeHandle::EGLDisplay, &native);
-    }
     return native;
 }
 
 void* EGLPlaybackAdapter::GetNativeDisplay(std::uint32_t capturedNative)
 {
-    if (void* native = m_resourceTable->GetValueEGLVoidPtr(capturedNative)) {
+    if (void* native = m_resourceTable->GetValueEGLVoidPtr(capturedNative))
         return native;
-    }
-    if (!ActiveWindow()) {
+    if (!ActiveWindow())
         return nullptr;
-    }
     void* native = ActiveNativeDisplay();
     m_resourceTable->AddIdEGLVoidPtr(capturedNative, native);
     return native;
@@ -120,20 +113,17 @@ void* EGLPlaybackAdapter::GetNativeDisplay(std::uint32_t capturedNative)
 
 void EGLPlaybackAdapter::UseDisplay(EGLDisplay display)
 {
-    if (m_display && m_display != display) {
+    if (m_display && m_display != display)
         PLAYBACK_LOG(Diagnostic, General, SourceFile, "EGLPlaybackAdapter changed display.");
-    }
     m_display = display;
 }
 
 EGLDisplay EGLPlaybackAdapter::GetDisplay(std::uint32_t capturedDisplay)
 {
-    if (const EGLDisplay known = m_resourceTable->GetValueEGLDisplay(capturedDisplay)) {
+    if (const EGLDisplay known = m_resourceTable->GetValueEGLDisplay(capturedDisplay))
         return known;
-    }
-    if (!LiveEGL.eglGetDisplay) {
+    if (!LiveEGL.eglGetDisplay)
         return EGL_NO_DISPLAY;
-    }
     const EGLDisplay display = LiveEGL.eglGetDisplay(static_cast<EGLNativeDisplayType>(ActiveNativeDisplay()));
     m_resourceTable->AddIdEGLDisplay(capturedDisplay, display);
     UseDisplay(display);
@@ -155,9 +145,8 @@ EGLDisplay EGLPlaybackAdapter::GetPlatformDisplay(std::uint32_t, std::uint32_t c
 void EGLPlaybackAdapter::Process_eglGetDisplay(std::uint32_t captured, std::uint32_t native)
 {
     Trace("eglGetDisplay", __LINE__);
-    if (!LiveEGL.eglGetDisplay) {
+    if (!LiveEGL.eglGetDisplay)
         return;
-    }
     const EGLDisplay display = LiveEGL.eglGetDisplay(static_cast<EGLNativeDisplayType>(GetNativeDisplay(native)));
     CheckErrorState("eglGetDisplay");
     m_resourceTable->AddIdEGLDisplay(captured, display);
@@ -168,9 +157,8 @@ void EGLPlaybackAdapter::Process_eglGetPlatformDisplay(std::uint32_t captured, s
                                                        std::uint32_t native, Data::PointerData* attrib_list)
 {
     Trace("eglGetPlatformDisplay", __LINE__);
-    if (!LiveEGL.eglGetPlatformDisplay) {
+    if (!LiveEGL.eglGetPlatformDisplay)
         return;
-    }
     const EGLDisplay display =
         GetPlatformDisplay(static_cast<std::uint32_t>(platform), native, attrib_list->As<EGLAttrib>());
     CheckErrorState("eglGetPlatformDisplay");
@@ -182,9 +170,8 @@ void EGLPlaybackAdapter::Process_eglInitialize(std::int32_t /*captured*/, std::u
                                                Data::PointerData* minor)
 {
     Trace("eglInitialize", __LINE__);
-    if (!LiveEGL.eglInitialize) {
+    if (!LiveEGL.eglInitialize)
         return;
-    }
     // Set first, so that a display got only now is not initialised twice.
     m_initialized = true;
     const EGLDisplay display = GetDisplay(dpy);
@@ -195,13 +182,11 @@ void EGLPlaybackAdapter::Process_eglInitialize(std::int32_t /*captured*/, std::u
 void EGLPlaybackAdapter::Process_eglTerminate(std::int32_t /*captured*/, std::uint32_t dpy)
 {
     Trace("eglTerminate", __LINE__);
-    if (!LiveEGL.eglTerminate) {
+    if (!LiveEGL.eglTerminate)
         return;
-    }
     const EGLDisplay display = GetDisplay(dpy);
-    if (m_surfaceFactory) {
+    if (m_surfaceFactory)
         m_surfaceFactory->Terminate(display);
-    }
     LiveEGL.eglTerminate(display);
     CheckErrorState("eglTerminate");
     m_display = EGL_NO_DISPLAY;
@@ -212,9 +197,8 @@ void EGLPlaybackAdapter::Process_eglTerminate(std::int32_t /*captured*/, std::ui
 void EGLPlaybackAdapter::Process_eglBindAPI(std::int32_t /*captured*/, std::int32_t api)
 {
     Trace("eglBindAPI", __LINE__);
-    if (!LiveEGL.eglBindAPI) {
+    if (!LiveEGL.eglBindAPI)
         return;
-    }
     LiveEGL.eglBindAPI(static_cast<EGLenum>(api));
     CheckErrorState("eglBindAPI");
     m_resourceTable->SetCurrentAPI(static_cast<unsigned int>(api));

@@ -15,9 +15,8 @@ namespace Playback {
 EGLContext EGLPlaybackAdapter::CreateContext(EGLDisplay display, EGLConfig config, EGLContext shareContext,
                                              const EGLint* attribs)
 {
-    if (!m_surfaceFactory) {
+    if (!m_surfaceFactory)
         return EGL_NO_CONTEXT;
-    }
     // Longer than any list in use, so that it is allocated once.
     constexpr std::size_t UsualEntries = 64;
     constexpr EGLint LowestVersion = 2;
@@ -41,9 +40,8 @@ EGLContext EGLPlaybackAdapter::CreateContext(EGLDisplay display, EGLConfig confi
         promoted = true;
     }
     list.push_back(EGL_NONE);
-    if (promoted) {
+    if (promoted)
         PLAYBACK_LOG(Notice, General, SourceFile, "Promoting OpenGL ES 1.1 context to 2.0");
-    }
     return m_surfaceFactory->CreateContext(display, config, shareContext, list.data());
 }
 
@@ -54,11 +52,9 @@ EGLConfig EGLPlaybackAdapter::NoConfig(std::uint32_t capturedDisplay)
     const EGLDisplay display = GetDisplay(capturedDisplay);
     const char* const extensions = LiveEGL.eglQueryString ? LiveEGL.eglQueryString(display, EGL_EXTENSIONS) : nullptr;
     const std::string names = extensions ? " " + std::string(extensions) + " " : "";
-    for (const char* const name : {" EGL_KHR_no_config_context ", " EGL_MESA_configless_context "}) {
-        if (names.find(name) != std::string::npos) {
+    for (const char* const name : {" EGL_KHR_no_config_context ", " EGL_MESA_configless_context "})
+        if (names.find(name) != std::string::npos)
             return EGL_NO_CONFIG_KHR;
-        }
-    }
     return GetConfig(capturedDisplay, 0);
 }
 
@@ -66,9 +62,8 @@ void EGLPlaybackAdapter::Process_eglCreateContext(std::uint32_t captured, std::u
                                                   std::uint32_t share_context, Data::PointerData* attrib_list)
 {
     Trace("eglCreateContext", __LINE__);
-    if (!LiveEGL.eglCreateContext) {
+    if (!LiveEGL.eglCreateContext)
         return;
-    }
     const EGLDisplay display = GetDisplay(dpy);
     const EGLConfig liveConfig = config == 0 ? NoConfig(dpy) : GetConfig(dpy, config);
     const EGLContext liveShare = m_resourceTable->GetValueEGLContext(share_context);
@@ -84,9 +79,8 @@ void EGLPlaybackAdapter::Process_eglCreateContext(std::uint32_t captured, std::u
 void EGLPlaybackAdapter::Process_eglDestroyContext(std::int32_t /*captured*/, std::uint32_t dpy, std::uint32_t ctx)
 {
     Trace("eglDestroyContext", __LINE__);
-    if (!LiveEGL.eglDestroyContext) {
+    if (!LiveEGL.eglDestroyContext)
         return;
-    }
     const EGLDisplay display = GetDisplay(dpy);
     LiveEGL.eglDestroyContext(display, m_resourceTable->GetValueEGLContext(ctx));
     CheckErrorState("eglDestroyContext");
@@ -101,9 +95,8 @@ void EGLPlaybackAdapter::Process_eglMakeCurrent(std::int32_t /*captured*/, std::
                                                 std::uint32_t read, std::uint32_t ctx)
 {
     Trace("eglMakeCurrent", __LINE__);
-    if (!LiveEGL.eglMakeCurrent) {
+    if (!LiveEGL.eglMakeCurrent)
         return;
-    }
     const EGLDisplay display = GetDisplay(dpy);
     auto* drawSurface = m_resourceTable->GetValueEGLSurface(draw);
     const auto* readSurface = m_resourceTable->GetValueEGLSurface(read);
@@ -120,21 +113,18 @@ bool EGLPlaybackAdapter::PreMakeCurrent(std::uint32_t capturedContext, std::uint
 {
     const bool contextChanged = capturedContext != m_lastContext;
     m_lastContext = capturedContext;
-    if (auto* window = WindowOf(capturedDraw, m_resourceTable->GetValueEGLSurface(capturedDraw))) {
+    if (auto* window = WindowOf(capturedDraw, m_resourceTable->GetValueEGLSurface(capturedDraw)))
         window->ProcessResizeRequest(contextChanged);
-    }
     return contextChanged;
 }
 
 void EGLPlaybackAdapter::PostMakeCurrent(std::uint32_t capturedDisplay, std::uint32_t capturedDraw,
                                          std::uint32_t capturedRead, std::uint32_t capturedContext)
 {
-    if (capturedContext != 0 && !Core::KHRLayer::IsGLESExtLoaded()) {
+    if (capturedContext != 0 && !Core::KHRLayer::IsGLESExtLoaded())
         Core::KHRLayer::LoadGLESExt();
-    }
-    if (m_windowManager) {
+    if (m_windowManager)
         m_windowManager->ActivateWindow(capturedDraw);
-    }
     m_resourceTable->SetCurrentContext(capturedDisplay, capturedDraw, capturedRead, capturedContext);
 }
 

@@ -18,9 +18,8 @@ constexpr std::int32_t TavoImageTarget = 0x3120;
 EGLClientBuffer EGLPlaybackAdapter::GetEGLImageBuffer(EGLenum target, std::uint32_t capturedImage,
                                                       std::uint32_t capturedContext, std::uint32_t capturedBuffer)
 {
-    if (target == EGL_NATIVE_BUFFER_ANDROID) {
+    if (target == EGL_NATIVE_BUFFER_ANDROID)
         return m_resourceTable->GetEGLImageBuffer(capturedImage);
-    }
     const std::uintptr_t texture = m_resourceTable->GetEGLImageTexture(capturedContext, capturedBuffer);
     return reinterpret_cast<EGLClientBuffer>(texture);
 }
@@ -30,9 +29,8 @@ void EGLPlaybackAdapter::Process_eglCreateImageKHR(std::uint32_t captured, std::
                                                    Data::PointerData* attrib_list)
 {
     Trace("eglCreateImageKHR", __LINE__);
-    if (!LiveEGLExt.eglCreateImageKHR) {
+    if (!LiveEGLExt.eglCreateImageKHR)
         return;
-    }
     const auto liveTarget = static_cast<EGLenum>(target);
     const EGLDisplay display = GetDisplay(dpy);
     const EGLContext context = m_resourceTable->GetValueEGLContext(ctx);
@@ -66,9 +64,8 @@ void EGLPlaybackAdapter::Process_eglCreateImageKHRv1(std::uint32_t captured, std
 void EGLPlaybackAdapter::Process_eglDestroyImageKHR(std::int32_t /*captured*/, std::uint32_t dpy, std::uint32_t image)
 {
     Trace("eglDestroyImageKHR", __LINE__);
-    if (!LiveEGLExt.eglDestroyImageKHR) {
+    if (!LiveEGLExt.eglDestroyImageKHR)
         return;
-    }
     const EGLDisplay display = GetDisplay(dpy);
     LiveEGLExt.eglDestroyImageKHR(display, m_resourceTable->GetValueEGLImage(image));
     CheckErrorState("eglDestroyImageKHR");
@@ -80,12 +77,10 @@ void EGLPlaybackAdapter::Process_eglDestroyImageKHR(std::int32_t /*captured*/, s
 template <class Function, class Attrib>
 EGLSyncKHR EGLPlaybackAdapter::CreateFence(Function function, EGLDisplay display, EGLenum type, const Attrib* attribs)
 {
-    if (type == EGL_SYNC_NATIVE_FENCE_ANDROID && !LiveEGLExt.eglDupNativeFenceFDANDROID) {
+    if (type == EGL_SYNC_NATIVE_FENCE_ANDROID && !LiveEGLExt.eglDupNativeFenceFDANDROID)
         return CallLive(function, display, EGLenum{EGL_SYNC_FENCE_KHR}, static_cast<const Attrib*>(nullptr));
-    }
-    if (type != EGL_SYNC_NATIVE_FENCE_ANDROID || !attribs) {
+    if (type != EGL_SYNC_NATIVE_FENCE_ANDROID || !attribs)
         return CallLive(function, display, type, attribs);
-    }
     std::vector<Attrib> list;
     for (; attribs[0] != EGL_NONE; attribs += 2) {
         Attrib value = attribs[1];
@@ -110,9 +105,8 @@ void EGLPlaybackAdapter::Process_eglCreateSync(std::uint32_t captured, std::uint
                                                Data::PointerData* attrib_list)
 {
     Trace("eglCreateSync", __LINE__);
-    if (!LiveEGL.eglCreateSync) {
+    if (!LiveEGL.eglCreateSync)
         return;
-    }
     const EGLSync sync = CreateFence(LiveEGL.eglCreateSync, GetDisplay(dpy), static_cast<EGLenum>(type),
                                      attrib_list->As<const EGLAttrib>());
     CheckErrorState("eglCreateSync");
@@ -123,9 +117,8 @@ void EGLPlaybackAdapter::Process_eglCreateSync64KHR(std::uint32_t captured, std:
                                                     Data::PointerData* attrib_list)
 {
     Trace("eglCreateSync64KHR", __LINE__);
-    if (!LiveEGLExt.eglCreateSync64KHR) {
+    if (!LiveEGLExt.eglCreateSync64KHR)
         return;
-    }
     const EGLSyncKHR sync = CreateFence(LiveEGLExt.eglCreateSync64KHR, GetDisplay(dpy), static_cast<EGLenum>(type),
                                         attrib_list->As<const EGLAttribKHR>());
     CheckErrorState("eglCreateSync64KHR");
@@ -136,25 +129,22 @@ void EGLPlaybackAdapter::Process_eglDupNativeFenceFDANDROID(std::int32_t /*captu
                                                             std::uint32_t sync)
 {
     Trace("eglDupNativeFenceFDANDROID", __LINE__);
-    if (!LiveEGLExt.eglDupNativeFenceFDANDROID) {
+    if (!LiveEGLExt.eglDupNativeFenceFDANDROID)
         return;
-    }
     const EGLDisplay display = GetDisplay(dpy);
     const int descriptor = LiveEGLExt.eglDupNativeFenceFDANDROID(display, m_resourceTable->GetValueEGLSync(sync));
     CheckErrorState("eglDupNativeFenceFDANDROID");
     // The one whom the recorded program gave it to is not here.
-    if (descriptor >= 0) {
+    if (descriptor >= 0)
         close(descriptor);
-    }
 }
 
 void EGLPlaybackAdapter::Process_eglCreateSyncKHR(std::uint32_t captured, std::uint32_t dpy, std::int32_t type,
                                                   Data::PointerData* attrib_list)
 {
     Trace("eglCreateSyncKHR", __LINE__);
-    if (!LiveEGLExt.eglCreateSyncKHR) {
+    if (!LiveEGLExt.eglCreateSyncKHR)
         return;
-    }
     const EGLDisplay display = GetDisplay(dpy);
     const EGLSyncKHR sync = CreateSyncKHR(display, static_cast<EGLenum>(type), attrib_list->As<EGLint>());
     CheckErrorState("eglCreateSyncKHR");
@@ -165,9 +155,8 @@ void EGLPlaybackAdapter::Process_eglGetSyncObjFromEglSyncTAVO(std::int32_t /*cap
                                                               std::uint32_t sync, std::uint32_t obj)
 {
     Trace("eglGetSyncObjFromEglSyncTAVO", __LINE__);
-    if (!LiveEGLExt.eglGetSyncObjFromEglSyncTAVO) {
+    if (!LiveEGLExt.eglGetSyncObjFromEglSyncTAVO)
         return;
-    }
     const EGLDisplay display = GetDisplay(dpy);
     void* object = nullptr;
     LiveEGLExt.eglGetSyncObjFromEglSyncTAVO(display, m_resourceTable->GetValueEGLSync(sync), &object);
@@ -187,9 +176,8 @@ void EGLPlaybackAdapter::Process_eglSetBlobCacheFuncsANDROID(std::uint32_t dpy, 
                                                              Data::PointerData* get)
 {
     Trace("eglSetBlobCacheFuncsANDROID", __LINE__);
-    if (LiveEGLExt.eglSetBlobCacheFuncsANDROID) {
+    if (LiveEGLExt.eglSetBlobCacheFuncsANDROID)
         SetBlobCacheFuncs(GetDisplay(dpy), set, get);
-    }
 }
 
 } // namespace Playback

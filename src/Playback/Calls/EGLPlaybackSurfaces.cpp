@@ -25,9 +25,8 @@ bool IsNoSurface(std::uint32_t captured)
 
 void* EGLPlaybackAdapter::GetNativeWindow(std::uint32_t, std::uint32_t capturedSurface)
 {
-    if (!m_windowManager) {
+    if (!m_windowManager)
         return nullptr;
-    }
     m_windowManager->AddWindow(capturedSurface);
     void* native = nullptr;
     if (auto* window = m_windowManager->GetWindow(capturedSurface)) {
@@ -42,9 +41,8 @@ void EGLPlaybackAdapter::CreateSurface(const char* name, bool available, std::ui
                                        std::uint32_t config, Make make)
 {
     Trace(name, __LINE__);
-    if (!available) {
+    if (!available)
         return;
-    }
     const EGLDisplay display = GetDisplay(dpy);
     const EGLConfig liveConfig = GetConfig(dpy, config);
     EGLProxySurface* surface = m_surfaceFactory ? make(display, liveConfig) : nullptr;
@@ -59,103 +57,102 @@ void EGLPlaybackAdapter::CreateSurface(const char* name, bool available, std::ui
 void EGLPlaybackAdapter::Process_eglCreateWindowSurface(std::uint32_t captured, std::uint32_t dpy, std::uint32_t config,
                                                         std::uint32_t win, Data::PointerData* attrib_list)
 {
-    CreateSurface("eglCreateWindowSurface", LiveEGL.eglCreateWindowSurface, captured, dpy, config,
-                  [&](EGLDisplay display, EGLConfig live) {
-                      void* window = GetNativeWindow(win, captured);
-                      return m_surfaceFactory->CreateWindowSurface(display, live, window, attrib_list->As<EGLint>());
-                  });
+    CreateSurface(
+        "eglCreateWindowSurface", LiveEGL.eglCreateWindowSurface, captured, dpy, config,
+        [&](EGLDisplay display, EGLConfig live) {
+            void* window = GetNativeWindow(win, captured);
+            return m_surfaceFactory->CreateWindowSurface(display, live, window, attrib_list->As<EGLint>());
+        });
 }
 
 void EGLPlaybackAdapter::Process_eglCreatePlatformWindowSurface(std::uint32_t captured, std::uint32_t dpy,
                                                                 std::uint32_t config, std::uint32_t win,
                                                                 Data::PointerData* attrib_list)
 {
-    CreateSurface("eglCreatePlatformWindowSurface", LiveEGL.eglCreatePlatformWindowSurface, captured, dpy, config,
-                  [&](EGLDisplay display, EGLConfig live) {
-                      void* window = GetNativeWindow(win, captured);
-                      return m_surfaceFactory->CreateWindowSurface64(display, live, window,
-                                                                     attrib_list->As<EGLAttrib>());
-                  });
+    CreateSurface(
+        "eglCreatePlatformWindowSurface", LiveEGL.eglCreatePlatformWindowSurface, captured, dpy, config,
+        [&](EGLDisplay display, EGLConfig live) {
+            void* window = GetNativeWindow(win, captured);
+            return m_surfaceFactory->CreateWindowSurface64(display, live, window, attrib_list->As<EGLAttrib>());
+        });
 }
 
 void EGLPlaybackAdapter::Process_eglCreatePbufferSurface(std::uint32_t captured, std::uint32_t dpy,
                                                          std::uint32_t config, Data::PointerData* attrib_list)
 {
-    CreateSurface("eglCreatePbufferSurface", LiveEGL.eglCreatePbufferSurface, captured, dpy, config,
-                  [&](EGLDisplay display, EGLConfig live) {
-                      return m_surfaceFactory->CreatePbufferSurface(display, live, attrib_list->As<EGLint>());
-                  });
+    CreateSurface(
+        "eglCreatePbufferSurface", LiveEGL.eglCreatePbufferSurface, captured, dpy, config,
+        [&](EGLDisplay display, EGLConfig live) {
+            return m_surfaceFactory->CreatePbufferSurface(display, live, attrib_list->As<EGLint>());
+        });
 }
 
 void EGLPlaybackAdapter::Process_eglCreatePbufferFromClientBuffer(std::uint32_t captured, std::uint32_t dpy,
                                                                   std::int32_t buftype, std::uint32_t buffer,
                                                                   std::uint32_t config, Data::PointerData* attrib_list)
 {
-    CreateSurface("eglCreatePbufferFromClientBuffer", LiveEGL.eglCreatePbufferFromClientBuffer, captured, dpy, config,
-                  [&](EGLDisplay display, EGLConfig live) {
-                      return m_surfaceFactory->CreatePbufferFromClientBuffer(
-                          display, static_cast<unsigned int>(buftype), m_resourceTable->GetValueEGLVoidPtr(buffer),
-                          live, attrib_list->As<EGLint>());
-                  });
+    CreateSurface(
+        "eglCreatePbufferFromClientBuffer", LiveEGL.eglCreatePbufferFromClientBuffer, captured, dpy, config,
+        [&](EGLDisplay display, EGLConfig live) {
+            return m_surfaceFactory->CreatePbufferFromClientBuffer(display, static_cast<unsigned int>(buftype),
+                                                                   m_resourceTable->GetValueEGLVoidPtr(buffer), live,
+                                                                   attrib_list->As<EGLint>());
+        });
 }
 
 void EGLPlaybackAdapter::Process_eglCreatePixmapSurface(std::uint32_t captured, std::uint32_t dpy, std::uint32_t config,
                                                         std::uint32_t pixmap, Data::PointerData* attrib_list)
 {
-    CreateSurface("eglCreatePixmapSurface", LiveEGL.eglCreatePixmapSurface, captured, dpy, config,
-                  [&](EGLDisplay display, EGLConfig live) {
-                      return m_surfaceFactory->CreatePixmapSurface(
-                          display, live, m_resourceTable->GetValueEGLVoidPtr(pixmap), attrib_list->As<EGLint>());
-                  });
+    CreateSurface(
+        "eglCreatePixmapSurface", LiveEGL.eglCreatePixmapSurface, captured, dpy, config,
+        [&](EGLDisplay display, EGLConfig live) {
+            return m_surfaceFactory->CreatePixmapSurface(display, live, m_resourceTable->GetValueEGLVoidPtr(pixmap),
+                                                         attrib_list->As<EGLint>());
+        });
 }
 
 void EGLPlaybackAdapter::Process_eglCreatePlatformPixmapSurface(std::uint32_t captured, std::uint32_t dpy,
                                                                 std::uint32_t config, std::uint32_t pixmap,
                                                                 Data::PointerData* attrib_list)
 {
-    CreateSurface("eglCreatePlatformPixmapSurface", LiveEGL.eglCreatePlatformPixmapSurface, captured, dpy, config,
-                  [&](EGLDisplay display, EGLConfig live) {
-                      return m_surfaceFactory->CreatePixmapSurface64(
-                          display, live, m_resourceTable->GetValueEGLVoidPtr(pixmap), attrib_list->As<EGLAttrib>());
-                  });
+    CreateSurface(
+        "eglCreatePlatformPixmapSurface", LiveEGL.eglCreatePlatformPixmapSurface, captured, dpy, config,
+        [&](EGLDisplay display, EGLConfig live) {
+            return m_surfaceFactory->CreatePixmapSurface64(display, live, m_resourceTable->GetValueEGLVoidPtr(pixmap),
+                                                           attrib_list->As<EGLAttrib>());
+        });
 }
 
 void EGLPlaybackAdapter::Process_eglDestroySurface(std::int32_t /*captured*/, std::uint32_t dpy, std::uint32_t surface)
 {
     Trace("eglDestroySurface", __LINE__);
-    if (!LiveEGL.eglDestroySurface) {
+    if (!LiveEGL.eglDestroySurface)
         return;
-    }
     const EGLDisplay display = GetDisplay(dpy);
     auto* proxy = m_resourceTable->GetValueEGLSurface(surface);
-    if (m_surfaceFactory) {
+    if (m_surfaceFactory)
         m_surfaceFactory->DestroySurface(display, proxy);
-    }
     CheckErrorState("eglDestroySurface");
-    if (m_windowManager) {
+    if (m_windowManager)
         m_windowManager->RemoveWindow(surface);
-    }
     m_resourceTable->RemoveIdEGLSurface(surface);
 }
 
 void EGLPlaybackAdapter::Process_eglSwapBuffers(std::int32_t /*captured*/, std::uint32_t dpy, std::uint32_t surface)
 {
     Trace("eglSwapBuffers", __LINE__);
-    if (!LiveEGL.eglSwapBuffers) {
+    if (!LiveEGL.eglSwapBuffers)
         return;
-    }
     const EGLDisplay display = GetDisplay(dpy);
     auto* proxy = m_resourceTable->GetValueEGLSurface(surface);
     const bool contextChanged = PreSwap(surface);
-    if (m_settings->m_swapFbo != 0 || !proxy) {
+    if (m_settings->m_swapFbo != 0 || !proxy)
         return;
-    }
     proxy->SwapBuffers(display);
     CheckErrorState("eglSwapBuffers");
     auto* window = ActiveWindow();
-    if (window && proxy->GetOriginalType() == EGLProxySurface::OriginalWindow) {
+    if (window && proxy->GetOriginalType() == EGLProxySurface::OriginalWindow)
         window->ProcessResizeRequest(contextChanged);
-    }
 }
 
 bool EGLPlaybackAdapter::PreSwap(std::uint32_t capturedSurface)
@@ -167,17 +164,15 @@ bool EGLPlaybackAdapter::PreSwap(std::uint32_t capturedSurface)
         contextChanged = context != m_lastContext;
         m_lastContext = context;
     }
-    if (m_windowManager) {
+    if (m_windowManager)
         m_windowManager->ActivateWindow(capturedSurface);
-    }
     if (m_screenshotHandler) {
         const std::uint32_t frame = ++m_screenshotHandler->m_frame;
         m_screenshotHandler->m_draw = 0;
         m_screenshotHandler->m_blit = 0;
         if ((m_settings->IsScreenshotFrame(frame) || frame == m_screenshotHandler->m_wantedFrame) &&
-            LiveGLES.glGetIntegerv && LiveGLES.glBindFramebuffer) {
+            LiveGLES.glGetIntegerv && LiveGLES.glBindFramebuffer)
             TakeFrameScreenshot(frame);
-        }
     }
     return contextChanged;
 }
@@ -198,13 +193,11 @@ void EGLPlaybackAdapter::TakeFrameScreenshot(std::uint32_t frame)
     const std::string name = m_settings->m_screenshotPath + "frame" + std::to_string(frame);
     const GLint draw = Core::GetInteger(LiveGLES, GL_DRAW_FRAMEBUFFER_BINDING);
     const GLint read = Core::GetInteger(LiveGLES, GL_READ_FRAMEBUFFER_BINDING);
-    if (draw != 0 || read != 0) {
+    if (draw != 0 || read != 0)
         LiveGLES.glBindFramebuffer(GL_FRAMEBUFFER, 0);
-    }
     m_screenshotHandler->TakeScreenshot(name, GL_COLOR_BUFFER_BIT);
-    if (IsDepthScreenshotDue(frame)) {
+    if (IsDepthScreenshotDue(frame))
         m_screenshotHandler->TakeScreenshot(name, GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
-    }
     if (draw != read) {
         LiveGLES.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, static_cast<GLuint>(draw));
         LiveGLES.glBindFramebuffer(GL_READ_FRAMEBUFFER, static_cast<GLuint>(read));

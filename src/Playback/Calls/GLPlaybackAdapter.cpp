@@ -24,13 +24,11 @@ GLPlaybackAdapter::~GLPlaybackAdapter()
 
 void GLPlaybackAdapter::CheckErrorState(std::string_view name)
 {
-    if (m_settings->m_skipErrorCheck) {
+    if (m_settings->m_skipErrorCheck)
         return;
-    }
     const auto getError = KHRLayer::playbackGLESProcTable.glGetError;
-    if (!getError) {
+    if (!getError)
         return;
-    }
     const GLenum error = getError();
     if (error != GL_NO_ERROR) {
         ++m_errorCounts[error];
@@ -75,9 +73,8 @@ void GLPlaybackAdapter::ProcessUnmapBuffer(std::uint32_t target, std::uint32_t l
 
 bool GLPlaybackAdapter::IsEventSelected() const
 {
-    if (m_screenshotHandler->m_frame + 1 != static_cast<std::uint32_t>(m_settings->m_perDrawScreenshotFrame)) {
+    if (m_screenshotHandler->m_frame + 1 != static_cast<std::uint32_t>(m_settings->m_perDrawScreenshotFrame))
         return false;
-    }
     const std::uint32_t event = m_screenshotHandler->m_draw + m_screenshotHandler->m_blit;
     const auto first = static_cast<std::uint32_t>(m_settings->m_perDrawScreenshotFirstDraw);
     const auto last = static_cast<std::uint32_t>(m_settings->m_perDrawScreenshotLastDraw);
@@ -90,9 +87,8 @@ bool GLPlaybackAdapter::IsEventSelected() const
 
 void GLPlaybackAdapter::PostDrawCommon()
 {
-    if (!m_screenshotHandler) {
+    if (!m_screenshotHandler)
         return;
-    }
     ++m_screenshotHandler->m_draw;
     if (IsEventSelected()) {
         m_screenshotHandler->TakeScreenshot(m_settings->m_screenshotPath + "frame" +
@@ -104,9 +100,8 @@ void GLPlaybackAdapter::PostDrawCommon()
 
 void GLPlaybackAdapter::PostBlitFrameBuffer(std::uint32_t mask)
 {
-    if (!m_screenshotHandler) {
+    if (!m_screenshotHandler)
         return;
-    }
     ++m_screenshotHandler->m_blit;
     if (IsEventSelected()) {
         m_screenshotHandler->TakeScreenshot(m_settings->m_screenshotPath + "frame" +

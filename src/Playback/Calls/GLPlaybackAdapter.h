@@ -51,9 +51,8 @@ public:
 private:
     static void Trace(const char* name, int line)
     {
-        if (Core::Log::IsEnabled(Core::LogTrace, Core::ZoneCallTrace)) {
+        if (Core::Log::IsEnabled(Core::LogTrace, Core::ZoneCallTrace))
             Core::Log::Print(Core::LogTrace, Core::ZoneCallTrace, line, SourceFile, true, "%s", name);
-        }
     }
 
     /// Reports one pending error against the call just replayed, unless error checks are off.

@@ -11,9 +11,8 @@ void GLPlaybackAdapter::Process_glUseProgram(std::uint32_t program)
 {
     Trace("glUseProgram", __LINE__);
     const auto function = KHRLayer::playbackGLESProcTable.glUseProgram;
-    if (!function) {
+    if (!function)
         return;
-    }
     function(m_resourceTable->GetValueGLProgram(program));
     CheckErrorState("glUseProgram");
     m_resourceTable->SetCurrentProgram(program);
@@ -24,9 +23,8 @@ void GLPlaybackAdapter::Process_glBindAttribLocation(std::uint32_t program, std:
 {
     Trace("glBindAttribLocation", __LINE__);
     const auto function = KHRLayer::playbackGLESProcTable.glBindAttribLocation;
-    if (!function) {
+    if (!function)
         return;
-    }
     function(m_resourceTable->GetValueGLProgram(program), index, name->As<const GLchar>());
     CheckErrorState("glBindAttribLocation");
     // The program chose its index itself: later attribute calls use it as it is.
@@ -39,9 +37,8 @@ void GLPlaybackAdapter::Process_glShaderBinary(std::int32_t count, Data::Pointer
 {
     Trace("glShaderBinary", __LINE__);
     const auto function = KHRLayer::playbackGLESProcTable.glShaderBinary;
-    if (!function) {
+    if (!function)
         return;
-    }
     // Handled like a call that makes names: the driver gets zeros, and the captured shaders then map to what is there.
     LiveNames<GLuint> names(count, shaders);
     function(count, names.Live(), binaryFormat, binary->GetPointer(), length);
@@ -54,9 +51,8 @@ void GLPlaybackAdapter::Process_glGetProgramResourceLocation(std::int32_t captur
 {
     Trace("glGetProgramResourceLocation", __LINE__);
     const auto function = KHRLayer::playbackGLESProcTable.glGetProgramResourceLocation;
-    if (!function) {
+    if (!function)
         return;
-    }
     const GLint live =
         function(m_resourceTable->GetValueGLProgram(program), programInterface, name->As<const GLchar>());
     CheckErrorState("glGetProgramResourceLocation");
@@ -66,18 +62,16 @@ void GLPlaybackAdapter::Process_glGetProgramResourceLocation(std::int32_t captur
 void GLPlaybackAdapter::ProcessProgramResourceLocation(std::uint32_t program, std::int32_t captured, std::int32_t live,
                                                        std::uint32_t programInterface)
 {
-    if (programInterface == GL_UNIFORM) {
+    if (programInterface == GL_UNIFORM)
         m_resourceTable->AddIdGLUniformLocation(program, captured, live);
-    }
 }
 
 void GLPlaybackAdapter::Process_glCreateSharedBufferTAVO(std::int32_t sizeInBytes, Data::PointerData* sharedBuffer)
 {
     Trace("glCreateSharedBufferTAVO", __LINE__);
     const auto function = KHRLayer::playbackGLESExtProcTable.glCreateSharedBufferTAVO;
-    if (!function) {
+    if (!function)
         return;
-    }
     LiveNames<GLint> names(sharedBuffer->GetCount(), sharedBuffer);
     function(sizeInBytes, names.Live());
     CheckErrorState("glCreateSharedBufferTAVO");
@@ -131,9 +125,8 @@ void GLPlaybackAdapter::PostGlEglImage(std::uint32_t target, std::uint32_t image
     const std::uint32_t bound = BoundObject(target);
     m_resourceTable->AddEGLImageBufferRef(image);
     const std::uint32_t previous = m_resourceTable->GetTextureEGLImage(target, static_cast<int>(bound));
-    if (bound == 0) {
+    if (bound == 0)
         return;
-    }
     if (previous != 0) {
         m_resourceTable->RemoveEGLImageBuffer(previous);
         m_resourceTable->SetTextureEGLImage(target, static_cast<int>(bound), image);

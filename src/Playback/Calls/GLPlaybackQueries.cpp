@@ -9,23 +9,20 @@ using Core::KHRLayer;
 
 void GLPlaybackAdapter::SizeString(Data::PointerData* output, std::int32_t length)
 {
-    if (output->HasData() && length >= 0 && output->GetCount() != length) {
+    if (output->HasData() && length >= 0 && output->GetCount() != length)
         output->ResizeString(static_cast<std::uint32_t>(length));
-    }
 }
 
 void GLPlaybackAdapter::SizeArray(Data::PointerData* output, std::int32_t count)
 {
-    if (output->HasData() && count >= 0 && output->GetCount() != count) {
+    if (output->HasData() && count >= 0 && output->GetCount() != count)
         output->ResizeArray(static_cast<std::uint32_t>(count));
-    }
 }
 
 void GLPlaybackAdapter::GrowArray(Data::PointerData* output, std::int32_t count)
 {
-    if (output->GetCount() < count) {
+    if (output->GetCount() < count)
         output->ResizeArray(static_cast<std::uint32_t>(count));
-    }
 }
 
 void GLPlaybackAdapter::EnsurePnameArraySize(std::uint32_t pname, Data::PointerData* output)
@@ -50,26 +47,22 @@ void GLPlaybackAdapter::EnsurePnameArraySize(std::uint32_t pname, Data::PointerD
 void GLPlaybackAdapter::EnsureActiveUniformBlockPnameArraySize(std::uint32_t program, std::uint32_t blockIndex,
                                                                std::uint32_t pname, Data::PointerData* output)
 {
-    if (pname != GL_UNIFORM_BLOCK_ACTIVE_UNIFORM_INDICES) {
+    if (pname != GL_UNIFORM_BLOCK_ACTIVE_UNIFORM_INDICES)
         return;
-    }
     GLint count = 0;
-    if (const auto getActiveUniformBlockiv = KHRLayer::playbackGLESProcTable.glGetActiveUniformBlockiv) {
+    if (const auto getActiveUniformBlockiv = KHRLayer::playbackGLESProcTable.glGetActiveUniformBlockiv)
         getActiveUniformBlockiv(program, blockIndex, GL_UNIFORM_BLOCK_ACTIVE_UNIFORMS, &count);
-    }
     GrowArray(output, count);
 }
 
 void GLPlaybackAdapter::EnsureInternalFormatPnameArraySize(std::uint32_t target, std::uint32_t internalFormat,
                                                            std::uint32_t pname, Data::PointerData* output)
 {
-    if (pname != GL_SAMPLES) {
+    if (pname != GL_SAMPLES)
         return;
-    }
     GLint count = 0;
-    if (const auto getInternalformativ = KHRLayer::playbackGLESProcTable.glGetInternalformativ) {
+    if (const auto getInternalformativ = KHRLayer::playbackGLESProcTable.glGetInternalformativ)
         getInternalformativ(target, internalFormat, GL_NUM_SAMPLE_COUNTS, 1, &count);
-    }
     GrowArray(output, count);
 }
 
@@ -78,9 +71,8 @@ void GLPlaybackAdapter::Process_glGetActiveUniformBlockiv(std::uint32_t program,
 {
     Trace("glGetActiveUniformBlockiv", __LINE__);
     const auto function = KHRLayer::playbackGLESProcTable.glGetActiveUniformBlockiv;
-    if (!function) {
+    if (!function)
         return;
-    }
     const GLuint liveProgram = m_resourceTable->GetValueGLProgram(program);
     const GLuint liveIndex = m_resourceTable->GetValueGLUniformBlockIndex(program, static_cast<int>(uniformBlockIndex));
     EnsureActiveUniformBlockPnameArraySize(liveProgram, liveIndex, pname, params);
@@ -94,9 +86,8 @@ void GLPlaybackAdapter::Process_glGetInternalformativ(std::uint32_t target, std:
 {
     Trace("glGetInternalformativ", __LINE__);
     const auto function = KHRLayer::playbackGLESProcTable.glGetInternalformativ;
-    if (!function) {
+    if (!function)
         return;
-    }
     SizeArray(params, count);
     EnsureInternalFormatPnameArraySize(target, internalformat, pname, params);
     function(target, internalformat, pname, count, params->As<GLint>());
@@ -106,9 +97,8 @@ void GLPlaybackAdapter::Process_glGetInternalformativ(std::uint32_t target, std:
 void GLPlaybackAdapter::Process_glDebugMessageCallbackKHR(Data::PointerData* callback, Data::PointerData* userParam)
 {
     Trace("glDebugMessageCallbackKHR", __LINE__);
-    if (!KHRLayer::playbackGLESExtProcTable.glDebugMessageCallbackKHR) {
+    if (!KHRLayer::playbackGLESExtProcTable.glDebugMessageCallbackKHR)
         return;
-    }
     PLAYBACK_LOG(Diagnostic, General, SourceFile, "Ignoring glDebugMessageCallbackKHR(%p, %p)", callback->GetPointer(),
                  userParam->GetPointer());
     CheckErrorState("glDebugMessageCallbackKHR");
@@ -118,9 +108,8 @@ void GLPlaybackAdapter::Process_glGetError(std::uint32_t /*captured*/)
 {
     Trace("glGetError", __LINE__);
     const auto function = KHRLayer::playbackGLESProcTable.glGetError;
-    if (!function) {
+    if (!function)
         return;
-    }
     function();
     CheckErrorState("glGetError");
 }
@@ -130,9 +119,8 @@ void GLPlaybackAdapter::Process_glMapBufferRange(Data::PointerData* captured, st
 {
     Trace("glMapBufferRange", __LINE__);
     const auto function = KHRLayer::playbackGLESProcTable.glMapBufferRange;
-    if (!function) {
+    if (!function)
         return;
-    }
     void* const live = function(target, offset, length, access);
     CheckErrorState("glMapBufferRange");
     m_resourceTable->MapBuffer(captured->GetCapturedPointer(), target, static_cast<unsigned int>(length), access,
@@ -144,13 +132,11 @@ void GLPlaybackAdapter::Process_glBufferSubData(std::uint32_t target, std::int64
 {
     Trace("glBufferSubData", __LINE__);
     const auto function = KHRLayer::playbackGLESProcTable.glBufferSubData;
-    if (!function) {
+    if (!function)
         return;
-    }
     // An empty upload beyond the end of its payload grows the payload to the offset.
-    if (size == 0 && data->GetPointer() && data->GetCount() < offset) {
+    if (size == 0 && data->GetPointer() && data->GetCount() < offset)
         data->ResizeArray(static_cast<std::uint32_t>(offset));
-    }
     function(target, offset, size, data->GetPointer());
     CheckErrorState("glBufferSubData");
 }

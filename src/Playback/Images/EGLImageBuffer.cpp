@@ -58,17 +58,15 @@ EGLImageBuffer::EGLImageBuffer() : m_nativeBuffer{}
 
 EGLImageBuffer::~EGLImageBuffer()
 {
-    if (m_nativeBuffer.handle) {
+    if (m_nativeBuffer.handle)
         FreeBuffer();
-    }
 }
 
 unsigned int EGLImageBuffer::AllocateBuffer(void* display, const Data::EGLImageData& data)
 {
     const unsigned int result = AllocateTavoBuffer(display, data);
-    if (result != ResultSuccess) {
+    if (result != ResultSuccess)
         return result;
-    }
     m_bpp = data.bpp;
     m_format = data.format;
     m_nativeBuffer.width = static_cast<std::int32_t>(data.width);
@@ -79,15 +77,12 @@ unsigned int EGLImageBuffer::AllocateBuffer(void* display, const Data::EGLImageD
 
 unsigned int EGLImageBuffer::AllocateTavoBuffer(void* display, const Data::EGLImageData& data)
 {
-    if (m_image) {
+    if (m_image)
         return ResultAlreadyExists;
-    }
-    if (!LiveEGLExt.eglCreateImageKHR || !LiveEGL.eglGetError) {
+    if (!LiveEGLExt.eglCreateImageKHR || !LiveEGL.eglGetError)
         return ResultUnavailable;
-    }
-    if (!display) {
+    if (!display)
         return ResultInvalidArgument;
-    }
     const EGLint attribs[] = {
         EGL_WIDTH,         static_cast<EGLint>(data.width),
         EGL_HEIGHT,        static_cast<EGLint>(data.height),
@@ -95,9 +90,8 @@ unsigned int EGLImageBuffer::AllocateTavoBuffer(void* display, const Data::EGLIm
         EGL_NONE,
     };
     void* image = LiveEGLExt.eglCreateImageKHR(display, EGL_NO_CONTEXT, ImageTarget, nullptr, attribs);
-    if (!image) {
+    if (!image)
         return ReportFailure("AllocateTavoBuffer", When::OnError, __LINE__);
-    }
     m_image = image;
     m_display = display;
     return ResultSuccess;
@@ -115,15 +109,12 @@ unsigned int EGLImageBuffer::FreeBuffer()
 
 unsigned int EGLImageBuffer::FreeTavoBuffer()
 {
-    if (!m_display || !m_image) {
+    if (!m_display || !m_image)
         return ResultMissing;
-    }
-    if (!LiveEGLExt.eglDestroyImageKHR || !LiveEGL.eglGetError) {
+    if (!LiveEGLExt.eglDestroyImageKHR || !LiveEGL.eglGetError)
         return ResultUnavailable;
-    }
-    if (!LiveEGLExt.eglDestroyImageKHR(m_display, m_image)) {
+    if (!LiveEGLExt.eglDestroyImageKHR(m_display, m_image))
         return ReportFailure("FreeTavoBuffer", When::Always, __LINE__);
-    }
     return ResultSuccess;
 }
 
@@ -137,9 +128,8 @@ void EGLImageBuffer::ForgetPlanes()
 
 unsigned int EGLImageBuffer::SetImageData(const Data::EGLImageData& data)
 {
-    if (data.planeCount == 0 || !data.planes) {
+    if (data.planeCount == 0 || !data.planes)
         return ResultInvalidArgument;
-    }
     const unsigned int result = ValidateImageData(data);
     return result == ResultSuccess ? SetImageDataTavo(data) : result;
 }
@@ -157,9 +147,8 @@ unsigned int EGLImageBuffer::ValidateImageData(const Data::EGLImageData& data)
                      static_cast<int>(data.bpp), static_cast<int>(m_format), static_cast<int>(data.format));
         FreeBuffer();
         const unsigned int result = AllocateBuffer(m_display, data);
-        if (result != ResultSuccess) {
+        if (result != ResultSuccess)
             return result;
-        }
     }
     if (m_planeCount == 0) {
         m_planeCount = data.planeCount;
@@ -170,41 +159,34 @@ unsigned int EGLImageBuffer::ValidateImageData(const Data::EGLImageData& data)
         }
         return ResultSuccess;
     }
-    if (data.planeCount != m_planeCount) {
+    if (data.planeCount != m_planeCount)
         return ResultInvalidArgument;
-    }
     for (std::uint32_t i = 0; i < m_planeCount; ++i) {
         const auto& plane = data.planes[i];
         if (!plane.data || plane.offset != m_offsets[i] || plane.stride == 0 || plane.stride != m_strides[i] ||
-            plane.size == 0 || plane.size != m_sizes[i]) {
+            plane.size == 0 || plane.size != m_sizes[i])
             return ResultInvalidArgument;
-        }
     }
     return ResultSuccess;
 }
 
 unsigned int EGLImageBuffer::SetImageDataTavo(const Data::EGLImageData& data)
 {
-    if (data.planeCount > MaxPlanes) {
+    if (data.planeCount > MaxPlanes)
         return ResultInvalidArgument;
-    }
-    if (!m_display || !m_image) {
+    if (!m_display || !m_image)
         return ResultMissing;
-    }
     if (!LiveEGLExt.eglLockImageTAVO || !LiveEGLExt.eglUnlockImageTAVO || !LiveEGLExt.eglQueryImageTAVO ||
-        !LiveEGLExt.eglQueryImage64TAVO || !LiveEGL.eglGetError) {
+        !LiveEGLExt.eglQueryImage64TAVO || !LiveEGL.eglGetError)
         return ResultUnavailable;
-    }
     const EGLint lockAttribs[] = {
         EGL_MAP_PRESERVE_PIXELS_KHR, EGL_FALSE, EGL_IMAGE_PRESERVED_KHR, EGL_FALSE, EGL_LOCK_USAGE_HINT_KHR,
         EGL_WRITE_SURFACE_BIT_KHR,   EGL_NONE,
     };
-    if (!LiveEGLExt.eglLockImageTAVO(m_display, m_image, lockAttribs)) {
+    if (!LiveEGLExt.eglLockImageTAVO(m_display, m_image, lockAttribs))
         return ReportFailure("SetImageDataTavo", When::OnError, __LINE__);
-    }
-    for (std::uint32_t i = 0; i < data.planeCount; ++i) {
+    for (std::uint32_t i = 0; i < data.planeCount; ++i)
         CopyPlane(data.planes[i], i);
-    }
     LiveEGLExt.eglUnlockImageTAVO(m_display, m_image);
     return ResultSuccess;
 }
@@ -217,9 +199,8 @@ void EGLImageBuffer::CopyPlane(const Data::EGLImagePlane& plane, unsigned int in
     EGLAttribKHR address = 0;
     LiveEGLExt.eglQueryImageTAVO(m_display, m_image, PitchAttrib[index], &pitch);
     LiveEGLExt.eglQueryImage64TAVO(m_display, m_image, PointerAttrib[index], &address);
-    if (!plane.data || pitch <= 0 || address == 0) {
+    if (!plane.data || pitch <= 0 || address == 0)
         return;
-    }
     auto* target = reinterpret_cast<unsigned char*>(address);
     const auto livePitch = static_cast<std::uint32_t>(pitch);
     if (plane.stride == livePitch) {

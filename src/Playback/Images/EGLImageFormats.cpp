@@ -72,9 +72,8 @@ std::optional<EGLImageFormat> FindEGLImageFormat(unsigned int code)
     }
     const auto* found = std::lower_bound(std::begin(Formats), std::end(Formats), code,
                                          [](const EGLImageFormat& format, unsigned int c) { return format.code < c; });
-    if (found == std::end(Formats) || found->code != code) {
+    if (found == std::end(Formats) || found->code != code)
         return std::nullopt;
-    }
     return *found;
 }
 

@@ -87,9 +87,8 @@ public:
     }
     ~CurrentContext()
     {
-        if (m_display) {
+        if (m_display)
             EGL().eglMakeCurrent(m_oldContext ? m_oldDisplay : m_display, m_draw, m_read, m_oldContext);
-        }
     }
     CurrentContext(const CurrentContext&) = delete;
     CurrentContext& operator=(const CurrentContext&) = delete;
@@ -132,16 +131,13 @@ std::vector<std::uint8_t> PackRows(const EGLTextureImage::Format& format, const 
     const Data::EGLImagePlane& plane = data.planes[0];
     const std::size_t rowBytes = std::size_t{data.width} * format.pixelBytes;
     std::vector<std::uint8_t> pixels(rowBytes * data.height);
-    for (std::size_t row = 0; row < data.height; ++row) {
+    for (std::size_t row = 0; row < data.height; ++row)
         std::memcpy(pixels.data() + row * rowBytes, plane.data + row * plane.stride, rowBytes);
-    }
     for (std::size_t at = 0; (format.isBGR || format.isOpaque) && at < pixels.size(); at += format.pixelBytes) {
-        if (format.isBGR) {
+        if (format.isBGR)
             std::swap(pixels[at], pixels[at + 2]);
-        }
-        if (format.isOpaque) {
+        if (format.isOpaque)
             pixels[at + 3] = 0xFF;
-        }
     }
     return pixels;
 }
@@ -153,18 +149,15 @@ std::unique_ptr<EGLTextureImage> EGLTextureImage::Create(void* display, void* sp
     const auto* format = std::find_if(std::begin(Formats), std::end(Formats),
                                       [&](const Format& candidate) { return candidate.code == data.format; });
     if (!display || format == std::end(Formats) || !HasFunctions() ||
-        !Core::HasWord(EGL().eglQueryString(display, EGL_EXTENSIONS), "EGL_KHR_gl_texture_2D_image")) {
+        !Core::HasWord(EGL().eglQueryString(display, EGL_EXTENSIONS), "EGL_KHR_gl_texture_2D_image"))
         return nullptr;
-    }
     const CurrentContext context(display, spare);
-    if (!context.Get() || (format->isES3 && !IsES3())) {
+    if (!context.Get() || (format->isES3 && !IsES3()))
         return nullptr;
-    }
     // An upload of this size cannot fail, so that nothing asks for errors, which could be those of a captured call.
     const auto largest = static_cast<std::uint32_t>(Core::GetInteger(GL(), GL_MAX_TEXTURE_SIZE));
-    if (data.width == 0 || data.height == 0 || data.width > largest || data.height > largest) {
+    if (data.width == 0 || data.height == 0 || data.width > largest || data.height > largest)
         return nullptr;
-    }
     const BoundTexture texture;
     // One level makes the texture complete.
     GL().glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
@@ -181,18 +174,15 @@ std::unique_ptr<EGLTextureImage> EGLTextureImage::Create(void* display, void* sp
 bool EGLTextureImage::SetContents(void* spare, const Data::EGLImageData& data) const
 {
     if (data.width != m_width || data.height != m_height || data.format != m_format.code || data.planeCount == 0 ||
-        !data.planes || !data.planes[0].data) {
+        !data.planes || !data.planes[0].data)
         return false;
-    }
     const std::uint64_t rowBytes = std::uint64_t{m_width} * m_format.pixelBytes;
     const Data::EGLImagePlane& plane = data.planes[0];
-    if (plane.stride < rowBytes || plane.size < std::uint64_t{plane.stride} * (m_height - 1) + rowBytes) {
+    if (plane.stride < rowBytes || plane.size < std::uint64_t{plane.stride} * (m_height - 1) + rowBytes)
         return false;
-    }
     const CurrentContext context(m_display, spare);
-    if (!context.Get()) {
+    if (!context.Get())
         return false;
-    }
     const BoundTexture texture;
     Core::KHRLayer::GLESExtProc().glEGLImageTargetTexture2DOES(GL_TEXTURE_2D, m_image);
     const Core::PackedRows rows(GL(), Core::PixelTransfer::Upload, Core::GetVersion(GL()));

@@ -9,23 +9,20 @@ namespace Playback {
 
 void CommonMetaHandler::ProcessTextAscii(const std::uint8_t* text, std::uint64_t length)
 {
-    if (m_annotationWriter && text && length != 0) {
+    if (m_annotationWriter && text && length != 0)
         m_annotationWriter->WriteTextAscii(text, length);
-    }
 }
 
 void CommonMetaHandler::ProcessTextXML(const std::uint8_t* text, std::uint64_t length)
 {
-    if (m_annotationWriter && text && length != 0) {
+    if (m_annotationWriter && text && length != 0)
         m_annotationWriter->WriteTextXML(text, length);
-    }
 }
 
 void CommonMetaHandler::ProcessTextJSON(const std::uint8_t* text, std::uint64_t length)
 {
-    if (m_annotationWriter && text && length != 0) {
+    if (m_annotationWriter && text && length != 0)
         m_annotationWriter->WriteTextJSON(text, length);
-    }
 }
 
 void CommonMetaHandler::ProcessDisplayMessageCommand(const std::string& message)
@@ -36,9 +33,8 @@ void CommonMetaHandler::ProcessDisplayMessageCommand(const std::string& message)
 void CommonMetaHandler::ProcessSetWindowSizeCommand(std::uint32_t /*display*/, std::uint32_t surface,
                                                     std::uint32_t width, std::uint32_t height)
 {
-    if (Window* window = m_windowManager ? m_windowManager->GetWindow(surface) : nullptr) {
+    if (Window* window = m_windowManager ? m_windowManager->GetWindow(surface) : nullptr)
         window->EnqueueResizeRequest(width, height);
-    }
 }
 
 } // namespace Playback

@@ -30,9 +30,8 @@ void ImageMetaHandler::WriteImage(const char* name, std::uint32_t surface, std::
                                   std::uint32_t format, std::uint32_t type, const std::uint8_t* data)
 {
     const PlaybackEnvironment& settings = *PlaybackEnvironment::Instance();
-    if (!m_screenshotHandler || !data || !settings.m_defaultFbo || !settings.m_dumpDefaultFbo) {
+    if (!m_screenshotHandler || !data || !settings.m_defaultFbo || !settings.m_dumpDefaultFbo)
         return;
-    }
     m_screenshotHandler->WriteScreenshot(settings.m_screenshotPath + name + std::to_string(surface), width, height,
                                          data, format, type);
 }

@@ -32,9 +32,8 @@ Core::ScopedState KeepTexture()
 GLuint Create2DTexture(GLenum internalFormat, const CapturedPixels& pixels, const std::uint8_t* data)
 {
     const auto& gl = GL();
-    if (!data || !HaveAll(gl.glGenTextures, gl.glBindTexture, gl.glTexParameteri, gl.glTexImage2D, gl.glPixelStorei)) {
+    if (!data || !HaveAll(gl.glGenTextures, gl.glBindTexture, gl.glTexParameteri, gl.glTexImage2D, gl.glPixelStorei))
         return 0;
-    }
     const auto boundTexture = KeepTexture();
     GLuint texture = 0;
     gl.glGenTextures(1, &texture);
@@ -55,9 +54,8 @@ void SyncTextureLoad()
 {
     const auto& gl = GL();
     if (!PlaybackEnvironment::Instance()->m_syncState ||
-        !HaveAll(gl.glFlush, gl.glWaitSync, gl.glDeleteSync, gl.glFenceSync)) {
+        !HaveAll(gl.glFlush, gl.glWaitSync, gl.glDeleteSync, gl.glFenceSync))
         return;
-    }
     const GLsync sync = gl.glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
     gl.glFlush();
     gl.glWaitSync(sync, 0, GL_TIMEOUT_IGNORED);
@@ -208,14 +206,17 @@ void DrawToTexture(GLenum target, GLuint texture, std::uint32_t depth, GLenum in
     gl.glGenFramebuffers(1, &framebuffer);
     gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, framebuffer);
     if (target == GL_TEXTURE_2D_MULTISAMPLE) {
-        DrawQuad(internalFormat, pixels, pixels.data,
-                 [&] { gl.glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, target, texture, 0); });
+        DrawQuad(
+            internalFormat, pixels, pixels.data,
+            [&] { gl.glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, target, texture, 0); });
     } else if (target == GL_TEXTURE_2D_MULTISAMPLE_ARRAY) {
         for (std::uint32_t layer = 0; layer < depth; ++layer) {
-            DrawQuad(internalFormat, pixels, pixels.data + std::size_t{layer} * layerSize, [&] {
-                gl.glFramebufferTextureLayer(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, texture, 0,
-                                             static_cast<GLint>(layer));
-            });
+            DrawQuad(
+                internalFormat, pixels, pixels.data + std::size_t{layer} * layerSize,
+                [&] {
+                    gl.glFramebufferTextureLayer(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, texture, 0,
+                                                 static_cast<GLint>(layer));
+                });
         }
     }
     gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, bound);
@@ -226,24 +227,20 @@ void DrawToTexture(GLenum target, GLuint texture, std::uint32_t depth, GLenum in
 
 void RestoreDefaultBuffer(DefaultBuffer buffer, const CapturedPixels& pixels)
 {
-    if (pixels.size == 0 || !pixels.data) {
+    if (pixels.size == 0 || !pixels.data)
         return;
-    }
     const std::int32_t samples = PlaybackEnvironment::Instance()->m_samples;
-    if (buffer != DefaultBuffer::Color && samples != 0 && samples != 1) {
+    if (buffer != DefaultBuffer::Color && samples != 0 && samples != 1)
         return;
-    }
     const GLenum internalFormat = Util::GetInternalFormat(pixels.format, pixels.type);
-    if (internalFormat == 0 || !CanBlit()) {
+    if (internalFormat == 0 || !CanBlit())
         return;
-    }
     switch (buffer) {
     case DefaultBuffer::Color:
-        if (samples > 1) {
+        if (samples > 1)
             DrawDataToTarget(GL_BACK, 0, 0, internalFormat, 0, pixels);
-        } else {
+        else
             BlitToDrawFramebuffer(GL_COLOR_ATTACHMENT0, GL_COLOR_BUFFER_BIT, internalFormat, pixels);
-        }
         break;
     case DefaultBuffer::Depth:
         BlitToDrawFramebuffer(GL_DEPTH_ATTACHMENT, GL_DEPTH_BUFFER_BIT, internalFormat, pixels);
@@ -257,9 +254,8 @@ void RestoreDefaultBuffer(DefaultBuffer buffer, const CapturedPixels& pixels)
 void DrawDataToTarget(std::uint32_t target, std::uint32_t texture, std::uint32_t depth, std::uint32_t internalFormat,
                       std::uint32_t layerSize, const CapturedPixels& pixels)
 {
-    if (pixels.size == 0 || !pixels.data || !CanDraw()) {
+    if (pixels.size == 0 || !pixels.data || !CanDraw())
         return;
-    }
     const auto& gl = GL();
     const auto usedProgram = static_cast<GLuint>(Core::GetInteger(gl, GL_CURRENT_PROGRAM));
     // Deleted after the bindings are put back.
@@ -268,11 +264,10 @@ void DrawDataToTarget(std::uint32_t target, std::uint32_t texture, std::uint32_t
     // Of the unit that is active now; put back in the one that the quad uses.
     const auto boundTexture = KeepTexture();
     quad.emplace();
-    if (target == GL_BACK) {
+    if (target == GL_BACK)
         DrawQuad(internalFormat, pixels, pixels.data, [] {});
-    } else {
+    else
         DrawToTexture(target, texture, depth, internalFormat, layerSize, pixels);
-    }
     SyncTextureLoad();
 
     quad->DisableArrays();

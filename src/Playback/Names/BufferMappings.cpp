@@ -15,11 +15,10 @@ void BufferMappings::MapBuffer(unsigned long capturedPointer, unsigned int targe
 {
     auto& buffers = m_contexts.CreateCurrent(true).mappedBuffers;
     const unsigned int binding = Util::GetBindBuffer(target);
-    if (access & GL_MAP_WRITE_BIT) {
+    if (access & GL_MAP_WRITE_BIT)
         buffers[binding] = {capturedPointer, data, length};
-    } else {
+    else
         buffers.erase(binding); // nothing will have to be copied into it
-    }
 }
 
 unsigned long BufferMappings::GetMappedBufferId(unsigned int target)
@@ -63,9 +62,8 @@ void BufferMappings::UnmapBuffer(unsigned int target, unsigned int length, const
         return;
     }
     const MappedBufferInfo& info = entry->second;
-    if (info.data && capturedData) {
+    if (info.data && capturedData)
         std::memcpy(info.data, capturedData, std::min(length, info.length));
-    }
     buffers.erase(entry);
 }
 

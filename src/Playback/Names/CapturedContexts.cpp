@@ -17,9 +17,8 @@ void CapturedContexts::SetCurrentAPI(unsigned int api)
 bool CapturedContexts::GetCurrentAPI(unsigned int* api) const
 {
     const unsigned int* bound = Find(m_threadApis, m_currentThread);
-    if (bound && api) {
+    if (bound && api)
         *api = *bound;
-    }
     return bound != nullptr;
 }
 
@@ -36,17 +35,19 @@ const ContextInfo* CapturedContexts::CurrentInfo() const
 
 bool CapturedContexts::IsContextCurrent(unsigned int display, unsigned int context) const
 {
-    return std::any_of(m_contextInfos.begin(), m_contextInfos.end(), [&](const auto& entry) {
-        return entry.second.display == display && entry.second.context == context;
-    });
+    return std::any_of(
+        m_contextInfos.begin(), m_contextInfos.end(),
+        [&](const auto& entry) { return entry.second.display == display && entry.second.context == context; });
 }
 
 bool CapturedContexts::IsSurfaceCurrent(unsigned int display, unsigned int surface) const
 {
-    return std::any_of(m_contextInfos.begin(), m_contextInfos.end(), [&](const auto& entry) {
-        const ContextInfo& info = entry.second;
-        return info.display == display && (info.drawSurface == surface || info.readSurface == surface);
-    });
+    return std::any_of(
+        m_contextInfos.begin(), m_contextInfos.end(),
+        [&](const auto& entry) {
+            const ContextInfo& info = entry.second;
+            return info.display == display && (info.drawSurface == surface || info.readSurface == surface);
+        });
 }
 
 bool CapturedContexts::SetCurrentThread(unsigned int thread, bool* apiChanged, bool* contextChanged)
@@ -59,21 +60,18 @@ bool CapturedContexts::SetCurrentThread(unsigned int thread, bool* apiChanged, b
         const ContextInfo* info = Find(m_contextInfos, thread);
         const unsigned int context = info ? info->context : 0;
         newContext = context != m_currentContext;
-        if (newContext) {
+        if (newContext)
             SelectContext(context, info ? m_shareGroups.Root(context, context) : 0);
-        }
 
         const unsigned int* bound = Find(m_threadApis, thread);
         const unsigned int api = bound ? *bound : EGL_OPENGL_ES_API;
         newApi = api != m_currentApi;
         m_currentApi = api;
     }
-    if (apiChanged) {
+    if (apiChanged)
         *apiChanged = newApi;
-    }
-    if (contextChanged) {
+    if (contextChanged)
         *contextChanged = newContext;
-    }
     return newApi;
 }
 
@@ -89,14 +87,12 @@ void CapturedContexts::RemoveContextInfo(unsigned int context)
     m_currentPrograms.erase(context);
     const auto info = std::find_if(m_contextInfos.begin(), m_contextInfos.end(),
                                    [context](const auto& entry) { return entry.second.context == context; });
-    if (info != m_contextInfos.end()) {
+    if (info != m_contextInfos.end())
         m_contextInfos.erase(info);
-    }
-    if (m_currentContext == context) {
+    if (m_currentContext == context)
         SelectContext(0, 0);
-    } else {
+    else
         FindCurrentEntries();
-    }
 }
 
 void CapturedContexts::SelectContext(unsigned int context, unsigned int sharedIndex)

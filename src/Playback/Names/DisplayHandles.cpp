@@ -35,27 +35,24 @@ template <class T> void ReportUnmapped(const HandleKind<T>& kind, unsigned int i
 
 template <class T> void Add(HandleMap<T>& handles, const HandleKind<T>& kind, unsigned int id, T* handle)
 {
-    if (IsValidId(id) && handle && Assign(handles, id, handle)) {
+    if (IsValidId(id) && handle && Assign(handles, id, handle))
         ReportOverwriting(kind, id);
-    }
 }
 
 template <class T> T* Get(const HandleMap<T>& handles, const HandleKind<T>& kind, unsigned int id)
 {
-    if (T* const* handle = Find(handles, id)) {
+    if (T* const* handle = Find(handles, id))
         return *handle;
-    }
     ReportUnmapped(kind, id);
     return nullptr;
 }
 
 template <class Map, class T> void Remove(Map& handles, const HandleKind<T>& kind, unsigned int id)
 {
-    if (!IsValidId(id)) {
+    if (!IsValidId(id))
         REPORT("Ignoring removal request for invalid %s ID %d from the %s.", kind.name, id, kind.table);
-    } else if (handles.erase(id) == 0) {
+    else if (handles.erase(id) == 0)
         REPORT("Attempting to remove %s ID %d that was not found in the EGL resource table.", kind.name, id);
-    }
 }
 
 /// `kind` is the name of the type that the attributes belong to.
@@ -70,9 +67,8 @@ void AddAttribs(std::unordered_map<unsigned int, AttribMap>& attribMaps, const c
     for (const int* pair = attribs; *pair != EGL_NONE; pair += 2) {
         // The first value stays, also when another one is reported here.
         const auto [entry, isNew] = known.try_emplace(pair[0], pair[1]);
-        if (!isNew && entry->second != pair[1]) {
+        if (!isNew && entry->second != pair[1])
             REPORT("Overwriting existing %s %d attribute %d: %d", kind, id, pair[0], pair[1]);
-        }
     }
 }
 
@@ -80,26 +76,23 @@ void AddAttribs(std::unordered_map<unsigned int, AttribMap>& attribMaps, const c
 
 void DisplayHandles::AddDisplay(unsigned int id, void* display)
 {
-    if (!IsValidId(id)) {
+    if (!IsValidId(id))
         return;
-    }
     if (!display) {
         ReportNull(DisplayKind, id);
         return;
     }
     void*& known = m_displayResources[id].display;
-    if (known && known != display) {
+    if (known && known != display)
         ReportOverwriting(DisplayKind, id);
-    }
     known = display;
 }
 
 void* DisplayHandles::GetDisplay(unsigned int id)
 {
     m_currentDisplay = id;
-    if (const DisplayResources* resources = Find(m_displayResources, id)) {
+    if (const DisplayResources* resources = Find(m_displayResources, id))
         return resources->display;
-    }
     ReportUnmapped(DisplayKind, id);
     return nullptr;
 }
@@ -112,17 +105,16 @@ void DisplayHandles::RemoveDisplay(unsigned int id)
 DisplayResources* DisplayHandles::GetResources(unsigned int display)
 {
     DisplayResources* resources = Find(m_displayResources, display);
-    if (!resources && IsValidId(display)) {
+    if (!resources && IsValidId(display))
         REPORT("Failed to retrieve EGL resource for EGLDisplay id %d", display);
-    }
     return resources;
 }
 
 std::size_t DisplayHandles::CountDisplays(const void* liveDisplay) const
 {
-    return static_cast<std::size_t>(
-        std::count_if(m_displayResources.begin(), m_displayResources.end(),
-                      [liveDisplay](const auto& entry) { return entry.second.display == liveDisplay; }));
+    return static_cast<std::size_t>(std::count_if(
+        m_displayResources.begin(), m_displayResources.end(),
+        [liveDisplay](const auto& entry) { return entry.second.display == liveDisplay; }));
 }
 
 DisplayResources* DisplayHandles::CurrentDisplay()
@@ -136,19 +128,16 @@ DisplayResources* DisplayHandles::CurrentDisplay()
 
 void* DisplayHandles::AnyContext(const void* liveDisplay) const
 {
-    for (const auto& [id, display] : m_displayResources) {
-        if (display.display == liveDisplay && !display.contexts.empty()) {
+    for (const auto& [id, display] : m_displayResources)
+        if (display.display == liveDisplay && !display.contexts.empty())
             return display.contexts.begin()->second;
-        }
-    }
     return nullptr;
 }
 
 template <class T> void DisplayHandles::Add(const HandleKind<T>& kind, unsigned int id, T* handle)
 {
-    if (DisplayResources* display = CurrentDisplay()) {
+    if (DisplayResources* display = CurrentDisplay())
         Playback::Add(display->*kind.handles, kind, id, handle);
-    }
 }
 
 template <class T> T* DisplayHandles::Get(const HandleKind<T>& kind, unsigned int id)
@@ -159,9 +148,8 @@ template <class T> T* DisplayHandles::Get(const HandleKind<T>& kind, unsigned in
 
 template <class T> void DisplayHandles::Remove(const HandleKind<T>& kind, unsigned int id)
 {
-    if (DisplayResources* display = CurrentDisplay()) {
+    if (DisplayResources* display = CurrentDisplay())
         Playback::Remove(display->*kind.handles, kind, id);
-    }
 }
 
 template void DisplayHandles::Add(const HandleKind<void>&, unsigned int, void*);

@@ -14,13 +14,11 @@ bool GLResourceTable::GetCurrentContextInfo(unsigned int* display, unsigned int*
                                             unsigned int* context) const
 {
     const ContextInfo* info = m_contexts.CurrentInfo();
-    if (!info) {
+    if (!info)
         return false;
-    }
     const auto store = [](unsigned int* to, unsigned int value) {
-        if (to) {
+        if (to)
             *to = value;
-        }
     };
     store(display, info->display);
     store(drawSurface, info->drawSurface);
@@ -31,9 +29,8 @@ bool GLResourceTable::GetCurrentContextInfo(unsigned int* display, unsigned int*
 
 void GLResourceTable::RemoveIdEGLDisplay(unsigned int id)
 {
-    if (const DisplayResources* display = Find(m_handles.Displays(), id)) {
+    if (const DisplayResources* display = Find(m_handles.Displays(), id))
         m_images.RemoveStandIns(*display);
-    }
     m_handles.RemoveDisplay(id);
 }
 

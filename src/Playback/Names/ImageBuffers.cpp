@@ -38,13 +38,11 @@ void ImageBuffers::AddEGLImageBuffer(unsigned int display, unsigned int image, c
 
 void ImageBuffers::AddStandIn(void* liveDisplay, unsigned int image, const Data::EGLImageData& data)
 {
-    if (m_eglTextureImages.contains(image)) {
+    if (m_eglTextureImages.contains(image))
         return;
-    }
     auto standIn = EGLTextureImage::Create(liveDisplay, m_handles.AnyContext(liveDisplay), data);
-    if (!standIn) {
+    if (!standIn)
         return;
-    }
     m_eglTextureImages.emplace(image, std::move(standIn));
     if (!std::exchange(m_isStandInSaid, true)) {
         PLAYBACK_LOG(Notice, General, "src/Playback/GLResourceTable",
@@ -68,35 +66,31 @@ void ImageBuffers::RemoveStandIns(const DisplayResources& display)
 
 void ImageBuffers::SetEGLImageData(unsigned int image, const Data::EGLImageData& data)
 {
-    if (const auto* buffer = Find(m_eglImageBuffers, image)) {
+    if (const auto* buffer = Find(m_eglImageBuffers, image))
         (*buffer)->SetImageData(data);
-    } else if (const auto* standIn = Find(m_eglTextureImages, image)) {
+    else if (const auto* standIn = Find(m_eglTextureImages, image))
         (*standIn)->SetContents(m_handles.AnyContext((*standIn)->GetDisplay()), data);
-    }
 }
 
 void* ImageBuffers::GetEGLImageBuffer(unsigned int image)
 {
-    if (const auto* buffer = Find(m_eglImageBuffers, image)) {
+    if (const auto* buffer = Find(m_eglImageBuffers, image))
         return (*buffer)->GetNativeBuffer();
-    }
     const auto* standIn = Find(m_eglTextureImages, image);
     return standIn ? (*standIn)->GetImage() : nullptr;
 }
 
 void ImageBuffers::AddEGLImageBufferRef(unsigned int image)
 {
-    if (const auto* buffer = Find(m_eglImageBuffers, image)) {
+    if (const auto* buffer = Find(m_eglImageBuffers, image))
         ++(*buffer)->m_refCount;
-    }
 }
 
 void ImageBuffers::RemoveEGLImageBuffer(unsigned int image)
 {
     const auto* buffer = Find(m_eglImageBuffers, image);
-    if (buffer && --(*buffer)->m_refCount == 0) {
+    if (buffer && --(*buffer)->m_refCount == 0)
         m_eglImageBuffers.erase(image);
-    }
 }
 
 std::unordered_map<int, unsigned int>* ImageBuffers::GetTextureEGLImageMap(unsigned int target)
@@ -121,17 +115,15 @@ unsigned int ImageBuffers::GetTextureEGLImage(unsigned int target, int texture)
 
 void ImageBuffers::AddTextureEGLImage(unsigned int target, int texture, unsigned int image)
 {
-    if (auto* images = GetTextureEGLImageMap(target)) {
+    if (auto* images = GetTextureEGLImageMap(target))
         images->try_emplace(texture, image);
-    }
 }
 
 void ImageBuffers::SetTextureEGLImage(unsigned int target, int texture, unsigned int image)
 {
     auto* images = GetTextureEGLImageMap(target);
-    if (unsigned int* known = images ? Find(*images, texture) : nullptr) {
+    if (unsigned int* known = images ? Find(*images, texture) : nullptr)
         *known = image;
-    }
 }
 
 void ImageBuffers::RemoveTextureEGLImage(unsigned int image)
@@ -139,9 +131,8 @@ void ImageBuffers::RemoveTextureEGLImage(unsigned int image)
     for (auto* images : {&m_renderbufferEGLImages, &m_textureEGLImages}) {
         const auto user =
             std::find_if(images->begin(), images->end(), [image](const auto& entry) { return entry.second == image; });
-        if (user != images->end()) {
+        if (user != images->end())
             images->erase(user);
-        }
     }
 }
 

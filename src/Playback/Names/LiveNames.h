@@ -23,17 +23,15 @@ public:
     /// Sets each live name to what `lookUp` returns for the captured one.
     template <class LookUp> void Translate(LookUp lookUp)
     {
-        for (std::size_t i = 0; i < m_live.size(); ++i) {
+        for (std::size_t i = 0; i < m_live.size(); ++i)
             m_live[i] = static_cast<Name>(lookUp(m_captured[i]));
-        }
     }
 
     /// Calls `visit(captured, live)` for each pair.
     template <class Visit> void ForEach(Visit visit) const
     {
-        for (std::size_t i = 0; i < m_live.size(); ++i) {
+        for (std::size_t i = 0; i < m_live.size(); ++i)
             visit(m_captured[i], m_live[i]);
-        }
     }
 
     Name* Live() { return m_live.empty() ? nullptr : m_live.data(); }

@@ -10,9 +10,8 @@ void LocationMaps::Set(unsigned int program, int location, int liveLocation)
 const LocationMaps::LocationMap* LocationMaps::FindOther(unsigned int program) const
 {
     const auto entry = m_programs.find(program);
-    if (entry == m_programs.end()) {
+    if (entry == m_programs.end())
         return nullptr; // not remembered, since the program may get its first location next
-    }
     m_lastProgram = program;
     m_lastMap = &entry->second; // elements of an unordered_map do not move
     return m_lastMap;

@@ -7,14 +7,12 @@ namespace {
 
 template <class Map> void AddId(typename Map::key_type id, typename Map::mapped_type name, Map& map)
 {
-    if (!IsValidId(id)) {
+    if (!IsValidId(id))
         return;
-    }
-    if (name == 0) {
+    if (name == 0)
         REPORT("Rejecting mapping for valid ID %d to a 0 name", id);
-    } else if (Assign(map, id, name)) {
+    else if (Assign(map, id, name))
         REPORT("GL resource table overwriting existing ID %d.", id);
-    }
 }
 
 /// Lookup for the kinds whose messages name the kind throughout. `map` is null when the share group has no entry;
@@ -38,13 +36,12 @@ typename Map::mapped_type GetOfKind(const char* kind, typename Map::key_type id,
 
 template <class Map> void RemoveOfKind(const char* kind, typename Map::key_type id, Map* map)
 {
-    if (!IsValidId(id)) {
+    if (!IsValidId(id))
         REPORT("Ignoring removal request for an invalid %s ID from the GL resource table.", kind);
-    } else if (!map) {
+    else if (!map)
         REPORT("Attempting to remove %s ID %d from a context that has no entry in the GL resource table.", kind, id);
-    } else if (map->erase(id) == 0) {
+    else if (map->erase(id) == 0)
         REPORT("Attempting to remove %s ID %d that was not found in the GL resource table.", kind, id);
-    }
 }
 
 auto* SharedBuffers(const CapturedContexts& contexts)
@@ -70,21 +67,18 @@ unsigned int ObjectNames::GetUnmapped(NameKind kind, unsigned int id) const
 {
     const char* text = NameKindTexts[static_cast<std::size_t>(kind)];
     const ContextResources* resources = m_contexts.Current(IsPerContext(kind));
-    if (NamesKindThroughout(kind)) {
+    if (NamesKindThroughout(kind))
         return GetOfKind(text, id, resources ? &resources->Names(kind) : nullptr, m_contexts.Key(true));
-    }
     if (!resources) {
         REPORT(
             "Attempting to retrieve the value for %s ID %d from context %d that has no entry in the GL resource table.",
             text, id, m_contexts.Key(IsPerContext(kind)));
         return 0;
     }
-    if (!IsValidId(id)) {
+    if (!IsValidId(id))
         return 0;
-    }
-    if (kind == NameKind::Texture) {
+    if (kind == NameKind::Texture)
         return id;
-    }
     REPORT("Attempting to retrieve the value for ID %d that was not found in the GL resource table.", id);
     return 0;
 }
@@ -120,14 +114,12 @@ void ObjectNames::RemoveSharedBuffer(int id)
 
 void ObjectNames::AddVoidPtr(unsigned int id, void* value)
 {
-    if (!IsValidId(id)) {
+    if (!IsValidId(id))
         return;
-    }
-    if (!value) {
+    if (!value)
         REPORT("GL resource table rejected a mapping from valid void* ID %d to a nullptr.", id);
-    } else if (Assign(m_contexts.CreateCurrent(false).voidPtrs, id, value)) {
+    else if (Assign(m_contexts.CreateCurrent(false).voidPtrs, id, value))
         REPORT("GL resource table overwriting existing void* ID %d.", id);
-    }
 }
 
 void* ObjectNames::GetVoidPtr(unsigned int id) const

@@ -16,9 +16,8 @@ public:
     {
         if (const ContextResources* resources = m_contexts.Current(IsPerContext(kind))) {
             const NameMap& names = resources->Names(kind);
-            if (const auto entry = names.find(id); entry != names.end()) [[likely]] {
+            if (const auto entry = names.find(id); entry != names.end()) [[likely]]
                 return entry->second;
-            }
         }
         return GetUnmapped(kind, id);
     }

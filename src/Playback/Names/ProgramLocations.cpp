@@ -42,9 +42,8 @@ int ProgramLocations::GetUnmapped(LocationKind kind, unsigned int program, int l
     const KindText& text = KindTexts[static_cast<std::size_t>(kind)];
     if (!IsValidId(program)) {
         // A vertex attribute without a program is nothing unusual: arrays can be set up before a program is used.
-        if (program != 0 || kind != LocationKind::Attrib) {
+        if (program != 0 || kind != LocationKind::Attrib)
             REPORT("Attempting to retrieve %s for invalid program ID %d.", text.ofProgram, program);
-        }
         return location;
     }
     const ContextResources* resources = m_contexts.Current(false);
@@ -63,9 +62,8 @@ int ProgramLocations::GetUnmapped(LocationKind kind, unsigned int program, int l
         return location;
     }
     // What is mapped and comes here is -1.
-    if (location != -1 && kind != LocationKind::UniformBlock) {
+    if (location != -1 && kind != LocationKind::UniformBlock)
         REPORT("Valid %s location %d mapped to -1", text.mapping, location);
-    }
     return -1;
 }
 

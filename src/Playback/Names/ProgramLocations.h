@@ -17,9 +17,8 @@ public:
         if (const ContextResources* resources = m_contexts.Current(false)) {
             if (const auto* locations = resources->Locations(kind).Find(program)) {
                 const auto entry = locations->find(location);
-                if (entry != locations->end() && entry->second != -1) [[likely]] {
+                if (entry != locations->end() && entry->second != -1) [[likely]]
                     return entry->second;
-                }
             }
         }
         return GetUnmapped(kind, program, location);

@@ -13,16 +13,14 @@ namespace {
 template <class Function>
 void DeleteEach(const std::unordered_map<unsigned int, unsigned int>& names, Function function)
 {
-    if (!function) {
+    if (!function)
         return;
-    }
     for (const auto& entry : names) {
         unsigned int name = entry.second;
-        if constexpr (std::is_invocable_v<Function, unsigned int>) {
+        if constexpr (std::is_invocable_v<Function, unsigned int>)
             function(name);
-        } else {
+        else
             function(1, &name);
-        }
     }
 }
 
@@ -30,12 +28,10 @@ void DeleteEach(const std::unordered_map<unsigned int, unsigned int>& names, Fun
 template <class Function>
 void DestroyEach(void* display, std::unordered_map<unsigned int, void*>& handles, Function function)
 {
-    if (!function) {
+    if (!function)
         return;
-    }
-    for (auto entry = handles.begin(); entry != handles.end(); entry = handles.erase(entry)) {
+    for (auto entry = handles.begin(); entry != handles.end(); entry = handles.erase(entry))
         function(display, entry->second);
-    }
 }
 
 void DeleteObjects(const ContextResources& resources)
@@ -73,9 +69,8 @@ void ReleaseResources(const CapturedContexts& contexts, DisplayHandles& handles)
     for (const auto& [key, resources] : contexts.All()) {
         for (const auto& [id, display] : handles.Displays()) {
             void* const* context = Find(display.contexts, key);
-            if (!context) {
+            if (!context)
                 continue;
-            }
             if (display.display && *context && makeCurrent) {
                 makeCurrent(display.display, EGL_NO_SURFACE, EGL_NO_SURFACE, *context);
                 DeleteObjects(resources);
@@ -83,9 +78,8 @@ void ReleaseResources(const CapturedContexts& contexts, DisplayHandles& handles)
             break;
         }
     }
-    for (auto& [id, display] : handles.Displays()) {
+    for (auto& [id, display] : handles.Displays())
         DestroyHandles(display);
-    }
 }
 
 } // namespace Playback

@@ -18,9 +18,8 @@ constexpr bool IsValidId(unsigned int id)
 template <class Map> bool Assign(Map& map, typename Map::key_type id, typename Map::mapped_type value)
 {
     const auto [entry, isNew] = map.try_emplace(id, value);
-    if (isNew || entry->second == value) {
+    if (isNew || entry->second == value)
         return false;
-    }
     entry->second = value;
     return true;
 }

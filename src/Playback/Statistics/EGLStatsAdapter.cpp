@@ -14,9 +14,8 @@ EGLStatsAdapter::EGLStatsAdapter(StatsBin* store) : FeatureLog(store, "eglstats.
 
 void EGLStatsAdapter::CountSurface()
 {
-    if (m_store) {
+    if (m_store)
         m_store->IncrementSurfaceCountForActiveGlThread();
-    }
 }
 
 void EGLStatsAdapter::Process_eglCreateWindowSurface(std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t,
@@ -40,11 +39,10 @@ void EGLStatsAdapter::Process_eglClientWaitSyncKHR(std::int32_t, std::uint32_t, 
                                                    std::uint64_t timeout)
 {
     // The keys end in KHR, those of the category do not.
-    if (timeout == 0) {
+    if (timeout == 0)
         LogNonBlockingCallUsed("eglClientWaitSyncKHR");
-    } else {
+    else
         LogBlockingCallUsed("eglClientWaitSyncKHR");
-    }
     LogExtensionCall("Process_eglClientWaitSyncKHR");
 }
 

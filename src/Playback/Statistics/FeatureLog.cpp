@@ -9,59 +9,51 @@ namespace Playback {
 FeatureLog::FeatureLog(StatsBin* store, const char* textFile, char first)
     : m_store(store), m_statistics(store ? store->GetMap() : nullptr), m_text(std::fopen(textFile, "w")), m_first(first)
 {
-    if (store) {
+    if (store)
         store->SetCaptureType("GL");
-    }
 }
 
 void FeatureLog::InitializeExtnMap(std::span<const ExtensionFunction> functions)
 {
-    for (const ExtensionFunction& function : functions) {
+    for (const ExtensionFunction& function : functions)
         m_extensions[function.key] = function.extension;
-    }
 }
 
 void FeatureLog::SetThread(std::uint32_t threadId)
 {
-    if (m_store) {
+    if (m_store)
         m_store->SetCurrentGlThreadId(threadId);
-    }
 }
 
 std::string_view FeatureLog::Get(std::string_view key) const
 {
-    if (!m_statistics) {
+    if (!m_statistics)
         return "";
-    }
     const auto found = m_statistics->find(key);
     return found != m_statistics->end() ? std::string_view(found->second) : "";
 }
 
 void FeatureLog::Set(std::string_view key, std::string_view value)
 {
-    if (!m_statistics) {
+    if (!m_statistics)
         return;
-    }
     const auto found = m_statistics->lower_bound(key);
-    if (found != m_statistics->end() && found->first == key) {
+    if (found != m_statistics->end() && found->first == key)
         found->second = value;
-    } else {
+    else
         m_statistics->emplace_hint(found, key, value);
-    }
 }
 
 void FeatureLog::Note(std::string_view line)
 {
-    if (m_text) {
+    if (m_text)
         std::fwrite(line.data(), 1, line.size(), m_text.get());
-    }
 }
 
 std::string FeatureLog::CloseText()
 {
-    if (!m_text) {
+    if (!m_text)
         return "";
-    }
     errno = 0;
     const bool isWhole = std::ferror(m_text.get()) == 0;
     const bool isClosed = std::fclose(m_text.release()) == 0;
@@ -92,13 +84,11 @@ void FeatureLog::LogNonBlockingCallUsed(std::string_view function)
 
 void FeatureLog::LogItemTypeUsed(std::string_view key, std::string_view item)
 {
-    if (!m_statistics) {
+    if (!m_statistics)
         return;
-    }
     const auto [list, isNew] = m_statistics->try_emplace(std::string(key), item);
-    if (!isNew) {
+    if (!isNew)
         list->second.append(",").append(item);
-    }
 }
 
 void FeatureLog::LogTextureTypeUsed(std::string_view item)
@@ -128,24 +118,20 @@ void FeatureLog::LogExtensionCall(std::string_view handler)
 {
     constexpr std::string_view prefix = "Process_";
     const std::size_t at = handler.find(prefix);
-    if (at == std::string_view::npos || at + prefix.size() == handler.size()) {
+    if (at == std::string_view::npos || at + prefix.size() == handler.size())
         return;
-    }
     std::string key(handler.substr(at + prefix.size()));
     key.front() = m_first;
     const auto found = m_extensions.find(key);
-    if (!m_statistics || found == m_extensions.end()) {
+    if (!m_statistics || found == m_extensions.end())
         return;
-    }
     const std::string& extension = found->second;
-    if (!m_seenExtensions.try_emplace(extension, true).second) {
+    if (!m_seenExtensions.try_emplace(extension, true).second)
         return;
-    }
     // The newest one comes first, the other way round than in lists of items.
     const auto [extensions, isFirst] = m_statistics->try_emplace("GL_Extensions", extension);
-    if (!isFirst) {
+    if (!isFirst)
         extensions->second.insert(0, extension + ",");
-    }
 }
 
 } // namespace Playback

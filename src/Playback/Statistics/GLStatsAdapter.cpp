@@ -67,20 +67,17 @@ void GLStatsAdapter::LogFeature(const Feature& feature, std::uint32_t value)
                      static_cast<std::int32_t>(value));
         return;
     }
-    for (const char* key : used->keys) {
-        if (key) {
+    for (const char* key : used->keys)
+        if (key)
             Set(key, "True");
-        }
-    }
-    if (feature.items == "texture_type") {
+    if (feature.items == "texture_type")
         LogTextureTypeUsed(used->item);
-    } else if (feature.items == "shader_type") {
+    else if (feature.items == "shader_type")
         LogShaderTypeUsed(used->item);
-    } else if (feature.items == "query_type") {
+    else if (feature.items == "query_type")
         LogQueryTypeUsed(used->item);
-    } else {
+    else
         LogItemTypeUsed(feature.items, used->item);
-    }
 }
 
 void GLStatsAdapter::LogTextureTargetUse(std::uint32_t target)
@@ -108,12 +105,10 @@ void GLStatsAdapter::LogSize(std::string_view minimumKey, std::string_view maxim
     const auto number = [this](std::string_view key) {
         return static_cast<std::int32_t>(std::strtol(std::string(Get(key)).c_str(), nullptr, 10));
     };
-    if (const std::int32_t minimum = number(minimumKey); minimum == 0 || value < minimum) {
+    if (const std::int32_t minimum = number(minimumKey); minimum == 0 || value < minimum)
         Set(minimumKey, std::to_string(value));
-    }
-    if (const std::int32_t maximum = number(maximumKey); maximum == 0 || maximum < value) {
+    if (const std::int32_t maximum = number(maximumKey); maximum == 0 || maximum < value)
         Set(maximumKey, std::to_string(value));
-    }
 }
 
 void GLStatsAdapter::LogTextureSize(std::int32_t /*dimensions*/, std::int32_t width, std::int32_t height,
@@ -132,9 +127,8 @@ void GLStatsAdapter::LogRenderBufferSize(std::int32_t width, std::int32_t height
 
 void GLStatsAdapter::LogSamplerParameter(std::uint32_t pname)
 {
-    if (pname == GL_TEXTURE_MAX_ANISOTROPY_EXT) {
+    if (pname == GL_TEXTURE_MAX_ANISOTROPY_EXT)
         Set("anisotropic_sampling_used", "True");
-    }
 }
 
 void GLStatsAdapter::Process_glSamplerParameteri(std::uint32_t, std::uint32_t pname, std::int32_t)
@@ -166,11 +160,10 @@ void GLStatsAdapter::Process_glFlush()
 
 void GLStatsAdapter::Process_glClientWaitSync(std::uint32_t, std::uint32_t, std::uint32_t, std::int64_t timeout)
 {
-    if (timeout == 0) {
+    if (timeout == 0)
         LogNonBlockingCallUsed("glClientWaitSync");
-    } else {
+    else
         LogBlockingCallUsed("glClientWaitSync");
-    }
 }
 
 void GLStatsAdapter::Process_glEndTilingTAVO(std::uint32_t)

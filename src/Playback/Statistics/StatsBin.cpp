@@ -42,25 +42,21 @@ void StatsBin::SetCaptureType(const std::string& type)
     }
     StatsCategories categories;
     for (const CategoryKey& key : categoryKeys) {
-        if (key.captureType != type) {
+        if (key.captureType != type)
             continue;
-        }
-        if (key.initial) {
+        if (key.initial)
             m_statistics[key.key] = key.initial;
-        }
         categories[key.category].emplace_back(key.key);
     }
-    for (auto& [name, keys] : categories) {
+    for (auto& [name, keys] : categories)
         m_categories[name] = std::move(keys);
-    }
 }
 
 void StatsBin::SetCurrentGlThreadId(std::uint32_t threadId)
 {
     m_currentThread = threadId;
-    if (m_threads.try_emplace(threadId, true).second) {
+    if (m_threads.try_emplace(threadId, true).second)
         m_surfacesOfThread[threadId] = 0;
-    }
 }
 
 void StatsBin::IncrementSurfaceCountForActiveGlThread()
@@ -74,23 +70,19 @@ void StatsBin::CompleteThreadData()
     m_statistics["One_Thread_Has_Multiple_Surfaces"] = "0";
     m_statistics["Total_Threads"] = std::to_string(m_threads.size());
     m_statistics["Total_Surfaces"] = std::to_string(m_totalSurfaces);
-    for (const auto& [thread, surfaces] : m_surfacesOfThread) {
-        if (surfaces >= 2) {
+    for (const auto& [thread, surfaces] : m_surfacesOfThread)
+        if (surfaces >= 2)
             m_statistics["One_Thread_Has_Multiple_Surfaces"] = "1";
-        }
-    }
 }
 
 void StatsBin::LogXml()
 {
-    if (m_captureType == "GL") {
+    if (m_captureType == "GL")
         CompleteThreadData();
-    }
     m_reportError = WriteGroupedReport(m_captureFileName + ".xml", m_categories, m_statistics);
     const std::string flatError = WriteFlatReport(m_captureFileName + "_flat.xml", m_categories, m_statistics);
-    if (m_reportError.empty()) {
+    if (m_reportError.empty())
         m_reportError = flatError;
-    }
 }
 
 } // namespace Playback

@@ -22,13 +22,11 @@ std::string WriteFile(const std::string& path, std::string_view text)
     const bool isOpen = file.is_open();
     file << text;
     file.close();
-    if (isOpen && file) {
+    if (isOpen && file)
         return "";
-    }
     std::string error = path + ": " + (errno != 0 ? std::strerror(errno) : "a write failed");
-    if (std::error_code ignored; isOpen && std::filesystem::is_regular_file(path, ignored)) {
+    if (std::error_code ignored; isOpen && std::filesystem::is_regular_file(path, ignored))
         std::filesystem::remove(path, ignored);
-    }
     return error;
 }
 
@@ -40,9 +38,8 @@ std::string WriteGroupedReport(const std::string& path, const StatsCategories& c
     file << header;
     for (const auto& [category, keys] : categories) {
         file << "<" << category << ">\n";
-        for (const std::string& key : keys) {
+        for (const std::string& key : keys)
             file << "\t<" << key << ">\n\t\t" << statistics[key] << "\n\t</" << key << ">\n";
-        }
         file << "</" << category << ">\n";
     }
     file << footer;
@@ -53,11 +50,9 @@ std::string WriteFlatReport(const std::string& path, const StatsCategories& cate
 {
     std::ostringstream file;
     file << header;
-    for (const auto& [category, keys] : categories) {
-        for (const std::string& key : keys) {
+    for (const auto& [category, keys] : categories)
+        for (const std::string& key : keys)
             file << "<" << key << ">\n\t" << statistics[key] << "\n</" << key << ">\n\n";
-        }
-    }
     file << footer;
     return WriteFile(path, file.view());
 }

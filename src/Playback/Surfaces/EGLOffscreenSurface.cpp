@@ -14,9 +14,8 @@ namespace Playback {
 unsigned int EGLOffscreenSurface::SwapBuffers(void* display)
 {
     if (IsLive() && m_windowManager && LiveGLES.glGetIntegerv && LiveGLES.glBindFramebuffer && LiveGLES.glReadBuffer &&
-        LiveGLES.glReadPixels) {
+        LiveGLES.glReadPixels)
         ReadBack(display);
-    }
     return EGLPbufferSurface::SwapBuffers(display);
 }
 
@@ -27,9 +26,8 @@ void EGLOffscreenSurface::ReadBack(void* display)
     int height = 0;
     QuerySurface(display, EGL_WIDTH, &width);
     QuerySurface(display, EGL_HEIGHT, &height);
-    if (!m_windowManager->GetActiveWindow() || width <= 0 || height <= 0) {
+    if (!m_windowManager->GetActiveWindow() || width <= 0 || height <= 0)
         return;
-    }
     std::vector<unsigned char> pixels(BytesPerPixel * static_cast<std::size_t>(width) *
                                       static_cast<std::size_t>(height));
     {

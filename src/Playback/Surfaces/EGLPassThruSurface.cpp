@@ -76,9 +76,8 @@ unsigned int EGLPassThruSurface::CreatePixmapSurface64(void* display, void* conf
 unsigned int EGLPassThruSurface::DestroySurface(void* display)
 {
     const unsigned int destroyed = CallLive(LiveEGL.eglDestroySurface, display, m_surface);
-    if (destroyed) {
+    if (destroyed)
         m_surface = EGL_NO_SURFACE;
-    }
     return destroyed;
 }
 

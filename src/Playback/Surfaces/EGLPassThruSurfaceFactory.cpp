@@ -72,9 +72,8 @@ EGLProxySurface* EGLPassThruSurfaceFactory::CreatePixmapSurface64(void* display,
 
 unsigned int EGLPassThruSurfaceFactory::DestroySurface(void* display, EGLProxySurface* surface)
 {
-    if (!surface) {
+    if (!surface)
         return 0;
-    }
     const unsigned int destroyed = surface->DestroySurface(display);
     std::erase_if(m_surfaces, [surface](const auto& kept) { return kept.get() == surface; });
     return destroyed;

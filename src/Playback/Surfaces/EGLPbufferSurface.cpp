@@ -6,12 +6,10 @@ namespace Playback {
 
 void EGLPbufferSurface::SetSize(unsigned int width, unsigned int height)
 {
-    if (width != 0) {
+    if (width != 0)
         m_requestedWidth = width;
-    }
-    if (height != 0) {
+    if (height != 0)
         m_requestedHeight = height;
-    }
 }
 
 unsigned int EGLPbufferSurface::GetWidth()
@@ -36,19 +34,16 @@ unsigned int EGLPbufferSurface::CreateWindowSurface(void* display, void* config,
     m_display = display;
     m_config = config;
     m_attribs.clear();
-    for (; attribs && attribs[0] != EGL_NONE; attribs += 2) {
-        if (attribs[0] != EGL_RENDER_BUFFER) {
+    for (; attribs && attribs[0] != EGL_NONE; attribs += 2)
+        if (attribs[0] != EGL_RENDER_BUFFER)
             m_attribs.insert(m_attribs.end(), attribs, attribs + 2);
-        }
-    }
     return EGL_TRUE;
 }
 
 unsigned int EGLPbufferSurface::ProcessResizeRequest()
 {
-    if (m_live && m_requestedWidth == m_createdWidth && m_requestedHeight == m_createdHeight) {
+    if (m_live && m_requestedWidth == m_createdWidth && m_requestedHeight == m_createdHeight)
         return EGL_TRUE;
-    }
     if (m_live) {
         EGLPassThruSurface::DestroySurface(m_display);
         m_live = false;
@@ -56,16 +51,13 @@ unsigned int EGLPbufferSurface::ProcessResizeRequest()
     const unsigned int created = CreatePbufferSurface(m_display, m_config, PbufferAttribs().data());
     if (created) {
         m_live = true;
-        for (const auto& [attribute, value] : m_surfaceAttribs) {
+        for (const auto& [attribute, value] : m_surfaceAttribs)
             EGLPassThruSurface::SurfaceAttrib(m_display, attribute, value);
-        }
         int size = 0;
-        if (QuerySurface(m_display, EGL_WIDTH, &size)) {
+        if (QuerySurface(m_display, EGL_WIDTH, &size))
             m_createdWidth = static_cast<unsigned int>(size);
-        }
-        if (QuerySurface(m_display, EGL_HEIGHT, &size)) {
+        if (QuerySurface(m_display, EGL_HEIGHT, &size))
             m_createdHeight = static_cast<unsigned int>(size);
-        }
         m_requestedWidth = m_createdWidth;
         m_requestedHeight = m_createdHeight;
     }
@@ -75,12 +67,10 @@ unsigned int EGLPbufferSurface::ProcessResizeRequest()
 std::vector<int> EGLPbufferSurface::PbufferAttribs() const
 {
     std::vector<int> attribs = m_attribs;
-    if (m_requestedWidth != 0) {
+    if (m_requestedWidth != 0)
         attribs.insert(attribs.end(), {EGL_WIDTH, static_cast<int>(m_requestedWidth)});
-    }
-    if (m_requestedHeight != 0) {
+    if (m_requestedHeight != 0)
         attribs.insert(attribs.end(), {EGL_HEIGHT, static_cast<int>(m_requestedHeight)});
-    }
     attribs.insert(attribs.end(), {EGL_LARGEST_PBUFFER, EGL_TRUE, EGL_NONE});
     return attribs;
 }

@@ -48,14 +48,12 @@ void EGLPbufferSurfaceFactory::Terminate(void* display)
 
 void* EGLPbufferSurfaceFactory::GetConfig(void* display, void* config)
 {
-    if (!config) {
+    if (!config)
         return nullptr;
-    }
     auto& configs = m_configs[display];
     const auto found = configs.find(config);
-    if (found != configs.end()) {
+    if (found != configs.end())
         return found->second;
-    }
     return configs[config] = CreateOverrideConfig(display, config);
 }
 
@@ -64,15 +62,13 @@ void* EGLPbufferSurfaceFactory::CreateOverrideConfig(void* display, void* config
     int surfaceType = 0;
     if (!LiveEGL.eglChooseConfig ||
         !CallLive(LiveEGL.eglGetConfigAttrib, display, config, EGL_SURFACE_TYPE, &surfaceType) ||
-        (surfaceType & EGL_PBUFFER_BIT) != 0) {
+        (surfaceType & EGL_PBUFFER_BIT) != 0)
         return config;
-    }
     std::vector<int> request = {EGL_SURFACE_TYPE, (surfaceType & ~EGL_WINDOW_BIT) | EGL_PBUFFER_BIT};
     for (const int attribute : __EGLConfigAttribs) {
         int value = 0;
-        if (LiveEGL.eglGetConfigAttrib(display, config, attribute, &value)) {
+        if (LiveEGL.eglGetConfigAttrib(display, config, attribute, &value))
             request.insert(request.end(), {attribute, value});
-        }
     }
     request.push_back(EGL_NONE);
 

@@ -8,27 +8,24 @@ namespace Playback {
 EGLProxySurface* EGLSingleSurfaceFactory::CreateWindowSurface(void* display, void* config, void* nativeWindow,
                                                               const int* attribs)
 {
-    if (auto* surface = Reuse(display)) {
+    if (auto* surface = Reuse(display))
         return surface;
-    }
     return Remember(display, EGLPassThruSurfaceFactory::CreateWindowSurface(display, config, nativeWindow, attribs));
 }
 
 EGLProxySurface* EGLSingleSurfaceFactory::CreateWindowSurface64(void* display, void* config, void* nativeWindow,
                                                                 const long* attribs)
 {
-    if (auto* surface = Reuse(display)) {
+    if (auto* surface = Reuse(display))
         return surface;
-    }
     return Remember(display, EGLPassThruSurfaceFactory::CreateWindowSurface64(display, config, nativeWindow, attribs));
 }
 
 EGLProxySurface* EGLSingleSurfaceFactory::Reuse(void* display) const
 {
     const auto found = m_windowSurfaces.find(display);
-    if (found == m_windowSurfaces.end()) {
+    if (found == m_windowSurfaces.end())
         return nullptr;
-    }
     PLAYBACK_LOG(Notice, General, "src/Playback/EGLSingleSurfaceFactory",
                  "Skipping window surface creation due to single surface override.");
     return found->second;
@@ -46,9 +43,8 @@ EGLProxySurface* EGLSingleSurfaceFactory::Remember(void* display, EGLProxySurfac
 
 unsigned int EGLSingleSurfaceFactory::DestroySurface(void* display, EGLProxySurface* surface)
 {
-    if (!surface) {
+    if (!surface)
         return 0;
-    }
     switch (surface->GetOriginalType()) {
     case EGLProxySurface::OriginalWindow:
         return 1;

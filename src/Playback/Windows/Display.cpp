@@ -32,9 +32,8 @@ void WindowState::Configure(std::int32_t newWidth, std::int32_t newHeight, bool 
         width = savedWidth;
         height = savedHeight;
     }
-    if (eglWindow) {
+    if (eglWindow)
         wl_egl_window_resize(eglWindow, static_cast<int>(width), static_cast<int>(height), 0, 0);
-    }
 }
 
 xdg_shell* BindXdgShell(wl_registry* registry, std::uint32_t name)

@@ -69,9 +69,8 @@ WaylandWindow::~WaylandWindow()
 
 Window* WaylandWindow::CreateNewWindow(void* params)
 {
-    if (!params) {
+    if (!params)
         return nullptr;
-    }
     const auto* create = static_cast<const CreateParams*>(params);
     auto* window = new WaylandWindow(create->title, create->display, create->userData);
     window->CreateAsSet();
@@ -89,15 +88,13 @@ bool WaylandWindow::CreateAsSet()
 bool WaylandWindow::Create(unsigned int width, unsigned int height, bool fullscreen)
 {
     m_state->surface = wl_compositor_create_surface(m_display->compositor);
-    if (!m_state->surface) {
+    if (!m_state->surface)
         return false;
-    }
     m_state->eglWindow = wl_egl_window_create(m_state->surface, static_cast<int>(width), static_cast<int>(height));
     CreateRole();
     m_state->fullscreen = fullscreen;
-    if (fullscreen) {
+    if (fullscreen)
         EnterFullscreenState();
-    }
     EnqueueResizeRequest(width, height);
     return m_state->eglWindow != nullptr;
 }
@@ -159,30 +156,26 @@ void WaylandWindow::EnqueueResizeRequest(unsigned int width, unsigned int height
 
 void WaylandWindow::ProcessResizeRequest(bool force)
 {
-    if (m_pendingWidth == 0 || m_pendingHeight == 0) {
+    if (m_pendingWidth == 0 || m_pendingHeight == 0)
         return;
-    }
-    if (force || m_pendingWidth != GetWidth() || m_pendingHeight != GetHeight()) {
+    if (force || m_pendingWidth != GetWidth() || m_pendingHeight != GetHeight())
         Resize(m_pendingWidth, m_pendingHeight);
-    }
     EnqueueResizeRequest(0, 0);
 }
 
 unsigned int WaylandWindow::GetWidth() const
 {
     int width = 0;
-    if (m_state->eglWindow) {
+    if (m_state->eglWindow)
         wl_egl_window_get_attached_size(m_state->eglWindow, &width, nullptr);
-    }
     return static_cast<unsigned int>(width);
 }
 
 unsigned int WaylandWindow::GetHeight() const
 {
     int height = 0;
-    if (m_state->eglWindow) {
+    if (m_state->eglWindow)
         wl_egl_window_get_attached_size(m_state->eglWindow, nullptr, &height);
-    }
     return static_cast<unsigned int>(height);
 }
 
@@ -210,16 +203,14 @@ std::string WaylandWindow::FullTitle() const
 
 void WaylandWindow::SendTitle(const std::string& text)
 {
-    if (m_state->xdgSurface) {
+    if (m_state->xdgSurface)
         xdg_surface_set_title(m_state->xdgSurface, text.c_str());
-    }
 }
 
 unsigned int WaylandWindow::GetNativeHandle(NativeHandle kind, void** out)
 {
-    if (!out) {
+    if (!out)
         return ResultInvalidArgument;
-    }
     switch (kind) {
     case NativeHandle::Window:
     case NativeHandle::EGLWindow:

@@ -12,18 +12,16 @@ constexpr std::uint64_t slotBytes = 8;
 std::uint64_t StringsBytes(const char* const* strings, std::int64_t count, const std::int32_t* lengths)
 {
     std::uint64_t bytes = ArrayBytes(strings, count, slotBytes);
-    for (std::uint64_t i = 0, slots = bytes / slotBytes; i < slots; ++i) {
+    for (std::uint64_t i = 0, slots = bytes / slotBytes; i < slots; ++i)
         bytes += StringLength(strings[i], lengths, static_cast<std::int64_t>(i)) + 1;
-    }
     return bytes;
 }
 
 std::uint64_t Lists::Bytes() const
 {
     std::uint64_t bytes = m_count * slotBytes;
-    for (std::uint64_t i = 0; i < m_count; ++i) {
+    for (std::uint64_t i = 0; i < m_count; ++i)
         bytes += Data::RoundUp8(BytesOf(i));
-    }
     return bytes;
 }
 
@@ -43,17 +41,15 @@ void Lists::Write(std::uint8_t* slots) const
 
 void CallRecord::Drop(Data::CallId id) noexcept
 {
-    if (capture.channel->hasFailed == 0) {
+    if (capture.channel->hasFailed == 0)
         CountUnrecorded(Data::NameOf(id));
-    }
 }
 
 void CallRecord::Strings(std::uint32_t at, const char* const* strings, std::int64_t count, const std::int32_t* lengths,
                          std::uint64_t bytes)
 {
-    if (strings == nullptr) {
+    if (strings == nullptr)
         return;
-    }
     // Each slot holds the place of its string, counted from the first slot. A missing string is written as an empty
     // one.
     std::uint8_t* const slots = Place(at, strings, bytes);
@@ -61,9 +57,8 @@ void CallRecord::Strings(std::uint32_t at, const char* const* strings, std::int6
     for (std::uint64_t i = 0, end = text / slotBytes; i < end; ++i) {
         const std::uint64_t length = StringLength(strings[i], lengths, static_cast<std::int64_t>(i));
         std::memcpy(slots + i * slotBytes, &text, sizeof text);
-        if (length > 0) {
+        if (length > 0)
             std::memcpy(slots + text, strings[i], length);
-        }
         slots[text + length] = 0;
         text += length + 1;
     }

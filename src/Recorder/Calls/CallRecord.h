@@ -53,9 +53,8 @@ inline std::uint64_t OutTextBytes(const char* text, std::int64_t size)
 template <class Attrib> std::uint64_t AttribBytes(const Attrib* attribs, Attrib end = 0x3038)
 {
     std::uint64_t count = 0;
-    while (attribs != nullptr && attribs[count] != end) {
+    while (attribs != nullptr && attribs[count] != end)
         count += 2;
-    }
     return attribs == nullptr ? 0 : (count + 1) * sizeof(Attrib);
 }
 
@@ -68,9 +67,8 @@ inline std::int64_t WrittenConfigs(std::int64_t size, const std::int32_t* count)
 /// Length without terminator of string `i` of an array of strings; `lengths` may be null or hold negative numbers.
 inline std::uint64_t StringLength(const char* text, const std::int32_t* lengths, std::int64_t i)
 {
-    if (text == nullptr) {
+    if (text == nullptr)
         return 0;
-    }
     return lengths != nullptr && lengths[i] >= 0 ? static_cast<std::uint64_t>(lengths[i]) : std::strlen(text);
 }
 
@@ -115,9 +113,8 @@ public:
     CallRecord(Data::CallId id, std::uint32_t fixedBytes, std::uint64_t bytes)
         : m_stream(OwnStream()), m_contents(fixedBytes)
     {
-        if (m_stream == nullptr) [[unlikely]] {
+        if (m_stream == nullptr) [[unlikely]]
             return;
-        }
         m_at = m_stream->Begin(static_cast<std::uint32_t>(id), bytes);
         if (m_at == nullptr) [[unlikely]] {
             Drop(id);
@@ -127,9 +124,8 @@ public:
     }
     ~CallRecord()
     {
-        if (m_isOpen) {
+        if (m_isOpen)
             m_stream->Close();
-        }
     }
     CallRecord(CallRecord&& other) noexcept
         : m_stream(other.m_stream), m_at(other.m_at), m_contents(other.m_contents),
@@ -153,9 +149,8 @@ public:
             m_stream->Close();
             m_isOpen = false;
         }
-        if (m_at != nullptr && resultBytes > 0) {
+        if (m_at != nullptr && resultBytes > 0)
             m_at = m_stream->Grow(m_at, m_contents, m_contents + resultBytes);
-        }
         return m_at != nullptr;
     }
     /// The record is complete.
@@ -172,9 +167,8 @@ public:
     /// A pointer and the `bytes` bytes behind it. Contents may be empty; null has none.
     void Contents(std::uint32_t at, const void* data, std::uint64_t bytes)
     {
-        if (data == nullptr) {
+        if (data == nullptr)
             return;
-        }
         std::uint8_t* const to = Place(at, data, bytes);
         std::memcpy(to, data, bytes);
     }
@@ -182,9 +176,8 @@ public:
     /// An array of handles: their numbers, 8 bytes each.
     template <class Handle> void Handles(std::uint32_t at, Identifier kind, const Handle* handles, std::uint64_t bytes)
     {
-        if (handles == nullptr) {
+        if (handles == nullptr)
             return;
-        }
         std::uint8_t* const to = Place(at, handles, bytes);
         for (std::uint64_t i = 0; i < bytes / sizeof *handles; ++i) {
             const std::uint64_t number = Identify(kind, handles[i]);
@@ -195,9 +188,8 @@ public:
     /// `bytes` are those of the lists.
     void Add(std::uint32_t at, const Lists& lists, std::uint64_t bytes)
     {
-        if (lists.Value() != nullptr) {
+        if (lists.Value() != nullptr)
             lists.Write(Place(at, lists.Value(), bytes));
-        }
     }
 
     /// An array of strings, sized by StringsBytes.
@@ -212,9 +204,8 @@ private:
         std::uint8_t* const to = m_at + m_contents;
         const std::uint64_t padded = Data::RoundUp8(bytes);
         m_contents += padded;
-        if (padded != bytes) {
+        if (padded != bytes)
             std::memset(to + padded - 8, 0, 8);
-        }
         return to;
     }
 
@@ -232,15 +223,13 @@ class LastIsOpen {
 public:
     explicit LastIsOpen(bool isRecorded) : m_stream(isRecorded ? OwnStream() : nullptr)
     {
-        if (m_stream != nullptr) {
+        if (m_stream != nullptr)
             m_stream->OpenLast();
-        }
     }
     ~LastIsOpen()
     {
-        if (m_stream != nullptr) {
+        if (m_stream != nullptr)
             m_stream->CloseLast();
-        }
     }
     LastIsOpen(const LastIsOpen&) = delete;
     LastIsOpen& operator=(const LastIsOpen&) = delete;

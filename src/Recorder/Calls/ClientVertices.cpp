@@ -26,9 +26,8 @@ void CopyThroughFile(std::uint8_t* to, const std::uint8_t* from, std::size_t byt
     std::size_t part = 0;
     for (std::size_t done = 0; done < bytes; done += part) {
         part = std::min(bytes - done, pageBytes - reinterpret_cast<std::uintptr_t>(from + done) % pageBytes);
-        if (pwrite(file, from + done, part, 0) == static_cast<ssize_t>(part)) {
+        if (pwrite(file, from + done, part, 0) == static_cast<ssize_t>(part))
             pread(file, to + done, part, 0);
-        }
     }
     close(file);
 }
@@ -55,9 +54,8 @@ void WriteAttrib(const Capturing& capturing, Data::ContextState& state, std::uin
     const Data::VertexAttribState& binding = state.Binding(index);
     const Data::DrawRange range = state.AttribRange(index, drawRange);
     const std::uint64_t elementBytes = Data::VertexElementBytes(attrib.size, attrib.type);
-    if (range.count == 0 || elementBytes == 0 || binding.pointer == 0) {
+    if (range.count == 0 || elementBytes == 0 || binding.pointer == 0)
         return;
-    }
     const auto stride = static_cast<std::uint64_t>(binding.stride);
     const std::uint64_t bytes = (range.count - 1) * stride + elementBytes;
     if (bytes > static_cast<std::uint64_t>(maxArgumentBytes)) {
@@ -94,9 +92,8 @@ void ClientVertices::Begin(const Capturing& capturing, Context& context, const D
         BindArrayBuffer(capturing, 0);
         m_unbound = bound;
     }
-    for (std::uint32_t left = state.ClientAttribs(); left != 0; left &= left - 1) {
+    for (std::uint32_t left = state.ClientAttribs(); left != 0; left &= left - 1)
         WriteAttrib(capturing, state, static_cast<std::uint32_t>(std::countr_zero(left)), range);
-    }
 }
 
 void ClientVertices::BindArrayBuffer(const Capturing& capturing, std::uint32_t buffer) noexcept

@@ -17,16 +17,14 @@ public:
     {
         if (context != nullptr && context->State().ClientAttribs() != 0) [[unlikely]] {
             const Capturing capturing;
-            if (capturing) {
+            if (capturing)
                 Begin(capturing, *context, range());
-            }
         }
     }
     ~ClientVertices()
     {
-        if (m_unbound != 0) [[unlikely]] {
+        if (m_unbound != 0) [[unlikely]]
             BindArrayBuffer(Capturing(), m_unbound);
-        }
     }
     ClientVertices(const ClientVertices&) = delete;
     ClientVertices& operator=(const ClientVertices&) = delete;

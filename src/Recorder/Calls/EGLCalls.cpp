@@ -25,9 +25,8 @@ void CountUnrecordedImage(EGLenum target)
     case EGL_GL_RENDERBUFFER_KHR:
         return;
     default:
-        if (target < EGL_GL_TEXTURE_CUBE_MAP_POSITIVE_X_KHR || target > EGL_GL_TEXTURE_CUBE_MAP_NEGATIVE_Z_KHR) {
+        if (target < EGL_GL_TEXTURE_CUBE_MAP_POSITIVE_X_KHR || target > EGL_GL_TEXTURE_CUBE_MAP_NEGATIVE_Z_KHR)
             CountUnrecorded("contents of an EGLImage that is not of a GL object");
-        }
     }
 }
 
@@ -55,9 +54,8 @@ RECORDER_EXPORT EGLBoolean eglQuerySurface(EGLDisplay dpy, EGLSurface surface, E
     const EGLBoolean result = live(dpy, surface, attribute, value);
     if (call) {
         // Unknown: the program then draws all of the frame, since what is left of earlier ones differs in a replay.
-        if (attribute == EGL_BUFFER_AGE_EXT && result == EGL_TRUE && value != nullptr) {
+        if (attribute == EGL_BUFFER_AGE_EXT && result == EGL_TRUE && value != nullptr)
             *value = 0;
-        }
         Record::eglQuerySurface(Capturing(), result, dpy, surface, attribute, value);
     }
     return result;
@@ -120,8 +118,7 @@ RECORDER_EXPORT EGLBoolean eglWaitSync(EGLDisplay dpy, EGLSync sync, EGLint flag
     const EGLCall call;
     const EGLBoolean result = While(call ? Record::Begin::eglWaitSyncKHR(dpy, sync, flags) : CallRecord(),
                                     [&] { return live(dpy, sync, flags); });
-    if (call) {
+    if (call)
         Record::eglWaitSyncKHR(Capturing(), static_cast<EGLint>(result), dpy, sync, flags);
-    }
     return result;
 }

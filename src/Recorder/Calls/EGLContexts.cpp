@@ -21,9 +21,8 @@ constexpr EGLint placeholderSize = 16;
 bool IsFirstVersion(const EGLint* attribs)
 {
     EGLint version = 1;
-    for (; attribs != nullptr && attribs[0] != EGL_NONE; attribs += 2) {
+    for (; attribs != nullptr && attribs[0] != EGL_NONE; attribs += 2)
         version = attribs[0] == EGL_CONTEXT_CLIENT_VERSION ? attribs[1] : version;
-    }
     return version == 1;
 }
 
@@ -36,9 +35,8 @@ EGLConfig AnyConfig(EGLDisplay display)
     EGLConfig config = EGL_NO_CONFIG_KHR;
     EGLint count = 0;
     const auto choose = Live<ChooseConfig>(Entry::eglChooseConfig);
-    if (choose(display, offScreen, &config, 1, &count) != EGL_TRUE || count == 0) {
+    if (choose(display, offScreen, &config, 1, &count) != EGL_TRUE || count == 0)
         choose(display, any, &config, 1, &count);
-    }
     return config;
 }
 
@@ -98,12 +96,10 @@ void CompleteHeader(const CurrentObjects& objects)
 {
     static std::atomic_flag driverKnown;
     static std::atomic_flag pictureKnown;
-    if (!driverKnown.test_and_set()) {
+    if (!driverKnown.test_and_set())
         DescribeDriver(objects.display);
-    }
-    if (objects.draw != EGL_NO_SURFACE && !pictureKnown.test_and_set()) {
+    if (objects.draw != EGL_NO_SURFACE && !pictureKnown.test_and_set())
         DescribePicture(objects.display, objects.draw);
-    }
 }
 
 /// Behind a make-current that succeeded.
@@ -125,9 +121,8 @@ void RecordMakeCurrent(const CurrentObjects& objects)
     Record::eglMakeCurrent(Capturing(), EGL_TRUE, written.display, written.draw, written.read, written.context);
     current = written;
     SetThreadContext(context);
-    if (context != nullptr) {
+    if (context != nullptr)
         CompleteHeader(objects);
-    }
 }
 
 } // namespace
@@ -139,20 +134,17 @@ RECORDER_EXPORT EGLContext eglCreateContext(EGLDisplay dpy, EGLConfig config, EG
     const auto live = Live<EGLContext (*)(EGLDisplay, EGLConfig, EGLContext, const EGLint*)>(Entry::eglCreateContext);
     const EGLCall call;
     const bool recorded = call && !UsesDesktopGL();
-    if (recorded) {
+    if (recorded)
         DescribeConfig(dpy, config);
-    }
     const EGLContext result =
         While(recorded ? Record::Begin::eglCreateContext(dpy, config, share, attribs) : CallRecord(),
               [&] { return live(dpy, config, share, attribs); });
     if (recorded) {
         Record::eglCreateContext(Capturing(), result, dpy, config, share, attribs);
-        if (result != EGL_NO_CONTEXT && !AddContext(result, share, config)) {
+        if (result != EGL_NO_CONTEXT && !AddContext(result, share, config))
             AbandonCapture(Capturing());
-        }
-        if (result != EGL_NO_CONTEXT && IsFirstVersion(attribs)) {
+        if (result != EGL_NO_CONTEXT && IsFirstVersion(attribs))
             CountUnrecorded("contexts of OpenGL ES 1.1");
-        }
     } else if (call && result != EGL_NO_CONTEXT) {
         CountUnrecorded("contexts of desktop OpenGL");
         ReportLibraries();
@@ -170,9 +162,8 @@ RECORDER_EXPORT EGLBoolean eglDestroyContext(EGLDisplay dpy, EGLContext ctx)
         While(call ? Record::Begin::eglDestroyContext(dpy, ctx) : CallRecord(), [&] { return live(dpy, ctx); });
     if (call && FindContext(ctx) != nullptr) {
         Record::eglDestroyContext(Capturing(), result, dpy, ctx);
-        if (result == EGL_TRUE) {
+        if (result == EGL_TRUE)
             RemoveContext(ctx);
-        }
     }
     return result;
 }
@@ -185,9 +176,8 @@ RECORDER_EXPORT EGLBoolean eglMakeCurrent(EGLDisplay dpy, EGLSurface draw, EGLSu
     const EGLBoolean result = While(call ? Record::Begin::eglMakeCurrent(dpy, draw, read, ctx) : CallRecord(),
                                     [&] { return live(dpy, draw, read, ctx); });
     // One that failed is not recorded: a replay runs on one thread, where it could succeed and change what is current.
-    if (call && result == EGL_TRUE) {
+    if (call && result == EGL_TRUE)
         Guarded([&] { RecordMakeCurrent({dpy, draw, read, ctx}); });
-    }
     return result;
 }
 

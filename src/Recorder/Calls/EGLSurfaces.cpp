@@ -20,15 +20,13 @@ EGLSurface CreateSurface(EGLDisplay display, EGLConfig config, SurfaceKind kind,
                          Write record)
 {
     const EGLCall call;
-    if (call) {
+    if (call)
         DescribeConfig(display, config);
-    }
     const EGLSurface result = While(call ? begin() : CallRecord(), create);
     if (call) {
         Guarded([&] { record(result); });
-        if (result != EGL_NO_SURFACE) {
+        if (result != EGL_NO_SURFACE)
             DescribeNewSurface(display, result, kind == SurfaceKind::Window);
-        }
     }
     return result;
 }

@@ -20,9 +20,8 @@ struct FrameHash {
 /// The hash of what the swap is about to show, where hashes are wanted and the surface is the current one.
 std::optional<FrameHash> HashFrame(EGLDisplay display, EGLSurface surface)
 {
-    if (!HashesWanted() || thread.context == nullptr || surface != current.draw || surface != current.read) {
+    if (!HashesWanted() || thread.context == nullptr || surface != current.draw || surface != current.read)
         return std::nullopt;
-    }
     const SurfaceSize size = QuerySize(display, surface);
     const auto hash = ReadBack(size);
     return hash ? std::optional(FrameHash{size, *hash}) : std::nullopt;
@@ -32,9 +31,8 @@ std::optional<FrameHash> HashFrame(EGLDisplay display, EGLSurface surface)
 template <class Swap> EGLBoolean SwapBuffers(EGLDisplay display, EGLSurface surface, Swap swap)
 {
     const EGLCall call;
-    if (!call) {
+    if (!call)
         return swap();
-    }
     const std::optional<FrameHash> hash = HashFrame(display, surface);
     const EGLBoolean result = While(Record::Begin::eglSwapBuffers(display, surface), swap);
     bool last = false;

@@ -19,9 +19,8 @@ RECORDER_EXPORT const GLubyte* glGetString(GLenum name)
     const GLubyte* result =
         While(call ? Record::Begin::glGetString(*call, name) : CallRecord(), [&] { return live(name); });
     if (call) {
-        if (name == GL_EXTENSIONS) {
+        if (name == GL_EXTENSIONS)
             result = reinterpret_cast<const GLubyte*>(WithoutHiddenExtensions(reinterpret_cast<const char*>(result)));
-        }
         Record::glGetString(Capturing(), *call, result, name);
     }
     return result;
@@ -32,9 +31,8 @@ RECORDER_EXPORT const GLubyte* glGetStringi(GLenum name, GLuint index)
     using namespace Recorder;
     const auto live = Live<const GLubyte* (*)(GLenum, GLuint)>(Entry::glGetStringi);
     const GLCall call;
-    if (!call) {
+    if (!call)
         return live(name, index);
-    }
     const GLubyte* result = nullptr;
     const auto extensions = name == GL_EXTENSIONS ? IndexedExtensions() : std::span<const char* const>();
     if (index < extensions.size()) {
@@ -53,9 +51,8 @@ namespace {
 /// The extensions are counted as glGetStringi answers them.
 template <class Value> void HideExtensionsInCount(GLenum pname, Value* data)
 {
-    if (pname == GL_NUM_EXTENSIONS && data != nullptr) {
+    if (pname == GL_NUM_EXTENSIONS && data != nullptr)
         *data = static_cast<Value>(IndexedExtensions().size());
-    }
 }
 
 void GetInteger64v(Entry entry, GLenum pname, GLint64* data)

@@ -26,11 +26,10 @@ GLenum ClientWaitSync(Entry entry, GLsync sync, GLbitfield flags, GLuint64 timeo
                                 [&] { return live(sync, flags, timeout); });
     if (call) {
         AfterWait(*call);
-        if (result == GL_ALREADY_SIGNALED || result == GL_CONDITION_SATISFIED) {
+        if (result == GL_ALREADY_SIGNALED || result == GL_CONDITION_SATISFIED)
             RecordWait(Capturing(), *call, result, sync, flags);
-        } else {
+        else
             Record::glClientWaitSync(Capturing(), *call, result, sync, flags, timeout);
-        }
     }
     return result;
 }
@@ -43,18 +42,16 @@ void GetSynciv(Entry entry, GLsync sync, GLenum pname, GLsizei count, GLsizei* l
     if (call) {
         AfterWait(*call);
         const Capturing capturing;
-        if (pname == GL_SYNC_STATUS && count > 0 && values != nullptr && values[0] == GL_SIGNALED) {
+        if (pname == GL_SYNC_STATUS && count > 0 && values != nullptr && values[0] == GL_SIGNALED)
             RecordWait(capturing, *call, GL_ALREADY_SIGNALED, sync, 0);
-        }
         Record::glGetSynciv(capturing, *call, sync, pname, count, length, values);
     }
 }
 
 void AfterEGLWait()
 {
-    if (thread.context != nullptr) {
+    if (thread.context != nullptr)
         AfterWait(*thread.context);
-    }
 }
 
 /// How long a replay is to wait for a sync object that is signaled. One that the program signals itself, on any of its

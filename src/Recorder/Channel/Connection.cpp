@@ -52,9 +52,8 @@ void GiveBack(void* value)
     const std::uintptr_t number = reinterpret_cast<std::uintptr_t>(value) - 1;
     Streams& streams = TheStreams();
     if (number / maxStreams < lastRound &&
-        pthread_setspecific(streams.key, reinterpret_cast<void*>(number + 1 + maxStreams)) == 0) {
+        pthread_setspecific(streams.key, reinterpret_cast<void*>(number + 1 + maxStreams)) == 0)
         return;
-    }
     thread.stream = nullptr;
     const std::lock_guard lock(streams.mutex);
     streams.isTaken[number % maxStreams] = false;
@@ -65,9 +64,8 @@ public:
     explicit Descriptor(int value) : m_value(value) {}
     ~Descriptor()
     {
-        if (m_value >= 0) {
+        if (m_value >= 0)
             close(m_value);
-        }
     }
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
@@ -107,9 +105,8 @@ int ReceiveDescriptor(int connection)
     } while (received < 0 && errno == EINTR);
     const cmsghdr* const header = received > 0 ? CMSG_FIRSTHDR(&message) : nullptr;
     int descriptor = -1;
-    if (header != nullptr && header->cmsg_type == SCM_RIGHTS) {
+    if (header != nullptr && header->cmsg_type == SCM_RIGHTS)
         std::memcpy(&descriptor, CMSG_DATA(header), sizeof descriptor);
-    }
     return descriptor;
 }
 
@@ -118,9 +115,8 @@ Channel* Map(int descriptor)
 {
     const int flags = MAP_SHARED | MAP_NORESERVE | (descriptor < 0 ? MAP_ANONYMOUS : 0);
     void* const memory = mmap(nullptr, sharedBytes, PROT_READ | PROT_WRITE, flags, descriptor, 0);
-    if (memory == MAP_FAILED) {
+    if (memory == MAP_FAILED)
         return nullptr;
-    }
     madvise(memory, sharedBytes, MADV_DONTDUMP);
     return static_cast<Channel*>(memory);
 }
@@ -130,9 +126,8 @@ Channel* ConnectChannel(const std::string& folder)
     const Descriptor connection(Connect(folder));
     Hello hello;
     std::strncpy(hello.program, program_invocation_short_name, sizeof hello.program - 1);
-    if (connection < 0 || send(connection, &hello, sizeof hello, MSG_NOSIGNAL) != sizeof hello) {
+    if (connection < 0 || send(connection, &hello, sizeof hello, MSG_NOSIGNAL) != sizeof hello)
         return nullptr;
-    }
     const Descriptor memory(ReceiveDescriptor(connection));
     return memory < 0 ? nullptr : Map(memory);
 }
@@ -198,9 +193,8 @@ RecordStream* TakeStream(Channel& channel) noexcept
         streams.hasKey = streams.hasKey || pthread_key_create(&streams.key, &GiveBack) == 0;
         for (std::uint32_t i = 0; i < maxStreams && streams.hasKey; ++i) {
             if (!streams.isTaken[i]) {
-                if (streams.all[i] == nullptr) {
+                if (streams.all[i] == nullptr)
                     streams.all[i] = new RecordStream(channel, i);
-                }
                 streams.isTaken[i] = true;
                 pthread_setspecific(streams.key, reinterpret_cast<void*>(std::uintptr_t{i} + 1));
                 return streams.all[i];
@@ -242,14 +236,11 @@ std::atomic<std::uint64_t>* SharedCount(Channel& channel, const char* what) noex
     static std::mutex mutex;
     const std::lock_guard lock(mutex);
     const std::uint32_t count = channel.noteCount;
-    for (std::uint32_t i = 0; i < count; ++i) {
-        if (std::strncmp(channel.notes[i].name, what, sizeof channel.notes[i].name - 1) == 0) {
+    for (std::uint32_t i = 0; i < count; ++i)
+        if (std::strncmp(channel.notes[i].name, what, sizeof channel.notes[i].name - 1) == 0)
             return &channel.notes[i].count;
-        }
-    }
-    if (count == maxNotes) {
+    if (count == maxNotes)
         return nullptr;
-    }
     std::strncpy(channel.notes[count].name, what, sizeof channel.notes[count].name - 1);
     channel.noteCount = count + 1;
     return &channel.notes[count].count;

@@ -31,9 +31,8 @@ bool IsPossible(const Data::RecordHeader& header, std::uint64_t room)
 
 void FreePlace(Channel& channel, std::uint32_t place, std::uint64_t bytes)
 {
-    if (bytes > keptBytes) {
+    if (bytes > keptBytes)
         madvise(LargePlaceOf(channel, place) + keptBytes, largePlaceBytes - keptBytes, MADV_REMOVE);
-    }
     channel.largePlaceTaken[place].store(0, std::memory_order_release);
 }
 
@@ -62,9 +61,8 @@ bool Drain::Take()
             TellRoom(m_channel);
         }
         CheckFailure();
-        if (!hasEnded || m_channel.hasFailed != 0) {
+        if (!hasEnded || m_channel.hasFailed != 0)
             return hasTaken;
-        }
         if (next.stream >= maxStreams) {
             Fail(m_channel, "the program has overwritten the recorder's memory");
             return hasTaken;
@@ -83,9 +81,8 @@ bool Drain::TakeRun(std::uint64_t end)
     while (position < end && m_channel.hasFailed == 0) {
         std::uint64_t bytes = TakePlain(position, end);
         bytes = bytes != 0 ? bytes : TakeOne(position, end);
-        if (bytes == 0) {
+        if (bytes == 0)
             break;
-        }
         position += bytes;
         consumed.store(position, std::memory_order_release);
     }
@@ -99,19 +96,16 @@ std::uint64_t Drain::TakePlain(std::uint64_t position, std::uint64_t end)
     const std::uint8_t* const begin = RingOf(m_channel, m_run.stream) + inRing;
     const std::uint64_t room = std::min({end - position, streamBytes - inRing, plainBytes});
     std::uint64_t bytes = 0;
-    if (position % 8 != 0 || !m_vertices[m_run.stream].empty()) {
+    if (position % 8 != 0 || !m_vertices[m_run.stream].empty())
         return 0;
-    }
     while (bytes < room) {
         const Data::RecordHeader header = HeaderOf(begin + bytes);
-        if (header.id >= Data::callTable.size() || !IsPossible(header, room - bytes)) {
+        if (header.id >= Data::callTable.size() || !IsPossible(header, room - bytes))
             break;
-        }
         bytes += header.bytes;
     }
-    if (bytes != 0) {
+    if (bytes != 0)
         m_writer->CopyAll(begin, bytes);
-    }
     return bytes;
 }
 
@@ -183,26 +177,23 @@ void Drain::Append(const std::uint8_t* record)
 void Drain::AppendCall(const std::uint8_t* record)
 {
     std::vector<std::uint8_t>& vertices = m_vertices[m_run.stream];
-    for (std::size_t at = 0; at < vertices.size(); at += HeaderOf(&vertices[at]).bytes) {
+    for (std::size_t at = 0; at < vertices.size(); at += HeaderOf(&vertices[at]).bytes)
         m_writer->Copy(&vertices[at]);
-    }
     vertices.clear();
     m_writer->Copy(record);
 }
 
 void Drain::CheckFailure()
 {
-    if (m_writer->Failed()) {
+    if (m_writer->Failed())
         Fail(m_channel, m_writer->Error());
-    }
 }
 
 void Drain::UpdateHeader()
 {
     const std::uint32_t version = m_channel.headerVersion.load(std::memory_order_acquire);
-    if (version == m_headerVersion || version % 2 != 0) {
+    if (version == m_headerVersion || version % 2 != 0)
         return;
-    }
     std::array<std::uint8_t, Data::headerBytes> bytes;
     std::memcpy(bytes.data(), m_channel.header, bytes.size());
     Data::CaptureHeader header;
@@ -216,21 +207,18 @@ void Drain::AppendUnfinished(std::uint32_t stream)
 {
     const StreamControl& control = m_channel.streams[stream];
     const std::uint64_t open = control.open;
-    if (open == 0 && control.lastIsOpen == 0) {
+    if (open == 0 && control.lastIsOpen == 0)
         return;
-    }
     std::vector<std::uint8_t>& records = m_vertices[stream];
     m_writer->SetThread(control.thread);
     if (open != 0) {
         std::uint64_t bytes = 0;
         for (std::uint64_t position = control.consumed; position < open; position += bytes) {
             const std::uint8_t* const record = RecordAt(stream, position, position + streamBytes, bytes);
-            if (bytes == 0) {
+            if (bytes == 0)
                 break;
-            }
-            if (record != nullptr) {
+            if (record != nullptr)
                 records.insert(records.end(), record, record + HeaderOf(record).bytes);
-            }
         }
     } else {
         records.clear();
@@ -243,9 +231,8 @@ void Drain::AppendNotes()
     const std::uint32_t count = std::min<std::uint32_t>(m_channel.noteCount, maxNotes);
     for (SharedNote& note : std::span(m_channel.notes, count)) {
         note.name[sizeof note.name - 1] = '\0';
-        if (note.count != 0) {
+        if (note.count != 0)
             m_writer->Note(note.name, note.count);
-        }
     }
 }
 
@@ -253,16 +240,14 @@ void Drain::Finish(const HowItEnded& how)
 {
     Take();
     if (m_channel.isFinished == 0) {
-        for (std::uint32_t stream = 0; stream < maxStreams; ++stream) {
+        for (std::uint32_t stream = 0; stream < maxStreams; ++stream)
             AppendUnfinished(stream);
-        }
         m_writer->ProgramEnd(how.kind, how.value);
     }
     AppendNotes();
     std::string error;
-    if (!m_writer->Finish(error)) {
+    if (!m_writer->Finish(error))
         Fail(m_channel, error.c_str());
-    }
 }
 
 } // namespace Recorder

@@ -31,16 +31,14 @@ RecordStream::RecordStream(Channel& channel, std::uint32_t index)
 void RecordStream::SetThread(std::uint32_t thread)
 {
     m_control.thread = thread;
-    if (currentRun.stream == this) {
+    if (currentRun.stream == this)
         currentRun.stream = nullptr;
-    }
 }
 
 void RecordStream::Publish(std::uint64_t end)
 {
-    if (currentRun.stream != this) [[unlikely]] {
+    if (currentRun.stream != this) [[unlikely]]
         BeginRun();
-    }
     m_committed = currentRun.end = end;
     m_control.committed.store(end, std::memory_order_release);
 }
@@ -49,11 +47,9 @@ void RecordStream::BeginRun()
 {
     const std::uint64_t written = m_channel.runsWritten.load(std::memory_order_relaxed);
     for (std::uint32_t seen = Consumptions(); written - m_channel.runsRead.load(std::memory_order_acquire) >= maxRuns;
-         seen = Consumptions()) {
-        if (!WaitForRoom(m_channel, seen)) {
+         seen = Consumptions())
+        if (!WaitForRoom(m_channel, seen))
             return;
-        }
-    }
     m_channel.runs[written % maxRuns] = {m_index, m_control.thread, currentRun.end};
     m_channel.runsWritten.store(written + 1, std::memory_order_release);
     currentRun.stream = this;
@@ -68,14 +64,12 @@ std::uint8_t* RecordStream::PlaceElsewhere(std::uint32_t id, std::uint64_t bytes
 /// there.
 std::uint8_t* RecordStream::Move(const std::uint8_t* record, std::uint64_t used, std::uint32_t id, std::uint64_t bytes)
 {
-    if (bytes > Data::maxChunkBytes - sizeof(Data::ThreadRecord)) {
+    if (bytes > Data::maxChunkBytes - sizeof(Data::ThreadRecord))
         return nullptr;
-    }
     const bool isLarge = bytes > maxStreamRecordBytes;
     std::uint32_t large = 0;
-    if (!MakeRoom(isLarge ? sizeof(LargeReference) : bytes) || (isLarge && !TakeLargePlace(large))) {
+    if (!MakeRoom(isLarge ? sizeof(LargeReference) : bytes) || (isLarge && !TakeLargePlace(large)))
         return nullptr;
-    }
     std::uint8_t* const place = PlaceAt(isLarge ? LargePlaceOf(m_channel, large) : m_at, id, bytes);
     if (used > sizeof(Data::RecordHeader)) {
         std::memcpy(place + sizeof(Data::RecordHeader), record + sizeof(Data::RecordHeader),
@@ -92,14 +86,11 @@ bool RecordStream::TakeLargePlace(std::uint32_t& place)
 {
     for (;;) {
         const std::uint32_t seen = Consumptions();
-        for (place = 0; place < largePlaces; ++place) {
-            if (m_channel.largePlaceTaken[place].exchange(1, std::memory_order_acquire) == 0) {
+        for (place = 0; place < largePlaces; ++place)
+            if (m_channel.largePlaceTaken[place].exchange(1, std::memory_order_acquire) == 0)
                 return true;
-            }
-        }
-        if (!WaitForReader(seen)) {
+        if (!WaitForReader(seen))
             return false;
-        }
     }
 }
 
@@ -109,9 +100,8 @@ std::uint8_t* RecordStream::Grow(std::uint8_t* record, std::uint64_t used, std::
     std::memcpy(&header, record, sizeof header);
     const std::uint64_t room = record == m_at ? static_cast<std::uint64_t>(m_end - m_at) : largePlaceBytes;
     bytes = Data::RoundUp8(bytes);
-    if (bytes <= room) {
+    if (bytes <= room)
         return PlaceAt(record, header.id, bytes);
-    }
     return record == m_at ? Move(record, used, header.id, bytes) : nullptr;
 }
 
@@ -137,9 +127,8 @@ bool RecordStream::MakeRoom(std::uint64_t bytes)
             CallReader(m_channel);
             return true;
         }
-        if (!WaitForReader(seen)) {
+        if (!WaitForReader(seen))
             return false;
-        }
     }
 }
 

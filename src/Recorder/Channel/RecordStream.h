@@ -53,9 +53,8 @@ private:
     void Commit()
     {
         const std::uint64_t end = Position(m_at);
-        if (end != m_committed) {
+        if (end != m_committed)
             Publish(end);
-        }
     }
     void Publish(std::uint64_t end);
     void BeginRun();

@@ -31,9 +31,8 @@ void Wake(std::atomic<std::uint32_t>& word)
 bool IsReaderGone(Channel& channel)
 {
     const int result = pthread_mutex_trylock(&channel.readerLives);
-    if (result == 0 || result == EOWNERDEAD) {
+    if (result == 0 || result == EOWNERDEAD)
         pthread_mutex_unlock(&channel.readerLives);
-    }
     return result == EOWNERDEAD || result == ENOTRECOVERABLE;
 }
 
@@ -65,9 +64,8 @@ bool WaitForRoom(Channel& channel, std::uint32_t seen) noexcept
     Wake(channel.requests);
     Sleep(channel.consumptions, seen, roomTimeoutMs);
     --channel.waiting;
-    if (channel.consumptions.load(std::memory_order_acquire) == seen && IsReaderGone(channel)) {
+    if (channel.consumptions.load(std::memory_order_acquire) == seen && IsReaderGone(channel))
         Fail(channel, "the process that writes it has ended");
-    }
     errno = savedErrno;
     return channel.hasFailed == 0 && channel.isFinished == 0;
 }
@@ -76,9 +74,8 @@ void TellRoom(Channel& channel) noexcept
 {
     // Added to before the count of those that wait is read, so that one which comes meanwhile does not sleep.
     channel.consumptions.fetch_add(1);
-    if (channel.waiting != 0) {
+    if (channel.waiting != 0)
         Wake(channel.consumptions);
-    }
 }
 
 void WaitForCall(Channel& channel, std::uint32_t seen, unsigned milliseconds) noexcept

@@ -33,12 +33,10 @@ fs::path FollowLinks(fs::path path)
 std::string WhyNotWritable(const fs::path& file)
 {
     std::error_code error;
-    if (file.filename().empty() || fs::is_directory(file, error)) {
+    if (file.filename().empty() || fs::is_directory(file, error))
         return "expected the name of a file, found a folder";
-    }
-    if (fs::exists(file, error) && !fs::is_regular_file(file, error)) {
+    if (fs::exists(file, error) && !fs::is_regular_file(file, error))
         return "expected a regular file: the beginning of a capture is written last, which no pipe or device allows";
-    }
     return fs::exists(file, error) && access(file.c_str(), W_OK) != 0 ? std::strerror(errno) : "";
 }
 
@@ -49,9 +47,8 @@ fs::path WithoutEnding(const fs::path& file)
 
 fs::path Rename(const fs::path& from, const fs::path& to, std::string& error)
 {
-    if (std::rename(from.c_str(), to.c_str()) == 0) {
+    if (std::rename(from.c_str(), to.c_str()) == 0)
         return to;
-    }
     error = to.string() + ": cannot be written: " + std::strerror(errno) + "; the capture is " + from.string();
     return from;
 }
@@ -85,9 +82,8 @@ std::string CapturePlace::Open()
 fs::path CapturePlace::PutInPlace(const fs::path& capture, std::string& error)
 {
     struct stat before = {};
-    if (stat(m_file.c_str(), &before) == 0) {
+    if (stat(m_file.c_str(), &before) == 0)
         chmod(capture.c_str(), before.st_mode & 07777);
-    }
     return Rename(capture, m_file, error) == m_file ? m_name : capture;
 }
 
@@ -98,16 +94,13 @@ fs::path CapturePlace::PutBeside(const fs::path& capture, std::string& error)
         const std::string name = stem + "." + std::to_string(number) + captureEnding;
         // The name is taken before it is given, so that two recordings do not choose the same.
         const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-        if (file < 0 && errno == EEXIST) {
+        if (file < 0 && errno == EEXIST)
             continue;
-        }
-        if (file >= 0) {
+        if (file >= 0)
             close(file);
-        }
         fs::path place = Rename(capture, name, error);
-        if (place == capture && file >= 0) {
+        if (place == capture && file >= 0)
             unlink(name.c_str());
-        }
         return place;
     }
 }

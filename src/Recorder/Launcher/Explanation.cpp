@@ -34,11 +34,9 @@ std::string Advice(const ProcessReport& report)
     const bool knowsToolkit =
         std::ranges::any_of(toolkits, [&report](const Toolkit& toolkit) { return report.HasLibrary(toolkit.library); });
     std::string text = "\n  Many programs use OpenGL ES when they are told to, by a variable or an option:";
-    for (const Toolkit& toolkit : toolkits) {
-        if (!knowsToolkit || report.HasLibrary(toolkit.library)) {
+    for (const Toolkit& toolkit : toolkits)
+        if (!knowsToolkit || report.HasLibrary(toolkit.library))
             text += std::string("\n    ") + toolkit.advice;
-        }
-    }
     return text;
 }
 
@@ -81,9 +79,8 @@ std::string WhyWithoutOtherWay(const std::string& command, const ProgramEnd& end
         return why.empty() ? command + " did not load the recorder: LD_PRELOAD does nothing in it." : why;
     }
     const auto caller = std::ranges::find_if(reports, &ProcessReport::egl);
-    if (caller != reports.end()) {
+    if (caller != reports.end())
         return caller->program + " called EGL, but no OpenGL ES function with a context that it had made current.";
-    }
     return "EGL was not called by " + ProgramNames(reports) +
            ", and nothing else loaded the recorder.\n  Programs do not load it when they are linked statically or have"
            " privileges, or are started without the variables of the recording (env -i, sudo, a running service).";
@@ -109,9 +106,8 @@ std::string WhyNothingRecorded(const std::string& command, const ProgramEnd& end
 {
     for (const OtherWay& way : otherWays) {
         const auto report = std::ranges::find_if(reports, way.shows);
-        if (report != reports.end()) {
+        if (report != reports.end())
             return report->program + way.sentence + onlyES + Advice(*report);
-        }
     }
     return WhyWithoutOtherWay(command, end, reports);
 }
@@ -119,9 +115,8 @@ std::string WhyNothingRecorded(const std::string& command, const ProgramEnd& end
 std::string HowItDied(const std::string& command, const ProgramEnd& end)
 {
     const std::string name = std::filesystem::path(command).filename().string();
-    if (end.signal != 0) {
+    if (end.signal != 0)
         return name + " was killed by " + SignalName(end.signal) + " (" + strsignal(end.signal) + ").";
-    }
     if (end.status > 128 && IsCrash(end.status - 128)) {
         return name + " ended with status " + std::to_string(end.status) +
                ", as shells do when what they run is killed by " + SignalName(end.status - 128) + ".";

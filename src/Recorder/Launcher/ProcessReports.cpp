@@ -10,28 +10,28 @@ namespace {
 
 void Add(ProcessReport& report, const std::string& what, const std::string& detail)
 {
-    if (what == Finding::program) {
+    if (what == Finding::program)
         report.program = detail;
-    } else if (what == Finding::library) {
+    else if (what == Finding::library)
         report.libraries.push_back(detail);
-    } else if (what == Finding::egl) {
+    else if (what == Finding::egl)
         report.egl = true;
-    } else if (what == Finding::desktopContext) {
+    else if (what == Finding::desktopContext)
         report.desktopContext = true;
-    } else if (what == Finding::glx) {
+    else if (what == Finding::glx)
         report.glx = true;
-    } else if (what == Finding::vulkan) {
+    else if (what == Finding::vulkan)
         report.vulkan = true;
-    } else if (what == Finding::unwritten) {
+    else if (what == Finding::unwritten)
         report.unwritten = detail;
-    }
 }
 
 } // namespace
 
 bool ProcessReport::HasLibrary(std::string_view start) const
 {
-    return std::ranges::any_of(libraries, [start](const std::string& name) { return name.starts_with(start); });
+    return std::ranges::any_of(
+        libraries, [start](const std::string& name) { return name.starts_with(start); });
 }
 
 std::vector<ProcessReport> ReadReports(const std::string& lines)
@@ -43,9 +43,8 @@ std::vector<ProcessReport> ReadReports(const std::string& lines)
         pid_t process = 0;
         std::string what;
         std::string detail;
-        if (!(line >> process >> what)) {
+        if (!(line >> process >> what))
             continue;
-        }
         std::getline(line >> std::ws, detail);
         auto report = std::ranges::find(reports, process, &ProcessReport::process);
         if (report == reports.end()) {

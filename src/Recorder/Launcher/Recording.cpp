@@ -27,9 +27,8 @@ int reports = -1;
 
 void PassOn(int signal)
 {
-    if (program != 0) {
+    if (program != 0)
         kill(program, signal);
-    }
 }
 
 void OnEnd(int signal, siginfo_t* info, void*)
@@ -37,9 +36,8 @@ void OnEnd(int signal, siginfo_t* info, void*)
     wasStopped = 1;
     // A terminal sends its signals to the program as well; only others have to be passed on. When it is closed, it
     // tells the first process of the session alone.
-    if (info->si_code != SI_KERNEL || signal == SIGHUP) {
+    if (info->si_code != SI_KERNEL || signal == SIGHUP)
         PassOn(signal);
-    }
 }
 
 void Catch(int signal, void (*handler)(int, siginfo_t*, void*))
@@ -49,9 +47,8 @@ void Catch(int signal, void (*handler)(int, siginfo_t*, void*))
     // What is ignored (nohup) stays so, for the program too. Scripts have their jobs ignore SIGINT and SIGQUIT of the
     // terminal, and are to end a recording by them all the same.
     const bool mayBeIgnored = signal != SIGINT && signal != SIGQUIT;
-    if (mayBeIgnored && (before.sa_flags & SA_SIGINFO) == 0 && before.sa_handler == SIG_IGN) {
+    if (mayBeIgnored && (before.sa_flags & SA_SIGINFO) == 0 && before.sa_handler == SIG_IGN)
         return;
-    }
     struct sigaction action = {};
     action.sa_sigaction = handler;
     action.sa_flags = SA_SIGINFO | SA_RESTART;
@@ -61,9 +58,8 @@ void Catch(int signal, void (*handler)(int, siginfo_t*, void*))
 /// Stops this process as if the signal had not been caught.
 void OnStop(int signal, siginfo_t* info, void*)
 {
-    if (info->si_code != SI_KERNEL) {
+    if (info->si_code != SI_KERNEL)
         PassOn(signal);
-    }
     struct sigaction byDefault = {};
     byDefault.sa_handler = SIG_DFL;
     sigaction(signal, &byDefault, nullptr);
@@ -95,9 +91,8 @@ void SetEnvironment(const RecordingOptions& options, const std::string& reportFi
 [[noreturn]] void BecomeProgram(const RecordingOptions& options, int pipe)
 {
     std::vector<char*> arguments;
-    for (const std::string& argument : options.command) {
+    for (const std::string& argument : options.command)
         arguments.push_back(const_cast<char*>(argument.c_str()));
-    }
     arguments.push_back(nullptr);
     execvp(arguments[0], arguments.data());
     const int why = errno;
@@ -113,9 +108,8 @@ pid_t Start(const RecordingOptions& options, int pipe)
     sigset_t before;
     sigfillset(&all);
     sigprocmask(SIG_SETMASK, &all, &before);
-    for (const int signal : endingSignals) {
+    for (const int signal : endingSignals)
         Catch(signal, &OnEnd);
-    }
     Catch(SIGTSTP, &OnStop);
     Catch(SIGCONT, &OnContinue);
     const pid_t child = fork();
@@ -123,9 +117,8 @@ pid_t Start(const RecordingOptions& options, int pipe)
         for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGCONT}) {
             struct sigaction action = {};
             sigaction(signal, nullptr, &action);
-            if ((action.sa_flags & SA_SIGINFO) != 0) {
+            if ((action.sa_flags & SA_SIGINFO) != 0)
                 std::signal(signal, SIG_DFL);
-            }
         }
         sigprocmask(SIG_SETMASK, &before, nullptr);
         BecomeProgram(options, pipe);
@@ -184,9 +177,8 @@ std::string ReportedLines()
 {
     std::string text;
     char buffer[4096];
-    for (ssize_t bytes = 0; (bytes = pread(reports, buffer, sizeof buffer, static_cast<off_t>(text.size()))) > 0;) {
+    for (ssize_t bytes = 0; (bytes = pread(reports, buffer, sizeof buffer, static_cast<off_t>(text.size()))) > 0;)
         text.append(buffer, static_cast<std::size_t>(bytes));
-    }
     return text;
 }
 
@@ -202,9 +194,8 @@ std::string FindLibrary()
     const fs::path folder = fs::read_symlink("/proc/self/exe", error).parent_path();
     for (const char* const place : {"../lib", "../" PLAYBACK_LIBRARY_FOLDER, "."}) {
         const fs::path path = folder / place / "libPlaybackRecorder.so";
-        if (fs::exists(path, error)) {
+        if (fs::exists(path, error))
             return fs::canonical(path, error).string();
-        }
     }
     return {};
 }

@@ -25,9 +25,8 @@ bool IsBusy(const fs::path& file)
 {
     const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
     const bool busy = descriptor >= 0 && flock(descriptor, LOCK_SH | LOCK_NB) != 0;
-    if (descriptor >= 0) {
+    if (descriptor >= 0)
         close(descriptor);
-    }
     return busy;
 }
 
@@ -43,11 +42,9 @@ std::vector<Recording> List(const fs::path& folder)
 {
     std::vector<Recording> recordings;
     std::error_code error;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
-        if (entry.path().extension() == captureEnding) {
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error))
+        if (entry.path().extension() == captureEnding)
             recordings.push_back(FromName(entry.path()));
-        }
-    }
     return recordings;
 }
 
@@ -57,9 +54,8 @@ std::vector<Recording> ListWhenWritten(const fs::path& folder, pid_t process)
         std::vector<Recording> recordings = List(folder);
         const auto busy = std::ranges::find_if(recordings, &Recording::isBusy);
         const bool hasOwn = std::ranges::find(recordings, process, &Recording::process) != recordings.end();
-        if (busy == recordings.end() || (polls > pollsOfGrace && (hasOwn || WasStopped()))) {
+        if (busy == recordings.end() || (polls > pollsOfGrace && (hasOwn || WasStopped())))
             return recordings;
-        }
         if (polls == pollsOfGrace) {
             std::fprintf(stderr, "playback-record: %s (process %d) is still running; waiting for it to end\n",
                          busy->program.c_str(), static_cast<int>(busy->process));
@@ -73,13 +69,14 @@ std::vector<Recording> ListWhenWritten(const fs::path& folder, pid_t process)
 std::vector<Recording> CollectRecordings(const fs::path& folder, pid_t process)
 {
     std::vector<Recording> recordings = ListWhenWritten(folder, process);
-    for (Recording& recording : recordings) {
+    for (Recording& recording : recordings)
         recording.summary = Summarize(recording.file.string());
-    }
-    std::erase_if(recordings, [](const Recording& recording) {
-        std::error_code error;
-        return !recording.isBusy && !recording.summary.hasCalls && fs::remove(recording.file, error);
-    });
+    std::erase_if(
+        recordings,
+        [](const Recording& recording) {
+            std::error_code error;
+            return !recording.isBusy && !recording.summary.hasCalls && fs::remove(recording.file, error);
+        });
     std::ranges::sort(recordings, {}, [process](const Recording& recording) {
         return std::tuple(recording.process != process, recording.summary.startTimeUs);
     });

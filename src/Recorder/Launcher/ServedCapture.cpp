@@ -52,14 +52,12 @@ HowItEnded News::Of(pid_t process)
 {
     std::unique_lock lock(m_mutex);
     const auto found = m_status.find(process);
-    if (found == m_status.end()) {
+    if (found == m_status.end())
         return {};
-    }
     m_changed.wait_for(lock, newsTimeout, [&] { return found->second != running; });
     const int status = found->second;
-    if (status == running) {
+    if (status == running)
         return {};
-    }
     return WIFSIGNALED(status)
                ? HowItEnded{Data::ProgramEndKind::Signal, static_cast<std::uint32_t>(WTERMSIG(status))}
                : HowItEnded{Data::ProgramEndKind::Exited, static_cast<std::uint32_t>(WEXITSTATUS(status))};
@@ -72,25 +70,22 @@ Process::Process(pid_t process)
 
 Process::~Process()
 {
-    if (m_descriptor >= 0) {
+    if (m_descriptor >= 0)
         close(m_descriptor);
-    }
 }
 
 bool Process::HasEnded() const
 {
-    if (m_descriptor < 0) {
+    if (m_descriptor < 0)
         return kill(m_process, 0) != 0 && errno == ESRCH;
-    }
     pollfd end = {m_descriptor, POLLIN, 0};
     return poll(&end, 1, 0) > 0;
 }
 
 SharedMemory::SharedMemory() : m_descriptor(memfd_create("playback-channel", MFD_CLOEXEC))
 {
-    if (m_descriptor < 0 || ftruncate(m_descriptor, sharedBytes) != 0) {
+    if (m_descriptor < 0 || ftruncate(m_descriptor, sharedBytes) != 0)
         return;
-    }
     void* const memory =
         mmap(nullptr, sharedBytes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_NORESERVE, m_descriptor, 0);
     if (memory != MAP_FAILED) {
@@ -101,12 +96,10 @@ SharedMemory::SharedMemory() : m_descriptor(memfd_create("playback-channel", MFD
 
 SharedMemory::~SharedMemory()
 {
-    if (m_channel != nullptr) {
+    if (m_channel != nullptr)
         munmap(m_channel, sharedBytes);
-    }
-    if (m_descriptor >= 0) {
+    if (m_descriptor >= 0)
         close(m_descriptor);
-    }
 }
 
 ServedCapture::ServedCapture(pid_t process, std::string program, const WriterPlace& place, News& news, int wake)
@@ -116,9 +109,8 @@ ServedCapture::ServedCapture(pid_t process, std::string program, const WriterPla
 
 ServedCapture::~ServedCapture()
 {
-    if (m_thread.joinable()) {
+    if (m_thread.joinable())
         m_thread.join();
-    }
 }
 
 bool ServedCapture::Begin(int connection)
@@ -128,9 +120,8 @@ bool ServedCapture::Begin(int connection)
         m_memory.Get() != nullptr
             ? Data::CaptureWriter::Create(CreateCaptureFile(m_place.folder, m_program, m_process.Number()), {}, error)
             : nullptr;
-    if (writer == nullptr) {
+    if (writer == nullptr)
         return false;
-    }
     m_drain = std::make_unique<Drain>(*m_memory.Get(), std::move(writer));
     m_thread = std::thread([this] { Run(); });
     m_hasBegun.wait(false);
@@ -154,9 +145,8 @@ void ServedCapture::Run()
     } catch (...) {
         Fail(channel, "no memory to write with");
     }
-    if (channel.hasFailed == failed && channel.isFailureTold.exchange(1) == 0) {
+    if (channel.hasFailed == failed && channel.isFailureTold.exchange(1) == 0)
         TellFailure(channel.error);
-    }
     m_drain.reset();
     m_isDone = true;
     const std::uint64_t one = 1;
@@ -170,12 +160,10 @@ void ServedCapture::Write(Channel& channel)
         const std::uint32_t seen = channel.requests;
         hasEnded = m_process.HasEnded();
         const bool isBusy = m_drain->Take();
-        if (m_isReplaced) {
+        if (m_isReplaced)
             break;
-        }
-        if (!hasEnded) {
+        if (!hasEnded)
             WaitForCall(channel, seen, isBusy ? busyWaitMs : idleWaitMs);
-        }
     }
     const bool asksHow = channel.isFinished == 0 && hasEnded;
     m_drain->Finish(m_isReplaced ? HowItEnded{Data::ProgramEndKind::Replaced, 0}

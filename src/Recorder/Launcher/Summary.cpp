@@ -16,9 +16,8 @@ namespace {
 Data::SummaryCounts Count(Data::CaptureSource& source, const std::string& path, std::string& error)
 {
     std::string unused;
-    if (const auto counts = Data::ReadSummary(source, unused)) {
+    if (const auto counts = Data::ReadSummary(source, unused))
         return *counts;
-    }
     Data::Diagnostics diagnostics(path, [&error](const std::string& line) { error = line; });
     Data::SummaryCounter counter(source.Calls());
     Data::WalkRecords(source, diagnostics, [&](const Data::RecordView& record) { counter.Count(record); });
@@ -28,11 +27,10 @@ Data::SummaryCounts Count(Data::CaptureSource& source, const std::string& path, 
 std::string Size(std::uint64_t bytes)
 {
     char text[32];
-    if (bytes < 1024 * 1024) {
+    if (bytes < 1024 * 1024)
         std::snprintf(text, sizeof text, "%.0f KiB", static_cast<double>(bytes) / 1024);
-    } else {
+    else
         std::snprintf(text, sizeof text, "%.1f MiB", static_cast<double>(bytes) / (1024 * 1024));
-    }
     return text;
 }
 
@@ -49,9 +47,8 @@ Summary Summarize(const std::string& path)
 {
     Summary summary;
     const auto source = Data::CaptureSource::Open(path, summary.error);
-    if (!source) {
+    if (!source)
         return summary;
-    }
     summary.startTimeUs = source->Header().startTimeUs;
     summary.fileBytes = source->FileBytes();
     summary.isComplete = source->IsComplete();
@@ -59,9 +56,8 @@ Summary Summarize(const std::string& path)
     const Data::SummaryCounts counts = Count(*source, path, summary.error);
     summary.frames = counts.frames;
     summary.calls = counts.calls;
-    for (std::size_t id = 0; id < counts.callsById.size(); ++id) {
+    for (std::size_t id = 0; id < counts.callsById.size(); ++id)
         summary.hasCalls = summary.hasCalls || (counts.callsById[id] != 0 && !Data::IsEGL(source->Calls()[id].name));
-    }
     summary.notes.assign(counts.notes.begin(), counts.notes.end());
     summary.end = Data::FindProgramEnd(*source);
     return summary;
@@ -73,14 +69,12 @@ std::string Describe(const std::string& path, const Summary& summary)
                        Util::Counted(summary.calls, "call") + ", " + Size(summary.fileBytes) + ", " +
                        Seconds(summary.timeUs) + "\n";
     // The end of one that is not complete is missing; why, is known to who recorded it.
-    if (summary.isComplete && !summary.error.empty()) {
+    if (summary.isComplete && !summary.error.empty())
         text += "  The capture cannot be read to its end: " + summary.error + "\n";
-    }
     if (!summary.notes.empty()) {
         text += "  Could not be recorded:\n";
-        for (const auto& [what, count] : summary.notes) {
+        for (const auto& [what, count] : summary.notes)
             text += "    " + what + " (" + Util::Counted(count, "time") + ")\n";
-        }
     }
     return text;
 }

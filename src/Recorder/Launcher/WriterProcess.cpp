@@ -22,9 +22,8 @@ int Listen(const std::string& folder)
     const bool isBound = bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
                          listen(listening, SOMAXCONN) == 0;
     close(place);
-    if (isBound) {
+    if (isBound)
         return listening;
-    }
     close(listening);
     return -1;
 }
@@ -35,17 +34,15 @@ WriterProcess::WriterProcess(const std::string& folder, int reports)
 {
     int control[2];
     const int listening = Listen(folder);
-    if (listening < 0 || socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, control) != 0) {
+    if (listening < 0 || socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, control) != 0)
         return;
-    }
     m_writer = fork();
     if (m_writer == 0) {
         close(control[0]);
         // Away from the terminal and its signals. What ends the programs ends this process too, after them.
         setsid();
-        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE}) {
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE})
             std::signal(signal, SIG_IGN);
-        }
         ServeRecordings({folder, listening, control[1], reports});
         _exit(0);
     }
@@ -56,12 +53,10 @@ WriterProcess::WriterProcess(const std::string& folder, int reports)
 
 WriterProcess::~WriterProcess()
 {
-    if (m_control >= 0) {
+    if (m_control >= 0)
         close(m_control);
-    }
-    if (m_isIdle) {
+    if (m_isIdle)
         waitpid(m_writer, nullptr, 0);
-    }
 }
 
 void WriterProcess::TellStart(pid_t process) const

@@ -28,19 +28,16 @@ public:
         while (m_hasLauncher || !m_captures.empty()) {
             pollfd events[] = {
                 {m_place.listening, POLLIN, 0}, {m_wake, POLLIN, 0}, {m_hasLauncher ? m_place.control : -1, POLLIN, 0}};
-            if (poll(events, std::size(events), -1) < 0) {
+            if (poll(events, std::size(events), -1) < 0)
                 continue;
-            }
             if (events[1].revents != 0) {
                 std::uint64_t count = 0;
                 [[maybe_unused]] const ssize_t bytes = read(m_wake, &count, sizeof count);
             }
-            if (events[0].revents != 0) {
+            if (events[0].revents != 0)
                 Accept();
-            }
-            if (events[2].revents != 0) {
+            if (events[2].revents != 0)
                 TakeNews();
-            }
             std::erase_if(m_captures, [](const auto& capture) { return capture->IsDone(); });
             Answer();
         }
@@ -66,16 +63,13 @@ private:
 
     void Serve(int connection, pid_t process, const char* program)
     {
-        for (const auto& capture : m_captures) {
-            if (capture->Number() == process) {
+        for (const auto& capture : m_captures)
+            if (capture->Number() == process)
                 capture->Replace();
-            }
-        }
         try {
             auto capture = std::make_unique<ServedCapture>(process, program, m_place, m_news, m_wake);
-            if (capture->Begin(connection)) {
+            if (capture->Begin(connection))
                 m_captures.push_back(std::move(capture));
-            }
         } catch (...) {
             // The program writes itself.
         }
@@ -88,25 +82,25 @@ private:
             m_hasLauncher = false;
             // Whoever reads the messages of playback-record is not to wait for this process.
             const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
-            for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+            for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
                 dup2(nowhere, descriptor);
-            }
             return;
         }
         m_news.Take(news);
-        if (news.what == ProcessNews::ended) {
+        if (news.what == ProcessNews::ended)
             m_unanswered.push_back(news.process);
-        }
     }
 
     void Answer()
     {
-        std::erase_if(m_unanswered, [this](pid_t process) {
-            const bool isWritten = std::ranges::none_of(
-                m_captures, [process](const auto& capture) { return capture->Number() == process; });
-            const char done = m_captures.empty() ? WriterAnswer::idle : WriterAnswer::busy;
-            return isWritten && send(m_place.control, &done, sizeof done, MSG_NOSIGNAL) >= 0;
-        });
+        std::erase_if(
+            m_unanswered,
+            [this](pid_t process) {
+                const bool isWritten = std::ranges::none_of(
+                    m_captures, [process](const auto& capture) { return capture->Number() == process; });
+                const char done = m_captures.empty() ? WriterAnswer::idle : WriterAnswer::busy;
+                return isWritten && send(m_place.control, &done, sizeof done, MSG_NOSIGNAL) >= 0;
+            });
     }
 
     const WriterPlace& m_place;

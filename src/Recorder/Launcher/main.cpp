@@ -62,12 +62,10 @@ int Trouble(const std::string& message, ExitStatus status)
 std::string WhyIncomplete(const Recorder::Recording& recording, const std::string& unwritten,
                           const Recorder::ProgramEnd& end)
 {
-    if (!unwritten.empty()) {
+    if (!unwritten.empty())
         return "It ends early: " + unwritten;
-    }
-    if (recording.isBusy) {
+    if (recording.isBusy)
         return "The process goes on, and writes to it until it ends.";
-    }
     const std::string how = recording.process != end.process ? "It was killed, or ended"
                             : end.signal != 0                ? "It ended"
                                                              : "It ended with status " + std::to_string(end.status);
@@ -96,12 +94,10 @@ public:
             text += "  It is of " + recording.program + ", process " + std::to_string(recording.process) +
                     (isFirst ? "; " + m_command + " itself made no OpenGL ES call.\n" : ".\n");
         }
-        if (recording.summary.end.isKnown) {
+        if (recording.summary.end.isKnown)
             text += "  " + recording.program + " " + Data::Describe(recording.summary.end) + ".\n";
-        }
-        if (!recording.summary.isComplete) {
+        if (!recording.summary.isComplete)
             text += "  " + WhyIncomplete(recording, unwritten, m_end) + "\n";
-        }
         text += error.empty() ? "" : "  " + error + "\n";
         std::fputs(("playback-record: " + text).c_str(), stderr);
         m_wasWritten = m_wasWritten && unwritten.empty() && error.empty();
@@ -142,20 +138,16 @@ int Conclude(Recorder::CapturePlace& place, const Recorder::RecordingOptions& op
     std::signal(SIGPIPE, SIG_IGN);
     const std::vector<Recorder::Recording> recordings = Recorder::CollectRecordings(place.Folder(), end.process);
     Conclusion conclusion(place, end, options.command[0]);
-    for (const Recorder::Recording& recording : recordings) {
+    for (const Recorder::Recording& recording : recordings)
         conclusion.Keep(recording, &recording == &recordings.front());
-    }
     // After the last frame wanted the recorder itself ends the program so.
     const bool wasMeant = end.wasStopped || (options.frames != 0 && end.signal == SIGTERM);
-    if (const std::string death = wasMeant ? "" : Recorder::HowItDied(options.command[0], end); !death.empty()) {
+    if (const std::string death = wasMeant ? "" : Recorder::HowItDied(options.command[0], end); !death.empty())
         Trouble(death, ExitStatus::Done);
-    }
-    if (recordings.empty()) {
+    if (recordings.empty())
         return conclusion.TellNothing();
-    }
-    if (!conclusion.WasWritten()) {
+    if (!conclusion.WasWritten())
         return static_cast<int>(ExitStatus::NotWritten);
-    }
     const Recorder::Summary& summary = recordings.front().summary;
     const bool reachedLastFrame = options.frames != 0 && summary.frames >= options.frames;
     const bool endedOnPurpose = reachedLastFrame || (end.wasStopped && summary.isComplete && end.status >= 128);
@@ -170,13 +162,11 @@ int Record(const Util::CommandLine::Result& parsed)
     if (const std::string* frames = parsed.args.FindValue("--frames")) {
         const char* const end = frames->data() + frames->size();
         const auto [stop, problem] = std::from_chars(frames->data(), end, options.frames);
-        if (problem != std::errc() || stop != end || options.frames == 0) {
+        if (problem != std::errc() || stop != end || options.frames == 0)
             return Trouble("--frames: expected a number from 1 on, found '" + *frames + "'", ExitStatus::Usage);
-        }
     }
-    if (options.command.empty()) {
+    if (options.command.empty())
         return Trouble("no COMMAND given; playback-record --help explains", ExitStatus::Usage);
-    }
     const std::string* const wanted = parsed.args.FindValue("-o");
     if (wanted != nullptr && (wanted->empty() || *wanted == "-")) {
         return Trouble("-o: expected the name of a file, found '" + *wanted +
@@ -190,9 +180,8 @@ int Record(const Util::CommandLine::Result& parsed)
     }
     Recorder::CapturePlace place(wanted != nullptr ? fs::path(*wanted)
                                                    : fs::path(options.command[0]).filename().concat(".glcap"));
-    if (const std::string error = place.Open(); !error.empty()) {
+    if (const std::string error = place.Open(); !error.empty())
         return Trouble(error, ExitStatus::NotWritten);
-    }
     options.folder = place.Folder().string();
     const Recorder::ProgramEnd end = Recorder::RunRecorded(options);
     if (!end.error.empty()) {
@@ -208,15 +197,13 @@ int main(int argc, char** argv)
 {
     const Util::CommandLine commandLine(optionTable);
     const auto parsed = commandLine.Parse(argc, argv, Util::AfterFirstPositional::TakeAll);
-    if (!parsed.error.empty()) {
+    if (!parsed.error.empty())
         return Trouble(parsed.error + "; playback-record --help explains", ExitStatus::Usage);
-    }
-    if (parsed.args.HasSwitch("--help")) {
+    if (parsed.args.HasSwitch("--help"))
         Util::Print(commandLine.Help(usage));
-    } else if (parsed.args.HasSwitch("--version")) {
+    else if (parsed.args.HasSwitch("--version"))
         Util::Print("playback-record " PLAYBACK_VERSION "\n");
-    } else {
+    else
         return Record(parsed);
-    }
     return Util::EndProgram("playback-record", ExitStatus::Done);
 }

@@ -52,28 +52,25 @@ void PassOn(int signal, siginfo_t* info, void* context)
 {
     const struct sigaction action = programsAction;
     const bool isFault = info->si_code > 0;
-    if ((action.sa_flags & SA_SIGINFO) == 0 && action.sa_handler == SIG_IGN && !isFault) {
+    if ((action.sa_flags & SA_SIGINFO) == 0 && action.sa_handler == SIG_IGN && !isFault)
         return;
-    }
     if ((action.sa_flags & SA_SIGINFO) == 0 && (action.sa_handler == SIG_DFL || action.sa_handler == SIG_IGN)) {
         EndByFault();
         return;
     }
     sigset_t mask = action.sa_mask;
     sigorset(&mask, &mask, &static_cast<ucontext_t*>(context)->uc_sigmask);
-    if ((action.sa_flags & SA_NODEFER) == 0) {
+    if ((action.sa_flags & SA_NODEFER) == 0)
         sigaddset(&mask, signal);
-    }
     if ((action.sa_flags & SA_RESETHAND) != 0) {
         programsAction.sa_handler = SIG_DFL;
         programsAction.sa_flags = 0;
     }
     setMask(SIG_SETMASK, &mask, nullptr);
-    if ((action.sa_flags & SA_SIGINFO) != 0) {
+    if ((action.sa_flags & SA_SIGINFO) != 0)
         action.sa_sigaction(signal, info, context);
-    } else {
+    else
         action.sa_handler(signal);
-    }
 }
 
 void OnFault(int signal, siginfo_t* info, void* context)
@@ -81,32 +78,27 @@ void OnFault(int signal, siginfo_t* info, void* context)
     const int savedErrno = errno;
     const bool isResolved = info->si_code > 0 && TouchWatched(info->si_addr);
     errno = savedErrno;
-    if (!isResolved) {
+    if (!isResolved)
         PassOn(signal, info, context);
-    }
 }
 
 /// Sets and answers the program's action. It may be called in signal handlers.
 int SetAction(int signal, const struct sigaction* action, struct sigaction* old)
 {
-    if (signal != SIGSEGV || !isHandling) {
+    if (signal != SIGSEGV || !isHandling)
         return Sigaction(signal, action, old);
-    }
     const struct sigaction before = programsAction;
-    if (action != nullptr) {
+    if (action != nullptr)
         programsAction = *action;
-    }
-    if (old != nullptr) {
+    if (old != nullptr)
         *old = before;
-    }
     return 0;
 }
 
 int SetMask(MaskFunction next, int how, const sigset_t* set, sigset_t* old)
 {
-    if (set == nullptr || how == SIG_UNBLOCK || sigismember(set, SIGSEGV) != 1) {
+    if (set == nullptr || how == SIG_UNBLOCK || sigismember(set, SIGSEGV) != 1)
         return next(how, set, old);
-    }
     sigset_t others = *set;
     sigdelset(&others, SIGSEGV);
     return next(how, &others, old);
@@ -139,9 +131,8 @@ RECORDER_EXPORT sighandler_t signal(int signal, sighandler_t handler) noexcept
 {
     using namespace Recorder;
     static const auto next = Next<SignalFunction>("signal");
-    if (signal != SIGSEGV) {
+    if (signal != SIGSEGV)
         return next(signal, handler);
-    }
     struct sigaction action = {};
     action.sa_handler = handler;
     action.sa_flags = SA_RESTART;

@@ -16,9 +16,8 @@ void* RecordMapping(const Capturing& capturing, Context& context, void* result, 
                     GLsizeiptr length, GLbitfield access)
 {
     Record::glMapBufferRange(capturing, context, result, target, offset, length, access);
-    if (result == nullptr) {
+    if (result == nullptr)
         return nullptr;
-    }
     context.Track(capturing,
                   [&](Data::ContextState&) { context.SetMappingInReplay(target, (access & GL_MAP_WRITE_BIT) != 0); });
     return ChangesUnannounced(access) ? Watch(capturing, context, target, result) : result;
@@ -51,9 +50,8 @@ void RecordFlush(const Capturing& capturing, Context& context, GLenum target, GL
         context.Track(capturing, [&](Data::ContextState& state) { state.MappedData(target, offset, data, length); });
     }
     Record::glFlushMappedBufferRange(capturing, context, target, offset, length);
-    if (!isInReplay && (buffer->mapAccess & GL_MAP_PERSISTENT_BIT_EXT) != 0) {
+    if (!isInReplay && (buffer->mapAccess & GL_MAP_PERSISTENT_BIT_EXT) != 0)
         Record::glBufferSubData(capturing, context, target, buffer->mappedOffset + offset, length, data);
-    }
 }
 
 void FlushMappedBufferRange(Entry entry, GLenum target, GLintptr offset, GLsizeiptr length)
@@ -62,9 +60,8 @@ void FlushMappedBufferRange(Entry entry, GLenum target, GLintptr offset, GLsizei
     const GLCall call;
     While(call ? Record::Begin::glFlushMappedBufferRange(*call, target, offset, length) : CallRecord(),
           [&] { live(target, offset, length); });
-    if (call) {
+    if (call)
         RecordFlush(Capturing(), *call, target, offset, length);
-    }
 }
 
 /// A range of a buffer in the program's memory.
@@ -83,18 +80,16 @@ MappedRange RecordMappedContents(const Capturing& capturing, Context& context, G
         EndWatch(capturing, context, live) || EndWatch(capturing, context, context.State().BoundBuffer(target));
 
     const Data::BufferState* const buffer = context.State().Buffer(target);
-    if (!capturing || buffer == nullptr || buffer->mapped == nullptr || (buffer->mapAccess & GL_MAP_WRITE_BIT) == 0) {
+    if (!capturing || buffer == nullptr || buffer->mapped == nullptr || (buffer->mapAccess & GL_MAP_WRITE_BIT) == 0)
         return {};
-    }
     // Of a mapping that is flushed in parts, nothing counts but those parts, and of a watched one nothing but what
     // changed; they are written already.
     const bool isFlushed = isWatched || (buffer->mapAccess & GL_MAP_FLUSH_EXPLICIT_BIT) != 0;
     const MappedRange range = {isFlushed ? nullptr : buffer->mapped, buffer->mappedOffset,
                                isFlushed ? 0 : buffer->mappedBytes};
     context.Track(capturing, [&](Data::ContextState& state) { state.MappedData(target, 0, range.data, range.bytes); });
-    if (!context.TakeMappingInReplay(target)) {
+    if (!context.TakeMappingInReplay(target))
         return range;
-    }
     capturing->UnmapBuffer(target, range.data, static_cast<std::uint32_t>(range.bytes));
     return {};
 }
@@ -104,9 +99,8 @@ MappedRange RecordMappedContents(const Capturing& capturing, Context& context, G
 void* LivePointer(GLenum target)
 {
     void* live = nullptr;
-    if (isAnythingWatched) {
+    if (isAnythingWatched)
         Live<void (*)(GLenum, GLenum, void**)>(Entry::glGetBufferPointerv)(target, GL_BUFFER_MAP_POINTER, &live);
-    }
     return live;
 }
 
@@ -115,9 +109,8 @@ void RecordUnmap(const Capturing& capturing, Context& context, GLenum target, co
 {
     const MappedRange upload = RecordMappedContents(capturing, context, target, live);
     Record::glUnmapBuffer(capturing, context, GL_TRUE, target);
-    if (upload.bytes > 0) {
+    if (upload.bytes > 0)
         Record::glBufferSubData(capturing, context, target, upload.offset, upload.bytes, upload.data);
-    }
 }
 
 GLboolean UnmapBuffer(Entry entry, GLenum target)
@@ -138,9 +131,8 @@ void GetBufferPointer(Entry entry, GLenum target, GLenum pname, void** params)
     const GLCall call;
     live(target, pname, params);
     if (call) {
-        if (params != nullptr && pname == GL_BUFFER_MAP_POINTER) {
+        if (params != nullptr && pname == GL_BUFFER_MAP_POINTER)
             *params = WatchedInPlaceOf(*params);
-        }
         Record::glGetBufferPointerv(Capturing(), *call, target, pname, params);
     }
 }
@@ -165,9 +157,8 @@ RECORDER_EXPORT void* glMapBufferOES(GLenum target, GLenum access)
     const auto live = Live<void* (*)(GLenum, GLenum)>(Entry::glMapBufferOES);
     const GLCall call;
     void* const result = live(target, access);
-    if (!call) {
+    if (!call)
         return result;
-    }
     const Capturing capturing;
     const Data::BufferState* const buffer = call->State().Buffer(target);
     return RecordMapping(capturing, *call, result, target, 0, buffer != nullptr ? buffer->bytes : 0,
@@ -227,9 +218,8 @@ RECORDER_EXPORT void glDeleteBuffers(GLsizei n, const GLuint* buffers)
     const GLCall call;
     if (call) {
         const Capturing capturing;
-        for (const GLuint buffer : Data::ObjectNames(n, buffers)) {
+        for (const GLuint buffer : Data::ObjectNames(n, buffers))
             EndWatch(capturing, *call, buffer);
-        }
         Record::glDeleteBuffers(capturing, *call, n, buffers);
     }
     const LastIsOpen open(static_cast<bool>(call));

@@ -27,13 +27,11 @@ template <class Function> Function* Next(const char* name)
 /// Calls read(memory), which writes to `bytes` bytes and answers how many, for the program's memory.
 template <class Read> auto ReadInto(void* memory, std::size_t bytes, Read read)
 {
-    if (!IsInWatched(memory, bytes)) [[likely]] {
+    if (!IsInWatched(memory, bytes)) [[likely]]
         return read(memory);
-    }
     const std::unique_ptr<char[]> own(new (std::nothrow) char[bytes]);
-    if (own == nullptr) {
+    if (own == nullptr)
         return read(memory);
-    }
     const auto count = read(own.get());
     if (count > 0) {
         const int savedErrno = errno;
@@ -80,9 +78,8 @@ RECORDER_EXPORT ssize_t recvfrom(int socket, void* memory, std::size_t bytes, in
 RECORDER_EXPORT std::size_t fread(void* memory, std::size_t size, std::size_t count, FILE* file)
 {
     static auto* const next = Recorder::Next<decltype(::fread)>("fread");
-    if (!Recorder::IsInWatched(memory, size * count)) [[likely]] {
+    if (!Recorder::IsInWatched(memory, size * count)) [[likely]]
         return next(memory, size, count, file);
-    }
     // A part of an element at the end of the file is written too.
     const std::size_t bytes =
         Recorder::ReadInto(memory, size * count, [&](void* to) { return next(to, 1, size * count, file); });

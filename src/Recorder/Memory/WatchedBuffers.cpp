@@ -46,8 +46,8 @@ std::vector<WatchedBuffer>& Buffers()
 
 auto Find(const void* live)
 {
-    return std::ranges::find_if(Buffers(),
-                                [live](const WatchedBuffer& buffer) { return buffer.memory->Live() == live; });
+    return std::ranges::find_if(
+        Buffers(), [live](const WatchedBuffer& buffer) { return buffer.memory->Live() == live; });
 }
 
 /// Stands for the binding of a buffer in the capture: bound when first asked for, unbound at the end.
@@ -67,9 +67,8 @@ public:
 private:
     void Bind(std::uint32_t buffer)
     {
-        if (m_context.State().BoundBuffer(GL_ARRAY_BUFFER) != buffer) {
+        if (m_context.State().BoundBuffer(GL_ARRAY_BUFFER) != buffer)
             Record::glBindBuffer(m_capturing, m_context, GL_ARRAY_BUFFER, buffer);
-        }
     }
 
     const Capturing& m_capturing;
@@ -88,9 +87,8 @@ Data::BufferState* StateOf(const WatchedBuffer& buffer, Context& context)
 void Publish(const Capturing& capturing, Context& context, WatchedBuffer& buffer, bool mayStayOpen)
 {
     Data::BufferState* const state = StateOf(buffer, context);
-    if (state == nullptr || !buffer.memory->MayHaveChanges()) {
+    if (state == nullptr || !buffer.memory->MayHaveChanges())
         return;
-    }
     const bool isWrittenByDriver = state->isWrittenByDriver;
     RecordedBinding binding(capturing, context, buffer.name);
     const auto upload = [&](std::size_t at, const void* data, std::size_t bytes) {
@@ -98,20 +96,18 @@ void Publish(const Capturing& capturing, Context& context, WatchedBuffer& buffer
         Record::glBufferSubData(capturing, context, GL_ARRAY_BUFFER, buffer.offset + static_cast<std::int64_t>(at),
                                 static_cast<std::int64_t>(bytes), data);
     };
-    if (isWrittenByDriver) {
+    if (isWrittenByDriver)
         buffer.memory->TakeChanges<sharedUnit>(mayStayOpen, upload);
-    } else {
+    else
         buffer.memory->TakeChanges<unit>(mayStayOpen, upload);
-    }
     state->isWrittenByDriver = isWrittenByDriver; // nothing but the capture says so
 }
 
 /// False for the end of the list.
 bool End(const Capturing& capturing, Context& context, std::vector<WatchedBuffer>::iterator buffer)
 {
-    if (buffer == Buffers().end()) {
+    if (buffer == Buffers().end())
         return false;
-    }
     Publish(capturing, context, *buffer, false);
     Buffers().erase(buffer);
     isAnythingWatched = !Buffers().empty();
@@ -122,9 +118,8 @@ bool End(const Capturing& capturing, Context& context, std::vector<WatchedBuffer
 
 void* Watch(const Capturing& capturing, Context& context, std::uint32_t target, void* live) noexcept
 {
-    if (!capturing) {
+    if (!capturing)
         return live;
-    }
     try {
         const std::uint32_t name = context.State().BoundBuffer(target);
         const Data::BufferState* const state = context.State().Buffer(target);
@@ -175,9 +170,8 @@ bool TouchWatched(const void* address) noexcept
     const std::lock_guard guard(lock);
     const auto buffer = std::ranges::find_if(
         Buffers(), [address](const WatchedBuffer& watched) { return watched.memory->Contains(address); });
-    if (buffer == Buffers().end() || !buffer->memory->Touch(address)) {
+    if (buffer == Buffers().end() || !buffer->memory->Touch(address))
         return false;
-    }
     mayHaveWatchedChanges = true;
     return true;
 }
@@ -195,9 +189,8 @@ void PublishChanges(Context& context) noexcept
     const std::lock_guard guard(lock);
     bool isAnyLeft = false;
     for (WatchedBuffer& buffer : Buffers()) {
-        if (buffer.IsOf(context)) {
+        if (buffer.IsOf(context))
             Publish(capturing, context, buffer, true);
-        }
         isAnyLeft = isAnyLeft || (buffer.memory->MayHaveChanges() && !buffer.group.expired());
     }
     mayHaveWatchedChanges = isAnyLeft;

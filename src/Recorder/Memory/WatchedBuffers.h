@@ -57,17 +57,15 @@ void TakeUpResults(Context& context) noexcept;
 /// Ahead of a call that uses buffers: has everything there that the program wrote.
 inline void BeforeUse(Context& context)
 {
-    if (mayHaveWatchedChanges.load(std::memory_order_relaxed)) [[unlikely]] {
+    if (mayHaveWatchedChanges.load(std::memory_order_relaxed)) [[unlikely]]
         PublishChanges(context);
-    }
 }
 
 /// Behind a call that waited for the driver: what the program reads from its memory next is what the driver wrote.
 inline void AfterWait(Context& context)
 {
-    if (isAnythingWatched.load(std::memory_order_relaxed)) [[unlikely]] {
+    if (isAnythingWatched.load(std::memory_order_relaxed)) [[unlikely]]
         TakeUpResults(context);
-    }
 }
 
 } // namespace Recorder

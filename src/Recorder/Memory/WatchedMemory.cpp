@@ -47,27 +47,23 @@ WatchedMemory::WatchedMemory(std::size_t lead, std::size_t bytes, bool isRead)
     : m_begin(lead), m_end(lead + bytes), m_blockBytes(PageBytes()), m_isRead(isRead),
       m_bytes(RoundUp(lead + bytes, PageBytes()))
 {
-    while (m_bytes / m_blockBytes > maxBlocks) {
+    while (m_bytes / m_blockBytes > maxBlocks)
         m_blockBytes *= 2;
-    }
     m_states.assign(RoundUp(m_bytes, m_blockBytes) / m_blockBytes, State::Stale);
 }
 
 WatchedMemory::~WatchedMemory()
 {
-    for (std::uint8_t* const memory : {m_program, m_open, m_known}) {
-        if (memory != nullptr) {
+    for (std::uint8_t* const memory : {m_program, m_open, m_known})
+        if (memory != nullptr)
             munmap(memory, m_bytes);
-        }
-    }
 }
 
 bool WatchedMemory::Allocate()
 {
     const int file = memfd_create("playback-record", MFD_CLOEXEC);
-    if (file < 0) {
+    if (file < 0)
         return false;
-    }
     if (ftruncate(file, static_cast<off_t>(m_bytes)) == 0) {
         m_program = Map(m_bytes, PROT_NONE, MAP_SHARED, file);
         m_open = Map(m_bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file);
@@ -97,9 +93,8 @@ bool WatchedMemory::Raise(const Range& blocks, State state)
             std::memcpy(m_open + bytes.begin, m_known + bytes.begin, bytes.end - bytes.begin);
         }
     }
-    if (!Protect(blocks, state == State::Dirty ? PROT_READ | PROT_WRITE : PROT_READ)) {
+    if (!Protect(blocks, state == State::Dirty ? PROT_READ | PROT_WRITE : PROT_READ))
         return false;
-    }
     for (std::size_t block = blocks.begin; block < blocks.end; ++block) {
         m_dirtyBlocks += state == State::Dirty && m_states[block] != State::Dirty ? 1 : 0;
         m_states[block] = state;
@@ -114,18 +109,15 @@ bool WatchedMemory::Touch(const void* address) noexcept
     const std::size_t block =
         static_cast<std::size_t>(static_cast<const std::uint8_t*>(address) - m_program) / m_blockBytes;
     const State before = m_states[block];
-    if (before == State::Dirty) {
+    if (before == State::Dirty)
         return true; // another thread was here first
-    }
     const State state = before == State::Stale && m_isRead ? State::Clean : State::Dirty;
     // Programs mostly go on where they are: the further one has come, the more blocks it gets at once.
     Range blocks = {block, block + 1};
     const std::size_t most = maxBytesAhead / m_blockBytes;
-    for (std::size_t back = block; back > 0 && m_states[back - 1] >= state && block - back < most; --back) {
-        if (blocks.end < m_states.size() && m_states[blocks.end] < state) {
+    for (std::size_t back = block; back > 0 && m_states[back - 1] >= state && block - back < most; --back)
+        if (blocks.end < m_states.size() && m_states[blocks.end] < state)
             ++blocks.end;
-        }
-    }
     // Where the system has no more pieces of memory to give, all of it becomes one.
     return Raise(blocks, state) || Raise({0, m_states.size()}, State::Dirty);
 }
@@ -141,13 +133,11 @@ std::size_t WatchedMemory::FindDirty(std::size_t begin) const
 bool WatchedMemory::NextDirty(Range& range, bool staysOpen) noexcept
 {
     Range blocks = {FindDirty(RoundUp(range.end, m_blockBytes) / m_blockBytes), 0};
-    if (blocks.begin == m_states.size()) {
+    if (blocks.begin == m_states.size())
         return false;
-    }
     blocks.end = blocks.begin;
-    while (blocks.end < m_states.size() && m_states[blocks.end] == State::Dirty) {
+    while (blocks.end < m_states.size() && m_states[blocks.end] == State::Dirty)
         ++blocks.end;
-    }
     if (!staysOpen && Protect(blocks, PROT_READ)) {
         std::fill(m_states.data() + blocks.begin, m_states.data() + blocks.end, State::Clean);
         m_dirtyBlocks -= blocks.end - blocks.begin;

@@ -123,16 +123,13 @@ bool WatchedMemory::FindChange(std::size_t& begin, std::size_t& end, std::size_t
     const auto differs = [this, limit](std::size_t at, std::size_t bytes) {
         return std::memcmp(m_program + at, m_known + at, at + bytes <= limit ? bytes : limit - at) != 0;
     };
-    while (begin < limit && !differs(begin, step)) {
+    while (begin < limit && !differs(begin, step))
         begin += step;
-    }
-    while (begin < limit && !differs(begin, Grain)) {
+    while (begin < limit && !differs(begin, Grain))
         begin += Grain;
-    }
     end = begin;
-    while (end < limit && differs(end, Grain)) {
+    while (end < limit && differs(end, Grain))
         end += Grain;
-    }
     begin = begin < limit ? begin : limit;
     end = end < limit ? end : limit;
     return begin < end;

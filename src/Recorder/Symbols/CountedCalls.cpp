@@ -47,9 +47,8 @@ void Count(CountedFunction& function)
         calls = SharedCount(*capture.channel, function.name);
         function.calls = calls;
     }
-    if (calls != nullptr) {
+    if (calls != nullptr)
         ++*calls;
-    }
 }
 
 void* EntryOf(std::size_t index)
@@ -62,16 +61,13 @@ void* EntryOf(std::size_t index)
 void* CountCallsOf(const char* name, void* function) noexcept
 {
     const std::lock_guard lock(counted.mutex);
-    for (std::size_t i = 0; i < counted.count; ++i) {
-        if (counted.all[i].function == function && std::strcmp(counted.all[i].name, name) == 0) {
+    for (std::size_t i = 0; i < counted.count; ++i)
+        if (counted.all[i].function == function && std::strcmp(counted.all[i].name, name) == 0)
             return EntryOf(i);
-        }
-    }
     // Kept for good, as the program keeps the function.
     const char* const ownName = counted.count < counted.all.size() ? strdup(name) : nullptr;
-    if (ownName == nullptr) {
+    if (ownName == nullptr)
         return function;
-    }
     counted.all[counted.count].name = ownName;
     counted.all[counted.count].function = function;
     return EntryOf(counted.count++);
@@ -86,9 +82,8 @@ extern "C" __attribute__((used, visibility("hidden"))) void* RecorderCountCall(s
     using namespace Recorder;
     CountedFunction& function = counted.all[index];
     const bool isEGL = std::strncmp(function.name, "egl", 3) == 0;
-    if (isEGL ? !DriverGuard::Inside() : thread.recording != nullptr) {
+    if (isEGL ? !DriverGuard::Inside() : thread.recording != nullptr)
         Count(function);
-    }
     return function.function;
 }
 

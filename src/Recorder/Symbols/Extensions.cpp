@@ -54,9 +54,8 @@ std::vector<const char*> DriverExtensions()
     Live<void (*)(GLenum, GLint*)>(Entry::glGetIntegerv)(GL_NUM_EXTENSIONS, &count);
     const auto getStringi = Live<const GLubyte* (*)(GLenum, GLuint)>(Entry::glGetStringi);
     std::vector<const char*> names;
-    for (GLint i = 0; i < count; ++i) {
+    for (GLint i = 0; i < count; ++i)
         names.push_back(reinterpret_cast<const char*>(getStringi(GL_EXTENSIONS, static_cast<GLuint>(i))));
-    }
     return names;
 }
 
@@ -70,15 +69,13 @@ bool IsHiddenExtension(const char* name) noexcept
 const char* WithoutHiddenExtensions(const char* list) noexcept
 {
     try {
-        if (list == nullptr) {
+        if (list == nullptr)
             return nullptr;
-        }
         Answers& answers = TheAnswers();
         const std::lock_guard lock(answers.mutex);
         const auto [place, isNew] = answers.filtered.try_emplace(list);
-        if (isNew) {
+        if (isNew)
             place->second = Filter(list);
-        }
         return place->second.c_str();
     } catch (...) {
         return list;

@@ -33,11 +33,9 @@ constexpr const char* dlsymVersions[] = {"GLIBC_2.2.5", "GLIBC_2.17", "GLIBC_2.3
 
 DlsymFunction FindRealDlsym()
 {
-    for (const char* version : dlsymVersions) {
-        if (void* function = dlvsym(RTLD_NEXT, "dlsym", version)) {
+    for (const char* version : dlsymVersions)
+        if (void* function = dlvsym(RTLD_NEXT, "dlsym", version))
             return reinterpret_cast<DlsymFunction>(function);
-        }
-    }
     // No C library without dlsym loads this library.
     __builtin_trap();
 }
@@ -45,12 +43,10 @@ DlsymFunction FindRealDlsym()
 /// Where the system keeps a function. Programs may have loaded that library for one of their modules only.
 const char* SystemLibrary(std::string_view function)
 {
-    if (Data::IsEGL(function)) {
+    if (Data::IsEGL(function))
         return "libEGL.so.1";
-    }
-    if (function.starts_with("wl_")) {
+    if (function.starts_with("wl_"))
         return "libwayland-egl.so.1";
-    }
     return function.starts_with("glX") ? "libGL.so.1" : "libGLESv2.so.2";
 }
 
@@ -65,16 +61,14 @@ void Pin(void* function)
 {
     static std::atomic<void*> last = nullptr;
     Dl_info info = {};
-    if (dladdr(function, &info) != 0 && last.exchange(info.dli_fbase) != info.dli_fbase) {
+    if (dladdr(function, &info) != 0 && last.exchange(info.dli_fbase) != info.dli_fbase)
         dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
-    }
 }
 
 void* FindByProcAddress(Entry entry)
 {
-    if (entry == Entry::eglGetProcAddress) {
+    if (entry == Entry::eglGetProcAddress)
         return nullptr;
-    }
     using GetProcAddress = void* (*)(const char*);
     return Live<GetProcAddress>(Entry::eglGetProcAddress)(entryPoints[Index(entry)].name);
 }
@@ -93,9 +87,8 @@ std::optional<Entry> FindEntry(const char* name) noexcept
         std::lower_bound(entryPoints.begin(), entryPoints.end(), name, [](const EntryPoint& entry, const char* wanted) {
             return std::strcmp(entry.name, wanted) < 0;
         });
-    if (found == entryPoints.end() || std::strcmp(found->name, name) != 0) {
+    if (found == entryPoints.end() || std::strcmp(found->name, name) != 0)
         return std::nullopt;
-    }
     return static_cast<Entry>(found - entryPoints.begin());
 }
 
@@ -107,24 +100,20 @@ void* FunctionOf(Entry entry) noexcept
 void OfferLive(Entry entry, void* function) noexcept
 {
     void* expected = nullptr;
-    if (function != FunctionOf(entry) && liveFunctions[Index(entry)].compare_exchange_strong(expected, function)) {
+    if (function != FunctionOf(entry) && liveFunctions[Index(entry)].compare_exchange_strong(expected, function))
         Pin(function);
-    }
 }
 
 void* ResolveLive(Entry entry) noexcept
 {
     const char* const name = entryPoints[Index(entry)].name;
     void* function = RealDlsym()(RTLD_NEXT, name);
-    if (function == nullptr) {
+    if (function == nullptr)
         function = FindInSystemLibrary(name);
-    }
-    if (function == nullptr) {
+    if (function == nullptr)
         function = FindByProcAddress(entry);
-    }
-    if (function == nullptr) {
+    if (function == nullptr)
         function = reinterpret_cast<void*>(&NoFunction);
-    }
     OfferLive(entry, function);
     return liveFunctions[Index(entry)].load(std::memory_order_relaxed);
 }

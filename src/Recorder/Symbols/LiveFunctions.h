@@ -38,9 +38,8 @@ void OfferLive(Entry entry, void* function) noexcept;
 template <class Function> [[nodiscard]] Function Live(Entry entry) noexcept
 {
     void* function = liveFunctions[static_cast<std::size_t>(entry)].load(std::memory_order_relaxed);
-    if (__builtin_expect(function == nullptr, 0)) {
+    if (__builtin_expect(function == nullptr, 0))
         function = ResolveLive(entry);
-    }
     return reinterpret_cast<Function>(function);
 }
 

@@ -27,9 +27,8 @@ bool StartsWith(const char* text, const char* start)
 bool IsInGLLibrary(void* function)
 {
     Dl_info info = {};
-    if (dladdr(function, &info) == 0) {
+    if (dladdr(function, &info) == 0)
         return false;
-    }
     const char* const slash = std::strrchr(info.dli_fname, '/');
     const char* const file = slash != nullptr ? slash + 1 : info.dli_fname;
     return StartsWith(file, "libEGL") || StartsWith(file, "libGL") || StartsWith(file, "libOpenGL");
@@ -39,9 +38,8 @@ bool IsInGLLibrary(void* function)
 void* DlsymOfLibrary(void* handle, const char* name) noexcept
 {
     void* const found = RealDlsym()(handle, name);
-    if (found == nullptr) {
+    if (found == nullptr)
         return nullptr;
-    }
     if (const auto entry = FindEntry(name)) {
         OfferLive(*entry, found);
         return FunctionOf(*entry);
@@ -57,9 +55,8 @@ bool MayBeOurs(const char* name)
 /// Tells playback-record what the program itself looks up.
 void ReportProgramsLookup(const char* name)
 {
-    if (name != nullptr && (StartsWith(name, "glX") || StartsWith(name, "vk")) && !DriverGuard::Inside()) {
+    if (name != nullptr && (StartsWith(name, "glX") || StartsWith(name, "vk")) && !DriverGuard::Inside())
         ReportLookup(name);
-    }
 }
 
 /// What becomes of functions that exist and that the library does not stand in for.
@@ -76,16 +73,14 @@ void* ProcAddress(Finder find, const char* name, Unknown unknown) noexcept
         const DriverGuard guard;
         found = find(name);
     }
-    if (found == nullptr || name == nullptr) {
+    if (found == nullptr || name == nullptr)
         return found;
-    }
     if (const auto entry = FindEntry(name)) {
         OfferLive(*entry, found);
         return FunctionOf(*entry);
     }
-    if (DriverGuard::Inside() || !IsUnrecordable(name)) {
+    if (DriverGuard::Inside() || !IsUnrecordable(name))
         return found;
-    }
     return unknown == Unknown::Hide ? nullptr : CountCallsOf(name, found);
 }
 
@@ -100,9 +95,8 @@ extern "C" __attribute__((used, visibility("hidden"))) void* RecorderDlsymTarget
     using namespace Recorder;
     ReportProgramsLookup(name);
     // RTLD_DEFAULT finds the exported functions of this library by itself.
-    if (handle == RTLD_NEXT || handle == RTLD_DEFAULT || name == nullptr || !MayBeOurs(name)) {
+    if (handle == RTLD_NEXT || handle == RTLD_DEFAULT || name == nullptr || !MayBeOurs(name))
         return reinterpret_cast<void*>(RealDlsym());
-    }
     return reinterpret_cast<void*>(&DlsymOfLibrary);
 }
 

@@ -92,9 +92,8 @@ bool IsOfGL(std::string_view name)
 void CountUnrecorded(const char* what) noexcept
 {
     auto* const count = capture.channel != nullptr ? SharedCount(*capture.channel, what) : nullptr;
-    if (count != nullptr) {
+    if (count != nullptr)
         ++*count;
-    }
 }
 
 bool IsUnrecordable(const char* name) noexcept

@@ -21,10 +21,9 @@ CaptureSummary Begin(const Data::CaptureSource& source, const Data::Diagnostics&
 
 void NameCalls(const Data::CaptureSource& source, CaptureSummary& summary)
 {
-    for (std::size_t id = 0; id < source.Calls().size(); ++id) {
+    for (std::size_t id = 0; id < source.Calls().size(); ++id)
         if (const std::uint64_t calls = summary.counts.callsById[id]; calls > 0)
             summary.callsByName[source.Calls()[id].name] += calls;
-    }
 }
 
 } // namespace

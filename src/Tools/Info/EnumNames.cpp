@@ -65,14 +65,11 @@ const char* EGLEnumName(std::uint32_t value)
 
 const char* EnumName(std::string_view function, std::uint32_t value)
 {
-    if (value > lastSmallValue) {
+    if (value > lastSmallValue)
         return Data::IsEGL(function) ? EGLEnumName(value) : GLEnumName(value);
-    }
-    for (const SmallNames& small : smallNames) {
-        if (function.starts_with(small.functions)) {
+    for (const SmallNames& small : smallNames)
+        if (function.starts_with(small.functions))
             return value < small.names.size() ? small.names[value] : nullptr;
-        }
-    }
     return nullptr;
 }
 

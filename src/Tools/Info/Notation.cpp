@@ -99,14 +99,13 @@ public:
             return JsonString(text);
         std::string quoted = "\"";
         const std::size_t shown = m_isWhole ? text.size() : std::min(text.size(), maxCharacters);
-        for (const char character : text.substr(0, shown)) {
+        for (const char character : text.substr(0, shown))
             if (character == '\n')
                 quoted += "\\n";
             else if (character == '"' || character == '\\')
                 quoted += std::string("\\") + character;
             else
                 quoted += static_cast<unsigned char>(character) < ' ' ? '?' : character;
-        }
         return quoted + (text.size() > shown ? "...\"" : "\"");
     }
 

@@ -128,10 +128,9 @@ std::string BuiltInText(const Data::RecordView& record)
             return Sized("text", r.text);
         break;
     default:
-        for (std::string text : {SurfaceText(record, id), EndText(record)}) {
+        for (std::string text : {SurfaceText(record, id), EndText(record)})
             if (!text.empty())
                 return text;
-        }
     }
     return "record of kind " + number(record.Header().id) + ", " + number(record.Header().bytes) + " bytes";
 }

@@ -290,10 +290,9 @@ std::vector<StateDifference> Compare(const StateSnapshot& before, const StateSna
     };
     std::map<StateSnapshot::Object, std::map<std::string, bool>> all;
     for (const StateSnapshot* snapshot : {&before, &after}) {
-        for (const auto& [object, values] : snapshot->objects) {
+        for (const auto& [object, values] : snapshot->objects)
             for (const auto& [state, value] : values)
                 all[object][state] = true;
-        }
     }
     std::vector<StateDifference> differences;
     for (const auto& [object, states] : all) {

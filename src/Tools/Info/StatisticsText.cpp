@@ -94,10 +94,9 @@ Json ToJson(const FrameStatistics& frame)
         json["shaders"]["byType"][ShaderType(type)] = count;
     json["programs"] = {{"created", frame.programs}, {"linked", frame.programsLinked}};
     json["objects"] = Json::object();
-    for (std::size_t kind = 0; kind < Data::objectKinds; ++kind) {
+    for (std::size_t kind = 0; kind < Data::objectKinds; ++kind)
         if (const Data::ObjectCount& count = frame.objects[kind]; count.most > 0)
             json["objects"][Data::objectDescriptions[kind].name] = {{"alive", count.alive}, {"most", count.most}};
-    }
     json["extensions"] = Json::object();
     for (const auto& [call, count] : frame.extensionCalls)
         json["extensions"][ExtensionOf(call)][NameOf(call)] = count;

@@ -188,10 +188,9 @@ ExitStatus PrintState(Data::CaptureSource& source, Data::Diagnostics& diagnostic
     const auto here = at(*args.FindValue("--state"));
     const std::string* const other = args.FindValue("--against");
     const auto there = other ? at(*other) : here;
-    for (const auto* state : {&here, &there}) {
+    for (const auto* state : {&here, &there})
         if (const auto* error = std::get_if<std::string>(state))
             return Fail(ExitStatus::Usage, diagnostics.FileName() + ": " + *error);
-    }
     const auto& snapshot = std::get<Tools::StateSnapshot>(here);
     if (!other) {
         Print(Text(Tools::ToJson(snapshot)));

@@ -101,11 +101,10 @@ void LiveImage::FindColorTransfer()
     const GLint widest = *std::ranges::max_element(bits);
     switch (AttachmentParameter(GL_FRAMEBUFFER_ATTACHMENT_COMPONENT_TYPE)) {
     case GL_UNSIGNED_NORMALIZED:
-        if (widest <= 8) {
+        if (widest <= 8)
             set(formats, GL_UNSIGNED_BYTE, 1);
-        } else if (widest == 10 && m_components == 4) {
+        else if (widest == 10 && m_components == 4)
             set(formats, GL_UNSIGNED_INT_2_10_10_10_REV, 0);
-        }
         break;
     case GL_FLOAT:
         set(formats, GL_FLOAT, sizeof(GLfloat));

@@ -38,8 +38,8 @@ private:
     /// Replays calls; false when one fails.
     bool Play(const Calls& calls)
     {
-        return std::ranges::all_of(calls,
-                                   [this](OutputCall call) { return m_replay.Call(call.id, call.record.data()); });
+        return std::ranges::all_of(
+            calls, [this](OutputCall call) { return m_replay.Call(call.id, call.record.data()); });
     }
     /// As the capture has it.
     [[nodiscard]] std::uint32_t NameOf(Owner owner) { return m_tracker.Model().Object(owner).name; }
@@ -90,10 +90,9 @@ void ObjectReader::ReadTexture(Owner owner)
     if (object.hasMipmaps) {
         // All levels, since the call that gives them memory writes them too.
         calls.push_back(MakeCall(CallId::glGenerateMipmap, {object.target}));
-        for (const auto& [place, size] : object.sizes) {
+        for (const auto& [place, size] : object.sizes)
             for (Image image{owner, place.first, 0}; LiveImage::SizeOf(image).width > 0; ++image.level)
                 places.insert(image.Place());
-        }
     }
     std::vector<Slot> slots;
     for (const auto& [face, level] : places) {

@@ -31,14 +31,12 @@ void DrawingTracker::ReadsContext()
     m_tracked.ReadsAll(m_tracked.Context().owner);
     m_tracked.ReadsObject(m_tracked.Model().BoundVertexArray());
     m_tracked.ReadsObject(m_tracked.Model().BoundTransformFeedback());
-    for (const Slot slot : m_tracked.Context().bindings) {
+    for (const Slot slot : m_tracked.Context().bindings)
         if (const Owner bound = m_tracked.Slots().ValueOf(slot).bound)
             m_tracked.ReadsObject(bound);
-    }
-    for (const auto& [key, owner] : m_tracked.Context().defaults) {
+    for (const auto& [key, owner] : m_tracked.Context().defaults)
         if (key.first == ObjectKind::Texture)
             m_tracked.ReadsAll(owner);
-    }
     if (m_tracked.BoundFramebuffer(true) == 0)
         m_tracked.ReadsAll(m_egl.DrawSurface());
 }
@@ -55,10 +53,9 @@ void DrawingTracker::ChangesShaderOutput()
         else if (slots.StateOf(slot) == State::IndexedBuffer && slots.FirstOf(slot) != GL_UNIFORM_BUFFER)
             WritesBuffer(object);
     }
-    if (m_tracked.Info().isCapturing) {
+    if (m_tracked.Info().isCapturing)
         for (const Owner buffer : m_tracked.Object(m_tracked.Model().BoundTransformFeedback()).references)
             WritesBuffer(buffer);
-    }
 }
 
 void DrawingTracker::WritesBuffer(Owner buffer)
@@ -71,10 +68,9 @@ void DrawingTracker::Draw()
 {
     for (const FramebufferImage& target : m_framebuffers.DrawTargets())
         m_images.Draws(target.image, target.aspects);
-    for (const auto& [target, query] : m_tracked.Info().queries) {
+    for (const auto& [target, query] : m_tracked.Info().queries)
         if (query != 0)
             m_tracked.Changes(m_tracked.SampleSlot(query));
-    }
     ChangesShaderOutput();
     ReadsContext();
 }
@@ -85,10 +81,9 @@ bool DrawingTracker::ClearsAll(const std::vector<FramebufferImage>& targets, std
         m_tracked.Setting(State::Capability, GL_RASTERIZER_DISCARD) != 0)
         return false;
     for (std::uint32_t i = 0; (aspects & Color) != 0 && i < Data::drawBuffers; ++i) {
-        for (std::size_t channel = 0; channel < 4; ++channel) {
+        for (std::size_t channel = 0; channel < 4; ++channel)
             if (m_tracked.Setting(State::ColorMask, 0, i, channel) == 0)
                 return false;
-        }
     }
     if ((aspects & Depth) != 0 && m_tracked.Setting(State::DepthMask) == 0)
         return false;
@@ -132,10 +127,9 @@ void DrawingTracker::Clear(std::uint32_t aspects, std::optional<std::uint32_t> d
             continue;
         }
         m_tracked.Object(target.image.object).drawn.insert(target.image.Place());
-        for (const Aspects aspect : {Color, Depth, Stencil}) {
+        for (const Aspects aspect : {Color, Depth, Stencil})
             if ((cleared & aspect) != 0)
                 m_tracked.Replaces(m_images.SlotOf(target.image, aspect));
-        }
     }
     // Neither programs nor what they read have a part in it.
     m_tracked.ReadsAll(m_tracked.Context().owner);

@@ -40,9 +40,11 @@ private:
 
     [[nodiscard]] bool WritesUsed(std::size_t record) const
     {
-        return std::ranges::any_of(m_log.Items(record), [this](EffectLog::Item item) {
-            return (item.effect == Effect::Replaces || item.effect == Effect::Changes) && IsUsed(item.target);
-        });
+        return std::ranges::any_of(
+            m_log.Items(record),
+            [this](EffectLog::Item item) {
+                return (item.effect == Effect::Replaces || item.effect == Effect::Changes) && IsUsed(item.target);
+            });
     }
 
     void Visit(std::size_t record)
@@ -52,10 +54,9 @@ private:
             return;
         const bool isKept = verdict >= Verdict::Keep || WritesUsed(record) ||
                             (verdict == Verdict::Delete && m_selection.isKept[record]);
-        for (const EffectLog::Item item : m_log.Items(record)) {
+        for (const EffectLog::Item item : m_log.Items(record))
             if (item.effect == Effect::Ends)
                 std::ranges::for_each(m_slots.Of(item.target), [this](Slot slot) { MarkUnused(slot); });
-        }
         if (!isKept)
             return;
         m_selection.isKept[record] = true;
@@ -73,12 +74,11 @@ private:
                     m_selection.isCreated[m_slots.OwnerOf(item.target)] = true;
             }
         }
-        for (const EffectLog::Item item : m_log.Items(record)) {
+        for (const EffectLog::Item item : m_log.Items(record))
             if (item.effect == Effect::Reads)
                 MarkUsed(item.target);
             else if (item.effect == Effect::ReadsAll)
                 std::ranges::for_each(m_slots.Of(item.target), [this](Slot slot) { MarkUsed(slot); });
-        }
     }
 
     /// Keeps the calls that delete something which a kept record creates; true when there are more of them than before.
@@ -96,9 +96,11 @@ private:
 
     [[nodiscard]] bool DeletesCreated(std::size_t record) const
     {
-        return std::ranges::any_of(m_log.Items(record), [this](EffectLog::Item item) {
-            return item.effect == Effect::Deletes && m_selection.isCreated[item.target];
-        });
+        return std::ranges::any_of(
+            m_log.Items(record),
+            [this](EffectLog::Item item) {
+                return item.effect == Effect::Deletes && m_selection.isCreated[item.target];
+            });
     }
 
     const EffectLog& m_log;

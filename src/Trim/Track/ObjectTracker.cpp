@@ -76,10 +76,9 @@ void ObjectTracker::Unbind(Owner owner)
 bool ObjectTracker::IsOnlyUsedHere(Owner owner)
 {
     const auto isBound = [&](Slot slot) { return m_tracked.Slots().ValueOf(slot).bound == owner; };
-    for (const auto& [name, context] : m_tracked.Model().AllContexts().All()) {
+    for (const auto& [name, context] : m_tracked.Model().AllContexts().All())
         if (context.get() != &m_tracked.Context() && std::ranges::any_of(context->bindings, isBound))
             return false;
-    }
     const auto bound = m_tracked.Model().BoundContainers();
     return std::ranges::all_of(m_tracked.Object(owner).referencedBy, [&](Owner container) {
         return m_tracked.Object(container).isDeleted || std::ranges::find(bound, container) != bound.end();
@@ -88,10 +87,9 @@ bool ObjectTracker::IsOnlyUsedHere(Owner owner)
 
 void ObjectTracker::EndUnusedProgram(Owner program)
 {
-    for (const auto& [name, context] : m_tracked.Model().AllContexts().All()) {
+    for (const auto& [name, context] : m_tracked.Model().AllContexts().All())
         if (m_tracked.Model().BoundIn(*context, State::Program) == program)
             return;
-    }
     const auto isThere = [this](Owner pipeline) { return !m_tracked.Object(pipeline).isDeleted; };
     if (std::ranges::any_of(m_tracked.Object(program).referencedBy, isThere))
         return;

@@ -73,10 +73,9 @@ bool TextureTracker::Track(const CallArguments& call)
 void TextureTracker::MakeMipmaps(Owner texture)
 {
     const Slot mipmaps = m_tracked.SlotOf(texture, State::Mipmaps);
-    for (const Slot slot : m_tracked.Slots().Of(texture)) {
+    for (const Slot slot : m_tracked.Slots().Of(texture))
         if (slot != mipmaps)
             m_tracked.Reads(slot);
-    }
     m_tracked.Replaces(mipmaps);
     m_tracked.Object(texture).hasMipmaps = true;
     if (m_tracked.Object(texture).isAliased)

@@ -54,10 +54,9 @@ void TrackedFramebuffers::ReadsSetup(Owner framebuffer)
 {
     m_tracked.ReadsAll(framebuffer);
     for (const FramebufferImage& target : Attachments(framebuffer)) {
-        for (const Slot slot : m_tracked.Slots().Of(target.image.object)) {
+        for (const Slot slot : m_tracked.Slots().Of(target.image.object))
             if (m_tracked.Slots().StateOf(slot) != State::Pixels)
                 m_tracked.Reads(slot);
-        }
     }
 }
 

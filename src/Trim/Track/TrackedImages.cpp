@@ -22,10 +22,9 @@ void TrackedImages::Replaces(const Image& image, ImageSize size)
 
 void TrackedImages::ChangesPixels(const Image& image, std::uint32_t aspects)
 {
-    for (const Aspects aspect : {Color, Depth, Stencil}) {
+    for (const Aspects aspect : {Color, Depth, Stencil})
         if ((aspects & aspect) != 0)
             m_tracked.Changes(SlotOf(image, aspect));
-    }
     if (m_tracked.Object(image.object).isAliased)
         m_tracked.Log().SetVerdict(Verdict::Keep);
 }
@@ -33,12 +32,11 @@ void TrackedImages::ChangesPixels(const Image& image, std::uint32_t aspects)
 void TrackedImages::WritesArea(const Image& image, std::int32_t x, std::int32_t y, ImageSize size)
 {
     const std::optional<ImageSize> whole = SizeOf(image);
-    if (x == 0 && y == 0 && whole == size && !m_tracked.Object(image.object).isAliased) {
+    if (x == 0 && y == 0 && whole == size && !m_tracked.Object(image.object).isAliased)
         for (const Aspects aspect : {Color, Depth, Stencil})
             m_tracked.Replaces(SlotOf(image, aspect));
-    } else {
+    else
         ChangesPixels(image, AllAspects);
-    }
     m_tracked.Reads(m_tracked.SlotOf(image.object, State::Storage, image.face, image.level));
     m_tracked.Reads(m_tracked.SlotOf(image.object, State::Storage));
 }
@@ -59,10 +57,9 @@ void TrackedImages::ChangesAll(Owner texture)
 {
     // One more, for images that nothing has written yet.
     m_tracked.Changes(m_tracked.SlotOf(texture, State::Pixels));
-    for (const Slot slot : m_tracked.Slots().Of(texture)) {
+    for (const Slot slot : m_tracked.Slots().Of(texture))
         if (m_tracked.Slots().StateOf(slot) == State::Pixels)
             m_tracked.Changes(slot);
-    }
 }
 
 } // namespace Trim

@@ -25,10 +25,9 @@ void TrackedState::ReadsAll(Owner owner)
 void TrackedState::ReadsObject(Owner owner, int depth)
 {
     ReadsAll(owner);
-    if (depth > 0) {
+    if (depth > 0)
         for (const Owner reference : Object(owner).references)
             ReadsObject(reference, depth - 1);
-    }
 }
 
 Owner TrackedState::BoundBuffer(std::uint32_t target)
@@ -57,10 +56,9 @@ std::vector<Slot> TrackedState::SampleSlots() const
 {
     std::vector<Slot> result;
     const Data::StateSlots& slots = m_model.Slots();
-    for (Slot slot = 0; slot < slots.Count(); ++slot) {
+    for (Slot slot = 0; slot < slots.Count(); ++slot)
         if (slots.StateOf(slot) == State::QueryResult && slots.SecondOf(slot) == 1)
             result.push_back(slot);
-    }
     return result;
 }
 

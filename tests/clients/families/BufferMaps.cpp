@@ -16,9 +16,8 @@ void* Map(GLenum target, std::size_t offset, std::size_t bytes, GLbitfield acces
 {
     void* const memory =
         glMapBufferRange(target, static_cast<GLintptr>(offset), static_cast<GLsizeiptr>(bytes), access);
-    if (!memory) {
+    if (!memory)
         Stage::Fail("mapping a buffer");
-    }
     return memory;
 }
 
@@ -89,9 +88,8 @@ FAMILY("buffer-maps", stage)
         auto* const order = static_cast<std::uint16_t*>(Map(GL_ELEMENT_ARRAY_BUFFER, 0, 6, GL_MAP_WRITE_BIT));
         WriteStep(first, 1);
         WriteStep(second, 6);
-        for (int i = 0; i < 3; ++i) {
+        for (int i = 0; i < 3; ++i)
             order[i] = static_cast<std::uint16_t>((frame + i) % 4);
-        }
         glUnmapBuffer(GL_ELEMENT_ARRAY_BUFFER);
         glUnmapBuffer(GL_ARRAY_BUFFER);
         glBindBuffer(GL_ARRAY_BUFFER, whole);

@@ -24,9 +24,8 @@ FAMILY("clear-textures", stage)
         const std::uint8_t colour[] = {Wave(frame), Wave(frame * 5), 240, 255};
         clearPart(picture, 0, frame * 6, frame * 3, 0, 12, 30, 1, GL_RGBA, GL_UNSIGNED_BYTE, colour);
         clearPart(layers, 0, 0, 0, frame % 4, Side, 7 * frame, 1, GL_RGBA, GL_UNSIGNED_BYTE, colour);
-        if (frame == 5) {
+        if (frame == 5)
             clear(picture, 0, GL_RGBA, GL_UNSIGNED_BYTE, colour);
-        }
         glClear(GL_COLOR_BUFFER_BIT);
         glViewport(0, 0, 128, 256);
         DrawQuad(PictureProgram());

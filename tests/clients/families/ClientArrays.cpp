@@ -29,11 +29,9 @@ std::vector<Vertex> Fan(std::size_t skipped, int frame)
 template <class Index> std::vector<Index> Indices(int first)
 {
     std::vector<Index> indices;
-    for (int i = 1; i < Corners; i += 2) {
-        for (const int corner : {0, i, i + 1}) {
+    for (int i = 1; i < Corners; i += 2)
+        for (const int corner : {0, i, i + 1})
             indices.push_back(static_cast<Index>(first + corner));
-        }
-    }
     return indices;
 }
 
@@ -73,20 +71,18 @@ FAMILY("client-arrays", stage)
         glDrawRangeElements(GL_TRIANGLES, static_cast<GLuint>(frame % 3), static_cast<GLuint>(frame % 3 + Corners),
                             static_cast<GLsizei>(restarted.size()), GL_UNSIGNED_BYTE, restarted.data());
         glDisable(GL_PRIMITIVE_RESTART_FIXED_INDEX);
-        for (Vertex& vertex : borrowed) {
+        for (Vertex& vertex : borrowed)
             vertex = {};
-        }
 
         // Indices in a buffer, whose contents change in part.
         Quarter(1);
         PointAt(fan);
         glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, indexBuffer);
         const std::vector<std::uint16_t> indices = Indices<std::uint16_t>(frame % 3);
-        if (frame < 4) {
+        if (frame < 4)
             glBufferSubData(GL_ELEMENT_ARRAY_BUFFER, 6, static_cast<GLsizeiptr>(indices.size() * 2), indices.data());
-        } else {
+        else
             glBufferSubData(GL_ELEMENT_ARRAY_BUFFER, 12, 6, indices.data());
-        }
         glDrawElements(GL_TRIANGLES, frame < 4 ? Corners * 3 / 2 : 6, GL_UNSIGNED_SHORT, At(6));
 
         // Positions in a buffer, colours and indices in memory, with a base that is added to the indices.

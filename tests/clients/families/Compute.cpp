@@ -47,11 +47,9 @@ FAMILY("compute", stage)
     const GLuint points = LinkProgram(pointVertex, flatFragment);
     const GLint seed = glGetUniformLocation(paint, "seed");
     std::vector<float> start;
-    for (int i = 0; i < static_cast<int>(Particles); ++i) {
-        for (int k = 0; k < 4; ++k) {
+    for (int i = 0; i < static_cast<int>(Particles); ++i)
+        for (int k = 0; k < 4; ++k)
             start.push_back(static_cast<float>(Wave(5 * i + 3 * k)) / 128.0f - 1.0f);
-        }
-    }
     const GLuint all = MakeBuffer(GL_SHADER_STORAGE_BUFFER, start.size() * sizeof(float), start.data());
     const GLuint shown = MakeBuffer(GL_SHADER_STORAGE_BUFFER, start.size() * sizeof(float), nullptr);
     const GLuint groups[] = {Particles / 16, 1, 1};

@@ -25,9 +25,8 @@ FAMILY("conditional-rendering", stage)
     compilerThreads(1);
     const GLuint program = FlatProgram();
     GLint isDone = GL_FALSE;
-    while (!isDone) {
+    while (!isDone)
         glGetProgramiv(program, GL_COMPLETION_STATUS_KHR, &isDone);
-    }
     glUseProgram(program);
     glEnable(GL_DEPTH_TEST);
     glEnableVertexAttribArray(0);

@@ -56,9 +56,8 @@ FAMILY("debug-labels", stage)
                    {GL_FRAMEBUFFER, framebuffer}, {GL_RENDERBUFFER, renderbuffer}, {GL_QUERY, query},
                    {GL_SAMPLER, sampler},         {GL_PROGRAM_PIPELINE, pipeline}, {GL_TRANSFORM_FEEDBACK, feedback},
                    {GL_SHADER, shader},           {GL_PROGRAM, FlatProgram()}};
-    for (const auto& object : objects) {
+    for (const auto& object : objects)
         glObjectLabel(object.kind, object.name, 9, "an object that is longer than its length");
-    }
     const GLsync fence = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
     glObjectPtrLabel(fence, -1, "a fence");
     glEnableVertexAttribArray(0);
@@ -78,15 +77,13 @@ FAMILY("debug-labels", stage)
         GLsizei length = 0;
         const auto& object = objects[frame % 11];
         glGetObjectLabel(object.kind, object.name, sizeof label, &length, label);
-        if (std::strcmp(label, "an object") != 0) {
+        if (std::strcmp(label, "an object") != 0)
             Stage::Fail("reading a label");
-        }
         glViewport(0, 0, 32 * depth, 16 * length);
         glVertexAttrib4f(1, 0.9f, 0.2f * static_cast<float>(depth), 0.3f, 1);
         DrawQuad(FlatProgram());
-        for (int i = 0; i < groups; ++i) {
+        for (int i = 0; i < groups; ++i)
             glPopDebugGroup();
-        }
         popMarker();
         // The driver has called as often as there were groups, in and out, and messages.
         glViewport(128, 128, 8 * messages, 64);

@@ -22,9 +22,8 @@ FAMILY("depth-control", stage)
     for (int frame = 1; frame <= FrameCount; ++frame) {
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
         const auto step = static_cast<float>(frame);
-        if (frame == 5) {
+        if (frame == 5)
             offsetClamp(4, 1, 0.05f);
-        }
         glUniform1f(slope, 0.08f * step);
         glUniform4f(colour, 0.2f, 0.4f, 0.1f * step, 1);
         glEnable(GL_POLYGON_OFFSET_FILL);

@@ -22,13 +22,11 @@ struct Second {
         const auto queryDevices = reinterpret_cast<PFNEGLQUERYDEVICESEXTPROC>(eglGetProcAddress("eglQueryDevicesEXT"));
         EGLDeviceEXT device = nullptr;
         EGLint count = 0;
-        if (!queryDevices || !queryDevices(1, &device, &count) || count == 0) {
+        if (!queryDevices || !queryDevices(1, &device, &count) || count == 0)
             Stage::Fail("finding a device");
-        }
         display = eglGetPlatformDisplay(EGL_PLATFORM_DEVICE_EXT, device, nullptr);
-        if (!eglInitialize(display, nullptr, nullptr)) {
+        if (!eglInitialize(display, nullptr, nullptr))
             Stage::Fail("eglInitialize of the second display");
-        }
         const EGLint request[] = {EGL_RED_SIZE,
                                   8,
                                   EGL_GREEN_SIZE,
@@ -62,9 +60,8 @@ struct Second {
     /// A frame of the second display.
     void Draw(int frame) const
     {
-        if (!eglMakeCurrent(display, surface, surface, context)) {
+        if (!eglMakeCurrent(display, surface, surface, context))
             Stage::Fail("making the second display's context current");
-        }
         Paint(frame);
         ExpectNoErrors("drawing on the second display");
         eglSwapBuffers(display, surface);

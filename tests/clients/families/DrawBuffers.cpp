@@ -22,9 +22,8 @@ FAMILY("draw-buffers", stage)
     parameter(GL_FRAMEBUFFER, GL_FRAMEBUFFER_FLIP_Y_MESA, GL_TRUE);
     GLint isFlipped = GL_FALSE;
     getParameter(GL_FRAMEBUFFER, GL_FRAMEBUFFER_FLIP_Y_MESA, &isFlipped);
-    if (!isFlipped) {
+    if (!isFlipped)
         Stage::Fail("flipping a framebuffer");
-    }
     const GLint step = glGetUniformLocation(both, "step");
     glEnableVertexAttribArray(0);
     for (int frame = 1; frame <= FrameCount; ++frame) {

@@ -7,12 +7,10 @@
 
 FAMILY("extensions", stage)
 {
-    for (const char* name = eglQueryString(stage.Display(), EGL_EXTENSIONS); *name; ++name) {
+    for (const char* name = eglQueryString(stage.Display(), EGL_EXTENSIONS); *name; ++name)
         std::putchar(*name == ' ' ? '\n' : *name);
-    }
     GLint count = 0;
     glGetIntegerv(GL_NUM_EXTENSIONS, &count);
-    for (GLint i = 0; i < count; ++i) {
+    for (GLint i = 0; i < count; ++i)
         std::printf("\n%s", reinterpret_cast<const char*>(glGetStringi(GL_EXTENSIONS, static_cast<GLuint>(i))));
-    }
 }

@@ -29,9 +29,8 @@ FAMILY("headless", stage)
         std::vector<std::uint8_t> pixels(before.size());
         glReadPixels(0, 0, Side, Side, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
         ExpectNoErrors("drawing without a surface");
-        if (std::memcmp(pixels.data(), before.data(), pixels.size()) == 0) {
+        if (std::memcmp(pixels.data(), before.data(), pixels.size()) == 0)
             Stage::Fail("drawing another picture");
-        }
         before = pixels;
         glDeleteTextures(1, &picture);
     }

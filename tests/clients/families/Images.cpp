@@ -55,9 +55,8 @@ FAMILY("images", stage)
     const EGLImageKHR bufferImage =
         createImage(stage.Display(), painter, EGL_GL_RENDERBUFFER_KHR,
                     reinterpret_cast<EGLClientBuffer>(static_cast<std::uintptr_t>(renderbuffer)), nullptr);
-    if (textureImage == EGL_NO_IMAGE_KHR || bufferImage == EGL_NO_IMAGE_KHR) {
+    if (textureImage == EGL_NO_IMAGE_KHR || bufferImage == EGL_NO_IMAGE_KHR)
         Stage::Fail("eglCreateImageKHR");
-    }
 
     // The stage's context shows.
     stage.MakeCurrent();

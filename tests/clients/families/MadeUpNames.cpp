@@ -10,9 +10,8 @@ constexpr int Side = 64;
 /// The pattern of the frame, in a texture that is new in every second frame.
 void FillTexture(GLuint texture, int frame)
 {
-    if (frame % 2 == 1) {
+    if (frame % 2 == 1)
         glDeleteTextures(1, &texture);
-    }
     glBindTexture(GL_TEXTURE_2D, texture);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);

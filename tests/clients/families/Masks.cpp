@@ -15,11 +15,10 @@ FAMILY("masks", stage)
         glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
         const GLboolean isRed = frame % 3 == 0;
         const GLboolean isGreen = frame % 3 == 1;
-        if (frame % 2 == 0) {
+        if (frame % 2 == 0)
             colorMaski(0, isRed, isGreen, !isRed && !isGreen, GL_FALSE);
-        } else {
+        else
             glColorMask(isRed, isGreen, !isRed && !isGreen, GL_FALSE);
-        }
         glClearColor(0.1f * static_cast<float>(frame), 0.9f - 0.1f * static_cast<float>(frame), 0.5f, 1);
         glClear(GL_COLOR_BUFFER_BIT);
         glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);

@@ -49,9 +49,8 @@ FAMILY("multi-draws", stage)
         glBindBuffer(GL_ARRAY_BUFFER, 0);
         glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, 0, row.data());
         std::vector<std::uint8_t> shades;
-        for (int i = 0; i < Bars * 4; ++i) {
+        for (int i = 0; i < Bars * 4; ++i)
             shades.insert(shades.end(), {Wave(i), Wave(frame + i), 200, 255});
-        }
         glVertexAttribPointer(1, 4, GL_UNSIGNED_BYTE, GL_TRUE, 0, shades.data());
         const GLint firsts[] = {16, 0, 8};
         const GLsizei counts[] = {4, 4, frame % 2 == 0 ? 4 : 0};

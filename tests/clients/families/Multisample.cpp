@@ -30,9 +30,8 @@ void DrawScene(int frame)
     glClearColor(0.1f, 0.1f, 0.3f, 1);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
     // Some drivers crash in depth tests of several samples.
-    if (std::getenv("WITHOUT_MULTISAMPLE_DEPTH") == nullptr) {
+    if (std::getenv("WITHOUT_MULTISAMPLE_DEPTH") == nullptr)
         glEnable(GL_DEPTH_TEST);
-    }
     glEnable(GL_STENCIL_TEST);
     glStencilOp(GL_KEEP, GL_KEEP, GL_REPLACE);
     glUseProgram(FlatProgram());

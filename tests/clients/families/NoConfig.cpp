@@ -16,9 +16,8 @@ FAMILY("no-config", stage)
     eglChooseConfig(stage.Display(), wanted, &thin, 1, &count);
     const EGLint version[] = {EGL_CONTEXT_CLIENT_VERSION, 3, EGL_NONE};
     const EGLContext context = eglCreateContext(stage.Display(), EGL_NO_CONFIG_KHR, stage.Context(), version);
-    if (count == 0 || context == EGL_NO_CONTEXT) {
+    if (count == 0 || context == EGL_NO_CONTEXT)
         Stage::Fail("making a context without a config");
-    }
     const EGLSurface second = stage.MakeSurface(200, 120, thin);
     stage.MakeCurrent(second, context);
     eglSwapInterval(stage.Display(), 0);

@@ -53,9 +53,8 @@ FAMILY("persistent-maps", stage)
             glFinish();
         }
         glViewport(0, 128, 128, 128);
-        for (int i = 0; i < 3; ++i) {
+        for (int i = 0; i < 3; ++i)
             order[4000 + i] = static_cast<std::uint16_t>((frame + i) % 4);
-        }
         glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_SHORT, At(8000));
         fences[segment] = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
 

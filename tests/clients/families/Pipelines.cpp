@@ -45,9 +45,8 @@ FAMILY("pipelines", stage)
             Quarter(i);
             // The first pipeline keeps its vertex stage, the second changes all.
             const GLuint pipeline = pipelines[i % 2];
-            if (i % 2 == 1) {
+            if (i % 2 == 1)
                 glUseProgramStages(pipeline, GL_VERTEX_SHADER_BIT, vertices[1]);
-            }
             glUseProgramStages(pipeline, GL_FRAGMENT_SHADER_BIT, fragments[i / 2]);
             glBindProgramPipeline(pipeline);
             glProgramUniform1f(vertices[0], 7, 0.3f + 0.1f * static_cast<float>(frame % 5));

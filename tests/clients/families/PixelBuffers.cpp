@@ -82,9 +82,8 @@ FAMILY("pixel-buffers", stage)
         std::vector<float> values(Side * Side * 4);
         glReadPixels(0, 0, Side, Side, GL_RGBA, GL_FLOAT, values.data());
         glBindFramebuffer(GL_FRAMEBUFFER, 0);
-        for (std::size_t i = 0; i < values.size(); ++i) {
+        for (std::size_t i = 0; i < values.size(); ++i)
             values[i] *= static_cast<float>(i % (Side * 4)) / (Side * 4);
-        }
         ShowPixels(shown, values.data(), GL_RGBA, GL_FLOAT);
         EndFrame(stage);
     }

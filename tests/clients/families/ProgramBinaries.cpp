@@ -20,9 +20,8 @@ FAMILY("program-binaries", stage)
     std::vector<std::uint8_t> binary(static_cast<std::size_t>(bytes));
     GLenum format = 0;
     GLsizei length = 0;
-    if (formats > 0) {
+    if (formats > 0)
         glGetProgramBinary(source, bytes, &length, &format, binary.data());
-    }
     glEnableVertexAttribArray(2);
     glVertexAttribPointer(2, 2, GL_FLOAT, GL_FALSE, 0, quad);
     for (int frame = 1; frame <= FrameCount; ++frame) {

@@ -46,9 +46,8 @@ FAMILY("queries", stage)
             GLuint isSeen = GL_TRUE;
             if (frame > 1) {
                 GLuint isAvailable = GL_FALSE;
-                while (!isAvailable) {
+                while (!isAvailable)
                     glGetQueryObjectuiv(queries[i], GL_QUERY_RESULT_AVAILABLE, &isAvailable);
-                }
                 glGetQueryObjectuiv(queries[i], GL_QUERY_RESULT, &isSeen);
             }
             glBeginQuery(GL_ANY_SAMPLES_PASSED, queries[i]);
@@ -58,9 +57,8 @@ FAMILY("queries", stage)
             glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
             glDepthMask(GL_TRUE);
             glEndQuery(GL_ANY_SAMPLES_PASSED);
-            if (isSeen) {
+            if (isSeen)
                 DrawBox(i, 0.6f, static_cast<float>(i) / Boxes);
-            }
         }
         endQuery(GL_TIME_ELAPSED_EXT);
         GLuint64 nanoseconds = 0;
@@ -73,9 +71,8 @@ FAMILY("queries", stage)
         glGetQueryObjectuiv(conservative, GL_QUERY_RESULT, &isSeen);
         glGetQueryiv(GL_ANY_SAMPLES_PASSED, GL_CURRENT_QUERY, &current);
         // What the conservative query answers is not looked at: some drivers say that nothing is ever seen.
-        if (nanoseconds == 0 || current != 0) {
+        if (nanoseconds == 0 || current != 0)
             Stage::Fail("a query");
-        }
         EndFrame(stage);
     }
     glDeleteQueries(Boxes, queries);

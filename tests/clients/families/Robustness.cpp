@@ -25,9 +25,8 @@ FAMILY("robustness", stage)
     const GLuint program = FlatProgram();
     glEnableVertexAttribArray(0);
     for (int frame = 1; frame <= FrameCount; ++frame) {
-        if (glGetGraphicsResetStatus() != GL_NO_ERROR) {
+        if (glGetGraphicsResetStatus() != GL_NO_ERROR)
             Stage::Fail("keeping the context");
-        }
         glClear(GL_COLOR_BUFFER_BIT);
         Quarter(0);
         glVertexAttrib4f(1, 0.9f, static_cast<float>(frame) / FrameCount, 0.3f, 1);
@@ -38,9 +37,8 @@ FAMILY("robustness", stage)
         glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 64, 64, 0, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
         // Too little room: the driver refuses, and nothing is written.
         glReadnPixels(0, 0, 64, 64, GL_RGBA, GL_UNSIGNED_BYTE, 64, pixels.data());
-        if (glGetError() != GL_INVALID_OPERATION) {
+        if (glGetError() != GL_INVALID_OPERATION)
             Stage::Fail("refusing to read into too little room");
-        }
         GLint unit = -1;
         glUseProgram(PictureProgram());
         glGetnUniformiv(PictureProgram(), glGetUniformLocation(PictureProgram(), "picture"), sizeof unit, &unit);

@@ -18,9 +18,8 @@ FAMILY("samplers", stage)
     glGenerateMipmap(GL_TEXTURE_2D);
     const GLuint depths = MakeTexture(GL_TEXTURE_2D);
     std::vector<std::uint16_t> levels;
-    for (int i = 0; i < 16 * 16; ++i) {
+    for (int i = 0; i < 16 * 16; ++i)
         levels.push_back(static_cast<std::uint16_t>(257 * Wave(i)));
-    }
     glTexImage2D(GL_TEXTURE_2D, 0, GL_DEPTH_COMPONENT16, 16, 16, 0, GL_DEPTH_COMPONENT, GL_UNSIGNED_SHORT,
                  levels.data());
     GLuint samplers[4] = {};

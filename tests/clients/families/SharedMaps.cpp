@@ -23,9 +23,8 @@ void PollUntilDone()
 {
     const GLsync fence = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
     glFlush();
-    for (GLint status = GL_UNSIGNALED; status != GL_SIGNALED;) {
+    for (GLint status = GL_UNSIGNALED; status != GL_SIGNALED;)
         glGetSynciv(fence, GL_SYNC_STATUS, 1, nullptr, &status);
-    }
     glDeleteSync(fence);
 }
 
@@ -74,9 +73,8 @@ FAMILY("shared-maps", stage)
         glDispatchCompute(1, 1, 1);
         glMemoryBarrier(GL_BUFFER_UPDATE_BARRIER_BIT | GL_CLIENT_MAPPED_BUFFER_BARRIER_BIT_EXT);
         PollUntilDone();
-        if (counters[0] != 16u * static_cast<GLuint>(frame) || counters[1] != 16u * static_cast<GLuint>(frame)) {
+        if (counters[0] != 16u * static_cast<GLuint>(frame) || counters[1] != 16u * static_cast<GLuint>(frame))
             Stage::Fail("counting");
-        }
         Quarter(1);
         glUseProgram(FlatProgram());
         glVertexAttrib4f(1, static_cast<float>(counters[0]) / 128, 0.5f, 1 - static_cast<float>(counters[1]) / 128, 1);

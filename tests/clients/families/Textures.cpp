@@ -29,9 +29,8 @@ void Show(int tile, GLuint program, GLenum target, GLuint texture, int frame)
 std::vector<std::uint8_t> Blocks(int bytes, int frame)
 {
     std::vector<std::uint8_t> blocks;
-    for (int i = 0; i < bytes; ++i) {
+    for (int i = 0; i < bytes; ++i)
         blocks.push_back(static_cast<std::uint8_t>(i * 73 + frame * 19 + i / 8 * 31));
-    }
     return blocks;
 }
 
@@ -88,14 +87,12 @@ FAMILY("textures", stage)
                                                    {GL_UNPACK_SKIP_PIXELS, 3},
                                                    {GL_UNPACK_SKIP_ROWS, 2},
                                                    {GL_UNPACK_SKIP_IMAGES, 1}};
-        for (const auto& [parameter, value] : unpack) {
+        for (const auto& [parameter, value] : unpack)
             glPixelStorei(parameter, value);
-        }
         glTexSubImage3D(GL_TEXTURE_3D, 0, 1, 2, frame % 7, 4, 4, 2, GL_RGBA, GL_UNSIGNED_BYTE,
                         Pattern(9, 3 * 7, 9 * frame).data());
-        for (const auto& [parameter, value] : unpack) {
+        for (const auto& [parameter, value] : unpack)
             glPixelStorei(parameter, 0);
-        }
         Show(0, volumeProgram, GL_TEXTURE_3D, volume, frame);
         Show(1, cubeProgram, GL_TEXTURE_CUBE_MAP, cube, frame);
         Show(2, cubesProgram, GL_TEXTURE_CUBE_MAP_ARRAY, cubes, frame);
@@ -110,9 +107,8 @@ FAMILY("textures", stage)
 
         glBindTexture(GL_TEXTURE_2D, levels);
         std::vector<std::uint16_t> pixels(16 * 16);
-        for (std::size_t i = 0; i < pixels.size(); ++i) {
+        for (std::size_t i = 0; i < pixels.size(); ++i)
             pixels[i] = static_cast<std::uint16_t>(i * 257u * static_cast<unsigned>(frame));
-        }
         glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 16, 16, GL_RGB, GL_UNSIGNED_SHORT_5_6_5, pixels.data());
         glGenerateMipmap(GL_TEXTURE_2D);
         glTexSubImage2D(GL_TEXTURE_2D, 2, 1, 1, 2, 3, GL_RGB, GL_UNSIGNED_SHORT_5_6_5, pixels.data());

@@ -26,9 +26,11 @@ const char* const pointVertex =
 
 GLuint CapturingProgram(const char* vertex, std::initializer_list<const char*> varyings, GLenum mode)
 {
-    return LinkProgram(vertex, noFragment, [&](GLuint program) {
-        glTransformFeedbackVaryings(program, static_cast<GLsizei>(varyings.size()), varyings.begin(), mode);
-    });
+    return LinkProgram(
+        vertex, noFragment,
+        [&](GLuint program) {
+            glTransformFeedbackVaryings(program, static_cast<GLsizei>(varyings.size()), varyings.begin(), mode);
+        });
 }
 
 void PointAt(GLuint buffer)
@@ -46,11 +48,9 @@ FAMILY("transform-feedback", stage)
     const GLuint split = CapturingProgram(splitVertex, {"corner", "paint"}, GL_SEPARATE_ATTRIBS);
     const GLuint points = LinkProgram(pointVertex, flatFragment);
     std::vector<float> start;
-    for (int i = 0; i < Particles; ++i) {
-        for (int k = 0; k < 4; ++k) {
+    for (int i = 0; i < Particles; ++i)
+        for (int k = 0; k < 4; ++k)
             start.push_back(static_cast<float>(Wave(7 * i + 3 * k)) / 150.0f - 0.85f);
-        }
-    }
     GLuint particles[2] = {}, feedbacks[2] = {}, separate = 0, query = 0;
     glGenTransformFeedbacks(2, feedbacks);
     for (int i = 0; i < 2; ++i) {

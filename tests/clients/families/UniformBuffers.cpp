@@ -82,9 +82,8 @@ FAMILY("uniform-buffers", stage)
         Put(block, layout.offset, {0.3f * time, -0.2f});
         Put(block, layout.turn, {1 - time, time});
         Put(block, layout.turn + layout.turnStride, {-time, 1 - time});
-        for (int i = 0; i < 3; ++i) {
+        for (int i = 0; i < 3; ++i)
             Put(block, layout.sizes + i * layout.sizeStride, {0.3f + 0.2f * static_cast<float>(i)});
-        }
         glBindBuffer(GL_UNIFORM_BUFFER, place);
         glBufferSubData(GL_UNIFORM_BUFFER, 0, layout.block, block.data());
         glBindBufferBase(GL_UNIFORM_BUFFER, 0, place);

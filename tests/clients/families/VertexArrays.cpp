@@ -51,9 +51,8 @@ FAMILY("vertex-arrays", stage)
         for (int i = 0; i < 2; ++i) {
             Quarter(i);
             glBindVertexArray(arrays[i]);
-            if (i == 1) {
+            if (i == 1)
                 glBindVertexBuffer(2, buffer, frame % 2 * static_cast<GLintptr>(sizeof(Vertex)), sizeof(Vertex));
-            }
             glDrawElements(GL_TRIANGLES, frame % 3 == 0 ? 3 : 6, GL_UNSIGNED_BYTE, nullptr);
         }
 

@@ -58,9 +58,8 @@ FAMILY("viewport-arrays", stage)
         DrawQuad(program);
         GLfloat last[4] = {};
         getFloats(GL_VIEWPORT, 3, last);
-        if (last[0] != 96) {
+        if (last[0] != 96)
             Stage::Fail("setting a viewport");
-        }
         EndFrame(stage);
     }
 }

@@ -49,9 +49,8 @@ int main(int argc, char** argv)
     const auto family = Families().find(argc > 1 ? argv[1] : "");
     if (kind == kinds.end() || family == Families().end()) {
         std::fprintf(stderr, "usage: families NAME [--pbuffer | --surfaceless]\nNames:");
-        for (const auto& [name, draw] : Families()) {
+        for (const auto& [name, draw] : Families())
             std::fprintf(stderr, " %s", name.c_str());
-        }
         std::fprintf(stderr, "\n");
         return 2;
     }

@@ -36,10 +36,9 @@ std::string FillIn(std::string_view page, const std::vector<std::pair<std::strin
             break;
         const std::size_t end = page.find("}}", begin);
         const std::string_view name = page.substr(begin + 2, end - begin - 2);
-        for (const auto& [part, content] : parts) {
+        for (const auto& [part, content] : parts)
             if (part == name)
                 text += content;
-        }
         page.remove_prefix(end + 2);
     }
     return text;
