@@ -54,8 +54,8 @@ int main(int argc, char** argv)
         return 2;
     }
     Stage stage(Stage::Kind::Pbuffer, 256, 256, 3);
-    constexpr GLbitfield access = GL_MAP_WRITE_BIT | GL_MAP_PERSISTENT_BIT_EXT | GL_MAP_COHERENT_BIT_EXT;
-    auto* const vertices = static_cast<Vertex*>(MapForGood(GL_ARRAY_BUFFER, MapBytes, access, access));
+    constexpr GLbitfield Access = GL_MAP_WRITE_BIT | GL_MAP_PERSISTENT_BIT_EXT | GL_MAP_COHERENT_BIT_EXT;
+    auto* const vertices = static_cast<Vertex*>(MapForGood(GL_ARRAY_BUFFER, MapBytes, Access, Access));
     for (std::size_t piece = 0; piece < Pieces; ++piece)
         WritePiece(vertices + piece * PieceVertices, piece, 0);
     std::vector<std::size_t> writtenIn(Pieces, 0);

@@ -39,10 +39,10 @@ inline Matrix MoveBack(float distance)
 
 inline Matrix Perspective(float aspect)
 {
-    constexpr float focal = 2.2f;
-    constexpr float near = 1.0f;
-    constexpr float far = 10.0f;
-    constexpr float scale = (far + near) / (near - far);
-    constexpr float offset = 2 * far * near / (near - far);
-    return {focal / aspect, 0, 0, 0, 0, focal, 0, 0, 0, 0, scale, -1, 0, 0, offset, 0};
+    constexpr float Focal = 2.2f;
+    constexpr float Near = 1.0f;
+    constexpr float Far = 10.0f;
+    constexpr float Scale = (Far + Near) / (Near - Far);
+    constexpr float Offset = 2 * Far * Near / (Near - Far);
+    return {Focal / aspect, 0, 0, 0, 0, Focal, 0, 0, 0, 0, Scale, -1, 0, 0, Offset, 0};
 }

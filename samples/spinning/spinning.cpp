@@ -231,19 +231,19 @@ private:
     /// Rows of 3-byte pixels whose length is no multiple of four, the second half in an upload of its own.
     void MakeRamp()
     {
-        constexpr int steps = 15;
+        constexpr int Steps = 15;
         std::vector<std::uint8_t> pixels;
         for (int row = 0; row < 2; ++row) {
-            for (int i = 0; i < steps; ++i) {
-                const auto value = static_cast<std::uint8_t>(255 * (i + 1) / steps);
+            for (int i = 0; i < Steps; ++i) {
+                const auto value = static_cast<std::uint8_t>(255 * (i + 1) / Steps);
                 pixels.insert(pixels.end(), {value, value, static_cast<std::uint8_t>(40 + value * 215 / 255)});
             }
         }
         glActiveTexture(GL_TEXTURE1);
         m_ramp = SmoothTexture();
         glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB, steps, 2, 0, GL_RGB, GL_UNSIGNED_BYTE, pixels.data());
-        glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 1, steps, 1, GL_RGB, GL_UNSIGNED_BYTE, pixels.data() + 3 * steps);
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB, Steps, 2, 0, GL_RGB, GL_UNSIGNED_BYTE, pixels.data());
+        glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 1, Steps, 1, GL_RGB, GL_UNSIGNED_BYTE, pixels.data() + 3 * Steps);
         glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
         glActiveTexture(GL_TEXTURE0);
     }

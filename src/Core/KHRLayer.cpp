@@ -47,9 +47,9 @@ template <class Table> void SetEntry(Table& table, std::uint32_t index, Proc fun
 /// The entry of function `id` is filled, if the function is one of this table.
 template <class Table> bool HasEntry(const Table& table, std::uint32_t firstId, unsigned int id)
 {
-    constexpr std::uint32_t count = sizeof(Table) / sizeof(Proc);
+    constexpr std::uint32_t Count = sizeof(Table) / sizeof(Proc);
     Proc function = nullptr;
-    if (id >= firstId && id - firstId < count)
+    if (id >= firstId && id - firstId < Count)
         std::memcpy(&function, reinterpret_cast<const char*>(&table) + (id - firstId) * sizeof function,
                     sizeof function);
     return function != nullptr;
@@ -58,16 +58,16 @@ template <class Table> bool HasEntry(const Table& table, std::uint32_t firstId, 
 /// Nulls the entry of function `id`, if the function is one of this table.
 template <class Table> void ClearEntry(Table& table, std::uint32_t firstId, unsigned int id)
 {
-    constexpr std::uint32_t count = sizeof(Table) / sizeof(Proc);
-    if (id >= firstId && id - firstId < count)
+    constexpr std::uint32_t Count = sizeof(Table) / sizeof(Proc);
+    if (id >= firstId && id - firstId < Count)
         SetEntry(table, id - firstId, nullptr);
 }
 
 /// Sets every entry to the first form of its function that `find` has.
 template <class Table, class Find> void Fill(Table& table, std::uint32_t firstId, Find find)
 {
-    constexpr std::uint32_t count = sizeof(Table) / sizeof(Proc);
-    for (std::uint32_t index = 0; index < count; ++index) {
+    constexpr std::uint32_t Count = sizeof(Table) / sizeof(Proc);
+    for (std::uint32_t index = 0; index < Count; ++index) {
         Proc function = nullptr;
         for (const FunctionForm& form : FormsOf(firstId + index)) {
             function = find(form);

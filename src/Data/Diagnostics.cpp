@@ -8,7 +8,7 @@ namespace Data {
 namespace {
 
 /// Lines about skipped calls that are printed.
-constexpr std::uint64_t maxPrinted = 20;
+constexpr std::uint64_t MaxPrinted = 20;
 
 } // namespace
 
@@ -28,7 +28,7 @@ void Diagnostics::File(const std::string& text)
 void Diagnostics::Skipped(const char* name, const std::string& what, const std::string& expected,
                           const std::string& found)
 {
-    if (++m_skipped <= maxPrinted)
+    if (++m_skipped <= MaxPrinted)
         Call(name, what, expected, found, "call skipped");
 }
 
@@ -56,8 +56,8 @@ void Diagnostics::Call(const char* name, const std::string& what, const std::str
 
 void Diagnostics::Summary()
 {
-    if (m_skipped > maxPrinted)
-        File(std::to_string(m_skipped) + " calls were skipped, " + std::to_string(m_skipped - maxPrinted) +
+    if (m_skipped > MaxPrinted)
+        File(std::to_string(m_skipped) + " calls were skipped, " + std::to_string(m_skipped - MaxPrinted) +
              " of them without a message");
 }
 

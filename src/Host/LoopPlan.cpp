@@ -8,8 +8,8 @@ namespace Host {
 
 std::uint32_t LoopPlan::LastFrame() const
 {
-    constexpr std::uint32_t everything = ~std::uint32_t{0};
-    return m_settings.m_stopFrameSet ? static_cast<std::uint32_t>(std::max(m_settings.m_stopFrame, 0)) : everything;
+    constexpr std::uint32_t Everything = ~std::uint32_t{0};
+    return m_settings.m_stopFrameSet ? static_cast<std::uint32_t>(std::max(m_settings.m_stopFrame, 0)) : Everything;
 }
 
 std::uint32_t LoopPlan::FramesOfPass(std::uint32_t captured) const

@@ -16,9 +16,9 @@ namespace {
 /// only, so that nothing belongs to those of unordered access.
 unsigned int ChosenBuffers(std::int32_t filter)
 {
-    constexpr unsigned int buffers[] = {GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT,
+    constexpr unsigned int Buffers[] = {GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT,
                                         GL_COLOR_BUFFER_BIT, GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT, 0};
-    return buffers[filter];
+    return Buffers[filter];
 }
 
 } // namespace

@@ -15,7 +15,7 @@ namespace Data {
 class PointerData {
 public:
     /// Most memory that one argument gets.
-    static constexpr std::uint64_t maxOwnedBytes = 256u << 20;
+    static constexpr std::uint64_t MaxOwnedBytes = 256u << 20;
 
     /// What to hand to the live function: the contents, else the captured value, else null.
     [[nodiscard]] void* GetPointer() const { return m_payload; }

@@ -96,7 +96,7 @@ void TellUnwritten(const char* why) noexcept
     if (isTold.exchange(1) == 0) {
         std::fprintf(stderr, "playback-record: %s is not recorded any further: %s\n", program_invocation_short_name,
                      why);
-        Report(Finding::unwritten, why);
+        Report(Finding::Unwritten, why);
     }
 }
 
@@ -124,16 +124,16 @@ void AfterForkInChild()
 
 bool Begin()
 {
-    Report(Finding::egl, "");
-    hashesWanted = !Environment(hashVariable).empty();
-    lastFrame = static_cast<std::uint32_t>(std::strtoul(Environment(framesVariable).c_str(), nullptr, 10));
+    Report(Finding::Egl, "");
+    hashesWanted = !Environment(HashVariable).empty();
+    lastFrame = static_cast<std::uint32_t>(std::strtoul(Environment(FramesVariable).c_str(), nullptr, 10));
     Data::CaptureHeader& header = capture.header;
     header.startTimeUs = RealTimeUs();
     header.toolVersion = PLAYBACK_VERSION;
     header.command = CommandLine();
 
     std::string error;
-    Channel* const channel = OpenChannel(Environment(folderVariable), error);
+    Channel* const channel = OpenChannel(Environment(FolderVariable), error);
     if (channel == nullptr) {
         TellUnwritten(error.c_str());
         return false;
@@ -209,7 +209,7 @@ bool EndFrame(const Capturing& capturing) noexcept
         return false;
     capturing->PutFrameEnd(Data::MonotonicUs() - capture.channel->startUs);
     ++capture.frames;
-    if (capture.channel->hasFailed == failed) {
+    if (capture.channel->hasFailed == Failed) {
         TellUnwritten(capture.channel->error);
         // The last frame wanted will never come.
         return lastFrame != 0;
@@ -230,7 +230,7 @@ void FinishCapture() noexcept
 
     if (channel != nullptr && phase.exchange(Phase::Ended) != Phase::Ended) {
         CloseChannel(*channel);
-        if (channel->hasFailed == failed)
+        if (channel->hasFailed == Failed)
             TellUnwritten(channel->error);
     }
     errno = savedErrno;

@@ -24,9 +24,9 @@ struct Capture {
     /// What the file's header says. Under the lock.
     Data::CaptureHeader header;
     /// False in the memory of every child process, whatever way it was made.
-    const std::atomic<bool>* isRunning = &neverRunning;
+    const std::atomic<bool>* isRunning = &NeverRunning;
 
-    static constexpr std::atomic<bool> neverRunning = false;
+    static constexpr std::atomic<bool> NeverRunning = false;
 };
 extern Capture capture;
 

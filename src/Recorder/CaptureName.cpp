@@ -22,9 +22,9 @@ bool CreateNew(const std::string& path)
 std::string CreateCaptureFile(const std::string& folder, const std::string& program, pid_t process)
 {
     const std::string stem = (folder.empty() ? "" : folder + "/") + program + "." + std::to_string(process);
-    std::string path = stem + captureEnding;
+    std::string path = stem + CaptureEnding;
     for (int number = 2; !CreateNew(path) && errno == EEXIST; ++number)
-        path = stem + "-" + std::to_string(number) + captureEnding;
+        path = stem + "-" + std::to_string(number) + CaptureEnding;
     return path;
 }
 

@@ -46,7 +46,7 @@ template <class Action> auto Locked(Action action) noexcept -> decltype(action(T
     }
 }
 
-constexpr EGLint configAttributes[] = {
+constexpr EGLint ConfigAttributes[] = {
     EGL_CONFIG_ID,
     EGL_BUFFER_SIZE,
     EGL_RED_SIZE,
@@ -79,7 +79,7 @@ constexpr EGLint configAttributes[] = {
 };
 
 /// Those that every surface has in every version from 1.4 on; the last one leaves EGL's error at success.
-constexpr EGLint surfaceAttributes[] = {
+constexpr EGLint SurfaceAttributes[] = {
     EGL_CONFIG_ID, EGL_RENDER_BUFFER, EGL_SWAP_BEHAVIOR, EGL_MULTISAMPLE_RESOLVE, EGL_HEIGHT, EGL_WIDTH,
 };
 
@@ -147,7 +147,7 @@ void DescribeConfig(EGLDisplay display, EGLConfig config) noexcept
         Locked([&](Objects& objects) { return objects.describedConfigs.contains(number); }))
         return;
     Guarded([&] {
-        const auto attribs = QueryAll(Live<Query>(Entry::eglGetConfigAttrib), display, config, configAttributes);
+        const auto attribs = QueryAll(Live<Query>(Entry::eglGetConfigAttrib), display, config, ConfigAttributes);
         Locked([&](Objects& objects) {
             const bool isNew = objects.describedConfigs.insert(number).second;
             const Capturing capturing;
@@ -162,7 +162,7 @@ void DescribeConfig(EGLDisplay display, EGLConfig config) noexcept
 void DescribeNewSurface(EGLDisplay display, EGLSurface surface, bool isWindow) noexcept
 {
     Guarded([&] {
-        const auto attribs = QueryAll(SurfaceQuery(), display, surface, surfaceAttributes);
+        const auto attribs = QueryAll(SurfaceQuery(), display, surface, SurfaceAttributes);
         const SurfaceSize size = QuerySize(display, surface);
         if (isWindow)
             Locked([&](Objects& objects) { return objects.windows.insert_or_assign(surface, size).second; });

@@ -5,14 +5,14 @@
 namespace Recorder {
 namespace {
 
-constexpr std::uint32_t maxSmall = 1 << 16;
+constexpr std::uint32_t MaxSmall = 1 << 16;
 
 } // namespace
 
 void NameSet::Add(std::span<const std::uint32_t> names)
 {
     for (const std::uint32_t name : names) {
-        if (name >= maxSmall) {
+        if (name >= MaxSmall) {
             m_large.insert(name);
             continue;
         }

@@ -15,11 +15,11 @@
 namespace Recorder {
 namespace {
 
-constexpr int watchedSignals[] = {SIGINT, SIGTERM, SIGHUP};
-constexpr unsigned graceSeconds = 2;
+constexpr int WatchedSignals[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr unsigned GraceSeconds = 2;
 
 /// What the thread is woken for: a signal's number, or this.
-constexpr int lastFrameDone = -1;
+constexpr int LastFrameDone = -1;
 std::atomic<int> reason = 0;
 
 /// A semaphore rather than a descriptor: some programs close every descriptor they find.
@@ -57,7 +57,7 @@ void AskProgramToEnd()
     if (HandlerIs(SIGTERM, &OnSignal))
         SetDefaultAction(SIGTERM);
     kill(getpid(), SIGTERM);
-    sleep(graceSeconds);
+    sleep(GraceSeconds);
     _exit(0);
 }
 
@@ -73,7 +73,7 @@ void* WatchThread(void*)
     while (sem_wait(&wakeUp) != 0) {
         // Interrupted by a debugger.
     }
-    if (reason == lastFrameDone)
+    if (reason == LastFrameDone)
         AskProgramToEnd();
     FinishAndRaise(reason);
     return nullptr;
@@ -99,7 +99,7 @@ void WatchProgramEnd() noexcept
 {
     if (sem_init(&wakeUp, 0, 0) != 0 || !StartThread())
         return;
-    for (const int signal : watchedSignals) {
+    for (const int signal : WatchedSignals) {
         if (HandlerIs(signal, SIG_DFL)) {
             struct sigaction action = {};
             action.sa_handler = &OnSignal;
@@ -111,12 +111,12 @@ void WatchProgramEnd() noexcept
 
 void EndProgram() noexcept
 {
-    WakeThread(lastFrameDone);
+    WakeThread(LastFrameDone);
 }
 
 void LeaveProgramEndToParent() noexcept
 {
-    for (const int signal : watchedSignals)
+    for (const int signal : WatchedSignals)
         if (HandlerIs(signal, &OnSignal))
             SetDefaultAction(signal);
 }

@@ -17,7 +17,7 @@ namespace Recorder {
 namespace {
 
 /// By the start of their names: ways to draw, and toolkits that choose one of them.
-constexpr std::string_view drawingLibraries[] = {"libGL.so", "libGLX.so", "libvulkan.so", "libgtk-3",
+constexpr std::string_view DrawingLibraries[] = {"libGL.so", "libGLX.so", "libvulkan.so", "libgtk-3",
                                                  "libgtk-4", "libSDL2",   "libgstgl",     "libmpv"};
 
 /// As the environment had it at the start; empty: nobody is to be told.
@@ -27,7 +27,7 @@ char reportPath[64];
 int OpenReport()
 {
     char target[64] = {};
-    return readlink(reportPath, target, sizeof target - 1) > 0 && std::strstr(target, reportFileName) != nullptr
+    return readlink(reportPath, target, sizeof target - 1) > 0 && std::strstr(target, ReportFileName) != nullptr
                ? open(reportPath, O_WRONLY | O_APPEND | O_CLOEXEC)
                : -1;
 }
@@ -36,8 +36,8 @@ int ReportLibrary(dl_phdr_info* info, std::size_t, void*)
 {
     std::string_view name = info->dlpi_name;
     name.remove_prefix(name.rfind('/') + 1);
-    if (std::ranges::any_of(drawingLibraries, [name](std::string_view start) { return name.starts_with(start); }))
-        Report(Finding::library, name);
+    if (std::ranges::any_of(DrawingLibraries, [name](std::string_view start) { return name.starts_with(start); }))
+        Report(Finding::Library, name);
     return 0;
 }
 
@@ -50,10 +50,10 @@ void ReportOnce(std::atomic<bool>& isTold, const char* what) noexcept
 /// Ahead of the program's own code: what it is linked to is loaded by now.
 __attribute__((constructor)) void ReportProgram()
 {
-    const char* const path = std::getenv(reportVariable);
+    const char* const path = std::getenv(ReportVariable);
     if (path != nullptr && std::strlen(path) < sizeof reportPath) {
         std::strcpy(reportPath, path);
-        Report(Finding::program, program_invocation_short_name);
+        Report(Finding::Program, program_invocation_short_name);
         ReportLibraries();
     }
 }
@@ -85,9 +85,9 @@ void ReportLookup(const char* name) noexcept
     static std::atomic<bool> vulkanIsTold = false;
     const std::string_view view = name;
     if (view.starts_with("glXCreate"))
-        ReportOnce(glxIsTold, Finding::glx);
+        ReportOnce(glxIsTold, Finding::Glx);
     else if (view == "vkCreateInstance" || view == "vkGetInstanceProcAddr")
-        ReportOnce(vulkanIsTold, Finding::vulkan);
+        ReportOnce(vulkanIsTold, Finding::Vulkan);
 }
 
 } // namespace Recorder

@@ -9,23 +9,23 @@
 namespace Recorder {
 
 /// The name by which the file is recognised as playback-record's.
-inline constexpr char reportFileName[] = "playback-record";
+inline constexpr char ReportFileName[] = "playback-record";
 
 /// What can be told, as it stands in the lines.
 namespace Finding {
 /// The library is in a process; its program's name.
-inline constexpr char program[] = "program";
+inline constexpr char Program[] = "program";
 /// A library by which a program may draw is loaded; its file's name.
-inline constexpr char library[] = "library";
+inline constexpr char Library[] = "library";
 /// It called EGL.
-inline constexpr char egl[] = "egl";
+inline constexpr char Egl[] = "egl";
 /// It made a context of desktop OpenGL through EGL.
-inline constexpr char desktopContext[] = "desktop-context";
+inline constexpr char DesktopContext[] = "desktop-context";
 /// It looked functions up by which contexts of GLX are made, or instances of Vulkan.
-inline constexpr char glx[] = "glx";
-inline constexpr char vulkan[] = "vulkan";
+inline constexpr char Glx[] = "glx";
+inline constexpr char Vulkan[] = "vulkan";
 /// Its capture could not be written whole; why.
-inline constexpr char unwritten[] = "unwritten";
+inline constexpr char Unwritten[] = "unwritten";
 } // namespace Finding
 
 /// Tells one thing. Keeps errno.

@@ -3,15 +3,15 @@
 
 namespace Recorder {
 
-inline constexpr char captureEnding[] = ".glcap";
+inline constexpr char CaptureEnding[] = ".glcap";
 
 /// Folder for the captures, absolute: each process writes NAME.PID.glcap. Without it, the working directory.
-inline constexpr char folderVariable[] = "PLAYBACK_RECORD_FOLDER";
+inline constexpr char FolderVariable[] = "PLAYBACK_RECORD_FOLDER";
 /// The file that processes report to, see Report.h. Without it, they do not.
-inline constexpr char reportVariable[] = "PLAYBACK_RECORD_REPORT";
+inline constexpr char ReportVariable[] = "PLAYBACK_RECORD_REPORT";
 /// Set: hash each frame.
-inline constexpr char hashVariable[] = "PLAYBACK_RECORD_HASH";
+inline constexpr char HashVariable[] = "PLAYBACK_RECORD_HASH";
 /// Decimal: end the capture and the program after so many frames.
-inline constexpr char framesVariable[] = "PLAYBACK_RECORD_FRAMES";
+inline constexpr char FramesVariable[] = "PLAYBACK_RECORD_FRAMES";
 
 } // namespace Recorder

@@ -49,8 +49,8 @@ std::vector<GLint> DrawGuard::Bindings(GLuint program, const BlockKind& kind, in
     for (std::size_t i = 0; i < bindings.size(); ++i) {
         const auto block = static_cast<GLuint>(i);
         if (canAsk) {
-            constexpr GLenum property = GL_BUFFER_BINDING;
-            m_driver.glGetProgramResourceiv(program, kind.blocks, block, 1, &property, 1, nullptr, &bindings[i]);
+            constexpr GLenum Property = GL_BUFFER_BINDING;
+            m_driver.glGetProgramResourceiv(program, kind.blocks, block, 1, &Property, 1, nullptr, &bindings[i]);
         } else {
             m_driver.glGetActiveUniformBlockiv(program, block, GL_UNIFORM_BLOCK_BINDING, &bindings[i]);
         }
@@ -60,7 +60,7 @@ std::vector<GLint> DrawGuard::Bindings(GLuint program, const BlockKind& kind, in
 
 bool DrawGuard::HasStrayRange(const Data::ContextState& state, GLuint program, int version) const
 {
-    constexpr BlockKind kinds[] = {
+    constexpr BlockKind Kinds[] = {
         {GL_UNIFORM_BLOCK, GL_MAX_UNIFORM_BUFFER_BINDINGS, GL_UNIFORM_BUFFER_BINDING, GL_UNIFORM_BUFFER_START},
         {GL_SHADER_STORAGE_BLOCK, GL_MAX_SHADER_STORAGE_BUFFER_BINDINGS, GL_SHADER_STORAGE_BUFFER_BINDING,
          GL_SHADER_STORAGE_BUFFER_START},
@@ -68,7 +68,7 @@ bool DrawGuard::HasStrayRange(const Data::ContextState& state, GLuint program, i
          GL_ATOMIC_COUNTER_BUFFER_START},
     };
     // OpenGL ES 3.0 has uniform blocks alone.
-    for (const BlockKind& kind : std::span(kinds, version >= 31 ? std::size(kinds) : 1)) {
+    for (const BlockKind& kind : std::span(Kinds, version >= 31 ? std::size(Kinds) : 1)) {
         for (const GLint index : Bindings(program, kind, version)) {
             GLint buffer = 0;
             GLint64 start = 0;

@@ -12,7 +12,7 @@ struct RunningClock {
     using rep = duration::rep;
     using period = duration::period;
     using time_point = std::chrono::time_point<RunningClock>;
-    static constexpr bool is_steady = true;
+    static constexpr bool IsSteady = true;
 
     static time_point now();
 };

@@ -43,7 +43,7 @@ void Write(std::ofstream& file, const void* data, std::size_t bytes)
 
 std::string WriteKtx(const std::string& path, const Upload& upload)
 {
-    constexpr std::array<char, Alignment> padding = {};
+    constexpr std::array<char, Alignment> Padding = {};
     const Header header = {.glType = upload.type,
                            .glFormat = upload.format,
                            .glInternalFormat = upload.internalFormat,
@@ -61,7 +61,7 @@ std::string WriteKtx(const std::string& path, const Upload& upload)
     Write(file, &imageBytes, sizeof imageBytes);
     for (std::size_t row = 0; row < rows; ++row) {
         Write(file, upload.data.data() + row * rowBytes, rowBytes);
-        Write(file, padding.data(), paddingBytes);
+        Write(file, Padding.data(), paddingBytes);
     }
     file.close();
     return file ? "" : std::strerror(errno);

@@ -13,8 +13,8 @@ namespace Trim {
 void RecordOutput::Put(std::uint32_t id, std::span<const std::uint8_t> record)
 {
     if (std::uint8_t* const place = m_writer.Begin(id, record.size())) {
-        constexpr std::size_t header = sizeof(Data::RecordHeader);
-        std::memcpy(place + header, record.data() + header, record.size() - header);
+        constexpr std::size_t Header = sizeof(Data::RecordHeader);
+        std::memcpy(place + Header, record.data() + Header, record.size() - Header);
         m_writer.End();
     }
 }

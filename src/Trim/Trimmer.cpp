@@ -114,7 +114,7 @@ bool Trimmer::Analyse(LiveReplay& replay)
 void Trimmer::Analyse(const Data::RecordCursor& record, LiveReplay& replay)
 {
     const Data::RecordHeader& header = record.Header();
-    if (header.id >= Data::firstBuiltInId) {
+    if (header.id >= Data::FirstBuiltInId) {
         std::uint32_t thread = m_tracker.Thread();
         if (ChangesThread(record, thread)) {
             m_tracker.SetThread(thread);
@@ -281,7 +281,7 @@ void Trimmer::WriteFrame(const Data::RecordCursor& record, RecordOutput& output)
         output.HoldVertices(record.Bytes());
         break;
     default:
-        if (record.Header().id >= Data::firstBuiltInId)
+        if (record.Header().id >= Data::FirstBuiltInId)
             output.Copy(record.Bytes());
         break;
     }

@@ -18,14 +18,14 @@ namespace {
 using Util::ExitStatus;
 using Util::FrameRange;
 
-constexpr Util::Option options[] = {
+constexpr Util::Option Options[] = {
     {"--frames", "A-B", "frames to keep, counted from 1, both included; A- keeps all from A on, A only that one",
      "Options"},
     {"-o", "FILE", "capture to write", "Options"},
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},
 };
-constexpr const char* usage =
+constexpr const char* Usage =
     "Usage: playback-trim IN.glcap --frames A-B -o OUT.glcap\n"
     "\n"
     "Writes a capture of frames A to B of another one, with a state-setup block in front that\n"
@@ -125,10 +125,10 @@ std::string FaultOf(const Util::ParseArgs::CmdLineArgs& args)
 
 ExitStatus Run(int argc, char** argv)
 {
-    const Util::CommandLine commandLine(options);
+    const Util::CommandLine commandLine(Options);
     const Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
     if (parsed.args.HasSwitch("--help")) {
-        Util::Print(commandLine.Help(usage));
+        Util::Print(commandLine.Help(Usage));
         return ExitStatus::Done;
     }
     if (parsed.args.HasSwitch("--version")) {

@@ -14,8 +14,8 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-constexpr std::uint32_t texture2D = 0x0DE1;
-constexpr std::uint32_t triangles = 4;
+constexpr std::uint32_t Texture2D = 0x0DE1;
+constexpr std::uint32_t Triangles = 4;
 
 class CallDecoderTest : public CaptureTest {
 protected:
@@ -63,13 +63,13 @@ TEST_F(CallDecoderTest, ContentsThatTheDriverWouldReadBeyondAreRefused)
     Call(CallId::glUniformMatrix4fv, 0, 1, 0, 0x1234);
     Call(CallId::glUniformMatrix4fv, 0, -1, 0, 0);
     Call(CallId::glDeleteBuffers, 3, std::vector<std::uint32_t>{7, 8});
-    Call(CallId::glTexImage2D, texture2D, 0, Enum::Rgba, 4, 4, 0, Enum::Rgba, Enum::UnsignedByte, 0);
-    Call(CallId::glTexImage2D, texture2D, 0, Enum::Rgba, 4, 4, 0, Enum::Rgba, Enum::UnsignedByte, Bytes(63));
-    Call(CallId::glTexSubImage2D, texture2D, 0, 0, 0, 4, 4, Enum::Rgba, Enum::UnsignedByte, 0);
-    Call(CallId::glTexSubImage2D, texture2D, 0, 0, 0, 0x7fffffff, 0x7fffffff, Enum::Rgba, Enum::Float, Bytes(64));
-    Call(CallId::glTexSubImage2D, texture2D, 0, 0, 0, 4, 4, Enum::Rgba, 0x9999, Bytes(64));
+    Call(CallId::glTexImage2D, Texture2D, 0, Enum::Rgba, 4, 4, 0, Enum::Rgba, Enum::UnsignedByte, 0);
+    Call(CallId::glTexImage2D, Texture2D, 0, Enum::Rgba, 4, 4, 0, Enum::Rgba, Enum::UnsignedByte, Bytes(63));
+    Call(CallId::glTexSubImage2D, Texture2D, 0, 0, 0, 4, 4, Enum::Rgba, Enum::UnsignedByte, 0);
+    Call(CallId::glTexSubImage2D, Texture2D, 0, 0, 0, 0x7fffffff, 0x7fffffff, Enum::Rgba, Enum::Float, Bytes(64));
+    Call(CallId::glTexSubImage2D, Texture2D, 0, 0, 0, 4, 4, Enum::Rgba, 0x9999, Bytes(64));
     Call(CallId::glPixelStorei, Enum::UnpackRowLength, 8);
-    Call(CallId::glTexSubImage2D, texture2D, 0, 0, 0, 4, 4, Enum::Rgba, Enum::UnsignedByte, Bytes(64));
+    Call(CallId::glTexSubImage2D, Texture2D, 0, 0, 0, 4, 4, Enum::Rgba, Enum::UnsignedByte, Bytes(64));
     Call(CallId::glCopyBufferSubData, Enum::ArrayBuffer, Enum::ElementArrayBuffer, 0, INT64_MAX, 4);
     Play();
     EXPECT_THAT(reports,
@@ -89,8 +89,8 @@ TEST_F(CallDecoderTest, ContentsLieInsideTheRecordAndDoNotOverlap)
     const auto strings =
         CallRecord(CallId::glGetUniformIndices, 1, 1, std::vector<std::string>{"a"}, std::vector<std::uint32_t>{0});
     // The two slots of that call: names, then the indices that the driver writes.
-    constexpr std::size_t names = 16;
-    constexpr std::size_t indices = 32;
+    constexpr std::size_t Names = 16;
+    constexpr std::size_t Indices = 32;
     const auto changed = [&](std::size_t slot, std::uint32_t bytes, std::uint32_t offset) {
         CallRecord record = strings;
         const PointerSlot value{1, bytes, offset};
@@ -98,11 +98,11 @@ TEST_F(CallDecoderTest, ContentsLieInsideTheRecordAndDoNotOverlap)
         record.AppendTo(*writer);
     };
     strings.AppendTo(*writer);
-    changed(indices, 8, 48);         // over the names, which the driver follows
-    changed(names, 16, 16);          // over the slots
-    changed(names, 16, 44);          // not aligned
-    changed(names, 0xffffffff, 48);  // longer than the record
-    changed(indices, 4, 0xfffffff8); // beyond the record
+    changed(Indices, 8, 48);         // over the names, which the driver follows
+    changed(Names, 16, 16);          // over the slots
+    changed(Names, 16, 44);          // not aligned
+    changed(Names, 0xffffffff, 48);  // longer than the record
+    changed(Indices, 4, 0xfffffff8); // beyond the record
     Play();
     EXPECT_THAT(reports, SizeIs(5));
     EXPECT_THAT(reports, Each(HasSubstr("expected contents between")));
@@ -110,15 +110,15 @@ TEST_F(CallDecoderTest, ContentsLieInsideTheRecordAndDoNotOverlap)
 
 TEST_F(CallDecoderTest, AnOffsetIsOneOnlyWhileABufferIsBound)
 {
-    Call(CallId::glDrawElements, triangles, 6, Enum::UnsignedShort, 0x40);
+    Call(CallId::glDrawElements, Triangles, 6, Enum::UnsignedShort, 0x40);
     Call(CallId::glBindBuffer, Enum::ElementArrayBuffer, 1);
-    Call(CallId::glDrawElements, triangles, 6, Enum::UnsignedShort, 0x40);
+    Call(CallId::glDrawElements, Triangles, 6, Enum::UnsignedShort, 0x40);
     Call(CallId::glReadPixels, 0, 0, 4, 4, Enum::Rgba, Enum::UnsignedByte, 0);
     Call(CallId::glBindBuffer, Enum::PixelPackBuffer, 1);
     Call(CallId::glReadPixels, 0, 0, 4, 4, Enum::Rgba, Enum::UnsignedByte, 0x10);
-    Call(CallId::glDrawArraysIndirect, triangles, 0);
+    Call(CallId::glDrawArraysIndirect, Triangles, 0);
     Call(CallId::glBindBuffer, Enum::DrawIndirectBuffer, 1);
-    Call(CallId::glDrawArraysIndirect, triangles, 0);
+    Call(CallId::glDrawArraysIndirect, Triangles, 0);
     Call(CallId::glBindBuffer, Enum::ArrayBuffer, 77);
     Play();
     EXPECT_THAT(reports,
@@ -155,7 +155,7 @@ TEST_F(CallDecoderTest, ListsOfIndicesLieInsideTheirContents)
     };
     const std::vector<std::int32_t> counts{2, 2};
     const auto draw = [&](const auto&... arguments) {
-        Call(CallId::glMultiDrawElementsEXT, triangles, counts, Enum::UnsignedByte, arguments...);
+        Call(CallId::glMultiDrawElementsEXT, Triangles, counts, Enum::UnsignedByte, arguments...);
     };
     draw(lists(16, 24), 2);
     draw(lists(24, 16), 2);
@@ -170,7 +170,7 @@ TEST_F(CallDecoderTest, ListsOfIndicesLieInsideTheirContents)
     Call(CallId::glBindBuffer, Enum::ElementArrayBuffer, 1);
     Call(CallId::glDisableVertexAttribArray, 0);
     draw(lists(500, 3), 2);
-    Call(CallId::glMultiDrawElementsEXT, triangles, counts, Enum::UnsignedShort, lists(500, 3), 2);
+    Call(CallId::glMultiDrawElementsEXT, Triangles, counts, Enum::UnsignedShort, lists(500, 3), 2);
     Play();
     EXPECT_THAT(reports, ElementsAre(HasSubstr("expected 2 bytes of list 1 between 26 and 32 bytes, found it at 16"),
                                      HasSubstr("found it at 31"), HasSubstr("found it at 32"),
@@ -221,21 +221,21 @@ TEST_F(CallDecoderTest, DrawsFromClientMemoryNeedTheirVertices)
     ClientAttrib(3);
     Deliver(0, 2, 3, 24);
     Deliver(3, 2, 3, 24);
-    Call(CallId::glDrawArrays, triangles, 2, 3);
-    Call(CallId::glDrawArrays, triangles, 2, 3); // the vertices were for the draw before
+    Call(CallId::glDrawArrays, Triangles, 2, 3);
+    Call(CallId::glDrawArrays, Triangles, 2, 3); // the vertices were for the draw before
     Deliver(0, 0, 3, 24);
-    Call(CallId::glDrawArrays, triangles, 0, 3); // attribute 3 has none
+    Call(CallId::glDrawArrays, Triangles, 0, 3); // attribute 3 has none
     Deliver(0, 0, 3, 24);
     Deliver(3, 0, 2, 16);
-    Call(CallId::glDrawArrays, triangles, 0, 3); // too few
+    Call(CallId::glDrawArrays, Triangles, 0, 3); // too few
     Call(CallId::glDisableVertexAttribArray, 3);
     Deliver(0, 0, 6, 48);
-    Call(CallId::glDrawElements, triangles, 3, Enum::UnsignedByte, std::vector<std::uint8_t>{0, 5, 2});
+    Call(CallId::glDrawElements, Triangles, 3, Enum::UnsignedByte, std::vector<std::uint8_t>{0, 5, 2});
     Deliver(0, 0, 5, 40);
-    Call(CallId::glDrawElements, triangles, 3, Enum::UnsignedByte, std::vector<std::uint8_t>{0, 5, 2});
+    Call(CallId::glDrawElements, Triangles, 3, Enum::UnsignedByte, std::vector<std::uint8_t>{0, 5, 2});
     Deliver(0, 0, 3, 23); // the last vertex is cut
     Deliver(0, 1u << 28, 3, 24);
-    Call(CallId::glDrawArrays, triangles, -1, 3);
+    Call(CallId::glDrawArrays, Triangles, -1, 3);
     Play();
     EXPECT_THAT(reports,
                 ElementsAre(HasSubstr("attribute 0: expected 3 vertices from 2, found none"),
@@ -251,7 +251,7 @@ TEST_F(CallDecoderTest, IndicesInABufferDecideWhichVerticesADrawNeeds)
 {
     const auto draw = [&](std::uint64_t offset) {
         Deliver(0, 0, 3, 24);
-        Call(CallId::glDrawElements, triangles, 2, Enum::UnsignedShort, offset);
+        Call(CallId::glDrawElements, Triangles, 2, Enum::UnsignedShort, offset);
     };
     ClientAttrib(0);
     Call(CallId::glBindBuffer, Enum::ElementArrayBuffer, 1);
@@ -287,7 +287,7 @@ TEST_F(CallDecoderTest, VerticesAreDeliveredWithoutAnArrayBuffer)
     ClientAttrib(0);
     Call(CallId::glBindBuffer, Enum::ArrayBuffer, 2);
     Deliver(0, 5, 3, 24);
-    Call(CallId::glDrawArrays, triangles, 5, 3);
+    Call(CallId::glDrawArrays, Triangles, 5, 3);
     Order order;
     Replay(&order);
     EXPECT_THAT(order.calls, ElementsAre("bind 0", "bind 2", "bind 0", "data 1", "bind 2", "draw"));

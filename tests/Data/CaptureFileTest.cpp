@@ -130,7 +130,7 @@ TEST_F(CaptureFileTest, ManyChunksAndALargeRecordComeBackWhole)
     Call(CallId::glBindBuffer, 0x8892, 1);
     std::vector<std::string> expected{"thread 1", "frame{"};
     for (std::uint32_t i = 1; i <= 24; ++i) {
-        const std::size_t size = i == 7 ? chunkBytes + 1000 : chunkBytes / 3;
+        const std::size_t size = i == 7 ? ChunkBytes + 1000 : ChunkBytes / 3;
         Call(CallId::glBufferData, 0x8892, size, std::vector<std::uint8_t>(size, static_cast<std::uint8_t>(i)), 0x88E4);
         expected.push_back("glBufferData " + std::to_string(size) + " " + std::to_string(size) + " " +
                            std::to_string(i));
@@ -167,7 +167,7 @@ TEST_F(CaptureFileTest, CallsThatAreNotKnownAreSkippedWithOneWarningEach)
         entries += entry;
     }
     const std::vector<std::uint8_t> table = PlainChunk(ChunkKind::CallTable, {entries.begin(), entries.end()});
-    std::vector<std::uint8_t> changed(bytes.begin(), bytes.begin() + headerBytes);
+    std::vector<std::uint8_t> changed(bytes.begin(), bytes.begin() + HeaderBytes);
     changed.insert(changed.end(), table.begin(), table.end());
     changed.insert(changed.end(), bytes.begin() + static_cast<std::ptrdiff_t>(RecordsOffset(bytes)), bytes.end());
     SetFileBytes(changed);

@@ -37,10 +37,10 @@ protected:
 /// The reader forgets vertices at the end of a chunk, so the draw must be in the same one, wherever the chunk is full.
 TEST_F(CaptureWriterTest, VertexDataStaysInTheChunkOfItsDraw)
 {
-    constexpr std::uint32_t sizes[] = {700'000, 300'000, 100'000, 1'700'004};
+    constexpr std::uint32_t Sizes[] = {700'000, 300'000, 100'000, 1'700'004};
     for (int round = 0; round < 40; ++round) {
         for (int attrib = 0; attrib < 2; ++attrib) {
-            ASSERT_NE(BeginVertices(sizes[(round + attrib) % 4]), nullptr);
+            ASSERT_NE(BeginVertices(Sizes[(round + attrib) % 4]), nullptr);
             writer->End();
         }
         Call(CallId::glDrawArrays, 4, 0, 3);

@@ -27,9 +27,9 @@ TEST(Sizes, ImagesFollowThePixelStore)
     EXPECT_EQ(ImageBytes(volume, 4, 2, Red, UnsignedByte), 8) << "images are skipped in volumes only";
     EXPECT_EQ(ImageBytes(start, 0, 5, Rgba, 0x9999), 0) << "nothing is read, whatever the type";
     EXPECT_EQ(ImageBytes(start, -1, 5, Rgba, UnsignedByte), 0);
-    EXPECT_EQ(ImageBytes(start, 1, 1, Rgba, 0x9999), unknownSize);
+    EXPECT_EQ(ImageBytes(start, 1, 1, Rgba, 0x9999), UnknownSize);
     const PixelStore huge{8, 0x7fffffff, 0x7fffffff, 0x7fffffff, 0x7fffffff, 0x7fffffff};
-    EXPECT_EQ(ImageBytes(huge, 0x7fffffff, 0x7fffffff, 0x7fffffff, Rgba, Float), unknownSize);
+    EXPECT_EQ(ImageBytes(huge, 0x7fffffff, 0x7fffffff, 0x7fffffff, Rgba, Float), UnknownSize);
 }
 
 TEST(Sizes, VertexElementsArePackedOrCounted)
@@ -119,29 +119,29 @@ TEST_F(ContextStateTest, IndicesGiveTheRangeOfVertices)
 /// What the driver may have refused, or the GPU may have written, is not known.
 TEST_F(ContextStateTest, BufferedIndicesAreKnownOnlyAsFarAsTheyAreCertain)
 {
-    constexpr std::uint32_t target = Enum::ElementArrayBuffer;
+    constexpr std::uint32_t Target = Enum::ElementArrayBuffer;
     const std::uint8_t indices[] = {1, 2, 3, 4, 5, 6, 7, 8};
     const auto isKnown = [&](std::uintptr_t first, std::int32_t count) {
         return state.Range_glDrawElements(4, count, Enum::UnsignedByte, Address(first)).isKnown;
     };
-    state.glBindBuffer(target, 1);
-    state.glBufferData(target, 8, nullptr, 0);
-    state.glBufferSubData(target, 2, 4, indices);
+    state.glBindBuffer(Target, 1);
+    state.glBufferData(Target, 8, nullptr, 0);
+    state.glBufferSubData(Target, 2, 4, indices);
     EXPECT_TRUE(isKnown(2, 4));
     EXPECT_FALSE(isKnown(1, 4));
-    state.glBufferSubData(target, 6, 4, indices);
+    state.glBufferSubData(Target, 6, 4, indices);
     EXPECT_FALSE(isKnown(6, 2)) << "beyond the end: the driver changed nothing";
     EXPECT_FALSE(isKnown(~std::uintptr_t{0}, 2));
 
-    state.glBufferData(target, 8, indices, 0);
+    state.glBufferData(Target, 8, indices, 0);
     EXPECT_TRUE(isKnown(0, 8));
-    state.glMapBufferRange(Address(0x5000), target, 0, 8, 2);
-    state.glBufferSubData(target, 0, 8, indices);
-    state.MappedData(target, 4, indices, 4);
-    state.glUnmapBuffer(1, target);
+    state.glMapBufferRange(Address(0x5000), Target, 0, 8, 2);
+    state.glBufferSubData(Target, 0, 8, indices);
+    state.MappedData(Target, 4, indices, 4);
+    state.glUnmapBuffer(1, Target);
     EXPECT_TRUE(isKnown(4, 4));
     EXPECT_FALSE(isKnown(0, 8)) << "mapped: the driver refuses";
-    state.glBufferData(target, 8, indices, 0);
+    state.glBufferData(Target, 8, indices, 0);
     state.glBindBufferBase(Enum::ShaderStorageBuffer, 0, 1);
     EXPECT_FALSE(isKnown(0, 8));
 }

@@ -15,11 +15,11 @@ using ::testing::HasSubstr;
 /// A small capture of several chunks, damaged in every place.
 class DamageTest : public CaptureTest {
 protected:
-    static constexpr std::uint32_t wholeFrames = 6;
+    static constexpr std::uint32_t WholeFrames = 6;
 
     DamageTest()
     {
-        for (std::uint32_t frame = 0; frame < wholeFrames; ++frame) {
+        for (std::uint32_t frame = 0; frame < WholeFrames; ++frame) {
             Call(CallId::glClear, 16384);
             Call(CallId::glUniform4fv, 0, 1, std::vector<float>{1, 2, 3, 4});
             Call(CallId::glShaderSource, 1, 1, std::vector<std::string>{"void main(){}"}, 0);
@@ -70,12 +70,12 @@ protected:
 
 TEST_F(DamageTest, AnyTruncationIsReportedAndLosesOnlyTheTail)
 {
-    std::uint32_t longer = wholeFrames;
+    std::uint32_t longer = WholeFrames;
     for (std::size_t bytes = whole.size(); bytes-- > 0;) {
         std::filesystem::resize_file(path, bytes);
         Play("cut after " + std::to_string(bytes) + " bytes");
         EXPECT_LE(frames, longer) << "a shorter part has not more frames";
-        EXPECT_TRUE(frames == wholeFrames || bytes < whole.size() - 1) << "without its index it still has all of them";
+        EXPECT_TRUE(frames == WholeFrames || bytes < whole.size() - 1) << "without its index it still has all of them";
         longer = frames;
         if (HasFailure())
             return;
@@ -170,7 +170,7 @@ TEST_F(DamageTest, ASummaryThatContradictsTheFileIsRefused)
         if (const auto read = decode(flipped)) {
             EXPECT_EQ(read->calls, counts->calls);
             EXPECT_EQ(read->callsById.size(), callCount);
-            EXPECT_EQ(read->byFrame.size(), wholeFrames + 1);
+            EXPECT_EQ(read->byFrame.size(), WholeFrames + 1);
             EXPECT_EQ(read->bindings.size(), 3u);
         }
     }

@@ -11,7 +11,7 @@ using ::testing::HasSubstr;
 /// the program; sanitizers see to it that nothing is reached that should not be.
 class HostileRecordsTest : public ProgramTest {
 protected:
-    static constexpr std::uint32_t arrayBuffer = Enum::ArrayBuffer;
+    static constexpr std::uint32_t ArrayBuffer = Enum::ArrayBuffer;
 
     /// A record with `room` bytes after the struct.
     template <class Record> void Add(RecordId id, Record record, std::uint32_t room = 0)
@@ -30,20 +30,20 @@ protected:
     {
         Begin();
         Call(CallId::glGenBuffers, 2, std::vector<std::uint32_t>{1, 2});
-        Call(CallId::glBindBuffer, arrayBuffer, 1);
-        Call(CallId::glBufferData, arrayBuffer, 4096, 0, 0x88E4);
-        Call(CallId::glMapBufferRange, 0x5000, arrayBuffer, 0, bytes, 0x12);
+        Call(CallId::glBindBuffer, ArrayBuffer, 1);
+        Call(CallId::glBufferData, ArrayBuffer, 4096, 0, 0x88E4);
+        Call(CallId::glMapBufferRange, 0x5000, ArrayBuffer, 0, bytes, 0x12);
     }
     void Flush(std::uint32_t offset, std::uint32_t bytes)
     {
         const std::vector<std::uint8_t> data(bytes, 7);
-        writer->FlushMappedBufferRange(arrayBuffer, offset, data.data(), bytes);
+        writer->FlushMappedBufferRange(ArrayBuffer, offset, data.data(), bytes);
     }
     void Unmap(std::uint32_t bytes)
     {
         const std::vector<std::uint8_t> data(bytes, 7);
-        writer->UnmapBuffer(arrayBuffer, data.data(), bytes);
-        Call(CallId::glUnmapBuffer, 1, arrayBuffer);
+        writer->UnmapBuffer(ArrayBuffer, data.data(), bytes);
+        Call(CallId::glUnmapBuffer, 1, ArrayBuffer);
     }
     /// A plane of `bytes` bytes, of which 256 are there.
     void Plane(std::uint32_t stride, std::uint64_t bytes, std::uint32_t width, std::uint32_t height,
@@ -157,36 +157,36 @@ protected:
     }
 };
 
-constexpr const char* noMapping = "expected a mapping that holds the data";
-constexpr const char* noVertices = "client memory of attribute 0: expected 3 vertices from 0, found none";
-constexpr const char* noContext = "expected the captured one to be current";
+constexpr const char* NoMapping = "expected a mapping that holds the data";
+constexpr const char* NoVertices = "client memory of attribute 0: expected 3 vertices from 0, found none";
+constexpr const char* NoContext = "expected the captured one to be current";
 
 TEST_F(HostileRecordsTest, TheReaderRefusesThem)
 {
     const auto attribs = {RecordId::ConfigAttribs, RecordId::SurfaceAttribs};
     std::vector<Case> cases = {
-        {"a flush beyond the map", [&] { Map(16), Flush(12, 8); }, noMapping},
-        {"an unmap after an unmap", [&] { Map(16), Unmap(16), Unmap(16); }, noMapping},
+        {"a flush beyond the map", [&] { Map(16), Flush(12, 8); }, NoMapping},
+        {"an unmap after an unmap", [&] { Map(16), Unmap(16), Unmap(16); }, NoMapping},
         {"a flush after new storage",
-         [&] { Map(16), Call(CallId::glBufferData, arrayBuffer, 4, 0, 0x88E4), Flush(0, 16); }, noMapping},
+         [&] { Map(16), Call(CallId::glBufferData, ArrayBuffer, 4, 0, 0x88E4), Flush(0, 16); }, NoMapping},
         {"a flush of a deleted buffer",
-         [&] { Map(16), Call(CallId::glDeleteBuffers, 1, std::vector<std::uint32_t>{1}), Flush(0, 16); }, noMapping},
+         [&] { Map(16), Call(CallId::glDeleteBuffers, 1, std::vector<std::uint32_t>{1}), Flush(0, 16); }, NoMapping},
         {"a flush of a buffer whose target was mapped again",
          [&] {
              Map(4096);
-             Call(CallId::glBindBuffer, arrayBuffer, 2);
-             Call(CallId::glBufferData, arrayBuffer, 16, 0, 0x88E4);
-             Call(CallId::glMapBufferRange, 0x6000, arrayBuffer, 0, 16, 2);
-             Call(CallId::glBindBuffer, arrayBuffer, 1);
+             Call(CallId::glBindBuffer, ArrayBuffer, 2);
+             Call(CallId::glBufferData, ArrayBuffer, 16, 0, 0x88E4);
+             Call(CallId::glMapBufferRange, 0x6000, ArrayBuffer, 0, 16, 2);
+             Call(CallId::glBindBuffer, ArrayBuffer, 1);
              Flush(0, 4096);
          },
-         noMapping},
-        {"a flush in another context", [&] { Map(16), MakeContext(2, 1), MakeCurrent(2), Flush(0, 16); }, noMapping},
+         NoMapping},
+        {"a flush in another context", [&] { Map(16), MakeContext(2, 1), MakeCurrent(2), Flush(0, 16); }, NoMapping},
         {"a flush whose data leaves the record",
          [&] {
              Map(16);
              MappedDataRecord flush{};
-             flush.target = arrayBuffer;
+             flush.target = ArrayBuffer;
              flush.data = Behind<MappedDataRecord>(0xFFFFFFF0);
              Add(RecordId::FlushMappedBufferRange, flush, 8);
          },
@@ -240,22 +240,22 @@ TEST_F(HostileRecordsTest, TheReaderRefusesThem)
          "records of kind 131072 that this program does not know"},
 
         {"GL calls of a thread that has no context", [&] { Map(16), writer->SetThread(7), DrawFromOffset(); },
-         noContext},
+         NoContext},
         {"GL calls after the context was let go",
-         [&] { Map(16), Call(CallId::eglMakeCurrent, 1, 1, 0, 0, 0), DrawFromOffset(); }, noContext},
+         [&] { Map(16), Call(CallId::eglMakeCurrent, 1, 1, 0, 0, 0), DrawFromOffset(); }, NoContext},
         {"GL calls with a surface that nobody made",
-         [&] { Map(16), MakeContext(2), Call(CallId::eglMakeCurrent, 1, 1, 9, 9, 2), DrawFromOffset(); }, noContext},
+         [&] { Map(16), MakeContext(2), Call(CallId::eglMakeCurrent, 1, 1, 9, 9, 2), DrawFromOffset(); }, NoContext},
         {"GL calls after the display was ended and the context made again",
-         [&] { Map(16), Call(CallId::eglTerminate, 1, 1), MakeContext(1), Flush(0, 16), DrawFromOffset(); }, noContext},
+         [&] { Map(16), Call(CallId::eglTerminate, 1, 1), MakeContext(1), Flush(0, 16), DrawFromOffset(); }, NoContext},
         {"a context destroyed while a map lives",
-         [&] { Map(16), Call(CallId::eglDestroyContext, 1, 1, 1), Flush(0, 16), DrawFromOffset(); }, noContext},
+         [&] { Map(16), Call(CallId::eglDestroyContext, 1, 1, 1), Flush(0, 16), DrawFromOffset(); }, NoContext},
         {"names that went with the first context of a group",
          [&] {
              Map(16);
              MakeContext(2, 1);
              MakeCurrent(2);
              Call(CallId::eglDestroyContext, 1, 1, 1);
-             Call(CallId::glBindBuffer, arrayBuffer, 1);
+             Call(CallId::glBindBuffer, ArrayBuffer, 1);
              DrawFromOffset();
          },
          "glBindBuffer: buffer: expected a buffer that was generated, found 1"},
@@ -263,7 +263,7 @@ TEST_F(HostileRecordsTest, TheReaderRefusesThem)
          [&] {
              Begin();
              Call(CallId::glGenBuffers, 1, std::vector<std::uint32_t>{~0u});
-             Call(CallId::glBindBuffer, arrayBuffer, -1);
+             Call(CallId::glBindBuffer, ArrayBuffer, -1);
              DrawFromOffset();
          },
          "expected a buffer that was generated"},
@@ -284,16 +284,16 @@ TEST_F(HostileRecordsTest, TheReaderRefusesThem)
 /// What only shows where a driver has memory of its own, since the capture is true as far as it can be told.
 TEST_F(HostileRecordsTest, TheDriverConfirmsWhatIsMapped)
 {
-    constexpr std::uint32_t copyWrite = Enum::CopyWriteBuffer;
+    constexpr std::uint32_t CopyWrite = Enum::CopyWriteBuffer;
     const char* const gone = "the driver has no such mapping";
     const std::vector<Case> cases = {
         {"mapped anew through another target",
          [&] {
              Map(4096);
-             Call(CallId::glBindBuffer, copyWrite, 1);
-             Call(CallId::glUnmapBuffer, 1, copyWrite);
-             Call(CallId::glBufferData, copyWrite, 16, 0, 0x88E4);
-             Call(CallId::glMapBufferRange, 0x6000, copyWrite, 0, 16, 2);
+             Call(CallId::glBindBuffer, CopyWrite, 1);
+             Call(CallId::glUnmapBuffer, 1, CopyWrite);
+             Call(CallId::glBufferData, CopyWrite, 16, 0, 0x88E4);
+             Call(CallId::glMapBufferRange, 0x6000, CopyWrite, 0, 16, 2);
              Flush(0, 16);
          },
          gone},
@@ -301,11 +301,11 @@ TEST_F(HostileRecordsTest, TheDriverConfirmsWhatIsMapped)
          [&] {
              Begin();
              Call(CallId::glGenBuffers, 1, std::vector<std::uint32_t>{1});
-             Call(CallId::glBindBuffer, arrayBuffer, 1);
-             Call(CallId::glBufferData, arrayBuffer, 1 << 20, 0, 0x88E4);
-             Call(CallId::glBufferStorageEXT, arrayBuffer, 1 << 20, 0, 0xFFFF);
-             Call(CallId::glMapBufferRange, 0x5000, arrayBuffer, 0, 1 << 20, 2);
-             Call(CallId::glBufferData, arrayBuffer, 16, 0, 0x88E4);
+             Call(CallId::glBindBuffer, ArrayBuffer, 1);
+             Call(CallId::glBufferData, ArrayBuffer, 1 << 20, 0, 0x88E4);
+             Call(CallId::glBufferStorageEXT, ArrayBuffer, 1 << 20, 0, 0xFFFF);
+             Call(CallId::glMapBufferRange, 0x5000, ArrayBuffer, 0, 1 << 20, 2);
+             Call(CallId::glBufferData, ArrayBuffer, 16, 0, 0x88E4);
              Flush(0, 1 << 20);
          },
          gone},
@@ -317,7 +317,7 @@ TEST_F(HostileRecordsTest, TheDriverConfirmsWhatIsMapped)
              Call(CallId::glEnableVertexAttribArray, 0);
              Call(CallId::glDrawArrays, 4, 0, 3);
          },
-         noVertices},
+         NoVertices},
         {"indices of a vertex array whose name is given twice",
          [&] {
              MakeVertexArray();
@@ -339,16 +339,16 @@ TEST_F(HostileRecordsTest, TheDriverConfirmsWhatIsMapped)
              Call(CallId::glUseProgram, 1);
              Call(CallId::glDrawArrays, 4, 0, 3);
          },
-         noVertices},
+         NoVertices},
         {"an array buffer bound where there are no such bindings",
          [&] {
              MakeVertexArray();
              Call(CallId::glBindVertexArray, 0);
-             Call(CallId::glBindBuffer, arrayBuffer, 0);
-             Call(CallId::glBindBufferBase, arrayBuffer, 0, 1);
+             Call(CallId::glBindBuffer, ArrayBuffer, 0);
+             Call(CallId::glBindBufferBase, ArrayBuffer, 0, 1);
              DrawFromOffset();
          },
-         noVertices},
+         NoVertices},
         {"pictures while uploads skip rows",
          [&] {
              Begin();
@@ -366,7 +366,7 @@ TEST_F(HostileRecordsTest, TheDriverConfirmsWhatIsMapped)
              MakeCurrent(2);
              Call(CallId::glUseProgram, 1);
              Call(CallId::eglDestroyContext, 1, 1, 1);
-             Call(CallId::glBindBuffer, arrayBuffer, 1);
+             Call(CallId::glBindBuffer, ArrayBuffer, 1);
              DrawFromOffset();
          },
          "expected a buffer that was generated"},
@@ -381,16 +381,16 @@ TEST_F(HostileRecordsTest, TheDriverConfirmsWhatIsMapped)
          [&] {
              Map(16);
              UseProgram();
-             Call(CallId::glBindBuffer, arrayBuffer, 0);
+             Call(CallId::glBindBuffer, ArrayBuffer, 0);
              MakeContext(2);
              Call(CallId::eglMakeCurrent, 1, 1, 9, 9, 2);
              Call(CallId::glGenBuffers, 1, std::vector<std::uint32_t>{5});
-             Call(CallId::glBindBuffer, arrayBuffer, 5);
+             Call(CallId::glBindBuffer, ArrayBuffer, 5);
              MakeCurrent(1);
              Call(CallId::eglMakeCurrent, 1, 1, 9, 9, 2);
              DrawFromOffset();
          },
-         noContext},
+         NoContext},
     };
     Check(cases, "");
 }

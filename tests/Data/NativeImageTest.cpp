@@ -6,30 +6,30 @@ namespace {
 
 using ::testing::HasSubstr;
 
-constexpr std::uint32_t texture2D = 0x0DE1;
-constexpr std::int32_t nativeBuffer = 0x3140;
+constexpr std::uint32_t Texture2D = 0x0DE1;
+constexpr std::int32_t NativeBuffer = 0x3140;
 
 /// Captured native buffers of 3 by 2 pixels in rows of 32 bytes, drawn by this machine's driver through textures.
 class NativeImageTest : public ProgramTest {
 protected:
-    static constexpr std::uint32_t width = 3;
-    static constexpr std::uint32_t height = 2;
-    static constexpr std::uint32_t stride = 32;
+    static constexpr std::uint32_t Width = 3;
+    static constexpr std::uint32_t Height = 2;
+    static constexpr std::uint32_t Stride = 32;
 
     void Image(RecordId kind, std::uint32_t format, const std::vector<std::uint8_t>& pixels)
     {
-        std::vector<std::uint8_t> plane(stride * height, 0xEE);
-        const std::size_t rowBytes = pixels.size() / height;
-        for (std::uint32_t row = 0; row < height; ++row)
-            std::copy_n(pixels.begin() + row * rowBytes, rowBytes, plane.begin() + row * stride);
+        std::vector<std::uint8_t> plane(Stride * Height, 0xEE);
+        const std::size_t rowBytes = pixels.size() / Height;
+        for (std::uint32_t row = 0; row < Height; ++row)
+            std::copy_n(pixels.begin() + row * rowBytes, rowBytes, plane.begin() + row * Stride);
         EGLImageRecord image{};
         image.display = 1;
         image.image = 5;
-        image.width = width;
-        image.height = height;
+        image.width = Width;
+        image.height = Height;
         image.format = format;
         image.planeCount = 1;
-        image.planes[0].stride = stride;
+        image.planes[0].stride = Stride;
         image.planes[0].size = plane.size();
         writer->EGLImage(kind, image, {plane.data(), nullptr, nullptr});
     }
@@ -38,8 +38,8 @@ protected:
     {
         Image(RecordId::EGLImageCreate, format, {});
         Image(RecordId::EGLImageContent, format, pixels);
-        Call(CallId::eglCreateImageKHR, 5, 1, 0, nativeBuffer, 77, 0);
-        Call(CallId::glEGLImageTargetTexture2DOES, texture2D, 5);
+        Call(CallId::eglCreateImageKHR, 5, 1, 0, NativeBuffer, 77, 0);
+        Call(CallId::glEGLImageTargetTexture2DOES, Texture2D, 5);
     }
     /// Display, context, a program that draws texel (x, y) to pixel (x, y), a texture.
     void Prepare()
@@ -59,13 +59,13 @@ protected:
         Call(CallId::glLinkProgram, 1);
         Call(CallId::glUseProgram, 1);
         Call(CallId::glGenTextures, 1, std::vector<std::uint32_t>{4});
-        Call(CallId::glBindTexture, texture2D, 4);
-        Call(CallId::glTexParameteri, texture2D, 0x2801, 0x2600);
+        Call(CallId::glBindTexture, Texture2D, 4);
+        Call(CallId::glTexParameteri, Texture2D, 0x2801, 0x2600);
     }
     void Expect(const std::vector<std::uint8_t>& pixels)
     {
         Call(CallId::glDrawArrays, 4, 0, 3);
-        Call(CallId::glReadPixels, 0, 0, width, height, Enum::Rgba, Enum::UnsignedByte, pixels);
+        Call(CallId::glReadPixels, 0, 0, Width, Height, Enum::Rgba, Enum::UnsignedByte, pixels);
     }
     void ExpectVerified(int readBacks)
     {
@@ -87,16 +87,16 @@ TEST_F(NativeImageTest, ADrawSamplesThePixelsAndTheirUpdates)
         bool isBGR;
         bool isOpaque;
     };
-    constexpr Channels formats[] = {
+    constexpr Channels Formats[] = {
         {28, false, false}, {0, false, false}, {87, true, false}, {88, true, true}, {507, false, true}};
     Prepare();
     // Uploads as the application has them in mind are not those of the image.
     Call(CallId::glPixelStorei, Enum::UnpackRowLength, 50);
     Call(CallId::glPixelStorei, Enum::UnpackSkipPixels, 3);
     std::uint8_t next = 1;
-    std::vector<std::uint8_t> pixels(width * height * 4);
+    std::vector<std::uint8_t> pixels(Width * Height * 4);
     std::vector<std::uint8_t> expected;
-    for (const Channels& channels : formats) {
+    for (const Channels& channels : Formats) {
         const auto change = [&] {
             for (std::uint8_t& byte : pixels)
                 byte = next += 7;
@@ -123,9 +123,9 @@ TEST_F(NativeImageTest, ADrawSamplesThePixelsAndTheirUpdates)
 TEST_F(NativeImageTest, OtherFormatsOfFourChannelsAreShown)
 {
     std::vector<std::uint8_t> halfOnes;
-    for (std::uint32_t i = 0; i < width * height * 4; ++i)
+    for (std::uint32_t i = 0; i < Width * Height * 4; ++i)
         halfOnes.insert(halfOnes.end(), {0x00, 0x3C});
-    const std::vector<std::uint8_t> white(width * height * 4, 0xFF);
+    const std::vector<std::uint8_t> white(Width * Height * 4, 0xFF);
     Prepare();
     for (const auto& [format, pixels] : {std::pair{29u, white}, {24u, white}, {10u, halfOnes}}) {
         UseImage(format, pixels);
@@ -138,7 +138,7 @@ TEST_F(NativeImageTest, OtherFormatsOfFourChannelsAreShown)
     writer->SetThread(2);
     UseImage(28, white);
     writer->SetThread(1);
-    Call(CallId::glEGLImageTargetTexture2DOES, texture2D, 5);
+    Call(CallId::glEGLImageTargetTexture2DOES, Texture2D, 5);
     Expect(white);
     ExpectVerified(7);
 }

@@ -114,7 +114,7 @@ private:
         std::uint32_t stride = 0;
         std::uint32_t bytes = 0;
     };
-    std::array<Attrib, maxVertexAttribs> m_attribs = {};
+    std::array<Attrib, MaxVertexAttribs> m_attribs = {};
 };
 
 class TouchingGLAdapter : public GLNullAdapter {

@@ -17,10 +17,10 @@ namespace {
 
 using Rule = Word (*)(Objects&, const Word* args);
 
-constexpr EGLint sizeAttributes[] = {EGL_RED_SIZE,   EGL_GREEN_SIZE,   EGL_BLUE_SIZE, EGL_ALPHA_SIZE,
+constexpr EGLint SizeAttributes[] = {EGL_RED_SIZE,   EGL_GREEN_SIZE,   EGL_BLUE_SIZE, EGL_ALPHA_SIZE,
                                      EGL_DEPTH_SIZE, EGL_STENCIL_SIZE, EGL_SAMPLES};
 /// Handles of the configs are 21 and on. The first one is not what a request for 8 bits wants, as with real drivers.
-constexpr EGLint configs[][std::size(sizeAttributes)] = {{10, 10, 10, 2, 24, 8, 0}, {8, 8, 8, 8, 24, 8, 0},
+constexpr EGLint Configs[][std::size(SizeAttributes)] = {{10, 10, 10, 2, 24, 8, 0}, {8, 8, 8, 8, 24, 8, 0},
                                                          {8, 8, 8, 0, 24, 8, 0},    {5, 6, 5, 0, 24, 8, 0},
                                                          {8, 8, 8, 8, 24, 8, 4},    {8, 8, 8, 8, 0, 0, 0}};
 constexpr Word FirstConfig = 21;
@@ -28,8 +28,8 @@ constexpr Word FirstConfig = 21;
 /// One of the sizes of a config; null for other attributes.
 const EGLint* SizeOf(std::size_t config, EGLint attribute)
 {
-    const auto at = std::ranges::find(sizeAttributes, attribute) - std::begin(sizeAttributes);
-    return at < std::ssize(sizeAttributes) ? &configs[config][at] : nullptr;
+    const auto at = std::ranges::find(SizeAttributes, attribute) - std::begin(SizeAttributes);
+    return at < std::ssize(SizeAttributes) ? &Configs[config][at] : nullptr;
 }
 
 template <class T> T* Pointer(Word word)
@@ -60,13 +60,13 @@ EGLint ConfigAttribute(Word handle, EGLint attribute)
         {EGL_MAX_PBUFFER_WIDTH, 4096},
         {EGL_MAX_PBUFFER_HEIGHT, 4096}};
     const std::size_t index = handle - FirstConfig;
-    if (index >= std::size(configs))
+    if (index >= std::size(Configs))
         return 0;
     if (const EGLint* size = SizeOf(index, attribute))
         return *size;
     const auto found = common.find(attribute);
     return attribute == EGL_CONFIG_ID        ? static_cast<EGLint>(handle)
-           : attribute == EGL_BUFFER_SIZE    ? std::accumulate(configs[index], configs[index] + 4, 0)
+           : attribute == EGL_BUFFER_SIZE    ? std::accumulate(Configs[index], Configs[index] + 4, 0)
            : attribute == EGL_SAMPLE_BUFFERS ? *SizeOf(index, EGL_SAMPLES) > 0
            : found != common.end()           ? found->second
                                              : 0;
@@ -76,7 +76,7 @@ EGLint ConfigAttribute(Word handle, EGLint attribute)
 std::vector<Word> MatchingConfigs(const EGLint* attribs)
 {
     std::vector<Word> found;
-    for (std::size_t i = 0; i < std::size(configs); ++i) {
+    for (std::size_t i = 0; i < std::size(Configs); ++i) {
         bool matches = true;
         for (const EGLint* at = attribs; at && at[0] != EGL_NONE; at += 2) {
             const EGLint* size = SizeOf(i, at[0]);

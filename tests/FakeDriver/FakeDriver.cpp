@@ -101,10 +101,10 @@ bool Driver::IsMissing(const Function& function) const
     const auto same = [&function](const Entry& entry) { return entry.function == &function; };
     const auto entries = Entries();
     return std::ranges::any_of(Split(m_objects.settings.at("MISSING"), ','), [&](const std::string& missing) {
-        constexpr std::string_view tenth = "tenth:";
+        constexpr std::string_view Tenth = "tenth:";
         return missing == function.name ||
-               (missing.starts_with(tenth) && (std::ranges::find_if(entries, same) - entries.begin()) % 10 ==
-                                                  std::atoi(missing.c_str() + tenth.size()));
+               (missing.starts_with(Tenth) && (std::ranges::find_if(entries, same) - entries.begin()) % 10 ==
+                                                  std::atoi(missing.c_str() + Tenth.size()));
     });
 }
 

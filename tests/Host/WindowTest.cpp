@@ -82,7 +82,7 @@ TEST_F(WindowTest, FullScreenKeepsThePixelsOfTheCapture)
 
 TEST_F(WindowTest, AFrameIsAwaitedUntilTheCompositorHasShownIt)
 {
-    constexpr std::chrono::milliseconds patience(400);
+    constexpr std::chrono::milliseconds Patience(400);
     Open({64, 64}, false);
     Core::KHRLayer::EGLProc().eglSwapInterval(m_display, 0);
     const auto time = [](auto action) {
@@ -93,15 +93,15 @@ TEST_F(WindowTest, AFrameIsAwaitedUntilTheCompositorHasShownIt)
     // The compositor refreshes at 60 Hz at most.
     const auto shown = time([&] {
         for (int i = 0; i < 13; ++i) {
-            m_window->WaitForFrame(patience);
+            m_window->WaitForFrame(Patience);
             Swap();
         }
     });
     EXPECT_GT(shown, std::chrono::milliseconds(150));
-    EXPECT_LT(shown, 13 * patience);
+    EXPECT_LT(shown, 13 * Patience);
     // Without a swap there is no frame to show, as with a window that is hidden.
-    m_window->WaitForFrame(patience);
-    EXPECT_GE(time([&] { m_window->WaitForFrame(patience); }), patience);
+    m_window->WaitForFrame(Patience);
+    EXPECT_GE(time([&] { m_window->WaitForFrame(Patience); }), Patience);
 }
 
 TEST(WindowsTest, EachSurfaceHasAWindowAndTheLastOneStaysForTheNext)

@@ -48,15 +48,15 @@ protected:
 
     static bool Attribute(const Config& config, EGLint attribute, EGLint& value)
     {
-        static constexpr std::pair<EGLint, int Config::*> fields[] = {
+        static constexpr std::pair<EGLint, int Config::*> Fields[] = {
             {EGL_RED_SIZE, &Config::red},         {EGL_GREEN_SIZE, &Config::green},
             {EGL_BLUE_SIZE, &Config::blue},       {EGL_ALPHA_SIZE, &Config::alpha},
             {EGL_DEPTH_SIZE, &Config::depth},     {EGL_STENCIL_SIZE, &Config::stencil},
             {EGL_SAMPLES, &Config::samples},      {EGL_SAMPLE_BUFFERS, &Config::sampleBuffers},
             {EGL_SURFACE_TYPE, &Config::surface}, {EGL_RENDERABLE_TYPE, &Config::renderable}};
         const auto* const field =
-            std::find_if(std::begin(fields), std::end(fields), [&](const auto& f) { return f.first == attribute; });
-        if (field == std::end(fields))
+            std::find_if(std::begin(Fields), std::end(Fields), [&](const auto& f) { return f.first == attribute; });
+        if (field == std::end(Fields))
             return false;
         value = config.*field->second;
         return true;

@@ -61,7 +61,7 @@ TEST_F(GLResourceTableTest, NamesOfEachKindBelongToShareGroupsOrContexts)
         void (Table::*add)(unsigned int, unsigned int);
         unsigned int (Table::*get)(unsigned int) const;
         bool isShared;
-    } kinds[] = {
+    } Kinds[] = {
         {KIND(Program), true},      {KIND(Shader), true},
         {KIND(Buffer), true},       {KIND(Framebuffer), false},
         {KIND(Renderbuffer), true}, {KIND(Texture), true},
@@ -71,16 +71,16 @@ TEST_F(GLResourceTableTest, NamesOfEachKindBelongToShareGroupsOrContexts)
         {KIND(Counter), false},     {KIND(PerfMonitorGroup), false},
         {KIND(Semaphore), true},    {KIND(MemoryObject), true},
     };
-    for (unsigned int i = 0; i < std::size(kinds); ++i)
-        (table.*kinds[i].add)(5, 100 + i);
+    for (unsigned int i = 0; i < std::size(Kinds); ++i)
+        (table.*Kinds[i].add)(5, 100 + i);
     EXPECT_THAT(log.Take(), IsEmpty());
-    for (unsigned int i = 0; i < std::size(kinds); ++i) {
+    for (unsigned int i = 0; i < std::size(Kinds); ++i) {
         UseContext(2);
-        EXPECT_EQ((table.*kinds[i].get)(5), 100 + i) << i;
+        EXPECT_EQ((table.*Kinds[i].get)(5), 100 + i) << i;
         UseContext(1);
-        EXPECT_EQ((table.*kinds[i].get)(5), kinds[i].isShared ? 100 + i : 0) << i;
+        EXPECT_EQ((table.*Kinds[i].get)(5), Kinds[i].isShared ? 100 + i : 0) << i;
         UseContext(3);
-        EXPECT_EQ((table.*kinds[i].get)(5), 0u) << i;
+        EXPECT_EQ((table.*Kinds[i].get)(5), 0u) << i;
     }
 }
 

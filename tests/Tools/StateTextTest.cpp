@@ -14,15 +14,15 @@ class StateTextTest : public Data::CaptureTest {};
 
 TEST_F(StateTextTest, DifferencesAreToldByObjectNameAndIndex)
 {
-    constexpr std::uint32_t blend = 0x0BE2;
+    constexpr std::uint32_t Blend = 0x0BE2;
     writer->SetThread(1);
     Call(CallId::eglMakeCurrent, 1, 1, 5, 5, 2);
     Call(CallId::glUseProgram, 3);
     Call(CallId::glUniform1f, 0, 0.5);
     Call(CallId::glUniform1f, 1, 0.25);
-    Call(CallId::glDisablei, blend, 1);
-    Call(CallId::glEnable, blend);
-    Call(CallId::glDisablei, blend, 1);
+    Call(CallId::glDisablei, Blend, 1);
+    Call(CallId::glEnable, Blend);
+    Call(CallId::glDisablei, Blend, 1);
     Call(CallId::glUniform1f, 1, 0.75);
     Call(CallId::glCullFace, 0x0405);
     Call(CallId::glBindTexture, 0x0DE1, 7);
@@ -50,19 +50,19 @@ TEST_F(StateTextTest, DifferencesAreToldByObjectNameAndIndex)
 
 TEST_F(StateTextTest, AttachmentsAndStagesAreValues)
 {
-    constexpr std::uint32_t framebuffer = 0x8D40;
+    constexpr std::uint32_t Framebuffer = 0x8D40;
     writer->SetThread(1);
     Call(CallId::eglMakeCurrent, 1, 1, 5, 5, 2);
-    Call(CallId::glFramebufferTexture2D, framebuffer, 0x8CE0, 0x0DE1, 4, 0); // refused: the default framebuffer
-    Call(CallId::glBindFramebuffer, framebuffer, 9);
-    Call(CallId::glFramebufferTexture2D, framebuffer, 0x8CE0, 0x8516, 4, 1);
-    Call(CallId::glFramebufferTextureLayer, framebuffer, 0x8CE1, 5, 2, 3);
-    Call(CallId::glFramebufferRenderbuffer, framebuffer, 0x821A, 0x8D41, 6);
+    Call(CallId::glFramebufferTexture2D, Framebuffer, 0x8CE0, 0x0DE1, 4, 0); // refused: the default framebuffer
+    Call(CallId::glBindFramebuffer, Framebuffer, 9);
+    Call(CallId::glFramebufferTexture2D, Framebuffer, 0x8CE0, 0x8516, 4, 1);
+    Call(CallId::glFramebufferTextureLayer, Framebuffer, 0x8CE1, 5, 2, 3);
+    Call(CallId::glFramebufferRenderbuffer, Framebuffer, 0x821A, 0x8D41, 6);
     Call(CallId::glUseProgramStages, 7, 3, 8);
     Call(CallId::glActiveShaderProgram, 7, 8);
     Call(CallId::glBindProgramPipeline, 7);
     Call(CallId::glUniform1f, 0, 0.5);
-    Call(CallId::glFramebufferRenderbuffer, framebuffer, 0x8D00, 0x8D41, 0);
+    Call(CallId::glFramebufferRenderbuffer, Framebuffer, 0x8D00, 0x8D41, 0);
     Call(CallId::glDeleteTextures, 1, std::vector<std::uint32_t>{4});
     Call(CallId::glUseProgramStages, 7, 1, 0);
     Call(CallId::glFlush);

@@ -57,8 +57,8 @@ TEST_F(StatisticsTest, ChangesThatSetWhatWasSetAreToldFromThoseThatDoNot)
     const auto uniform = [](int count, const std::vector<float>& values) {
         return Call(CallId::glUniform1fv, 3, count, values);
     };
-    constexpr int array = 0x8892;
-    constexpr int element = 0x8893;
+    constexpr int Array = 0x8892;
+    constexpr int Element = 0x8893;
     const Call genTextures(CallId::glGenTextures, 2, Words{1, 2});
     const Call genBuffers(CallId::glGenBuffers, 2, Words{1, 2});
     const Call genArrays(CallId::glGenVertexArrays, 2, Words{1, 2});
@@ -103,13 +103,13 @@ TEST_F(StatisticsTest, ChangesThatSetWhatWasSetAreToldFromThoseThatDoNot)
           Call(CallId::glTexParameteri, 0x0DE1, 0x2801, 0x2600)},
          {{CallId::glBindTexture, 1}}},
         {"attributes and the index buffer belong to the vertex array",
-         {genBuffers, genArrays, bindBuffer(element, 1), Call(CallId::glBindVertexArray, 1), bindBuffer(element, 1),
-          bindBuffer(array, 1), Call(CallId::glVertexAttribPointer, 0, 2, 0x1406, 0, 0, 16),
+         {genBuffers, genArrays, bindBuffer(Element, 1), Call(CallId::glBindVertexArray, 1), bindBuffer(Element, 1),
+          bindBuffer(Array, 1), Call(CallId::glVertexAttribPointer, 0, 2, 0x1406, 0, 0, 16),
           Call(CallId::glEnableVertexAttribArray, 0), Call(CallId::glBindVertexArray, 2),
-          Call(CallId::glEnableVertexAttribArray, 0), bindBuffer(array, 1), Call(CallId::glBindVertexArray, 1),
-          bindBuffer(element, 1), Call(CallId::glVertexAttribPointer, 0, 2, 0x1406, 0, 8, 16),
+          Call(CallId::glEnableVertexAttribArray, 0), bindBuffer(Array, 1), Call(CallId::glBindVertexArray, 1),
+          bindBuffer(Element, 1), Call(CallId::glVertexAttribPointer, 0, 2, 0x1406, 0, 8, 16),
           Call(CallId::glVertexAttribFormat, 0, 2, 0x1406, 0, 0), Call(CallId::glBindVertexBuffer, 0, 1, 16, 8),
-          bindBuffer(array, 2), Call(CallId::glVertexAttribPointer, 0, 2, 0x1406, 0, 8, 16)},
+          bindBuffer(Array, 2), Call(CallId::glVertexAttribPointer, 0, 2, 0x1406, 0, 8, 16)},
          {{CallId::glBindBuffer, 2},
           {CallId::glVertexAttribPointer, 1},
           {CallId::glVertexAttribFormat, 1},

@@ -26,7 +26,7 @@ constexpr struct {
     ImageFormat format;
     const char* file;
     unsigned checksum;
-} formats[] = {
+} Formats[] = {
     {ImageFormat::Bmp, "x.bmp", 2689516733}, {ImageFormat::Dds, "x.dds", 3422983109}, {ImageFormat::Png, "x.png", 0}};
 
 class WriteScreenshotTest : public testing::Test {
@@ -39,7 +39,7 @@ protected:
 
 TEST_F(WriteScreenshotTest, EveryFormatStandsUprightAndKeepsAlpha)
 {
-    for (const auto& each : formats) {
+    for (const auto& each : Formats) {
         EXPECT_TRUE(GLScreenshotHandler(each.format, false)
                         .WriteScreenshot(folder.File("x"), 3, 2, Pixels, GL_RGBA, GL_UNSIGNED_BYTE));
         const std::string bytes = ReadFile(folder.File(each.file));
@@ -54,14 +54,14 @@ TEST_F(WriteScreenshotTest, EveryFormatStandsUprightAndKeepsAlpha)
     EXPECT_EQ(picture.At(0, 1), 0xFF000080U);
     EXPECT_EQ(picture.At(1, 1), 0x00FF0080U);
     EXPECT_EQ(picture.At(2, 1), 0x0000FF80U);
-    EXPECT_EQ(folder.Count(), std::size(formats));
+    EXPECT_EQ(folder.Count(), std::size(Formats));
 }
 
 TEST_F(WriteScreenshotTest, FilesThatCannotBeWrittenAreReported)
 {
     if (access("/dev/full", W_OK) != 0)
         GTEST_SKIP() << "this system has no /dev/full";
-    for (const auto& each : formats) {
+    for (const auto& each : Formats) {
         std::filesystem::create_symlink("/dev/full", folder.File(each.file));
         for (const auto& [name, why] :
              {std::pair("x", "No space left on device"), {"no/x", "No such file or directory"}}) {

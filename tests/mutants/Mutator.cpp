@@ -18,7 +18,7 @@ namespace {
 namespace Enum = Data::Enum;
 
 /// Numbers at which meanings, signs and widths change, and the enums that decide how pointers are meant.
-constexpr std::uint64_t edges[] = {0,
+constexpr std::uint64_t Edges[] = {0,
                                    1,
                                    0x7F,
                                    0x80,
@@ -151,7 +151,7 @@ std::uint64_t Mutator::Value(std::uint32_t call, std::size_t at, std::uint64_t o
         return GetField(other, Below(other.bytes.size() / 4) * 4, 4);
     }
     case 2:
-        return edges[Below(std::size(edges))];
+        return Edges[Below(std::size(Edges))];
     case 3:
         return old ^ std::uint64_t{1} << Below(32);
     case 4:

@@ -20,7 +20,7 @@ bool Recording::Load(const std::string& file, std::string& error)
             return false;
         for (Data::RecordCursor cursor(chunk); cursor.Next();) {
             Record record{{cursor.Record(), cursor.Record() + cursor.Header().bytes}};
-            if (std::uint32_t id = record.Id(); id < Data::firstBuiltInId) {
+            if (std::uint32_t id = record.Id(); id < Data::FirstBuiltInId) {
                 id = id < source->Calls().size() ? source->Calls()[id].known : Data::callCount;
                 if (id == Data::callCount)
                     continue;

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr const char* usage =
+constexpr const char* UsageText =
     "usage: mutate [--driver DIR] [--seed N] [--count N] [--jobs N] [--limit SECONDS] [--keep DIR] CAPTURE...\n"
     "  --driver DIR     the driver's libraries (the system's)\n"
     "  --seed N         first seed (1); the same seed and captures make the same mutant\n"
@@ -21,7 +21,7 @@ constexpr const char* usage =
 
 int Usage()
 {
-    std::fputs(usage, stderr);
+    std::fputs(UsageText, stderr);
     return 2;
 }
 

@@ -113,7 +113,7 @@ inline std::vector<std::uint8_t> PlainChunk(ChunkKind kind, const std::vector<st
 {
     std::vector<std::uint8_t> bytes(sizeof(ChunkHeader) + body.size());
     ChunkHeader header = {};
-    header.magic = chunkMagic;
+    header.magic = ChunkMagic;
     header.kind = static_cast<std::uint32_t>(kind);
     header.rawBytes = header.storedBytes = static_cast<std::uint32_t>(body.size());
     std::memcpy(bytes.data(), &header, sizeof header);
@@ -128,8 +128,8 @@ inline std::vector<std::uint8_t> PlainChunk(ChunkKind kind, const std::vector<st
 inline std::size_t RecordsOffset(const std::vector<std::uint8_t>& capture)
 {
     ChunkHeader table;
-    std::memcpy(&table, capture.data() + headerBytes, sizeof table);
-    return headerBytes + sizeof table + table.storedBytes;
+    std::memcpy(&table, capture.data() + HeaderBytes, sizeof table);
+    return HeaderBytes + sizeof table + table.storedBytes;
 }
 
 /// The header and call table of a capture, and a chunk of the given records after them.

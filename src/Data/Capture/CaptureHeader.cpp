@@ -18,7 +18,7 @@ struct Prefix {
 };
 
 /// Longest string in a header. All fields together must fit into it.
-constexpr std::size_t maxText = 512;
+constexpr std::size_t MaxText = 512;
 
 /// Every field once, for reading and writing. A new field goes to the end; a reader takes those that it knows.
 template <class Io, class Header> void Fields(Io& io, Header& header)
@@ -47,7 +47,7 @@ public:
     void U64(std::uint64_t value) { Put(&value, sizeof value); }
     void Text(const std::string& text)
     {
-        std::size_t length = std::min(text.size(), maxText);
+        std::size_t length = std::min(text.size(), MaxText);
         length = m_room.size() < sizeof(std::uint32_t) ? 0 : std::min(length, m_room.size() - sizeof(std::uint32_t));
         U32(static_cast<std::uint32_t>(length));
         Put(text.data(), length);
@@ -92,12 +92,12 @@ private:
 
 } // namespace
 
-void EncodeHeader(const CaptureHeader& header, std::span<std::uint8_t, headerBytes> bytes)
+void EncodeHeader(const CaptureHeader& header, std::span<std::uint8_t, HeaderBytes> bytes)
 {
     std::memset(bytes.data(), 0, bytes.size());
     Encoder encoder(bytes.subspan(sizeof(Prefix)));
     Fields(encoder, header);
-    Prefix prefix{fileMagic, header.version, headerBytes, 0};
+    Prefix prefix{FileMagic, header.version, HeaderBytes, 0};
     prefix.checksum = Checksum(bytes.data() + sizeof prefix, bytes.size() - sizeof prefix);
     std::memcpy(bytes.data(), &prefix, sizeof prefix);
 }
@@ -108,16 +108,16 @@ std::string DecodeHeader(std::span<const std::uint8_t> bytes, CaptureHeader& hea
     if (bytes.empty())
         return "the file is empty";
     std::memcpy(&prefix, bytes.data(), std::min(bytes.size(), sizeof prefix));
-    if (prefix.magic != fileMagic)
+    if (prefix.magic != FileMagic)
         return "not a capture: it does not begin with the capture's magic number";
-    if (bytes.size() >= sizeof prefix && prefix.version > formatVersion)
+    if (bytes.size() >= sizeof prefix && prefix.version > FormatVersion)
         return "the capture has format version " + std::to_string(prefix.version) + ", this program reads up to " +
-               std::to_string(formatVersion);
-    if (bytes.size() < headerBytes)
-        return "the header is cut: expected " + std::to_string(headerBytes) + " bytes, found " +
+               std::to_string(FormatVersion);
+    if (bytes.size() < HeaderBytes)
+        return "the header is cut: expected " + std::to_string(HeaderBytes) + " bytes, found " +
                std::to_string(bytes.size());
-    if (prefix.version == 0 || prefix.bytes != headerBytes ||
-        prefix.checksum != Checksum(bytes.data() + sizeof prefix, headerBytes - sizeof prefix))
+    if (prefix.version == 0 || prefix.bytes != HeaderBytes ||
+        prefix.checksum != Checksum(bytes.data() + sizeof prefix, HeaderBytes - sizeof prefix))
         return "the header is damaged: its checksum does not match";
     Decoder decoder(bytes.subspan(sizeof prefix));
     header = CaptureHeader{};

@@ -11,7 +11,7 @@ namespace Data {
 
 /// Contents of the file header. Strings are UTF-8 as the system gave them and empty where nothing is known.
 struct CaptureHeader {
-    std::uint32_t version = formatVersion;
+    std::uint32_t version = FormatVersion;
     /// Start of the recording, microseconds since 1970.
     std::uint64_t startTimeUs = 0;
     /// Of the first window or pbuffer surface that was made current; 0 when there was none.
@@ -36,7 +36,7 @@ struct CaptureHeader {
 };
 
 /// The `headerBytes` bytes of the file header. Strings that do not fit are cut.
-void EncodeHeader(const CaptureHeader& header, std::span<std::uint8_t, headerBytes> bytes);
+void EncodeHeader(const CaptureHeader& header, std::span<std::uint8_t, HeaderBytes> bytes);
 
 /// Reads what EncodeHeader wrote; empty when that went well, else what is wrong with it.
 std::string DecodeHeader(std::span<const std::uint8_t> bytes, CaptureHeader& header);

@@ -69,7 +69,7 @@ bool CaptureSource::ReadAt(void* data, std::size_t bytes, std::uint64_t offset) 
 
 std::string CaptureSource::ReadHeader()
 {
-    std::vector<std::uint8_t> bytes(std::min<std::uint64_t>(m_fileBytes, headerBytes));
+    std::vector<std::uint8_t> bytes(std::min<std::uint64_t>(m_fileBytes, HeaderBytes));
     if (!ReadAt(bytes.data(), bytes.size(), 0))
         return std::string("cannot be read: ") + std::strerror(errno);
     return DecodeHeader(bytes, m_header);
@@ -79,9 +79,9 @@ std::string CaptureSource::ReadChunkHeader(std::uint64_t offset, ChunkHeader& he
 {
     if (!ReadAt(&header, sizeof header, offset))
         return "the file ends in the header of a chunk";
-    if (header.magic != chunkMagic)
+    if (header.magic != ChunkMagic)
         return "there is no chunk";
-    if (header.rawBytes > maxChunkBytes || header.storedBytes > header.rawBytes)
+    if (header.rawBytes > MaxChunkBytes || header.storedBytes > header.rawBytes)
         return "the chunk's sizes are damaged: " + std::to_string(header.storedBytes) + " bytes stored for " +
                std::to_string(header.rawBytes);
     const std::uint64_t left = m_fileBytes - offset - sizeof header;
@@ -130,10 +130,10 @@ std::string CaptureSource::ReadCallTable()
 {
     Chunk chunk;
     ChunkHeader header = {};
-    const std::string trouble = ReadChunkAt(headerBytes, ChunkKind::CallTable, chunk, header);
+    const std::string trouble = ReadChunkAt(HeaderBytes, ChunkKind::CallTable, chunk, header);
     if (!trouble.empty())
         return "the call table cannot be read: " + trouble;
-    m_recordsOffset = headerBytes + sizeof header + header.storedBytes;
+    m_recordsOffset = HeaderBytes + sizeof header + header.storedBytes;
 
     std::unordered_map<std::string_view, std::uint32_t> known;
     for (std::uint32_t id = 0; id < callCount; ++id)
@@ -150,7 +150,7 @@ std::string CaptureSource::ReadCallTable()
                                     fits ? entry.bytes - sizeof entry : 0);
         const std::size_t nameEnd = text.find('\0');
         const std::size_t end = nameEnd == std::string_view::npos ? nameEnd : text.find('\0', nameEnd + 1);
-        if (end == std::string_view::npos || entry.id >= maxCalls)
+        if (end == std::string_view::npos || entry.id >= MaxCalls)
             return "the call table is damaged: entry at " + std::to_string(at) + " is no call";
         if (m_calls.size() <= entry.id)
             m_calls.resize(entry.id + 1);
@@ -169,7 +169,7 @@ bool CaptureSource::ReadIndex()
 {
     Trailer trailer = {};
     if (m_fileBytes < m_recordsOffset + sizeof trailer ||
-        !ReadAt(&trailer, sizeof trailer, m_fileBytes - sizeof trailer) || trailer.magic != trailerMagic)
+        !ReadAt(&trailer, sizeof trailer, m_fileBytes - sizeof trailer) || trailer.magic != TrailerMagic)
         return false;
     Chunk chunk;
     ChunkHeader header = {};

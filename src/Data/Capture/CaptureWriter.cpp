@@ -11,8 +11,8 @@ namespace Data {
 namespace {
 
 /// A frame end closes a chunk that has this many bytes or is this old, so that a program that is killed loses little.
-constexpr std::ptrdiff_t frameEndChunkBytes = 1 << 20;
-constexpr std::uint64_t frameEndChunkAgeUs = 500'000;
+constexpr std::ptrdiff_t FrameEndChunkBytes = 1 << 20;
+constexpr std::uint64_t FrameEndChunkAgeUs = 500'000;
 
 } // namespace
 
@@ -87,7 +87,7 @@ std::uint8_t* CaptureWriter::PlaceElsewhere(std::uint32_t id, std::uint64_t byte
     std::uint8_t* const tail = m_vertexData ? m_vertexData : m_at;
     const auto tailBytes = static_cast<std::uint64_t>(m_at - tail);
     const std::uint64_t needed = sizeof(ThreadRecord) + tailBytes + bytes;
-    if (bytes > maxChunkBytes || needed > maxChunkBytes || !m_sink)
+    if (bytes > MaxChunkBytes || needed > MaxChunkBytes || !m_sink)
         return nullptr;
     ChunkBuffer chunk = m_sink->Take(needed);
     if (!chunk.memory) {
@@ -145,7 +145,7 @@ void CaptureWriter::FrameEnd(std::uint64_t timeUs)
     if (!m_begin)
         return;
     ++m_frames;
-    if (m_at - m_begin >= frameEndChunkBytes || TimeUs() - m_chunkOpenedUs >= frameEndChunkAgeUs)
+    if (m_at - m_begin >= FrameEndChunkBytes || TimeUs() - m_chunkOpenedUs >= FrameEndChunkAgeUs)
         CloseChunk(m_at);
 }
 

@@ -10,8 +10,8 @@ namespace Data {
 
 std::uint64_t ChunkChecksum(const std::uint8_t* chunk, std::size_t storedBytes)
 {
-    constexpr std::size_t skipped = offsetof(ChunkHeader, checksum) + sizeof(ChunkHeader::checksum);
-    return Checksum(chunk + skipped, sizeof(ChunkHeader) - skipped + storedBytes);
+    constexpr std::size_t Skipped = offsetof(ChunkHeader, checksum) + sizeof(ChunkHeader::checksum);
+    return Checksum(chunk + Skipped, sizeof(ChunkHeader) - Skipped + storedBytes);
 }
 
 std::uint64_t Checksum(const void* data, std::size_t bytes)

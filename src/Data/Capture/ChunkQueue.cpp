@@ -10,8 +10,8 @@ namespace Data {
 namespace {
 
 /// Read ahead up to this many chunks, and no further chunk when those that are ready hold this many bytes.
-constexpr std::size_t maxReady = 3;
-constexpr std::uint64_t maxReadyBytes = 32u << 20;
+constexpr std::size_t MaxReady = 3;
+constexpr std::uint64_t MaxReadyBytes = 32u << 20;
 
 } // namespace
 
@@ -33,7 +33,7 @@ ChunkQueue::~ChunkQueue()
 
 bool ChunkQueue::MayRead() const
 {
-    return m_preload == Preload::All || (m_ready.size() < maxReady && m_readyBytes < maxReadyBytes);
+    return m_preload == Preload::All || (m_ready.size() < MaxReady && m_readyBytes < MaxReadyBytes);
 }
 
 void ChunkQueue::Run()
@@ -90,7 +90,7 @@ bool ChunkQueue::Next(Chunk& chunk, std::string& trouble)
 void ChunkQueue::Recycle(Chunk chunk)
 {
     const std::lock_guard lock(m_mutex);
-    if (chunk.memory && chunk.capacity <= 2 * chunkBytes && m_spare.size() < maxReady && m_preload == Preload::No)
+    if (chunk.memory && chunk.capacity <= 2 * ChunkBytes && m_spare.size() < MaxReady && m_preload == Preload::No)
         m_spare.push_back(std::move(chunk));
 }
 

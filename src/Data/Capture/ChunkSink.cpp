@@ -18,13 +18,13 @@ namespace Data {
 namespace {
 
 /// Chunks under way before the recorded program has to wait for the disk.
-constexpr unsigned maxUnderWay = 6;
+constexpr unsigned MaxUnderWay = 6;
 /// Buffers kept for the next chunk.
-constexpr std::size_t maxSpare = 3;
+constexpr std::size_t MaxSpare = 3;
 /// Level 1 costs about a second for a gigabyte of calls; higher ones save little on them.
-constexpr int compressionLevel = 1;
+constexpr int CompressionLevel = 1;
 /// Descriptors are moved here, out of the way of programs that count on low numbers.
-constexpr int lowestDescriptor = 500;
+constexpr int LowestDescriptor = 500;
 
 } // namespace
 
@@ -42,7 +42,7 @@ std::unique_ptr<ChunkSink> ChunkSink::Open(const std::string& path, const Captur
         error = path + ": cannot create the file: " + std::strerror(errno);
         return nullptr;
     }
-    sink->m_fd = fcntl(low, F_DUPFD_CLOEXEC, lowestDescriptor);
+    sink->m_fd = fcntl(low, F_DUPFD_CLOEXEC, LowestDescriptor);
     if (sink->m_fd < 0)
         sink->m_fd = low;
     else
@@ -56,7 +56,7 @@ std::unique_ptr<ChunkSink> ChunkSink::Open(const std::string& path, const Captur
     sink->m_compressor = ZSTD_createCCtx();
     sink->m_summary.emplace(OwnCalls());
     sink->UpdateHeader(header);
-    sink->m_fileBytes = headerBytes;
+    sink->m_fileBytes = HeaderBytes;
     if (!sink->m_compressor || !sink->StartThread())
         sink->Fail("cannot start the writer's thread", ENOMEM);
     if (sink->Failed()) {
@@ -126,18 +126,18 @@ void ChunkSink::StopThread()
 ChunkBuffer ChunkSink::Take(std::size_t bytes)
 {
     std::unique_lock lock(m_mutex);
-    m_wake.wait(lock, [this] { return m_underWay < maxUnderWay || Failed(); });
+    m_wake.wait(lock, [this] { return m_underWay < MaxUnderWay || Failed(); });
     ChunkBuffer chunk;
     if (Failed())
         return chunk;
-    if (bytes <= chunkBytes && !m_spare.empty()) {
+    if (bytes <= ChunkBytes && !m_spare.empty()) {
         chunk.memory = std::move(m_spare.back().memory);
         chunk.capacity = m_spare.back().capacity;
         m_spare.pop_back();
         chunk.used = 0;
         chunk.kind = ChunkKind::Records;
     } else {
-        chunk.capacity = bytes > chunkBytes ? bytes : chunkBytes;
+        chunk.capacity = bytes > ChunkBytes ? bytes : ChunkBytes;
         chunk.memory.reset(static_cast<std::uint8_t*>(std::malloc(chunk.capacity)));
         if (!chunk.memory) {
             Fail("no memory for recorded calls", ENOMEM);
@@ -164,7 +164,7 @@ void ChunkSink::Put(ChunkBuffer chunk)
 void ChunkSink::Recycle(ChunkBuffer chunk)
 {
     --m_underWay;
-    if (chunk.capacity == chunkBytes && m_spare.size() < maxSpare) {
+    if (chunk.capacity == ChunkBytes && m_spare.size() < MaxSpare) {
         try {
             m_spare.push_back(std::move(chunk));
         } catch (...) {
@@ -181,13 +181,13 @@ bool ChunkSink::WriteChunk(const ChunkBuffer& chunk)
         m_stored.resize(sizeof(ChunkHeader) + ZSTD_compressBound(chunk.used));
         std::uint8_t* const body = m_stored.data() + sizeof(ChunkHeader);
         std::size_t stored = ZSTD_compressCCtx(m_compressor, body, m_stored.size() - sizeof(ChunkHeader),
-                                               chunk.memory.get(), chunk.used, compressionLevel);
+                                               chunk.memory.get(), chunk.used, CompressionLevel);
         if (ZSTD_isError(stored) || stored >= chunk.used) {
             std::memcpy(body, chunk.memory.get(), chunk.used);
             stored = chunk.used;
         }
         ChunkHeader header = {};
-        header.magic = chunkMagic;
+        header.magic = ChunkMagic;
         header.kind = static_cast<std::uint32_t>(chunk.kind);
         header.rawBytes = static_cast<std::uint32_t>(chunk.used);
         header.storedBytes = static_cast<std::uint32_t>(stored);
@@ -232,7 +232,7 @@ bool ChunkSink::WriteSummary()
 
 bool ChunkSink::WriteIndex()
 {
-    const Trailer trailer{m_fileBytes, trailerMagic};
+    const Trailer trailer{m_fileBytes, TrailerMagic};
     const auto* const entries = reinterpret_cast<const std::uint8_t*>(m_index.data());
     return WriteBody(ChunkKind::Index, {entries, m_index.size() * sizeof(IndexEntry)}) &&
            WriteAt(&trailer, sizeof trailer, m_fileBytes);
@@ -269,7 +269,7 @@ void ChunkSink::WriteCounts()
 void ChunkSink::UpdateHeader(const CaptureHeader& header)
 {
     m_header = header;
-    std::uint8_t bytes[headerBytes];
+    std::uint8_t bytes[HeaderBytes];
     EncodeHeader(header, bytes);
     WriteAt(bytes, sizeof bytes, 0);
 }

@@ -13,20 +13,20 @@ static_assert(sizeof(void*) == 8, "pointers to captured strings are patched into
 
 /// Moves when the meaning of bytes changes. New calls and record ids do not need it, nor do kinds of chunks between the
 /// records and the index, which readers pass over.
-inline constexpr std::uint32_t formatVersion = 1;
+inline constexpr std::uint32_t FormatVersion = 1;
 
-inline constexpr std::uint64_t fileMagic = 0x0A1A0A5041434C47;    // "GLCAP\n\x1A\n"
-inline constexpr std::uint64_t trailerMagic = 0x444E455041434C47; // "GLCAPEND"
-inline constexpr std::uint32_t chunkMagic = 0x4B434C47;           // "GLCK"
+inline constexpr std::uint64_t FileMagic = 0x0A1A0A5041434C47;    // "GLCAP\n\x1A\n"
+inline constexpr std::uint64_t TrailerMagic = 0x444E455041434C47; // "GLCAPEND"
+inline constexpr std::uint32_t ChunkMagic = 0x4B434C47;           // "GLCK"
 
 /// Room for the file header, which is rewritten in place while recording.
-inline constexpr std::uint32_t headerBytes = 4096;
+inline constexpr std::uint32_t HeaderBytes = 4096;
 /// Size at which a chunk is closed.
-inline constexpr std::uint32_t chunkBytes = 4u << 20;
+inline constexpr std::uint32_t ChunkBytes = 4u << 20;
 /// Largest chunk, and so largest record, that is written or read. A record larger than chunkBytes has its own chunk.
-inline constexpr std::uint32_t maxChunkBytes = 512u << 20;
+inline constexpr std::uint32_t MaxChunkBytes = 512u << 20;
 /// Most calls that the call table of a file may hold.
-inline constexpr std::uint32_t maxCalls = 1u << 16;
+inline constexpr std::uint32_t MaxCalls = 1u << 16;
 
 enum class ChunkKind : std::uint32_t {
     CallTable = 1, ///< CallTableEntry records: the calls that the file may contain
@@ -72,11 +72,11 @@ struct RecordHeader {
     std::uint32_t id;
 };
 
-inline constexpr std::uint32_t firstBuiltInId = 0x10000;
+inline constexpr std::uint32_t FirstBuiltInId = 0x10000;
 
 /// Records that are not calls.
 enum class RecordId : std::uint32_t {
-    Thread = firstBuiltInId, ///< the thread of the records that follow; first in each chunk
+    Thread = FirstBuiltInId, ///< the thread of the records that follow; first in each chunk
     BlockStart,              ///< of a state-setup block; frame blocks follow from FrameEnd
     BlockEnd,
     FrameEnd,
@@ -216,7 +216,7 @@ struct AttribsRecord {
     PointerSlot attribs;
 };
 
-inline constexpr std::uint32_t maxImagePlanes = 3;
+inline constexpr std::uint32_t MaxImagePlanes = 3;
 
 struct ImagePlaneSlot {
     std::uint32_t stride;
@@ -237,7 +237,7 @@ struct EGLImageRecord {
     std::uint32_t bpp;
     std::uint32_t planeCount;
     std::uint32_t unused;
-    ImagePlaneSlot planes[maxImagePlanes];
+    ImagePlaneSlot planes[MaxImagePlanes];
 };
 
 /// DefaultColor, DefaultDepth and DefaultStencil: rows packed, bottom row first.
@@ -270,7 +270,7 @@ struct MultisampleTextureRecord {
 // The records of the summary. Each part comes once, unless it says otherwise.
 
 /// Moves when the summary holds more, or counts otherwise. A reader counts by reading where it is not its own.
-inline constexpr std::uint32_t summaryVersion = 1;
+inline constexpr std::uint32_t SummaryVersion = 1;
 
 enum class SummaryPart : std::uint32_t {
     Totals = 1,   ///< first

@@ -16,7 +16,7 @@ template <class Record> void RecordWriter::Put(RecordId id, Record record)
 template <class Record>
 void RecordWriter::Put(RecordId id, Record record, PointerSlot Record::*slot, const void* data, std::uint64_t bytes)
 {
-    if (bytes > maxChunkBytes)
+    if (bytes > MaxChunkBytes)
         return;
     record.*slot = {reinterpret_cast<std::uintptr_t>(data), static_cast<std::uint32_t>(bytes), sizeof record};
     if (std::uint8_t* const at = Begin(static_cast<std::uint32_t>(id), sizeof record + bytes)) {
@@ -131,18 +131,18 @@ void RecordWriter::MultisampleTexture(const MultisampleTextureRecord& fields, co
     Put(RecordId::MultisampleTexture, fields, &MultisampleTextureRecord::data, data, bytes);
 }
 
-void RecordWriter::EGLImage(RecordId kind, const EGLImageRecord& fields, const void* const (&planeData)[maxImagePlanes])
+void RecordWriter::EGLImage(RecordId kind, const EGLImageRecord& fields, const void* const (&planeData)[MaxImagePlanes])
 {
     EGLImageRecord record = fields;
-    record.planeCount = std::min(fields.planeCount, maxImagePlanes);
+    record.planeCount = std::min(fields.planeCount, MaxImagePlanes);
     std::uint64_t bytes = sizeof record;
     for (std::uint32_t i = 0; i < record.planeCount; ++i) {
         ImagePlaneSlot& plane = record.planes[i];
         plane.data = {};
-        if (planeData[i] && plane.size > 0 && plane.size <= maxChunkBytes) {
+        if (planeData[i] && plane.size > 0 && plane.size <= MaxChunkBytes) {
             plane.data = {0, static_cast<std::uint32_t>(plane.size), static_cast<std::uint32_t>(bytes)};
             bytes = RoundUp8(bytes + plane.size);
-            if (bytes > maxChunkBytes)
+            if (bytes > MaxChunkBytes)
                 return;
         }
     }

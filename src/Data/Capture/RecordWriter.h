@@ -61,7 +61,7 @@ public:
     void DefaultBuffer(RecordId kind, const DefaultBufferRecord& fields, const void* data, std::uint32_t bytes);
     void MultisampleTexture(const MultisampleTextureRecord& fields, const void* data, std::uint32_t bytes);
     /// EGLImageCreate or EGLImageContent; the planes' data slots are filled in from `planeData`, which may hold nulls.
-    void EGLImage(RecordId kind, const EGLImageRecord& fields, const void* const (&planeData)[maxImagePlanes]);
+    void EGLImage(RecordId kind, const EGLImageRecord& fields, const void* const (&planeData)[MaxImagePlanes]);
 
 protected:
     RecordWriter() = default;

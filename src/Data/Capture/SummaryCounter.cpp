@@ -9,8 +9,8 @@ namespace Data {
 
 namespace {
 
-constexpr std::int32_t eglHeight = 0x3056;
-constexpr std::int32_t eglWidth = 0x3057;
+constexpr std::int32_t EglHeight = 0x3056;
+constexpr std::int32_t EglWidth = 0x3057;
 
 bool IsDraw(std::string_view call)
 {
@@ -49,7 +49,7 @@ SummaryCounter::SummaryCounter(const std::vector<FileCall>& calls)
 void SummaryCounter::Count(const RecordView& record)
 {
     const std::uint32_t id = record.Header().id;
-    if (id >= firstBuiltInId)
+    if (id >= FirstBuiltInId)
         CountBuiltIn(record);
     else if (id < m_calls.size())
         CountCall(record, m_calls[id]);
@@ -176,9 +176,9 @@ void SummaryCounter::SizeFromAttribs(std::uint32_t surface, std::span<const std:
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     ForEachAttrib(attribs, [&](std::int32_t name, std::int32_t value) {
-        if (name == eglWidth)
+        if (name == EglWidth)
             width = static_cast<std::uint32_t>(value);
-        else if (name == eglHeight)
+        else if (name == EglHeight)
             height = static_cast<std::uint32_t>(value);
     });
     if (width > 0 && height > 0)

@@ -55,11 +55,11 @@ private:
 
 std::vector<std::uint8_t> EncodeSummary(const SummaryCounts& counts)
 {
-    if (counts.byFrame.size() > maxChunkBytes / sizeof(FrameCounts) / 2)
+    if (counts.byFrame.size() > MaxChunkBytes / sizeof(FrameCounts) / 2)
         return {};
     Encoder encoder;
     SummaryTotals totals = {};
-    totals.version = summaryVersion;
+    totals.version = SummaryVersion;
     totals.chunks = static_cast<std::uint32_t>(counts.bindings.size());
     totals.calls = counts.calls;
     totals.stateBlockCalls = counts.stateBlockCalls;
@@ -88,7 +88,7 @@ std::vector<std::uint8_t> EncodeSummary(const SummaryCounts& counts)
     encoder.Put(SummaryPart::Frames, counts.byFrame);
     for (const std::vector<BindingChange>& changes : counts.bindings)
         encoder.Put(SummaryPart::Bindings, changes);
-    if (encoder.bytes.size() > maxChunkBytes)
+    if (encoder.bytes.size() > MaxChunkBytes)
         return {};
     return std::move(encoder.bytes);
 }

@@ -181,7 +181,7 @@ std::optional<SummaryCounts> DecodeSummary(const Chunk& chunk, const CaptureSour
                       " cannot be";
             return std::nullopt;
         }
-        if (decoder.Version() != summaryVersion)
+        if (decoder.Version() != SummaryVersion)
             return std::nullopt;
     }
     trouble = cursor.IsDamaged() ? cursor.Damage() : decoder.Check();

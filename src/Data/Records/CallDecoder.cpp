@@ -69,7 +69,7 @@ void CallDecoder::TellModel() const
 
 bool CallDecoder::Refuse(std::uint32_t parameter, const std::string& expected, const std::string& found)
 {
-    const char* const name = parameter == maxParameters ? "the returned value" : ParametersOf(m_call)[parameter].name;
+    const char* const name = parameter == MaxParameters ? "the returned value" : ParametersOf(m_call)[parameter].name;
     m_diagnostics.Skipped(NameOf(m_call), name, expected, found);
     return false;
 }
@@ -107,7 +107,7 @@ bool CallDecoder::InputContents(std::uint32_t parameter, std::uint32_t at, std::
         return Missing(parameter, slot, needed, isOptional);
     const std::uint32_t count = contents.bytes / elementBytes;
     if (needed > std::int64_t{count}) {
-        if (needed == unknownSize)
+        if (needed == UnknownSize)
             return Refuse(parameter, "a known pixel format and type", "another");
         return Refuse(parameter, std::to_string(needed) + " elements of " + Bytes(elementBytes), Bytes(contents.bytes));
     }
@@ -141,9 +141,9 @@ bool CallDecoder::OutputRoom(std::uint32_t parameter, std::uint32_t at, std::uin
     // A driver may take it for a size without a sign.
     if (room < 0)
         return Refuse(parameter, "room for at least 0 elements", std::to_string(room));
-    if (room > static_cast<std::int64_t>(PointerData::maxOwnedBytes / elementBytes))
-        return Refuse(parameter, "room for at most " + Bytes(PointerData::maxOwnedBytes),
-                      room == unknownSize ? "an unknown size" : std::to_string(room) + " elements");
+    if (room > static_cast<std::int64_t>(PointerData::MaxOwnedBytes / elementBytes))
+        return Refuse(parameter, "room for at most " + Bytes(PointerData::MaxOwnedBytes),
+                      room == UnknownSize ? "an unknown size" : std::to_string(room) + " elements");
     if (needsContents && room > std::int64_t{contents.bytes / elementBytes})
         return Refuse(parameter, "the " + std::to_string(room) + " names that the driver gave",
                       contents.data ? std::to_string(contents.bytes / elementBytes) : "none");
@@ -237,7 +237,7 @@ bool CallDecoder::OptionalString(std::uint32_t parameter, std::uint32_t at, std:
 bool CallDecoder::ReturnedString(std::uint32_t at)
 {
     if (Value<PointerSlot>(at).offset != 0)
-        return Text(maxParameters, at, -1, false);
+        return Text(MaxParameters, at, -1, false);
     Returned().SetValue(0);
     return true;
 }
@@ -299,26 +299,26 @@ bool CallDecoder::StringLengths(std::uint32_t parameter, std::uint32_t lengths)
 bool CallDecoder::Lists(std::uint32_t parameter, std::uint32_t at, std::int64_t count, std::uint32_t lengths,
                         std::int64_t elementBytes)
 {
-    constexpr std::uint64_t slotBytes = 8;
-    if (!Input(parameter, at, slotBytes, count) || count <= 0)
+    constexpr std::uint64_t SlotBytes = 8;
+    if (!Input(parameter, at, SlotBytes, count) || count <= 0)
         return count <= 0;
     const std::uint64_t end = Value<PointerSlot>(at).bytes;
     auto* const slots = m_pointers[parameter].As<std::uint8_t>();
     const auto* const counts = m_pointers[lengths].As<const std::int32_t>();
     // Each begins after the one before it, so that looking at all of them takes one pass.
-    std::uint64_t earliest = static_cast<std::uint64_t>(count) * slotBytes;
+    std::uint64_t earliest = static_cast<std::uint64_t>(count) * SlotBytes;
     for (std::int64_t i = 0; i < count; ++i) {
         std::uint64_t offset;
-        std::memcpy(&offset, slots + static_cast<std::uint64_t>(i) * slotBytes, sizeof offset);
+        std::memcpy(&offset, slots + static_cast<std::uint64_t>(i) * SlotBytes, sizeof offset);
         const auto bytes = static_cast<std::uint64_t>(std::max<std::int64_t>(counts[i], 0) * elementBytes);
-        if (offset < earliest || offset % slotBytes != 0 || offset > end || bytes > end - offset)
+        if (offset < earliest || offset % SlotBytes != 0 || offset > end || bytes > end - offset)
             return Refuse(parameter,
                           Bytes(bytes) + " of list " + std::to_string(i) + " between " + std::to_string(earliest) +
                               " and " + Bytes(end),
                           "it at " + std::to_string(offset));
         earliest = offset + bytes;
         const auto address = reinterpret_cast<std::uintptr_t>(slots + offset);
-        std::memcpy(slots + static_cast<std::uint64_t>(i) * slotBytes, &address, sizeof address);
+        std::memcpy(slots + static_cast<std::uint64_t>(i) * SlotBytes, &address, sizeof address);
     }
     return true;
 }
@@ -341,8 +341,8 @@ template <class T> bool CallDecoder::AttribList(std::uint32_t parameter, std::ui
     }
     if (values >= count)
         return Refuse(parameter, "a closing attribute", std::to_string(count) + " values without one");
-    if (values > maxAttribs)
-        return Refuse(parameter, "at most " + std::to_string(maxAttribs) + " values", std::to_string(values));
+    if (values > MaxAttribs)
+        return Refuse(parameter, "at most " + std::to_string(MaxAttribs) + " values", std::to_string(values));
     m_pointers[parameter].SetContents(contents.data, count, sizeof(T), slot.value);
     return true;
 }
@@ -360,14 +360,14 @@ bool CallDecoder::Attribs64(std::uint32_t parameter, std::uint32_t at)
 bool CallDecoder::IsWithinMemory(std::uint32_t parameter, std::int64_t bytes)
 {
     // More than any address space has; what is below 0 is an error that drivers do see.
-    constexpr std::int64_t most = std::int64_t{1} << 56;
-    return bytes <= most || Refuse(parameter, "at most " + std::to_string(most), std::to_string(bytes));
+    constexpr std::int64_t Most = std::int64_t{1} << 56;
+    return bytes <= Most || Refuse(parameter, "at most " + std::to_string(Most), std::to_string(bytes));
 }
 
 bool CallDecoder::IsWithinImage(std::uint32_t parameter, std::int64_t place, std::int64_t size)
 {
-    constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
-    return place + size <= most || Refuse(parameter, "at most " + std::to_string(most - size), std::to_string(place));
+    constexpr std::int64_t Most = std::numeric_limits<std::int32_t>::max();
+    return place + size <= Most || Refuse(parameter, "at most " + std::to_string(Most - size), std::to_string(place));
 }
 
 bool CallDecoder::KnowsBuffer(std::uint32_t parameter, std::uint32_t name)

@@ -40,7 +40,7 @@ extern const std::span<const CallDecoding, callCount> callDecodings;
 /// was captured without room for it.
 class CallDecoder {
 public:
-    static constexpr std::uint32_t maxParameters = 16;
+    static constexpr std::uint32_t MaxParameters = 16;
 
     explicit CallDecoder(Diagnostics& diagnostics);
 
@@ -88,7 +88,7 @@ public:
         return value;
     }
     PointerData& Pointer(std::uint32_t parameter) { return m_pointers[parameter]; }
-    PointerData& Returned() { return m_pointers[maxParameters]; }
+    PointerData& Returned() { return m_pointers[MaxParameters]; }
 
     // Each takes the number of the parameter and the place of its slot. Sizes are in elements; input below 0 is 0.
 
@@ -120,7 +120,7 @@ public:
     bool Attribs(std::uint32_t parameter, std::uint32_t at, std::int32_t terminator);
     /// The list ends with EGL_NONE.
     bool Attribs64(std::uint32_t parameter, std::uint32_t at);
-    bool ReturnedPointer(std::uint32_t at) { return Opaque(maxParameters, at); }
+    bool ReturnedPointer(std::uint32_t at) { return Opaque(MaxParameters, at); }
     bool ReturnedString(std::uint32_t at);
 
     /// Comes with each call that changes what a StateModel knows.
@@ -183,7 +183,7 @@ private:
     CallId m_call{};
     bool m_skipsGL = false;
     bool m_isSkippingSaid = false;
-    std::array<PointerData, maxParameters + 1> m_pointers;
+    std::array<PointerData, MaxParameters + 1> m_pointers;
 
     ContextState* const* m_driver = nullptr;
 
@@ -199,7 +199,7 @@ private:
     /// What an attribute reads; null for vertices that did not come.
     const Delivery* FindDelivery(std::uint32_t index);
     std::uint32_t m_delivered = 0;
-    std::array<Delivery, maxVertexAttribs> m_deliveries = {};
+    std::array<Delivery, MaxVertexAttribs> m_deliveries = {};
 };
 
 } // namespace Data

@@ -10,7 +10,7 @@ namespace Data {
 namespace {
 
 /// Bytes that vertex 0 may lie in front of the first vertex delivered; drivers count such offsets in 32 bits.
-constexpr std::uint64_t maxVertexOffset = 1u << 30;
+constexpr std::uint64_t MaxVertexOffset = 1u << 30;
 
 } // namespace
 
@@ -99,26 +99,26 @@ bool CallDecoder::TakesPackedMemory() const
 void CallDecoder::DecodeVertexAttribData(std::uint8_t* record)
 {
     const RecordView view(record);
-    constexpr const char* name = "vertex data";
+    constexpr const char* Name = "vertex data";
     VertexAttribDataRecord data;
-    if (m_skipsGL || !m_diagnostics.Read(name, view, data))
+    if (m_skipsGL || !m_diagnostics.Read(Name, view, data))
         return;
     const std::uint32_t elementBytes = VertexElementBytes(data.size, data.type);
-    if (data.index >= maxVertexAttribs || elementBytes == 0 || data.stride <= 0 || data.count == 0) {
-        m_diagnostics.Skipped(name, "attribute " + std::to_string(data.index), "a known format and a stride",
+    if (data.index >= MaxVertexAttribs || elementBytes == 0 || data.stride <= 0 || data.count == 0) {
+        m_diagnostics.Skipped(Name, "attribute " + std::to_string(data.index), "a known format and a stride",
                               "type " + std::to_string(data.type) + ", stride " + std::to_string(data.stride));
         return;
     }
     const std::uint64_t needed =
         (std::uint64_t{data.count} - 1) * static_cast<std::uint32_t>(data.stride) + elementBytes;
     const std::uint64_t inFront = std::uint64_t{data.first} * static_cast<std::uint32_t>(data.stride);
-    if (inFront > maxVertexOffset) {
-        m_diagnostics.Skipped(name, "attribute " + std::to_string(data.index),
-                              "at most " + Bytes(maxVertexOffset) + " in front of the first vertex", Bytes(inFront));
+    if (inFront > MaxVertexOffset) {
+        m_diagnostics.Skipped(Name, "attribute " + std::to_string(data.index),
+                              "at most " + Bytes(MaxVertexOffset) + " in front of the first vertex", Bytes(inFront));
         return;
     }
     if (!view.HasContents(data.data, sizeof data) || data.data.bytes < needed) {
-        m_diagnostics.Skipped(name, "attribute " + std::to_string(data.index), Bytes(needed) + " inside the record",
+        m_diagnostics.Skipped(Name, "attribute " + std::to_string(data.index), Bytes(needed) + " inside the record",
                               Bytes(data.data.bytes) + " at " + std::to_string(data.data.offset));
         return;
     }
@@ -131,7 +131,7 @@ void CallDecoder::DecodeVertexAttribData(std::uint8_t* record)
     if (isBound)
         m_gl->Process_glBindBuffer(Enum::ArrayBuffer, 0);
     if (m_delivered == m_deliveries.size() || (HasDriver() && Bound().BoundBuffer(Enum::ArrayBuffer) != 0)) {
-        m_diagnostics.Skipped(name, "attribute " + std::to_string(data.index), "no array buffer", "one");
+        m_diagnostics.Skipped(Name, "attribute " + std::to_string(data.index), "no array buffer", "one");
         return;
     }
     if (data.integer != 0)

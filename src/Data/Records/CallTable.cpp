@@ -4,19 +4,19 @@ namespace Data {
 
 namespace {
 
-constexpr CallDescription descriptions[callCount] = {
+constexpr CallDescription Descriptions[callCount] = {
 #include "Data/CallTable.inc"
 };
 
 } // namespace
 
-const std::span<const CallDescription, callCount> callTable(descriptions);
+const std::span<const CallDescription, callCount> callTable(Descriptions);
 
 std::vector<FileCall> OwnCalls()
 {
     std::vector<FileCall> calls;
     for (std::uint32_t id = 0; id < callCount; ++id)
-        calls.push_back({descriptions[id].name, descriptions[id].signature, id});
+        calls.push_back({Descriptions[id].name, Descriptions[id].signature, id});
     return calls;
 }
 

@@ -98,7 +98,7 @@ FrameProcessor::Stop FrameProcessor::ProcessRecords()
         const std::uint32_t id = m_cursor.Header().id;
         if (id < m_known.size() && m_known[id] < callCount) [[likely]] {
             ProcessCall(id);
-        } else if (id < firstBuiltInId) {
+        } else if (id < FirstBuiltInId) {
             ProcessUnknown(id);
         } else if (m_cursor.Is(RecordId::FrameEnd)) {
             if (!m_isInFrameBlock)

@@ -12,15 +12,15 @@ namespace Data {
 namespace {
 
 /// Rows without padding.
-constexpr PixelStore packed{.alignment = 1};
+constexpr PixelStore Packed{.alignment = 1};
 
 /// Captured format of the only images whose planes of colour have as many rows as that of brightness.
-constexpr std::uint32_t format422 = 107;
+constexpr std::uint32_t Format422 = 107;
 
 /// Rows that a plane of an image has.
 std::uint32_t PlaneRows(const EGLImageRecord& image, std::uint32_t plane)
 {
-    return plane == 0 || image.format == format422 ? image.height : image.height / 2 + image.height % 2;
+    return plane == 0 || image.format == Format422 ? image.height : image.height / 2 + image.height % 2;
 }
 
 } // namespace
@@ -179,25 +179,25 @@ void MetaDecoder::Attribs(RecordId id, const RecordView& view)
 
 void MetaDecoder::Image(RecordId id, const RecordView& view)
 {
-    constexpr const char* name = "EGLImage";
+    constexpr const char* Name = "EGLImage";
     EGLImageRecord record;
-    if (!m_diagnostics.Read(name, view, record))
+    if (!m_diagnostics.Read(Name, view, record))
         return;
-    if (record.planeCount > maxImagePlanes) {
-        m_diagnostics.Skipped(name, "planes", "at most " + std::to_string(maxImagePlanes),
+    if (record.planeCount > MaxImagePlanes) {
+        m_diagnostics.Skipped(Name, "planes", "at most " + std::to_string(MaxImagePlanes),
                               std::to_string(record.planeCount));
         return;
     }
-    EGLImagePlane planes[maxImagePlanes] = {};
+    EGLImagePlane planes[MaxImagePlanes] = {};
     for (std::uint32_t i = 0; i < record.planeCount; ++i) {
         const ImagePlaneSlot& slot = record.planes[i];
         const std::uint8_t* contents;
-        if (!Contents(name, view, slot.data, slot.data.offset != 0 ? slot.size : 0, contents))
+        if (!Contents(Name, view, slot.data, slot.data.offset != 0 ? slot.size : 0, contents))
             return;
         // A plane is copied to the image in rows of its stride, or in one piece.
         const std::uint32_t rows = PlaneRows(record, i);
         if (contents && slot.size > std::uint64_t{slot.stride} * rows) {
-            m_diagnostics.Skipped(name, "plane " + std::to_string(i),
+            m_diagnostics.Skipped(Name, "plane " + std::to_string(i),
                                   "at most " + std::to_string(rows) + " rows of " + Bytes(slot.stride),
                                   Bytes(slot.size));
             return;
@@ -214,19 +214,19 @@ void MetaDecoder::Image(RecordId id, const RecordView& view)
 
 void MetaDecoder::DefaultBuffer(RecordId id, const RecordView& view)
 {
-    constexpr const char* name = "default framebuffer";
+    constexpr const char* Name = "default framebuffer";
     DefaultBufferRecord record;
     const std::uint8_t* contents;
-    if (!m_diagnostics.Read(name, view, record))
+    if (!m_diagnostics.Read(Name, view, record))
         return;
     const auto needed =
-        static_cast<std::uint64_t>(ImageBytes(packed, record.width, record.height, record.format, record.type));
-    if (!Contents(name, view, record.data, needed, contents))
+        static_cast<std::uint64_t>(ImageBytes(Packed, record.width, record.height, record.format, record.type));
+    if (!Contents(Name, view, record.data, needed, contents))
         return;
     const auto process = id == RecordId::DefaultColor   ? &MetaHandler::ProcessDefaultColorBuffer
                          : id == RecordId::DefaultDepth ? &MetaHandler::ProcessDefaultDepthBuffer
                                                         : &MetaHandler::ProcessDefaultStencilBuffer;
-    UploadPacked(name, [&] {
+    UploadPacked(Name, [&] {
         for (MetaHandler* const handler : m_handlers)
             (handler->*process)(record.display, record.surface, record.width, record.height, record.format, record.type,
                                 record.data.bytes, contents);
@@ -235,22 +235,22 @@ void MetaDecoder::DefaultBuffer(RecordId id, const RecordView& view)
 
 void MetaDecoder::MultisampleTexture(const RecordView& view)
 {
-    constexpr const char* name = "multisample texture";
+    constexpr const char* Name = "multisample texture";
     MultisampleTextureRecord record;
     const std::uint8_t* contents;
-    if (!m_diagnostics.Read(name, view, record))
+    if (!m_diagnostics.Read(Name, view, record))
         return;
     const auto layer =
-        static_cast<std::uint64_t>(ImageBytes(packed, record.width, record.height, record.format, record.type));
+        static_cast<std::uint64_t>(ImageBytes(Packed, record.width, record.height, record.format, record.type));
     // Layer i is read at i * layerBytes; a texture that is no array has one.
     const std::uint32_t layersBehind = record.depth > 1 ? record.depth - 1 : 0;
     if (layer == 0 || (layersBehind > 0 && record.layerBytes < layer)) {
-        m_diagnostics.Skipped(name, "layers", std::to_string(layer) + " bytes each", std::to_string(record.layerBytes));
+        m_diagnostics.Skipped(Name, "layers", std::to_string(layer) + " bytes each", std::to_string(record.layerBytes));
         return;
     }
-    if (!Contents(name, view, record.data, std::uint64_t{layersBehind} * record.layerBytes + layer, contents))
+    if (!Contents(Name, view, record.data, std::uint64_t{layersBehind} * record.layerBytes + layer, contents))
         return;
-    UploadPacked(name, [&] {
+    UploadPacked(Name, [&] {
         for (MetaHandler* const handler : m_handlers)
             handler->ProcessMultiSampleTexture(record.target, record.texture, record.width, record.height, record.depth,
                                                record.internalFormat, record.format, record.type, record.layerBytes,

@@ -8,7 +8,7 @@ namespace Data {
 void PointerData::ResizeArray(std::uint32_t count)
 {
     const std::uint64_t bytes = std::uint64_t{count} * m_elementBytes;
-    if (!m_isMemory || bytes > maxOwnedBytes)
+    if (!m_isMemory || bytes > MaxOwnedBytes)
         return;
     const std::uint64_t kept = std::uint64_t{static_cast<std::uint32_t>(m_count)} * m_elementBytes;
     if (bytes > kept) {

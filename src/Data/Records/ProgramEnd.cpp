@@ -11,7 +11,7 @@ namespace Data {
 namespace {
 
 /// More threads are not told of.
-constexpr std::size_t maxUnfinished = 256;
+constexpr std::size_t MaxUnfinished = 256;
 
 /// Follows the records from a chunk with a frame's end on.
 class EndReader {
@@ -33,7 +33,7 @@ private:
     void Visit(const RecordCursor& record)
     {
         const std::uint32_t id = record.Header().id;
-        if (id < firstBuiltInId) {
+        if (id < FirstBuiltInId) {
             ++m_call;
             m_lastCall = id;
         } else if (record.Is(RecordId::FrameEnd)) {
@@ -84,15 +84,15 @@ void AddUnfinished(const RecordCursor& record, const std::vector<FileCall>& call
 {
     RecordCursor inner = UnfinishedRecords(record);
     bool isInFront = true;
-    while (end.calls.size() < maxUnfinished && inner.Next()) {
-        if (const std::uint32_t id = inner.Header().id; id < firstBuiltInId) {
+    while (end.calls.size() < MaxUnfinished && inner.Next()) {
+        if (const std::uint32_t id = inner.Header().id; id < FirstBuiltInId) {
             ++last.call;
             last.name = NameOfCall(calls, id);
             end.calls.push_back(last);
             isInFront = false;
         }
     }
-    if (isInFront && end.calls.size() < maxUnfinished)
+    if (isInFront && end.calls.size() < MaxUnfinished)
         end.calls.push_back(last);
 }
 

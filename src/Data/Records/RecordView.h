@@ -70,11 +70,11 @@ private:
 /// Calls `visit` with each attribute and its value in a list that EGL_NONE closes, or its end.
 template <class Visit> void ForEachAttrib(std::span<const std::uint8_t> list, Visit visit)
 {
-    constexpr std::int32_t none = 0x3038;
+    constexpr std::int32_t None = 0x3038;
     std::int32_t pair[2];
     for (; list.size() >= sizeof pair; list = list.subspan(sizeof pair)) {
         std::memcpy(pair, list.data(), sizeof pair);
-        if (pair[0] == none)
+        if (pair[0] == None)
             return;
         visit(pair[0], pair[1]);
     }

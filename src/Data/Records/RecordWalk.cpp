@@ -22,7 +22,7 @@ bool WalkRecords(CaptureSource& source, Diagnostics& diagnostics, const std::fun
         RecordCursor cursor(chunk);
         while (cursor.Next()) {
             position.recordOffset = cursor.Offset();
-            if (cursor.Header().id < firstBuiltInId)
+            if (cursor.Header().id < FirstBuiltInId)
                 ++position.call;
             visit(cursor);
             if (cursor.Is(RecordId::FrameEnd)) {

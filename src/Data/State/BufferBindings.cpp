@@ -7,7 +7,7 @@ namespace Data {
 
 namespace {
 
-constexpr auto isTrue = static_cast<std::uint32_t>(Enum::EglTrue);
+constexpr auto IsTrue = static_cast<std::uint32_t>(Enum::EglTrue);
 
 } // namespace
 
@@ -37,11 +37,11 @@ void BufferBindings::Follow(const CallArguments& call)
             Reset(Named(call.Returned()));
         break;
     case CallId::eglMakeCurrent:
-        if (call.Returned() == isTrue)
+        if (call.Returned() == IsTrue)
             MakeCurrent(call.Unsigned(3));
         break;
     case CallId::eglReleaseThread:
-        if (call.Returned() == isTrue)
+        if (call.Returned() == IsTrue)
             MakeCurrent(0);
         break;
     case CallId::glBindBuffer:
@@ -53,7 +53,7 @@ void BufferBindings::Follow(const CallArguments& call)
         break;
     case CallId::glDeleteBuffers:
         call.ForEachName(2, [this](std::uint32_t buffer) {
-            for (const std::uint32_t target : targets)
+            for (const std::uint32_t target : Targets)
                 if (buffer != 0 && Bound(target) == buffer)
                     BindBuffer(target, 0);
             if (buffer != 0 && Bound(Enum::ElementArrayBuffer) == buffer)
@@ -105,8 +105,8 @@ void BufferBindings::BindBuffer(std::uint32_t target, std::uint32_t buffer)
         SetElementBuffer(*m_current, m_current->vertexArray, buffer);
         return;
     }
-    const auto at = static_cast<std::size_t>(std::ranges::find(targets, target) - targets.begin());
-    if (at < targets.size() && m_current->buffers[at] != buffer) {
+    const auto at = static_cast<std::size_t>(std::ranges::find(Targets, target) - Targets.begin());
+    if (at < Targets.size() && m_current->buffers[at] != buffer) {
         m_current->buffers[at] = buffer;
         m_current->changedTargets |= 1u << at;
     }
@@ -134,7 +134,7 @@ void BufferBindings::Reset(Bindings& context)
 {
     context.isVertexArrayChanged |= context.vertexArray != 0;
     context.vertexArray = 0;
-    for (std::size_t i = 0; i < targets.size(); ++i)
+    for (std::size_t i = 0; i < Targets.size(); ++i)
         context.changedTargets |= context.buffers[i] != 0 ? 1u << i : 0;
     context.buffers = {};
     for (const auto& [array, element] : context.elementBuffers)
@@ -147,8 +147,8 @@ std::uint32_t BufferBindings::Bound(std::uint32_t target) const
         const auto element = m_current->elementBuffers.find(m_current->vertexArray);
         return element != m_current->elementBuffers.end() ? element->second.buffer : 0;
     }
-    const auto at = static_cast<std::size_t>(std::ranges::find(targets, target) - targets.begin());
-    return at < targets.size() ? m_current->buffers[at] : 0;
+    const auto at = static_cast<std::size_t>(std::ranges::find(Targets, target) - Targets.begin());
+    return at < Targets.size() ? m_current->buffers[at] : 0;
 }
 
 std::vector<BindingChange> BufferBindings::TakeChanges()
@@ -160,9 +160,9 @@ std::vector<BindingChange> BufferBindings::TakeChanges()
     for (auto& [name, context] : m_contexts) {
         if (std::exchange(context.isVertexArrayChanged, false))
             changes.push_back({BindingKind::VertexArray, name, 0, context.vertexArray});
-        for (std::size_t i = 0; i < targets.size(); ++i)
+        for (std::size_t i = 0; i < Targets.size(); ++i)
             if ((context.changedTargets >> i & 1) != 0)
-                changes.push_back({BindingKind::Buffer, name, targets[i], context.buffers[i]});
+                changes.push_back({BindingKind::Buffer, name, Targets[i], context.buffers[i]});
         context.changedTargets = 0;
         for (const std::uint32_t array : context.changedElementBuffers) {
             ElementBuffer& element = context.elementBuffers[array];
@@ -187,8 +187,8 @@ void BufferBindings::Apply(std::span<const BindingChange> changes)
             Named(change.owner).vertexArray = change.value;
             break;
         case BindingKind::Buffer:
-            if (const auto* const target = std::ranges::find(targets, change.place); target != targets.end())
-                Named(change.owner).buffers[static_cast<std::size_t>(target - targets.begin())] = change.value;
+            if (const auto* const target = std::ranges::find(Targets, change.place); target != Targets.end())
+                Named(change.owner).buffers[static_cast<std::size_t>(target - Targets.begin())] = change.value;
             break;
         case BindingKind::ElementBuffer:
             Named(change.owner).elementBuffers[change.place].buffer = change.value;

@@ -39,7 +39,7 @@ public:
 
 private:
     /// All but GL_ELEMENT_ARRAY_BUFFER, which belongs to vertex array objects.
-    static constexpr std::array<std::uint32_t, 5> targets = {Enum::ArrayBuffer, Enum::PixelPackBuffer,
+    static constexpr std::array<std::uint32_t, 5> Targets = {Enum::ArrayBuffer, Enum::PixelPackBuffer,
                                                              Enum::PixelUnpackBuffer, Enum::DrawIndirectBuffer,
                                                              Enum::DispatchIndirectBuffer};
     struct ElementBuffer {
@@ -49,7 +49,7 @@ private:
     struct Bindings {
         std::uint32_t name = 0;
         std::uint32_t vertexArray = 0;
-        std::array<std::uint32_t, targets.size()> buffers = {};
+        std::array<std::uint32_t, Targets.size()> buffers = {};
         /// By vertex array object.
         std::unordered_map<std::uint32_t, ElementBuffer> elementBuffers;
         // What TakeChanges has not told yet. Bit i stands for targets[i].

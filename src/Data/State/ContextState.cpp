@@ -148,7 +148,7 @@ void ContextState::SetPixelStore(std::uint32_t pname, std::int32_t param)
 void ContextState::glGenBuffers(std::int32_t n, const void* buffers)
 {
     for (const std::uint32_t name : ObjectNames(n, buffers)) {
-        if (name == invalidName)
+        if (name == InvalidName)
             continue;
         BufferState& buffer = m_group->buffers[name];
         buffer = {};
@@ -222,7 +222,7 @@ void ContextState::glBufferData(std::uint32_t target, std::int64_t size, const v
     const bool isRead = target == Enum::ElementArrayBuffer || target == Enum::DrawIndirectBuffer ||
                         target == Enum::DispatchIndirectBuffer;
     buffer->isShadowed =
-        (buffer->isShadowed || isRead) && !buffer->isWrittenByDriver && size <= BufferState::maxShadowBytes;
+        (buffer->isShadowed || isRead) && !buffer->isWrittenByDriver && size <= BufferState::MaxShadowBytes;
     buffer->shadow.clear();
     buffer->known.Clear();
     Store(*buffer, 0, data, size);
@@ -285,7 +285,7 @@ void ContextState::glDeleteBuffers(std::int32_t n, const void* buffers)
                 m_group->deletedEmpty.insert(serial);
             m_group->buffers.erase(state);
         }
-        for (std::uint32_t i = 0; i < maxVertexAttribs; ++i) {
+        for (std::uint32_t i = 0; i < MaxVertexAttribs; ++i) {
             if (m_vertexArray->attribs[i].buffer == name) {
                 m_vertexArray->attribs[i].buffer = 0;
                 m_vertexArray->UpdateClient(i);

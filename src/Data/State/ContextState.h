@@ -26,7 +26,7 @@ struct BufferState {
     // Contents of a buffer that is used for indices or for indirect draws, as far as they are known: which vertices a
     // draw reads from client memory depends on them. Whatever a driver may have refused makes them unknown, since
     // memory that is really indexed must not be larger than it is believed to be.
-    static constexpr std::int64_t maxShadowBytes = 64 << 20;
+    static constexpr std::int64_t MaxShadowBytes = 64 << 20;
     bool isShadowed = false;
     std::vector<std::uint8_t> shadow;
     ByteRanges known;
@@ -75,14 +75,14 @@ struct VertexAttribState {
     std::uint64_t pointer = 0; ///< address in client memory, or offset
 };
 
-inline constexpr std::uint32_t maxVertexAttribs = 32;
+inline constexpr std::uint32_t MaxVertexAttribs = 32;
 
 /// Bit i stands for attribute i.
 struct VertexArrayState {
     VertexArrayState();
     /// Sets the bit in `client` of each attribute that reads from this binding.
     void UpdateClient(std::uint32_t binding);
-    std::array<VertexAttribState, maxVertexAttribs> attribs;
+    std::array<VertexAttribState, MaxVertexAttribs> attribs;
     std::uint32_t enabled = 0;
     /// Attributes that read from client memory.
     std::uint32_t client = ~0u;
@@ -103,7 +103,7 @@ struct DrawRange {
 };
 
 /// Never the name of an object for the replay, as 0 is none.
-inline constexpr std::uint32_t invalidName = 0xFFFFFFFF;
+inline constexpr std::uint32_t InvalidName = 0xFFFFFFFF;
 
 /// The names that a call got or gave; none when their count or the pointer says so.
 inline std::span<const std::uint32_t> ObjectNames(std::int32_t n, const void* names)

@@ -13,14 +13,14 @@ template <class Index>
 DrawRange RangeOf(const void* indices, std::int32_t count, bool isPrimitiveRestart, std::int64_t baseVertex)
 {
     const auto* at = static_cast<const std::uint8_t*>(indices);
-    constexpr Index restart = static_cast<Index>(~Index{0});
-    Index least = restart;
+    constexpr Index Restart = static_cast<Index>(~Index{0});
+    Index least = Restart;
     Index most = 0;
     bool found = false;
     for (std::int32_t i = 0; i < count; ++i, at += sizeof(Index)) {
         Index index;
         std::memcpy(&index, at, sizeof index);
-        if (isPrimitiveRestart && index == restart)
+        if (isPrimitiveRestart && index == Restart)
             continue;
         found = true;
         least = std::min(least, index);
@@ -64,14 +64,14 @@ template <class Range> DrawRange RangeOfAll(std::int32_t draws, Range range)
 
 VertexArrayState::VertexArrayState()
 {
-    for (std::uint32_t i = 0; i < maxVertexAttribs; ++i)
+    for (std::uint32_t i = 0; i < MaxVertexAttribs; ++i)
         attribs[i].binding = i;
 }
 
 void VertexArrayState::UpdateClient(std::uint32_t binding)
 {
     const bool isClient = attribs[binding].buffer == 0;
-    for (std::uint32_t i = isPlain ? binding : 0; i < (isPlain ? binding + 1 : maxVertexAttribs); ++i) {
+    for (std::uint32_t i = isPlain ? binding : 0; i < (isPlain ? binding + 1 : MaxVertexAttribs); ++i) {
         const std::uint32_t bit = 1u << i;
         if (attribs[i].binding == binding)
             client = isClient ? client | bit : client & ~bit;
@@ -130,7 +130,7 @@ bool ContextState::Accepts_glVertexAttribPointer(std::uint32_t /*index*/, std::i
 
 void ContextState::SetAttribEnabled(std::uint32_t index, bool isEnabled)
 {
-    if (index >= maxVertexAttribs)
+    if (index >= MaxVertexAttribs)
         return;
     const std::uint32_t bit = 1u << index;
     m_vertexArray->enabled = isEnabled ? m_vertexArray->enabled | bit : m_vertexArray->enabled & ~bit;
@@ -139,7 +139,7 @@ void ContextState::SetAttribEnabled(std::uint32_t index, bool isEnabled)
 void ContextState::SetAttribFormat(std::uint32_t index, std::int32_t size, std::uint32_t type, bool normalized,
                                    bool integer, std::uint32_t relativeOffset)
 {
-    if (index >= maxVertexAttribs)
+    if (index >= MaxVertexAttribs)
         return;
     VertexAttribState& attrib = m_vertexArray->attribs[index];
     attrib.size = size;
@@ -151,7 +151,7 @@ void ContextState::SetAttribFormat(std::uint32_t index, std::int32_t size, std::
 
 void ContextState::SetAttribBinding(std::uint32_t index, std::uint32_t binding)
 {
-    if (index >= maxVertexAttribs || binding >= maxVertexAttribs || m_vertexArray->attribs[index].binding == binding)
+    if (index >= MaxVertexAttribs || binding >= MaxVertexAttribs || m_vertexArray->attribs[index].binding == binding)
         return;
     m_vertexArray->isPlain = m_vertexArray->isPlain && index == binding;
     m_vertexArray->attribs[index].binding = binding;
@@ -161,7 +161,7 @@ void ContextState::SetAttribBinding(std::uint32_t index, std::uint32_t binding)
 void ContextState::SetBindingBuffer(std::uint32_t binding, std::uint32_t buffer, std::uint64_t pointer,
                                     std::int32_t stride)
 {
-    if (binding >= maxVertexAttribs)
+    if (binding >= MaxVertexAttribs)
         return;
     VertexAttribState& state = m_vertexArray->attribs[binding];
     state.buffer = buffer;
@@ -172,7 +172,7 @@ void ContextState::SetBindingBuffer(std::uint32_t binding, std::uint32_t buffer,
 
 void ContextState::SetBindingDivisor(std::uint32_t binding, std::uint32_t divisor)
 {
-    if (binding < maxVertexAttribs)
+    if (binding < MaxVertexAttribs)
         m_vertexArray->attribs[binding].divisor = divisor;
 }
 
@@ -213,7 +213,7 @@ DrawRange ContextState::ElementsRange(std::int32_t count, std::uint32_t type, co
     const BufferState* const buffer = Find(m_vertexArray->elementBuffer);
     const auto offset = reinterpret_cast<std::uintptr_t>(indices);
     const std::int64_t bytes = count * IndexSize(type);
-    if (!buffer || !buffer->isShadowed || offset > static_cast<std::uint64_t>(BufferState::maxShadowBytes))
+    if (!buffer || !buffer->isShadowed || offset > static_cast<std::uint64_t>(BufferState::MaxShadowBytes))
         return {};
     const auto begin = static_cast<std::int64_t>(offset);
     if (!buffer->known.Contains(begin, begin + bytes))

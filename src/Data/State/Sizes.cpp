@@ -12,7 +12,7 @@ using Wide = unsigned __int128;
 
 std::int64_t Saturate(Wide bytes)
 {
-    return bytes < static_cast<Wide>(unknownSize) ? static_cast<std::int64_t>(bytes) : unknownSize;
+    return bytes < static_cast<Wide>(UnknownSize) ? static_cast<std::int64_t>(bytes) : UnknownSize;
 }
 
 /// Bytes of one pixel of a packed type, which holds all components; 0 for the other types.
@@ -119,14 +119,14 @@ std::int64_t ImageBytes(const PixelStore& store, std::int64_t width, std::int64_
         return 0;
     const std::uint32_t pixel = PixelBytes(format, type);
     if (pixel == 0)
-        return unknownSize;
+        return UnknownSize;
     const Wide alignment = static_cast<Wide>(store.alignment);
     const Wide rowPixels = static_cast<Wide>(store.rowLength > 0 ? store.rowLength : width);
     const Wide row = (rowPixels * pixel + alignment - 1) / alignment * alignment;
     const Wide image = row * static_cast<Wide>(store.imageHeight > 0 ? store.imageHeight : height);
     // Each factor is below 2^63 and row below 2^68, so three of them can pass 128 bits; give up long before.
-    if (row > static_cast<Wide>(unknownSize) || image > static_cast<Wide>(unknownSize))
-        return unknownSize;
+    if (row > static_cast<Wide>(UnknownSize) || image > static_cast<Wide>(UnknownSize))
+        return UnknownSize;
     const Wide images = static_cast<Wide>(store.skipImages) + static_cast<Wide>(depth) - 1;
     const Wide rows = static_cast<Wide>(store.skipRows) + static_cast<Wide>(height) - 1;
     const Wide pixels = static_cast<Wide>(store.skipPixels) + static_cast<Wide>(width);
@@ -136,7 +136,7 @@ std::int64_t ImageBytes(const PixelStore& store, std::int64_t width, std::int64_
 std::int64_t TexelBytes(std::int64_t format, std::int64_t type)
 {
     const std::uint32_t bytes = PixelBytes(static_cast<std::uint32_t>(format), static_cast<std::uint32_t>(type));
-    return bytes != 0 ? bytes : unknownSize;
+    return bytes != 0 ? bytes : UnknownSize;
 }
 
 std::int64_t IndexSize(std::uint32_t type)

@@ -8,7 +8,7 @@
 namespace Data {
 
 /// A size that cannot be told; no memory satisfies it.
-inline constexpr std::int64_t unknownSize = std::numeric_limits<std::int64_t>::max();
+inline constexpr std::int64_t UnknownSize = std::numeric_limits<std::int64_t>::max();
 
 /// What glPixelStorei set for one direction. In pixels, rows and images; the start values are those of OpenGL ES.
 struct PixelStore {
@@ -46,6 +46,6 @@ std::int64_t ParameterCount(std::uint32_t pname);
 std::int64_t ClearValues(std::uint32_t buffer);
 
 /// Longest attribute list that a call may carry, in values in front of the closing one.
-inline constexpr std::uint32_t maxAttribs = 60;
+inline constexpr std::uint32_t MaxAttribs = 60;
 
 } // namespace Data

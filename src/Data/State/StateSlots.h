@@ -24,8 +24,8 @@ using Words = std::vector<double>;
 /// Numbers the slots, so that sets of them are arrays, and holds their values.
 class StateSlots {
 public:
-    static constexpr Slot none = ~Slot{0};
-    static constexpr auto noCall = static_cast<CallId>(callCount);
+    static constexpr Slot None = ~Slot{0};
+    static constexpr auto NoCall = static_cast<CallId>(callCount);
 
     [[nodiscard]] Owner NewOwner()
     {
@@ -57,7 +57,7 @@ public:
         if (const Recent& recent = m_recent[Hash{}(key) % m_recent.size()]; recent.key == key)
             return recent.slot;
         const auto entry = m_numbers.find(key);
-        return entry != m_numbers.end() ? entry->second : none;
+        return entry != m_numbers.end() ? entry->second : None;
     }
 
     struct Value {
@@ -66,7 +66,7 @@ public:
         /// The object that the first word names, where the state has one.
         Owner bound = 0;
         /// The call that set the words.
-        CallId setter = noCall;
+        CallId setter = NoCall;
     };
     [[nodiscard]] Value& ValueOf(Slot slot) { return m_values[slot]; }
     [[nodiscard]] const Value& ValueOf(Slot slot) const { return m_values[slot]; }
@@ -90,7 +90,7 @@ private:
     };
     struct Recent {
         Key key = {~Owner{0}, {}, 0, 0};
-        Slot slot = none;
+        Slot slot = None;
     };
     struct Hash {
         std::size_t operator()(const Key& key) const

@@ -43,9 +43,9 @@ struct StateDescription {
 [[nodiscard]] ObjectKind LabeledKind(std::uint32_t identifier);
 
 /// As many as OpenGL ES 3.2 drivers have.
-inline constexpr std::uint32_t drawBuffers = 8;
+inline constexpr std::uint32_t DrawBuffers = 8;
 /// The least that drivers with viewport arrays have.
-inline constexpr std::uint32_t viewports = 16;
+inline constexpr std::uint32_t Viewports = 16;
 
 /// How an object, an index or a word follows from a call.
 enum class Source : std::uint8_t {

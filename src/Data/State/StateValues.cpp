@@ -10,15 +10,15 @@ namespace Data {
 
 namespace {
 
-constexpr std::uint32_t dither = 0x0BD0;
-constexpr std::uint32_t front = 0x0404;
-constexpr std::uint32_t back = 0x0405;
-constexpr std::uint32_t texture0 = 0x84C0;
-constexpr std::uint32_t cubeMap = 0x8513;
-constexpr std::uint32_t positiveX = 0x8515;
-constexpr std::uint32_t negativeZ = 0x851A;
-constexpr std::uint32_t readFramebuffer = 0x8CA8;
-constexpr std::uint32_t drawFramebuffer = 0x8CA9;
+constexpr std::uint32_t Dither = 0x0BD0;
+constexpr std::uint32_t Front = 0x0404;
+constexpr std::uint32_t Back = 0x0405;
+constexpr std::uint32_t Texture0 = 0x84C0;
+constexpr std::uint32_t CubeMap = 0x8513;
+constexpr std::uint32_t PositiveX = 0x8515;
+constexpr std::uint32_t NegativeZ = 0x851A;
+constexpr std::uint32_t ReadFramebuffer = 0x8CA8;
+constexpr std::uint32_t DrawFramebuffer = 0x8CA9;
 
 std::uint32_t Name(double word)
 {
@@ -27,7 +27,7 @@ std::uint32_t Name(double word)
 
 bool IsCubeFace(std::uint32_t target)
 {
-    return target >= positiveX && target <= negativeZ;
+    return target >= PositiveX && target <= NegativeZ;
 }
 
 bool IsSame(const Words& a, const Words& b)
@@ -82,7 +82,7 @@ Owner StateModel::BoundFramebuffer(bool isForDrawing)
 
 std::uint32_t StateModel::TextureTarget(std::uint32_t target)
 {
-    return IsCubeFace(target) ? cubeMap : target;
+    return IsCubeFace(target) ? CubeMap : target;
 }
 
 Owner StateModel::BoundTexture(std::uint32_t target)
@@ -94,7 +94,7 @@ Owner StateModel::BoundTexture(std::uint32_t target)
 
 std::uint32_t StateModel::UnitOf(const StateContext& context) const
 {
-    return Name(Word(context.owner, State::ActiveTexture)) - texture0;
+    return Name(Word(context.owner, State::ActiveTexture)) - Texture0;
 }
 
 Owner StateModel::OwnerOf(const Operand& operand, const CallArguments& call)
@@ -124,7 +124,7 @@ Owner StateModel::OwnerOf(const Operand& operand, const CallArguments& call)
         return BoundTexture(call.Unsigned(operand.parameter));
     }
     case Source::FramebufferOf:
-        return BoundFramebuffer(call.Unsigned(operand.parameter) != readFramebuffer);
+        return BoundFramebuffer(call.Unsigned(operand.parameter) != ReadFramebuffer);
     case Source::ReadFramebuffer:
     case Source::DrawFramebuffer:
         return BoundFramebuffer(operand.source == Source::DrawFramebuffer);
@@ -146,21 +146,21 @@ std::uint32_t StateModel::IndexOf(const Operand& operand, const CallArguments& c
         Selected(State::ActiveTexture);
         return Unit();
     case Source::DrawBuffers:
-        place.count = drawBuffers;
+        place.count = DrawBuffers;
         return 0;
     case Source::Viewports:
-        place.count = viewports;
+        place.count = Viewports;
         return 0;
     case Source::ViewportsFrom:
-        place.count = std::min(call.Unsigned(operand.other), viewports);
+        place.count = std::min(call.Unsigned(operand.other), Viewports);
         return call.Unsigned(operand.parameter);
     case Source::Faces:
         place.count = 2;
         return 0;
     case Source::FacesOf:
-        return both(call.Unsigned(operand.parameter), front, back);
+        return both(call.Unsigned(operand.parameter), Front, Back);
     case Source::FramebuffersOf:
-        return both(call.Unsigned(operand.parameter), readFramebuffer, drawFramebuffer);
+        return both(call.Unsigned(operand.parameter), ReadFramebuffer, DrawFramebuffer);
     case Source::Locations: {
         const bool isArray = operand.other < call.Count();
         place.count = isArray ? static_cast<std::uint32_t>(std::max(call.Signed(operand.other), 0)) : 1;
@@ -253,7 +253,7 @@ StateModel::Outcome StateModel::Apply(const StateChange& change, const CallArgum
     const Owner bound =
         change.names != noObject && !m_words.empty() ? Find(change.names, Name(m_words.front())) : Owner{0};
     bool isChanged = false;
-    Slot slot = StateSlots::none;
+    Slot slot = StateSlots::None;
     for (std::uint32_t i = 0; i < place.count; ++i) {
         slot = i == 0 ? m_slots.At(place.owner, change.state, place.first, place.second) : m_slots.After(slot);
         isChanged |= Set(slot, m_words, call.Call());
@@ -300,7 +300,7 @@ Words StateModel::WordsAt(Slot slot) const
         return words;
     const State state = m_slots.StateOf(slot);
     // The one capability that is on at the start.
-    if (state == State::Capability && m_slots.FirstOf(slot) == dither)
+    if (state == State::Capability && m_slots.FirstOf(slot) == Dither)
         return {1};
     const StateDescription& description = Describe(state);
     return {description.initial.begin(), description.initial.begin() + description.initialWords};
@@ -310,7 +310,7 @@ std::string StateModel::CodesAt(Slot slot) const
 {
     const StateSlots::Value& value = m_slots.ValueOf(slot);
     std::string described = Describe(m_slots.StateOf(slot)).codes;
-    if (value.setter == StateSlots::noCall)
+    if (value.setter == StateSlots::NoCall)
         return described;
     const std::span<const StateChange> changes = ChangesOf(value.setter);
     const auto change = std::ranges::find(changes, m_slots.StateOf(slot), &StateChange::state);
@@ -340,10 +340,10 @@ const std::string& StateModel::LabelOf(Owner owner) const
 double StateModel::Word(Owner owner, State state, std::uint32_t first, std::uint32_t second, std::size_t word) const
 {
     const Slot slot = m_slots.Find(owner, state, first, second);
-    const Words& set = slot != StateSlots::none ? m_slots.ValueOf(slot).words : Words{};
+    const Words& set = slot != StateSlots::None ? m_slots.ValueOf(slot).words : Words{};
     if (word < set.size())
         return set[word];
-    if (!set.empty() || (state == State::Capability && first == dither))
+    if (!set.empty() || (state == State::Capability && first == Dither))
         return set.empty();
     return word < Describe(state).initialWords ? Describe(state).initial[word] : 0;
 }
@@ -351,7 +351,7 @@ double StateModel::Word(Owner owner, State state, std::uint32_t first, std::uint
 Owner StateModel::BoundIn(const StateContext& context, State state, std::uint32_t first, std::uint32_t second) const
 {
     const Slot slot = m_slots.Find(context.owner, state, first, second);
-    return slot != StateSlots::none ? m_slots.ValueOf(slot).bound : 0;
+    return slot != StateSlots::None ? m_slots.ValueOf(slot).bound : 0;
 }
 
 } // namespace Data

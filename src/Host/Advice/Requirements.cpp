@@ -112,8 +112,8 @@ private:
     /// One of a numbered series of which `first` is number 0. Other values are no member of it.
     void Index(std::uint32_t limit, std::uint32_t value, std::uint32_t first)
     {
-        constexpr std::uint32_t longestSeries = 256;
-        if (value >= first && value - first < longestSeries)
+        constexpr std::uint32_t LongestSeries = 256;
+        if (value >= first && value - first < LongestSeries)
             Use(limit, static_cast<std::int32_t>(value - first + 1));
     }
     void Size(std::uint32_t limit, const CallArguments& arguments)
@@ -134,13 +134,13 @@ private:
     }
     void IndexedBuffer(std::uint32_t target, std::uint32_t index)
     {
-        constexpr std::pair<std::uint32_t, std::uint32_t> bindings[] = {
+        constexpr std::pair<std::uint32_t, std::uint32_t> Bindings[] = {
             {GL_UNIFORM_BUFFER, GL_MAX_UNIFORM_BUFFER_BINDINGS},
             {GL_SHADER_STORAGE_BUFFER, GL_MAX_SHADER_STORAGE_BUFFER_BINDINGS},
             {GL_ATOMIC_COUNTER_BUFFER, GL_MAX_ATOMIC_COUNTER_BUFFER_BINDINGS},
             {GL_TRANSFORM_FEEDBACK_BUFFER, GL_MAX_TRANSFORM_FEEDBACK_SEPARATE_ATTRIBS},
         };
-        for (const auto& [buffer, limit] : bindings)
+        for (const auto& [buffer, limit] : Bindings)
             if (target == buffer)
                 Index(limit, index, 0);
     }

@@ -172,7 +172,7 @@ std::vector<std::string> WithoutEffect(const Options& options, std::uint32_t fra
         const char* other;
     };
     // An option that only says how another one is meant.
-    constexpr Companion companions[] = {{"-samples", "-config"},
+    constexpr Companion Companions[] = {{"-samples", "-config"},
                                         {"-threadFilterStartFrame", "-thread"},
                                         {"-skippbufferdisplay", "-pbuffersurface"},
                                         {"-timecalls", "-json"},
@@ -180,7 +180,7 @@ std::vector<std::string> WithoutEffect(const Options& options, std::uint32_t fra
     const Util::ParseArgs::CmdLineArgs& args = options.args;
     const auto isGiven = [&](const char* option) { return args.HasSwitch(option) || args.FindValue(option); };
     std::vector<std::string> notes;
-    for (const auto& [option, other] : companions)
+    for (const auto& [option, other] : Companions)
         if (isGiven(option) && !isGiven(other))
             notes.push_back(std::string(option) + " has no effect without " + other + ".");
     const auto noteBeyond = [&](const char* option, std::uint32_t first) {

@@ -34,13 +34,13 @@ std::string List(const std::map<std::string, std::uint64_t>& counts)
 /// What took time beside the replay; empty where that is next to nothing.
 std::string BesideLine(const Report& report)
 {
-    constexpr double nextToNothing = 0.0005;
+    constexpr double NextToNothing = 0.0005;
     std::string text;
     for (const auto& [seconds, what] :
          {std::pair(report.restSeconds, " s of calls after the last frame"),
           std::pair(report.pictureSeconds, " s for pictures"), std::pair(report.comparisonSeconds, " s for comparing"),
           std::pair(report.waitingSeconds, " s of waiting")})
-        if (seconds >= nextToNothing)
+        if (seconds >= NextToNothing)
             text += (text.empty() ? "Not in these times: " : ", ") + Fixed(seconds, 3) + what;
     return text.empty() ? text : text + ".";
 }

@@ -62,9 +62,9 @@ void Watchdog::Watch()
             m_end(m_isSignalled ? strsignal(Replay::StopSignal::Received()) : "The time of -timelimit is over");
             return;
         }
-        constexpr std::chrono::milliseconds longest = std::chrono::hours(1);
+        constexpr std::chrono::milliseconds Longest = std::chrono::hours(1);
         pollfd wake = {Replay::StopSignal::Descriptor(), POLLIN, 0};
-        if (poll(&wake, 1, static_cast<int>(std::min(left, longest).count())) > 0) {
+        if (poll(&wake, 1, static_cast<int>(std::min(left, Longest).count())) > 0) {
             std::uint64_t count = 0;
             [[maybe_unused]] const ssize_t bytes = read(wake.fd, &count, sizeof count);
         }

@@ -6,10 +6,10 @@ EGLStatsAdapter::EGLStatsAdapter() : EGLStatsAdapter(nullptr) {}
 
 EGLStatsAdapter::EGLStatsAdapter(StatsBin* store) : FeatureLog(store, "eglstats.txt", 'E')
 {
-    static constexpr ExtensionFunction functions[] = {
+    static constexpr ExtensionFunction Functions[] = {
 #include "Playback/EGLStatsExtensions.inc"
     };
-    InitializeExtnMap(functions);
+    InitializeExtnMap(Functions);
 }
 
 void EGLStatsAdapter::CountSurface()

@@ -116,11 +116,11 @@ void FeatureLog::LogCapTypeUsed(std::string_view item)
 
 void FeatureLog::LogExtensionCall(std::string_view handler)
 {
-    constexpr std::string_view prefix = "Process_";
-    const std::size_t at = handler.find(prefix);
-    if (at == std::string_view::npos || at + prefix.size() == handler.size())
+    constexpr std::string_view Prefix = "Process_";
+    const std::size_t at = handler.find(Prefix);
+    if (at == std::string_view::npos || at + Prefix.size() == handler.size())
         return;
-    std::string key(handler.substr(at + prefix.size()));
+    std::string key(handler.substr(at + Prefix.size()));
     key.front() = m_first;
     const auto found = m_extensions.find(key);
     if (!m_statistics || found == m_extensions.end())

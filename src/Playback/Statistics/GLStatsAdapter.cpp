@@ -38,10 +38,10 @@ GLStatsAdapter::GLStatsAdapter() : GLStatsAdapter(nullptr) {}
 
 GLStatsAdapter::GLStatsAdapter(StatsBin* store) : FeatureLog(store, "glstats.txt", 'G')
 {
-    static constexpr ExtensionFunction functions[] = {
+    static constexpr ExtensionFunction Functions[] = {
 #include "Playback/GLStatsExtensions.inc"
     };
-    InitializeExtnMap(functions);
+    InitializeExtnMap(Functions);
 }
 
 void GLStatsAdapter::LogXml()

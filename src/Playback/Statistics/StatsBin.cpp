@@ -18,7 +18,7 @@ struct CategoryKey {
     const char* initial;
 };
 
-constexpr CategoryKey categoryKeys[] = {
+constexpr CategoryKey CategoryKeys[] = {
 #include "Playback/StatsCategories.inc"
 };
 
@@ -41,7 +41,7 @@ void StatsBin::SetCaptureType(const std::string& type)
         return;
     }
     StatsCategories categories;
-    for (const CategoryKey& key : categoryKeys) {
+    for (const CategoryKey& key : CategoryKeys) {
         if (key.captureType != type)
             continue;
         if (key.initial)

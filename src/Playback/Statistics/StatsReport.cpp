@@ -12,8 +12,8 @@ namespace Playback {
 
 namespace {
 
-constexpr const char* header = "<features category=\"ESXCapture\">\n";
-constexpr const char* footer = "</features>\n";
+constexpr const char* Header = "<features category=\"ESXCapture\">\n";
+constexpr const char* Footer = "</features>\n";
 
 std::string WriteFile(const std::string& path, std::string_view text)
 {
@@ -35,25 +35,25 @@ std::string WriteFile(const std::string& path, std::string_view text)
 std::string WriteGroupedReport(const std::string& path, const StatsCategories& categories, StatsMap& statistics)
 {
     std::ostringstream file;
-    file << header;
+    file << Header;
     for (const auto& [category, keys] : categories) {
         file << "<" << category << ">\n";
         for (const std::string& key : keys)
             file << "\t<" << key << ">\n\t\t" << statistics[key] << "\n\t</" << key << ">\n";
         file << "</" << category << ">\n";
     }
-    file << footer;
+    file << Footer;
     return WriteFile(path, file.view());
 }
 
 std::string WriteFlatReport(const std::string& path, const StatsCategories& categories, StatsMap& statistics)
 {
     std::ostringstream file;
-    file << header;
+    file << Header;
     for (const auto& [category, keys] : categories)
         for (const std::string& key : keys)
             file << "<" << key << ">\n\t" << statistics[key] << "\n</" << key << ">\n\n";
-    file << footer;
+    file << Footer;
     return WriteFile(path, file.view());
 }
 

@@ -20,12 +20,12 @@ template <class T> constexpr std::int64_t Wide(T value)
 }
 
 /// Arguments that claim to be longer are mistakes of the program's, which the driver refuses.
-inline constexpr std::int64_t maxArgumentBytes = Data::maxChunkBytes;
+inline constexpr std::int64_t MaxArgumentBytes = Data::MaxChunkBytes;
 
 /// Bytes of `count` elements behind `array`; 0 for null and for counts that make no sense.
 inline std::uint64_t ArrayBytes(const void* array, std::int64_t count, std::int64_t elementBytes)
 {
-    return array == nullptr || count <= 0 || count > maxArgumentBytes / elementBytes
+    return array == nullptr || count <= 0 || count > MaxArgumentBytes / elementBytes
                ? 0
                : static_cast<std::uint64_t>(count * elementBytes);
 }
@@ -79,7 +79,7 @@ std::uint64_t StringsBytes(const char* const* strings, std::int64_t count, const
 class Lists {
 public:
     Lists(const void* const* lists, std::int64_t count, const std::int32_t* lengths, std::int64_t elementBytes)
-        : m_lists(lists), m_count(lengths != nullptr ? ArrayBytes(lists, count, slotBytes) / slotBytes : 0),
+        : m_lists(lists), m_count(lengths != nullptr ? ArrayBytes(lists, count, SlotBytes) / SlotBytes : 0),
           m_lengths(lengths), m_elementBytes(elementBytes)
     {
     }
@@ -90,7 +90,7 @@ public:
     [[nodiscard]] const void* Value() const { return m_lists; }
 
 private:
-    static constexpr std::uint64_t slotBytes = 8;
+    static constexpr std::uint64_t SlotBytes = 8;
     [[nodiscard]] std::uint64_t BytesOf(std::uint64_t list) const
     {
         return m_elementBytes <= 0 ? 0 : ArrayBytes(m_lists[list], m_lengths[list], m_elementBytes);

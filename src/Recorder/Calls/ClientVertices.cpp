@@ -58,7 +58,7 @@ void WriteAttrib(const Capturing& capturing, Data::ContextState& state, std::uin
         return;
     const auto stride = static_cast<std::uint64_t>(binding.stride);
     const std::uint64_t bytes = (range.count - 1) * stride + elementBytes;
-    if (bytes > static_cast<std::uint64_t>(maxArgumentBytes)) {
+    if (bytes > static_cast<std::uint64_t>(MaxArgumentBytes)) {
         CountUnrecorded("vertices in client memory, more than a record holds");
         return;
     }

@@ -14,7 +14,7 @@ namespace Recorder {
 namespace {
 
 /// Side of the surface that stands for a missing one, in pixels. Nothing is drawn to it.
-constexpr EGLint placeholderSize = 16;
+constexpr EGLint PlaceholderSize = 16;
 
 /// Version 1 is what a list without a version asks for. Few of its calls are recorded, and replays have no such
 /// contexts.
@@ -48,7 +48,7 @@ EGLSurface Placeholder(EGLDisplay display, Context& context)
     if (context.TakePlaceholderCreation()) {
         const EGLConfig config = context.config != EGL_NO_CONFIG_KHR ? context.config : AnyConfig(display);
         DescribeConfig(display, config);
-        const EGLint attribs[] = {EGL_WIDTH, placeholderSize, EGL_HEIGHT, placeholderSize, EGL_NONE};
+        const EGLint attribs[] = {EGL_WIDTH, PlaceholderSize, EGL_HEIGHT, PlaceholderSize, EGL_NONE};
         Record::eglCreatePbufferSurface(Capturing(), surface, display, config, attribs);
     }
     return surface;
@@ -148,7 +148,7 @@ RECORDER_EXPORT EGLContext eglCreateContext(EGLDisplay dpy, EGLConfig config, EG
     } else if (call && result != EGL_NO_CONTEXT) {
         CountUnrecorded("contexts of desktop OpenGL");
         ReportLibraries();
-        Report(Finding::desktopContext, "");
+        Report(Finding::DesktopContext, "");
     }
     return result;
 }

@@ -32,8 +32,8 @@ OwnReader ownReader;
 
 struct Streams {
     std::mutex mutex;
-    std::array<RecordStream*, maxStreams> all = {};
-    std::array<bool, maxStreams> isTaken = {};
+    std::array<RecordStream*, MaxStreams> all = {};
+    std::array<bool, MaxStreams> isTaken = {};
     pthread_key_t key = {};
     bool hasKey = false;
 };
@@ -48,15 +48,15 @@ Streams& TheStreams()
 /// destructors, from 0, and the streams, from 1.
 void GiveBack(void* value)
 {
-    constexpr std::uintptr_t lastRound = 2;
+    constexpr std::uintptr_t LastRound = 2;
     const std::uintptr_t number = reinterpret_cast<std::uintptr_t>(value) - 1;
     Streams& streams = TheStreams();
-    if (number / maxStreams < lastRound &&
-        pthread_setspecific(streams.key, reinterpret_cast<void*>(number + 1 + maxStreams)) == 0)
+    if (number / MaxStreams < LastRound &&
+        pthread_setspecific(streams.key, reinterpret_cast<void*>(number + 1 + MaxStreams)) == 0)
         return;
     thread.stream = nullptr;
     const std::lock_guard lock(streams.mutex);
-    streams.isTaken[number % maxStreams] = false;
+    streams.isTaken[number % MaxStreams] = false;
 }
 
 class Descriptor {
@@ -114,10 +114,10 @@ int ReceiveDescriptor(int connection)
 Channel* Map(int descriptor)
 {
     const int flags = MAP_SHARED | MAP_NORESERVE | (descriptor < 0 ? MAP_ANONYMOUS : 0);
-    void* const memory = mmap(nullptr, sharedBytes, PROT_READ | PROT_WRITE, flags, descriptor, 0);
+    void* const memory = mmap(nullptr, SharedBytes, PROT_READ | PROT_WRITE, flags, descriptor, 0);
     if (memory == MAP_FAILED)
         return nullptr;
-    madvise(memory, sharedBytes, MADV_DONTDUMP);
+    madvise(memory, SharedBytes, MADV_DONTDUMP);
     return static_cast<Channel*>(memory);
 }
 
@@ -138,7 +138,7 @@ void* WriteInThisProcess(void* parameter)
     try {
         while (channel.isFinished == 0 && channel.hasFailed == 0) {
             const std::uint32_t seen = channel.requests;
-            WaitForCall(channel, seen, ownReader.drain->Take() ? busyWaitMs : idleWaitMs);
+            WaitForCall(channel, seen, ownReader.drain->Take() ? BusyWaitMs : IdleWaitMs);
         }
         ownReader.drain->Finish({});
     } catch (...) {
@@ -191,7 +191,7 @@ RecordStream* TakeStream(Channel& channel) noexcept
         Streams& streams = TheStreams();
         const std::lock_guard lock(streams.mutex);
         streams.hasKey = streams.hasKey || pthread_key_create(&streams.key, &GiveBack) == 0;
-        for (std::uint32_t i = 0; i < maxStreams && streams.hasKey; ++i) {
+        for (std::uint32_t i = 0; i < MaxStreams && streams.hasKey; ++i) {
             if (!streams.isTaken[i]) {
                 if (streams.all[i] == nullptr)
                     streams.all[i] = new RecordStream(channel, i);
@@ -239,7 +239,7 @@ std::atomic<std::uint64_t>* SharedCount(Channel& channel, const char* what) noex
     for (std::uint32_t i = 0; i < count; ++i)
         if (std::strncmp(channel.notes[i].name, what, sizeof channel.notes[i].name - 1) == 0)
             return &channel.notes[i].count;
-    if (count == maxNotes)
+    if (count == MaxNotes)
         return nullptr;
     std::strncpy(channel.notes[count].name, what, sizeof channel.notes[count].name - 1);
     channel.noteCount = count + 1;

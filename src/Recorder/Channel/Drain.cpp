@@ -13,9 +13,9 @@ namespace Recorder {
 namespace {
 
 /// Most that is copied at once, so that the program gets room again.
-constexpr std::uint64_t plainBytes = 1u << 18;
+constexpr std::uint64_t PlainBytes = 1u << 18;
 /// A large place keeps so much of its memory for the next record.
-constexpr std::uint64_t keptBytes = 16u << 20;
+constexpr std::uint64_t KeptBytes = 16u << 20;
 
 Data::RecordHeader HeaderOf(const std::uint8_t* record)
 {
@@ -31,8 +31,8 @@ bool IsPossible(const Data::RecordHeader& header, std::uint64_t room)
 
 void FreePlace(Channel& channel, std::uint32_t place, std::uint64_t bytes)
 {
-    if (bytes > keptBytes)
-        madvise(LargePlaceOf(channel, place) + keptBytes, largePlaceBytes - keptBytes, MADV_REMOVE);
+    if (bytes > KeptBytes)
+        madvise(LargePlaceOf(channel, place) + KeptBytes, LargePlaceBytes - KeptBytes, MADV_REMOVE);
     channel.largePlaceTaken[place].store(0, std::memory_order_release);
 }
 
@@ -55,7 +55,7 @@ bool Drain::Take()
         // In this order: what was committed before the next run began is of this one.
         const std::uint64_t committed = hasRun ? m_channel.streams[m_run.stream].committed.load() : 0;
         const bool hasEnded = m_channel.runsWritten.load() > m_runsRead;
-        const Run next = hasEnded ? m_channel.runs[m_runsRead % maxRuns] : Run{};
+        const Run next = hasEnded ? m_channel.runs[m_runsRead % MaxRuns] : Run{};
         if (hasRun && TakeRun(hasEnded ? next.previousEnd : committed)) {
             hasTaken = true;
             TellRoom(m_channel);
@@ -63,7 +63,7 @@ bool Drain::Take()
         CheckFailure();
         if (!hasEnded || m_channel.hasFailed != 0)
             return hasTaken;
-        if (next.stream >= maxStreams) {
+        if (next.stream >= MaxStreams) {
             Fail(m_channel, "the program has overwritten the recorder's memory");
             return hasTaken;
         }
@@ -92,9 +92,9 @@ bool Drain::TakeRun(std::uint64_t end)
 /// Copies records that need no care, many at once. Answers their bytes.
 std::uint64_t Drain::TakePlain(std::uint64_t position, std::uint64_t end)
 {
-    const std::uint64_t inRing = position % streamBytes;
+    const std::uint64_t inRing = position % StreamBytes;
     const std::uint8_t* const begin = RingOf(m_channel, m_run.stream) + inRing;
-    const std::uint64_t room = std::min({end - position, streamBytes - inRing, plainBytes});
+    const std::uint64_t room = std::min({end - position, StreamBytes - inRing, PlainBytes});
     std::uint64_t bytes = 0;
     if (position % 8 != 0 || !m_vertices[m_run.stream].empty())
         return 0;
@@ -113,7 +113,7 @@ std::uint64_t Drain::TakePlain(std::uint64_t position, std::uint64_t end)
 std::uint64_t Drain::TakeOne(std::uint64_t position, std::uint64_t end)
 {
     std::uint64_t bytes = 0;
-    const std::uint8_t* const inRing = RingOf(m_channel, m_run.stream) + position % streamBytes;
+    const std::uint8_t* const inRing = RingOf(m_channel, m_run.stream) + position % StreamBytes;
     const std::uint8_t* const record = RecordAt(m_run.stream, position, end, bytes);
     if (record != nullptr) {
         const std::uint64_t recordBytes = HeaderOf(record).bytes;
@@ -132,22 +132,22 @@ std::uint64_t Drain::TakeOne(std::uint64_t position, std::uint64_t end)
 const std::uint8_t* Drain::RecordAt(std::uint32_t stream, std::uint64_t position, std::uint64_t end,
                                     std::uint64_t& bytes)
 {
-    const std::uint64_t inRing = position % streamBytes;
+    const std::uint64_t inRing = position % StreamBytes;
     const std::uint8_t* const at = RingOf(m_channel, stream) + inRing;
     const Data::RecordHeader header = HeaderOf(at);
-    if (position % 8 == 0 && IsPossible(header, std::min(end - position, streamBytes - inRing))) {
-        if (header.id == skipId) {
+    if (position % 8 == 0 && IsPossible(header, std::min(end - position, StreamBytes - inRing))) {
+        if (header.id == SkipId) {
             bytes = header.bytes;
             return nullptr;
         }
-        if (header.id != largeId) {
+        if (header.id != LargeId) {
             bytes = header.bytes;
             return at;
         }
         LargeReference reference = {};
         std::memcpy(&reference, at, sizeof reference);
-        if (header.bytes == sizeof reference && reference.place < largePlaces &&
-            IsPossible(HeaderOf(LargePlaceOf(m_channel, reference.place)), Data::maxChunkBytes)) {
+        if (header.bytes == sizeof reference && reference.place < LargePlaces &&
+            IsPossible(HeaderOf(LargePlaceOf(m_channel, reference.place)), Data::MaxChunkBytes)) {
             bytes = header.bytes;
             return LargePlaceOf(m_channel, reference.place);
         }
@@ -194,7 +194,7 @@ void Drain::UpdateHeader()
     const std::uint32_t version = m_channel.headerVersion.load(std::memory_order_acquire);
     if (version == m_headerVersion || version % 2 != 0)
         return;
-    std::array<std::uint8_t, Data::headerBytes> bytes;
+    std::array<std::uint8_t, Data::HeaderBytes> bytes;
     std::memcpy(bytes.data(), m_channel.header, bytes.size());
     Data::CaptureHeader header;
     if (m_channel.headerVersion.load() == version && Data::DecodeHeader(bytes, header).empty()) {
@@ -214,7 +214,7 @@ void Drain::AppendUnfinished(std::uint32_t stream)
     if (open != 0) {
         std::uint64_t bytes = 0;
         for (std::uint64_t position = control.consumed; position < open; position += bytes) {
-            const std::uint8_t* const record = RecordAt(stream, position, position + streamBytes, bytes);
+            const std::uint8_t* const record = RecordAt(stream, position, position + StreamBytes, bytes);
             if (bytes == 0)
                 break;
             if (record != nullptr)
@@ -228,7 +228,7 @@ void Drain::AppendUnfinished(std::uint32_t stream)
 
 void Drain::AppendNotes()
 {
-    const std::uint32_t count = std::min<std::uint32_t>(m_channel.noteCount, maxNotes);
+    const std::uint32_t count = std::min<std::uint32_t>(m_channel.noteCount, MaxNotes);
     for (SharedNote& note : std::span(m_channel.notes, count)) {
         note.name[sizeof note.name - 1] = '\0';
         if (note.count != 0)
@@ -240,7 +240,7 @@ void Drain::Finish(const HowItEnded& how)
 {
     Take();
     if (m_channel.isFinished == 0) {
-        for (std::uint32_t stream = 0; stream < maxStreams; ++stream)
+        for (std::uint32_t stream = 0; stream < MaxStreams; ++stream)
             AppendUnfinished(stream);
         m_writer->ProgramEnd(how.kind, how.value);
     }

@@ -55,7 +55,7 @@ private:
     std::uint64_t m_runsRead = 0;
     std::uint32_t m_headerVersion = 0;
     /// By stream: vertices that wait for their draw, so that nothing of another thread comes in between.
-    std::array<std::vector<std::uint8_t>, maxStreams> m_vertices;
+    std::array<std::vector<std::uint8_t>, MaxStreams> m_vertices;
 };
 
 } // namespace Recorder

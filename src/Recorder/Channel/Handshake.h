@@ -11,21 +11,21 @@
 namespace Recorder {
 
 /// A socket of this name lies in the folder of the captures, as long as somebody writes them for others.
-inline constexpr char socketName[] = ".socket";
+inline constexpr char SocketName[] = ".socket";
 
 /// Its address, by a descriptor of the folder: the way through /proc has room for folders of any length.
 inline sockaddr_un SocketAddress(int folder)
 {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
-    std::snprintf(address.sun_path, sizeof address.sun_path, "/proc/self/fd/%d/%s", folder, socketName);
+    std::snprintf(address.sun_path, sizeof address.sun_path, "/proc/self/fd/%d/%s", folder, SocketName);
     return address;
 }
 
 /// What a program says when it has connected, in one packet. The answer is an empty packet with a descriptor: the
 /// memory of the channel.
 struct Hello {
-    std::uint32_t version = channelVersion;
+    std::uint32_t version = ChannelVersion;
     /// The program's name, for that of the capture.
     char program[64] = {};
 };

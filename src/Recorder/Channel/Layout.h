@@ -15,25 +15,25 @@
 
 namespace Recorder {
 
-inline constexpr std::uint32_t channelVersion = 1;
+inline constexpr std::uint32_t ChannelVersion = 1;
 
 /// Threads that record at the same time.
-inline constexpr std::uint32_t maxStreams = 256;
-inline constexpr std::uint64_t streamBytes = 4u << 20;
+inline constexpr std::uint32_t MaxStreams = 256;
+inline constexpr std::uint64_t StreamBytes = 4u << 20;
 /// Records above this size are built in a place of their own.
-inline constexpr std::uint64_t maxStreamRecordBytes = streamBytes / 4;
-inline constexpr std::uint32_t largePlaces = 4;
-inline constexpr std::uint64_t largePlaceBytes = Data::maxChunkBytes;
-inline constexpr std::uint32_t maxRuns = 1u << 15;
-inline constexpr std::uint32_t maxNotes = 256;
+inline constexpr std::uint64_t MaxStreamRecordBytes = StreamBytes / 4;
+inline constexpr std::uint32_t LargePlaces = 4;
+inline constexpr std::uint64_t LargePlaceBytes = Data::MaxChunkBytes;
+inline constexpr std::uint32_t MaxRuns = 1u << 15;
+inline constexpr std::uint32_t MaxNotes = 256;
 /// Values of Channel::hasFailed.
-inline constexpr std::uint32_t failing = 1;
-inline constexpr std::uint32_t failed = 2;
+inline constexpr std::uint32_t Failing = 1;
+inline constexpr std::uint32_t Failed = 2;
 
 /// In streams only: the rest of the ring is empty, and the next record is at its start.
-inline constexpr std::uint32_t skipId = 0xFFFFFFFF;
+inline constexpr std::uint32_t SkipId = 0xFFFFFFFF;
 /// In streams only: a LargeReference.
-inline constexpr std::uint32_t largeId = 0xFFFFFFFE;
+inline constexpr std::uint32_t LargeId = 0xFFFFFFFE;
 
 /// Stands in a stream for a record that is in a place of its own.
 struct LargeReference {
@@ -83,7 +83,7 @@ struct Channel {
     std::atomic<std::uint32_t> isFailureTold;
     /// As the file has it. Odd while it is written.
     std::atomic<std::uint32_t> headerVersion;
-    std::uint8_t header[Data::headerBytes];
+    std::uint8_t header[Data::HeaderBytes];
 
     /// Threads sleep on these: counts of what was consumed, and of calls for the reader.
     std::atomic<std::uint32_t> consumptions;
@@ -91,29 +91,29 @@ struct Channel {
     /// Threads that wait for room.
     std::atomic<std::uint32_t> waiting;
 
-    std::atomic<std::uint32_t> largePlaceTaken[largePlaces];
+    std::atomic<std::uint32_t> largePlaceTaken[LargePlaces];
     std::atomic<std::uint64_t> runsWritten;
     std::atomic<std::uint64_t> runsRead;
-    Run runs[maxRuns];
+    Run runs[MaxRuns];
     std::atomic<std::uint32_t> noteCount;
-    SharedNote notes[maxNotes];
-    StreamControl streams[maxStreams];
+    SharedNote notes[MaxNotes];
+    StreamControl streams[MaxStreams];
 };
 static_assert(std::atomic<std::uint64_t>::is_always_lock_free, "processes share them");
 
 // The memory: the channel, the rings, the places of large records. Sparse: what nobody uses takes no room.
-inline constexpr std::uint64_t ringsOffset = (sizeof(Channel) + 0xFFFF) & ~std::uint64_t{0xFFFF};
-inline constexpr std::uint64_t largeOffset = ringsOffset + maxStreams * streamBytes;
-inline constexpr std::uint64_t sharedBytes = largeOffset + largePlaces * largePlaceBytes;
+inline constexpr std::uint64_t RingsOffset = (sizeof(Channel) + 0xFFFF) & ~std::uint64_t{0xFFFF};
+inline constexpr std::uint64_t LargeOffset = RingsOffset + MaxStreams * StreamBytes;
+inline constexpr std::uint64_t SharedBytes = LargeOffset + LargePlaces * LargePlaceBytes;
 
 inline std::uint8_t* RingOf(Channel& channel, std::uint32_t stream)
 {
-    return reinterpret_cast<std::uint8_t*>(&channel) + ringsOffset + stream * streamBytes;
+    return reinterpret_cast<std::uint8_t*>(&channel) + RingsOffset + stream * StreamBytes;
 }
 
 inline std::uint8_t* LargePlaceOf(Channel& channel, std::uint32_t place)
 {
-    return reinterpret_cast<std::uint8_t*>(&channel) + largeOffset + place * largePlaceBytes;
+    return reinterpret_cast<std::uint8_t*>(&channel) + LargeOffset + place * LargePlaceBytes;
 }
 
 } // namespace Recorder

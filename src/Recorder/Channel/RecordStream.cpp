@@ -9,7 +9,7 @@ namespace Recorder {
 namespace {
 
 /// So much is appended before room is looked for again and the reader is woken.
-constexpr std::uint64_t stepBytes = streamBytes / 8;
+constexpr std::uint64_t StepBytes = StreamBytes / 8;
 
 /// The run that goes on: its stream and where that was committed to. Under the capture's lock.
 struct CurrentRun {
@@ -24,8 +24,8 @@ RecordStream::RecordStream(Channel& channel, std::uint32_t index)
     : m_channel(channel), m_index(index), m_control(channel.streams[index]), m_ring(RingOf(channel, index)),
       m_committed(m_control.committed)
 {
-    m_lap = m_committed - m_committed % streamBytes;
-    m_at = m_end = m_ring + m_committed % streamBytes;
+    m_lap = m_committed - m_committed % StreamBytes;
+    m_at = m_end = m_ring + m_committed % StreamBytes;
 }
 
 void RecordStream::SetThread(std::uint32_t thread)
@@ -46,11 +46,11 @@ void RecordStream::Publish(std::uint64_t end)
 void RecordStream::BeginRun()
 {
     const std::uint64_t written = m_channel.runsWritten.load(std::memory_order_relaxed);
-    for (std::uint32_t seen = Consumptions(); written - m_channel.runsRead.load(std::memory_order_acquire) >= maxRuns;
+    for (std::uint32_t seen = Consumptions(); written - m_channel.runsRead.load(std::memory_order_acquire) >= MaxRuns;
          seen = Consumptions())
         if (!WaitForRoom(m_channel, seen))
             return;
-    m_channel.runs[written % maxRuns] = {m_index, m_control.thread, currentRun.end};
+    m_channel.runs[written % MaxRuns] = {m_index, m_control.thread, currentRun.end};
     m_channel.runsWritten.store(written + 1, std::memory_order_release);
     currentRun.stream = this;
 }
@@ -64,9 +64,9 @@ std::uint8_t* RecordStream::PlaceElsewhere(std::uint32_t id, std::uint64_t bytes
 /// there.
 std::uint8_t* RecordStream::Move(const std::uint8_t* record, std::uint64_t used, std::uint32_t id, std::uint64_t bytes)
 {
-    if (bytes > Data::maxChunkBytes - sizeof(Data::ThreadRecord))
+    if (bytes > Data::MaxChunkBytes - sizeof(Data::ThreadRecord))
         return nullptr;
-    const bool isLarge = bytes > maxStreamRecordBytes;
+    const bool isLarge = bytes > MaxStreamRecordBytes;
     std::uint32_t large = 0;
     if (!MakeRoom(isLarge ? sizeof(LargeReference) : bytes) || (isLarge && !TakeLargePlace(large)))
         return nullptr;
@@ -76,7 +76,7 @@ std::uint8_t* RecordStream::Move(const std::uint8_t* record, std::uint64_t used,
                     used - sizeof(Data::RecordHeader));
     }
     if (isLarge) {
-        const LargeReference reference = {{sizeof reference, largeId}, large, 0};
+        const LargeReference reference = {{sizeof reference, LargeId}, large, 0};
         std::memcpy(m_at, &reference, sizeof reference);
     }
     return place;
@@ -86,7 +86,7 @@ bool RecordStream::TakeLargePlace(std::uint32_t& place)
 {
     for (;;) {
         const std::uint32_t seen = Consumptions();
-        for (place = 0; place < largePlaces; ++place)
+        for (place = 0; place < LargePlaces; ++place)
             if (m_channel.largePlaceTaken[place].exchange(1, std::memory_order_acquire) == 0)
                 return true;
         if (!WaitForReader(seen))
@@ -98,7 +98,7 @@ std::uint8_t* RecordStream::Grow(std::uint8_t* record, std::uint64_t used, std::
 {
     Data::RecordHeader header;
     std::memcpy(&header, record, sizeof header);
-    const std::uint64_t room = record == m_at ? static_cast<std::uint64_t>(m_end - m_at) : largePlaceBytes;
+    const std::uint64_t room = record == m_at ? static_cast<std::uint64_t>(m_end - m_at) : LargePlaceBytes;
     bytes = Data::RoundUp8(bytes);
     if (bytes <= room)
         return PlaceAt(record, header.id, bytes);
@@ -109,21 +109,21 @@ bool RecordStream::MakeRoom(std::uint64_t bytes)
 {
     for (;;) {
         const std::uint32_t seen = Consumptions();
-        const auto rest = static_cast<std::uint64_t>(m_ring + streamBytes - m_at);
+        const auto rest = static_cast<std::uint64_t>(m_ring + StreamBytes - m_at);
         const bool isWrapping = bytes > rest;
         const std::uint64_t used = Position(m_at) - m_control.consumed.load(std::memory_order_acquire);
-        const std::uint64_t room = streamBytes - used;
+        const std::uint64_t room = StreamBytes - used;
         if (bytes + (isWrapping ? rest : 0) <= room) {
             if (isWrapping) {
                 if (rest > 0) {
-                    const Data::RecordHeader skip = {static_cast<std::uint32_t>(rest), skipId};
+                    const Data::RecordHeader skip = {static_cast<std::uint32_t>(rest), SkipId};
                     std::memcpy(m_at, &skip, sizeof skip);
                 }
-                m_lap += streamBytes;
+                m_lap += StreamBytes;
                 m_at = m_ring;
             }
             const std::uint64_t contiguous = isWrapping ? room - rest : std::min(room, rest);
-            m_end = m_at + std::max(bytes, std::min(contiguous, stepBytes));
+            m_end = m_at + std::max(bytes, std::min(contiguous, StepBytes));
             CallReader(m_channel);
             return true;
         }

@@ -12,7 +12,7 @@
 namespace Recorder {
 namespace {
 
-constexpr unsigned roomTimeoutMs = 100;
+constexpr unsigned RoomTimeoutMs = 100;
 
 void Sleep(std::atomic<std::uint32_t>& word, std::uint32_t value, unsigned milliseconds)
 {
@@ -40,7 +40,7 @@ bool IsReaderGone(Channel& channel)
 
 void InitializeChannel(Channel& channel) noexcept
 {
-    channel.version = channelVersion;
+    channel.version = ChannelVersion;
     channel.startUs = Data::MonotonicUs();
     pthread_mutexattr_t attributes;
     pthread_mutexattr_init(&attributes);
@@ -62,7 +62,7 @@ bool WaitForRoom(Channel& channel, std::uint32_t seen) noexcept
     const int savedErrno = errno;
     ++channel.waiting;
     Wake(channel.requests);
-    Sleep(channel.consumptions, seen, roomTimeoutMs);
+    Sleep(channel.consumptions, seen, RoomTimeoutMs);
     --channel.waiting;
     if (channel.consumptions.load(std::memory_order_acquire) == seen && IsReaderGone(channel))
         Fail(channel, "the process that writes it has ended");
@@ -91,9 +91,9 @@ bool BeginReading(Channel& channel) noexcept
 void Fail(Channel& channel, const char* why) noexcept
 {
     std::uint32_t none = 0;
-    if (channel.hasFailed.compare_exchange_strong(none, failing)) {
+    if (channel.hasFailed.compare_exchange_strong(none, Failing)) {
         std::snprintf(channel.error, sizeof channel.error, "%s", why);
-        channel.hasFailed = failed;
+        channel.hasFailed = Failed;
     }
 }
 

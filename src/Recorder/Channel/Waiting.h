@@ -6,8 +6,8 @@
 namespace Recorder {
 
 /// How long a reader that is not called waits before it looks again: after it found something, and after it did not.
-inline constexpr unsigned busyWaitMs = 5;
-inline constexpr unsigned idleWaitMs = 50;
+inline constexpr unsigned BusyWaitMs = 5;
+inline constexpr unsigned IdleWaitMs = 50;
 
 /// Makes memory that is zero the start of a channel; its time begins now.
 void InitializeChannel(Channel& channel) noexcept;

@@ -16,13 +16,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int maxLinks = 40;
+constexpr int MaxLinks = 40;
 
 /// The file behind symbolic links, also where there is none yet.
 fs::path FollowLinks(fs::path path)
 {
     std::error_code error;
-    for (int links = 0; links < maxLinks && fs::is_symlink(fs::symlink_status(path, error)); ++links) {
+    for (int links = 0; links < MaxLinks && fs::is_symlink(fs::symlink_status(path, error)); ++links) {
         // An absolute one takes the place of the whole path.
         path = path.parent_path() / fs::read_symlink(path, error);
     }
@@ -42,7 +42,7 @@ std::string WhyNotWritable(const fs::path& file)
 
 fs::path WithoutEnding(const fs::path& file)
 {
-    return file.extension() == captureEnding ? fs::path(file).replace_extension() : file;
+    return file.extension() == CaptureEnding ? fs::path(file).replace_extension() : file;
 }
 
 fs::path Rename(const fs::path& from, const fs::path& to, std::string& error)
@@ -58,7 +58,7 @@ fs::path Rename(const fs::path& from, const fs::path& to, std::string& error)
 CapturePlace::~CapturePlace()
 {
     if (!m_folder.empty()) {
-        unlink((m_folder / socketName).c_str());
+        unlink((m_folder / SocketName).c_str());
         rmdir(m_folder.c_str());
     }
 }
@@ -91,7 +91,7 @@ fs::path CapturePlace::PutBeside(const fs::path& capture, std::string& error)
 {
     const std::string stem = WithoutEnding(m_file).string();
     for (int number = 2;; ++number) {
-        const std::string name = stem + "." + std::to_string(number) + captureEnding;
+        const std::string name = stem + "." + std::to_string(number) + CaptureEnding;
         // The name is taken before it is given, so that two recordings do not choose the same.
         const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
         if (file < 0 && errno == EEXIST)

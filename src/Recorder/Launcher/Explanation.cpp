@@ -16,7 +16,7 @@ struct Toolkit {
     const char* library;
     const char* advice;
 };
-constexpr Toolkit toolkits[] = {
+constexpr Toolkit Toolkits[] = {
     {"libgtk-4", "GTK 4: GSK_RENDERER=gl GDK_DEBUG=gl-gles"},
     {"libgtk-3", "GTK 3: GDK_GL=gles"},
     {"libgstgl", "GStreamer: GST_GL_PLATFORM=egl GST_GL_API=gles2"},
@@ -26,15 +26,15 @@ constexpr Toolkit toolkits[] = {
     {"libSDL2", "LOVE, which is built on SDL 2: LOVE_GRAPHICS_USE_OPENGLES=1"},
 };
 
-constexpr char onlyES[] = "; only OpenGL ES on EGL can be recorded.";
+constexpr char OnlyEs[] = "; only OpenGL ES on EGL can be recorded.";
 
 /// Of the toolkits that the process has, or of all when it has none of them.
 std::string Advice(const ProcessReport& report)
 {
     const bool knowsToolkit =
-        std::ranges::any_of(toolkits, [&report](const Toolkit& toolkit) { return report.HasLibrary(toolkit.library); });
+        std::ranges::any_of(Toolkits, [&report](const Toolkit& toolkit) { return report.HasLibrary(toolkit.library); });
     std::string text = "\n  Many programs use OpenGL ES when they are told to, by a variable or an option:";
-    for (const Toolkit& toolkit : toolkits)
+    for (const Toolkit& toolkit : Toolkits)
         if (!knowsToolkit || report.HasLibrary(toolkit.library))
             text += std::string("\n    ") + toolkit.advice;
     return text;
@@ -47,7 +47,7 @@ struct OtherWay {
     Test shows;
     const char* sentence;
 };
-constexpr OtherWay otherWays[] = {
+constexpr OtherWay OtherWays[] = {
     {[](const ProcessReport& report) { return report.desktopContext; },
      " made contexts of desktop OpenGL through EGL and drew nothing with OpenGL ES"},
     {[](const ProcessReport& report) { return report.glx; }, " makes contexts of desktop OpenGL through GLX"},
@@ -89,8 +89,8 @@ std::string WhyWithoutOtherWay(const std::string& command, const ProgramEnd& end
 /// Signals by which programs crash, rather than being told to end.
 bool IsCrash(int signal)
 {
-    constexpr int crashes[] = {SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSYS, SIGTRAP};
-    return std::ranges::find(crashes, signal) != std::end(crashes);
+    constexpr int Crashes[] = {SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSYS, SIGTRAP};
+    return std::ranges::find(Crashes, signal) != std::end(Crashes);
 }
 
 std::string SignalName(int signal)
@@ -104,10 +104,10 @@ std::string SignalName(int signal)
 std::string WhyNothingRecorded(const std::string& command, const ProgramEnd& end,
                                const std::vector<ProcessReport>& reports)
 {
-    for (const OtherWay& way : otherWays) {
+    for (const OtherWay& way : OtherWays) {
         const auto report = std::ranges::find_if(reports, way.shows);
         if (report != reports.end())
-            return report->program + way.sentence + onlyES + Advice(*report);
+            return report->program + way.sentence + OnlyEs + Advice(*report);
     }
     return WhyWithoutOtherWay(command, end, reports);
 }

@@ -10,19 +10,19 @@ namespace {
 
 void Add(ProcessReport& report, const std::string& what, const std::string& detail)
 {
-    if (what == Finding::program)
+    if (what == Finding::Program)
         report.program = detail;
-    else if (what == Finding::library)
+    else if (what == Finding::Library)
         report.libraries.push_back(detail);
-    else if (what == Finding::egl)
+    else if (what == Finding::Egl)
         report.egl = true;
-    else if (what == Finding::desktopContext)
+    else if (what == Finding::DesktopContext)
         report.desktopContext = true;
-    else if (what == Finding::glx)
+    else if (what == Finding::Glx)
         report.glx = true;
-    else if (what == Finding::vulkan)
+    else if (what == Finding::Vulkan)
         report.vulkan = true;
-    else if (what == Finding::unwritten)
+    else if (what == Finding::Unwritten)
         report.unwritten = detail;
 }
 

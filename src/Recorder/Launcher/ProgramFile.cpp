@@ -13,10 +13,10 @@
 namespace Recorder {
 namespace {
 
-constexpr unsigned ownClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
+constexpr unsigned OwnClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
 #if defined(__x86_64__)
-constexpr unsigned ownMachine = EM_X86_64;
-constexpr char ownMachineName[] = "x86-64";
+constexpr unsigned OwnMachine = EM_X86_64;
+constexpr char OwnMachineName[] = "x86-64";
 #elif defined(__aarch64__)
 constexpr unsigned ownMachine = EM_AARCH64;
 constexpr char ownMachineName[] = "AArch64";
@@ -92,8 +92,8 @@ std::string WhyNotLoaded(const std::string& command)
     if (!contents.read(reinterpret_cast<char*>(&header), sizeof header) ||
         std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0)
         return WhyNotPrivileged(file);
-    if (header.e_ident[EI_CLASS] != ownClass || header.e_machine != ownMachine) {
-        return file + " is a program for another machine or word size: this recorder is for " + ownMachineName +
+    if (header.e_ident[EI_CLASS] != OwnClass || header.e_machine != OwnMachine) {
+        return file + " is a program for another machine or word size: this recorder is for " + OwnMachineName +
                " and " + std::to_string(8 * sizeof(void*)) + " bits.";
     }
     std::string why = WhyNotDynamic(file, contents, header);

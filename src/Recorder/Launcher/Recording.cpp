@@ -17,7 +17,7 @@
 namespace Recorder {
 namespace {
 
-constexpr int endingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+constexpr int EndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
 volatile sig_atomic_t program = 0;
 volatile sig_atomic_t wasStopped = 0;
@@ -78,10 +78,10 @@ void OnContinue(int signal, siginfo_t*, void*)
 
 void SetEnvironment(const RecordingOptions& options, const std::string& reportFile)
 {
-    setenv(folderVariable, options.folder.c_str(), 1);
-    setenv(reportVariable, reportFile.c_str(), 1);
-    options.hash ? setenv(hashVariable, "1", 1) : unsetenv(hashVariable);
-    options.frames != 0 ? setenv(framesVariable, std::to_string(options.frames).c_str(), 1) : unsetenv(framesVariable);
+    setenv(FolderVariable, options.folder.c_str(), 1);
+    setenv(ReportVariable, reportFile.c_str(), 1);
+    options.hash ? setenv(HashVariable, "1", 1) : unsetenv(HashVariable);
+    options.frames != 0 ? setenv(FramesVariable, std::to_string(options.frames).c_str(), 1) : unsetenv(FramesVariable);
     const char* const others = std::getenv("LD_PRELOAD");
     const bool hasOthers = others != nullptr && *others != '\0';
     setenv("LD_PRELOAD", (hasOthers ? options.library + ":" + others : options.library).c_str(), 1);
@@ -108,7 +108,7 @@ pid_t Start(const RecordingOptions& options, int pipe)
     sigset_t before;
     sigfillset(&all);
     sigprocmask(SIG_SETMASK, &all, &before);
-    for (const int signal : endingSignals)
+    for (const int signal : EndingSignals)
         Catch(signal, &OnEnd);
     Catch(SIGTSTP, &OnStop);
     Catch(SIGCONT, &OnContinue);
@@ -145,7 +145,7 @@ ProgramEnd RunRecorded(const RecordingOptions& options)
 {
     ProgramEnd end;
     // Without it there are fewer explanations, and that is all.
-    reports = memfd_create(reportFileName, MFD_CLOEXEC);
+    reports = memfd_create(ReportFileName, MFD_CLOEXEC);
     // Ahead of the pipe, whose end the writer would hold open.
     WriterProcess writer(options.folder, reports);
     int pipe[2];

@@ -17,8 +17,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr useconds_t pollUs = 50'000;
-constexpr int pollsOfGrace = 40;
+constexpr useconds_t PollUs = 50'000;
+constexpr int PollsOfGrace = 40;
 
 /// Writers hold a lock on their file.
 bool IsBusy(const fs::path& file)
@@ -43,7 +43,7 @@ std::vector<Recording> List(const fs::path& folder)
     std::vector<Recording> recordings;
     std::error_code error;
     for (const fs::directory_entry& entry : fs::directory_iterator(folder, error))
-        if (entry.path().extension() == captureEnding)
+        if (entry.path().extension() == CaptureEnding)
             recordings.push_back(FromName(entry.path()));
     return recordings;
 }
@@ -54,13 +54,13 @@ std::vector<Recording> ListWhenWritten(const fs::path& folder, pid_t process)
         std::vector<Recording> recordings = List(folder);
         const auto busy = std::ranges::find_if(recordings, &Recording::isBusy);
         const bool hasOwn = std::ranges::find(recordings, process, &Recording::process) != recordings.end();
-        if (busy == recordings.end() || (polls > pollsOfGrace && (hasOwn || WasStopped())))
+        if (busy == recordings.end() || (polls > PollsOfGrace && (hasOwn || WasStopped())))
             return recordings;
-        if (polls == pollsOfGrace) {
+        if (polls == PollsOfGrace) {
             std::fprintf(stderr, "playback-record: %s (process %d) is still running; waiting for it to end\n",
                          busy->program.c_str(), static_cast<int>(busy->process));
         }
-        usleep(pollUs);
+        usleep(PollUs);
     }
 }
 

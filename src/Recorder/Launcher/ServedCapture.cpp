@@ -19,7 +19,7 @@
 namespace Recorder {
 namespace {
 
-constexpr std::chrono::seconds newsTimeout{5};
+constexpr std::chrono::seconds NewsTimeout{5};
 
 bool SendDescriptor(int connection, int descriptor)
 {
@@ -44,7 +44,7 @@ bool SendDescriptor(int connection, int descriptor)
 void News::Take(const ProcessNews& news)
 {
     const std::lock_guard lock(m_mutex);
-    m_status[news.process] = news.what == ProcessNews::ended ? news.status : running;
+    m_status[news.process] = news.what == ProcessNews::Ended ? news.status : Running;
     m_changed.notify_all();
 }
 
@@ -54,9 +54,9 @@ HowItEnded News::Of(pid_t process)
     const auto found = m_status.find(process);
     if (found == m_status.end())
         return {};
-    m_changed.wait_for(lock, newsTimeout, [&] { return found->second != running; });
+    m_changed.wait_for(lock, NewsTimeout, [&] { return found->second != Running; });
     const int status = found->second;
-    if (status == running)
+    if (status == Running)
         return {};
     return WIFSIGNALED(status)
                ? HowItEnded{Data::ProgramEndKind::Signal, static_cast<std::uint32_t>(WTERMSIG(status))}
@@ -84,10 +84,10 @@ bool Process::HasEnded() const
 
 SharedMemory::SharedMemory() : m_descriptor(memfd_create("playback-channel", MFD_CLOEXEC))
 {
-    if (m_descriptor < 0 || ftruncate(m_descriptor, sharedBytes) != 0)
+    if (m_descriptor < 0 || ftruncate(m_descriptor, SharedBytes) != 0)
         return;
     void* const memory =
-        mmap(nullptr, sharedBytes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_NORESERVE, m_descriptor, 0);
+        mmap(nullptr, SharedBytes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_NORESERVE, m_descriptor, 0);
     if (memory != MAP_FAILED) {
         m_channel = static_cast<Channel*>(memory);
         InitializeChannel(*m_channel);
@@ -97,7 +97,7 @@ SharedMemory::SharedMemory() : m_descriptor(memfd_create("playback-channel", MFD
 SharedMemory::~SharedMemory()
 {
     if (m_channel != nullptr)
-        munmap(m_channel, sharedBytes);
+        munmap(m_channel, SharedBytes);
     if (m_descriptor >= 0)
         close(m_descriptor);
 }
@@ -145,7 +145,7 @@ void ServedCapture::Run()
     } catch (...) {
         Fail(channel, "no memory to write with");
     }
-    if (channel.hasFailed == failed && channel.isFailureTold.exchange(1) == 0)
+    if (channel.hasFailed == Failed && channel.isFailureTold.exchange(1) == 0)
         TellFailure(channel.error);
     m_drain.reset();
     m_isDone = true;
@@ -163,7 +163,7 @@ void ServedCapture::Write(Channel& channel)
         if (m_isReplaced)
             break;
         if (!hasEnded)
-            WaitForCall(channel, seen, isBusy ? busyWaitMs : idleWaitMs);
+            WaitForCall(channel, seen, isBusy ? BusyWaitMs : IdleWaitMs);
     }
     const bool asksHow = channel.isFinished == 0 && hasEnded;
     m_drain->Finish(m_isReplaced ? HowItEnded{Data::ProgramEndKind::Replaced, 0}
@@ -175,7 +175,7 @@ void ServedCapture::Write(Channel& channel)
 void ServedCapture::TellFailure(const char* why) const
 {
     std::fprintf(stderr, "playback-record: %s is not recorded any further: %s\n", m_program.c_str(), why);
-    dprintf(m_place.reports, "%d %s %s\n", static_cast<int>(Number()), Finding::unwritten, why);
+    dprintf(m_place.reports, "%d %s %s\n", static_cast<int>(Number()), Finding::Unwritten, why);
 }
 
 } // namespace Recorder

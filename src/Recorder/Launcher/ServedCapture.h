@@ -24,7 +24,7 @@ public:
 
 private:
     /// No status that waitpid gives for a process that has ended.
-    static constexpr int running = -1;
+    static constexpr int Running = -1;
 
     std::mutex m_mutex;
     std::condition_variable m_changed;

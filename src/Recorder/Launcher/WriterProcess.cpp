@@ -61,18 +61,18 @@ WriterProcess::~WriterProcess()
 
 void WriterProcess::TellStart(pid_t process) const
 {
-    const ProcessNews news = {process, ProcessNews::started, 0};
+    const ProcessNews news = {process, ProcessNews::Started, 0};
     send(m_control, &news, sizeof news, MSG_NOSIGNAL);
 }
 
 void WriterProcess::TellEnd(pid_t process, int status)
 {
-    const ProcessNews news = {process, ProcessNews::ended, status};
-    char answer = WriterAnswer::busy;
+    const ProcessNews news = {process, ProcessNews::Ended, status};
+    char answer = WriterAnswer::Busy;
     if (send(m_control, &news, sizeof news, MSG_NOSIGNAL) == sizeof news) {
         while (recv(m_control, &answer, sizeof answer, 0) < 0 && errno == EINTR) {
         }
-        m_isIdle = answer == WriterAnswer::idle;
+        m_isIdle = answer == WriterAnswer::Idle;
     }
 }
 

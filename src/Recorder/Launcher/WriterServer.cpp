@@ -17,7 +17,7 @@
 namespace Recorder {
 namespace {
 
-constexpr int helloTimeoutMs = 2000;
+constexpr int HelloTimeoutMs = 2000;
 
 class Server {
 public:
@@ -51,8 +51,8 @@ private:
         Hello said;
         ucred peer = {};
         socklen_t peerBytes = sizeof peer;
-        if (connection >= 0 && poll(&hello, 1, helloTimeoutMs) > 0 &&
-            recv(connection, &said, sizeof said, 0) == sizeof said && said.version == channelVersion &&
+        if (connection >= 0 && poll(&hello, 1, HelloTimeoutMs) > 0 &&
+            recv(connection, &said, sizeof said, 0) == sizeof said && said.version == ChannelVersion &&
             getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &peerBytes) == 0) {
             said.program[sizeof said.program - 1] = '\0';
             std::replace(std::begin(said.program), std::end(said.program), '/', '_');
@@ -87,7 +87,7 @@ private:
             return;
         }
         m_news.Take(news);
-        if (news.what == ProcessNews::ended)
+        if (news.what == ProcessNews::Ended)
             m_unanswered.push_back(news.process);
     }
 
@@ -98,7 +98,7 @@ private:
             [this](pid_t process) {
                 const bool isWritten = std::ranges::none_of(
                     m_captures, [process](const auto& capture) { return capture->Number() == process; });
-                const char done = m_captures.empty() ? WriterAnswer::idle : WriterAnswer::busy;
+                const char done = m_captures.empty() ? WriterAnswer::Idle : WriterAnswer::Busy;
                 return isWritten && send(m_place.control, &done, sizeof done, MSG_NOSIGNAL) >= 0;
             });
     }

@@ -9,8 +9,8 @@ namespace Recorder {
 
 /// What playback-record tells of the program that it runs.
 struct ProcessNews {
-    static constexpr std::int32_t started = 1;
-    static constexpr std::int32_t ended = 2;
+    static constexpr std::int32_t Started = 1;
+    static constexpr std::int32_t Ended = 2;
 
     pid_t process;
     std::int32_t what;
@@ -20,8 +20,8 @@ struct ProcessNews {
 
 /// A byte: whether other processes are still written for.
 namespace WriterAnswer {
-inline constexpr char idle = 1;
-inline constexpr char busy = 2;
+inline constexpr char Idle = 1;
+inline constexpr char Busy = 2;
 } // namespace WriterAnswer
 
 struct WriterPlace {

@@ -21,7 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 using Util::ExitStatus;
 
-constexpr Util::Option optionTable[] = {
+constexpr Util::Option OptionTable[] = {
     {"-o", "FILE",
      "the capture to write (default: COMMAND.glcap in the working directory); a capture of that name is replaced only "
      "once a new one was recorded",
@@ -32,7 +32,7 @@ constexpr Util::Option optionTable[] = {
     {"--version", "", "print the version", "Options"},
 };
 
-constexpr char usage[] = R"(Usage: playback-record [options] [--] COMMAND [ARGUMENT...]
+constexpr char Usage[] = R"(Usage: playback-record [options] [--] COMMAND [ARGUMENT...]
 
 Runs COMMAND and records its EGL and OpenGL ES calls. Processes that COMMAND starts are recorded too. FILE is the
 capture of COMMAND itself or, if it drew nothing, of the first process that did; those of other processes get the next
@@ -195,12 +195,12 @@ int Record(const Util::CommandLine::Result& parsed)
 
 int main(int argc, char** argv)
 {
-    const Util::CommandLine commandLine(optionTable);
+    const Util::CommandLine commandLine(OptionTable);
     const auto parsed = commandLine.Parse(argc, argv, Util::AfterFirstPositional::TakeAll);
     if (!parsed.error.empty())
         return Trouble(parsed.error + "; playback-record --help explains", ExitStatus::Usage);
     if (parsed.args.HasSwitch("--help"))
-        Util::Print(commandLine.Help(usage));
+        Util::Print(commandLine.Help(Usage));
     else if (parsed.args.HasSwitch("--version"))
         Util::Print("playback-record " PLAYBACK_VERSION "\n");
     else

@@ -38,7 +38,7 @@ void RecordFlush(const Capturing& capturing, Context& context, GLenum target, GL
     const Data::BufferState* const buffer = context.State().Buffer(target);
     if (!capturing || buffer == nullptr || buffer->mapped == nullptr || ChangesUnannounced(buffer->mapAccess) ||
         offset < 0 || length <= 0 || offset > buffer->mappedBytes || length > buffer->mappedBytes - offset ||
-        length > maxArgumentBytes) {
+        length > MaxArgumentBytes) {
         Record::glFlushMappedBufferRange(capturing, context, target, offset, length);
         return;
     }

@@ -20,9 +20,9 @@ std::atomic<bool> isAnythingWatched = false;
 namespace {
 
 /// Changes are found in units of so many bytes.
-constexpr std::size_t unit = 64;
+constexpr std::size_t Unit = 64;
 /// The same for buffers that the driver writes too: what is next to a change has to stay as it is there.
-constexpr std::size_t sharedUnit = 4;
+constexpr std::size_t SharedUnit = 4;
 
 struct WatchedBuffer {
     std::weak_ptr<ShareGroup> group;
@@ -97,9 +97,9 @@ void Publish(const Capturing& capturing, Context& context, WatchedBuffer& buffer
                                 static_cast<std::int64_t>(bytes), data);
     };
     if (isWrittenByDriver)
-        buffer.memory->TakeChanges<sharedUnit>(mayStayOpen, upload);
+        buffer.memory->TakeChanges<SharedUnit>(mayStayOpen, upload);
     else
-        buffer.memory->TakeChanges<unit>(mayStayOpen, upload);
+        buffer.memory->TakeChanges<Unit>(mayStayOpen, upload);
     state->isWrittenByDriver = isWrittenByDriver; // nothing but the capture says so
 }
 

@@ -16,10 +16,10 @@ namespace Recorder {
 /// True for a mapping with this access whose contents change without a call.
 [[nodiscard]] constexpr bool ChangesUnannounced(std::uint32_t access)
 {
-    constexpr std::uint32_t lasting = GL_MAP_PERSISTENT_BIT_EXT | GL_MAP_WRITE_BIT;
+    constexpr std::uint32_t Lasting = GL_MAP_PERSISTENT_BIT_EXT | GL_MAP_WRITE_BIT;
     const bool isFlushed =
         (access & (GL_MAP_FLUSH_EXPLICIT_BIT | GL_MAP_COHERENT_BIT_EXT)) == GL_MAP_FLUSH_EXPLICIT_BIT;
-    return (access & lasting) == lasting && !isFlushed;
+    return (access & Lasting) == Lasting && !isFlushed;
 }
 
 /// Watches the mapping at `live` of the buffer bound to `target`, which was just recorded. Answers what the program is

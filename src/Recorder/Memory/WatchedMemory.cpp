@@ -8,9 +8,9 @@ namespace Recorder {
 namespace {
 
 /// Each piece of memory with an access of its own is one of 65530 that a process may have by default.
-constexpr std::size_t maxBlocks = 8192;
+constexpr std::size_t MaxBlocks = 8192;
 /// Most that a program gets at once when it writes on and on.
-constexpr std::size_t maxBytesAhead = 1 << 20;
+constexpr std::size_t MaxBytesAhead = 1 << 20;
 
 std::size_t PageBytes()
 {
@@ -47,7 +47,7 @@ WatchedMemory::WatchedMemory(std::size_t lead, std::size_t bytes, bool isRead)
     : m_begin(lead), m_end(lead + bytes), m_blockBytes(PageBytes()), m_isRead(isRead),
       m_bytes(RoundUp(lead + bytes, PageBytes()))
 {
-    while (m_bytes / m_blockBytes > maxBlocks)
+    while (m_bytes / m_blockBytes > MaxBlocks)
         m_blockBytes *= 2;
     m_states.assign(RoundUp(m_bytes, m_blockBytes) / m_blockBytes, State::Stale);
 }
@@ -114,7 +114,7 @@ bool WatchedMemory::Touch(const void* address) noexcept
     const State state = before == State::Stale && m_isRead ? State::Clean : State::Dirty;
     // Programs mostly go on where they are: the further one has come, the more blocks it gets at once.
     Range blocks = {block, block + 1};
-    const std::size_t most = maxBytesAhead / m_blockBytes;
+    const std::size_t most = MaxBytesAhead / m_blockBytes;
     for (std::size_t back = block; back > 0 && m_states[back - 1] >= state && block - back < most; --back)
         if (blocks.end < m_states.size() && m_states[blocks.end] < state)
             ++blocks.end;

@@ -48,7 +48,7 @@ public:
     template <std::size_t Grain, class Take> void TakeChanges(bool mayStayOpen, Take take)
     {
         const bool staysOpen =
-            mayStayOpen && m_dirtyBlocks * m_blockBytes <= maxOpenBytes && m_quietTakes < maxQuietTakes;
+            mayStayOpen && m_dirtyBlocks * m_blockBytes <= MaxOpenBytes && m_quietTakes < MaxQuietTakes;
         ++m_quietTakes;
         for (Range dirty = {0, 0}; NextDirty(dirty, staysOpen);) {
             for (std::size_t at = dirty.begin, end = at; FindChange<Grain>(at, end, dirty.end); at = end) {
@@ -78,9 +78,9 @@ private:
     };
 
     /// So much is compared in the time that a fault takes.
-    static constexpr std::size_t maxOpenBytes = 64 << 10;
+    static constexpr std::size_t MaxOpenBytes = 64 << 10;
     /// Calls of TakeChanges without a change after which nothing stays open.
-    static constexpr unsigned maxQuietTakes = 8;
+    static constexpr unsigned MaxQuietTakes = 8;
 
     WatchedMemory(std::size_t lead, std::size_t bytes, bool isRead);
     [[nodiscard]] bool Allocate();
@@ -118,13 +118,13 @@ template <std::size_t Grain>
 bool WatchedMemory::FindChange(std::size_t& begin, std::size_t& end, std::size_t limit) const
 {
     // Most of what may have changed has not: larger steps first.
-    constexpr std::size_t step = 1024;
-    static_assert(step % Grain == 0);
+    constexpr std::size_t Step = 1024;
+    static_assert(Step % Grain == 0);
     const auto differs = [this, limit](std::size_t at, std::size_t bytes) {
         return std::memcmp(m_program + at, m_known + at, at + bytes <= limit ? bytes : limit - at) != 0;
     };
-    while (begin < limit && !differs(begin, step))
-        begin += step;
+    while (begin < limit && !differs(begin, Step))
+        begin += Step;
     while (begin < limit && !differs(begin, Grain))
         begin += Grain;
     end = begin;

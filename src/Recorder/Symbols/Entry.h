@@ -14,6 +14,6 @@ enum class Entry : std::uint16_t {
     Count
 };
 
-inline constexpr auto entryCount = static_cast<std::size_t>(Entry::Count);
+inline constexpr auto EntryCount = static_cast<std::size_t>(Entry::Count);
 
 } // namespace Recorder

@@ -10,8 +10,8 @@
 
 namespace Recorder {
 
-extern const std::array<EntryPoint, entryCount> entryPoints;
-const std::array<EntryPoint, entryCount> entryPoints = {{
+extern const std::array<EntryPoint, EntryCount> entryPoints;
+const std::array<EntryPoint, EntryCount> entryPoints = {{
 #define RECORDER_ENTRY(name) {#name, reinterpret_cast<void*>(&::name)},
 #include "Recorder/Entries.inc"
 #undef RECORDER_ENTRY

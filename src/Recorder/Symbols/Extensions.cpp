@@ -14,7 +14,7 @@ namespace Recorder {
 namespace {
 
 /// Sorted.
-constexpr std::string_view hiddenExtensions[] = {
+constexpr std::string_view HiddenExtensions[] = {
 #include "Recorder/HiddenExtensions.inc"
 };
 
@@ -39,7 +39,7 @@ std::string Filter(std::string_view list)
     while (!list.empty()) {
         const std::size_t end = std::min(list.find(' '), list.size());
         const std::string_view name = list.substr(0, end);
-        if (!name.empty() && !std::ranges::binary_search(hiddenExtensions, name)) {
+        if (!name.empty() && !std::ranges::binary_search(HiddenExtensions, name)) {
             kept += kept.empty() ? "" : " ";
             kept += name;
         }
@@ -63,7 +63,7 @@ std::vector<const char*> DriverExtensions()
 
 bool IsHiddenExtension(const char* name) noexcept
 {
-    return name != nullptr && std::ranges::binary_search(hiddenExtensions, std::string_view(name));
+    return name != nullptr && std::ranges::binary_search(HiddenExtensions, std::string_view(name));
 }
 
 const char* WithoutHiddenExtensions(const char* list) noexcept

@@ -11,9 +11,9 @@
 namespace Recorder {
 
 // Defined with the exported functions, sorted by name; the place in the table is the Entry.
-extern const std::array<EntryPoint, entryCount> entryPoints;
+extern const std::array<EntryPoint, EntryCount> entryPoints;
 
-std::array<std::atomic<void*>, entryCount> liveFunctions{};
+std::array<std::atomic<void*>, EntryCount> liveFunctions{};
 
 namespace {
 
@@ -29,11 +29,11 @@ std::uintptr_t NoFunction()
 }
 
 /// Symbol versions that the C library has had for dlsym on the machines we build for.
-constexpr const char* dlsymVersions[] = {"GLIBC_2.2.5", "GLIBC_2.17", "GLIBC_2.34"};
+constexpr const char* DlsymVersions[] = {"GLIBC_2.2.5", "GLIBC_2.17", "GLIBC_2.34"};
 
 DlsymFunction FindRealDlsym()
 {
-    for (const char* version : dlsymVersions)
+    for (const char* version : DlsymVersions)
         if (void* function = dlvsym(RTLD_NEXT, "dlsym", version))
             return reinterpret_cast<DlsymFunction>(function);
     // No C library without dlsym loads this library.

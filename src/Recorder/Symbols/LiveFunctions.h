@@ -17,7 +17,7 @@ struct EntryPoint {
 };
 
 /// The driver's functions, by Entry. Null until first asked for; never null afterwards, see ResolveLive.
-extern std::array<std::atomic<void*>, entryCount> liveFunctions;
+extern std::array<std::atomic<void*>, EntryCount> liveFunctions;
 
 /// The entry called `name`; nothing for names the library does not stand in for.
 [[nodiscard]] std::optional<Entry> FindEntry(const char* name) noexcept;

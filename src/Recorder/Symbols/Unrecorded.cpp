@@ -11,7 +11,7 @@ namespace {
 
 /// Functions that neither draw nor change what is drawn: programs may have them, and a replay does without. They ask,
 /// measure, wait, or hand on what others show.
-constexpr std::string_view harmlessFunctions[] = {
+constexpr std::string_view HarmlessFunctions[] = {
     "eglClientWaitSyncNV",
     "eglCreateFenceSyncNV",
     "eglCreateWaylandBufferFromImageWL",
@@ -98,7 +98,7 @@ void CountUnrecorded(const char* what) noexcept
 
 bool IsUnrecordable(const char* name) noexcept
 {
-    return IsOfGL(name) && std::ranges::find(harmlessFunctions, std::string_view(name)) == std::end(harmlessFunctions);
+    return IsOfGL(name) && std::ranges::find(HarmlessFunctions, std::string_view(name)) == std::end(HarmlessFunctions);
 }
 
 } // namespace Recorder

@@ -15,9 +15,9 @@ struct BitName {
 
 // Values of the Khronos headers GLES3/gl32.h and GLES2/gl2ext.h, which the tools do without.
 
-constexpr BitName bufferBits[] = {
+constexpr BitName BufferBits[] = {
     {0x00004000, "GL_COLOR_BUFFER_BIT"}, {0x00000100, "GL_DEPTH_BUFFER_BIT"}, {0x00000400, "GL_STENCIL_BUFFER_BIT"}};
-constexpr BitName mapBits[] = {
+constexpr BitName MapBits[] = {
     {0x0001, "GL_MAP_READ_BIT"},
     {0x0002, "GL_MAP_WRITE_BIT"},
     {0x0004, "GL_MAP_INVALIDATE_RANGE_BIT"},
@@ -29,13 +29,13 @@ constexpr BitName mapBits[] = {
     {0x0100, "GL_DYNAMIC_STORAGE_BIT_EXT"},
     {0x0200, "GL_CLIENT_STORAGE_BIT_EXT"},
 };
-constexpr BitName shaderBits[] = {
+constexpr BitName ShaderBits[] = {
     {0xffffffff, "GL_ALL_SHADER_BITS"},         {0x00000001, "GL_VERTEX_SHADER_BIT"},
     {0x00000002, "GL_FRAGMENT_SHADER_BIT"},     {0x00000004, "GL_GEOMETRY_SHADER_BIT"},
     {0x00000008, "GL_TESS_CONTROL_SHADER_BIT"}, {0x00000010, "GL_TESS_EVALUATION_SHADER_BIT"},
     {0x00000020, "GL_COMPUTE_SHADER_BIT"},
 };
-constexpr BitName barrierBits[] = {
+constexpr BitName BarrierBits[] = {
     {0xffffffff, "GL_ALL_BARRIER_BITS"},
     {0x00000001, "GL_VERTEX_ATTRIB_ARRAY_BARRIER_BIT"},
     {0x00000002, "GL_ELEMENT_ARRAY_BARRIER_BIT"},
@@ -52,24 +52,24 @@ constexpr BitName barrierBits[] = {
     {0x00002000, "GL_SHADER_STORAGE_BARRIER_BIT"},
     {0x00004000, "GL_CLIENT_MAPPED_BUFFER_BARRIER_BIT_EXT"},
 };
-constexpr BitName syncBits[] = {{0x00000001, "GL_SYNC_FLUSH_COMMANDS_BIT"}};
+constexpr BitName SyncBits[] = {{0x00000001, "GL_SYNC_FLUSH_COMMANDS_BIT"}};
 
 /// Parameters of the same name are masks of the same bits, but for `flags`.
 std::span<const BitName> NamesOf(Data::CallId call, std::string_view parameter)
 {
     if (parameter == "barriers")
-        return barrierBits;
+        return BarrierBits;
     if (parameter == "stages")
-        return shaderBits;
+        return ShaderBits;
     if (parameter == "access")
-        return mapBits;
+        return MapBits;
     if (parameter == "flags")
         return call == Data::CallId::glFenceSync || call == Data::CallId::glClientWaitSync ||
                        call == Data::CallId::glWaitSync
-                   ? std::span<const BitName>(syncBits)
-                   : mapBits;
+                   ? std::span<const BitName>(SyncBits)
+                   : MapBits;
     if (call == Data::CallId::glClear || call == Data::CallId::glBlitFramebuffer)
-        return bufferBits;
+        return BufferBits;
     return {};
 }
 

@@ -10,7 +10,7 @@ namespace Tools {
 
 namespace {
 
-constexpr std::uint32_t mapReadBit = 1;
+constexpr std::uint32_t MapReadBit = 1;
 
 std::uint64_t Positive(std::int64_t value)
 {
@@ -74,11 +74,11 @@ void CallCounter::DrawMany(CallId call, const Data::PointerData& counts)
 void CallCounter::DrawIndirect(CallId call, const Data::PointerData& indirect)
 {
     // Both kinds of draws begin with the number of vertices or indices, and that of instances.
-    constexpr std::size_t used = 2;
+    constexpr std::size_t Used = 2;
     const auto* const memory = indirect.As<const std::uint32_t>();
     const std::span<const std::uint32_t> parameters =
-        indirect.HasData() ? std::span(memory, used)
-                           : Parameters(Data::Enum::DrawIndirectBuffer, indirect.GetCapturedPointer(), used);
+        indirect.HasData() ? std::span(memory, Used)
+                           : Parameters(Data::Enum::DrawIndirectBuffer, indirect.GetCapturedPointer(), Used);
     if (parameters.empty())
         DrawUnknown(call);
     else
@@ -90,7 +90,7 @@ std::span<const std::uint32_t> CallCounter::Parameters(std::uint32_t target, std
 {
     const Data::BufferState* const buffer = m_decoder.Context().Buffer(target);
     const auto bytes = static_cast<std::int64_t>(count * sizeof(std::uint32_t));
-    const auto begin = static_cast<std::int64_t>(std::min<std::uint64_t>(offset, Data::BufferState::maxShadowBytes));
+    const auto begin = static_cast<std::int64_t>(std::min<std::uint64_t>(offset, Data::BufferState::MaxShadowBytes));
     if (!buffer || !buffer->isShadowed || begin % 4 != 0 || !buffer->known.Contains(begin, begin + bytes))
         return {};
     return {reinterpret_cast<const std::uint32_t*>(buffer->shadow.data() + begin), count};
@@ -145,7 +145,7 @@ std::int64_t CallCounter::PackedBytes(std::int32_t width, std::int32_t height, s
     const auto pixels = static_cast<__int128>(Positive(width)) * static_cast<__int128>(Positive(height)) *
                         static_cast<__int128>(Positive(depth));
     const __int128 bytes = pixels * Data::PixelBytes(format, type);
-    return bytes < Data::unknownSize ? static_cast<std::int64_t>(bytes) : 0;
+    return bytes < Data::UnknownSize ? static_cast<std::int64_t>(bytes) : 0;
 }
 
 // Read-backs.
@@ -161,7 +161,7 @@ void CallCounter::ReadPixels(CallId call, std::int64_t bytes)
 void CallCounter::Process_glMapBufferRange(Data::PointerData* captured, std::uint32_t /*target*/,
                                            std::int64_t /*offset*/, std::int64_t length, std::uint32_t access)
 {
-    if ((access & mapReadBit) == 0 || captured->GetCapturedPointer() == 0)
+    if ((access & MapReadBit) == 0 || captured->GetCapturedPointer() == 0)
         return;
     ++m_frame.readBacks[CallId::glMapBufferRange];
     m_frame.bytesMappedToRead += Positive(length);

@@ -34,7 +34,7 @@ public:
 
 private:
     using CallId = Data::CallId;
-    static constexpr std::uint32_t queryResult = 0x8866;
+    static constexpr std::uint32_t QueryResult = 0x8866;
 
 // Most handlers; the others are declared.
 #include "Tools/Info/EGLCalls.inc"

@@ -15,32 +15,32 @@ struct EnumName {
 };
 
 // Ordered by value.
-constexpr EnumName glNames[] = {
+constexpr EnumName GlNames[] = {
 #include "Interfaces/GLEnumNames.inc"
 };
-constexpr EnumName eglNames[] = {
+constexpr EnumName EglNames[] = {
 #include "Interfaces/EGLEnumNames.inc"
 };
 
 /// Values up to this one have many names.
-constexpr std::uint32_t lastSmallValue = 7;
+constexpr std::uint32_t LastSmallValue = 7;
 
 struct SmallNames {
     std::string_view functions;
     std::span<const char* const> names;
 };
 
-constexpr const char* none[] = {"GL_NONE"};
-constexpr const char* noError[] = {"GL_NO_ERROR"};
-constexpr const char* factors[] = {"GL_ZERO", "GL_ONE"};
-constexpr const char* primitives[] = {"GL_POINTS",    "GL_LINES",          "GL_LINE_LOOP",   "GL_LINE_STRIP",
+constexpr const char* None[] = {"GL_NONE"};
+constexpr const char* NoError[] = {"GL_NO_ERROR"};
+constexpr const char* Factors[] = {"GL_ZERO", "GL_ONE"};
+constexpr const char* Primitives[] = {"GL_POINTS",    "GL_LINES",          "GL_LINE_LOOP",   "GL_LINE_STRIP",
                                       "GL_TRIANGLES", "GL_TRIANGLE_STRIP", "GL_TRIANGLE_FAN"};
 
 // By how the names of functions begin; the first one that fits holds.
-constexpr SmallNames smallNames[] = {
-    {"glBlendFunc", factors},    {"glStencilOp", factors}, {"glDrawBuffers", none},
-    {"glReadBuffer", none},      {"glDraw", primitives},   {"glBeginTransformFeedback", primitives},
-    {"glMultiDraw", primitives}, {"glGetError", noError},  {"glGetGraphicsResetStatus", noError},
+constexpr SmallNames SmallNameTable[] = {
+    {"glBlendFunc", Factors},    {"glStencilOp", Factors}, {"glDrawBuffers", None},
+    {"glReadBuffer", None},      {"glDraw", Primitives},   {"glBeginTransformFeedback", Primitives},
+    {"glMultiDraw", Primitives}, {"glGetError", NoError},  {"glGetGraphicsResetStatus", NoError},
 };
 
 const char* Find(std::span<const EnumName> names, std::uint32_t value)
@@ -55,19 +55,19 @@ const char* Find(std::span<const EnumName> names, std::uint32_t value)
 
 const char* GLEnumName(std::uint32_t value)
 {
-    return Find(glNames, value);
+    return Find(GlNames, value);
 }
 
 const char* EGLEnumName(std::uint32_t value)
 {
-    return Find(eglNames, value);
+    return Find(EglNames, value);
 }
 
 const char* EnumName(std::string_view function, std::uint32_t value)
 {
-    if (value > lastSmallValue)
+    if (value > LastSmallValue)
         return Data::IsEGL(function) ? EGLEnumName(value) : GLEnumName(value);
-    for (const SmallNames& small : smallNames)
+    for (const SmallNames& small : SmallNameTable)
         if (function.starts_with(small.functions))
             return value < small.names.size() ? small.names[value] : nullptr;
     return nullptr;

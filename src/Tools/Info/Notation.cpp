@@ -17,11 +17,11 @@ namespace Tools {
 namespace {
 
 /// Elements and characters of contents that are shown to people.
-constexpr std::uint32_t maxElements = 8;
-constexpr std::size_t maxCharacters = 72;
+constexpr std::uint32_t MaxElements = 8;
+constexpr std::size_t MaxCharacters = 72;
 
 /// Texture and sampler parameters whose values are enums. From GLES3/gl32.h and GLES2/gl2ext.h.
-constexpr std::uint32_t enumNames[] = {
+constexpr std::uint32_t EnumNames[] = {
     0x2800, // GL_TEXTURE_MAG_FILTER
     0x2801, // GL_TEXTURE_MIN_FILTER
     0x2802, // GL_TEXTURE_WRAP_S
@@ -98,7 +98,7 @@ public:
         if (m_isJson)
             return JsonString(text);
         std::string quoted = "\"";
-        const std::size_t shown = m_isWhole ? text.size() : std::min(text.size(), maxCharacters);
+        const std::size_t shown = m_isWhole ? text.size() : std::min(text.size(), MaxCharacters);
         for (const char character : text.substr(0, shown))
             if (character == '\n')
                 quoted += "\\n";
@@ -135,7 +135,7 @@ public:
 private:
     template <class Element> [[nodiscard]] std::string List(std::uint64_t count, Element element) const
     {
-        const std::uint64_t shown = m_isWhole ? count : std::min<std::uint64_t>(count, maxElements);
+        const std::uint64_t shown = m_isWhole ? count : std::min<std::uint64_t>(count, MaxElements);
         std::string text = "[";
         for (std::uint64_t i = 0; i < shown; ++i)
             text += (i > 0 ? ", " : "") + element(i);
@@ -145,9 +145,9 @@ private:
     [[nodiscard]] std::string Enum(std::uint32_t value) const
     {
         // There are more texture units than the headers name, and other enums have their numbers.
-        constexpr std::uint32_t textureUnit0 = 0x84C0;
-        if (m_function == "glActiveTexture" && value >= textureUnit0)
-            return Word("GL_TEXTURE" + std::to_string(value - textureUnit0));
+        constexpr std::uint32_t TextureUnit0 = 0x84C0;
+        if (m_function == "glActiveTexture" && value >= TextureUnit0)
+            return Word("GL_TEXTURE" + std::to_string(value - TextureUnit0));
         const char* const name = EnumName(m_function, value);
         return Word(name ? name : HexText(value));
     }
@@ -236,7 +236,7 @@ std::string HexText(std::uint64_t value)
 
 bool IsEnumParameter(std::uint32_t name)
 {
-    return std::ranges::find(enumNames, name) != std::end(enumNames);
+    return std::ranges::find(EnumNames, name) != std::end(EnumNames);
 }
 
 std::string EnumText(std::uint32_t value)

@@ -157,7 +157,7 @@ std::string RecordText(Notation notation, const RecordPlace& place, const Data::
     std::string text;
     if (call)
         text = CallText(notation, record, *call, bindings);
-    else if (record.Header().id >= Data::firstBuiltInId)
+    else if (record.Header().id >= Data::FirstBuiltInId)
         text = BuiltInText(record);
     else
         text = "call with number " + std::to_string(record.Header().id) + ", which the capture does not name";

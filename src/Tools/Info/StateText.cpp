@@ -21,12 +21,12 @@ using Data::StateDescription;
 using Json = nlohmann::ordered_json;
 
 /// Of objects that have a text for people.
-constexpr const char* labelName = "label";
-constexpr std::uint32_t texture0 = 0x84C0;
-constexpr std::uint32_t readFramebuffer = 0x8CA8;
-constexpr std::uint32_t drawFramebuffer = 0x8CA9;
-constexpr std::uint32_t front = 0x0404;
-constexpr std::uint32_t back = 0x0405;
+constexpr const char* LabelName = "label";
+constexpr std::uint32_t Texture0 = 0x84C0;
+constexpr std::uint32_t ReadFramebuffer = 0x8CA8;
+constexpr std::uint32_t DrawFramebuffer = 0x8CA9;
+constexpr std::uint32_t Front = 0x0404;
+constexpr std::uint32_t Back = 0x0405;
 
 std::string IndexText(Counted counted, std::uint32_t index)
 {
@@ -36,11 +36,11 @@ std::string IndexText(Counted counted, std::uint32_t index)
     case Counted::Enum:
         return "[" + EnumText(index) + "]";
     case Counted::TextureUnit:
-        return "[" + EnumText(texture0 + index) + "]";
+        return "[" + EnumText(Texture0 + index) + "]";
     case Counted::Face:
-        return "[" + EnumText(index == 0 ? front : back) + "]";
+        return "[" + EnumText(index == 0 ? Front : Back) + "]";
     case Counted::Framebuffer:
-        return "[" + EnumText(index == 0 ? readFramebuffer : drawFramebuffer) + "]";
+        return "[" + EnumText(index == 0 ? ReadFramebuffer : DrawFramebuffer) + "]";
     case Counted::Number:
     case Counted::DrawBuffer:
     case Counted::Viewport:
@@ -52,8 +52,8 @@ std::string IndexText(Counted counted, std::uint32_t index)
 /// How many indexes calls set at once that do not select one; 1 for others.
 std::size_t SetAtOnce(Counted counted)
 {
-    return counted == Counted::DrawBuffer                                ? Data::drawBuffers
-           : counted == Counted::Viewport                                ? Data::viewports
+    return counted == Counted::DrawBuffer                                ? Data::DrawBuffers
+           : counted == Counted::Viewport                                ? Data::Viewports
            : counted == Counted::Face || counted == Counted::Framebuffer ? 2
                                                                          : 1;
 }
@@ -188,7 +188,7 @@ void AddNamed(const Data::StateModel& model, const Data::NamedObjects& objects, 
         StateSnapshot::Values& values = snapshot.objects[{Data::Describe(key.first).name, std::to_string(key.second)}];
         AddOwner(model, owner, values);
         if (const std::string& label = model.LabelOf(owner); !label.empty())
-            values[labelName] = label;
+            values[LabelName] = label;
     }
 }
 
@@ -350,7 +350,7 @@ std::string ToText(const std::vector<StateDifference>& differences)
         if (!value.is_string())
             return value.dump();
         // A label may be any bytes; other texts are names.
-        return state == labelName ? JsonString(value.get<std::string>()) : value.get<std::string>();
+        return state == LabelName ? JsonString(value.get<std::string>()) : value.get<std::string>();
     };
     std::string lines;
     for (const StateDifference& difference : differences) {

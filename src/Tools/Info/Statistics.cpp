@@ -15,7 +15,7 @@ struct ExtensionCall {
 };
 using Data::CallId;
 // Ordered by call.
-constexpr ExtensionCall extensionCalls[] = {
+constexpr ExtensionCall ExtensionCalls[] = {
 #include "Tools/Info/Extensions.inc"
 };
 
@@ -98,9 +98,9 @@ FrameStatistics& FrameStatistics::operator+=(const FrameStatistics& next)
 const char* ExtensionOf(Data::CallId call)
 {
     const auto* const found =
-        std::lower_bound(std::begin(extensionCalls), std::end(extensionCalls), call,
+        std::lower_bound(std::begin(ExtensionCalls), std::end(ExtensionCalls), call,
                          [](const ExtensionCall& entry, Data::CallId wanted) { return entry.call < wanted; });
-    return found != std::end(extensionCalls) && found->call == call ? found->extension : nullptr;
+    return found != std::end(ExtensionCalls) && found->call == call ? found->extension : nullptr;
 }
 
 std::optional<CaptureStatistics> CollectStatistics(const std::string& path, Data::Report report, std::string& error,

@@ -51,8 +51,8 @@ std::vector<std::pair<std::string, std::uint64_t>> ByCount(const std::map<std::s
 
 const char* NameOf(Data::SurfaceKind kind)
 {
-    constexpr const char* names[] = {"", "window", "pbuffer", "pixmap"};
-    return names[static_cast<std::size_t>(kind)];
+    constexpr const char* Names[] = {"", "window", "pbuffer", "pixmap"};
+    return Names[static_cast<std::size_t>(kind)];
 }
 
 std::string Sizes(const Data::SurfaceSummary& surface)

@@ -22,7 +22,7 @@ namespace {
 using Util::ExitStatus;
 using Util::Print;
 
-constexpr Util::Option options[] = {
+constexpr Util::Option Options[] = {
     {"--recount", "",
      "count by reading all of the capture, which finds damage too, rather than believe the summary at its end",
      "Options"},
@@ -51,7 +51,7 @@ constexpr Util::Option options[] = {
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},
 };
-constexpr const char* usage =
+constexpr const char* Usage =
     "Usage: playback-info [options] FILE.glcap\n"
     "\n"
     "Prints what is in a capture: header, frames, threads, contexts, surfaces and calls. The statistics, in\n"
@@ -213,10 +213,10 @@ ExitStatus CheckDriver(const std::string& path)
 
 ExitStatus Run(int argc, char** argv)
 {
-    const Util::CommandLine commandLine(options);
+    const Util::CommandLine commandLine(Options);
     const auto [args, parseError] = commandLine.Parse(argc, argv);
     if (args.HasSwitch("--help")) {
-        Print(commandLine.Help(usage));
+        Print(commandLine.Help(Usage));
         return ExitStatus::Done;
     }
     if (args.HasSwitch("--version")) {

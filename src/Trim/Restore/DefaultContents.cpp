@@ -67,11 +67,11 @@ std::vector<DefaultContents> ReadDefaultContents(Data::MetaHandler& restorer, st
         GLenum bits;
         const char* name;
     };
-    constexpr Buffer buffers[] = {{RecordId::DefaultColor, GL_RED_BITS, "colour"},
+    constexpr Buffer Buffers[] = {{RecordId::DefaultColor, GL_RED_BITS, "colour"},
                                   {RecordId::DefaultDepth, GL_DEPTH_BITS, "depth"},
                                   {RecordId::DefaultStencil, GL_STENCIL_BITS, "stencil"}};
     std::vector<DefaultContents> all;
-    for (const Buffer& buffer : buffers) {
+    for (const Buffer& buffer : Buffers) {
         const GLint bits = GetInteger(buffer.bits);
         if (bits == 0)
             continue;

@@ -21,9 +21,9 @@ ImageSize RenderbufferSize()
 
 ImageSize LiveImage::SizeOf(const Image& image)
 {
-    constexpr std::uint32_t mostLevels = 16;
+    constexpr std::uint32_t MostLevels = 16;
     ImageSize size;
-    if (image.level < mostLevels) {
+    if (image.level < MostLevels) {
         const auto level = static_cast<GLint>(image.level);
         GL().glGetTexLevelParameteriv(image.face, level, GL_TEXTURE_WIDTH, &size.width);
         GL().glGetTexLevelParameteriv(image.face, level, GL_TEXTURE_HEIGHT, &size.height);
@@ -90,8 +90,8 @@ void LiveImage::FindColorTransfer()
     // Formats that can be drawn to leave out no component in front of one that they have.
     if (m_components == 0 || bits[m_components - 1] == 0)
         return;
-    constexpr GLenum formats[] = {GL_RED, GL_RG, GL_RGB, GL_RGBA};
-    constexpr GLenum integerFormats[] = {GL_RED_INTEGER, GL_RG_INTEGER, GL_RGB_INTEGER, GL_RGBA_INTEGER};
+    constexpr GLenum Formats[] = {GL_RED, GL_RG, GL_RGB, GL_RGBA};
+    constexpr GLenum IntegerFormats[] = {GL_RED_INTEGER, GL_RG_INTEGER, GL_RGB_INTEGER, GL_RGBA_INTEGER};
     const auto set = [this](const GLenum(&all)[4], GLenum type, std::size_t componentBytes) {
         m_read = {all[3], type};
         m_upload = {all[m_components - 1], type};
@@ -102,18 +102,18 @@ void LiveImage::FindColorTransfer()
     switch (AttachmentParameter(GL_FRAMEBUFFER_ATTACHMENT_COMPONENT_TYPE)) {
     case GL_UNSIGNED_NORMALIZED:
         if (widest <= 8)
-            set(formats, GL_UNSIGNED_BYTE, 1);
+            set(Formats, GL_UNSIGNED_BYTE, 1);
         else if (widest == 10 && m_components == 4)
-            set(formats, GL_UNSIGNED_INT_2_10_10_10_REV, 0);
+            set(Formats, GL_UNSIGNED_INT_2_10_10_10_REV, 0);
         break;
     case GL_FLOAT:
-        set(formats, GL_FLOAT, sizeof(GLfloat));
+        set(Formats, GL_FLOAT, sizeof(GLfloat));
         break;
     case GL_INT:
-        set(integerFormats, GL_INT, sizeof(GLint));
+        set(IntegerFormats, GL_INT, sizeof(GLint));
         break;
     case GL_UNSIGNED_INT:
-        set(integerFormats, GL_UNSIGNED_INT, sizeof(GLuint));
+        set(IntegerFormats, GL_UNSIGNED_INT, sizeof(GLuint));
         break;
     default:
         break;

@@ -15,7 +15,7 @@ struct PixelStoreParameter {
     std::uint32_t neutral;
 };
 
-constexpr PixelStoreParameter pixelStore[] = {
+constexpr PixelStoreParameter PixelStore[] = {
     {GL_UNPACK_ALIGNMENT, 4, 1},
     {GL_UNPACK_ROW_LENGTH, 0, 0},
     {GL_UNPACK_SKIP_ROWS, 0, 0},
@@ -49,7 +49,7 @@ NeutralUploads::~NeutralUploads()
 
 void NeutralUploads::ForEachPixelStore(bool isNeutral)
 {
-    for (const PixelStoreParameter& parameter : pixelStore) {
+    for (const PixelStoreParameter& parameter : PixelStore) {
         const std::uint32_t set = Value(State::PixelStore, parameter.name);
         const std::uint32_t value = set != 0 ? set : parameter.initial;
         if (value != parameter.neutral)

@@ -16,7 +16,7 @@ using Data::CallId;
 using Calls = std::vector<OutputCall>;
 
 /// Names for objects that exist only during a restore. Drivers count from 1, and no application comes that far.
-constexpr std::uint32_t temporaryName = 0x7FFFFFF0;
+constexpr std::uint32_t TemporaryName = 0x7FFFFFF0;
 
 std::span<const std::uint8_t> BytesOf(const std::uint32_t& name)
 {
@@ -128,19 +128,19 @@ void ObjectReader::ReadRenderbuffer(Owner owner)
     const std::int32_t width = live.Size().width;
     const std::int32_t height = live.Size().height;
     // Nothing uploads to a renderbuffer: the pixels come from a texture of the same format.
-    const std::span<const std::uint8_t> name = BytesOf(temporaryName);
+    const std::span<const std::uint8_t> name = BytesOf(TemporaryName);
     const auto copy = [&](std::span<const std::uint8_t> pixels) {
-        const std::uint32_t otherName = temporaryName + 1;
+        const std::uint32_t otherName = TemporaryName + 1;
         const std::span<const std::uint8_t> other = BytesOf(otherName);
         return Calls{
             MakeCall(CallId::glGenTextures, {1, name}),
-            MakeCall(CallId::glBindTexture, {GL_TEXTURE_2D, temporaryName}),
+            MakeCall(CallId::glBindTexture, {GL_TEXTURE_2D, TemporaryName}),
             MakeCall(CallId::glTexImage2D,
                      {GL_TEXTURE_2D, 0, format, width, height, 0, live.Upload().format, live.Upload().type, pixels}),
             MakeCall(CallId::glGenFramebuffers, {1, name}),
-            MakeCall(CallId::glBindFramebuffer, {GL_READ_FRAMEBUFFER, temporaryName}),
+            MakeCall(CallId::glBindFramebuffer, {GL_READ_FRAMEBUFFER, TemporaryName}),
             MakeCall(CallId::glFramebufferTexture2D,
-                     {GL_READ_FRAMEBUFFER, live.Attachment(), GL_TEXTURE_2D, temporaryName, 0}),
+                     {GL_READ_FRAMEBUFFER, live.Attachment(), GL_TEXTURE_2D, TemporaryName, 0}),
             MakeCall(CallId::glGenFramebuffers, {1, other}),
             MakeCall(CallId::glBindFramebuffer, {GL_DRAW_FRAMEBUFFER, otherName}),
             MakeCall(CallId::glFramebufferRenderbuffer,

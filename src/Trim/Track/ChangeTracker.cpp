@@ -73,10 +73,10 @@ bool ChangeTracker::TrackUniform(const StatePlace& place, const CallArguments& c
     if (place.owner == 0)
         return false; // the active program of a pipeline
     // Only what sets the same values in the same way makes an earlier call superfluous.
-    constexpr std::uint32_t most = 0xFFFF;
+    constexpr std::uint32_t Most = 0xFFFF;
     const Slot slot = m_tracked.SlotOf(place.owner, State::Uniform, place.second,
-                                       static_cast<std::uint32_t>(call.Call()) << 16 | (place.count & most));
-    if (place.count <= most)
+                                       static_cast<std::uint32_t>(call.Call()) << 16 | (place.count & Most));
+    if (place.count <= Most)
         m_tracked.Replaces(slot);
     else
         m_tracked.Changes(slot);

@@ -80,7 +80,7 @@ bool DrawingTracker::ClearsAll(const std::vector<FramebufferImage>& targets, std
     if (m_tracked.Setting(State::Capability, GL_SCISSOR_TEST) != 0 ||
         m_tracked.Setting(State::Capability, GL_RASTERIZER_DISCARD) != 0)
         return false;
-    for (std::uint32_t i = 0; (aspects & Color) != 0 && i < Data::drawBuffers; ++i) {
+    for (std::uint32_t i = 0; (aspects & Color) != 0 && i < Data::DrawBuffers; ++i) {
         for (std::size_t channel = 0; channel < 4; ++channel)
             if (m_tracked.Setting(State::ColorMask, 0, i, channel) == 0)
                 return false;
@@ -88,9 +88,9 @@ bool DrawingTracker::ClearsAll(const std::vector<FramebufferImage>& targets, std
     if ((aspects & Depth) != 0 && m_tracked.Setting(State::DepthMask) == 0)
         return false;
     for (const std::uint32_t face : {0, 1}) {
-        constexpr std::uint32_t all = 0xFF;
+        constexpr std::uint32_t All = 0xFF;
         if ((aspects & Stencil) != 0 &&
-            (static_cast<std::uint32_t>(m_tracked.Setting(State::StencilMask, 0, face)) & all) != all)
+            (static_cast<std::uint32_t>(m_tracked.Setting(State::StencilMask, 0, face)) & All) != All)
             return false;
     }
     if (m_tracked.BoundFramebuffer(true) == 0)

@@ -11,7 +11,7 @@ namespace {
 using Data::CallId;
 
 /// Pixel-store parameters that decide where an upload reads.
-constexpr std::uint32_t unpackParameters[] = {GL_UNPACK_ALIGNMENT, GL_UNPACK_ROW_LENGTH,  GL_UNPACK_IMAGE_HEIGHT,
+constexpr std::uint32_t UnpackParameters[] = {GL_UNPACK_ALIGNMENT, GL_UNPACK_ROW_LENGTH,  GL_UNPACK_IMAGE_HEIGHT,
                                               GL_UNPACK_SKIP_ROWS, GL_UNPACK_SKIP_PIXELS, GL_UNPACK_SKIP_IMAGES};
 
 } // namespace
@@ -164,7 +164,7 @@ void TextureTracker::CopiesTo(const Image& image)
 
 void TextureTracker::ReadsUpload(std::uint32_t target)
 {
-    for (const std::uint32_t parameter : unpackParameters)
+    for (const std::uint32_t parameter : UnpackParameters)
         m_tracked.Reads(m_tracked.ContextSlot(State::PixelStore, parameter));
     m_tracked.ReadsAll(m_tracked.BoundBuffer(target));
 }

@@ -7,7 +7,7 @@ namespace Trim {
 namespace {
 
 /// A level above which no texture has any.
-constexpr std::int32_t maxLevels = 16;
+constexpr std::int32_t MaxLevels = 16;
 
 } // namespace
 
@@ -48,7 +48,7 @@ std::optional<ImageSize> TrackedImages::SizeOf(const Image& image)
         return size->second;
     // Levels that were generated or allocated together follow from the first one.
     const auto first = sizes.find({image.face, 0});
-    if (first == sizes.end() || image.level >= maxLevels)
+    if (first == sizes.end() || image.level >= MaxLevels)
         return std::nullopt;
     return ImageSize{std::max(first->second.width >> image.level, 1), std::max(first->second.height >> image.level, 1)};
 }

@@ -34,8 +34,8 @@ void Draw(GLuint buffer, GLuint texture, int quarter)
 
 FAMILY("made-up-names", stage)
 {
-    constexpr GLuint first = 7;
-    constexpr GLuint large = 3'000'000'000;
+    constexpr GLuint First = 7;
+    constexpr GLuint Large = 3'000'000'000;
     GLuint generated = 0;
     glEnableVertexAttribArray(0);
     for (int frame = 1; frame <= FrameCount; ++frame) {
@@ -50,14 +50,14 @@ FAMILY("made-up-names", stage)
         glClear(GL_COLOR_BUFFER_BIT);
         glBlitFramebuffer(0, 0, Side, Side, 0, 0, Side, Side, GL_COLOR_BUFFER_BIT, GL_NEAREST);
         glBindFramebuffer(GL_FRAMEBUFFER, 0);
-        FillTexture(first, frame);
-        Draw(first, first, 1);
-        FillTexture(large, frame + 3);
-        Draw(large, large, 2);
+        FillTexture(First, frame);
+        Draw(First, First, 1);
+        FillTexture(Large, frame + 3);
+        Draw(Large, Large, 2);
         // The driver's own names stay apart from those.
         glGenTextures(1, &generated);
         FillTexture(generated, frame + 5);
-        Draw(first, generated, 3);
+        Draw(First, generated, 3);
         EndFrame(stage);
     }
 }

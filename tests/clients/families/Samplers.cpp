@@ -24,10 +24,10 @@ FAMILY("samplers", stage)
                  levels.data());
     GLuint samplers[4] = {};
     glGenSamplers(4, samplers);
-    constexpr GLint wraps[] = {GL_MIRRORED_REPEAT, GL_CLAMP_TO_EDGE, GL_CLAMP_TO_BORDER, GL_REPEAT};
+    constexpr GLint Wraps[] = {GL_MIRRORED_REPEAT, GL_CLAMP_TO_EDGE, GL_CLAMP_TO_BORDER, GL_REPEAT};
     for (std::size_t i = 0; i < 4; ++i) {
-        glSamplerParameteri(samplers[i], GL_TEXTURE_WRAP_S, wraps[i]);
-        glSamplerParameteri(samplers[i], GL_TEXTURE_WRAP_T, wraps[3 - i]);
+        glSamplerParameteri(samplers[i], GL_TEXTURE_WRAP_S, Wraps[i]);
+        glSamplerParameteri(samplers[i], GL_TEXTURE_WRAP_T, Wraps[3 - i]);
         glSamplerParameteri(samplers[i], GL_TEXTURE_MAG_FILTER, i % 2 == 0 ? GL_NEAREST : GL_LINEAR);
     }
     const float border[] = {0.9f, 0.5f, 0.1f, 1};
