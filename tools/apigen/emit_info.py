@@ -6,7 +6,7 @@ from objects import effect_of as object_effect
 from text import BANNER, wrap
 
 # When a call with the note `waits` and such a parameter waits: a question that does not wait for its answer is no wait.
-WAITS = {"timeout": "timeout != 0", "pname": "pname == queryResult"}
+WAITS = {"timeout": "timeout != 0", "pname": "pname == QueryResult"}
 
 
 def extension_of(api, call):
