@@ -18,8 +18,8 @@ constexpr unsigned OwnClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
 constexpr unsigned OwnMachine = EM_X86_64;
 constexpr char OwnMachineName[] = "x86-64";
 #elif defined(__aarch64__)
-constexpr unsigned ownMachine = EM_AARCH64;
-constexpr char ownMachineName[] = "AArch64";
+constexpr unsigned OwnMachine = EM_AARCH64;
+constexpr char OwnMachineName[] = "AArch64";
 #endif
 
 /// The file that execvp would run; empty when there is none.
