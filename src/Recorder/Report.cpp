@@ -79,13 +79,27 @@ void ReportLibraries() noexcept
     dl_iterate_phdr(&ReportLibrary, nullptr);
 }
 
+void ReportDesktopContext() noexcept
+{
+    static std::atomic<bool> isTold = false;
+    if (!isTold.exchange(true)) {
+        ReportLibraries();
+        Report(Finding::DesktopContext, "");
+    }
+}
+
+void ReportGlx() noexcept
+{
+    static std::atomic<bool> isTold = false;
+    ReportOnce(isTold, Finding::Glx);
+}
+
 void ReportLookup(const char* name) noexcept
 {
-    static std::atomic<bool> glxIsTold = false;
     static std::atomic<bool> vulkanIsTold = false;
     const std::string_view view = name;
     if (view.starts_with("glXCreate"))
-        ReportOnce(glxIsTold, Finding::Glx);
+        ReportGlx();
     else if (view == "vkCreateInstance" || view == "vkGetInstanceProcAddr")
         ReportOnce(vulkanIsTold, Finding::Vulkan);
 }

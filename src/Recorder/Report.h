@@ -19,9 +19,9 @@ inline constexpr char Program[] = "program";
 inline constexpr char Library[] = "library";
 /// It called EGL.
 inline constexpr char Egl[] = "egl";
-/// It made a context of desktop OpenGL through EGL.
+/// It made a context of desktop OpenGL through EGL, or asked for one where they are hidden.
 inline constexpr char DesktopContext[] = "desktop-context";
-/// It looked functions up by which contexts of GLX are made, or instances of Vulkan.
+/// It called functions by which contexts of GLX are made, or looked them up; or those of instances of Vulkan.
 inline constexpr char Glx[] = "glx";
 inline constexpr char Vulkan[] = "vulkan";
 /// Its capture could not be written whole; why.
@@ -33,6 +33,10 @@ void Report(const char* what, std::string_view detail) noexcept;
 
 /// Tells which libraries are loaded by which programs may draw.
 void ReportLibraries() noexcept;
+
+/// Each tells of a way of drawing, once.
+void ReportDesktopContext() noexcept;
+void ReportGlx() noexcept;
 
 /// Tells of a look-up by name where that gives away another way of drawing.
 void ReportLookup(const char* name) noexcept;

@@ -13,5 +13,7 @@ inline constexpr char ReportVariable[] = "PLAYBACK_RECORD_REPORT";
 inline constexpr char HashVariable[] = "PLAYBACK_RECORD_HASH";
 /// Decimal: end the capture and the program after so many frames.
 inline constexpr char FramesVariable[] = "PLAYBACK_RECORD_FRAMES";
+/// Set: programs do not see that there is desktop OpenGL.
+inline constexpr char PreferEsVariable[] = "PLAYBACK_RECORD_PREFER_ES";
 
 } // namespace Recorder

@@ -249,6 +249,8 @@ TEST_F(RecorderTest, WhyNothingWasRecordedIsFoundOut)
     driver = Driver::Systems;
     const std::pair<const char*, const char*> cases[] = {
         {"$PROGRAM --client UsesDesktopGL", "contexts of desktop OpenGL through EGL"},
+        {"$PROGRAM --client UsesDesktopGL", "playback-record --prefer-es -o capture.glcap /"},
+        {"--prefer-es $PROGRAM --client UsesDesktopGL", "asked for desktop OpenGL, which --prefer-es hid"},
         {"sh -c 'kill -SEGV $$'", "sh was killed by SIGSEGV"},
         {"sh -c 'sh -c \"kill -BUS \\$\\$\"; exit $?'", "shells do when what they run is killed by SIGBUS"},
         {"env true", "EGL was not called by true"},

@@ -133,6 +133,44 @@ TEST_F(RecorderTest, FunctionsThatCannotBeRecordedLookMissingOrAreCounted)
     EXPECT_THAT(outcome.err, testing::EndsWith("Could not be recorded:\n    glPolygonOffsetClamp (2 times)\n"));
 }
 
+CLIENT(AsksForDesktopGL)
+{
+    const EGLDisplay display = eglGetDisplay(EGL_DEFAULT_DISPLAY);
+    eglInitialize(display, nullptr, nullptr);
+    const bool hasName = std::strstr(eglQueryString(display, EGL_CLIENT_APIS), "OpenGL ") != nullptr;
+    const bool isBound = eglBindAPI(EGL_OPENGL_API) == EGL_TRUE;
+    const EGLint error = eglGetError();
+    std::printf("named %d, bound %d, errors 0x%x 0x%x", hasName, isBound, error, eglGetError());
+    const EGLint desktop[] = {EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT, EGL_SURFACE_TYPE, EGL_DONT_CARE, EGL_NONE};
+    EGLConfig config = nullptr;
+    EGLint count = 0;
+    EGLint apis = 0;
+    eglChooseConfig(display, desktop, &config, 1, &count);
+    eglGetConfigAttrib(display, config, EGL_RENDERABLE_TYPE, &apis);
+    std::printf("; %d config for %d and %d; context %d", count, (apis & EGL_OPENGL_BIT) != 0,
+                (apis & EGL_OPENGL_ES2_BIT) != 0,
+                eglCreateContext(display, config, EGL_NO_CONTEXT, nullptr) != EGL_NO_CONTEXT);
+    // By version 2 or later it is a context of OpenGL ES that is asked for, whose API is the bound one from the start.
+    const EGLint version[] = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE};
+    std::printf(", %d", eglCreateContext(display, config, EGL_NO_CONTEXT, version) != EGL_NO_CONTEXT);
+    const auto glx = reinterpret_cast<void* (*)(void*, void*, void*, int)>(dlsym(RTLD_DEFAULT, "glXCreateContext"));
+    std::printf(", %d\n", isBound || glx(nullptr, nullptr, nullptr, 1) != nullptr);
+    const ClientContext current;
+    glClear(0);
+    return 0;
+}
+
+TEST_F(RecorderTest, DesktopGLIsHiddenOnRequest)
+{
+    driver = Driver::Systems;
+    EXPECT_EQ(Record("AsksForDesktopGL").out,
+              "named 1, bound 1, errors 0x3000 0x3000; 1 config for 1 and 1; context 1, 1, 1\n");
+    EXPECT_EQ(Record("AsksForDesktopGL", "--prefer-es").out,
+              "named 0, bound 0, errors 0x300c 0x3000; 1 config for 0 and 1; context 0, 1, 0\n");
+    EXPECT_THAT(Dump("eglBindAPI", "capture.glcap"), ElementsAre("eglBindAPI(api=EGL_OPENGL_ES_API) = 1"));
+    EXPECT_THAT(Dump("eglChooseConfig", "capture.glcap").front(), HasSubstr("EGL_RENDERABLE_TYPE, 4"));
+}
+
 CLIENT(KeepsErrno)
 {
     const ClientContext current;

@@ -8,6 +8,7 @@
 #include "Recorder/Symbols/Export.h"
 #include "Recorder/Symbols/Extensions.h"
 #include "Recorder/Symbols/LiveFunctions.h"
+#include "Recorder/Symbols/Steering.h"
 #include "Recorder/Symbols/Unrecorded.h"
 #include "Recorder/Thread.h"
 
@@ -37,12 +38,13 @@ RECORDER_EXPORT const char* eglQueryString(EGLDisplay dpy, EGLint name)
 {
     using namespace Recorder;
     const auto live = Live<const char* (*)(EGLDisplay, EGLint)>(Entry::eglQueryString);
+    const bool hidesApi = name == EGL_CLIENT_APIS && HidesDesktopGL();
     const EGLCall call;
     const char* result = live(dpy, name);
-    if (call) {
-        result = name == EGL_EXTENSIONS ? WithoutHiddenExtensions(result) : result;
+    if (hidesApi || (call && name == EGL_EXTENSIONS))
+        result = WithoutHiddenExtensions(result);
+    if (call)
         Record::eglQueryString(Capturing(), result, dpy, name);
-    }
     return result;
 }
 

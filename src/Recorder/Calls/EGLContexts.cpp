@@ -3,6 +3,7 @@
 #include <atomic>
 #include <string>
 
+#include "Recorder/Calls/DesktopGL.h"
 #include "Recorder/EGLObjects.h"
 #include "Recorder/RecordCalls.h"
 #include "Recorder/Report.h"
@@ -132,7 +133,15 @@ RECORDER_EXPORT EGLContext eglCreateContext(EGLDisplay dpy, EGLConfig config, EG
 {
     using namespace Recorder;
     const auto live = Live<EGLContext (*)(EGLDisplay, EGLConfig, EGLContext, const EGLint*)>(Entry::eglCreateContext);
+    // Some programs do not look whether they got the API that they asked for, and go on with the first version of the
+    // other one. A context that they do not get leads them on.
+    const bool isRefused = WasRefusedDesktopGL() && IsFirstVersion(attribs);
     const EGLCall call;
+    if (isRefused) {
+        const EGLint noAttribute[] = {EGL_CONTEXT_CLIENT_TYPE, 0, EGL_NONE};
+        live(dpy, config, share, noAttribute);
+        return EGL_NO_CONTEXT;
+    }
     const bool recorded = call && !UsesDesktopGL();
     if (recorded)
         DescribeConfig(dpy, config);
@@ -147,8 +156,7 @@ RECORDER_EXPORT EGLContext eglCreateContext(EGLDisplay dpy, EGLConfig config, EG
             CountUnrecorded("contexts of OpenGL ES 1.1");
     } else if (call && result != EGL_NO_CONTEXT) {
         CountUnrecorded("contexts of desktop OpenGL");
-        ReportLibraries();
-        Report(Finding::DesktopContext, "");
+        ReportDesktopContext();
     }
     return result;
 }

@@ -4,6 +4,8 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
+#include <span>
+#include <string_view>
 
 #include "Recorder/Launcher/ProgramFile.h"
 
@@ -27,9 +29,33 @@ constexpr Toolkit Toolkits[] = {
 };
 
 constexpr char OnlyEs[] = "; only OpenGL ES on EGL can be recorded.";
+constexpr char WasHidden[] = " asked for desktop OpenGL, which --prefer-es hid, and drew nothing with OpenGL ES";
+constexpr char TryPreferEs[] =
+    "\n  Most programs that can draw with OpenGL ES do when desktop OpenGL is hidden from them:\n    ";
+
+/// As it would be typed.
+std::string Quoted(const std::string& word)
+{
+    constexpr std::string_view Plain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+=.,:/@%";
+    if (!word.empty() && word.find_first_not_of(Plain) == std::string::npos)
+        return word;
+    std::string quoted = "'";
+    for (const char c : word)
+        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return quoted + "'";
+}
+
+/// The command line, with --prefer-es.
+std::string WithPreferEs(const std::vector<std::string>& invocation)
+{
+    std::string line = Quoted(invocation.front()) + " --prefer-es";
+    for (const std::string& word : std::span(invocation).subspan(1))
+        line += " " + Quoted(word);
+    return line;
+}
 
 /// Of the toolkits that the process has, or of all when it has none of them.
-std::string Advice(const ProcessReport& report)
+std::string AdviceByToolkit(const ProcessReport& report)
 {
     const bool knowsToolkit =
         std::ranges::any_of(Toolkits, [&report](const Toolkit& toolkit) { return report.HasLibrary(toolkit.library); });
@@ -42,19 +68,21 @@ std::string Advice(const ProcessReport& report)
 
 using Test = bool (*)(const ProcessReport&);
 
-/// A way of drawing that is not recorded: how a process shows it, and the sentence, which follows the program's name.
+/// A way of drawing that is not recorded: how a process shows it, whether it can be hidden from programs, and the
+/// sentence, which follows the program's name.
 struct OtherWay {
     Test shows;
+    bool canBeHidden;
     const char* sentence;
 };
 constexpr OtherWay OtherWays[] = {
-    {[](const ProcessReport& report) { return report.desktopContext; },
+    {[](const ProcessReport& report) { return report.desktopContext; }, true,
      " made contexts of desktop OpenGL through EGL and drew nothing with OpenGL ES"},
-    {[](const ProcessReport& report) { return report.glx; }, " makes contexts of desktop OpenGL through GLX"},
-    {[](const ProcessReport& report) { return report.vulkan; }, " uses Vulkan"},
-    {[](const ProcessReport& report) { return !report.egl && report.HasLibrary("libGLX"); },
+    {[](const ProcessReport& report) { return report.glx; }, true, " makes contexts of desktop OpenGL through GLX"},
+    {[](const ProcessReport& report) { return report.vulkan; }, false, " uses Vulkan"},
+    {[](const ProcessReport& report) { return !report.egl && report.HasLibrary("libGLX"); }, true,
      " is linked to GLX, the EGL of desktop OpenGL on X11, and called no EGL"},
-    {[](const ProcessReport& report) { return !report.egl && report.HasLibrary("libvulkan"); },
+    {[](const ProcessReport& report) { return !report.egl && report.HasLibrary("libvulkan"); }, false,
      " is linked to Vulkan, and called no EGL"},
 };
 
@@ -101,15 +129,19 @@ std::string SignalName(int signal)
 
 } // namespace
 
-std::string WhyNothingRecorded(const std::string& command, const ProgramEnd& end,
+std::string WhyNothingRecorded(const RecordingOptions& options, const ProgramEnd& end,
                                const std::vector<ProcessReport>& reports)
 {
     for (const OtherWay& way : OtherWays) {
         const auto report = std::ranges::find_if(reports, way.shows);
-        if (report != reports.end())
-            return report->program + way.sentence + OnlyEs + Advice(*report);
+        if (report == reports.end())
+            continue;
+        const bool wasHidden = way.canBeHidden && options.preferEs;
+        const bool helps = way.canBeHidden && !options.preferEs;
+        return report->program + (wasHidden ? WasHidden : way.sentence) + OnlyEs +
+               (helps ? TryPreferEs + WithPreferEs(options.invocation) : AdviceByToolkit(*report));
     }
-    return WhyWithoutOtherWay(command, end, reports);
+    return WhyWithoutOtherWay(options.command[0], end, reports);
 }
 
 std::string HowItDied(const std::string& command, const ProgramEnd& end)

@@ -10,7 +10,7 @@
 namespace Recorder {
 
 /// Sentences for the user, in several lines. Of a program that ran and of which there is no OpenGL ES call.
-[[nodiscard]] std::string WhyNothingRecorded(const std::string& command, const ProgramEnd& end,
+[[nodiscard]] std::string WhyNothingRecorded(const RecordingOptions& options, const ProgramEnd& end,
                                              const std::vector<ProcessReport>& reports);
 
 /// "NAME was killed by SIGSEGV.", also where a shell says so of what it ran; empty when it ended otherwise.

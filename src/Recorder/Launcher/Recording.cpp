@@ -9,6 +9,7 @@
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 #include "Recorder/Launcher/WriterProcess.h"
 #include "Recorder/Report.h"
@@ -76,11 +77,24 @@ void OnContinue(int signal, siginfo_t*, void*)
     PassOn(signal);
 }
 
+/// What toolkits are told by that do not look for OpenGL ES when they find no desktop OpenGL. What the user has set
+/// stays.
+constexpr std::pair<const char*, const char*> PreferEsByVariable[] = {
+    {"GST_GL_API", "gles2"}, {"GST_GL_PLATFORM", "egl"}, {"GDK_GL", "gles"}};
+
+void PreferEs()
+{
+    setenv(PreferEsVariable, "1", 1);
+    for (const auto& [name, value] : PreferEsByVariable)
+        setenv(name, value, 0);
+}
+
 void SetEnvironment(const RecordingOptions& options, const std::string& reportFile)
 {
     setenv(FolderVariable, options.folder.c_str(), 1);
     setenv(ReportVariable, reportFile.c_str(), 1);
     options.hash ? setenv(HashVariable, "1", 1) : unsetenv(HashVariable);
+    options.preferEs ? PreferEs() : static_cast<void>(unsetenv(PreferEsVariable));
     options.frames != 0 ? setenv(FramesVariable, std::to_string(options.frames).c_str(), 1) : unsetenv(FramesVariable);
     const char* const others = std::getenv("LD_PRELOAD");
     const bool hasOthers = others != nullptr && *others != '\0';

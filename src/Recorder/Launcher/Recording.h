@@ -9,6 +9,8 @@
 namespace Recorder {
 
 struct RecordingOptions {
+    /// This program and all of its arguments.
+    std::vector<std::string> invocation;
     /// Program and arguments.
     std::vector<std::string> command;
     /// The folder for the captures, absolute.
@@ -16,6 +18,8 @@ struct RecordingOptions {
     /// Path of the preload library.
     std::string library;
     bool hash = false;
+    /// Desktop OpenGL is hidden from the program.
+    bool preferEs = false;
     /// 0: until the program ends.
     std::uint32_t frames = 0;
 };

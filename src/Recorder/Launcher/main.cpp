@@ -27,6 +27,9 @@ constexpr Util::Option OptionTable[] = {
      "once a new one was recorded",
      "Options"},
     {"--hash", "", "store a hash of each frame, which playback -verify compares", "Options"},
+    {"--prefer-es", "",
+     "hide desktop OpenGL from the program, so that one that can choose draws with OpenGL ES, which can be recorded",
+     "Options"},
     {"--frames", "N", "end the capture and the program after N frames", "Options"},
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},
@@ -76,8 +79,9 @@ std::string WhyIncomplete(const Recorder::Recording& recording, const std::strin
 /// Gives the captures their names and tells of them. What could not be written is 6, and 0 that all could.
 class Conclusion {
 public:
-    Conclusion(Recorder::CapturePlace& place, const Recorder::ProgramEnd& end, const std::string& command)
-        : m_place(place), m_end(end), m_command(command), m_reports(Recorder::ReadReports(Recorder::ReportedLines()))
+    Conclusion(Recorder::CapturePlace& place, const Recorder::RecordingOptions& options,
+               const Recorder::ProgramEnd& end)
+        : m_place(place), m_options(options), m_end(end), m_reports(Recorder::ReadReports(Recorder::ReportedLines()))
     {
     }
 
@@ -92,7 +96,7 @@ public:
         std::string text = Recorder::Describe(name.string(), recording.summary);
         if (recording.process != m_end.process) {
             text += "  It is of " + recording.program + ", process " + std::to_string(recording.process) +
-                    (isFirst ? "; " + m_command + " itself made no OpenGL ES call.\n" : ".\n");
+                    (isFirst ? "; " + m_options.command[0] + " itself made no OpenGL ES call.\n" : ".\n");
         }
         if (recording.summary.end.isKnown)
             text += "  " + recording.program + " " + Data::Describe(recording.summary.end) + ".\n";
@@ -109,7 +113,7 @@ public:
             std::ranges::find_if(m_reports, [](const auto& report) { return !report.unwritten.empty(); });
         const bool isWriting = unwritten != m_reports.end();
         return Trouble("NOTHING WAS RECORDED: " +
-                           (isWriting ? unwritten->unwritten : WhyNothingRecorded(m_command, m_end, m_reports)),
+                           (isWriting ? unwritten->unwritten : WhyNothingRecorded(m_options, m_end, m_reports)),
                        isWriting ? ExitStatus::NotWritten : ExitStatus::Differed);
     }
 
@@ -126,8 +130,8 @@ private:
     }
 
     Recorder::CapturePlace& m_place;
+    const Recorder::RecordingOptions& m_options;
     const Recorder::ProgramEnd& m_end;
-    const std::string& m_command;
     const std::vector<Recorder::ProcessReport> m_reports;
     bool m_wasWritten = true;
 };
@@ -137,7 +141,7 @@ int Conclude(Recorder::CapturePlace& place, const Recorder::RecordingOptions& op
     // Whoever reads our messages may be gone; the captures are to get their names all the same.
     std::signal(SIGPIPE, SIG_IGN);
     const std::vector<Recorder::Recording> recordings = Recorder::CollectRecordings(place.Folder(), end.process);
-    Conclusion conclusion(place, end, options.command[0]);
+    Conclusion conclusion(place, options, end);
     for (const Recorder::Recording& recording : recordings)
         conclusion.Keep(recording, &recording == &recordings.front());
     // After the last frame wanted the recorder itself ends the program so.
@@ -154,11 +158,13 @@ int Conclude(Recorder::CapturePlace& place, const Recorder::RecordingOptions& op
     return endedOnPurpose ? 0 : end.status;
 }
 
-int Record(const Util::CommandLine::Result& parsed)
+int Record(const Util::CommandLine::Result& parsed, std::vector<std::string> invocation)
 {
     Recorder::RecordingOptions options;
+    options.invocation = std::move(invocation);
     options.command = parsed.args.positional;
     options.hash = parsed.args.HasSwitch("--hash");
+    options.preferEs = parsed.args.HasSwitch("--prefer-es");
     if (const std::string* frames = parsed.args.FindValue("--frames")) {
         const char* const end = frames->data() + frames->size();
         const auto [stop, problem] = std::from_chars(frames->data(), end, options.frames);
@@ -204,6 +210,6 @@ int main(int argc, char** argv)
     else if (parsed.args.HasSwitch("--version"))
         Util::Print("playback-record " PLAYBACK_VERSION "\n");
     else
-        return Record(parsed);
+        return Record(parsed, {argv, argv + argc});
     return Util::EndProgram("playback-record", ExitStatus::Done);
 }

@@ -9,6 +9,7 @@
 
 #include "Recorder/Platform.h"
 #include "Recorder/Symbols/LiveFunctions.h"
+#include "Recorder/Symbols/Steering.h"
 
 namespace Recorder {
 namespace {
@@ -33,13 +34,23 @@ Answers& TheAnswers()
     return answers;
 }
 
+/// What leads to desktop OpenGL, or to OpenGL ES without EGL.
+constexpr std::string_view DesktopNames[] = {"OpenGL", "GLX_EXT_create_context_es_profile",
+                                             "GLX_EXT_create_context_es2_profile"};
+
+bool IsHidden(std::string_view name)
+{
+    return std::ranges::binary_search(HiddenExtensions, name) ||
+           (PrefersEs() && std::ranges::find(DesktopNames, name) != std::end(DesktopNames));
+}
+
 std::string Filter(std::string_view list)
 {
     std::string kept;
     while (!list.empty()) {
         const std::size_t end = std::min(list.find(' '), list.size());
         const std::string_view name = list.substr(0, end);
-        if (!name.empty() && !std::ranges::binary_search(HiddenExtensions, name)) {
+        if (!name.empty() && !IsHidden(name)) {
             kept += kept.empty() ? "" : " ";
             kept += name;
         }
@@ -63,7 +74,7 @@ std::vector<const char*> DriverExtensions()
 
 bool IsHiddenExtension(const char* name) noexcept
 {
-    return name != nullptr && std::ranges::binary_search(HiddenExtensions, std::string_view(name));
+    return name != nullptr && IsHidden(name);
 }
 
 const char* WithoutHiddenExtensions(const char* list) noexcept
