@@ -52,7 +52,7 @@ def run(command, option):
 def options(text):
     found = []
     for line in text.splitlines():
-        if m := re.match(r"  (-{1,2}\w+)(?: ([^ ]+))?(?:  +(.*))?$", line):
+        if m := re.match(r"  (-{1,2}\w[\w-]*)(?: ([^ ]+))?(?:  +(.*))?$", line):
             found.append(Option(m[1], m[2] or "", m[3] or ""))
         elif found and line.startswith(" " * 20):
             found[-1].help = f"{found[-1].help} {line.strip()}".strip()

@@ -11,6 +11,7 @@
 #include <string>
 #include <unistd.h>
 
+#include "Recorder/Channel/Handshake.h"
 #include "Recorder/Settings.h"
 
 namespace Recorder {
@@ -20,15 +21,17 @@ namespace {
 constexpr std::string_view DrawingLibraries[] = {"libGL.so", "libGLX.so", "libvulkan.so", "libgtk-3",
                                                  "libgtk-4", "libSDL2",   "libgstgl",     "libmpv"};
 
-/// As the environment had it at the start; empty: nobody is to be told.
-char reportPath[64];
+/// By the environment as it was at the start; empty: nobody is to be told.
+char reportPath[4096];
 
-/// The file, unless its name stands for another one by now: the process that had it open may have ended.
+/// The file, unless the link leads to another one by now: the process that had it open may have ended.
 int OpenReport()
 {
-    char target[64] = {};
-    return readlink(reportPath, target, sizeof target - 1) > 0 && std::strstr(target, ReportFileName) != nullptr
-               ? open(reportPath, O_WRONLY | O_APPEND | O_CLOEXEC)
+    char descriptor[64] = {};
+    char file[64] = {};
+    return readlink(reportPath, descriptor, sizeof descriptor - 1) > 0 &&
+                   readlink(descriptor, file, sizeof file - 1) > 0 && std::strstr(file, ReportFileName) != nullptr
+               ? open(descriptor, O_WRONLY | O_APPEND | O_CLOEXEC)
                : -1;
 }
 
@@ -50,9 +53,10 @@ void ReportOnce(std::atomic<bool>& isTold, const char* what) noexcept
 /// Ahead of the program's own code: what it is linked to is loaded by now.
 __attribute__((constructor)) void ReportProgram()
 {
-    const char* const path = std::getenv(ReportVariable);
-    if (path != nullptr && std::strlen(path) < sizeof reportPath) {
-        std::strcpy(reportPath, path);
+    const char* const folder = std::getenv(FolderVariable);
+    if (folder != nullptr) {
+        const int bytes = std::snprintf(reportPath, sizeof reportPath, "%s/%s", folder, ReportsName);
+        reportPath[0] = bytes < static_cast<int>(sizeof reportPath) ? reportPath[0] : '\0';
         Report(Finding::Program, program_invocation_short_name);
         ReportLibraries();
     }

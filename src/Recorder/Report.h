@@ -1,7 +1,7 @@
 // What a recorded process tells playback-record while it runs, so that it can explain what came of the recording.
 //
-// A line "PID WHAT DETAIL" each, appended to a file in memory that playback-record keeps open: a process that crashes
-// has told what it saw, and a full disk is told too.
+// A line "PID WHAT DETAIL" each, appended to a file in memory that playback-record keeps open, and to which a link
+// leads from the folder of the captures: a process that crashes has told what it saw, and a full disk is told too.
 #pragma once
 
 #include <string_view>

@@ -1,14 +1,13 @@
-// How playback-record tells the library what to do: by environment variables, which child processes inherit.
+// How playback-record, or who starts a service, tells the library what to do: by environment variables, which child
+// processes inherit. The manual page of playback-record has them.
 #pragma once
 
 namespace Recorder {
 
 inline constexpr char CaptureEnding[] = ".glcap";
 
-/// Folder for the captures, absolute: each process writes NAME.PID.glcap. Without it, the working directory.
+/// Folder for the captures, absolute: each process has NAME.PID.glcap there. Without it, the working directory.
 inline constexpr char FolderVariable[] = "PLAYBACK_RECORD_FOLDER";
-/// The file that processes report to, see Report.h. Without it, they do not.
-inline constexpr char ReportVariable[] = "PLAYBACK_RECORD_REPORT";
 /// Set: hash each frame.
 inline constexpr char HashVariable[] = "PLAYBACK_RECORD_HASH";
 /// Decimal: end the capture and the program after so many frames.

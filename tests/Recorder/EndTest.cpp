@@ -189,9 +189,34 @@ TEST_F(RecorderTest, AProgramStartedByTheProgramHasACaptureOfItsOwn)
     EXPECT_THAT(outcome.err, HasSubstr("capture.2.glcap"));
     EXPECT_THAT(Dump("glClear", "capture.2.glcap"), ElementsAre("glClear(mask=0x2)"));
     // Of a program that draws nothing itself, it is the recording; and what is there keeps its name.
-    EXPECT_THAT(Run(PLAYBACK_RECORD " -o capture.2.glcap sh -c '$PROGRAM --client StartsItself; exit 0'").err,
-                testing::AllOf(HasSubstr("sh itself made no OpenGL ES call"), HasSubstr("capture.2.2.glcap")));
-    EXPECT_THAT(Dump("glClear", "capture.2.glcap"), ElementsAre("glClear(mask=0x1)"));
+    EXPECT_THAT(Run(PLAYBACK_RECORD " -o capture.2.glcap sh -c '$PROGRAM --client DrawsOnce; exit 0'").err,
+                HasSubstr("sh itself made no OpenGL ES call"));
+    // Of several, it is the first one with frames.
+    const std::string several = PLAYBACK_RECORD " -o capture.2.glcap sh -c '$PROGRAM --client DrawsOnce; "
+                                                "$PROGRAM --client EveryWayToAFunction'";
+    EXPECT_THAT(
+        Run(several).err,
+        testing::ContainsRegex("2 of 2 processes[^\n]*\n[^\n]*\n +1 .* capture.2.glcap +ended\n +0 .*2.2.glcap"));
+    EXPECT_THAT(Dump("glClear", "capture.2.glcap"), SizeIs(6));
+}
+
+TEST_F(RecorderTest, ProgramsOfOthersAreRecordedSideBySide)
+{
+    const std::string variables = "env $(cat variables) ";
+    const std::string killed = "AFTER_US=10000 SIGNAL=9 $PROGRAM --client IsEndedAtAnyMoment; ";
+    const Outcome outcome =
+        Run(PLAYBACK_RECORD " --serve served > variables & server=$!; until test -s variables; do sleep 0.02; done; " +
+            variables + "$PROGRAM --client DrawsOnce & " + variables + killed +
+            "wait $!; " PLAYBACK_RECORD " --serve served; echo $?; kill -TERM $server; wait $server; echo $?; " +
+            variables + "$PROGRAM --client DrawsOnce; cd served; ls | wc -l; ls -A | grep -v glcap");
+    EXPECT_EQ(outcome.out, "6\n0\n3\n") << outcome.err;
+    EXPECT_THAT(outcome.err, testing::AllOf(HasSubstr("2 of 2 processes"), HasSubstr("was killed"),
+                                            HasSubstr("another playback-record serves this folder")));
+    // What another recording has put in place meanwhile stays.
+    Run(PLAYBACK_RECORD " -o capture.glcap sh -c '" PLAYBACK_RECORD
+                        " -o capture.glcap $PROGRAM --client DrawsOnce; $PROGRAM --client EveryWayToAFunction'");
+    EXPECT_THAT(Dump("glClear", "capture.glcap"), SizeIs(1));
+    EXPECT_THAT(Dump("glClear", "capture.2.glcap"), SizeIs(6));
 }
 
 TEST_F(RecorderTest, OnlyACaptureReplacesACapture)

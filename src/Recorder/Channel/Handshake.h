@@ -22,6 +22,9 @@ inline sockaddr_un SocketAddress(int folder)
     return address;
 }
 
+/// A link of this name in the folder leads to the file that processes report to, see Report.h.
+inline constexpr char ReportsName[] = ".reports";
+
 /// What a program says when it has connected, in one packet. The answer is an empty packet with a descriptor: the
 /// memory of the channel.
 struct Hello {

@@ -66,6 +66,7 @@ CapturePlace::~CapturePlace()
 std::string CapturePlace::Open()
 {
     m_file = FollowLinks(m_name);
+    m_before = IdentityOfFile();
     std::string why = WhyNotWritable(m_file);
     if (why.empty()) {
         std::string folder = WithoutEnding(fs::absolute(m_file)).string() + ".recording-XXXXXX";
@@ -79,8 +80,26 @@ std::string CapturePlace::Open()
     return m_name.string() + ": no capture can be written there: " + why;
 }
 
+CapturePlace::Identity CapturePlace::IdentityOfFile() const
+{
+    struct stat status = {};
+    if (stat(m_file.c_str(), &status) != 0)
+        return {};
+    return std::tuple(status.st_dev, status.st_ino, status.st_mtim.tv_sec, status.st_mtim.tv_nsec);
+}
+
 fs::path CapturePlace::PutInPlace(const fs::path& capture, std::string& error)
 {
+    const Identity now = IdentityOfFile();
+    if (!now) {
+        // A file that comes at this moment is seen too.
+        if (renameat2(AT_FDCWD, capture.c_str(), AT_FDCWD, m_file.c_str(), RENAME_NOREPLACE) == 0)
+            return m_name;
+        if (errno == EEXIST)
+            return PutBeside(capture, error);
+    } else if (now != m_before) {
+        return PutBeside(capture, error);
+    }
     struct stat before = {};
     if (stat(m_file.c_str(), &before) == 0)
         chmod(capture.c_str(), before.st_mode & 07777);

@@ -1,8 +1,12 @@
 // Where the captures of a recording go.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <sys/types.h>
+#include <tuple>
 
 namespace Recorder {
 
@@ -24,17 +28,24 @@ public:
 
     /// A file of that name was there before.
     [[nodiscard]] bool IsTaken() const { return std::filesystem::exists(m_file); }
-    /// Gives a capture of the folder the wanted name; a file that has it is replaced and leaves its permissions.
-    /// Answers where the capture is: under its old name when renaming fails, with a reason in `error`.
+    /// Gives a capture of the folder the wanted name; a file that had it from the beginning is replaced and leaves its
+    /// permissions, and one that another recording has put there meanwhile stays: then as PutBeside. Answers where the
+    /// capture is: under its old name when renaming fails, with a reason in `error`.
     std::filesystem::path PutInPlace(const std::filesystem::path& capture, std::string& error);
-    /// As above, with the first name NAME.2.glcap, NAME.3.glcap ... that is free.
+    /// The same with the first name NAME.2.glcap, NAME.3.glcap ... that is free.
     std::filesystem::path PutBeside(const std::filesystem::path& capture, std::string& error);
 
 private:
+    /// A file and its state; empty where there is none.
+    using Identity = std::optional<std::tuple<dev_t, ino_t, std::int64_t, std::int64_t>>;
+    [[nodiscard]] Identity IdentityOfFile() const;
+
     /// As the user named it, and with links resolved: the file itself.
     std::filesystem::path m_name;
     std::filesystem::path m_file;
     std::filesystem::path m_folder;
+    /// What had the name in the beginning.
+    Identity m_before;
 };
 
 } // namespace Recorder

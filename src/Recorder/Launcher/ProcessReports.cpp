@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <sstream>
+#include <sys/mman.h>
+#include <unistd.h>
 
+#include "Recorder/Channel/Handshake.h"
 #include "Recorder/Report.h"
 
 namespace Recorder {
@@ -34,8 +37,27 @@ bool ProcessReport::HasLibrary(std::string_view start) const
         libraries, [start](const std::string& name) { return name.starts_with(start); });
 }
 
-std::vector<ProcessReport> ReadReports(const std::string& lines)
+ReportBox::ReportBox(const std::string& folder)
+    : m_link(folder + "/" + ReportsName), m_file(memfd_create(ReportFileName, MFD_CLOEXEC))
 {
+    const std::string file = "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(m_file);
+    // One that is there already leads nowhere any more.
+    unlink(m_link.c_str());
+    [[maybe_unused]] const int isMade = symlink(file.c_str(), m_link.c_str());
+}
+
+ReportBox::~ReportBox()
+{
+    unlink(m_link.c_str());
+    close(m_file);
+}
+
+std::vector<ProcessReport> ReportBox::Read() const
+{
+    std::string lines;
+    char buffer[4096];
+    for (ssize_t bytes = 0; (bytes = pread(m_file, buffer, sizeof buffer, static_cast<off_t>(lines.size()))) > 0;)
+        lines.append(buffer, static_cast<std::size_t>(bytes));
     std::vector<ProcessReport> reports;
     std::istringstream all(lines);
     for (std::string text; std::getline(all, text);) {

@@ -24,8 +24,23 @@ struct ProcessReport {
     [[nodiscard]] bool HasLibrary(std::string_view start) const;
 };
 
-/// In the order in which the processes began. Lines that mean nothing are left out.
-[[nodiscard]] std::vector<ProcessReport> ReadReports(const std::string& lines);
+/// Where processes tell, as long as it lives: a file in memory, and a link to it in the folder of the captures. Without
+/// it there are fewer explanations, and that is all.
+class ReportBox {
+public:
+    explicit ReportBox(const std::string& folder);
+    ~ReportBox();
+    ReportBox(const ReportBox&) = delete;
+    ReportBox& operator=(const ReportBox&) = delete;
+
+    [[nodiscard]] int Descriptor() const { return m_file; }
+    /// What was told so far, in the order in which the processes began. Lines that mean nothing are left out.
+    [[nodiscard]] std::vector<ProcessReport> Read() const;
+
+private:
+    const std::string m_link;
+    const int m_file;
+};
 
 /// Null when that process told nothing.
 [[nodiscard]] const ProcessReport* FindReport(const std::vector<ProcessReport>& reports, pid_t process);

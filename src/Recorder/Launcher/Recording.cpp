@@ -6,14 +6,11 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
-#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <utility>
 
+#include "Recorder/Launcher/Environment.h"
 #include "Recorder/Launcher/WriterProcess.h"
-#include "Recorder/Report.h"
-#include "Recorder/Settings.h"
 
 namespace Recorder {
 namespace {
@@ -22,9 +19,6 @@ constexpr int EndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
 volatile sig_atomic_t program = 0;
 volatile sig_atomic_t wasStopped = 0;
-
-/// The file in memory that the processes append to, open as long as this program runs.
-int reports = -1;
 
 void PassOn(int signal)
 {
@@ -75,30 +69,6 @@ void OnStop(int signal, siginfo_t* info, void*)
 void OnContinue(int signal, siginfo_t*, void*)
 {
     PassOn(signal);
-}
-
-/// What toolkits are told by that do not look for OpenGL ES when they find no desktop OpenGL. What the user has set
-/// stays.
-constexpr std::pair<const char*, const char*> PreferEsByVariable[] = {
-    {"GST_GL_API", "gles2"}, {"GST_GL_PLATFORM", "egl"}, {"GDK_GL", "gles"}};
-
-void PreferEs()
-{
-    setenv(PreferEsVariable, "1", 1);
-    for (const auto& [name, value] : PreferEsByVariable)
-        setenv(name, value, 0);
-}
-
-void SetEnvironment(const RecordingOptions& options, const std::string& reportFile)
-{
-    setenv(FolderVariable, options.folder.c_str(), 1);
-    setenv(ReportVariable, reportFile.c_str(), 1);
-    options.hash ? setenv(HashVariable, "1", 1) : unsetenv(HashVariable);
-    options.preferEs ? PreferEs() : static_cast<void>(unsetenv(PreferEsVariable));
-    options.frames != 0 ? setenv(FramesVariable, std::to_string(options.frames).c_str(), 1) : unsetenv(FramesVariable);
-    const char* const others = std::getenv("LD_PRELOAD");
-    const bool hasOthers = others != nullptr && *others != '\0';
-    setenv("LD_PRELOAD", (hasOthers ? options.library + ":" + others : options.library).c_str(), 1);
 }
 
 /// In the child: becomes the program. What prevents it goes through the pipe as an error number.
@@ -155,20 +125,18 @@ void Wait(pid_t child, WriterProcess& writer, ProgramEnd& end)
 
 } // namespace
 
-ProgramEnd RunRecorded(const RecordingOptions& options)
+ProgramEnd RunRecorded(const RecordingOptions& options, int reports)
 {
     ProgramEnd end;
-    // Without it there are fewer explanations, and that is all.
-    reports = memfd_create(ReportFileName, MFD_CLOEXEC);
     // Ahead of the pipe, whose end the writer would hold open.
-    WriterProcess writer(options.folder, reports);
+    WriterProcess writer(options.folder, reports, WriterProcess::Tells::Nothing);
     int pipe[2];
     if (pipe2(pipe, O_CLOEXEC) != 0) {
         end.error = std::strerror(errno);
         end.status = 126;
         return end;
     }
-    SetEnvironment(options, "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(reports));
+    SetEnvironment(options);
     const pid_t child = Start(options, pipe[1]);
     int why = child < 0 ? errno : 0;
     close(pipe[1]);
@@ -187,13 +155,19 @@ ProgramEnd RunRecorded(const RecordingOptions& options)
     return end;
 }
 
-std::string ReportedLines()
+void WaitForStop()
 {
-    std::string text;
-    char buffer[4096];
-    for (ssize_t bytes = 0; (bytes = pread(reports, buffer, sizeof buffer, static_cast<off_t>(text.size()))) > 0;)
-        text.append(buffer, static_cast<std::size_t>(bytes));
-    return text;
+    sigset_t ending;
+    sigemptyset(&ending);
+    for (const int signal : EndingSignals)
+        sigaddset(&ending, signal);
+    sigset_t before;
+    sigprocmask(SIG_BLOCK, &ending, &before);
+    for (const int signal : EndingSignals)
+        Catch(signal, &OnEnd);
+    while (wasStopped == 0)
+        sigsuspend(&before);
+    sigprocmask(SIG_SETMASK, &before, nullptr);
 }
 
 bool WasStopped()

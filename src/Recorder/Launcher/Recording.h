@@ -37,13 +37,13 @@ struct ProgramEnd {
     std::string error;
 };
 
-/// Runs the program and waits for its end. SIGINT, SIGTERM, SIGHUP and SIGQUIT that this process receives meanwhile go
-/// to the program, and it stops and continues with this process. Those signals stay caught afterwards, so that what
-/// follows is not interrupted.
-[[nodiscard]] ProgramEnd RunRecorded(const RecordingOptions& options);
+/// Runs the program and waits for its end; `reports` is where it tells, see ReportBox. SIGINT, SIGTERM, SIGHUP and
+/// SIGQUIT that this process receives meanwhile go to the program, and it stops and continues with this process. Those
+/// signals stay caught afterwards, so that what follows is not interrupted.
+[[nodiscard]] ProgramEnd RunRecorded(const RecordingOptions& options, int reports);
 
-/// What the recorded processes told so far, in lines as Recorder/Report.h has them.
-[[nodiscard]] std::string ReportedLines();
+/// Waits for one of the signals that end a recording.
+void WaitForStop();
 
 /// One of the signals that end the program came, now or earlier.
 [[nodiscard]] bool WasStopped();

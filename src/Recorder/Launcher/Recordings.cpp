@@ -66,11 +66,13 @@ std::vector<Recording> ListWhenWritten(const fs::path& folder, pid_t process)
 
 } // namespace
 
-std::vector<Recording> CollectRecordings(const fs::path& folder, pid_t process)
+std::vector<Recording> CollectRecordings(const fs::path& folder, pid_t process, std::uint64_t sinceUs)
 {
     std::vector<Recording> recordings = ListWhenWritten(folder, process);
     for (Recording& recording : recordings)
         recording.summary = Summarize(recording.file.string());
+    std::erase_if(recordings,
+                  [sinceUs](const Recording& recording) { return recording.summary.startTimeUs < sinceUs; });
     std::erase_if(
         recordings,
         [](const Recording& recording) {
@@ -78,7 +80,7 @@ std::vector<Recording> CollectRecordings(const fs::path& folder, pid_t process)
             return !recording.isBusy && !recording.summary.hasCalls && fs::remove(recording.file, error);
         });
     std::ranges::sort(recordings, {}, [process](const Recording& recording) {
-        return std::tuple(recording.process != process, recording.summary.startTimeUs);
+        return std::tuple(recording.summary.frames == 0, recording.process != process, recording.summary.startTimeUs);
     });
     return recordings;
 }

@@ -1,6 +1,7 @@
 // The captures that the processes of one recording wrote.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <sys/types.h>
@@ -20,11 +21,13 @@ struct Recording {
     Summary summary;
 };
 
-/// Reads what is in `folder`: the captures with something to replay, that of `process` first, then in the order in
-/// which they began. Removes the others.
+/// Reads what is in `folder`: the captures with something to replay that began at `sinceUs` or later, as the header of
+/// a capture has it. Those with frames come first, among them that of `process`, then in the order in which they began.
+/// Removes captures of that time with nothing to replay.
 ///
 /// Processes that go on after `process` has ended are waited for, for two seconds; when there is no capture of
 /// `process` itself, until they end or this program is told to.
-[[nodiscard]] std::vector<Recording> CollectRecordings(const std::filesystem::path& folder, pid_t process);
+[[nodiscard]] std::vector<Recording> CollectRecordings(const std::filesystem::path& folder, pid_t process,
+                                                       std::uint64_t sinceUs);
 
 } // namespace Recorder

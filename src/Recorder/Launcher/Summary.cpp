@@ -24,16 +24,6 @@ Data::SummaryCounts Count(Data::CaptureSource& source, const std::string& path, 
     return counter.Counts();
 }
 
-std::string Size(std::uint64_t bytes)
-{
-    char text[32];
-    if (bytes < 1024 * 1024)
-        std::snprintf(text, sizeof text, "%.0f KiB", static_cast<double>(bytes) / 1024);
-    else
-        std::snprintf(text, sizeof text, "%.1f MiB", static_cast<double>(bytes) / (1024 * 1024));
-    return text;
-}
-
 std::string Seconds(std::uint64_t us)
 {
     char text[32];
@@ -63,11 +53,25 @@ Summary Summarize(const std::string& path)
     return summary;
 }
 
+std::string SizeText(std::uint64_t bytes)
+{
+    char text[32];
+    if (bytes < 1024 * 1024)
+        std::snprintf(text, sizeof text, "%.0f KiB", static_cast<double>(bytes) / 1024);
+    else
+        std::snprintf(text, sizeof text, "%.1f MiB", static_cast<double>(bytes) / (1024 * 1024));
+    return text;
+}
+
 std::string Describe(const std::string& path, const Summary& summary)
 {
-    std::string text = path + ": " + Util::Counted(summary.frames, "frame") + ", " +
-                       Util::Counted(summary.calls, "call") + ", " + Size(summary.fileBytes) + ", " +
-                       Seconds(summary.timeUs) + "\n";
+    return path + ": " + Util::Counted(summary.frames, "frame") + ", " + Util::Counted(summary.calls, "call") + ", " +
+           SizeText(summary.fileBytes) + ", " + Seconds(summary.timeUs) + "\n";
+}
+
+std::string DescribeMissing(const Summary& summary)
+{
+    std::string text;
     // The end of one that is not complete is missing; why, is known to who recorded it.
     if (summary.isComplete && !summary.error.empty())
         text += "  The capture cannot be read to its end: " + summary.error + "\n";

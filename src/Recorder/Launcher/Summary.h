@@ -33,7 +33,13 @@ struct Summary {
 /// Reads no more of the file than it has to.
 [[nodiscard]] Summary Summarize(const std::string& path);
 
-/// The summary as text for people, several lines.
+/// "1.5 MiB".
+[[nodiscard]] std::string SizeText(std::uint64_t bytes);
+
+/// "PATH: 60 frames, ..." and a new line.
 [[nodiscard]] std::string Describe(const std::string& path, const Summary& summary);
+
+/// What is missing from the capture, in indented lines for people. Empty where nothing is.
+[[nodiscard]] std::string DescribeMissing(const Summary& summary);
 
 } // namespace Recorder

@@ -4,6 +4,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,24 +14,41 @@
 namespace Recorder {
 namespace {
 
-/// The socket in the folder that programs connect to, or negative.
+/// Takes away a socket to which nobody listens any more. False when somebody does.
+bool TakeAway(const sockaddr_un& address)
+{
+    const int probe = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    const bool isServed = connect(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    close(probe);
+    return !isServed && unlink(address.sun_path) == 0;
+}
+
+/// The socket in the folder that programs connect to, or negative with a reason in errno. Whoever may write to the
+/// folder may connect.
 int Listen(const std::string& folder)
 {
     const int place = open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     const int listening = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
     const sockaddr_un address = SocketAddress(place);
-    const bool isBound = bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-                         listen(listening, SOMAXCONN) == 0;
+    const auto isBound = [&] {
+        return bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    };
+    struct stat permissions = {};
+    bool listens = isBound() || (errno == EADDRINUSE && TakeAway(address) && isBound());
+    listens = listens && fstat(place, &permissions) == 0 && chmod(address.sun_path, permissions.st_mode & 0666) == 0 &&
+              listen(listening, SOMAXCONN) == 0;
+    const int why = listens ? 0 : errno;
     close(place);
-    if (isBound)
+    if (listens)
         return listening;
     close(listening);
+    errno = why;
     return -1;
 }
 
 } // namespace
 
-WriterProcess::WriterProcess(const std::string& folder, int reports)
+WriterProcess::WriterProcess(const std::string& folder, int reports, Tells tells)
 {
     int control[2];
     const int listening = Listen(folder);
@@ -43,7 +61,7 @@ WriterProcess::WriterProcess(const std::string& folder, int reports)
         setsid();
         for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE})
             std::signal(signal, SIG_IGN);
-        ServeRecordings({folder, listening, control[1], reports});
+        ServeRecordings({folder, listening, control[1], reports, tells == Tells::EachBeginning});
         _exit(0);
     }
     close(listening);

@@ -11,13 +11,17 @@ namespace Recorder {
 /// program is killed.
 class WriterProcess {
 public:
+    /// What is told on stderr, beside failures.
+    enum class Tells { Nothing, EachBeginning };
+
     /// Begins to write captures in `folder` for programs that connect there. Before threads are made. Where that fails,
-    /// programs write themselves. Failures to write are told to `reports`, a descriptor.
-    WriterProcess(const std::string& folder, int reports);
+    /// with a reason in errno, programs write themselves. Failures to write are told to `reports`, a descriptor.
+    WriterProcess(const std::string& folder, int reports, Tells tells);
     ~WriterProcess();
     WriterProcess(const WriterProcess&) = delete;
     WriterProcess& operator=(const WriterProcess&) = delete;
 
+    [[nodiscard]] bool IsRunning() const { return m_writer > 0; }
     /// This process is a child of this program, and how it ends will be told.
     void TellStart(pid_t process) const;
     /// It has ended so, as waitpid has it. Waits until its captures are complete.

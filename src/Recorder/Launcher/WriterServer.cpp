@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <fcntl.h>
 #include <list>
 #include <memory>
@@ -68,8 +69,12 @@ private:
                 capture->Replace();
         try {
             auto capture = std::make_unique<ServedCapture>(process, program, m_place, m_news, m_wake);
-            if (capture->Begin(connection))
-                m_captures.push_back(std::move(capture));
+            if (!capture->Begin(connection))
+                return;
+            if (m_place.tellsBeginnings)
+                std::fprintf(stderr, "playback-record: %s, process %d, is recorded\n", program,
+                             static_cast<int>(process));
+            m_captures.push_back(std::move(capture));
         } catch (...) {
             // The program writes itself.
         }

@@ -33,6 +33,8 @@ struct WriterPlace {
     int control;
     /// Where failures are told.
     int reports;
+    /// Each capture that begins is told of on stderr.
+    bool tellsBeginnings;
 };
 
 /// Writes captures until playback-record and all programs that have connected are gone.

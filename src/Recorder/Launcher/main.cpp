@@ -8,10 +8,12 @@
 #include <string>
 
 #include "Recorder/Launcher/CapturePlace.h"
+#include "Recorder/Launcher/Conclusion.h"
 #include "Recorder/Launcher/Explanation.h"
 #include "Recorder/Launcher/ProcessReports.h"
 #include "Recorder/Launcher/Recording.h"
 #include "Recorder/Launcher/Recordings.h"
+#include "Recorder/Launcher/Service.h"
 #include "Util/CommandLine.h"
 #include "Util/ExitStatus.h"
 #include "Util/OutputFile.h"
@@ -19,6 +21,7 @@
 namespace {
 
 namespace fs = std::filesystem;
+using Recorder::Trouble;
 using Util::ExitStatus;
 
 constexpr Util::Option OptionTable[] = {
@@ -27,6 +30,9 @@ constexpr Util::Option OptionTable[] = {
      "once a new one was recorded",
      "Options"},
     {"--hash", "", "store a hash of each frame, which playback -verify compares", "Options"},
+    {"--serve", "DIR",
+     "instead of running COMMAND, write the captures of programs that others start, such as services, to DIR",
+     "Options"},
     {"--prefer-es", "",
      "hide desktop OpenGL from the program, so that one that can choose draws with OpenGL ES, which can be recorded",
      "Options"},
@@ -36,10 +42,15 @@ constexpr Util::Option OptionTable[] = {
 };
 
 constexpr char Usage[] = R"(Usage: playback-record [options] [--] COMMAND [ARGUMENT...]
+  or:  playback-record [options] --serve DIR
 
 Runs COMMAND and records its EGL and OpenGL ES calls. Processes that COMMAND starts are recorded too. FILE is the
-capture of COMMAND itself or, if it drew nothing, of the first process that did; those of other processes get the next
-free names beside it, FILE.2.glcap and so on.
+capture of COMMAND itself or, if it has no frame, of the first process that has; those of other processes get the next
+free names beside it, FILE.2.glcap and so on. What another recording has given the name FILE meanwhile stays.
+
+With --serve, programs are recorded that others start, such as a compositor that is a service: all that have the
+variables in their environment which are printed first, until a signal ends it. Their captures are DIR/NAME.PID.glcap.
+The manual page has an example.
 
 While it runs, captures are written to a folder FILE.recording-XXXXXX beside FILE (both without .glcap). It is gone at
 the end. When playback-record itself is killed (SIGKILL), it stays, and what is recorded can be replayed from there.
@@ -55,95 +66,23 @@ Exit status: that of COMMAND (128 + N when signal N ended it), but 0 when the re
 written, or not whole (where that is so from the beginning, COMMAND does not start); 126 or 127 when COMMAND could not
 be run.)";
 
-int Trouble(const std::string& message, ExitStatus status)
-{
-    std::fprintf(stderr, "playback-record: %s\n", message.c_str());
-    return static_cast<int>(status);
-}
-
-/// How the capture of a process ends that is not complete.
-std::string WhyIncomplete(const Recorder::Recording& recording, const std::string& unwritten,
-                          const Recorder::ProgramEnd& end)
-{
-    if (!unwritten.empty())
-        return "It ends early: " + unwritten;
-    if (recording.isBusy)
-        return "The process goes on, and writes to it until it ends.";
-    const std::string how = recording.process != end.process ? "It was killed, or ended"
-                            : end.signal != 0                ? "It ended"
-                                                             : "It ended with status " + std::to_string(end.status);
-    return how + " without its exit handlers, and wrote its capture itself: calls of the last half second may be "
-                 "missing.";
-}
-
-/// Gives the captures their names and tells of them. What could not be written is 6, and 0 that all could.
-class Conclusion {
-public:
-    Conclusion(Recorder::CapturePlace& place, const Recorder::RecordingOptions& options,
-               const Recorder::ProgramEnd& end)
-        : m_place(place), m_options(options), m_end(end), m_reports(Recorder::ReadReports(Recorder::ReportedLines()))
-    {
-    }
-
-    /// The first one is the recording; the others are of other processes.
-    void Keep(const Recorder::Recording& recording, bool isFirst)
-    {
-        const std::string unwritten = Unwritten(recording);
-        std::string error;
-        const bool mayReplace = unwritten.empty() || !m_place.IsTaken();
-        const fs::path name = isFirst && mayReplace ? m_place.PutInPlace(recording.file, error)
-                                                    : m_place.PutBeside(recording.file, error);
-        std::string text = Recorder::Describe(name.string(), recording.summary);
-        if (recording.process != m_end.process) {
-            text += "  It is of " + recording.program + ", process " + std::to_string(recording.process) +
-                    (isFirst ? "; " + m_options.command[0] + " itself made no OpenGL ES call.\n" : ".\n");
-        }
-        if (recording.summary.end.isKnown)
-            text += "  " + recording.program + " " + Data::Describe(recording.summary.end) + ".\n";
-        if (!recording.summary.isComplete)
-            text += "  " + WhyIncomplete(recording, unwritten, m_end) + "\n";
-        text += error.empty() ? "" : "  " + error + "\n";
-        std::fputs(("playback-record: " + text).c_str(), stderr);
-        m_wasWritten = m_wasWritten && unwritten.empty() && error.empty();
-    }
-
-    int TellNothing()
-    {
-        const auto unwritten =
-            std::ranges::find_if(m_reports, [](const auto& report) { return !report.unwritten.empty(); });
-        const bool isWriting = unwritten != m_reports.end();
-        return Trouble("NOTHING WAS RECORDED: " +
-                           (isWriting ? unwritten->unwritten : WhyNothingRecorded(m_options, m_end, m_reports)),
-                       isWriting ? ExitStatus::NotWritten : ExitStatus::Differed);
-    }
-
-    [[nodiscard]] bool WasWritten() const { return m_wasWritten; }
-
-private:
-    /// Why the capture could not be written whole. The library tells its own name of the file in front.
-    [[nodiscard]] std::string Unwritten(const Recorder::Recording& recording) const
-    {
-        const Recorder::ProcessReport* const report = Recorder::FindReport(m_reports, recording.process);
-        std::string why = report != nullptr ? report->unwritten : "";
-        const std::string name = recording.file.string() + ": ";
-        return why.starts_with(name) ? why.substr(name.size()) : why;
-    }
-
-    Recorder::CapturePlace& m_place;
-    const Recorder::RecordingOptions& m_options;
-    const Recorder::ProgramEnd& m_end;
-    const std::vector<Recorder::ProcessReport> m_reports;
-    bool m_wasWritten = true;
-};
-
-int Conclude(Recorder::CapturePlace& place, const Recorder::RecordingOptions& options, const Recorder::ProgramEnd& end)
+int Conclude(Recorder::CapturePlace& place, const Recorder::RecordingOptions& options, const Recorder::ProgramEnd& end,
+             std::vector<Recorder::ProcessReport> reports)
 {
     // Whoever reads our messages may be gone; the captures are to get their names all the same.
     std::signal(SIGPIPE, SIG_IGN);
-    const std::vector<Recorder::Recording> recordings = Recorder::CollectRecordings(place.Folder(), end.process);
-    Conclusion conclusion(place, options, end);
-    for (const Recorder::Recording& recording : recordings)
-        conclusion.Keep(recording, &recording == &recordings.front());
+    const std::vector<Recorder::Recording> recordings = Recorder::CollectRecordings(place.Folder(), end.process, 0);
+    Recorder::Conclusion conclusion(options, end, std::move(reports));
+    for (const Recorder::Recording& recording : recordings) {
+        std::string error;
+        const bool mayReplace = conclusion.Unwritten(recording).empty() || !place.IsTaken();
+        const bool isFirst = &recording == &recordings.front();
+        const fs::path name =
+            isFirst && mayReplace ? place.PutInPlace(recording.file, error) : place.PutBeside(recording.file, error);
+        conclusion.Add(recording, name, error);
+    }
+    if (!recordings.empty())
+        conclusion.Tell();
     // After the last frame wanted the recorder itself ends the program so.
     const bool wasMeant = end.wasStopped || (options.frames != 0 && end.signal == SIGTERM);
     if (const std::string death = wasMeant ? "" : Recorder::HowItDied(options.command[0], end); !death.empty())
@@ -158,10 +97,9 @@ int Conclude(Recorder::CapturePlace& place, const Recorder::RecordingOptions& op
     return endedOnPurpose ? 0 : end.status;
 }
 
-int Record(const Util::CommandLine::Result& parsed, std::vector<std::string> invocation)
+/// Empty when the options make sense.
+std::string ReadOptions(const Util::CommandLine::Result& parsed, Recorder::RecordingOptions& options)
 {
-    Recorder::RecordingOptions options;
-    options.invocation = std::move(invocation);
     options.command = parsed.args.positional;
     options.hash = parsed.args.HasSwitch("--hash");
     options.preferEs = parsed.args.HasSwitch("--prefer-es");
@@ -169,32 +107,55 @@ int Record(const Util::CommandLine::Result& parsed, std::vector<std::string> inv
         const char* const end = frames->data() + frames->size();
         const auto [stop, problem] = std::from_chars(frames->data(), end, options.frames);
         if (problem != std::errc() || stop != end || options.frames == 0)
-            return Trouble("--frames: expected a number from 1 on, found '" + *frames + "'", ExitStatus::Usage);
+            return "--frames: expected a number from 1 on, found '" + *frames + "'";
+    }
+    const std::string* const wanted = parsed.args.FindValue("-o");
+    if (const std::string* const served = parsed.args.FindValue("--serve")) {
+        options.folder = *served;
+        if (served->empty())
+            return "--serve: expected the name of a folder, found ''";
+        return wanted != nullptr         ? "-o: the names of captures cannot be chosen with --serve"
+               : options.command.empty() ? ""
+                                         : "--serve: expected no COMMAND, found '" + options.command[0] + "'";
     }
     if (options.command.empty())
-        return Trouble("no COMMAND given; playback-record --help explains", ExitStatus::Usage);
-    const std::string* const wanted = parsed.args.FindValue("-o");
+        return "no COMMAND given; playback-record --help explains";
     if (wanted != nullptr && (wanted->empty() || *wanted == "-")) {
-        return Trouble("-o: expected the name of a file, found '" + *wanted +
-                           "'; a capture cannot be written to standard output, since its beginning is written last",
-                       ExitStatus::Usage);
+        return "-o: expected the name of a file, found '" + *wanted +
+               "'; a capture cannot be written to standard output, since its beginning is written last";
     }
-    options.library = Recorder::FindLibrary();
-    if (options.library.empty()) {
-        return Trouble("libPlaybackRecorder.so is missing: it belongs in ../lib beside this program's folder",
-                       ExitStatus::Differed);
-    }
+    return {};
+}
+
+int Record(const Util::CommandLine::Result& parsed, Recorder::RecordingOptions options)
+{
+    const std::string* const wanted = parsed.args.FindValue("-o");
     Recorder::CapturePlace place(wanted != nullptr ? fs::path(*wanted)
                                                    : fs::path(options.command[0]).filename().concat(".glcap"));
     if (const std::string error = place.Open(); !error.empty())
         return Trouble(error, ExitStatus::NotWritten);
     options.folder = place.Folder().string();
-    const Recorder::ProgramEnd end = Recorder::RunRecorded(options);
+    const Recorder::ReportBox reports(options.folder);
+    const Recorder::ProgramEnd end = Recorder::RunRecorded(options, reports.Descriptor());
     if (!end.error.empty()) {
         Trouble(options.command[0] + ": cannot be run: " + end.error, ExitStatus::Done);
         return end.status;
     }
-    return Conclude(place, options, end);
+    return Conclude(place, options, end, reports.Read());
+}
+
+int Start(const Util::CommandLine::Result& parsed, std::vector<std::string> invocation)
+{
+    Recorder::RecordingOptions options;
+    options.invocation = std::move(invocation);
+    if (const std::string error = ReadOptions(parsed, options); !error.empty())
+        return Trouble(error, ExitStatus::Usage);
+    options.library = Recorder::FindLibrary();
+    if (options.library.empty()) {
+        return Trouble("libPlaybackRecorder.so is missing: it belongs in ../lib beside this program's folder",
+                       ExitStatus::Differed);
+    }
+    return options.folder.empty() ? Record(parsed, std::move(options)) : Recorder::Serve(std::move(options));
 }
 
 } // namespace
@@ -210,6 +171,6 @@ int main(int argc, char** argv)
     else if (parsed.args.HasSwitch("--version"))
         Util::Print("playback-record " PLAYBACK_VERSION "\n");
     else
-        return Record(parsed, {argv, argv + argc});
+        return Start(parsed, {argv, argv + argc});
     return Util::EndProgram("playback-record", ExitStatus::Done);
 }
