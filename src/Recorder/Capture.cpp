@@ -192,6 +192,13 @@ bool CaptureRunning() noexcept
     return now == Phase::Running;
 }
 
+void BeforeSandbox() noexcept
+{
+    const char* const folder = std::getenv(FolderVariable);
+    if (folder != nullptr && phase == Phase::NotBegun)
+        ConnectAhead(folder);
+}
+
 bool HashesWanted() noexcept
 {
     return hashesWanted;

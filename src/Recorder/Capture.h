@@ -66,6 +66,9 @@ private:
 /// Begins the capture at the first call; afterwards says whether it is still going on. Keeps errno.
 [[nodiscard]] bool CaptureRunning() noexcept;
 
+/// The program is about to enter a sandbox: what the capture will need of the system is got now. Keeps errno.
+void BeforeSandbox() noexcept;
+
 /// What the file's header says has changed.
 void UpdateHeader(const Capturing& capturing) noexcept;
 

@@ -4,12 +4,17 @@
 #include <array>
 #include <atomic>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -84,6 +89,30 @@ TEST_F(RecorderTest, SignalsEndARecordingThatIsComplete)
         EXPECT_THAT(outcome.err, Not(HasSubstr("missing"))) << signal;
         std::filesystem::remove(folder / "capture.glcap");
     }
+}
+
+/// Before its first call, the client enters a sandbox that ends programs which try to reach another process.
+CLIENT(EntersASandbox)
+{
+    sock_filter filter[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                            BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_socket, 0, 1),
+                            BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS),
+                            BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+    const sock_fprog program = {std::size(filter), filter};
+    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 || prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
+        return 77;
+    const ClientContext current;
+    glClear(GL_COLOR_BUFFER_BIT);
+    return 0;
+}
+
+TEST_F(RecorderTest, ASandboxIsNoHindrance)
+{
+    const Outcome outcome = Record("EntersASandbox");
+    if (outcome.status == 77)
+        GTEST_SKIP() << "there are no sandboxes under this kernel or emulator";
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(Dump("glClear", "capture.glcap"), SizeIs(1));
 }
 
 /// Calls of each thread that have returned, in a file that outlives the program.

@@ -59,6 +59,14 @@ void GiveBack(void* value)
     streams.isTaken[number % MaxStreams] = false;
 }
 
+/// A channel that was connected ahead of time, and the process that did: it is of no use to its children.
+struct ChannelAhead {
+    std::mutex mutex;
+    Channel* channel = nullptr;
+    pid_t process = 0;
+};
+ChannelAhead channelAhead;
+
 class Descriptor {
 public:
     explicit Descriptor(int value) : m_value(value) {}
@@ -179,9 +187,22 @@ Channel* OpenOwnChannel(const std::string& folder, std::string& error)
 
 } // namespace
 
+void ConnectAhead(const std::string& folder) noexcept
+{
+    const int savedErrno = errno;
+    const std::lock_guard lock(channelAhead.mutex);
+    if (channelAhead.process != getpid()) {
+        channelAhead.process = getpid();
+        channelAhead.channel = ConnectChannel(folder);
+    }
+    errno = savedErrno;
+}
+
 Channel* OpenChannel(const std::string& folder, std::string& error)
 {
-    Channel* const shared = ConnectChannel(folder);
+    const std::lock_guard lock(channelAhead.mutex);
+    const bool isAhead = channelAhead.channel != nullptr && channelAhead.process == getpid();
+    Channel* const shared = isAhead ? channelAhead.channel : ConnectChannel(folder);
     return shared != nullptr ? shared : OpenOwnChannel(folder, error);
 }
 

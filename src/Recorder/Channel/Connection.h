@@ -12,6 +12,10 @@ namespace Recorder {
 /// this process that does. Null when there is none, with the reason in `error`.
 [[nodiscard]] Channel* OpenChannel(const std::string& folder, std::string& error);
 
+/// Connects ahead of time, for OpenChannel: a sandbox that the program is about to enter may forbid it later, and may
+/// end programs that try. Keeps errno.
+void ConnectAhead(const std::string& folder) noexcept;
+
 /// A stream for this thread; it is given back when the thread ends. Null when too many threads have one.
 [[nodiscard]] RecordStream* TakeStream(Channel& channel) noexcept;
 
