@@ -167,8 +167,11 @@ void NumberThread() noexcept
 
 EGLCall::EGLCall() noexcept : m_recorded(Outermost() && CaptureRunning())
 {
-    if (m_recorded)
-        NumberThread();
+    if (!m_recorded)
+        return;
+    NumberThread();
+    if (stacksOf == StacksOf::All)
+        thread.stack = TakeStack();
 }
 
 bool CaptureRunning() noexcept

@@ -14,5 +14,12 @@ inline constexpr char HashVariable[] = "PLAYBACK_RECORD_HASH";
 inline constexpr char FramesVariable[] = "PLAYBACK_RECORD_FRAMES";
 /// Set: programs do not see that there is desktop OpenGL.
 inline constexpr char PreferEsVariable[] = "PLAYBACK_RECORD_PREFER_ES";
+/// Which calls to record the stacks of, one of the two below. Unset: of none.
+inline constexpr char StacksVariable[] = "PLAYBACK_RECORD_STACKS";
+inline constexpr char StacksOfDraws[] = "draws";
+inline constexpr char StacksOfAll[] = "all";
+
+/// Stacks are taken with it where it is there.
+inline constexpr char UnwindLibrary[] = "libunwind.so.8";
 
 } // namespace Recorder

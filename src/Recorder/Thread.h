@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "Recorder/Stacks/CallStacks.h"
+
 namespace Recorder {
 
 class Context;
@@ -20,6 +22,8 @@ struct Thread {
     std::uint32_t number = 0;
     /// Where the thread's records go. Null until it has a number, and in threads beyond those that can be recorded.
     RecordStream* stream = nullptr;
+    /// Number of the stack that the program's call under way came from; 0 where that is not recorded.
+    std::uint32_t stack = 0;
 };
 
 /// Initial-exec: one instruction to reach, and no allocation on first use. The library is always loaded at start.
@@ -39,8 +43,10 @@ public:
     ~DriverGuard()
     {
         --thread.depth;
-        if (m_outermost)
+        if (m_outermost) {
             thread.recording = thread.context;
+            thread.stack = 0;
+        }
     }
     DriverGuard(const DriverGuard&) = delete;
     DriverGuard& operator=(const DriverGuard&) = delete;
@@ -65,11 +71,21 @@ private:
     const bool m_recorded;
 };
 
-/// A gl call on its way through the library. True: the program made it with a current EGL context.
+/// A gl call on its way through the library. True: the program made it with a current EGL context. Its stack is
+/// recorded when `kind` is wanted.
 class GLCall {
 public:
-    GLCall() : m_context(thread.recording) { thread.recording = nullptr; }
-    ~GLCall() { thread.recording = m_context; }
+    explicit GLCall(StacksOf kind = StacksOf::All) : m_context(thread.recording)
+    {
+        thread.recording = nullptr;
+        if (stacksOf >= kind && m_context != nullptr) [[unlikely]]
+            thread.stack = TakeStack();
+    }
+    ~GLCall()
+    {
+        thread.recording = m_context;
+        thread.stack = 0;
+    }
     GLCall(const GLCall&) = delete;
     GLCall& operator=(const GLCall&) = delete;
 

@@ -260,7 +260,8 @@ def entry_point(name, call):
                 indent=4)
     text += "    using namespace Recorder;\n"
     text += f"    const auto live = Live<{call.ret_c} (*)({types})>(Entry::{name});\n"
-    text += f"    const {'EGLCall' if call.is_egl else 'GLCall'} call;\n"
+    kind = "(StacksOf::Draws)" if is_draw(call) else ""
+    text += f"    const {'EGLCall' if call.is_egl else 'GLCall'} call{kind};\n"
     context = [] if call.is_egl else ["*call"]
     arguments = [p.name for p in call.params]
     live = f"live({', '.join(arguments)})"

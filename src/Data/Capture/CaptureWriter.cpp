@@ -83,15 +83,15 @@ void CaptureWriter::UpdateHeader(const CaptureHeader& header) noexcept
 
 std::uint8_t* CaptureWriter::PlaceElsewhere(std::uint32_t id, std::uint64_t bytes)
 {
-    // Vertex data goes along to the chunk of its draw.
-    std::uint8_t* const tail = m_vertexData ? m_vertexData : m_at;
+    // What goes with the call goes along to its chunk.
+    std::uint8_t* const tail = m_ahead ? m_ahead : m_at;
     const auto tailBytes = static_cast<std::uint64_t>(m_at - tail);
     const std::uint64_t needed = sizeof(ThreadRecord) + tailBytes + bytes;
     if (bytes > MaxChunkBytes || needed > MaxChunkBytes || !m_sink)
         return nullptr;
     ChunkBuffer chunk = m_sink->Take(needed);
     if (!chunk.memory) {
-        m_begin = m_at = m_end = m_vertexData = nullptr;
+        m_begin = m_at = m_end = m_ahead = nullptr;
         return nullptr;
     }
     std::uint8_t* const begin = chunk.memory.get();
@@ -101,7 +101,7 @@ std::uint8_t* CaptureWriter::PlaceElsewhere(std::uint32_t id, std::uint64_t byte
         std::memcpy(begin + sizeof thread, tail, tailBytes);
     if (m_begin)
         CloseChunk(tail);
-    m_vertexData = tailBytes > 0 ? begin + sizeof thread : nullptr;
+    m_ahead = tailBytes > 0 ? begin + sizeof thread : nullptr;
     m_begin = begin;
     m_at = begin + sizeof thread + tailBytes;
     m_end = begin + chunk.capacity;
@@ -123,7 +123,7 @@ void CaptureWriter::CloseChunk(std::uint8_t* end)
     m_chunk->frames = m_frames - m_chunkFrames;
     m_chunk->timeUs = TimeUs();
     m_sink->Put(std::move(*m_chunk));
-    m_begin = m_at = m_end = m_vertexData = nullptr;
+    m_begin = m_at = m_end = m_ahead = nullptr;
 }
 
 void CaptureWriter::ChangeThread(std::uint32_t thread)
@@ -153,9 +153,8 @@ void CaptureWriter::Copy(const std::uint8_t* record)
 {
     RecordHeader header;
     std::memcpy(&header, record, sizeof header);
-    const bool isVertexData = header.id == static_cast<std::uint32_t>(RecordId::VertexAttribData);
     std::uint8_t* const at = Place(header.id, header.bytes);
-    m_vertexData = at && isVertexData ? (m_vertexData ? m_vertexData : m_at) : nullptr;
+    m_ahead = at && GoesWithNextCall(header.id) ? (m_ahead ? m_ahead : m_at) : nullptr;
     if (at) {
         std::memcpy(at, record, header.bytes);
         End();
@@ -202,7 +201,7 @@ void CaptureWriter::Abandon() noexcept
     if (m_sink)
         m_sink->Abandon();
     m_sink.release();
-    m_begin = m_at = m_end = m_vertexData = nullptr;
+    m_begin = m_at = m_end = m_ahead = nullptr;
 }
 
 } // namespace Data

@@ -57,9 +57,9 @@ public:
     {
         PutFrameHash(m_frames + 1, surface, width, height, hash);
     }
-    /// A record as another writer or a capture has it, other than FrameEnd. Vertices stay with their draw.
+    /// A record as another writer or a capture has it, other than FrameEnd. What goes with a call stays with it.
     void Copy(const std::uint8_t* record);
-    /// As Copy for records that lie one after the other, none of them vertices: `bytes` bytes, at most chunkBytes.
+    /// As Copy for records that lie one after the other, the last one a call: `bytes` bytes, at most chunkBytes.
     void CopyAll(const std::uint8_t* records, std::uint64_t bytes);
 
     [[nodiscard]] std::uint32_t Frames() const { return m_frames; }

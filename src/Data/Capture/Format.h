@@ -100,7 +100,17 @@ enum class RecordId : std::uint32_t {
     MultisampleTexture,
     Unfinished, ///< a call that had begun and not returned when the program ended
     ProgramEnd, ///< of a program that ended in another way than through its exit handlers; the last record
+    Module,     ///< code that stacks lie in
+    Stack,      ///< a place in the program from which calls came
+    CallStack,  ///< the stack of the call that follows in the same chunk
 };
+
+/// Whether a record belongs to the next call of its thread, and lies in one chunk with it.
+constexpr bool GoesWithNextCall(std::uint32_t id)
+{
+    return id == static_cast<std::uint32_t>(RecordId::VertexAttribData) ||
+           id == static_cast<std::uint32_t>(RecordId::CallStack);
+}
 
 /// A pointer argument: the value that the application passed, then size and place of the memory behind it.
 /// `offset` counts from the record's start and is a multiple of 8; 0 says that there are no contents.
@@ -198,6 +208,46 @@ struct ProgramEndRecord {
     RecordHeader header;
     ProgramEndKind kind;
     std::uint32_t value;
+};
+
+/// Numbers of modules and stacks count from 1 and are given once in a capture.
+inline constexpr std::uint32_t MaxModules = 1u << 12;
+inline constexpr std::uint32_t MaxStacks = 1u << 16;
+inline constexpr std::uint32_t MaxStackFrames = 128;
+inline constexpr std::uint32_t MaxBuildIdBytes = 64;
+inline constexpr std::uint32_t MaxPathBytes = 4096;
+
+/// A file of code in the program's memory. An address less `bias` is the one that the file itself uses.
+struct ModuleRecord {
+    RecordHeader header;
+    std::uint32_t module;
+    std::uint32_t unused;
+    std::uint64_t begin;
+    std::uint64_t end;
+    std::uint64_t bias;
+    PointerSlot buildId; ///< without contents: the file has none
+    PointerSlot path;    ///< without a terminator
+};
+
+struct StackFrame {
+    std::uint64_t address; ///< to which the call returns
+    std::uint32_t module;  ///< 0: in none
+    std::uint32_t unused;
+};
+
+/// `frames` are StackFrames, innermost first; there may be more further out when there are MaxStackFrames. Their
+/// modules come before the stack.
+struct StackRecord {
+    RecordHeader header;
+    std::uint32_t stack;
+    std::uint32_t unused;
+    PointerSlot frames;
+};
+
+struct CallStackRecord {
+    RecordHeader header;
+    std::uint32_t stack;
+    std::uint32_t unused;
 };
 
 struct WindowSizeRecord {

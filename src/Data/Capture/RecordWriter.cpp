@@ -60,8 +60,8 @@ std::uint8_t* RecordWriter::BeginVertexAttribData(const VertexAttribDataRecord& 
                                    RoundUp8(sizeof fields + std::uint64_t{dataBytes}));
     if (!at)
         return nullptr;
-    if (!m_vertexData)
-        m_vertexData = m_at;
+    if (!m_ahead)
+        m_ahead = m_at;
     VertexAttribDataRecord record = fields;
     std::memcpy(&record.header, at, sizeof record.header);
     record.data = {fields.data.value, dataBytes, sizeof record};
@@ -94,6 +94,39 @@ void RecordWriter::ProgramEnd(ProgramEndKind kind, std::uint32_t value)
 void RecordWriter::Note(const char* text, std::uint64_t count)
 {
     Put(RecordId::Note, TextRecord{{}, count, {}}, &TextRecord::text, text, std::strlen(text));
+}
+
+void RecordWriter::Module(const ModuleRecord& fields, std::span<const std::uint8_t> buildId, std::string_view path)
+{
+    ModuleRecord record = fields;
+    const auto idBytes = static_cast<std::uint32_t>(std::min<std::size_t>(buildId.size(), MaxBuildIdBytes));
+    const auto pathBytes = static_cast<std::uint32_t>(std::min<std::size_t>(path.size(), MaxPathBytes));
+    const auto pathAt = static_cast<std::uint32_t>(sizeof record + RoundUp8(idBytes));
+    record.buildId = {0, idBytes, idBytes > 0 ? std::uint32_t{sizeof record} : 0};
+    record.path = {0, pathBytes, pathAt};
+    if (std::uint8_t* const at = Begin(static_cast<std::uint32_t>(RecordId::Module), pathAt + pathBytes)) {
+        std::memcpy(&record.header, at, sizeof record.header);
+        std::memcpy(at, &record, sizeof record);
+        std::memset(at + sizeof record, 0, pathAt - sizeof record);
+        std::memcpy(at + sizeof record, buildId.data(), idBytes);
+        std::memcpy(at + pathAt, path.data(), pathBytes);
+        End();
+    }
+}
+
+void RecordWriter::Stack(std::uint32_t stack, std::span<const StackFrame> frames)
+{
+    Put(RecordId::Stack, StackRecord{{}, stack, 0, {}}, &StackRecord::frames, frames.data(), frames.size_bytes());
+}
+
+void RecordWriter::CallStack(std::uint32_t stack)
+{
+    std::uint8_t* const at = Place(static_cast<std::uint32_t>(RecordId::CallStack), sizeof(CallStackRecord));
+    if (!at)
+        return;
+    m_ahead = m_ahead ? m_ahead : m_at;
+    std::memcpy(at + sizeof(RecordHeader), &stack, sizeof stack);
+    End();
 }
 
 void RecordWriter::Text(RecordId kind, const char* text)

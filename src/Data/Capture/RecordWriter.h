@@ -4,6 +4,8 @@
 
 #include <cstdint>
 #include <cstring>
+#include <span>
+#include <string_view>
 
 #include "Data/Capture/Format.h"
 
@@ -25,7 +27,7 @@ public:
     [[nodiscard]] std::uint8_t* Begin(std::uint32_t id, std::uint64_t bytes)
     {
         std::uint8_t* const at = Place(id, RoundUp8(bytes));
-        m_vertexData = nullptr;
+        m_ahead = nullptr;
         return at;
     }
     void End() { m_at += reinterpret_cast<const RecordHeader*>(m_at)->bytes; }
@@ -51,6 +53,11 @@ public:
     void Unfinished(const void* records, std::uint32_t bytes);
     void ProgramEnd(ProgramEndKind kind, std::uint32_t value);
     void Note(const char* text, std::uint64_t count);
+    /// `fields` gives all but header and contents; `buildId` and `path` are cut at what the format allows.
+    void Module(const ModuleRecord& fields, std::span<const std::uint8_t> buildId, std::string_view path);
+    void Stack(std::uint32_t stack, std::span<const StackFrame> frames);
+    /// The call that follows came from `stack`. Stays in one chunk with it.
+    void CallStack(std::uint32_t stack);
     void WindowSize(std::uint32_t display, std::uint32_t surface, std::uint32_t width, std::uint32_t height);
     /// `attribs` holds `count` values, the closing EGL_NONE included.
     void ConfigAttribs(std::uint32_t display, std::uint32_t config, const std::int32_t* attribs, std::uint32_t count);
@@ -66,7 +73,7 @@ public:
 protected:
     RecordWriter() = default;
 
-    /// As Begin, for a record that does not end a run of vertices. `bytes` is a multiple of 8.
+    /// As Begin, for a record that does not end what goes with the next call. `bytes` is a multiple of 8.
     std::uint8_t* Place(std::uint32_t id, std::uint64_t bytes)
     {
         if (bytes > static_cast<std::uint64_t>(m_end - m_at)) [[unlikely]]
@@ -86,8 +93,8 @@ protected:
     /// Next record, and end of the room for it; both null where there is none.
     std::uint8_t* m_at = nullptr;
     std::uint8_t* m_end = nullptr;
-    /// First of the vertex data records right in front of m_at; null when there is none.
-    std::uint8_t* m_vertexData = nullptr;
+    /// First of the records right in front of m_at that go with the next call; null when there is none.
+    std::uint8_t* m_ahead = nullptr;
 
 private:
     template <class Record> void Put(RecordId id, Record record);

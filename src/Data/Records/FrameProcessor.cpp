@@ -205,6 +205,9 @@ void FrameProcessor::ProcessBuiltIn()
             EndBlock(BlockType::State);
         break;
     case RecordId::Note:
+    case RecordId::Module:
+    case RecordId::Stack:
+    case RecordId::CallStack:
         break;
     case RecordId::ProgramEnd:
         if (ProgramEndRecord end; m_diagnostics.Read("program's end", m_cursor, end)) {

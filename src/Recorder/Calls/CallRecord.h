@@ -115,6 +115,8 @@ public:
     {
         if (m_stream == nullptr) [[unlikely]]
             return;
+        if (thread.stack != 0) [[unlikely]]
+            m_stream->CallStack(thread.stack);
         m_at = m_stream->Begin(static_cast<std::uint32_t>(id), bytes);
         if (m_at == nullptr) [[unlikely]] {
             Drop(id);

@@ -14,6 +14,7 @@ namespace {
 
 /// Most that is copied at once, so that the program gets room again.
 constexpr std::uint64_t PlainBytes = 1u << 18;
+constexpr auto CallStackId = static_cast<std::uint32_t>(Data::RecordId::CallStack);
 /// A large place keeps so much of its memory for the next record.
 constexpr std::uint64_t KeptBytes = 16u << 20;
 
@@ -96,13 +97,16 @@ std::uint64_t Drain::TakePlain(std::uint64_t position, std::uint64_t end)
     const std::uint8_t* const begin = RingOf(m_channel, m_run.stream) + inRing;
     const std::uint64_t room = std::min({end - position, StreamBytes - inRing, PlainBytes});
     std::uint64_t bytes = 0;
-    if (position % 8 != 0 || !m_vertices[m_run.stream].empty())
+    if (position % 8 != 0 || !m_ahead[m_run.stream].empty())
         return 0;
-    while (bytes < room) {
-        const Data::RecordHeader header = HeaderOf(begin + bytes);
-        if (header.id >= Data::callTable.size() || !IsPossible(header, room - bytes))
+    for (std::uint64_t end = 0; end < room;) {
+        const Data::RecordHeader header = HeaderOf(begin + end);
+        const bool isCall = header.id < Data::callTable.size();
+        if ((!isCall && header.id != CallStackId) || !IsPossible(header, room - end))
             break;
-        bytes += header.bytes;
+        end += header.bytes;
+        // A stack goes with the call after it.
+        bytes = isCall ? end : bytes;
     }
     if (bytes != 0)
         m_writer->CopyAll(begin, bytes);
@@ -166,9 +170,9 @@ void Drain::Append(const std::uint8_t* record)
         Data::FrameEndRecord frame = {};
         std::memcpy(&frame, record, std::min<std::size_t>(sizeof frame, header.bytes));
         m_writer->FrameEnd(frame.timeUs);
-    } else if (header.id == static_cast<std::uint32_t>(Data::RecordId::VertexAttribData)) {
-        std::vector<std::uint8_t>& vertices = m_vertices[m_run.stream];
-        vertices.insert(vertices.end(), record, record + header.bytes);
+    } else if (Data::GoesWithNextCall(header.id)) {
+        std::vector<std::uint8_t>& ahead = m_ahead[m_run.stream];
+        ahead.insert(ahead.end(), record, record + header.bytes);
     } else {
         m_writer->Copy(record);
     }
@@ -176,10 +180,10 @@ void Drain::Append(const std::uint8_t* record)
 
 void Drain::AppendCall(const std::uint8_t* record)
 {
-    std::vector<std::uint8_t>& vertices = m_vertices[m_run.stream];
-    for (std::size_t at = 0; at < vertices.size(); at += HeaderOf(&vertices[at]).bytes)
-        m_writer->Copy(&vertices[at]);
-    vertices.clear();
+    std::vector<std::uint8_t>& ahead = m_ahead[m_run.stream];
+    for (std::size_t at = 0; at < ahead.size(); at += HeaderOf(&ahead[at]).bytes)
+        m_writer->Copy(&ahead[at]);
+    ahead.clear();
     m_writer->Copy(record);
 }
 
@@ -209,7 +213,7 @@ void Drain::AppendUnfinished(std::uint32_t stream)
     const std::uint64_t open = control.open;
     if (open == 0 && control.lastIsOpen == 0)
         return;
-    std::vector<std::uint8_t>& records = m_vertices[stream];
+    std::vector<std::uint8_t>& records = m_ahead[stream];
     m_writer->SetThread(control.thread);
     if (open != 0) {
         std::uint64_t bytes = 0;

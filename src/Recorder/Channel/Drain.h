@@ -54,8 +54,8 @@ private:
     Run m_run = {};
     std::uint64_t m_runsRead = 0;
     std::uint32_t m_headerVersion = 0;
-    /// By stream: vertices that wait for their draw, so that nothing of another thread comes in between.
-    std::array<std::vector<std::uint8_t>, MaxStreams> m_vertices;
+    /// By stream: what waits for the call that it goes with, so that nothing of another thread comes in between.
+    std::array<std::vector<std::uint8_t>, MaxStreams> m_ahead;
 };
 
 } // namespace Recorder

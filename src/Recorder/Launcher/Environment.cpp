@@ -22,7 +22,8 @@ std::vector<Variable> RecordingVariables(const RecordingOptions& options)
             {FolderVariable, options.folder},
             {HashVariable, Switch(options.hash)},
             {FramesVariable, options.frames != 0 ? std::to_string(options.frames) : ""},
-            {PreferEsVariable, Switch(options.preferEs)}};
+            {PreferEsVariable, Switch(options.preferEs)},
+            {StacksVariable, options.stacks}};
 }
 
 std::vector<Variable> ToolkitVariables(const RecordingOptions& options)

@@ -22,6 +22,8 @@ struct RecordingOptions {
     bool preferEs = false;
     /// 0: until the program ends.
     std::uint32_t frames = 0;
+    /// As StacksVariable has it; empty: none.
+    std::string stacks;
 };
 
 /// How the program ended.

@@ -14,6 +14,7 @@
 #include "Recorder/Launcher/Recording.h"
 #include "Recorder/Launcher/Recordings.h"
 #include "Recorder/Launcher/Service.h"
+#include "Recorder/Settings.h"
 #include "Util/CommandLine.h"
 #include "Util/ExitStatus.h"
 #include "Util/OutputFile.h"
@@ -37,6 +38,8 @@ constexpr Util::Option OptionTable[] = {
      "hide desktop OpenGL from the program, so that one that can choose draws with OpenGL ES, which can be recorded",
      "Options"},
     {"--frames", "N", "end the capture and the program after N frames", "Options"},
+    {"--stacks", "draws|all",
+     "record where in the program draws, or all calls, came from; playback-info --dump --stacks shows it", "Options"},
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},
 };
@@ -108,6 +111,11 @@ std::string ReadOptions(const Util::CommandLine::Result& parsed, Recorder::Recor
         const auto [stop, problem] = std::from_chars(frames->data(), end, options.frames);
         if (problem != std::errc() || stop != end || options.frames == 0)
             return "--frames: expected a number from 1 on, found '" + *frames + "'";
+    }
+    if (const std::string* stacks = parsed.args.FindValue("--stacks")) {
+        options.stacks = *stacks;
+        if (options.stacks != Recorder::StacksOfDraws && options.stacks != Recorder::StacksOfAll)
+            return "--stacks: expected draws or all, found '" + *stacks + "'";
     }
     const std::string* const wanted = parsed.args.FindValue("-o");
     if (const std::string* const served = parsed.args.FindValue("--serve")) {
