@@ -70,8 +70,7 @@ void CallStacks::TakeStack(const RecordView& record)
         m_diagnostics.Skipped(Name, "number", UpTo(MaxStacks), std::to_string(fields.stack));
         return;
     }
-    if (!record.HasContents(fields.frames) || fields.frames.bytes % sizeof(StackFrame) != 0 ||
-        count > MaxStackFrames) {
+    if (!record.HasContents(fields.frames) || fields.frames.bytes % sizeof(StackFrame) != 0 || count > MaxStackFrames) {
         m_diagnostics.Skipped(Name, "frames", "at most " + std::to_string(MaxStackFrames) + " inside the record",
                               Bytes(fields.frames.bytes));
         return;

@@ -92,8 +92,7 @@ std::uint32_t TakeStack() noexcept
     const int savedErrno = errno;
     UpdateModules();
     std::array<std::uint64_t, MaxOwnFrames + Data::MaxStackFrames> addresses;
-    std::span<const std::uint64_t> stack =
-        std::span(addresses).first(Unwind(addresses, modules.WerePlacesReused()));
+    std::span<const std::uint64_t> stack = std::span(addresses).first(Unwind(addresses, modules.WerePlacesReused()));
     const auto programs =
         std::ranges::find_if(stack, [](std::uint64_t address) { return !modules.IsOwn(address); }) - stack.begin();
     stack = stack.subspan(static_cast<std::size_t>(programs));

@@ -129,8 +129,8 @@ bool LoadedModules::Take(const ModuleSnapshot& snapshot, const Capturing& captur
     for (const ModuleSnapshot::Module& module : snapshot.Modules()) {
         const std::uint64_t hash = Data::Checksum(&module, sizeof module);
         Known* const end = m_known.data() + m_knownCount;
-        Known* const first =
-            std::find_if(m_known.data(), end, [&](const Known& known) { return known.end > module.begin; });
+        Known* const first = std::find_if(
+            m_known.data(), end, [&](const Known& known) { return known.end > module.begin; });
         Known* const next = std::find_if(first, end, [&](const Known& known) { return known.begin >= module.end; });
         if (m_numbers == Data::MaxModules || (first != next && first->hash == hash))
             continue;

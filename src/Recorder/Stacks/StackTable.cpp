@@ -9,8 +9,8 @@ namespace Recorder {
 
 bool StackTable::Open()
 {
-    void* const memory = mmap(nullptr, sizeof(Memory), PROT_READ | PROT_WRITE,
-                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    void* const memory =
+        mmap(nullptr, sizeof(Memory), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (memory == MAP_FAILED)
         return false;
     madvise(memory, sizeof(Memory), MADV_DONTDUMP);
@@ -26,7 +26,8 @@ std::uint32_t StackTable::Find(std::span<const std::uint64_t> addresses) const
         if (number == 0)
             return 0;
         const Entry& entry = m_memory->entries[number];
-        if (entry.hash == hash && std::ranges::equal(addresses, std::span(m_memory->addresses + entry.first, entry.count)))
+        if (entry.hash == hash &&
+            std::ranges::equal(addresses, std::span(m_memory->addresses + entry.first, entry.count)))
             return number;
     }
 }

@@ -52,7 +52,8 @@ void OpenUnwinder() noexcept
     const auto space = static_cast<unw_addr_space_t*>(dlsym(library, NAME_OF(unw_local_addr_space)));
     if (setPolicy == nullptr || space == nullptr)
         return;
-    // The cache that this is about has a lock, under which the dynamic linker is asked. Traces have one for each thread.
+    // The cache that this is about has a lock, under which the dynamic linker is asked. Traces have one for each
+    // thread.
     setPolicy(*space, UNW_CACHE_NONE);
     backtrace = reinterpret_cast<Backtrace>(dlsym(library, NAME_OF(unw_backtrace)));
 }

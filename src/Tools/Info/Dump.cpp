@@ -1,6 +1,7 @@
 #include "Tools/Info/Dump.h"
 
 #include <algorithm>
+#include <optional>
 #include <vector>
 
 #include <fnmatch.h>
@@ -11,6 +12,7 @@
 #include "Data/State/BufferBindings.h"
 #include "Interfaces/Util.h"
 #include "Tools/Info/RecordText.h"
+#include "Tools/Info/Stacks/StackText.h"
 #include "Util/Spelling.h"
 
 namespace Tools {
@@ -43,6 +45,80 @@ std::size_t Begin(Data::CaptureSource& source, Data::Diagnostics& diagnostics, s
         bindings.Apply(summary->bindings[i]);
     return summary ? chunk : 0;
 }
+
+/// One listing of a capture.
+class Listing {
+public:
+    Listing(Data::CaptureSource& source, Data::Diagnostics& diagnostics, const DumpChoice& choice,
+            const std::function<bool(std::string_view)>& write)
+        : m_source(source), m_diagnostics(diagnostics), m_choice(choice),
+          m_patterns(Util::String::Tokenize(choice.calls, ",")), m_write(write), m_isLastChosen(m_patterns.empty())
+    {
+        if (choice.stacks)
+            m_stacks.emplace(choice.notation, choice.debugFolders, diagnostics);
+    }
+
+    std::uint64_t Run()
+    {
+        // A stack lies where it came first, which may be anywhere in front.
+        const std::size_t firstChunk = m_stacks ? 0 : Begin(m_source, m_diagnostics, m_choice.frames.first, m_bindings);
+        Data::WalkRecords(
+            m_source, m_diagnostics, [this](const Data::RecordCursor& record) { Visit(record); }, m_choice.frames.last,
+            firstChunk);
+        if (m_stacks && !m_stacks->HasAny())
+            m_diagnostics.File("has no stacks of these calls; playback-record --stacks records them");
+        return m_lines;
+    }
+
+private:
+    [[nodiscard]] bool IsChosen(std::string_view call)
+    {
+        if (call != m_lastCall) {
+            m_lastCall = call;
+            m_isLastChosen = m_patterns.empty() || std::ranges::any_of(m_patterns, [&](const std::string& pattern) {
+                                 return fnmatch(pattern.c_str(), std::string(call).c_str(), 0) == 0;
+                             });
+        }
+        return m_isLastChosen;
+    }
+
+    void Visit(const Data::RecordCursor& record)
+    {
+        const std::uint32_t frame = m_diagnostics.position.frame + 1;
+        const bool isListed = IsChosen(CallName(record, m_source)) && frame >= m_choice.frames.first;
+        RecordPlace place = {frame, m_diagnostics.position.call, m_bindings.Thread(), m_bindings.Context()};
+        Visit(record, place, isListed);
+        ++place.call;
+        for (Data::RecordCursor inner = Data::UnfinishedRecords(record); inner.Next();)
+            Visit(inner, place, isListed);
+        Follow(m_bindings, record, m_source);
+    }
+
+    void Visit(const Data::RecordView& record, const RecordPlace& place, bool isListed)
+    {
+        if (m_stacks && m_stacks->Take(record))
+            return;
+        const bool isCall = record.Header().id < Data::FirstBuiltInId;
+        const std::uint32_t stack = m_stacks && isCall ? m_stacks->TakeNext() : 0;
+        if (!isListed || !m_goesOn)
+            return;
+        const std::string text = stack != 0 ? m_stacks->Text(stack) : "";
+        m_goesOn = m_write(RecordText(m_choice.notation, place, record, m_source, m_bindings, text) + "\n");
+        ++m_lines;
+    }
+
+    Data::CaptureSource& m_source;
+    Data::Diagnostics& m_diagnostics;
+    const DumpChoice& m_choice;
+    const std::vector<std::string> m_patterns;
+    const std::function<bool(std::string_view)>& m_write;
+    Data::BufferBindings m_bindings;
+    std::optional<StackText> m_stacks;
+    std::string_view m_lastCall;
+    bool m_isLastChosen;
+    bool m_goesOn = true;
+    std::uint64_t m_lines = 0;
+};
 
 } // namespace
 
@@ -77,42 +153,7 @@ std::string CheckChoice(const Data::CaptureSource& source, DumpChoice& choice,
 std::uint64_t Dump(Data::CaptureSource& source, Data::Diagnostics& diagnostics, const DumpChoice& choice,
                    const std::function<bool(std::string_view)>& write)
 {
-    const std::vector<std::string> patterns = Util::String::Tokenize(choice.calls, ",");
-    const auto isChosen = [&](std::string_view call) {
-        return patterns.empty() || std::ranges::any_of(patterns, [&](const std::string& pattern) {
-                   return fnmatch(pattern.c_str(), std::string(call).c_str(), 0) == 0;
-               });
-    };
-    std::uint64_t lines = 0;
-    bool goesOn = true;
-    Data::BufferBindings bindings;
-    const std::size_t firstChunk = Begin(source, diagnostics, choice.frames.first, bindings);
-    std::string_view lastCall;
-    bool isLastChosen = patterns.empty();
-    Data::WalkRecords(
-        source, diagnostics,
-        [&](const Data::RecordCursor& record) {
-            const std::uint32_t frame = diagnostics.position.frame + 1;
-            const std::string_view call = CallName(record, source);
-            if (call != lastCall) {
-                lastCall = call;
-                isLastChosen = isChosen(call);
-            }
-            RecordPlace place = {frame, diagnostics.position.call, bindings.Thread(), bindings.Context()};
-            const auto list = [&](const Data::RecordView& listed) {
-                goesOn = write(RecordText(choice.notation, place, listed, source, bindings) + "\n");
-                ++lines;
-            };
-            if (goesOn && isLastChosen && frame >= choice.frames.first) {
-                list(record);
-                ++place.call;
-                for (Data::RecordCursor inner = Data::UnfinishedRecords(record); inner.Next();)
-                    list(inner);
-            }
-            Follow(bindings, record, source);
-        },
-        choice.frames.last, firstChunk);
-    return lines;
+    return Listing(source, diagnostics, choice, write).Run();
 }
 
 } // namespace Tools

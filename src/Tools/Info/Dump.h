@@ -16,6 +16,9 @@ struct DumpChoice {
     Util::FrameRange frames = {};
     /// Patterns for names of functions, as a shell has them, separated by commas; empty for every record.
     std::string calls = {};
+    /// With the stacks of calls, named by files of this machine and those of `debugFolders`, see Symbols.
+    bool stacks = false;
+    std::string debugFolders = {};
 };
 
 /// What in the choice the capture has nothing of, and what was meant perhaps; empty when all is there. Cuts the frames

@@ -72,6 +72,17 @@ std::string SurfaceText(const Data::RecordView& record, Data::RecordId id)
     return "";
 }
 
+std::string StackRecordText(const Data::RecordView& record)
+{
+    if (Data::ModuleRecord r; record.Is(Data::RecordId::Module) && record.Read(r))
+        return "module " + std::to_string(r.module) + " of the program, from " + HexText(r.begin);
+    if (Data::StackRecord r; record.Is(Data::RecordId::Stack) && record.Read(r))
+        return "stack " + std::to_string(r.stack) + Sized("", r.frames);
+    if (Data::CallStackRecord r; record.Is(Data::RecordId::CallStack) && record.Read(r))
+        return "the next call is from stack " + std::to_string(r.stack);
+    return "";
+}
+
 std::string EndText(const Data::RecordView& record)
 {
     if (Data::UnfinishedRecord r; record.Is(Data::RecordId::Unfinished) && record.Read(r))
@@ -128,7 +139,7 @@ std::string BuiltInText(const Data::RecordView& record)
             return Sized("text", r.text);
         break;
     default:
-        for (std::string text : {SurfaceText(record, id), EndText(record)})
+        for (std::string text : {SurfaceText(record, id), StackRecordText(record), EndText(record)})
             if (!text.empty())
                 return text;
     }
@@ -151,7 +162,7 @@ std::string_view CallName(const Data::RecordView& record, const Data::CaptureSou
 }
 
 std::string RecordText(Notation notation, const RecordPlace& place, const Data::RecordView& record,
-                       const Data::CaptureSource& source, const Data::BufferBindings& bindings)
+                       const Data::CaptureSource& source, const Data::BufferBindings& bindings, std::string_view stack)
 {
     const Data::FileCall* const call = FindCall(record, source);
     std::string text;
@@ -165,10 +176,11 @@ std::string RecordText(Notation notation, const RecordPlace& place, const Data::
     const auto number = [](std::uint32_t value) { return std::to_string(value); };
     if (notation != Notation::Json)
         return number(place.frame) + ":" + number(place.call) + " t" + number(place.thread) + " c" +
-               number(place.context) + (call ? " " : " -- ") + text;
+               number(place.context) + (call ? " " : " -- ") + text + std::string(stack);
     return "{\"frame\":" + number(place.frame) + ",\"call\":" + number(place.call) +
            ",\"thread\":" + number(place.thread) + ",\"context\":" + number(place.context) + "," +
-           (call ? text : "\"record\":" + JsonString(text)) + "}";
+           (call ? text : "\"record\":" + JsonString(text)) +
+           (stack.empty() ? "" : ",\"stack\":" + std::string(stack)) + "}";
 }
 
 } // namespace Tools

@@ -26,8 +26,9 @@ std::string_view CallName(const Data::RecordView& record, const Data::CaptureSou
 
 /// `bindings` are those in front of the record. A line such as "3:17 t1 c1
 /// glBindTexture(target=GL_TEXTURE_2D, texture=5)", or a JSON object. Records that are no calls begin with "--" after
-/// their place.
+/// their place. `stack` is what StackText has of the call, put after it or into the object.
 std::string RecordText(Notation notation, const RecordPlace& place, const Data::RecordView& record,
-                       const Data::CaptureSource& source, const Data::BufferBindings& bindings);
+                       const Data::CaptureSource& source, const Data::BufferBindings& bindings,
+                       std::string_view stack = {});
 
 } // namespace Tools

@@ -37,6 +37,14 @@ constexpr Util::Option Options[] = {
      "Options"},
     {"--calls", "PATTERNS", "with --dump: only functions whose names match, such as glDraw*,glClear", "Options"},
     {"--full", "", "with --dump: texts and arrays in full, shaders included", "Options"},
+    {"--stacks", "",
+     "with --dump: where in the program each call came from, where playback-record --stacks recorded that; with "
+     "functions and lines as far as this machine has the debug information",
+     "Options"},
+    {"--debug-path", "DIR[:DIR...]",
+     "with --stacks: look there first for the program's files and their debug information, as "
+     "DIR/.build-id/ab/cdef.debug, by the path that they had, or by name",
+     "Options"},
     {"--state", "F:C",
      "print as JSON what was set before call C of frame F, or F for the end of frame F: the state of the current "
      "context "
@@ -103,6 +111,10 @@ std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& c
     }
     if (args.FindValue("--calls") && !isDump)
         return "--calls goes with --dump";
+    if (args.HasSwitch("--stacks") && !isDump)
+        return "--stacks goes with --dump";
+    if (args.FindValue("--debug-path") && !args.HasSwitch("--stacks"))
+        return "--debug-path goes with --stacks";
     if (args.FindValue("--frames") && (isReport || isState || args.HasSwitch("--recount")))
         return "--frames goes alone, or with --dump, --json or --csv";
     if (isReport && *args.FindValue("--report") == "-")
@@ -119,6 +131,9 @@ std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& c
         choice.calls = *calls;
     if (args.HasSwitch("--full") && (!isDump || args.HasSwitch("--json")))
         return isDump ? "--json shows everything in full anyway" : "--full goes with --dump";
+    choice.stacks = args.HasSwitch("--stacks");
+    if (const std::string* const folders = args.FindValue("--debug-path"))
+        choice.debugFolders = *folders;
     choice.notation = args.HasSwitch("--json")   ? Tools::Notation::Json
                       : args.HasSwitch("--full") ? Tools::Notation::Full
                                                  : Tools::Notation::Plain;
