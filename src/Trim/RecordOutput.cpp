@@ -7,6 +7,7 @@
 #include "Data/Records/CallArguments.h"
 #include "Data/Records/CallDecoder.h"
 #include "Data/Records/CallParameters.h"
+#include "Data/Records/ProgramEnd.h"
 
 namespace Trim {
 
@@ -22,15 +23,11 @@ void RecordOutput::Put(std::uint32_t id, std::span<const std::uint8_t> record)
 void RecordOutput::CopyCall(Data::CallId call, std::span<const std::uint8_t> record)
 {
     PutMakeCurrents();
-    for (const std::vector<std::uint8_t>& vertices : m_vertices) {
-        const Data::RecordView view(vertices.data());
-        const auto fields = view.Field<Data::VertexAttribDataRecord>(0);
-        if (std::uint8_t* const place = m_writer.BeginVertexAttribData(fields, fields.data.bytes)) {
-            std::ranges::copy(view.Contents(fields.data), place);
-            m_writer.End();
-        }
-    }
-    m_vertices.clear();
+    for (const std::vector<std::uint8_t>& held : m_held)
+        PutStackOf(Data::RecordView(held.data()));
+    for (const std::vector<std::uint8_t>& held : m_held)
+        m_writer.Copy(held.data());
+    m_held.clear();
     PutCall(call, record);
 }
 
@@ -50,18 +47,45 @@ void RecordOutput::PutMakeCurrents()
     m_writer.SetThread(m_thread);
 }
 
-void RecordOutput::HoldVertices(std::span<const std::uint8_t> record)
+bool RecordOutput::Hold(const Data::RecordView& record)
 {
-    const Data::RecordView view(record.data());
-    Data::VertexAttribDataRecord fields;
-    if (view.Read(fields) && view.HasContents(fields.data))
-        m_vertices.emplace_back(record.begin(), record.end());
+    if (m_stacks.Take(record))
+        return true;
+    if (!Data::GoesWithNextCall(record.Header().id))
+        return false;
+    Data::VertexAttribDataRecord vertices;
+    const bool isSound = record.Is(Data::RecordId::CallStack)
+                             ? m_stacks.StackOf(record) != 0
+                             : record.Read(vertices) && record.HasContents(vertices.data);
+    if (isSound)
+        m_held.emplace_back(record.Bytes().begin(), record.Bytes().end());
+    return true;
 }
 
-void RecordOutput::Copy(std::span<const std::uint8_t> record)
+/// Puts the stack that a CallStack record names, and its modules, where they are not there yet.
+void RecordOutput::PutStackOf(const Data::RecordView& record)
+{
+    const std::uint32_t stack = m_stacks.StackOf(record);
+    if (stack == 0 || !m_putStacks.insert(stack).second)
+        return;
+    for (const Data::StackFrame& frame : m_stacks.Frames(stack))
+        if (frame.module != 0 && m_putModules.insert(frame.module).second)
+            PutModule(frame.module);
+    m_writer.Stack(stack, m_stacks.Frames(stack));
+}
+
+void RecordOutput::PutModule(std::uint32_t number)
+{
+    const Data::CodeModule& module = m_stacks.Module(number);
+    m_writer.Module({{}, number, 0, module.begin, module.end, module.bias, {}, {}}, module.buildId, module.path);
+}
+
+void RecordOutput::Copy(const Data::RecordCursor& record)
 {
     PutMakeCurrents();
-    Put(Data::RecordView(record.data()).Header().id, record);
+    for (Data::RecordCursor inner = Data::UnfinishedRecords(record); inner.Next();)
+        PutStackOf(inner);
+    Put(record.Header().id, record.Bytes());
 }
 
 OutputCall MakeCall(Data::CallId call, std::initializer_list<OutputArgument> arguments, std::uint32_t returned)

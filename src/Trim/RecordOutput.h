@@ -3,11 +3,13 @@
 #include <cstdint>
 #include <initializer_list>
 #include <map>
+#include <set>
 #include <span>
 #include <vector>
 
 #include "Data/CallIds.h"
 #include "Data/Capture/CaptureWriter.h"
+#include "Data/Records/CallStacks.h"
 #include "Data/Records/RecordCursor.h"
 
 namespace Trim {
@@ -36,25 +38,30 @@ OutputCall MakeCall(Data::CallId call, std::initializer_list<OutputArgument> arg
 /// Writes records of another capture, and calls of its own, to a capture.
 class RecordOutput {
 public:
-    explicit RecordOutput(Data::CaptureWriter& writer) : m_writer(writer) {}
+    RecordOutput(Data::CaptureWriter& writer, Data::Diagnostics& diagnostics) : m_writer(writer), m_stacks(diagnostics)
+    {
+    }
 
     void SetThread(std::uint32_t thread)
     {
         m_thread = thread;
         m_writer.SetThread(thread);
     }
-    /// Copies a call; `call` is its number here. Vertices that came since the last call go along.
+    /// Copies a call; `call` is its number here. What is held for it goes along.
     void CopyCall(Data::CallId call, std::span<const std::uint8_t> record);
     /// Copies an eglMakeCurrent when something else is copied, unless the thread makes something current before that.
     void HoldMakeCurrent(std::span<const std::uint8_t> record)
     {
         m_makeCurrents[m_thread].assign(record.begin(), record.end());
+        DropHeld();
     }
-    /// Keeps client-side vertices for the call that they belong to.
-    void HoldVertices(std::span<const std::uint8_t> record);
-    void DropVertices() { m_vertices.clear(); }
+    /// Holds what belongs to the next call, such as its vertices, and stacks until a call is from them. False for other
+    /// records.
+    bool Hold(const Data::RecordView& record);
+    /// The call is not copied.
+    void DropHeld() { m_held.clear(); }
     /// Copies a record that is no call and no frame's or block's start or end.
-    void Copy(std::span<const std::uint8_t> record);
+    void Copy(const Data::RecordCursor& record);
     void Write(const OutputCall& call) { CopyCall(call.id, call.record); }
 
     [[nodiscard]] Data::CaptureWriter& Writer() { return m_writer; }
@@ -63,12 +70,18 @@ private:
     void Put(std::uint32_t id, std::span<const std::uint8_t> record);
     void PutCall(Data::CallId call, std::span<const std::uint8_t> record);
     void PutMakeCurrents();
+    void PutStackOf(const Data::RecordView& record);
+    void PutModule(std::uint32_t number);
 
     Data::CaptureWriter& m_writer;
+    Data::CallStacks m_stacks;
+    /// Those that are in the output.
+    std::set<std::uint32_t> m_putStacks;
+    std::set<std::uint32_t> m_putModules;
     std::uint32_t m_thread = 0;
     /// By thread.
     std::map<std::uint32_t, std::vector<std::uint8_t>> m_makeCurrents;
-    std::vector<std::vector<std::uint8_t>> m_vertices;
+    std::vector<std::vector<std::uint8_t>> m_held;
 };
 
 } // namespace Trim

@@ -171,7 +171,7 @@ void Trimmer::ReadContents(LiveReplay& replay)
 
 bool Trimmer::Write(Data::CaptureWriter& writer, Data::CaptureHeader& header)
 {
-    RecordOutput output(writer);
+    RecordOutput output(writer, m_diagnostics);
     FrontPart front(m_range);
     std::size_t index = 0;
     std::uint32_t thread = 0;
@@ -199,18 +199,16 @@ bool Trimmer::Write(Data::CaptureWriter& writer, Data::CaptureHeader& header)
 
 void Trimmer::WriteState(const Data::RecordCursor& record, std::size_t index, RecordOutput& output)
 {
-    if (record.Is(RecordId::VertexAttribData)) {
-        output.HoldVertices(record.Bytes());
+    if (output.Hold(record))
         return;
-    }
     const std::optional<Data::CallId> call = CallOf(record.Header());
     if (!m_selection.isKept[index]) {
         if (call)
-            output.DropVertices();
+            output.DropHeld();
         return;
     }
     if (!call) {
-        output.Copy(record.Bytes());
+        output.Copy(record);
         return;
     }
     if (m_tracker.Log().VerdictOf(index) == Verdict::KeepLast) {
@@ -277,12 +275,9 @@ void Trimmer::WriteFrame(const Data::RecordCursor& record, RecordOutput& output)
         if (Data::FrameHashRecord hash; record.Read(hash))
             writer.FrameHash(hash.surface, hash.width, hash.height, hash.hash);
         break;
-    case RecordId::VertexAttribData:
-        output.HoldVertices(record.Bytes());
-        break;
     default:
-        if (record.Header().id >= Data::FirstBuiltInId)
-            output.Copy(record.Bytes());
+        if (record.Header().id >= Data::FirstBuiltInId && !output.Hold(record))
+            output.Copy(record);
         break;
     }
 }

@@ -36,8 +36,8 @@ void UpdateModules()
     const ModuleSnapshot snapshot;
     const std::lock_guard lock(adding);
     const Capturing capturing;
-    if (capturing && modules.Take(snapshot, capturing))
-        table.Clear();
+    if (capturing)
+        modules.Take(snapshot, capturing, table);
 }
 
 /// The frames with their modules. What is not in any is code that was made at run time: unwinding may have got that

@@ -10,6 +10,7 @@
 
 #include "Data/Capture/Checksum.h"
 #include "Recorder/Capture.h"
+#include "Recorder/Stacks/StackTable.h"
 
 namespace Recorder {
 namespace {
@@ -116,43 +117,56 @@ bool LoadedModules::HaveChanged() const
 {
     std::uint64_t changes = 0;
     dl_iterate_phdr(&ReadChanges, &changes);
-    return changes != m_changes.load(std::memory_order_relaxed);
+    return changes != m_changes;
 }
 
-bool LoadedModules::Take(const ModuleSnapshot& snapshot, const Capturing& capturing)
+void LoadedModules::Take(const ModuleSnapshot& snapshot, const Capturing& capturing, StackTable& stacks)
 {
     // Another thread may have come with a later one.
     if (snapshot.Changes() <= m_changes)
-        return false;
-    m_changes = snapshot.Changes();
+        return;
     bool isReused = false;
-    for (const ModuleSnapshot::Module& module : snapshot.Modules()) {
-        const std::uint64_t hash = Data::Checksum(&module, sizeof module);
-        Known* const end = m_known.data() + m_knownCount;
-        Known* const first = std::find_if(
-            m_known.data(), end, [&](const Known& known) { return known.end > module.begin; });
-        Known* const next = std::find_if(first, end, [&](const Known& known) { return known.begin >= module.end; });
-        if (m_numbers == Data::MaxModules || (first != next && first->hash == hash))
-            continue;
-        isReused = isReused || first != next;
-        std::move(next, end, first);
-        m_knownCount -= static_cast<std::size_t>(next - first);
-        std::move_backward(first, m_known.data() + m_knownCount, m_known.data() + m_knownCount + 1);
-        ++m_knownCount;
+    for (const ModuleSnapshot::Module& module : snapshot.Modules())
+        isReused = Add(module, capturing) || isReused;
+    FindOwn();
+    if (isReused) {
+        m_wereReused = true;
+        stacks.Clear();
+    }
+    // Last: who sees it relies on the rest.
+    m_changes = snapshot.Changes();
+}
+
+bool LoadedModules::Add(const ModuleSnapshot::Module& module, const Capturing& capturing)
+{
+    const std::uint64_t hash = Data::Checksum(&module, sizeof module);
+    Known* const end = m_known.data() + m_knownCount;
+    Known* const first = std::find_if(
+        m_known.data(), end, [&](const Known& known) { return known.end > module.begin; });
+    Known* const next = std::find_if(first, end, [&](const Known& known) { return known.begin >= module.end; });
+    if (first != next && first->hash == hash)
+        return false;
+    // The new one takes the place of those that it overlaps.
+    const bool hasNumber = m_numbers < Data::MaxModules;
+    Known* const after = hasNumber ? first + 1 : first;
+    next < after ? std::move_backward(next, end, end + 1) : std::move(next, end, after);
+    m_knownCount += static_cast<std::size_t>(after - next);
+    if (hasNumber) {
         *first = {module.begin, module.end, hash, ++m_numbers};
         capturing->Module({{}, m_numbers, 0, module.begin, module.end, module.bias, {}, {}},
                           std::span(module.buildId).first(module.buildIdBytes), module.path.data());
     }
-    if (isReused)
-        m_wereReused = true;
-    if (const auto own = reinterpret_cast<std::uintptr_t>(&ReadChanges); m_ownEnd == 0) {
-        if (const std::uint32_t number = Find(own)) {
-            const Known& known = *std::ranges::find(m_known, number, &Known::number);
-            m_ownBegin = known.begin;
-            m_ownEnd = known.end;
-        }
-    }
-    return isReused;
+    return first != next;
+}
+
+void LoadedModules::FindOwn()
+{
+    const std::uint32_t number = m_ownEnd == 0 ? Find(reinterpret_cast<std::uintptr_t>(&ReadChanges)) : 0;
+    if (number == 0)
+        return;
+    const Known& own = *std::ranges::find(m_known, number, &Known::number);
+    m_ownBegin = own.begin;
+    m_ownEnd = own.end;
 }
 
 std::uint32_t LoadedModules::Find(std::uint64_t address) const

@@ -14,6 +14,7 @@
 namespace Recorder {
 
 class Capturing;
+class StackTable;
 
 /// What the dynamic linker has loaded at a moment. Asking takes the linker's lock, under which nothing is allocated.
 class ModuleSnapshot {
@@ -50,8 +51,9 @@ class LoadedModules {
 public:
     /// Modules were loaded or unloaded since the last snapshot that was taken. Any thread.
     [[nodiscard]] bool HaveChanged() const;
-    /// Appends those that are not in the capture yet. True when one of them lies where another one did.
-    [[nodiscard]] bool Take(const ModuleSnapshot& snapshot, const Capturing& capturing);
+    /// Appends those that are not in the capture yet. Where one of them lies where another one did, `stacks` are
+    /// cleared.
+    void Take(const ModuleSnapshot& snapshot, const Capturing& capturing, StackTable& stacks);
 
     /// The number of the module that has an address, 0 for none.
     [[nodiscard]] std::uint32_t Find(std::uint64_t address) const;
@@ -68,6 +70,10 @@ private:
         std::uint64_t hash;
         std::uint32_t number;
     };
+
+    /// True when it lies where another one did.
+    [[nodiscard]] bool Add(const ModuleSnapshot::Module& module, const Capturing& capturing);
+    void FindOwn();
 
     /// In the order of their addresses, which do not overlap. Also those that were unloaded, until others take their
     /// place.

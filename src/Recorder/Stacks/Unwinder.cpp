@@ -34,9 +34,10 @@ struct Walk {
 _Unwind_Reason_Code TakeFrame(_Unwind_Context* context, void* parameter)
 {
     Walk& walk = *static_cast<Walk*>(parameter);
-    if (walk.count == walk.addresses.size())
+    const std::uint64_t address = _Unwind_GetIP(context);
+    if (address == 0 || walk.count == walk.addresses.size())
         return _URC_END_OF_STACK;
-    walk.addresses[walk.count++] = _Unwind_GetIP(context);
+    walk.addresses[walk.count++] = address;
     return _URC_NO_REASON;
 }
 

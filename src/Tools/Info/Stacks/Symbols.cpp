@@ -28,14 +28,42 @@ std::string Demangled(const char* name)
     return status == 0 ? text.get() : name;
 }
 
+/// The declaration of a function: what describes it first, where others refer to that.
+Dwarf_Die DeclarationOf(Dwarf_Die die)
+{
+    Dwarf_Attribute attribute;
+    Dwarf_Die declaration;
+    for (const unsigned name : {DW_AT_abstract_origin, DW_AT_specification})
+        if (dwarf_formref_die(dwarf_attr(&die, name, &attribute), &declaration) != nullptr)
+            die = declaration;
+    return die;
+}
+
+/// With the classes that it belongs to. Functions that only their own file knows have no more than that.
+std::string PlainName(Dwarf_Die& die)
+{
+    const char* const own = dwarf_diename(&die);
+    std::string name = own != nullptr ? own : "";
+    Dwarf_Die declaration = DeclarationOf(die);
+    Dwarf_Die* scopes = nullptr;
+    const int count = dwarf_getscopes_die(&declaration, &scopes);
+    const Allocated<Dwarf_Die> owner(scopes, &std::free);
+    for (int i = 1; i < count; ++i) {
+        const int tag = dwarf_tag(&scopes[i]);
+        const bool isScope = tag == DW_TAG_class_type || tag == DW_TAG_structure_type || tag == DW_TAG_namespace;
+        const char* const scope = isScope ? dwarf_diename(&scopes[i]) : nullptr;
+        name = scope != nullptr ? scope + ("::" + name) : name;
+    }
+    return name;
+}
+
 std::string FunctionName(Dwarf_Die& die)
 {
     Dwarf_Attribute attribute;
     for (const unsigned name : {DW_AT_linkage_name, DW_AT_MIPS_linkage_name})
         if (const char* const linked = dwarf_formstring(dwarf_attr_integrate(&die, name, &attribute)))
             return Demangled(linked);
-    const char* const plain = dwarf_diename(&die);
-    return plain != nullptr ? plain : "";
+    return PlainName(die);
 }
 
 bool IsInlined(Dwarf_Die& die)
