@@ -54,17 +54,27 @@ std::span<const Data::StackFrame> Locate(std::span<const std::uint64_t> addresse
     return std::span(frames).first(count);
 }
 
+/// What tells one stack from another: the addresses, and the modules as well where an address may be in several.
+std::span<const std::uint64_t> KeyOf(std::span<const std::uint64_t> addresses,
+                                     std::span<const Data::StackFrame> located)
+{
+    static_assert(sizeof(Data::StackFrame) == 2 * sizeof(std::uint64_t));
+    if (modules.WerePlacesReused())
+        return {reinterpret_cast<const std::uint64_t*>(located.data()), 2 * located.size()};
+    return addresses.first(located.size());
+}
+
 std::uint32_t Add(std::span<const std::uint64_t> addresses)
 {
     std::array<Data::StackFrame, Data::MaxStackFrames> frames;
     const std::lock_guard lock(adding);
     const std::span<const Data::StackFrame> located = Locate(addresses, frames);
-    addresses = addresses.first(located.size());
-    if (const std::uint32_t known = table.Find(addresses))
+    const std::span<const std::uint64_t> key = KeyOf(addresses, located);
+    if (const std::uint32_t known = table.Find(key))
         return known;
     // Whoever finds the new number commits what has it after this.
     const Capturing capturing;
-    const std::uint32_t added = capturing ? table.Add(addresses) : 0;
+    const std::uint32_t added = capturing ? table.Add(key) : 0;
     if (added != 0)
         capturing->Stack(added, located);
     else if (capturing)
@@ -92,12 +102,13 @@ std::uint32_t TakeStack() noexcept
     const int savedErrno = errno;
     UpdateModules();
     std::array<std::uint64_t, MaxOwnFrames + Data::MaxStackFrames> addresses;
-    std::span<const std::uint64_t> stack = std::span(addresses).first(Unwind(addresses, modules.WerePlacesReused()));
+    const bool wereReused = modules.WerePlacesReused();
+    std::span<const std::uint64_t> stack = std::span(addresses).first(Unwind(addresses, wereReused));
     const auto programs =
         std::ranges::find_if(stack, [](std::uint64_t address) { return !modules.IsOwn(address); }) - stack.begin();
     stack = stack.subspan(static_cast<std::size_t>(programs));
     stack = stack.first(std::min<std::size_t>(stack.size(), Data::MaxStackFrames));
-    std::uint32_t number = stack.empty() ? 0 : table.Find(stack);
+    std::uint32_t number = wereReused || stack.empty() ? 0 : table.Find(stack);
     if (number == 0 && !stack.empty())
         number = Add(stack);
     errno = savedErrno;

@@ -129,12 +129,27 @@ void LoadedModules::Take(const ModuleSnapshot& snapshot, const Capturing& captur
     for (const ModuleSnapshot::Module& module : snapshot.Modules())
         isReused = Add(module, capturing) || isReused;
     FindOwn();
-    if (isReused) {
+    if (isReused && !m_wereReused) {
         m_wereReused = true;
         stacks.Clear();
     }
     // Last: who sees it relies on the rest.
     m_changes = snapshot.Changes();
+}
+
+std::uint32_t LoadedModules::NumberOf(const ModuleSnapshot::Module& module, std::uint64_t hash,
+                                      const Capturing& capturing)
+{
+    const std::span<std::uint64_t> hashes = std::span(m_hashes).first(m_numbers);
+    const auto found = std::ranges::find(hashes, hash);
+    if (found != hashes.end())
+        return static_cast<std::uint32_t>(found - hashes.begin()) + 1;
+    if (m_numbers == Data::MaxModules)
+        return 0;
+    m_hashes[m_numbers++] = hash;
+    capturing->Module({{}, m_numbers, 0, module.begin, module.end, module.bias, {}, {}},
+                      std::span(module.buildId).first(module.buildIdBytes), module.path.data());
+    return m_numbers;
 }
 
 bool LoadedModules::Add(const ModuleSnapshot::Module& module, const Capturing& capturing)
@@ -147,15 +162,12 @@ bool LoadedModules::Add(const ModuleSnapshot::Module& module, const Capturing& c
     if (first != next && first->hash == hash)
         return false;
     // The new one takes the place of those that it overlaps.
-    const bool hasNumber = m_numbers < Data::MaxModules;
-    Known* const after = hasNumber ? first + 1 : first;
+    const std::uint32_t number = NumberOf(module, hash, capturing);
+    Known* const after = number != 0 ? first + 1 : first;
     next < after ? std::move_backward(next, end, end + 1) : std::move(next, end, after);
-    m_knownCount += static_cast<std::size_t>(after - next);
-    if (hasNumber) {
-        *first = {module.begin, module.end, hash, ++m_numbers};
-        capturing->Module({{}, m_numbers, 0, module.begin, module.end, module.bias, {}, {}},
-                          std::span(module.buildId).first(module.buildIdBytes), module.path.data());
-    }
+    m_knownCount = m_knownCount + static_cast<std::size_t>(after - first) - static_cast<std::size_t>(next - first);
+    if (number != 0)
+        *first = {module.begin, module.end, hash, number};
     return first != next;
 }
 

@@ -51,8 +51,8 @@ class LoadedModules {
 public:
     /// Modules were loaded or unloaded since the last snapshot that was taken. Any thread.
     [[nodiscard]] bool HaveChanged() const;
-    /// Appends those that are not in the capture yet. Where one of them lies where another one did, `stacks` are
-    /// cleared.
+    /// Appends those that are not in the capture yet. When for the first time one of them lies where another one did,
+    /// `stacks` are cleared.
     void Take(const ModuleSnapshot& snapshot, const Capturing& capturing, StackTable& stacks);
 
     /// The number of the module that has an address, 0 for none.
@@ -71,6 +71,9 @@ private:
         std::uint32_t number;
     };
 
+    /// Its number, which it is given if it is new; 0 when there are too many.
+    [[nodiscard]] std::uint32_t NumberOf(const ModuleSnapshot::Module& module, std::uint64_t hash,
+                                         const Capturing& capturing);
     /// True when it lies where another one did.
     [[nodiscard]] bool Add(const ModuleSnapshot::Module& module, const Capturing& capturing);
     void FindOwn();
@@ -79,6 +82,8 @@ private:
     /// place.
     std::array<Known, Data::MaxModules> m_known = {};
     std::size_t m_knownCount = 0;
+    /// Of all that are in the capture, by their numbers from 1.
+    std::array<std::uint64_t, Data::MaxModules> m_hashes = {};
     std::uint32_t m_numbers = 0;
     std::atomic<std::uint64_t> m_changes = 0;
     std::atomic<std::uint64_t> m_ownBegin = 0;

@@ -18,28 +18,27 @@ bool StackTable::Open()
     return true;
 }
 
-std::uint32_t StackTable::Find(std::span<const std::uint64_t> addresses) const
+std::uint32_t StackTable::Find(std::span<const std::uint64_t> key) const
 {
-    const std::uint64_t hash = Data::Checksum(addresses.data(), addresses.size_bytes());
+    const std::uint64_t hash = Data::Checksum(key.data(), key.size_bytes());
     for (std::uint64_t slot = hash % Slots;; slot = (slot + 1) % Slots) {
         const std::uint32_t number = m_memory->slots[slot].load(std::memory_order_acquire);
         if (number == 0)
             return 0;
         const Entry& entry = m_memory->entries[number];
-        if (entry.hash == hash &&
-            std::ranges::equal(addresses, std::span(m_memory->addresses + entry.first, entry.count)))
+        if (entry.hash == hash && std::ranges::equal(key, std::span(m_memory->words + entry.first, entry.count)))
             return number;
     }
 }
 
-std::uint32_t StackTable::Add(std::span<const std::uint64_t> addresses)
+std::uint32_t StackTable::Add(std::span<const std::uint64_t> key)
 {
-    if (m_count == Data::MaxStacks || addresses.size() > MaxAddresses - m_addressCount)
+    if (m_count == Data::MaxStacks || key.size() > MaxWords - m_wordCount)
         return 0;
-    const std::uint64_t hash = Data::Checksum(addresses.data(), addresses.size_bytes());
-    std::ranges::copy(addresses, m_memory->addresses + m_addressCount);
-    m_memory->entries[++m_count] = {hash, m_addressCount, static_cast<std::uint32_t>(addresses.size())};
-    m_addressCount += static_cast<std::uint32_t>(addresses.size());
+    const std::uint64_t hash = Data::Checksum(key.data(), key.size_bytes());
+    std::ranges::copy(key, m_memory->words + m_wordCount);
+    m_memory->entries[++m_count] = {hash, m_wordCount, static_cast<std::uint32_t>(key.size())};
+    m_wordCount += static_cast<std::uint32_t>(key.size());
     std::uint64_t slot = hash % Slots;
     while (m_memory->slots[slot].load(std::memory_order_relaxed) != 0)
         slot = (slot + 1) % Slots;
