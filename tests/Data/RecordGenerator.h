@@ -14,8 +14,7 @@
 
 namespace Data {
 
-inline constexpr std::uint32_t builtInCount =
-    static_cast<std::uint32_t>(RecordId::MultisampleTexture) - firstBuiltInId + 2;
+inline constexpr std::uint32_t builtInCount = static_cast<std::uint32_t>(RecordId::CallStack) - FirstBuiltInId + 2;
 inline constexpr std::uint32_t maxBodyBytes = 2048;
 
 /// Builds records that are well-formed, mostly, so that a mutator gets deep.
@@ -29,7 +28,7 @@ public:
         const std::uint32_t number = Below(6) == 0 ? callCount + Below(builtInCount) : Call();
         return Record(number, number < callCount
                                   ? CallBody(static_cast<CallId>(number))
-                                  : BuiltInBody(static_cast<RecordId>(firstBuiltInId + number - callCount)));
+                                  : BuiltInBody(static_cast<RecordId>(FirstBuiltInId + number - callCount)));
     }
 
     /// A buffer, mapped, and the bytes that are written to it: what a mutator would not find by itself.
@@ -57,7 +56,7 @@ public:
         call(CallId::glBufferData, {Enum::ArrayBuffer, 256, 0, 0});
         call(CallId::glMapBufferRange, {0x5000, Enum::ArrayBuffer, 0, bytes, 2});
         for (const RecordId id : {RecordId::FlushMappedBufferRange, RecordId::UnmapBuffer})
-            add(callCount + static_cast<std::uint32_t>(id) - firstBuiltInId, BuiltInBody(id));
+            add(callCount + static_cast<std::uint32_t>(id) - FirstBuiltInId, BuiltInBody(id));
         return records;
     }
 
@@ -236,6 +235,19 @@ private:
             texture.layerBytes = Below(2) == 0 ? Number() : 16;
             texture.data = Behind<MultisampleTextureRecord>(bytes);
             return Body(texture, bytes);
+        }
+        case RecordId::Module: {
+            const PointerSlot slot = Behind<ModuleRecord>(bytes);
+            ModuleRecord module{{}, 1 + Below(4), 0, 0, Number(), Number(), slot, slot};
+            return Body(module, bytes);
+        }
+        case RecordId::Stack: {
+            StackRecord stack{{}, 1 + Below(4), 0, Behind<StackRecord>(bytes / 16 * 16)};
+            return Body(stack, bytes);
+        }
+        case RecordId::CallStack: {
+            CallStackRecord call{{}, Below(5), 0};
+            return Body(call, 0);
         }
         default: {
             TextRecord text{{}, Number(), Behind<TextRecord>(bytes)};

@@ -21,6 +21,7 @@
 #include "Data/Capture/CaptureWriter.h"
 #include "Data/Capture/SummaryReader.h"
 #include "Data/Records/CallParameters.h"
+#include "Data/Records/CallStacks.h"
 #include "RecordGenerator.h"
 #include "TouchingAdapters.h"
 
@@ -131,7 +132,7 @@ void RunRecords(std::span<const std::uint8_t> input)
         const std::size_t body = std::min<std::size_t>({bytes, maxBodyBytes, input.size() - at});
         const std::uint32_t id = number % (callCount + builtInCount);
         const RecordHeader header{static_cast<std::uint32_t>(RoundUp8(sizeof header + body)),
-                                  id < callCount ? id : firstBuiltInId + id - callCount};
+                                  id < callCount ? id : FirstBuiltInId + id - callCount};
         const std::size_t place = chunk.size();
         chunk.resize(place + header.bytes / 8);
         std::memcpy(&chunk[place], &header, sizeof header);
@@ -143,11 +144,15 @@ void RunRecords(std::span<const std::uint8_t> input)
     const auto memory = std::make_unique<std::uint64_t[]>(chunk.size());
     std::copy(chunk.begin(), chunk.end(), memory.get());
     Diagnostics diagnostics("fuzz", [](const std::string&) {});
+    const auto bytes = static_cast<std::uint32_t>(chunk.size() * 8);
+    CallStacks stacks(diagnostics);
+    for (RecordCursor cursor(reinterpret_cast<std::uint8_t*>(memory.get()), bytes, 0); cursor.Next();)
+        if (const std::uint32_t stack = stacks.Take(cursor) ? 0 : stacks.StackOf(cursor))
+            for (const StackFrame& frame : stacks.Frames(stack))
+                if (frame.module != 0 && stacks.Module(frame.module).path == "?")
+                    std::abort();
     FrameProcessor processor(EmptySource(), Preload::No, diagnostics);
-    Drive(processor, [&] {
-        processor.ProcessChunk(reinterpret_cast<std::uint8_t*>(memory.get()),
-                               static_cast<std::uint32_t>(chunk.size() * 8));
-    });
+    Drive(processor, [&] { processor.ProcessChunk(reinterpret_cast<std::uint8_t*>(memory.get()), bytes); });
 }
 
 } // namespace

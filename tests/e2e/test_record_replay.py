@@ -1,8 +1,10 @@
 """Programs are recorded, and the replay has the same pixels: off screen without a compositor, and in a window."""
 
+import json
+import shutil
 import unittest
 
-from harness import RECORD, SPINNING, WITH_WESTON, EndToEndTest
+from harness import BUILD, INFO, RECORD, ROOT, SPINNING, TRIM, WITH_WESTON, EndToEndTest
 
 
 class RecordAndReplay(EndToEndTest):
@@ -58,6 +60,49 @@ class RecordAndReplay(EndToEndTest):
             kill $client; exit $status""")
         self.verify("recorded.glcap")
         self.verify("recorded.glcap", compositor=True)
+
+
+class Stacks(EndToEndTest):
+    """Where in the program calls came from."""
+
+    def listed(self, capture, *options):
+        lines = self.run_program(INFO, "--dump", "--json", "--stacks", *options, capture).stdout.splitlines()
+        return [json.loads(line) for line in lines]
+
+    def assertNamed(self, draw):
+        """The innermost function is the one that calls, at the line where it does."""
+        place = draw["stack"][0]
+        source = (ROOT / "samples/spinning" / place["file"].rpartition("/")[2]).read_text().splitlines()
+        self.assertIn(draw["name"], source[place["line"] - 1])
+        self.assertTrue(place["function"].endswith("::Draw"), place)
+        self.assertIn("main", [frame.get("function") for frame in draw["stack"]])
+
+    def test_of_draws(self):
+        program = self.dir / "spinning"
+        shutil.copy(SPINNING, program)
+        capture = self.record(program, "--frames", "5", "--pbuffer", options=("--stacks", "draws"), compositor=False)
+        self.verify(capture)
+        program.unlink()
+        # The file has another place by now.
+        draws = self.listed(capture, "--calls", "glDraw*", "--debug-path", BUILD / "samples")
+        self.assertEqual(len(draws), 20)
+        for draw in draws:
+            self.assertNamed(draw)
+        self.assertFalse(any("stack" in call for call in self.listed(capture, "--calls", "glClear")))
+        away = self.listed(capture, "--calls", "glDraw*", "--frames", "3")[0]["stack"][0]
+        self.assertEqual(away["module"], str(program))
+        self.assertNotIn("function", away)
+
+    def test_of_all_calls_and_of_frames_cut_out(self):
+        capture = self.record(SPINNING, "--frames", "5", "--pbuffer", options=("--stacks", "all"), compositor=False)
+        calls = [call for call in self.listed(capture) if "name" in call]
+        self.assertTrue(all("stack" in call for call in calls), [call for call in calls if "stack" not in call])
+        self.run_program(TRIM, "--frames", "4-5", "-o", "trimmed.glcap", capture)
+        self.verify("trimmed.glcap")
+        draws = [call for call in self.listed("trimmed.glcap", "--frames", "2-") if call.get("name", "").startswith("glDraw")]
+        self.assertEqual(len(draws), 4)
+        for draw in draws:
+            self.assertNamed(draw)
 
 
 if __name__ == "__main__":
