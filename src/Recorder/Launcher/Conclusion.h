@@ -29,7 +29,7 @@ public:
     void Add(const Recording& recording, const std::filesystem::path& name, const std::string& error);
 
     [[nodiscard]] bool IsEmpty() const { return m_captures.empty(); }
-    /// Of the recording of a command without captures. Answers the exit status.
+    /// Of a recording without captures. Answers the exit status.
     [[nodiscard]] int TellNothing() const;
     void Tell() const;
     /// All could be written whole and got their names.

@@ -99,12 +99,14 @@ std::string ProgramNames(const std::vector<ProcessReport>& reports)
     return names;
 }
 
-std::string WhyWithoutOtherWay(const std::string& command, const ProgramEnd& end,
+std::string WhyWithoutOtherWay(const RecordingOptions& options, const ProgramEnd& end,
                                const std::vector<ProcessReport>& reports)
 {
-    if (FindReport(reports, end.process) == nullptr) {
-        const std::string why = WhyNotLoaded(command);
-        return why.empty() ? command + " did not load the recorder: LD_PRELOAD does nothing in it." : why;
+    if (options.command.empty() && reports.empty())
+        return "no program loaded the recorder and found " + options.folder + ".";
+    if (!options.command.empty() && FindReport(reports, end.process) == nullptr) {
+        const std::string why = WhyNotLoaded(options.command[0]);
+        return why.empty() ? options.command[0] + " did not load the recorder: LD_PRELOAD does nothing in it." : why;
     }
     const auto caller = std::ranges::find_if(reports, &ProcessReport::egl);
     if (caller != reports.end())
@@ -141,7 +143,7 @@ std::string WhyNothingRecorded(const RecordingOptions& options, const ProgramEnd
         return report->program + (wasHidden ? WasHidden : way.sentence) + OnlyEs +
                (helps ? TryPreferEs + WithPreferEs(options.invocation) : AdviceByToolkit(*report));
     }
-    return WhyWithoutOtherWay(options.command[0], end, reports);
+    return WhyWithoutOtherWay(options, end, reports);
 }
 
 std::string HowItDied(const std::string& command, const ProgramEnd& end)

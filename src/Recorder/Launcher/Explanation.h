@@ -9,7 +9,8 @@
 
 namespace Recorder {
 
-/// Sentences for the user, in several lines. Of a program that ran and of which there is no OpenGL ES call.
+/// Sentences for the user, in several lines. Of a program that ran, or of those that others started, of which there is
+/// no OpenGL ES call.
 [[nodiscard]] std::string WhyNothingRecorded(const RecordingOptions& options, const ProgramEnd& end,
                                              const std::vector<ProcessReport>& reports);
 

@@ -60,8 +60,7 @@ int Conclude(const RecordingOptions& options, std::vector<ProcessReport> reports
     for (const Recording& recording : CollectRecordings(options.folder, 0, beginUs))
         conclusion.Add(recording, recording.file, "");
     if (conclusion.IsEmpty())
-        return Trouble("NOTHING WAS RECORDED: no program with these variables made an OpenGL ES call",
-                       ExitStatus::Differed);
+        return conclusion.TellNothing();
     conclusion.Tell();
     return static_cast<int>(conclusion.WasWritten() ? ExitStatus::Done : ExitStatus::NotWritten);
 }
