@@ -11,6 +11,7 @@
 #include <pthread.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
+#include <type_traits>
 #include <unistd.h>
 
 #include "Recorder/CaptureName.h"
@@ -37,12 +38,9 @@ struct Streams {
     pthread_key_t key = {};
     bool hasKey = false;
 };
-/// Never destroyed: threads end until the very end.
-Streams& TheStreams()
-{
-    static Streams& streams = *new Streams;
-    return streams;
-}
+/// Nothing of it is destroyed: threads end until the very end.
+constinit Streams streams;
+static_assert(std::is_trivially_destructible_v<Streams>);
 
 /// Threads give their stream back late: destructors of the program's may make calls before. Values count the rounds of
 /// destructors, from 0, and the streams, from 1.
@@ -50,7 +48,6 @@ void GiveBack(void* value)
 {
     constexpr std::uintptr_t LastRound = 2;
     const std::uintptr_t number = reinterpret_cast<std::uintptr_t>(value) - 1;
-    Streams& streams = TheStreams();
     if (number / MaxStreams < LastRound &&
         pthread_setspecific(streams.key, reinterpret_cast<void*>(number + 1 + MaxStreams)) == 0)
         return;
@@ -209,7 +206,6 @@ Channel* OpenChannel(const std::string& folder, std::string& error)
 RecordStream* TakeStream(Channel& channel) noexcept
 {
     try {
-        Streams& streams = TheStreams();
         const std::lock_guard lock(streams.mutex);
         streams.hasKey = streams.hasKey || pthread_key_create(&streams.key, &GiveBack) == 0;
         for (std::uint32_t i = 0; i < MaxStreams && streams.hasKey; ++i) {
