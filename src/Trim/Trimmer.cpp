@@ -5,6 +5,7 @@
 
 #include <EGL/egl.h>
 
+#include "Data/Records/ProgramEnd.h"
 #include "Data/Records/RecordWalk.h"
 #include "Trim/Restore/NeutralUploads.h"
 
@@ -275,11 +276,31 @@ void Trimmer::WriteFrame(const Data::RecordCursor& record, RecordOutput& output)
         if (Data::FrameHashRecord hash; record.Read(hash))
             writer.FrameHash(hash.surface, hash.width, hash.height, hash.hash);
         break;
+    case RecordId::Unfinished:
+        WriteUnfinished(record, output);
+        break;
     default:
         if (record.Header().id >= Data::FirstBuiltInId && !output.Hold(record))
             output.Copy(record);
         break;
     }
+}
+
+void Trimmer::WriteUnfinished(const Data::RecordCursor& record, RecordOutput& output) const
+{
+    std::vector<std::uint8_t> records;
+    for (Data::RecordCursor inner = Data::UnfinishedRecords(record); inner.Next();) {
+        Data::RecordHeader header = inner.Header();
+        if (header.id < Data::FirstBuiltInId) {
+            const std::optional<Data::CallId> call = CallOf(header);
+            if (!call)
+                return;
+            header.id = static_cast<std::uint32_t>(*call);
+            std::memcpy(inner.Record(), &header, sizeof header);
+        }
+        records.insert(records.end(), inner.Bytes().begin(), inner.Bytes().end());
+    }
+    output.Writer().Unfinished(records.data(), static_cast<std::uint32_t>(records.size()));
 }
 
 void Trimmer::WriteMakeCurrent(RecordOutput& output, const Current& current)

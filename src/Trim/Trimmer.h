@@ -25,7 +25,8 @@ namespace Trim {
 /// frame depends on, as a state-setup block, and the frames themselves as they are.
 class Trimmer {
 public:
-    /// `source` and `diagnostics` must outlive this. `progress` hears of each frame that was replayed.
+    /// `source` and `diagnostics` must outlive this. A range without an end keeps what comes after the last frame too,
+    /// the calls that the program ended in included. `progress` hears of each frame that was replayed.
     Trimmer(Data::CaptureSource& source, Data::Diagnostics& diagnostics, Util::FrameRange range,
             std::function<void(std::uint32_t)> progress)
         : m_source(source), m_diagnostics(diagnostics), m_range(range), m_progress(std::move(progress))
@@ -47,6 +48,8 @@ private:
     void WriteState(const Data::RecordCursor& record, std::size_t index, RecordOutput& output);
     void WriteContents(RecordOutput& output);
     void WriteFrame(const Data::RecordCursor& record, RecordOutput& output);
+    /// Calls that had not returned, by their numbers here.
+    void WriteUnfinished(const Data::RecordCursor& record, RecordOutput& output) const;
     static void WriteMakeCurrent(RecordOutput& output, const Current& current);
     /// The call of a record; nothing when this program does not know it.
     [[nodiscard]] std::optional<Data::CallId> CallOf(const Data::RecordHeader& header) const;

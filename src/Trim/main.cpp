@@ -1,7 +1,9 @@
 // playback-trim: cuts frames out of a capture, so that they can be replayed without those in front.
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "Data/Capture/CaptureWriter.h"
@@ -19,18 +21,24 @@ using Util::ExitStatus;
 using Util::FrameRange;
 
 constexpr Util::Option Options[] = {
-    {"--frames", "A-B", "frames to keep, counted from 1, both included; A- keeps all from A on, A only that one",
+    {"--frames", "A-B",
+     "frames to keep, counted from 1, both included; A- keeps all from A on, the calls after the last frame included; "
+     "A "
+     "only that one",
      "Options"},
     {"-o", "FILE", "capture to write", "Options"},
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},
 };
 constexpr const char* Usage =
-    "Usage: playback-trim IN.glcap --frames A-B -o OUT.glcap\n"
+    "Usage: playback-trim IN.glcap [CONTINUED.glcap...] --frames A-B -o OUT.glcap\n"
     "\n"
     "Writes a capture of frames A to B of another one, with a state-setup block in front that\n"
     "brings all objects to the state that they have at frame A. Replays the frames before A\n"
-    "off screen to learn what they drew. The frames keep their times.";
+    "off screen to learn what they drew. The frames keep their times.\n"
+    "\n"
+    "Several files are read as one capture where each goes on where the one in front of it ends, as\n"
+    "those do that playback-record keeps while it records and cuts at the same time.";
 
 void Say(const std::string& text)
 {
@@ -60,11 +68,11 @@ Data::CaptureHeader HeaderOfPart(Data::CaptureHeader header, const std::string& 
 ExitStatus WriteTrimmed(Data::CaptureSource& source, const std::string& input, const std::string& output,
                         FrameRange range)
 {
-    Data::Diagnostics diagnostics(
-        input, [](const std::string& line) { Say(line); });
+    Data::Diagnostics diagnostics(input, [](const std::string& line) { Say(line); });
+    const std::uint32_t last = std::min(range.last, source.FrameCount());
     const auto tooShort = [&] {
         return Fail(ExitStatus::Unreadable,
-                    input + ": could not be read up to frame " + std::to_string(range.last) + "; nothing was written");
+                    input + ": could not be read up to frame " + std::to_string(last) + "; nothing was written");
     };
     // Errors that the program made are part of the capture.
     Core::Log::SetLevel(0);
@@ -102,23 +110,22 @@ ExitStatus WriteTrimmed(Data::CaptureSource& source, const std::string& input, c
     diagnostics.Summary();
     for (const std::string& what : trimmer.Missing())
         Say("the default framebuffer's contents are written without " + what);
-    Say(output + ": frames " + std::to_string(range.first) + " to " + std::to_string(range.last) + " of " + input);
+    Say(output + ": frames " + std::to_string(range.first) + " to " + std::to_string(last) + " of " + input);
     return ExitStatus::Done;
 }
 
 /// What is wrong with the command line; empty when it can be followed.
 std::string FaultOf(const Util::ParseArgs::CmdLineArgs& args)
 {
-    if (args.positional.size() != 1)
-        return args.positional.empty() ? "no file is given"
-                                       : "one file expected, found a second one: " + args.positional[1];
+    if (args.positional.empty())
+        return "no file is given";
     const std::string* const frames = args.FindValue("--frames");
     const std::string* const output = args.FindValue("-o");
     if (!frames || !output)
         return frames ? "-o is missing" : "--frames is missing";
     if (!Util::ParseFrameRange(*frames))
         return "--frames needs A-B with A from 1 and B not below A, or A- or A, found \"" + *frames + "\"";
-    if (args.positional[0] == "-" || *output == "-")
+    if (std::ranges::find(args.positional, "-") != args.positional.end() || *output == "-")
         return "a capture is read from a file and written to one, not from standard input or to standard output";
     return {};
 }
@@ -144,19 +151,23 @@ ExitStatus Run(int argc, char** argv)
     const std::string& output = *parsed.args.FindValue("-o");
     const std::string& input = parsed.args.positional.front();
     const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(input, error);
-    if (!source)
+    for (const std::string& next : std::span(parsed.args.positional).subspan(1))
+        error = source && error.empty() ? source->Continue(next) : error;
+    if (!error.empty())
         return Fail(ExitStatus::Unreadable, error);
     const std::string count = input + ": has " + std::to_string(source->FrameCount()) + " frames";
     if (range.first > source->FrameCount())
         return Fail(ExitStatus::Usage, count + ", expected at least " + std::to_string(range.first));
-    if (range.last > source->FrameCount()) {
+    // A capture that breaks off has no more than its whole frames.
+    if (range.last > source->FrameCount() && (range.last != FrameRange::NoEnd || !source->IsComplete())) {
         if (range.last != FrameRange::NoEnd)
             Say(count + "; cut up to the last one");
         range.last = source->FrameCount();
     }
     std::error_code none;
-    if (std::filesystem::equivalent(input, output, none))
-        return Fail(ExitStatus::Usage, output + ": is the capture that is read");
+    for (const std::string& file : parsed.args.positional)
+        if (std::filesystem::equivalent(file, output, none))
+            return Fail(ExitStatus::Usage, output + ": is the capture that is read");
     return WriteTrimmed(*source, input, output, range);
 }
 

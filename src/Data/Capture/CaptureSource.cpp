@@ -1,5 +1,6 @@
 #include "Data/Capture/CaptureSource.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -11,8 +12,25 @@
 #include <zstd.h>
 
 #include "Data/Capture/Checksum.h"
+#include "Data/Records/RecordCursor.h"
 
 namespace Data {
+
+namespace {
+
+void ShiftTimes(const Chunk& chunk, std::int64_t shiftUs)
+{
+    RecordCursor record(chunk);
+    FrameEndRecord end;
+    while (record.Next()) {
+        if (record.Is(RecordId::FrameEnd) && record.Read(end)) {
+            end.timeUs += static_cast<std::uint64_t>(shiftUs);
+            std::memcpy(record.Record(), &end, sizeof end);
+        }
+    }
+}
+
+} // namespace
 
 std::unique_ptr<CaptureSource> CaptureSource::Open(const std::string& path, std::string& error)
 {
@@ -227,8 +245,42 @@ std::size_t CaptureSource::ChunkOfFrame(std::uint32_t frame) const
     return 0;
 }
 
+std::string CaptureSource::Continue(const std::string& path)
+{
+    std::string error;
+    std::unique_ptr<CaptureSource> next = Open(path, error);
+    if (!next)
+        return error;
+    const std::uint32_t frames = FrameCount();
+    const std::uint32_t expected = std::max<std::uint32_t>(m_header.originFrame, 1) + frames;
+    if (next->m_header.originFrame != expected) {
+        return path + ": does not continue the file in front of it: expected a capture from frame " +
+               std::to_string(expected) + " on, found one from " + std::to_string(next->m_header.originFrame);
+    }
+    if (next->m_calls != m_calls)
+        return path + ": does not continue the file in front of it: it has other calls";
+    const std::uint64_t begin = m_continuations.empty()
+                                    ? m_fileBytes
+                                    : m_continuations.back().begin + m_continuations.back().source->FileBytes();
+    for (const IndexEntry& chunk : next->m_chunks)
+        m_chunks.push_back({begin + chunk.fileOffset, frames + chunk.framesBefore, chunk.frames});
+    m_isComplete = m_isComplete && next->m_isComplete;
+    const auto shiftUs = static_cast<std::int64_t>(next->m_header.startTimeUs - m_header.startTimeUs);
+    m_continuations.push_back({std::move(next), begin, shiftUs});
+    return {};
+}
+
 std::string CaptureSource::ReadChunk(const IndexEntry& entry, Chunk& chunk)
 {
+    const auto found = std::find_if(m_continuations.rbegin(), m_continuations.rend(),
+                                    [&](const Continuation& next) { return next.begin <= entry.fileOffset; });
+    if (found != m_continuations.rend()) {
+        std::string trouble =
+            found->source->ReadChunk({entry.fileOffset - found->begin, entry.framesBefore, entry.frames}, chunk);
+        if (trouble.empty())
+            ShiftTimes(chunk, found->shiftUs);
+        return trouble;
+    }
     ChunkHeader header = {};
     return ReadChunkAt(entry.fileOffset, ChunkKind::Records, chunk, header);
 }

@@ -34,10 +34,15 @@ public:
     CaptureSource(const CaptureSource&) = delete;
     CaptureSource& operator=(const CaptureSource&) = delete;
 
+    /// Adds the chunks of another file, in which the same recording goes on, as if they were of this one. Before chunks
+    /// are read. Empty when that went well, else what is wrong with that file, which it names.
+    std::string Continue(const std::string& path);
+
     [[nodiscard]] const CaptureHeader& Header() const { return m_header; }
     [[nodiscard]] const std::vector<FileCall>& Calls() const { return m_calls; }
     /// The chunks of records, in order.
     [[nodiscard]] const std::vector<IndexEntry>& Chunks() const { return m_chunks; }
+    /// Of the first file.
     [[nodiscard]] std::uint64_t FileBytes() const { return m_fileBytes; }
     /// Whole frames in those chunks, as the file says.
     [[nodiscard]] std::uint32_t FrameCount() const;
@@ -55,6 +60,14 @@ public:
     [[nodiscard]] std::uint64_t ChunkTimeUs(const IndexEntry& entry) const;
 
 private:
+    struct Continuation {
+        std::unique_ptr<CaptureSource> source;
+        /// What its offsets are counted from in m_chunks.
+        std::uint64_t begin;
+        /// Added to its times, which count from the start of the recording, for the times of the first file.
+        std::int64_t shiftUs;
+    };
+
     CaptureSource() = default;
     std::string ReadHeader();
     std::string ReadCallTable();
@@ -77,6 +90,7 @@ private:
     ZSTD_DCtx_s* m_decompressor = nullptr;
     /// A chunk as it lies in the file.
     std::vector<std::uint8_t> m_stored;
+    std::vector<Continuation> m_continuations;
 };
 
 } // namespace Data

@@ -28,6 +28,8 @@ struct FileCall {
     std::string signature;
     /// The call of this program with that name and signature; callCount when there is none.
     std::uint32_t known = callCount;
+
+    bool operator==(const FileCall&) const = default;
 };
 
 /// The table of the files that this program writes.
