@@ -1,5 +1,6 @@
 #include "Recorder/Capture.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
@@ -35,7 +36,8 @@ std::atomic<bool> fileIsOurs = true;
 /// Held until the file is finished, so that nobody ends the process before that.
 std::mutex finishing;
 
-bool hashesWanted = false;
+/// The first frame that is hashed; 0: none is.
+std::uint32_t firstHashed = 0;
 std::uint32_t lastFrame = 0;
 
 /// Says that a capture goes on, in a page of its own that is zero in children.
@@ -62,6 +64,11 @@ std::string Environment(const char* name)
 {
     const char* const value = std::getenv(name);
     return value != nullptr ? value : "";
+}
+
+std::uint32_t Number(const char* name)
+{
+    return static_cast<std::uint32_t>(std::strtoul(Environment(name).c_str(), nullptr, 10));
 }
 
 /// The command line of this process, joined by spaces.
@@ -125,8 +132,8 @@ void AfterForkInChild()
 bool Begin()
 {
     Report(Finding::Egl, "");
-    hashesWanted = !Environment(HashVariable).empty();
-    lastFrame = static_cast<std::uint32_t>(std::strtoul(Environment(FramesVariable).c_str(), nullptr, 10));
+    firstHashed = Environment(HashVariable).empty() ? 0 : std::max(Number(HashVariable), 1u);
+    lastFrame = Number(FramesVariable);
     Data::CaptureHeader& header = capture.header;
     header.startTimeUs = RealTimeUs();
     header.toolVersion = PLAYBACK_VERSION;
@@ -202,9 +209,12 @@ void BeforeSandbox() noexcept
         ConnectAhead(folder);
 }
 
-bool HashesWanted() noexcept
+bool IsHashWanted() noexcept
 {
-    return hashesWanted;
+    if (firstHashed == 0 || capture.channel == nullptr || capture.channel->isPaused != 0)
+        return false;
+    const std::lock_guard lock(capture.lock);
+    return capture.frames + 1 >= firstHashed;
 }
 
 void UpdateHeader(const Capturing& capturing) noexcept

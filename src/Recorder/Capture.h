@@ -75,8 +75,8 @@ void UpdateHeader(const Capturing& capturing) noexcept;
 /// Ends the frame whose swap was just recorded. True when it was the last one wanted: capture and program are to end.
 [[nodiscard]] bool EndFrame(const Capturing& capturing) noexcept;
 
-/// True when each frame is to be hashed.
-[[nodiscard]] bool HashesWanted() noexcept;
+/// True when the frame under way is to be hashed.
+[[nodiscard]] bool IsHashWanted() noexcept;
 
 /// Finishes the file. Calls go on unrecorded.
 void FinishCapture() noexcept;

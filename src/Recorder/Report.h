@@ -26,6 +26,12 @@ inline constexpr char Glx[] = "glx";
 inline constexpr char Vulkan[] = "vulkan";
 /// Its capture could not be written whole; why.
 inline constexpr char Unwritten[] = "unwritten";
+/// Told by the process that writes, of captures that are cut out: a file that has its name; which frames the one
+/// without it has; why there is none; how many frames there were to cut out of.
+inline constexpr char Part[] = "part";
+inline constexpr char Cut[] = "cut";
+inline constexpr char Uncut[] = "uncut";
+inline constexpr char Frames[] = "frames";
 } // namespace Finding
 
 /// Tells one thing. Keeps errno.

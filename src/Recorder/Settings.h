@@ -8,7 +8,7 @@ inline constexpr char CaptureEnding[] = ".glcap";
 
 /// Folder for the captures, absolute: each process has NAME.PID.glcap there. Without it, the working directory.
 inline constexpr char FolderVariable[] = "PLAYBACK_RECORD_FOLDER";
-/// Set: hash each frame.
+/// Set: hash each frame; decimal: from that one on.
 inline constexpr char HashVariable[] = "PLAYBACK_RECORD_HASH";
 /// Decimal: end the capture and the program after so many frames.
 inline constexpr char FramesVariable[] = "PLAYBACK_RECORD_FRAMES";

@@ -20,7 +20,7 @@ struct FrameHash {
 /// The hash of what the swap is about to show, where hashes are wanted and the surface is the current one.
 std::optional<FrameHash> HashFrame(EGLDisplay display, EGLSurface surface)
 {
-    if (!HashesWanted() || thread.context == nullptr || surface != current.draw || surface != current.read)
+    if (!IsHashWanted() || thread.context == nullptr || surface != current.draw || surface != current.read)
         return std::nullopt;
     const SurfaceSize size = QuerySize(display, surface);
     const auto hash = ReadBack(size);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <span>
 #include <sys/mman.h>
 #include <utility>
 
@@ -170,6 +169,7 @@ void Drain::Append(const std::uint8_t* record)
         Data::FrameEndRecord frame = {};
         std::memcpy(&frame, record, std::min<std::size_t>(sizeof frame, header.bytes));
         m_writer->FrameEnd(frame.timeUs);
+        ++m_frames;
     } else if (Data::GoesWithNextCall(header.id)) {
         std::vector<std::uint8_t>& ahead = m_ahead[m_run.stream];
         ahead.insert(ahead.end(), record, record + header.bytes);
@@ -203,8 +203,50 @@ void Drain::UpdateHeader()
     Data::CaptureHeader header;
     if (m_channel.headerVersion.load() == version && Data::DecodeHeader(bytes, header).empty()) {
         m_headerVersion = version;
-        m_writer->UpdateHeader(header);
+        m_header = header;
+        WriteHeader();
     }
+}
+
+void Drain::WriteHeader()
+{
+    if (!m_origin.empty()) {
+        m_header.originFile = m_origin;
+        m_header.originFrame = m_framesInFront + 1;
+    }
+    m_writer->UpdateHeader(m_header);
+}
+
+void Drain::NameOrigin(const std::string& origin)
+{
+    m_origin = origin;
+    WriteHeader();
+}
+
+void Drain::ContinueIn(std::unique_ptr<Data::CaptureWriter> writer, const std::string& origin)
+{
+    NameOrigin(origin);
+    AppendNotes();
+    std::string error;
+    if (!m_writer->Finish(error))
+        Fail(m_channel, error.c_str());
+    m_writer = std::move(writer);
+    m_writer->SetStart(m_channel.startUs);
+    m_writer->SetThread(m_run.thread);
+    m_framesInFront = m_frames;
+    WriteHeader();
+}
+
+bool Drain::IsIn(Data::CallId call) const
+{
+    for (std::uint32_t stream = 0; stream < MaxStreams; ++stream) {
+        const std::uint64_t open = m_channel.streams[stream].open;
+        const std::uint64_t inRing = (open - 1) % StreamBytes;
+        if (open != 0 && inRing % 8 == 0 &&
+            HeaderOf(RingOf(m_channel, stream) + inRing).id == static_cast<std::uint32_t>(call))
+            return true;
+    }
+    return false;
 }
 
 void Drain::AppendUnfinished(std::uint32_t stream)
@@ -233,10 +275,13 @@ void Drain::AppendUnfinished(std::uint32_t stream)
 void Drain::AppendNotes()
 {
     const std::uint32_t count = std::min<std::uint32_t>(m_channel.noteCount, MaxNotes);
-    for (SharedNote& note : std::span(m_channel.notes, count)) {
+    for (std::uint32_t i = 0; i < count; ++i) {
+        SharedNote& note = m_channel.notes[i];
         note.name[sizeof note.name - 1] = '\0';
-        if (note.count != 0)
-            m_writer->Note(note.name, note.count);
+        const std::uint64_t all = note.count;
+        if (all > m_noted[i])
+            m_writer->Note(note.name, all - m_noted[i]);
+        m_noted[i] = all;
     }
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "Data/CallIds.h"
 #include "Data/Capture/CaptureHeader.h"
 #include "Data/Capture/CaptureWriter.h"
 #include "Recorder/Channel/Layout.h"
@@ -33,6 +34,14 @@ public:
     /// Takes the rest and finishes the file. Of a program that did not finish its capture, the calls that it was in are
     /// written as such, and `how`.
     void Finish(const HowItEnded& how);
+    /// Frames that have ended.
+    [[nodiscard]] std::uint32_t Frames() const { return m_frames; }
+    /// A thread of the program is in this call.
+    [[nodiscard]] bool IsIn(Data::CallId call) const;
+    /// The capture that frames are cut out of, for the headers of the file and of those that follow.
+    void NameOrigin(const std::string& origin);
+    /// Finishes the file, and goes on in another one.
+    void ContinueIn(std::unique_ptr<Data::CaptureWriter> writer, const std::string& origin);
     /// In the child of a fork: lets go of the file.
     void Abandon() noexcept { m_writer.release()->Abandon(); }
 
@@ -47,6 +56,7 @@ private:
     void AppendUnfinished(std::uint32_t stream);
     void AppendNotes();
     void UpdateHeader();
+    void WriteHeader();
     void CheckFailure();
 
     Channel& m_channel;
@@ -54,6 +64,14 @@ private:
     Run m_run = {};
     std::uint64_t m_runsRead = 0;
     std::uint32_t m_headerVersion = 0;
+    /// The program's, and what the files name as their origin once that is not empty.
+    Data::CaptureHeader m_header;
+    std::string m_origin;
+    /// Frames in all files, and in those in front of this one.
+    std::uint32_t m_frames = 0;
+    std::uint32_t m_framesInFront = 0;
+    /// By note: how often earlier files said it.
+    std::array<std::uint64_t, MaxNotes> m_noted = {};
     /// By stream: what waits for the call that it goes with, so that nothing of another thread comes in between.
     std::array<std::vector<std::uint8_t>, MaxStreams> m_ahead;
 };

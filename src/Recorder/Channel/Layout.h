@@ -15,7 +15,7 @@
 
 namespace Recorder {
 
-inline constexpr std::uint32_t ChannelVersion = 1;
+inline constexpr std::uint32_t ChannelVersion = 2;
 
 /// Threads that record at the same time.
 inline constexpr std::uint32_t MaxStreams = 256;
@@ -80,6 +80,8 @@ struct Channel {
     /// Nothing can be written any more once it is not 0; `error` says why once it is `failed`.
     std::atomic<std::uint32_t> hasFailed;
     char error[1024];
+    /// Written by the reader: what the program draws is not wanted at the moment, and needs no hashes.
+    std::atomic<std::uint32_t> isPaused;
     std::atomic<std::uint32_t> isFailureTold;
     /// As the file has it. Odd while it is written.
     std::atomic<std::uint32_t> headerVersion;

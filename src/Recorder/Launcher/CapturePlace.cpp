@@ -108,17 +108,22 @@ fs::path CapturePlace::PutInPlace(const fs::path& capture, std::string& error)
 
 fs::path CapturePlace::PutBeside(const fs::path& capture, std::string& error)
 {
-    const std::string stem = WithoutEnding(m_file).string();
-    for (int number = 2;; ++number) {
-        const std::string name = stem + "." + std::to_string(number) + CaptureEnding;
+    return PutAtFreeName(m_file, '.', 2, capture, error);
+}
+
+fs::path PutAtFreeName(const fs::path& file, char separator, int number, const fs::path& capture, std::string& error)
+{
+    const std::string stem = WithoutEnding(file).string() + separator;
+    for (;; ++number) {
+        const std::string name = stem + std::to_string(number) + CaptureEnding;
         // The name is taken before it is given, so that two recordings do not choose the same.
-        const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-        if (file < 0 && errno == EEXIST)
+        const int taken = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        if (taken < 0 && errno == EEXIST)
             continue;
-        if (file >= 0)
-            close(file);
+        if (taken >= 0)
+            close(taken);
         fs::path place = Rename(capture, name, error);
-        if (place == capture && file >= 0)
+        if (place == capture && taken >= 0)
             unlink(name.c_str());
         return place;
     }

@@ -10,6 +10,11 @@
 
 namespace Recorder {
 
+/// Gives a capture the first name that is free of those of `file` with a number from `number` on: after '.',
+/// NAME.2.glcap. Answers where it is: under its old name when renaming fails, with a reason in `error`.
+std::filesystem::path PutAtFreeName(const std::filesystem::path& file, char separator, int number,
+                                    const std::filesystem::path& capture, std::string& error);
+
 /// The file that the user wants, and a folder beside it in which the recorded processes write until it is known what
 /// was recorded: nothing that was there before is touched until then. When this program is killed, the folder stays,
 /// with captures that can be replayed as far as they were written.
@@ -34,6 +39,9 @@ public:
     std::filesystem::path PutInPlace(const std::filesystem::path& capture, std::string& error);
     /// The same with the first name NAME.2.glcap, NAME.3.glcap ... that is free.
     std::filesystem::path PutBeside(const std::filesystem::path& capture, std::string& error);
+
+    /// The wanted file, with links resolved.
+    [[nodiscard]] const std::filesystem::path& File() const { return m_file; }
 
 private:
     /// A file and its state; empty where there is none.

@@ -91,6 +91,9 @@ std::string Conclusion::HowItEnded(const Recording& recording) const
 void Conclusion::Add(const Recording& recording, const fs::path& name, const std::string& error)
 {
     std::string remarks;
+    if (const ProcessReport* const report = FindReport(m_reports, recording.process);
+        report != nullptr && !report->cut.empty())
+        remarks += "  " + report->cut + "\n";
     if (!recording.summary.isComplete)
         remarks += "  " + WhyIncomplete(recording) + "\n";
     remarks += DescribeMissing(recording.summary);
@@ -99,13 +102,29 @@ void Conclusion::Add(const Recording& recording, const fs::path& name, const std
     m_wasWritten = m_wasWritten && Unwritten(recording).empty() && error.empty();
 }
 
+bool Conclusion::WasWritten() const
+{
+    return m_wasWritten && std::ranges::all_of(
+                               m_reports, [](const auto& report) { return report.uncut.empty(); });
+}
+
+bool Conclusion::HasParts() const
+{
+    return std::ranges::any_of(
+        m_reports, [](const auto& report) { return !report.parts.empty(); });
+}
+
 int Conclusion::TellNothing() const
 {
     const auto unwritten =
         std::ranges::find_if(m_reports, [](const auto& report) { return !report.unwritten.empty(); });
     const bool isWriting = unwritten != m_reports.end();
+    const auto drawing = std::ranges::find_if(m_reports, [](const auto& report) { return !report.frames.empty(); });
     return Trouble("NOTHING WAS RECORDED: " +
-                       (isWriting ? unwritten->unwritten : WhyNothingRecorded(m_options, m_end, m_reports)),
+                       (isWriting ? unwritten->unwritten
+                        : drawing != m_reports.end()
+                            ? drawing->program + " had " + drawing->frames + " frames, and none of them was asked for"
+                            : WhyNothingRecorded(m_options, m_end, m_reports)),
                    isWriting ? ExitStatus::NotWritten : ExitStatus::Differed);
 }
 

@@ -33,7 +33,9 @@ public:
     [[nodiscard]] int TellNothing() const;
     void Tell() const;
     /// All could be written whole and got their names.
-    [[nodiscard]] bool WasWritten() const { return m_wasWritten; }
+    [[nodiscard]] bool WasWritten() const;
+    /// Captures were cut out and have their names already.
+    [[nodiscard]] bool HasParts() const;
 
 private:
     struct Capture {

@@ -18,10 +18,11 @@ std::string Switch(bool isOn)
 
 std::vector<Variable> RecordingVariables(const RecordingOptions& options)
 {
+    const Wanted& wanted = options.wanted;
     return {{Preload, options.library},
             {FolderVariable, options.folder},
-            {HashVariable, Switch(options.hash)},
-            {FramesVariable, options.frames != 0 ? std::to_string(options.frames) : ""},
+            {HashVariable, wanted.hash ? std::to_string(wanted.frames.first) : ""},
+            {FramesVariable, wanted.HasEnd() ? std::to_string(wanted.frames.last) : ""},
             {PreferEsVariable, Switch(options.preferEs)},
             {StacksVariable, options.stacks}};
 }

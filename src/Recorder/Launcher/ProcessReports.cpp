@@ -27,6 +27,14 @@ void Add(ProcessReport& report, const std::string& what, const std::string& deta
         report.vulkan = true;
     else if (what == Finding::Unwritten)
         report.unwritten = detail;
+    else if (what == Finding::Part)
+        report.parts.push_back(detail);
+    else if (what == Finding::Cut)
+        report.cut = detail;
+    else if (what == Finding::Uncut)
+        report.uncut = detail;
+    else if (what == Finding::Frames)
+        report.frames = detail;
 }
 
 } // namespace

@@ -19,6 +19,12 @@ struct ProcessReport {
     bool glx = false;
     bool vulkan = false;
     std::string unwritten;
+    /// As above, of captures that were cut out.
+    std::vector<std::string> parts;
+    std::string cut;
+    std::string uncut;
+    /// How many frames there were, as a number.
+    std::string frames;
 
     /// A library whose name starts so is loaded.
     [[nodiscard]] bool HasLibrary(std::string_view start) const;

@@ -10,6 +10,8 @@
 #include <unistd.h>
 
 #include "Recorder/Launcher/Environment.h"
+#include "Recorder/Launcher/Keys.h"
+#include "Recorder/Launcher/Steering.h"
 #include "Recorder/Launcher/WriterProcess.h"
 
 namespace Recorder {
@@ -29,6 +31,8 @@ void PassOn(int signal)
 void OnEnd(int signal, siginfo_t* info, void*)
 {
     wasStopped = 1;
+    if (program == 0)
+        Steering::Abandon();
     // A terminal sends its signals to the program as well; only others have to be passed on. When it is closed, it
     // tells the first process of the session alone.
     if (info->si_code != SI_KERNEL || signal == SIGHUP)
@@ -58,6 +62,7 @@ void OnStop(int signal, siginfo_t* info, void*)
     struct sigaction byDefault = {};
     byDefault.sa_handler = SIG_DFL;
     sigaction(signal, &byDefault, nullptr);
+    LendTerminal();
     sigset_t only;
     sigemptyset(&only);
     sigaddset(&only, signal);
@@ -68,6 +73,7 @@ void OnStop(int signal, siginfo_t* info, void*)
 
 void OnContinue(int signal, siginfo_t*, void*)
 {
+    TakeTerminal();
     PassOn(signal);
 }
 
@@ -78,6 +84,8 @@ void OnContinue(int signal, siginfo_t*, void*)
     for (const std::string& argument : options.command)
         arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);
+    if (options.takesKeys)
+        dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
     execvp(arguments[0], arguments.data());
     const int why = errno;
     [[maybe_unused]] const ssize_t written = write(pipe, &why, sizeof why);
@@ -98,7 +106,8 @@ pid_t Start(const RecordingOptions& options, int pipe)
     Catch(SIGCONT, &OnContinue);
     const pid_t child = fork();
     if (child == 0) {
-        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGCONT}) {
+        const auto [start, stop, snapshot] = SteeringSignals();
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGCONT, start, stop, snapshot}) {
             struct sigaction action = {};
             sigaction(signal, nullptr, &action);
             if ((action.sa_flags & SA_SIGINFO) != 0)
@@ -129,7 +138,8 @@ ProgramEnd RunRecorded(const RecordingOptions& options, int reports)
 {
     ProgramEnd end;
     // Ahead of the pipe, whose end the writer would hold open.
-    WriterProcess writer(options.folder, reports, WriterProcess::Tells::Nothing);
+    WriterProcess writer(options, reports, WriterProcess::Tells::Nothing);
+    const Steering steering(writer, options);
     int pipe[2];
     if (pipe2(pipe, O_CLOEXEC) != 0) {
         end.error = std::strerror(errno);

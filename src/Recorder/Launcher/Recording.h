@@ -6,6 +6,8 @@
 #include <sys/types.h>
 #include <vector>
 
+#include "Recorder/Launcher/Wanted.h"
+
 namespace Recorder {
 
 struct RecordingOptions {
@@ -15,15 +17,17 @@ struct RecordingOptions {
     std::vector<std::string> command;
     /// The folder for the captures, absolute.
     std::string folder;
+    /// The capture that is wanted; parts get names beside it. Empty: captures keep their names in the folder.
+    std::string file;
     /// Path of the preload library.
     std::string library;
-    bool hash = false;
     /// Desktop OpenGL is hidden from the program.
     bool preferEs = false;
-    /// 0: until the program ends.
-    std::uint32_t frames = 0;
     /// As StacksVariable has it; empty: none.
     std::string stacks;
+    Wanted wanted;
+    /// Keys in the terminal steer the recording; the program has no standard input.
+    bool takesKeys = false;
 };
 
 /// How the program ended.

@@ -11,6 +11,7 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 #include "Recorder/CaptureName.h"
 #include "Recorder/Channel/Waiting.h"
@@ -102,8 +103,9 @@ SharedMemory::~SharedMemory()
         close(m_descriptor);
 }
 
-ServedCapture::ServedCapture(pid_t process, std::string program, const WriterPlace& place, News& news, int wake)
-    : m_process(process), m_program(std::move(program)), m_place(place), m_news(news), m_wake(wake)
+ServedCapture::ServedCapture(pid_t process, std::string program, const WriterPlace& place, SpoolPlace& spools,
+                             News& news, int wake)
+    : m_process(process), m_program(std::move(program)), m_place(place), m_spools(spools), m_news(news), m_wake(wake)
 {
 }
 
@@ -113,15 +115,17 @@ ServedCapture::~ServedCapture()
         m_thread.join();
 }
 
-bool ServedCapture::Begin(int connection)
+bool ServedCapture::Begin(int connection, const Wanted& wanted)
 {
+    if (m_memory.Get() == nullptr)
+        return false;
     std::string error;
-    auto writer =
-        m_memory.Get() != nullptr
-            ? Data::CaptureWriter::Create(CreateCaptureFile(m_place.folder, m_program, m_process.Number()), {}, error)
-            : nullptr;
+    const std::string file = CreateCaptureFile(m_place.folder, m_program, m_process.Number());
+    auto writer = Data::CaptureWriter::Create(file, {}, error);
     if (writer == nullptr)
         return false;
+    m_spool = std::make_unique<Spool>(m_spools, wanted, file, m_program, m_process.Number());
+    m_memory.Get()->isPaused = m_spool->IsRecording() ? 0 : 1;
     m_drain = std::make_unique<Drain>(*m_memory.Get(), std::move(writer));
     m_thread = std::thread([this] { Run(); });
     m_hasBegun.wait(false);
@@ -132,6 +136,34 @@ void ServedCapture::Replace()
 {
     m_isReplaced = true;
     CallReader(*m_memory.Get());
+}
+
+void ServedCapture::Ask(std::shared_ptr<Request> request)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_requests.push_back(std::move(request));
+    }
+    CallReader(*m_memory.Get());
+}
+
+void ServedCapture::Serve(Channel& channel)
+{
+    const std::vector<std::shared_ptr<Request>> requests = TakeRequests();
+    if (!requests.empty()) {
+        // Frames that end from here on have hashes, in case that they are wanted.
+        channel.isPaused = 0;
+        static_cast<void>(m_drain->Take());
+    }
+    const std::uint32_t frames = m_frames = m_drain->Frames();
+    for (const auto& request : requests)
+        m_spool->Ask(request, frames, frames + (m_drain->IsIn(Data::CallId::eglSwapBuffers) ? 1 : 0));
+}
+
+std::vector<std::shared_ptr<Request>> ServedCapture::TakeRequests()
+{
+    const std::lock_guard lock(m_mutex);
+    return std::exchange(m_requests, {});
 }
 
 void ServedCapture::Run()
@@ -148,6 +180,9 @@ void ServedCapture::Run()
     if (channel.hasFailed == Failed && channel.isFailureTold.exchange(1) == 0)
         TellFailure(channel.error);
     m_drain.reset();
+    m_spool.reset();
+    for (const auto& request : TakeRequests())
+        request->Refuse(m_program + " has ended");
     m_isDone = true;
     const std::uint64_t one = 1;
     [[maybe_unused]] const ssize_t written = write(m_wake, &one, sizeof one);
@@ -159,16 +194,20 @@ void ServedCapture::Write(Channel& channel)
     while (!hasEnded && channel.isFinished == 0 && channel.hasFailed == 0) {
         const std::uint32_t seen = channel.requests;
         hasEnded = m_process.HasEnded();
-        const bool isBusy = m_drain->Take();
+        const bool isBusy = !m_spool->IsFull(m_frames) && m_drain->Take();
+        Serve(channel);
+        if (const std::string error = m_spool->Update(*m_drain); !error.empty())
+            Fail(channel, error.c_str());
+        channel.isPaused = m_spool->IsRecording() ? 0 : 1;
         if (m_isReplaced)
             break;
         if (!hasEnded)
             WaitForCall(channel, seen, isBusy ? BusyWaitMs : IdleWaitMs);
     }
     const bool asksHow = channel.isFinished == 0 && hasEnded;
-    m_drain->Finish(m_isReplaced ? HowItEnded{Data::ProgramEndKind::Replaced, 0}
-                    : asksHow    ? m_news.Of(Number())
-                                 : HowItEnded{});
+    m_spool->Finish(*m_drain, m_isReplaced ? HowItEnded{Data::ProgramEndKind::Replaced, 0}
+                              : asksHow    ? m_news.Of(Number())
+                                           : HowItEnded{});
 }
 
 /// After the program's end, when it can no longer do so itself.

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "Recorder/Channel/Drain.h"
+#include "Recorder/Launcher/Spool.h"
 #include "Recorder/Launcher/WriterServer.h"
 
 namespace Recorder {
@@ -67,33 +68,46 @@ private:
 /// One process's capture, written by a thread.
 class ServedCapture {
 public:
-    /// `place` and `news` are borrowed; `wake` is an event that is raised when the capture is complete.
-    ServedCapture(pid_t process, std::string program, const WriterPlace& place, News& news, int wake);
+    /// `place`, `spools` and `news` are borrowed; `wake` is an event that is raised when the capture is complete.
+    ServedCapture(pid_t process, std::string program, const WriterPlace& place, SpoolPlace& spools, News& news,
+                  int wake);
     ~ServedCapture();
     ServedCapture(const ServedCapture&) = delete;
     ServedCapture& operator=(const ServedCapture&) = delete;
 
     /// Gives the program the memory and begins. False when the file cannot be made: the program then writes itself, and
     /// finds out why.
-    [[nodiscard]] bool Begin(int connection);
+    [[nodiscard]] bool Begin(int connection, const Wanted& wanted);
 
     [[nodiscard]] pid_t Number() const { return m_process.Number(); }
     [[nodiscard]] bool IsDone() const { return m_isDone; }
     /// Another program has taken the place of this one in the process.
     void Replace();
+    /// Sees to it that something is done soon.
+    void Ask(std::shared_ptr<Request> request);
+    /// Frames of the program that have ended, as far as they are written.
+    [[nodiscard]] std::uint32_t Frames() const { return m_frames; }
 
 private:
     void Run();
     void Write(Channel& channel);
+    void Serve(Channel& channel);
+    /// What was asked for meanwhile.
+    std::vector<std::shared_ptr<Request>> TakeRequests();
     void TellFailure(const char* why) const;
 
     const Process m_process;
     const std::string m_program;
     const WriterPlace& m_place;
+    SpoolPlace& m_spools;
     News& m_news;
     const int m_wake;
     const SharedMemory m_memory;
     std::unique_ptr<Drain> m_drain;
+    std::unique_ptr<Spool> m_spool;
+    std::mutex m_mutex;
+    std::vector<std::shared_ptr<Request>> m_requests;
+    std::atomic<std::uint32_t> m_frames = 0;
     std::atomic<bool> m_hasBegun = false;
     std::atomic<bool> m_isReplaced = false;
     std::atomic<bool> m_isDone = false;

@@ -13,6 +13,7 @@
 #include "Recorder/Launcher/Environment.h"
 #include "Recorder/Launcher/ProcessReports.h"
 #include "Recorder/Launcher/Recordings.h"
+#include "Recorder/Launcher/Steering.h"
 #include "Recorder/Launcher/WriterProcess.h"
 #include "Util/OutputFile.h"
 
@@ -75,7 +76,8 @@ int Serve(RecordingOptions options)
     const std::uint64_t beginUs = RealTimeUs();
     const ReportBox reports(options.folder);
     {
-        const WriterProcess writer(options.folder, reports.Descriptor(), WriterProcess::Tells::EachBeginning);
+        const WriterProcess writer(options, reports.Descriptor(), WriterProcess::Tells::EachBeginning);
+        const Steering steering(writer, options);
         if (!writer.IsRunning())
             return Trouble(options.folder +
                                ": another playback-record serves this folder, or nobody can: " + std::strerror(errno),

@@ -48,8 +48,9 @@ int Listen(const std::string& folder)
 
 } // namespace
 
-WriterProcess::WriterProcess(const std::string& folder, int reports, Tells tells)
+WriterProcess::WriterProcess(const RecordingOptions& options, int reports, Tells tells)
 {
+    const std::string& folder = options.folder;
     int control[2];
     const int listening = Listen(folder);
     if (listening < 0 || socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, control) != 0)
@@ -61,7 +62,10 @@ WriterProcess::WriterProcess(const std::string& folder, int reports, Tells tells
         setsid();
         for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE})
             std::signal(signal, SIG_IGN);
-        ServeRecordings({folder, listening, control[1], reports, tells == Tells::EachBeginning});
+        SpoolPlace spools{options.file, FindCutTools(), reports};
+        ServeRecordings({folder, listening, m_socket.Listening(), control[1], reports, tells == Tells::EachBeginning},
+                        spools, options.wanted);
+        m_socket.Remove();
         _exit(0);
     }
     close(listening);
@@ -79,7 +83,21 @@ WriterProcess::~WriterProcess()
 
 void WriterProcess::TellStart(pid_t process) const
 {
-    const ProcessNews news = {process, ProcessNews::Started, 0};
+    Tell({process, ProcessNews::Started, 0});
+}
+
+void WriterProcess::Ask(Command command, std::uint32_t frames) const
+{
+    Tell({static_cast<pid_t>(frames), ProcessNews::Asked, static_cast<std::int32_t>(command)});
+}
+
+void WriterProcess::Abandon() const
+{
+    Tell({0, ProcessNews::Abandoned, 0});
+}
+
+void WriterProcess::Tell(const ProcessNews& news) const
+{
     send(m_control, &news, sizeof news, MSG_NOSIGNAL);
 }
 

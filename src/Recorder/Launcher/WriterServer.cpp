@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "Recorder/Channel/Handshake.h"
+#include "Recorder/Launcher/Control.h"
 #include "Recorder/Launcher/ServedCapture.h"
 
 namespace Recorder {
@@ -22,13 +23,18 @@ constexpr int HelloTimeoutMs = 2000;
 
 class Server {
 public:
-    explicit Server(const WriterPlace& place) : m_place(place), m_wake(eventfd(0, EFD_CLOEXEC)) {}
+    Server(const WriterPlace& place, SpoolPlace& spools, const Wanted& wanted)
+        : m_place(place), m_spools(spools), m_wanted(wanted), m_wake(eventfd(0, EFD_CLOEXEC))
+    {
+    }
 
     void Run()
     {
         while (m_hasLauncher || !m_captures.empty()) {
-            pollfd events[] = {
-                {m_place.listening, POLLIN, 0}, {m_wake, POLLIN, 0}, {m_hasLauncher ? m_place.control : -1, POLLIN, 0}};
+            pollfd events[] = {{m_place.listening, POLLIN, 0},
+                               {m_wake, POLLIN, 0},
+                               {m_hasLauncher ? m_place.control : -1, POLLIN, 0},
+                               {m_place.steering, POLLIN, 0}};
             if (poll(events, std::size(events), -1) < 0)
                 continue;
             if (events[1].revents != 0) {
@@ -39,6 +45,8 @@ public:
                 Accept();
             if (events[2].revents != 0)
                 TakeNews();
+            if (events[3].revents != 0)
+                Ask(AcceptRequest(m_place.steering));
             std::erase_if(m_captures, [](const auto& capture) { return capture->IsDone(); });
             Answer();
         }
@@ -68,8 +76,8 @@ private:
             if (capture->Number() == process)
                 capture->Replace();
         try {
-            auto capture = std::make_unique<ServedCapture>(process, program, m_place, m_news, m_wake);
-            if (!capture->Begin(connection))
+            auto capture = std::make_unique<ServedCapture>(process, program, m_place, m_spools, m_news, m_wake);
+            if (!capture->Begin(connection, m_wanted))
                 return;
             if (m_place.tellsBeginnings)
                 std::fprintf(stderr, "playback-record: %s, process %d, is recorded\n", program,
@@ -91,9 +99,37 @@ private:
                 dup2(nowhere, descriptor);
             return;
         }
-        m_news.Take(news);
+        if (news.what == ProcessNews::Asked) {
+            const auto frames = static_cast<std::uint32_t>(news.process);
+            Ask(std::make_shared<Request>(static_cast<Command>(news.status), frames, Request::StandardError));
+        } else if (news.what == ProcessNews::Abandoned) {
+            m_spools.isAbandoned = true;
+        } else {
+            m_news.Take(news);
+        }
         if (news.what == ProcessNews::Ended)
             m_unanswered.push_back(news.process);
+    }
+
+    void Ask(const std::shared_ptr<Request>& request)
+    {
+        if (request == nullptr)
+            return;
+        // For processes that are still to come.
+        if (request->What() == Command::Start)
+            m_wanted = {{}, false, m_wanted.last, m_wanted.hash};
+        if (request->What() == Command::Stop)
+            m_wanted.isPaused = true;
+        if (m_captures.empty())
+            request->What() == Command::Start ? request->Say("recording starts with the first call of EGL")
+                                              : request->Refuse("no process has called EGL, or all have ended");
+        // What a process without frames has to say is of interest where no other one is there.
+        const bool isDrawing =
+            std::ranges::any_of(m_captures, [](const auto& capture) { return capture->Frames() > 0; });
+        for (const auto& capture : m_captures)
+            capture->Ask(isDrawing && capture->Frames() == 0
+                             ? std::make_shared<Request>(request->What(), request->Frames(), Request::Nobody)
+                             : request);
     }
 
     void Answer()
@@ -109,6 +145,8 @@ private:
     }
 
     const WriterPlace& m_place;
+    SpoolPlace& m_spools;
+    Wanted m_wanted;
     const int m_wake;
     bool m_hasLauncher = true;
     News m_news;
@@ -119,9 +157,9 @@ private:
 
 } // namespace
 
-void ServeRecordings(const WriterPlace& place)
+void ServeRecordings(const WriterPlace& place, SpoolPlace& spools, const Wanted& wanted)
 {
-    Server(place).Run();
+    Server(place, spools, wanted).Run();
 }
 
 } // namespace Recorder

@@ -1,19 +1,22 @@
 // playback-record: runs a program and records its EGL and OpenGL ES calls.
 
 #include <algorithm>
-#include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <string_view>
+#include <unistd.h>
 
 #include "Recorder/Launcher/CapturePlace.h"
 #include "Recorder/Launcher/Conclusion.h"
+#include "Recorder/Launcher/Control.h"
 #include "Recorder/Launcher/Explanation.h"
 #include "Recorder/Launcher/ProcessReports.h"
 #include "Recorder/Launcher/Recording.h"
 #include "Recorder/Launcher/Recordings.h"
 #include "Recorder/Launcher/Service.h"
+#include "Recorder/Launcher/Tool.h"
 #include "Recorder/Settings.h"
 #include "Util/CommandLine.h"
 #include "Util/ExitStatus.h"
@@ -37,15 +40,26 @@ constexpr Util::Option OptionTable[] = {
     {"--prefer-es", "",
      "hide desktop OpenGL from the program, so that one that can choose draws with OpenGL ES, which can be recorded",
      "Options"},
-    {"--frames", "N", "end the capture and the program after N frames", "Options"},
     {"--stacks", "draws|all",
      "record where in the program draws, or all calls, came from; playback-info --dump --stacks shows it", "Options"},
+    {"--frames", "A-B",
+     "record frames A to B, counted from 1 and both included, and end the program after B; N is 1-N, and A- goes on "
+     "until the program ends",
+     "Options"},
+    {"--start-paused", "", "record nothing until that is started, by ctl, a signal or a key", "Options"},
+    {"--last", "N", "keep no more than the last N frames, in bounded space", "Options"},
+    {"--snapshot", "N", "frames of a snapshot that is taken by a key or a signal (default 1)", "Options"},
+    {"--keys", "",
+     "take keys in the terminal: r starts, s stops, f takes a snapshot, i tells what is recorded; the program then has "
+     "no standard input",
+     "Options"},
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},
 };
 
 constexpr char Usage[] = R"(Usage: playback-record [options] [--] COMMAND [ARGUMENT...]
   or:  playback-record [options] --serve DIR
+  or:  playback-record ctl start|stop|snapshot N|status
 
 Runs COMMAND and records its EGL and OpenGL ES calls. Processes that COMMAND starts are recorded too. FILE is the
 capture of COMMAND itself or, if it has no frame, of the first process that has; those of other processes get the next
@@ -60,6 +74,20 @@ the end. When playback-record itself is killed (SIGKILL), it stays, and what is 
 A program that is killed or crashes loses nothing: all calls that returned are in the capture, and those that it was in
 stand at its end (playback -unfinished replays them too). SIGINT, SIGTERM and SIGHUP (a closed terminal) end the
 recording, which is then complete.
+
+Frames are chosen ahead, by --frames, or while COMMAND runs: recording starts and stops, and snapshots are taken, by
+playback-record ctl (playback-record ctl --help), by the signals SIGUSR1, SIGUSR2 and SIGRTMIN to this process, or, with
+--keys, by keys. What was recorded from a start to a stop, and each snapshot, is a capture of its own, FILE-1.glcap,
+FILE-2.glcap and so on, as soon as it is complete; a stop that is missing is the end of COMMAND. A snapshot has the next N
+frames, with --last the newest N; its signal may bring N along (kill -q N -s RTMIN PID). FILE is what was not stopped:
+the whole recording, the frames of --frames, or the last ones. Files of those names are not touched.
+
+Such captures stand alone: playback-trim cuts them out, with a block of calls in front that sets up the state, and with
+--hash a replay off screen verifies them. For that, all frames are written to the folder first, and replayed beside the
+program: without a driver for that, nothing can be cut, and the folder stays, with a message. --last takes at most the
+space of four times N frames or, of frames so small that 1000 have less than 32 MiB, of 4000, and of what sets up their
+state; a program that draws faster than frames can be let go of waits. What is recorded while nothing is wanted takes up
+to 1 GiB.
 
 A capture that could not be written whole (the disk is full) is kept as far as it goes. It gets the name FILE if there
 was no such file, else the next free one.
@@ -87,16 +115,18 @@ int Conclude(Recorder::CapturePlace& place, const Recorder::RecordingOptions& op
     if (!recordings.empty())
         conclusion.Tell();
     // After the last frame wanted the recorder itself ends the program so.
-    const bool wasMeant = end.wasStopped || (options.frames != 0 && end.signal == SIGTERM);
+    const bool wasMeant = end.wasStopped || (options.wanted.HasEnd() && end.signal == SIGTERM);
     if (const std::string death = wasMeant ? "" : Recorder::HowItDied(options.command[0], end); !death.empty())
         Trouble(death, ExitStatus::Done);
-    if (recordings.empty())
-        return conclusion.TellNothing();
     if (!conclusion.WasWritten())
         return static_cast<int>(ExitStatus::NotWritten);
-    const Recorder::Summary& summary = recordings.front().summary;
-    const bool reachedLastFrame = options.frames != 0 && summary.frames >= options.frames;
-    const bool endedOnPurpose = reachedLastFrame || (end.wasStopped && summary.isComplete && end.status >= 128);
+    if (recordings.empty() && !conclusion.HasParts())
+        return conclusion.TellNothing();
+    const Util::FrameRange wanted = options.wanted.frames;
+    const bool isComplete = recordings.empty() || recordings.front().summary.isComplete;
+    const bool reachedLastFrame = options.wanted.HasEnd() && !recordings.empty() &&
+                                  recordings.front().summary.frames > wanted.last - wanted.first;
+    const bool endedOnPurpose = reachedLastFrame || (end.wasStopped && isComplete && end.status >= 128);
     return endedOnPurpose ? 0 : end.status;
 }
 
@@ -104,19 +134,17 @@ int Conclude(Recorder::CapturePlace& place, const Recorder::RecordingOptions& op
 std::string ReadOptions(const Util::CommandLine::Result& parsed, Recorder::RecordingOptions& options)
 {
     options.command = parsed.args.positional;
-    options.hash = parsed.args.HasSwitch("--hash");
     options.preferEs = parsed.args.HasSwitch("--prefer-es");
-    if (const std::string* frames = parsed.args.FindValue("--frames")) {
-        const char* const end = frames->data() + frames->size();
-        const auto [stop, problem] = std::from_chars(frames->data(), end, options.frames);
-        if (problem != std::errc() || stop != end || options.frames == 0)
-            return "--frames: expected a number from 1 on, found '" + *frames + "'";
-    }
     if (const std::string* stacks = parsed.args.FindValue("--stacks")) {
         options.stacks = *stacks;
         if (options.stacks != Recorder::StacksOfDraws && options.stacks != Recorder::StacksOfAll)
             return "--stacks: expected draws or all, found '" + *stacks + "'";
     }
+    options.takesKeys = parsed.args.HasSwitch("--keys");
+    if (std::string error = Recorder::ReadWanted(parsed.args, options.wanted); !error.empty())
+        return error;
+    if (options.takesKeys && isatty(STDIN_FILENO) == 0)
+        return "--keys: expected a terminal as standard input";
     const std::string* const wanted = parsed.args.FindValue("-o");
     if (const std::string* const served = parsed.args.FindValue("--serve")) {
         options.folder = *served;
@@ -143,6 +171,7 @@ int Record(const Util::CommandLine::Result& parsed, Recorder::RecordingOptions o
     if (const std::string error = place.Open(); !error.empty())
         return Trouble(error, ExitStatus::NotWritten);
     options.folder = place.Folder().string();
+    options.file = place.File().string();
     const Recorder::ReportBox reports(options.folder);
     const Recorder::ProgramEnd end = Recorder::RunRecorded(options, reports.Descriptor());
     if (!end.error.empty()) {
@@ -163,6 +192,10 @@ int Start(const Util::CommandLine::Result& parsed, std::vector<std::string> invo
         return Trouble("libPlaybackRecorder.so is missing: it belongs in ../lib beside this program's folder",
                        ExitStatus::Differed);
     }
+    if (options.wanted.NeedsCut() && Recorder::FindCutTools().trim.empty()) {
+        return Trouble("playback-trim, which cuts frames out, is missing: it belongs in this program's folder",
+                       ExitStatus::Differed);
+    }
     return options.folder.empty() ? Record(parsed, std::move(options)) : Recorder::Serve(std::move(options));
 }
 
@@ -170,6 +203,8 @@ int Start(const Util::CommandLine::Result& parsed, std::vector<std::string> invo
 
 int main(int argc, char** argv)
 {
+    if (argc > 1 && std::string_view(argv[1]) == "ctl")
+        return Recorder::RunControl(argc - 1, argv + 1);
     const Util::CommandLine commandLine(OptionTable);
     const auto parsed = commandLine.Parse(argc, argv, Util::AfterFirstPositional::TakeAll);
     if (!parsed.error.empty())

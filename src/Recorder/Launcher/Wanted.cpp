@@ -1,0 +1,47 @@
+#include "Recorder/Launcher/Wanted.h"
+
+#include <charconv>
+
+namespace Recorder {
+
+namespace {
+
+/// 0 where it is no number from 1 on.
+std::uint32_t Count(const std::string& text)
+{
+    std::uint32_t count = 0;
+    const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), count);
+    return problem == std::errc() && end == text.data() + text.size() ? count : 0;
+}
+
+std::string ReadCount(const Util::ParseArgs::CmdLineArgs& args, const char* option, std::uint32_t& count)
+{
+    const std::string* const text = args.FindValue(option);
+    count = text != nullptr ? Count(*text) : count;
+    return text == nullptr || count != 0 ? ""
+                                         : std::string(option) + ": expected a number from 1 on, found '" + *text + "'";
+}
+
+} // namespace
+
+std::string ReadWanted(const Util::ParseArgs::CmdLineArgs& args, Wanted& wanted)
+{
+    wanted.hash = args.HasSwitch("--hash");
+    wanted.isPaused = args.HasSwitch("--start-paused");
+    if (const std::string* const frames = args.FindValue("--frames")) {
+        const std::uint32_t count = Count(*frames);
+        const auto range = count != 0 ? Util::FrameRange{1, count} : Util::ParseFrameRange(*frames);
+        if (!range)
+            return "--frames: expected N, A-B or A-, numbers from 1 on and B not below A, found '" + *frames + "'";
+        wanted.frames = *range;
+    }
+    std::string error = ReadCount(args, "--last", wanted.last);
+    error = error.empty() ? ReadCount(args, "--snapshot", wanted.snapshot) : error;
+    const int choices =
+        (args.FindValue("--frames") != nullptr ? 1 : 0) + (wanted.isPaused ? 1 : 0) + (wanted.last != 0 ? 1 : 0);
+    if (error.empty() && choices > 1)
+        error = "--frames, --start-paused and --last each say from when to when: expected one of them";
+    return error;
+}
+
+} // namespace Recorder
