@@ -55,6 +55,8 @@ ExitStatus Fail(ExitStatus status, const std::string& text)
 Data::CaptureHeader HeaderOfPart(Data::CaptureHeader header, const std::string& input, std::uint32_t first)
 {
     header.toolVersion = PLAYBACK_VERSION;
+    // The writer adds those of the part.
+    header.calls = header.eglCalls = 0;
     // Of a part of a part, the whole is what is of interest.
     if (header.originFrame != 0) {
         header.originFrame += first - 1;

@@ -259,8 +259,6 @@ void ChunkSink::WriteCounts()
     if (!m_summary)
         return;
     const std::vector<std::uint64_t>& calls = m_summary->Counts().callsById;
-    // The header of a capture that this one is made of has counts of its own.
-    m_header.calls = m_header.eglCalls = 0;
     for (std::size_t id = 0; id < calls.size(); ++id) {
         m_header.calls += calls[id];
         m_header.eglCalls += IsEGL(static_cast<CallId>(id)) ? calls[id] : 0;
