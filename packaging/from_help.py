@@ -23,6 +23,8 @@ WORDS = {
 }
 FILES = {"results": "*.json", "json": "*.json", "o": "*.glcap"}
 CAPTURES = "*.glcap"
+# What playback-record ctl takes.
+CONTROLS = "start stop snapshot status --pid --help"
 
 
 @dataclasses.dataclass
@@ -94,7 +96,11 @@ def bash(program, listed):
         cases.append(f"    -{o.bare} | --{o.bare})\n        {action}\n        return\n        ;;\n")
     names = " ".join(o.name for o in listed)
     values = " | ".join(f"-{o.bare} | --{o.bare}" for o in listed if o.value)
-    command = f"""    local i
+    command = f"""    if [[ ${{words[1]}} == ctl ]] && ((cword > 1)); then
+        COMPREPLY=($(compgen -W '{CONTROLS}' -- "$cur"))
+        return
+    fi
+    local i
     for ((i = 1; i < cword; i++)); do
         case ${{words[i]}} in
         {values}) ((i++)) ;;
@@ -136,7 +142,9 @@ def zsh(program, listed):
         lines.append(f"'{o.name}[{quoted(o.help)}]" + (f":{quoted(o.value)}:{action}'" if o.value else "'"))
     lines += ["'(-):command:_command_names -e'", "'*::arguments:_normal'"] if program == "playback-record" else \
         [f"""'*:capture:_files -g "{CAPTURES}"'"""]
-    return f"#compdef {program}\n# Made of the help text of {program}.\n\n_arguments -S : \\\n    " + " \\\n    ".join(lines) + "\n"
+    controls = f"if ((CURRENT > 2)) && [[ $words[2] == ctl ]]; then\n    compadd {CONTROLS}\n    return\nfi\n" \
+        if program == "playback-record" else ""
+    return f"#compdef {program}\n# Made of the help text of {program}.\n\n{controls}_arguments -S : \\\n    " + " \\\n    ".join(lines) + "\n"
 
 
 def fish(program, listed):
@@ -151,6 +159,7 @@ def fish(program, listed):
         # What begins with two hyphens must not come first.
         takers = " ".join(hyphens + o.bare for hyphens in ("-", "--") for o in listed if o.value)
         lines.append(f"complete -c {program} -x -a '(__fish_complete_subcommand {takers})'")
+        lines.append(f"complete -c {program} -n '__fish_seen_subcommand_from ctl' -x -a '{CONTROLS}'")
     else:
         lines.append(f"complete -c {program} {suffix(CAPTURES)}")
     for o in listed:

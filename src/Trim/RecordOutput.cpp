@@ -49,8 +49,11 @@ void RecordOutput::PutMakeCurrents()
 
 bool RecordOutput::Hold(const Data::RecordView& record)
 {
-    if (m_stacks.Take(record))
+    if (m_stacks.Take(record)) {
+        if (Data::StackRecord stack; m_keepsStacks && record.Is(Data::RecordId::Stack) && record.Read(stack))
+            PutStack(stack.stack);
         return true;
+    }
     if (!Data::GoesWithNextCall(record.Header().id))
         return false;
     Data::VertexAttribDataRecord vertices;
@@ -65,8 +68,13 @@ bool RecordOutput::Hold(const Data::RecordView& record)
 /// Puts the stack that a CallStack record names, and its modules, where they are not there yet.
 void RecordOutput::PutStackOf(const Data::RecordView& record)
 {
-    const std::uint32_t stack = m_stacks.StackOf(record);
-    if (stack == 0 || !m_putStacks.insert(stack).second)
+    if (const std::uint32_t stack = m_stacks.StackOf(record); stack != 0)
+        PutStack(stack);
+}
+
+void RecordOutput::PutStack(std::uint32_t stack)
+{
+    if (!m_stacks.Has(stack) || !m_putStacks.insert(stack).second)
         return;
     for (const Data::StackFrame& frame : m_stacks.Frames(stack))
         if (frame.module != 0 && m_putModules.insert(frame.module).second)

@@ -38,7 +38,9 @@ OutputCall MakeCall(Data::CallId call, std::initializer_list<OutputArgument> arg
 /// Writes records of another capture, and calls of its own, to a capture.
 class RecordOutput {
 public:
-    RecordOutput(Data::CaptureWriter& writer, Data::Diagnostics& diagnostics) : m_writer(writer), m_stacks(diagnostics)
+    /// `keepsStacks`: also those from which no call of the output comes.
+    RecordOutput(Data::CaptureWriter& writer, Data::Diagnostics& diagnostics, bool keepsStacks)
+        : m_writer(writer), m_keepsStacks(keepsStacks), m_stacks(diagnostics)
     {
     }
 
@@ -71,9 +73,11 @@ private:
     void PutCall(Data::CallId call, std::span<const std::uint8_t> record);
     void PutMakeCurrents();
     void PutStackOf(const Data::RecordView& record);
+    void PutStack(std::uint32_t stack);
     void PutModule(std::uint32_t number);
 
     Data::CaptureWriter& m_writer;
+    const bool m_keepsStacks;
     Data::CallStacks m_stacks;
     /// Those that are in the output.
     std::set<std::uint32_t> m_putStacks;

@@ -172,7 +172,7 @@ void Trimmer::ReadContents(LiveReplay& replay)
 
 bool Trimmer::Write(Data::CaptureWriter& writer, Data::CaptureHeader& header)
 {
-    RecordOutput output(writer, m_diagnostics);
+    RecordOutput output(writer, m_diagnostics, m_isContinued);
     FrontPart front(m_range);
     std::size_t index = 0;
     std::uint32_t thread = 0;
@@ -288,7 +288,6 @@ void Trimmer::WriteFrame(const Data::RecordCursor& record, RecordOutput& output)
 
 void Trimmer::WriteUnfinished(const Data::RecordCursor& record, RecordOutput& output) const
 {
-    std::vector<std::uint8_t> records;
     for (Data::RecordCursor inner = Data::UnfinishedRecords(record); inner.Next();) {
         Data::RecordHeader header = inner.Header();
         if (header.id < Data::FirstBuiltInId) {
@@ -298,9 +297,8 @@ void Trimmer::WriteUnfinished(const Data::RecordCursor& record, RecordOutput& ou
             header.id = static_cast<std::uint32_t>(*call);
             std::memcpy(inner.Record(), &header, sizeof header);
         }
-        records.insert(records.end(), inner.Bytes().begin(), inner.Bytes().end());
     }
-    output.Writer().Unfinished(records.data(), static_cast<std::uint32_t>(records.size()));
+    output.Copy(record);
 }
 
 void Trimmer::WriteMakeCurrent(RecordOutput& output, const Current& current)

@@ -33,6 +33,8 @@ public:
     {
     }
 
+    /// Other files will go on where the output ends: it keeps the stacks too from which only their calls may come.
+    void SetContinued() { m_isContinued = true; }
     /// The first pass. False when the capture ends too early, which was reported.
     bool Analyse(LiveReplay& replay);
     /// The second pass, after which `header` has the number of calls and the time at which the first frame began. False
@@ -48,7 +50,7 @@ private:
     void WriteState(const Data::RecordCursor& record, std::size_t index, RecordOutput& output);
     void WriteContents(RecordOutput& output);
     void WriteFrame(const Data::RecordCursor& record, RecordOutput& output);
-    /// Calls that had not returned, by their numbers here.
+    /// Calls that had not returned; they get their numbers here.
     void WriteUnfinished(const Data::RecordCursor& record, RecordOutput& output) const;
     static void WriteMakeCurrent(RecordOutput& output, const Current& current);
     /// The call of a record; nothing when this program does not know it.
@@ -59,6 +61,7 @@ private:
     Data::Diagnostics& m_diagnostics;
     Util::FrameRange m_range;
     std::function<void(std::uint32_t)> m_progress;
+    bool m_isContinued = false;
     StateTracker m_tracker;
     Selection m_selection;
     /// When the frame in front of the first one ended; 0 for the capture's own first frame.

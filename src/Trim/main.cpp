@@ -27,6 +27,7 @@ constexpr Util::Option Options[] = {
      "only that one",
      "Options"},
     {"-o", "FILE", "capture to write", "Options"},
+    {"--continued", "", "further files will continue OUT.glcap: keep what only they may refer to", "Options"},
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},
 };
@@ -68,7 +69,7 @@ Data::CaptureHeader HeaderOfPart(Data::CaptureHeader header, const std::string& 
 }
 
 ExitStatus WriteTrimmed(Data::CaptureSource& source, const std::string& input, const std::string& output,
-                        FrameRange range)
+                        FrameRange range, bool isContinued)
 {
     Data::Diagnostics diagnostics(input, [](const std::string& line) { Say(line); });
     const std::uint32_t last = std::min(range.last, source.FrameCount());
@@ -82,6 +83,8 @@ ExitStatus WriteTrimmed(Data::CaptureSource& source, const std::string& input, c
     std::optional<Replay::StatusLine> status(false);
     Trim::Trimmer trimmer(source, diagnostics, range,
                           [&](std::uint32_t frame) { status->Update(frame, range.first - 1, frame, false); });
+    if (isContinued)
+        trimmer.SetContinued();
     {
         const auto replay = Trim::LiveReplay::Create(diagnostics, error);
         if (!replay)
@@ -170,7 +173,7 @@ ExitStatus Run(int argc, char** argv)
     for (const std::string& file : parsed.args.positional)
         if (std::filesystem::equivalent(file, output, none))
             return Fail(ExitStatus::Usage, output + ": is the capture that is read");
-    return WriteTrimmed(*source, input, output, range);
+    return WriteTrimmed(*source, input, output, range, parsed.args.HasSwitch("--continued"));
 }
 
 } // namespace

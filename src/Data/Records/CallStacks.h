@@ -35,6 +35,7 @@ public:
     /// The stack that a CallStack record names; 0 for other records, and when the capture has no such stack.
     [[nodiscard]] std::uint32_t StackOf(const RecordView& record);
 
+    [[nodiscard]] bool Has(std::uint32_t stack) const { return m_stacks.contains(stack); }
     /// Innermost first. The stack and module must be there, as those are that Take and StackOf let pass.
     [[nodiscard]] const std::vector<StackFrame>& Frames(std::uint32_t stack) const { return m_stacks.at(stack); }
     [[nodiscard]] const CodeModule& Module(std::uint32_t module) const { return m_modules.at(module); }

@@ -182,6 +182,8 @@ void Spool::BeginCut(Job job, std::uint32_t frames)
     for (const File& file : m_files)
         command.push_back(file.path);
     command.insert(command.end(), {"--frames", InFiles(job.part.frames), "-o", CutFile()});
+    if (job.isBase)
+        command.emplace_back("--continued");
     m_job.emplace(std::move(job));
     m_job->files = m_files.size();
     m_job->tool = std::make_unique<Tool>(command, LogFile());

@@ -12,7 +12,7 @@ namespace Recorder {
 /// Of each recorded process, counted in each from 1.
 struct Wanted {
     /// Those of the capture that gets the name the user gave.
-    Util::FrameRange frames;
+    Util::FrameRange frames = {};
     /// None, until recording is started.
     bool isPaused = false;
     /// In the place of `frames`: so many at the end; 0: not.
