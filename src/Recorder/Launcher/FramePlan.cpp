@@ -78,10 +78,10 @@ std::vector<Part> FramePlan::TakeComplete(std::uint32_t frames)
 {
     if (m_recording && m_recording->frames.last <= frames)
         m_snapshots.push_back(*std::exchange(m_recording, std::nullopt));
-    const auto ended =
-        std::ranges::stable_partition(m_snapshots, [frames](const Part& part) { return part.frames.last > frames; });
-    std::vector<Part> complete(std::make_move_iterator(ended.begin()), std::make_move_iterator(ended.end()));
-    m_snapshots.erase(ended.begin(), ended.end());
+    const auto ended = std::stable_partition(m_snapshots.begin(), m_snapshots.end(),
+                                             [frames](const Part& part) { return part.frames.last > frames; });
+    std::vector<Part> complete(std::make_move_iterator(ended), std::make_move_iterator(m_snapshots.end()));
+    m_snapshots.erase(ended, m_snapshots.end());
     return complete;
 }
 
