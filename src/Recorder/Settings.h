@@ -5,6 +5,8 @@
 namespace Recorder {
 
 inline constexpr char CaptureEnding[] = ".glcap";
+/// Of the folder beside a process's capture that holds what parts are cut out of.
+inline constexpr char SpoolEnding[] = ".spool";
 
 /// Folder for the captures, absolute: each process has NAME.PID.glcap there. Without it, the working directory.
 inline constexpr char FolderVariable[] = "PLAYBACK_RECORD_FOLDER";

@@ -91,9 +91,12 @@ std::string Conclusion::HowItEnded(const Recording& recording) const
 void Conclusion::Add(const Recording& recording, const fs::path& name, const std::string& error)
 {
     std::string remarks;
-    if (const ProcessReport* const report = FindReport(m_reports, recording.process);
-        report != nullptr && !report->cut.empty())
+    const ProcessReport* const report = FindReport(m_reports, recording.process);
+    if (report != nullptr && !report->cut.empty())
         remarks += "  " + report->cut + "\n";
+    else if (m_options.wanted.NeedsCut() && !recording.isBusy && (report == nullptr || report->parts.empty()))
+        remarks +=
+            "  Nothing was cut out of it, since the process wrote its capture itself; playback-trim does that.\n";
     if (!recording.summary.isComplete)
         remarks += "  " + WhyIncomplete(recording) + "\n";
     remarks += DescribeMissing(recording.summary);

@@ -1,6 +1,7 @@
 #include "Recorder/Launcher/FramePlan.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace Recorder {

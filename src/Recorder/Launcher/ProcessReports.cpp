@@ -1,6 +1,7 @@
 #include "Recorder/Launcher/ProcessReports.h"
 
 #include <algorithm>
+#include <fcntl.h>
 #include <sstream>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -48,6 +49,8 @@ bool ProcessReport::HasLibrary(std::string_view start) const
 ReportBox::ReportBox(const std::string& folder)
     : m_link(folder + "/" + ReportsName), m_file(memfd_create(ReportFileName, MFD_CLOEXEC))
 {
+    // The process that writes shares this descriptor, and programs have others of the same file.
+    fcntl(m_file, F_SETFL, O_APPEND);
     const std::string file = "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(m_file);
     // One that is there already leads nowhere any more.
     unlink(m_link.c_str());

@@ -48,15 +48,25 @@ std::vector<Recording> List(const fs::path& folder)
     return recordings;
 }
 
+/// Or something could not be cut out.
+bool IsCutting(const fs::path& folder)
+{
+    std::error_code error;
+    const fs::directory_iterator entries(folder, error);
+    return std::any_of(begin(entries), end(entries),
+                       [](const fs::directory_entry& entry) { return entry.path().extension() == SpoolEnding; });
+}
+
 std::vector<Recording> ListWhenWritten(const fs::path& folder, pid_t process)
 {
     for (int polls = 0;; ++polls) {
         std::vector<Recording> recordings = List(folder);
         const auto busy = std::ranges::find_if(recordings, &Recording::isBusy);
         const bool hasOwn = std::ranges::find(recordings, process, &Recording::process) != recordings.end();
-        if (busy == recordings.end() || (polls > PollsOfGrace && (hasOwn || WasStopped())))
+        const bool isBusy = busy != recordings.end();
+        if ((!isBusy && !IsCutting(folder)) || (polls > PollsOfGrace && (!isBusy || hasOwn || WasStopped())))
             return recordings;
-        if (polls == PollsOfGrace) {
+        if (polls == PollsOfGrace && isBusy) {
             std::fprintf(stderr, "playback-record: %s (process %d) is still running; waiting for it to end\n",
                          busy->program.c_str(), static_cast<int>(busy->process));
         }

@@ -33,7 +33,7 @@ constexpr useconds_t PollUs = 20'000;
 } // namespace
 
 Spool::Spool(SpoolPlace& place, const Wanted& wanted, fs::path file, std::string program, pid_t process)
-    : m_place(place), m_wanted(wanted), m_first(std::move(file)), m_folder(m_first.string() + ".spool"),
+    : m_place(place), m_wanted(wanted), m_first(std::move(file)), m_folder(m_first.string() + SpoolEnding),
       m_program(std::move(program)), m_process(process), m_plan(wanted), m_current{m_first, 0}
 {
 }
@@ -186,7 +186,7 @@ void Spool::BeginCut(Job job, std::uint32_t frames)
         command.emplace_back("--continued");
     m_job.emplace(std::move(job));
     m_job->files = m_files.size();
-    m_job->tool = std::make_unique<Tool>(command, LogFile());
+    m_job->tool = std::make_unique<Tool>(command, LogFile(), !m_job->isBase);
     m_frameLimit = m_endedFrames + frames;
 }
 
@@ -212,7 +212,7 @@ void Spool::ContinueJob()
     } else if (!m_job->isVerifying && m_wanted.hash && !m_place.tools.playback.empty()) {
         m_job->isVerifying = true;
         m_job->tool = std::make_unique<Tool>(
-            std::vector<std::string>{m_place.tools.playback, "-headless", "-verify", CutFile()}, LogFile());
+            std::vector<std::string>{m_place.tools.playback, "-headless", "-verify", CutFile()}, LogFile(), true);
     } else {
         Give(m_job->part, !m_job->isVerifying ? "not verified, since there are no hashes (--hash)"
                           : status == 0       ? "verified"
@@ -249,8 +249,11 @@ void Spool::Finish(Drain& drain, const HowItEnded& how)
     if (!isWhole)
         drain.NameOrigin(Whole().filename().string());
     drain.Finish(how);
-    if (isWhole)
+    if (isWhole) {
+        if (m_wanted.last != 0)
+            dprintf(m_place.reports, "%d %s It had no more frames.\n", static_cast<int>(m_process), Finding::Cut);
         return;
+    }
     Keep(frames);
     for (Part& part : rest)
         if (part.frames.first <= frames)

@@ -18,6 +18,7 @@ namespace {
 
 /// It is not to take the processor from the program that is recorded.
 constexpr int Niceness = 15;
+constexpr int UrgentNiceness = 4;
 
 } // namespace
 
@@ -29,7 +30,7 @@ CutTools FindCutTools()
     return {find("playback-trim"), find("playback")};
 }
 
-Tool::Tool(const std::vector<std::string>& command, fs::path log) : m_log(std::move(log))
+Tool::Tool(const std::vector<std::string>& command, fs::path log, bool isUrgent) : m_log(std::move(log))
 {
     std::vector<char*> arguments;
     for (const std::string& argument : command)
@@ -43,7 +44,7 @@ Tool::Tool(const std::vector<std::string>& command, fs::path log) : m_log(std::m
     if (posix_spawn(&m_process, arguments[0], &actions, nullptr, arguments.data(), environ) != 0)
         m_process = -1;
     else
-        setpriority(PRIO_PROCESS, static_cast<id_t>(m_process), Niceness);
+        setpriority(PRIO_PROCESS, static_cast<id_t>(m_process), isUrgent ? UrgentNiceness : Niceness);
     posix_spawn_file_actions_destroy(&actions);
 }
 

@@ -21,7 +21,8 @@ struct CutTools {
 /// A program of ours at work in a process of its own, at a low priority. What it says goes to a file.
 class Tool {
 public:
-    Tool(const std::vector<std::string>& command, std::filesystem::path log);
+    /// Somebody may wait for it when it is urgent.
+    Tool(const std::vector<std::string>& command, std::filesystem::path log, bool isUrgent);
     /// Ends it.
     ~Tool();
     Tool(const Tool&) = delete;
