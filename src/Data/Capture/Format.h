@@ -319,7 +319,8 @@ struct MultisampleTextureRecord {
 
 // The records of the summary. Each part comes once, unless it says otherwise.
 
-/// Moves when the summary holds more, or counts otherwise. A reader counts by reading where it is not its own.
+/// Moves when the summary counts otherwise, or holds more that readers must know. A reader counts by reading where it
+/// is not its own, and passes over parts that it does not know.
 inline constexpr std::uint32_t SummaryVersion = 1;
 
 enum class SummaryPart : std::uint32_t {
@@ -331,6 +332,7 @@ enum class SummaryPart : std::uint32_t {
     Note = 6,     ///< TextRecord; one for each text
     Frames = 7,   ///< FrameCounts array: each frame, then what comes after the last one
     Bindings = 8, ///< BindingChange array: what changed in a chunk of records; one for each, in file order
+    Stacks = 9,   ///< CountEntry array: modules and stacks by the chunk of records that they are in, counted from 0
 };
 
 struct SummaryTotals {

@@ -37,6 +37,7 @@ bool MakesContextOrSurface(CallId call)
 
 SummaryCounter::SummaryCounter(const std::vector<FileCall>& calls)
 {
+    m_counts.stacks.emplace();
     m_calls.reserve(calls.size());
     for (const FileCall& call : calls) {
         const bool isKnown = call.known < callCount;
@@ -61,6 +62,9 @@ void SummaryCounter::CountChunk(std::span<const std::uint8_t> chunk)
     for (RecordCursor cursor(const_cast<std::uint8_t*>(chunk.data()), static_cast<std::uint32_t>(chunk.size()), 0);
          cursor.Next();)
         Count(cursor);
+    if (m_chunkStacks > 0)
+        m_counts.stacks->push_back({static_cast<std::uint32_t>(m_counts.bindings.size()), 0, m_chunkStacks});
+    m_chunkStacks = 0;
     m_counts.bindings.push_back(m_bindings.TakeChanges());
 }
 
@@ -140,6 +144,10 @@ void SummaryCounter::CountBuiltIn(const RecordView& record)
     case RecordId::SurfaceAttribs:
         if (AttribsRecord attribs; record.Read(attribs))
             SizeFromAttribs(attribs.object, record.Contents(attribs.attribs));
+        break;
+    case RecordId::Module:
+    case RecordId::Stack:
+        ++m_chunkStacks;
         break;
     case RecordId::Note:
         if (TextRecord note; record.Read(note) && record.HasContents(note.text))

@@ -20,7 +20,8 @@ public:
     explicit SummaryCounter(const std::vector<FileCall>& calls);
 
     void Count(const RecordView& record);
-    /// A whole chunk of records, as it is before compression. Only such chunks have their bindings noted.
+    /// A whole chunk of records, as it is before compression. Only such chunks have their bindings and stacks
+    /// noted.
     void CountChunk(std::span<const std::uint8_t> chunk);
     /// What was counted so far.
     [[nodiscard]] const SummaryCounts& Counts();
@@ -49,6 +50,8 @@ private:
     BufferBindings m_bindings;
     /// Of the thread at work, since it is.
     std::uint64_t m_threadCalls = 0;
+    /// Modules and stacks of the chunk at work.
+    std::uint64_t m_chunkStacks = 0;
     bool m_isInStateBlock = false;
 };
 

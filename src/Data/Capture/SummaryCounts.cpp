@@ -88,6 +88,8 @@ std::vector<std::uint8_t> EncodeSummary(const SummaryCounts& counts)
     encoder.Put(SummaryPart::Frames, counts.byFrame);
     for (const std::vector<BindingChange>& changes : counts.bindings)
         encoder.Put(SummaryPart::Bindings, changes);
+    if (counts.stacks)
+        encoder.Put(SummaryPart::Stacks, *counts.stacks);
     if (encoder.bytes.size() > MaxChunkBytes)
         return {};
     return std::move(encoder.bytes);

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -39,6 +40,8 @@ struct SummaryCounts {
     std::map<std::string, std::uint64_t> notes;
     /// For each chunk of records, what listing the ones after it depends on.
     std::vector<std::vector<BindingChange>> bindings;
+    /// The chunks of records in which there are modules and stacks, and how many. Empty: the summary does not tell.
+    std::optional<std::vector<CountEntry>> stacks;
 };
 
 /// The body of the summary's chunk. Empty when it would be larger than a chunk can be.

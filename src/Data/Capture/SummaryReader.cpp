@@ -1,5 +1,6 @@
 #include "Data/Capture/SummaryReader.h"
 
+#include <algorithm>
 #include <cstring>
 #include <span>
 
@@ -52,6 +53,10 @@ public:
         case SummaryPart::Bindings:
             m_counts.bindings.push_back(Entries<BindingChange>(record, sizeof(RecordHeader)));
             return true;
+        case SummaryPart::Stacks:
+            m_counts.stacks = Entries<CountEntry>(record, sizeof(RecordHeader));
+            return std::ranges::all_of(*m_counts.stacks,
+                                       [&](const CountEntry& entry) { return entry.key < m_source.Chunks().size(); });
         }
         return true;
     }

@@ -29,23 +29,6 @@ void Follow(Data::BufferBindings& bindings, const Data::RecordView& record, cons
         bindings.Follow({static_cast<Data::CallId>(call), record});
 }
 
-/// The chunk to begin with for a listing from frame `frame` on, and what is bound at its start. The summary has the
-/// bindings of the chunks in front, which are not read then; where there is none, all is read.
-std::size_t Begin(Data::CaptureSource& source, Data::Diagnostics& diagnostics, std::uint32_t frame,
-                  Data::BufferBindings& bindings)
-{
-    const std::size_t chunk = source.ChunkOfFrame(frame);
-    if (chunk == 0)
-        return 0;
-    std::string trouble;
-    const auto summary = Data::ReadSummary(source, trouble);
-    if (!trouble.empty())
-        diagnostics.File("the summary at the end is not used, and the capture read from its start: " + trouble);
-    for (std::size_t i = 0; summary && i < chunk; ++i)
-        bindings.Apply(summary->bindings[i]);
-    return summary ? chunk : 0;
-}
-
 /// One listing of a capture.
 class Listing {
 public:
@@ -60,8 +43,7 @@ public:
 
     std::uint64_t Run()
     {
-        // A stack lies where it came first, which may be anywhere in front.
-        const std::size_t firstChunk = m_stacks ? 0 : Begin(m_source, m_diagnostics, m_choice.frames.first, m_bindings);
+        const std::size_t firstChunk = Begin();
         Data::WalkRecords(
             m_source, m_diagnostics, [this](const Data::RecordCursor& record) { Visit(record); }, m_choice.frames.last,
             firstChunk);
@@ -71,6 +53,41 @@ public:
     }
 
 private:
+    /// Answers the chunk to begin with. What is bound at its start, and the stacks in front, are known from the
+    /// summary, and the chunks in front are not read; where it does not tell, all is read.
+    std::size_t Begin()
+    {
+        const std::size_t chunk = m_source.ChunkOfFrame(m_choice.frames.first);
+        if (chunk == 0)
+            return 0;
+        std::string trouble;
+        const auto summary = Data::ReadSummary(m_source, trouble);
+        if (!trouble.empty())
+            m_diagnostics.File("the summary at the end is not used, and the capture read from its start: " + trouble);
+        if (!summary || (m_stacks && !summary->stacks))
+            return 0;
+        for (std::size_t i = 0; i < chunk; ++i)
+            m_bindings.Apply(summary->bindings[i]);
+        for (std::size_t i = 0; m_stacks && i < summary->stacks->size(); ++i)
+            if (const std::size_t number = (*summary->stacks)[i].key; number < chunk)
+                TakeStacks(number);
+        return chunk;
+    }
+
+    void TakeStacks(std::size_t number)
+    {
+        Data::Chunk chunk;
+        const std::string trouble = m_source.ReadChunk(m_source.Chunks()[number], chunk);
+        if (!trouble.empty()) {
+            m_diagnostics.File(trouble);
+            return;
+        }
+        m_diagnostics.position.chunkOffset = chunk.fileOffset;
+        for (Data::RecordCursor cursor(chunk); cursor.Next();)
+            if (!cursor.Is(Data::RecordId::CallStack))
+                m_stacks->Take(cursor);
+    }
+
     [[nodiscard]] bool IsChosen(std::string_view call)
     {
         if (call != m_lastCall) {

@@ -23,13 +23,14 @@ struct FrameView {
     }
 };
 
-/// "Scene::Draw() at src/Scene.cpp:57", or as much of it as is known.
+/// "Scene::Draw() at src/Scene.cpp:57", or as much of it as is known. Offsets are those of the return, which comes after
+/// the place.
 std::string PlainText(const FrameView& frame, const CodePlace& place)
 {
     if (place.function.empty())
         return frame.module ? frame.Path() + "+" + HexText(frame.Offset()) : HexText(frame.address);
     if (place.file.empty())
-        return place.function + "+" + HexText(place.offset) + " in " + frame.Path();
+        return place.function + "+" + HexText(place.offset + 1) + " in " + frame.Path();
     return place.function + (place.isInlined ? " (inlined)" : "") + " at " + place.file + ":" +
            std::to_string(place.line);
 }
