@@ -23,8 +23,8 @@ struct FrameView {
     }
 };
 
-/// "Scene::Draw() at src/Scene.cpp:57", or as much of it as is known. Offsets are those of the return, which comes after
-/// the place.
+/// "Scene::Draw() at src/Scene.cpp:57", or as much of it as is known. Offsets are those of the return, which comes
+/// after the place.
 std::string PlainText(const FrameView& frame, const CodePlace& place)
 {
     if (place.function.empty())
