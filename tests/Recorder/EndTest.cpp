@@ -331,7 +331,6 @@ TEST_F(RecorderTest, ExitStatusIsTheProgramsOrSaysWhatWentWrong)
     EXPECT_EQ(Run(PLAYBACK_RECORD " --frames 0 true").status, 2);
     EXPECT_EQ(Run(PLAYBACK_RECORD " ./no-such-program").status, 127);
     EXPECT_EQ(Run(PLAYBACK_RECORD " -o - true").status, 2);
-    EXPECT_EQ(Run(PLAYBACK_RECORD " --serve served --last 5").status, 2);
     for (const char* const file : {"no/such/folder.glcap", "/proc/x.glcap", "/dev/null", "."}) {
         EXPECT_EQ(Run(PLAYBACK_RECORD " -o " + std::string(file) + " touch started; cat started").status, 1);
         EXPECT_EQ(Run(PLAYBACK_RECORD " -o " + std::string(file) + " touch started").status, 6);

@@ -43,7 +43,7 @@ class FromTo(EndToEndTest):
     def wait_for(self, is_so):
         deadline = time.monotonic() + 30
         while not is_so():
-            self.assertLess(time.monotonic(), deadline, (self.dir / "record.err").read_text())
+            self.assertLess(time.monotonic(), deadline, [path.read_text() for path in self.dir.glob("*.err")])
             time.sleep(0.05)
 
     def end(self, number=signal.SIGINT):
@@ -84,6 +84,17 @@ class FromTo(EndToEndTest):
         self.recorder = first
         self.assertEqual(self.end(), 0)
         self.assertMentions(self.ctl("status", status=DIFFERED), "no recording")
+
+    def test_program_that_another_one_starts(self):
+        serving = self.start_program(RECORD, "--hash", "--last", "5", "--serve", "served", **self.runtime)
+        self.wait_for(lambda: (self.dir / "playback-record.out").read_text())
+        variables = dict(line.split("=", 1) for line in (self.dir / "playback-record.out").read_text().splitlines())
+        self.run_program(SPINNING, "--pbuffer", "--frames", "30", **variables)
+        serving.send_signal(signal.SIGINT)
+        self.assertEqual(serving.wait(60), 0)
+        capture, = self.dir.glob("served/*.glcap")
+        self.assertEqual(self.info(capture)["cutFrom"]["lastFrame"], 30)
+        self.verify(capture, "-headless")
 
     def test_signals_and_keys(self):
         terminal, program_side = pty.openpty()

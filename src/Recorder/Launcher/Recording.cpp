@@ -20,6 +20,8 @@ namespace {
 constexpr int EndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
 volatile sig_atomic_t program = 0;
+/// The program has; what is left is to write.
+volatile sig_atomic_t hasEnded = 0;
 volatile sig_atomic_t wasStopped = 0;
 
 void PassOn(int signal)
@@ -31,7 +33,7 @@ void PassOn(int signal)
 void OnEnd(int signal, siginfo_t* info, void*)
 {
     wasStopped = 1;
-    if (program == 0)
+    if (hasEnded != 0)
         Steering::Abandon();
     // A terminal sends its signals to the program as well; only others have to be passed on. When it is closed, it
     // tells the first process of the session alone.
@@ -127,6 +129,7 @@ void Wait(pid_t child, WriterProcess& writer, ProgramEnd& end)
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     program = 0;
+    hasEnded = 1;
     writer.TellEnd(child, status);
     end.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     end.status = end.signal != 0 ? 128 + end.signal : WEXITSTATUS(status);

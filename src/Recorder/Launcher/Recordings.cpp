@@ -1,6 +1,7 @@
 #include "Recorder/Launcher/Recordings.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -19,6 +20,7 @@ namespace {
 
 constexpr useconds_t PollUs = 50'000;
 constexpr int PollsOfGrace = 40;
+constexpr int PollsForCuts = 1200;
 
 /// Writers hold a lock on their file.
 bool IsBusy(const fs::path& file)
@@ -48,13 +50,15 @@ std::vector<Recording> List(const fs::path& folder)
     return recordings;
 }
 
-/// Or something could not be cut out.
+/// Of a process that has ended, something is still cut out.
 bool IsCutting(const fs::path& folder)
 {
     std::error_code error;
     const fs::directory_iterator entries(folder, error);
-    return std::any_of(begin(entries), end(entries),
-                       [](const fs::directory_entry& entry) { return entry.path().extension() == SpoolEnding; });
+    return std::any_of(begin(entries), end(entries), [](const fs::directory_entry& entry) {
+        return entry.path().extension() == SpoolEnding && IsBusy(entry.path()) &&
+               kill(FromName(entry.path().stem()).process, 0) != 0;
+    });
 }
 
 std::vector<Recording> ListWhenWritten(const fs::path& folder, pid_t process)
@@ -64,7 +68,8 @@ std::vector<Recording> ListWhenWritten(const fs::path& folder, pid_t process)
         const auto busy = std::ranges::find_if(recordings, &Recording::isBusy);
         const bool hasOwn = std::ranges::find(recordings, process, &Recording::process) != recordings.end();
         const bool isBusy = busy != recordings.end();
-        if ((!isBusy && !IsCutting(folder)) || (polls > PollsOfGrace && (!isBusy || hasOwn || WasStopped())))
+        const bool isWaitedFor = polls < PollsForCuts && IsCutting(folder);
+        if (!isWaitedFor && (!isBusy || (polls > PollsOfGrace && (hasOwn || WasStopped()))))
             return recordings;
         if (polls == PollsOfGrace && isBusy) {
             std::fprintf(stderr, "playback-record: %s (process %d) is still running; waiting for it to end\n",

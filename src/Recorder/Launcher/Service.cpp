@@ -52,13 +52,15 @@ void PrintVariables(const RecordingOptions& options)
     std::fflush(stdout);
 }
 
-int Conclude(const RecordingOptions& options, std::vector<ProcessReport> reports, std::uint64_t beginUs)
+int Conclude(const RecordingOptions& options, const ReportBox& reports, std::uint64_t beginUs)
 {
     // Whoever reads our messages may be gone.
     std::signal(SIGPIPE, SIG_IGN);
     const ProgramEnd none;
-    Conclusion conclusion(options, none, std::move(reports));
-    for (const Recording& recording : CollectRecordings(options.folder, 0, beginUs))
+    // Ahead of the reports, since it waits for what is still cut out.
+    const std::vector<Recording> recordings = CollectRecordings(options.folder, 0, beginUs);
+    Conclusion conclusion(options, none, reports.Read());
+    for (const Recording& recording : recordings)
         conclusion.Add(recording, recording.file, "");
     if (conclusion.IsEmpty())
         return conclusion.TellNothing();
@@ -89,7 +91,7 @@ int Serve(RecordingOptions options)
         // Programs that are started from now on write themselves.
         unlink((fs::path(options.folder) / SocketName).c_str());
     }
-    return Conclude(options, reports.Read(), beginUs);
+    return Conclude(options, reports, beginUs);
 }
 
 } // namespace Recorder

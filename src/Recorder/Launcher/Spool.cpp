@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 #include <utility>
 
@@ -46,6 +48,8 @@ Spool::~Spool()
     fs::remove(LogFile(), error);
     if (!m_isKept)
         fs::remove_all(m_folder, error);
+    if (m_lock >= 0)
+        close(m_lock);
 }
 
 void Spool::Ask(const std::shared_ptr<Request>& request, std::uint32_t frames, std::uint32_t begun)
@@ -132,12 +136,21 @@ fs::path Spool::NameOf(std::uint32_t begin) const
     return m_folder / name;
 }
 
+void Spool::MakeFolder()
+{
+    std::error_code error;
+    if (m_lock < 0 && fs::create_directory(m_folder, error)) {
+        m_lock = open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        flock(m_lock, LOCK_EX | LOCK_NB);
+    }
+}
+
 /// The file at work is complete. The first one leaves its place to the capture that is cut out at the end.
 void Spool::Keep(std::uint32_t frames)
 {
     std::error_code error;
     if (m_current.path == m_first) {
-        fs::create_directory(m_folder, error);
+        MakeFolder();
         const fs::path name = NameOf(0);
         fs::rename(m_first, name, error);
         m_current.path = error ? m_first : name;
@@ -152,8 +165,7 @@ std::string Spool::EndFile(Drain& drain)
     const std::uint32_t frames = drain.Frames();
     if (frames == m_endedFrames)
         return {};
-    std::error_code error;
-    fs::create_directory(m_folder, error);
+    MakeFolder();
     std::string why;
     auto writer = Data::CaptureWriter::Create(NameOf(frames), {}, why);
     if (writer == nullptr)

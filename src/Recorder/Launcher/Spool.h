@@ -69,6 +69,7 @@ private:
     [[nodiscard]] std::string LetGo(Drain& drain);
     [[nodiscard]] std::string EndFile(Drain& drain);
     void Keep(std::uint32_t frames);
+    void MakeFolder();
     void RunJobs();
     void BeginCut(Job job, std::uint32_t frames);
     void ContinueJob();
@@ -111,6 +112,8 @@ private:
     unsigned m_failures = 0;
     /// Why nothing more is written.
     std::string m_error;
+    /// Of the folder once it is there: locked as long as this works on it.
+    int m_lock = -1;
     /// Something could not be cut out; the files stay.
     bool m_isKept = false;
 };

@@ -67,7 +67,7 @@ free names beside it, FILE.2.glcap and so on. What another recording has given t
 
 With --serve, programs are recorded that others start, such as a compositor that is a service: all that have the
 variables in their environment which are printed first, until a signal ends it. Their captures are DIR/NAME.PID.glcap,
-from the first frame on; ctl, signals and keys do not choose frames of them. The manual page has an example.
+and parts of them DIR/NAME.PID-1.glcap and so on. The manual page has an example.
 
 While it runs, captures are written to a folder FILE.recording-XXXXXX beside FILE (both without .glcap). It is gone at
 the end. When playback-record itself is killed (SIGKILL), it stays, and what is recorded can be replayed from there.
@@ -150,10 +150,6 @@ std::string ReadOptions(const Util::CommandLine::Result& parsed, Recorder::Recor
         options.folder = *served;
         if (served->empty())
             return "--serve: expected the name of a folder, found ''";
-        if (options.wanted.NeedsCut() || options.takesKeys)
-            return "--serve: programs that others start are recorded from their first frame on, without "
-                   "--start-paused, "
-                   "--last and --keys";
         return wanted != nullptr         ? "-o: the names of captures cannot be chosen with --serve"
                : options.command.empty() ? ""
                                          : "--serve: expected no COMMAND, found '" + options.command[0] + "'";
