@@ -15,6 +15,7 @@ import sys
 # option's help.
 WORDS = {
     "extracttextures": "all",
+    "frame-end": "auto swap flush finish fence readback marker",
     "loglevel": "none error warning notice diagnostic trace",
     "logzone": "all",
     "pace": "recorded",

@@ -1,6 +1,7 @@
 #include "Host/Engine.h"
 
 #include "Data/Capture/CaptureFile.h"
+#include "Host/DrawnFrames.h"
 #include "Host/Screenshots.h"
 #include "Host/Verify/Verification.h"
 #include "Host/Wayland/ReplayWindows.h"
@@ -39,6 +40,8 @@ Engine::Engine(Data::CaptureFile& capture, Output output, Verification* verifica
     capture.GetFrameProcessor()->Calls().SetDriverContext(Replay::DriverState::Current());
     capture.SetAdapter(m_glAdapter.get());
     capture.SetAdapter(m_eglAdapter.get());
+    m_drawnFrames = std::make_unique<DrawnFrames>(*m_resourceTable, *m_eglAdapter, verification);
+    capture.SetFramePictureHandler(m_drawnFrames.get());
     m_glAdapter->SetScreenshotHandler(screenshots);
     m_eglAdapter->SetScreenshotHandler(screenshots);
     AttachHandlers(capture, output.windows, screenshots);
@@ -78,6 +81,11 @@ void Engine::ShowFramebuffer(std::uint32_t captured, std::int32_t x, std::int32_
     // What lies outside of either framebuffer is not drawn.
     gl.glBlitFramebuffer(0, 0, width, height, x, y, x + width, y + height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
     egl.eglSwapBuffers(display, surface);
+}
+
+bool Engine::HasDrawnFrames() const
+{
+    return m_drawnFrames->HasAny();
 }
 
 std::map<std::string, std::uint64_t> Engine::Errors() const

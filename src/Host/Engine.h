@@ -23,6 +23,7 @@ class GLResourceTable;
 
 namespace Host {
 
+class DrawnFrames;
 class ReplayWindows;
 class Screenshots;
 struct Verification;
@@ -48,6 +49,8 @@ public:
     /// Shows what is in a captured framebuffer of the current context, with its lower left corner at this place of the
     /// surface, in pixels. Does nothing while there is no such framebuffer.
     void ShowFramebuffer(std::uint32_t captured, std::int32_t x, std::int32_t y) const;
+    /// Frames ended without a swap.
+    [[nodiscard]] bool HasDrawnFrames() const;
     /// Errors of the driver by name, with their numbers, so far.
     [[nodiscard]] std::map<std::string, std::uint64_t> Errors() const;
 
@@ -60,6 +63,7 @@ private:
     // The GL adapter comes first because the EGL adapter deletes GL objects when it is destroyed.
     std::unique_ptr<Playback::GLPlaybackAdapter> m_glAdapter;
     std::unique_ptr<Playback::EGLPlaybackAdapter> m_eglAdapter;
+    std::unique_ptr<DrawnFrames> m_drawnFrames;
     std::vector<std::unique_ptr<Data::MetaHandler>> m_metaHandlers;
     std::vector<std::unique_ptr<Data::BlockEventHandler>> m_blockHandlers;
 };

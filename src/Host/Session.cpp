@@ -286,8 +286,11 @@ Util::Outcome Session::AfterFrame()
             return Util::Failure{Util::ExitStatus::NoDriver, reason.empty() ? missing : reason};
         }
     }
-    if (CurrentFrame() == 1 && m_report.passes == 1 && m_output.IsBlank())
-        Say("The first frame is drawn off screen; the window appears with the first one that is not.");
+    if (CurrentFrame() == 1 && m_report.passes == 1 && m_output.IsBlank()) {
+        Say(m_engine->HasDrawnFrames()
+                ? "No swap ends the first frame, so that the window does not show it; -screenshots writes such frames."
+                : "The first frame is drawn off screen; the window appears with the first one that is not.");
+    }
     const Telling::InDriver inDriver(&m_telling);
     if (m_settings->m_swapFbo > 0) {
         m_engine->ShowFramebuffer(static_cast<std::uint32_t>(m_settings->m_swapFbo), m_settings->m_swapFboX,

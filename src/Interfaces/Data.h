@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -204,6 +205,30 @@ public:
     /// `hash` is XXH3-64 over the back buffer as RGBA bytes, bottom row first, rows packed.
     virtual void ProcessFrameHash(std::uint32_t frame, std::uint32_t surface, std::uint32_t width, std::uint32_t height,
                                   std::uint64_t hash) = 0;
+};
+
+/// A frame that no swap ended, as it was recorded.
+struct FramePicture {
+    /// From 1.
+    std::uint32_t frame;
+    /// Captured name of the framebuffer that was drawn to last; 0: the default one.
+    std::uint32_t framebuffer;
+    /// There was something to read.
+    bool isThere;
+    /// Of colour attachment 0 or the back buffer, where the recorder was to hash frames. Components of attachments that
+    /// do not fit into bytes are hashed as floats or as integers of 32 bits.
+    std::optional<std::uint64_t> hash;
+    /// In pixels; 0 without a hash.
+    std::uint32_t width;
+    std::uint32_t height;
+};
+
+/// Is told of the ends of frames that no swap leads to.
+class FramePictureHandler {
+public:
+    virtual ~FramePictureHandler() = default;
+    /// Comes directly before the frame's end, while the context that drew is current.
+    virtual void ProcessFramePicture(const FramePicture& picture) = 0;
 };
 
 /// Replays a capture frame by frame.

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <limits>
 #include <mutex>
 #include <new>
 #include <pthread.h>
@@ -15,6 +16,7 @@
 
 #include "Data/Capture/CaptureWriter.h"
 #include "Recorder/Channel/Connection.h"
+#include "Recorder/FrameEnds.h"
 #include "Recorder/ProgramEnd.h"
 #include "Recorder/Report.h"
 #include "Recorder/Settings.h"
@@ -134,6 +136,7 @@ bool Begin()
     Report(Finding::Egl, "");
     firstHashed = Environment(HashVariable).empty() ? 0 : std::max(Number(HashVariable), 1u);
     lastFrame = Number(FramesVariable);
+    SetFrameEnd(Environment(FrameEndVariable));
     Data::CaptureHeader& header = capture.header;
     header.startTimeUs = RealTimeUs();
     header.toolVersion = PLAYBACK_VERSION;
@@ -209,12 +212,12 @@ void BeforeSandbox() noexcept
         ConnectAhead(folder);
 }
 
-bool IsHashWanted() noexcept
+bool IsHashWanted(std::uint32_t uncounted) noexcept
 {
     if (firstHashed == 0 || capture.channel == nullptr || capture.channel->isPaused != 0)
         return false;
     const std::lock_guard lock(capture.lock);
-    return capture.frames + 1 >= firstHashed;
+    return capture.frames + uncounted + 1 >= firstHashed;
 }
 
 void UpdateHeader(const Capturing& capturing) noexcept
@@ -228,13 +231,33 @@ bool EndFrame(const Capturing& capturing) noexcept
     if (!capturing)
         return false;
     capturing->PutFrameEnd(Data::MonotonicUs() - capture.channel->startUs);
-    ++capture.frames;
+    return CountFrames(capturing, 1);
+}
+
+bool CountFrames(const Capturing& capturing, std::uint32_t frames) noexcept
+{
+    if (!capturing)
+        return false;
+    capture.frames += frames;
     if (capture.channel->hasFailed == Failed) {
         TellUnwritten(capture.channel->error);
         // The last frame wanted will never come.
         return lastFrame != 0;
     }
     return lastFrame != 0 && capture.frames >= lastFrame;
+}
+
+std::uint32_t FramesWanted() noexcept
+{
+    return lastFrame != 0 ? lastFrame : std::numeric_limits<std::uint32_t>::max();
+}
+
+void EndRecording() noexcept
+{
+    // Nothing that is under way makes one more.
+    capture.channel->openFrames = 0;
+    FinishCapture();
+    EndProgram();
 }
 
 void FinishCapture() noexcept

@@ -72,11 +72,18 @@ void BeforeSandbox() noexcept;
 /// What the file's header says has changed.
 void UpdateHeader(const Capturing& capturing) noexcept;
 
-/// Ends the frame whose swap was just recorded. True when it was the last one wanted: capture and program are to end.
+/// Ends the frame whose last call was just recorded. True when it was the last one wanted: EndRecording is to follow,
+/// without the lock.
 [[nodiscard]] bool EndFrame(const Capturing& capturing) noexcept;
+/// The same for frames whose ends are in the capture.
+[[nodiscard]] bool CountFrames(const Capturing& capturing, std::uint32_t frames) noexcept;
+/// After so many frames the recording ends; a large number where nobody said so.
+[[nodiscard]] std::uint32_t FramesWanted() noexcept;
+/// Ends the capture and the program.
+void EndRecording() noexcept;
 
 /// True when the frame under way is to be hashed.
-[[nodiscard]] bool IsHashWanted() noexcept;
+[[nodiscard]] bool IsHashWanted(std::uint32_t uncounted = 0) noexcept;
 
 /// Finishes the file. Calls go on unrecorded.
 void FinishCapture() noexcept;

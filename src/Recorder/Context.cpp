@@ -17,6 +17,36 @@ GLint Integer(GLenum name)
 
 } // namespace
 
+void Context::OpenFrame()
+{
+    // After the capture there is no frame more.
+    if (!*capture.isRunning)
+        return;
+    if (!m_hasDrawn)
+        capture.channel->openFrames.fetch_add(1);
+    m_hasDrawn = m_hasDrawnToBound = true;
+}
+
+void Context::StartFrame()
+{
+    if (m_hasDrawn)
+        capture.channel->openFrames.fetch_sub(1);
+    m_hasDrawn = m_hasDrawnToBound = false;
+}
+
+void Context::KeepErrors()
+{
+    const GLenum error = Live<GLenum (*)()>(Entry::glGetError)();
+    m_keptError = m_keptError != GL_NO_ERROR ? m_keptError : error;
+}
+
+void Context::DropErrors()
+{
+    // A context that was lost reports an error for ever.
+    for (int i = 0; i < 32 && Live<GLenum (*)()>(Entry::glGetError)() != GL_NO_ERROR; ++i) {
+    }
+}
+
 std::int64_t ParameterElements(std::uint32_t pname) noexcept
 {
     switch (pname) {

@@ -78,11 +78,42 @@ public:
     /// True once.
     [[nodiscard]] bool TakePlaceholderCreation() { return !std::exchange(m_placeholder, true); }
 
+    /// A call that draws is on its way.
+    void NoteDrawing()
+    {
+        if (!m_hasDrawnToBound) [[unlikely]]
+            OpenFrame();
+    }
+    /// Something was drawn in this frame, and to the framebuffer that is bound now.
+    [[nodiscard]] bool HasDrawn() const { return m_hasDrawn; }
+    [[nodiscard]] bool HasDrawnToBound() const { return m_hasDrawnToBound; }
+    /// The framebuffer that was drawn to last, where it is not the one that is bound now.
+    [[nodiscard]] std::uint32_t DrawnFramebuffer() const { return m_drawnFramebuffer; }
+    void SetDrawnFramebuffer(std::uint32_t framebuffer)
+    {
+        m_drawnFramebuffer = framebuffer;
+        m_hasDrawnToBound = false;
+    }
+    /// What comes now is another frame.
+    void StartFrame();
+
+    /// Errors of the driver that the program has not asked for yet are kept while the library asks the driver.
+    void KeepErrors();
+    void DropErrors();
+    /// GL_NO_ERROR where none is kept.
+    [[nodiscard]] GLenum TakeError() { return std::exchange(m_keptError, GL_NO_ERROR); }
+
 private:
+    void OpenFrame();
+
     Data::ContextState m_state;
     std::array<NameSet, Data::objectKinds> m_names;
     std::map<std::uint32_t, std::uint32_t> m_mappedInReplay;
     bool m_placeholder = false;
+    bool m_hasDrawn = false;
+    bool m_hasDrawnToBound = false;
+    std::uint32_t m_drawnFramebuffer = 0;
+    GLenum m_keptError = GL_NO_ERROR;
 };
 
 /// Values that parameter `pname` of the current context has. Asks the driver for the lists whose length only it knows.

@@ -2,6 +2,8 @@
 // processes inherit. The manual page of playback-record has them.
 #pragma once
 
+#include <string_view>
+
 namespace Recorder {
 
 inline constexpr char CaptureEnding[] = ".glcap";
@@ -23,5 +25,9 @@ inline constexpr char StacksOfAll[] = "all";
 
 /// Stacks are taken with it where it is there.
 inline constexpr char UnwindLibrary[] = "libunwind.so.8";
+/// What ends frames: one of Data::FrameEndWords; after "marker" there may be a colon and the text of the markers that
+/// are meant. Without it, or with "auto", the library looks for it.
+inline constexpr char FrameEndVariable[] = "PLAYBACK_RECORD_FRAME_END";
+inline constexpr std::string_view FrameEndAuto = "auto";
 
 } // namespace Recorder

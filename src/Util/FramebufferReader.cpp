@@ -12,26 +12,7 @@ namespace Util {
 
 namespace {
 
-/// A context that was lost reports an error for ever.
-constexpr int MaxPendingErrors = 32;
 constexpr std::uint64_t MaxReadBytes = std::uint64_t{1} << 31;
-
-/// Texture targets that a framebuffer attachment can have, with their binding and the target of level queries.
-struct TextureTarget {
-    GLenum target;
-    GLenum binding;
-    GLenum levelTarget;
-};
-
-constexpr TextureTarget TextureTargets[] = {
-    {GL_TEXTURE_2D, GL_TEXTURE_BINDING_2D, GL_TEXTURE_2D},
-    {GL_TEXTURE_CUBE_MAP, GL_TEXTURE_BINDING_CUBE_MAP, GL_TEXTURE_CUBE_MAP_POSITIVE_X},
-    {GL_TEXTURE_2D_ARRAY, GL_TEXTURE_BINDING_2D_ARRAY, GL_TEXTURE_2D_ARRAY},
-    {GL_TEXTURE_3D, GL_TEXTURE_BINDING_3D, GL_TEXTURE_3D},
-    {GL_TEXTURE_2D_MULTISAMPLE, GL_TEXTURE_BINDING_2D_MULTISAMPLE, GL_TEXTURE_2D_MULTISAMPLE},
-    {GL_TEXTURE_2D_MULTISAMPLE_ARRAY, GL_TEXTURE_BINDING_2D_MULTISAMPLE_ARRAY, GL_TEXTURE_2D_MULTISAMPLE_ARRAY},
-    {GL_TEXTURE_CUBE_MAP_ARRAY, GL_TEXTURE_BINDING_CUBE_MAP_ARRAY, GL_TEXTURE_CUBE_MAP_ARRAY},
-};
 
 std::string Failed(const char* what, GLenum error)
 {
@@ -48,10 +29,10 @@ FramebufferReader::FramebufferReader() : m_gl(Core::KHRLayer::GLESProc())
         return;
     }
     m_isES3 = version >= 30 && m_gl.glReadBuffer && m_gl.glBlitFramebuffer;
-    m_isES31 = m_isES3 && version >= 31 && m_gl.glGetTexLevelParameteriv;
+    m_version = m_isES3 ? version : 20;
 
     (void)TakeErrors();
-    m_rows.emplace(m_gl, Core::PixelTransfer::Read, m_isES3 ? version : 20);
+    m_rows.emplace(m_gl, Core::PixelTransfer::Read, m_version);
     ArrangeReadFramebuffer();
     FindSize();
     (void)TakeErrors();
@@ -70,22 +51,12 @@ FramebufferReader::Result FramebufferReader::ReadColor()
 {
     if (!m_error.empty() || m_colorBuffer == GL_NONE)
         return {{}, m_error, false};
-    GLint componentType = GL_UNSIGNED_NORMALIZED;
+    Core::ColorTransfer transfer = {GL_RGBA, GL_UNSIGNED_BYTE, 4};
     if (m_isES3) {
         m_gl.glReadBuffer(m_colorBuffer);
-        componentType = GetAttachment(m_colorBuffer, GL_FRAMEBUFFER_ATTACHMENT_COMPONENT_TYPE);
+        transfer = Core::FindColorTransfer(m_gl, GL_FRAMEBUFFER, m_colorBuffer);
     }
-    GLenum format = GL_RGBA;
-    GLenum type = GL_UNSIGNED_BYTE;
-    if (componentType == GL_FLOAT) {
-        type = GL_FLOAT;
-    } else if (componentType == GL_INT || componentType == GL_UNSIGNED_INT) {
-        format = GL_RGBA_INTEGER;
-        type = static_cast<GLenum>(componentType);
-    } else if (componentType == GL_SIGNED_NORMALIZED) {
-        type = GL_BYTE;
-    }
-    return ReadBuffer({m_colorBuffer, GL_COLOR_BUFFER_BIT}, format, type);
+    return ReadBuffer({m_colorBuffer, GL_COLOR_BUFFER_BIT}, transfer.format, transfer.type);
 }
 
 FramebufferReader::Result FramebufferReader::ReadDepth()
@@ -111,16 +82,6 @@ FramebufferReader::Result FramebufferReader::ReadStencil()
     if (!Core::HasExtension(m_gl, "GL_NV_read_stencil"))
         return {{}, "the driver lacks GL_NV_read_stencil", true};
     return ReadBuffer({GL_STENCIL_ATTACHMENT, GL_STENCIL_BUFFER_BIT}, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE);
-}
-
-/// Clears the context's errors; returns the first one.
-unsigned int FramebufferReader::TakeErrors() const
-{
-    const GLenum first = m_gl.glGetError();
-    GLenum error = first;
-    for (int i = 0; i < MaxPendingErrors && error != GL_NO_ERROR; ++i)
-        error = m_gl.glGetError();
-    return first;
 }
 
 void FramebufferReader::ArrangeReadFramebuffer()
@@ -154,7 +115,7 @@ void FramebufferReader::FindSize()
                                         static_cast<GLenum>(GL_STENCIL_ATTACHMENT)}) {
             if (m_width > 0 || attachment == GL_NONE)
                 continue;
-            const Storage storage = FindStorage(attachment);
+            const Core::AttachmentStorage storage = FindStorage(attachment);
             m_width = storage.width;
             m_height = storage.height;
         }
@@ -177,62 +138,6 @@ unsigned int FramebufferReader::FindColorBuffer() const
     return isThere ? buffer : GL_NONE;
 }
 
-/// A property of an attachment of the framebuffer that is read, 0 when there is none.
-std::int32_t FramebufferReader::GetAttachment(unsigned int attachment, unsigned int name) const
-{
-    GLint value = 0;
-    m_gl.glGetFramebufferAttachmentParameteriv(GL_FRAMEBUFFER, attachment, name, &value);
-    return value;
-}
-
-FramebufferReader::Storage FramebufferReader::FindStorage(unsigned int attachment) const
-{
-    const GLint objectType = GetAttachment(attachment, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_TYPE);
-    if (objectType == GL_TEXTURE)
-        return FindTextureStorage(attachment);
-    if (objectType != GL_RENDERBUFFER)
-        return {};
-
-    const auto bound =
-        Core::BindScoped(m_gl, m_gl.glBindRenderbuffer, Core::Renderbuffer,
-                         static_cast<GLuint>(GetAttachment(attachment, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME)));
-    Storage storage;
-    GLint internalFormat = 0;
-    m_gl.glGetRenderbufferParameteriv(GL_RENDERBUFFER, GL_RENDERBUFFER_WIDTH, &storage.width);
-    m_gl.glGetRenderbufferParameteriv(GL_RENDERBUFFER, GL_RENDERBUFFER_HEIGHT, &storage.height);
-    m_gl.glGetRenderbufferParameteriv(GL_RENDERBUFFER, GL_RENDERBUFFER_INTERNAL_FORMAT, &internalFormat);
-    storage.internalFormat = static_cast<GLenum>(internalFormat);
-    return storage;
-}
-
-FramebufferReader::Storage FramebufferReader::FindTextureStorage(unsigned int attachment) const
-{
-    if (!m_isES31) {
-        // Before OpenGL ES 3.1 the size of a texture cannot be asked for; what is drawn fills the viewport.
-        GLint viewport[4] = {};
-        m_gl.glGetIntegerv(GL_VIEWPORT, viewport);
-        return {viewport[0] + viewport[2], viewport[1] + viewport[3], GL_NONE};
-    }
-
-    const auto texture = static_cast<GLuint>(GetAttachment(attachment, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME));
-    const GLint level = GetAttachment(attachment, GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LEVEL);
-    (void)TakeErrors();
-    // Nothing tells the target of a texture, but a texture can be bound to its own target only.
-    for (const TextureTarget& candidate : TextureTargets) {
-        const auto bound = Core::BindScoped(m_gl, m_gl.glBindTexture, {candidate.target, candidate.binding}, texture);
-        if (TakeErrors() != GL_NO_ERROR)
-            continue;
-        Storage storage;
-        GLint internalFormat = 0;
-        m_gl.glGetTexLevelParameteriv(candidate.levelTarget, level, GL_TEXTURE_WIDTH, &storage.width);
-        m_gl.glGetTexLevelParameteriv(candidate.levelTarget, level, GL_TEXTURE_HEIGHT, &storage.height);
-        m_gl.glGetTexLevelParameteriv(candidate.levelTarget, level, GL_TEXTURE_INTERNAL_FORMAT, &internalFormat);
-        storage.internalFormat = static_cast<GLenum>(internalFormat);
-        return storage;
-    }
-    return {};
-}
-
 FramebufferReader::Result FramebufferReader::ReadBuffer(Buffer buffer, unsigned int format, unsigned int type)
 {
     // The driver resolves a multisampled default framebuffer itself.
@@ -243,7 +148,7 @@ FramebufferReader::Result FramebufferReader::ReadBuffer(Buffer buffer, unsigned 
 /// Reads a buffer of a multisampled framebuffer object through a copy with one sample a pixel.
 FramebufferReader::Result FramebufferReader::ReadResolved(Buffer buffer, unsigned int format, unsigned int type)
 {
-    const Storage storage = FindStorage(buffer.attachment);
+    const Core::AttachmentStorage storage = FindStorage(buffer.attachment);
     // A copy of depth or stencil has the same format, and so both where they are in one.
     const bool isPacked =
         storage.internalFormat == GL_DEPTH24_STENCIL8 || storage.internalFormat == GL_DEPTH32F_STENCIL8;

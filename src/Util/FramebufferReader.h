@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "Interfaces/Core.h"
-#include "Interfaces/GLState.h"
+#include "Interfaces/GLFramebuffers.h"
 
 namespace Util {
 
@@ -45,12 +45,6 @@ public:
     [[nodiscard]] Result ReadStencil();
 
 private:
-    /// What is attached to a framebuffer object.
-    struct Storage {
-        std::int32_t width = 0;
-        std::int32_t height = 0;
-        unsigned int internalFormat = 0;
-    };
     /// A buffer of a framebuffer object, and the bit that names its kind.
     struct Buffer {
         unsigned int attachment;
@@ -58,15 +52,21 @@ private:
     };
 
     [[nodiscard]] std::int32_t Get(unsigned int name) const { return Core::GetInteger(m_gl, name); }
-    [[nodiscard]] unsigned int TakeErrors() const;
+    [[nodiscard]] unsigned int TakeErrors() const { return Core::TakeErrors(m_gl); }
     [[nodiscard]] bool IsDefaultFramebuffer() const { return m_framebuffer == 0; }
 
     void ArrangeReadFramebuffer();
     void FindSize();
     [[nodiscard]] unsigned int FindColorBuffer() const;
-    [[nodiscard]] std::int32_t GetAttachment(unsigned int attachment, unsigned int name) const;
-    [[nodiscard]] Storage FindStorage(unsigned int attachment) const;
-    [[nodiscard]] Storage FindTextureStorage(unsigned int attachment) const;
+    /// Of the framebuffer that is read.
+    [[nodiscard]] std::int32_t GetAttachment(unsigned int attachment, unsigned int name) const
+    {
+        return Core::GetAttachment(m_gl, Core::Framebuffer.target, attachment, name);
+    }
+    [[nodiscard]] Core::AttachmentStorage FindStorage(unsigned int attachment) const
+    {
+        return Core::FindStorage(m_gl, m_version, Core::Framebuffer.target, attachment);
+    }
     [[nodiscard]] Result ReadBuffer(Buffer buffer, unsigned int format, unsigned int type);
     [[nodiscard]] Result ReadResolved(Buffer buffer, unsigned int format, unsigned int type);
     [[nodiscard]] Result Read(unsigned int format, unsigned int type);
@@ -75,7 +75,8 @@ private:
     /// Why nothing can be read; empty when reading is possible.
     std::string m_error;
     bool m_isES3 = false;
-    bool m_isES31 = false;
+    /// 20 where the driver lacks functions of OpenGL ES 3.
+    Core::ContextVersion m_version = 0;
     std::int32_t m_width = 0;
     std::int32_t m_height = 0;
     /// The framebuffer that is read: the one bound for drawing.

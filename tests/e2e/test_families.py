@@ -3,7 +3,7 @@
 import re
 import unittest
 
-from harness import FAMILIES, RECORD, ROOT, EndToEndTest
+from harness import FAMILIES, RECORD, ROOT, TRIM, USAGE, EndToEndTest
 
 FRAMES = 8
 # Family, and the frames of all of its surfaces together.
@@ -80,9 +80,32 @@ class Families(EndToEndTest):
 
     def test_no_surface_at_all(self):
         capture = self.record(FAMILIES, "headless", "--surfaceless", compositor=False)
-        self.assertEqual(self.info(capture)["frames"], 0)
+        self.assertEqual((self.info(capture)["frames"], self.info(capture)["frameEnd"]), (FRAMES, "readback"))
         for compositor in (False, True):
             self.assertMentions(self.verify(capture, compositor=compositor), f"verified: {FRAMES} of {FRAMES} read-backs")
+
+    def test_frames_without_swaps(self):
+        # Words of --frame-end by the part of the family's name.
+        for end, name in {"flush": "flushes", "finish": "finishes", "fence": "fences", "readback": "readbacks",
+                          "marker": "markers"}.items():
+            with self.subTest(end):
+                # Nothing ends the last frame of markers but the program's end, so that it has no picture.
+                frames = 5 * FRAMES if end == "flush" else FRAMES
+                pictures, options = (FRAMES - 1, ["--frame-end", "marker:frame"]) if end == "marker" else (frames, [])
+                capture = self.record(FAMILIES, f"frames-of-{name}", "--surfaceless", capture=f"{name}.glcap",
+                                      options=options, compositor=False)
+                info = self.info(capture)
+                self.assertEqual((info["frames"], info["frameHashes"], info["frameEnd"]), (frames, pictures, end))
+                replay = self.verify(capture, "-screenshots", "", "-screenshotdir", name)
+                self.assertMentions(replay, f"verified: {pictures} of {pictures} frames equal")
+                self.assertEqual(len(list((self.dir / name).iterdir())), pictures)
+                self.run_program(TRIM, "--frames", "3-5", "-o", "cut.glcap", capture)
+                self.assertMentions(self.verify("cut.glcap", compositor=True), "verified: 3 of 3 frames equal",
+                                    "No swap ends the first frame")
+        self.run_program(RECORD, "--frame-end", "frame", "--", FAMILIES, status=USAGE)
+        for options, frames in {("--frame-end", "finish"): 0, ("--frames", "9"): 9, ("--frames", "33"): 33}.items():
+            capture = self.record(FAMILIES, "frames-of-flushes", "--surfaceless", options=options, compositor=False)
+            self.assertEqual(self.info(capture)["frames"], frames)
 
 
 if __name__ == "__main__":

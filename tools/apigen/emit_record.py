@@ -254,6 +254,30 @@ def uses_buffers(call):
             or any(p.type.binding for p in call.params))
 
 
+# Notes of calls that may end a frame, and the kinds of ends.
+FRAME_ENDS = {"ends_flush": "Flush", "ends_finish": "Finish", "ends_fence": "Fence", "ends_readback": "ReadBack"}
+
+
+def draws(call):
+    return is_draw(call) or any(call.has(note) for note in ("clear", "blit", "blit_no_step"))
+
+
+def frame_end(name, call):
+    """What a call does that may end a frame, after its record."""
+    if call.has("ends_marker"):
+        text = next(p.name for p in call.params if p.type.form == "string")
+        # 0 stands for the length of the text in markers, a negative number in messages.
+        length = "length != 0 ? length : -1" if name == "glInsertEventMarkerEXT" else "length"
+        return f"    if (call)\n        MayEndFrameAtMarker(*call, {text}, {length});\n"
+    kind = next((FRAME_ENDS[note] for note in FRAME_ENDS if call.has(note)), None)
+    if not kind:
+        return ""
+    if kind == "Fence" and call.is_egl:
+        return "    if (call)\n        MayEndFrameAtSync(type);\n"
+    test, context = ("call && thread.context != nullptr", "*thread.context") if call.is_egl else ("call", "*call")
+    return f"    if ({test})\n        MayEndFrame({context}, Data::FrameEndKind::{kind});\n"
+
+
 def entry_point(name, call):
     types = ", ".join(p.c_type for p in call.params)
     text = wrap(f"RECORDER_EXPORT {call.ret_c} {name}(", [f"{p.c_type} {p.name}" for p in call.params], ")\n{\n",
@@ -267,6 +291,10 @@ def entry_point(name, call):
     live = f"live({', '.join(arguments)})"
     result = ["result"] if call.returns else []
     assign = f"const {call.ret_c} result = " if call.returns else ""
+    if call.has("changes_framebuffer"):
+        text += "    if (call)\n        BeforeFramebufferChange(*call);\n"
+    if draws(call):
+        text += "    if (call)\n        call->NoteDrawing();\n"
     if call.has("deletes") and not call.returns:
         # The name is free for others as soon as the driver has deleted it, so the record comes first.
         text += f"    if (call)\n        Record::{call.name}({', '.join(['Capturing()', *context, *arguments])});\n"
@@ -289,6 +317,7 @@ def entry_point(name, call):
     else:
         text += f"    CallRecord record = {begin};\n    {assign}{live};\n"
         text += f"    if (call)\n        Record::End::{call.name}(record, {end});\n"
+    text += frame_end(name, call)
     if call.returns:
         text += "    return result;\n"
     return text + "}\n\n"

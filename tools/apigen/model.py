@@ -22,7 +22,8 @@ BINDINGS = {"element_array", "draw_indirect", "pixel_pack", "pixel_unpack"}
 FUNCTIONS = {"pname": 1, "image": 5, "texel": 2, "index_size": 1, "clear_values": 1}
 NOTES = {"custom", "accepted", "draw", "draw_no_step", "dispatch", "blit", "resize", "track", "deletes", "mutable", "grow", "image_link",
          "makes", "contexts", "uses_buffers", "waits", "makes_name", "makes_handle", "judged", "without_names", "vertex_pointer", "buffered_indices",
-         "clear", "blit_no_step", "upload", "compiles", "links", "custom_count", "custom_record"}
+         "clear", "blit_no_step", "upload", "compiles", "links", "custom_count", "custom_record", "changes_framebuffer",
+         "ends_flush", "ends_finish", "ends_fence", "ends_readback", "ends_marker"}
 
 
 class ApiError(Exception):

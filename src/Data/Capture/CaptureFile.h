@@ -38,6 +38,7 @@ public:
         m_processor.SetThreadFilter(std::move(threads), startFrame);
     }
     void SetFrameHashHandler(FrameHashHandler* handler) { m_processor.SetFrameHashHandler(handler); }
+    void SetFramePictureHandler(FramePictureHandler* handler) { m_processor.SetFramePictureHandler(handler); }
 
     FrameProcessor* GetFrameProcessor() override { return &m_processor; }
     [[nodiscard]] std::uint32_t GetCurrentFrame() const override { return m_processor.Frames(); }

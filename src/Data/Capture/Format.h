@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 namespace Data {
 
@@ -98,11 +99,12 @@ enum class RecordId : std::uint32_t {
     DefaultDepth,
     DefaultStencil,
     MultisampleTexture,
-    Unfinished, ///< a call that had begun and not returned when the program ended
-    ProgramEnd, ///< of a program that ended in another way than through its exit handlers; the last record
-    Module,     ///< code that stacks lie in
-    Stack,      ///< a place in the program from which calls came
-    CallStack,  ///< the stack of the call that follows in the same chunk
+    Unfinished,   ///< a call that had begun and not returned when the program ended
+    ProgramEnd,   ///< of a program that ended in another way than through its exit handlers; the last record
+    Module,       ///< code that stacks lie in
+    Stack,        ///< a place in the program from which calls came
+    CallStack,    ///< the stack of the call that follows in the same chunk
+    FramePicture, ///< in front of a FrameEnd that no swap led to
 };
 
 /// Whether a record belongs to the next call of its thread, and lies in one chunk with it.
@@ -159,6 +161,29 @@ struct FrameHashRecord {
     std::uint32_t height;
     std::uint64_t hash;
 };
+
+/// What ended a frame.
+enum class FrameEndKind : std::uint32_t { Swap, Flush, Finish, Fence, ReadBack, Marker, ProgramEnd };
+/// What they are called, but for the end of the program.
+inline constexpr std::string_view FrameEndWords[] = {"swap", "flush", "finish", "fence", "readback", "marker"};
+
+enum class PictureState : std::uint32_t {
+    NotHashed, ///< nobody asked for it
+    Hashed,
+    None ///< there was nothing that could be read
+};
+
+struct FramePictureRecord {
+    RecordHeader header;
+    FrameEndKind end;          ///< not Swap
+    std::uint32_t framebuffer; ///< that was drawn to last; 0: the default one
+    std::uint32_t width;
+    std::uint32_t height;
+    std::uint64_t hash;
+    PictureState state;
+    std::uint32_t unused;
+};
+static_assert(sizeof(FramePictureRecord) == 40);
 
 /// `data` holds elements `first` to `first + count - 1` at `stride` bytes; the last one is not padded.
 struct VertexAttribDataRecord {
@@ -345,7 +370,7 @@ struct SummaryTotals {
     std::uint32_t frames;
     std::uint32_t frameHashes;
     std::uint32_t hasStateBlock;
-    std::uint32_t unused;
+    FrameEndKind frameEnd; ///< what ended the last frame that did not end with the program
 };
 static_assert(sizeof(SummaryTotals) == 56);
 

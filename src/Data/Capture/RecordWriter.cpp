@@ -54,6 +54,11 @@ void RecordWriter::PutFrameHash(std::uint32_t frame, std::uint32_t surface, std:
     Put(RecordId::FrameHash, FrameHashRecord{{}, frame, surface, width, height, hash});
 }
 
+void RecordWriter::PutFramePicture(const FramePictureRecord& picture)
+{
+    Put(RecordId::FramePicture, picture);
+}
+
 std::uint8_t* RecordWriter::BeginVertexAttribData(const VertexAttribDataRecord& fields, std::uint32_t dataBytes)
 {
     std::uint8_t* const at = Place(static_cast<std::uint32_t>(RecordId::VertexAttribData),

@@ -44,6 +44,8 @@ public:
     /// `frame` counts from 1.
     void PutFrameHash(std::uint32_t frame, std::uint32_t surface, std::uint32_t width, std::uint32_t height,
                       std::uint64_t hash);
+    /// `picture` gives all but the header.
+    void PutFramePicture(const FramePictureRecord& picture);
     /// Begins vertices for the draw that follows and answers the place for `dataBytes` bytes; null as Begin. Stays in
     /// one chunk with the draw. `fields` gives all but header and data.
     [[nodiscard]] std::uint8_t* BeginVertexAttribData(const VertexAttribDataRecord& fields, std::uint32_t dataBytes);

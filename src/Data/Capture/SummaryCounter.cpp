@@ -1,6 +1,7 @@
 #include "Data/Capture/SummaryCounter.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "Data/Records/RecordCursor.h"
 #include "Interfaces/Data.h"
@@ -124,11 +125,18 @@ void SummaryCounter::CountBuiltIn(const RecordView& record)
     case RecordId::FrameEnd:
         ++m_counts.frames;
         m_counts.byFrame.emplace_back();
+        m_counts.frameEnd = std::exchange(m_frameEnd, FrameEndKind::Swap);
         if (FrameEndRecord end; record.Read(end))
             m_counts.durationUs = std::max(m_counts.durationUs, end.timeUs);
         break;
     case RecordId::FrameHash:
         ++m_counts.frameHashes;
+        break;
+    case RecordId::FramePicture:
+        if (FramePictureRecord picture; record.Read(picture)) {
+            m_frameEnd = picture.end == FrameEndKind::ProgramEnd ? m_counts.frameEnd : picture.end;
+            m_counts.frameHashes += picture.state == PictureState::Hashed ? 1 : 0;
+        }
         break;
     case RecordId::BlockStart:
     case RecordId::BlockEnd:

@@ -53,6 +53,8 @@ private:
     /// Modules and stacks of the chunk at work.
     std::uint64_t m_chunkStacks = 0;
     bool m_isInStateBlock = false;
+    /// What ends the frame at work, where no swap does.
+    FrameEndKind m_frameEnd = FrameEndKind::Swap;
 };
 
 } // namespace Data

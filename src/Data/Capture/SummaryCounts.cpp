@@ -67,6 +67,7 @@ std::vector<std::uint8_t> EncodeSummary(const SummaryCounts& counts)
     totals.frames = counts.frames;
     totals.frameHashes = counts.frameHashes;
     totals.hasStateBlock = counts.hasStateBlock ? 1 : 0;
+    totals.frameEnd = counts.frameEnd;
     encoder.Put(SummaryPart::Totals, totals, std::vector<std::uint8_t>());
 
     std::vector<CountEntry> entries;

@@ -28,6 +28,8 @@ struct SummaryCounts {
     /// Calls of the block in front of the first frame.
     std::uint64_t stateBlockCalls = 0;
     bool hasStateBlock = false;
+    /// What ended the last frame that did not end with the program.
+    FrameEndKind frameEnd = FrameEndKind::Swap;
     /// Each frame, and at the end what comes after the last one.
     std::vector<FrameCounts> byFrame = {{}};
     /// By number in the file's call table.

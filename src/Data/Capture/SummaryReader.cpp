@@ -121,6 +121,7 @@ private:
         m_counts.frames = totals.frames;
         m_counts.frameHashes = totals.frameHashes;
         m_counts.hasStateBlock = totals.hasStateBlock != 0;
+        m_counts.frameEnd = totals.frameEnd;
         return true;
     }
     bool ReadCalls(const RecordView& record)

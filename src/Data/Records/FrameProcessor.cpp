@@ -250,11 +250,24 @@ void FrameProcessor::ProcessOfThread()
     if (m_cursor.Is(RecordId::FrameHash)) {
         if (FrameHashRecord hash; m_diagnostics.Read("frame hash", m_cursor, hash) && m_hashHandler)
             m_hashHandler->ProcessFrameHash(hash.frame, hash.surface, hash.width, hash.height, hash.hash);
+    } else if (m_cursor.Is(RecordId::FramePicture)) {
+        ProcessFramePicture();
     } else if (!m_meta.Decode(m_cursor) && !m_unknownRecordSaid) {
         m_unknownRecordSaid = true;
         m_diagnostics.File("there are records of kind " + std::to_string(m_cursor.Header().id) +
                            " that this program does not know; they are skipped");
     }
+}
+
+void FrameProcessor::ProcessFramePicture()
+{
+    FramePictureRecord record;
+    if (!m_diagnostics.Read("frame picture", m_cursor, record) || !m_pictureHandler)
+        return;
+    const bool isHashed = record.state == PictureState::Hashed;
+    m_pictureHandler->ProcessFramePicture({Frames() + 1, record.framebuffer, record.state != PictureState::None,
+                                           isHashed ? std::optional(record.hash) : std::nullopt, record.width,
+                                           record.height});
 }
 
 void FrameProcessor::SetThreadFilter(std::vector<std::uint32_t> threads, std::uint32_t startFrame)

@@ -59,6 +59,7 @@ public:
     /// Replays the calls too that had not returned when the program ended.
     void PlayUnfinished() { m_playsUnfinished = true; }
     void SetFrameHashHandler(FrameHashHandler* handler) { m_hashHandler = handler; }
+    void SetFramePictureHandler(FramePictureHandler* handler) { m_pictureHandler = handler; }
 
     /// Replays the records of a chunk up to a frame end. For tests of the decoding alone; `bytes` starts at 8 bytes'
     /// alignment. False when there is no frame end.
@@ -75,6 +76,7 @@ private:
     void ProcessBuiltIn();
     /// Records other than calls by which a thread acts.
     void ProcessOfThread();
+    void ProcessFramePicture();
     void ProcessUnfinished();
     void ProcessUnknown(std::uint32_t id);
     void ApplyThreadFilter();
@@ -90,6 +92,7 @@ private:
     MetaDecoder m_meta;
     std::vector<BlockEventHandler*> m_blockHandlers;
     FrameHashHandler* m_hashHandler = nullptr;
+    FramePictureHandler* m_pictureHandler = nullptr;
 
     /// For each call of the file its CallId; callCount when this program does not know it.
     std::vector<std::uint32_t> m_known;

@@ -77,6 +77,7 @@ void AddFrames(Json& json, const Report& report, const Measurements& measurement
         json["differences"].push_back({{"pass", frame.pass},
                                        {"frame", frame.frame},
                                        {"surface", frame.surface},
+                                       {"framebuffer", frame.framebuffer},
                                        {"expected", PictureJson(frame.recorded)},
                                        {"found", PictureJson(frame.replayed)}});
     }

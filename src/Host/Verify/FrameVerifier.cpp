@@ -1,5 +1,6 @@
 #include "Host/Verify/FrameVerifier.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 
@@ -15,8 +16,21 @@ namespace {
 Data::BackBufferFunctions LiveFunctions()
 {
     const Core::GLESProcTable& gl = Core::KHRLayer::GLESProc();
-    return {gl.glGetString,       gl.glGetIntegerv, gl.glPixelStorei, gl.glBindBuffer,
-            gl.glBindFramebuffer, gl.glReadBuffer,  gl.glReadPixels};
+    return {gl.glGetString,
+            gl.glGetIntegerv,
+            gl.glPixelStorei,
+            gl.glBindBuffer,
+            gl.glBindFramebuffer,
+            gl.glReadBuffer,
+            gl.glReadPixels,
+            gl.glGetError,
+            gl.glIsFramebuffer,
+            gl.glCheckFramebufferStatus,
+            gl.glGetFramebufferAttachmentParameteriv,
+            gl.glBindRenderbuffer,
+            gl.glGetRenderbufferParameteriv,
+            gl.glBindTexture,
+            gl.glGetTexLevelParameteriv};
 }
 
 std::uint32_t QuerySurface(EGLDisplay display, EGLSurface surface, EGLint attribute)
@@ -31,17 +45,41 @@ std::uint32_t QuerySurface(EGLDisplay display, EGLSurface surface, EGLint attrib
 void FrameVerifier::ProcessFrameHash(std::uint32_t frame, std::uint32_t surface, std::uint32_t width,
                                      std::uint32_t height, std::uint64_t hash)
 {
+    Compare(
+        {m_pass, frame, surface, 0, {width, height, hash}, {}}, [this] { return ReadBackBuffer(); });
+}
+
+void FrameVerifier::Compare(const Data::FramePicture& picture, std::optional<unsigned int> framebuffer)
+{
+    if (picture.hash) {
+        Compare(
+            {m_pass, picture.frame, 0, picture.framebuffer, {picture.width, picture.height, picture.hash}, {}},
+            [&] { return framebuffer ? ReadFramebuffer(*framebuffer) : Picture(); });
+    } else if (m_isOn && !picture.isThere) {
+        ++m_withoutPicture;
+    }
+}
+
+template <class Read> void FrameVerifier::Compare(Difference frame, Read read)
+{
     if (!m_isOn)
         return;
     const FrameTimer::Break pause(m_timer, FrameTimer::Beside::Comparison);
-    const Picture recorded = {width, height, hash};
-    const Picture replayed = ReadBackBuffer();
+    frame.replayed = read();
     const Telling::InHost inHost(m_timer ? &m_timer->Teller() : nullptr);
     ++m_compared;
-    if (replayed == recorded)
+    if (frame.replayed == frame.recorded)
         ++m_equal;
     else
-        m_differences.push_back({m_pass, frame, surface, recorded, replayed});
+        m_differences.push_back(frame);
+}
+
+FrameVerifier::Picture FrameVerifier::ReadFramebuffer(unsigned int framebuffer)
+{
+    if (framebuffer == 0)
+        return ReadBackBuffer();
+    const auto found = Data::HashFramebuffer(LiveFunctions(), framebuffer, m_pixels);
+    return found ? Picture{found->width, found->height, found->hash} : Picture();
 }
 
 FrameVerifier::Picture FrameVerifier::ReadBackBuffer()
@@ -60,7 +98,7 @@ FrameVerifier::Picture FrameVerifier::ReadBackBuffer()
 
 bool FrameVerifier::IsVerified(std::uint32_t expected) const
 {
-    return m_compared != 0 && m_compared == expected && m_equal == m_compared;
+    return m_compared != 0 && m_compared + m_withoutPicture == expected && m_equal == m_compared;
 }
 
 std::string FrameVerifier::Report(std::uint32_t expected, bool isCutShort) const
@@ -70,14 +108,19 @@ std::string FrameVerifier::Report(std::uint32_t expected, bool isCutShort) const
                : isCutShort  ? "not verified: no frame with a hash was reached"
                              : "not verified: the capture has no frame hashes; record it with playback-record --hash";
     }
+    const std::uint32_t comparable = expected - std::min(expected, m_withoutPicture);
     std::string report = (IsVerified(expected) ? "verified: " : "not verified: ") + std::to_string(m_equal) + " of " +
-                         std::to_string(expected) + " frames equal";
-    if (m_compared < expected)
-        report += ", " + std::to_string(expected - m_compared) + " not compared";
+                         std::to_string(comparable) + " frames equal";
+    if (m_compared < comparable)
+        report += ", " + std::to_string(comparable - m_compared) + " not compared";
+    if (m_withoutPicture != 0)
+        report += ", " + std::to_string(m_withoutPicture) + " had no picture when recorded";
     if (!m_differences.empty()) {
-        const auto& [pass, frame, surface, recorded, replayed] = m_differences.front();
-        report += "; first difference in frame " + std::to_string(frame) + ", surface " + std::to_string(surface) +
-                  ": expected " + recorded.Text() + ", found " + replayed.Text();
+        const Difference& first = m_differences.front();
+        report += "; first difference in frame " + std::to_string(first.frame) +
+                  (first.surface != 0 ? ", surface " + std::to_string(first.surface)
+                                      : ", framebuffer " + std::to_string(first.framebuffer)) +
+                  ": expected " + first.recorded.Text() + ", found " + first.replayed.Text();
     }
     return report;
 }

@@ -10,7 +10,8 @@ namespace Host {
 
 class FrameTimer;
 
-/// Compares the frames of a replay with the recorded ones, by their hashes: reads the back buffer before each swap.
+/// Compares the frames of a replay with the recorded ones, by their hashes: reads the back buffer before each swap, or
+/// the framebuffer that was drawn to where frames end otherwise.
 class FrameVerifier : public Data::FrameHashHandler {
 public:
     struct Picture {
@@ -27,7 +28,9 @@ public:
         /// Pass through the capture, from 1.
         std::uint32_t pass;
         std::uint32_t frame;
+        /// 0 where no swap ended the frame; then the captured framebuffer.
         std::uint32_t surface;
+        std::uint32_t framebuffer;
         Picture recorded;
         Picture replayed;
     };
@@ -41,8 +44,11 @@ public:
     void Switch(bool isOn) { m_isOn = isOn; }
     void ProcessFrameHash(std::uint32_t frame, std::uint32_t surface, std::uint32_t width, std::uint32_t height,
                           std::uint64_t hash) override;
+    /// The same for a frame that no swap ended; `framebuffer` is the live one, if there is one.
+    void Compare(const Data::FramePicture& picture, std::optional<unsigned int> framebuffer);
 
-    /// True when each of `expected` frames was compared and is equal, and there was one at least.
+    /// True when each of `expected` frames was compared and is equal, but for those that had no picture when they were
+    /// recorded, and there was one at least.
     [[nodiscard]] bool IsVerified(std::uint32_t expected) const;
     /// One line that tells the result, and names the first frame that differs. `isCutShort`: neither the whole capture
     /// was replayed nor what was asked for of it, so that nothing is known of its hashes.
@@ -51,6 +57,9 @@ public:
     [[nodiscard]] const std::vector<Difference>& Differences() const { return m_differences; }
 
 private:
+    /// `read` answers the replayed picture of the frame.
+    template <class Read> void Compare(Difference frame, Read read);
+    Picture ReadFramebuffer(unsigned int framebuffer);
     /// What the next swap of the current surface will show.
     Picture ReadBackBuffer();
 
@@ -59,6 +68,7 @@ private:
     std::uint32_t m_pass = 1;
     std::uint32_t m_compared = 0;
     std::uint32_t m_equal = 0;
+    std::uint32_t m_withoutPicture = 0;
     std::vector<Difference> m_differences;
     std::vector<std::uint8_t> m_pixels;
 };

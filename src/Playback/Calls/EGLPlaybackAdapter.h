@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -83,6 +84,9 @@ public:
                          std::uint32_t capturedContext);
     /// Takes the screenshot that is due. Returns whether the context changed since the last swap or make-current.
     bool PreSwap(std::uint32_t capturedSurface);
+    /// A frame ends, by a swap or otherwise: takes the screenshot that is due, of the live framebuffer; null: there is
+    /// none to take it of.
+    void EndFrame(std::optional<unsigned int> framebuffer);
 
     /// The client buffer for an image: the stand-in for a native buffer, or the live texture.
     EGLClientBuffer GetEGLImageBuffer(EGLenum target, std::uint32_t capturedImage, std::uint32_t capturedContext,
@@ -130,7 +134,7 @@ private:
     template <class Function, class Attrib>
     static EGLSyncKHR CreateFence(Function function, EGLDisplay display, EGLenum type, const Attrib* attribs);
     bool IsDepthScreenshotDue(std::uint32_t frame) const;
-    void TakeFrameScreenshot(std::uint32_t frame);
+    void TakeFrameScreenshot(std::uint32_t frame, unsigned int framebuffer);
 
     static constexpr const char* SourceFile = "src/Playback/EGLPlaybackAdapter";
 

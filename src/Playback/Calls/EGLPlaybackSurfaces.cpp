@@ -166,15 +166,20 @@ bool EGLPlaybackAdapter::PreSwap(std::uint32_t capturedSurface)
     }
     if (m_windowManager)
         m_windowManager->ActivateWindow(capturedSurface);
-    if (m_screenshotHandler) {
-        const std::uint32_t frame = ++m_screenshotHandler->m_frame;
-        m_screenshotHandler->m_draw = 0;
-        m_screenshotHandler->m_blit = 0;
-        if ((m_settings->IsScreenshotFrame(frame) || frame == m_screenshotHandler->m_wantedFrame) &&
-            LiveGLES.glGetIntegerv && LiveGLES.glBindFramebuffer)
-            TakeFrameScreenshot(frame);
-    }
+    EndFrame(0);
     return contextChanged;
+}
+
+void EGLPlaybackAdapter::EndFrame(std::optional<unsigned int> framebuffer)
+{
+    if (!m_screenshotHandler)
+        return;
+    const std::uint32_t frame = ++m_screenshotHandler->m_frame;
+    m_screenshotHandler->m_draw = 0;
+    m_screenshotHandler->m_blit = 0;
+    if ((m_settings->IsScreenshotFrame(frame) || frame == m_screenshotHandler->m_wantedFrame) && framebuffer &&
+        LiveGLES.glGetIntegerv && LiveGLES.glBindFramebuffer)
+        TakeFrameScreenshot(frame, *framebuffer);
 }
 
 /// The draw counter starts again at each swap, so that depth and stencil come only with a draw range without a lower
@@ -188,20 +193,21 @@ bool EGLPlaybackAdapter::IsDepthScreenshotDue(std::uint32_t frame) const
            (last == 0 || last >= draw);
 }
 
-void EGLPlaybackAdapter::TakeFrameScreenshot(std::uint32_t frame)
+void EGLPlaybackAdapter::TakeFrameScreenshot(std::uint32_t frame, unsigned int framebuffer)
 {
     const std::string name = m_settings->m_screenshotPath + "frame" + std::to_string(frame);
     const GLint draw = Core::GetInteger(LiveGLES, GL_DRAW_FRAMEBUFFER_BINDING);
     const GLint read = Core::GetInteger(LiveGLES, GL_READ_FRAMEBUFFER_BINDING);
-    if (draw != 0 || read != 0)
-        LiveGLES.glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    const auto wanted = static_cast<GLint>(framebuffer);
+    if (draw != wanted || read != wanted)
+        LiveGLES.glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
     m_screenshotHandler->TakeScreenshot(name, GL_COLOR_BUFFER_BIT);
     if (IsDepthScreenshotDue(frame))
         m_screenshotHandler->TakeScreenshot(name, GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
     if (draw != read) {
         LiveGLES.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, static_cast<GLuint>(draw));
         LiveGLES.glBindFramebuffer(GL_READ_FRAMEBUFFER, static_cast<GLuint>(read));
-    } else if (draw != 0) {
+    } else if (draw != wanted) {
         LiveGLES.glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(draw));
     }
 }

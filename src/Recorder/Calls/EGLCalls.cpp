@@ -2,6 +2,7 @@
 // else than the driver does, and those whose record is the record of another call.
 
 #include "Recorder/AttribLists.h"
+#include "Recorder/FrameEnds.h"
 #include "Recorder/Memory/WatchedBuffers.h"
 #include "Recorder/Platform.h"
 #include "Recorder/RecordCalls.h"

@@ -4,6 +4,7 @@
 #include "Recorder/AttribLists.h"
 #include "Recorder/Calls/ReadBack.h"
 #include "Recorder/EGLObjects.h"
+#include "Recorder/FrameEnds.h"
 #include "Recorder/RecordCalls.h"
 #include "Recorder/Symbols/Export.h"
 #include "Recorder/Symbols/LiveFunctions.h"
@@ -41,7 +42,10 @@ EGLSurface CreateWindow(Entry entry, EGLDisplay display, EGLConfig config, void*
         [&] { return live(display, config, window, attribs); },
         [&](EGLSurface result) {
             const AttribList<EGLint> list(attribs);
-            Record::eglCreateWindowSurface(Capturing(), result, display, config, window, list.Get());
+            const Capturing capturing;
+            if (result != EGL_NO_SURFACE)
+                ExpectSwaps(capturing);
+            Record::eglCreateWindowSurface(capturing, result, display, config, window, list.Get());
         });
 }
 

@@ -4,7 +4,7 @@
 
 #include "Recorder/Calls/ReadBack.h"
 #include "Recorder/EGLObjects.h"
-#include "Recorder/ProgramEnd.h"
+#include "Recorder/FrameEnds.h"
 #include "Recorder/RecordCalls.h"
 #include "Recorder/Symbols/Export.h"
 #include "Recorder/Symbols/LiveFunctions.h"
@@ -20,7 +20,8 @@ struct FrameHash {
 /// The hash of what the swap is about to show, where hashes are wanted and the surface is the current one.
 std::optional<FrameHash> HashFrame(EGLDisplay display, EGLSurface surface)
 {
-    if (!IsHashWanted() || thread.context == nullptr || surface != current.draw || surface != current.read)
+    if (!IsHashWanted() || !MaySwapsEndFrames() || thread.context == nullptr || surface != current.draw ||
+        surface != current.read)
         return std::nullopt;
     const SurfaceSize size = QuerySize(display, surface);
     const auto hash = ReadBack(size);
@@ -38,19 +39,19 @@ template <class Swap> EGLBoolean SwapBuffers(EGLDisplay display, EGLSurface surf
     bool last = false;
     {
         const Capturing capturing;
+        if (result == EGL_TRUE)
+            ExpectSwaps(capturing);
         if (capturing && hash && result == EGL_TRUE) {
             capturing->PutFrameHash(capture.frames + 1, Identify(Identifier::Surface, surface), hash->size.width,
                                     hash->size.height, hash->hash);
         }
         Record::eglSwapBuffers(capturing, result, display, surface);
-        last = result == EGL_TRUE && EndFrame(capturing);
+        last = result == EGL_TRUE && MaySwapsEndFrames() && EndFrame(capturing);
     }
-    if (last) {
-        FinishCapture();
-        EndProgram();
-    } else if (result == EGL_TRUE) {
+    if (last)
+        EndRecording();
+    else if (result == EGL_TRUE)
         CheckWindowSize(display, surface);
-    }
     return result;
 }
 

@@ -1,6 +1,7 @@
 // The gl functions that programs are handed. Most are made from the description; those that stand here in full answer
 // something else than the driver does.
 
+#include "Recorder/FrameEnds.h"
 #include "Recorder/Memory/WatchedBuffers.h"
 #include "Recorder/Platform.h"
 #include "Recorder/RecordCalls.h"
@@ -10,6 +11,20 @@
 #include "Recorder/Thread.h"
 
 #include "Recorder/GLEntryPoints.inc"
+
+RECORDER_EXPORT GLenum glGetError()
+{
+    using namespace Recorder;
+    const auto live = Live<GLenum (*)()>(Entry::glGetError);
+    const GLCall call;
+    if (!call)
+        return live();
+    CallRecord record = Record::Begin::glGetError(*call);
+    const GLenum kept = call->TakeError();
+    const GLenum result = kept != GL_NO_ERROR ? kept : live();
+    Record::End::glGetError(record, Capturing(), *call, result);
+    return result;
+}
 
 RECORDER_EXPORT const GLubyte* glGetString(GLenum name)
 {

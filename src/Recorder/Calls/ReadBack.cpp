@@ -1,41 +1,80 @@
 #include "Recorder/Calls/ReadBack.h"
 
 #include <mutex>
+#include <utility>
 #include <vector>
 
-#include "Data/BackBuffer.h"
 #include "Recorder/Symbols/LiveFunctions.h"
 
 namespace Recorder {
 namespace {
 
+template <class Function> void Fill(Function& function, Entry entry)
+{
+    function = Live<Function>(entry);
+}
+
 Data::BackBufferFunctions ReadBackFunctions()
 {
     Data::BackBufferFunctions functions = {};
-    functions.glGetString = Live<decltype(functions.glGetString)>(Entry::glGetString);
-    functions.glGetIntegerv = Live<decltype(functions.glGetIntegerv)>(Entry::glGetIntegerv);
-    functions.glPixelStorei = Live<decltype(functions.glPixelStorei)>(Entry::glPixelStorei);
-    functions.glBindBuffer = Live<decltype(functions.glBindBuffer)>(Entry::glBindBuffer);
-    functions.glBindFramebuffer = Live<decltype(functions.glBindFramebuffer)>(Entry::glBindFramebuffer);
-    functions.glReadBuffer = Live<decltype(functions.glReadBuffer)>(Entry::glReadBuffer);
-    functions.glReadPixels = Live<decltype(functions.glReadPixels)>(Entry::glReadPixels);
+    Fill(functions.glGetString, Entry::glGetString);
+    Fill(functions.glGetIntegerv, Entry::glGetIntegerv);
+    Fill(functions.glPixelStorei, Entry::glPixelStorei);
+    Fill(functions.glBindBuffer, Entry::glBindBuffer);
+    Fill(functions.glBindFramebuffer, Entry::glBindFramebuffer);
+    Fill(functions.glReadBuffer, Entry::glReadBuffer);
+    Fill(functions.glReadPixels, Entry::glReadPixels);
+    Fill(functions.glGetError, Entry::glGetError);
+    Fill(functions.glIsFramebuffer, Entry::glIsFramebuffer);
+    Fill(functions.glCheckFramebufferStatus, Entry::glCheckFramebufferStatus);
+    Fill(functions.glGetFramebufferAttachmentParameteriv, Entry::glGetFramebufferAttachmentParameteriv);
+    Fill(functions.glBindRenderbuffer, Entry::glBindRenderbuffer);
+    Fill(functions.glGetRenderbufferParameteriv, Entry::glGetRenderbufferParameteriv);
+    Fill(functions.glBindTexture, Entry::glBindTexture);
+    Fill(functions.glGetTexLevelParameteriv, Entry::glGetTexLevelParameteriv);
     return functions;
 }
 
-} // namespace
-
-std::optional<std::uint64_t> ReadBack(const SurfaceSize& size) noexcept
+/// Answers what `hash` does with the driver's functions and memory for the pixels; nothing without memory.
+template <class Hash> auto Read(Hash hash) noexcept
 {
-    std::optional<std::uint64_t> hash;
+    decltype(hash(ReadBackFunctions(), std::declval<std::vector<std::uint8_t>&>())) result;
     Guarded([&] {
         // Grows to the largest frame. The pixels stay out of the threads' own storage, which cannot be destroyed
         // safely.
         static std::mutex mutex;
         static std::vector<std::uint8_t>& pixels = *new std::vector<std::uint8_t>;
         const std::lock_guard lock(mutex);
-        hash = Data::HashBackBuffer(ReadBackFunctions(), size.width, size.height, pixels);
+        result = hash(ReadBackFunctions(), pixels);
     });
-    return hash;
+    return result;
+}
+
+} // namespace
+
+std::optional<std::uint64_t> ReadBack(const SurfaceSize& size) noexcept
+{
+    return Read([&](const Data::BackBufferFunctions& functions, std::vector<std::uint8_t>& pixels) {
+        return Data::HashBackBuffer(functions, size.width, size.height, pixels);
+    });
+}
+
+std::optional<Data::FramebufferHash> ReadBackDrawn(Context& context, std::uint32_t framebuffer) noexcept
+{
+    if (framebuffer == 0) {
+        // Without a surface there is no default framebuffer.
+        if (current.draw == EGL_NO_SURFACE || current.draw == context.Placeholder())
+            return std::nullopt;
+        const SurfaceSize size = QuerySize(current.display, current.draw);
+        const auto hash = ReadBack(size);
+        return hash ? std::optional(Data::FramebufferHash{size.width, size.height, *hash}) : std::nullopt;
+    }
+    context.KeepErrors();
+    const auto result = Read([&](const Data::BackBufferFunctions& functions, std::vector<std::uint8_t>& pixels) {
+        return Data::HashFramebuffer(functions, framebuffer, pixels);
+    });
+    context.DropErrors();
+    return result;
 }
 
 } // namespace Recorder

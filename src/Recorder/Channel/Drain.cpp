@@ -39,7 +39,7 @@ void FreePlace(Channel& channel, std::uint32_t place, std::uint64_t bytes)
 } // namespace
 
 Drain::Drain(Channel& channel, std::unique_ptr<Data::CaptureWriter> writer)
-    : m_channel(channel), m_writer(std::move(writer))
+    : m_channel(channel), m_writer(std::move(writer)), m_output(m_writer)
 {
     m_writer->SetStart(channel.startUs);
 }
@@ -69,7 +69,7 @@ bool Drain::Take()
         }
         m_run = next;
         m_channel.runsRead.store(++m_runsRead, std::memory_order_release);
-        m_writer->SetThread(m_run.thread);
+        m_output.SetThread(m_run.thread);
     }
 }
 
@@ -108,7 +108,7 @@ std::uint64_t Drain::TakePlain(std::uint64_t position, std::uint64_t end)
         bytes = isCall ? end : bytes;
     }
     if (bytes != 0)
-        m_writer->CopyAll(begin, bytes);
+        m_output.CopyAll(begin, bytes);
     return bytes;
 }
 
@@ -165,16 +165,31 @@ void Drain::Append(const std::uint8_t* record)
     const Data::RecordHeader header = HeaderOf(record);
     if (header.id < Data::callTable.size()) {
         AppendCall(record);
+    } else if (header.id == FrameMarkId || header.id == FrameDecisionId) {
+        AppendFrameMark(record);
     } else if (header.id == static_cast<std::uint32_t>(Data::RecordId::FrameEnd)) {
         Data::FrameEndRecord frame = {};
         std::memcpy(&frame, record, std::min<std::size_t>(sizeof frame, header.bytes));
-        m_writer->FrameEnd(frame.timeUs);
-        ++m_frames;
+        m_output.FrameEnd(frame.timeUs);
     } else if (Data::GoesWithNextCall(header.id)) {
         std::vector<std::uint8_t>& ahead = m_ahead[m_run.stream];
         ahead.insert(ahead.end(), record, record + header.bytes);
     } else {
-        m_writer->Copy(record);
+        m_output.Copy(record);
+    }
+}
+
+void Drain::AppendFrameMark(const std::uint8_t* record)
+{
+    const Data::RecordHeader header = HeaderOf(record);
+    if (header.id == FrameMarkId && header.bytes == sizeof(FrameMark)) {
+        FrameMark mark;
+        std::memcpy(&mark, record, sizeof mark);
+        m_output.Mark(mark);
+    } else if (header.bytes == sizeof(FrameDecision)) {
+        FrameDecision decision;
+        std::memcpy(&decision, record, sizeof decision);
+        m_output.Decide(decision.end, decision.frames);
     }
 }
 
@@ -182,9 +197,9 @@ void Drain::AppendCall(const std::uint8_t* record)
 {
     std::vector<std::uint8_t>& ahead = m_ahead[m_run.stream];
     for (std::size_t at = 0; at < ahead.size(); at += HeaderOf(&ahead[at]).bytes)
-        m_writer->Copy(&ahead[at]);
+        m_output.Copy(&ahead[at]);
     ahead.clear();
-    m_writer->Copy(record);
+    m_output.Copy(record);
 }
 
 void Drain::CheckFailure()
@@ -233,7 +248,7 @@ void Drain::ContinueIn(std::unique_ptr<Data::CaptureWriter> writer, const std::s
     m_writer = std::move(writer);
     m_writer->SetStart(m_channel.startUs);
     m_writer->SetThread(m_run.thread);
-    m_framesInFront = m_frames;
+    m_framesInFront = m_output.Frames();
     WriteHeader();
 }
 
@@ -272,6 +287,18 @@ void Drain::AppendUnfinished(std::uint32_t stream)
     m_writer->Unfinished(records.empty() ? nullptr : records.data(), static_cast<std::uint32_t>(records.size()));
 }
 
+/// What was drawn after the last frame that was ended without a swap is a frame too.
+void Drain::AppendLastFrame()
+{
+    if (!m_output.HasDrawnFrames() || m_channel.openFrames == 0)
+        return;
+    Data::FramePictureRecord picture = {};
+    picture.end = Data::FrameEndKind::ProgramEnd;
+    picture.state = Data::PictureState::None;
+    m_writer->PutFramePicture(picture);
+    m_output.FrameEnd(Data::MonotonicUs() - m_channel.startUs);
+}
+
 void Drain::AppendNotes()
 {
     const std::uint32_t count = std::min<std::uint32_t>(m_channel.noteCount, MaxNotes);
@@ -288,11 +315,13 @@ void Drain::AppendNotes()
 void Drain::Finish(const HowItEnded& how)
 {
     Take();
-    if (m_channel.isFinished == 0) {
+    m_output.DecideByMarks();
+    if (m_channel.isFinished == 0)
         for (std::uint32_t stream = 0; stream < MaxStreams; ++stream)
             AppendUnfinished(stream);
+    AppendLastFrame();
+    if (m_channel.isFinished == 0)
         m_writer->ProgramEnd(how.kind, how.value);
-    }
     AppendNotes();
     std::string error;
     if (!m_writer->Finish(error))

@@ -11,6 +11,7 @@
 #include "Data/Capture/CaptureHeader.h"
 #include "Data/Capture/CaptureWriter.h"
 #include "Recorder/Channel/Layout.h"
+#include "Recorder/Channel/UndecidedFrames.h"
 
 namespace Recorder {
 
@@ -35,7 +36,7 @@ public:
     /// written as such, and `how`.
     void Finish(const HowItEnded& how);
     /// Frames that have ended.
-    [[nodiscard]] std::uint32_t Frames() const { return m_frames; }
+    [[nodiscard]] std::uint32_t Frames() const { return m_output.Frames(); }
     /// A thread of the program is in this call.
     [[nodiscard]] bool IsIn(Data::CallId call) const;
     /// The capture that frames are cut out of, for the headers of the file and of those that follow.
@@ -52,8 +53,10 @@ private:
     [[nodiscard]] const std::uint8_t* RecordAt(std::uint32_t stream, std::uint64_t position, std::uint64_t end,
                                                std::uint64_t& bytes);
     void Append(const std::uint8_t* record);
+    void AppendFrameMark(const std::uint8_t* record);
     void AppendCall(const std::uint8_t* record);
     void AppendUnfinished(std::uint32_t stream);
+    void AppendLastFrame();
     void AppendNotes();
     void UpdateHeader();
     void WriteHeader();
@@ -61,14 +64,14 @@ private:
 
     Channel& m_channel;
     std::unique_ptr<Data::CaptureWriter> m_writer;
+    UndecidedFrames m_output;
     Run m_run = {};
     std::uint64_t m_runsRead = 0;
     std::uint32_t m_headerVersion = 0;
     /// The program's, and what the files name as their origin once that is not empty.
     Data::CaptureHeader m_header;
     std::string m_origin;
-    /// Frames in all files, and in those in front of this one.
-    std::uint32_t m_frames = 0;
+    /// Frames in the files in front of this one.
     std::uint32_t m_framesInFront = 0;
     /// By note: how often earlier files said it.
     std::array<std::uint64_t, MaxNotes> m_noted = {};

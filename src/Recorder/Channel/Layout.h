@@ -35,6 +35,23 @@ inline constexpr std::uint32_t SkipId = 0xFFFFFFFF;
 /// In streams only: a LargeReference.
 inline constexpr std::uint32_t LargeId = 0xFFFFFFFE;
 
+/// In streams only: a FrameMark and a FrameDecision.
+inline constexpr std::uint32_t FrameMarkId = 0xFFFFFFFD;
+inline constexpr std::uint32_t FrameDecisionId = 0xFFFFFFFC;
+
+/// Where a frame may end: what stands there if it does.
+struct FrameMark {
+    Data::FramePictureRecord picture;
+    std::uint64_t timeUs;
+};
+
+/// Says what becomes of the marks so far: the first `frames` of this kind end frames, the others do not.
+struct FrameDecision {
+    Data::RecordHeader header;
+    Data::FrameEndKind end;
+    std::uint32_t frames;
+};
+
 /// Stands in a stream for a record that is in a place of its own.
 struct LargeReference {
     Data::RecordHeader header;
@@ -93,6 +110,8 @@ struct Channel {
     /// Threads that wait for room.
     std::atomic<std::uint32_t> waiting;
 
+    /// Contexts that have drawn since a frame of theirs ended without a swap.
+    std::atomic<std::uint32_t> openFrames;
     std::atomic<std::uint32_t> largePlaceTaken[LargePlaces];
     std::atomic<std::uint64_t> runsWritten;
     std::atomic<std::uint64_t> runsRead;

@@ -18,6 +18,15 @@ struct CurrentRun {
 };
 CurrentRun currentRun;
 
+template <class Record> void PutRecord(RecordStream& stream, std::uint32_t id, const Record& record)
+{
+    if (std::uint8_t* const at = stream.Begin(id, sizeof record)) {
+        const std::size_t header = sizeof(Data::RecordHeader);
+        std::memcpy(at + header, reinterpret_cast<const std::uint8_t*>(&record) + header, sizeof record - header);
+        stream.End();
+    }
+}
+
 } // namespace
 
 RecordStream::RecordStream(Channel& channel, std::uint32_t index)
@@ -139,6 +148,16 @@ bool RecordStream::WaitForReader(std::uint32_t seen)
         Commit();
     }
     return WaitForRoom(m_channel, seen);
+}
+
+void PutFrameMark(RecordStream& stream, const Data::FramePictureRecord& picture, std::uint64_t timeUs)
+{
+    PutRecord(stream, FrameMarkId, FrameMark{picture, timeUs});
+}
+
+void PutFrameDecision(RecordStream& stream, Data::FrameEndKind end, std::uint32_t frames)
+{
+    PutRecord(stream, FrameDecisionId, FrameDecision{{}, end, frames});
 }
 
 } // namespace Recorder

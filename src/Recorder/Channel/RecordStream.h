@@ -69,4 +69,8 @@ private:
     bool m_isOrdered = false;
 };
 
+/// Records of streams only. `picture` gives all but the header.
+void PutFrameMark(RecordStream& stream, const Data::FramePictureRecord& picture, std::uint64_t timeUs);
+void PutFrameDecision(RecordStream& stream, Data::FrameEndKind end, std::uint32_t frames);
+
 } // namespace Recorder

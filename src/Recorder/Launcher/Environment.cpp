@@ -23,6 +23,7 @@ std::vector<Variable> RecordingVariables(const RecordingOptions& options)
             {FolderVariable, options.folder},
             {HashVariable, wanted.hash ? std::to_string(wanted.frames.first) : ""},
             {FramesVariable, wanted.HasEnd() ? std::to_string(wanted.frames.last) : ""},
+            {FrameEndVariable, options.frameEnd == FrameEndAuto ? "" : options.frameEnd},
             {PreferEsVariable, Switch(options.preferEs)},
             {StacksVariable, options.stacks}};
 }

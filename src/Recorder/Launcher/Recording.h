@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Recorder/Launcher/Wanted.h"
+#include "Recorder/Settings.h"
 
 namespace Recorder {
 
@@ -23,6 +24,8 @@ struct RecordingOptions {
     std::string library;
     /// Desktop OpenGL is hidden from the program.
     bool preferEs = false;
+    /// As FrameEndVariable has it.
+    std::string frameEnd{FrameEndAuto};
     /// As StacksVariable has it; empty: none.
     std::string stacks;
     Wanted wanted;

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <unistd.h>
 
+#include "Data/Capture/Format.h"
 #include "Recorder/Launcher/CapturePlace.h"
 #include "Recorder/Launcher/Conclusion.h"
 #include "Recorder/Launcher/Control.h"
@@ -39,6 +40,10 @@ constexpr Util::Option OptionTable[] = {
      "Options"},
     {"--prefer-es", "",
      "hide desktop OpenGL from the program, so that one that can choose draws with OpenGL ES, which can be recorded",
+     "Options"},
+    {"--frame-end", "KIND",
+     "what ends a frame: swap, flush, finish, fence, readback, or marker (marker:TEXT: one with this text); by default "
+     "auto, which looks for it",
      "Options"},
     {"--stacks", "draws|all",
      "record where in the program draws, or all calls, came from; playback-info --dump --stacks shows it", "Options"},
@@ -89,6 +94,13 @@ space of four times N frames or, of frames so small that 1000 have less than 32 
 state; a program that draws faster than frames can be let go of waits. What is recorded while nothing is wanted takes up
 to 1 GiB.
 
+Frames end at swaps. Of a program that never swaps, and draws to framebuffer objects or pbuffers, they end at what it
+does instead after something was drawn: glFlush (flush), a wait for all (finish: glFinish, eglWaitClient, eglWaitGL),
+making a fence (fence) or reading pixels back (readback), whichever comes 32 times first, or most often where the program
+ends before that. A window, or a swap later on, has frames end at swaps. --frame-end says it instead, and knows markers:
+those of glInsertEventMarkerEXT, and messages of glDebugMessageInsert. What is drawn after the last of these calls is a
+last frame, without a picture. The picture of the others is colour attachment 0 of the framebuffer that was drawn to last.
+
 A capture that could not be written whole (the disk is full) is kept as far as it goes. It gets the name FILE if there
 was no such file, else the next free one.
 
@@ -130,11 +142,28 @@ int Conclude(Recorder::CapturePlace& place, const Recorder::RecordingOptions& op
     return endedOnPurpose ? 0 : end.status;
 }
 
+/// Answers what is wrong with it; empty: nothing.
+std::string ReadFrameEnd(const Util::ParseArgs::CmdLineArgs& args, std::string& frameEnd)
+{
+    const std::string* const wanted = args.FindValue("--frame-end");
+    if (wanted == nullptr)
+        return "";
+    const bool isWord = *wanted == Recorder::FrameEndAuto ||
+                        std::ranges::find(Data::FrameEndWords, *wanted) != std::end(Data::FrameEndWords);
+    if (!isWord && !wanted->starts_with("marker:"))
+        return "--frame-end: expected auto, swap, flush, finish, fence, readback, marker or marker:TEXT, found '" +
+               *wanted + "'";
+    frameEnd = *wanted;
+    return "";
+}
+
 /// Empty when the options make sense.
 std::string ReadOptions(const Util::CommandLine::Result& parsed, Recorder::RecordingOptions& options)
 {
     options.command = parsed.args.positional;
     options.preferEs = parsed.args.HasSwitch("--prefer-es");
+    if (std::string error = ReadFrameEnd(parsed.args, options.frameEnd); !error.empty())
+        return error;
     if (const std::string* stacks = parsed.args.FindValue("--stacks")) {
         options.stacks = *stacks;
         if (options.stacks != Recorder::StacksOfDraws && options.stacks != Recorder::StacksOfAll)

@@ -83,6 +83,21 @@ std::string StackRecordText(const Data::RecordView& record)
     return "";
 }
 
+/// What ended the frame, and its picture.
+std::string FrameEndText(const Data::FramePictureRecord& record)
+{
+    const auto end = static_cast<std::size_t>(record.end);
+    std::string text = end < std::size(Data::FrameEndWords)
+                           ? "frame ended by a " + std::string(Data::FrameEndWords[end])
+                           : "frame ended with the program";
+    if (record.state == Data::PictureState::None)
+        return text + ", without a picture";
+    text += ", framebuffer " + std::to_string(record.framebuffer);
+    if (record.state == Data::PictureState::Hashed)
+        text += ", " + std::to_string(record.width) + "x" + std::to_string(record.height) + ": " + HexText(record.hash);
+    return text;
+}
+
 std::string EndText(const Data::RecordView& record)
 {
     if (Data::UnfinishedRecord r; record.Is(Data::RecordId::Unfinished) && record.Read(r))
@@ -116,6 +131,10 @@ std::string BuiltInText(const Data::RecordView& record)
         if (Data::FrameHashRecord r; record.Read(r))
             return "hash of frame " + number(r.frame) + ", surface " + number(r.surface) + ", " + number(r.width) +
                    "x" + number(r.height) + ": " + HexText(r.hash);
+        break;
+    case RecordId::FramePicture:
+        if (Data::FramePictureRecord r; record.Read(r))
+            return FrameEndText(r);
         break;
     case RecordId::VertexAttribData:
         if (Data::VertexAttribDataRecord r; record.Read(r))

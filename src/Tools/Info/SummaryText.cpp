@@ -79,6 +79,18 @@ std::string Draws(const CaptureSummary& summary)
     return text;
 }
 
+std::string_view WordFor(Data::FrameEndKind end)
+{
+    const auto index = static_cast<std::size_t>(end);
+    return index < std::size(Data::FrameEndWords) ? Data::FrameEndWords[index] : "not known";
+}
+
+/// Nothing of swaps, at which frames are expected to end.
+std::string EachFrameEnds(Data::FrameEndKind end)
+{
+    return end == Data::FrameEndKind::Swap ? "" : ", each up to a " + std::string(WordFor(end));
+}
+
 /// The last frame of the capture in the one that it was cut out of.
 std::uint32_t LastOriginFrame(const CaptureSummary& summary)
 {
@@ -114,6 +126,7 @@ std::string ToText(const CaptureSummary& summary)
              (summary.counts.frames < summary.allFrames
                   ? Format(", from frame %u of %u on", summary.firstFrame, summary.allFrames)
                   : "") +
+             EachFrameEnds(summary.counts.frameEnd) +
              (summary.counts.frameHashes > 0 ? Format(", %u with a hash", summary.counts.frameHashes) : "") +
              (summary.counts.hasStateBlock ? ", after a state-setup block" : ""));
     if (summary.end.isKnown)
@@ -181,6 +194,7 @@ std::string ToJson(const CaptureSummary& summary, const CaptureStatistics* stati
     json["width"] = header.surfaceWidth;
     json["height"] = header.surfaceHeight;
     json["frames"] = summary.counts.frames;
+    json["frameEnd"] = WordFor(summary.counts.frameEnd);
     json["seconds"] = static_cast<double>(summary.counts.durationUs) / 1e6;
     json["frameHashes"] = summary.counts.frameHashes;
     if (header.originFrame != 0)
