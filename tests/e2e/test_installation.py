@@ -48,7 +48,8 @@ class Installation(EndToEndTest):
         for line, expected in (("playback -loopc", "-loopcount"), ("playback -pace ", "recorded"),
                                ("playback -screenshotformat p", "png"), ("playback ", "a.glcap root"),
                                ("playback-info --results ", "b.json root"), ("playback-info --report ", "root"),
-                               ("playback-record --fr", "--frames"), ("playback-record -o ", "a.glcap root"),
+                               ("playback-record --pref", "--prefer-es"), ("playback-record -o ", "a.glcap root"),
+                               ("playback-record --frame-end f", "fence finish flush"),
                                ("playback-record -- xmllin", "xmllint"), ("playback-record --hash -- git chec", "checkout")):
             with self.subTest(line):
                 done = self.run_program("bash", "-c", bash, "bash", *line.split(" "), **environment)
