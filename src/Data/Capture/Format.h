@@ -5,7 +5,8 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <string_view>
+
+#include "Data/Capture/EndKinds.h"
 
 namespace Data {
 
@@ -162,17 +163,6 @@ struct FrameHashRecord {
     std::uint64_t hash;
 };
 
-/// What ended a frame.
-enum class FrameEndKind : std::uint32_t { Swap, Flush, Finish, Fence, ReadBack, Marker, ProgramEnd };
-/// What they are called, but for the end of the program.
-inline constexpr std::string_view FrameEndWords[] = {"swap", "flush", "finish", "fence", "readback", "marker"};
-
-enum class PictureState : std::uint32_t {
-    NotHashed, ///< nobody asked for it
-    Hashed,
-    None ///< there was nothing that could be read
-};
-
 struct FramePictureRecord {
     RecordHeader header;
     FrameEndKind end;          ///< not Swap
@@ -183,7 +173,6 @@ struct FramePictureRecord {
     PictureState state;
     std::uint32_t unused;
 };
-static_assert(sizeof(FramePictureRecord) == 40);
 
 /// `data` holds elements `first` to `first + count - 1` at `stride` bytes; the last one is not padded.
 struct VertexAttribDataRecord {
@@ -220,13 +209,6 @@ struct TextRecord {
 struct UnfinishedRecord {
     RecordHeader header;
     PointerSlot records;
-};
-
-enum class ProgramEndKind : std::uint32_t {
-    Unknown = 0, ///< killed, or ended without its exit handlers
-    Exited = 1,  ///< ended without its exit handlers; `value` is its status
-    Signal = 2,  ///< `value` is the signal that ended it
-    Replaced = 3 ///< by another program (exec)
 };
 
 struct ProgramEndRecord {
