@@ -14,8 +14,8 @@
 
 namespace Data {
 
-inline constexpr std::uint32_t builtInCount = static_cast<std::uint32_t>(RecordId::CallStack) - FirstBuiltInId + 2;
-inline constexpr std::uint32_t maxBodyBytes = 2048;
+inline constexpr std::uint32_t BuiltInCount = static_cast<std::uint32_t>(RecordId::FramePicture) - FirstBuiltInId + 2;
+inline constexpr std::uint32_t MaxBodyBytes = 2048;
 
 /// Builds records that are well-formed, mostly, so that a mutator gets deep.
 class RecordGenerator {
@@ -25,7 +25,7 @@ public:
     /// One well-formed record: mostly a call, with contents behind its pointers.
     std::vector<std::uint8_t> Record()
     {
-        const std::uint32_t number = Below(6) == 0 ? callCount + Below(builtInCount) : Call();
+        const std::uint32_t number = Below(6) == 0 ? callCount + Below(BuiltInCount) : Call();
         return Record(number, number < callCount
                                   ? CallBody(static_cast<CallId>(number))
                                   : BuiltInBody(static_cast<RecordId>(FirstBuiltInId + number - callCount)));
@@ -63,7 +63,7 @@ public:
 private:
     static std::vector<std::uint8_t> Record(std::uint32_t number, std::vector<std::uint8_t> body)
     {
-        body.resize(std::min<std::size_t>(body.size(), maxBodyBytes));
+        body.resize(std::min<std::size_t>(body.size(), MaxBodyBytes));
         std::vector<std::uint8_t> record(4);
         const auto bytes = static_cast<std::uint16_t>(body.size());
         const auto id = static_cast<std::uint16_t>(number);

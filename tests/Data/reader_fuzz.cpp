@@ -129,8 +129,8 @@ void RunRecords(std::span<const std::uint8_t> input)
         std::memcpy(&number, input.data() + at, sizeof number);
         std::memcpy(&bytes, input.data() + at + 2, sizeof bytes);
         at += 4;
-        const std::size_t body = std::min<std::size_t>({bytes, maxBodyBytes, input.size() - at});
-        const std::uint32_t id = number % (callCount + builtInCount);
+        const std::size_t body = std::min<std::size_t>({bytes, MaxBodyBytes, input.size() - at});
+        const std::uint32_t id = number % (callCount + BuiltInCount);
         const RecordHeader header{static_cast<std::uint32_t>(RoundUp8(sizeof header + body)),
                                   id < callCount ? id : FirstBuiltInId + id - callCount};
         const std::size_t place = chunk.size();
