@@ -99,8 +99,10 @@ CLIENT(EntersASandbox)
                             BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS),
                             BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
     const sock_fprog program = {std::size(filter), filter};
-    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 || prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
-        return 77;
+    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 || prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) {
+        std::puts("no sandbox");
+        return 0;
+    }
     const ClientContext current;
     glClear(GL_COLOR_BUFFER_BIT);
     return 0;
@@ -109,7 +111,7 @@ CLIENT(EntersASandbox)
 TEST_F(RecorderTest, ASandboxIsNoHindrance)
 {
     const Outcome outcome = Record("EntersASandbox");
-    if (outcome.status == 77)
+    if (outcome.out == "no sandbox\n")
         GTEST_SKIP() << "there are no sandboxes under this kernel or emulator";
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_THAT(Dump("glClear", "capture.glcap"), SizeIs(1));
