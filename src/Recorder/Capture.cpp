@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <limits>
 #include <mutex>
 #include <new>
@@ -89,13 +88,6 @@ std::string CommandLine()
     return command;
 }
 
-std::uint64_t RealTimeUs()
-{
-    timespec now = {};
-    clock_gettime(CLOCK_REALTIME, &now);
-    return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000 + static_cast<std::uint64_t>(now.tv_nsec) / 1000;
-}
-
 /// Says that the capture is not whole, once: what was written until then is all that there will be.
 void TellUnwritten(const char* why) noexcept
 {
@@ -138,7 +130,7 @@ bool Begin()
     lastFrame = Number(FramesVariable);
     SetFrameEnd(Environment(FrameEndVariable));
     Data::CaptureHeader& header = capture.header;
-    header.startTimeUs = RealTimeUs();
+    header.startTimeUs = Data::RealTimeUs();
     header.toolVersion = PLAYBACK_VERSION;
     header.command = CommandLine();
 

@@ -40,13 +40,6 @@ void Context::KeepErrors()
     m_keptError = m_keptError != GL_NO_ERROR ? m_keptError : error;
 }
 
-void Context::DropErrors()
-{
-    // A context that was lost reports an error for ever.
-    for (int i = 0; i < 32 && Live<GLenum (*)()>(Entry::glGetError)() != GL_NO_ERROR; ++i) {
-    }
-}
-
 std::int64_t ParameterElements(std::uint32_t pname) noexcept
 {
     switch (pname) {

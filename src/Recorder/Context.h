@@ -97,9 +97,8 @@ public:
     /// What comes now is another frame.
     void StartFrame();
 
-    /// Errors of the driver that the program has not asked for yet are kept while the library asks the driver.
+    /// Keeps an error of the driver that the program has not asked for yet, since the library is about to lose it.
     void KeepErrors();
-    void DropErrors();
     /// GL_NO_ERROR where none is kept.
     [[nodiscard]] GLenum TakeError() { return std::exchange(m_keptError, GL_NO_ERROR); }
 

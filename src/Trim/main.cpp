@@ -22,9 +22,8 @@ using Util::FrameRange;
 
 constexpr Util::Option Options[] = {
     {"--frames", "A-B",
-     "frames to keep, counted from 1, both included; A- keeps all from A on, the calls after the last frame included; "
-     "A "
-     "only that one",
+     "frames to keep, counted from 1, both included; A- keeps all from A on, the calls after the last frame included, "
+     "A only that one",
      "Options"},
     {"-o", "FILE", "capture to write", "Options"},
     {"--continued", "", "further files will continue OUT.glcap: keep what only they may refer to", "Options"},

@@ -16,6 +16,9 @@ struct FrameRange {
     [[nodiscard]] bool Contains(std::uint32_t frame) const { return frame >= first && frame <= last; }
 };
 
+/// A whole number from 1 on; 0 for other text.
+[[nodiscard]] std::uint32_t ParseCount(std::string_view text);
+
 /// "A-B", "A-" for all from A on, or "A" for one frame. Nothing for other text, for frame 0 and where B is below A.
 std::optional<FrameRange> ParseFrameRange(std::string_view text);
 

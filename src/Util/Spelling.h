@@ -17,4 +17,7 @@ std::string Suggestion(std::string_view text, std::span<const std::string_view> 
 /// "1 frame", "2 frames".
 std::string Counted(std::uint64_t count, const char* noun);
 
+/// A word of a command line, as it would be typed in a shell.
+std::string Quoted(const std::string& word);
+
 } // namespace Util

@@ -262,12 +262,11 @@ def draws(call):
     return is_draw(call) or any(call.has(note) for note in ("clear", "blit", "blit_no_step"))
 
 
-def frame_end(name, call):
+def frame_end(call):
     """What a call does that may end a frame, after its record."""
     if call.has("ends_marker"):
         text = next(p.name for p in call.params if p.type.form == "string")
-        # 0 stands for the length of the text in markers, a negative number in messages.
-        length = "length != 0 ? length : -1" if name == "glInsertEventMarkerEXT" else "length"
+        length = "length != 0 ? length : -1" if call.has("zero_terminates") else "length"
         return f"    if (call)\n        MayEndFrameAtMarker(*call, {text}, {length});\n"
     kind = next((FRAME_ENDS[note] for note in FRAME_ENDS if call.has(note)), None)
     if not kind:
@@ -317,7 +316,7 @@ def entry_point(name, call):
     else:
         text += f"    CallRecord record = {begin};\n    {assign}{live};\n"
         text += f"    if (call)\n        Record::End::{call.name}(record, {end});\n"
-    text += frame_end(name, call)
+    text += frame_end(call)
     if call.returns:
         text += "    return result;\n"
     return text + "}\n\n"

@@ -126,7 +126,7 @@ std::string CaptureSource::ReadChunkAt(std::uint64_t offset, ChunkKind kind, Chu
     chunk.bytes = header.rawBytes;
     chunk.fileOffset = offset;
     if (chunk.capacity < header.rawBytes) {
-        // What is to be held has been checked against maxChunkBytes, and the stored part is there.
+        // What is to be held has been checked against MaxChunkBytes, and the stored part is there.
         chunk.capacity = (std::size_t{header.rawBytes} + 7) / 8 * 8;
         chunk.memory.reset();
         chunk.memory = std::make_unique_for_overwrite<std::uint64_t[]>(chunk.capacity / 8);

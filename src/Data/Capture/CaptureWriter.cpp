@@ -14,13 +14,23 @@ namespace {
 constexpr std::ptrdiff_t FrameEndChunkBytes = 1 << 20;
 constexpr std::uint64_t FrameEndChunkAgeUs = 500'000;
 
+std::uint64_t TimeUsBy(clockid_t clock)
+{
+    timespec now = {};
+    clock_gettime(clock, &now);
+    return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000 + static_cast<std::uint64_t>(now.tv_nsec) / 1000;
+}
+
 } // namespace
 
 std::uint64_t MonotonicUs() noexcept
 {
-    timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000 + static_cast<std::uint64_t>(now.tv_nsec) / 1000;
+    return TimeUsBy(CLOCK_MONOTONIC);
+}
+
+std::uint64_t RealTimeUs() noexcept
+{
+    return TimeUsBy(CLOCK_REALTIME);
 }
 
 std::unique_ptr<CaptureWriter> CaptureWriter::Create(const std::string& path, const CaptureHeader& header,

@@ -17,6 +17,8 @@ struct ChunkBuffer;
 
 /// CLOCK_MONOTONIC in microseconds.
 [[nodiscard]] std::uint64_t MonotonicUs() noexcept;
+/// CLOCK_REALTIME in microseconds, as headers have it.
+[[nodiscard]] std::uint64_t RealTimeUs() noexcept;
 
 /// Appends records to a capture. Records are built in place in a chunk buffer; full chunks are compressed and written
 /// by a thread of the writer's own.
@@ -59,7 +61,7 @@ public:
     }
     /// A record as another writer or a capture has it, other than FrameEnd. What goes with a call stays with it.
     void Copy(const std::uint8_t* record);
-    /// As Copy for records that lie one after the other, the last one a call: `bytes` bytes, at most chunkBytes.
+    /// As Copy for records that lie one after the other, the last one a call: `bytes` bytes, at most ChunkBytes.
     void CopyAll(const std::uint8_t* records, std::uint64_t bytes);
 
     [[nodiscard]] std::uint32_t Frames() const { return m_frames; }

@@ -25,7 +25,7 @@ inline constexpr std::uint32_t ChunkMagic = 0x4B434C47;           // "GLCK"
 inline constexpr std::uint32_t HeaderBytes = 4096;
 /// Size at which a chunk is closed.
 inline constexpr std::uint32_t ChunkBytes = 4u << 20;
-/// Largest chunk, and so largest record, that is written or read. A record larger than chunkBytes has its own chunk.
+/// Largest chunk, and so largest record, that is written or read. A record larger than ChunkBytes has its own chunk.
 inline constexpr std::uint32_t MaxChunkBytes = 512u << 20;
 /// Most calls that the call table of a file may hold.
 inline constexpr std::uint32_t MaxCalls = 1u << 16;

@@ -22,7 +22,7 @@ public:
 
     /// Begins a record of `bytes` bytes, header included, and answers its start, aligned to 8. The header is filled in
     /// and the last 8 bytes are zeroed; the caller writes the rest from offset 8 on and calls End. Null when the record
-    /// is larger than maxChunkBytes allows or nothing can be written any more: the record is dropped and End must not
+    /// is larger than MaxChunkBytes allows or nothing can be written any more: the record is dropped and End must not
     /// be called.
     [[nodiscard]] std::uint8_t* Begin(std::uint32_t id, std::uint64_t bytes)
     {

@@ -15,7 +15,7 @@
 #include "Recorder/Symbols/Export.h"
 #include "Recorder/Symbols/Extensions.h"
 #include "Recorder/Symbols/LiveFunctions.h"
-#include "Recorder/Symbols/Steering.h"
+#include "Recorder/Symbols/PreferEs.h"
 #include "Recorder/Thread.h"
 
 namespace Recorder {

@@ -9,7 +9,7 @@
 #include "Recorder/Symbols/Export.h"
 #include "Recorder/Symbols/Extensions.h"
 #include "Recorder/Symbols/LiveFunctions.h"
-#include "Recorder/Symbols/Steering.h"
+#include "Recorder/Symbols/PreferEs.h"
 #include "Recorder/Symbols/Unrecorded.h"
 #include "Recorder/Thread.h"
 

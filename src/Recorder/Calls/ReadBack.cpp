@@ -70,11 +70,9 @@ std::optional<Data::FramebufferHash> ReadBackDrawn(Context& context, std::uint32
         return hash ? std::optional(Data::FramebufferHash{size.width, size.height, *hash}) : std::nullopt;
     }
     context.KeepErrors();
-    const auto result = Read([&](const Data::BackBufferFunctions& functions, std::vector<std::uint8_t>& pixels) {
+    return Read([&](const Data::BackBufferFunctions& functions, std::vector<std::uint8_t>& pixels) {
         return Data::HashFramebuffer(functions, framebuffer, pixels);
     });
-    context.DropErrors();
-    return result;
 }
 
 } // namespace Recorder

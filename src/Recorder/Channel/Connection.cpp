@@ -17,6 +17,7 @@
 #include "Recorder/CaptureName.h"
 #include "Recorder/Channel/Drain.h"
 #include "Recorder/Channel/Handshake.h"
+#include "Recorder/Channel/SocketPlace.h"
 #include "Recorder/Channel/Waiting.h"
 #include "Recorder/Thread.h"
 
@@ -62,7 +63,7 @@ struct ChannelAhead {
     Channel* channel = nullptr;
     pid_t process = 0;
 };
-ChannelAhead channelAhead;
+constinit ChannelAhead channelAhead;
 
 class Descriptor {
 public:
@@ -83,10 +84,9 @@ private:
 /// Connected to the socket in the folder, or negative.
 int Connect(const std::string& folder)
 {
-    const Descriptor place(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    const sockaddr_un address = SocketAddress(place);
-    const int connection = place < 0 ? -1 : socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-    if (connection >= 0 && connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    const SocketPlace place(folder.c_str(), SocketName);
+    const int connection = place.Folder() < 0 ? -1 : socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    if (connection >= 0 && !place.Connect(connection)) {
         close(connection);
         return -1;
     }

@@ -2,9 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
-#include <sys/socket.h>
-#include <sys/un.h>
 
 #include "Recorder/Channel/Layout.h"
 
@@ -12,15 +9,6 @@ namespace Recorder {
 
 /// A socket of this name lies in the folder of the captures, as long as somebody writes them for others.
 inline constexpr char SocketName[] = ".socket";
-
-/// Its address, by a descriptor of the folder: the way through /proc has room for folders of any length.
-inline sockaddr_un SocketAddress(int folder)
-{
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::snprintf(address.sun_path, sizeof address.sun_path, "/proc/self/fd/%d/%s", folder, SocketName);
-    return address;
-}
 
 /// A link of this name in the folder leads to the file that processes report to, see Report.h.
 inline constexpr char ReportsName[] = ".reports";

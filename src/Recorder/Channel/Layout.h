@@ -94,7 +94,7 @@ struct Channel {
 
     /// The program has ended the capture: nothing follows.
     std::atomic<std::uint32_t> isFinished;
-    /// Nothing can be written any more once it is not 0; `error` says why once it is `failed`.
+    /// Nothing can be written any more once it is not 0; `error` says why once it is `Failed`.
     std::atomic<std::uint32_t> hasFailed;
     char error[1024];
     /// Written by the reader: what the program draws is not wanted at the moment, and needs no hashes.

@@ -101,8 +101,13 @@ void UndecidedFrames::DecideByMarks()
 {
     if (m_kept.empty())
         return;
-    const auto most = std::ranges::max_element(m_marks);
-    Decide(static_cast<Data::FrameEndKind>(most - m_marks.begin()), *most);
+    const Data::FrameEndKind most = MostMarked();
+    Decide(most, m_marks[static_cast<std::size_t>(most)]);
+}
+
+Data::FrameEndKind UndecidedFrames::MostMarked() const
+{
+    return static_cast<Data::FrameEndKind>(std::ranges::max_element(m_marks) - m_marks.begin());
 }
 
 void UndecidedFrames::KeepThread()
@@ -117,9 +122,8 @@ void UndecidedFrames::Keep(const void* records, std::uint64_t bytes)
     const auto* const from = static_cast<const std::uint8_t*>(records);
     m_kept.insert(m_kept.end(), from, from + bytes);
     if (m_kept.size() > MaxKeptBytes) {
-        const auto most = std::ranges::max_element(m_marks) - m_marks.begin();
         DecideByMarks();
-        m_early = static_cast<Data::FrameEndKind>(most);
+        m_early = MostMarked();
     }
 }
 

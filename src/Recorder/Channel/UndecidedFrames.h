@@ -36,6 +36,7 @@ public:
     [[nodiscard]] bool HasDrawnFrames() const { return m_hasDrawnFrames; }
 
 private:
+    [[nodiscard]] Data::FrameEndKind MostMarked() const;
     void KeepThread();
     void Keep(const void* records, std::uint64_t bytes);
     void EndMarkedFrame(const FrameMark& mark);

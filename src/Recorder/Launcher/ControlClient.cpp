@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -11,10 +10,12 @@
 #include <unistd.h>
 #include <vector>
 
+#include "Recorder/Channel/SocketPlace.h"
 #include "Recorder/Launcher/Control.h"
 #include "Recorder/Launcher/ControlName.h"
 #include "Util/CommandLine.h"
 #include "Util/ExitStatus.h"
+#include "Util/FrameRange.h"
 #include "Util/OutputFile.h"
 
 namespace Recorder {
@@ -54,20 +55,12 @@ ExitStatus Trouble(const std::string& what, ExitStatus status)
     return status;
 }
 
-/// 0 for text that is no number from 1 on.
-std::uint32_t Number(std::string_view text)
-{
-    std::uint32_t number = 0;
-    const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return problem == std::errc() && end == text.data() + text.size() ? number : 0;
-}
-
 /// Connected; negative when nobody listens there any more.
 int Connect(const fs::path& path)
 {
-    const SocketPlace place(path);
+    const SocketPlace place(path.parent_path().c_str(), path.filename().c_str());
     const int connection = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-    if (connect(connection, place.Address(), place.Bytes()) == 0)
+    if (place.Connect(connection))
         return connection;
     // Left behind by one that was killed.
     if (errno == ECONNREFUSED)
@@ -84,7 +77,7 @@ std::vector<Recording> FindRecordings()
         const std::string name = entry.path().filename().string();
         if (!name.starts_with(ControlPrefix))
             continue;
-        const auto process = static_cast<pid_t>(Number(name.substr(std::strlen(ControlPrefix))));
+        const auto process = static_cast<pid_t>(Util::ParseCount(name.substr(std::strlen(ControlPrefix))));
         if (const int connection = process != 0 ? Connect(entry.path()) : -1; connection >= 0)
             found.push_back({process, connection});
     }
@@ -113,7 +106,7 @@ std::string CommandOf(pid_t process)
 /// Null where it is not clear which one is meant; the reason goes to `error`.
 const Recording* Choose(const std::vector<Recording>& recordings, const std::string* pid, std::string& error)
 {
-    const auto chosen = static_cast<pid_t>(pid != nullptr ? Number(*pid) : 0);
+    const auto chosen = static_cast<pid_t>(pid != nullptr ? Util::ParseCount(*pid) : 0);
     const pid_t parent = chosen != 0 ? ParentOf(chosen) : 0;
     for (const Recording& recording : recordings)
         if (recording.process == chosen || (parent != 0 && recording.process == parent))
@@ -143,7 +136,7 @@ std::optional<Question> Read(const std::vector<std::string>& words, std::string&
     Question question;
     question.command = found->second;
     const bool isSnapshot = question.command == Command::Snapshot;
-    question.frames = isSnapshot && words.size() > 1 ? Number(words[1]) : 0;
+    question.frames = isSnapshot && words.size() > 1 ? Util::ParseCount(words[1]) : 0;
     if (words.size() != (isSnapshot ? 2 : 1) || (isSnapshot && question.frames == 0)) {
         error = words[0] + (isSnapshot ? ": expected a number of frames from 1 on" : ": expected nothing after it");
         return std::nullopt;

@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "Recorder/Channel/SocketPlace.h"
 #include "Recorder/Launcher/Control.h"
 #include "Recorder/Launcher/ControlName.h"
 
@@ -22,10 +23,10 @@ ControlSocket::ControlSocket() : m_path(ControlPath(getpid()))
 {
     if (m_path.empty())
         return;
-    const SocketPlace place(m_path);
+    const SocketPlace place(m_path.parent_path().c_str(), m_path.filename().c_str());
     unlink(m_path.c_str());
     m_listening = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-    if (bind(m_listening, place.Address(), place.Bytes()) != 0 || listen(m_listening, SOMAXCONN) != 0) {
+    if (!place.Bind(m_listening) || listen(m_listening, SOMAXCONN) != 0) {
         close(m_listening);
         m_listening = -1;
     }

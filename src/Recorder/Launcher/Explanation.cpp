@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "Recorder/Launcher/ProgramFile.h"
+#include "Util/Spelling.h"
 
 namespace Recorder {
 namespace {
@@ -33,24 +34,12 @@ constexpr char WasHidden[] = " asked for desktop OpenGL, which --prefer-es hid, 
 constexpr char TryPreferEs[] =
     "\n  Most programs that can draw with OpenGL ES do when desktop OpenGL is hidden from them:\n    ";
 
-/// As it would be typed.
-std::string Quoted(const std::string& word)
-{
-    constexpr std::string_view Plain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+=.,:/@%";
-    if (!word.empty() && word.find_first_not_of(Plain) == std::string::npos)
-        return word;
-    std::string quoted = "'";
-    for (const char c : word)
-        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return quoted + "'";
-}
-
 /// The command line, with --prefer-es.
 std::string WithPreferEs(const std::vector<std::string>& invocation)
 {
-    std::string line = Quoted(invocation.front()) + " --prefer-es";
+    std::string line = Util::Quoted(invocation.front()) + " --prefer-es";
     for (const std::string& word : std::span(invocation).subspan(1))
-        line += " " + Quoted(word);
+        line += " " + Util::Quoted(word);
     return line;
 }
 

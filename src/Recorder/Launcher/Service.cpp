@@ -3,11 +3,11 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <ctime>
 #include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "Data/Capture/CaptureWriter.h"
 #include "Recorder/Channel/Handshake.h"
 #include "Recorder/Launcher/Conclusion.h"
 #include "Recorder/Launcher/Environment.h"
@@ -23,14 +23,6 @@ namespace fs = std::filesystem;
 using Util::ExitStatus;
 
 namespace {
-
-/// As the header of a capture has it.
-std::uint64_t RealTimeUs()
-{
-    timespec now = {};
-    clock_gettime(CLOCK_REALTIME, &now);
-    return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000 + static_cast<std::uint64_t>(now.tv_nsec) / 1000;
-}
 
 /// What keeps captures from being written there; empty when nothing does.
 std::string WhyNotWritable(const fs::path& folder)
@@ -75,7 +67,7 @@ int Serve(RecordingOptions options)
     if (const std::string why = WhyNotWritable(options.folder); !why.empty())
         return Trouble(options.folder + ": no captures can be written there: " + why, ExitStatus::NotWritten);
     options.folder = fs::canonical(options.folder).string();
-    const std::uint64_t beginUs = RealTimeUs();
+    const std::uint64_t beginUs = Data::RealTimeUs();
     const ReportBox reports(options.folder);
     {
         const WriterProcess writer(options, reports.Descriptor(), WriterProcess::Tells::EachBeginning);

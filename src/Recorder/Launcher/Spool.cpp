@@ -320,9 +320,10 @@ void Spool::Give(const Part& part, const std::string& verdict)
 void Spool::TellLost(const Part& part, const std::string& why)
 {
     m_isKept = true;
+    const std::string command = "playback-trim " + Util::Quoted(m_folder.string()) + "/*" + CaptureEnding +
+                                " --frames " + InFiles(part.frames) + " -o OUT" + CaptureEnding;
     const std::string text = "frames " + std::to_string(part.frames.first) + " on could not be cut out: " + why +
-                             "\n  They can be from what " + "is kept: playback-trim '" + m_folder.string() + "'/*" +
-                             CaptureEnding + " --frames " + InFiles(part.frames) + " -o OUT" + CaptureEnding;
+                             "\n  They can be from what is kept: " + command;
     std::fprintf(stderr, "playback-record: %s\n", text.c_str());
     dprintf(m_place.reports, "%d %s %s\n", static_cast<int>(m_process), Finding::Uncut, why.c_str());
     if (part.request)

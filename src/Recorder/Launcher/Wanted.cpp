@@ -1,23 +1,13 @@
 #include "Recorder/Launcher/Wanted.h"
 
-#include <charconv>
-
 namespace Recorder {
 
 namespace {
 
-/// 0 where it is no number from 1 on.
-std::uint32_t Count(const std::string& text)
-{
-    std::uint32_t count = 0;
-    const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), count);
-    return problem == std::errc() && end == text.data() + text.size() ? count : 0;
-}
-
 std::string ReadCount(const Util::ParseArgs::CmdLineArgs& args, const char* option, std::uint32_t& count)
 {
     const std::string* const text = args.FindValue(option);
-    count = text != nullptr ? Count(*text) : count;
+    count = text != nullptr ? Util::ParseCount(*text) : count;
     return text == nullptr || count != 0 ? ""
                                          : std::string(option) + ": expected a number from 1 on, found '" + *text + "'";
 }
@@ -29,7 +19,7 @@ std::string ReadWanted(const Util::ParseArgs::CmdLineArgs& args, Wanted& wanted)
     wanted.hash = args.HasSwitch("--hash");
     wanted.isPaused = args.HasSwitch("--start-paused");
     if (const std::string* const frames = args.FindValue("--frames")) {
-        const std::uint32_t count = Count(*frames);
+        const std::uint32_t count = Util::ParseCount(*frames);
         const auto range = count != 0 ? Util::FrameRange{1, count} : Util::ParseFrameRange(*frames);
         if (!range)
             return "--frames: expected N, A-B or A-, numbers from 1 on and B not below A, found '" + *frames + "'";

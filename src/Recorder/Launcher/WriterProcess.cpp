@@ -9,36 +9,32 @@
 #include <unistd.h>
 
 #include "Recorder/Channel/Handshake.h"
+#include "Recorder/Channel/SocketPlace.h"
 #include "Recorder/Launcher/WriterServer.h"
 
 namespace Recorder {
 namespace {
 
 /// Takes away a socket to which nobody listens any more. False when somebody does.
-bool TakeAway(const sockaddr_un& address)
+bool TakeAway(const SocketPlace& place)
 {
     const int probe = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-    const bool isServed = connect(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    const bool isServed = place.Connect(probe);
     close(probe);
-    return !isServed && unlink(address.sun_path) == 0;
+    return !isServed && unlink(place.Path()) == 0;
 }
 
 /// The socket in the folder that programs connect to, or negative with a reason in errno. Whoever may write to the
 /// folder may connect.
 int Listen(const std::string& folder)
 {
-    const int place = open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    const SocketPlace place(folder.c_str(), SocketName);
     const int listening = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-    const sockaddr_un address = SocketAddress(place);
-    const auto isBound = [&] {
-        return bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    };
     struct stat permissions = {};
-    bool listens = isBound() || (errno == EADDRINUSE && TakeAway(address) && isBound());
-    listens = listens && fstat(place, &permissions) == 0 && chmod(address.sun_path, permissions.st_mode & 0666) == 0 &&
-              listen(listening, SOMAXCONN) == 0;
+    bool listens = place.Bind(listening) || (errno == EADDRINUSE && TakeAway(place) && place.Bind(listening));
+    listens = listens && fstat(place.Folder(), &permissions) == 0 &&
+              chmod(place.Path(), permissions.st_mode & 0666) == 0 && listen(listening, SOMAXCONN) == 0;
     const int why = listens ? 0 : errno;
-    close(place);
     if (listens)
         return listening;
     close(listening);

@@ -37,7 +37,7 @@ struct WriterPlace {
     int listening;
     /// `playback-record ctl` connects here; negative: it cannot.
     int steering;
-    /// ProcessNews come here. Each `ended` is answered with a WriterAnswer when the captures of the process are
+    /// ProcessNews come here. Each `Ended` is answered with a WriterAnswer when the captures of the process are
     /// complete. The end of it says that playback-record is gone.
     int control;
     /// Where failures are told.

@@ -9,7 +9,7 @@
 
 #include "Recorder/Platform.h"
 #include "Recorder/Symbols/LiveFunctions.h"
-#include "Recorder/Symbols/Steering.h"
+#include "Recorder/Symbols/PreferEs.h"
 
 namespace Recorder {
 namespace {

@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <dlfcn.h>
 #include <sys/prctl.h>
+#include <unistd.h>
 
 #include "Recorder/Capture.h"
 #include "Recorder/Symbols/Export.h"
@@ -12,9 +13,14 @@
 namespace Recorder {
 namespace {
 
+/// Between fork and exec a child may do next to nothing, and after vfork it has its parent's memory.
+const pid_t loadedIn = getpid();
+
 /// Other programs that enter one, such as those that build containers, draw nothing.
 bool MayDraw()
 {
+    if (getpid() != loadedIn)
+        return false;
     void* const library = dlopen("libEGL.so.1", RTLD_LAZY | RTLD_NOLOAD);
     if (library != nullptr)
         dlclose(library);

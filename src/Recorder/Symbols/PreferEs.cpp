@@ -1,4 +1,4 @@
-#include "Recorder/Symbols/Steering.h"
+#include "Recorder/Symbols/PreferEs.h"
 
 #include <cstdlib>
 
