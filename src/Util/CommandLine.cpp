@@ -83,6 +83,15 @@ std::string CommandLine::UnknownOption(std::string_view argument) const
            (meant ? "; did you mean " + std::string(meant->name) + "?" : std::string());
 }
 
+std::vector<std::string> CommandLine::Result::AllValues(std::string_view name) const
+{
+    std::vector<std::string> all;
+    for (const auto& [option, value] : given)
+        if (option == name)
+            all.push_back(value);
+    return all;
+}
+
 CommandLine::Result CommandLine::Parse(std::span<const char* const> arguments, AfterFirstPositional after) const
 {
     Result result;
@@ -117,12 +126,12 @@ CommandLine::Result CommandLine::Parse(std::span<const char* const> arguments, A
                 return fail("option " + key + " takes no value, found \"" + std::string(argument.substr(equals + 1)) +
                             "\"");
             result.args.switches.push_back(key);
-        } else if (hasInlineValue) {
-            result.args.values[key] = argument.substr(equals + 1);
         } else {
-            if (i + 1 == arguments.size() || Find(arguments[i + 1]))
+            if (!hasInlineValue && (i + 1 == arguments.size() || Find(arguments[i + 1])))
                 return fail("option " + key + " needs a value (" + std::string(option->valueName) + ")");
-            result.args.values[key] = arguments[++i];
+            const std::string value(hasInlineValue ? argument.substr(equals + 1) : arguments[++i]);
+            result.args.values[key] = value;
+            result.given.emplace_back(key, value);
         }
     }
     return result;

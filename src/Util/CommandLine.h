@@ -4,6 +4,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Interfaces/Util.h"
@@ -40,8 +41,13 @@ public:
 
     struct Result {
         ParseArgs::CmdLineArgs args;
+        /// Names and values of all valued options as they were given, for options that may be given several times.
+        std::vector<std::pair<std::string, std::string>> given;
         /// Names the option and says what is wrong with it; empty when all went well.
         std::string error;
+
+        /// All values of an option, in order. `name` is as the table has it.
+        [[nodiscard]] std::vector<std::string> AllValues(std::string_view name) const;
     };
 
     /// `arguments` do not include the program's name. Stops at the first error. The argument after a valued option is
