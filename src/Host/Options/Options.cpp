@@ -133,7 +133,7 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
 {
     const std::vector<Util::Option> table = AllOptions();
     const Util::CommandLine commandLine(table);
-    auto [args, error] = commandLine.Parse(argc, argv);
+    auto [args, given, error] = commandLine.Parse(argc, argv);
     if (!error.empty())
         return UsageError(error);
     if (args.HasSwitch("-help"))
