@@ -229,7 +229,7 @@ ExitStatus CheckDriver(const std::string& path)
 ExitStatus Run(int argc, char** argv)
 {
     const Util::CommandLine commandLine(Options);
-    const auto [args, parseError] = commandLine.Parse(argc, argv);
+    const auto [args, given, parseError] = commandLine.Parse(argc, argv);
     if (args.HasSwitch("--help")) {
         Print(commandLine.Help(Usage));
         return ExitStatus::Done;
