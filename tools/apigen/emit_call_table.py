@@ -46,4 +46,17 @@ def emit_parameters(api):
     return text + "".join(f"    {row}\n" for row in starts) + "};\n"
 
 
-OUTPUTS = {"Data/CallIds.h": emit_ids, "Data/CallTable.inc": emit_table, "Data/CallParameters.inc": emit_parameters}
+# Notes that make a call an action, with the kind of it.
+ACTIONS = {"draw": "Draw", "draw_no_step": "Draw", "clear": "Clear", "blit": "Blit", "blit_no_step": "Blit",
+           "dispatch": "Dispatch", "copy": "Copy", "mipmap": "Mipmap"}
+
+
+def emit_actions(api):
+    """The kind of each call's action, and whether it counts as a draw of its own."""
+    kinds = [next((kind for note, kind in ACTIONS.items() if call.has(note)), "None") for call in api.calls]
+    counted = [str(call.has("draw") or call.has("blit")).lower() for call in api.calls]
+    return BANNER + "".join(f"{{ActionKind::{kind}, {is_counted}}}, // {call.name}\n"
+                            for call, kind, is_counted in zip(api.calls, kinds, counted))
+
+
+OUTPUTS = {"Data/ActionTable.inc": emit_actions, "Data/CallIds.h": emit_ids, "Data/CallTable.inc": emit_table, "Data/CallParameters.inc": emit_parameters}

@@ -24,7 +24,7 @@ NOTES = {"custom", "accepted", "draw", "draw_no_step", "dispatch", "blit", "resi
          "makes", "contexts", "uses_buffers", "waits", "makes_name", "makes_handle", "judged", "without_names", "vertex_pointer", "buffered_indices",
          "clear", "blit_no_step", "upload", "compiles", "links", "custom_count", "custom_record", "changes_framebuffer",
          "ends_flush", "ends_finish", "ends_fence", "ends_readback", "ends_marker",
-         "zero_terminates"}
+         "zero_terminates", "copy", "mipmap"}
 
 
 class ApiError(Exception):

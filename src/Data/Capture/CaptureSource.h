@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,12 @@ public:
 
     [[nodiscard]] const CaptureHeader& Header() const { return m_header; }
     [[nodiscard]] const std::vector<FileCall>& Calls() const { return m_calls; }
+    /// The call of a record; nothing for other records, and when this program does not know it.
+    [[nodiscard]] std::optional<CallId> CallOf(const RecordHeader& header) const
+    {
+        const std::uint32_t known = header.id < m_calls.size() ? m_calls[header.id].known : callCount;
+        return known < callCount ? std::optional(static_cast<CallId>(known)) : std::nullopt;
+    }
     /// The chunks of records, in order.
     [[nodiscard]] const std::vector<IndexEntry>& Chunks() const { return m_chunks; }
     /// Of the first file.

@@ -7,6 +7,7 @@
 #include <fnmatch.h>
 
 #include "Data/Capture/SummaryReader.h"
+#include "Data/Records/Actions.h"
 #include "Data/Records/ProgramEnd.h"
 #include "Data/Records/RecordWalk.h"
 #include "Data/State/BufferBindings.h"
@@ -21,12 +22,10 @@ namespace {
 
 void Follow(Data::BufferBindings& bindings, const Data::RecordView& record, const Data::CaptureSource& source)
 {
-    const std::uint32_t id = record.Header().id;
-    const std::uint32_t call = id < source.Calls().size() ? source.Calls()[id].known : Data::callCount;
     if (Data::ThreadRecord thread; record.Is(Data::RecordId::Thread) && record.Read(thread))
         bindings.SetThread(thread.thread);
-    else if (call < Data::callCount)
-        bindings.Follow({static_cast<Data::CallId>(call), record});
+    else if (const std::optional<Data::CallId> call = source.CallOf(record.Header()))
+        bindings.Follow({*call, record});
 }
 
 /// One listing of a capture.
@@ -111,12 +110,16 @@ private:
         Follow(m_bindings, record, m_source);
     }
 
-    void Visit(const Data::RecordView& record, const RecordPlace& place, bool isListed)
+    void Visit(const Data::RecordView& record, RecordPlace place, bool isListed)
     {
         if (m_stacks && m_stacks->Take(record))
             return;
         const bool isCall = record.Header().id < Data::FirstBuiltInId;
         const std::uint32_t stack = m_stacks && isCall ? m_stacks->TakeNext() : 0;
+        if (const std::optional<Data::CallId> call = m_source.CallOf(record.Header()))
+            place.action = m_actions.Count(*call);
+        else if (record.Is(Data::RecordId::FrameEnd))
+            m_actions.BeginFrame();
         if (!isListed || !m_goesOn)
             return;
         const std::string text = stack != 0 ? m_stacks->Text(stack) : "";
@@ -130,6 +133,7 @@ private:
     const std::vector<std::string> m_patterns;
     const std::function<bool(std::string_view)>& m_write;
     Data::BufferBindings m_bindings;
+    Data::ActionCounter m_actions;
     std::optional<StackText> m_stacks;
     std::string_view m_lastCall;
     bool m_isLastChosen;

@@ -165,6 +165,16 @@ std::string BuiltInText(const Data::RecordView& record)
     return "record of kind " + number(record.Header().id) + ", " + number(record.Header().bytes) + " bytes";
 }
 
+std::string ActionText(Notation notation, const Data::FileCall& call, const RecordPlace& place)
+{
+    if (!place.action || call.known >= Data::callCount)
+        return "";
+    const char* const kind = NameOf(ActionOf(static_cast<Data::CallId>(call.known)));
+    return notation == Notation::Json
+               ? ",\"action\":" + JsonString(kind) + ",\"number\":" + JsonString(place.action->Text())
+               : " [" + std::string(kind) + " " + place.action->Text() + "]";
+}
+
 /// The call of a record in the file's table; null when there is none.
 const Data::FileCall* FindCall(const Data::RecordView& record, const Data::CaptureSource& source)
 {
@@ -186,7 +196,7 @@ std::string RecordText(Notation notation, const RecordPlace& place, const Data::
     const Data::FileCall* const call = FindCall(record, source);
     std::string text;
     if (call)
-        text = CallText(notation, record, *call, bindings);
+        text = CallText(notation, record, *call, bindings) + ActionText(notation, *call, place);
     else if (record.Header().id >= Data::FirstBuiltInId)
         text = BuiltInText(record);
     else
