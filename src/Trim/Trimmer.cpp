@@ -67,14 +67,6 @@ private:
 
 } // namespace
 
-std::optional<Data::CallId> Trimmer::CallOf(const Data::RecordHeader& header) const
-{
-    const std::vector<Data::FileCall>& calls = m_source.Calls();
-    if (header.id >= calls.size() || calls[header.id].known >= Data::callCount)
-        return std::nullopt;
-    return static_cast<Data::CallId>(calls[header.id].known);
-}
-
 bool Trimmer::ChangesThread(const Data::RecordCursor& record, std::uint32_t& thread)
 {
     Data::ThreadRecord change;
@@ -86,7 +78,7 @@ bool Trimmer::ChangesThread(const Data::RecordCursor& record, std::uint32_t& thr
 
 // The first pass.
 
-bool Trimmer::Analyse(LiveReplay& replay)
+bool Trimmer::Analyse(Replay::LiveReplay& replay)
 {
     FrontPart front(m_range);
     bool isConditional = false;
@@ -94,7 +86,7 @@ bool Trimmer::Analyse(LiveReplay& replay)
         if (front.Has(record, m_diagnostics.position.frame))
             Analyse(record, replay);
         else
-            isConditional |= CallOf(record.Header()) == Data::CallId::glBeginConditionalRenderNV;
+            isConditional |= m_source.CallOf(record.Header()) == Data::CallId::glBeginConditionalRenderNV;
     };
     // Up to the last frame, so that nothing is written when one of them cannot be read.
     if (!Data::WalkRecords(m_source, m_diagnostics, visit, m_range.last))
@@ -112,7 +104,7 @@ bool Trimmer::Analyse(LiveReplay& replay)
     return true;
 }
 
-void Trimmer::Analyse(const Data::RecordCursor& record, LiveReplay& replay)
+void Trimmer::Analyse(const Data::RecordCursor& record, Replay::LiveReplay& replay)
 {
     const Data::RecordHeader& header = record.Header();
     if (header.id >= Data::FirstBuiltInId) {
@@ -138,7 +130,7 @@ void Trimmer::Analyse(const Data::RecordCursor& record, LiveReplay& replay)
         replay.Other(record);
         return;
     }
-    const std::optional<Data::CallId> call = CallOf(header);
+    const std::optional<Data::CallId> call = m_source.CallOf(header);
     if (!call) {
         m_tracker.Other(Verdict::Drop);
         return;
@@ -151,12 +143,12 @@ void Trimmer::Analyse(const Data::RecordCursor& record, LiveReplay& replay)
         m_tracker.FailedCall(arguments);
 }
 
-void Trimmer::ReadContents(LiveReplay& replay)
+void Trimmer::ReadContents(Replay::LiveReplay& replay)
 {
     std::set<const Data::StateGroup*> groups;
     for (const auto& [surface, last] : m_tracker.Surfaces()) {
         const auto& [thread, current] = last;
-        replay.MakeCurrent(thread, current);
+        replay.MakeCurrent(thread, {current.display, current.draw, current.read, current.context});
         const Data::StateContext* const context = m_tracker.Model().AllContexts().Find(current.context);
         Contents& contents = m_contents[surface];
         if (!context)
@@ -202,7 +194,7 @@ void Trimmer::WriteState(const Data::RecordCursor& record, std::size_t index, Re
 {
     if (output.Hold(record))
         return;
-    const std::optional<Data::CallId> call = CallOf(record.Header());
+    const std::optional<Data::CallId> call = m_source.CallOf(record.Header());
     if (!m_selection.isKept[index]) {
         if (call)
             output.DropHeld();
@@ -258,7 +250,7 @@ void Trimmer::WriteContents(RecordOutput& output)
 void Trimmer::WriteFrame(const Data::RecordCursor& record, RecordOutput& output)
 {
     Data::CaptureWriter& writer = output.Writer();
-    if (const std::optional<Data::CallId> call = CallOf(record.Header())) {
+    if (const std::optional<Data::CallId> call = m_source.CallOf(record.Header())) {
         output.CopyCall(*call, record.Bytes());
         return;
     }
@@ -291,7 +283,7 @@ void Trimmer::WriteUnfinished(const Data::RecordCursor& record, RecordOutput& ou
     for (Data::RecordCursor inner = Data::UnfinishedRecords(record); inner.Next();) {
         Data::RecordHeader header = inner.Header();
         if (header.id < Data::FirstBuiltInId) {
-            const std::optional<Data::CallId> call = CallOf(header);
+            const std::optional<Data::CallId> call = m_source.CallOf(header);
             if (!call)
                 return;
             header.id = static_cast<std::uint32_t>(*call);

@@ -10,9 +10,9 @@
 
 #include "Data/Capture/CaptureSource.h"
 #include "Data/Diagnostics.h"
+#include "Replay/LiveReplay.h"
 #include "Trim/RecordOutput.h"
 #include "Trim/Restore/DefaultContents.h"
-#include "Trim/Restore/LiveReplay.h"
 #include "Trim/Restore/ObjectContents.h"
 #include "Trim/Track/EffectLog.h"
 #include "Trim/Track/StateTracker.h"
@@ -36,7 +36,7 @@ public:
     /// Other files will go on where the output ends: it keeps the stacks too from which only their calls may come.
     void SetContinued() { m_isContinued = true; }
     /// The first pass. False when the capture ends too early, which was reported.
-    bool Analyse(LiveReplay& replay);
+    bool Analyse(Replay::LiveReplay& replay);
     /// The second pass, after which `header` has the number of calls and the time at which the first frame began. False
     /// when the capture ends too early. Trouble with the output shows in the writer.
     bool Write(Data::CaptureWriter& writer, Data::CaptureHeader& header);
@@ -45,16 +45,14 @@ public:
     [[nodiscard]] const std::set<std::string>& Missing() const { return m_missing; }
 
 private:
-    void Analyse(const Data::RecordCursor& record, LiveReplay& replay);
-    void ReadContents(LiveReplay& replay);
+    void Analyse(const Data::RecordCursor& record, Replay::LiveReplay& replay);
+    void ReadContents(Replay::LiveReplay& replay);
     void WriteState(const Data::RecordCursor& record, std::size_t index, RecordOutput& output);
     void WriteContents(RecordOutput& output);
     void WriteFrame(const Data::RecordCursor& record, RecordOutput& output);
     /// Calls that had not returned; they get their numbers here.
     void WriteUnfinished(const Data::RecordCursor& record, RecordOutput& output) const;
     static void WriteMakeCurrent(RecordOutput& output, const Current& current);
-    /// The call of a record; nothing when this program does not know it.
-    [[nodiscard]] std::optional<Data::CallId> CallOf(const Data::RecordHeader& header) const;
     static bool ChangesThread(const Data::RecordCursor& record, std::uint32_t& thread);
 
     Data::CaptureSource& m_source;

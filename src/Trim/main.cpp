@@ -85,7 +85,7 @@ ExitStatus WriteTrimmed(Data::CaptureSource& source, const std::string& input, c
     if (isContinued)
         trimmer.SetContinued();
     {
-        const auto replay = Trim::LiveReplay::Create(diagnostics, error);
+        const auto replay = Replay::LiveReplay::Create("", diagnostics, error);
         if (!replay)
             return Fail(ExitStatus::NoDriver, error);
         if (!trimmer.Analyse(*replay))

@@ -26,7 +26,7 @@ std::span<const std::uint8_t> BytesOf(const std::uint32_t& name)
 /// Reads objects and tries what restores them.
 class ObjectReader {
 public:
-    ObjectReader(StateTracker& tracker, LiveReplay& replay) : m_tracker(tracker), m_replay(replay) {}
+    ObjectReader(StateTracker& tracker, Replay::LiveReplay& replay) : m_tracker(tracker), m_replay(replay) {}
 
     void ReadTexture(Owner owner);
     void ReadRenderbuffer(Owner owner);
@@ -50,7 +50,7 @@ private:
     template <class MakeCalls> bool ReadImage(const LiveImage& live, MakeCalls makeCalls, Calls& calls);
 
     StateTracker& m_tracker;
-    LiveReplay& m_replay;
+    Replay::LiveReplay& m_replay;
     ObjectContents m_contents;
 };
 
@@ -181,7 +181,7 @@ void ObjectReader::ReadBuffer(Owner owner)
 
 } // namespace
 
-ObjectContents ReadObjectContents(StateTracker& tracker, const Data::StateContext& context, LiveReplay& replay)
+ObjectContents ReadObjectContents(StateTracker& tracker, const Data::StateContext& context, Replay::LiveReplay& replay)
 {
     // What reading needs of OpenGL ES 3.1; without it, drawing is replayed.
     if (!GL().glGetTexLevelParameteriv || !GL().glMapBufferRange || !GL().glBlitFramebuffer)

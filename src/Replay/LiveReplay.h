@@ -16,16 +16,15 @@ class GLPlaybackAdapter;
 class GLResourceTable;
 } // namespace Playback
 
-namespace Trim {
+namespace Replay {
 
-struct Current;
-
-/// Replays records on the live driver, off screen, so that contents can be read back where calls alone do not tell
-/// them. One at a time in a process, since the live tables are the process's.
+/// Replays records on the live driver, off screen, call by call, for those who ask the driver what came of them. One at
+/// a time in a process, since the live tables are the process's.
 class LiveReplay {
 public:
-    /// Null, with a reason, without a driver.
-    static std::unique_ptr<LiveReplay> Create(Data::Diagnostics& diagnostics, std::string& error);
+    /// `driver` is the folder of the driver's libraries; empty for the system's. Null, with a reason, without a driver.
+    static std::unique_ptr<LiveReplay> Create(const std::string& driver, Data::Diagnostics& diagnostics,
+                                              std::string& error);
     ~LiveReplay();
     LiveReplay(const LiveReplay&) = delete;
     LiveReplay& operator=(const LiveReplay&) = delete;
@@ -35,7 +34,18 @@ public:
     bool Call(Data::CallId call, std::uint8_t* record);
     /// Replays a record that is no call and not about threads, frames and blocks.
     void Other(const Data::RecordCursor& record) { m_meta.Decode(record); }
-    /// Makes something current on a captured thread. Captured identifiers.
+    /// What eglMakeCurrent takes. Captured identifiers.
+    struct Current {
+        std::uint32_t display = 0;
+        std::uint32_t draw = 0;
+        std::uint32_t read = 0;
+        std::uint32_t context = 0;
+    };
+    /// Tells `model` of each call that is replayed. Not owned.
+    void SetStateModel(Data::StateModel* model) { m_calls.SetStateModel(model); }
+    /// The chunk of the records so far goes away.
+    void ForgetChunk() { m_calls.ForgetVertexData(); }
+    /// Makes something current on a captured thread.
     void MakeCurrent(std::uint32_t thread, const Current& current);
 
     /// Restores contents of the default framebuffer, as a replay of the capture does.
@@ -49,7 +59,7 @@ private:
     const Data::Diagnostics& m_diagnostics;
     Data::CallDecoder m_calls;
     Data::MetaDecoder m_meta;
-    Replay::DriverState m_driverState;
+    DriverState m_driverState;
     // In the order of construction; the GL adapter comes first because the EGL adapter deletes GL objects.
     std::unique_ptr<Playback::GLResourceTable> m_resourceTable;
     std::unique_ptr<Playback::EGLProxySurfaceFactory> m_surfaceFactory;
@@ -58,4 +68,4 @@ private:
     std::unique_ptr<Data::MetaHandler> m_metaHandler;
 };
 
-} // namespace Trim
+} // namespace Replay

@@ -1,4 +1,4 @@
-#include "Trim/Restore/LiveReplay.h"
+#include "Replay/LiveReplay.h"
 
 #include "Interfaces/Core.h"
 #include "Playback/Meta/KHRMetaHandler.h"
@@ -8,26 +8,26 @@
 #include "Replay/Driver.h"
 #include "Replay/MappingGuard.h"
 #include "Replay/OffscreenSurfaceFactory.h"
-#include "Trim/Track/StateTracker.h"
 
-namespace Trim {
+namespace Replay {
 
-std::unique_ptr<LiveReplay> LiveReplay::Create(Data::Diagnostics& diagnostics, std::string& error)
+std::unique_ptr<LiveReplay> LiveReplay::Create(const std::string& driver, Data::Diagnostics& diagnostics,
+                                               std::string& error)
 {
-    error = Replay::OpenDriver("", nullptr);
+    error = OpenDriver(driver, nullptr);
     return error.empty() ? std::unique_ptr<LiveReplay>(new LiveReplay(diagnostics)) : nullptr;
 }
 
 LiveReplay::LiveReplay(Data::Diagnostics& diagnostics)
     : m_diagnostics(diagnostics), m_calls(diagnostics), m_meta(m_calls, diagnostics),
       m_resourceTable(std::make_unique<Playback::GLResourceTable>()),
-      m_surfaceFactory(std::make_unique<Replay::OffscreenSurfaceFactory<Playback::EGLPbufferSurfaceFactory>>()),
-      m_glAdapter(std::make_unique<Replay::MappingGuard>(m_resourceTable.get())),
-      m_eglAdapter(std::make_unique<Replay::ContextGate>(m_resourceTable.get(), nullptr, m_surfaceFactory.get(),
-                                                         [this](bool isLive) { m_calls.SetContextLive(isLive); })),
+      m_surfaceFactory(std::make_unique<OffscreenSurfaceFactory<Playback::EGLPbufferSurfaceFactory>>()),
+      m_glAdapter(std::make_unique<MappingGuard>(m_resourceTable.get())),
+      m_eglAdapter(std::make_unique<ContextGate>(m_resourceTable.get(), nullptr, m_surfaceFactory.get(),
+                                                 [this](bool isLive) { m_calls.SetContextLive(isLive); })),
       m_metaHandler(std::make_unique<Playback::KHRMetaHandler>(m_resourceTable.get()))
 {
-    m_calls.SetDriverContext(Replay::DriverState::Current());
+    m_calls.SetDriverContext(DriverState::Current());
     m_calls.SetAdapter(m_glAdapter.get());
     m_calls.SetAdapter(m_eglAdapter.get());
     m_meta.Add(m_metaHandler.get());
@@ -61,4 +61,4 @@ void LiveReplay::MakeCurrent(std::uint32_t thread, const Current& current)
     m_eglAdapter->Process_eglMakeCurrent(EGL_TRUE, current.display, current.draw, current.read, current.context);
 }
 
-} // namespace Trim
+} // namespace Replay
