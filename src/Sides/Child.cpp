@@ -145,6 +145,15 @@ std::optional<std::string> Child::ReadLine()
     return line;
 }
 
+std::vector<std::uint8_t> Child::ReadBytes(std::size_t count)
+{
+    while (m_unread.size() < count && ReadMore()) {
+    }
+    const std::string bytes = m_unread.substr(0, count);
+    m_unread.erase(0, bytes.size());
+    return {bytes.begin(), bytes.end()};
+}
+
 std::string Child::ReadRest()
 {
     while (ReadMore()) {

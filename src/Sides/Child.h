@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
@@ -32,6 +34,8 @@ public:
     void CloseInput();
     /// The next line of its output without the line feed; nothing after the last one. Waits for it.
     [[nodiscard]] std::optional<std::string> ReadLine();
+    /// As many bytes of its output; fewer at the end.
+    [[nodiscard]] std::vector<std::uint8_t> ReadBytes(std::size_t count);
     /// The rest of its output.
     [[nodiscard]] std::string ReadRest();
     /// Waits for its end. Its status as a shell has it: 128 and the signal where one ended it.

@@ -49,14 +49,19 @@ FramebufferReader::~FramebufferReader()
 
 FramebufferReader::Result FramebufferReader::ReadColor()
 {
-    if (!m_error.empty() || m_colorBuffer == GL_NONE)
+    return ReadColor(m_colorBuffer);
+}
+
+FramebufferReader::Result FramebufferReader::ReadColor(unsigned int buffer)
+{
+    if (!m_error.empty() || buffer == GL_NONE)
         return {{}, m_error, false};
     Core::ColorTransfer transfer = {GL_RGBA, GL_UNSIGNED_BYTE, 4};
     if (m_isES3) {
-        m_gl.glReadBuffer(m_colorBuffer);
-        transfer = Core::FindColorTransfer(m_gl, GL_FRAMEBUFFER, m_colorBuffer);
+        m_gl.glReadBuffer(buffer);
+        transfer = Core::FindColorTransfer(m_gl, GL_FRAMEBUFFER, buffer);
     }
-    return ReadBuffer({m_colorBuffer, GL_COLOR_BUFFER_BIT}, transfer.format, transfer.type);
+    return ReadBuffer({buffer, GL_COLOR_BUFFER_BIT}, transfer.format, transfer.type);
 }
 
 FramebufferReader::Result FramebufferReader::ReadDepth()
@@ -91,7 +96,8 @@ void FramebufferReader::ArrangeReadFramebuffer()
         m_readFramebuffer = Core::BindScoped(m_gl, m_gl.glBindFramebuffer, Core::ReadFramebuffer, m_framebuffer);
         m_readBuffer = Core::KeepReadBuffer(m_gl);
     }
-    m_colorBuffer = FindColorBuffer();
+    const std::vector<unsigned int> buffers = ColorBuffers();
+    m_colorBuffer = buffers.empty() ? GL_NONE : buffers.front();
 }
 
 void FramebufferReader::FindSize()
@@ -124,18 +130,19 @@ void FramebufferReader::FindSize()
         m_error = "the framebuffer has no size";
 }
 
-unsigned int FramebufferReader::FindColorBuffer() const
+std::vector<unsigned int> FramebufferReader::ColorBuffers() const
 {
-    GLenum buffer = IsDefaultFramebuffer() ? GL_BACK : GL_COLOR_ATTACHMENT0;
-    if (m_isES3) {
-        buffer = GL_NONE;
-        const GLint drawBuffers = Get(GL_MAX_DRAW_BUFFERS);
-        for (GLint i = 0; i < drawBuffers && buffer == GL_NONE; ++i)
-            buffer = static_cast<GLenum>(Get(GL_DRAW_BUFFER0 + i));
-    }
-    const bool isThere =
-        IsDefaultFramebuffer() || GetAttachment(buffer, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_TYPE) != GL_NONE;
-    return isThere ? buffer : GL_NONE;
+    std::vector<unsigned int> buffers;
+    const auto add = [&](GLenum buffer) {
+        if (buffer != GL_NONE &&
+            (IsDefaultFramebuffer() || GetAttachment(buffer, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_TYPE) != GL_NONE))
+            buffers.push_back(buffer);
+    };
+    if (!m_isES3)
+        add(IsDefaultFramebuffer() ? GL_BACK : GL_COLOR_ATTACHMENT0);
+    for (GLint i = 0; m_isES3 && i < Get(GL_MAX_DRAW_BUFFERS); ++i)
+        add(static_cast<GLenum>(Get(GL_DRAW_BUFFER0 + i)));
+    return buffers;
 }
 
 FramebufferReader::Result FramebufferReader::ReadBuffer(Buffer buffer, unsigned int format, unsigned int type)

@@ -38,7 +38,11 @@ public:
         bool isBeyondDriver = false;
     };
 
-    /// The first colour buffer that is drawn to, resolved when it is multisampled.
+    /// The colour buffers that are drawn to: GL_BACK, or attachments that have an image.
+    [[nodiscard]] std::vector<unsigned int> ColorBuffers() const;
+    /// One of these, resolved when it is multisampled.
+    [[nodiscard]] Result ReadColor(unsigned int buffer);
+    /// The first one.
     [[nodiscard]] Result ReadColor();
     /// These two are resolved likewise.
     [[nodiscard]] Result ReadDepth();
@@ -57,7 +61,6 @@ private:
 
     void ArrangeReadFramebuffer();
     void FindSize();
-    [[nodiscard]] unsigned int FindColorBuffer() const;
     /// Of the framebuffer that is read.
     [[nodiscard]] std::int32_t GetAttachment(unsigned int attachment, unsigned int name) const
     {

@@ -139,7 +139,12 @@ public:
         return BoundIn(Context(), state, first, second);
     }
     [[nodiscard]] Owner BoundIn(const StateContext& context, State state, std::uint32_t first = 0,
-                                std::uint32_t second = 0) const;
+                                std::uint32_t second = 0) const
+    {
+        return BoundAt(context.owner, state, first, second);
+    }
+    /// What an object that others are bound in has bound.
+    [[nodiscard]] Owner BoundAt(Owner owner, State state, std::uint32_t first = 0, std::uint32_t second = 0) const;
     /// A word of a value, as it was set or is at the start; 0 where that is not known.
     [[nodiscard]] double Word(Owner owner, State state, std::uint32_t first = 0, std::uint32_t second = 0,
                               std::size_t word = 0) const;

@@ -348,9 +348,9 @@ double StateModel::Word(Owner owner, State state, std::uint32_t first, std::uint
     return word < Describe(state).initialWords ? Describe(state).initial[word] : 0;
 }
 
-Owner StateModel::BoundIn(const StateContext& context, State state, std::uint32_t first, std::uint32_t second) const
+Owner StateModel::BoundAt(Owner owner, State state, std::uint32_t first, std::uint32_t second) const
 {
-    const Slot slot = m_slots.Find(context.owner, state, first, second);
+    const Slot slot = m_slots.Find(owner, state, first, second);
     return slot != StateSlots::None ? m_slots.ValueOf(slot).bound : 0;
 }
 

@@ -1,0 +1,68 @@
+#include "Compare/Perceptual.h"
+
+#include <charconv>
+#include <cstdlib>
+#include <filesystem>
+
+#include "Sides/Child.h"
+#include "Util/ImageFile.h"
+
+namespace Compare {
+
+namespace {
+
+/// A folder that ends with this.
+class TemporaryFolder {
+public:
+    TemporaryFolder()
+    {
+        std::string name = (std::filesystem::temp_directory_path() / "playback-XXXXXX").string();
+        if (mkdtemp(name.data()))
+            m_path = name;
+    }
+    ~TemporaryFolder()
+    {
+        std::error_code none;
+        if (!m_path.empty())
+            std::filesystem::remove_all(m_path, none);
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    [[nodiscard]] std::string File(const char* name) const { return m_path + "/" + name; }
+
+private:
+    std::string m_path;
+};
+
+} // namespace
+
+std::optional<double> PerceptualDistance(Util::Image expected, Util::Image found, std::string& error)
+{
+    constexpr const char* Program = "/usr/bin/butteraugli";
+    if (!std::filesystem::exists(Program)) {
+        error = std::string("there is no ") + Program + ", which measures what people see (package butteraugli)";
+        return std::nullopt;
+    }
+    const TemporaryFolder folder;
+    const std::string files[] = {folder.File("expected.png"), folder.File("found.png")};
+    Util::MakeOpaque(expected);
+    Util::MakeOpaque(found);
+    error = Util::WriteImageFile(files[0], Util::ImageFormat::Png, expected);
+    if (error.empty())
+        error = Util::WriteImageFile(files[1], Util::ImageFormat::Png, found);
+    if (!error.empty())
+        return std::nullopt;
+    const auto child = Sides::Child::Start({Program, files[0], files[1]}, {}, error);
+    if (!child)
+        return std::nullopt;
+    const std::string text = child->ReadRest();
+    double distance = 0;
+    const int status = child->Wait();
+    if (status == 0 && std::from_chars(text.data(), text.data() + text.size(), distance).ec == std::errc())
+        return distance;
+    error = std::string(Program) + " failed: " + child->Messages();
+    return std::nullopt;
+}
+
+} // namespace Compare

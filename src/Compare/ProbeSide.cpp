@@ -1,0 +1,70 @@
+#include "Compare/ProbeSide.h"
+
+namespace Compare {
+
+using Json = nlohmann::ordered_json;
+
+std::unique_ptr<ProbeSide> ProbeSide::Start(const Sides::Side& side, const std::string& capture, std::string& error)
+{
+    std::vector<std::string> command = {Sides::ProgramBesideThis("playback-probe")};
+    for (const std::string& option : side.PlaybackOptions())
+        command.push_back(option);
+    command.push_back(capture);
+    std::unique_ptr<ProbeSide> probe(new ProbeSide(side));
+    probe->m_child = Sides::Child::Start(command, side.environment, error);
+    return probe->m_child ? std::move(probe) : nullptr;
+}
+
+void ProbeSide::Ask(const Json& request)
+{
+    if (m_error.empty() && !m_child->Write(request.dump() + "\n"))
+        Fail();
+}
+
+Json ProbeSide::Answer()
+{
+    if (!m_error.empty())
+        return nullptr;
+    const std::optional<std::string> line = m_child->ReadLine();
+    Json answer = line ? Json::parse(*line, nullptr, false) : Json();
+    if (!answer.is_object()) {
+        Fail();
+        return nullptr;
+    }
+    if (answer.contains("error")) {
+        m_error = "side " + m_side.name + ": " + answer["error"].get<std::string>();
+        return nullptr;
+    }
+    return answer;
+}
+
+Json ProbeSide::Ask(const char* what)
+{
+    Ask(Json{{"do", what}});
+    return Answer();
+}
+
+Image ProbeSide::Pixels(std::size_t index)
+{
+    Ask(Json{{"do", "pixels"}, {"index", index}});
+    const Json answer = Answer();
+    Image image;
+    if (!answer.is_object() || !answer.contains("components"))
+        return image;
+    image.kind = FindPixelKind(answer["components"].get<std::string>());
+    image.width = answer["width"];
+    image.height = answer["height"];
+    image.data = m_child->ReadBytes(answer["bytes"]);
+    return image;
+}
+
+void ProbeSide::Fail()
+{
+    m_child->CloseInput();
+    m_error = "side " + m_side.name + " (" + m_side.Description() + ") ended with status " +
+              std::to_string(m_child->Wait()) + ": " + m_child->Messages();
+    while (m_error.ends_with('\n'))
+        m_error.pop_back();
+}
+
+} // namespace Compare

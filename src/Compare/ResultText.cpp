@@ -1,0 +1,180 @@
+#include "Compare/ResultText.h"
+
+#include <algorithm>
+
+#include "Interfaces/Util.h"
+#include "Util/ImageFile.h"
+
+namespace Compare {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::size_t MostLines = 12;
+
+/// "draw 12 (glDrawArrays, call 40 of frame 3)".
+std::string ActionText(const WrongAction& action)
+{
+    return action.kind + " " + action.number + " (" + action.place.Text() + ")";
+}
+
+std::string Plural(std::size_t count, const char* what)
+{
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+/// The first lines of a list, with a line that says how many there are besides.
+template <class List, class Text> void AddList(std::string& text, const char* heading, const List& list, Text textOf)
+{
+    if (list.empty())
+        return;
+    text += std::string(heading) + "\n";
+    for (std::size_t i = 0; i < std::min(list.size(), MostLines); ++i)
+        text += "  " + textOf(list[i]) + "\n";
+    if (list.size() > MostLines)
+        text += "  and " + std::to_string(list.size() - MostLines) + " more\n";
+}
+
+std::string AnswerText(const AnswerDifference& answer)
+{
+    const auto or_ = [&](const std::string& live) { return live.empty() ? answer.recorded : live; };
+    return answer.place.Text() + ", " + answer.parameter + ": recorded " + answer.recorded + ", expected " +
+           or_(answer.expected) + ", found " + or_(answer.found);
+}
+
+std::string StateText(const Tools::StateDifference& difference)
+{
+    const auto& [kind, name] = difference.object;
+    return (kind.empty() ? "" : kind + " " + name + ": ") + difference.state + ": " + difference.before.dump() +
+           " -> " + difference.after.dump();
+}
+
+void AddAction(std::string& text, const WrongAction& action)
+{
+    if (action.cause)
+        text += "caused by " + action.cause->Text() + ": " + action.causeInput->Text() + "\n";
+    text += "first wrong: " + ActionText(action) + "\n";
+    text += "  " + action.what + " of " + action.object + ", thread " + std::to_string(action.thread) + ": " +
+            action.difference.Text() + "\n";
+    AddList(text, "What it reads and that differs:", action.inputs, [](const auto& input) { return input.Text(); });
+    if (action.lastRight.call != 0)
+        text += "last right: " + action.lastRight.Text() + "\n";
+    AddList(text, "State that was set between them:", action.state, StateText);
+    AddList(text, "Answers to the program that differ:", action.answers, AnswerText);
+}
+
+Json ToJson(const CallPlace& place)
+{
+    return {{"frame", place.frame}, {"call", place.call}, {"function", place.function}};
+}
+
+Json ToJson(const Difference& difference)
+{
+    Json json = {{"pixels", difference.pixels}, {"of", difference.allPixels},
+                 {"most", difference.most},     {"x", difference.x},
+                 {"y", difference.y},           {"width", difference.width},
+                 {"height", difference.height}, {"tolerated", !difference.isOver}};
+    if (difference.perceptual)
+        json["butteraugli"] = *difference.perceptual;
+    if (!difference.mismatch.empty())
+        json["mismatch"] = difference.mismatch;
+    return json;
+}
+
+Json ToJson(const InputDifference& input)
+{
+    return {{"kind", input.kind},
+            {"object", input.object},
+            {"name", input.name},
+            {"expected", input.expected},
+            {"found", input.found}};
+}
+
+Json ToJson(const WrongAction& action)
+{
+    Json json = ToJson(action.place);
+    json.update(Json{{"kind", action.kind},
+                     {"number", action.number},
+                     {"thread", action.thread},
+                     {"what", action.what},
+                     {"object", action.object},
+                     {"difference", ToJson(action.difference)},
+                     {"lastRight", ToJson(action.lastRight)},
+                     {"state", Tools::ToJson(action.state)}});
+    for (const InputDifference& input : action.inputs)
+        json["inputs"].push_back(ToJson(input));
+    for (const AnswerDifference& answer : action.answers)
+        json["answers"].push_back({{"place", ToJson(answer.place)},
+                                   {"parameter", answer.parameter},
+                                   {"recorded", answer.recorded},
+                                   {"expected", answer.expected},
+                                   {"found", answer.found}});
+    if (action.cause) {
+        json["cause"] = ToJson(*action.cause);
+        json["causeInput"] = ToJson(*action.causeInput);
+    }
+    return json;
+}
+
+} // namespace
+
+std::string ToText(const Result& result, const Request& request)
+{
+    const FrameResult* const wrong = result.FirstWrong();
+    const auto over = static_cast<std::size_t>(
+        std::ranges::count_if(result.frames, [](const FrameResult& frame) { return frame.difference.isOver; }));
+    std::string text = (wrong ? "different: " : "equal: ") + Plural(result.framesCompared, "frame") + " compared";
+    if (wrong)
+        text += ", " + std::to_string(over) + " different, the first one is frame " + std::to_string(wrong->frame);
+    if (result.frames.size() > over)
+        text += ", " + std::to_string(result.frames.size() - over) + " within the tolerance";
+    text += "\n";
+    text +=
+        "A (expected" + std::string(request.b ? "" : ": as recorded; found") + "): " + request.a.Description() + "\n";
+    if (request.b)
+        text += "B (found): " + request.b->Description() + "\n";
+    if (wrong)
+        text += "frame " + std::to_string(wrong->frame) + ", " + wrong->object + ": " + wrong->difference.Text() + "\n";
+    if (result.action)
+        AddAction(text, *result.action);
+    for (const std::string& note : result.notes)
+        text += note + "\n";
+    return text;
+}
+
+nlohmann::ordered_json ToJson(const Result& result, const Request& request)
+{
+    Json json = {{"verdict", result.FirstWrong() ? "different" : "equal"},
+                 {"capture", request.capture},
+                 {"a", request.a.Description()},
+                 {"b", request.b ? Json(request.b->Description()) : Json()},
+                 {"framesCompared", result.framesCompared},
+                 {"frames", Json::array()}};
+    for (const FrameResult& frame : result.frames)
+        json["frames"].push_back(
+            {{"frame", frame.frame}, {"object", frame.object}, {"difference", ToJson(frame.difference)}});
+    if (result.action)
+        json["firstWrong"] = ToJson(*result.action);
+    json["notes"] = result.notes;
+    return json;
+}
+
+std::string WritePictures(const WrongAction& action, const Tolerance& tolerance, const std::string& folder)
+{
+    if (!Util::Path::CreateFolder(folder))
+        return folder + ": cannot be made";
+    const auto write = [&](const char* name, const Util::Image& picture) {
+        return Util::WriteImageFile(folder + "/" + name, Util::ImageFormat::Png, picture);
+    };
+    std::string error;
+    if (action.expected.IsWhole())
+        error = write("expected.png", ToPicture(action.expected));
+    if (error.empty() && action.found.IsWhole())
+        error = write("found.png", ToPicture(action.found));
+    if (error.empty() && action.difference.mismatch.empty())
+        error = write("difference.png", DifferencePicture(action.expected, action.found, tolerance.steps));
+    return error;
+}
+
+} // namespace Compare

@@ -1,0 +1,163 @@
+// playback-compare: replays a capture on two drivers and finds the first draw that differs.
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+#include <string>
+
+#include <unistd.h>
+
+#include "Compare/Comparison.h"
+#include "Compare/ResultText.h"
+#include "Util/CommandLine.h"
+#include "Util/ExitStatus.h"
+#include "Util/OutputFile.h"
+
+namespace {
+
+using Util::ExitStatus;
+
+constexpr Util::Option Options[] = {
+    {"--frames", "A-B", "frames to compare, counted from 1; A- for all from A on, A for one (default: all)", "Options"},
+    {"--first", "", "stop at the first frame that differs", "Options"},
+    {"--tolerance", "N", "accept pixels whose components differ by at most N steps of 255", "Tolerance"},
+    {"--fuzz", "PERCENT", "accept images of which at most so many pixels are further apart", "Tolerance"},
+    {"--perceptual", "DISTANCE",
+     "accept images, too, whose Butteraugli distance is at most this; people see no difference below 1", "Tolerance"},
+    {"-o", "DIR", "write pictures of what was expected and found to this folder", "Results"},
+    {"--json", "FILE", "write the result as JSON (to standard output if FILE is -)", "Results"},
+    {"--quiet", "", "say nothing but what is wrong with the comparison itself", "Results"},
+    {"--help", "", "print this text", "Options"},
+    {"--version", "", "print the version", "Options"},
+};
+constexpr const char* Usage =
+    "Usage: playback-compare [options] FILE.glcap\n"
+    "\n"
+    "Replays a capture on two sides, off screen and frame by frame: A is what is expected, B what is\n"
+    "found. In the first frame that differs it goes on draw by draw and names the first one that went\n"
+    "wrong, the state that was set since the one in front, what it reads that differs, and the call that\n"
+    "made that so. Without an option of side B, A is compared with the hashes of the recording.\n"
+    "Ends with 0 where all is equal and with 1 where something differs.\n"
+    "\n"
+    "Examples:\n"
+    "  playback-compare --b-driver /opt/new/lib -o wrong x.glcap\n"
+    "  playback-compare --b-env LP_NATIVE_VECTOR_WIDTH=128 --tolerance 1 x.glcap";
+
+ExitStatus Fail(ExitStatus status, const std::string& text)
+{
+    std::fprintf(stderr, "playback-compare: %s\n", text.c_str());
+    return status;
+}
+
+/// A line on the terminal that tells how far the comparison is; frame 0 takes it away.
+void ShowProgress(std::uint32_t frame, std::uint32_t frames)
+{
+    static const bool isTerminal = isatty(STDERR_FILENO) != 0;
+    if (isTerminal && frame != 0)
+        std::fprintf(stderr, "\r\033[Kframe %u of %u", frame, frames);
+    else if (isTerminal)
+        std::fprintf(stderr, "\r\033[K");
+}
+
+/// A number from 0 on, or what is wrong with it.
+std::optional<double> Number(const Util::ParseArgs::CmdLineArgs& args, const char* option, double most,
+                             std::string& error)
+{
+    const std::string* const text = args.FindValue(option);
+    if (!text)
+        return std::nullopt;
+    char* end = nullptr;
+    const double value = std::strtod(text->c_str(), &end);
+    if (!text->empty() && *end == '\0' && value >= 0 && value <= most)
+        return value;
+    error = std::string(option) + " needs a number from 0 to " + std::to_string(std::lround(most)) + ", found \"" +
+            *text + "\"";
+    return std::nullopt;
+}
+
+/// What is wrong with the command line; empty when it can be followed.
+std::string ReadRequest(const Util::CommandLine::Result& parsed, Compare::Request& request)
+{
+    const Util::ParseArgs::CmdLineArgs& args = parsed.args;
+    if (args.positional.size() != 1)
+        return args.positional.empty() ? "no capture file given"
+                                       : "one capture file expected, found a second one: " + args.positional[1];
+    std::string error;
+    request.capture = args.positional.front();
+    request.a = Sides::ParseSide('a', parsed, error);
+    request.b = Sides::ParseSide('b', parsed, error);
+    if (request.b->IsPlain())
+        request.b.reset();
+    request.stopsAtFirst = args.HasSwitch("--first");
+    constexpr double MostDistance = 1000;
+    request.tolerance.steps = Number(args, "--tolerance", MostDistance, error).value_or(0);
+    request.tolerance.pixels = Number(args, "--fuzz", 100, error).value_or(0) / 100;
+    request.tolerance.perceptual = Number(args, "--perceptual", MostDistance, error);
+    if (!request.b && !request.tolerance.IsExact())
+        return "hashes of the recording are equal or not: a tolerance needs a side B";
+    if (const std::string* const frames = args.FindValue("--frames")) {
+        const std::optional<Util::FrameRange> range = Util::ParseFrameRange(*frames);
+        if (!range)
+            return "--frames needs A-B with A from 1 and B not below A, or A- or A, found \"" + *frames + "\"";
+        request.frames = *range;
+    }
+    return error;
+}
+
+ExitStatus Compare(const Compare::Request& request, const Util::ParseArgs::CmdLineArgs& args)
+{
+    Compare::Comparison comparison(request, ShowProgress);
+    const Util::Outcome failure = comparison.Run();
+    ShowProgress(0, 0);
+    if (failure)
+        return Fail(failure->status, failure->message);
+    const Compare::Result& result = comparison.Get();
+    if (result.framesCompared == 0)
+        return Fail(ExitStatus::NoDriver, request.capture +
+                                              ": has no frame to compare; hashes of frames are recorded with "
+                                              "playback-record --hash");
+    const std::string* const json = args.FindValue("--json");
+    if (!args.HasSwitch("--quiet") && !(json && *json == "-"))
+        Util::Print(Compare::ToText(result, request));
+    if (json) {
+        const std::string text = Compare::ToJson(result, request).dump(2) + "\n";
+        if (*json == "-")
+            Util::Print(text);
+        else if (const std::string error = Util::WriteWholeFile(*json, text); !error.empty())
+            return Fail(ExitStatus::NotWritten, error);
+    }
+    if (const std::string* const folder = args.FindValue("-o"); folder && result.action)
+        if (const std::string error = Compare::WritePictures(*result.action, request.tolerance, *folder);
+            !error.empty())
+            return Fail(ExitStatus::NotWritten, error);
+    return result.FirstWrong() ? ExitStatus::Differed : ExitStatus::Done;
+}
+
+ExitStatus Run(int argc, char** argv)
+{
+    const std::vector<Util::Option> table = Sides::WithSideOptions(Options);
+    const Util::CommandLine commandLine(table);
+    const Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
+    if (parsed.args.HasSwitch("--help")) {
+        Util::Print(commandLine.Help(Usage));
+        return ExitStatus::Done;
+    }
+    if (parsed.args.HasSwitch("--version")) {
+        Util::Print("playback-compare " PLAYBACK_VERSION "\n");
+        return ExitStatus::Done;
+    }
+    Compare::Request request;
+    const std::string error = parsed.error.empty() ? ReadRequest(parsed, request) : parsed.error;
+    if (!error.empty()) {
+        std::fprintf(stderr, "%s\n", Util::UsageError("playback-compare", error).c_str());
+        return ExitStatus::Usage;
+    }
+    return Compare(request, parsed.args);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    return Util::EndProgram("playback-compare", Run(argc, argv));
+}

@@ -1,0 +1,31 @@
+// What an image or a buffer of the live driver holds, as it is compared with what another driver's holds.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Util/FramebufferReader.h"
+
+namespace Probe {
+
+/// Rows are packed, the bottom one first; several layers follow one another as more rows. Numbers are in the order of
+/// bytes of the machine.
+struct Contents {
+    /// What a pixel is: "unorm8", "snorm8", "float", "int" and "uint" have four components of as many bytes; "depth16",
+    /// "depth32", "depthfloat", "stencil8" and "bytes" have one.
+    std::string components = {};
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::vector<std::uint8_t> data = {};
+    /// Why there is nothing; empty otherwise.
+    std::string problem = {};
+
+    /// XXH3-64 over the data, as in captures; 0 without any.
+    [[nodiscard]] std::uint64_t Hash() const;
+};
+
+/// What was read, or why nothing was.
+[[nodiscard]] Contents ToContents(Util::FramebufferReader::Result result);
+
+} // namespace Probe

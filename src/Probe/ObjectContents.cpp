@@ -1,0 +1,196 @@
+#include "Probe/ObjectContents.h"
+
+#include <GLES3/gl32.h>
+
+#include "Interfaces/Core.h"
+#include "Interfaces/GLFramebuffers.h"
+
+namespace Probe {
+
+namespace {
+
+const Core::GLESProcTable& GL()
+{
+    return Core::KHRLayer::GLESProc();
+}
+
+constexpr GLenum FirstFace = GL_TEXTURE_CUBE_MAP_POSITIVE_X;
+
+bool IsFace(GLenum target)
+{
+    return target >= FirstFace && target <= GL_TEXTURE_CUBE_MAP_NEGATIVE_Z;
+}
+
+bool HasLayers(GLenum target)
+{
+    return target == GL_TEXTURE_3D || target == GL_TEXTURE_2D_ARRAY || target == GL_TEXTURE_CUBE_MAP_ARRAY ||
+           target == GL_TEXTURE_2D_MULTISAMPLE_ARRAY;
+}
+
+/// What a texture of a target is bound to, and how that is asked.
+Core::BindingPoint BindingOf(GLenum target)
+{
+    switch (target) {
+    case GL_TEXTURE_3D:
+        return {target, GL_TEXTURE_BINDING_3D};
+    case GL_TEXTURE_2D_ARRAY:
+        return {target, GL_TEXTURE_BINDING_2D_ARRAY};
+    case GL_TEXTURE_CUBE_MAP_ARRAY:
+        return {target, GL_TEXTURE_BINDING_CUBE_MAP_ARRAY};
+    case GL_TEXTURE_2D_MULTISAMPLE:
+        return {target, GL_TEXTURE_BINDING_2D_MULTISAMPLE};
+    case GL_TEXTURE_2D_MULTISAMPLE_ARRAY:
+        return {target, GL_TEXTURE_BINDING_2D_MULTISAMPLE_ARRAY};
+    case GL_TEXTURE_2D:
+        return {target, GL_TEXTURE_BINDING_2D};
+    default:
+        return {GL_TEXTURE_CUBE_MAP, GL_TEXTURE_BINDING_CUBE_MAP};
+    }
+}
+
+GLint LevelParameter(GLenum target, GLint level, GLenum name)
+{
+    GLint value = 0;
+    GL().glGetTexLevelParameteriv(target, level, name, &value);
+    return value;
+}
+
+/// A framebuffer that is bound for drawing while it lives.
+class TemporaryFramebuffer {
+public:
+    TemporaryFramebuffer() : m_bound(Core::KeepBound(GL(), GL().glBindFramebuffer, Core::DrawFramebuffer))
+    {
+        GL().glGenFramebuffers(1, &m_framebuffer);
+        GL().glBindFramebuffer(GL_DRAW_FRAMEBUFFER, m_framebuffer);
+    }
+    ~TemporaryFramebuffer()
+    {
+        m_bound = {};
+        GL().glDeleteFramebuffers(1, &m_framebuffer);
+    }
+    TemporaryFramebuffer(const TemporaryFramebuffer&) = delete;
+    TemporaryFramebuffer& operator=(const TemporaryFramebuffer&) = delete;
+
+    /// Which attachment takes the image tells what it is; GL_NONE where none does.
+    static GLenum Attach(GLuint texture, const TextureImage& image)
+    {
+        for (const GLenum attachment :
+             {GL_COLOR_ATTACHMENT0, GL_DEPTH_STENCIL_ATTACHMENT, GL_DEPTH_ATTACHMENT, GL_STENCIL_ATTACHMENT}) {
+            Attach(attachment, texture, image);
+            if (GL().glCheckFramebufferStatus(GL_DRAW_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE)
+                return attachment;
+            Attach(attachment, 0, image);
+        }
+        return GL_NONE;
+    }
+
+private:
+    static void Attach(GLenum attachment, GLuint texture, const TextureImage& image)
+    {
+        if (HasLayers(image.target))
+            GL().glFramebufferTextureLayer(GL_DRAW_FRAMEBUFFER, attachment, texture, image.level, image.layer);
+        else
+            GL().glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, attachment, image.target, texture, image.level);
+    }
+
+    Core::ScopedState m_bound;
+    GLuint m_framebuffer = 0;
+};
+
+} // namespace
+
+std::string TextureImage::Text() const
+{
+    constexpr const char* Faces[] = {"+X", "-X", "+Y", "-Y", "+Z", "-Z"};
+    std::string text = "level " + std::to_string(level);
+    if (IsFace(target))
+        text += std::string(", face ") + Faces[target - FirstFace];
+    else if (HasLayers(target))
+        text += ", layer " + std::to_string(layer);
+    return text;
+}
+
+unsigned int FindTarget(unsigned int texture)
+{
+    Core::TakeErrors(GL());
+    // Nothing tells it, but a texture can be bound to its own target only.
+    for (const GLenum target :
+         {GL_TEXTURE_2D, GL_TEXTURE_CUBE_MAP, GL_TEXTURE_2D_ARRAY, GL_TEXTURE_3D, GL_TEXTURE_CUBE_MAP_ARRAY,
+          GL_TEXTURE_2D_MULTISAMPLE, GL_TEXTURE_2D_MULTISAMPLE_ARRAY}) {
+        const auto bound = Core::BindScoped(GL(), GL().glBindTexture, BindingOf(target), texture);
+        if (Core::TakeErrors(GL()) == 0 && GL().glIsTexture(texture))
+            return target;
+    }
+    return 0;
+}
+
+std::vector<TextureImage> ImagesOf(unsigned int texture, unsigned int target)
+{
+    constexpr int MostLevels = 16;
+    if (!GL().glGetTexLevelParameteriv)
+        return {};
+    std::vector<TextureImage> images;
+    const auto bound = Core::BindScoped(GL(), GL().glBindTexture, BindingOf(target), texture);
+    for (int level = 0; level < MostLevels; ++level) {
+        const GLenum first = target == GL_TEXTURE_CUBE_MAP ? FirstFace : target;
+        if (LevelParameter(first, level, GL_TEXTURE_WIDTH) == 0)
+            break;
+        const int count = target == GL_TEXTURE_CUBE_MAP ? 6
+                          : HasLayers(target)           ? LevelParameter(target, level, GL_TEXTURE_DEPTH)
+                                                        : 1;
+        for (int i = 0; i < count; ++i)
+            if (target == GL_TEXTURE_CUBE_MAP)
+                images.push_back({FirstFace + static_cast<GLenum>(i), level, 0});
+            else
+                images.push_back({target, level, i});
+    }
+    Core::TakeErrors(GL());
+    return images;
+}
+
+Contents ReadImage(unsigned int texture, const TextureImage& image)
+{
+    if (!GL().glFramebufferTextureLayer || !GL().glBlitFramebuffer)
+        return {.problem = "the driver lacks functions of OpenGL ES 3"};
+    Core::TakeErrors(GL());
+    const TemporaryFramebuffer framebuffer;
+    const GLenum attachment = TemporaryFramebuffer::Attach(texture, image);
+    Core::TakeErrors(GL());
+    Util::FramebufferReader reader;
+    switch (attachment) {
+    case GL_NONE:
+        return {.problem = "images of its format cannot be attached to a framebuffer"};
+    case GL_COLOR_ATTACHMENT0:
+        return ToContents(reader.ReadColor());
+    case GL_STENCIL_ATTACHMENT:
+        return ToContents(reader.ReadStencil());
+    default:
+        return ToContents(reader.ReadDepth());
+    }
+}
+
+Contents ReadBuffer(unsigned int buffer)
+{
+    const auto& gl = GL();
+    if (!gl.glMapBufferRange || !gl.glGetBufferParameteri64v)
+        return {.problem = "the driver lacks functions of OpenGL ES 3"};
+    constexpr Core::BindingPoint CopyRead = {GL_COPY_READ_BUFFER, GL_COPY_READ_BUFFER_BINDING};
+    const auto bound = Core::BindScoped(gl, gl.glBindBuffer, CopyRead, buffer);
+    Core::TakeErrors(gl);
+    GLint64 bytes = 0;
+    gl.glGetBufferParameteri64v(GL_COPY_READ_BUFFER, GL_BUFFER_SIZE, &bytes);
+    if (bytes == 0)
+        return {.problem = "it is empty"};
+    // A buffer that the program has mapped cannot be mapped again.
+    const void* const mapped = gl.glMapBufferRange(GL_COPY_READ_BUFFER, 0, bytes, GL_MAP_READ_BIT);
+    if (!mapped) {
+        Core::TakeErrors(gl);
+        return {.problem = "it cannot be mapped"};
+    }
+    const auto* const begin = static_cast<const std::uint8_t*>(mapped);
+    Contents contents = {"bytes", static_cast<std::uint32_t>(bytes), 1, {begin, begin + bytes}, {}};
+    gl.glUnmapBuffer(GL_COPY_READ_BUFFER);
+    return contents;
+}
+
+} // namespace Probe

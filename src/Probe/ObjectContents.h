@@ -1,0 +1,35 @@
+// Reading textures and buffers of the live driver.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "Probe/Contents.h"
+
+namespace Probe {
+
+/// An image of a texture: a level of a face, of a layer or of the whole.
+struct TextureImage {
+    /// GL_TEXTURE_2D, a face of a cube map, GL_TEXTURE_3D, GL_TEXTURE_2D_ARRAY, GL_TEXTURE_2D_MULTISAMPLE ...
+    unsigned int target = 0;
+    int level = 0;
+    int layer = 0;
+
+    /// "level 2", "level 0, layer 3", "level 0, face +X".
+    [[nodiscard]] std::string Text() const;
+};
+
+/// What a live texture is bound to; 0 for one that was never bound.
+unsigned int FindTarget(unsigned int texture);
+
+/// The images that a live texture has, level by level; none before OpenGL ES 3.1, which cannot tell. `target` is what
+/// textures are bound to.
+std::vector<TextureImage> ImagesOf(unsigned int texture, unsigned int target);
+
+/// Reads an image. All GL state is put back; pending errors are lost.
+Contents ReadImage(unsigned int texture, const TextureImage& image);
+
+/// Reads a live buffer from its start, all of it.
+Contents ReadBuffer(unsigned int buffer);
+
+} // namespace Probe

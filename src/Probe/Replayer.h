@@ -1,0 +1,127 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Data/Capture/CaptureSource.h"
+#include "Data/Diagnostics.h"
+#include "Data/Records/Actions.h"
+#include "Data/Records/RecordWalk.h"
+#include "Data/State/StateModel.h"
+#include "Probe/Inputs.h"
+#include "Probe/Targets.h"
+#include "Replay/LiveReplay.h"
+#include "Util/ExitStatus.h"
+
+namespace Probe {
+
+/// What a frame showed.
+struct Picture {
+    /// "surface 1" or "framebuffer 3"; captured names.
+    std::string object;
+    Contents contents;
+    /// Of the recorded frame, where the capture has it.
+    std::optional<std::uint64_t> recorded;
+};
+
+/// An answer of the driver's that is not the recorded one.
+struct Answer {
+    std::uint32_t call;
+    std::string function;
+    std::string parameter;
+    std::vector<double> recorded;
+    std::vector<double> live;
+};
+
+/// A call after which a watched input was another one.
+struct Change {
+    std::uint32_t frame;
+    std::uint32_t call;
+    std::string function;
+    Input input;
+};
+
+/// A call that was replayed, for those who look at what it did.
+struct PlayedAction {
+    Data::ActionNumber number;
+    Data::ActionKind kind = Data::ActionKind::None;
+    std::uint32_t frame = 0;
+    std::uint32_t call = 0;
+    std::uint32_t thread = 0;
+    std::string function;
+    /// It reached the driver, and no error came of it.
+    bool isPlayed = false;
+};
+
+/// Replays a capture off screen, forwards, as far as it is told: to the end of a frame or to the next action.
+class Replayer {
+public:
+    /// Null, with a reason and how it would end a program, when the capture cannot be read or there is no driver.
+    static std::unique_ptr<Replayer> Open(const std::string& path, const std::string& driver, std::string& error,
+                                          Util::ExitStatus& status);
+    ~Replayer();
+    Replayer(const Replayer&) = delete;
+    Replayer& operator=(const Replayer&) = delete;
+
+    enum class Stop : std::uint8_t { Action, FrameEnd, End };
+    /// Replays to the end of the frame at work; its pictures are read where they are wanted.
+    Stop ToFrameEnd(bool wantsPictures);
+    /// Replays up to the next action of the frame at work and that one too, unless the frame ends before it. Answers
+    /// that are not the recorded ones are noted.
+    Stop ToAction();
+
+    /// Whole frames that were replayed.
+    [[nodiscard]] std::uint32_t Frames() const { return m_frames; }
+    [[nodiscard]] std::uint32_t FrameCount() const { return m_source->FrameCount(); }
+    /// Of the last ToFrameEnd.
+    [[nodiscard]] std::vector<Picture>& Pictures() { return m_pictures; }
+    /// Of the last ToAction.
+    [[nodiscard]] const PlayedAction& Action() const { return m_action; }
+    [[nodiscard]] const std::vector<Answer>& Answers() const { return m_answers; }
+    /// Of the last action.
+    std::vector<Target> Targets();
+    std::vector<Input> Inputs();
+
+    /// From now on notes each call after which the input is another one.
+    void Watch(Input input) { m_watched = std::move(input); }
+    [[nodiscard]] const std::vector<Change>& Changes() const { return m_changes; }
+
+private:
+    explicit Replayer(std::string path, std::unique_ptr<Data::CaptureSource> source);
+
+    Stop Run(bool stopsAtActions);
+    void Play(Data::CallId call);
+    void Other();
+    void ReadPicture(const std::string& object, std::optional<unsigned int> framebuffer);
+    [[nodiscard]] std::optional<Data::CallId> KeptCall() const;
+    void CompareAnswers(const Data::CallArguments& recorded, const Data::CallArguments& live);
+    void CheckWatched(Data::CallId call, const Data::CallArguments& arguments);
+    [[nodiscard]] bool MayChangeWatched(const Data::CallArguments& arguments);
+    void NoteWatched(const std::string& function);
+
+    std::unique_ptr<Data::CaptureSource> m_source;
+    Data::Diagnostics m_diagnostics;
+    Data::StateModel m_model;
+    std::unique_ptr<Replay::LiveReplay> m_replay;
+    Data::RecordReader m_reader;
+    std::size_t m_chunks = 0;
+    std::uint32_t m_frames = 0;
+    std::uint32_t m_thread = 0;
+    Data::ActionCounter m_counter;
+    bool m_isStepping = false;
+    bool m_wantsPictures = false;
+    std::vector<Picture> m_pictures;
+    std::optional<std::uint64_t> m_recordedHash;
+    PlayedAction m_action;
+    /// The record of a call as it was before the driver wrote to it.
+    std::vector<std::uint8_t> m_record;
+    std::vector<Answer> m_answers;
+    std::optional<Input> m_watched;
+    std::vector<Change> m_changes;
+};
+
+} // namespace Probe

@@ -1,0 +1,160 @@
+#include "Probe/Service.h"
+
+#include <cstdio>
+
+namespace Probe {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string HashText(std::uint64_t hash)
+{
+    char text[17];
+    std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(hash));
+    return text;
+}
+
+Json ToJson(const Contents& contents)
+{
+    if (contents.data.empty())
+        return {{"problem", contents.problem}};
+    return {{"components", contents.components},
+            {"width", contents.width},
+            {"height", contents.height},
+            {"hash", HashText(contents.Hash())}};
+}
+
+constexpr const char* Kinds[] = {"uniform", "texture", "buffer"};
+
+Json ToJson(const Input& input)
+{
+    Json json = {{"kind", Kinds[static_cast<std::size_t>(input.kind)]}, {"object", input.object}, {"name", input.name}};
+    if (input.kind == Input::Kind::Uniform)
+        json["values"] = input.values;
+    else
+        json["hash"] = HashText(input.hash);
+    return json;
+}
+
+} // namespace
+
+Service::Reply Service::Answer(const std::string& request)
+{
+    const nlohmann::json json = nlohmann::json::parse(request, nullptr, false);
+    if (!json.is_object())
+        return {{{"error", "expected a JSON object, found " + request}}};
+    const std::string what = json.value("do", "");
+    if (what == "frame")
+        return Frame(json.value("frame", 0U), json.value("pictures", false));
+    if (what == "action")
+        return Action();
+    if (what == "pixels")
+        return Pixels(json.value("index", std::size_t{0}));
+    if (what == "inputs")
+        return Inputs();
+    if (what == "watch")
+        return Watch(json);
+    if (what == "changes")
+        return Changes();
+    return {{{"error", "there is no request \"" + what + "\""}}};
+}
+
+Service::Reply Service::Frame(std::uint32_t frame, bool wantsPictures)
+{
+    m_contents.clear();
+    auto stop = Replayer::Stop::FrameEnd;
+    while (stop == Replayer::Stop::FrameEnd && m_replayer.Frames() < frame)
+        stop = m_replayer.ToFrameEnd(wantsPictures && m_replayer.Frames() + 1 == frame);
+    Json json = {{"frame", m_replayer.Frames()}, {"frames", m_replayer.FrameCount()}};
+    if (stop == Replayer::Stop::End)
+        json["end"] = true;
+    if (!wantsPictures)
+        return {json};
+    Json pictures = Json::array();
+    for (Picture& picture : m_replayer.Pictures()) {
+        Json one = {{"object", picture.object}};
+        one.update(ToJson(picture.contents));
+        if (picture.recorded)
+            one["recorded"] = HashText(*picture.recorded);
+        pictures.push_back(std::move(one));
+        m_contents.push_back(std::move(picture.contents));
+    }
+    json["pictures"] = std::move(pictures);
+    return {json};
+}
+
+Service::Reply Service::Action()
+{
+    m_contents.clear();
+    const Replayer::Stop stop = m_replayer.ToAction();
+    Json json = {{"frame", m_replayer.Frames()}};
+    Json answers = Json::array();
+    for (const Probe::Answer& answer : m_replayer.Answers())
+        answers.push_back({{"call", answer.call},
+                           {"function", answer.function},
+                           {"parameter", answer.parameter},
+                           {"recorded", answer.recorded},
+                           {"live", answer.live}});
+    if (stop != Replayer::Stop::Action) {
+        json[stop == Replayer::Stop::End ? "end" : "frameEnd"] = true;
+        json["answers"] = std::move(answers);
+        return {json};
+    }
+    const PlayedAction& action = m_replayer.Action();
+    json = {{"frame", action.frame},       {"number", action.number.Text()}, {"kind", NameOf(action.kind)},
+            {"call", action.call},         {"function", action.function},    {"thread", action.thread},
+            {"isPlayed", action.isPlayed}, {"answers", std::move(answers)}};
+    Json targets = Json::array();
+    for (Target& target : m_replayer.Targets()) {
+        Json one = {{"what", target.what}, {"object", target.object}};
+        one.update(ToJson(target.contents));
+        targets.push_back(std::move(one));
+        m_contents.push_back(std::move(target.contents));
+    }
+    json["targets"] = std::move(targets);
+    return {json};
+}
+
+Service::Reply Service::Pixels(std::size_t index) const
+{
+    if (index >= m_contents.size())
+        return {{{"error", "the last answer has " + std::to_string(m_contents.size()) + " images, found index " +
+                               std::to_string(index)}}};
+    Json json = ToJson(m_contents[index]);
+    json["bytes"] = m_contents[index].data.size();
+    return {json, m_contents[index].data};
+}
+
+Service::Reply Service::Inputs()
+{
+    Json inputs = Json::array();
+    for (const Input& input : m_replayer.Inputs())
+        inputs.push_back(ToJson(input));
+    return {{{"inputs", std::move(inputs)}}};
+}
+
+Service::Reply Service::Watch(const nlohmann::json& request)
+{
+    const std::string kind = request.value("kind", "");
+    for (std::size_t i = 0; i < std::size(Kinds); ++i) {
+        if (kind == Kinds[i]) {
+            m_replayer.Watch({static_cast<Input::Kind>(i), request.value("object", 0U), request.value("name", "")});
+            return {{{"kind", kind}}};
+        }
+    }
+    return {{{"error", "expected kind uniform, texture or buffer, found \"" + kind + "\""}}};
+}
+
+Service::Reply Service::Changes() const
+{
+    Json changes = Json::array();
+    for (const Change& change : m_replayer.Changes())
+        changes.push_back({{"frame", change.frame},
+                           {"call", change.call},
+                           {"function", change.function},
+                           {"input", ToJson(change.input)}});
+    return {{{"changes", std::move(changes)}}};
+}
+
+} // namespace Probe

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "Probe/Replayer.h"
+
+namespace Probe {
+
+/// Answers requests about a replay: a JSON object on each line, and one line for each answer. Bytes follow an answer
+/// that has "bytes", as many as that says. docs/probe-protocol.md has the requests.
+class Service {
+public:
+    explicit Service(Replayer& replayer) : m_replayer(replayer) {}
+
+    struct Reply {
+        nlohmann::ordered_json json;
+        /// Follow the line.
+        std::vector<std::uint8_t> bytes = {};
+    };
+    /// A request that is not understood is answered with "error".
+    Reply Answer(const std::string& request);
+
+private:
+    Reply Frame(std::uint32_t frame, bool wantsPictures);
+    Reply Action();
+    Reply Pixels(std::size_t index) const;
+    Reply Inputs();
+    Reply Watch(const nlohmann::json& request);
+    Reply Changes() const;
+
+    Replayer& m_replayer;
+    /// What the last answer told of, for "pixels".
+    std::vector<Contents> m_contents;
+};
+
+} // namespace Probe

@@ -1,0 +1,171 @@
+#include "Probe/Targets.h"
+
+#include <GLES3/gl32.h>
+
+#include "Data/Records/Actions.h"
+#include "Interfaces/Core.h"
+#include "Interfaces/GLState.h"
+#include "Probe/ObjectContents.h"
+
+namespace Probe {
+
+namespace {
+
+using Data::CallId;
+using Data::ObjectKind;
+using Data::Owner;
+using Data::State;
+
+const Core::GLESProcTable& GL()
+{
+    return Core::KHRLayer::GLESProc();
+}
+
+/// Reads what one action could write to.
+class TargetReader {
+public:
+    TargetReader(const Data::CallArguments& action, Data::StateModel& model, const Playback::GLResourceTable& names)
+        : m_action(action), m_model(model), m_names(names)
+    {
+    }
+
+    std::vector<Target> Read()
+    {
+        switch (Data::ActionOf(m_action.Call())) {
+        case Data::ActionKind::Draw:
+        case Data::ActionKind::Clear:
+        case Data::ActionKind::Blit:
+            ReadFramebuffer();
+            break;
+        case Data::ActionKind::Copy:
+            ReadCopy();
+            break;
+        case Data::ActionKind::Mipmap:
+            ReadTexture(m_model.BoundTexture(m_action.Unsigned(0)),
+                        Data::StateModel::TextureTarget(m_action.Unsigned(0)));
+            break;
+        case Data::ActionKind::Dispatch:
+        case Data::ActionKind::None:
+            break;
+        }
+        if (IsByShaders())
+            ReadShaderOutputs();
+        return std::move(m_targets);
+    }
+
+private:
+    [[nodiscard]] bool IsByShaders() const
+    {
+        const Data::ActionKind kind = Data::ActionOf(m_action.Call());
+        return kind == Data::ActionKind::Draw || kind == Data::ActionKind::Dispatch;
+    }
+
+    void Add(std::string what, std::string object, Contents contents)
+    {
+        if (!contents.data.empty() || !contents.problem.empty())
+            m_targets.push_back({std::move(what), std::move(object), std::move(contents)});
+    }
+
+    [[nodiscard]] std::string Text(const char* kind, Owner owner) const
+    {
+        return std::string(kind) + " " + std::to_string(m_model.Object(owner).name);
+    }
+
+    void ReadFramebuffer()
+    {
+        const std::uint32_t name = m_model.Object(m_model.Bound(State::Framebuffer, 0, 1)).name;
+        const std::string object = name == 0 ? "default framebuffer" : "framebuffer " + std::to_string(name);
+        Util::FramebufferReader reader;
+        for (const GLenum buffer : reader.ColorBuffers()) {
+            const std::string number = buffer == GL_BACK ? "" : " " + std::to_string(buffer - GL_COLOR_ATTACHMENT0);
+            Add("colour" + number, object, ToContents(reader.ReadColor(buffer)));
+        }
+        Add("depth", object, ToContents(reader.ReadDepth()));
+        Add("stencil", object, ToContents(reader.ReadStencil()));
+    }
+
+    void ReadTexture(Owner owner, GLenum target)
+    {
+        if (owner == 0)
+            return;
+        const GLuint texture = m_names.GetValueGLTexture(m_model.Object(owner).name);
+        for (const TextureImage& image : ImagesOf(texture, target))
+            Add(image.Text(), Text("texture", owner), ReadImage(texture, image));
+    }
+
+    void ReadBufferOf(Owner owner)
+    {
+        if (owner != 0)
+            Add("contents", Text("buffer", owner), ReadBuffer(m_names.GetValueGLBuffer(m_model.Object(owner).name)));
+    }
+
+    void ReadCopy()
+    {
+        switch (m_action.Call()) {
+        case CallId::glCopyBufferSubData:
+            ReadBufferOf(m_model.Bound(State::Buffer, m_action.Unsigned(1)));
+            break;
+        case CallId::glCopyImageSubData:
+        case CallId::glCopyImageSubDataEXT:
+            if (const GLenum target = m_action.Unsigned(7); target != GL_RENDERBUFFER)
+                ReadTexture(m_model.Known(ObjectKind::Texture, m_action.Unsigned(6)), target);
+            break;
+        case CallId::glCopyTextureLevelsAPPLE:
+            ReadTexture(m_model.Known(ObjectKind::Texture, m_action.Unsigned(0)), GL_TEXTURE_2D);
+            break;
+        default:
+            ReadTexture(m_model.BoundTexture(m_action.Unsigned(0)),
+                        Data::StateModel::TextureTarget(m_action.Unsigned(0)));
+            break;
+        }
+    }
+
+    /// Storage and counter buffers, and images that may be written.
+    void ReadShaderOutputs()
+    {
+        if (Core::GetVersion(GL()) < 31)
+            return;
+        for (const GLenum target : {GL_SHADER_STORAGE_BUFFER, GL_ATOMIC_COUNTER_BUFFER})
+            for (std::uint32_t i = 0; i < MostBindings; ++i)
+                ReadBufferOf(m_model.Bound(State::IndexedBuffer, target, i));
+        for (std::uint32_t unit = 0; unit < MostBindings; ++unit) {
+            const Owner texture = m_model.Bound(State::ImageTexture, unit);
+            const Owner context = m_model.Context().owner;
+            constexpr std::size_t Access = 4;
+            if (texture != 0 && m_model.Word(context, State::ImageTexture, unit, 0, Access) != GL_READ_ONLY)
+                ReadImageUnit(texture, static_cast<int>(m_model.Word(context, State::ImageTexture, unit, 0, 1)));
+        }
+    }
+
+    void ReadImageUnit(Owner owner, int level)
+    {
+        const GLuint texture = m_names.GetValueGLTexture(m_model.Object(owner).name);
+        for (const TextureImage& image : ImagesOf(texture, FindTarget(texture)))
+            if (image.level == level)
+                Add(image.Text(), Text("texture", owner), ReadImage(texture, image));
+    }
+
+    static constexpr std::uint32_t MostBindings = 8;
+
+    const Data::CallArguments& m_action;
+    Data::StateModel& m_model;
+    const Playback::GLResourceTable& m_names;
+    std::vector<Target> m_targets;
+};
+
+} // namespace
+
+std::vector<Target> ReadTargets(const Data::CallArguments& action, Data::StateModel& model,
+                                const Playback::GLResourceTable& names)
+{
+    return TargetReader(action, model, names).Read();
+}
+
+Contents ReadPicture(unsigned int framebuffer)
+{
+    const auto bound = Core::BindScoped(GL(), GL().glBindFramebuffer, Core::DrawFramebuffer, framebuffer);
+    Util::FramebufferReader reader;
+    return ToContents(reader.ReadColor());
+}
+
+} // namespace Probe

@@ -1,0 +1,32 @@
+// What an action has changed: the images and buffers that it could write to.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Data/Records/CallArguments.h"
+#include "Data/State/StateModel.h"
+#include "Playback/Names/GLResourceTable.h"
+#include "Probe/Contents.h"
+
+namespace Probe {
+
+/// An image or a buffer, in the names of the capture.
+struct Target {
+    /// "colour 0", "depth", "stencil", "level 2, layer 1", "buffer" ...
+    std::string what;
+    /// "framebuffer 3", "default framebuffer", "texture 5", "buffer 7".
+    std::string object;
+    Contents contents;
+};
+
+/// Reads what the action just replayed could write to, of the current context: the colour buffers that are drawn to,
+/// depth and stencil, for copies and mipmaps the images of their texture, and buffers and images that shaders can write
+/// to. `model` has followed the call too. All GL state is put back; pending errors are lost.
+std::vector<Target> ReadTargets(const Data::CallArguments& action, Data::StateModel& model,
+                                const Playback::GLResourceTable& names);
+
+/// Reads colour 0 of a live framebuffer, and the default one's back buffer for 0.
+Contents ReadPicture(unsigned int framebuffer);
+
+} // namespace Probe

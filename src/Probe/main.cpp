@@ -1,0 +1,98 @@
+// playback-probe: a replay that is asked what came of it, as the sides of a comparison are.
+#include <cstdio>
+#include <iostream>
+#include <vector>
+
+#include <unistd.h>
+
+#include "Interfaces/Core.h"
+#include "Playback/PlaybackSettings.h"
+#include "Probe/Service.h"
+#include "Util/CommandLine.h"
+#include "Util/ExitStatus.h"
+#include "Util/OutputFile.h"
+
+namespace {
+
+using Playback::PlaybackEnvironment;
+using Util::ExitStatus;
+
+constexpr const char* Usage =
+    "Usage: playback-probe [options] FILE.glcap\n"
+    "\n"
+    "Replays a capture off screen as it is told, and tells what came of it. Requests come on standard\n"
+    "input, a JSON object on each line; each answer is a line of JSON on standard output. playback-compare\n"
+    "uses it for its sides.";
+
+std::vector<Util::Option> AllOptions()
+{
+    std::vector<Util::Option> all = {
+        {"-driver", "DIR", "take libEGL.so.1 and libGLESv2.so.2, or libEGL.so and libGLESv2.so, from this folder",
+         "Program"},
+        {"-help", "", "print this text", "Program"},
+        {"-version", "", "print the version", "Program"}};
+    for (const PlaybackEnvironment::Option& option : PlaybackEnvironment::Options())
+        all.push_back({option.name, option.value ? option.value : "", option.help, option.group});
+    return all;
+}
+
+/// Answers go to what was standard output; drivers print there too, and get standard error in its place.
+std::FILE* TakeOutput()
+{
+    std::FILE* const output = fdopen(dup(STDOUT_FILENO), "w");
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+    return output;
+}
+
+ExitStatus Serve(Probe::Replayer& replayer, std::FILE* output)
+{
+    Probe::Service service(replayer);
+    for (std::string request; std::getline(std::cin, request);) {
+        const Probe::Service::Reply reply = service.Answer(request);
+        const std::string line = reply.json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+        if (std::fwrite(line.data(), 1, line.size(), output) != line.size() ||
+            std::fwrite(reply.bytes.data(), 1, reply.bytes.size(), output) != reply.bytes.size() ||
+            std::fflush(output) != 0)
+            return ExitStatus::NotWritten;
+    }
+    return ExitStatus::Done;
+}
+
+ExitStatus Run(int argc, char** argv)
+{
+    const std::vector<Util::Option> table = AllOptions();
+    const Util::CommandLine commandLine(table);
+    const Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
+    if (parsed.args.HasSwitch("-help")) {
+        Util::Print(commandLine.Help(Usage));
+        return ExitStatus::Done;
+    }
+    if (parsed.args.HasSwitch("-version")) {
+        Util::Print("playback-probe " PLAYBACK_VERSION "\n");
+        return ExitStatus::Done;
+    }
+    if (!parsed.error.empty() || parsed.args.positional.size() != 1) {
+        const std::string error = parsed.error.empty() ? "one capture file expected" : parsed.error;
+        std::fprintf(stderr, "%s\n", Util::UsageError("playback-probe", error).c_str());
+        return ExitStatus::Usage;
+    }
+    std::FILE* const output = TakeOutput();
+    const std::string& path = parsed.args.positional.front();
+    PlaybackEnvironment::Instance()->LoadSettings(parsed.args, path);
+    const std::string* const driver = parsed.args.FindValue("-driver");
+    std::string error;
+    ExitStatus status = ExitStatus::Done;
+    const std::unique_ptr<Probe::Replayer> replayer = Probe::Replayer::Open(path, driver ? *driver : "", error, status);
+    if (!replayer) {
+        std::fprintf(stderr, "playback-probe: %s\n", error.c_str());
+        return status;
+    }
+    return Serve(*replayer, output);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    return Util::EndProgram("playback-probe", Run(argc, argv));
+}
