@@ -26,7 +26,8 @@ set(CPACK_COMPONENT_PROGRAMS_DESCRIPTION
 "playback-record runs a program and records its calls; playback replays them
 on the driver of this machine, frame by frame, in a window or off screen, and
 tells whether the pixels are the same and what it cost. playback-info tells
-what is in a capture, playback-trim cuts frames out of one.")
+what is in a capture, playback-trim cuts frames out of one, playback-bench tells
+which of two drivers is slower.")
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_DEPENDS "libplayback0 (= ${PROJECT_VERSION}), ${driver}, libunwind8")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libplayback0)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)

@@ -10,6 +10,7 @@
 #include "Host/Results/Statistics.h"
 #include "Host/Screenshots.h"
 #include "Host/Terminal.h"
+#include "Host/Timing/Turns.h"
 #include "Interfaces/Core.h"
 #include "Interfaces/Util.h"
 #include "Playback/Controller.h"
@@ -178,6 +179,10 @@ Util::Outcome Session::Replay()
     m_controller = std::make_unique<Playback::Controller>(m_output.WindowManager(), m_capture.get());
     Util::Outcome failure;
     do {
+        if (m_options.takesTurns && !Turns::Wait()) {
+            m_report.stopReason = "no further turn";
+            break;
+        }
         if (m_report.passes != 0)
             failure = Rewind();
         if (!failure) {
@@ -185,6 +190,8 @@ Util::Outcome Session::Replay()
             Util::Outcome nothing = EndPass();
             failure = failure ? failure : nothing;
         }
+        if (m_options.takesTurns && !failure)
+            Turns::Tell(m_report.passes);
     } while (!failure && IsAnotherPassDue());
     if (failure && failure->status == Util::ExitStatus::CutShort)
         m_watchdog.ExpectEnd();

@@ -1,5 +1,6 @@
 #include "Sides/Side.h"
 
+#include <algorithm>
 #include <cctype>
 #include <utility>
 
@@ -70,6 +71,12 @@ Side ParseSide(char letter, const Util::CommandLine::Result& parsed, std::string
         if (!SplitWords(text, side.options))
             fail("-options has a quote without an end: " + text);
     return side;
+}
+
+bool IsSideGiven(char letter, const Util::CommandLine::Result& parsed)
+{
+    const std::string prefix = std::string("--") + letter + "-";
+    return std::ranges::any_of(parsed.given, [&](const auto& option) { return option.first.starts_with(prefix); });
 }
 
 bool SplitWords(std::string_view text, std::vector<std::string>& words)

@@ -37,6 +37,9 @@ struct Side {
 /// alone where all is well.
 [[nodiscard]] Side ParseSide(char letter, const Util::CommandLine::Result& parsed, std::string& error);
 
+/// Any of the options of that side was given, be it without a word in it.
+[[nodiscard]] bool IsSideGiven(char letter, const Util::CommandLine::Result& parsed);
+
 /// Splits text as a shell does, by white space outside of quotes and with backslashes, and expands nothing. False when
 /// a quote has no end.
 [[nodiscard]] bool SplitWords(std::string_view text, std::vector<std::string>& words);

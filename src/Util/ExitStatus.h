@@ -5,7 +5,7 @@ namespace Util {
 /// How a program ended, as the shell sees it; the same for all programs of the project.
 enum class ExitStatus : int {
     Done = 0,
-    /// Frames differ from the recorded ones, or nothing was recorded.
+    /// Frames differ from the recorded ones, a side is slower than allowed, or nothing was recorded.
     Differed = 1,
     Usage = 2,
     /// The capture cannot be read.

@@ -52,6 +52,10 @@ constexpr Util::Option OwnOptions[] = {
     {"-swapinterval", "N",
      "in a window, wait for N screen refreshes at each swap instead of as many as the program did; 0 does not wait",
      "Frames"},
+    {"-turns", "",
+     "wait for a line on standard input ahead of each pass, and write one to standard output after it, for programs "
+     "that have several replays take turns, as playback-bench does",
+     "Frames"},
     {"-quiet", "", "say only what is wrong", "Program"},
     {"-driver", "DIR", "take libEGL.so.1 and libGLESv2.so.2, or libEGL.so and libGLESv2.so, from this folder",
      "Program"},
@@ -112,6 +116,7 @@ void ReadTimes(const Util::ParseArgs::CmdLineArgs& args, Options& options)
     if (const std::string* interval = args.FindValue("-swapinterval"))
         options.swapInterval = WholeNumber(*interval);
     options.timeCalls = args.HasSwitch("-timecalls");
+    options.takesTurns = args.HasSwitch("-turns");
 }
 
 /// A list of frames does not stay among the arguments.

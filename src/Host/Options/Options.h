@@ -29,6 +29,8 @@ struct Options {
     bool check = false;
     bool quiet = false;
     bool timeCalls = false;
+    /// Passes begin when standard input says so.
+    bool takesTurns = false;
     /// File for the results as JSON, "-" for standard output; empty for none.
     std::string jsonFile;
     FrameRange measuredFrames;
