@@ -119,14 +119,14 @@ TEST_F(CaptureSummaryTest, EachRecordIsALineOfText)
             "1:9 t1 c7 glBufferData(target=GL_ARRAY_BUFFER, size=4, data=<4 bytes>, usage=GL_STATIC_DRAW)",
             "1:10 t1 c7 eglCreateContext(dpy=1, config=1, share_context=0, "
             "attrib_list=[EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE]) = 7",
-            "1:11 t1 c7 glDrawElements(mode=GL_TRIANGLES, count=3, type=GL_UNSIGNED_SHORT, indices=0x40)",
-            "1:12 t1 c7 glClear(mask=GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | 0x8)",
-            ::testing::StartsWith("1:12 t1 c7 -- end of frame, "), "2:1 t1 c7 glClear(mask=0x0)",
+            "1:11#1 t1 c7 glDrawElements(mode=GL_TRIANGLES, count=3, type=GL_UNSIGNED_SHORT, indices=0x40)",
+            "1:12#1.1 t1 c7 glClear(mask=GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | 0x8)",
+            ::testing::StartsWith("1:12 t1 c7 -- end of frame, "), "2:1#0.1 t1 c7 glClear(mask=0x0)",
             ::testing::StartsWith("2:1 t1 c7 -- end of frame, ")));
     EXPECT_THAT(List({.frames = {1, 1}, .calls = "glDraw*,*Clear"}), ::testing::SizeIs(2));
     EXPECT_THAT(List({.notation = Notation::Full, .calls = "glShaderSource"}),
                 ElementsAre(HasSubstr("\"" + std::string(100, 'x') + "\"")));
-    EXPECT_THAT(List({.frames = {.first = 2}, .calls = "glDraw*,*Clear"}), ElementsAre("2:1 t1 c7 glClear(mask=0x0)"));
+    EXPECT_THAT(List({.frames = {.first = 2}, .calls = "glDraw*,*Clear"}), ElementsAre("2:1#0.1 t1 c7 glClear(mask=0x0)"));
 
     const std::vector<std::string> json = List({.notation = Notation::Json, .frames = {1, 1}, .calls = "gl[GSUB]*"});
     std::vector<nlohmann::json> arguments;

@@ -64,7 +64,7 @@ class Info(EndToEndTest):
         statistics = self.info(capture)["statistics"]
         self.assertEqual(statistics["refusedCalls"], 0)
         self.assertEqual(len(statistics["frames"]), len(frames) - 1)
-        listed = Counter(re.findall(r"^(\d+):\d+ .*?(\w+)\(", self.run_program(INFO, "--dump", capture).stdout, re.M))
+        listed = Counter(re.findall(r"^(\d+):[\d#.]+ .*?(\w+)\(", self.run_program(INFO, "--dump", capture).stdout, re.M))
         for number, (frame, seen) in enumerate(zip(statistics["frames"], frames), 1):
             counts = [*(frame[kind]["byCall"] for kind in ("draws", "clears", "blits", "stateChanges")),
                       *frame["extensions"].values()]

@@ -39,7 +39,7 @@ class TrimTest(EndToEndTest):
     def calls(self, capture):
         """How often each call is in the state-setup block, and the names of the calls of each frame."""
         state, frames = self.dump(capture).split("-- end of block of type 2")
-        name = re.compile(r"^\d+:\d+ t\d+ c\d+ (\w+)\(", re.MULTILINE)
+        name = re.compile(r"^\d+:[\d#.]+ t\d+ c\d+ (\w+)\(", re.MULTILINE)
         return collections.Counter(name.findall(state)), [name.findall(frame) for frame in frames.split("-- end of frame")]
 
     def replay_faked(self, capture, *options):

@@ -165,16 +165,6 @@ std::string BuiltInText(const Data::RecordView& record)
     return "record of kind " + number(record.Header().id) + ", " + number(record.Header().bytes) + " bytes";
 }
 
-std::string ActionText(Notation notation, const Data::FileCall& call, const RecordPlace& place)
-{
-    if (!place.action || call.known >= Data::callCount)
-        return "";
-    const char* const kind = NameOf(ActionOf(static_cast<Data::CallId>(call.known)));
-    return notation == Notation::Json
-               ? ",\"action\":" + JsonString(kind) + ",\"number\":" + JsonString(place.action->Text())
-               : " [" + std::string(kind) + " " + place.action->Text() + "]";
-}
-
 /// The call of a record in the file's table; null when there is none.
 const Data::FileCall* FindCall(const Data::RecordView& record, const Data::CaptureSource& source)
 {
@@ -196,7 +186,7 @@ std::string RecordText(Notation notation, const RecordPlace& place, const Data::
     const Data::FileCall* const call = FindCall(record, source);
     std::string text;
     if (call)
-        text = CallText(notation, record, *call, bindings) + ActionText(notation, *call, place);
+        text = CallText(notation, record, *call, bindings);
     else if (record.Header().id >= Data::FirstBuiltInId)
         text = BuiltInText(record);
     else
@@ -204,9 +194,11 @@ std::string RecordText(Notation notation, const RecordPlace& place, const Data::
 
     const auto number = [](std::uint32_t value) { return std::to_string(value); };
     if (notation != Notation::Json)
-        return number(place.frame) + ":" + number(place.call) + " t" + number(place.thread) + " c" +
-               number(place.context) + (call ? " " : " -- ") + text + std::string(stack);
+        return number(place.frame) + ":" + number(place.call) + (place.action ? "#" + place.action->Text() : "") +
+               " t" + number(place.thread) + " c" + number(place.context) + (call ? " " : " -- ") + text +
+               std::string(stack);
     return "{\"frame\":" + number(place.frame) + ",\"call\":" + number(place.call) +
+           (place.action ? ",\"action\":" + JsonString(place.action->Text()) : "") +
            ",\"thread\":" + number(place.thread) + ",\"context\":" + number(place.context) + "," +
            (call ? text : "\"record\":" + JsonString(text)) +
            (stack.empty() ? "" : ",\"stack\":" + std::string(stack)) + "}";
