@@ -38,12 +38,6 @@ Json ProbeSide::Answer()
     return answer;
 }
 
-Json ProbeSide::Ask(const char* what)
-{
-    Ask(Json{{"do", what}});
-    return Answer();
-}
-
 Image ProbeSide::Pixels(std::size_t index)
 {
     Ask(Json{{"do", "pixels"}, {"index", index}});
@@ -58,11 +52,23 @@ Image ProbeSide::Pixels(std::size_t index)
     return image;
 }
 
+bool ProbeSide::Put(std::size_t index, const std::vector<std::uint8_t>& data)
+{
+    Ask(Json{{"do", "put"}, {"index", index}});
+    if (m_error.empty() && !m_child->Write({reinterpret_cast<const char*>(data.data()), data.size()}))
+        Fail();
+    const Json answer = Answer();
+    return answer.is_object() && answer.value("isSame", false);
+}
+
 void ProbeSide::Fail()
 {
     m_child->CloseInput();
-    m_error = "side " + m_side.name + " (" + m_side.Description() + ") ended with status " +
-              std::to_string(m_child->Wait()) + ": " + m_child->Messages();
+    const int status = m_child->Wait();
+    if (status == static_cast<int>(Util::ExitStatus::Usage) || status == static_cast<int>(Util::ExitStatus::Unreadable))
+        m_status = static_cast<Util::ExitStatus>(status);
+    m_error = "side " + m_side.name + " (" + m_side.Description() + ") ended with status " + std::to_string(status) +
+              ": " + m_child->Messages();
     while (m_error.ends_with('\n'))
         m_error.pop_back();
 }

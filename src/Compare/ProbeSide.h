@@ -10,6 +10,7 @@
 #include "Compare/Image.h"
 #include "Sides/Child.h"
 #include "Sides/Side.h"
+#include "Util/ExitStatus.h"
 
 namespace Compare {
 
@@ -23,14 +24,16 @@ public:
     void Ask(const nlohmann::ordered_json& request);
     /// Waits for an answer. Null when the process ended or does not understand: Error says which, and what it said.
     nlohmann::ordered_json Answer();
-    nlohmann::ordered_json Ask(const char* what);
 
     /// The image with that number of the last answer; without data where it could not be had.
     Image Pixels(std::size_t index);
+    /// Replaces the contents of that image of the last action. False where that was not possible.
+    bool Put(std::size_t index, const std::vector<std::uint8_t>& data);
 
     /// Why there was no answer; empty otherwise.
     [[nodiscard]] const std::string& Error() const { return m_error; }
-    [[nodiscard]] const Sides::Side& Side() const { return m_side; }
+    /// That of a program which cannot go on without the answer.
+    [[nodiscard]] Util::ExitStatus Status() const { return m_status; }
 
 private:
     explicit ProbeSide(Sides::Side side) : m_side(std::move(side)) {}
@@ -39,6 +42,7 @@ private:
     Sides::Side m_side;
     std::unique_ptr<Sides::Child> m_child;
     std::string m_error;
+    Util::ExitStatus m_status = Util::ExitStatus::NoDriver;
 };
 
 } // namespace Compare

@@ -54,7 +54,7 @@ void AddAction(std::string& text, const WrongAction& action)
 {
     if (action.cause)
         text += "caused by " + action.cause->Text() + ": " + action.causeInput->Text() + "\n";
-    text += "first wrong: " + ActionText(action) + "\n";
+    text += "wrong: " + ActionText(action) + "\n";
     text += "  " + action.what + " of " + action.object + ", thread " + std::to_string(action.thread) + ": " +
             action.difference.Text() + "\n";
     AddList(text, "What it reads and that differs:", action.inputs, [](const auto& input) { return input.Text(); });
@@ -124,7 +124,8 @@ std::string ToText(const Result& result, const Request& request)
     const FrameResult* const wrong = result.FirstWrong();
     const auto over = static_cast<std::size_t>(
         std::ranges::count_if(result.frames, [](const FrameResult& frame) { return frame.difference.isOver; }));
-    std::string text = (wrong ? "different: " : "equal: ") + Plural(result.framesCompared, "frame") + " compared";
+    std::string text =
+        (result.IsEqual() ? "equal: " : "different: ") + Plural(result.framesCompared, "frame") + " compared";
     if (wrong)
         text += ", " + std::to_string(over) + " different, the first one is frame " + std::to_string(wrong->frame);
     if (result.frames.size() > over)
@@ -138,6 +139,10 @@ std::string ToText(const Result& result, const Request& request)
         text += "frame " + std::to_string(wrong->frame) + ", " + wrong->object + ": " + wrong->difference.Text() + "\n";
     if (result.action)
         AddAction(text, *result.action);
+    AddList(text, "By themselves, these differ:", result.actions, [](const ActionResult& action) {
+        return action.kind + " " + action.number + " (" + action.place.Text() + "), " + action.what + " of " +
+               action.object + ": " + action.difference.Text();
+    });
     for (const std::string& note : result.notes)
         text += note + "\n";
     return text;
@@ -145,7 +150,7 @@ std::string ToText(const Result& result, const Request& request)
 
 nlohmann::ordered_json ToJson(const Result& result, const Request& request)
 {
-    Json json = {{"verdict", result.FirstWrong() ? "different" : "equal"},
+    Json json = {{"verdict", result.IsEqual() ? "equal" : "different"},
                  {"capture", request.capture},
                  {"a", request.a.Description()},
                  {"b", request.b ? Json(request.b->Description()) : Json()},
@@ -156,6 +161,15 @@ nlohmann::ordered_json ToJson(const Result& result, const Request& request)
             {{"frame", frame.frame}, {"object", frame.object}, {"difference", ToJson(frame.difference)}});
     if (result.action)
         json["firstWrong"] = ToJson(*result.action);
+    for (const ActionResult& action : result.actions) {
+        Json one = ToJson(action.place);
+        one.update(Json{{"kind", action.kind},
+                        {"number", action.number},
+                        {"what", action.what},
+                        {"object", action.object},
+                        {"difference", ToJson(action.difference)}});
+        json["actions"].push_back(std::move(one));
+    }
     json["notes"] = result.notes;
     return json;
 }

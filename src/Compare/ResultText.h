@@ -5,7 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "Compare/Comparison.h"
+#include "Compare/Result.h"
 
 namespace Compare {
 

@@ -20,6 +20,12 @@ using Util::ExitStatus;
 constexpr Util::Option Options[] = {
     {"--frames", "A-B", "frames to compare, counted from 1; A- for all from A on, A for one (default: all)", "Options"},
     {"--first", "", "stop at the first frame that differs", "Options"},
+    {"--from-reference", "",
+     "look for a draw that goes wrong by itself: in the frame that differs, each draw of side B starts from what side "
+     "A has",
+     "Tolerance"},
+    {"--by-draw", "", "the same, and judge all draws of that frame, the one that is furthest off as the wrong one",
+     "Tolerance"},
     {"--tolerance", "N", "accept pixels whose components differ by at most N steps of 255", "Tolerance"},
     {"--fuzz", "PERCENT", "accept images of which at most so many pixels are further apart", "Tolerance"},
     {"--perceptual", "DISTANCE",
@@ -89,6 +95,8 @@ std::string ReadRequest(const Util::CommandLine::Result& parsed, Compare::Reques
     if (request.b->IsPlain())
         request.b.reset();
     request.stopsAtFirst = args.HasSwitch("--first");
+    request.isFromReference = args.HasSwitch("--from-reference");
+    request.isByDraw = args.HasSwitch("--by-draw");
     constexpr double MostDistance = 1000;
     request.tolerance.steps = Number(args, "--tolerance", MostDistance, error).value_or(0);
     request.tolerance.pixels = Number(args, "--fuzz", 100, error).value_or(0) / 100;
@@ -130,7 +138,7 @@ ExitStatus Compare(const Compare::Request& request, const Util::ParseArgs::CmdLi
         if (const std::string error = Compare::WritePictures(*result.action, request.tolerance, *folder);
             !error.empty())
             return Fail(ExitStatus::NotWritten, error);
-    return result.FirstWrong() ? ExitStatus::Differed : ExitStatus::Done;
+    return result.IsEqual() ? ExitStatus::Done : ExitStatus::Differed;
 }
 
 ExitStatus Run(int argc, char** argv)

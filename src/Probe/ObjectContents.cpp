@@ -55,48 +55,6 @@ GLint LevelParameter(GLenum target, GLint level, GLenum name)
     return value;
 }
 
-/// A framebuffer that is bound for drawing while it lives.
-class TemporaryFramebuffer {
-public:
-    TemporaryFramebuffer() : m_bound(Core::KeepBound(GL(), GL().glBindFramebuffer, Core::DrawFramebuffer))
-    {
-        GL().glGenFramebuffers(1, &m_framebuffer);
-        GL().glBindFramebuffer(GL_DRAW_FRAMEBUFFER, m_framebuffer);
-    }
-    ~TemporaryFramebuffer()
-    {
-        m_bound = {};
-        GL().glDeleteFramebuffers(1, &m_framebuffer);
-    }
-    TemporaryFramebuffer(const TemporaryFramebuffer&) = delete;
-    TemporaryFramebuffer& operator=(const TemporaryFramebuffer&) = delete;
-
-    /// Which attachment takes the image tells what it is; GL_NONE where none does.
-    static GLenum Attach(GLuint texture, const TextureImage& image)
-    {
-        for (const GLenum attachment :
-             {GL_COLOR_ATTACHMENT0, GL_DEPTH_STENCIL_ATTACHMENT, GL_DEPTH_ATTACHMENT, GL_STENCIL_ATTACHMENT}) {
-            Attach(attachment, texture, image);
-            if (GL().glCheckFramebufferStatus(GL_DRAW_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE)
-                return attachment;
-            Attach(attachment, 0, image);
-        }
-        return GL_NONE;
-    }
-
-private:
-    static void Attach(GLenum attachment, GLuint texture, const TextureImage& image)
-    {
-        if (HasLayers(image.target))
-            GL().glFramebufferTextureLayer(GL_DRAW_FRAMEBUFFER, attachment, texture, image.level, image.layer);
-        else
-            GL().glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, attachment, image.target, texture, image.level);
-    }
-
-    Core::ScopedState m_bound;
-    GLuint m_framebuffer = 0;
-};
-
 } // namespace
 
 std::string TextureImage::Text() const
@@ -108,6 +66,37 @@ std::string TextureImage::Text() const
     else if (HasLayers(target))
         text += ", layer " + std::to_string(layer);
     return text;
+}
+
+TemporaryFramebuffer::TemporaryFramebuffer()
+    : m_bound(Core::KeepBound(GL(), GL().glBindFramebuffer, Core::DrawFramebuffer))
+{
+    GL().glGenFramebuffers(1, &m_framebuffer);
+    GL().glBindFramebuffer(GL_DRAW_FRAMEBUFFER, m_framebuffer);
+}
+
+TemporaryFramebuffer::~TemporaryFramebuffer()
+{
+    m_bound = {};
+    GL().glDeleteFramebuffers(1, &m_framebuffer);
+}
+
+unsigned int TemporaryFramebuffer::Attach(unsigned int texture, const TextureImage& image) const
+{
+    const auto attach = [&image](GLenum attachment, GLuint object) {
+        if (HasLayers(image.target))
+            GL().glFramebufferTextureLayer(GL_DRAW_FRAMEBUFFER, attachment, object, image.level, image.layer);
+        else
+            GL().glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, attachment, image.target, object, image.level);
+    };
+    for (const GLenum attachment :
+         {GL_COLOR_ATTACHMENT0, GL_DEPTH_STENCIL_ATTACHMENT, GL_DEPTH_ATTACHMENT, GL_STENCIL_ATTACHMENT}) {
+        attach(attachment, texture);
+        if (GL().glCheckFramebufferStatus(GL_DRAW_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE)
+            return attachment;
+        attach(attachment, 0);
+    }
+    return GL_NONE;
 }
 
 unsigned int FindTarget(unsigned int texture)
@@ -154,7 +143,7 @@ Contents ReadImage(unsigned int texture, const TextureImage& image)
         return {.problem = "the driver lacks functions of OpenGL ES 3"};
     Core::TakeErrors(GL());
     const TemporaryFramebuffer framebuffer;
-    const GLenum attachment = TemporaryFramebuffer::Attach(texture, image);
+    const GLenum attachment = framebuffer.Attach(texture, image);
     Core::TakeErrors(GL());
     Util::FramebufferReader reader;
     switch (attachment) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "Interfaces/GLState.h"
 #include "Probe/Contents.h"
 
 namespace Probe {
@@ -17,6 +18,22 @@ struct TextureImage {
 
     /// "level 2", "level 0, layer 3", "level 0, face +X".
     [[nodiscard]] std::string Text() const;
+};
+
+/// A framebuffer object that is bound for drawing while it lives.
+class TemporaryFramebuffer {
+public:
+    TemporaryFramebuffer();
+    ~TemporaryFramebuffer();
+    TemporaryFramebuffer(const TemporaryFramebuffer&) = delete;
+    TemporaryFramebuffer& operator=(const TemporaryFramebuffer&) = delete;
+
+    /// Attaches an image of a live texture. Which attachment takes it tells what it is; GL_NONE where none does.
+    [[nodiscard]] unsigned int Attach(unsigned int texture, const TextureImage& image) const;
+
+private:
+    Core::ScopedState m_bound;
+    unsigned int m_framebuffer = 0;
 };
 
 /// What a live texture is bound to; 0 for one that was never bound.

@@ -39,7 +39,7 @@ Json ToJson(const Input& input)
 
 } // namespace
 
-Service::Reply Service::Answer(const std::string& request)
+Service::Reply Service::Answer(const std::string& request, std::istream& input)
 {
     const nlohmann::json json = nlohmann::json::parse(request, nullptr, false);
     if (!json.is_object())
@@ -51,6 +51,8 @@ Service::Reply Service::Answer(const std::string& request)
         return Action();
     if (what == "pixels")
         return Pixels(json.value("index", std::size_t{0}));
+    if (what == "put")
+        return Put(json.value("index", std::size_t{0}), input);
     if (what == "inputs")
         return Inputs();
     if (what == "watch")
@@ -63,6 +65,7 @@ Service::Reply Service::Answer(const std::string& request)
 Service::Reply Service::Frame(std::uint32_t frame, bool wantsPictures)
 {
     m_contents.clear();
+    m_places.clear();
     auto stop = Replayer::Stop::FrameEnd;
     while (stop == Replayer::Stop::FrameEnd && m_replayer.Frames() < frame)
         stop = m_replayer.ToFrameEnd(wantsPictures && m_replayer.Frames() + 1 == frame);
@@ -87,6 +90,7 @@ Service::Reply Service::Frame(std::uint32_t frame, bool wantsPictures)
 Service::Reply Service::Action()
 {
     m_contents.clear();
+    m_places.clear();
     const Replayer::Stop stop = m_replayer.ToAction();
     Json json = {{"frame", m_replayer.Frames()}};
     Json answers = Json::array();
@@ -110,6 +114,7 @@ Service::Reply Service::Action()
         Json one = {{"what", target.what}, {"object", target.object}};
         one.update(ToJson(target.contents));
         targets.push_back(std::move(one));
+        m_places.push_back(target.place);
         m_contents.push_back(std::move(target.contents));
     }
     json["targets"] = std::move(targets);
@@ -124,6 +129,18 @@ Service::Reply Service::Pixels(std::size_t index) const
     Json json = ToJson(m_contents[index]);
     json["bytes"] = m_contents[index].data.size();
     return {json, m_contents[index].data};
+}
+
+/// As many bytes follow the request as the contents have that are replaced.
+Service::Reply Service::Put(std::size_t index, std::istream& input)
+{
+    if (index >= m_places.size())
+        return {{{"error", "the last action has " + std::to_string(m_places.size()) + " images, found index " +
+                               std::to_string(index)}}};
+    Contents contents = m_contents[index];
+    if (!input.read(reinterpret_cast<char*>(contents.data.data()), static_cast<std::streamsize>(contents.data.size())))
+        return {{{"error", "the bytes of the image are missing"}}};
+    return {{{"isSame", WriteTarget(m_places[index], contents)}}};
 }
 
 Service::Reply Service::Inputs()

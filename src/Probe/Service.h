@@ -1,6 +1,8 @@
 #pragma once
 
+#include <istream>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -20,12 +22,14 @@ public:
         std::vector<std::uint8_t> bytes = {};
     };
     /// A request that is not understood is answered with "error".
-    Reply Answer(const std::string& request);
+    /// Bytes that belong to the request are taken from `input`.
+    Reply Answer(const std::string& request, std::istream& input);
 
 private:
     Reply Frame(std::uint32_t frame, bool wantsPictures);
     Reply Action();
     Reply Pixels(std::size_t index) const;
+    Reply Put(std::size_t index, std::istream& input);
     Reply Inputs();
     Reply Watch(const nlohmann::json& request);
     Reply Changes() const;
@@ -33,6 +37,8 @@ private:
     Replayer& m_replayer;
     /// What the last answer told of, for "pixels".
     std::vector<Contents> m_contents;
+    /// And where that is, for "put": of the last action.
+    std::vector<Place> m_places;
 };
 
 } // namespace Probe

@@ -60,10 +60,10 @@ private:
         return kind == Data::ActionKind::Draw || kind == Data::ActionKind::Dispatch;
     }
 
-    void Add(std::string what, std::string object, Contents contents)
+    void Add(Place place, std::string what, std::string object, Contents contents)
     {
         if (!contents.data.empty() || !contents.problem.empty())
-            m_targets.push_back({std::move(what), std::move(object), std::move(contents)});
+            m_targets.push_back({place, std::move(what), std::move(object), std::move(contents)});
     }
 
     [[nodiscard]] std::string Text(const char* kind, Owner owner) const
@@ -78,10 +78,10 @@ private:
         Util::FramebufferReader reader;
         for (const GLenum buffer : reader.ColorBuffers()) {
             const std::string number = buffer == GL_BACK ? "" : " " + std::to_string(buffer - GL_COLOR_ATTACHMENT0);
-            Add("colour" + number, object, ToContents(reader.ReadColor(buffer)));
+            Add({Place::Kind::Color, buffer}, "colour" + number, object, ToContents(reader.ReadColor(buffer)));
         }
-        Add("depth", object, ToContents(reader.ReadDepth()));
-        Add("stencil", object, ToContents(reader.ReadStencil()));
+        Add({Place::Kind::Depth}, "depth", object, ToContents(reader.ReadDepth()));
+        Add({Place::Kind::Stencil}, "stencil", object, ToContents(reader.ReadStencil()));
     }
 
     void ReadTexture(Owner owner, GLenum target)
@@ -90,13 +90,15 @@ private:
             return;
         const GLuint texture = m_names.GetValueGLTexture(m_model.Object(owner).name);
         for (const TextureImage& image : ImagesOf(texture, target))
-            Add(image.Text(), Text("texture", owner), ReadImage(texture, image));
+            Add({Place::Kind::Image, 0, texture, image}, image.Text(), Text("texture", owner),
+                ReadImage(texture, image));
     }
 
     void ReadBufferOf(Owner owner)
     {
-        if (owner != 0)
-            Add("contents", Text("buffer", owner), ReadBuffer(m_names.GetValueGLBuffer(m_model.Object(owner).name)));
+        const GLuint buffer = owner != 0 ? m_names.GetValueGLBuffer(m_model.Object(owner).name) : 0;
+        if (buffer != 0)
+            Add({Place::Kind::Buffer, 0, buffer}, "contents", Text("buffer", owner), ReadBuffer(buffer));
     }
 
     void ReadCopy()
@@ -142,7 +144,8 @@ private:
         const GLuint texture = m_names.GetValueGLTexture(m_model.Object(owner).name);
         for (const TextureImage& image : ImagesOf(texture, FindTarget(texture)))
             if (image.level == level)
-                Add(image.Text(), Text("texture", owner), ReadImage(texture, image));
+                Add({Place::Kind::Image, 0, texture, image}, image.Text(), Text("texture", owner),
+                    ReadImage(texture, image));
     }
 
     static constexpr std::uint32_t MostBindings = 8;

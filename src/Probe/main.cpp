@@ -48,7 +48,7 @@ ExitStatus Serve(Probe::Replayer& replayer, std::FILE* output)
 {
     Probe::Service service(replayer);
     for (std::string request; std::getline(std::cin, request);) {
-        const Probe::Service::Reply reply = service.Answer(request);
+        const Probe::Service::Reply reply = service.Answer(request, std::cin);
         const std::string line = reply.json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
         if (std::fwrite(line.data(), 1, line.size(), output) != line.size() ||
             std::fwrite(reply.bytes.data(), 1, reply.bytes.size(), output) != reply.bytes.size() ||
