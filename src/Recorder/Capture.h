@@ -40,14 +40,14 @@ extern Capture capture;
 /// part of the capture at the end.
 class Capturing {
 public:
-    Capturing()
+    [[gnu::always_inline]] Capturing()
     {
         capture.lock.lock();
         m_stream = OwnStream();
         if (m_stream != nullptr)
             m_stream->BeginOrder();
     }
-    ~Capturing()
+    [[gnu::always_inline]] ~Capturing()
     {
         if (m_stream != nullptr)
             m_stream->EndOrder();

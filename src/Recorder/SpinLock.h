@@ -9,12 +9,12 @@ namespace Recorder {
 /// waited for in a signal handler. Works with std::lock_guard.
 class SpinLock {
 public:
-    void lock()
+    [[gnu::always_inline]] void lock()
     {
         if (m_held.exchange(true, std::memory_order_acquire)) [[unlikely]]
             Wait();
     }
-    void unlock() { m_held.store(false, std::memory_order_release); }
+    [[gnu::always_inline]] void unlock() { m_held.store(false, std::memory_order_release); }
 
 private:
     void Wait();

@@ -24,7 +24,7 @@ public:
     /// and the last 8 bytes are zeroed; the caller writes the rest from offset 8 on and calls End. Null when the record
     /// is larger than MaxChunkBytes allows or nothing can be written any more: the record is dropped and End must not
     /// be called.
-    [[nodiscard]] std::uint8_t* Begin(std::uint32_t id, std::uint64_t bytes)
+    [[nodiscard, gnu::always_inline]] std::uint8_t* Begin(std::uint32_t id, std::uint64_t bytes)
     {
         std::uint8_t* const at = Place(id, RoundUp8(bytes));
         m_ahead = nullptr;
@@ -76,13 +76,13 @@ protected:
     RecordWriter() = default;
 
     /// As Begin, for a record that does not end what goes with the next call. `bytes` is a multiple of 8.
-    std::uint8_t* Place(std::uint32_t id, std::uint64_t bytes)
+    [[gnu::always_inline]] std::uint8_t* Place(std::uint32_t id, std::uint64_t bytes)
     {
         if (bytes > static_cast<std::uint64_t>(m_end - m_at)) [[unlikely]]
             return PlaceElsewhere(id, bytes);
         return PlaceAt(m_at, id, bytes);
     }
-    static std::uint8_t* PlaceAt(std::uint8_t* at, std::uint32_t id, std::uint64_t bytes)
+    [[gnu::always_inline]] static std::uint8_t* PlaceAt(std::uint8_t* at, std::uint32_t id, std::uint64_t bytes)
     {
         const RecordHeader header{static_cast<std::uint32_t>(bytes), id};
         std::memset(at + bytes - sizeof header, 0, sizeof header);

@@ -106,11 +106,14 @@ private:
 /// In between it stands in the capture as the call that the thread is in. Contents of pointer arguments follow the
 /// values in the order in which they are added. False: there is no capture, the record is too large, or nothing can be
 /// written any more. A record that is not completed is no part of the capture.
+///
+/// What each call passes on its way is inlined by force, here and in the classes that this one uses: compilers hold it
+/// to be too large for hundreds of functions, and the sizes that it is called with are constants of theirs.
 class CallRecord {
 public:
     CallRecord() = default;
     /// `bytes` includes what goes in.
-    CallRecord(Data::CallId id, std::uint32_t fixedBytes, std::uint64_t bytes)
+    [[gnu::always_inline]] CallRecord(Data::CallId id, std::uint32_t fixedBytes, std::uint64_t bytes)
         : m_stream(OwnStream()), m_contents(fixedBytes)
     {
         if (m_stream == nullptr) [[unlikely]]
@@ -145,7 +148,7 @@ public:
         m_isOpen = true;
     }
     /// It came back, with `resultBytes` bytes of contents. False: they have no room.
-    [[nodiscard]] bool Return(std::uint64_t resultBytes)
+    [[nodiscard, gnu::always_inline]] bool Return(std::uint64_t resultBytes)
     {
         if (m_isOpen) {
             m_stream->Close();

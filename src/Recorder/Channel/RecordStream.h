@@ -22,7 +22,7 @@ public:
     /// Makes what was appended part of the capture. The capture's lock is held from BeginOrder on, in which more may be
     /// appended than the ring holds, to EndOrder.
     void BeginOrder() { m_isOrdered = true; }
-    void EndOrder()
+    [[gnu::always_inline]] void EndOrder()
     {
         Commit();
         m_isOrdered = false;
@@ -32,11 +32,11 @@ public:
     [[nodiscard]] std::uint8_t* Grow(std::uint8_t* record, std::uint64_t used, std::uint64_t bytes);
 
     /// The record that was begun is of a call that goes to the driver now: all but its results is there.
-    void Open() { m_control.open.store(Position(m_at) + 1, std::memory_order_release); }
+    [[gnu::always_inline]] void Open() { m_control.open.store(Position(m_at) + 1, std::memory_order_release); }
     /// The same for the last record that was committed.
     void OpenLast() { m_control.lastIsOpen.store(1, std::memory_order_release); }
     /// The driver has returned.
-    void Close() { m_control.open.store(0, std::memory_order_release); }
+    [[gnu::always_inline]] void Close() { m_control.open.store(0, std::memory_order_release); }
     void CloseLast() { m_control.lastIsOpen.store(0, std::memory_order_release); }
 
 private:
@@ -50,7 +50,7 @@ private:
     {
         return m_lap + static_cast<std::uint64_t>(at - m_ring);
     }
-    void Commit()
+    [[gnu::always_inline]] void Commit()
     {
         const std::uint64_t end = Position(m_at);
         if (end != m_committed)

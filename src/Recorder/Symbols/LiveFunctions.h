@@ -35,7 +35,7 @@ void OfferLive(Entry entry, void* function) noexcept;
 [[nodiscard]] void* ResolveLive(Entry entry) noexcept;
 
 /// The driver's function behind `entry`, as a `Function` pointer.
-template <class Function> [[nodiscard]] Function Live(Entry entry) noexcept
+template <class Function> [[nodiscard, gnu::always_inline]] inline Function Live(Entry entry) noexcept
 {
     void* function = liveFunctions[static_cast<std::size_t>(entry)].load(std::memory_order_relaxed);
     if (__builtin_expect(function == nullptr, 0))
