@@ -10,10 +10,11 @@
 
 #include "Interfaces/Util.h"
 #include "Tools/Info/EnumNames.h"
-#include "Tools/Info/Report/Pages.h"
 #include "Tools/Info/Report/Pictures.h"
 #include "Tools/Info/Report/ProgramReader.h"
+#include "Tools/Pages.h"
 #include "Util/OutputFile.h"
+#include "Util/Page.h"
 
 namespace Tools {
 
@@ -24,34 +25,6 @@ using Json = nlohmann::ordered_json;
 /// Of frames, and of textures: more are left out, so that a browser can show the page. The page is given one more, by
 /// which it knows that there are more.
 constexpr std::size_t MaxPictures = 200;
-
-/// The page's parts, by their names in it.
-std::string FillIn(std::string_view page, const std::vector<std::pair<std::string_view, std::string_view>>& parts)
-{
-    std::string text;
-    while (!page.empty()) {
-        const std::size_t begin = page.find("{{");
-        text += page.substr(0, begin);
-        if (begin == std::string_view::npos)
-            break;
-        const std::size_t end = page.find("}}", begin);
-        const std::string_view name = page.substr(begin + 2, end - begin - 2);
-        for (const auto& [part, content] : parts)
-            if (part == name)
-                text += content;
-        page.remove_prefix(end + 2);
-    }
-    return text;
-}
-
-/// No text in a JSON document may end the element of the page that it stands in.
-std::string EscapeForPage(const std::string& json)
-{
-    std::string text;
-    for (const char c : json)
-        text += c == '<' ? std::string("\\u003c") : std::string(1, c);
-    return text;
-}
 
 Json Programs(const std::string& captureFile)
 {
@@ -156,12 +129,12 @@ Util::Outcome WriteReport(const std::string& folder, const ReportInput& input)
                        {"textures", Textures(input.captureFile)},
                        {"maxPictures", MaxPictures}};
     input.progress("writing the page");
-    const std::string text = EscapeForPage(data.dump(-1, ' ', false, Json::error_handler_t::replace));
+    const std::string text = Util::JsonForPage(data.dump(-1, ' ', false, Json::error_handler_t::replace));
 
     if (!Util::Path::Exists(folder) && !Util::Path::CreateFolder(folder))
         return Util::Failure{Util::ExitStatus::NotWritten, folder + ": " + std::strerror(errno)};
-    std::string error =
-        Util::WriteWholeFile(folder + "/index.html", FillIn(Pages::page, {{"dygraph.min.css", Pages::dygraphStyle},
+    std::string error = Util::WriteWholeFile(folder + "/index.html",
+                                             Util::FillPage(Pages::page, {{"dygraph.min.css", Pages::dygraphStyle},
                                                                           {"dygraph.min.js", Pages::dygraph},
                                                                           {"report.css", Pages::style},
                                                                           {"report.js", Pages::script},
