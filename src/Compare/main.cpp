@@ -32,6 +32,7 @@ constexpr Util::Option Options[] = {
      "accept images, too, whose Butteraugli distance is at most this; people see no difference below 1", "Tolerance"},
     {"-o", "DIR", "write pictures of what was expected and found to this folder", "Results"},
     {"--json", "FILE", "write the result as JSON (to standard output if FILE is -)", "Results"},
+    {"--page", "FILE", "write a page that shows the result in a browser, whole in one file", "Results"},
     {"--quiet", "", "say nothing but what is wrong with the comparison itself", "Results"},
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},
@@ -112,6 +113,31 @@ std::string ReadRequest(const Util::CommandLine::Result& parsed, Compare::Reques
     return error;
 }
 
+/// Empty, or what could not be written.
+std::string WriteResults(const Compare::Result& result, const Compare::Request& request,
+                         const Util::ParseArgs::CmdLineArgs& args)
+{
+    const std::string* const json = args.FindValue("--json");
+    const std::string* const page = args.FindValue("--page");
+    const std::string* const folder = args.FindValue("-o");
+    const bool isJsonPrinted = json && *json == "-";
+    if (!args.HasSwitch("--quiet") && !isJsonPrinted)
+        Util::Print(Compare::ToText(result, request));
+    std::string error;
+    if (json) {
+        const std::string text = Compare::ToJson(result, request).dump(2) + "\n";
+        if (isJsonPrinted)
+            Util::Print(text);
+        else
+            error = Util::WriteWholeFile(*json, text);
+    }
+    if (page && error.empty())
+        error = Compare::WritePage(result, request, *page);
+    if (folder && result.action && error.empty())
+        error = Compare::WritePictures(*result.action, request.tolerance, *folder);
+    return error;
+}
+
 ExitStatus Compare(const Compare::Request& request, const Util::ParseArgs::CmdLineArgs& args)
 {
     Compare::Comparison comparison(request, ShowProgress);
@@ -124,20 +150,8 @@ ExitStatus Compare(const Compare::Request& request, const Util::ParseArgs::CmdLi
         return Fail(ExitStatus::NoDriver, request.capture +
                                               ": has no frame to compare; hashes of frames are recorded with "
                                               "playback-record --hash");
-    const std::string* const json = args.FindValue("--json");
-    if (!args.HasSwitch("--quiet") && !(json && *json == "-"))
-        Util::Print(Compare::ToText(result, request));
-    if (json) {
-        const std::string text = Compare::ToJson(result, request).dump(2) + "\n";
-        if (*json == "-")
-            Util::Print(text);
-        else if (const std::string error = Util::WriteWholeFile(*json, text); !error.empty())
-            return Fail(ExitStatus::NotWritten, error);
-    }
-    if (const std::string* const folder = args.FindValue("-o"); folder && result.action)
-        if (const std::string error = Compare::WritePictures(*result.action, request.tolerance, *folder);
-            !error.empty())
-            return Fail(ExitStatus::NotWritten, error);
+    if (const std::string error = WriteResults(result, request, args); !error.empty())
+        return Fail(ExitStatus::NotWritten, error);
     return result.IsEqual() ? ExitStatus::Done : ExitStatus::Differed;
 }
 

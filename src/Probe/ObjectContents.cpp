@@ -158,27 +158,39 @@ Contents ReadImage(unsigned int texture, const TextureImage& image)
     }
 }
 
+/// Through a copy: what maps a buffer may change it, and whoever follows the driver's buffers takes it so.
 Contents ReadBuffer(unsigned int buffer)
 {
     const auto& gl = GL();
-    if (!gl.glMapBufferRange || !gl.glGetBufferParameteri64v)
+    if (!gl.glMapBufferRange || !gl.glGetBufferParameteri64v || !gl.glCopyBufferSubData)
         return {.problem = "the driver lacks functions of OpenGL ES 3"};
     constexpr Core::BindingPoint CopyRead = {GL_COPY_READ_BUFFER, GL_COPY_READ_BUFFER_BINDING};
-    const auto bound = Core::BindScoped(gl, gl.glBindBuffer, CopyRead, buffer);
+    constexpr Core::BindingPoint CopyWrite = {GL_COPY_WRITE_BUFFER, GL_COPY_WRITE_BUFFER_BINDING};
     Core::TakeErrors(gl);
-    GLint64 bytes = 0;
-    gl.glGetBufferParameteri64v(GL_COPY_READ_BUFFER, GL_BUFFER_SIZE, &bytes);
-    if (bytes == 0)
-        return {.problem = "it is empty"};
-    // A buffer that the program has mapped cannot be mapped again.
-    const void* const mapped = gl.glMapBufferRange(GL_COPY_READ_BUFFER, 0, bytes, GL_MAP_READ_BIT);
-    if (!mapped) {
-        Core::TakeErrors(gl);
-        return {.problem = "it cannot be mapped"};
+    Contents contents;
+    GLuint copy = 0;
+    gl.glGenBuffers(1, &copy);
+    {
+        const auto source = Core::BindScoped(gl, gl.glBindBuffer, CopyRead, buffer);
+        const auto destination = Core::BindScoped(gl, gl.glBindBuffer, CopyWrite, copy);
+        GLint64 bytes = 0;
+        gl.glGetBufferParameteri64v(GL_COPY_READ_BUFFER, GL_BUFFER_SIZE, &bytes);
+        gl.glBufferData(GL_COPY_WRITE_BUFFER, static_cast<GLsizeiptr>(bytes), nullptr, GL_STREAM_READ);
+        gl.glCopyBufferSubData(GL_COPY_READ_BUFFER, GL_COPY_WRITE_BUFFER, 0, 0, static_cast<GLsizeiptr>(bytes));
+        const bool isCopied = bytes > 0 && Core::TakeErrors(gl) == 0;
+        const void* const mapped =
+            isCopied ? gl.glMapBufferRange(GL_COPY_WRITE_BUFFER, 0, static_cast<GLsizeiptr>(bytes), GL_MAP_READ_BIT)
+                     : nullptr;
+        if (mapped) {
+            const auto* const begin = static_cast<const std::uint8_t*>(mapped);
+            contents = {"bytes", static_cast<std::uint32_t>(bytes), 1, {begin, begin + bytes}, {}};
+            gl.glUnmapBuffer(GL_COPY_WRITE_BUFFER);
+        } else {
+            contents.problem = bytes == 0 ? "it is empty" : "it cannot be copied, since the program has it mapped";
+        }
     }
-    const auto* const begin = static_cast<const std::uint8_t*>(mapped);
-    Contents contents = {"bytes", static_cast<std::uint32_t>(bytes), 1, {begin, begin + bytes}, {}};
-    gl.glUnmapBuffer(GL_COPY_READ_BUFFER);
+    gl.glDeleteBuffers(1, &copy);
+    Core::TakeErrors(gl);
     return contents;
 }
 

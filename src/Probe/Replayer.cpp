@@ -58,9 +58,10 @@ Replayer::Stop Replayer::ToFrameEnd(bool wantsPictures)
 Replayer::Stop Replayer::ToAction()
 {
     m_answers.clear();
-    m_isStepping = true;
+    m_pictures.clear();
+    m_isStepping = m_wantsPictures = true;
     const Stop stop = Run(true);
-    m_isStepping = false;
+    m_isStepping = m_wantsPictures = false;
     return stop;
 }
 

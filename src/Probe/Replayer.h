@@ -77,7 +77,7 @@ public:
     /// Whole frames that were replayed.
     [[nodiscard]] std::uint32_t Frames() const { return m_frames; }
     [[nodiscard]] std::uint32_t FrameCount() const { return m_source->FrameCount(); }
-    /// Of the last ToFrameEnd.
+    /// Of the last ToFrameEnd, or since the last action.
     [[nodiscard]] std::vector<Picture>& Pictures() { return m_pictures; }
     /// Of the last ToAction.
     [[nodiscard]] const PlayedAction& Action() const { return m_action; }

@@ -72,8 +72,13 @@ Service::Reply Service::Frame(std::uint32_t frame, bool wantsPictures)
     Json json = {{"frame", m_replayer.Frames()}, {"frames", m_replayer.FrameCount()}};
     if (stop == Replayer::Stop::End)
         json["end"] = true;
-    if (!wantsPictures)
-        return {json};
+    if (wantsPictures)
+        json["pictures"] = TakePictures();
+    return {json};
+}
+
+Json Service::TakePictures()
+{
     Json pictures = Json::array();
     for (Picture& picture : m_replayer.Pictures()) {
         Json one = {{"object", picture.object}};
@@ -83,8 +88,7 @@ Service::Reply Service::Frame(std::uint32_t frame, bool wantsPictures)
         pictures.push_back(std::move(one));
         m_contents.push_back(std::move(picture.contents));
     }
-    json["pictures"] = std::move(pictures);
-    return {json};
+    return pictures;
 }
 
 Service::Reply Service::Action()
@@ -103,6 +107,7 @@ Service::Reply Service::Action()
     if (stop != Replayer::Stop::Action) {
         json[stop == Replayer::Stop::End ? "end" : "frameEnd"] = true;
         json["answers"] = std::move(answers);
+        json["pictures"] = TakePictures();
         return {json};
     }
     const PlayedAction& action = m_replayer.Action();

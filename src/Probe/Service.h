@@ -27,6 +27,7 @@ public:
 
 private:
     Reply Frame(std::uint32_t frame, bool wantsPictures);
+    nlohmann::ordered_json TakePictures();
     Reply Action();
     Reply Pixels(std::size_t index) const;
     Reply Put(std::size_t index, std::istream& input);
