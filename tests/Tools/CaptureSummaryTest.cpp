@@ -126,7 +126,8 @@ TEST_F(CaptureSummaryTest, EachRecordIsALineOfText)
     EXPECT_THAT(List({.frames = {1, 1}, .calls = "glDraw*,*Clear"}), ::testing::SizeIs(2));
     EXPECT_THAT(List({.notation = Notation::Full, .calls = "glShaderSource"}),
                 ElementsAre(HasSubstr("\"" + std::string(100, 'x') + "\"")));
-    EXPECT_THAT(List({.frames = {.first = 2}, .calls = "glDraw*,*Clear"}), ElementsAre("2:1#0.1 t1 c7 glClear(mask=0x0)"));
+    EXPECT_THAT(List({.frames = {.first = 2}, .calls = "glDraw*,*Clear"}),
+                ElementsAre("2:1#0.1 t1 c7 glClear(mask=0x0)"));
 
     const std::vector<std::string> json = List({.notation = Notation::Json, .frames = {1, 1}, .calls = "gl[GSUB]*"});
     std::vector<nlohmann::json> arguments;
