@@ -35,7 +35,7 @@ UniformType DescribeType(GLenum type)
 {
     using enum UniformType::Base;
     // Those that are not listed are samplers and images of buffers and the like, whose value is a unit.
-    static const std::map<GLenum, UniformType> Types = {
+    static const std::map<GLenum, UniformType> types = {
         {GL_FLOAT, {Float, 1}},
         {GL_FLOAT_VEC2, {Float, 2}},
         {GL_FLOAT_VEC3, {Float, 3}},
@@ -80,8 +80,8 @@ UniformType DescribeType(GLenum type)
         {GL_SAMPLER_2D_MULTISAMPLE, {Sampler, 1, GL_TEXTURE_2D_MULTISAMPLE}},
         {GL_SAMPLER_2D_MULTISAMPLE_ARRAY, {Sampler, 1, GL_TEXTURE_2D_MULTISAMPLE_ARRAY}},
     };
-    const auto entry = Types.find(type);
-    return entry != Types.end() ? entry->second : UniformType{Sampler, 1, 0};
+    const auto entry = types.find(type);
+    return entry != types.end() ? entry->second : UniformType{Sampler, 1, 0};
 }
 
 GLint ProgramParameter(GLuint program, GLenum name)
