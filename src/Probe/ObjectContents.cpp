@@ -1,9 +1,12 @@
 #include "Probe/ObjectContents.h"
 
+#include <optional>
+
 #include <GLES3/gl32.h>
 
 #include "Interfaces/Core.h"
 #include "Interfaces/GLFramebuffers.h"
+#include "Probe/SampledImage.h"
 
 namespace Probe {
 
@@ -27,7 +30,15 @@ bool HasLayers(GLenum target)
            target == GL_TEXTURE_2D_MULTISAMPLE_ARRAY;
 }
 
-/// What a texture of a target is bound to, and how that is asked.
+GLint LevelParameter(GLenum target, GLint level, GLenum name)
+{
+    GLint value = 0;
+    GL().glGetTexLevelParameteriv(target, level, name, &value);
+    return value;
+}
+
+} // namespace
+
 Core::BindingPoint BindingOf(GLenum target)
 {
     switch (target) {
@@ -47,15 +58,6 @@ Core::BindingPoint BindingOf(GLenum target)
         return {GL_TEXTURE_CUBE_MAP, GL_TEXTURE_BINDING_CUBE_MAP};
     }
 }
-
-GLint LevelParameter(GLenum target, GLint level, GLenum name)
-{
-    GLint value = 0;
-    GL().glGetTexLevelParameteriv(target, level, name, &value);
-    return value;
-}
-
-} // namespace
 
 std::string TextureImage::Text() const
 {
@@ -142,13 +144,15 @@ Contents ReadImage(unsigned int texture, const TextureImage& image)
     if (!GL().glFramebufferTextureLayer || !GL().glBlitFramebuffer)
         return {.problem = "the driver lacks functions of OpenGL ES 3"};
     Core::TakeErrors(GL());
-    const TemporaryFramebuffer framebuffer;
-    const GLenum attachment = framebuffer.Attach(texture, image);
+    std::optional<TemporaryFramebuffer> framebuffer(std::in_place);
+    const GLenum attachment = framebuffer->Attach(texture, image);
     Core::TakeErrors(GL());
+    if (attachment == GL_NONE) {
+        framebuffer.reset();
+        return ReadSampled(texture, image);
+    }
     Util::FramebufferReader reader;
     switch (attachment) {
-    case GL_NONE:
-        return {.problem = "images of its format cannot be attached to a framebuffer"};
     case GL_COLOR_ATTACHMENT0:
         return ToContents(reader.ReadColor());
     case GL_STENCIL_ATTACHMENT:

@@ -36,6 +36,9 @@ private:
     unsigned int m_framebuffer = 0;
 };
 
+/// What a texture of a target, or a face of a cube map, is bound to, and how that is asked.
+[[nodiscard]] Core::BindingPoint BindingOf(unsigned int target);
+
 /// What a live texture is bound to; 0 for one that was never bound.
 unsigned int FindTarget(unsigned int texture);
 
@@ -43,7 +46,7 @@ unsigned int FindTarget(unsigned int texture);
 /// textures are bound to.
 std::vector<TextureImage> ImagesOf(unsigned int texture, unsigned int target);
 
-/// Reads an image. All GL state is put back; pending errors are lost.
+/// Reads an image, by drawing it where no framebuffer takes it. All GL state is put back; pending errors are lost.
 Contents ReadImage(unsigned int texture, const TextureImage& image);
 
 /// Reads a live buffer from its start, all of it.

@@ -4,7 +4,7 @@
 
 #include "Data/Records/Actions.h"
 #include "Interfaces/Core.h"
-#include "Interfaces/GLState.h"
+#include "Interfaces/GLFramebuffers.h"
 #include "Probe/ObjectContents.h"
 
 namespace Probe {
@@ -78,10 +78,28 @@ private:
         Util::FramebufferReader reader;
         for (const GLenum buffer : reader.ColorBuffers()) {
             const std::string number = buffer == GL_BACK ? "" : " " + std::to_string(buffer - GL_COLOR_ATTACHMENT0);
-            Add({Place::Kind::Color, buffer}, "colour" + number, object, ToContents(reader.ReadColor(buffer)));
+            if (name == 0 || !ReadLayers(buffer, "colour" + number, object))
+                Add({Place::Kind::Color, buffer}, "colour" + number, object, ToContents(reader.ReadColor(buffer)));
         }
         Add({Place::Kind::Depth}, "depth", object, ToContents(reader.ReadDepth()));
         Add({Place::Kind::Stencil}, "stencil", object, ToContents(reader.ReadStencil()));
+    }
+
+    /// All layers of an attachment that has more than one. False for other ones.
+    bool ReadLayers(GLenum attachment, const std::string& what, const std::string& object)
+    {
+        const auto ask = [attachment](GLenum name) {
+            return Core::GetAttachment(GL(), GL_DRAW_FRAMEBUFFER, attachment, name);
+        };
+        if (Core::GetVersion(GL()) < 32 || ask(GL_FRAMEBUFFER_ATTACHMENT_LAYERED) == 0)
+            return false;
+        const auto texture = static_cast<GLuint>(ask(GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME));
+        const GLint level = ask(GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LEVEL);
+        for (const TextureImage& image : ImagesOf(texture, FindTarget(texture)))
+            if (image.level == level)
+                Add({Place::Kind::Image, 0, texture, image}, what + ", " + image.Text(), object,
+                    ReadImage(texture, image));
+        return true;
     }
 
     void ReadTexture(Owner owner, GLenum target)
