@@ -38,9 +38,9 @@ template <class List, class Text> void AddList(std::string& text, const char* he
 
 std::string AnswerText(const AnswerDifference& answer)
 {
-    const auto or_ = [&](const std::string& live) { return live.empty() ? answer.recorded : live; };
+    const auto orRecorded = [&](const std::string& live) { return live.empty() ? answer.recorded : live; };
     return answer.place.Text() + ", " + answer.parameter + ": recorded " + answer.recorded + ", expected " +
-           or_(answer.expected) + ", found " + or_(answer.found);
+           orRecorded(answer.expected) + ", found " + orRecorded(answer.found);
 }
 
 std::string StateText(const Tools::StateDifference& difference)

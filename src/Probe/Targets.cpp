@@ -140,7 +140,7 @@ private:
         }
     }
 
-    /// Storage and counter buffers, and images that may be written.
+    /// Storage and counter buffers, those of a transform feedback, and images that may be written.
     void ReadShaderOutputs()
     {
         if (Core::GetVersion(GL()) < 31)
@@ -148,6 +148,7 @@ private:
         for (const GLenum target : {GL_SHADER_STORAGE_BUFFER, GL_ATOMIC_COUNTER_BUFFER})
             for (std::uint32_t i = 0; i < MostBindings; ++i)
                 ReadBufferOf(m_model.Bound(State::IndexedBuffer, target, i));
+        ReadFeedback();
         for (std::uint32_t unit = 0; unit < MostBindings; ++unit) {
             const Owner texture = m_model.Bound(State::ImageTexture, unit);
             const Owner context = m_model.Context().owner;
@@ -155,6 +156,20 @@ private:
             if (texture != 0 && m_model.Word(context, State::ImageTexture, unit, 0, Access) != GL_READ_ONLY)
                 ReadImageUnit(texture, static_cast<int>(m_model.Word(context, State::ImageTexture, unit, 0, 1)));
         }
+    }
+
+    void ReadFeedback()
+    {
+        if (Core::GetInteger(GL(), GL_TRANSFORM_FEEDBACK_ACTIVE) == 0)
+            return;
+        const bool isPaused = Core::GetInteger(GL(), GL_TRANSFORM_FEEDBACK_PAUSED) != 0;
+        // Its buffers are not to be read while it writes.
+        if (!isPaused)
+            GL().glPauseTransformFeedback();
+        for (std::uint32_t i = 0; i < MostBindings; ++i)
+            ReadBufferOf(m_model.BoundAt(m_model.BoundTransformFeedback(), State::FeedbackBuffer, i));
+        if (!isPaused)
+            GL().glResumeTransformFeedback();
     }
 
     void ReadImageUnit(Owner owner, int level)
