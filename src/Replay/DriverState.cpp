@@ -3,6 +3,7 @@
 #include <memory>
 #include <unordered_map>
 
+#include "Replay/ContextListener.h"
 #include "Replay/DriverContext.h"
 
 namespace Replay {
@@ -15,6 +16,7 @@ namespace {
 Core::GLESProcTable driverGLES = {};
 Core::GLESExtProcTable driverGLESExt = {};
 decltype(Core::EGLProcTable::eglCreateContext) driverCreateContext = nullptr;
+decltype(Core::EGLProcTable::eglDestroyContext) driverDestroyContext = nullptr;
 decltype(Core::EGLProcTable::eglMakeCurrent) driverMakeCurrent = nullptr;
 decltype(Core::EGLProcTable::eglReleaseThread) driverReleaseThread = nullptr;
 
@@ -23,6 +25,7 @@ decltype(Core::EGLProcTable::eglReleaseThread) driverReleaseThread = nullptr;
 std::unordered_map<EGLContext, std::unique_ptr<DriverContext>>* contexts = nullptr;
 DriverContext* current = nullptr;
 Data::ContextState* currentState = nullptr;
+ContextListener* contextListener = nullptr;
 
 /// Puts `follow` into a table, and keeps the function that was there.
 template <class Function> void Follow(Function& entry, Function& driver, Function follow)
@@ -72,14 +75,25 @@ EGLContext EGLAPIENTRY CreateContext(EGLDisplay display, EGLConfig config, EGLCo
 
 EGLBoolean EGLAPIENTRY MakeCurrent(EGLDisplay display, EGLSurface draw, EGLSurface read, EGLContext context)
 {
+    if (contextListener)
+        contextListener->BeforeSwitch(context);
     const EGLBoolean result = driverMakeCurrent(display, draw, read, context);
     if (result == EGL_TRUE)
         SetCurrent(context);
     return result;
 }
 
+EGLBoolean EGLAPIENTRY DestroyContext(EGLDisplay display, EGLContext context)
+{
+    if (contextListener)
+        contextListener->BeforeDestroy(context);
+    return driverDestroyContext(display, context);
+}
+
 EGLBoolean EGLAPIENTRY ReleaseThread()
 {
+    if (contextListener)
+        contextListener->BeforeSwitch(EGL_NO_CONTEXT);
     const EGLBoolean result = driverReleaseThread();
     SetCurrent(EGL_NO_CONTEXT);
     return result;
@@ -101,6 +115,7 @@ DriverState::DriverState()
 {
     contexts = new std::unordered_map<EGLContext, std::unique_ptr<DriverContext>>;
     FollowEGL(&Core::EGLProcTable::eglCreateContext, driverCreateContext, CreateContext);
+    FollowEGL(&Core::EGLProcTable::eglDestroyContext, driverDestroyContext, DestroyContext);
     FollowEGL(&Core::EGLProcTable::eglMakeCurrent, driverMakeCurrent, MakeCurrent);
     FollowEGL(&Core::EGLProcTable::eglReleaseThread, driverReleaseThread, ReleaseThread);
     Core::KHRLayer::AdaptGLESTables(AdaptTables);
@@ -111,11 +126,17 @@ DriverState::~DriverState()
     SetCurrent(EGL_NO_CONTEXT);
     delete contexts;
     contexts = nullptr;
+    contextListener = nullptr;
 }
 
 Data::ContextState* const* DriverState::Current()
 {
     return &currentState;
+}
+
+void DriverState::SetListener(ContextListener* listener)
+{
+    contextListener = listener;
 }
 
 } // namespace Replay

@@ -6,6 +6,8 @@ class ContextState;
 
 namespace Replay {
 
+class ContextListener;
+
 /// Follows what each context of the driver has bound, in the driver's own names and locations, from the calls that
 /// really reach it. A capture can hold anything: names given twice, calls that fail here, locations that differ. What
 /// it says and what the driver has then are two things, and whether a pointer is an address or an offset must be asked
@@ -22,6 +24,8 @@ public:
 
     /// Where the state of the current context is found: null without a context.
     [[nodiscard]] static Data::ContextState* const* Current();
+    /// Tells `listener` of each switch between contexts and of the end of each; null for nobody. Not owned.
+    static void SetListener(ContextListener* listener);
 };
 
 } // namespace Replay

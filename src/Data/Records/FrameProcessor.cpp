@@ -124,14 +124,16 @@ inline void FrameProcessor::ProcessCall(std::uint32_t id)
     ++position.call;
     if (m_isThreadLeftOut) [[unlikely]] {
         ++m_callsLeftOut;
+        if (m_watcher)
+            m_watcher->CallLeftOut(static_cast<CallId>(m_known[id]));
         return;
     }
     ++m_callCounts[id];
     m_callAtWork.store(std::uint64_t{id} << 32 | position.call, std::memory_order_relaxed);
-    if (m_callTimes.empty()) [[likely]]
+    if (!m_isWatched) [[likely]]
         m_calls.Decode(static_cast<CallId>(m_known[id]), m_cursor.Record());
     else
-        ProcessTimedCall(id);
+        ProcessWatchedCall(id);
 }
 
 bool FrameProcessor::ProcessChunk(std::uint8_t* bytes, std::uint32_t count)
@@ -147,10 +149,24 @@ bool FrameProcessor::ProcessChunk(std::uint8_t* bytes, std::uint32_t count)
     return hasFrame;
 }
 
-void FrameProcessor::ProcessTimedCall(std::uint32_t id)
+void FrameProcessor::ProcessWatchedCall(std::uint32_t id)
 {
+    if (m_watcher)
+        m_watcher->BeforeCall(CallArguments(static_cast<CallId>(m_known[id]), m_cursor));
+    TimeCall(id);
+    if (m_watcher)
+        m_watcher->AfterCall();
+}
+
+void FrameProcessor::TimeCall(std::uint32_t id)
+{
+    const auto call = static_cast<CallId>(m_known[id]);
+    if (m_callTimes.empty()) {
+        m_calls.Decode(call, m_cursor.Record());
+        return;
+    }
     const std::uint64_t start = ThreadNanoseconds();
-    m_calls.Decode(static_cast<CallId>(m_known[id]), m_cursor.Record());
+    m_calls.Decode(call, m_cursor.Record());
     m_callTimes[id] += ThreadNanoseconds() - start;
 }
 

@@ -8,6 +8,7 @@
 #include "Data/Capture/CaptureSource.h"
 #include "Data/Capture/ChunkQueue.h"
 #include "Data/Records/CallDecoder.h"
+#include "Data/Records/CallWatcher.h"
 #include "Data/Records/MetaDecoder.h"
 #include "Data/Records/ProgramEnd.h"
 #include "Data/Records/RecordCursor.h"
@@ -32,7 +33,17 @@ public:
     /// empty unless it is taken.
     [[nodiscard]] const std::vector<std::uint64_t>& CallTimes() const { return m_callTimes; }
     /// From now on the time of each call is taken, which makes replay slower.
-    void TimeCalls() { m_callTimes.resize(m_callCounts.size()); }
+    void TimeCalls()
+    {
+        m_callTimes.resize(m_callCounts.size());
+        m_isWatched = true;
+    }
+    /// Tells `watcher`, which outlives the replay, of each call from now on.
+    void SetCallWatcher(CallWatcher* watcher)
+    {
+        m_watcher = watcher;
+        m_isWatched = true;
+    }
     /// Calls that were replayed so far.
     [[nodiscard]] std::uint64_t CallCount() const;
     /// The call that is replayed, or was last: its number in the file's call table, and its place in the frame from 1;
@@ -70,7 +81,8 @@ private:
     enum class Stop { FrameEnd, ChunkEnd, Damage };
     Stop ProcessRecords();
     void ProcessCall(std::uint32_t id);
-    void ProcessTimedCall(std::uint32_t id);
+    void ProcessWatchedCall(std::uint32_t id);
+    void TimeCall(std::uint32_t id);
     void EndFrame();
     bool IsStateBlock();
     void ProcessBuiltIn();
@@ -98,6 +110,10 @@ private:
     std::vector<std::uint32_t> m_known;
     std::vector<std::uint64_t> m_callCounts;
     std::vector<std::uint64_t> m_callTimes;
+    /// Null for none.
+    CallWatcher* m_watcher = nullptr;
+    /// Somebody takes the time of calls, or watches them.
+    bool m_isWatched = false;
     std::uint64_t m_callsInFrames = 0;
     /// By the thread filter.
     std::uint64_t m_callsLeftOut = 0;
