@@ -21,8 +21,9 @@ WORDS = {
     "pace": "recorded",
     "perdrawscreenshotsfilter": "rtv dsv uav all",
     "screenshotformat": "bmp png dds",
+    "timegpu": "frames passes draws",
 }
-FILES = {"results": "*.json", "json": "*.json", "o": "*.glcap"}
+FILES = {"results": "*.json", "json": "*.json", "csv": "*.csv", "o": "*.glcap"}
 CAPTURES = "*.glcap"
 # What playback-record ctl takes.
 CONTROLS = "start stop snapshot status --pid --help"

@@ -25,6 +25,11 @@ Session::Session(Options options)
       m_measurements(m_options.measuredFrames), m_timer(m_options.framesInFlight, m_measurements, m_telling),
       m_watchdog([this](const std::string& why) { EndNow(why); }), m_verification(&m_timer), m_pace(m_options.pace)
 {
+    if (m_options.gpuSpans) {
+        m_gpuTimes = GpuTimes{*m_options.gpuSpans, {}, {}};
+        m_gpuTimer.emplace(*m_gpuTimes, m_telling);
+        m_timer.SetGpuTimer(&*m_gpuTimer);
+    }
 }
 
 Session::~Session() = default;
@@ -168,6 +173,8 @@ void Session::CreateEngine()
     m_engine =
         std::make_unique<Engine>(*m_capture, Engine::Output{m_output.WindowManager(), m_output.CreateSurfaceFactory()},
                                  m_options.verify ? &m_verification : nullptr, m_screenshots.get());
+    if (m_gpuTimer)
+        m_gpuTimer->Attach(*m_capture);
 }
 
 Util::Outcome Session::Replay()
@@ -240,6 +247,8 @@ Util::Outcome Session::ReplayPass()
         UpdateStatus();
     }
     m_timer.Drain();
+    if (m_gpuTimer)
+        m_gpuTimer->Drain();
     return failure;
 }
 
@@ -254,6 +263,8 @@ Util::Outcome Session::ReplayFrame()
     // The way to the loop was compared in the first pass.
     m_verification.frames.Switch(!isOnTheWay);
     const std::uint64_t before = m_capture->CallCount();
+    if (m_gpuTimer)
+        m_gpuTimer->BeginFrame(m_report.passes, frame, !isOnTheWay && m_options.measuredFrames.Contains(frame));
     {
         const Telling::InDriver inDriver(&m_telling);
         m_timer.SetDoing(nullptr);
@@ -269,6 +280,8 @@ Util::Outcome Session::ReplayFrame()
         m_report.frames += isWhole ? 1 : 0;
         m_report.calls += calls;
     }
+    if (m_gpuTimer)
+        m_gpuTimer->EndFrame(isWhole);
     m_timer.EndFrame(isOnTheWay ? FrameTimer::Account::None
                      : isWhole  ? FrameTimer::Account::Frames
                                 : FrameTimer::Account::Rest,

@@ -11,6 +11,7 @@
 #include "Host/Results/Measurements.h"
 #include "Host/Results/Report.h"
 #include "Host/Timing/FrameTimer.h"
+#include "Host/Timing/GpuTimer.h"
 #include "Host/Timing/Pace.h"
 #include "Host/Timing/Telling.h"
 #include "Host/Timing/Watchdog.h"
@@ -103,6 +104,9 @@ private:
     Telling m_telling;
     Measurements m_measurements;
     FrameTimer m_timer;
+    /// What -timegpu asks for.
+    std::optional<GpuTimes> m_gpuTimes;
+    std::optional<GpuTimer> m_gpuTimer;
     Report m_report;
     /// What there is to tell was told.
     bool m_isTold = false;

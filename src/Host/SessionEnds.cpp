@@ -114,7 +114,8 @@ Util::ExitStatus Session::Summarise()
             std::to_string(m_capture->GetFrameCount()) + ": " + m_report.stopReason + ".");
     }
     NoteMissingDraws();
-    for (const std::string& line : SummaryLines(m_report, m_measurements))
+    const GpuTimes* const gpu = m_gpuTimes ? &*m_gpuTimes : nullptr;
+    for (const std::string& line : SummaryLines(m_report, m_measurements, gpu))
         Say(line);
     bool isWritten = m_report.missingPictures == 0;
     const auto failToWrite = [&](const std::string& error) {
@@ -129,7 +130,11 @@ Util::ExitStatus Session::Summarise()
             Say(Statistics::Report(m_options.statisticsFile));
     }
     if (!m_options.jsonFile.empty()) {
-        if (const std::string error = WriteJson(m_options.jsonFile, m_report, m_measurements); !error.empty())
+        if (const std::string error = WriteJson(m_options.jsonFile, m_report, m_measurements, gpu); !error.empty())
+            failToWrite(error);
+    }
+    if (!m_options.csvFile.empty()) {
+        if (const std::string error = WriteCsv(m_options.csvFile, m_measurements, gpu); !error.empty())
             failToWrite(error);
     }
     if (!isWritten)

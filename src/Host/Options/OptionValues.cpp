@@ -138,6 +138,15 @@ std::optional<double> PositiveNumber(const std::string& text)
     return isNumber && value > 0 && value <= LargestNumber ? std::optional(value) : std::nullopt;
 }
 
+std::optional<GpuSpans> ParseGpuSpans(std::string_view value)
+{
+    if (value == "frames")
+        return GpuSpans::Frames;
+    if (value == "passes")
+        return GpuSpans::RenderPasses;
+    return value == "draws" ? std::optional(GpuSpans::Actions) : std::nullopt;
+}
+
 std::string ValueFault(std::string_view name, std::string_view placeholder, const std::string& value)
 {
     if (placeholder == "N")
@@ -146,6 +155,8 @@ std::string ValueFault(std::string_view name, std::string_view placeholder, cons
         return Util::ParseFrameRange(value) ? "" : "needs frames A-B, A from 1 and B not below A; or A- or A";
     if (name == "-framerate" || name == "-timelimit")
         return PositiveNumber(value) ? "" : "needs a number above 0";
+    if (name == "-timegpu")
+        return ParseGpuSpans(value) ? "" : "needs frames, passes or draws";
     if (name == "-pace")
         return value == "recorded" ? "" : "needs recorded";
     if (name == "-config")

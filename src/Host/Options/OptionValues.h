@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "Host/Results/GpuTimes.h"
 #include "Interfaces/Util.h"
 
 namespace Host {
@@ -12,6 +13,9 @@ namespace Host {
 std::optional<int> WholeNumber(std::string_view text);
 /// A number above 0 and not beyond all use; nothing for other text.
 std::optional<double> PositiveNumber(const std::string& text);
+
+/// The value of -timegpu; nothing for another one.
+std::optional<GpuSpans> ParseGpuSpans(std::string_view value);
 
 /// What is wrong with an option's value, as the end of a sentence; empty when it is fine. The engine takes what it
 /// cannot read for something else, with a note or without; nobody wants a replay of that. `placeholder` is that of the

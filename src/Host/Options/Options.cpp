@@ -35,8 +35,15 @@ constexpr Util::Option OwnOptions[] = {
     {"-check", "", "only say what the capture needs and this driver lacks; status 1 if there is anything", "Results"},
     {"-timecalls", "", "add the CPU time of each function to the results of -json, which slows the replay down",
      "Results"},
+    {"-timegpu", "WHAT",
+     "take the time of the GPU, of frames, passes (runs of draws, clears and the like to one framebuffer) or draws, by "
+     "timer queries; draws finishes each one before the next, so that a tile-based driver tells them apart",
+     "Results"},
     {"-json", "FILE",
      "write the results as JSON (to standard output if FILE is -): the summary, and the time and calls of each frame",
+     "Results"},
+    {"-csv", "FILE",
+     "write a table (to standard output if FILE is -) of what was measured: each frame, or pass or draw of -timegpu",
      "Results"},
     {"-statsdir", "DIR", "folder for the reports of -stats, created if missing (default: the capture's folder)",
      "Results"},
@@ -117,6 +124,8 @@ void ReadTimes(const Util::ParseArgs::CmdLineArgs& args, Options& options)
         options.swapInterval = WholeNumber(*interval);
     options.timeCalls = args.HasSwitch("-timecalls");
     options.takesTurns = args.HasSwitch("-turns");
+    if (const std::string* what = args.FindValue("-timegpu"))
+        options.gpuSpans = ParseGpuSpans(*what);
 }
 
 /// A list of frames does not stay among the arguments.
@@ -158,6 +167,8 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
         options.statisticsFile = *folder + "/" + Util::Path::GetFilePart(options.captureFile);
     if (const std::string* file = args.FindValue("-json"))
         options.jsonFile = *file;
+    if (const std::string* file = args.FindValue("-csv"))
+        options.csvFile = *file;
     ReadTimes(args, options);
     ReadScreenshots(args, options);
     options.check = args.HasSwitch("-check");

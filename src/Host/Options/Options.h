@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Host/Options/ScreenshotChoice.h"
+#include "Host/Results/GpuTimes.h"
 #include "Host/Results/Measurements.h"
 #include "Host/Timing/Pace.h"
 #include "Interfaces/Util.h"
@@ -31,8 +32,12 @@ struct Options {
     bool timeCalls = false;
     /// Passes begin when standard input says so.
     bool takesTurns = false;
+    /// Nothing where no time of the GPU is asked for.
+    std::optional<GpuSpans> gpuSpans;
     /// File for the results as JSON, "-" for standard output; empty for none.
     std::string jsonFile;
+    /// The same for a table.
+    std::string csvFile;
     FrameRange measuredFrames;
     Pace pace;
     std::optional<std::chrono::duration<double>> timeLimit;

@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "Host/Results/GpuTimesText.h"
 #include "Util/OutputFile.h"
 #include "Util/Spelling.h"
 
@@ -69,8 +70,17 @@ Json PictureJson(const FrameVerifier::Picture& picture)
     return {{"width", picture.width}, {"height", picture.height}, {"hash", picture.hash ? Json(hash) : Json()}};
 }
 
+/// "-" is standard output. Returns the reason of a failure; empty on success.
+std::string Write(const std::string& path, const std::string& text)
+{
+    if (path != "-")
+        return Util::WriteWholeFile(path, text);
+    Util::Print(text);
+    return Util::CloseStandardOutput();
+}
+
 /// What belongs to single frames, each with its pass.
-void AddFrames(Json& json, const Report& report, const Measurements& measurements)
+void AddFrames(Json& json, const Report& report, const Measurements& measurements, const GpuTimes* gpu)
 {
     json["differences"] = Json::array();
     for (const FrameVerifier::Difference& frame : report.differences) {
@@ -85,16 +95,22 @@ void AddFrames(Json& json, const Report& report, const Measurements& measurement
     for (const auto& [pass, frame, file] : report.screenshots)
         json["screenshots"].push_back({{"pass", pass}, {"frame", frame}, {"file", file}});
     json["measured"] = Json::array();
+    const GpuTimes::FrameSums gpuMs = gpu ? gpu->Frames() : GpuTimes::FrameSums();
     for (const FrameCost& cost : measurements.Costs()) {
-        json["measured"].push_back({{"pass", cost.pass},
-                                    {"frame", cost.frame},
-                                    {"wallMs", cost.time.wallMs},
-                                    {"cpuMs", cost.time.cpuMs},
-                                    {"calls", cost.calls}});
+        Json frame = {{"pass", cost.pass},
+                      {"frame", cost.frame},
+                      {"wallMs", cost.time.wallMs},
+                      {"cpuMs", cost.time.cpuMs},
+                      {"calls", cost.calls}};
+        if (gpu) {
+            const auto found = gpuMs.find({cost.pass, cost.frame});
+            frame["gpuMs"] = found != gpuMs.end() && found->second ? Json(*found->second) : Json();
+        }
+        json["measured"].push_back(std::move(frame));
     }
 }
 
-Json ToJson(const Report& report, const Measurements& measurements)
+Json ToJson(const Report& report, const Measurements& measurements, const GpuTimes* gpu)
 {
     Json json = {
         {"version", PLAYBACK_VERSION},
@@ -128,13 +144,14 @@ Json ToJson(const Report& report, const Measurements& measurements)
     };
     const auto times = measurements.Times();
     json["frameTimesMs"] = times ? TimesJson(*times) : Json();
-    AddFrames(json, report, measurements);
+    json["gpu"] = gpu ? ToJson(*gpu) : Json();
+    AddFrames(json, report, measurements, gpu);
     return json;
 }
 
 } // namespace
 
-std::vector<std::string> SummaryLines(const Report& report, const Measurements& measurements)
+std::vector<std::string> SummaryLines(const Report& report, const Measurements& measurements, const GpuTimes* gpu)
 {
     if (!report.isReplay) {
         return {"Read " + Util::Counted(report.frames, "frame") + " with " + Util::Counted(report.calls, "call") +
@@ -165,6 +182,8 @@ std::vector<std::string> SummaryLines(const Report& report, const Measurements& 
                         Fixed(times->worst, 3) + " (frame " + std::to_string(times->worstFrame) +
                         (report.passes > 1 ? " of pass " + std::to_string(times->worstPass) : "") + ").");
     }
+    if (gpu)
+        std::ranges::move(SummaryLines(*gpu), std::back_inserter(lines));
     if (!report.errors.empty())
         lines.push_back("Errors from the driver: " + List(report.errors) + ".");
     if (!report.skipped.empty())
@@ -177,14 +196,26 @@ std::vector<std::string> SummaryLines(const Report& report, const Measurements& 
     return lines;
 }
 
-std::string WriteJson(const std::string& path, const Report& report, const Measurements& measurements)
+std::string WriteJson(const std::string& path, const Report& report, const Measurements& measurements,
+                      const GpuTimes* gpu)
 {
     // Text of a capture or a driver may be no UTF-8.
-    const std::string text = ToJson(report, measurements).dump(1, ' ', false, Json::error_handler_t::replace) + '\n';
-    if (path != "-")
-        return Util::WriteWholeFile(path, text);
-    Util::Print(text);
-    return Util::CloseStandardOutput();
+    return Write(path, ToJson(report, measurements, gpu).dump(1, ' ', false, Json::error_handler_t::replace) + '\n');
+}
+
+std::string WriteCsv(const std::string& path, const Measurements& measurements, const GpuTimes* gpu)
+{
+    if (gpu && gpu->by != GpuSpans::Frames)
+        return Write(path, ToCsv(*gpu));
+    std::string text = "pass,frame,calls,wallMs,cpuMs,gpuMs\n";
+    const GpuTimes::FrameSums gpuMs = gpu ? gpu->Frames() : GpuTimes::FrameSums();
+    for (const FrameCost& cost : measurements.Costs()) {
+        const auto found = gpuMs.find({cost.pass, cost.frame});
+        text += std::to_string(cost.pass) + "," + std::to_string(cost.frame) + "," + std::to_string(cost.calls) + "," +
+                Fixed(cost.time.wallMs, 6) + "," + Fixed(cost.time.cpuMs, 6) + "," +
+                (found != gpuMs.end() && found->second ? Fixed(*found->second, 6) : "") + "\n";
+    }
+    return Write(path, text);
 }
 
 } // namespace Host

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "Host/Results/GpuTimes.h"
 #include "Host/Results/Measurements.h"
 #include "Host/Screenshots.h"
 #include "Host/Verify/FrameVerifier.h"
@@ -64,10 +65,13 @@ struct Report {
     std::vector<FrameVerifier::Difference> differences;
 };
 
-/// Lines for the person at the terminal.
-std::vector<std::string> SummaryLines(const Report& report, const Measurements& measurements);
+/// Lines for the person at the terminal. `gpu` may be null.
+std::vector<std::string> SummaryLines(const Report& report, const Measurements& measurements, const GpuTimes* gpu);
 
 /// Writes all of it as JSON; "-" is standard output. Returns the reason of a failure; empty on success.
-std::string WriteJson(const std::string& path, const Report& report, const Measurements& measurements);
+std::string WriteJson(const std::string& path, const Report& report, const Measurements& measurements,
+                      const GpuTimes* gpu);
+/// In the same way a table with the costs of what was measured: render passes or draws, or frames otherwise.
+std::string WriteCsv(const std::string& path, const Measurements& measurements, const GpuTimes* gpu);
 
 } // namespace Host

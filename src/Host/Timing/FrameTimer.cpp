@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "Host/Timing/GpuTimer.h"
 #include "Interfaces/Core.h"
 
 namespace Host {
@@ -14,11 +15,10 @@ using Core::KHRLayer;
 FrameTimer* timer = nullptr;
 decltype(Core::EGLProcTable::eglTerminate) driverTerminate = nullptr;
 
-/// Fences end with their display.
 EGLBoolean EGLAPIENTRY Terminate(EGLDisplay display)
 {
     if (timer)
-        timer->Drain();
+        timer->BeforeTerminate();
     return driverTerminate(display);
 }
 
@@ -49,6 +49,8 @@ FrameTimer::Break::Break(FrameTimer* timer, Beside what, Driver driver) : m_time
 {
     if (!m_timer)
         return;
+    if (m_timer->m_gpuTimer)
+        m_timer->m_gpuTimer->Pause();
     if (driver == Driver::Needed && m_timer->m_inFlight != 0) {
         m_timer->Drain();
         m_timer->Finish();
@@ -157,6 +159,13 @@ void FrameTimer::Finish()
     const Telling::InDriver inDriver(&m_telling);
     finish();
     SetDoing(before);
+}
+
+void FrameTimer::BeforeTerminate()
+{
+    Drain();
+    if (m_gpuTimer)
+        m_gpuTimer->BeforeTerminate();
 }
 
 void FrameTimer::Drain()

@@ -15,6 +15,8 @@
 
 namespace Host {
 
+class GpuTimer;
+
 /// Takes the time of each frame: what its calls took, and how long replay then waited for the driver to draw it. These
 /// times add up to the time of the replay.
 ///
@@ -59,6 +61,8 @@ public:
 
     /// When the driver has been opened, each time.
     void Attach();
+    /// Has its time interrupted with the frames'. Null for none; not owned.
+    void SetGpuTimer(GpuTimer* timer) { m_gpuTimer = timer; }
 
     /// What comes now belongs to the next frame.
     void Restart() { m_last = m_clock.Now(); }
@@ -67,6 +71,8 @@ public:
     void EndFrame(Account account, FrameCost cost);
     /// Waits until all frames that ended are drawn.
     void Drain();
+    /// Fences and queries end with their display.
+    void BeforeTerminate();
 
     [[nodiscard]] const Replay::ReplayClock& Clock() const { return m_clock; }
     /// What all times of an account add up to.
@@ -100,6 +106,7 @@ private:
     unsigned int m_inFlight;
     Measurements& m_measurements;
     Telling& m_telling;
+    GpuTimer* m_gpuTimer = nullptr;
     Replay::ReplayClock m_clock;
     /// Where the frame at work began; moves on while others are waited for.
     Replay::Span m_last;
