@@ -17,11 +17,19 @@ window.addEventListener("load", () => setTimeout(() => {
         clientX: box.left + box.width / 2, clientY: box.top + box.height / 2 }));
     const seen = document.createElement("output");
     seen.id = "seen";
+    document.querySelector("#picture img").click();
+    const larger = document.querySelector("#viewer[open] img");
+    const dearest = [...document.querySelectorAll("#dearest .value")].map(value => parseFloat(value.textContent));
     seen.textContent = JSON.stringify({ hovered: document.querySelector("#times .legend").textContent,
         frames: document.querySelectorAll("#frames img").length,
         textures: document.querySelectorAll("#textures img").length,
         broken: [...document.images].filter(image => !image.naturalWidth).length,
         calls: document.querySelectorAll("#calls tbody tr").length,
+        verdict: document.getElementById("verdict").textContent,
+        width: larger.naturalWidth,
+        passes: document.querySelectorAll("#gpu details").length,
+        isSorted: dearest.length === 7 && dearest.every((ms, i) => i === 0 || ms <= dearest[i - 1]),
+        made: document.querySelector("#made").textContent,
         source: document.querySelector("#programs pre").textContent });
     document.body.append(seen);
 }, 200));
@@ -40,8 +48,9 @@ class Report(EndToEndTest):
                                 f"--user-data-dir={self.dir}/browser", "--dump-dom", page)
 
     def test_page_shows_the_capture_and_its_replay(self):
-        self.run_program(PLAYBACK, "-headless", "-json", "results.json", "-timecalls", "-screenshots", "10*",
-                         "-screenshotformat", "png", self.capture)
+        self.run_program(PLAYBACK, "-headless", "-json", "results.json", "-timecalls", "-timegpu", "draws",
+                         "-measureframes", "20", "-verify", "-screenshots", "10*", "-screenshotformat", "png",
+                         self.capture)
         self.run_program(INFO, "--report", "report", "--results", "results.json", self.capture)
         page = self.dir / "report/index.html"
         used = self.dir / "report/used.html"
@@ -51,7 +60,10 @@ class Report(EndToEndTest):
         result = self.browse(used)
         self.assertNotIn("CONSOLE", result.stderr)
         seen = json.loads(html.unescape(re.search(r'id="seen">(.*?)</output>', result.stdout)[1]))
-        self.assertRegex(seen["hovered"], r"1\d: wall ms:\s.*CPU ms:\s")
+        self.assertRegex(seen["hovered"], r"20: wall ms:\s.*CPU ms:\s.*GPU ms:\s")
+        self.assertEqual(seen["verdict"], "Verified: 30 of 30 frames equal")
+        self.assertEqual((seen["width"], seen["passes"], seen["isSorted"]), (320, 2, True))
+        self.assertIn("glDrawArrays", seen["made"])
         self.assertEqual((seen["frames"], seen["broken"]), (3, 0))
         self.assertEqual(seen["calls"], len(self.info(self.capture)["calls"]))
         self.assertGreater(seen["textures"], 0)

@@ -20,59 +20,98 @@ std::string Join(std::int32_t count, const Data::PointerData& strings, const Dat
     return text;
 }
 
-bool IsSame(const ProgramText& a, const ProgramText& b)
-{
-    return a.program == b.program &&
-           std::ranges::equal(a.shaders, b.shaders, {}, &ShaderText::source, &ShaderText::source);
-}
+/// Kinds of objects for labels: of glObjectLabel, and of glLabelObjectEXT.
+constexpr std::uint32_t Program = 0x82E2;
+constexpr std::uint32_t ProgramObjectEXT = 0x8B40;
 
 } // namespace
 
-void ProgramReader::Add(ProgramText program)
+void ProgramReader::Add(std::uint32_t program, std::vector<ShaderText> shaders)
 {
-    if (std::ranges::none_of(m_programs, [&](const ProgramText& known) { return IsSame(known, program); }))
-        m_programs.push_back(std::move(program));
+    Group& names = Names();
+    std::vector<std::size_t>& known = names.programs[program];
+    const auto isSame = [&](std::size_t index) {
+        return std::ranges::equal(m_programs[index].shaders, shaders, {}, &ShaderText::source, &ShaderText::source);
+    };
+    if (std::ranges::any_of(known, isSame))
+        return;
+    known.push_back(m_programs.size());
+    m_programs.push_back({program, m_capture.GetFrameProcessor()->Calls().Client().ContextName(),
+                          m_capture.GetCurrentFrame() + 1, names.labels[program], std::move(shaders)});
 }
 
 void ProgramReader::Process_glCreateShader(std::uint32_t captured, std::uint32_t type)
 {
-    m_shaders[captured] = {captured, type, {}};
+    Names().shaders[captured] = {captured, type, {}};
 }
 
 void ProgramReader::Process_glShaderSource(std::uint32_t shader, std::int32_t count, Data::PointerData* string,
                                            Data::PointerData* length)
 {
-    m_shaders[shader].shader = shader;
-    m_shaders[shader].source = Join(count, *string, length);
+    ShaderText& text = Names().shaders[shader];
+    text.shader = shader;
+    text.source = Join(count, *string, length);
 }
 
 void ProgramReader::Process_glAttachShader(std::uint32_t program, std::uint32_t shader)
 {
-    m_attached[program].push_back(shader);
+    Names().attached[program].push_back(shader);
 }
 
 void ProgramReader::Process_glDetachShader(std::uint32_t program, std::uint32_t shader)
 {
-    std::erase(m_attached[program], shader);
+    std::erase(Names().attached[program], shader);
 }
 
 void ProgramReader::Process_glLinkProgram(std::uint32_t program)
 {
-    ProgramText text = {program, {}};
-    for (const std::uint32_t shader : m_attached[program])
-        text.shaders.push_back(m_shaders[shader]);
-    Add(std::move(text));
+    Group& names = Names();
+    std::vector<ShaderText> shaders;
+    for (const std::uint32_t shader : names.attached[program])
+        shaders.push_back(names.shaders[shader]);
+    Add(program, std::move(shaders));
 }
 
 void ProgramReader::Process_glDeleteProgram(std::uint32_t program)
 {
-    m_attached.erase(program);
+    Names().attached.erase(program);
+    Names().labels.erase(program);
 }
 
 void ProgramReader::Process_glCreateShaderProgramv(std::uint32_t captured, std::uint32_t type, std::int32_t count,
                                                    Data::PointerData* strings)
 {
-    Add({captured, {{0, type, Join(count, *strings, nullptr)}}});
+    Add(captured, {{0, type, Join(count, *strings, nullptr)}});
+}
+
+void ProgramReader::Process_glObjectLabel(std::uint32_t identifier, std::uint32_t name, std::int32_t length,
+                                          Data::PointerData* label)
+{
+    if (identifier != Program && identifier != ProgramObjectEXT)
+        return;
+    Group& names = Names();
+    std::string& text = names.labels[name];
+    const auto* const characters = label->HasData() ? label->As<const char>() : nullptr;
+    // A label of the EXT function with length 0 ends with its zero byte too.
+    if (characters)
+        text.assign(characters, length > 0 ? static_cast<std::size_t>(std::min(length, label->GetCount()))
+                                           : strnlen(characters, static_cast<std::size_t>(label->GetCount())));
+    else
+        text.clear();
+    if (const auto known = names.programs.find(name); known != names.programs.end() && !known->second.empty())
+        m_programs[known->second.back()].label = text;
+}
+
+void ProgramReader::Process_glObjectLabelKHR(std::uint32_t identifier, std::uint32_t name, std::int32_t length,
+                                             Data::PointerData* label)
+{
+    Process_glObjectLabel(identifier, name, length, label);
+}
+
+void ProgramReader::Process_glLabelObjectEXT(std::uint32_t type, std::uint32_t object, std::int32_t length,
+                                             Data::PointerData* label)
+{
+    Process_glObjectLabel(type, object, length, label);
 }
 
 } // namespace Tools
