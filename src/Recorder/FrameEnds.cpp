@@ -122,7 +122,7 @@ void MayEndFrameAtSync(EGLenum type) noexcept
         MayEndFrame(*thread.context, Kind::Fence);
 }
 
-void MayEndFrameAtMarker(Context& context, const char* text, GLsizei length) noexcept
+void MayEndFrameAtMarker(Context& context, const char* text, std::int64_t length) noexcept
 {
     if (frameEnd != static_cast<std::uint32_t>(Kind::Marker) || text == nullptr)
         return;

@@ -23,7 +23,7 @@ void MayEndFrame(Context& context, Data::FrameEndKind kind) noexcept;
 /// The same for a sync object of EGL, which may be no fence.
 void MayEndFrameAtSync(EGLenum type) noexcept;
 /// A negative length says that the text ends at its terminator.
-void MayEndFrameAtMarker(Context& context, const char* text, GLsizei length) noexcept;
+void MayEndFrameAtMarker(Context& context, const char* text, std::int64_t length) noexcept;
 
 /// The program is about to bind or delete framebuffers: what it drew to so far is noted.
 void BeforeFramebufferChange(Context& context) noexcept;

@@ -3,7 +3,7 @@
 import re
 import unittest
 
-from harness import FAMILIES, RECORD, ROOT, TRIM, USAGE, EndToEndTest
+from harness import FAMILIES, INFO, RECORD, ROOT, TRIM, USAGE, EndToEndTest
 
 FRAMES = 8
 # Family, and the frames of all of its surfaces together.
@@ -106,6 +106,13 @@ class Families(EndToEndTest):
         for options, frames in {("--frame-end", "finish"): 0, ("--frames", "9"): 9, ("--frames", "33"): 33}.items():
             capture = self.record(FAMILIES, "frames-of-flushes", "--surfaceless", options=options, compositor=False)
             self.assertEqual(self.info(capture)["frames"], frames)
+
+
+class Texts(EndToEndTest):
+    def test_a_marker_of_length_0_has_its_text(self):
+        capture = self.record(FAMILIES, "debug-labels", "--pbuffer", compositor=False)
+        dump = self.run_program(INFO, "--dump", "--calls", "glInsertEventMarkerEXT", capture).stdout
+        self.assertEqual(dump.count('glInsertEventMarkerEXT(length=0, marker="a frame")'), FRAMES)
 
 
 if __name__ == "__main__":

@@ -20,7 +20,8 @@ KNOWN_NAMES = {"buffer": "KnowsBuffer", "vertex_array": "KnowsVertexArray"}
 def expression(call, t, decoder="decoder", room="OutputParameterCount", expr=""):
     """The size expression of a type, or another one of it, as C++ of type std::int64_t. `room` tells how many values a get
     call may write."""
-    names = {"pname": room if t.out else "ParameterCount", "index_size": "IndexSize", "texel": "TexelBytes", "clear_values": "ClearValues"}
+    names = {"pname": room if t.out else "ParameterCount", "index_size": "IndexSize", "texel": "TexelBytes", "clear_values": "ClearValues",
+             "text_length": "TextLength"}
 
     def name(word):
         # Arithmetic is done in 64 bits.

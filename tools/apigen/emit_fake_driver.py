@@ -42,7 +42,8 @@ def count(call, t):
     """C++ function from the argument words to the number of elements: -1 where only a real driver could tell."""
     if not t.expr:
         return "nullptr"
-    expr = re.sub(r"pname\(\w+\)|clear_values\(\w+\)", "1", t.expr)
+    expr = re.sub(r"text_length\((\w+)\)", r"(\1 != 0 ? \1 : -1)", t.expr)
+    expr = re.sub(r"pname\(\w+\)|clear_values\(\w+\)", "1", expr)
     if re.search(r"image\(|texel\(|index_size\(", expr):
         return "nullptr"
     for at, param in enumerate(call.params):

@@ -41,7 +41,8 @@ def expression(call, param, expr=""):
     """The C++ form of an array's size expression, or of another one of its type."""
     if param.type.name == "config" and any(p.name == "num_config" for p in call.params):
         return f"WrittenConfigs({param.type.expr}, num_config)"
-    functions = {"pname": "ParameterElements", "index_size": "Data::IndexSize", "texel": "Data::TexelBytes", "clear_values": "Data::ClearValues"}
+    functions = {"pname": "ParameterElements", "index_size": "Data::IndexSize", "texel": "Data::TexelBytes", "clear_values": "Data::ClearValues",
+                 "text_length": "Data::TextLength"}
 
     def name(word):
         return f"Wide({word})"
@@ -71,7 +72,7 @@ def contents(call, param):
     if t.form == "lists":
         return f"{BOUND[t.binding]} ? ArrayBytes({name}, Wide({t.expr}), 8) : {list_sizes(call, param)}.Bytes()"
     if t.form == "string":
-        return f"{'OutTextBytes' if t.out else 'TextBytes'}({name}, Wide({t.expr}))"
+        return f"{'OutTextBytes' if t.out else 'TextBytes'}({name}, {expression(call, param)})"
     bytes_ = f"ArrayBytes({name}, {expression(call, param)}, {t.element_size})"
     return f"{BOUND[t.binding]} ? 0 : {bytes_}" if t.binding else bytes_
 
@@ -265,9 +266,8 @@ def draws(call):
 def frame_end(call):
     """What a call does that may end a frame, after its record."""
     if call.has("ends_marker"):
-        text = next(p.name for p in call.params if p.type.form == "string")
-        length = "length != 0 ? length : -1" if call.has("zero_terminates") else "length"
-        return f"    if (call)\n        MayEndFrameAtMarker(*call, {text}, {length});\n"
+        text = next(p for p in call.params if p.type.form == "string")
+        return f"    if (call)\n        MayEndFrameAtMarker(*call, {text.name}, {expression(call, text)});\n"
     kind = next((FRAME_ENDS[note] for note in FRAME_ENDS if call.has(note)), None)
     if not kind:
         return ""

@@ -42,6 +42,12 @@ std::uint32_t VertexElementBytes(std::int32_t size, std::uint32_t type);
 /// Values that parameter `pname` of a get or set call has; 0 for the lists whose length only the driver knows.
 std::int64_t ParameterCount(std::uint32_t pname);
 
+/// The length of a text of which 0, too, says that it ends at its zero byte; below 0 for that.
+constexpr std::int64_t TextLength(std::int64_t length)
+{
+    return length != 0 ? length : -1;
+}
+
 /// Values that glClearBuffer reads for this buffer.
 std::int64_t ClearValues(std::uint32_t buffer);
 
