@@ -105,6 +105,7 @@ void Engine::AttachHandlers(Data::CaptureFile& capture, ReplayWindows* windows, 
     if (windows)
         m_metaHandlers.push_back(std::make_unique<WindowSizes>(*windows));
     m_metaHandlers.push_back(std::make_unique<Playback::KHRMetaHandler>(m_resourceTable.get()));
+    m_restorer = m_metaHandlers.back().get();
     if (settings.m_dumpDefaultFbo)
         m_metaHandlers.push_back(std::make_unique<Playback::ImageMetaHandler>(screenshots));
     m_blockHandlers.push_back(std::make_unique<Playback::SkipApiBlockEventHandler>());

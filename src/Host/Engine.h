@@ -49,6 +49,10 @@ public:
     /// Shows what is in a captured framebuffer of the current context, with its lower left corner at this place of the
     /// surface, in pixels. Does nothing while there is no such framebuffer.
     void ShowFramebuffer(std::uint32_t captured, std::int32_t x, std::int32_t y) const;
+    /// Translates captured names for the current thread's context.
+    [[nodiscard]] const Playback::GLResourceTable& Names() const { return *m_resourceTable; }
+    /// Puts contents of the default framebuffer back, as meta commands of a capture do.
+    [[nodiscard]] Data::MetaHandler& Restorer() { return *m_restorer; }
     /// Frames ended without a swap.
     [[nodiscard]] bool HasDrawnFrames() const;
     /// Errors of the driver by name, with their numbers, so far.
@@ -65,6 +69,8 @@ private:
     std::unique_ptr<Playback::EGLPlaybackAdapter> m_eglAdapter;
     std::unique_ptr<DrawnFrames> m_drawnFrames;
     std::vector<std::unique_ptr<Data::MetaHandler>> m_metaHandlers;
+    /// One of those.
+    Data::MetaHandler* m_restorer = nullptr;
     std::vector<std::unique_ptr<Data::BlockEventHandler>> m_blockHandlers;
 };
 

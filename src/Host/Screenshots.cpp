@@ -30,11 +30,12 @@ Screenshots::Screenshots(const Playback::PlaybackEnvironment& settings, FrameSet
     m_wantedFrame = m_listed.FirstAfter(0);
 }
 
-void Screenshots::StartPass(std::uint32_t pass)
+void Screenshots::StartPass(std::uint32_t pass, std::uint32_t framesBefore)
 {
     m_pass = pass;
-    m_frame = m_draw = m_blit = m_frameToWrite = m_frameToKeep = 0;
-    m_wantedFrame = m_listed.FirstAfter(0);
+    m_frame = framesBefore;
+    m_draw = m_blit = m_frameToWrite = m_frameToKeep = 0;
+    m_wantedFrame = m_listed.FirstAfter(framesBefore);
     m_kept = {};
 }
 

@@ -30,8 +30,8 @@ public:
     /// of that of frames.
     Screenshots(const Playback::PlaybackEnvironment& settings, FrameSet listed, FrameTimer* timer);
 
-    /// The frames that come now are those of another pass.
-    void StartPass(std::uint32_t pass);
+    /// The frames that come now, after so many others, are those of another pass.
+    void StartPass(std::uint32_t pass, std::uint32_t framesBefore);
 
     /// What becomes of the next frame besides what the options say: its picture is written to a file, and kept for
     /// WriteKept. Both before the frame is replayed.

@@ -184,6 +184,7 @@ Util::Outcome Session::Replay()
     if (m_options.timeLimit)
         m_watchdog.SetLimit(m_start + std::chrono::duration_cast<Replay::RunningClock::duration>(*m_options.timeLimit));
     m_controller = std::make_unique<Playback::Controller>(m_output.WindowManager(), m_capture.get());
+    FindLoop();
     Util::Outcome failure;
     do {
         if (m_options.takesTurns && !Turns::Wait()) {
@@ -208,25 +209,6 @@ Util::Outcome Session::Replay()
     return failure;
 }
 
-Util::Outcome Session::Rewind()
-{
-    const bool isPaused = m_controller->IsPaused();
-    Close();
-    Util::Outcome failure = OpenCapture();
-    if (!failure && m_settings->m_playback) {
-        {
-            const Telling::InDriver inDriver(&m_telling);
-            failure = m_output.OpenDriver();
-        }
-        if (!failure)
-            CreateEngine();
-    }
-    m_controller = std::make_unique<Playback::Controller>(m_output.WindowManager(), m_capture.get());
-    if (isPaused)
-        m_controller->Pause();
-    return failure;
-}
-
 Util::Outcome Session::ReplayPass()
 {
     ++m_report.passes;
@@ -237,12 +219,13 @@ Util::Outcome Session::ReplayPass()
     if (m_options.timeCalls)
         m_capture->TimeCalls();
     if (m_screenshots)
-        m_screenshots->StartPass(m_report.passes);
+        m_screenshots->StartPass(m_report.passes, CurrentFrame());
     m_verification.frames.SetPass(m_report.passes);
     m_pace.Restart();
     m_timer.Restart();
     Util::Outcome failure;
     while (!failure && m_controller->HasMoreFrames() && WaitForTurn(failure)) {
+        KeepLoopStart();
         failure = ReplayFrame();
         UpdateStatus();
     }

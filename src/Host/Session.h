@@ -1,11 +1,13 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "Host/Commands.h"
 #include "Host/LoopPlan.h"
+#include "Host/LoopReplay.h"
 #include "Host/Options/Options.h"
 #include "Host/Output.h"
 #include "Host/Results/Measurements.h"
@@ -50,6 +52,14 @@ public:
     Util::ExitStatus Run();
 
 private:
+    /// What is counted of a capture as long as it is open.
+    struct Tally {
+        std::uint64_t refusedCalls = 0;
+        std::map<std::string, std::uint64_t> errors;
+        std::map<std::string, std::uint64_t> skipped;
+        std::map<std::string, double> callTimesMs;
+    };
+
     Util::Outcome LoadSettings();
     Util::Outcome OpenCapture();
     Util::Outcome StartStatistics();
@@ -66,8 +76,17 @@ private:
     Util::Outcome EndPass();
     /// Of calls of the pass that ended, those that did not reach the driver; added to the report.
     std::uint64_t CountSkipped();
-    /// Builds everything anew for another pass.
+    /// Prepares passes that begin where the loop does, where that is possible.
+    void FindLoop();
+    /// Keeps the state when the loop comes next.
+    void KeepLoopStart();
+    /// Passes will replay all that is before the loop.
+    void GiveUpLoop(const std::string& reason);
+    /// Goes back for another pass: to the start of the loop, or by building everything anew.
     Util::Outcome Rewind();
+    /// Back to the start of the loop; false where that cannot be done.
+    bool GoBack();
+    Util::Outcome Reopen();
     Util::Outcome ReplayFrame();
     /// Looks after the frame just replayed: window events, lost contexts.
     Util::Outcome AfterFrame();
@@ -108,6 +127,8 @@ private:
     std::optional<GpuTimes> m_gpuTimes;
     std::optional<GpuTimer> m_gpuTimer;
     Report m_report;
+    /// Of passes before the capture was opened last.
+    Tally m_before;
     /// What there is to tell was told.
     bool m_isTold = false;
     Watchdog m_watchdog;
@@ -121,6 +142,8 @@ private:
     /// In the place of the engine with -stats.
     std::unique_ptr<Statistics> m_statistics;
     std::unique_ptr<Playback::Controller> m_controller;
+    /// Null where passes begin with the first frame.
+    std::unique_ptr<LoopReplay> m_loop;
 
     /// Null where there is none to take keys from.
     std::unique_ptr<Terminal> m_terminal;

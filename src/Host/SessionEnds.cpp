@@ -38,6 +38,8 @@ void EndAnyway()
 std::uint64_t Session::CountSkipped()
 {
     std::uint64_t skipped = 0;
+    m_report.skipped = m_before.skipped;
+    m_report.callTimesMs = m_before.callTimesMs;
     for (const auto& [name, count, time] : m_capture->CallSums()) {
         m_report.callTimesMs[name] += static_cast<double>(time) / 1e6;
         const unsigned int id = Core::KHRLayer::GetEglGlFuncId(name);
@@ -51,9 +53,10 @@ std::uint64_t Session::CountSkipped()
 
 Util::Outcome Session::EndPass()
 {
-    m_report.refusedCalls += m_capture->SkippedCalls();
+    m_report.refusedCalls = m_before.refusedCalls + m_capture->SkippedCalls();
     if (!m_engine)
         return std::nullopt;
+    m_report.errors = m_before.errors;
     for (const auto& [name, count] : m_engine->Errors())
         m_report.errors[name] += count;
     const std::uint64_t skipped = CountSkipped();
@@ -76,6 +79,7 @@ void Session::FillReport()
     m_report.framesInFlight = m_options.framesInFlight;
     m_report.pictureSeconds = m_timer.Clock().SecondsBeside(FrameTimer::Beside::Pictures);
     m_report.comparisonSeconds = m_timer.Clock().SecondsBeside(FrameTimer::Beside::Comparison);
+    m_report.loopStartSeconds = m_timer.Clock().SecondsBeside(FrameTimer::Beside::LoopStart);
     m_report.waitingSeconds = m_timer.Clock().SecondsBeside(FrameTimer::Beside::Waiting);
     m_report.areCallsTimed = m_options.timeCalls && !m_report.isCutOff;
     if (m_screenshots) {

@@ -145,7 +145,7 @@ constexpr PlaybackEnvironment::Option OptionTable[] = {
          s.m_stopFrame = given.Number();
      }},
     {"-loopframe", "N", Frames,
-     "after the last frame, go on with frame N (default: 1); each pass replays the capture afresh",
+     "after the last frame, go on with frame N (default: 1), with the state that it had in the first pass",
      [](Settings& s, const Given& given) { s.m_loopFrame = given.Number(); }},
     {"-loopcount", "N", Frames,
      "passes through the loop, the first one included (default: endless with -loopframe, otherwise 1)",

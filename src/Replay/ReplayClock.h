@@ -31,8 +31,8 @@ struct Span {
 class ReplayClock {
 public:
     /// What is done beside the replay.
-    enum class Beside : std::size_t { Pictures, Comparison, Waiting };
-    static constexpr std::size_t BesideCount = 3;
+    enum class Beside : std::size_t { Pictures, Comparison, Waiting, LoopStart };
+    static constexpr std::size_t BesideCount = 4;
 
     /// Of replay, since the clock was made.
     [[nodiscard]] Span Now() const;

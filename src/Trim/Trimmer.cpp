@@ -15,34 +15,19 @@ namespace {
 
 using Data::RecordId;
 
-/// What becomes of a record that is no call in front of the first frame.
-Verdict VerdictOf(RecordId id)
-{
-    switch (id) {
-    case RecordId::Note:
-    case RecordId::WindowSize:
-    case RecordId::EGLImageCreate:
-    case RecordId::EGLImageContent:
-    case RecordId::ConfigAttribs:
-    case RecordId::SurfaceAttribs:
-    case RecordId::MultisampleTexture:
-        return Verdict::Keep;
-    default:
-        return Verdict::Drop;
-    }
-}
+/// A replay of what comes before the frames.
+class FrontReplay : public LiveCalls {
+public:
+    explicit FrontReplay(Replay::LiveReplay& replay) : m_replay(replay) {}
 
-/// The same names with those at `dropped` replaced by 0, which deleting calls ignore.
-std::vector<std::uint8_t> WithoutNames(Data::CallId call, std::span<const std::uint8_t> record,
-                                       const std::vector<std::size_t>& dropped)
-{
-    std::vector<std::uint8_t> copy(record.begin(), record.end());
-    const std::size_t names = static_cast<std::size_t>(
-        CallArguments(call, Data::RecordView(record.data())).Contents(1).data() - record.data());
-    for (const std::size_t element : dropped)
-        std::memset(copy.data() + names + element * sizeof(std::uint32_t), 0, sizeof(std::uint32_t));
-    return copy;
-}
+    void SetThread(std::uint32_t thread) override { m_replay.SetThread(thread); }
+    bool Call(Data::CallId call, std::uint8_t* record) override { return m_replay.Call(call, record); }
+    [[nodiscard]] Data::MetaHandler& Restorer() override { return m_replay.Restorer(); }
+    [[nodiscard]] const Playback::GLResourceTable& Names() const override { return m_replay.Names(); }
+
+private:
+    Replay::LiveReplay& m_replay;
+};
 
 /// Tells what comes before the first frame that is kept: earlier frames, and the capture's own state-setup block.
 class FrontPart {
@@ -145,6 +130,7 @@ void Trimmer::Analyse(const Data::RecordCursor& record, Replay::LiveReplay& repl
 
 void Trimmer::ReadContents(Replay::LiveReplay& replay)
 {
+    FrontReplay live(replay);
     std::set<const Data::StateGroup*> groups;
     for (const auto& [surface, last] : m_tracker.Surfaces()) {
         const auto& [thread, current] = last;
@@ -154,7 +140,7 @@ void Trimmer::ReadContents(Replay::LiveReplay& replay)
         if (!context)
             continue;
         if (groups.insert(context->group.get()).second)
-            contents.objects = ReadObjectContents(m_tracker, *context, replay);
+            contents.objects = ReadObjectContents(m_tracker, *context, live);
         if (m_tracker.IsDrawnTo(surface))
             contents.surface = ReadDefaultContents(replay.Restorer(), m_missing);
     }
@@ -208,21 +194,10 @@ void Trimmer::WriteState(const Data::RecordCursor& record, std::size_t index, Re
         output.HoldMakeCurrent(record.Bytes());
         return;
     }
-    std::vector<std::size_t> dropped;
-    if (m_tracker.Log().VerdictOf(index) == Verdict::Delete) {
-        std::size_t name = 0;
-        for (const EffectLog::Item item : m_tracker.Log().Items(index)) {
-            if (item.effect != Effect::Deletes)
-                continue;
-            if (!m_selection.isCreated[item.target])
-                dropped.push_back(name);
-            ++name;
-        }
-    }
-    if (dropped.empty())
-        output.CopyCall(*call, record.Bytes());
-    else
-        output.CopyCall(*call, WithoutNames(*call, record.Bytes(), dropped));
+    std::vector<std::uint8_t> copy(record.Bytes().begin(), record.Bytes().end());
+    if (m_tracker.Log().VerdictOf(index) == Verdict::Delete)
+        DropNames(*call, m_tracker.Log().Items(index), m_selection.isCreated, copy);
+    output.CopyCall(*call, copy);
 }
 
 void Trimmer::WriteContents(RecordOutput& output)

@@ -146,6 +146,40 @@ TEST_F(CaptureFileTest, ManyChunksAndALargeRecordComeBackWhole)
     EXPECT_EQ(capture->GetFrameCount(), 24u);
 }
 
+TEST_F(CaptureFileTest, FramesAreReplayedAgainFromWhereTheyBegan)
+{
+    // Frames begin in chunks and at their ends, on different threads.
+    for (std::uint32_t frame = 1; frame <= 6; ++frame) {
+        writer->SetThread(frame % 2 + 1);
+        Call(CallId::glClear, frame);
+        Call(CallId::glBufferData, 1, std::int64_t{ChunkBytes / 2}, std::vector<std::uint8_t>(ChunkBytes / 2), 3);
+        writer->FrameEnd();
+    }
+    for (std::uint32_t before = 1; before <= 5; ++before) {
+        Log log;
+        const std::unique_ptr<CaptureFile> capture = Open(before % 2 == 0 ? Preload::No : Preload::All);
+        ASSERT_NE(capture, nullptr) << openError;
+        capture->SetAdapter(&log);
+        FrameProcessor* const processor = capture->GetFrameProcessor();
+        for (std::uint32_t frame = 0; frame < before; ++frame)
+            ASSERT_TRUE(processor->ProcessNextFrame());
+        const FrameProcessor::Place place = capture->AtFrameEnd();
+        log.lines.clear();
+        ReplayAll(*capture);
+        std::vector<std::string> first = log.lines;
+        log.lines.clear();
+        capture->GoTo(place);
+        EXPECT_EQ(capture->GetCurrentFrame(), before);
+        ReplayAll(*capture);
+        EXPECT_EQ(capture->GetCurrentFrame(), 6U);
+        // The thread is told of anew.
+        std::erase_if(
+            first, [](const std::string& line) { return line.starts_with("thread"); });
+        std::erase_if(log.lines, [](const std::string& line) { return line.starts_with("thread"); });
+        EXPECT_EQ(log.lines, first);
+    }
+}
+
 TEST_F(CaptureFileTest, CallsThatAreNotKnownAreSkippedWithOneWarningEach)
 {
     Call(CallId::glClear, 1);

@@ -135,6 +135,26 @@ class Loops(Player):
         self.assertEqual([(frame["pass"], frame["frame"]) for frame in result["measured"]][-12:],
                          [(number, frame) for number in (3, 4) for frame in range(30, 36)])
 
+    def loop(self, family):
+        capture = self.record(FAMILIES, family, "--pbuffer", capture=f"{family}.glcap", compositor=False)
+        result = self.run_program(PLAYBACK, "-headless", "-verify", "-loopframe", "3", "-stopframe", "5", "-loopcount", "4",
+                                  capture)
+        self.assertMentions(result, "verified: 14 of 14 frames equal")
+        return result
+
+    def test_passes_begin_with_the_state_and_contents_of_the_first_one(self):
+        for family in ("buffer-maps", "clear-textures", "draw-buffers", "frames-of-fences", "made-up-names", "masks",
+                       "pixel-buffers", "queries", "samplers", "surfaces", "threads", "transform-feedback",
+                       "uniform-buffers", "vertex-arrays", "viewport-arrays"):
+            with self.subTest(family):
+                self.assertNotIn("before the loop", self.loop(family).stderr)
+
+    def test_what_cannot_be_brought_back_is_replayed_and_named(self):
+        for family, reason in (("conditional-rendering", "glBeginConditionalRenderNV is called in it"),
+                               ("images", "something is drawn to an EGLImage in it")):
+            with self.subTest(family):
+                self.assertMentions(self.loop(family), f"Each pass replays all frames before the loop: {reason}.")
+
     def test_file_that_is_gone_when_the_next_pass_begins(self):
         replay = self.start_program(PLAYBACK, "-headless", "-loopframe", "1", self.capture)
         said = self.dir / "playback.err"

@@ -44,6 +44,9 @@ public:
     [[nodiscard]] std::uint32_t GetCurrentFrame() const override { return m_processor.Frames(); }
     [[nodiscard]] std::uint32_t GetFrameCount() const override { return m_source->FrameCount(); }
 
+    [[nodiscard]] FrameProcessor::Place AtFrameEnd() const { return m_processor.AtFrameEnd(); }
+    void GoTo(const FrameProcessor::Place& place) { m_processor.GoTo(place); }
+
     /// State of the captured context that the calls at work belong to.
     [[nodiscard]] const ContextState& Context() { return m_processor.Calls().Context(); }
     /// Follows the replay.

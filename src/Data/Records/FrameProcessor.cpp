@@ -20,8 +20,9 @@ std::uint64_t ThreadNanoseconds()
 } // namespace
 
 FrameProcessor::FrameProcessor(CaptureSource& source, Preload preload, Diagnostics& diagnostics)
-    : m_source(source), m_diagnostics(diagnostics), m_calls(diagnostics), m_meta(m_calls, diagnostics),
-      m_callCounts(source.Calls().size()), m_unknownSaid(source.Calls().size()), m_queue(source, preload)
+    : m_source(source), m_preload(preload), m_diagnostics(diagnostics), m_calls(diagnostics),
+      m_meta(m_calls, diagnostics), m_callCounts(source.Calls().size()), m_unknownSaid(source.Calls().size()),
+      m_queue(std::make_unique<ChunkQueue>(source, preload))
 {
     for (const FileCall& call : source.Calls())
         m_known.push_back(call.known);
@@ -59,14 +60,39 @@ bool FrameProcessor::ProcessNextFrame()
     }
 }
 
+FrameProcessor::Place FrameProcessor::AtFrameEnd() const
+{
+    return {m_chunkNumber, m_cursor.NextOffset(), Frames(), m_thread, m_frameTimeUs};
+}
+
+void FrameProcessor::GoTo(const Place& place)
+{
+    // Drivers wrote to the chunks that were replayed.
+    m_chunk = {};
+    m_queue = std::make_unique<ChunkQueue>(m_source, m_preload, place.chunk);
+    m_chunkNumber = place.chunk;
+    m_isAtEnd = !NextChunk();
+    while (m_cursor.NextOffset() < place.offset && m_cursor.Next()) {
+    }
+    Position& position = m_diagnostics.position;
+    m_callsInFrames += position.call;
+    position.call = 0;
+    position.frame = place.frames;
+    m_frameTimeUs = place.frameTimeUs;
+    m_isThreadKnown = false;
+    ChangeThread(place.thread);
+}
+
 bool FrameProcessor::NextChunk()
 {
     m_calls.ForgetVertexData();
-    m_queue.Recycle(std::move(m_chunk));
+    if (m_chunk.memory)
+        ++m_chunkNumber;
+    m_queue->Recycle(std::move(m_chunk));
     m_chunk = {};
     m_cursor = {};
     std::string trouble;
-    if (!m_queue.Next(m_chunk, trouble)) {
+    if (!m_queue->Next(m_chunk, trouble)) {
         if (!trouble.empty()) {
             m_diagnostics.File(trouble);
             m_isDamaged = true;

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "Data/Capture/CaptureSource.h"
@@ -27,6 +28,20 @@ public:
     bool ProcessNextFrame() override;
 
     [[nodiscard]] std::uint32_t Frames() const;
+
+    /// A place in the capture between two frames.
+    struct Place {
+        std::size_t chunk = 0;
+        std::uint32_t offset = 0;
+        std::uint32_t frames = 0;
+        std::uint32_t thread = 0;
+        std::uint64_t frameTimeUs = 0;
+    };
+    /// After ProcessNextFrame was true.
+    [[nodiscard]] Place AtFrameEnd() const;
+    /// Goes on there with the next frame. What was called so far stays as it is, counts of calls go on.
+    void GoTo(const Place& place);
+
     /// Calls that were replayed so far, by their number in the file's call table.
     [[nodiscard]] const std::vector<std::uint64_t>& CallCounts() const { return m_callCounts; }
     /// CPU time that the calls took on this thread so far, in nanoseconds, by their number in the file's call table;
@@ -99,6 +114,7 @@ private:
     void End();
 
     CaptureSource& m_source;
+    const Preload m_preload;
     Diagnostics& m_diagnostics;
     CallDecoder m_calls;
     MetaDecoder m_meta;
@@ -125,6 +141,8 @@ private:
     bool m_unknownRecordSaid = false;
 
     Chunk m_chunk;
+    /// From 0 on.
+    std::size_t m_chunkNumber = 0;
     RecordCursor m_cursor;
     std::uint32_t m_thread = 0;
     bool m_isThreadKnown = false;
@@ -140,7 +158,7 @@ private:
     bool m_isDamaged = false;
     bool m_isAtEnd = false;
     /// Last, so that its thread ends first.
-    ChunkQueue m_queue;
+    std::unique_ptr<ChunkQueue> m_queue;
 };
 
 } // namespace Data

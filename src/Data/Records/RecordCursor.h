@@ -41,6 +41,8 @@ public:
 
     [[nodiscard]] std::uint8_t* Record() const { return m_at; }
     [[nodiscard]] std::uint32_t Offset() const { return static_cast<std::uint32_t>(m_at - m_begin); }
+    /// Where Next goes.
+    [[nodiscard]] std::uint32_t NextOffset() const { return static_cast<std::uint32_t>(m_next - m_begin); }
 
     /// Next stopped in front of the end.
     [[nodiscard]] bool IsDamaged() const { return m_isDamaged; }

@@ -40,6 +40,7 @@ std::string BesideLine(const Report& report)
     for (const auto& [seconds, what] :
          {std::pair(report.restSeconds, " s of calls after the last frame"),
           std::pair(report.pictureSeconds, " s for pictures"), std::pair(report.comparisonSeconds, " s for comparing"),
+          std::pair(report.loopStartSeconds, " s for the state at the start of the loop"),
           std::pair(report.waitingSeconds, " s of waiting")})
         if (seconds >= NextToNothing)
             text += (text.empty() ? "Not in these times: " : ", ") + Fixed(seconds, 3) + what;
@@ -127,6 +128,7 @@ Json ToJson(const Report& report, const Measurements& measurements, const GpuTim
          {{"callsAfterFrames", report.restSeconds},
           {"pictures", report.pictureSeconds},
           {"comparison", report.comparisonSeconds},
+          {"loopStart", report.loopStartSeconds},
           {"waiting", report.waitingSeconds}}},
         {"framesInFlight", report.framesInFlight},
         {"framesPerSecond", PerSecond(report.frames, report.seconds)},

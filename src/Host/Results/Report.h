@@ -36,6 +36,7 @@ struct Report {
     double pictureSeconds = 0;
     double comparisonSeconds = 0;
     double waitingSeconds = 0;
+    double loopStartSeconds = 0;
     /// At most, the one whose calls are replayed included.
     unsigned int framesInFlight = 0;
     /// Why replay ended before the capture did; empty when it did not.

@@ -37,6 +37,8 @@ const char* Describe(FrameTimer::Beside what)
         return "while a picture was taken";
     case FrameTimer::Beside::Comparison:
         return "while the frame was read back to be compared";
+    case FrameTimer::Beside::LoopStart:
+        return "while the state at the start of the loop was kept or brought back";
     case FrameTimer::Beside::Waiting:
         break;
     }

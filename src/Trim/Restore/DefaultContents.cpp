@@ -8,17 +8,6 @@ namespace {
 
 using Data::RecordId;
 
-void Restore(Data::MetaHandler& restorer, const DefaultContents& contents)
-{
-    const auto restore = contents.buffer == RecordId::DefaultColor   ? &Data::MetaHandler::ProcessDefaultColorBuffer
-                         : contents.buffer == RecordId::DefaultDepth ? &Data::MetaHandler::ProcessDefaultDepthBuffer
-                                                                     : &Data::MetaHandler::ProcessDefaultStencilBuffer;
-    // Which display and surface does not matter to it, as long as there are some.
-    (restorer.*restore)(1, 1, static_cast<std::uint32_t>(contents.width), static_cast<std::uint32_t>(contents.height),
-                        contents.transfer.format, contents.transfer.type,
-                        static_cast<std::uint32_t>(contents.pixels.size()), contents.pixels.data());
-}
-
 /// Clears to something unlikely, so that a restore has to do its work.
 void Spoil(RecordId buffer)
 {
@@ -44,9 +33,8 @@ std::optional<Transfer> TransferOf(RecordId buffer)
     return Transfer{GL_RGBA, isByte ? GLenum{GL_UNSIGNED_BYTE} : GLenum{GL_UNSIGNED_INT_2_10_10_10_REV}};
 }
 
-} // namespace
-
-std::vector<DefaultContents> ReadDefaultContents(Data::MetaHandler& restorer, std::set<std::string>& missing)
+/// With a trial where there is a restorer.
+std::vector<DefaultContents> Read(Data::MetaHandler* restorer, std::set<std::string>& missing)
 {
     const Core::EGLProcTable& egl = Core::KHRLayer::EGLProc();
     const EGLDisplay display = egl.eglGetCurrentDisplay();
@@ -57,7 +45,8 @@ std::vector<DefaultContents> ReadDefaultContents(Data::MetaHandler& restorer, st
         !egl.eglQuerySurface(display, surface, EGL_HEIGHT, &height))
         return {};
     GL().glBindFramebuffer(GL_FRAMEBUFFER, 0);
-    GL().glDisable(GL_SCISSOR_TEST);
+    if (restorer)
+        GL().glDisable(GL_SCISSOR_TEST);
     const PackedTransfers transfers;
     if (GL().glReadBuffer)
         GL().glReadBuffer(GL_BACK);
@@ -82,9 +71,15 @@ std::vector<DefaultContents> ReadDefaultContents(Data::MetaHandler& restorer, st
             missing.insert(what + ", which this driver does not read");
             continue;
         }
+        if (!restorer) {
+            if (GetInteger(GL_SAMPLES) > 1)
+                missing.insert(what);
+            all.push_back(std::move(contents));
+            continue;
+        }
         std::vector<std::uint8_t> again;
         Spoil(buffer.record);
-        Restore(restorer, contents);
+        RestoreDefaultContents(*restorer, contents);
         if (ReadPixels(width, height, *transfer, again) && again == contents.pixels)
             all.push_back(std::move(contents));
         else
@@ -92,6 +87,29 @@ std::vector<DefaultContents> ReadDefaultContents(Data::MetaHandler& restorer, st
                                                               : ", which no blit restores exactly"));
     }
     return all;
+}
+
+} // namespace
+
+void RestoreDefaultContents(Data::MetaHandler& restorer, const DefaultContents& contents)
+{
+    const auto restore = contents.buffer == RecordId::DefaultColor   ? &Data::MetaHandler::ProcessDefaultColorBuffer
+                         : contents.buffer == RecordId::DefaultDepth ? &Data::MetaHandler::ProcessDefaultDepthBuffer
+                                                                     : &Data::MetaHandler::ProcessDefaultStencilBuffer;
+    // Which display and surface does not matter to it, as long as there are some.
+    (restorer.*restore)(1, 1, static_cast<std::uint32_t>(contents.width), static_cast<std::uint32_t>(contents.height),
+                        contents.transfer.format, contents.transfer.type,
+                        static_cast<std::uint32_t>(contents.pixels.size()), contents.pixels.data());
+}
+
+std::vector<DefaultContents> ReadDefaultContents(Data::MetaHandler& restorer, std::set<std::string>& missing)
+{
+    return Read(&restorer, missing);
+}
+
+std::vector<DefaultContents> ReadDefaultContents(std::set<std::string>& missing)
+{
+    return Read(nullptr, missing);
 }
 
 void WriteDefaultContents(Data::CaptureWriter& writer, const Current& current,

@@ -28,6 +28,12 @@ struct DefaultContents {
 /// Leaves the live state changed.
 std::vector<DefaultContents> ReadDefaultContents(Data::MetaHandler& restorer, std::set<std::string>& missing);
 
+/// The same without a trial.
+std::vector<DefaultContents> ReadDefaultContents(std::set<std::string>& missing);
+
+/// Brings such contents back to the surface that is current. Nothing may restrict blits to it.
+void RestoreDefaultContents(Data::MetaHandler& restorer, const DefaultContents& contents);
+
 /// Writes such contents as meta commands. The default framebuffer is bound for drawing, as NeutralUploads leaves it.
 void WriteDefaultContents(Data::CaptureWriter& writer, const Current& current,
                           const std::vector<DefaultContents>& contents);

@@ -32,6 +32,12 @@ inline void ForgetErrors()
         error = GL().glGetError();
 }
 
+/// The driver has what reading contents needs of OpenGL ES 3.1.
+inline bool CanReadContents()
+{
+    return GL().glGetTexLevelParameteriv && GL().glMapBufferRange && GL().glBlitFramebuffer;
+}
+
 /// A format and type of pixel transfers.
 struct Transfer {
     GLenum format;

@@ -26,20 +26,24 @@ std::span<const std::uint8_t> BytesOf(const std::uint32_t& name)
 /// Reads objects and tries what restores them.
 class ObjectReader {
 public:
-    ObjectReader(StateTracker& tracker, Replay::LiveReplay& replay) : m_tracker(tracker), m_replay(replay) {}
+    /// `tries`: whether calls bring the contents back is tried on the live object.
+    ObjectReader(StateTracker& tracker, LiveCalls& live, bool tries) : m_tracker(tracker), m_live(live), m_tries(tries)
+    {
+    }
 
-    void ReadTexture(Owner owner);
-    void ReadRenderbuffer(Owner owner);
-    void ReadBuffer(Owner owner);
+    void Read(Owner owner, const ObjectInfo& object);
 
     ObjectContents Take() { return std::move(m_contents); }
 
 private:
+    void ReadTexture(Owner owner, const ObjectInfo& object);
+    void ReadRenderbuffer(Owner owner, const ObjectInfo& object);
+    void ReadBuffer(Owner owner, const ObjectInfo& object);
     /// Replays calls; false when one fails.
     bool Play(const Calls& calls)
     {
         return std::ranges::all_of(
-            calls, [this](OutputCall call) { return m_replay.Call(call.id, call.record.data()); });
+            calls, [this](OutputCall call) { return m_live.Call(call.id, call.record.data()); });
     }
     /// As the capture has it.
     [[nodiscard]] std::uint32_t NameOf(Owner owner) { return m_tracker.Model().Object(owner).name; }
@@ -50,7 +54,8 @@ private:
     template <class MakeCalls> bool ReadImage(const LiveImage& live, MakeCalls makeCalls, Calls& calls);
 
     StateTracker& m_tracker;
-    Replay::LiveReplay& m_replay;
+    LiveCalls& m_live;
+    bool m_tries;
     ObjectContents m_contents;
 };
 
@@ -65,11 +70,15 @@ template <class MakeCalls> bool ObjectReader::ReadImage(const LiveImage& live, M
     std::vector<std::uint8_t> pixels;
     if (!live.IsReadable() || !live.Read(pixels))
         return false;
+    const Calls restore = makeCalls(live.Packed(pixels));
+    if (!m_tries) {
+        std::ranges::copy(restore, std::back_inserter(calls));
+        return true;
+    }
     // First something else, so that the calls have to do their work.
     std::vector<std::uint8_t> others = live.Packed(pixels);
     for (std::uint8_t& byte : others)
         byte = static_cast<std::uint8_t>(~byte);
-    const Calls restore = makeCalls(live.Packed(pixels));
     std::vector<std::uint8_t> again;
     if (!Play(makeCalls(others)) || !Play(restore) || !live.Read(again) || again != pixels)
         return false;
@@ -77,12 +86,22 @@ template <class MakeCalls> bool ObjectReader::ReadImage(const LiveImage& live, M
     return true;
 }
 
-void ObjectReader::ReadTexture(Owner owner)
+void ObjectReader::Read(Owner owner, const ObjectInfo& object)
 {
-    const ObjectInfo& object = m_tracker.Object(owner);
+    const ObjectKind kind = m_tracker.Model().Object(owner).kind;
+    if (kind == ObjectKind::Texture && !object.drawn.empty())
+        ReadTexture(owner, object);
+    else if (kind == ObjectKind::Renderbuffer && !object.drawn.empty())
+        ReadRenderbuffer(owner, object);
+    else if (kind == ObjectKind::Buffer && object.isDrawn && object.bytes > 0)
+        ReadBuffer(owner, object);
+}
+
+void ObjectReader::ReadTexture(Owner owner, const ObjectInfo& object)
+{
     if (object.isAliased || (object.target != GL_TEXTURE_2D && object.target != GL_TEXTURE_CUBE_MAP))
         return;
-    const GLuint texture = m_replay.Names().GetValueGLTexture(NameOf(owner));
+    const GLuint texture = m_live.Names().GetValueGLTexture(NameOf(owner));
     const OutputCall bind = MakeCall(CallId::glBindTexture, {object.target, NameOf(owner)});
     Play({bind});
     std::set<ImagePlace> places = object.drawn;
@@ -114,12 +133,11 @@ void ObjectReader::ReadTexture(Owner owner)
         Keep(std::move(calls), slots);
 }
 
-void ObjectReader::ReadRenderbuffer(Owner owner)
+void ObjectReader::ReadRenderbuffer(Owner owner, const ObjectInfo& object)
 {
-    const ObjectInfo& object = m_tracker.Object(owner);
     if (object.isAliased)
         return;
-    const GLuint renderbuffer = m_replay.Names().GetValueGLRenderbuffer(NameOf(owner));
+    const GLuint renderbuffer = m_live.Names().GetValueGLRenderbuffer(NameOf(owner));
     GL().glBindRenderbuffer(GL_RENDERBUFFER, renderbuffer);
     GLint format = 0;
     GL().glGetRenderbufferParameteriv(GL_RENDERBUFFER, GL_RENDERBUFFER_INTERNAL_FORMAT, &format);
@@ -157,9 +175,8 @@ void ObjectReader::ReadRenderbuffer(Owner owner)
         Keep(std::move(calls), m_tracker.PixelSlots(image));
 }
 
-void ObjectReader::ReadBuffer(Owner owner)
+void ObjectReader::ReadBuffer(Owner owner, const ObjectInfo& object)
 {
-    const ObjectInfo& object = m_tracker.Object(owner);
     const auto& gl = GL();
     const auto size = static_cast<GLsizeiptr>(object.bytes);
     const OutputCall bind = MakeCall(CallId::glBindBuffer, {GL_ARRAY_BUFFER, NameOf(owner)});
@@ -181,24 +198,24 @@ void ObjectReader::ReadBuffer(Owner owner)
 
 } // namespace
 
-ObjectContents ReadObjectContents(StateTracker& tracker, const Data::StateContext& context, Replay::LiveReplay& replay)
+ObjectContents ReadObjectContents(StateTracker& tracker, const Data::StateContext& context, LiveCalls& live)
 {
-    // What reading needs of OpenGL ES 3.1; without it, drawing is replayed.
-    if (!GL().glGetTexLevelParameteriv || !GL().glMapBufferRange || !GL().glBlitFramebuffer)
+    // Without it, drawing is replayed.
+    if (!CanReadContents())
         return {};
     const PackedTransfers transfers;
     GL().glDisable(GL_SCISSOR_TEST);
-    ObjectReader reader(tracker, replay);
-    for (const auto& [key, owner] : context.group->objects.owners) {
-        const ObjectInfo& object = tracker.Object(owner);
-        const ObjectKind kind = key.first;
-        if (kind == ObjectKind::Texture && !object.drawn.empty())
-            reader.ReadTexture(owner);
-        else if (kind == ObjectKind::Renderbuffer && !object.drawn.empty())
-            reader.ReadRenderbuffer(owner);
-        else if (kind == ObjectKind::Buffer && object.isDrawn && object.bytes > 0)
-            reader.ReadBuffer(owner);
-    }
+    ObjectReader reader(tracker, live, true);
+    for (const auto& [key, owner] : context.group->objects.owners)
+        reader.Read(owner, tracker.Object(owner));
+    return reader.Take();
+}
+
+ObjectContents ReadObject(StateTracker& tracker, Owner owner, const ObjectInfo& info, LiveCalls& live)
+{
+    const PackedTransfers transfers;
+    ObjectReader reader(tracker, live, false);
+    reader.Read(owner, info);
     return reader.Take();
 }
 

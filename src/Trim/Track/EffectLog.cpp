@@ -1,6 +1,9 @@
 #include "Trim/Track/EffectLog.h"
 
 #include <algorithm>
+#include <cstring>
+
+#include "Data/Records/CallArguments.h"
 
 namespace Trim {
 
@@ -112,6 +115,22 @@ private:
 };
 
 } // namespace
+
+void DropNames(Data::CallId call, std::span<const EffectLog::Item> effects, const std::vector<bool>& isCreated,
+               std::vector<std::uint8_t>& record)
+{
+    std::size_t name = 0;
+    for (const EffectLog::Item item : effects) {
+        if (item.effect != Effect::Deletes)
+            continue;
+        if (!isCreated[item.target]) {
+            const Data::CallArguments arguments(call, Data::RecordView(record.data()));
+            const auto names = static_cast<std::size_t>(arguments.Contents(1).data() - record.data());
+            std::memset(record.data() + names + name * sizeof(std::uint32_t), 0, sizeof(std::uint32_t));
+        }
+        ++name;
+    }
+}
 
 Selection SelectRecords(const EffectLog& log, const StateSlots& slots, std::span<const Slot> restored)
 {

@@ -77,4 +77,9 @@ struct Selection {
 /// contents are written after the records in another way.
 Selection SelectRecords(const EffectLog& log, const Data::StateSlots& slots, std::span<const Data::Slot> restored);
 
+/// Replaces by 0, which deleting calls ignore, the names in a deleting call's record whose objects no kept record
+/// makes. `effects` are the record's.
+void DropNames(Data::CallId call, std::span<const EffectLog::Item> effects, const std::vector<bool>& isCreated,
+               std::vector<std::uint8_t>& record);
+
 } // namespace Trim

@@ -2,6 +2,23 @@
 
 namespace Trim {
 
+Verdict VerdictOf(Data::RecordId id)
+{
+    using Data::RecordId;
+    switch (id) {
+    case RecordId::Note:
+    case RecordId::WindowSize:
+    case RecordId::EGLImageCreate:
+    case RecordId::EGLImageContent:
+    case RecordId::ConfigAttribs:
+    case RecordId::SurfaceAttribs:
+    case RecordId::MultisampleTexture:
+        return Verdict::Keep;
+    default:
+        return Verdict::Drop;
+    }
+}
+
 void StateTracker::Call(const CallArguments& call)
 {
     EffectLog& log = m_tracked.Log();

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "Data/Capture/Format.h"
 #include "Trim/Track/BufferTracker.h"
 #include "Trim/Track/ChangeTracker.h"
 #include "Trim/Track/DrawingTracker.h"
@@ -19,6 +20,9 @@
 #include "Trim/Track/TrackedState.h"
 
 namespace Trim {
+
+/// What becomes of a record that is no call in front of the first frame that is kept.
+[[nodiscard]] Verdict VerdictOf(Data::RecordId id);
 
 /// Follows the calls of a capture and logs what each of them does to which slot. A call that it does not know is kept
 /// and may depend on everything, so that forgetting one costs size, not truth. A facade: the state at work is a
@@ -54,7 +58,10 @@ public:
 
     [[nodiscard]] const EffectLog& Log() const { return m_tracked.Log(); }
     [[nodiscard]] Data::StateModel& Model() { return m_tracked.Model(); }
+    [[nodiscard]] const Data::StateModel& Model() const { return m_tracked.Model(); }
     [[nodiscard]] ObjectInfo& Object(Owner owner) { return m_tracked.Object(owner); }
+    /// By the owner that a context is.
+    [[nodiscard]] const std::map<Owner, ContextInfo>& ContextInfos() const { return m_tracked.Infos(); }
     [[nodiscard]] std::uint32_t Thread() const { return m_tracked.Thread(); }
     /// By captured thread.
     [[nodiscard]] const std::map<std::uint32_t, Current>& Threads() const { return m_egl.Threads(); }
@@ -63,6 +70,7 @@ public:
     {
         return m_egl.Surfaces();
     }
+    [[nodiscard]] Owner SurfaceOwner(std::uint32_t surface) { return m_egl.SurfaceOwner(surface); }
     [[nodiscard]] bool IsDrawnTo(std::uint32_t surface) { return !Object(m_egl.SurfaceOwner(surface)).drawn.empty(); }
     /// The slots of what an image holds: colour, depth, stencil.
     [[nodiscard]] std::array<Slot, 3> PixelSlots(const Image& image) { return m_images.SlotsOf(image); }

@@ -20,6 +20,11 @@ public:
     {
         return m_tracked.SlotOf(image.object, State::Pixels, image.face, image.level * 8 + aspect);
     }
+    /// The image that a slot is of.
+    [[nodiscard]] static ImagePlace PlaceOf(const Data::StateSlots& slots, Slot slot)
+    {
+        return {slots.FirstOf(slot), slots.SecondOf(slot) / 8};
+    }
     /// Of colour, depth and stencil.
     [[nodiscard]] std::array<Slot, 3> SlotsOf(const Image& image)
     {

@@ -59,6 +59,8 @@ public:
 
     // The current context.
     [[nodiscard]] Data::StateContext& Context() { return m_model.Context(); }
+    /// By the owner that a context is.
+    [[nodiscard]] const std::map<Owner, ContextInfo>& Infos() const { return m_contexts; }
     [[nodiscard]] ContextInfo& Info() { return m_contexts[Context().owner]; }
     [[nodiscard]] Slot ContextSlot(State state, std::uint32_t first = 0, std::uint32_t second = 0)
     {
