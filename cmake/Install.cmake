@@ -5,7 +5,7 @@ include(CMakePackageConfigHelpers)
 set(PLAYBACK_HEADER_DIR ${CMAKE_INSTALL_INCLUDEDIR}/playback)
 set(PLAYBACK_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Playback)
 set(PACKAGING ${PROJECT_SOURCE_DIR}/packaging)
-set(PROGRAMS playback playback-record playback-info playback-trim playback-bench playback-compare playback-probe)
+set(PROGRAMS playback playback-record playback-info playback-trim playback-bench playback-compare playback-inspect playback-probe)
 
 install(TARGETS ${PROGRAMS} RUNTIME COMPONENT programs)
 install(TARGETS PlaybackRecorder LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/playback COMPONENT programs)

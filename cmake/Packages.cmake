@@ -26,8 +26,9 @@ set(CPACK_COMPONENT_PROGRAMS_DESCRIPTION
 "playback-record runs a program and records its calls; playback replays them
 on the driver of this machine, frame by frame, in a window or off screen, and
 tells whether the pixels are the same and what it cost. playback-info tells
-what is in a capture, playback-trim cuts frames out of one, playback-bench tells
-which of two drivers is slower, playback-compare which draw they do not agree on.")
+what is in a capture, playback-inspect shows in a browser what each draw did,
+playback-trim cuts frames out of one, playback-bench tells which of two drivers
+is slower, playback-compare which draw they do not agree on.")
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_DEPENDS "libplayback0 (= ${PROJECT_VERSION}), ${driver}, libunwind8")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libplayback0)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)

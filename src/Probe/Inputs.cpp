@@ -10,6 +10,7 @@
 #include "Interfaces/Core.h"
 #include "Interfaces/GLFramebuffers.h"
 #include "Probe/ObjectContents.h"
+#include "Probe/Programs.h"
 
 namespace Probe {
 
@@ -20,135 +21,6 @@ using Data::ObjectKind;
 const Core::GLESProcTable& GL()
 {
     return Core::KHRLayer::GLESProc();
-}
-
-/// What the type of a uniform means.
-struct UniformType {
-    enum Base : std::uint8_t { Float, Int, Unsigned, Sampler };
-    Base base = Float;
-    std::size_t components = 1;
-    /// Of a sampler.
-    GLenum target = 0;
-};
-
-UniformType DescribeType(GLenum type)
-{
-    using enum UniformType::Base;
-    // Those that are not listed are samplers and images of buffers and the like, whose value is a unit.
-    static const std::map<GLenum, UniformType> types = {
-        {GL_FLOAT, {Float, 1}},
-        {GL_FLOAT_VEC2, {Float, 2}},
-        {GL_FLOAT_VEC3, {Float, 3}},
-        {GL_FLOAT_VEC4, {Float, 4}},
-        {GL_FLOAT_MAT2, {Float, 4}},
-        {GL_FLOAT_MAT3, {Float, 9}},
-        {GL_FLOAT_MAT4, {Float, 16}},
-        {GL_FLOAT_MAT2x3, {Float, 6}},
-        {GL_FLOAT_MAT3x2, {Float, 6}},
-        {GL_FLOAT_MAT2x4, {Float, 8}},
-        {GL_FLOAT_MAT4x2, {Float, 8}},
-        {GL_FLOAT_MAT3x4, {Float, 12}},
-        {GL_FLOAT_MAT4x3, {Float, 12}},
-        {GL_INT, {Int, 1}},
-        {GL_INT_VEC2, {Int, 2}},
-        {GL_INT_VEC3, {Int, 3}},
-        {GL_INT_VEC4, {Int, 4}},
-        {GL_BOOL, {Int, 1}},
-        {GL_BOOL_VEC2, {Int, 2}},
-        {GL_BOOL_VEC3, {Int, 3}},
-        {GL_BOOL_VEC4, {Int, 4}},
-        {GL_UNSIGNED_INT, {Unsigned, 1}},
-        {GL_UNSIGNED_INT_VEC2, {Unsigned, 2}},
-        {GL_UNSIGNED_INT_VEC3, {Unsigned, 3}},
-        {GL_UNSIGNED_INT_VEC4, {Unsigned, 4}},
-        {GL_SAMPLER_2D, {Sampler, 1, GL_TEXTURE_2D}},
-        {GL_SAMPLER_2D_SHADOW, {Sampler, 1, GL_TEXTURE_2D}},
-        {GL_INT_SAMPLER_2D, {Sampler, 1, GL_TEXTURE_2D}},
-        {GL_UNSIGNED_INT_SAMPLER_2D, {Sampler, 1, GL_TEXTURE_2D}},
-        {GL_SAMPLER_CUBE, {Sampler, 1, GL_TEXTURE_CUBE_MAP}},
-        {GL_SAMPLER_CUBE_SHADOW, {Sampler, 1, GL_TEXTURE_CUBE_MAP}},
-        {GL_INT_SAMPLER_CUBE, {Sampler, 1, GL_TEXTURE_CUBE_MAP}},
-        {GL_UNSIGNED_INT_SAMPLER_CUBE, {Sampler, 1, GL_TEXTURE_CUBE_MAP}},
-        {GL_SAMPLER_3D, {Sampler, 1, GL_TEXTURE_3D}},
-        {GL_INT_SAMPLER_3D, {Sampler, 1, GL_TEXTURE_3D}},
-        {GL_UNSIGNED_INT_SAMPLER_3D, {Sampler, 1, GL_TEXTURE_3D}},
-        {GL_SAMPLER_2D_ARRAY, {Sampler, 1, GL_TEXTURE_2D_ARRAY}},
-        {GL_SAMPLER_2D_ARRAY_SHADOW, {Sampler, 1, GL_TEXTURE_2D_ARRAY}},
-        {GL_INT_SAMPLER_2D_ARRAY, {Sampler, 1, GL_TEXTURE_2D_ARRAY}},
-        {GL_UNSIGNED_INT_SAMPLER_2D_ARRAY, {Sampler, 1, GL_TEXTURE_2D_ARRAY}},
-        {GL_SAMPLER_CUBE_MAP_ARRAY, {Sampler, 1, GL_TEXTURE_CUBE_MAP_ARRAY}},
-        {GL_SAMPLER_2D_MULTISAMPLE, {Sampler, 1, GL_TEXTURE_2D_MULTISAMPLE}},
-        {GL_SAMPLER_2D_MULTISAMPLE_ARRAY, {Sampler, 1, GL_TEXTURE_2D_MULTISAMPLE_ARRAY}},
-    };
-    const auto entry = types.find(type);
-    return entry != types.end() ? entry->second : UniformType{Sampler, 1, 0};
-}
-
-GLint ProgramParameter(GLuint program, GLenum name)
-{
-    GLint value = 0;
-    GL().glGetProgramiv(program, name, &value);
-    return value;
-}
-
-std::vector<double> UniformValues(GLuint program, GLint location, const UniformType& type)
-{
-    constexpr std::size_t Most = 16;
-    std::vector<double> values(type.components);
-    const auto get = [&]<class T>(void (*function)(GLuint, GLint, T*)) {
-        T raw[Most] = {};
-        if (function)
-            function(program, location, raw);
-        for (std::size_t i = 0; i < values.size(); ++i)
-            values[i] = static_cast<double>(raw[i]);
-    };
-    if (type.base == UniformType::Float)
-        get(GL().glGetUniformfv);
-    else if (type.base == UniformType::Unsigned)
-        get(GL().glGetUniformuiv);
-    else
-        get(GL().glGetUniformiv);
-    return values;
-}
-
-struct ActiveUniform {
-    std::string name;
-    GLint count = 0;
-    GLenum type = 0;
-};
-
-std::vector<ActiveUniform> ActiveUniforms(GLuint program)
-{
-    std::vector<ActiveUniform> all;
-    std::string buffer(static_cast<std::size_t>(ProgramParameter(program, GL_ACTIVE_UNIFORM_MAX_LENGTH)) + 1, '\0');
-    for (GLint i = 0; i < ProgramParameter(program, GL_ACTIVE_UNIFORMS); ++i) {
-        GLsizei length = 0;
-        ActiveUniform uniform;
-        GL().glGetActiveUniform(program, static_cast<GLuint>(i), static_cast<GLsizei>(buffer.size()), &length,
-                                &uniform.count, &uniform.type, buffer.data());
-        uniform.name = buffer.substr(0, static_cast<std::size_t>(length));
-        all.push_back(std::move(uniform));
-    }
-    return all;
-}
-
-/// The values of all elements of a uniform of the default block; nothing for another one.
-std::optional<std::vector<double>> ValuesOf(GLuint program, const ActiveUniform& uniform)
-{
-    const UniformType type = DescribeType(uniform.type);
-    std::string name = uniform.name;
-    const bool isArray = name.ends_with("[0]");
-    std::vector<double> all;
-    for (GLint i = 0; i < uniform.count; ++i) {
-        if (isArray)
-            name = uniform.name.substr(0, uniform.name.size() - 2) + std::to_string(i) + "]";
-        const GLint location = GL().glGetUniformLocation(program, name.c_str());
-        if (location < 0)
-            break;
-        const std::vector<double> values = UniformValues(program, location, type);
-        all.insert(all.end(), values.begin(), values.end());
-    }
-    return all.empty() ? std::nullopt : std::optional(std::move(all));
 }
 
 std::uint64_t HashTexture(GLuint texture, GLenum target)
@@ -232,12 +104,12 @@ private:
 
     void ReadUniforms()
     {
-        for (const ActiveUniform& uniform : ActiveUniforms(m_program)) {
+        for (const ActiveVariable& uniform : ActiveUniforms(m_program)) {
             const std::optional<std::vector<double>> values = ValuesOf(m_program, uniform);
             if (!values)
                 continue;
             m_inputs.push_back({Input::Kind::Uniform, m_captured, uniform.name, *values});
-            if (const GLenum target = DescribeType(uniform.type).target; target != 0)
+            if (const GLenum target = SamplerTarget(uniform.type); target != 0)
                 for (const double unit : *values)
                     AddTexture(m_model.Bound(Data::State::Texture, static_cast<std::uint32_t>(unit), target),
                                "sampler " + uniform.name);
@@ -323,7 +195,7 @@ bool ReadInput(Input& input, const Playback::GLResourceTable& names)
     const GLuint program = names.GetValueGLProgram(input.object);
     input.values.clear();
     if (program != 0 && ProgramParameter(program, GL_LINK_STATUS) != 0)
-        for (const ActiveUniform& uniform : ActiveUniforms(program))
+        for (const ActiveVariable& uniform : ActiveUniforms(program))
             if (uniform.name == input.name)
                 input.values = ValuesOf(program, uniform).value_or(std::vector<double>{});
     Core::TakeErrors(GL());

@@ -5,6 +5,7 @@
 
 #include "Interfaces/Core.h"
 #include "Playback/Names/GLResourceTable.h"
+#include "Probe/CrashNote.h"
 
 namespace Probe {
 
@@ -12,6 +13,9 @@ namespace {
 
 using Data::CallId;
 using Data::RecordId;
+
+/// Of one frame.
+constexpr std::size_t MostFailed = 1000;
 
 /// Calls that ask for numbers.
 bool IsQuestion(std::string_view function)
@@ -65,6 +69,28 @@ Replayer::Stop Replayer::ToAction()
     return stop;
 }
 
+Replayer::Stop Replayer::ToCall(std::uint32_t frame, std::uint32_t call)
+{
+    const Data::Position& at = m_diagnostics.position;
+    if (m_frames + 1 > frame || (m_frames + 1 == frame && at.frame + 1 == frame && at.call > call))
+        return Stop::End;
+    // It is there already.
+    if (at.frame + 1 == frame && m_frames + 1 == frame && at.call == call && m_action.call == call)
+        return Stop::Action;
+    m_wantedFrame = frame;
+    m_wantedCall = call;
+    Stop stop = Stop::FrameEnd;
+    while (stop == Stop::FrameEnd && m_frames < frame)
+        stop = Run(false);
+    m_wantedFrame = 0;
+    return stop;
+}
+
+bool Replayer::IsWanted() const
+{
+    return m_wantedFrame == m_frames + 1 && m_wantedCall == m_diagnostics.position.call;
+}
+
 Replayer::Stop Replayer::Run(bool stopsAtActions)
 {
     while (m_reader.Next()) {
@@ -76,6 +102,7 @@ Replayer::Stop Replayer::Run(bool stopsAtActions)
         if (record.Is(RecordId::FrameEnd)) {
             ++m_frames;
             m_counter.BeginFrame();
+            m_failed.clear();
             return Stop::FrameEnd;
         }
         const std::optional<CallId> call = m_source->CallOf(record.Header());
@@ -84,7 +111,8 @@ Replayer::Stop Replayer::Run(bool stopsAtActions)
             continue;
         }
         Play(*call);
-        if (m_counter.Count(*call) && stopsAtActions) {
+        const bool isAction = m_counter.Count(*call).has_value();
+        if ((isAction && stopsAtActions) || IsWanted()) {
             m_action.number = m_counter.Last();
             return Stop::Action;
         }
@@ -100,16 +128,23 @@ void Replayer::Play(CallId call)
         ReadPicture("surface " + std::to_string(arguments.Unsigned(1)), 0);
     }
     const bool isAction = Data::ActionOf(call) != Data::ActionKind::None;
-    const bool isKept = m_watched || (m_isStepping && (isAction || IsQuestion(NameOf(call))));
+    const bool isKept = m_watched || IsWanted() || (m_isStepping && (isAction || IsQuestion(NameOf(call))));
     if (isKept)
         m_record.assign(record.Bytes().begin(), record.Bytes().end());
+    if (m_isStepping && isAction && m_beforeAction)
+        m_beforeAction();
+    CrashNote::Set(m_frames + 1, m_diagnostics.position.call, NameOf(call));
     const bool isPlayed = m_replay->Call(call, record.Record());
+    const auto describe = [&]() -> PlayedAction {
+        return {{}, Data::ActionOf(call), m_frames + 1, m_diagnostics.position.call, m_thread, NameOf(call), isPlayed};
+    };
+    if (!isPlayed && m_failed.size() < MostFailed)
+        m_failed.push_back(describe());
     if (!isKept)
         return;
     const Data::CallArguments kept(call, Data::RecordView(m_record.data()));
-    if (m_isStepping && isAction)
-        m_action = {{},       Data::ActionOf(call), m_frames + 1, m_diagnostics.position.call,
-                    m_thread, NameOf(call),         isPlayed};
+    if ((m_isStepping && isAction) || IsWanted())
+        m_action = describe();
     if (m_isStepping && IsQuestion(NameOf(call)))
         CompareAnswers(kept, Data::CallArguments(call, record));
     if (m_watched)
@@ -182,6 +217,26 @@ std::vector<Input> Replayer::Inputs()
     const auto call = KeptCall();
     return call ? ReadInputs({*call, Data::RecordView(m_record.data())}, m_model, m_replay->Names())
                 : std::vector<Input>{};
+}
+
+unsigned int Replayer::TextureOf(std::uint32_t captured)
+{
+    // The table answers the captured name for a texture that it does not know.
+    const bool isKnown = captured != 0 && m_model.Known(Data::ObjectKind::Texture, captured) != 0;
+    return isKnown ? m_replay->Names().GetValueGLTexture(captured) : 0;
+}
+
+VertexTable Replayer::Vertices(std::uint32_t first, std::uint32_t most)
+{
+    const auto call = KeptCall();
+    if (!call || Data::ActionOf(*call) != Data::ActionKind::Draw || !m_model.HasContext())
+        return {.problem = "this call is no draw"};
+    std::vector<std::uint32_t> buffers;
+    for (const auto& [key, owner] : m_model.Context().group->objects.owners)
+        if (key.first == Data::ObjectKind::Buffer)
+            buffers.push_back(key.second);
+    return ReadVertices({*call, Data::RecordView(m_record.data())}, m_action.isPlayed, m_replay->Names(), buffers,
+                        first, most);
 }
 
 void Replayer::CheckWatched(CallId call, const Data::CallArguments& arguments)

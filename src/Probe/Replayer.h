@@ -14,6 +14,7 @@
 #include "Data/State/StateModel.h"
 #include "Probe/Inputs.h"
 #include "Probe/Targets.h"
+#include "Probe/Vertices.h"
 #include "Replay/LiveReplay.h"
 #include "Util/ExitStatus.h"
 
@@ -74,17 +75,33 @@ public:
     /// that are not the recorded ones are noted.
     Stop ToAction();
 
+    /// Replays up to a call and that one too; both numbers count from 1. FrameEnd when the frame has less calls, End
+    /// when the capture ends before it or it is behind already.
+    Stop ToCall(std::uint32_t frame, std::uint32_t call);
+
     /// Whole frames that were replayed.
     [[nodiscard]] std::uint32_t Frames() const { return m_frames; }
     [[nodiscard]] std::uint32_t FrameCount() const { return m_source->FrameCount(); }
     /// Of the last ToFrameEnd, or since the last action.
     [[nodiscard]] std::vector<Picture>& Pictures() { return m_pictures; }
-    /// Of the last ToAction.
+    /// Of the last ToAction or ToCall.
     [[nodiscard]] const PlayedAction& Action() const { return m_action; }
     [[nodiscard]] const std::vector<Answer>& Answers() const { return m_answers; }
+    /// Calls of the frame at work that were refused or raised an error.
+    [[nodiscard]] const std::vector<PlayedAction>& Failed() const { return m_failed; }
+    [[nodiscard]] const Playback::GLResourceTable& Names() const { return m_replay->Names(); }
+    /// The live name; 0 where the capture has no such texture at this place.
+    [[nodiscard]] unsigned int TextureOf(std::uint32_t captured);
+    [[nodiscard]] bool HasContext() const { return m_model.HasContext(); }
     /// Of the last action.
     std::vector<Target> Targets();
     std::vector<Input> Inputs();
+
+    /// Called in front of each action that ToAction stops at, when Targets are those of before it. Empty for nothing.
+    void SetBeforeAction(std::function<void()> function) { m_beforeAction = std::move(function); }
+
+    /// Of the last call, where it is a draw.
+    VertexTable Vertices(std::uint32_t first, std::uint32_t most);
 
     /// From now on notes each call after which the input is another one.
     void Watch(Input input) { m_watched = std::move(input); }
@@ -94,6 +111,7 @@ private:
     explicit Replayer(std::string path, std::unique_ptr<Data::CaptureSource> source);
 
     Stop Run(bool stopsAtActions);
+    [[nodiscard]] bool IsWanted() const;
     void Play(Data::CallId call);
     void Other();
     void ReadPicture(const std::string& object, std::optional<unsigned int> framebuffer);
@@ -113,10 +131,15 @@ private:
     std::uint32_t m_thread = 0;
     Data::ActionCounter m_counter;
     bool m_isStepping = false;
+    /// Of ToCall; 0 while it is not at work.
+    std::uint32_t m_wantedFrame = 0;
+    std::uint32_t m_wantedCall = 0;
     bool m_wantsPictures = false;
     std::vector<Picture> m_pictures;
     std::optional<std::uint64_t> m_recordedHash;
     PlayedAction m_action;
+    std::vector<PlayedAction> m_failed;
+    std::function<void()> m_beforeAction;
     /// The record of a call as it was before the driver wrote to it.
     std::vector<std::uint8_t> m_record;
     std::vector<Answer> m_answers;

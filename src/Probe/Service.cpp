@@ -1,29 +1,13 @@
 #include "Probe/Service.h"
 
-#include <cstdio>
+#include <iterator>
+#include <optional>
+
+#include "Probe/Looks.h"
 
 namespace Probe {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-std::string HashText(std::uint64_t hash)
-{
-    char text[17];
-    std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(hash));
-    return text;
-}
-
-Json ToJson(const Contents& contents)
-{
-    if (contents.data.empty())
-        return {{"problem", contents.problem}};
-    return {{"components", contents.components},
-            {"width", contents.width},
-            {"height", contents.height},
-            {"hash", HashText(contents.Hash())}};
-}
 
 constexpr const char* Kinds[] = {"uniform", "texture", "buffer"};
 
@@ -39,7 +23,7 @@ Json ToJson(const Input& input)
 
 } // namespace
 
-Service::Reply Service::Answer(const std::string& request, std::istream& input)
+Reply Service::Answer(const std::string& request, std::istream& input)
 {
     const nlohmann::json json = nlohmann::json::parse(request, nullptr, false);
     if (!json.is_object())
@@ -59,10 +43,14 @@ Service::Reply Service::Answer(const std::string& request, std::istream& input)
         return Watch(json);
     if (what == "changes")
         return Changes();
+    if (what == "targets")
+        return {{{"targets", Targets()}}};
+    if (std::optional<Reply> reply = Look(m_replayer, what, json))
+        return std::move(*reply);
     return {{{"error", "there is no request \"" + what + "\""}}};
 }
 
-Service::Reply Service::Frame(std::uint32_t frame, bool wantsPictures)
+Reply Service::Frame(std::uint32_t frame, bool wantsPictures)
 {
     m_contents.clear();
     m_places.clear();
@@ -91,7 +79,7 @@ Json Service::TakePictures()
     return pictures;
 }
 
-Service::Reply Service::Action()
+Reply Service::Action()
 {
     m_contents.clear();
     m_places.clear();
@@ -114,6 +102,14 @@ Service::Reply Service::Action()
     json = {{"frame", action.frame},       {"number", action.number.Text()}, {"kind", NameOf(action.kind)},
             {"call", action.call},         {"function", action.function},    {"thread", action.thread},
             {"isPlayed", action.isPlayed}, {"answers", std::move(answers)}};
+    json["targets"] = Targets();
+    return {json};
+}
+
+Json Service::Targets()
+{
+    m_contents.clear();
+    m_places.clear();
     Json targets = Json::array();
     for (Target& target : m_replayer.Targets()) {
         Json one = {{"what", target.what}, {"object", target.object}};
@@ -122,22 +118,19 @@ Service::Reply Service::Action()
         m_places.push_back(target.place);
         m_contents.push_back(std::move(target.contents));
     }
-    json["targets"] = std::move(targets);
-    return {json};
+    return targets;
 }
 
-Service::Reply Service::Pixels(std::size_t index) const
+Reply Service::Pixels(std::size_t index) const
 {
     if (index >= m_contents.size())
         return {{{"error", "the last answer has " + std::to_string(m_contents.size()) + " images, found index " +
                                std::to_string(index)}}};
-    Json json = ToJson(m_contents[index]);
-    json["bytes"] = m_contents[index].data.size();
-    return {json, m_contents[index].data};
+    return ToReply(m_contents[index]);
 }
 
 /// As many bytes follow the request as the contents have that are replaced.
-Service::Reply Service::Put(std::size_t index, std::istream& input)
+Reply Service::Put(std::size_t index, std::istream& input)
 {
     if (index >= m_places.size())
         return {{{"error", "the last action has " + std::to_string(m_places.size()) + " images, found index " +
@@ -148,7 +141,7 @@ Service::Reply Service::Put(std::size_t index, std::istream& input)
     return {{{"isSame", WriteTarget(m_places[index], contents)}}};
 }
 
-Service::Reply Service::Inputs()
+Reply Service::Inputs()
 {
     Json inputs = Json::array();
     for (const Input& input : m_replayer.Inputs())
@@ -156,7 +149,7 @@ Service::Reply Service::Inputs()
     return {{{"inputs", std::move(inputs)}}};
 }
 
-Service::Reply Service::Watch(const nlohmann::json& request)
+Reply Service::Watch(const nlohmann::json& request)
 {
     const std::string kind = request.value("kind", "");
     for (std::size_t i = 0; i < std::size(Kinds); ++i) {
@@ -168,7 +161,7 @@ Service::Reply Service::Watch(const nlohmann::json& request)
     return {{{"error", "expected kind uniform, texture or buffer, found \"" + kind + "\""}}};
 }
 
-Service::Reply Service::Changes() const
+Reply Service::Changes() const
 {
     Json changes = Json::array();
     for (const Change& change : m_replayer.Changes())

@@ -4,8 +4,7 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
+#include "Probe/Json.h"
 #include "Probe/Replayer.h"
 
 namespace Probe {
@@ -16,11 +15,6 @@ class Service {
 public:
     explicit Service(Replayer& replayer) : m_replayer(replayer) {}
 
-    struct Reply {
-        nlohmann::ordered_json json;
-        /// Follow the line.
-        std::vector<std::uint8_t> bytes = {};
-    };
     /// A request that is not understood is answered with "error".
     /// Bytes that belong to the request are taken from `input`.
     Reply Answer(const std::string& request, std::istream& input);
@@ -29,6 +23,7 @@ private:
     Reply Frame(std::uint32_t frame, bool wantsPictures);
     nlohmann::ordered_json TakePictures();
     Reply Action();
+    Json Targets();
     Reply Pixels(std::size_t index) const;
     Reply Put(std::size_t index, std::istream& input);
     Reply Inputs();

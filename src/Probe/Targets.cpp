@@ -35,6 +35,7 @@ public:
         case Data::ActionKind::Draw:
         case Data::ActionKind::Clear:
         case Data::ActionKind::Blit:
+        case Data::ActionKind::None:
             ReadFramebuffer();
             break;
         case Data::ActionKind::Copy:
@@ -45,7 +46,6 @@ public:
                         Data::StateModel::TextureTarget(m_action.Unsigned(0)));
             break;
         case Data::ActionKind::Dispatch:
-        case Data::ActionKind::None:
             break;
         }
         if (IsByShaders())

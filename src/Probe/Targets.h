@@ -34,8 +34,9 @@ struct Target {
 };
 
 /// Reads what the action just replayed could write to, of the current context: the colour buffers that are drawn to,
-/// depth and stencil, for copies and mipmaps the images of their texture, and buffers and images that shaders can write
-/// to. `model` has followed the call too. All GL state is put back; pending errors are lost.
+/// depth and stencil, for calls that are no actions too; for copies and mipmaps the images of their texture, and
+/// buffers and images that shaders can write to. `model` has followed the call too. All GL state is put back; pending
+/// errors are lost.
 std::vector<Target> ReadTargets(const Data::CallArguments& action, Data::StateModel& model,
                                 const Playback::GLResourceTable& names);
 

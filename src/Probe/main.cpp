@@ -7,6 +7,7 @@
 
 #include "Interfaces/Core.h"
 #include "Playback/PlaybackSettings.h"
+#include "Probe/CrashNote.h"
 #include "Probe/Service.h"
 #include "Util/CommandLine.h"
 #include "Util/ExitStatus.h"
@@ -22,7 +23,7 @@ constexpr const char* Usage =
     "\n"
     "Replays a capture off screen as it is told, and tells what came of it. Requests come on standard\n"
     "input, a JSON object on each line; each answer is a line of JSON on standard output. playback-compare\n"
-    "uses it for its sides.";
+    "and playback-inspect use it.";
 
 std::vector<Util::Option> AllOptions()
 {
@@ -48,7 +49,7 @@ ExitStatus Serve(Probe::Replayer& replayer, std::FILE* output)
 {
     Probe::Service service(replayer);
     for (std::string request; std::getline(std::cin, request);) {
-        const Probe::Service::Reply reply = service.Answer(request, std::cin);
+        const Probe::Reply reply = service.Answer(request, std::cin);
         const std::string line = reply.json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
         if (std::fwrite(line.data(), 1, line.size(), output) != line.size() ||
             std::fwrite(reply.bytes.data(), 1, reply.bytes.size(), output) != reply.bytes.size() ||
@@ -87,6 +88,7 @@ ExitStatus Run(int argc, char** argv)
         std::fprintf(stderr, "playback-probe: %s\n", error.c_str());
         return status;
     }
+    Probe::CrashNote::Install();
     return Serve(*replayer, output);
 }
 

@@ -81,8 +81,18 @@ std::unique_ptr<Child> Child::Start(const std::vector<std::string>& command, std
         posix_spawn_file_actions_adddup2(&actions, input[1], STDIN_FILENO);
         posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
         posix_spawn_file_actions_adddup2(&actions, child->m_messages, STDERR_FILENO);
-        failure = posix_spawn(&child->m_process, words[0].c_str(), &actions, nullptr, Pointers(words).data(),
+        // This program may keep signals from its threads, which is no concern of others.
+        sigset_t none;
+        sigemptyset(&none);
+        posix_spawnattr_t attributes;
+        posix_spawnattr_init(&attributes);
+        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+        posix_spawnattr_setsigmask(&attributes, &none);
+        pid_t process = -1;
+        failure = posix_spawn(&process, words[0].c_str(), &actions, &attributes, Pointers(words).data(),
                               Pointers(variables).data());
+        child->m_process = process;
+        posix_spawnattr_destroy(&attributes);
         posix_spawn_file_actions_destroy(&actions);
     }
     Close(input[1]);
@@ -168,6 +178,12 @@ int Child::Wait()
     }
     m_process = -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+void Child::Terminate() const
+{
+    if (const pid_t process = m_process; process > 0)
+        kill(process, SIGTERM);
 }
 
 std::string Child::Messages() const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -40,6 +41,8 @@ public:
     [[nodiscard]] std::string ReadRest();
     /// Waits for its end. Its status as a shell has it: 128 and the signal where one ended it.
     int Wait();
+    /// Asks it to end (SIGTERM), from any thread; Wait waits until it does.
+    void Terminate() const;
     /// What it has said on standard error so far.
     [[nodiscard]] std::string Messages() const;
 
@@ -47,7 +50,7 @@ private:
     Child() = default;
     bool ReadMore();
 
-    pid_t m_process = -1;
+    std::atomic<pid_t> m_process = -1;
     int m_input = -1;
     int m_output = -1;
     /// A file without a name, since nobody reads it while the child writes.

@@ -48,7 +48,8 @@ FAMILY("debug-labels", stage)
     glGenTransformFeedbacks(1, &feedback);
     glBindTransformFeedback(GL_TRANSFORM_FEEDBACK, feedback);
     glBindTransformFeedback(GL_TRANSFORM_FEEDBACK, 0);
-    const GLuint shader = glCreateShader(GL_VERTEX_SHADER);
+    const GLuint shader = CompileShader(GL_VERTEX_SHADER, "//</pre></script><script>document.title='owned'</script>\n"
+                                                          "void main() { gl_Position = vec4(0); }");
     const struct {
         GLenum kind;
         GLuint name;
@@ -64,7 +65,8 @@ FAMILY("debug-labels", stage)
     for (int frame = 1; frame <= FrameCount; ++frame) {
         glClear(GL_COLOR_BUFFER_BIT);
         insertMarker(0, "a frame");
-        pushMarker(5, "boxes of the frame");
+        // Whoever shows labels on a page must keep them text.
+        pushMarker(0, "<img src=x onerror=\"document.title='owned'\">");
         const int groups = frame % 4;
         for (int i = 0; i < groups; ++i) {
             glPushDebugGroup(GL_DEBUG_SOURCE_APPLICATION, static_cast<GLuint>(i), -1, "group");

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+
+#include "Data/Records/CallArguments.h"
+#include "Data/State/BufferBindings.h"
+
+namespace Inspect {
+
+/// What is bound that tells the passes of a frame apart, as the calls say.
+struct Bound {
+    std::uint32_t framebuffer = 0; ///< that is drawn to
+    std::uint32_t program = 0;
+};
+
+/// Follows it for each context.
+class Bindings {
+public:
+    void Follow(const Data::CallArguments& call, std::uint32_t context);
+    [[nodiscard]] static bool Concerns(Data::CallId call);
+    [[nodiscard]] Bound Of(std::uint32_t context) const;
+
+private:
+    std::map<std::uint32_t, Bound> m_contexts;
+};
+
+} // namespace Inspect

@@ -1,0 +1,101 @@
+#include "Inspect/Inspector.h"
+
+#include <algorithm>
+
+#include "Inspect/Error.h"
+
+namespace Inspect {
+
+namespace {
+
+// What is kept for the next time, the last used ones.
+constexpr std::size_t MostFrames = 4;
+constexpr std::size_t MostStates = 64;
+
+Data::CaptureHeader ReadHeader(const std::string& path)
+{
+    std::string error;
+    const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(path, error);
+    if (!source)
+        throw Error(Error::Kind::Request, error);
+    return source->Header();
+}
+
+} // namespace
+
+Inspector::Inspector(std::string path, std::string driver, bool isLasting)
+    : m_path(std::move(path)), m_header(ReadHeader(m_path)), m_index(m_path),
+      m_replays(m_path, std::move(driver), isLasting)
+{
+}
+
+std::shared_ptr<const FrameCalls> Inspector::Calls(std::uint32_t frame)
+{
+    const std::lock_guard lock(m_callsMutex);
+    const auto kept = std::ranges::find_if(m_calls, [&](const auto& calls) { return calls->frame == frame; });
+    if (kept != m_calls.end()) {
+        m_calls.splice(m_calls.begin(), m_calls, kept);
+        return m_calls.front();
+    }
+    ChunkStart start;
+    if (!m_index.Find(frame, start))
+        throw Error(Error::Kind::Request, "there is no frame " + std::to_string(frame) + ": the capture has " +
+                                              std::to_string(m_index.Get().frames.size()));
+    std::string error;
+    std::shared_ptr<const FrameCalls> calls = ReadFrameCalls(m_path, frame, start, error);
+    if (!calls)
+        throw Error(Error::Kind::Request, error);
+    m_calls.push_front(calls);
+    if (m_calls.size() > MostFrames)
+        m_calls.pop_back();
+    return calls;
+}
+
+Place Inspector::Find(const std::string& text)
+{
+    const std::optional<PlaceText> place = PlaceText::Parse(text);
+    if (!place)
+        throw Error(Error::Kind::Request,
+                    "expected a place such as 57:12 for an action, 57:c345 for a call or 57 for the end of a frame, "
+                    "found \"" +
+                        text + "\"");
+    const std::optional<std::uint32_t> call = Calls(place->frame)->Find(*place);
+    if (!call)
+        throw Error(Error::Kind::Request, "frame " + std::to_string(place->frame) + " has no " + text);
+    return {place->frame, *call};
+}
+
+std::string Inspector::NameOf(const Place& place)
+{
+    return std::to_string(place.frame) + ":" + Calls(place.frame)->NameOf(place.call);
+}
+
+std::shared_ptr<const Tools::StateSnapshot> Inspector::State(const Place& place)
+{
+    const std::lock_guard lock(m_stateMutex);
+    for (auto state = m_states.begin(); state != m_states.end(); ++state) {
+        if (state->first == place) {
+            m_states.splice(m_states.begin(), m_states, state);
+            return m_states.front().second;
+        }
+    }
+    const std::optional<FrameCut> cut = m_replays.CutOf(place.frame);
+    const Place at = cut ? cut->ToCut(place) : place;
+    const std::string& path = cut ? cut->path : m_path;
+    std::string error;
+    const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(path, error);
+    if (!source)
+        throw Error(Error::Kind::Request, error);
+    Data::Diagnostics diagnostics(path, nullptr);
+    auto result = Tools::StateAt(*source, diagnostics, {at.frame, at.call});
+    if (const auto* const text = std::get_if<std::string>(&result))
+        throw Error(Error::Kind::Request, *text);
+    auto state = std::make_shared<Tools::StateSnapshot>(std::get<Tools::StateSnapshot>(std::move(result)));
+    state->moment = {place.frame, place.call};
+    m_states.emplace_front(place, state);
+    if (m_states.size() > MostStates)
+        m_states.pop_back();
+    return state;
+}
+
+} // namespace Inspect

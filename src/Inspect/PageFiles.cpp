@@ -1,0 +1,37 @@
+#include "Inspect/PageFiles.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "Inspect/Pages.h"
+
+namespace Inspect {
+
+const PageFile* FindPageFile(std::string_view name)
+{
+    constexpr const char* Script = "text/javascript; charset=utf-8";
+    static const PageFile files[] = {
+        {"index.html", "text/html; charset=utf-8", Pages::index},
+        {"style.css", "text/css; charset=utf-8", Pages::style},
+        {"api.js", Script, Pages::api},
+        {"call.js", Script, Pages::call},
+        {"history.js", Script, Pages::history},
+        {"inputs.js", Script, Pages::inputs},
+        {"keys.js", Script, Pages::keys},
+        {"list.js", Script, Pages::list},
+        {"main.js", Script, Pages::start},
+        {"mesh.js", Script, Pages::mesh},
+        {"output.js", Script, Pages::output},
+        {"pixels.js", Script, Pages::pixels},
+        {"resources.js", Script, Pages::resources},
+        {"source.js", Script, Pages::source},
+        {"state.js", Script, Pages::state},
+        {"timeline.js", Script, Pages::timeline},
+        {"tree.js", Script, Pages::tree},
+        {"util.js", Script, Pages::util},
+    };
+    const PageFile* const file = std::ranges::find(files, name, &PageFile::name);
+    return file != std::end(files) ? file : nullptr;
+}
+
+} // namespace Inspect

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "Inspect/Inspector.h"
+#include "Inspect/Query.h"
+
+namespace Inspect {
+
+/// The value, or `otherwise` where it is not given.
+std::string TextOf(const Parameters& parameters, const std::string& name, const std::string& otherwise = {});
+/// The same for a number; throws Error for text that is none.
+std::uint32_t NumberOf(const Parameters& parameters, const std::string& name, std::uint32_t otherwise);
+/// The same, where it must be given.
+std::uint32_t NumberOf(const Parameters& parameters, const std::string& name);
+/// The place that "at" names.
+Place PlaceOf(Inspector& inspector, const Parameters& parameters);
+
+// The requests, by family.
+Answer AnswerCapture(Inspector& inspector, const Parameters& parameters);
+Answer AnswerFrames(Inspector& inspector, const Parameters& parameters);
+Answer AnswerActions(Inspector& inspector, const Parameters& parameters);
+Answer AnswerCall(Inspector& inspector, const Parameters& parameters);
+Answer AnswerCalls(Inspector& inspector, const Parameters& parameters);
+
+Answer AnswerState(Inspector& inspector, const Parameters& parameters);
+Answer AnswerResources(Inspector& inspector, const Parameters& parameters);
+
+Answer AnswerTargets(Inspector& inspector, const Parameters& parameters);
+Answer AnswerPixels(Inspector& inspector, const Parameters& parameters);
+Answer AnswerPicture(Inspector& inspector, const Parameters& parameters);
+Answer AnswerPixel(Inspector& inspector, const Parameters& parameters);
+Answer AnswerInputs(Inspector& inspector, const Parameters& parameters);
+Answer AnswerVertices(Inspector& inspector, const Parameters& parameters);
+Answer AnswerTexture(Inspector& inspector, const Parameters& parameters);
+Answer AnswerImage(Inspector& inspector, const Parameters& parameters);
+Answer AnswerBuffer(Inspector& inspector, const Parameters& parameters);
+Answer AnswerProgram(Inspector& inspector, const Parameters& parameters);
+
+} // namespace Inspect

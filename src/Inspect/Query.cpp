@@ -1,0 +1,82 @@
+#include "Inspect/Query.h"
+
+#include "Inspect/Error.h"
+#include "Inspect/Parameters.h"
+#include "Util/Spelling.h"
+
+namespace Inspect {
+
+namespace {
+
+struct Query {
+    const char* name;
+    Answer (*ask)(Inspector&, const Parameters&);
+};
+
+constexpr Query Queries[] = {
+    {"capture", AnswerCapture},     {"frames", AnswerFrames},   {"actions", AnswerActions},
+    {"calls", AnswerCalls},         {"call", AnswerCall},       {"state", AnswerState},
+    {"resources", AnswerResources}, {"targets", AnswerTargets}, {"pixels", AnswerPixels},
+    {"picture", AnswerPicture},     {"pixel", AnswerPixel},     {"inputs", AnswerInputs},
+    {"vertices", AnswerVertices},   {"texture", AnswerTexture}, {"image", AnswerImage},
+    {"buffer", AnswerBuffer},       {"program", AnswerProgram},
+};
+
+} // namespace
+
+std::vector<std::string> QueryNames()
+{
+    std::vector<std::string> names;
+    for (const Query& query : Queries)
+        names.emplace_back(query.name);
+    return names;
+}
+
+Answer Ask(Inspector& inspector, const std::string& name, const Parameters& parameters)
+{
+    std::vector<std::string_view> names;
+    for (const Query& query : Queries) {
+        if (name == query.name)
+            return query.ask(inspector, parameters);
+        names.emplace_back(query.name);
+    }
+    throw Error(Error::Kind::Request, "there is no query \"" + name + "\"" + Util::Suggestion(name, names));
+}
+
+std::string Text(const Json& json)
+{
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string TextOf(const Parameters& parameters, const std::string& name, const std::string& otherwise)
+{
+    const auto value = parameters.find(name);
+    return value != parameters.end() ? value->second : otherwise;
+}
+
+std::uint32_t NumberOf(const Parameters& parameters, const std::string& name, std::uint32_t otherwise)
+{
+    const auto value = parameters.find(name);
+    if (value == parameters.end())
+        return otherwise;
+    if (const auto number = ParseNumber(value->second))
+        return *number;
+    throw Error(Error::Kind::Request, name + " needs a number, found \"" + value->second + "\"");
+}
+
+std::uint32_t NumberOf(const Parameters& parameters, const std::string& name)
+{
+    if (!parameters.contains(name))
+        throw Error(Error::Kind::Request, name + " is missing");
+    return NumberOf(parameters, name, 0);
+}
+
+Place PlaceOf(Inspector& inspector, const Parameters& parameters)
+{
+    const auto at = parameters.find("at");
+    if (at == parameters.end())
+        throw Error(Error::Kind::Request, "at is missing: a place such as 57:12");
+    return inspector.Find(at->second);
+}
+
+} // namespace Inspect

@@ -1,0 +1,31 @@
+// What can be asked about a capture, by the page, by scripts through the server, and by --query. docs/inspect-api.md
+// has the requests and their answers.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "Inspect/Inspector.h"
+
+namespace Inspect {
+
+using Parameters = std::map<std::string, std::string>;
+
+struct Answer {
+    /// A MIME type.
+    std::string type = "application/json";
+    std::string body = {};
+    /// Of contents, what a browser gets as headers.
+    std::map<std::string, std::string> headers = {};
+};
+
+/// The names of all requests.
+std::vector<std::string> QueryNames();
+/// Throws Error, also for a name that is none of them.
+Answer Ask(Inspector& inspector, const std::string& name, const Parameters& parameters);
+
+/// JSON as text; bytes that are no UTF-8 are replaced.
+std::string Text(const Json& json);
+
+} // namespace Inspect

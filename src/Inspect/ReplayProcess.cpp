@@ -1,0 +1,62 @@
+#include "Inspect/ReplayProcess.h"
+
+#include "Inspect/Error.h"
+
+namespace Inspect {
+
+ReplayProcess::ReplayProcess(const std::string& capture, const std::string& driver)
+{
+    std::vector<std::string> command = {Sides::ProgramBesideThis("playback-probe")};
+    if (!driver.empty()) {
+        command.emplace_back("-driver");
+        command.push_back(driver);
+    }
+    command.emplace_back("--");
+    command.push_back(capture);
+    std::string error;
+    m_child = Sides::Child::Start(command, {}, error);
+    if (!m_child)
+        throw Error(Error::Kind::Replay, error);
+}
+
+void ReplayProcess::Send(const Json& request)
+{
+    if (!IsAlive() || !m_child->Write(request.dump() + "\n"))
+        Fail();
+}
+
+ReplayAnswer ReplayProcess::Receive()
+{
+    const std::optional<std::string> line = IsAlive() ? m_child->ReadLine() : std::nullopt;
+    ReplayAnswer answer{line ? Json::parse(*line, nullptr, false) : Json()};
+    if (!answer.json.is_object())
+        Fail();
+    const std::size_t bytes = answer.json.value("bytes", std::size_t{0});
+    answer.bytes = m_child->ReadBytes(bytes);
+    if (answer.bytes.size() != bytes)
+        Fail();
+    return answer;
+}
+
+ReplayAnswer ReplayProcess::Ask(const Json& request)
+{
+    Send(request);
+    return Receive();
+}
+
+void ReplayProcess::Fail()
+{
+    if (IsAlive()) {
+        m_child->CloseInput();
+        const int status = m_child->Wait();
+        m_end = m_child->Messages();
+        // What led to it is at the end.
+        constexpr std::size_t Most = 2000;
+        if (m_end.size() > Most)
+            m_end.erase(0, m_end.size() - Most);
+        m_end += "the replay ended with status " + std::to_string(status);
+    }
+    throw Error(Error::Kind::Replay, m_end);
+}
+
+} // namespace Inspect

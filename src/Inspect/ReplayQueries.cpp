@@ -1,0 +1,165 @@
+// What a replay on the driver answers.
+#include <algorithm>
+
+#include "Inspect/Error.h"
+#include "Inspect/Parameters.h"
+#include "Inspect/Picture.h"
+#include "Tools/Info/Notation.h"
+
+namespace Inspect {
+
+namespace {
+
+std::shared_ptr<const Outcome> OutcomeAt(Inspector& inspector, const Place& place)
+{
+    const auto calls = static_cast<std::uint32_t>(inspector.Calls(place.frame)->calls.size());
+    return inspector.Replay().At(place, calls);
+}
+
+/// The target that "index" names.
+std::size_t IndexOf(const Outcome& outcome, const Parameters& parameters)
+{
+    const std::size_t index = NumberOf(parameters, "index", 0);
+    if (index < outcome.contents.size())
+        return index;
+    throw Error(Error::Kind::Request, "index needs a number below " + std::to_string(outcome.contents.size()) +
+                                          ", found " + std::to_string(index));
+}
+
+Answer ToAnswer(const Json& json, const std::vector<std::uint8_t>& bytes)
+{
+    if (json.contains("problem") && bytes.empty())
+        throw Error(Error::Kind::Request, json["problem"].get<std::string>());
+    return {"application/octet-stream",
+            std::string(bytes.begin(), bytes.end()),
+            {{"Playback-Components", json.value("components", "")},
+             {"Playback-Width", std::to_string(json.value("width", 0U))},
+             {"Playback-Height", std::to_string(json.value("height", 0U))}}};
+}
+
+/// A request about an object that "name" names.
+ReplayAnswer AskAbout(Inspector& inspector, const Parameters& parameters, const char* what, Json more = Json::object())
+{
+    more["do"] = what;
+    more["name"] = NumberOf(parameters, "name");
+    ReplayAnswer answer = inspector.Replay().Ask(PlaceOf(inspector, parameters), more);
+    if (answer.json.contains("problem") && answer.bytes.empty())
+        throw Error(Error::Kind::Request, std::string(what) + " " + TextOf(parameters, "name") + ": " +
+                                              answer.json["problem"].get<std::string>());
+    return answer;
+}
+
+} // namespace
+
+Answer AnswerTargets(Inspector& inspector, const Parameters& parameters)
+{
+    const Place place = PlaceOf(inspector, parameters);
+    const auto outcome = OutcomeAt(inspector, place);
+    Json json = {{"at", inspector.NameOf(place)},
+                 {"call", place.call},
+                 {"function", outcome->call.value("function", "")},
+                 {"isPlayed", outcome->call.value("isPlayed", true)},
+                 {"isCut", inspector.Replay().CutOf(place.frame).has_value()},
+                 {"failed", outcome->call.value("failed", Json::array())},
+                 {"targets", outcome->targets}};
+    return {.body = Text(json)};
+}
+
+Answer AnswerPixels(Inspector& inspector, const Parameters& parameters)
+{
+    const auto outcome = OutcomeAt(inspector, PlaceOf(inspector, parameters));
+    const std::size_t index = IndexOf(*outcome, parameters);
+    return ToAnswer(outcome->targets[index], outcome->contents[index]);
+}
+
+Answer AnswerPicture(Inspector& inspector, const Parameters& parameters)
+{
+    const auto outcome = OutcomeAt(inspector, PlaceOf(inspector, parameters));
+    const std::size_t index = IndexOf(*outcome, parameters);
+    return {"image/png", EncodePicture(outcome->targets[index], outcome->contents[index])};
+}
+
+/// All actions of the frame up to the place on the image of a target, and what became of one of its pixels.
+Answer AnswerPixel(Inspector& inspector, const Parameters& parameters)
+{
+    const Place place = PlaceOf(inspector, parameters);
+    const auto outcome = OutcomeAt(inspector, place);
+    const Json& target = outcome->targets[IndexOf(*outcome, parameters)];
+    const std::uint32_t x = NumberOf(parameters, "x");
+    const std::uint32_t y = NumberOf(parameters, "y");
+    if (x >= target.value("width", 0U) || y >= target.value("height", 0U))
+        throw Error(Error::Kind::Request, "the image has no pixel " + std::to_string(x) + "," + std::to_string(y) +
+                                              ", counted from its lower left corner");
+    Json writes = inspector.Replay().History(
+        place, {{"do", "history"}, {"object", target["object"]}, {"what", target["what"]}, {"x", x}, {"y", y}});
+    for (Json& write : writes)
+        write["at"] = inspector.NameOf({place.frame, write["call"].get<std::uint32_t>()});
+    return {.body = Text({{"at", inspector.NameOf(place)},
+                          {"object", target["object"]},
+                          {"what", target["what"]},
+                          {"x", x},
+                          {"y", y},
+                          {"actions", std::move(writes)}})};
+}
+
+Answer AnswerInputs(Inspector& inspector, const Parameters& parameters)
+{
+    const Place place = PlaceOf(inspector, parameters);
+    Json json = {{"at", inspector.NameOf(place)}};
+    json["inputs"] = inspector.Replay().Ask(place, {{"do", "inputs"}}).json.value("inputs", Json::array());
+    return {.body = Text(json)};
+}
+
+Answer AnswerVertices(Inspector& inspector, const Parameters& parameters)
+{
+    constexpr std::uint32_t MostRows = 10'000;
+    const Place place = PlaceOf(inspector, parameters);
+    Json json = inspector.Replay()
+                    .Ask(place, {{"do", "vertices"},
+                                 {"first", NumberOf(parameters, "first", 0)},
+                                 {"count", std::min(NumberOf(parameters, "count", MostRows), MostRows)}})
+                    .json;
+    if (json.contains("problem"))
+        throw Error(Error::Kind::Request, inspector.NameOf(place) + ": " + json["problem"].get<std::string>());
+    for (Json& array : json["arrays"])
+        array["type"] = Tools::EnumText(array["type"].get<std::uint32_t>());
+    return {.body = Text(json)};
+}
+
+Answer AnswerTexture(Inspector& inspector, const Parameters& parameters)
+{
+    return {.body = Text(AskAbout(inspector, parameters, "texture").json)};
+}
+
+Answer AnswerImage(Inspector& inspector, const Parameters& parameters)
+{
+    const ReplayAnswer answer = AskAbout(inspector, parameters, "image", {{"index", NumberOf(parameters, "index", 0)}});
+    if (TextOf(parameters, "format") == "png")
+        return {"image/png", EncodePicture(answer.json, answer.bytes)};
+    return ToAnswer(answer.json, answer.bytes);
+}
+
+Answer AnswerBuffer(Inspector& inspector, const Parameters& parameters)
+{
+    constexpr std::uint32_t Most = 1U << 30;
+    const ReplayAnswer answer =
+        AskAbout(inspector, parameters, "buffer",
+                 {{"offset", NumberOf(parameters, "offset", 0)}, {"size", NumberOf(parameters, "size", Most)}});
+    Answer bytes = ToAnswer(answer.json, answer.bytes);
+    bytes.headers["Playback-Size"] = std::to_string(answer.json.value("size", std::size_t{0}));
+    return bytes;
+}
+
+Answer AnswerProgram(Inspector& inspector, const Parameters& parameters)
+{
+    Json json = AskAbout(inspector, parameters, "program").json;
+    json["shaders"] = Json::array();
+    for (const ShaderSource& shader :
+         inspector.Index().SourcesOf(NumberOf(parameters, "name"), PlaceOf(inspector, parameters)))
+        json["shaders"].push_back({{"shader", shader.shader},
+                                   {"type", Tools::EnumText(shader.type)},
+                                   {"source", shader.source ? *shader.source : std::string()}});
+    return {.body = Text(json)};
+}
+
+} // namespace Inspect

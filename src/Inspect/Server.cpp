@@ -1,0 +1,198 @@
+#include "Inspect/Server.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+
+#include <httplib.h>
+#include <sys/random.h>
+
+#include "Inspect/Error.h"
+#include "Inspect/PageFiles.h"
+#include "Inspect/Query.h"
+
+namespace Inspect {
+
+namespace {
+
+constexpr const char* ThisMachine = "127.0.0.1";
+constexpr int Refused = 403;
+constexpr int NotFound = 404;
+constexpr int BadRequest = 400;
+constexpr int ReplayFailed = 502;
+
+/// 128 random bits as hexadecimal digits.
+std::string MakeToken()
+{
+    unsigned char bytes[16];
+    if (getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes))
+        throw Error(Error::Kind::Request, std::string("no random numbers: ") + std::strerror(errno));
+    std::string token;
+    for (const unsigned char byte : bytes) {
+        constexpr char Digits[] = "0123456789abcdef";
+        token += Digits[byte >> 4];
+        token += Digits[byte & 15];
+    }
+    return token;
+}
+
+/// Takes as long for a token that is nearly right as for another one.
+bool IsEqual(std::string_view a, std::string_view b)
+{
+    unsigned char difference = a.size() != b.size() ? 1 : 0;
+    for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i)
+        difference |= static_cast<unsigned char>(a[i] ^ b[i]);
+    return difference == 0;
+}
+
+/// "127.0.0.1:8000": whatever the port, which is another one at the near end of a tunnel. A name that somebody else may
+/// let point here is none of these.
+bool IsThisMachine(std::string_view host)
+{
+    const std::string_view name = host.substr(0, host.find(':', host.starts_with('[') ? host.find(']') : 0));
+    return name == ThisMachine || name == "localhost" || name == "[::1]";
+}
+
+void SetHeaders(httplib::Response& response)
+{
+    response.set_header("Content-Security-Policy",
+                        "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' blob: data:; "
+                        "connect-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'");
+    response.set_header("Cross-Origin-Resource-Policy", "same-origin");
+    response.set_header("Cross-Origin-Opener-Policy", "same-origin");
+    response.set_header("Referrer-Policy", "no-referrer");
+    response.set_header("X-Content-Type-Options", "nosniff");
+    response.set_header("Cache-Control", "no-store");
+}
+
+void Refuse(httplib::Response& response, int status, const std::string& text)
+{
+    response.status = status;
+    response.set_content(Text({{"error", text}}) + "\n", "application/json");
+}
+
+} // namespace
+
+class Server::Implementation {
+public:
+    explicit Implementation(Inspector& inspector) : m_inspector(inspector), m_token(MakeToken())
+    {
+        m_server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
+            SetHeaders(response);
+            return Route(request, response) ? httplib::Server::HandlerResponse::Handled
+                                            : httplib::Server::HandlerResponse::Unhandled;
+        });
+        m_server.set_payload_max_length(0);
+        m_server.set_keep_alive_max_count(10'000);
+        // Browsers keep several connections open, each of which occupies a thread.
+        constexpr std::size_t Threads = 12;
+        m_server.new_task_queue = [] { return new httplib::ThreadPool(Threads); };
+    }
+
+    std::string Listen(std::uint16_t port)
+    {
+        m_port = port != 0 ? port : m_server.bind_to_any_port(ThisMachine);
+        const bool isBound = port != 0 ? m_server.bind_to_port(ThisMachine, port) : m_port > 0;
+        return isBound ? "" : "cannot listen on port " + std::to_string(port) + ": " + std::strerror(errno);
+    }
+
+    [[nodiscard]] std::string Address() const
+    {
+        return "http://" + std::string(ThisMachine) + ":" + std::to_string(m_port) + "/" + m_token + "/";
+    }
+
+    void Run() { m_server.listen_after_bind(); }
+    void Stop() { m_server.stop(); }
+
+private:
+    /// Everything is answered here: nothing of the server's file handling is used.
+    bool Route(const httplib::Request& request, httplib::Response& response)
+    {
+        const std::string origin = request.get_header_value("Origin");
+        const std::string host = request.get_header_value("Host");
+        if (!IsThisMachine(host) || request.get_header_value_count("Host") != 1)
+            Refuse(response, Refused, "this server answers as " + std::string(ThisMachine) + " and localhost only");
+        else if (request.has_header("Origin") && origin != "http://" + host)
+            Refuse(response, Refused, "pages of other origins are not answered");
+        else if (const std::string_view path = PathBelowToken(request); path.empty())
+            Refuse(response, Refused, "the address does not have this server's token");
+        else if (request.method == "POST" && path == "/api/close")
+            Close(response);
+        else if (request.method != "GET")
+            Refuse(response, NotFound, "there is nothing to do there");
+        else if (path.starts_with("/api/"))
+            AnswerQuery(std::string(path.substr(std::strlen("/api/"))), request, response);
+        else
+            SendPage(path, response);
+        return true;
+    }
+
+    /// Empty without the token.
+    [[nodiscard]] std::string_view PathBelowToken(const httplib::Request& request) const
+    {
+        const std::string_view path = request.path;
+        const std::size_t end = path.find('/', 1);
+        return path.starts_with('/') && end != std::string_view::npos && IsEqual(path.substr(1, end - 1), m_token)
+                   ? path.substr(end)
+                   : std::string_view();
+    }
+
+    void Close(httplib::Response& response)
+    {
+        response.set_content("{}\n", "application/json");
+        Stop();
+    }
+
+    static void SendPage(std::string_view path, httplib::Response& response)
+    {
+        const PageFile* const page = FindPageFile(path == "/" ? "index.html" : path.substr(1));
+        if (page)
+            response.set_content(page->contents.data(), page->contents.size(), page->type);
+        else
+            Refuse(response, NotFound, "there is no such page");
+    }
+
+    void AnswerQuery(const std::string& name, const httplib::Request& request, httplib::Response& response)
+    {
+        try {
+            Answer answer = Ask(m_inspector, name, {request.params.begin(), request.params.end()});
+            for (const auto& [header, value] : answer.headers)
+                response.set_header(header, value);
+            response.set_content(std::move(answer.body), answer.type);
+        } catch (const Error& error) {
+            Refuse(response, error.What() == Error::Kind::Request ? BadRequest : ReplayFailed, error.what());
+        }
+    }
+
+    Inspector& m_inspector;
+    const std::string m_token;
+    httplib::Server m_server;
+    int m_port = 0;
+};
+
+Server::Server(Inspector& inspector) : m_implementation(std::make_unique<Implementation>(inspector)) {}
+
+Server::~Server() = default;
+
+std::string Server::Listen(std::uint16_t port)
+{
+    return m_implementation->Listen(port);
+}
+
+std::string Server::Address() const
+{
+    return m_implementation->Address();
+}
+
+void Server::Run()
+{
+    m_implementation->Run();
+}
+
+void Server::Stop()
+{
+    m_implementation->Stop();
+}
+
+} // namespace Inspect

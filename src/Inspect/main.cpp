@@ -1,0 +1,197 @@
+// playback-inspect: a look inside the frames of a capture, in a browser or as JSON.
+#include <csignal>
+#include <cstdio>
+#include <string>
+#include <thread>
+
+#include <unistd.h>
+
+#include "Inspect/Error.h"
+#include "Inspect/Query.h"
+#include "Inspect/Server.h"
+#include "Sides/Child.h"
+#include "Util/CommandLine.h"
+#include "Util/ExitStatus.h"
+#include "Util/OutputFile.h"
+
+namespace {
+
+using Util::ExitStatus;
+
+constexpr Util::Option Options[] = {
+    {"--port", "N", "listen on this port rather than on any that is free", "Server"},
+    {"--open", "", "open the page in a browser", "Server"},
+    {"--query", "NAME",
+     "print what the server would answer to this request, and start none; its parameters come after the file as "
+     "NAME=VALUE",
+     "Requests"},
+    {"--at", "PLACE", "with --query: the same as at=PLACE", "Requests"},
+    {"--driver", "DIR",
+     "take libEGL.so.1 and libGLESv2.so.2, or libEGL.so and libGLESv2.so, from this folder; the way back within a "
+     "frame then begins at the start of the capture",
+     "Options"},
+    {"--help", "", "print this text", "Options"},
+    {"--version", "", "print the version", "Options"},
+};
+constexpr const char* Usage =
+    "Usage: playback-inspect [options] FILE.glcap [NAME=VALUE...]\n"
+    "\n"
+    "Shows what happened at any call of a capture: the frames, their draws, what each draw drew, the state\n"
+    "in front of it and what it read. Prints the address of a page for a browser and serves it, to this\n"
+    "machine only, until Ctrl-C or until the page ends it; over ssh -L, the browser may be elsewhere.\n"
+    "The frames are replayed off screen on the driver of this machine by a process of its own.\n"
+    "\n"
+    "Places are 57:12, action 12 of frame 57 as playback-info --dump numbers it, 57:c345, call 345 of that\n"
+    "frame, and 57, the frame's end.\n"
+    "\n"
+    "Examples:\n"
+    "  playback-inspect --open x.glcap\n"
+    "  playback-inspect --query state --at 57:12 x.glcap\n"
+    "  playback-inspect --query picture --at 57:12 x.glcap > x.png";
+
+ExitStatus Fail(ExitStatus status, const std::string& text)
+{
+    std::fprintf(stderr, "playback-inspect: %s\n", text.c_str());
+    return status;
+}
+
+/// What the command line asks for.
+struct Request {
+    std::string file;
+    std::string driver;
+    std::uint16_t port = 0;
+    bool opensBrowser = false;
+    /// Empty for the server.
+    std::string query;
+    Inspect::Parameters parameters = {};
+};
+
+std::string ReadRequest(const Util::ParseArgs::CmdLineArgs& args, Request& request)
+{
+    if (args.positional.empty())
+        return "no capture file given";
+    request.file = args.positional.front();
+    const auto value = [&](const char* name) {
+        const std::string* const text = args.FindValue(name);
+        return text ? *text : std::string();
+    };
+    request.driver = value("--driver");
+    request.query = value("--query");
+    request.opensBrowser = args.HasSwitch("--open");
+    constexpr std::uint32_t MostPort = 65535;
+    if (args.FindValue("--port")) {
+        const auto port = Inspect::ParseNumber(value("--port"));
+        if (!port || *port > MostPort)
+            return "--port needs a number from 0 to 65535, found \"" + value("--port") + "\"";
+        request.port = static_cast<std::uint16_t>(*port);
+    }
+    if (args.FindValue("--at"))
+        request.parameters["at"] = value("--at");
+    for (std::size_t i = 1; i < args.positional.size(); ++i) {
+        const std::string& parameter = args.positional[i];
+        const std::size_t equals = parameter.find('=');
+        if (equals == std::string::npos)
+            return "one capture file and NAME=VALUE expected, found " + parameter;
+        request.parameters[parameter.substr(0, equals)] = parameter.substr(equals + 1);
+    }
+    if (request.query.empty() && !request.parameters.empty())
+        return "parameters go with --query";
+    return {};
+}
+
+ExitStatus Print(Inspect::Inspector& inspector, const Request& request)
+{
+    Inspect::Parameters parameters = request.parameters;
+    // A page asks again; here all of it is wanted.
+    parameters.try_emplace("wait", "1");
+    Inspect::Answer answer = Inspect::Ask(inspector, request.query, parameters);
+    if (answer.type == "application/json")
+        answer.body = nlohmann::ordered_json::parse(answer.body).dump(2) + "\n";
+    Util::Print(answer.body);
+    return ExitStatus::Done;
+}
+
+/// What ends the server.
+sigset_t EndSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    return signals;
+}
+
+/// A browser outlives this program, and its way of being started does not.
+void OpenBrowser(const std::string& address)
+{
+    std::thread([address] {
+        std::string error;
+        const auto shell = Sides::Child::Start({"/bin/sh", "-c", "exec xdg-open \"$1\"", "sh", address}, {}, error);
+        if (!shell || shell->Wait() != 0)
+            std::fprintf(stderr, "playback-inspect: xdg-open opens no browser; open the address yourself\n");
+    }).detach();
+}
+
+ExitStatus Serve(Inspect::Inspector& inspector, const Request& request)
+{
+    Inspect::Server server(inspector);
+    if (const std::string error = server.Listen(request.port); !error.empty())
+        return Fail(ExitStatus::NoDriver, error);
+    Util::Print(server.Address() + "\n");
+    std::fflush(stdout);
+    if (request.opensBrowser)
+        OpenBrowser(server.Address());
+    std::thread([&server, signals = EndSignals()] {
+        int signal = 0;
+        sigwait(&signals, &signal);
+        server.Stop();
+        // Who asks twice does not wait for what is being replayed.
+        sigwait(&signals, &signal);
+        _exit(128 + signal);
+    }).detach();
+    server.Run();
+    return ExitStatus::Done;
+}
+
+ExitStatus Run(int argc, char** argv)
+{
+    const Util::CommandLine commandLine(Options);
+    const Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
+    if (parsed.args.HasSwitch("--help")) {
+        Util::Print(commandLine.Help(Usage));
+        return ExitStatus::Done;
+    }
+    if (parsed.args.HasSwitch("--version")) {
+        Util::Print("playback-inspect " PLAYBACK_VERSION "\n");
+        return ExitStatus::Done;
+    }
+    Request request;
+    const std::string error = parsed.error.empty() ? ReadRequest(parsed.args, request) : parsed.error;
+    if (!error.empty()) {
+        std::fprintf(stderr, "%s\n", Util::UsageError("playback-inspect", error).c_str());
+        return ExitStatus::Usage;
+    }
+    // In all threads to come, since one of the server's takes them.
+    const sigset_t signals = EndSignals();
+    if (request.query.empty())
+        pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::unique_ptr<Inspect::Inspector> inspector;
+    try {
+        inspector = std::make_unique<Inspect::Inspector>(request.file, request.driver, request.query.empty());
+    } catch (const Inspect::Error& failure) {
+        return Fail(ExitStatus::Unreadable, failure.what());
+    }
+    try {
+        return request.query.empty() ? Serve(*inspector, request) : Print(*inspector, request);
+    } catch (const Inspect::Error& failure) {
+        return Fail(failure.What() == Inspect::Error::Kind::Request ? ExitStatus::Usage : ExitStatus::NoDriver,
+                    failure.what());
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    return Util::EndProgram("playback-inspect", Run(argc, argv));
+}

@@ -1,0 +1,39 @@
+// What the call reads: textures, uniforms, buffers.
+import { addressOf, ask } from "./api.js";
+import { make, short } from "./util.js";
+
+export async function loadInputs(at, signal) {
+    return (await ask("inputs", { at }, signal)).inputs;
+}
+
+export function picture(at, name, index = 0) {
+    return make("img", { src: addressOf("image", { at, name, index, format: "png" }), alt: `texture ${name}`, loading: "lazy",
+        error: event => { event.target.alt = "cannot be shown"; } });
+}
+
+function matrix(values) {
+    const side = values.length === 16 ? 4 : values.length === 9 ? 3 : 0;
+    if (!side) return values.map(short).join(", ");
+    // Columns follow one another.
+    return Array.from({ length: side }, (_, row) => Array.from({ length: side }, (_, column) =>
+        short(values[column * side + row])).join("  ")).join("\n");
+}
+
+export function renderInputs(place, at, inputs, open) {
+    const link = (kind, name, ...children) => make("a", { href: "#", click: event => { event.preventDefault(); open(kind, name); } }, children);
+    const of = kind => inputs.filter(input => input.kind === kind);
+    const parts = [];
+    if (of("texture").length)
+        parts.push(make("h3", {}, "Textures"), make("div", { class: "thumbs" }, of("texture").map(input => make("figure", {},
+            make("button", { click: () => open("textures", input.object), "aria-label": `texture ${input.object}` }, picture(at, input.object)),
+            make("figcaption", {}, `${input.name}: texture ${input.object}`)))));
+    if (of("uniform").length)
+        parts.push(make("h3", {}, "Uniforms of ", link("programs", of("uniform")[0].object, `program ${of("uniform")[0].object}`)),
+            make("table", { class: "values" }, make("tbody", {}, of("uniform").map(input => make("tr", {},
+                make("th", { scope: "row" }, input.name), make("td", {}, make("pre", { class: "plain" }, matrix(input.values))))))));
+    if (of("buffer").length)
+        parts.push(make("h3", {}, "Buffers"), make("table", { class: "values" }, make("tbody", {}, of("buffer").map(input => make("tr", {},
+            make("th", { scope: "row" }, input.name), make("td", {}, link("buffers", input.object, `buffer ${input.object}`)))))));
+    if (!parts.length) parts.push(make("p", { class: "empty" }, "This call reads no texture, uniform or buffer."));
+    place.replaceChildren(...parts);
+}

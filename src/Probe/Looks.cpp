@@ -1,0 +1,171 @@
+#include "Probe/Looks.h"
+
+#include <algorithm>
+
+#include "Playback/Names/GLResourceTable.h"
+#include "Probe/History.h"
+#include "Probe/ObjectContents.h"
+#include "Probe/Programs.h"
+
+namespace Probe {
+
+namespace {
+
+Reply Problem(const std::string& text)
+{
+    return {{{"problem", text}}};
+}
+
+Reply Go(Replayer& replayer, const nlohmann::json& request)
+{
+    const std::uint32_t frame = request.value("frame", 1U);
+    const std::uint32_t call = request.value("call", 1U);
+    if (replayer.ToCall(frame, call) != Replayer::Stop::Action)
+        return Problem("call " + std::to_string(frame) + ":" + std::to_string(call) + " cannot be reached");
+    const PlayedAction& action = replayer.Action();
+    Json failed = Json::array();
+    for (const PlayedAction& one : replayer.Failed())
+        failed.push_back({{"call", one.call}, {"function", one.function}});
+    return {{{"frame", action.frame},
+             {"call", action.call},
+             {"function", action.function},
+             {"thread", action.thread},
+             {"isPlayed", action.isPlayed},
+             {"failed", std::move(failed)}}};
+}
+
+/// The images of a texture.
+Reply Texture(Replayer& replayer, const nlohmann::json& request)
+{
+    const unsigned int texture = replayer.TextureOf(request.value("name", 0U));
+    const unsigned int target = texture != 0 ? FindTarget(texture) : 0;
+    if (target == 0)
+        return Problem("the driver has no such texture in the current context");
+    Json images = Json::array();
+    for (const TextureImage& image : ImagesOf(texture, target)) {
+        images.push_back(
+            {{"what", image.Text()}, {"target", image.target}, {"level", image.level}, {"layer", image.layer}});
+    }
+    return {{{"target", target}, {"images", std::move(images)}}};
+}
+
+Reply Image(Replayer& replayer, const nlohmann::json& request)
+{
+    const unsigned int texture = replayer.TextureOf(request.value("name", 0U));
+    const unsigned int target = texture != 0 ? FindTarget(texture) : 0;
+    const std::vector<TextureImage> images = target != 0 ? ImagesOf(texture, target) : std::vector<TextureImage>{};
+    const std::size_t index = request.value("index", std::size_t{0});
+    if (index >= images.size())
+        return Problem("the texture has " + std::to_string(images.size()) + " images");
+    return ToReply(ReadImage(texture, images[index]));
+}
+
+Reply Buffer(const Replayer& replayer, const nlohmann::json& request)
+{
+    const unsigned int buffer = replayer.Names().GetValueGLBuffer(request.value("name", 0U));
+    if (buffer == 0)
+        return Problem("the driver has no such buffer in the current context");
+    Contents contents = ReadBuffer(buffer);
+    const std::size_t size = contents.data.size();
+    const std::size_t first = std::min(request.value("offset", std::size_t{0}), size);
+    const std::size_t count = std::min(request.value("size", size), size - first);
+    contents.data = {contents.data.begin() + static_cast<std::ptrdiff_t>(first),
+                     contents.data.begin() + static_cast<std::ptrdiff_t>(first + count)};
+    Reply reply = ToReply(std::move(contents));
+    reply.json["size"] = size;
+    reply.json["offset"] = first;
+    return reply;
+}
+
+Json ToJson(const ActiveVariable& variable)
+{
+    return {{"name", variable.name}, {"type", variable.type}, {"count", variable.count}};
+}
+
+Reply Program(const Replayer& replayer, const nlohmann::json& request)
+{
+    const unsigned int program = replayer.Names().GetValueGLProgram(request.value("name", 0U));
+    if (program == 0)
+        return Problem("the driver has no such program in the current context");
+    Json json = {{"isLinked", IsLinked(program)}, {"log", ProgramLog(program)}};
+    if (!IsLinked(program))
+        return {json};
+    json["attributes"] = Json::array();
+    for (const auto& [attribute, location] : ActiveAttributes(program)) {
+        json["attributes"].push_back(ToJson(attribute));
+        json["attributes"].back()["location"] = location;
+    }
+    json["uniforms"] = Json::array();
+    for (const ActiveVariable& uniform : ActiveUniforms(program)) {
+        json["uniforms"].push_back(ToJson(uniform));
+        if (const auto values = ValuesOf(program, uniform))
+            json["uniforms"].back()["values"] = *values;
+    }
+    return {json};
+}
+
+Reply Vertices(Replayer& replayer, const nlohmann::json& request)
+{
+    const VertexTable table = replayer.Vertices(request.value("first", 0U), request.value("count", 0U));
+    if (!table.problem.empty())
+        return Problem(table.problem);
+    Json json = {{"count", table.count}, {"arrays", Json::array()}, {"rows", Json::array()}};
+    for (const VertexArray& array : table.arrays)
+        json["arrays"].push_back({{"location", array.location},
+                                  {"name", array.name},
+                                  {"size", array.size},
+                                  {"type", array.type},
+                                  {"isNormalized", array.isNormalized},
+                                  {"isInteger", array.isInteger},
+                                  {"stride", array.stride},
+                                  {"offset", array.offset},
+                                  {"buffer", array.buffer},
+                                  {"divisor", array.divisor}});
+    for (const VertexTable::Row& row : table.rows)
+        json["rows"].push_back({{"index", row.index}, {"values", row.values}});
+    return {json};
+}
+
+/// A pixel of a framebuffer after each action from here to a call.
+Reply History(Replayer& replayer, const nlohmann::json& request)
+{
+    const PixelPlace place = {request.value("object", ""), request.value("what", ""), request.value("x", 0U),
+                              request.value("y", 0U)};
+    Json writes = Json::array();
+    for (const PixelWrite& write : PixelHistory(replayer, place, request.value("call", 0U)))
+        writes.push_back({{"call", write.call},
+                          {"function", write.function},
+                          {"kind", NameOf(write.kind)},
+                          {"isChanged", write.before != write.after},
+                          {"before", write.before},
+                          {"after", write.after},
+                          {"obstacle", write.obstacle}});
+    return {{{"writes", std::move(writes)}}};
+}
+
+} // namespace
+
+std::optional<Reply> Look(Replayer& replayer, std::string_view what, const nlohmann::json& request)
+{
+    if (what == "go")
+        return Go(replayer, request);
+    const bool isAboutNames =
+        what == "texture" || what == "image" || what == "buffer" || what == "program" || what == "history";
+    if (isAboutNames && !replayer.HasContext())
+        return Problem("no context is current");
+    if (what == "texture")
+        return Texture(replayer, request);
+    if (what == "image")
+        return Image(replayer, request);
+    if (what == "buffer")
+        return Buffer(replayer, request);
+    if (what == "program")
+        return Program(replayer, request);
+    if (what == "vertices")
+        return Vertices(replayer, request);
+    if (what == "history")
+        return History(replayer, request);
+    return std::nullopt;
+}
+
+} // namespace Probe

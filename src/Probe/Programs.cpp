@@ -1,0 +1,176 @@
+#include "Probe/Programs.h"
+
+#include <map>
+
+#include <GLES3/gl32.h>
+
+#include "Interfaces/Core.h"
+
+namespace Probe {
+
+namespace {
+
+const Core::GLESProcTable& GL()
+{
+    return Core::KHRLayer::GLESProc();
+}
+
+/// What the type of a uniform means.
+struct UniformType {
+    enum Base : std::uint8_t { Float, Int, Unsigned, Sampler };
+    Base base = Float;
+    std::size_t components = 1;
+    /// Of a sampler.
+    GLenum target = 0;
+};
+
+UniformType DescribeType(GLenum type)
+{
+    using enum UniformType::Base;
+    // Those that are not listed are samplers and images of buffers and the like, whose value is a unit.
+    static const std::map<GLenum, UniformType> types = {
+        {GL_FLOAT, {Float, 1}},
+        {GL_FLOAT_VEC2, {Float, 2}},
+        {GL_FLOAT_VEC3, {Float, 3}},
+        {GL_FLOAT_VEC4, {Float, 4}},
+        {GL_FLOAT_MAT2, {Float, 4}},
+        {GL_FLOAT_MAT3, {Float, 9}},
+        {GL_FLOAT_MAT4, {Float, 16}},
+        {GL_FLOAT_MAT2x3, {Float, 6}},
+        {GL_FLOAT_MAT3x2, {Float, 6}},
+        {GL_FLOAT_MAT2x4, {Float, 8}},
+        {GL_FLOAT_MAT4x2, {Float, 8}},
+        {GL_FLOAT_MAT3x4, {Float, 12}},
+        {GL_FLOAT_MAT4x3, {Float, 12}},
+        {GL_INT, {Int, 1}},
+        {GL_INT_VEC2, {Int, 2}},
+        {GL_INT_VEC3, {Int, 3}},
+        {GL_INT_VEC4, {Int, 4}},
+        {GL_BOOL, {Int, 1}},
+        {GL_BOOL_VEC2, {Int, 2}},
+        {GL_BOOL_VEC3, {Int, 3}},
+        {GL_BOOL_VEC4, {Int, 4}},
+        {GL_UNSIGNED_INT, {Unsigned, 1}},
+        {GL_UNSIGNED_INT_VEC2, {Unsigned, 2}},
+        {GL_UNSIGNED_INT_VEC3, {Unsigned, 3}},
+        {GL_UNSIGNED_INT_VEC4, {Unsigned, 4}},
+        {GL_SAMPLER_2D, {Sampler, 1, GL_TEXTURE_2D}},
+        {GL_SAMPLER_2D_SHADOW, {Sampler, 1, GL_TEXTURE_2D}},
+        {GL_INT_SAMPLER_2D, {Sampler, 1, GL_TEXTURE_2D}},
+        {GL_UNSIGNED_INT_SAMPLER_2D, {Sampler, 1, GL_TEXTURE_2D}},
+        {GL_SAMPLER_CUBE, {Sampler, 1, GL_TEXTURE_CUBE_MAP}},
+        {GL_SAMPLER_CUBE_SHADOW, {Sampler, 1, GL_TEXTURE_CUBE_MAP}},
+        {GL_INT_SAMPLER_CUBE, {Sampler, 1, GL_TEXTURE_CUBE_MAP}},
+        {GL_UNSIGNED_INT_SAMPLER_CUBE, {Sampler, 1, GL_TEXTURE_CUBE_MAP}},
+        {GL_SAMPLER_3D, {Sampler, 1, GL_TEXTURE_3D}},
+        {GL_INT_SAMPLER_3D, {Sampler, 1, GL_TEXTURE_3D}},
+        {GL_UNSIGNED_INT_SAMPLER_3D, {Sampler, 1, GL_TEXTURE_3D}},
+        {GL_SAMPLER_2D_ARRAY, {Sampler, 1, GL_TEXTURE_2D_ARRAY}},
+        {GL_SAMPLER_2D_ARRAY_SHADOW, {Sampler, 1, GL_TEXTURE_2D_ARRAY}},
+        {GL_INT_SAMPLER_2D_ARRAY, {Sampler, 1, GL_TEXTURE_2D_ARRAY}},
+        {GL_UNSIGNED_INT_SAMPLER_2D_ARRAY, {Sampler, 1, GL_TEXTURE_2D_ARRAY}},
+        {GL_SAMPLER_CUBE_MAP_ARRAY, {Sampler, 1, GL_TEXTURE_CUBE_MAP_ARRAY}},
+        {GL_SAMPLER_2D_MULTISAMPLE, {Sampler, 1, GL_TEXTURE_2D_MULTISAMPLE}},
+        {GL_SAMPLER_2D_MULTISAMPLE_ARRAY, {Sampler, 1, GL_TEXTURE_2D_MULTISAMPLE_ARRAY}},
+    };
+    const auto entry = types.find(type);
+    return entry != types.end() ? entry->second : UniformType{Sampler, 1, 0};
+}
+
+std::vector<double> UniformValues(GLuint program, GLint location, const UniformType& type)
+{
+    constexpr std::size_t Most = 16;
+    std::vector<double> values(type.components);
+    const auto get = [&]<class T>(void (*function)(GLuint, GLint, T*)) {
+        T raw[Most] = {};
+        if (function)
+            function(program, location, raw);
+        for (std::size_t i = 0; i < values.size(); ++i)
+            values[i] = static_cast<double>(raw[i]);
+    };
+    if (type.base == UniformType::Float)
+        get(GL().glGetUniformfv);
+    else if (type.base == UniformType::Unsigned)
+        get(GL().glGetUniformuiv);
+    else
+        get(GL().glGetUniformiv);
+    return values;
+}
+
+} // namespace
+
+int ProgramParameter(unsigned int program, unsigned int name)
+{
+    GLint value = 0;
+    GL().glGetProgramiv(program, name, &value);
+    return value;
+}
+
+unsigned int SamplerTarget(unsigned int type)
+{
+    return DescribeType(type).target;
+}
+
+bool IsLinked(unsigned int program)
+{
+    return ProgramParameter(program, GL_LINK_STATUS) != 0;
+}
+
+std::string ProgramLog(unsigned int program)
+{
+    std::string log(static_cast<std::size_t>(ProgramParameter(program, GL_INFO_LOG_LENGTH)), '\0');
+    if (!log.empty())
+        GL().glGetProgramInfoLog(program, static_cast<GLsizei>(log.size()), nullptr, log.data());
+    return log.substr(0, log.find('\0'));
+}
+
+std::vector<std::pair<ActiveVariable, int>> ActiveAttributes(unsigned int program)
+{
+    std::vector<std::pair<ActiveVariable, int>> all;
+    std::string buffer(static_cast<std::size_t>(ProgramParameter(program, GL_ACTIVE_ATTRIBUTE_MAX_LENGTH)) + 1, '\0');
+    for (GLint i = 0; i < ProgramParameter(program, GL_ACTIVE_ATTRIBUTES); ++i) {
+        GLsizei length = 0;
+        ActiveVariable attribute;
+        GL().glGetActiveAttrib(program, static_cast<GLuint>(i), static_cast<GLsizei>(buffer.size()), &length,
+                               &attribute.count, &attribute.type, buffer.data());
+        attribute.name = buffer.substr(0, static_cast<std::size_t>(length));
+        const GLint location = GL().glGetAttribLocation(program, attribute.name.c_str());
+        all.emplace_back(std::move(attribute), location);
+    }
+    return all;
+}
+
+std::vector<ActiveVariable> ActiveUniforms(unsigned int program)
+{
+    std::vector<ActiveVariable> all;
+    std::string buffer(static_cast<std::size_t>(ProgramParameter(program, GL_ACTIVE_UNIFORM_MAX_LENGTH)) + 1, '\0');
+    for (GLint i = 0; i < ProgramParameter(program, GL_ACTIVE_UNIFORMS); ++i) {
+        GLsizei length = 0;
+        ActiveVariable uniform;
+        GL().glGetActiveUniform(program, static_cast<GLuint>(i), static_cast<GLsizei>(buffer.size()), &length,
+                                &uniform.count, &uniform.type, buffer.data());
+        uniform.name = buffer.substr(0, static_cast<std::size_t>(length));
+        all.push_back(std::move(uniform));
+    }
+    return all;
+}
+
+std::optional<std::vector<double>> ValuesOf(unsigned int program, const ActiveVariable& uniform)
+{
+    const UniformType type = DescribeType(uniform.type);
+    std::string name = uniform.name;
+    const bool isArray = name.ends_with("[0]");
+    std::vector<double> all;
+    for (GLint i = 0; i < uniform.count; ++i) {
+        if (isArray)
+            name = uniform.name.substr(0, uniform.name.size() - 2) + std::to_string(i) + "]";
+        const GLint location = GL().glGetUniformLocation(program, name.c_str());
+        if (location < 0)
+            break;
+        const std::vector<double> values = UniformValues(program, location, type);
+        all.insert(all.end(), values.begin(), values.end());
+    }
+    return all.empty() ? std::nullopt : std::optional(std::move(all));
+}
+
+} // namespace Probe
