@@ -16,6 +16,7 @@ import sys
 WORDS = {
     "extracttextures": "all",
     "frame-end": "auto swap flush finish fence readback marker",
+    "gpucounters": "list",
     "loglevel": "none error warning notice diagnostic trace",
     "logzone": "all",
     "pace": "recorded",

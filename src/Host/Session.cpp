@@ -17,6 +17,7 @@
 #include "Playback/PlaybackSettings.h"
 #include "Playback/Surfaces/EGLProxySurfaceFactory.h"
 #include "Replay/Driver.h"
+#include "Util/OutputFile.h"
 
 namespace Host {
 
@@ -26,8 +27,8 @@ Session::Session(Options options)
       m_watchdog([this](const std::string& why) { EndNow(why); }), m_verification(&m_timer), m_pace(m_options.pace)
 {
     if (m_options.gpuSpans) {
-        m_gpuTimes = GpuTimes{*m_options.gpuSpans, {}, {}};
-        m_gpuTimer.emplace(*m_gpuTimes, m_telling);
+        m_gpuTimes = GpuTimes{*m_options.gpuSpans, {}, {}, {}};
+        m_gpuTimer.emplace(*m_gpuTimes, m_telling, m_options.gpuCounters);
         m_timer.SetGpuTimer(&*m_gpuTimer);
     }
 }
@@ -56,6 +57,8 @@ Util::ExitStatus Session::Run()
         failure = OpenOutput();
         if (!failure && m_options.check)
             return CheckRequirements();
+        if (!failure && m_options.gpuCounters == "list")
+            return ListCounters();
         if (!failure) {
             for (const std::string& line : WithoutEffect(m_options, m_plan.FramesOfPass(m_capture->GetFrameCount())))
                 Core::Console::Print(Core::LogWarning, false, "playback: %s", line.c_str());
@@ -131,6 +134,17 @@ Util::Outcome Session::StartStatistics()
         Core::Log::SetLevel(Core::LogError);
     m_statistics = std::make_unique<Statistics>(*m_capture, m_options.statisticsFile);
     return std::nullopt;
+}
+
+Util::ExitStatus Session::ListCounters() const
+{
+    const DriverProbe probe(m_output.Compositor());
+    const std::vector<std::string> names = probe.HasContext() ? GpuCounters("*").Names() : std::vector<std::string>();
+    for (const std::string& name : names)
+        Util::Print(name + "\n");
+    if (names.empty())
+        Say("The driver has no counters: it has no GL_AMD_performance_monitor.");
+    return probe.HasContext() ? Util::ExitStatus::Done : Util::ExitStatus::NoDriver;
 }
 
 Util::ExitStatus Session::CheckRequirements()

@@ -67,6 +67,8 @@ private:
     Util::Outcome OpenOutput();
     /// Tells what the capture needs and the driver lacks. The status is that of -check.
     Util::ExitStatus CheckRequirements();
+    /// Prints the names of the driver's counters.
+    Util::ExitStatus ListCounters() const;
     void CreateEngine();
 
     Util::Outcome Replay();

@@ -82,11 +82,12 @@ protected:
     void EndFrame() { writer->FrameEnd(); }
 
     /// `afterFrame` is called with the number of each.
-    GpuTimes Measure(GpuSpans by, const std::function<void(std::uint32_t)>& afterFrame = {})
+    GpuTimes Measure(GpuSpans by, const std::function<void(std::uint32_t)>& afterFrame = {},
+                     const std::string& counters = {})
     {
-        GpuTimes times{by, {}, {}};
+        GpuTimes times{by, {}, {}, {}};
         Telling telling;
-        GpuTimer timer(times, telling);
+        GpuTimer timer(times, telling, counters);
         const auto capture = Open();
         Playback::GLPlaybackAdapter adapter(&table);
         Core::KHRLayer::LoadGLESExt();
@@ -245,6 +246,76 @@ TEST_F(GpuTimerTest, QueriesOfTheProgramComeFirst)
     timestampBits = 0;
     EXPECT_THAT(Milliseconds(Measure(GpuSpans::Frames).costs), ElementsAre(5, NoTime, NoTime));
     EXPECT_THAT(Milliseconds(Measure(GpuSpans::Actions).costs), ElementsAre(5, 5, NoTime, NoTime));
+}
+
+/// Two groups with a counter for draws and one that is busy; the third is more than the driver counts at a time.
+class GpuCountersTest : public GpuTimerTest {
+protected:
+    static Fake::Word Write(const Fake::Arguments& a, std::size_t at, const std::vector<GLuint>& values)
+    {
+        if (a.Get<GLint*>(at))
+            *a.Get<GLint*>(at) = static_cast<GLint>(values.size());
+        return 0;
+    }
+    static Fake::Word Name(const Fake::Arguments& a, std::size_t at, const std::string& name)
+    {
+        if (a.Get<GLsizei*>(at + 1))
+            *a.Get<GLsizei*>(at + 1) = static_cast<GLsizei>(name.size());
+        if (a.Get<char*>(at + 2))
+            name.copy(a.Get<char*>(at + 2), static_cast<std::size_t>(a.Get<GLsizei>(at)));
+        return 0;
+    }
+    GpuCountersTest()
+    {
+        driver.Answer("glGetPerfMonitorGroupsAMD", [](const Fake::Arguments& a) {
+            for (GLuint i = 0; i < 2 && static_cast<GLsizei>(i) < a.Get<GLsizei>(1); ++i)
+                a.Get<GLuint*>(2)[i] = 40 + i;
+            return Write(a, 0, {40, 41});
+        });
+        driver.Answer(
+            "glGetPerfMonitorCountersAMD",
+            [](const Fake::Arguments& a) {
+                *a.Get<GLint*>(2) = 1;
+                for (GLuint i = 0; i < 2 && static_cast<GLsizei>(i) < a.Get<GLsizei>(3); ++i)
+                    a.Get<GLuint*>(4)[i] = 7 + i;
+                return Write(a, 1, {7, 8});
+            });
+        driver.Answer(
+            "glGetPerfMonitorGroupStringAMD",
+            [](const Fake::Arguments& a) { return Name(a, 1, a.Get<GLuint>(0) == 40 ? "front" : "back"); });
+        driver.Answer("glGetPerfMonitorCounterStringAMD",
+                      [](const Fake::Arguments& a) { return Name(a, 2, a.Get<GLuint>(1) == 7 ? "draws" : "busy"); });
+        driver.Answer("glGetPerfMonitorCounterInfoAMD", [](const Fake::Arguments& a) {
+            *a.Get<GLenum*>(3) = a.Get<GLuint>(0) == 40 ? GL_UNSIGNED_INT64_AMD : GL_FLOAT;
+            return Fake::Word{0};
+        });
+        driver.Answer("glGetPerfMonitorCounterDataAMD", [](const Fake::Arguments& a) {
+            const float busy = 0.5F;
+            // 64 bits take two words.
+            const GLuint result[] = {41, 7, std::bit_cast<GLuint>(busy), 40, 7, 3, 1};
+            const GLenum what = a.Get<GLenum>(1);
+            if (what == GL_PERFMON_RESULT_AMD)
+                std::memcpy(a.Get<void*>(3), result, static_cast<std::size_t>(a.Get<GLsizei>(2)));
+            else
+                *a.Get<GLuint*>(3) = what == GL_PERFMON_RESULT_SIZE_AMD ? sizeof result : 1;
+            *a.Get<GLint*>(4) = what == GL_PERFMON_RESULT_AMD ? a.Get<GLsizei>(2) : 4;
+            return Fake::Word{0};
+        });
+    }
+};
+
+TEST_F(GpuCountersTest, CountersAreReadByName)
+{
+    Draw();
+    Clear();
+    EndFrame();
+    const GpuTimes times = Measure(GpuSpans::Actions, {}, "*:draws,front:busy");
+    EXPECT_THAT(times.counters, ElementsAre("front:draws", "back:draws"));
+    EXPECT_THAT(times.costs.at(1).counters, ElementsAre(3.0 + 4294967296.0, 0.5));
+    EXPECT_THAT(times.RenderPasses().at(0).counters, ElementsAre(6.0 + 2 * 4294967296.0, 1.0));
+    testing::internal::CaptureStderr();
+    EXPECT_THAT(Measure(GpuSpans::Frames, {}, "front:waits").counters, testing::IsEmpty());
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("no counter of the driver matches"));
 }
 
 TEST_F(GpuTimerTest, TimesOfContextsThatEndAreReadBefore)

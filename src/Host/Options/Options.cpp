@@ -39,6 +39,10 @@ constexpr Util::Option OwnOptions[] = {
      "take the time of the GPU, of frames, passes (runs of draws, clears and the like to one framebuffer) or draws, by "
      "timer queries; draws finishes each one before the next, so that a tile-based driver tells them apart",
      "Results"},
+    {"-gpucounters", "PATTERNS",
+     "with -timegpu, read these counters of the driver too (GL_AMD_performance_monitor), by name, such as "
+     "*cycles*,*bytes*; list prints the names",
+     "Results"},
     {"-json", "FILE",
      "write the results as JSON (to standard output if FILE is -): the summary, and the time and calls of each frame",
      "Results"},
@@ -126,6 +130,8 @@ void ReadTimes(const Util::ParseArgs::CmdLineArgs& args, Options& options)
     options.takesTurns = args.HasSwitch("-turns");
     if (const std::string* what = args.FindValue("-timegpu"))
         options.gpuSpans = ParseGpuSpans(*what);
+    if (const std::string* counters = args.FindValue("-gpucounters"))
+        options.gpuCounters = *counters;
 }
 
 /// A list of frames does not stay among the arguments.
@@ -188,11 +194,9 @@ std::vector<std::string> WithoutEffect(const Options& options, std::uint32_t fra
         const char* other;
     };
     // An option that only says how another one is meant.
-    constexpr Companion Companions[] = {{"-samples", "-config"},
-                                        {"-threadFilterStartFrame", "-thread"},
-                                        {"-skippbufferdisplay", "-pbuffersurface"},
-                                        {"-timecalls", "-json"},
-                                        {"-statsdir", "-stats"}};
+    constexpr Companion Companions[] = {
+        {"-samples", "-config"}, {"-threadFilterStartFrame", "-thread"}, {"-skippbufferdisplay", "-pbuffersurface"},
+        {"-timecalls", "-json"}, {"-gpucounters", "-timegpu"},           {"-statsdir", "-stats"}};
     const Util::ParseArgs::CmdLineArgs& args = options.args;
     const auto isGiven = [&](const char* option) { return args.HasSwitch(option) || args.FindValue(option); };
     std::vector<std::string> notes;

@@ -34,6 +34,8 @@ struct Options {
     bool takesTurns = false;
     /// Nothing where no time of the GPU is asked for.
     std::optional<GpuSpans> gpuSpans;
+    /// Patterns for the names of the driver's counters, "list" to print these; empty for none.
+    std::string gpuCounters;
     /// File for the results as JSON, "-" for standard output; empty for none.
     std::string jsonFile;
     /// The same for a table.

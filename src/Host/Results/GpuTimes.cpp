@@ -1,6 +1,15 @@
 #include "Host/Results/GpuTimes.h"
 
+#include <algorithm>
+#include <functional>
+
 namespace Host {
+
+void AddCounters(std::vector<double>& sums, const std::vector<double>& counters)
+{
+    sums.resize(std::max(sums.size(), counters.size()));
+    std::ranges::transform(counters, sums, sums.begin(), std::plus());
+}
 
 GpuTimes::FrameSums GpuTimes::Frames() const
 {
@@ -31,6 +40,7 @@ std::vector<GpuCost> GpuTimes::RenderPasses() const
         sum.actions += cost.actions;
         sum.gpuMs += cost.gpuMs;
         sum.cpuMs += cost.cpuMs;
+        AddCounters(sum.counters, cost.counters);
         if (cost.notMeasured != NotMeasured::No)
             sum.notMeasured = cost.notMeasured;
     }

@@ -48,7 +48,12 @@ struct GpuCost {
     double gpuMs = 0;
     /// Of the replay thread.
     double cpuMs = 0;
+    /// Values of GpuTimes::counters; empty for none.
+    std::vector<double> counters;
 };
+
+/// Adds values of counters to others, which may be none yet.
+void AddCounters(std::vector<double>& sums, const std::vector<double>& counters);
 
 /// Costs on the GPU, in the order of replay.
 struct GpuTimes {
@@ -56,6 +61,8 @@ struct GpuTimes {
     std::vector<GpuCost> costs;
     /// Why some or all have no time; empty where all contexts had a clock.
     std::string unavailable;
+    /// Names of the driver's counters that were read.
+    std::vector<std::string> counters;
 
     /// By pass and frame; nothing where something in the frame was not measured.
     using FrameSums = std::map<std::pair<std::uint32_t, std::uint32_t>, std::optional<double>>;

@@ -22,6 +22,15 @@ std::string Fixed(double value, int digits)
     return text;
 }
 
+/// RFC 4180.
+std::string Quoted(const std::string& field)
+{
+    std::string text = "\"";
+    for (const char c : field)
+        text += c == '"' ? std::string("\"\"") : std::string(1, c);
+    return text + "\"";
+}
+
 const char* WhyNot(NotMeasured reason)
 {
     switch (reason) {
@@ -55,7 +64,16 @@ std::map<std::string, std::uint64_t> CountMissing(const GpuTimes& times)
     return missing;
 }
 
-Json CostJson(const GpuCost& cost, bool isAction)
+/// By name.
+Json CountersJson(const GpuTimes& times, const GpuCost& cost)
+{
+    Json json = Json::object();
+    for (std::size_t i = 0; i < std::min(times.counters.size(), cost.counters.size()); ++i)
+        json[times.counters[i]] = cost.counters[i];
+    return json;
+}
+
+Json CostJson(const GpuTimes& times, const GpuCost& cost, bool isAction)
 {
     Json json = {{"pass", cost.pass}, {"frame", cost.frame}, {"renderPass", cost.renderPass}};
     if (!isAction)
@@ -72,14 +90,16 @@ Json CostJson(const GpuCost& cost, bool isAction)
     json["cpuMs"] = cost.cpuMs;
     if (!isMeasured)
         json["notMeasured"] = WhyNot(cost.notMeasured);
+    if (!times.counters.empty())
+        json["counters"] = CountersJson(times, cost);
     return json;
 }
 
-Json CostsJson(const std::vector<GpuCost>& costs, bool areActions)
+Json CostsJson(const GpuTimes& times, const std::vector<GpuCost>& costs, bool areActions)
 {
     Json json = Json::array();
     for (const GpuCost& cost : costs)
-        json.push_back(CostJson(cost, areActions));
+        json.push_back(CostJson(times, cost, areActions));
     return json;
 }
 
@@ -113,10 +133,16 @@ Json ToJson(const GpuTimes& times)
     Json json = {{"by", NameOf(times.by)},
                  {"unavailable", times.unavailable.empty() ? Json() : Json(times.unavailable)},
                  {"notMeasured", CountMissing(times)}};
+    if (times.by == GpuSpans::Frames && !times.counters.empty()) {
+        json["frames"] = Json::array();
+        for (const GpuCost& cost : times.costs)
+            json["frames"].push_back(
+                {{"pass", cost.pass}, {"frame", cost.frame}, {"counters", CountersJson(times, cost)}});
+    }
     if (times.by != GpuSpans::Frames)
-        json["passes"] = CostsJson(times.RenderPasses(), false);
+        json["passes"] = CostsJson(times, times.RenderPasses(), false);
     if (times.by == GpuSpans::Actions)
-        json["draws"] = CostsJson(times.costs, true);
+        json["draws"] = CostsJson(times, times.costs, true);
     return json;
 }
 
@@ -124,13 +150,19 @@ std::string ToCsv(const GpuTimes& times)
 {
     const bool areActions = times.by == GpuSpans::Actions;
     std::string text = std::string("pass,frame,renderPass,") + (areActions ? "kind" : "actions") +
-                       ",action,call,function,context,framebuffer,gpuMs,cpuMs\n";
+                       ",action,call,function,context,framebuffer,gpuMs,cpuMs";
+    for (const std::string& name : times.counters)
+        text += "," + Quoted(name);
+    text += "\n";
     for (const GpuCost& cost : times.costs) {
         text += std::to_string(cost.pass) + "," + std::to_string(cost.frame) + "," + std::to_string(cost.renderPass) +
                 "," + (areActions ? Data::NameOf(Data::ActionOf(cost.function)) : std::to_string(cost.actions)) + "," +
                 cost.number.Text() + "," + std::to_string(cost.call) + "," + Data::NameOf(cost.function) + "," +
                 std::to_string(cost.context) + "," + std::to_string(cost.framebuffer) + "," +
-                (cost.notMeasured == NotMeasured::No ? Fixed(cost.gpuMs, 6) : "") + "," + Fixed(cost.cpuMs, 6) + "\n";
+                (cost.notMeasured == NotMeasured::No ? Fixed(cost.gpuMs, 6) : "") + "," + Fixed(cost.cpuMs, 6);
+        for (std::size_t i = 0; i < times.counters.size(); ++i)
+            text += "," + (i < cost.counters.size() ? Fixed(cost.counters[i], 3) : "");
+        text += "\n";
     }
     return text;
 }

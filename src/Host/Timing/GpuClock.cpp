@@ -31,7 +31,7 @@ bool HasFunctions()
 
 } // namespace
 
-GpuClock::GpuClock()
+GpuClock::GpuClock(const std::string& counters) : m_counters(counters)
 {
     if (!HasFunctions() || !Core::HasExtension(KHRLayer::GLESProc(), "GL_EXT_disjoint_timer_query"))
         return;
@@ -64,7 +64,7 @@ bool GpuClock::Start(Ticket ticket, Wait wait)
     const Core::GLESExtProcTable& gl = KHRLayer::GLESExtProc();
     if (!m_hasTimestamps && Query(GL_TIME_ELAPSED_EXT, GL_CURRENT_QUERY_EXT) != 0)
         return false;
-    m_pending.push_back({ticket, TakeQuery(), 0, false});
+    m_pending.push_back({ticket, TakeQuery(), 0, 0, false});
     const GLuint start = m_pending.back().start;
     if (m_hasTimestamps)
         gl.glQueryCounterEXT(start, GL_TIMESTAMP_EXT);
@@ -72,12 +72,14 @@ bool GpuClock::Start(Ticket ticket, Wait wait)
         gl.glBeginQueryEXT(GL_TIME_ELAPSED_EXT, start);
     const auto send = wait == Wait::Yes ? KHRLayer::GLESProc().glFinish : KHRLayer::GLESProc().glFlush;
     send();
+    m_pending.back().monitor = m_counters.Start();
     return true;
 }
 
 void GpuClock::Stop()
 {
     const Core::GLESExtProcTable& gl = KHRLayer::GLESExtProc();
+    m_counters.Stop(m_pending.back().monitor);
     if (!m_hasTimestamps) {
         gl.glEndQueryEXT(GL_TIME_ELAPSED_EXT);
         return;
@@ -91,7 +93,7 @@ bool GpuClock::IsAvailable(const Span& span) const
     GLuint isAvailable = GL_FALSE;
     KHRLayer::GLESExtProc().glGetQueryObjectuivEXT(m_hasTimestamps ? span.end : span.start, GL_QUERY_RESULT_AVAILABLE,
                                                    &isAvailable);
-    return isAvailable != GL_FALSE;
+    return isAvailable != GL_FALSE && m_counters.IsAvailable(span.monitor);
 }
 
 std::uint64_t GpuClock::Elapsed(const Span& span) const
@@ -121,10 +123,12 @@ void GpuClock::Read(Wait wait, const Answer& answer)
     struct Time {
         Span span;
         std::uint64_t nanoseconds;
+        std::vector<double> counters;
     };
     std::vector<Time> times;
     while (!m_pending.empty() && (wait == Wait::Yes || IsAvailable(m_pending.front()))) {
-        times.push_back({m_pending.front(), Elapsed(m_pending.front())});
+        const Span& span = m_pending.front();
+        times.push_back({span, Elapsed(span), m_counters.Read(span.monitor)});
         m_pending.pop_front();
     }
     if (times.empty())
@@ -132,10 +136,10 @@ void GpuClock::Read(Wait wait, const Answer& answer)
     const bool wasDisjoint = Core::GetInteger(KHRLayer::GLESProc(), GL_GPU_DISJOINT_EXT) != 0;
     for (Span& span : m_pending)
         span.isDisjoint |= wasDisjoint;
-    for (const auto& [span, nanoseconds] : times) {
+    for (auto& [span, nanoseconds, counters] : times) {
         const bool isDisjoint = span.isDisjoint || wasDisjoint;
-        answer(span.ticket, isDisjoint ? NotMeasured::Disjoint : NotMeasured::No,
-               static_cast<double>(nanoseconds) / NanosecondsInMs);
+        answer(span.ticket, {isDisjoint ? NotMeasured::Disjoint : NotMeasured::No,
+                             static_cast<double>(nanoseconds) / NanosecondsInMs, std::move(counters)});
         Recycle(span);
     }
 }
@@ -143,7 +147,7 @@ void GpuClock::Read(Wait wait, const Answer& answer)
 void GpuClock::Abandon(const Answer& answer)
 {
     for (const Span& span : m_pending)
-        answer(span.ticket, NotMeasured::ContextLost, 0);
+        answer(span.ticket, {NotMeasured::ContextLost, 0, {}});
     m_pending.clear();
 }
 

@@ -4,12 +4,14 @@
 #include <deque>
 #include <functional>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include <EGL/egl.h>
 #include <GLES3/gl32.h>
 
 #include "Host/Results/GpuTimes.h"
+#include "Host/Timing/GpuCounters.h"
 
 namespace Host {
 
@@ -27,11 +29,17 @@ class GpuClock {
 public:
     /// Names what is measured, for the one who asks.
     using Ticket = std::uint64_t;
-    /// Milliseconds, or why there are none.
-    using Answer = std::function<void(Ticket, NotMeasured, double ms)>;
+    struct Result {
+        /// Why there are no times.
+        NotMeasured notMeasured = NotMeasured::No;
+        double ms = 0;
+        /// Empty where there are none.
+        std::vector<double> counters;
+    };
+    using Answer = std::function<void(Ticket, const Result&)>;
 
-    /// Asks the current context what it has.
-    GpuClock();
+    /// Asks the current context what it has. `counters` are read with the time, as GpuCounters takes them.
+    explicit GpuClock(const std::string& counters);
 
     [[nodiscard]] bool CanMeasure() const { return m_bits > 0; }
     /// Why it cannot, as a sentence without a full stop.
@@ -49,6 +57,7 @@ public:
     void Abandon(const Answer& answer);
     /// To be called where somebody else may ask the driver for it, which takes the knowledge away.
     void CheckDisjoint();
+    [[nodiscard]] const GpuCounters& Counters() const { return m_counters; }
     [[nodiscard]] bool HasPending() const { return !m_pending.empty(); }
 
 private:
@@ -57,6 +66,8 @@ private:
         /// Two timestamps, or one query of elapsed time.
         GLuint start;
         GLuint end;
+        /// Of the counters, or 0.
+        GLuint monitor;
         bool isDisjoint;
     };
 
@@ -69,6 +80,7 @@ private:
     /// Of the clock; 0 where there is none, below 0 without the extension.
     GLint m_bits = -1;
     bool m_hasTimestamps = false;
+    GpuCounters m_counters;
     std::vector<GLuint> m_free;
     /// Oldest first; the last one may be open.
     std::deque<Span> m_pending;

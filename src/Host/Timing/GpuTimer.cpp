@@ -251,9 +251,12 @@ GpuTimer::Context* GpuTimer::FindOrAddContext()
     EGLContext const context = CurrentContext();
     if (context == EGL_NO_CONTEXT)
         return nullptr;
+    GpuClock clock(m_counters);
+    if (!m_counterNames)
+        m_counterNames = clock.Counters().Names();
     return &m_contexts
-                .emplace(context,
-                         Context{GpuClock(), CurrentDisplay(), CurrentSurface(EGL_DRAW), CurrentSurface(EGL_READ)})
+                .emplace(context, Context{std::move(clock), CurrentDisplay(), CurrentSurface(EGL_DRAW),
+                                          CurrentSurface(EGL_READ)})
                 .first->second;
 }
 
@@ -313,14 +316,26 @@ void GpuTimer::ReadElsewhere(EGLContext context, Context& at)
 
 GpuClock::Answer GpuTimer::Answer()
 {
-    return [this](GpuClock::Ticket ticket, NotMeasured reason, double ms) {
+    return [this](GpuClock::Ticket ticket, const GpuClock::Result& result) {
         Frame& frame = m_frames[static_cast<std::uint32_t>(ticket >> 32) - m_firstFrame];
         GpuCost& cost = frame.costs[static_cast<std::uint32_t>(ticket)];
         --frame.pending;
-        cost.gpuMs += ms;
-        if (reason != NotMeasured::No)
-            cost.notMeasured = reason;
+        cost.gpuMs += result.ms;
+        AddCounters(cost.counters, result.counters);
+        if (result.notMeasured != NotMeasured::No)
+            cost.notMeasured = result.notMeasured;
     };
+}
+
+void GpuTimer::TellCounters()
+{
+    m_areCountersTold = true;
+    m_times.counters = *m_counterNames;
+    if (m_times.counters.empty() && !m_counters.empty())
+        Core::Console::Print(Core::LogWarning, false,
+                             "playback: no counter of the driver matches -gpucounters %s; -gpucounters list tells "
+                             "which there are.",
+                             m_counters.c_str());
 }
 
 void GpuTimer::Publish()
@@ -330,6 +345,8 @@ void GpuTimer::Publish()
         Core::Console::Print(Core::LogWarning, false, "playback: no times of the GPU: %s.",
                              m_times.unavailable.c_str());
     }
+    if (m_counterNames && !m_areCountersTold)
+        TellCounters();
     while (!m_frames.empty() && m_frames.front().hasEnded && m_frames.front().pending == 0) {
         const Frame& frame = m_frames.front();
         if (!frame.isDropped)

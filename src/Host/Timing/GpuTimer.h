@@ -31,8 +31,12 @@ namespace Host {
 /// Replay thread only.
 class GpuTimer : public Data::CallWatcher, public Replay::ContextListener {
 public:
-    /// `times` gets the results, in the hands of the host only. Both outlive the timer.
-    GpuTimer(GpuTimes& times, Telling& telling) : m_times(times), m_telling(telling) {}
+    /// `times` gets the results, in the hands of the host only. Both outlive the timer. `counters` of the driver are
+    /// read too, as GpuCounters takes them.
+    GpuTimer(GpuTimes& times, Telling& telling, std::string counters = {})
+        : m_times(times), m_telling(telling), m_counters(std::move(counters))
+    {
+    }
 
     /// When the engine of a pass was made. The capture outlives the pass.
     void Attach(Data::CaptureFile& capture);
@@ -99,11 +103,16 @@ private:
     void ReadAll();
     void ReadElsewhere(EGLContext context, Context& at);
     GpuClock::Answer Answer();
+    /// Hands over the names of the counters, and says where there is none.
+    void TellCounters();
     /// Hands over the frames of which everything is known.
     void Publish();
 
     GpuTimes& m_times;
     Telling& m_telling;
+    std::string m_counters;
+    /// Those of the first context that was measured in.
+    std::optional<std::vector<std::string>> m_counterNames;
     const Data::Position* m_position = nullptr;
     Data::CallDecoder* m_calls = nullptr;
     Data::ActionCounter m_actions;
@@ -128,6 +137,7 @@ private:
     bool m_isReading = false;
     /// Why a context had no clock, as GpuClock says it; null while all had one.
     const char* m_whyNot = nullptr;
+    bool m_areCountersTold = false;
 };
 
 } // namespace Host
