@@ -105,7 +105,13 @@ std::vector<PixelWrite> PixelHistory(Replayer& replayer, const PixelPlace& place
     std::vector<PixelWrite> writes;
     std::vector<double> before;
     bool isThere = false;
-    replayer.SetBeforeAction([&] { before = PixelIn(replayer.Targets(), place, isThere = false); });
+    const bool isFramebuffer = place.object.starts_with("framebuffer ") || place.object == "default framebuffer";
+    replayer.SetBeforeAction([&] {
+        isThere = false;
+        // Reading takes long where it is for nothing.
+        if (replayer.HasContext() && (!isFramebuffer || replayer.DrawFramebuffer() == place.object))
+            before = PixelIn(replayer.Targets(), place, isThere);
+    });
     while (replayer.ToAction() == Replayer::Stop::Action && replayer.Action().call <= last) {
         if (!isThere)
             continue;

@@ -219,6 +219,11 @@ std::vector<Input> Replayer::Inputs()
                 : std::vector<Input>{};
 }
 
+std::string Replayer::DrawFramebuffer()
+{
+    return FramebufferText(m_model);
+}
+
 unsigned int Replayer::TextureOf(std::uint32_t captured)
 {
     // The table answers the captured name for a texture that it does not know.

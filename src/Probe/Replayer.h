@@ -92,6 +92,8 @@ public:
     [[nodiscard]] const Playback::GLResourceTable& Names() const { return m_replay->Names(); }
     /// The live name; 0 where the capture has no such texture at this place.
     [[nodiscard]] unsigned int TextureOf(std::uint32_t captured);
+    /// That is drawn to, as Target names it; a context must be current.
+    [[nodiscard]] std::string DrawFramebuffer();
     [[nodiscard]] bool HasContext() const { return m_model.HasContext(); }
     /// Of the last action.
     std::vector<Target> Targets();

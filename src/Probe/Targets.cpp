@@ -74,7 +74,7 @@ private:
     void ReadFramebuffer()
     {
         const std::uint32_t name = m_model.Object(m_model.Bound(State::Framebuffer, 0, 1)).name;
-        const std::string object = name == 0 ? "default framebuffer" : "framebuffer " + std::to_string(name);
+        const std::string object = FramebufferText(m_model);
         Util::FramebufferReader reader;
         for (const GLenum buffer : reader.ColorBuffers()) {
             const std::string number = buffer == GL_BACK ? "" : " " + std::to_string(buffer - GL_COLOR_ATTACHMENT0);
@@ -190,6 +190,12 @@ private:
 };
 
 } // namespace
+
+std::string FramebufferText(Data::StateModel& model)
+{
+    const std::uint32_t name = model.Object(model.Bound(State::Framebuffer, 0, 1)).name;
+    return name == 0 ? "default framebuffer" : "framebuffer " + std::to_string(name);
+}
 
 std::vector<Target> ReadTargets(const Data::CallArguments& action, Data::StateModel& model,
                                 const Playback::GLResourceTable& names)

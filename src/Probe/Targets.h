@@ -33,6 +33,9 @@ struct Target {
     Contents contents;
 };
 
+/// The framebuffer that is drawn to: "framebuffer 3" or "default framebuffer".
+std::string FramebufferText(Data::StateModel& model);
+
 /// Reads what the action just replayed could write to, of the current context: the colour buffers that are drawn to,
 /// depth and stencil, for calls that are no actions too; for copies and mipmaps the images of their texture, and
 /// buffers and images that shaders can write to. `model` has followed the call too. All GL state is put back; pending

@@ -7,13 +7,16 @@ import base64
 import json
 import os
 import subprocess
+import tempfile
 import time
 
 PATIENCE_S = 30
 
 
 class Browser:
-    def __init__(self, folder):
+    def __init__(self):
+        # Its processes may write a little longer than the one that is waited for.
+        self._folder = tempfile.TemporaryDirectory(prefix="playback-browser-", ignore_cleanup_errors=True)
         command_read, self._commands = os.pipe()
         self._answers, answer_write = os.pipe()
 
@@ -25,7 +28,7 @@ class Browser:
 
         self._process = subprocess.Popen(
             ["chromium", "--headless", "--no-sandbox", "--disable-gpu", "--remote-debugging-pipe", "--no-first-run",
-             f"--user-data-dir={folder}/browser", "about:blank"],
+             f"--user-data-dir={self._folder.name}", "about:blank"],
             preexec_fn=take_pipes, close_fds=False, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
             stderr=subprocess.DEVNULL)
         os.close(command_read)
@@ -50,6 +53,7 @@ class Browser:
             self._process.wait()
             os.close(self._commands)
             os.close(self._answers)
+            self._folder.cleanup()
 
     def _read(self):
         while b"\0" not in self._unread:

@@ -16,6 +16,18 @@ PATIENCE_S = 30
 
 
 class Inspect(EndToEndTest):
+    server = None
+
+    def tearDown(self):
+        self.stop()
+        super().tearDown()
+
+    def stop(self):
+        """Ends the server, which takes its files and processes with it."""
+        if self.server and self.server.poll() is None:
+            self.server.terminate()
+            self.server.wait(PATIENCE_S)
+
     def query(self, name, capture, *parameters, **more):
         return self.run_program(INSPECT, "--query", name, capture, *parameters, **more)
 
@@ -190,7 +202,7 @@ class Serving(Inspect):
 class Page(Inspect):
     def setUp(self):
         super().setUp()
-        self.browser = Browser(self.dir)
+        self.browser = Browser()
         self.addCleanup(self.browser.close)
 
     def show(self, capture, fragment, **how):
@@ -226,7 +238,7 @@ class Page(Inspect):
                     unnamed = ("[...document.querySelectorAll('button,input,select')].filter(one => !one.labels?.length && "
                                "!(one.ariaLabel || one.textContent.trim() || one.title)).map(one => one.outerHTML)")
                     self.assertEqual(self.browser.evaluate(unnamed), [])
-                    self.server.kill()
+                    self.stop()
         self.assertEqual([line for line in self.browser.console if "ERR_CONNECTION" not in line], [])
 
     def test_text_of_a_capture_stays_text(self):
@@ -238,7 +250,7 @@ class Page(Inspect):
             self.browser.wait("/onerror/.test(document.querySelector('#tree').textContent)")
             self.assertEqual(self.browser.evaluate("document.title").split()[0], "2:1")
             self.assertEqual(self.browser.evaluate("document.querySelectorAll('#tree img, #detail script').length"), 0)
-            self.server.kill()
+            self.stop()
 
 
 if __name__ == "__main__":
