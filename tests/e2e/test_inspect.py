@@ -7,7 +7,7 @@ import unittest
 import urllib.parse
 
 from browser import Browser
-from harness import BUILD, FAMILIES, INFO, NO_DRIVER, PLAYBACK, SPINNING, UNREADABLE, USAGE, EndToEndTest
+from harness import BUILD, FAMILIES, INFO, NO_DRIVER, PLAYBACK, ROOT, SPINNING, UNREADABLE, USAGE, EndToEndTest
 from images import read_png
 
 INSPECT = str(BUILD / "bin/playback-inspect")
@@ -101,6 +101,14 @@ class Queries(Inspect):
         last = self.ask("actions", self.capture, "frame=3")["tree"][-1]
         self.start_program(INSPECT, "--query", "picture", self.capture, f"at=3:{last['number']}").wait(PATIENCE_S)
         self.assertEqual(read_png(self.dir / "playback-inspect.out"), shot)
+
+    def test_the_example_finds_what_it_looks_for(self):
+        found = self.run_program("python3", ROOT / "docs/examples/without_mipmaps.py", self.capture, 3,
+                                 PATH=f"{BUILD}/bin:/usr/bin:/bin").stdout
+        inputs = self.ask("inputs", self.capture, "at=3:3")["inputs"]
+        ramp = next(read["object"] for read in inputs if read["name"] == "sampler ramp")
+        self.assertIn("3:3 glDrawElements(", found)
+        self.assertIn(f": sampler ramp, texture {ramp}\n", found)
 
     def test_wrong_requests_say_what_is_wrong(self):
         for words, text in ((("state",), "at is missing"), (("state", "at=3:99"), "frame 3 has no 3:99"),
