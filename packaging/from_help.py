@@ -15,6 +15,7 @@ import sys
 # option's help.
 WORDS = {
     "extracttextures": "all",
+    "hashes": "frames draws",
     "frame-end": "auto swap flush finish fence readback marker",
     "gpucounters": "list",
     "loglevel": "none error warning notice diagnostic trace",
@@ -24,7 +25,7 @@ WORDS = {
     "screenshotformat": "bmp png dds",
     "timegpu": "frames passes draws",
 }
-FILES = {"results": "*.json", "json": "*.json", "csv": "*.csv", "o": "*.glcap"}
+FILES = {"results": "*.json", "writehashes": "*.glcap", "json": "*.json", "csv": "*.csv", "o": "*.glcap"}
 CAPTURES = "*.glcap"
 # What playback-record ctl takes.
 CONTROLS = "start stop snapshot status --pid --help"
@@ -57,7 +58,7 @@ def run(command, option):
 def options(text):
     found = []
     for line in text.splitlines():
-        if m := re.match(r"  (-{1,2}\w[\w-]*)(?: ([^ ]+))?(?:  +(.*))?$", line):
+        if m := re.match(r"  (-{1,2}\w[\w-]*)(?:\[=[^ ]+)?(?: ([^ ]+))?(?:  +(.*))?$", line):
             found.append(Option(m[1], m[2] or "", m[3] or ""))
         elif found and line.startswith(" " * 20):
             found[-1].help = f"{found[-1].help} {line.strip()}".strip()

@@ -124,6 +124,39 @@ Util::Outcome ActionSearch::Find(std::uint32_t frame)
     return failure;
 }
 
+Util::Outcome ActionSearch::FindRecorded(std::uint32_t frame)
+{
+    if (Util::Outcome failure = GoTo(frame))
+        return failure;
+    WrongAction action;
+    bool hasHashes = false;
+    Json found;
+    do {
+        action.lastRight = action.place;
+        found = m_sides.Ask({{"do", "action"}}).found;
+        if (!found.is_object())
+            return m_sides.Trouble();
+        if (!found.contains("number")) {
+            m_result.AddNote(hasHashes ? "no draw, clear, blit, dispatch, copy or mipmap of frame " +
+                                             std::to_string(frame) + " has drawn to anything else than recorded"
+                                       : "the capture has hashes of whole frames only: playback-record --hash=draws, "
+                                         "or a second side, finds the wrong draw");
+            return std::nullopt;
+        }
+        Describe(found, action);
+        hasHashes |= found.contains("recorded");
+    } while (!found.contains("recorded") || found["recorded"] == found["drawn"]);
+    const std::uint32_t framebuffer = found["framebuffer"];
+    action.what = "colour";
+    action.object = framebuffer == 0 ? "default framebuffer" : "framebuffer " + std::to_string(framebuffer);
+    action.difference.mismatch =
+        "expected " + found["recorded"].get<std::string>() + ", found " + found["drawn"].get<std::string>();
+    action.difference.isOver = true;
+    FindStateDifference(action);
+    m_result.action = std::move(action);
+    return std::nullopt;
+}
+
 Util::Outcome ActionSearch::FindByDraw(std::uint32_t frame, std::string& number)
 {
     if (Util::Outcome failure = GoTo(frame))

@@ -25,6 +25,8 @@ public:
 
     /// Leaves what it found in the result.
     Util::Outcome Find(std::uint32_t frame);
+    /// The same without a side B, by the hashes of single actions that the capture has.
+    Util::Outcome FindRecorded(std::uint32_t frame);
 
 private:
     using Json = nlohmann::ordered_json;

@@ -45,13 +45,9 @@ Util::Outcome Comparison::Run()
     if (Util::Outcome failure = CompareFrames())
         return failure;
     const FrameResult* const wrong = m_result.FirstWrong();
-    if (!m_request.b) {
-        if (wrong)
-            m_result.notes.emplace_back("the recording has hashes of whole frames only: a second side is needed to "
-                                        "find the wrong draw");
-        return std::nullopt;
-    }
     ActionSearch search(m_request, m_sides, m_result);
+    if (!m_request.b)
+        return wrong ? search.FindRecorded(wrong->frame) : std::nullopt;
     if (wrong)
         return search.Find(wrong->frame);
     // Frames that the tolerance covers may hide a draw that it does not.
@@ -111,16 +107,28 @@ void Comparison::CompareFrame(std::uint32_t frame, const SidePair::Answers& answ
 
 void Comparison::CompareWithRecorded(std::uint32_t frame, const Json& answer)
 {
-    for (const Json& picture : answer["pictures"]) {
+    const Json& pictures = answer["pictures"];
+    for (std::size_t i = 0; i < pictures.size(); ++i) {
+        const Json& picture = pictures[i];
         if (!picture.contains("recorded"))
             continue;
         ++m_result.framesCompared;
         if (picture["recorded"] == picture.value("hash", ""))
             continue;
         FrameResult result = {frame, picture["object"], {}, {}, {}};
-        result.difference.mismatch = "expected hash " + picture["recorded"].get<std::string>() + ", found " +
-                                     picture.value("hash", picture.value("problem", "nothing"));
-        result.difference.isOver = true;
+        const bool hasReference = picture.contains("hasReference");
+        if (hasReference)
+            result.difference = m_sides.MeasureReference(i, result.expected, result.found);
+        // A picture of bytes may be the same although the hash, of floats, is another one.
+        if (!hasReference || (result.difference.most == 0 && m_request.tolerance.IsExact())) {
+            result.difference.mismatch = "expected hash " + picture["recorded"].get<std::string>() + ", found " +
+                                         picture.value("hash", picture.value("problem", "nothing"));
+            result.difference.isOver = true;
+        }
+        if (!result.difference.isOver || m_result.FirstWrong())
+            result.expected = result.found = {};
+        else if (!result.found.IsWhole())
+            result.found = m_sides.Found(i);
         m_result.frames.push_back(std::move(result));
     }
 }

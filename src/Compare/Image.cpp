@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace Compare {
 
@@ -158,6 +159,11 @@ Util::Image ToPicture(const Image& image)
         }
     }
     return picture;
+}
+
+Image FromPicture(Util::Image picture)
+{
+    return {FindPixelKind("unorm8"), picture.width, picture.height, std::move(picture.rgba)};
 }
 
 Util::Image DifferencePicture(const Image& expected, const Image& found, double steps)

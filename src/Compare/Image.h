@@ -74,6 +74,8 @@ struct Difference {
 
 /// For people: numbers below 0 are black and those above 1 white, integers are cut off at 255, one component is grey.
 [[nodiscard]] Util::Image ToPicture(const Image& image);
+/// The same the other way round.
+[[nodiscard]] Image FromPicture(Util::Image picture);
 /// White where they are further apart than `steps`, grey where they differ less, over a dark picture of what is
 /// expected.
 [[nodiscard]] Util::Image DifferencePicture(const Image& expected, const Image& found, double steps);

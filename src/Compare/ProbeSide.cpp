@@ -1,5 +1,7 @@
 #include "Compare/ProbeSide.h"
 
+#include "Util/ImageFile.h"
+
 namespace Compare {
 
 using Json = nlohmann::ordered_json;
@@ -59,6 +61,16 @@ bool ProbeSide::Put(std::size_t index, const std::vector<std::uint8_t>& data)
         Fail();
     const Json answer = Answer();
     return answer.is_object() && answer.value("isSame", false);
+}
+
+Image ProbeSide::Reference(std::size_t index)
+{
+    Ask(Json{{"do", "reference"}, {"index", index}});
+    const Json answer = Answer();
+    if (!answer.is_object())
+        return {};
+    std::optional<Util::Image> picture = Util::DecodePng(m_child->ReadBytes(answer["bytes"]));
+    return picture ? FromPicture(std::move(*picture)) : Image();
 }
 
 void ProbeSide::Fail()

@@ -27,6 +27,8 @@ public:
 
     /// The image with that number of the last answer; without data where it could not be had.
     Image Pixels(std::size_t index);
+    /// What the capture says that the picture of a frame is to show; without data where it does not.
+    Image Reference(std::size_t index);
     /// Replaces the contents of that image of the last action. False where that was not possible.
     bool Put(std::size_t index, const std::vector<std::uint8_t>& data);
 

@@ -35,6 +35,20 @@ Difference SidePair::Measure(std::size_t index, Image& expected, Image& found)
 {
     expected = m_a->Pixels(index);
     found = m_b->Pixels(index);
+    return Judge(expected, found);
+}
+
+Difference SidePair::MeasureReference(std::size_t index, Image& expected, Image& found)
+{
+    expected = m_a->Reference(index);
+    found = m_a->Pixels(index);
+    if (found.IsWhole())
+        found = FromPicture(ToPicture(found));
+    return Judge(expected, found);
+}
+
+Difference SidePair::Judge(const Image& expected, const Image& found)
+{
     Difference difference = Compare::Measure(expected, found, m_request.tolerance);
     if (!difference.isOver || !m_request.tolerance.perceptual || !difference.mismatch.empty())
         return difference;

@@ -32,10 +32,16 @@ public:
 
     /// Fetches an image of the last answers from both and compares them.
     Difference Measure(std::size_t index, Image& expected, Image& found);
+    /// The same of the picture of a frame and what the capture says that it is to show.
+    Difference MeasureReference(std::size_t index, Image& expected, Image& found);
+    /// Fetches an image of the last answers, as it was found.
+    Image Found(std::size_t index) { return (m_b ? m_b : m_a)->Pixels(index); }
     /// Writes the expected image of the last action over what was found. False where that was not possible.
     bool PutExpected(std::size_t index, const Image& expected);
 
 private:
+    Difference Judge(const Image& expected, const Image& found);
+
     const Request& m_request;
     Result& m_result;
     std::unique_ptr<ProbeSide> m_a;

@@ -43,7 +43,9 @@ constexpr const char* Usage =
     "Replays a capture on two sides, off screen and frame by frame: A is what is expected, B what is\n"
     "found. In the first frame that differs it goes on draw by draw and names the first one that went\n"
     "wrong, the state that was set since the one in front, what it reads that differs, and the call that\n"
-    "made that so. Without an option of side B, A is compared with the hashes of the recording.\n"
+    "made that so. Without an option of side B, A is compared with the hashes of the recording, or with\n"
+    "those that playback -writehashes has put in for its driver; a tolerance then goes for frames that it\n"
+    "has put pictures in of (-referencepictures).\n"
     "Ends with 0 where all is equal and with 1 where something differs.\n"
     "\n"
     "Examples:\n"
@@ -102,8 +104,6 @@ std::string ReadRequest(const Util::CommandLine::Result& parsed, Compare::Reques
     request.tolerance.steps = Number(args, "--tolerance", MostDistance, error).value_or(0);
     request.tolerance.pixels = Number(args, "--fuzz", 100, error).value_or(0) / 100;
     request.tolerance.perceptual = Number(args, "--perceptual", MostDistance, error);
-    if (!request.b && !request.tolerance.IsExact())
-        return "hashes of the recording are equal or not: a tolerance needs a side B";
     if (const std::string* const frames = args.FindValue("--frames")) {
         const std::optional<Util::FrameRange> range = Util::ParseFrameRange(*frames);
         if (!range)

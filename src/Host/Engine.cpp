@@ -42,6 +42,11 @@ Engine::Engine(Data::CaptureFile& capture, Output output, Verification* verifica
     capture.SetAdapter(m_eglAdapter.get());
     m_drawnFrames = std::make_unique<DrawnFrames>(*m_resourceTable, *m_eglAdapter, verification);
     capture.SetFramePictureHandler(m_drawnFrames.get());
+    if (verification) {
+        capture.SetReferenceHandler(m_drawnFrames.get());
+        verification->frames.SetReferences(capture.References(),
+                                           {capture.Header().glRenderer, capture.Header().glVersion});
+    }
     m_glAdapter->SetScreenshotHandler(screenshots);
     m_eglAdapter->SetScreenshotHandler(screenshots);
     AttachHandlers(capture, output.windows, screenshots);

@@ -44,6 +44,8 @@ void Session::Say(const std::string& text) const
 Util::ExitStatus Session::Run()
 {
     Util::Outcome failure = LoadSettings();
+    if (!failure && !m_options.hashes.output.empty())
+        return WriteHashes();
     if (!failure)
         failure = OpenCapture();
     if (!failure && m_settings->m_extractTextures) {
@@ -75,6 +77,15 @@ Util::ExitStatus Session::Run()
     const Util::ExitStatus status = hasBegun ? Summarise() : Util::ExitStatus::Done;
     Close();
     return failure ? failure->status : status;
+}
+
+Util::ExitStatus Session::WriteHashes() const
+{
+    const Util::Outcome failure = Host::WriteHashes(m_options.captureFile, m_options.driverDirectory, m_options.hashes,
+                                                    m_options.quiet, [this](const std::string& text) { Say(text); });
+    if (failure)
+        Core::Console::Print(Core::LogError, false, "playback: %s", failure->message.c_str());
+    return failure ? failure->status : Util::ExitStatus::Done;
 }
 
 Util::Outcome Session::OpenOutput()

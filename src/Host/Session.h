@@ -62,6 +62,7 @@ private:
 
     Util::Outcome LoadSettings();
     Util::Outcome OpenCapture();
+    [[nodiscard]] Util::ExitStatus WriteHashes() const;
     Util::Outcome StartStatistics();
     /// Opens what the capture is replayed on; with -check, ends with what is known then.
     Util::Outcome OpenOutput();

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 #include "Interfaces/Core.h"
 #include "Playback/Names/GLResourceTable.h"
 #include "Probe/CrashNote.h"
+#include "Replay/Driver.h"
 
 namespace Probe {
 
@@ -44,7 +46,7 @@ std::unique_ptr<Replayer> Replayer::Open(const std::string& path, const std::str
 Replayer::Replayer(std::string path, std::unique_ptr<Data::CaptureSource> source)
     : m_source(std::move(source)),
       m_diagnostics(std::move(path), [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); }),
-      m_reader(*m_source, m_diagnostics)
+      m_reader(*m_source, m_diagnostics), m_references(m_diagnostics)
 {
 }
 
@@ -71,7 +73,10 @@ Replayer::Stop Replayer::ToAction()
 
 Replayer::Stop Replayer::ToCall(std::uint32_t frame, std::uint32_t call)
 {
-    const Data::Position& at = m_diagnostics.position;
+    Data::Position at = m_diagnostics.position;
+    // A call that was read ahead was not replayed yet.
+    if (m_isAhead && m_reader.Record().Header().id < Data::FirstBuiltInId)
+        --at.call;
     if (m_frames + 1 > frame || (m_frames + 1 == frame && at.frame + 1 == frame && at.call > call))
         return Stop::End;
     // It is there already.
@@ -93,11 +98,7 @@ bool Replayer::IsWanted() const
 
 Replayer::Stop Replayer::Run(bool stopsAtActions)
 {
-    while (m_reader.Next()) {
-        if (m_chunks != m_reader.ChunksBegun()) {
-            m_chunks = m_reader.ChunksBegun();
-            m_replay->ForgetChunk();
-        }
+    while (Next()) {
         const Data::RecordCursor& record = m_reader.Record();
         if (record.Is(RecordId::FrameEnd)) {
             ++m_frames;
@@ -114,10 +115,55 @@ Replayer::Stop Replayer::Run(bool stopsAtActions)
         const bool isAction = m_counter.Count(*call).has_value();
         if ((isAction && stopsAtActions) || IsWanted()) {
             m_action.number = m_counter.Last();
+            TakeActionHash();
             return Stop::Action;
         }
     }
     return Stop::End;
+}
+
+bool Replayer::Next()
+{
+    if (std::exchange(m_isAhead, false))
+        return true;
+    if (!m_reader.Next())
+        return false;
+    if (m_chunks != m_reader.ChunksBegun()) {
+        m_chunks = m_reader.ChunksBegun();
+        m_replay->ForgetChunk();
+    }
+    return true;
+}
+
+/// The hashes of an action stand right after it, at most with the thread in between with which a chunk begins.
+void Replayer::TakeActionHash()
+{
+    while (Next()) {
+        const Data::RecordCursor& record = m_reader.Record();
+        const std::optional<Data::ReferenceHashRecord> hash = m_references.HashOf(record);
+        const bool isOfAction = hash && hash->of == Data::ReferenceOf::Action;
+        if (!isOfAction && !record.Is(RecordId::Thread)) {
+            m_isAhead = true;
+            break;
+        }
+        if (isOfAction && IsReference(hash->driver))
+            m_action.recorded = hash;
+        else if (!isOfAction)
+            Other();
+    }
+    if (!m_action.recorded)
+        return;
+    const std::uint32_t framebuffer = m_action.recorded->framebuffer;
+    if (framebuffer == 0 || m_replay->Names().HasGLFramebuffer(framebuffer))
+        m_action.drawn =
+            m_pictureReader.Read(framebuffer == 0 ? 0 : m_replay->Names().GetValueGLFramebuffer(framebuffer));
+}
+
+bool Replayer::IsReference(std::uint32_t driver)
+{
+    if (const Data::DriverName live = m_reference ? Data::DriverName() : Replay::CurrentDriver(); live.IsKnown())
+        m_reference = m_references.Choose(live);
+    return driver == m_reference.value_or(0);
 }
 
 void Replayer::Play(CallId call)
@@ -160,15 +206,19 @@ void Replayer::Other()
         m_thread = thread.thread;
         m_replay->SetThread(thread.thread);
     } else if (Data::FrameHashRecord hash; record.Is(RecordId::FrameHash) && record.Read(hash)) {
-        m_recordedHash = hash.hash;
-    } else if (Data::FramePictureRecord picture; record.Is(RecordId::FramePicture) && record.Read(picture)) {
-        if (picture.state == Data::PictureState::Hashed)
-            m_recordedHash = picture.hash;
-        const Playback::GLResourceTable& names = m_replay->Names();
-        const bool isThere = picture.framebuffer == 0 || names.HasGLFramebuffer(picture.framebuffer);
-        if (m_wantsPictures && picture.state != Data::PictureState::None && isThere)
-            ReadPicture("framebuffer " + std::to_string(picture.framebuffer),
-                        picture.framebuffer == 0 ? 0 : names.GetValueGLFramebuffer(picture.framebuffer));
+        if (IsReference(0))
+            m_recordedHash = hash.hash;
+    } else if (m_references.Take(record)) {
+        return;
+    } else if (const auto picture = m_references.PictureOf(record)) {
+        if (m_wantsPictures && IsReference(picture->driver))
+            m_referencePicture.assign(picture->png.begin(), picture->png.end());
+    } else if (const auto reference = m_references.HashOf(record)) {
+        if (reference->of == Data::ReferenceOf::Frame && IsReference(reference->driver) &&
+            reference->state == Data::PictureState::Hashed)
+            m_recordedHash = reference->hash;
+    } else if (Data::FramePictureRecord end; record.Is(RecordId::FramePicture) && record.Read(end)) {
+        TakeFrameEnd(end);
     } else {
         m_replay->Other(record);
         if (m_watched && (record.Is(RecordId::UnmapBuffer) || record.Is(RecordId::FlushMappedBufferRange)))
@@ -176,10 +226,22 @@ void Replayer::Other()
     }
 }
 
+void Replayer::TakeFrameEnd(const Data::FramePictureRecord& picture)
+{
+    if (picture.state == Data::PictureState::Hashed && IsReference(0))
+        m_recordedHash = picture.hash;
+    const Playback::GLResourceTable& names = m_replay->Names();
+    const bool isThere = picture.framebuffer == 0 || names.HasGLFramebuffer(picture.framebuffer);
+    if (m_wantsPictures && picture.state != Data::PictureState::None && isThere)
+        ReadPicture("framebuffer " + std::to_string(picture.framebuffer),
+                    picture.framebuffer == 0 ? 0 : names.GetValueGLFramebuffer(picture.framebuffer));
+}
+
 void Replayer::ReadPicture(const std::string& object, std::optional<unsigned int> framebuffer)
 {
-    m_pictures.push_back({object, Probe::ReadPicture(*framebuffer), m_recordedHash});
+    m_pictures.push_back({object, Probe::ReadPicture(*framebuffer), m_recordedHash, m_referencePicture});
     m_recordedHash.reset();
+    m_referencePicture.clear();
 }
 
 void Replayer::CompareAnswers(const Data::CallArguments& recorded, const Data::CallArguments& live)

@@ -11,11 +11,13 @@
 #include "Data/Diagnostics.h"
 #include "Data/Records/Actions.h"
 #include "Data/Records/RecordWalk.h"
+#include "Data/Records/References.h"
 #include "Data/State/StateModel.h"
 #include "Probe/Inputs.h"
 #include "Probe/Targets.h"
 #include "Probe/Vertices.h"
 #include "Replay/LiveReplay.h"
+#include "Replay/PictureReader.h"
 #include "Util/ExitStatus.h"
 
 namespace Probe {
@@ -27,6 +29,8 @@ struct Picture {
     Contents contents;
     /// Of the recorded frame, where the capture has it.
     std::optional<std::uint64_t> recorded;
+    /// What it is to show, as a PNG file; empty where the capture has none.
+    std::vector<std::uint8_t> reference;
 };
 
 /// An answer of the driver's that is not the recorded one.
@@ -56,6 +60,9 @@ struct PlayedAction {
     std::string function;
     /// It reached the driver, and no error came of it.
     bool isPlayed = false;
+    /// What it has drawn to, and what was recorded of that, where the capture has it.
+    Replay::Picture drawn = {};
+    std::optional<Data::ReferenceHashRecord> recorded = {};
 };
 
 /// Replays a capture off screen, forwards, as far as it is told: to the end of a frame or to the next action.
@@ -114,8 +121,14 @@ private:
 
     Stop Run(bool stopsAtActions);
     [[nodiscard]] bool IsWanted() const;
+    /// Moves to the next record, unless the one at hand was not looked at yet.
+    bool Next();
+    void TakeActionHash();
+    /// The hashes of this driver are those to compare with.
+    bool IsReference(std::uint32_t driver);
     void Play(Data::CallId call);
     void Other();
+    void TakeFrameEnd(const Data::FramePictureRecord& picture);
     void ReadPicture(const std::string& object, std::optional<unsigned int> framebuffer);
     [[nodiscard]] std::optional<Data::CallId> KeptCall() const;
     void CompareAnswers(const Data::CallArguments& recorded, const Data::CallArguments& live);
@@ -128,6 +141,11 @@ private:
     Data::StateModel m_model;
     std::unique_ptr<Replay::LiveReplay> m_replay;
     Data::RecordReader m_reader;
+    /// The record at hand was read ahead.
+    bool m_isAhead = false;
+    Data::References m_references;
+    std::optional<std::uint32_t> m_reference;
+    Replay::PictureReader m_pictureReader;
     std::size_t m_chunks = 0;
     std::uint32_t m_frames = 0;
     std::uint32_t m_thread = 0;
@@ -139,6 +157,7 @@ private:
     bool m_wantsPictures = false;
     std::vector<Picture> m_pictures;
     std::optional<std::uint64_t> m_recordedHash;
+    std::vector<std::uint8_t> m_referencePicture;
     PlayedAction m_action;
     std::vector<PlayedAction> m_failed;
     std::function<void()> m_beforeAction;

@@ -35,6 +35,8 @@ Reply Service::Answer(const std::string& request, std::istream& input)
         return Action();
     if (what == "pixels")
         return Pixels(json.value("index", std::size_t{0}));
+    if (what == "reference")
+        return Reference(json.value("index", std::size_t{0}));
     if (what == "put")
         return Put(json.value("index", std::size_t{0}), input);
     if (what == "inputs")
@@ -53,6 +55,7 @@ Reply Service::Answer(const std::string& request, std::istream& input)
 Reply Service::Frame(std::uint32_t frame, bool wantsPictures)
 {
     m_contents.clear();
+    m_references.clear();
     m_places.clear();
     auto stop = Replayer::Stop::FrameEnd;
     while (stop == Replayer::Stop::FrameEnd && m_replayer.Frames() < frame)
@@ -73,8 +76,11 @@ Json Service::TakePictures()
         one.update(ToJson(picture.contents));
         if (picture.recorded)
             one["recorded"] = HashText(*picture.recorded);
+        if (!picture.reference.empty())
+            one["hasReference"] = true;
         pictures.push_back(std::move(one));
         m_contents.push_back(std::move(picture.contents));
+        m_references.push_back(std::move(picture.reference));
     }
     return pictures;
 }
@@ -102,6 +108,12 @@ Reply Service::Action()
     json = {{"frame", action.frame},       {"number", action.number.Text()}, {"kind", NameOf(action.kind)},
             {"call", action.call},         {"function", action.function},    {"thread", action.thread},
             {"isPlayed", action.isPlayed}, {"answers", std::move(answers)}};
+    if (action.recorded) {
+        json["framebuffer"] = action.recorded->framebuffer;
+        json["recorded"] =
+            Replay::Picture{action.recorded->width, action.recorded->height, action.recorded->hash}.Text();
+        json["drawn"] = action.drawn.Text();
+    }
     json["targets"] = Targets();
     return {json};
 }
@@ -139,6 +151,13 @@ Reply Service::Put(std::size_t index, std::istream& input)
     if (!input.read(reinterpret_cast<char*>(contents.data.data()), static_cast<std::streamsize>(contents.data.size())))
         return {{{"error", "the bytes of the image are missing"}}};
     return {{{"isSame", WriteTarget(m_places[index], contents)}}};
+}
+
+Reply Service::Reference(std::size_t index) const
+{
+    const bool isThere = index < m_references.size();
+    return {{{"bytes", isThere ? m_references[index].size() : 0}},
+            isThere ? m_references[index] : std::vector<std::uint8_t>()};
 }
 
 Reply Service::Inputs()

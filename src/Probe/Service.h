@@ -25,6 +25,7 @@ private:
     Reply Action();
     Json Targets();
     Reply Pixels(std::size_t index) const;
+    Reply Reference(std::size_t index) const;
     Reply Put(std::size_t index, std::istream& input);
     Reply Inputs();
     Reply Watch(const nlohmann::json& request);
@@ -33,6 +34,8 @@ private:
     Replayer& m_replayer;
     /// What the last answer told of, for "pixels".
     std::vector<Contents> m_contents;
+    /// For "reference": of each of them, a PNG file or nothing.
+    std::vector<std::vector<std::uint8_t>> m_references;
     /// And where that is, for "put": of the last action.
     std::vector<Place> m_places;
 };

@@ -39,6 +39,7 @@ std::mutex finishing;
 
 /// The first frame that is hashed; 0: none is.
 std::uint32_t firstHashed = 0;
+bool hashesActions = false;
 std::uint32_t lastFrame = 0;
 
 /// Says that a capture goes on, in a page of its own that is zero in children.
@@ -127,6 +128,7 @@ bool Begin()
 {
     Report(Finding::Egl, "");
     firstHashed = Environment(HashVariable).empty() ? 0 : std::max(Number(HashVariable), 1u);
+    hashesActions = !Environment(HashDrawsVariable).empty();
     lastFrame = Number(FramesVariable);
     SetFrameEnd(Environment(FrameEndVariable));
     Data::CaptureHeader& header = capture.header;
@@ -210,6 +212,11 @@ bool IsHashWanted(std::uint32_t uncounted) noexcept
         return false;
     const std::lock_guard lock(capture.lock);
     return capture.frames + uncounted + 1 >= firstHashed;
+}
+
+bool AreActionsHashed() noexcept
+{
+    return hashesActions;
 }
 
 void UpdateHeader(const Capturing& capturing) noexcept

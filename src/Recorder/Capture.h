@@ -85,6 +85,9 @@ void EndRecording() noexcept;
 /// True when the frame under way is to be hashed.
 [[nodiscard]] bool IsHashWanted(std::uint32_t uncounted = 0) noexcept;
 
+/// True when what single actions drew to is to be hashed in each hashed frame.
+[[nodiscard]] bool AreActionsHashed() noexcept;
+
 /// Finishes the file. Calls go on unrecorded.
 void FinishCapture() noexcept;
 

@@ -14,6 +14,8 @@ inline constexpr char SpoolEnding[] = ".spool";
 inline constexpr char FolderVariable[] = "PLAYBACK_RECORD_FOLDER";
 /// Set: hash each frame; decimal: from that one on.
 inline constexpr char HashVariable[] = "PLAYBACK_RECORD_HASH";
+/// Set: with the one above, hash what each draw, clear and the like has drawn to as well.
+inline constexpr char HashDrawsVariable[] = "PLAYBACK_RECORD_HASH_DRAWS";
 /// Decimal: end the capture and the program after so many frames.
 inline constexpr char FramesVariable[] = "PLAYBACK_RECORD_FRAMES";
 /// Set: programs do not see that there is desktop OpenGL.

@@ -83,6 +83,12 @@ std::map<std::string, std::string> DriverStrings()
     return strings;
 }
 
+Data::DriverName CurrentDriver()
+{
+    std::map<std::string, std::string> strings = DriverStrings();
+    return {strings["GL_RENDERER"], strings["GL_VERSION"]};
+}
+
 bool IsContextLost()
 {
     const Core::EGLProcTable& egl = KHRLayer::EGLProc();

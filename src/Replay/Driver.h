@@ -3,6 +3,8 @@
 #include <map>
 #include <string>
 
+#include "Data/Records/References.h"
+
 struct wl_display;
 
 namespace Replay {
@@ -18,6 +20,9 @@ std::string MissingContext();
 
 /// Strings by which a driver is known, by the names of the enums that query them; none without a current context.
 std::map<std::string, std::string> DriverStrings();
+
+/// The same as captures name drivers; empty without a current context.
+Data::DriverName CurrentDriver();
 
 /// True when the current context was lost, for instance because the GPU was reset.
 bool IsContextLost();

@@ -17,6 +17,11 @@ std::string_view WithoutHyphens(std::string_view name)
     return name;
 }
 
+bool IsValueOptional(const Option& option)
+{
+    return option.valueName.starts_with("[=");
+}
+
 bool LooksLikeOption(std::string_view argument)
 {
     return argument.size() > 1 && argument.front() == '-';
@@ -121,8 +126,10 @@ CommandLine::Result CommandLine::Parse(std::span<const char* const> arguments, A
             return fail(UnknownOption(name));
 
         const std::string key(option->name);
-        if (option->valueName.empty()) {
-            if (hasInlineValue)
+        if (option->valueName.empty() || IsValueOptional(*option)) {
+            if (hasInlineValue && IsValueOptional(*option))
+                result.args.values[key] = argument.substr(equals + 1);
+            else if (hasInlineValue)
                 return fail("option " + key + " takes no value, found \"" + std::string(argument.substr(equals + 1)) +
                             "\"");
             result.args.switches.push_back(key);
@@ -161,7 +168,7 @@ std::string CommandLine::Help(std::string_view usage) const
                 continue;
             std::string head = "  " + std::string(option.name);
             if (!option.valueName.empty())
-                head += " " + std::string(option.valueName);
+                head += (IsValueOptional(option) ? "" : " ") + std::string(option.valueName);
             out += head;
             AppendWrapped(out, option.help, head.size());
         }

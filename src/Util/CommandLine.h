@@ -15,7 +15,8 @@ namespace Util {
 struct Option {
     /// As help prints it and as CmdLineArgs keeps it, hyphens included: "-width" or "--json".
     std::string_view name;
-    /// What stands for the value in the help text, such as "N" or "FILE"; empty: the option takes no value.
+    /// What stands for the value in the help text, such as "N" or "FILE"; empty: the option takes no value. One that
+    /// may be left out is written "[=N]": it has to come after "=", and the option is a switch, too.
     std::string_view valueName;
     /// One or two sentences; wrapped when printed.
     std::string_view help;

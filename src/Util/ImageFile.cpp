@@ -170,6 +170,25 @@ std::vector<std::uint8_t> EncodePng(const Image& image)
     return file;
 }
 
+std::optional<Image> DecodePng(std::span<const std::uint8_t> file)
+{
+    png_image png = {};
+    png.version = PNG_IMAGE_VERSION;
+    if (!png_image_begin_read_from_memory(&png, file.data(), file.size()))
+        return std::nullopt;
+    png.format = PNG_FORMAT_RGBA;
+    Image image = {png.width, png.height, {}};
+    constexpr std::uint64_t MostBytes = std::uint64_t{1} << 31;
+    if (std::uint64_t{png.width} * png.height * 4 > MostBytes) {
+        png_image_free(&png);
+        return std::nullopt;
+    }
+    image.rgba.resize(PNG_IMAGE_SIZE(png));
+    if (!png_image_finish_read(&png, nullptr, image.rgba.data(), BottomFirst(image), nullptr))
+        return std::nullopt;
+    return image;
+}
+
 std::optional<Image> ReadPng(const std::string& path)
 {
     png_image png = {};

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,8 @@ namespace Util {
 
 /// The picture as a PNG file in memory; empty when there is no memory for it.
 [[nodiscard]] std::vector<std::uint8_t> EncodePng(const Image& image);
+/// Empty when they are no PNG file, or one of more than 2 GiB of pixels.
+[[nodiscard]] std::optional<Image> DecodePng(std::span<const std::uint8_t> file);
 /// Empty when the file cannot be read, or is no PNG file.
 [[nodiscard]] std::optional<Image> ReadPng(const std::string& path);
 /// The picture with no side longer than this; each pixel is the mean of those that it stands for.

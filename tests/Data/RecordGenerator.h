@@ -8,13 +8,14 @@
 #include <random>
 #include <vector>
 
-#include "Data/Capture/Format.h"
+#include "Data/Capture/ReferenceFormat.h"
 #include "Data/GLEnums.h"
 #include "Data/Records/CallParameters.h"
 
 namespace Data {
 
-inline constexpr std::uint32_t BuiltInCount = static_cast<std::uint32_t>(RecordId::FramePicture) - FirstBuiltInId + 2;
+inline constexpr std::uint32_t BuiltInCount =
+    static_cast<std::uint32_t>(RecordId::ReferencePicture) - FirstBuiltInId + 2;
 inline constexpr std::uint32_t MaxBodyBytes = 2048;
 
 /// Builds records that are well-formed, mostly, so that a mutator gets deep.
@@ -241,19 +242,36 @@ private:
             ModuleRecord module{{}, 1 + Below(4), 0, 0, Number(), Number(), slot, slot};
             return Body(module, bytes);
         }
-        case RecordId::Stack: {
-            StackRecord stack{{}, 1 + Below(4), 0, Behind<StackRecord>(bytes / 16 * 16)};
-            return Body(stack, bytes);
-        }
-        case RecordId::CallStack: {
-            CallStackRecord call{{}, Below(5), 0};
-            return Body(call, 0);
-        }
+        case RecordId::Stack:
+            return Body(StackRecord{{}, 1 + Below(4), 0, Behind<StackRecord>(bytes / 16 * 16)}, bytes);
+        case RecordId::CallStack:
+            return Body(CallStackRecord{{}, Below(5), 0}, 0);
+        case RecordId::ReferenceDriver:
+        case RecordId::ReferenceHash:
+        case RecordId::ReferencePicture:
+            return ReferenceBody(id, bytes);
         default: {
             TextRecord text{{}, Number(), Behind<TextRecord>(bytes)};
             return Body(text, bytes);
         }
         }
+    }
+
+    std::vector<std::uint8_t> ReferenceBody(RecordId id, std::uint32_t bytes)
+    {
+        if (id == RecordId::ReferenceDriver) {
+            const PointerSlot slot = Behind<ReferenceDriverRecord>(bytes);
+            return Body(ReferenceDriverRecord{{}, 1 + Below(3), 0, slot, slot}, bytes);
+        }
+        if (id == RecordId::ReferenceHash) {
+            const auto of = static_cast<ReferenceOf>(1 + Below(2));
+            return Body(
+                ReferenceHashRecord{
+                    {}, Below(4), of, Below(3), Below(3), Number(), Number(), 0, PictureState::Hashed, 0},
+                0);
+        }
+        return Body(ReferencePictureRecord{{}, Below(4), Below(3), Below(3), 0, Behind<ReferencePictureRecord>(bytes)},
+                    bytes);
     }
 
     std::uint32_t Target() { return Below(4) == 0 ? Number() : Enum::ArrayBuffer; }

@@ -19,9 +19,11 @@
 
 #include "Data/Capture/CaptureFile.h"
 #include "Data/Capture/CaptureWriter.h"
+#include "Data/Capture/Checksum.h"
 #include "Data/Capture/SummaryReader.h"
 #include "Data/Records/CallParameters.h"
 #include "Data/Records/CallStacks.h"
+#include "Data/Records/References.h"
 #include "RecordGenerator.h"
 #include "TouchingAdapters.h"
 
@@ -69,8 +71,20 @@ const std::vector<std::uint8_t>& EmptyCapture()
     return bytes;
 }
 
+/// Uses every byte of a function's name.
+class TouchingReferenceHandler : public ReferenceHandler {
+public:
+    void ProcessReferenceHash(const ReferenceHashRecord&, const ReferencePlace& place) override
+    {
+        if (std::string(place.function) == "?")
+            std::abort();
+    }
+};
+
 void Drive(FrameProcessor& processor, const std::function<void()>& run)
 {
+    TouchingReferenceHandler references;
+    processor.SetReferenceHandler(&references);
     TouchingGLAdapter gl(processor.Calls());
     TouchingEGLAdapter egl(processor.Calls());
     TouchingMetaHandler meta;
@@ -151,6 +165,13 @@ void RunRecords(std::span<const std::uint8_t> input)
             for (const StackFrame& frame : stacks.Frames(stack))
                 if (frame.module != 0 && stacks.Module(frame.module).path == "?")
                     std::abort();
+    References references(diagnostics);
+    for (RecordCursor cursor(reinterpret_cast<std::uint8_t*>(memory.get()), bytes, 0); cursor.Next();) {
+        references.Take(cursor);
+        if (const auto picture = references.PictureOf(cursor))
+            if (Checksum(picture->png.data(), picture->png.size()) == 1)
+                std::abort();
+    }
     FrameProcessor processor(EmptySource(), Preload::No, diagnostics);
     Drive(processor, [&] { processor.ProcessChunk(reinterpret_cast<std::uint8_t*>(memory.get()), bytes); });
 }

@@ -12,6 +12,7 @@ constexpr Util::Option Options[] = {
     {"-fullscreen", "", "Covers the whole screen.", "Window"},
     {"-width", "N", "Width of the window in pixels.", "Window"},
     {"--json", "", "Prints JSON.", "Pictures"},
+    {"--hash", "[=draws]", "Hashes.", "Pictures"},
     {"-a-rather-long-option-name-for-a-table", "VALUE", "Has its help on the next line.", "Window"},
 };
 
@@ -36,6 +37,18 @@ TEST_F(CommandLineTest, ValueMayBeEmptyOrBeginWithAHyphen)
         ASSERT_NE(result.args.FindValue("-width"), nullptr) << result.error;
         EXPECT_EQ(*result.args.FindValue("-width"), value);
     }
+}
+
+TEST_F(CommandLineTest, AnOptionalValueComesAfterAnEqualsSign)
+{
+    for (const auto& [argument, value] : {std::pair("--hash", ""), {"--hash=draws", "draws"}}) {
+        const auto result = Parse({argument, "draws"});
+        EXPECT_TRUE(result.args.HasSwitch("--hash"));
+        EXPECT_THAT(result.args.positional, ElementsAre("draws"));
+        const std::string* const found = result.args.FindValue("--hash");
+        EXPECT_EQ(found ? *found : "", value);
+    }
+    EXPECT_THAT(m_commandLine.Help("Usage"), testing::HasSubstr("--hash[=draws]  "));
 }
 
 TEST_F(CommandLineTest, ErrorsNameTheOption)

@@ -30,9 +30,13 @@ PROBE = str(BUILD / "bin/playback-probe")
 SPINNING = str(BUILD / "samples/spinning")
 FAMILIES = str(BUILD / "tests/families")
 FAKE_DRIVER = str(BUILD / "tests/fake-driver")
+FAULTY_DRIVER = str(BUILD / "tests/faulty-driver")
 WITH_WESTON = str(ROOT / "scripts/with-weston")
 SAMPLE = str(ROOT / "samples/spinning.glcap")
 TIMEOUT_S = 100
+# What calls that begin so are called by, as actions.
+ACTION_KINDS = {"glDraw": "draw", "glMultiDraw": "draw", "glClear": "clear", "glBlit": "blit", "glDispatch": "dispatch",
+                "glCopy": "copy", "glGenerateMipmap": "mipmap"}
 
 # Set where the programs under test are of another architecture than this machine: the folder with what they link to.
 SYSROOT = os.environ.get("QEMU_LD_PREFIX")
@@ -123,6 +127,13 @@ class EndToEndTest(unittest.TestCase):
 
     def info(self, capture):
         return json.loads(self.run_program(INFO, "--json", capture).stdout)
+
+    def actions(self, capture):
+        """Frame, call, function, kind and number of each draw, clear and other action of a capture."""
+        lines = map(json.loads, self.run_program(INFO, "--dump", "--json", capture).stdout.splitlines())
+        return [(line["frame"], line["call"], line["name"],
+                 next(kind for begin, kind in ACTION_KINDS.items() if line["name"].startswith(begin)), line["action"])
+                for line in lines if "action" in line]
 
     def assertMentions(self, result, *texts):
         for text in texts:

@@ -12,7 +12,8 @@ MUTANTS = 100
 
 class Mutants(EndToEndTest):
     def mutate(self, *options):
-        captures = [self.record(FAMILIES, family, "--pbuffer", capture=f"{family}.glcap", compositor=False)
+        captures = [self.record(FAMILIES, family, "--pbuffer", capture=f"{family}.glcap", options=["--hash=draws"],
+                                compositor=False)
                     for family in CLIENTS]
         self.run_program(MUTATE, "--seed", 1, "--count", MUTANTS, "--keep", self.dir, *options, *captures)
 

@@ -3,6 +3,7 @@
 import re
 
 import expressions
+from emit_call_table import ACTIONS
 from objects import effect_of
 from scalars import SCALARS
 from text import BANNER, c_arguments, c_parameters, header, wrap
@@ -249,6 +250,10 @@ def is_draw(call):
     return call.has("draw") or call.has("draw_no_step")
 
 
+def is_action(call):
+    return any(call.has(note) for note in ACTIONS)
+
+
 def uses_buffers(call):
     """True for calls that have the driver read or write buffers: what programs wrote to mapped ones has to be there."""
     return (is_draw(call) or call.has("uses_buffers")
@@ -313,6 +318,10 @@ def entry_point(name, call):
         context = ("thread.context != nullptr", "*thread.context") if call.is_egl else ("call", "*call")
         text += f"    if ({context[0]})\n        AfterWait({context[1]});\n"
         text += f"    if (call)\n        Record::{call.name}({end});\n"
+    elif is_action(call):
+        text += f"    CallRecord record = {begin};\n    {assign}{live};\n    if (call) {{\n        const ActionHash hash(*call);\n"
+        text += f"        const Capturing capturing;\n        Record::End::{call.name}(record, {end.replace('Capturing()', 'capturing')});\n"
+        text += "        hash.Put(capturing, record);\n    }\n"
     else:
         text += f"    CallRecord record = {begin};\n    {assign}{live};\n"
         text += f"    if (call)\n        Record::End::{call.name}(record, {end});\n"

@@ -39,6 +39,8 @@ public:
     }
     void SetFrameHashHandler(FrameHashHandler* handler) { m_processor.SetFrameHashHandler(handler); }
     void SetFramePictureHandler(FramePictureHandler* handler) { m_processor.SetFramePictureHandler(handler); }
+    void SetReferenceHandler(ReferenceHandler* handler) { m_processor.SetReferenceHandler(handler); }
+    [[nodiscard]] const Data::References& References() const { return m_processor.References(); }
 
     FrameProcessor* GetFrameProcessor() override { return &m_processor; }
     [[nodiscard]] std::uint32_t GetCurrentFrame() const override { return m_processor.Frames(); }

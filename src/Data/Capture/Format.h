@@ -100,12 +100,15 @@ enum class RecordId : std::uint32_t {
     DefaultDepth,
     DefaultStencil,
     MultisampleTexture,
-    Unfinished,   ///< a call that had begun and not returned when the program ended
-    ProgramEnd,   ///< of a program that ended in another way than through its exit handlers; the last record
-    Module,       ///< code that stacks lie in
-    Stack,        ///< a place in the program from which calls came
-    CallStack,    ///< the stack of the call that follows in the same chunk
-    FramePicture, ///< in front of a FrameEnd that no swap led to
+    Unfinished,       ///< a call that had begun and not returned when the program ended
+    ProgramEnd,       ///< of a program that ended in another way than through its exit handlers; the last record
+    Module,           ///< code that stacks lie in
+    Stack,            ///< a place in the program from which calls came
+    CallStack,        ///< the stack of the call that follows in the same chunk
+    FramePicture,     ///< in front of a FrameEnd that no swap led to
+    ReferenceDriver,  ///< a driver whose hashes and pictures follow
+    ReferenceHash,    ///< of what an action drew to, or of what another driver's frame shows
+    ReferencePicture, ///< what a driver's frame shows
 };
 
 /// Whether a record belongs to the next call of its thread, and lies in one chunk with it.
@@ -331,15 +334,16 @@ struct MultisampleTextureRecord {
 inline constexpr std::uint32_t SummaryVersion = 1;
 
 enum class SummaryPart : std::uint32_t {
-    Totals = 1,   ///< first
-    Calls = 2,    ///< CountEntry array: calls by their number in the call table, those that came at all
-    Threads = 3,  ///< CountEntry array: calls by thread
-    Contexts = 4, ///< pairs of 32-bit numbers: context, and the one that it shares with or 0
-    Surface = 5,  ///< SurfaceRecord; one for each surface
-    Note = 6,     ///< TextRecord; one for each text
-    Frames = 7,   ///< FrameCounts array: each frame, then what comes after the last one
-    Bindings = 8, ///< BindingChange array: what changed in a chunk of records; one for each, in file order
-    Stacks = 9,   ///< CountEntry array: modules and stacks by the chunk of records that they are in, counted from 0
+    Totals = 1,      ///< first
+    Calls = 2,       ///< CountEntry array: calls by their number in the call table, those that came at all
+    Threads = 3,     ///< CountEntry array: calls by thread
+    Contexts = 4,    ///< pairs of 32-bit numbers: context, and the one that it shares with or 0
+    Surface = 5,     ///< SurfaceRecord; one for each surface
+    Note = 6,        ///< TextRecord; one for each text
+    Frames = 7,      ///< FrameCounts array: each frame, then what comes after the last one
+    Bindings = 8,    ///< BindingChange array: what changed in a chunk of records; one for each, in file order
+    Stacks = 9,      ///< CountEntry array: modules and stacks by the chunk of records that they are in, counted from 0
+    References = 10, ///< ReferenceSummaryRecord; one for each driver that has any
 };
 
 struct SummaryTotals {

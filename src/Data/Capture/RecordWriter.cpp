@@ -59,6 +59,35 @@ void RecordWriter::PutFramePicture(const FramePictureRecord& picture)
     Put(RecordId::FramePicture, picture);
 }
 
+void RecordWriter::ReferenceDriver(std::uint32_t driver, std::string_view renderer, std::string_view version)
+{
+    ReferenceDriverRecord record = {{}, driver, 0, {}, {}};
+    renderer = renderer.substr(0, MaxDriverTextBytes);
+    version = version.substr(0, MaxDriverTextBytes);
+    const auto versionAt = static_cast<std::uint32_t>(sizeof record + RoundUp8(renderer.size()));
+    record.renderer = {0, static_cast<std::uint32_t>(renderer.size()), sizeof record};
+    record.version = {0, static_cast<std::uint32_t>(version.size()), versionAt};
+    if (std::uint8_t* const at =
+            Begin(static_cast<std::uint32_t>(RecordId::ReferenceDriver), versionAt + version.size())) {
+        std::memcpy(&record.header, at, sizeof record.header);
+        std::memset(at + sizeof record.header, 0, versionAt - sizeof record.header);
+        std::memcpy(at, &record, sizeof record);
+        std::memcpy(at + sizeof record, renderer.data(), renderer.size());
+        std::memcpy(at + versionAt, version.data(), version.size());
+        End();
+    }
+}
+
+void RecordWriter::PutReferenceHash(const ReferenceHashRecord& hash)
+{
+    Put(RecordId::ReferenceHash, hash);
+}
+
+void RecordWriter::ReferencePicture(const ReferencePictureRecord& fields, std::span<const std::uint8_t> png)
+{
+    Put(RecordId::ReferencePicture, fields, &ReferencePictureRecord::picture, png.data(), png.size());
+}
+
 std::uint8_t* RecordWriter::BeginVertexAttribData(const VertexAttribDataRecord& fields, std::uint32_t dataBytes)
 {
     std::uint8_t* const at = Place(static_cast<std::uint32_t>(RecordId::VertexAttribData),

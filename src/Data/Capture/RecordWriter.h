@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "Data/Capture/Format.h"
+#include "Data/Capture/ReferenceFormat.h"
 
 namespace Data {
 
@@ -46,6 +47,11 @@ public:
                       std::uint64_t hash);
     /// `picture` gives all but the header.
     void PutFramePicture(const FramePictureRecord& picture);
+    void ReferenceDriver(std::uint32_t driver, std::string_view renderer, std::string_view version);
+    /// `hash` gives all but the header.
+    void PutReferenceHash(const ReferenceHashRecord& hash);
+    /// `fields` gives all but header and picture.
+    void ReferencePicture(const ReferencePictureRecord& fields, std::span<const std::uint8_t> png);
     /// Begins vertices for the draw that follows and answers the place for `dataBytes` bytes; null as Begin. Stays in
     /// one chunk with the draw. `fields` gives all but header and data.
     [[nodiscard]] std::uint8_t* BeginVertexAttribData(const VertexAttribDataRecord& fields, std::uint32_t dataBytes);

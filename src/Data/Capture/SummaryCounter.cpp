@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Data/Records/RecordCursor.h"
+#include "Data/Records/References.h"
 #include "Interfaces/Data.h"
 
 namespace Data {
@@ -157,12 +158,36 @@ void SummaryCounter::CountBuiltIn(const RecordView& record)
     case RecordId::Stack:
         ++m_chunkStacks;
         break;
+    case RecordId::ReferenceDriver:
+    case RecordId::ReferenceHash:
+    case RecordId::ReferencePicture:
+        CountReference(record);
+        break;
     case RecordId::Note:
         if (TextRecord note; record.Read(note) && record.HasContents(note.text))
             m_counts.notes[std::string(record.Text(note.text))] += note.count;
         break;
     default:
         break;
+    }
+}
+
+void SummaryCounter::CountReference(const RecordView& record)
+{
+    auto& all = m_counts.references;
+    if (ReferenceDriverRecord driver; record.Is(RecordId::ReferenceDriver) && record.Read(driver)) {
+        if (IsSound(record, driver))
+            all.try_emplace(driver.driver, ReferenceSummary{std::string(record.Text(driver.renderer)),
+                                                            std::string(record.Text(driver.version))});
+    } else if (ReferenceHashRecord hash; record.Is(RecordId::ReferenceHash) && record.Read(hash)) {
+        if (hash.driver != 0 && !all.contains(hash.driver))
+            return;
+        ReferenceSummary& summary = all[hash.driver];
+        summary.frames += hash.of == ReferenceOf::Frame ? 1 : 0;
+        summary.actions += hash.of == ReferenceOf::Action ? 1 : 0;
+    } else if (ReferencePictureRecord picture; record.Is(RecordId::ReferencePicture) && record.Read(picture)) {
+        if (const auto found = all.find(picture.driver); found != all.end())
+            ++found->second.pictures;
     }
 }
 

@@ -39,6 +39,7 @@ private:
     void CountCall(const RecordView& record, Call& call);
     void ReadCall(const CallArguments& call);
     void CountBuiltIn(const RecordView& record);
+    void CountReference(const RecordView& record);
     void SetThread(std::uint32_t thread);
     void Surface(const CallArguments& call, SurfaceKind kind);
     void Size(std::uint32_t surface, std::uint32_t width, std::uint32_t height);

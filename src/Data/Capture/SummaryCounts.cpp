@@ -3,6 +3,8 @@
 #include <cstring>
 #include <utility>
 
+#include "Data/Capture/ReferenceFormat.h"
+
 namespace Data {
 
 namespace {
@@ -51,6 +53,29 @@ private:
     }
 };
 
+void PutReferences(const SummaryCounts& counts, Encoder& encoder)
+{
+    for (const auto& [driver, summary] : counts.references) {
+        const auto rendererBytes = static_cast<std::uint32_t>(summary.renderer.size());
+        const auto versionBytes = static_cast<std::uint32_t>(summary.version.size());
+        constexpr auto At = static_cast<std::uint32_t>(sizeof(ReferenceSummaryRecord));
+        const auto versionAt = static_cast<std::uint32_t>(RoundUp8(At + rendererBytes));
+        std::vector<char> texts(summary.renderer.begin(), summary.renderer.end());
+        texts.resize(versionAt - At);
+        texts.insert(texts.end(), summary.version.begin(), summary.version.end());
+        encoder.Put(SummaryPart::References,
+                    ReferenceSummaryRecord{{},
+                                           driver,
+                                           summary.frames,
+                                           summary.actions,
+                                           summary.pictures,
+                                           0,
+                                           {0, rendererBytes, At},
+                                           {0, versionBytes, versionAt}},
+                    texts);
+    }
+}
+
 } // namespace
 
 std::vector<std::uint8_t> EncodeSummary(const SummaryCounts& counts)
@@ -86,6 +111,7 @@ std::vector<std::uint8_t> EncodeSummary(const SummaryCounts& counts)
         const PointerSlot text{0, static_cast<std::uint32_t>(note.size()), sizeof(TextRecord)};
         encoder.Put(SummaryPart::Note, TextRecord{{}, count, text}, std::vector(note.begin(), note.end()));
     }
+    PutReferences(counts, encoder);
     encoder.Put(SummaryPart::Frames, counts.byFrame);
     for (const std::vector<BindingChange>& changes : counts.bindings)
         encoder.Put(SummaryPart::Bindings, changes);

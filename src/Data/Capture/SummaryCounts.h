@@ -19,6 +19,17 @@ struct SurfaceSummary {
     std::vector<std::pair<std::uint32_t, std::uint32_t>> sizes;
 };
 
+/// What a capture has of a driver to compare with, besides the hashes of the recording's frames.
+struct ReferenceSummary {
+    /// GL_RENDERER and GL_VERSION; empty for the driver of the recording.
+    std::string renderer;
+    std::string version;
+    /// Hashes of frames and of what actions drew to, and pictures of frames.
+    std::uint32_t frames = 0;
+    std::uint64_t actions = 0;
+    std::uint32_t pictures = 0;
+};
+
 /// Counts over a capture, or over frames of it. Keys are captured identifiers.
 struct SummaryCounts {
     std::uint32_t frames = 0;
@@ -40,6 +51,8 @@ struct SummaryCounts {
     std::map<std::uint32_t, SurfaceSummary> surfaces;
     /// What could not be recorded, and how often.
     std::map<std::string, std::uint64_t> notes;
+    /// By driver; 0 is that of the recording.
+    std::map<std::uint32_t, ReferenceSummary> references;
     /// For each chunk of records, what listing the ones after it depends on.
     std::vector<std::vector<BindingChange>> bindings;
     /// The chunks of records in which there are modules and stacks, and how many. Empty: the summary does not tell.

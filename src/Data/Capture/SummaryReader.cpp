@@ -4,6 +4,7 @@
 #include <cstring>
 #include <span>
 
+#include "Data/Capture/ReferenceFormat.h"
 #include "Data/Records/RecordCursor.h"
 
 namespace Data {
@@ -29,7 +30,7 @@ public:
     {
         const auto part = static_cast<SummaryPart>(record.Header().id);
         if (part != SummaryPart::Surface && part != SummaryPart::Note && part != SummaryPart::Bindings &&
-            (m_seen >> (record.Header().id % 32) & 1) != 0)
+            part != SummaryPart::References && (m_seen >> (record.Header().id % 32) & 1) != 0)
             return false;
         m_seen |= 1u << record.Header().id % 32;
         switch (part) {
@@ -47,6 +48,8 @@ public:
             return ReadSurface(record);
         case SummaryPart::Note:
             return ReadNote(record);
+        case SummaryPart::References:
+            return ReadReferences(record);
         case SummaryPart::Frames:
             m_counts.byFrame = Entries<FrameCounts>(record, sizeof(RecordHeader));
             return true;
@@ -156,6 +159,18 @@ private:
         if (!record.Read(note) || !record.HasContents(note.text))
             return false;
         m_counts.notes[std::string(record.Text(note.text))] += note.count;
+        return true;
+    }
+    bool ReadReferences(const RecordView& record)
+    {
+        ReferenceSummaryRecord reference;
+        if (!record.Read(reference) || reference.driver > MaxReferenceDrivers ||
+            !record.HasContents(reference.renderer) || !record.HasContents(reference.version) ||
+            m_counts.references.contains(reference.driver))
+            return false;
+        m_counts.references[reference.driver] = {std::string(record.Text(reference.renderer)),
+                                                 std::string(record.Text(reference.version)), reference.frames,
+                                                 reference.actions, reference.pictures};
         return true;
     }
 

@@ -21,8 +21,8 @@ std::uint64_t ThreadNanoseconds()
 
 FrameProcessor::FrameProcessor(CaptureSource& source, Preload preload, Diagnostics& diagnostics)
     : m_source(source), m_preload(preload), m_diagnostics(diagnostics), m_calls(diagnostics),
-      m_meta(m_calls, diagnostics), m_callCounts(source.Calls().size()), m_unknownSaid(source.Calls().size()),
-      m_queue(std::make_unique<ChunkQueue>(source, preload))
+      m_meta(m_calls, diagnostics), m_references(diagnostics), m_callCounts(source.Calls().size()),
+      m_unknownSaid(source.Calls().size()), m_queue(std::make_unique<ChunkQueue>(source, preload))
 {
     for (const FileCall& call : source.Calls())
         m_known.push_back(call.known);
@@ -78,6 +78,8 @@ void FrameProcessor::GoTo(const Place& place)
     m_callsInFrames += position.call;
     position.call = 0;
     position.frame = place.frames;
+    m_actions.BeginFrame();
+    m_isAfterAction = false;
     m_frameTimeUs = place.frameTimeUs;
     m_isThreadKnown = false;
     ChangeThread(place.thread);
@@ -148,6 +150,8 @@ inline void FrameProcessor::ProcessCall(std::uint32_t id)
         StartBlock(BlockType::Frame);
     Position& position = m_diagnostics.position;
     ++position.call;
+    if (m_referenceHandler) [[unlikely]]
+        m_isAfterAction = m_actions.Count(static_cast<CallId>(m_known[id])).has_value();
     if (m_isThreadLeftOut) [[unlikely]] {
         ++m_callsLeftOut;
         if (m_watcher)
@@ -204,6 +208,8 @@ void FrameProcessor::EndFrame()
     m_callsInFrames += position.call;
     ++position.frame;
     position.call = 0;
+    m_actions.BeginFrame();
+    m_isAfterAction = false;
     ApplyThreadFilter();
 }
 
@@ -246,7 +252,11 @@ void FrameProcessor::ProcessBuiltIn()
         if (IsStateBlock())
             EndBlock(BlockType::State);
         break;
+    case RecordId::ReferenceDriver:
+        m_references.Take(m_cursor);
+        break;
     case RecordId::Note:
+    case RecordId::ReferencePicture:
     case RecordId::Module:
     case RecordId::Stack:
     case RecordId::CallStack:
@@ -294,6 +304,8 @@ void FrameProcessor::ProcessOfThread()
             m_hashHandler->ProcessFrameHash(hash.frame, hash.surface, hash.width, hash.height, hash.hash);
     } else if (m_cursor.Is(RecordId::FramePicture)) {
         ProcessFramePicture();
+    } else if (m_cursor.Is(RecordId::ReferenceHash)) {
+        ProcessReferenceHash();
     } else if (!m_meta.Decode(m_cursor) && !m_unknownRecordSaid) {
         m_unknownRecordSaid = true;
         m_diagnostics.File("there are records of kind " + std::to_string(m_cursor.Header().id) +
@@ -310,6 +322,27 @@ void FrameProcessor::ProcessFramePicture()
     m_pictureHandler->ProcessFramePicture({Frames() + 1, record.framebuffer, record.state != PictureState::None,
                                            isHashed ? std::optional(record.hash) : std::nullopt, record.width,
                                            record.height});
+}
+
+void FrameProcessor::ProcessReferenceHash()
+{
+    if (!m_referenceHandler)
+        return;
+    const std::optional<ReferenceHashRecord> hash = m_references.HashOf(m_cursor);
+    if (!hash)
+        return;
+    ReferencePlace place = {Frames() + 1, std::nullopt, ActionKind::None, m_diagnostics.position.call, ""};
+    if (hash->of == ReferenceOf::Action) {
+        if (!m_isAfterAction) {
+            m_diagnostics.Skipped("reference hash", "the call in front", "one that draws",
+                                  place.call == 0 ? "none" : NameOfCall(m_source.Calls(), AtWork().id));
+            return;
+        }
+        place.action = m_actions.Last();
+        place.kind = ActionOf(static_cast<CallId>(m_known[AtWork().id]));
+        place.function = m_source.Calls()[AtWork().id].name.c_str();
+    }
+    m_referenceHandler->ProcessReferenceHash(*hash, place);
 }
 
 void FrameProcessor::SetThreadFilter(std::vector<std::uint32_t> threads, std::uint32_t startFrame)

@@ -13,6 +13,7 @@
 #include "Data/Records/MetaDecoder.h"
 #include "Data/Records/ProgramEnd.h"
 #include "Data/Records/RecordCursor.h"
+#include "Data/Records/References.h"
 #include "Interfaces/Data.h"
 
 namespace Data {
@@ -86,6 +87,9 @@ public:
     void PlayUnfinished() { m_playsUnfinished = true; }
     void SetFrameHashHandler(FrameHashHandler* handler) { m_hashHandler = handler; }
     void SetFramePictureHandler(FramePictureHandler* handler) { m_pictureHandler = handler; }
+    void SetReferenceHandler(ReferenceHandler* handler) { m_referenceHandler = handler; }
+    /// Those that were read so far.
+    [[nodiscard]] const Data::References& References() const { return m_references; }
 
     /// Replays the records of a chunk up to a frame end. For tests of the decoding alone; `bytes` starts at 8 bytes'
     /// alignment. False when there is no frame end.
@@ -104,6 +108,7 @@ private:
     /// Records other than calls by which a thread acts.
     void ProcessOfThread();
     void ProcessFramePicture();
+    void ProcessReferenceHash();
     void ProcessUnfinished();
     void ProcessUnknown(std::uint32_t id);
     void ApplyThreadFilter();
@@ -121,6 +126,12 @@ private:
     std::vector<BlockEventHandler*> m_blockHandlers;
     FrameHashHandler* m_hashHandler = nullptr;
     FramePictureHandler* m_pictureHandler = nullptr;
+    ReferenceHandler* m_referenceHandler = nullptr;
+    Data::References m_references;
+    /// Counts where somebody listens to actions.
+    ActionCounter m_actions;
+    /// The call in front was an action.
+    bool m_isAfterAction = false;
 
     /// For each call of the file its CallId; callCount when this program does not know it.
     std::vector<std::uint32_t> m_known;

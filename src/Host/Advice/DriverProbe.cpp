@@ -110,6 +110,11 @@ bool DriverProbe::IsRecordedWith(const Data::CaptureHeader& header) const
            header.glRenderer == Text(GL_RENDERER) && header.glVersion == Text(GL_VERSION);
 }
 
+Data::DriverName DriverProbe::Name() const
+{
+    return HasContext() ? Data::DriverName{Text(GL_RENDERER), Text(GL_VERSION)} : Data::DriverName();
+}
+
 std::vector<std::string> DriverProbe::FindMissing(const Requirements& needed) const
 {
     std::vector<std::string> missing;

@@ -5,6 +5,7 @@
 
 #include <EGL/egl.h>
 
+#include "Data/Records/References.h"
 #include "Host/Advice/Requirements.h"
 
 struct wl_display;
@@ -28,6 +29,8 @@ public:
     [[nodiscard]] bool HasContext() const { return m_context != EGL_NO_CONTEXT; }
     /// The driver is the one that the capture was recorded with, which has all that is needed.
     [[nodiscard]] bool IsRecordedWith(const Data::CaptureHeader& header) const;
+    /// Empty without a context.
+    [[nodiscard]] Data::DriverName Name() const;
     /// What the driver lacks, and what will happen for it, a line each.
     [[nodiscard]] std::vector<std::string> FindMissing(const Requirements& needed) const;
 

@@ -36,6 +36,8 @@ std::string NumberFault(std::string_view name, int number)
         return number >= 1 ? "" : "counts frames from 1";
     if (name == "-framesinflight" || name == "-swapinterval")
         return number >= 0 && number <= LargestCount ? "" : "needs 0 to " + std::to_string(LargestCount);
+    if (name == "-referencepictures")
+        return number >= 1 ? "" : "needs 1 or a larger number of frames";
     if (name == "-samples")
         return number >= 1 ? "" : "needs 1 sample or more";
     return number >= 0 ? "" : "needs 0 or a larger number";
@@ -157,6 +159,10 @@ std::string ValueFault(std::string_view name, std::string_view placeholder, cons
         return PositiveNumber(value) ? "" : "needs a number above 0";
     if (name == "-timegpu")
         return ParseGpuSpans(value) ? "" : "needs frames, passes or draws";
+    if (name == "-hashes")
+        return value == "frames" || value == "draws" ? "" : "needs frames or draws";
+    if (name == "-writehashes")
+        return value.empty() || value == "-" ? "needs the name of a file" : "";
     if (name == "-pace")
         return value == "recorded" ? "" : "needs recorded";
     if (name == "-config")

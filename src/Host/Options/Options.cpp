@@ -29,8 +29,19 @@ constexpr const char* Introduction =
 constexpr Util::Option OwnOptions[] = {
     {"-unfinished", "", "replay the calls too in which the recorded program was when it died", "Program"},
     {"-headless", "", "replay off screen even where there is a compositor", "Program"},
-    {"-verify", "", "compare frames with the hashes of playback-record --hash, and pixels that were read back",
+    {"-verify", "",
+     "compare frames, and draws where there are hashes of them, with the hashes of playback-record --hash or, on a "
+     "driver that -writehashes was given on, with its own; and pixels that were read back",
      "Results"},
+    {"-writehashes", "FILE",
+     "write a copy of the capture that has the hashes of this driver's frames, too, with which -verify compares on "
+     "this driver, and playback-compare",
+     "Results"},
+    {"-hashes", "frames|draws",
+     "with -writehashes: of frames (the default), or of what each draw, clear, blit, dispatch, copy and mipmap has "
+     "drawn to as well, as playback-record --hash=draws",
+     "Results"},
+    {"-referencepictures", "N", "with -writehashes: put a picture of each Nth frame in the file, too", "Results"},
     {"-measureframes", "A-B", "frames to measure, A- for all from A on (default: all but the first)", "Results"},
     {"-check", "", "only say what the capture needs and this driver lacks; status 1 if there is anything", "Results"},
     {"-timecalls", "", "add the CPU time of each function to the results of -json, which slows the replay down",
@@ -177,6 +188,12 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
         options.csvFile = *file;
     ReadTimes(args, options);
     ReadScreenshots(args, options);
+    if (const std::string* file = args.FindValue("-writehashes"))
+        options.hashes.output = *file;
+    if (const std::string* what = args.FindValue("-hashes"))
+        options.hashes.ofActions = *what == "draws";
+    if (const std::string* every = args.FindValue("-referencepictures"))
+        options.hashes.pictureEvery = static_cast<std::uint32_t>(*WholeNumber(*every));
     options.check = args.HasSwitch("-check");
     options.quiet = args.HasSwitch("-quiet");
     options.unfinished = args.HasSwitch("-unfinished");
@@ -194,9 +211,14 @@ std::vector<std::string> WithoutEffect(const Options& options, std::uint32_t fra
         const char* other;
     };
     // An option that only says how another one is meant.
-    constexpr Companion Companions[] = {
-        {"-samples", "-config"}, {"-threadFilterStartFrame", "-thread"}, {"-skippbufferdisplay", "-pbuffersurface"},
-        {"-timecalls", "-json"}, {"-gpucounters", "-timegpu"},           {"-statsdir", "-stats"}};
+    constexpr Companion Companions[] = {{"-samples", "-config"},
+                                        {"-threadFilterStartFrame", "-thread"},
+                                        {"-skippbufferdisplay", "-pbuffersurface"},
+                                        {"-hashes", "-writehashes"},
+                                        {"-referencepictures", "-writehashes"},
+                                        {"-timecalls", "-json"},
+                                        {"-gpucounters", "-timegpu"},
+                                        {"-statsdir", "-stats"}};
     const Util::ParseArgs::CmdLineArgs& args = options.args;
     const auto isGiven = [&](const char* option) { return args.HasSwitch(option) || args.FindValue(option); };
     std::vector<std::string> notes;

@@ -10,6 +10,7 @@
 #include "Host/Results/GpuTimes.h"
 #include "Host/Results/Measurements.h"
 #include "Host/Timing/Pace.h"
+#include "Host/Verify/HashWriter.h"
 #include "Interfaces/Util.h"
 #include "Util/Failure.h"
 
@@ -26,6 +27,8 @@ struct Options {
     bool headless = false;
     bool unfinished = false;
     bool verify = false;
+    /// Write a copy with the hashes of this driver, in the place of showing anything.
+    HashRequest hashes;
     /// Only tell what the driver lacks.
     bool check = false;
     bool quiet = false;

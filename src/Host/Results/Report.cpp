@@ -63,7 +63,7 @@ Json TimesJson(const FrameTimes& times)
             {"worstPass", times.worstPass}};
 }
 
-Json PictureJson(const FrameVerifier::Picture& picture)
+Json PictureJson(const Replay::Picture& picture)
 {
     char hash[20] = "";
     if (picture.hash)
@@ -91,6 +91,9 @@ void AddFrames(Json& json, const Report& report, const Measurements& measurement
                                        {"framebuffer", frame.framebuffer},
                                        {"expected", PictureJson(frame.recorded)},
                                        {"found", PictureJson(frame.replayed)}});
+        if (!frame.action.empty())
+            json["differences"].back().update(
+                Json{{"action", frame.action}, {"call", frame.call}, {"function", frame.function}});
     }
     json["screenshots"] = Json::array();
     for (const auto& [pass, frame, file] : report.screenshots)

@@ -1,62 +1,83 @@
 #include "Host/Verify/FrameVerifier.h"
 
 #include <algorithm>
-#include <cinttypes>
-#include <cstdio>
 
-#include "Data/BackBuffer.h"
 #include "Host/Timing/FrameTimer.h"
-#include "Interfaces/Core.h"
+#include "Replay/Driver.h"
 
 namespace Host {
 
-namespace {
-
-/// The whole tables: functions that are skipped for the replay still serve here.
-Data::BackBufferFunctions LiveFunctions()
+void FrameVerifier::SetReferences(const Data::References& references, Data::DriverName recording)
 {
-    const Core::GLESProcTable& gl = Core::KHRLayer::GLESProc();
-    return {gl.glGetString,
-            gl.glGetIntegerv,
-            gl.glPixelStorei,
-            gl.glBindBuffer,
-            gl.glBindFramebuffer,
-            gl.glReadBuffer,
-            gl.glReadPixels,
-            gl.glGetError,
-            gl.glIsFramebuffer,
-            gl.glCheckFramebufferStatus,
-            gl.glGetFramebufferAttachmentParameteriv,
-            gl.glBindRenderbuffer,
-            gl.glGetRenderbufferParameteriv,
-            gl.glBindTexture,
-            gl.glGetTexLevelParameteriv};
+    m_references = &references;
+    m_recording = std::move(recording);
+    m_reference.reset();
 }
 
-std::uint32_t QuerySurface(EGLDisplay display, EGLSurface surface, EGLint attribute)
+bool FrameVerifier::IsReference(std::uint32_t driver)
 {
-    const auto query = Core::KHRLayer::EGLProc().eglQuerySurface;
-    EGLint value = 0;
-    return query && query(display, surface, attribute, &value) && value > 0 ? static_cast<std::uint32_t>(value) : 0;
+    if (!m_references)
+        return driver == 0;
+    // The drivers of a capture are named at its start, and the live one once it has a context.
+    if (const Data::DriverName live = m_reference ? Data::DriverName() : Replay::CurrentDriver(); live.IsKnown())
+        m_reference = m_references->Choose(live);
+    return driver == m_reference.value_or(0);
 }
-
-} // namespace
 
 void FrameVerifier::ProcessFrameHash(std::uint32_t frame, std::uint32_t surface, std::uint32_t width,
                                      std::uint32_t height, std::uint64_t hash)
 {
-    Compare(
-        {m_pass, frame, surface, 0, {width, height, hash}, {}}, [this] { return ReadBackBuffer(); });
+    if (IsReference(0))
+        Compare(
+            {m_pass, frame, surface, 0, {width, height, hash}, {}}, [this] { return m_reader.Read(0); });
 }
 
 void FrameVerifier::Compare(const Data::FramePicture& picture, std::optional<unsigned int> framebuffer)
 {
+    if (!IsReference(0))
+        return;
     if (picture.hash) {
         Compare(
             {m_pass, picture.frame, 0, picture.framebuffer, {picture.width, picture.height, picture.hash}, {}},
-            [&] { return framebuffer ? ReadFramebuffer(*framebuffer) : Picture(); });
+            [&] { return framebuffer ? m_reader.Read(*framebuffer) : Picture(); });
     } else if (m_isOn && !picture.isThere) {
         ++m_withoutPicture;
+    }
+}
+
+void FrameVerifier::Compare(const Data::ReferenceHashRecord& hash, const Data::ReferencePlace& place,
+                            std::optional<unsigned int> framebuffer)
+{
+    if (!m_isOn || !IsReference(hash.driver))
+        return;
+    const bool isThere = hash.state == Data::PictureState::Hashed;
+    Difference difference = {m_pass, place.frame, hash.surface, hash.framebuffer, {hash.width, hash.height, hash.hash},
+                             {}};
+    if (place.action && isThere) {
+        difference.action = std::string(NameOf(place.kind)) + " " + place.action->Text();
+        difference.call = place.call;
+        difference.function = place.function;
+        CompareAction(std::move(difference), framebuffer);
+    } else if (isThere) {
+        Compare(
+            std::move(difference), [&] { return framebuffer ? m_reader.Read(*framebuffer) : Picture(); });
+    } else if (!place.action) {
+        ++m_withoutPicture;
+    }
+}
+
+void FrameVerifier::CompareAction(Difference difference, std::optional<unsigned int> framebuffer)
+{
+    const FrameTimer::Break pause(m_timer, FrameTimer::Beside::Comparison);
+    difference.replayed = framebuffer ? m_reader.Read(*framebuffer) : Picture();
+    const Telling::InHost inHost(m_timer ? &m_timer->Teller() : nullptr);
+    ++m_actionsCompared;
+    if (difference.replayed == difference.recorded) {
+        ++m_actionsEqual;
+    } else if (const std::pair place(m_pass, difference.frame); place != m_lastWrong) {
+        // What comes after it in the frame is mostly drawn over it.
+        m_lastWrong = place;
+        m_differences.push_back(std::move(difference));
     }
 }
 
@@ -74,31 +95,10 @@ template <class Read> void FrameVerifier::Compare(Difference frame, Read read)
         m_differences.push_back(frame);
 }
 
-FrameVerifier::Picture FrameVerifier::ReadFramebuffer(unsigned int framebuffer)
-{
-    if (framebuffer == 0)
-        return ReadBackBuffer();
-    const auto found = Data::HashFramebuffer(LiveFunctions(), framebuffer, m_pixels);
-    return found ? Picture{found->width, found->height, found->hash} : Picture();
-}
-
-FrameVerifier::Picture FrameVerifier::ReadBackBuffer()
-{
-    const Core::EGLProcTable& egl = Core::KHRLayer::EGLProc();
-    if (!egl.eglGetCurrentDisplay || !egl.eglGetCurrentSurface)
-        return {};
-    const EGLDisplay display = egl.eglGetCurrentDisplay();
-    const EGLSurface surface = egl.eglGetCurrentSurface(EGL_DRAW);
-    if (display == EGL_NO_DISPLAY || surface == EGL_NO_SURFACE)
-        return {};
-    const std::uint32_t width = QuerySurface(display, surface, EGL_WIDTH);
-    const std::uint32_t height = QuerySurface(display, surface, EGL_HEIGHT);
-    return {width, height, Data::HashBackBuffer(LiveFunctions(), width, height, m_pixels)};
-}
-
 bool FrameVerifier::IsVerified(std::uint32_t expected) const
 {
-    return m_compared != 0 && m_compared + m_withoutPicture == expected && m_equal == m_compared;
+    return m_compared != 0 && m_compared + m_withoutPicture == expected && m_equal == m_compared &&
+           m_actionsEqual == m_actionsCompared;
 }
 
 std::string FrameVerifier::Report(std::uint32_t expected, bool isCutShort) const
@@ -115,23 +115,34 @@ std::string FrameVerifier::Report(std::uint32_t expected, bool isCutShort) const
         report += ", " + std::to_string(comparable - m_compared) + " not compared";
     if (m_withoutPicture != 0)
         report += ", " + std::to_string(m_withoutPicture) + " had no picture when recorded";
+    if (m_actionsCompared != 0)
+        report +=
+            ", " + std::to_string(m_actionsEqual) + " of " + std::to_string(m_actionsCompared) + " draws and the like";
     if (!m_differences.empty()) {
         const Difference& first = m_differences.front();
-        report += "; first difference in frame " + std::to_string(first.frame) +
-                  (first.surface != 0 ? ", surface " + std::to_string(first.surface)
-                                      : ", framebuffer " + std::to_string(first.framebuffer)) +
-                  ": expected " + first.recorded.Text() + ", found " + first.replayed.Text();
+        report += "; first difference in " + first.Where() + ": expected " + first.recorded.Text() + ", found " +
+                  first.replayed.Text();
     }
     return report;
 }
 
-std::string FrameVerifier::Picture::Text() const
+std::string FrameVerifier::DriverReport() const
 {
-    if (!hash)
-        return "no frame to read";
-    char text[64];
-    std::snprintf(text, sizeof text, "%" PRIu32 "x%" PRIu32 " hash %016" PRIx64, width, height, *hash);
-    return text;
+    if (!m_reference || !m_references || m_references->Drivers().empty())
+        return "";
+    if (*m_reference != 0)
+        return "compared with the hashes of this driver, " + m_references->Drivers().at(*m_reference).Text();
+    return "compared with the hashes of the recording, by " + m_recording.Text() +
+           ": the capture has none of this driver";
+}
+
+std::string FrameVerifier::Difference::Where() const
+{
+    std::string text = "frame " + std::to_string(frame);
+    if (!action.empty())
+        text += ", " + action + " (" + function + ", call " + std::to_string(call) + ")";
+    return text +
+           (surface != 0 ? ", surface " + std::to_string(surface) : ", framebuffer " + std::to_string(framebuffer));
 }
 
 } // namespace Host

@@ -29,6 +29,8 @@ struct Verification {
         std::vector<std::string> lines;
         if (HasFrames(expectedFrames))
             lines.push_back(frames.Report(expectedFrames, isCutShort));
+        if (const std::string driver = frames.DriverReport(); !driver.empty())
+            lines.push_back(driver);
         if (readBacks.compared != 0)
             lines.push_back(readBacks.Report());
         return lines;

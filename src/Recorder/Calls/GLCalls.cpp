@@ -1,6 +1,7 @@
 // The gl functions that programs are handed. Most are made from the description; those that stand here in full answer
 // something else than the driver does.
 
+#include "Recorder/Calls/ActionHash.h"
 #include "Recorder/FrameEnds.h"
 #include "Recorder/Memory/WatchedBuffers.h"
 #include "Recorder/Platform.h"

@@ -22,6 +22,7 @@ std::vector<Variable> RecordingVariables(const RecordingOptions& options)
     return {{Preload, options.library},
             {FolderVariable, options.folder},
             {HashVariable, wanted.hash ? std::to_string(wanted.frames.first) : ""},
+            {HashDrawsVariable, Switch(wanted.hashDraws)},
             {FramesVariable, wanted.HasEnd() ? std::to_string(wanted.frames.last) : ""},
             {FrameEndVariable, options.frameEnd == FrameEndAuto ? "" : options.frameEnd},
             {PreferEsVariable, Switch(options.preferEs)},

@@ -17,6 +17,11 @@ std::string ReadCount(const Util::ParseArgs::CmdLineArgs& args, const char* opti
 std::string ReadWanted(const Util::ParseArgs::CmdLineArgs& args, Wanted& wanted)
 {
     wanted.hash = args.HasSwitch("--hash");
+    if (const std::string* const what = args.FindValue("--hash")) {
+        if (*what != "frames" && *what != "draws")
+            return "--hash: expected frames or draws, found '" + *what + "'";
+        wanted.hashDraws = *what == "draws";
+    }
     wanted.isPaused = args.HasSwitch("--start-paused");
     if (const std::string* const frames = args.FindValue("--frames")) {
         const std::uint32_t count = Util::ParseCount(*frames);

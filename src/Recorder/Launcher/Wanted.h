@@ -19,6 +19,8 @@ struct Wanted {
     std::uint32_t last = 0;
     /// Frames have hashes, by which what was cut out is verified.
     bool hash = false;
+    /// And what single actions draw to, too.
+    bool hashDraws = false;
     /// Frames of a snapshot that is asked for by a key or a signal.
     std::uint32_t snapshot = 1;
 

@@ -117,7 +117,7 @@ private:
             return;
         // For processes that are still to come.
         if (request->What() == Command::Start)
-            m_wanted = {{}, false, m_wanted.last, m_wanted.hash};
+            m_wanted = {{}, false, m_wanted.last, m_wanted.hash, m_wanted.hashDraws};
         if (request->What() == Command::Stop)
             m_wanted.isPaused = true;
         if (m_captures.empty())

@@ -34,7 +34,10 @@ constexpr Util::Option OptionTable[] = {
      "the capture to write (default: COMMAND.glcap in the working directory); a capture of that name is replaced only "
      "once a new one was recorded",
      "Options"},
-    {"--hash", "", "store a hash of each frame, which playback -verify compares", "Options"},
+    {"--hash", "[=draws]",
+     "store a hash of each frame, which playback -verify compares; with draws also one after each draw, clear, blit, "
+     "dispatch, copy and mipmap, which names the first one that differs, and takes long",
+     "Options"},
     {"--serve", "DIR",
      "instead of running COMMAND, write the captures of programs that others start, such as services, to DIR",
      "Options"},

@@ -1,5 +1,6 @@
 #include "Tools/Info/RecordText.h"
 
+#include "Data/Capture/ReferenceFormat.h"
 #include "Data/Records/CallArguments.h"
 #include "Data/Records/ProgramEnd.h"
 
@@ -108,6 +109,26 @@ std::string EndText(const Data::RecordView& record)
     return "";
 }
 
+std::string ReferenceText(const Data::RecordView& record)
+{
+    const auto of = [](std::uint32_t driver, std::uint32_t framebuffer, std::uint32_t surface) {
+        return (driver == 0 ? "the recording" : "driver " + std::to_string(driver)) +
+               (surface != 0 ? ", surface " + std::to_string(surface) : ", framebuffer " + std::to_string(framebuffer));
+    };
+    if (Data::ReferenceDriverRecord r; record.Is(Data::RecordId::ReferenceDriver) && record.Read(r))
+        return "driver " + std::to_string(r.driver) + ": " + std::string(record.Text(r.renderer)) + ", " +
+               std::string(record.Text(r.version));
+    if (Data::ReferenceHashRecord r; record.Is(Data::RecordId::ReferenceHash) && record.Read(r))
+        return (r.of == Data::ReferenceOf::Action ? "hash after the call in front, by " : "hash of the frame, by ") +
+               of(r.driver, r.framebuffer, r.surface) +
+               (r.state == Data::PictureState::Hashed
+                    ? ", " + std::to_string(r.width) + "x" + std::to_string(r.height) + ": " + HexText(r.hash)
+                    : ": nothing to read");
+    if (Data::ReferencePictureRecord r; record.Is(Data::RecordId::ReferencePicture) && record.Read(r))
+        return "picture of the frame, by " + of(r.driver, r.framebuffer, r.surface) + Sized("", r.picture);
+    return "";
+}
+
 std::string BuiltInText(const Data::RecordView& record)
 {
     using Data::RecordId;
@@ -158,7 +179,8 @@ std::string BuiltInText(const Data::RecordView& record)
             return Sized("text", r.text);
         break;
     default:
-        for (std::string text : {SurfaceText(record, id), StackRecordText(record), EndText(record)})
+        for (std::string text :
+             {SurfaceText(record, id), StackRecordText(record), ReferenceText(record), EndText(record)})
             if (!text.empty())
                 return text;
     }

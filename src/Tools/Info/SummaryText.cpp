@@ -91,6 +91,21 @@ std::string EachFrameEnds(Data::FrameEndKind end)
     return end == Data::FrameEndKind::Swap ? "" : ", each up to a " + std::string(WordFor(end));
 }
 
+/// "30 frames, 120 draws and the like, 3 pictures by llvmpipe, OpenGL ES 3.2".
+std::string References(const Data::ReferenceSummary& references)
+{
+    std::string text;
+    const auto add = [&](std::uint64_t count, const char* one, const char* many) {
+        if (count != 0)
+            text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + (count == 1 ? one : many);
+    };
+    add(references.frames, "frame", "frames");
+    add(references.actions, "draw or the like", "draws and the like");
+    add(references.pictures, "picture", "pictures");
+    return (text.empty() ? "none" : text) + " by " +
+           (references.renderer.empty() ? "the recording" : references.renderer + ", " + references.version);
+}
+
 /// The last frame of the capture in the one that it was cut out of.
 std::uint32_t LastOriginFrame(const CaptureSummary& summary)
 {
@@ -129,6 +144,8 @@ std::string ToText(const CaptureSummary& summary)
              EachFrameEnds(summary.counts.frameEnd) +
              (summary.counts.frameHashes > 0 ? Format(", %u with a hash", summary.counts.frameHashes) : "") +
              (summary.counts.hasStateBlock ? ", after a state-setup block" : ""));
+    for (const auto& [driver, references] : summary.counts.references)
+        Line(text, "hashes", References(references));
     if (summary.end.isKnown)
         Line(text, "the program", Data::Describe(summary.end));
     if (header.originFrame != 0)
@@ -173,6 +190,20 @@ Json ToJson(const Data::ProgramEnd& end)
     return json;
 }
 
+/// Of each driver.
+Json References(const std::map<std::uint32_t, Data::ReferenceSummary>& all, const Data::CaptureHeader& header)
+{
+    Json json = Json::array();
+    for (const auto& [driver, references] : all)
+        json.push_back({{"driver", driver},
+                        {"renderer", driver == 0 ? header.glRenderer : references.renderer},
+                        {"version", driver == 0 ? header.glVersion : references.version},
+                        {"frameHashes", references.frames},
+                        {"actionHashes", references.actions},
+                        {"pictures", references.pictures}});
+    return json;
+}
+
 } // namespace
 
 std::string ToJson(const CaptureSummary& summary, const CaptureStatistics* statistics)
@@ -197,6 +228,7 @@ std::string ToJson(const CaptureSummary& summary, const CaptureStatistics* stati
     json["frameEnd"] = WordFor(summary.counts.frameEnd);
     json["seconds"] = static_cast<double>(summary.counts.durationUs) / 1e6;
     json["frameHashes"] = summary.counts.frameHashes;
+    json["references"] = References(summary.counts.references, header);
     if (header.originFrame != 0)
         json["cutFrom"] = {
             {"file", header.originFile}, {"firstFrame", header.originFrame}, {"lastFrame", LastOriginFrame(summary)}};

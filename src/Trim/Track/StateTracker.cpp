@@ -13,6 +13,7 @@ Verdict VerdictOf(Data::RecordId id)
     case RecordId::ConfigAttribs:
     case RecordId::SurfaceAttribs:
     case RecordId::MultisampleTexture:
+    case RecordId::ReferenceDriver:
         return Verdict::Keep;
     default:
         return Verdict::Drop;
