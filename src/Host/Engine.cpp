@@ -1,6 +1,7 @@
 #include "Host/Engine.h"
 
 #include "Data/Capture/CaptureFile.h"
+#include "Host/ActionScreenshots.h"
 #include "Host/DrawnFrames.h"
 #include "Host/Screenshots.h"
 #include "Host/Verify/Verification.h"
@@ -60,6 +61,19 @@ Engine::~Engine()
         releaseThread();
     m_eglAdapter.reset();
     m_glAdapter.reset();
+}
+
+void Engine::TakeActions(Data::CaptureFile& capture, Screenshots& screenshots)
+{
+    const PlaybackEnvironment& settings = *PlaybackEnvironment::Instance();
+    const auto first = static_cast<std::uint32_t>(settings.m_perDrawScreenshotFirstDraw);
+    const auto last = static_cast<std::uint32_t>(settings.m_perDrawScreenshotLastDraw);
+    m_actionScreenshots =
+        std::make_unique<ActionScreenshots>(screenshots, *m_resourceTable, settings.m_screenshotPath,
+                                            static_cast<std::uint32_t>(settings.m_perDrawScreenshotFrame),
+                                            Util::FrameRange{first, last == 0 ? Util::FrameRange::NoEnd : last});
+    capture.SetActionHandler(m_actionScreenshots.get());
+    capture.GetFrameProcessor()->Calls().SetStateModel(&m_actionScreenshots->Model());
 }
 
 void Engine::ShowFramebuffer(std::uint32_t captured, std::int32_t x, std::int32_t y) const

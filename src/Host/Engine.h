@@ -23,6 +23,7 @@ class GLResourceTable;
 
 namespace Host {
 
+class ActionScreenshots;
 class DrawnFrames;
 class ReplayWindows;
 class Screenshots;
@@ -42,6 +43,8 @@ public:
     /// Registers everything with the capture, which outlives the engine. Compares when `verification` is not null.
     /// `screenshots` may be null too.
     Engine(Data::CaptureFile& capture, Output output, Verification* verification, Screenshots* screenshots);
+    /// Takes pictures of what is between the draws, too, of which the settings say to take some. There are screenshots.
+    void TakeActions(Data::CaptureFile& capture, Screenshots& screenshots);
     ~Engine();
     Engine(const Engine&) = delete;
     Engine& operator=(const Engine&) = delete;
@@ -68,6 +71,8 @@ private:
     std::unique_ptr<Playback::GLPlaybackAdapter> m_glAdapter;
     std::unique_ptr<Playback::EGLPlaybackAdapter> m_eglAdapter;
     std::unique_ptr<DrawnFrames> m_drawnFrames;
+    /// Null where nobody asks for them.
+    std::unique_ptr<ActionScreenshots> m_actionScreenshots;
     std::vector<std::unique_ptr<Data::MetaHandler>> m_metaHandlers;
     /// One of those.
     Data::MetaHandler* m_restorer = nullptr;

@@ -60,18 +60,20 @@ void Screenshots::TakeScreenshot(const std::string& name, unsigned int bufferMas
     const unsigned int chosen = isFrame ? bufferMask : bufferMask & ChosenBuffers(m_settings.m_perDrawScreenshotFilter);
     if (chosen == 0)
         return;
-    TakePictures(name, chosen);
+    TakePictures(m_action, [&] { GLScreenshotHandler::TakeScreenshot(name, chosen); });
     if (isFrame && m_wantedFrame <= m_frame)
         m_wantedFrame = m_listed.FirstAfter(m_frame);
 }
 
-void Screenshots::TakePictures(const std::string& name, unsigned int buffers)
+void Screenshots::TakePictures(const std::string& action, const std::function<void()>& take)
 {
+    m_action = action;
     const FrameTimer::Break pause(m_timer, FrameTimer::Beside::Pictures);
     // Pictures that cannot be read are logged, as those that cannot be written.
     const std::uint64_t errors = Core::Log::ErrorCount();
     const std::uint64_t failures = m_failures;
-    GLScreenshotHandler::TakeScreenshot(name, buffers);
+    take();
+    m_action.clear();
     m_failures = failures + Core::Log::ErrorCount() - errors;
 }
 
@@ -107,6 +109,9 @@ bool Screenshots::WriteFile(const Picture& picture, const void* data)
     ++m_written;
     if (picture.name == FrameName(picture.frame))
         m_files.push_back({m_pass, picture.frame, picture.name + Extension()});
+    else if (picture.frame + 1 == static_cast<std::uint32_t>(m_settings.m_perDrawScreenshotFrame))
+        m_actionFiles.push_back({m_pass, picture.frame + 1, picture.name + Extension(),
+                                 m_action.empty() ? std::to_string(m_draw + m_blit) : m_action});
     return isWritten;
 }
 

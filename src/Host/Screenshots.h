@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,8 @@ public:
         std::uint32_t pass;
         std::uint32_t frame;
         std::string name;
+        /// Number of the draw or what else is shown; empty for a whole frame.
+        std::string action = {};
     };
 
     /// `listed` has the frames that the settings do not. The timer, which outlives this, takes the time of pictures out
@@ -40,8 +43,9 @@ public:
     /// Writes the picture of the frame that was kept; false when there is none, or when it cannot be written.
     bool WriteKept();
 
-    /// Files of whole frames that were written so far.
+    /// Files of whole frames, and of what is in one, that were written so far.
     [[nodiscard]] const std::vector<File>& Files() const { return m_files; }
+    [[nodiscard]] const std::vector<File>& ActionFiles() const { return m_actionFiles; }
     /// Pictures of frames and draws that were written so far.
     [[nodiscard]] std::uint64_t Written() const { return m_written; }
     /// Pictures that were asked for and could not be taken or written so far; the log has the reasons.
@@ -49,6 +53,9 @@ public:
 
     /// Leaves out of the pictures of single draws what -perdrawscreenshotsfilter does not name.
     void TakeScreenshot(const std::string& name, unsigned int bufferMask) override;
+    /// `take` takes pictures of the action with this number; empty: of the draw or blit at work, or the frame. Their
+    /// time is none of the frame's, and those that it cannot take are counted.
+    void TakePictures(const std::string& action, const std::function<void()>& take);
     bool WriteScreenshot(const std::string& name, unsigned int width, unsigned int height, const void* data,
                          unsigned int format, unsigned int type) override;
 
@@ -63,7 +70,6 @@ private:
         std::vector<std::uint8_t> data;
     };
 
-    void TakePictures(const std::string& name, unsigned int buffers);
     /// `data` holds the pixels; those of the picture are not used.
     bool WriteFile(const Picture& picture, const void* data);
     /// Says where, too.
@@ -81,7 +87,9 @@ private:
     std::uint32_t m_frameToWrite = 0;
     std::uint32_t m_frameToKeep = 0;
     Picture m_kept;
+    std::string m_action;
     std::vector<File> m_files;
+    std::vector<File> m_actionFiles;
     std::uint64_t m_written = 0;
     std::uint64_t m_failures = 0;
 };

@@ -200,6 +200,8 @@ void Session::CreateEngine()
                                  m_options.verify ? &m_verification : nullptr, m_screenshots.get());
     if (m_gpuTimer)
         m_gpuTimer->Attach(*m_capture);
+    if (m_options.screenshotActions && m_options.screenshots.drawFrame != 0)
+        m_engine->TakeActions(*m_capture, *m_screenshots);
 }
 
 Util::Outcome Session::Replay()

@@ -84,6 +84,7 @@ void Session::FillReport()
     m_report.areCallsTimed = m_options.timeCalls && !m_report.isCutOff;
     if (m_screenshots) {
         m_report.screenshots = m_screenshots->Files();
+        m_report.actionScreenshots = m_screenshots->ActionFiles();
         m_report.missingPictures = m_screenshots->Failures();
     }
     m_report.errorMessages = Core::Log::ErrorCount();

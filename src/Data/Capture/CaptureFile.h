@@ -40,6 +40,7 @@ public:
     void SetFrameHashHandler(FrameHashHandler* handler) { m_processor.SetFrameHashHandler(handler); }
     void SetFramePictureHandler(FramePictureHandler* handler) { m_processor.SetFramePictureHandler(handler); }
     void SetReferenceHandler(ReferenceHandler* handler) { m_processor.SetReferenceHandler(handler); }
+    void SetActionHandler(ActionHandler* handler) { m_processor.SetActionHandler(handler); }
     [[nodiscard]] const Data::References& References() const { return m_processor.References(); }
 
     FrameProcessor* GetFrameProcessor() override { return &m_processor; }

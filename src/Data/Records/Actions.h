@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "Data/CallIds.h"
+#include "Data/Records/CallArguments.h"
 
 namespace Data {
 
@@ -41,6 +42,14 @@ public:
 
 private:
     ActionNumber m_number;
+};
+
+/// Is told of each action of a replay.
+class ActionHandler {
+public:
+    virtual ~ActionHandler() = default;
+    /// Right after the call was replayed. `frame` counts from 1.
+    virtual void ProcessAction(std::uint32_t frame, ActionNumber number, const CallArguments& call) = 0;
 };
 
 } // namespace Data

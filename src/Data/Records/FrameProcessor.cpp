@@ -150,7 +150,7 @@ inline void FrameProcessor::ProcessCall(std::uint32_t id)
         StartBlock(BlockType::Frame);
     Position& position = m_diagnostics.position;
     ++position.call;
-    if (m_referenceHandler) [[unlikely]]
+    if (m_referenceHandler || m_actionHandler) [[unlikely]]
         m_isAfterAction = m_actions.Count(static_cast<CallId>(m_known[id])).has_value();
     if (m_isThreadLeftOut) [[unlikely]] {
         ++m_callsLeftOut;
@@ -164,6 +164,8 @@ inline void FrameProcessor::ProcessCall(std::uint32_t id)
         m_calls.Decode(static_cast<CallId>(m_known[id]), m_cursor.Record());
     else
         ProcessWatchedCall(id);
+    if (m_isAfterAction && m_actionHandler) [[unlikely]]
+        m_actionHandler->ProcessAction(Frames() + 1, m_actions.Last(), {static_cast<CallId>(m_known[id]), m_cursor});
 }
 
 bool FrameProcessor::ProcessChunk(std::uint8_t* bytes, std::uint32_t count)

@@ -88,6 +88,7 @@ public:
     void SetFrameHashHandler(FrameHashHandler* handler) { m_hashHandler = handler; }
     void SetFramePictureHandler(FramePictureHandler* handler) { m_pictureHandler = handler; }
     void SetReferenceHandler(ReferenceHandler* handler) { m_referenceHandler = handler; }
+    void SetActionHandler(ActionHandler* handler) { m_actionHandler = handler; }
     /// Those that were read so far.
     [[nodiscard]] const Data::References& References() const { return m_references; }
 
@@ -127,6 +128,7 @@ private:
     FrameHashHandler* m_hashHandler = nullptr;
     FramePictureHandler* m_pictureHandler = nullptr;
     ReferenceHandler* m_referenceHandler = nullptr;
+    ActionHandler* m_actionHandler = nullptr;
     Data::References m_references;
     /// Counts where somebody listens to actions.
     ActionCounter m_actions;

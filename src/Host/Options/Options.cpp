@@ -62,6 +62,11 @@ constexpr Util::Option OwnOptions[] = {
      "Results"},
     {"-statsdir", "DIR", "folder for the reports of -stats, created if missing (default: the capture's folder)",
      "Results"},
+    {"-screenshotactions", "",
+     "with -screenshots F:A-B: also of the clears, copies, dispatches and mipmaps, and of blits and draws without a "
+     "number of their own, from after draw A - 1 to before draw B + 1, with the numbers that playback-info --dump "
+     "gives them: frame3_clear0.1.png, frame3_mipmap2.1_level1.png",
+     "Screenshots"},
     {"-framerate", "RATE", "replay at most this many frames a second", "Frames"},
     {"-pace", "HOW", "recorded: replay each frame at the time when the recorded program drew it", "Frames"},
     {"-timelimit", "SECONDS", "end after this time, with status 5, even if the driver does not return from a call",
@@ -194,6 +199,7 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
         options.hashes.ofActions = *what == "draws";
     if (const std::string* every = args.FindValue("-referencepictures"))
         options.hashes.pictureEvery = static_cast<std::uint32_t>(*WholeNumber(*every));
+    options.screenshotActions = args.HasSwitch("-screenshotactions");
     options.check = args.HasSwitch("-check");
     options.quiet = args.HasSwitch("-quiet");
     options.unfinished = args.HasSwitch("-unfinished");
@@ -230,6 +236,8 @@ std::vector<std::string> WithoutEffect(const Options& options, std::uint32_t fra
             notes.push_back(std::string(option) + " begins with frame " + std::to_string(first) +
                             ", after the last one, which is " + std::to_string(frames) + ".");
     };
+    if (options.screenshotActions && options.screenshots.drawFrame == 0)
+        notes.emplace_back("-screenshotactions has no effect without -screenshots F:A-B, F:A- or F:.");
     noteBeyond("-screenshots", options.screenshots.drawFrame != 0 ? options.screenshots.drawFrame
                                                                   : options.screenshots.frames.FirstAfter(0));
     if (args.FindValue("-measureframes"))

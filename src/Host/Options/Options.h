@@ -53,6 +53,8 @@ struct Options {
     std::optional<int> swapInterval;
     /// A list of frames is not in `args`, since the engine's settings cannot hold it.
     ScreenshotChoice screenshots;
+    /// With pictures of draws, of what is between them as well.
+    bool screenshotActions = false;
     /// All of the command line, for the results.
     std::vector<std::string> arguments;
 };

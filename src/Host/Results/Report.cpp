@@ -96,8 +96,12 @@ void AddFrames(Json& json, const Report& report, const Measurements& measurement
                 Json{{"action", frame.action}, {"call", frame.call}, {"function", frame.function}});
     }
     json["screenshots"] = Json::array();
-    for (const auto& [pass, frame, file] : report.screenshots)
-        json["screenshots"].push_back({{"pass", pass}, {"frame", frame}, {"file", file}});
+    for (const Screenshots::File& file : report.screenshots)
+        json["screenshots"].push_back({{"pass", file.pass}, {"frame", file.frame}, {"file", file.name}});
+    json["actionScreenshots"] = Json::array();
+    for (const Screenshots::File& file : report.actionScreenshots)
+        json["actionScreenshots"].push_back(
+            {{"pass", file.pass}, {"frame", file.frame}, {"number", file.action}, {"file", file.name}});
     json["measured"] = Json::array();
     const GpuTimes::FrameSums gpuMs = gpu ? gpu->Frames() : GpuTimes::FrameSums();
     for (const FrameCost& cost : measurements.Costs()) {

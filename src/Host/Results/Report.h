@@ -53,8 +53,9 @@ struct Report {
     std::map<std::string, std::uint64_t> skipped;
     /// CPU time of the replay thread by function.
     std::map<std::string, double> callTimesMs;
-    /// With pictures of whole frames.
+    /// With pictures of whole frames, and of draws and the like in one.
     std::vector<Screenshots::File> screenshots;
+    std::vector<Screenshots::File> actionScreenshots;
     /// Pictures that could not be taken or written.
     std::uint64_t missingPictures = 0;
     bool areCallsTimed = false;
