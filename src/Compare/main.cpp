@@ -9,6 +9,7 @@
 
 #include "Compare/Comparison.h"
 #include "Compare/ResultText.h"
+#include "Compare/Suite/SuiteCommand.h"
 #include "Util/CommandLine.h"
 #include "Util/ExitStatus.h"
 #include "Util/OutputFile.h"
@@ -32,13 +33,20 @@ constexpr Util::Option Options[] = {
      "accept images, too, whose Butteraugli distance is at most this; people see no difference below 1", "Tolerance"},
     {"-o", "DIR", "write pictures of what was expected and found to this folder", "Results"},
     {"--json", "FILE", "write the result as JSON (to standard output if FILE is -)", "Results"},
-    {"--page", "FILE", "write a page that shows the result in a browser, whole in one file", "Results"},
+    {"--page", "FILE",
+     "write a page that shows the result in a browser, whole in one file; of a suite, the captures that differ",
+     "Results"},
     {"--quiet", "", "say nothing but what is wrong with the comparison itself", "Results"},
+    {"--suite", "DIR", "compare all captures of this folder and those in it, each by itself", "Suites"},
+    {"--shard", "I/N", "of the captures of the folder, only part I of N, for N machines", "Suites"},
+    {"--jobs", "N", "compare so many captures at a time (default: as many as there are processors)", "Suites"},
+    {"--junit", "FILE", "write the results as JUnit XML", "Suites"},
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},
 };
 constexpr const char* Usage =
     "Usage: playback-compare [options] FILE.glcap\n"
+    "       playback-compare --suite DIR [options]\n"
     "\n"
     "Replays a capture on two sides, off screen and frame by frame: A is what is expected, B what is\n"
     "found. In the first frame that differs it goes on draw by draw and names the first one that went\n"
@@ -50,7 +58,8 @@ constexpr const char* Usage =
     "\n"
     "Examples:\n"
     "  playback-compare --b-driver /opt/new/lib -o wrong x.glcap\n"
-    "  playback-compare --b-env LP_NATIVE_VECTOR_WIDTH=128 --tolerance 1 x.glcap";
+    "  playback-compare --b-env LP_NATIVE_VECTOR_WIDTH=128 --tolerance 1 x.glcap\n"
+    "  playback-compare --suite captures --a-driver /opt/new/lib --junit r.xml --page r.html";
 
 ExitStatus Fail(ExitStatus status, const std::string& text)
 {
@@ -88,11 +97,15 @@ std::optional<double> Number(const Util::ParseArgs::CmdLineArgs& args, const cha
 std::string ReadRequest(const Util::CommandLine::Result& parsed, Compare::Request& request)
 {
     const Util::ParseArgs::CmdLineArgs& args = parsed.args;
-    if (args.positional.size() != 1)
+    const bool isSuite = args.FindValue("--suite") != nullptr;
+    for (const char* const option : {"--shard", "--jobs", "--junit"})
+        if (!isSuite && args.FindValue(option))
+            return std::string(option) + " goes with --suite";
+    if (!isSuite && args.positional.size() != 1)
         return args.positional.empty() ? "no capture file given"
                                        : "one capture file expected, found a second one: " + args.positional[1];
     std::string error;
-    request.capture = args.positional.front();
+    request.capture = isSuite ? "" : args.positional.front();
     request.a = Sides::ParseSide('a', parsed, error);
     request.b = Sides::ParseSide('b', parsed, error);
     if (request.b->IsPlain())
@@ -169,12 +182,17 @@ ExitStatus Run(int argc, char** argv)
         return ExitStatus::Done;
     }
     Compare::Request request;
-    const std::string error = parsed.error.empty() ? ReadRequest(parsed, request) : parsed.error;
+    std::string error = parsed.error.empty() ? ReadRequest(parsed, request) : parsed.error;
+    Compare::SuiteRequest suite;
+    const bool isSuite = parsed.args.FindValue("--suite") != nullptr;
+    if (error.empty() && isSuite)
+        error = Compare::ReadSuite(parsed.args, suite);
     if (!error.empty()) {
         std::fprintf(stderr, "%s\n", Util::UsageError("playback-compare", error).c_str());
         return ExitStatus::Usage;
     }
-    return Compare(request, parsed.args);
+    suite.each = request;
+    return isSuite ? Compare::CompareSuite(suite, parsed.args) : Compare(request, parsed.args);
 }
 
 } // namespace
