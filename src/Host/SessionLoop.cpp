@@ -31,6 +31,8 @@ void Session::KeepLoopStart()
     const Telling::InDriver inDriver(&m_telling);
     if (const std::string reason = m_loop->Keep(*m_capture, *m_engine); !reason.empty())
         GiveUpLoop(reason);
+    else if (m_gpuTimer)
+        m_gpuTimer->KeepTargets();
 }
 
 void Session::GiveUpLoop(const std::string& reason)
@@ -64,6 +66,8 @@ bool Session::GoBack()
     const FrameTimer::Break restoring(&m_timer, FrameTimer::Beside::LoopStart);
     const Telling::InDriver inDriver(&m_telling);
     m_loop->Restore(*m_capture, *m_engine);
+    if (m_gpuTimer)
+        m_gpuTimer->GoBackToTargets();
     return true;
 }
 

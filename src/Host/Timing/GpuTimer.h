@@ -40,6 +40,9 @@ public:
 
     /// When the engine of a pass was made. The capture outlives the pass.
     void Attach(Data::CaptureFile& capture);
+    /// Framebuffers are those that were drawn to when they were kept, since a pass begins there again.
+    void KeepTargets() { m_keptTargets = m_targets; }
+    void GoBackToTargets() { m_targets = m_keptTargets; }
     /// The frame's calls follow; both numbers from 1.
     void BeginFrame(std::uint32_t pass, std::uint32_t frame, bool isMeasured);
     /// They were replayed. What is no whole frame, at the end of a capture, is not counted.
@@ -117,6 +120,8 @@ private:
     Data::CallDecoder* m_calls = nullptr;
     Data::ActionCounter m_actions;
     DrawTargets m_targets;
+    /// At the start of a loop.
+    DrawTargets m_keptTargets;
 
     std::unordered_map<EGLContext, Context> m_contexts;
     /// Oldest first, with the number of the first one since the start; the last one is at work while m_isMeasured.
