@@ -67,7 +67,6 @@ class Faults(EndToEndTest):
         for options, status, text in (
                 (["--frames", "500", "--b-env", "A=1"], USAGE, "has 120 frames, expected at least 500"),
                 (["--b-driver", "nowhere"], NO_DRIVER, "side B (-driver nowhere) ended with status 4"),
-                (["--tolerance", "2"], USAGE, "a tolerance needs a side B"),
                 (["--fuzz", "many", "--b-env", "A=1"], USAGE, "--fuzz needs a number from 0 to 100, found \"many\"")):
             with self.subTest(options):
                 self.assertMentions(self.run_program(COMPARE, *options, SAMPLE, status=status), text)
