@@ -65,4 +65,17 @@ std::optional<double> PerceptualDistance(Util::Image expected, Util::Image found
     return std::nullopt;
 }
 
+Difference Judge(const Tolerance& tolerance, const Image& expected, const Image& found, Result& result)
+{
+    Difference difference = Measure(expected, found, tolerance);
+    if (!difference.isOver || !tolerance.perceptual || !difference.mismatch.empty())
+        return difference;
+    std::string error;
+    difference.perceptual = PerceptualDistance(ToPicture(expected), ToPicture(found), error);
+    if (!error.empty())
+        result.AddNote(error);
+    difference.isOver = !difference.perceptual || *difference.perceptual > *tolerance.perceptual;
+    return difference;
+}
+
 } // namespace Compare

@@ -20,6 +20,8 @@ struct Request {
     Sides::Side a;
     /// What is found; nothing: side A is compared with the hashes of the recording.
     std::optional<Sides::Side> b;
+    /// Nothing is replayed: `capture` is a folder of pictures that are expected, and this one has those that are found.
+    std::string foundFolder = {};
     Tolerance tolerance;
     Util::FrameRange frames;
     /// Frames after the first one that differs are not replayed.

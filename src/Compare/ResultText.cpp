@@ -117,6 +117,14 @@ Json ToJson(const WrongAction& action)
     return json;
 }
 
+/// What is expected and found, for people; nothing is found by name where the recording is what is expected.
+std::pair<std::string, std::string> NamesOf(const Request& request)
+{
+    if (!request.foundFolder.empty())
+        return {request.capture, request.foundFolder};
+    return {request.a.Description(), request.b ? request.b->Description() : ""};
+}
+
 } // namespace
 
 std::string ToText(const Result& result, const Request& request)
@@ -124,17 +132,17 @@ std::string ToText(const Result& result, const Request& request)
     const FrameResult* const wrong = result.FirstWrong();
     const auto over = static_cast<std::size_t>(
         std::ranges::count_if(result.frames, [](const FrameResult& frame) { return frame.difference.isOver; }));
-    std::string text =
-        (result.IsEqual() ? "equal: " : "different: ") + Plural(result.framesCompared, "frame") + " compared";
+    std::string text = (result.IsEqual() ? "equal: " : "different: ") +
+                       Plural(result.framesCompared, request.foundFolder.empty() ? "frame" : "picture") + " compared";
     if (wrong)
         text += ", " + std::to_string(over) + " different, the first one is frame " + std::to_string(wrong->frame);
     if (result.frames.size() > over)
         text += ", " + std::to_string(result.frames.size() - over) + " within the tolerance";
     text += "\n";
-    text +=
-        "A (expected" + std::string(request.b ? "" : ": as recorded; found") + "): " + request.a.Description() + "\n";
-    if (request.b)
-        text += "B (found): " + request.b->Description() + "\n";
+    const auto [expected, found] = NamesOf(request);
+    text += "A (expected" + std::string(found.empty() ? ": as recorded; found" : "") + "): " + expected + "\n";
+    if (!found.empty())
+        text += "B (found): " + found + "\n";
     if (wrong)
         text += "frame " + std::to_string(wrong->frame) + ", " + wrong->object + ": " + wrong->difference.Text() + "\n";
     if (result.action)
@@ -150,10 +158,11 @@ std::string ToText(const Result& result, const Request& request)
 
 nlohmann::ordered_json ToJson(const Result& result, const Request& request)
 {
+    const auto [expected, found] = NamesOf(request);
     Json json = {{"verdict", result.IsEqual() ? "equal" : "different"},
                  {"capture", request.capture},
-                 {"a", request.a.Description()},
-                 {"b", request.b ? Json(request.b->Description()) : Json()},
+                 {"a", expected},
+                 {"b", found.empty() ? Json() : Json(found)},
                  {"framesCompared", result.framesCompared},
                  {"frames", Json::array()}};
     for (const FrameResult& frame : result.frames)

@@ -35,7 +35,7 @@ Difference SidePair::Measure(std::size_t index, Image& expected, Image& found)
 {
     expected = m_a->Pixels(index);
     found = m_b->Pixels(index);
-    return Judge(expected, found);
+    return Judge(m_request.tolerance, expected, found, m_result);
 }
 
 Difference SidePair::MeasureReference(std::size_t index, Image& expected, Image& found)
@@ -44,20 +44,7 @@ Difference SidePair::MeasureReference(std::size_t index, Image& expected, Image&
     found = m_a->Pixels(index);
     if (found.IsWhole())
         found = FromPicture(ToPicture(found));
-    return Judge(expected, found);
-}
-
-Difference SidePair::Judge(const Image& expected, const Image& found)
-{
-    Difference difference = Compare::Measure(expected, found, m_request.tolerance);
-    if (!difference.isOver || !m_request.tolerance.perceptual || !difference.mismatch.empty())
-        return difference;
-    std::string error;
-    difference.perceptual = PerceptualDistance(ToPicture(expected), ToPicture(found), error);
-    if (!error.empty())
-        m_result.AddNote(error);
-    difference.isOver = !difference.perceptual || *difference.perceptual > *m_request.tolerance.perceptual;
-    return difference;
+    return Judge(m_request.tolerance, expected, found, m_result);
 }
 
 bool SidePair::PutExpected(std::size_t index, const Image& expected)

@@ -40,8 +40,6 @@ public:
     bool PutExpected(std::size_t index, const Image& expected);
 
 private:
-    Difference Judge(const Image& expected, const Image& found);
-
     const Request& m_request;
     Result& m_result;
     std::unique_ptr<ProbeSide> m_a;

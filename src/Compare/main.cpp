@@ -2,12 +2,14 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <optional>
 #include <string>
 
 #include <unistd.h>
 
 #include "Compare/Comparison.h"
+#include "Compare/FolderComparison.h"
 #include "Compare/ResultText.h"
 #include "Compare/Suite/SuiteCommand.h"
 #include "Util/CommandLine.h"
@@ -47,6 +49,7 @@ constexpr Util::Option Options[] = {
 constexpr const char* Usage =
     "Usage: playback-compare [options] FILE.glcap\n"
     "       playback-compare --suite DIR [options]\n"
+    "       playback-compare [options] EXPECTED_DIR FOUND_DIR\n"
     "\n"
     "Replays a capture on two sides, off screen and frame by frame: A is what is expected, B what is\n"
     "found. In the first frame that differs it goes on draw by draw and names the first one that went\n"
@@ -54,6 +57,8 @@ constexpr const char* Usage =
     "made that so. Without an option of side B, A is compared with the hashes of the recording, or with\n"
     "those that playback -writehashes has put in for its driver; a tolerance then goes for frames that it\n"
     "has put pictures in of (-referencepictures).\n"
+    "Of two folders the PNG pictures of the same names are compared, as playback -screenshots writes\n"
+    "them on two machines.\n"
     "Ends with 0 where all is equal and with 1 where something differs.\n"
     "\n"
     "Examples:\n"
@@ -101,9 +106,15 @@ std::string ReadRequest(const Util::CommandLine::Result& parsed, Compare::Reques
     for (const char* const option : {"--shard", "--jobs", "--junit"})
         if (!isSuite && args.FindValue(option))
             return std::string(option) + " goes with --suite";
-    if (!isSuite && args.positional.size() != 1)
-        return args.positional.empty() ? "no capture file given"
-                                       : "one capture file expected, found a second one: " + args.positional[1];
+    const bool areFolders = !isSuite && args.positional.size() == 2 &&
+                            std::filesystem::is_directory(args.positional[0]) &&
+                            std::filesystem::is_directory(args.positional[1]);
+    if (!isSuite && !areFolders && args.positional.size() != 1)
+        return args.positional.empty()
+                   ? "no capture file given"
+                   : "one capture file or two folders of pictures expected, found a second one: " + args.positional[1];
+    if (areFolders)
+        request.foundFolder = args.positional[1];
     std::string error;
     request.capture = isSuite ? "" : args.positional.front();
     request.a = Sides::ParseSide('a', parsed, error);
@@ -151,14 +162,10 @@ std::string WriteResults(const Compare::Result& result, const Compare::Request& 
     return error;
 }
 
-ExitStatus Compare(const Compare::Request& request, const Util::ParseArgs::CmdLineArgs& args)
+/// Tells a result and answers how the program ends.
+ExitStatus Conclude(const Compare::Result& result, const Compare::Request& request,
+                    const Util::ParseArgs::CmdLineArgs& args)
 {
-    Compare::Comparison comparison(request, ShowProgress);
-    const Util::Outcome failure = comparison.Run();
-    ShowProgress(0, 0);
-    if (failure)
-        return Fail(failure->status, failure->message);
-    const Compare::Result& result = comparison.Get();
     if (result.framesCompared == 0)
         return Fail(ExitStatus::NoDriver, request.capture +
                                               ": has no frame to compare; hashes of frames are recorded with "
@@ -166,6 +173,18 @@ ExitStatus Compare(const Compare::Request& request, const Util::ParseArgs::CmdLi
     if (const std::string error = WriteResults(result, request, args); !error.empty())
         return Fail(ExitStatus::NotWritten, error);
     return result.IsEqual() ? ExitStatus::Done : ExitStatus::Differed;
+}
+
+ExitStatus Compare(const Compare::Request& request, const Util::ParseArgs::CmdLineArgs& args)
+{
+    Compare::Result pictures;
+    Compare::Comparison comparison(request, ShowProgress);
+    const bool areFolders = !request.foundFolder.empty();
+    const Util::Outcome failure = areFolders ? Compare::CompareFolders(request, pictures) : comparison.Run();
+    ShowProgress(0, 0);
+    if (failure)
+        return Fail(failure->status, failure->message);
+    return Conclude(areFolders ? pictures : comparison.Get(), request, args);
 }
 
 ExitStatus Run(int argc, char** argv)

@@ -4,7 +4,7 @@ import json
 import subprocess
 import unittest
 
-from harness import BUILD, COMPARE, DIFFERED, DONE, FAMILIES, NO_DRIVER, PROBE, SAMPLE, USAGE, EndToEndTest
+from harness import BUILD, COMPARE, DIFFERED, DONE, FAMILIES, NO_DRIVER, PLAYBACK, PROBE, SAMPLE, USAGE, EndToEndTest
 
 FAULTY_DRIVER = str(BUILD / "tests/faulty-driver")
 # Family, the sample for none, fault, and the call that is to be named: what made it wrong, or where it shows.
@@ -62,6 +62,18 @@ class Faults(EndToEndTest):
         self.assertIn("equal: 120 frames compared\n", equal.stdout)
         _, found = self.compare(SAMPLE, "--a-env", "LP_PERF=no_blend")
         self.assertEqual(found["frames"][0]["frame"], 1)
+
+    def test_pictures_of_two_machines_are_compared_by_their_names(self):
+        for folder, environment in ("here", {}), ("there", {"LP_PERF": "no_blend"}):
+            self.run_program(PLAYBACK, "-headless", "-screenshots", "10*", "-screenshotformat", "png", "-screenshotdir",
+                             folder, SAMPLE, **environment)
+        equal = self.run_program(COMPARE, "here", "here")
+        self.assertIn("equal: 12 pictures compared\n", equal.stdout)
+        next((self.dir / "there").glob("*frame120.png")).unlink()
+        _, found = self.compare("there", "here")
+        self.assertEqual([frame["frame"] for frame in found["frames"]], list(range(10, 121, 10)))
+        self.assertEqual(found["frames"][-1]["difference"]["mismatch"],
+                         "expected a picture in both folders, found only what was expected")
 
     def test_what_cannot_be_compared_is_said(self):
         for options, status, text in (
