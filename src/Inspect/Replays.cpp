@@ -122,11 +122,11 @@ Replays::Running& Replays::Reach(const Place& place)
 {
     const std::optional<FrameCut> cut = m_cuts.Find(place.frame);
     if (!cut) {
-        if (!m_whole.process || m_whole.at > place)
+        if (!m_whole.process || place < m_whole.at)
             m_whole = Start(std::nullopt);
         return m_whole;
     }
-    if (m_frame.process && m_frame.cut->frame == place.frame && m_frame.at <= place)
+    if (m_frame.process && m_frame.cut->frame == place.frame && !(place < m_frame.at))
         return m_frame;
     m_frame = m_spare.process && m_spare.cut->frame == place.frame ? std::move(m_spare) : Start(cut);
     m_spare = {};
@@ -142,7 +142,9 @@ Replays::Running& Replays::Reach(const Place& place)
 /// With a cut, it is told to go to the start of the frame, and will answer that.
 Replays::Running Replays::Start(const std::optional<FrameCut>& cut)
 {
-    Running running = {std::make_unique<ReplayProcess>(cut ? cut->path : m_capture, m_driver), cut, {}};
+    Running running;
+    running.process = std::make_unique<ReplayProcess>(cut ? cut->path : m_capture, m_driver);
+    running.cut = cut;
     if (cut) {
         running.at = {cut->frame, 0};
         running.process->Send(GoTo({1, cut->callsBefore}));

@@ -156,10 +156,10 @@ private:
     void AnswerQuery(const std::string& name, const httplib::Request& request, httplib::Response& response)
     {
         try {
-            Answer answer = Ask(m_inspector, name, {request.params.begin(), request.params.end()});
+            const Answer answer = Ask(m_inspector, name, {request.params.begin(), request.params.end()});
             for (const auto& [header, value] : answer.headers)
                 response.set_header(header, value);
-            response.set_content(std::move(answer.body), answer.type);
+            response.set_content(answer.body, answer.type);
         } catch (const Error& error) {
             Refuse(response, error.What() == Error::Kind::Request ? BadRequest : ReplayFailed, error.what());
         }
