@@ -185,7 +185,7 @@ private:
     }
 
     /// A record that is no call, its fields small numbers, with `bytes` bytes after its struct.
-    template <class Record> std::vector<std::uint8_t> Body(Record& record, std::uint32_t bytes)
+    template <class Record> std::vector<std::uint8_t> Body(const Record& record, std::uint32_t bytes)
     {
         std::vector<std::uint8_t> body(sizeof record - sizeof(RecordHeader) + RoundUp8(bytes), 1);
         std::memcpy(body.data(), reinterpret_cast<const std::uint8_t*>(&record) + sizeof(RecordHeader),
