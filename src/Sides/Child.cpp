@@ -72,8 +72,9 @@ std::unique_ptr<Child> Child::Start(const std::vector<std::string>& command, std
     child->m_input = input[0];
     isReady = isReady && pipe2(output.data(), O_CLOEXEC) == 0;
     child->m_output = output[0];
-    int failure = isReady ? 0 : errno;
-    if (isReady) {
+    // Asked beforehand: emulators of processors do not tell that there is no such program.
+    int failure = isReady && access(command[0].c_str(), X_OK) == 0 ? 0 : errno;
+    if (failure == 0) {
         std::vector<std::string> words = command;
         std::vector<std::string> variables = MergedEnvironment(environment);
         posix_spawn_file_actions_t actions;
