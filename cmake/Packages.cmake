@@ -30,6 +30,7 @@ what is in a capture, playback-inspect shows in a browser what each draw did,
 playback-trim cuts frames out of one, playback-bench tells which of two drivers
 is slower, playback-compare which draw they do not agree on.")
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_DEPENDS "libplayback0 (= ${PROJECT_VERSION}), ${driver}, libunwind8")
+set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SUGGESTS butteraugli)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libplayback0)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_RECOMMENDS "${driver}")

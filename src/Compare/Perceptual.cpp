@@ -1,41 +1,13 @@
 #include "Compare/Perceptual.h"
 
 #include <charconv>
-#include <cstdlib>
 #include <filesystem>
 
 #include "Sides/Child.h"
 #include "Util/ImageFile.h"
+#include "Util/TemporaryFolder.h"
 
 namespace Compare {
-
-namespace {
-
-/// A folder that ends with this.
-class TemporaryFolder {
-public:
-    TemporaryFolder()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "playback-XXXXXX").string();
-        if (mkdtemp(name.data()))
-            m_path = name;
-    }
-    ~TemporaryFolder()
-    {
-        std::error_code none;
-        if (!m_path.empty())
-            std::filesystem::remove_all(m_path, none);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    [[nodiscard]] std::string File(const char* name) const { return m_path + "/" + name; }
-
-private:
-    std::string m_path;
-};
-
-} // namespace
 
 std::optional<double> PerceptualDistance(Util::Image expected, Util::Image found, std::string& error)
 {
@@ -44,7 +16,7 @@ std::optional<double> PerceptualDistance(Util::Image expected, Util::Image found
         error = std::string("there is no ") + Program + ", which measures what people see (package butteraugli)";
         return std::nullopt;
     }
-    const TemporaryFolder folder;
+    const Util::TemporaryFolder folder;
     const std::string files[] = {folder.File("expected.png"), folder.File("found.png")};
     Util::MakeOpaque(expected);
     Util::MakeOpaque(found);

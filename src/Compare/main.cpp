@@ -192,24 +192,15 @@ ExitStatus Run(int argc, char** argv)
     const std::vector<Util::Option> table = Sides::WithSideOptions(Options);
     const Util::CommandLine commandLine(table);
     const Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
-    if (parsed.args.HasSwitch("--help")) {
-        Util::Print(commandLine.Help(Usage));
-        return ExitStatus::Done;
-    }
-    if (parsed.args.HasSwitch("--version")) {
-        Util::Print("playback-compare " PLAYBACK_VERSION "\n");
-        return ExitStatus::Done;
-    }
     Compare::Request request;
-    std::string error = parsed.error.empty() ? ReadRequest(parsed, request) : parsed.error;
     Compare::SuiteRequest suite;
     const bool isSuite = parsed.args.FindValue("--suite") != nullptr;
-    if (error.empty() && isSuite)
-        error = Compare::ReadSuite(parsed.args, suite);
-    if (!error.empty()) {
-        std::fprintf(stderr, "%s\n", Util::UsageError("playback-compare", error).c_str());
-        return ExitStatus::Usage;
-    }
+    if (const std::optional<ExitStatus> answered =
+            Util::AnswerCommandLine("playback-compare", Usage, commandLine, parsed, [&] {
+                const std::string error = ReadRequest(parsed, request);
+                return error.empty() && isSuite ? Compare::ReadSuite(parsed.args, suite) : error;
+            }))
+        return *answered;
     suite.each = request;
     return isSuite ? Compare::CompareSuite(suite, parsed.args) : Compare(request, parsed.args);
 }

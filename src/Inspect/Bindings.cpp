@@ -1,42 +1,28 @@
 #include "Inspect/Bindings.h"
 
-#include <algorithm>
-
 namespace Inspect {
 
 using Data::CallId;
 
 bool Bindings::Concerns(CallId call)
 {
-    return call == CallId::glBindFramebuffer || call == CallId::glDeleteFramebuffers || call == CallId::glUseProgram;
+    return call == CallId::glBindFramebuffer || call == CallId::glDeleteFramebuffers || call == CallId::glUseProgram ||
+           call == CallId::eglDestroyContext;
 }
 
 void Bindings::Follow(const Data::CallArguments& call, std::uint32_t context)
 {
-    constexpr std::uint32_t ReadFramebuffer = 0x8CA8;
-    Bound& bound = m_contexts[context];
-    switch (call.Call()) {
-    case CallId::glBindFramebuffer:
-        if (call.Unsigned(0) != ReadFramebuffer)
-            bound.framebuffer = call.Unsigned(1);
-        break;
-    case CallId::glDeleteFramebuffers:
-        for (std::uint32_t i = 0; i < std::min(call.Unsigned(0), call.ElementCount(1)); ++i)
-            if (call.Element(1, i) == bound.framebuffer)
-                bound.framebuffer = 0;
-        break;
-    case CallId::glUseProgram:
-        bound.program = call.Unsigned(0);
-        break;
-    default:
-        break;
-    }
+    m_targets.Follow(call, context);
+    if (call.Call() == CallId::glUseProgram)
+        m_programs[context] = call.Unsigned(0);
+    else if (call.Call() == CallId::eglDestroyContext)
+        m_programs.erase(call.Unsigned(1));
 }
 
 Bound Bindings::Of(std::uint32_t context) const
 {
-    const auto bound = m_contexts.find(context);
-    return bound != m_contexts.end() ? bound->second : Bound();
+    const auto program = m_programs.find(context);
+    return {m_targets.FramebufferOf(context), program != m_programs.end() ? program->second : 0};
 }
 
 } // namespace Inspect

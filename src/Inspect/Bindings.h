@@ -4,7 +4,7 @@
 #include <map>
 
 #include "Data/Records/CallArguments.h"
-#include "Data/State/BufferBindings.h"
+#include "Data/State/DrawTargets.h"
 
 namespace Inspect {
 
@@ -22,7 +22,9 @@ public:
     [[nodiscard]] Bound Of(std::uint32_t context) const;
 
 private:
-    std::map<std::uint32_t, Bound> m_contexts;
+    Data::DrawTargets m_targets;
+    /// In use, by context.
+    std::map<std::uint32_t, std::uint32_t> m_programs;
 };
 
 } // namespace Inspect

@@ -74,9 +74,6 @@ FrameCuts::~FrameCuts()
     m_wake.notify_all();
     if (m_thread.joinable())
         m_thread.join();
-    std::error_code error;
-    if (!m_folder.empty())
-        std::filesystem::remove_all(m_folder, error);
 }
 
 void FrameCuts::Want(Wish wish)
@@ -106,10 +103,8 @@ void FrameCuts::Drop(std::uint32_t frame)
 
 void FrameCuts::Run()
 {
-    std::string folder = (std::filesystem::temp_directory_path() / "playback-inspect-XXXXXX").string();
     std::unique_lock lock(m_mutex);
-    m_folder = mkdtemp(folder.data()) ? folder : "";
-    while (!m_folder.empty()) {
+    while (m_folder.IsThere()) {
         m_wake.wait(lock, [this] { return m_stop || !m_wishes.empty(); });
         if (m_stop)
             return;
@@ -128,7 +123,7 @@ void FrameCuts::Run()
 
 std::optional<FrameCut> FrameCuts::Make(const Wish& wish)
 {
-    FrameCut cut = {m_folder + "/" + std::to_string(wish.frame) + ".glcap", wish.frame, 0};
+    FrameCut cut = {m_folder.File(std::to_string(wish.frame) + ".glcap"), wish.frame, 0};
     if (!Trim(cut))
         return std::nullopt;
     const CallCount count = CountCalls(cut.path);

@@ -13,6 +13,7 @@
 
 #include "Inspect/Place.h"
 #include "Sides/Child.h"
+#include "Util/TemporaryFolder.h"
 
 namespace Inspect {
 
@@ -69,7 +70,7 @@ private:
     void RemoveOldest();
 
     const std::string m_capture;
-    std::string m_folder;
+    Util::TemporaryFolder m_folder;
     mutable std::mutex m_mutex;
     std::condition_variable m_wake;
     std::map<std::uint32_t, Entry> m_cuts;

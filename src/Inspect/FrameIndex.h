@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Data/Capture/CaptureSource.h"
+#include "Data/State/BufferBindings.h"
 #include "Inspect/Bindings.h"
 #include "Inspect/ProgramSources.h"
 

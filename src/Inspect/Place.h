@@ -15,10 +15,7 @@ struct Place {
     std::uint32_t call = 0;
 
     bool operator==(const Place&) const = default;
-    bool operator<(const Place& other) const
-    {
-        return frame != other.frame ? frame < other.frame : call < other.call;
-    }
+    bool operator<(const Place& other) const { return frame != other.frame ? frame < other.frame : call < other.call; }
 };
 
 /// How people name a place: "57:12" or "57:12.1" is an action of frame 57, "57:c345" a call, and "57" the end of the

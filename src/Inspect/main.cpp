@@ -157,20 +157,10 @@ ExitStatus Run(int argc, char** argv)
 {
     const Util::CommandLine commandLine(Options);
     const Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
-    if (parsed.args.HasSwitch("--help")) {
-        Util::Print(commandLine.Help(Usage));
-        return ExitStatus::Done;
-    }
-    if (parsed.args.HasSwitch("--version")) {
-        Util::Print("playback-inspect " PLAYBACK_VERSION "\n");
-        return ExitStatus::Done;
-    }
     Request request;
-    const std::string error = parsed.error.empty() ? ReadRequest(parsed.args, request) : parsed.error;
-    if (!error.empty()) {
-        std::fprintf(stderr, "%s\n", Util::UsageError("playback-inspect", error).c_str());
-        return ExitStatus::Usage;
-    }
+    if (const std::optional<ExitStatus> answered = Util::AnswerCommandLine(
+            "playback-inspect", Usage, commandLine, parsed, [&] { return ReadRequest(parsed.args, request); }))
+        return *answered;
     // In all threads to come, since one of the server's takes them.
     const sigset_t signals = EndSignals();
     if (request.query.empty())

@@ -64,19 +64,11 @@ ExitStatus Run(int argc, char** argv)
     const std::vector<Util::Option> table = AllOptions();
     const Util::CommandLine commandLine(table);
     const Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
-    if (parsed.args.HasSwitch("-help")) {
-        Util::Print(commandLine.Help(Usage));
-        return ExitStatus::Done;
-    }
-    if (parsed.args.HasSwitch("-version")) {
-        Util::Print("playback-probe " PLAYBACK_VERSION "\n");
-        return ExitStatus::Done;
-    }
-    if (!parsed.error.empty() || parsed.args.positional.size() != 1) {
-        const std::string error = parsed.error.empty() ? "one capture file expected" : parsed.error;
-        std::fprintf(stderr, "%s\n", Util::UsageError("playback-probe", error).c_str());
-        return ExitStatus::Usage;
-    }
+    if (const std::optional<ExitStatus> answered =
+            Util::AnswerCommandLine("playback-probe", Usage, commandLine, parsed, [&] {
+                return std::string(parsed.args.positional.size() == 1 ? "" : "one capture file expected");
+            }))
+        return *answered;
     std::FILE* const output = TakeOutput();
     const std::string& path = parsed.args.positional.front();
     PlaybackEnvironment::Instance()->LoadSettings(parsed.args, path);

@@ -103,15 +103,7 @@ void Trimmer::Analyse(const Data::RecordCursor& record, Replay::LiveReplay& repl
             m_startUs = end.timeUs;
             m_progress(m_diagnostics.position.frame + 1);
         }
-        Data::MappedDataRecord mapped;
-        Data::DefaultBufferRecord contents;
-        if ((id == RecordId::FlushMappedBufferRange || id == RecordId::UnmapBuffer) && record.Read(mapped))
-            m_tracker.MappedData(mapped.target, mapped.offset, mapped.data.bytes);
-        else if ((id == RecordId::DefaultColor || id == RecordId::DefaultDepth || id == RecordId::DefaultStencil) &&
-                 record.Read(contents))
-            m_tracker.RestoredSurface(contents.surface);
-        else
-            m_tracker.Other(VerdictOf(id));
+        m_tracker.BuiltIn(record, VerdictOf(id));
         replay.Other(record);
         return;
     }

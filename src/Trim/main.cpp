@@ -138,19 +138,10 @@ ExitStatus Run(int argc, char** argv)
 {
     const Util::CommandLine commandLine(Options);
     const Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
-    if (parsed.args.HasSwitch("--help")) {
-        Util::Print(commandLine.Help(Usage));
-        return ExitStatus::Done;
-    }
-    if (parsed.args.HasSwitch("--version")) {
-        Util::Print("playback-trim " PLAYBACK_VERSION "\n");
-        return ExitStatus::Done;
-    }
-    std::string error = parsed.error.empty() ? FaultOf(parsed.args) : parsed.error;
-    if (!error.empty()) {
-        std::fprintf(stderr, "%s\n", Util::UsageError("playback-trim", error).c_str());
-        return ExitStatus::Usage;
-    }
+    if (const std::optional<ExitStatus> answered =
+            Util::AnswerCommandLine("playback-trim", Usage, commandLine, parsed, [&] { return FaultOf(parsed.args); }))
+        return *answered;
+    std::string error;
     FrameRange range = *Util::ParseFrameRange(*parsed.args.FindValue("--frames"));
     const std::string& output = *parsed.args.FindValue("-o");
     const std::string& input = parsed.args.positional.front();

@@ -1,7 +1,9 @@
 #include "Util/CommandLine.h"
 
 #include <algorithm>
+#include <cstdio>
 
+#include "Util/OutputFile.h"
 #include "Util/Spelling.h"
 
 namespace Util {
@@ -174,6 +176,24 @@ std::string CommandLine::Help(std::string_view usage) const
         }
     }
     return out + "\nAn option may be written with one hyphen or two, and its value after a space or \"=\".\n";
+}
+
+std::optional<ExitStatus> AnswerCommandLine(std::string_view program, std::string_view usage,
+                                            const CommandLine& commandLine, const CommandLine::Result& parsed,
+                                            const std::function<std::string()>& fault)
+{
+    const auto has = [&](const char* option) {
+        return parsed.args.HasSwitch(option) || parsed.args.HasSwitch(std::string("-") + option);
+    };
+    if (has("-help") || has("-version")) {
+        Print(has("-help") ? commandLine.Help(usage) : std::string(program) + " " PLAYBACK_VERSION "\n");
+        return ExitStatus::Done;
+    }
+    const std::string error = parsed.error.empty() ? fault() : parsed.error;
+    if (error.empty())
+        return std::nullopt;
+    std::fprintf(stderr, "%s\n", UsageError(program, error).c_str());
+    return ExitStatus::Usage;
 }
 
 std::string UsageError(std::string_view program, std::string_view error)

@@ -1,6 +1,8 @@
 // The command lines of the programs: a table of options, parsed and explained the same way everywhere.
 #pragma once
 
+#include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -8,6 +10,7 @@
 #include <vector>
 
 #include "Interfaces/Util.h"
+#include "Util/ExitStatus.h"
 
 namespace Util {
 
@@ -70,6 +73,13 @@ private:
 
     std::span<const Option> m_options;
 };
+
+/// What programs answer by themselves: help, version, and what is wrong with the command line, for which `fault` is
+/// asked where parsing found nothing. `program` is its name. Nothing where it is to do its work.
+[[nodiscard]] std::optional<ExitStatus> AnswerCommandLine(std::string_view program, std::string_view usage,
+                                                          const CommandLine& commandLine,
+                                                          const CommandLine::Result& parsed,
+                                                          const std::function<std::string()>& fault);
 
 /// The line that a program prints when its command line is wrong, without a line feed.
 std::string UsageError(std::string_view program, std::string_view error);

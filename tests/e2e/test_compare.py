@@ -53,6 +53,9 @@ class Faults(EndToEndTest):
         for options in (["--tolerance", str(most)], ["--fuzz", "99"]):
             result, _ = self.compare(SAMPLE, *exact, *options, "--frames", "1-3", status=DONE)
             self.assertIn("equal: 3 frames compared, 3 within the tolerance", result.stdout)
+        seen, _ = self.compare(SAMPLE, *exact, "--frames", "1", "--perceptual", "0.1")
+        self.assertRegex(seen.stdout, r"Butteraugli distance \d")
+        self.compare(SAMPLE, *exact, "--frames", "1", "--perceptual", "1000", status=DONE)
         _, found = self.compare(SAMPLE, *exact, "--by-draw", "--first")
         self.assertEqual([action["number"] for action in found["actions"]], [found["firstWrong"]["number"]],
                          "each draw started from what was expected, so only the blended one differs")

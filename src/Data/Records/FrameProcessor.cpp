@@ -150,12 +150,8 @@ inline void FrameProcessor::ProcessCall(std::uint32_t id)
         StartBlock(BlockType::Frame);
     Position& position = m_diagnostics.position;
     ++position.call;
-    if (m_referenceHandler || m_actionHandler) [[unlikely]]
-        m_isAfterAction = m_actions.Count(static_cast<CallId>(m_known[id])).has_value();
     if (m_isThreadLeftOut) [[unlikely]] {
-        ++m_callsLeftOut;
-        if (m_watcher)
-            m_watcher->CallLeftOut(static_cast<CallId>(m_known[id]));
+        LeaveOut(static_cast<CallId>(m_known[id]));
         return;
     }
     ++m_callCounts[id];
@@ -164,8 +160,15 @@ inline void FrameProcessor::ProcessCall(std::uint32_t id)
         m_calls.Decode(static_cast<CallId>(m_known[id]), m_cursor.Record());
     else
         ProcessWatchedCall(id);
-    if (m_isAfterAction && m_actionHandler) [[unlikely]]
-        m_actionHandler->ProcessAction(Frames() + 1, m_actions.Last(), {static_cast<CallId>(m_known[id]), m_cursor});
+}
+
+void FrameProcessor::LeaveOut(CallId call)
+{
+    ++m_callsLeftOut;
+    // It has its number all the same.
+    m_isAfterAction = m_actions.Count(call).has_value();
+    if (m_watcher)
+        m_watcher->CallLeftOut(call);
 }
 
 bool FrameProcessor::ProcessChunk(std::uint8_t* bytes, std::uint32_t count)
@@ -183,11 +186,15 @@ bool FrameProcessor::ProcessChunk(std::uint8_t* bytes, std::uint32_t count)
 
 void FrameProcessor::ProcessWatchedCall(std::uint32_t id)
 {
+    const CallArguments call(static_cast<CallId>(m_known[id]), m_cursor);
+    m_isAfterAction = m_actions.Count(call.Call()).has_value();
     if (m_watcher)
-        m_watcher->BeforeCall(CallArguments(static_cast<CallId>(m_known[id]), m_cursor));
+        m_watcher->BeforeCall(call);
     TimeCall(id);
     if (m_watcher)
         m_watcher->AfterCall();
+    if (m_isAfterAction && m_actionHandler)
+        m_actionHandler->ProcessAction(Frames() + 1, m_actions.Last(), call);
 }
 
 void FrameProcessor::TimeCall(std::uint32_t id)
@@ -328,9 +335,7 @@ void FrameProcessor::ProcessFramePicture()
 
 void FrameProcessor::ProcessReferenceHash()
 {
-    if (!m_referenceHandler)
-        return;
-    const std::optional<ReferenceHashRecord> hash = m_references.HashOf(m_cursor);
+    const std::optional<ReferenceHashRecord> hash = m_referenceHandler ? m_references.HashOf(m_cursor) : std::nullopt;
     if (!hash)
         return;
     ReferencePlace place = {Frames() + 1, std::nullopt, ActionKind::None, m_diagnostics.position.call, ""};

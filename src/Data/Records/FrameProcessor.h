@@ -87,8 +87,17 @@ public:
     void PlayUnfinished() { m_playsUnfinished = true; }
     void SetFrameHashHandler(FrameHashHandler* handler) { m_hashHandler = handler; }
     void SetFramePictureHandler(FramePictureHandler* handler) { m_pictureHandler = handler; }
-    void SetReferenceHandler(ReferenceHandler* handler) { m_referenceHandler = handler; }
-    void SetActionHandler(ActionHandler* handler) { m_actionHandler = handler; }
+    /// Both tell by the numbers of actions, which are counted from now on.
+    void SetReferenceHandler(ReferenceHandler* handler)
+    {
+        m_referenceHandler = handler;
+        m_isWatched = true;
+    }
+    void SetActionHandler(ActionHandler* handler)
+    {
+        m_actionHandler = handler;
+        m_isWatched = true;
+    }
     /// Those that were read so far.
     [[nodiscard]] const Data::References& References() const { return m_references; }
 
@@ -102,6 +111,7 @@ private:
     Stop ProcessRecords();
     void ProcessCall(std::uint32_t id);
     void ProcessWatchedCall(std::uint32_t id);
+    void LeaveOut(CallId call);
     void TimeCall(std::uint32_t id);
     void EndFrame();
     bool IsStateBlock();
@@ -130,7 +140,7 @@ private:
     ReferenceHandler* m_referenceHandler = nullptr;
     ActionHandler* m_actionHandler = nullptr;
     Data::References m_references;
-    /// Counts where somebody listens to actions.
+    /// Counts where calls are watched.
     ActionCounter m_actions;
     /// The call in front was an action.
     bool m_isAfterAction = false;
@@ -141,7 +151,7 @@ private:
     std::vector<std::uint64_t> m_callTimes;
     /// Null for none.
     CallWatcher* m_watcher = nullptr;
-    /// Somebody takes the time of calls, or watches them.
+    /// Somebody takes the time of calls, or is told of them.
     bool m_isWatched = false;
     std::uint64_t m_callsInFrames = 0;
     /// By the thread filter.

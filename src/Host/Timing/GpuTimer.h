@@ -8,8 +8,8 @@
 
 #include "Data/Records/Actions.h"
 #include "Data/Records/CallWatcher.h"
+#include "Data/State/DrawTargets.h"
 #include "Host/Results/GpuTimes.h"
-#include "Host/Timing/DrawTargets.h"
 #include "Host/Timing/GpuClock.h"
 #include "Host/Timing/Telling.h"
 #include "Replay/ContextListener.h"
@@ -119,9 +119,9 @@ private:
     const Data::Position* m_position = nullptr;
     Data::CallDecoder* m_calls = nullptr;
     Data::ActionCounter m_actions;
-    DrawTargets m_targets;
+    Data::DrawTargets m_targets;
     /// At the start of a loop.
-    DrawTargets m_keptTargets;
+    Data::DrawTargets m_keptTargets;
 
     std::unordered_map<EGLContext, Context> m_contexts;
     /// Oldest first, with the number of the first one since the start; the last one is at work while m_isMeasured.

@@ -229,21 +229,13 @@ ExitStatus CheckDriver(const std::string& path)
 ExitStatus Run(int argc, char** argv)
 {
     const Util::CommandLine commandLine(Options);
-    const auto [args, given, parseError] = commandLine.Parse(argc, argv);
-    if (args.HasSwitch("--help")) {
-        Print(commandLine.Help(Usage));
-        return ExitStatus::Done;
-    }
-    if (args.HasSwitch("--version")) {
-        Print("playback-info " PLAYBACK_VERSION "\n");
-        return ExitStatus::Done;
-    }
+    const Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
     Tools::DumpChoice choice;
-    std::string error = parseError.empty() ? Check(args, choice) : parseError;
-    if (!error.empty()) {
-        std::fprintf(stderr, "%s\n", Util::UsageError("playback-info", error).c_str());
-        return ExitStatus::Usage;
-    }
+    if (const std::optional<ExitStatus> answered = Util::AnswerCommandLine("playback-info", Usage, commandLine, parsed,
+                                                                           [&] { return Check(parsed.args, choice); }))
+        return *answered;
+    const Util::ParseArgs::CmdLineArgs& args = parsed.args;
+    std::string error;
 
     const std::string& path = args.positional.front();
     if (args.HasSwitch("--check"))

@@ -112,16 +112,8 @@ void LoopStart::Track(const Data::CaptureSource& source, const Data::RecordCurso
         Data::ThreadRecord thread;
         if (record.Is(RecordId::Thread) && record.Read(thread))
             m_tracker.SetThread(thread.thread);
-        Data::MappedDataRecord mapped;
-        Data::DefaultBufferRecord contents;
         const auto id = static_cast<RecordId>(header.id);
-        if ((id == RecordId::FlushMappedBufferRange || id == RecordId::UnmapBuffer) && record.Read(mapped))
-            m_tracker.MappedData(mapped.target, mapped.offset, mapped.data.bytes);
-        else if ((id == RecordId::DefaultColor || id == RecordId::DefaultDepth || id == RecordId::DefaultStencil) &&
-                 record.Read(contents))
-            m_tracker.RestoredSurface(contents.surface);
-        else
-            m_tracker.Other(id == RecordId::Note ? Verdict::Drop : VerdictOf(id));
+        m_tracker.BuiltIn(record, id == RecordId::Note ? Verdict::Drop : VerdictOf(id));
     }
     m_origins.push_back(origin);
     m_isIgnored.push_back(isIgnored);

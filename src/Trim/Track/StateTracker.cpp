@@ -52,4 +52,19 @@ void StateTracker::FailedCall(const CallArguments& call)
         m_tracked.Log().Begin();
 }
 
+void StateTracker::BuiltIn(const Data::RecordView& record, Verdict verdict)
+{
+    using Data::RecordId;
+    Data::MappedDataRecord mapped;
+    Data::DefaultBufferRecord contents;
+    const auto id = static_cast<RecordId>(record.Header().id);
+    if ((id == RecordId::FlushMappedBufferRange || id == RecordId::UnmapBuffer) && record.Read(mapped))
+        MappedData(mapped.target, mapped.offset, mapped.data.bytes);
+    else if ((id == RecordId::DefaultColor || id == RecordId::DefaultDepth || id == RecordId::DefaultStencil) &&
+             record.Read(contents))
+        RestoredSurface(contents.surface);
+    else
+        Other(verdict);
+}
+
 } // namespace Trim

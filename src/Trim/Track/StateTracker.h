@@ -50,6 +50,8 @@ public:
         Object(m_egl.SurfaceOwner(surface)).drawn.insert(ImagePlace{});
     }
     /// Any other record.
+    /// A record that is no call and not about threads. `verdict` is that of records without an effect of their own.
+    void BuiltIn(const Data::RecordView& record, Verdict verdict);
     void Other(Verdict verdict)
     {
         m_tracked.Log().Begin();

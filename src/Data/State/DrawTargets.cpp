@@ -1,25 +1,30 @@
-#include "Host/Timing/DrawTargets.h"
+#include "Data/State/DrawTargets.h"
 
-#include <GLES3/gl32.h>
+namespace Data {
 
-namespace Host {
+namespace {
 
-bool DrawTargets::Follow(const Data::CallArguments& call, std::uint32_t context)
+/// GL_READ_FRAMEBUFFER
+constexpr std::uint32_t ReadFramebuffer = 0x8CA8;
+
+} // namespace
+
+bool DrawTargets::Follow(const CallArguments& call, std::uint32_t context)
 {
     switch (call.Call()) {
-    case Data::CallId::glBindFramebuffer:
-        if (call.Unsigned(0) == GL_READ_FRAMEBUFFER)
+    case CallId::glBindFramebuffer:
+        if (call.Unsigned(0) == ReadFramebuffer)
             return false;
         m_framebuffers[context] = call.Unsigned(1);
         return true;
-    case Data::CallId::glDeleteFramebuffers: {
+    case CallId::glDeleteFramebuffers: {
         bool isBound = false;
         call.ForEachName(2, [&](std::uint32_t name) { isBound |= name != 0 && name == FramebufferOf(context); });
         if (isBound)
             m_framebuffers[context] = 0;
         return isBound;
     }
-    case Data::CallId::eglDestroyContext:
+    case CallId::eglDestroyContext:
         // The name may stand for another one later.
         m_framebuffers.erase(call.Unsigned(1));
         return false;
@@ -28,4 +33,4 @@ bool DrawTargets::Follow(const Data::CallArguments& call, std::uint32_t context)
     }
 }
 
-} // namespace Host
+} // namespace Data
