@@ -15,10 +15,10 @@ class Bench(EndToEndTest):
 
     def test_a_driver_that_draws_nothing_is_faster_and_the_other_one_too_slow(self):
         fast = self.bench("--b-driver", FAKE_DRIVER, "--fail-above", "2%", "--json", "fast.json")
-        self.assertRegex(fast.stdout, r"\nB is [\d.]+ % faster, [\d.]+ to [\d.]+\.\n$")
+        self.assertRegex(fast.stdout, r"\nB is [\d.]+ % faster, [\d.]+ to [\d.]+(, most of it in frame \d)?\.\n$")
         slow = self.bench("--a-driver", FAKE_DRIVER, "--fail-above", "2%", "--b-options", "", "--json", "slow.json",
                           status=DIFFERED)
-        self.assertRegex(slow.stdout, r"\nB is [\d.]+ % slower, [\d.]+ to [\d.]+\.\n$")
+        self.assertRegex(slow.stdout, r"\nB is [\d.]+ % slower, [\d.]+ to [\d.]+(, most of it in frame \d)?\.\n$")
         for name, is_slower in ("fast", False), ("slow", True):
             results = json.loads((self.dir / f"{name}.json").read_text())
             ratio = results["time"]["ratio"]
@@ -38,6 +38,15 @@ class Bench(EndToEndTest):
         self.assertIn("glDrawArrays", [call["name"] for call in results["callTimes"]])
         self.assertTrue((self.dir / "calls.log").exists(), "the variable of the side reached its process")
         self.assertTrue(results["machine"]["kernel"])
+
+    def test_gpu_times_of_render_passes(self):
+        results = json.loads(self.bench("--gpu", "--b-options", "-framesinflight 1", "--json", "-").stdout)
+        names = [render_pass["name"] for render_pass in results["renderPassTimes"]]
+        self.assertEqual(names[0], "pass 1 of frame 3 (framebuffer 1)")
+        self.assertEqual({name.split(" (")[0].split("of ")[1] for name in names}, {"frame 3", "frame 4", "frame 5"})
+        total = results["gpuTime"]
+        self.assertGreater(total["a"]["medianMs"], 0)
+        self.assertLess(total["ratio"]["low"], total["ratio"]["high"])
 
     def test_a_side_that_cannot_replay_is_named(self):
         result = self.bench("--b-driver", "nowhere", status=NO_DRIVER)

@@ -46,7 +46,8 @@ Json SideJson(const Sides::Side& side, const std::vector<ReplayResults>& rounds)
                  {"environment", side.environment},
                  {"options", side.options},
                  {"driver", rounds.front().driver},
-                 {"errors", rounds.front().errors}};
+                 {"errors", rounds.front().errors},
+                 {"gpuUnavailable", rounds.front().gpuUnavailable}};
     Json& times = json["wallMs"] = Json::array();
     for (const ReplayResults& round : rounds) {
         times.push_back(Json::array());
@@ -73,10 +74,12 @@ std::string BenchJson(const BenchOptions& options, const Measurement& measuremen
         {"confidence", options.confidence},
         {"machine", DescribeMachine()},
         {"load", {{"before", measurement.loadBefore}, {"after", measurement.loadAfter}}},
-        {"verdict", Verdict(comparison.wall)},
+        {"verdict", Verdict(comparison)},
         {"time", QuantityJson(comparison.wall)},
         {"cpuTime", QuantityJson(comparison.cpu)},
         {"frameTimes", ListJson(comparison.frames)},
+        {"gpuTime", comparison.gpu ? QuantityJson(*comparison.gpu) : Json()},
+        {"renderPassTimes", ListJson(comparison.renderPasses)},
         {"callTimes", ListJson(comparison.calls)},
         {"a", SideJson(options.a, measurement.a)},
     };

@@ -33,6 +33,9 @@ constexpr Util::Option Options[] = {
      "needs fewer rounds",
      "Measurement"},
     {"--calls", "", "compare the CPU time of each function too, which slows both sides down", "Measurement"},
+    {"--gpu", "",
+     "compare the GPU time of each render pass too, by the driver's timer queries, which slows both sides down",
+     "Measurement"},
     {"--window", "", "replay in a window where there is a compositor, without waiting for screen refreshes",
      "Measurement"},
     {"--json", "FILE", "write the results as JSON (to standard output, without the text, if FILE is -)", "Results"},
@@ -90,6 +93,7 @@ public:
         ReadPercents(options);
         options.isInWindow = args.HasSwitch("--window");
         options.timesCalls = args.HasSwitch("--calls");
+        options.timesGpu = args.HasSwitch("--gpu");
         if (const std::string* const file = args.FindValue("--json"))
             options.jsonFile = *file;
         options.a = Sides::ParseSide('a', m_parsed, m_error);

@@ -27,6 +27,8 @@ struct BenchOptions {
     bool isInWindow = false;
     /// Take the time of each function too.
     bool timesCalls = false;
+    /// Take the GPU time of each render pass too.
+    bool timesGpu = false;
     /// File for the results; "-" is standard output; empty for none.
     std::string jsonFile;
     /// By how much B may be slower than A, 0.02 for 2 %.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <functional>
+#include <numeric>
 
 #include "Tools/Bench/Machine.h"
 
@@ -91,7 +93,7 @@ std::string QuantityRow(const Quantity& quantity)
             cells.push_back(Signed(quantity.ratio->value) + " %, " + Signed(quantity.ratio->low) + " to " +
                             Signed(quantity.ratio->high));
         } else {
-            cells.emplace_back("too short to compare");
+            cells.emplace_back("not comparable");
         }
     } else {
         cells.push_back(Time(quantity.centre->low) + " to " + Time(quantity.centre->high));
@@ -108,6 +110,33 @@ std::string LargestRows(std::vector<Quantity> quantities, bool hasSides)
     std::string text;
     for (std::size_t i = 0; i < std::min(MostNamed, quantities.size()); ++i)
         text += QuantityRow(quantities[i]);
+    return text;
+}
+
+/// The frame or render pass with more than half of the difference, where there is one.
+std::string WhereItIs(const Comparison& comparison)
+{
+    const std::vector<Quantity>& parts = comparison.renderPasses.empty() ? comparison.frames : comparison.renderPasses;
+    const double sum = std::transform_reduce(
+        parts.begin(), parts.end(), 0.0, std::plus(), [](const Quantity& part) { return Difference(part); });
+    const auto most = std::ranges::find_if(
+        parts, [&](const Quantity& part) { return IsDifferent(part) && Difference(part) / sum > 0.5; });
+    return most != parts.end() && parts.size() > 1 ? ", most of it in " + most->name : "";
+}
+
+std::string GpuRows(const Measurement& measurement, const Comparison& comparison)
+{
+    std::string text;
+    if (comparison.gpu)
+        text += QuantityRow(*comparison.gpu);
+    if (!comparison.renderPasses.empty())
+        text += (comparison.gpu && comparison.gpu->b ? "GPU time of the render passes that differ most:\n"
+                                                     : "GPU time of the dearest render passes:\n") +
+                LargestRows(comparison.renderPasses, !measurement.b.empty());
+    for (const auto* const side : {&measurement.a, &measurement.b})
+        if (!side->empty() && !side->front().gpuUnavailable.empty())
+            text += std::string("GPU times of ") + (side == &measurement.a ? "A" : "B") +
+                    " not taken: " + side->front().gpuUnavailable + "\n";
     return text;
 }
 
@@ -129,8 +158,9 @@ std::string ErrorsLine(const Measurement& measurement)
 
 } // namespace
 
-std::string Verdict(const Quantity& time)
+std::string Verdict(const Comparison& comparison)
 {
+    const Quantity& time = comparison.wall;
     if (!time.b)
         return "A takes " + Time(time.centre->value) + ", " + Time(time.centre->low) + " to " + Time(time.centre->high);
     if (!time.ratio)
@@ -138,9 +168,11 @@ std::string Verdict(const Quantity& time)
     const auto percent = [](double ratio) { return Fixed(std::abs(ratio - 1) * 100, 1); };
     const Estimate& ratio = *time.ratio;
     if (ratio.low > 1)
-        return "B is " + percent(ratio.value) + " % slower, " + percent(ratio.low) + " to " + percent(ratio.high);
+        return "B is " + percent(ratio.value) + " % slower, " + percent(ratio.low) + " to " + percent(ratio.high) +
+               WhereItIs(comparison);
     if (ratio.high < 1)
-        return "B is " + percent(ratio.value) + " % faster, " + percent(ratio.high) + " to " + percent(ratio.low);
+        return "B is " + percent(ratio.value) + " % faster, " + percent(ratio.high) + " to " + percent(ratio.low) +
+               WhereItIs(comparison);
     return "No difference found: B takes from " + percent(ratio.low) + " % less to " + percent(ratio.high) +
            " % more time";
 }
@@ -165,11 +197,12 @@ std::string BenchText(const BenchOptions& options, const Measurement& measuremen
     if (comparison.frames.size() > 1 && (!hasSides || IsDifferent(comparison.wall)))
         text += (hasSides ? "The frames that differ most:\n" : "The longest frames:\n") +
                 LargestRows(comparison.frames, hasSides);
+    text += GpuRows(measurement, comparison);
     if (!comparison.calls.empty())
         text += (hasSides ? "CPU time of the functions that differ most, of all passes:\n"
                           : "CPU time of the dearest functions, of all passes:\n") +
                 LargestRows(comparison.calls, hasSides);
-    return text + "\n" + Verdict(comparison.wall) + ".\n";
+    return text + "\n" + Verdict(comparison) + ".\n";
 }
 
 } // namespace Tools

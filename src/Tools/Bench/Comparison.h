@@ -28,6 +28,10 @@ struct Comparison {
     Quantity cpu;
     /// Wall time of each frame; "frame 12".
     std::vector<Quantity> frames;
+    /// GPU time of all render passes together; nothing where there is none.
+    std::optional<Quantity> gpu;
+    /// GPU time of each render pass; "pass 2 of frame 12 (framebuffer 3)".
+    std::vector<Quantity> renderPasses;
     /// CPU time of each function.
     std::vector<Quantity> calls;
 };

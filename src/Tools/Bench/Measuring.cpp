@@ -58,6 +58,8 @@ Util::Outcome TakeResults(Player& player, const BenchOptions& options, const Mea
                                  std::to_string(range.first) + " to " + std::to_string(range.last) + " each time"};
     }
     frames.erase(frames.begin(), frames.begin() + options.warmUp - 1);
+    if (!results.gpuMs.empty())
+        results.gpuMs.erase(results.gpuMs.begin(), results.gpuMs.begin() + options.warmUp - 1);
     player.results->push_back(std::move(results));
     return std::nullopt;
 }

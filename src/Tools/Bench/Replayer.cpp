@@ -30,6 +30,8 @@ std::vector<std::string> Command(const BenchOptions& options, const Sides::Side&
         command.emplace_back("-headless");
     if (options.timesCalls)
         command.emplace_back("-timecalls");
+    if (options.timesGpu)
+        command.insert(command.end(), {"-timegpu", "passes"});
     for (const std::string& option : side.PlaybackOptions())
         command.push_back(option);
     command.emplace_back("--");
@@ -89,6 +91,27 @@ Util::Failure Replayer::Trouble()
                                   (said.empty() ? ", and said nothing" : ", and said:\n" + said)};
 }
 
+namespace {
+
+/// Of "gpu" in what `playback -json` wrote.
+void ReadGpuTimes(const nlohmann::json& gpu, ReplayResults& results)
+{
+    if (gpu.at("unavailable").is_string())
+        gpu.at("unavailable").get_to(results.gpuUnavailable);
+    results.gpuMs.resize(results.frames.size());
+    for (const auto& cost : gpu.at("passes")) {
+        const std::size_t pass = cost.at("pass").get<std::size_t>();
+        if (pass < 2 || pass - 2 >= results.gpuMs.size() || cost.at("gpuMs").is_null())
+            continue;
+        const RenderPass renderPass = {cost.at("frame").get<std::uint32_t>(),
+                                       cost.at("renderPass").get<std::uint32_t>(),
+                                       cost.at("framebuffer").get<std::uint32_t>()};
+        results.gpuMs[pass - 2][renderPass] = cost.at("gpuMs").get<double>();
+    }
+}
+
+} // namespace
+
 bool ReadResults(const std::string& text, ReplayResults& results)
 {
     const nlohmann::json json = nlohmann::json::parse(text, nullptr, false);
@@ -105,6 +128,8 @@ bool ReadResults(const std::string& text, ReplayResults& results)
             json.at("errors").get_to(results.errors);
         if (json.at("callTimesMs").is_object())
             json.at("callTimesMs").get_to(results.callsMs);
+        if (json.contains("gpu") && json["gpu"].is_object())
+            ReadGpuTimes(json["gpu"], results);
     } catch (const nlohmann::json::exception&) {
         return false;
     }

@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "Sides/Child.h"
@@ -18,12 +19,32 @@ struct PassTime {
     double cpuMs = 0;
 };
 
+/// A run of draws to one framebuffer.
+struct RenderPass {
+    std::uint32_t frame = 0;
+    /// In the frame, from 1.
+    std::uint32_t number = 0;
+    /// Captured name.
+    std::uint32_t framebuffer = 0;
+
+    bool operator==(const RenderPass&) const = default;
+    bool operator<(const RenderPass& other) const
+    {
+        return std::tie(frame, number, framebuffer) < std::tie(other.frame, other.number, other.framebuffer);
+    }
+};
+
 /// What a process measured.
 struct ReplayResults {
     /// By pass from the second one on, then by frame.
     std::vector<std::vector<PassTime>> frames;
     /// CPU time of each function in all passes, in milliseconds; empty unless it was asked for.
     std::map<std::string, double> callsMs;
+    /// GPU time of each render pass, in milliseconds, by pass as `frames`; without those that the driver did not
+    /// measure. Empty unless it was asked for.
+    std::vector<std::map<RenderPass, double>> gpuMs;
+    /// Why there are no GPU times, or not all.
+    std::string gpuUnavailable;
     /// Strings of the driver by the names of the enums that query them.
     std::map<std::string, std::string> driver;
     /// Errors of the driver by name, with their numbers.
