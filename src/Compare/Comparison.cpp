@@ -117,6 +117,9 @@ void Comparison::CompareWithRecorded(std::uint32_t frame, const Json& answer)
             continue;
         FrameResult result = {frame, picture["object"], {}, {}, {}};
         const bool hasReference = picture.contains("hasReference");
+        if (!hasReference && !m_request.tolerance.IsExact())
+            m_result.AddNote("the tolerance counts only where the capture has reference pictures, which playback "
+                             "-writehashes puts in with -referencepictures: of other frames the hash decides");
         if (hasReference)
             result.difference = m_sides.MeasureReference(i, result.expected, result.found);
         // A picture of bytes may be the same although the hash, of floats, is another one.

@@ -79,10 +79,11 @@ void ProbeSide::Fail()
     const int status = m_child->Wait();
     if (status == static_cast<int>(Util::ExitStatus::Usage) || status == static_cast<int>(Util::ExitStatus::Unreadable))
         m_status = static_cast<Util::ExitStatus>(status);
-    m_error = "side " + m_side.name + " (" + m_side.Description() + ") ended with status " + std::to_string(status) +
+    m_error = "side " + m_side.name + " (" + m_side.Description() + ") " +
+              (m_child->WasTooSlow() ? "did not answer within the time limit"
+                                     : "ended with status " + std::to_string(status)) +
               ": " + m_child->Messages();
-    while (m_error.ends_with('\n'))
-        m_error.pop_back();
+    m_error.resize(m_error.find_last_not_of(": \n") + 1);
 }
 
 } // namespace Compare

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,6 +21,8 @@ public:
     /// Null with a reason when it cannot be started. Trouble of the replay shows when it is asked.
     static std::unique_ptr<ProbeSide> Start(const Sides::Side& side, const std::string& capture, std::string& error);
 
+    /// Waits for no answer longer than this.
+    void SetDeadline(std::chrono::steady_clock::time_point deadline) { m_child->SetDeadline(deadline); }
     /// Sends a request; the answers come in the order of the requests.
     void Ask(const nlohmann::ordered_json& request);
     /// Waits for an answer. Null when the process ended or does not understand: Error says which, and what it said.

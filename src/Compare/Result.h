@@ -1,6 +1,7 @@
 // What a comparison is asked for, and what came of it.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -30,6 +31,8 @@ struct Request {
     bool isFromReference = false;
     /// The same, and all actions of the frame are judged, each for itself.
     bool isByDraw = false;
+    /// How long all of it may take; nothing: as long as it takes.
+    std::optional<std::chrono::seconds> timeLimit;
 };
 
 /// What a frame showed on both sides.

@@ -11,7 +11,16 @@ Util::Outcome SidePair::Start()
     std::string error;
     m_a = ProbeSide::Start(m_request.a, m_request.capture, error);
     m_b = m_a && m_request.b ? ProbeSide::Start(*m_request.b, m_request.capture, error) : nullptr;
-    return error.empty() ? Util::Outcome() : Util::Failure{Util::ExitStatus::NoDriver, error};
+    if (!error.empty())
+        return Util::Failure{Util::ExitStatus::NoDriver, error};
+    if (m_request.timeLimit) {
+        if (!m_deadline)
+            m_deadline = std::chrono::steady_clock::now() + *m_request.timeLimit;
+        for (ProbeSide* const side : {m_a.get(), m_b.get()})
+            if (side)
+                side->SetDeadline(*m_deadline);
+    }
+    return std::nullopt;
 }
 
 SidePair::Answers SidePair::Ask(const Json& request)

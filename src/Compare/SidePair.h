@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
+#include <optional>
 
 #include <nlohmann/json.hpp>
 
@@ -45,6 +47,8 @@ private:
     std::unique_ptr<ProbeSide> m_a;
     /// Null where the recording is what is expected.
     std::unique_ptr<ProbeSide> m_b;
+    /// That of the request, from the first start on.
+    std::optional<std::chrono::steady_clock::time_point> m_deadline;
 };
 
 } // namespace Compare

@@ -33,6 +33,9 @@ constexpr Util::Option Options[] = {
     {"--fuzz", "PERCENT", "accept images of which at most so many pixels are further apart", "Tolerance"},
     {"--perceptual", "DISTANCE",
      "accept images, too, whose Butteraugli distance is at most this; people see no difference below 1", "Tolerance"},
+    {"--timelimit", "SECONDS",
+     "give up a capture whose comparison takes longer, since a driver may never come back; in a suite the others go on",
+     "Options"},
     {"-o", "DIR", "write pictures of what was expected and found to this folder", "Results"},
     {"--json", "FILE", "write the result as JSON (to standard output if FILE is -)", "Results"},
     {"--page", "FILE",
@@ -128,6 +131,11 @@ std::string ReadRequest(const Util::CommandLine::Result& parsed, Compare::Reques
     request.tolerance.steps = Number(args, "--tolerance", MostDistance, error).value_or(0);
     request.tolerance.pixels = Number(args, "--fuzz", 100, error).value_or(0) / 100;
     request.tolerance.perceptual = Number(args, "--perceptual", MostDistance, error);
+    if (const std::string* const seconds = args.FindValue("--timelimit")) {
+        request.timeLimit = std::chrono::seconds(Util::ParseCount(*seconds));
+        if (request.timeLimit->count() == 0)
+            return "--timelimit needs a number of seconds from 1 on, found \"" + *seconds + "\"";
+    }
     if (const std::string* const frames = args.FindValue("--frames")) {
         const std::optional<Util::FrameRange> range = Util::ParseFrameRange(*frames);
         if (!range)

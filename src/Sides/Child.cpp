@@ -1,5 +1,6 @@
 #include "Sides/Child.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -9,6 +10,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
@@ -132,8 +134,27 @@ void Child::CloseInput()
     Close(m_input);
 }
 
+/// Until there is some, it has ended, or the deadline has passed.
+void Child::AwaitOutput()
+{
+    using Clock = std::chrono::steady_clock;
+    if (m_deadline == Clock::time_point::max())
+        return;
+    pollfd output = {m_output, POLLIN, 0};
+    int ready = 0;
+    do {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_deadline - Clock::now()).count();
+        ready = poll(&output, 1, static_cast<int>(std::clamp<std::int64_t>(left, 0, 60'000)));
+    } while (ready <= 0 && Clock::now() < m_deadline);
+    if (ready > 0 || m_process <= 0)
+        return;
+    m_wasTooSlow = true;
+    kill(m_process, SIGKILL);
+}
+
 bool Child::ReadMore()
 {
+    AwaitOutput();
     std::array<char, 65536> buffer;
     ssize_t count = 0;
     do

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -35,6 +36,9 @@ public:
     void CloseInput();
     /// The next line of its output without the line feed; nothing after the last one. Waits for it.
     [[nodiscard]] std::optional<std::string> ReadLine();
+    /// Reading waits no longer than this: the child is killed then.
+    void SetDeadline(std::chrono::steady_clock::time_point deadline) { m_deadline = deadline; }
+    [[nodiscard]] bool WasTooSlow() const { return m_wasTooSlow; }
     /// As many bytes of its output; fewer at the end.
     [[nodiscard]] std::vector<std::uint8_t> ReadBytes(std::size_t count);
     /// The rest of its output.
@@ -49,6 +53,7 @@ public:
 private:
     Child() = default;
     bool ReadMore();
+    void AwaitOutput();
 
     std::atomic<pid_t> m_process = -1;
     int m_input = -1;
@@ -56,6 +61,8 @@ private:
     /// A file without a name, since nobody reads it while the child writes.
     int m_messages = -1;
     std::string m_unread;
+    std::chrono::steady_clock::time_point m_deadline = std::chrono::steady_clock::time_point::max();
+    bool m_wasTooSlow = false;
 };
 
 } // namespace Sides

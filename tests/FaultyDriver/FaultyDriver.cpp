@@ -1,7 +1,7 @@
 // The system's driver with one fault, for tests that have to find it. PLAYBACK_FAULT=KIND:N says which: of the Nth call
 // of a kind, counted from 1.
 //   draw     it is not drawn           clear    nothing is cleared      mipmap   no level is made
-//   crash    the process ends in glDrawArrays
+//   crash    the process ends in glDrawArrays    hang    it does not come back from there
 //   uniform  its first number is off   texture  a byte is flipped       blit     it lands a pixel further right
 //
 // The library's dependency is the real one: what is not here is found there by the same handle.
@@ -57,6 +57,8 @@ void GL_APIENTRY glDrawArrays(GLenum mode, GLint first, GLsizei count)
 {
     if (IsFaulty("crash"))
         std::raise(SIGSEGV);
+    while (IsFaulty("hang"))
+        pause();
     if (!IsFaulty("draw"))
         Real<decltype(glDrawArrays)>("glDrawArrays")(mode, first, count);
 }

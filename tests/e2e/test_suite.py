@@ -71,6 +71,13 @@ class Suite(EndToEndTest):
         self.assertEqual(self.junit()[0], [2, 2, 0])
         self.assertIn(", difference</figcaption>", (self.dir / "page.html").read_text())
 
+    def test_a_driver_that_never_comes_back_holds_up_nobody(self):
+        self.fill(1)
+        result = self.suite("--b-driver", FAULTY_DRIVER, "--b-env", "PLAYBACK_FAULT=hang:1", "--timelimit", "3",
+                            status=NO_DRIVER)
+        self.assertIn("did not answer within the time limit", self.junit()[1]["00.glcap"])
+        self.assertEqual(self.junit()[0], [1, 0, 1], result)
+
     def test_text_of_captures_stays_text(self):
         self.fill(1)
         shutil.copy(self.dir / "captures/00.glcap", bytes(self.dir / "captures") + b"/" + HOSTILE)
