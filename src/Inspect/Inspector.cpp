@@ -81,21 +81,30 @@ std::shared_ptr<const Tools::StateSnapshot> Inspector::State(const Place& place)
     }
     const std::optional<FrameCut> cut = m_replays.CutOf(place.frame);
     const Place at = cut ? cut->ToCut(place) : place;
-    const std::string& path = cut ? cut->path : m_path;
-    std::string error;
-    const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(path, error);
-    if (!source)
-        throw Error(Error::Kind::Request, error);
-    Data::Diagnostics diagnostics(path, nullptr);
-    auto result = Tools::StateAt(*source, diagnostics, {at.frame, at.call});
-    if (const auto* const text = std::get_if<std::string>(&result))
-        throw Error(Error::Kind::Request, *text);
-    auto state = std::make_shared<Tools::StateSnapshot>(std::get<Tools::StateSnapshot>(std::move(result)));
+    auto state = std::make_shared<Tools::StateSnapshot>(ReadState(cut ? cut->path : m_path, at));
     state->moment = {place.frame, place.call};
     m_states.emplace_front(place, state);
     if (m_states.size() > MostStates)
         m_states.pop_back();
     return state;
+}
+
+Tools::StateSnapshot Inspector::StateWithSetters(const Place& place)
+{
+    return ReadState(m_path, place);
+}
+
+Tools::StateSnapshot Inspector::ReadState(const std::string& path, const Place& place)
+{
+    std::string error;
+    const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(path, error);
+    if (!source)
+        throw Error(Error::Kind::Request, error);
+    Data::Diagnostics diagnostics(path, nullptr);
+    auto result = Tools::StateAt(*source, diagnostics, {place.frame, place.call});
+    if (const auto* const text = std::get_if<std::string>(&result))
+        throw Error(Error::Kind::Request, *text);
+    return std::get<Tools::StateSnapshot>(std::move(result));
 }
 
 } // namespace Inspect

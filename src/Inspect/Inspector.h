@@ -36,8 +36,12 @@ public:
     std::string NameOf(const Place& place);
     /// What was set in front of a call.
     std::shared_ptr<const Tools::StateSnapshot> State(const Place& place);
+    /// The same with the calls that set it, however far back they are: all that is in front is read.
+    Tools::StateSnapshot StateWithSetters(const Place& place);
 
 private:
+    static Tools::StateSnapshot ReadState(const std::string& path, const Place& place);
+
     std::string m_path;
     Data::CaptureHeader m_header;
     FrameIndex m_index;

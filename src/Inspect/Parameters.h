@@ -25,6 +25,7 @@ Answer AnswerCall(Inspector& inspector, const Parameters& parameters);
 Answer AnswerCalls(Inspector& inspector, const Parameters& parameters);
 
 Answer AnswerState(Inspector& inspector, const Parameters& parameters);
+Answer AnswerSetters(Inspector& inspector, const Parameters& parameters);
 Answer AnswerResources(Inspector& inspector, const Parameters& parameters);
 
 Answer AnswerTargets(Inspector& inspector, const Parameters& parameters);

@@ -19,7 +19,7 @@ constexpr Query Queries[] = {
     {"resources", AnswerResources}, {"targets", AnswerTargets}, {"pixels", AnswerPixels},
     {"picture", AnswerPicture},     {"pixel", AnswerPixel},     {"inputs", AnswerInputs},
     {"vertices", AnswerVertices},   {"texture", AnswerTexture}, {"image", AnswerImage},
-    {"buffer", AnswerBuffer},       {"program", AnswerProgram},
+    {"buffer", AnswerBuffer},       {"program", AnswerProgram}, {"setters", AnswerSetters},
 };
 
 } // namespace

@@ -35,6 +35,19 @@ Answer AnswerState(Inspector& inspector, const Parameters& parameters)
     return {.body = Text(json)};
 }
 
+/// Which call set each value last.
+Answer AnswerSetters(Inspector& inspector, const Parameters& parameters)
+{
+    const Place place = PlaceOf(inspector, parameters);
+    Json json = {{"at", inspector.NameOf(place)}, {"state", Json::object()}, {"objects", Json::object()}};
+    for (const auto& [object, setters] : inspector.StateWithSetters(place).setters) {
+        Json& values = object.first.empty() ? json["state"] : json["objects"][object.first][object.second];
+        for (const auto& [state, moment] : setters)
+            values[state] = std::to_string(moment.frame) + ":c" + std::to_string(moment.call);
+    }
+    return {.body = Text(json)};
+}
+
 /// The objects that the context at the call can name, with what was set of each.
 Answer AnswerResources(Inspector& inspector, const Parameters& parameters)
 {

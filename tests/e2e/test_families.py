@@ -21,6 +21,7 @@ CLIENTS = {
     "images": FRAMES,
     "made-up-names": FRAMES,
     "masks": FRAMES,
+    "mistakes": FRAMES,
     "multi-draws": FRAMES,
     "multisample": FRAMES,
     "no-config": FRAMES,

@@ -94,6 +94,17 @@ class Queries(Inspect):
                                               f"2:{self.ask('targets', self.capture, 'at=2:1')['call']}", self.capture).stdout)
         self.assertEqual(earlier["differences"], changed)
 
+    def test_the_call_that_set_a_value_is_named(self):
+        values = self.ask("state", self.capture, "at=3:1")["state"]
+        setters = self.ask("setters", self.capture, "at=3:1")["state"]
+        functions = {"GL_CURRENT_PROGRAM": "glUseProgram", "GL_BLEND_SRC_RGB": "glBlendFunc", "GL_VIEWPORT": "glViewport",
+                     "texture[GL_TEXTURE1][GL_TEXTURE_2D]": "glBindTexture"}
+        self.assertEqual({name: self.ask("call", self.capture, f"at={setters[name]}")["name"] for name in functions}, functions)
+        for name, place in setters.items():
+            frame, call = place.split(":c")
+            after = self.run_program(INFO, "--state", f"{frame}:{int(call) + 1}", self.capture).stdout
+            self.assertEqual(json.loads(after)["state"][name], values[name], f"{name} after {place}")
+
     def test_pictures_are_those_of_a_replay(self):
         self.run_program(PLAYBACK, "-headless", "-screenshots", "3", "-screenshotformat", "png", self.capture)
         shot = read_png(next(self.dir.glob("*.png")))

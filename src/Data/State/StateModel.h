@@ -89,6 +89,8 @@ public:
 
     /// The thread that the calls come from, from now on.
     void SetThread(std::uint32_t thread) { m_contexts.SetThread(thread); }
+    /// Where the next calls are, in numbers of whoever wants to know which call set a value.
+    void SetPlace(std::uint64_t place) { m_place = place; }
     /// All effects of a call that the driver took.
     void Call(const CallArguments& call);
     [[nodiscard]] Outcome LastOutcome() const { return m_outcome; }
@@ -204,6 +206,7 @@ private:
     Outcome m_outcome = Outcome::SetsNothing;
     std::vector<Slot> m_selectors;
     std::vector<Owner> m_madeUp;
+    std::uint64_t m_place = 0;
     /// The words of the change at hand, and those of one element of it.
     Words m_words;
     Words m_element;

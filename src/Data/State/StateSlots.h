@@ -67,6 +67,8 @@ public:
         Owner bound = 0;
         /// The call that set the words.
         CallId setter = NoCall;
+        /// Where that call is, as StateModel::SetPlace had it.
+        std::uint64_t place = 0;
     };
     [[nodiscard]] Value& ValueOf(Slot slot) { return m_values[slot]; }
     [[nodiscard]] const Value& ValueOf(Slot slot) const { return m_values[slot]; }

@@ -285,8 +285,10 @@ bool StateModel::SetElements(State state, const StatePlace& place, CallId setter
 
 bool StateModel::Set(Slot slot, const Words& words, CallId setter)
 {
-    m_slots.ValueOf(slot).setter = setter;
-    Words& value = m_slots.ValueOf(slot).words;
+    StateSlots::Value& known = m_slots.ValueOf(slot);
+    known.setter = setter;
+    known.place = m_place;
+    Words& value = known.words;
     if (IsSame(value, words))
         return false;
     const bool isChanged = !value.empty() || !IsSame(WordsAt(slot), words);

@@ -41,11 +41,19 @@ export class StateView {
         this.open = open;
         this.showsInitial = false;
         this.onlyChanged = false;
+        this.showsSetters = false;
         this.filter = "";
     }
 
     async load(at, against, signal) {
+        if (this.at !== at) this.setters = undefined;
+        this.at = at;
         this.answer = await ask("state", { at, against }, signal);
+        if (this.showsSetters) await this.loadSetters(signal);
+    }
+
+    async loadSetters(signal) {
+        this.setters ??= await ask("setters", { at: this.at }, signal);
     }
 
     render(place, again) {
@@ -58,7 +66,8 @@ export class StateView {
                 type: "search", placeholder: "Filter", "aria-label": "Filter of the state", value: this.filter,
                 input: event => { this.filter = event.target.value; this.fill(body, differences, others); },
             }),
-            this.toggle("Changed only", "onlyChanged", again), this.toggle("With initial", "showsInitial", again));
+            this.toggle("Changed only", "onlyChanged", again), this.toggle("With initial", "showsInitial", again),
+            make("button", { "aria-pressed": this.showsSetters, title: "The calls that set these values last", click: () => this.toggleSetters(again) }, "Set by"));
         const body = make("div");
         place.replaceChildren(tools,
             make("p", { class: "hint" }, `In front of ${answer.at}, on context ${answer.context}, thread ${answer.thread}. Marked: ` +
@@ -68,6 +77,18 @@ export class StateView {
 
     toggle(text, field, again) {
         return make("button", { "aria-pressed": this[field], click: () => { this[field] = !this[field]; again(); } }, text);
+    }
+
+    async toggleSetters(again) {
+        this.showsSetters = !this.showsSetters;
+        if (this.showsSetters) await this.loadSetters();
+        again();
+    }
+
+    /** A link to the call that set the value, where that is shown and known. */
+    setter(values, name) {
+        const at = this.showsSetters && values?.[name];
+        return at && make("a", { class: "setter", href: `#${at}/call`, "aria-label": `Set by call ${at}` }, at);
     }
 
     fill(body, differences, others) {
@@ -98,7 +119,7 @@ export class StateView {
         return make("tr", { class: [isChanged && "changed", isInitial && "initial"].filter(Boolean).join(" ") },
             make("th", { scope: "row" }, name), make("td", {},
                 isLink ? make("a", { href: "#", click: event => { event.preventDefault(); this.open(kind, value); } }, textOf(value)) : textOf(value),
-                isChanged && make("span", { class: "before" }, textOf(before))));
+                isChanged && make("span", { class: "before" }, textOf(before)), this.setter(this.setters?.state, name)));
     }
 
     objects(list) {
@@ -106,6 +127,7 @@ export class StateView {
             make("tr", { class: "changed" }, make("th", { scope: "row" },
                 make("a", { href: "#", click: event => { event.preventDefault(); this.open(one.object.kind, one.object.name); } },
                     `${one.object.kind} ${one.object.name}`), ` ${one.state}`),
-            make("td", {}, textOf(one.after), make("span", { class: "before" }, textOf(one.before)))))))];
+            make("td", {}, textOf(one.after), make("span", { class: "before" }, textOf(one.before)),
+                this.setter(this.setters?.objects[one.object.kind]?.[one.object.name], one.state))))))];
     }
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <functional>
 
 #include "Data/Records/CallDecoder.h"
 #include "Data/Records/RecordWalk.h"
@@ -58,6 +59,17 @@ std::size_t SetAtOnce(Counted counted)
                                                                          : 1;
 }
 
+/// A moment as a number for the model.
+std::uint64_t PlaceOf(const Moment& moment)
+{
+    return std::uint64_t{moment.frame} << 32 | moment.call;
+}
+
+Moment MomentOf(std::uint64_t place)
+{
+    return {static_cast<std::uint32_t>(place >> 32), static_cast<std::uint32_t>(place)};
+}
+
 /// A value of an enum, whose small values have many names.
 std::string ValueText(const StateDescription& state, std::uint32_t value)
 {
@@ -90,7 +102,9 @@ Json WordJson(const StateDescription& state, char code, double word)
 /// The values of one state, where it has any.
 class StateValues {
 public:
-    StateValues(State state, StateSnapshot::Values& values) : m_description(Data::Describe(state)), m_values(values) {}
+    /// `add` takes each value with its name.
+    using Taker = std::function<void(const std::string& name, Json value)>;
+    StateValues(State state, Taker add) : m_description(Data::Describe(state)), m_add(std::move(add)) {}
 
     /// `second` is the text of that index. `codes` are the types of the words.
     void Add(std::uint32_t first, const std::string& second, const Data::Words& words, std::string_view codes)
@@ -102,7 +116,7 @@ public:
         const std::string index = IndexText(m_description.indexes[0], first) + second;
         if (names > 1) {
             for (std::size_t i = 0; i < std::min(names, words.size()); ++i)
-                m_values[m_description.asked[i] + index] = Word(i, words, codes);
+                m_add(m_description.asked[i] + index, Word(i, words, codes));
             return;
         }
         const bool isEnum = m_description.indexes[0] == Counted::Enum && IsEnumParameter(first);
@@ -114,8 +128,8 @@ public:
         // A parameter that an index names needs no other name.
         const bool isNamed = names == 0 && (m_description.names == Data::noObject || m_description.isHeld) &&
                              m_description.indexes[0] == Counted::Enum;
-        m_values[isNamed ? EnumText(first) + second
-                         : (names == 1 ? m_description.asked[0] : m_description.name) + index] = std::move(value);
+        m_add(isNamed ? EnumText(first) + second : (names == 1 ? m_description.asked[0] : m_description.name) + index,
+              std::move(value));
     }
 
 private:
@@ -125,29 +139,33 @@ private:
     }
 
     const StateDescription& m_description;
-    StateSnapshot::Values& m_values;
+    Taker m_add;
 };
 
-/// Words and their types.
+/// Words and their types, and where the call is that set them; 0 for none.
 struct Value {
     Data::Words words;
     std::string codes;
+    std::uint64_t place = 0;
     bool operator==(const Value& other) const { return words == other.words; }
 };
 
 Value InitialValue(const StateDescription& description)
 {
-    return {{description.initial.begin(), description.initial.begin() + description.initialWords}, description.codes};
+    return {
+        {description.initial.begin(), description.initial.begin() + description.initialWords}, description.codes, 0};
 }
 
-void AddOwner(const Data::StateModel& model, Owner owner, StateSnapshot::Values& values)
+void AddOwner(const Data::StateModel& model, Owner owner, const StateSnapshot::Object& object, StateSnapshot& snapshot)
 {
+    StateSnapshot::Values& values = snapshot.objects[object];
+    auto& setters = snapshot.setters[object];
     // By state and first index, since calls may set all second indexes at once.
     std::map<std::pair<State, std::uint32_t>, std::map<std::uint32_t, Value>> groups;
     for (const Slot slot : model.Slots().Of(owner)) {
         const Data::StateSlots& slots = model.Slots();
-        groups[{slots.StateOf(slot), slots.FirstOf(slot)}][slots.SecondOf(slot)] = {model.WordsAt(slot),
-                                                                                    model.CodesAt(slot)};
+        groups[{slots.StateOf(slot), slots.FirstOf(slot)}][slots.SecondOf(slot)] = {
+            model.WordsAt(slot), model.CodesAt(slot), slots.ValueOf(slot).place};
     }
     for (auto& [key, group] : groups) {
         const StateDescription& description = Data::Describe(key.first);
@@ -155,11 +173,20 @@ void AddOwner(const Data::StateModel& model, Owner owner, StateSnapshot::Values&
         // Where a call set one of them alone, the others are as at the start.
         for (std::uint32_t second = 0; SetAtOnce(counted) > 1 && second < SetAtOnce(counted); ++second)
             group.try_emplace(second, InitialValue(description));
-        StateValues state(key.first, values);
+        std::uint64_t place = 0;
+        StateValues state(
+            key.first,
+            [&](const std::string& name, Json value) {
+                values[name] = std::move(value);
+                if (place != 0)
+                    setters[name] = MomentOf(place);
+            });
+        const auto placeOf = [](const auto& one) { return one.second.place; };
         const auto isAsFirst = [&first = group.begin()->second](const auto& other) { return other.second == first; };
         const bool isOne = group.size() >= SetAtOnce(counted) && counted != Counted::Number &&
                            counted != Counted::Enum && std::ranges::all_of(group, isAsFirst);
         for (const auto& [second, value] : group) {
+            place = isOne ? std::ranges::max_element(group, {}, placeOf)->second.place : value.place;
             state.Add(key.second, isOne ? "" : IndexText(counted, second), value.words, value.codes);
             if (isOne)
                 break;
@@ -175,7 +202,9 @@ void AddInitial(StateSnapshot& snapshot)
         const StateDescription& description = Data::Describe(state);
         const Value initial = InitialValue(description);
         StateSnapshot::Values values;
-        StateValues(state, values).Add(0, "", initial.words, initial.codes);
+        StateValues(state, [&](const std::string& name, Json value) {
+            values[name] = std::move(value);
+        }).Add(0, "", initial.words, initial.codes);
         for (auto& [name, value] : values)
             snapshot.initial[description.of == Data::noObject ? "" : Data::Describe(description.of).name].emplace(
                 name.substr(0, name.find('[')), std::move(value));
@@ -185,10 +214,10 @@ void AddInitial(StateSnapshot& snapshot)
 void AddNamed(const Data::StateModel& model, const Data::NamedObjects& objects, StateSnapshot& snapshot)
 {
     for (const auto& [key, owner] : objects.owners) {
-        StateSnapshot::Values& values = snapshot.objects[{Data::Describe(key.first).name, std::to_string(key.second)}];
-        AddOwner(model, owner, values);
+        const StateSnapshot::Object object = {Data::Describe(key.first).name, std::to_string(key.second)};
+        AddOwner(model, owner, object, snapshot);
         if (const std::string& label = model.LabelOf(owner); !label.empty())
-            values[LabelName] = label;
+            snapshot.objects[object][LabelName] = label;
     }
 }
 
@@ -215,13 +244,13 @@ StateSnapshot TakeSnapshot(Data::StateModel& model)
         return snapshot;
     const Data::StateContext& context = model.Context();
     snapshot.context = context.name;
-    AddOwner(model, context.owner, snapshot.objects[{}]);
+    AddOwner(model, context.owner, {}, snapshot);
     for (const auto& [key, owner] : context.defaults) {
         // The default framebuffer is the context itself, and most others have nothing of their own.
         if (owner == context.owner || model.Slots().Of(owner).empty())
             continue;
         const std::string name = key.second == 0 ? "0" : "0 of " + EnumText(key.second);
-        AddOwner(model, owner, snapshot.objects[{Data::Describe(key.first).name, name}]);
+        AddOwner(model, owner, {Data::Describe(key.first).name, name}, snapshot);
     }
     AddNamed(model, context.group->objects, snapshot);
     AddNamed(model, context.objects, snapshot);
@@ -253,6 +282,7 @@ std::variant<StateSnapshot, std::string> StateAt(Data::CaptureSource& source, Da
                 thread = r.thread;
                 calls.SetThread(thread);
             } else if (isCall && source.Calls()[id].known < Data::callCount) {
+                model.SetPlace(PlaceOf({at.frame + 1, at.call}));
                 calls.Decode(static_cast<Data::CallId>(source.Calls()[id].known), record.Record());
             }
         },

@@ -38,6 +38,8 @@ struct StateSnapshot {
     using Object = std::pair<std::string, std::string>;
     using Values = std::map<std::string, nlohmann::ordered_json>;
     std::map<Object, Values> objects;
+    /// The calls that set these values last. None for labels.
+    std::map<Object, std::map<std::string, Moment>> setters;
     /// Values that a context or an object of a kind has at the start, as far as they are known.
     std::map<std::string, Values> initial;
 };
