@@ -2,6 +2,9 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
+
+#include <nlohmann/json.hpp>
 
 namespace Inspect {
 
@@ -12,12 +15,18 @@ public:
         Request, ///< it is wrong, or asks for what the capture has not
         Replay,  ///< the driver, or the process that replays on it, failed
     };
-    Error(Kind kind, const std::string& text) : std::runtime_error(text), m_kind(kind) {}
+    /// `details` are members of the answer beside the text.
+    Error(Kind kind, const std::string& text, nlohmann::ordered_json details = nlohmann::ordered_json::object())
+        : std::runtime_error(text), m_kind(kind), m_details(std::move(details))
+    {
+    }
 
     [[nodiscard]] Kind What() const { return m_kind; }
+    [[nodiscard]] const nlohmann::ordered_json& Details() const { return m_details; }
 
 private:
     Kind m_kind;
+    nlohmann::ordered_json m_details;
 };
 
 } // namespace Inspect

@@ -68,7 +68,7 @@ std::string FrameIndex::LabelOf(std::uint32_t kind, std::uint32_t name) const
     return label != m_labels.end() ? label->second : std::string();
 }
 
-std::vector<ShaderSource> FrameIndex::SourcesOf(std::uint32_t program, const Place& place) const
+std::vector<Data::ShaderSource> FrameIndex::SourcesOf(std::uint32_t program, const Place& place) const
 {
     std::unique_lock lock(m_mutex);
     m_grown.wait(lock, [&] { return m_result.isDone || m_result.frames.size() >= place.frame; });
@@ -152,7 +152,7 @@ void FrameIndex::TakeCall(const Data::CallArguments& call)
 /// Labels and shader sources, of which there are few.
 void FrameIndex::TakeName(const Data::CallArguments& call)
 {
-    if (ProgramSources::Concerns(call.Call())) {
+    if (Data::ProgramSources::Concerns(call.Call())) {
         const std::lock_guard lock(m_mutex);
         m_sources.Follow(call, {m_framesRead + 1, m_frame.calls});
         return;

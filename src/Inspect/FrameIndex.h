@@ -12,7 +12,7 @@
 #include "Data/Capture/CaptureSource.h"
 #include "Data/State/BufferBindings.h"
 #include "Inspect/Bindings.h"
-#include "Inspect/ProgramSources.h"
+#include "Inspect/SourceHistory.h"
 
 namespace Inspect {
 
@@ -63,7 +63,7 @@ public:
     [[nodiscard]] std::string LabelOf(std::uint32_t kind, std::uint32_t name) const;
 
     /// What a program was linked from; waits until the place was read.
-    [[nodiscard]] std::vector<ShaderSource> SourcesOf(std::uint32_t program, const Place& place) const;
+    [[nodiscard]] std::vector<Data::ShaderSource> SourcesOf(std::uint32_t program, const Place& place) const;
 
 private:
     struct ChunkNote {
@@ -85,7 +85,7 @@ private:
     Frames m_result;
     std::vector<ChunkNote> m_chunks;
     std::map<std::pair<std::uint32_t, std::uint32_t>, std::string> m_labels;
-    ProgramSources m_sources;
+    SourceHistory m_sources;
     bool m_stop = false;
 
     // Of the reading thread alone.

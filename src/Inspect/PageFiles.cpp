@@ -9,12 +9,17 @@ namespace Inspect {
 
 const PageFile* FindPageFile(std::string_view name)
 {
+    constexpr const char* Style = "text/css; charset=utf-8";
     constexpr const char* Script = "text/javascript; charset=utf-8";
     static const PageFile files[] = {
         {"index.html", "text/html; charset=utf-8", Pages::index},
-        {"style.css", "text/css; charset=utf-8", Pages::style},
+        {"style.css", Style, Pages::style},
+        {"codemirror.css", Style, Pages::codemirrorStyle},
         {"api.js", Script, Pages::api},
         {"call.js", Script, Pages::call},
+        {"clike.js", Script, Pages::clike},
+        {"codemirror.js", Script, Pages::codemirror},
+        {"editor.js", Script, Pages::editor},
         {"history.js", Script, Pages::history},
         {"inputs.js", Script, Pages::inputs},
         {"keys.js", Script, Pages::keys},
@@ -23,6 +28,7 @@ const PageFile* FindPageFile(std::string_view name)
         {"mesh.js", Script, Pages::mesh},
         {"output.js", Script, Pages::output},
         {"pixels.js", Script, Pages::pixels},
+        {"programs.js", Script, Pages::programs},
         {"resources.js", Script, Pages::resources},
         {"source.js", Script, Pages::source},
         {"state.js", Script, Pages::state},

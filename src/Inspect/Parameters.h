@@ -16,6 +16,8 @@ std::uint32_t NumberOf(const Parameters& parameters, const std::string& name, st
 std::uint32_t NumberOf(const Parameters& parameters, const std::string& name);
 /// The place that "at" names.
 Place PlaceOf(Inspector& inspector, const Parameters& parameters);
+/// With the edits, unless "edited" is 0.
+Replays::Version VersionOf(const Parameters& parameters);
 
 // The requests, by family.
 Answer AnswerCapture(Inspector& inspector, const Parameters& parameters);
@@ -38,5 +40,7 @@ Answer AnswerTexture(Inspector& inspector, const Parameters& parameters);
 Answer AnswerImage(Inspector& inspector, const Parameters& parameters);
 Answer AnswerBuffer(Inspector& inspector, const Parameters& parameters);
 Answer AnswerProgram(Inspector& inspector, const Parameters& parameters);
+
+Answer AnswerEdits(Inspector& inspector, const Parameters& parameters);
 
 } // namespace Inspect

@@ -20,6 +20,7 @@ constexpr Query Queries[] = {
     {"picture", AnswerPicture},     {"pixel", AnswerPixel},     {"inputs", AnswerInputs},
     {"vertices", AnswerVertices},   {"texture", AnswerTexture}, {"image", AnswerImage},
     {"buffer", AnswerBuffer},       {"program", AnswerProgram}, {"setters", AnswerSetters},
+    {"edits", AnswerEdits},
 };
 
 } // namespace

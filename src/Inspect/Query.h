@@ -24,6 +24,9 @@ struct Answer {
 std::vector<std::string> QueryNames();
 /// Throws Error, also for a name that is none of them.
 Answer Ask(Inspector& inspector, const std::string& name, const Parameters& parameters);
+/// Sets what is replayed otherwise than it was recorded, as POST api/edits does; the answer is that of "edits". Throws
+/// Error.
+Answer SetEdits(Inspector& inspector, const Parameters& parameters, const std::string& body);
 
 /// JSON as text; bytes that are no UTF-8 are replaced.
 std::string Text(const Json& json);

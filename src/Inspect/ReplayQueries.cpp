@@ -10,10 +10,10 @@ namespace Inspect {
 
 namespace {
 
-std::shared_ptr<const Outcome> OutcomeAt(Inspector& inspector, const Place& place)
+std::shared_ptr<const Outcome> OutcomeAt(Inspector& inspector, const Place& place, const Parameters& parameters)
 {
     const auto calls = static_cast<std::uint32_t>(inspector.Calls(place.frame)->calls.size());
-    return inspector.Replay().At(place, calls);
+    return inspector.Replay().At(place, calls, VersionOf(parameters));
 }
 
 /// The target that "index" names.
@@ -42,7 +42,7 @@ ReplayAnswer AskAbout(Inspector& inspector, const Parameters& parameters, const 
 {
     more["do"] = what;
     more["name"] = NumberOf(parameters, "name");
-    ReplayAnswer answer = inspector.Replay().Ask(PlaceOf(inspector, parameters), more);
+    ReplayAnswer answer = inspector.Replay().Ask(PlaceOf(inspector, parameters), more, VersionOf(parameters));
     if (answer.json.contains("problem") && answer.bytes.empty())
         throw Error(Error::Kind::Request, std::string(what) + " " + TextOf(parameters, "name") + ": " +
                                               answer.json["problem"].get<std::string>());
@@ -54,7 +54,7 @@ ReplayAnswer AskAbout(Inspector& inspector, const Parameters& parameters, const 
 Answer AnswerTargets(Inspector& inspector, const Parameters& parameters)
 {
     const Place place = PlaceOf(inspector, parameters);
-    const auto outcome = OutcomeAt(inspector, place);
+    const auto outcome = OutcomeAt(inspector, place, parameters);
     Json json = {{"at", inspector.NameOf(place)},
                  {"call", place.call},
                  {"function", outcome->call.value("function", "")},
@@ -67,14 +67,14 @@ Answer AnswerTargets(Inspector& inspector, const Parameters& parameters)
 
 Answer AnswerPixels(Inspector& inspector, const Parameters& parameters)
 {
-    const auto outcome = OutcomeAt(inspector, PlaceOf(inspector, parameters));
+    const auto outcome = OutcomeAt(inspector, PlaceOf(inspector, parameters), parameters);
     const std::size_t index = IndexOf(*outcome, parameters);
     return ToAnswer(outcome->targets[index], outcome->contents[index]);
 }
 
 Answer AnswerPicture(Inspector& inspector, const Parameters& parameters)
 {
-    const auto outcome = OutcomeAt(inspector, PlaceOf(inspector, parameters));
+    const auto outcome = OutcomeAt(inspector, PlaceOf(inspector, parameters), parameters);
     const std::size_t index = IndexOf(*outcome, parameters);
     return {"image/png", EncodePicture(outcome->targets[index], outcome->contents[index])};
 }
@@ -83,7 +83,7 @@ Answer AnswerPicture(Inspector& inspector, const Parameters& parameters)
 Answer AnswerPixel(Inspector& inspector, const Parameters& parameters)
 {
     const Place place = PlaceOf(inspector, parameters);
-    const auto outcome = OutcomeAt(inspector, place);
+    const auto outcome = OutcomeAt(inspector, place, parameters);
     const Json& target = outcome->targets[IndexOf(*outcome, parameters)];
     const std::uint32_t x = NumberOf(parameters, "x");
     const std::uint32_t y = NumberOf(parameters, "y");
@@ -91,7 +91,8 @@ Answer AnswerPixel(Inspector& inspector, const Parameters& parameters)
         throw Error(Error::Kind::Request, "the image has no pixel " + std::to_string(x) + "," + std::to_string(y) +
                                               ", counted from its lower left corner");
     Json writes = inspector.Replay().History(
-        place, {{"do", "history"}, {"object", target["object"]}, {"what", target["what"]}, {"x", x}, {"y", y}});
+        place, {{"do", "history"}, {"object", target["object"]}, {"what", target["what"]}, {"x", x}, {"y", y}},
+        VersionOf(parameters));
     for (Json& write : writes)
         write["at"] = inspector.NameOf({place.frame, write["call"].get<std::uint32_t>()});
     return {.body = Text({{"at", inspector.NameOf(place)},
@@ -106,7 +107,7 @@ Answer AnswerInputs(Inspector& inspector, const Parameters& parameters)
 {
     const Place place = PlaceOf(inspector, parameters);
     Json json = {{"at", inspector.NameOf(place)}};
-    json["inputs"] = inspector.Replay().Ask(place, {{"do", "inputs"}}).json.value("inputs", Json::array());
+    json.update(inspector.Replay().Ask(place, {{"do", "inputs"}}, VersionOf(parameters)).json);
     return {.body = Text(json)};
 }
 
@@ -115,9 +116,13 @@ Answer AnswerVertices(Inspector& inspector, const Parameters& parameters)
     constexpr std::uint32_t MostRows = 10'000;
     const Place place = PlaceOf(inspector, parameters);
     Json json = inspector.Replay()
-                    .Ask(place, {{"do", "vertices"},
-                                 {"first", NumberOf(parameters, "first", 0)},
-                                 {"count", std::min(NumberOf(parameters, "count", MostRows), MostRows)}})
+                    .Ask(place,
+                         {{"do", "vertices"},
+                          {"first", NumberOf(parameters, "first", 0)},
+                          {"count", std::min(NumberOf(parameters, "count", MostRows), MostRows)},
+                          {"shaded", NumberOf(parameters, "shaded", 0) != 0},
+                          {"instance", NumberOf(parameters, "instance", 0)}},
+                         VersionOf(parameters))
                     .json;
     if (json.contains("problem"))
         throw Error(Error::Kind::Request, inspector.NameOf(place) + ": " + json["problem"].get<std::string>());
@@ -150,15 +155,21 @@ Answer AnswerBuffer(Inspector& inspector, const Parameters& parameters)
     return bytes;
 }
 
+/// With its sources as they were recorded, and as they are edited.
 Answer AnswerProgram(Inspector& inspector, const Parameters& parameters)
 {
     Json json = AskAbout(inspector, parameters, "program").json;
+    const std::uint32_t program = NumberOf(parameters, "name");
+    const std::vector<Edit> edits = inspector.Replay().Edits();
     json["shaders"] = Json::array();
-    for (const ShaderSource& shader :
-         inspector.Index().SourcesOf(NumberOf(parameters, "name"), PlaceOf(inspector, parameters)))
+    for (const Data::ShaderSource& shader : inspector.Index().SourcesOf(program, PlaceOf(inspector, parameters))) {
         json["shaders"].push_back({{"shader", shader.shader},
                                    {"type", Tools::EnumText(shader.type)},
                                    {"source", shader.source ? *shader.source : std::string()}});
+        for (const Edit& edit : edits)
+            if (edit.program == program && edit.type == shader.type)
+                json["shaders"].back()["edited"] = edit.source;
+    }
     return {.body = Text(json)};
 }
 

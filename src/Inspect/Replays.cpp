@@ -37,39 +37,42 @@ Replays::Replays(std::string capture, std::string driver, bool cutsFrames)
 {
 }
 
-std::shared_ptr<const Outcome> Replays::At(const Place& place, std::uint32_t calls)
+std::shared_ptr<const Outcome> Replays::At(const Place& place, std::uint32_t calls, Version version)
 {
     const std::lock_guard lock(m_mutex);
-    if (const auto kept = m_kept.find(place); kept != m_kept.end()) {
-        m_recent.remove(place);
-        m_recent.push_front(place);
+    const bool isEdited = version == Version::Edited && !m_edits.empty();
+    const Moment moment = {isEdited ? m_revision : 0, place};
+    if (const auto kept = m_kept.find(moment); kept != m_kept.end()) {
+        m_recent.remove(moment);
+        m_recent.push_front(moment);
         return kept->second;
     }
     auto outcome = std::make_shared<Outcome>();
-    outcome->targets = GoAndAsk(place, Request("targets"), &outcome->call).json.value("targets", Json::array());
+    outcome->targets =
+        GoAndAsk(place, Request("targets"), &outcome->call, version).json.value("targets", Json::array());
     FrameCuts::Wish wish = {place.frame, calls, place.call};
     for (std::size_t i = 0; i < outcome->targets.size(); ++i) {
         Json request = Request("pixels");
         request["index"] = i;
-        outcome->contents.push_back(GoAndAsk(place, request, nullptr).bytes);
+        outcome->contents.push_back(GoAndAsk(place, request, nullptr, version).bytes);
         wish.hashes.push_back(outcome->targets[i].value("hash", ""));
     }
-    if (m_cutsFrames)
+    if (m_cutsFrames && !isEdited)
         m_cuts.Want(std::move(wish));
-    Keep(place, outcome);
+    Keep(moment, outcome);
     return outcome;
 }
 
-ReplayAnswer Replays::Ask(const Place& place, const Json& request)
+ReplayAnswer Replays::Ask(const Place& place, const Json& request, Version version)
 {
     const std::lock_guard lock(m_mutex);
-    return GoAndAsk(place, request, nullptr);
+    return GoAndAsk(place, request, nullptr, version);
 }
 
 /// The process goes to the call, unless `call` is null and it is there.
-ReplayAnswer Replays::GoAndAsk(const Place& place, const Json& request, Json* call)
+ReplayAnswer Replays::GoAndAsk(const Place& place, const Json& request, Json* call, Version version)
 {
-    Running& running = Reach(place);
+    Running& running = Reach(place, version);
     try {
         if (call || running.at != place) {
             ReplayAnswer answer = running.process->Ask(GoTo(running.cut ? running.cut->ToCut(place) : place));
@@ -88,22 +91,12 @@ ReplayAnswer Replays::GoAndAsk(const Place& place, const Json& request, Json* ca
     }
 }
 
-Json Replays::History(const Place& last, Json request)
+Json Replays::History(const Place& last, Json request, Version version)
 {
     const std::lock_guard lock(m_mutex);
-    const std::optional<FrameCut> cut = m_cuts.Find(last.frame);
-    Running running;
-    if (cut && m_spare.process && m_spare.cut->frame == last.frame)
-        running = std::move(m_spare);
-    else
-        running = Start(cut);
-    m_spare = {};
+    Running running = AtStartOf(last.frame, version == Version::Edited ? m_edits : std::vector<Edit>());
+    const std::optional<FrameCut>& cut = running.cut;
     try {
-        // A spare answers that it is at the start.
-        if (cut)
-            running.process->Receive();
-        else
-            running.process->Ask({{"do", "frame"}, {"frame", last.frame - 1}});
         request["call"] = cut ? cut->ToCut(last).call : last.call;
         Json writes = running.process->Ask(request).json.value("writes", Json::array());
         for (Json& write : writes)
@@ -117,9 +110,25 @@ Json Replays::History(const Place& last, Json request)
     }
 }
 
-/// A process that is not behind the place.
-Replays::Running& Replays::Reach(const Place& place)
+void Replays::SetEdits(std::vector<Edit> edits, std::uint32_t frame)
 {
+    const std::lock_guard lock(m_mutex);
+    m_edited = edits.empty() ? Running() : AtStartOf(frame, edits);
+    m_edits = std::move(edits);
+    ++m_revision;
+}
+
+std::vector<Edit> Replays::Edits()
+{
+    const std::lock_guard lock(m_mutex);
+    return m_edits;
+}
+
+/// A process that is not behind the place.
+Replays::Running& Replays::Reach(const Place& place, Version version)
+{
+    if (version == Version::Edited && !m_edits.empty())
+        return ReachEdited(place);
     const std::optional<FrameCut> cut = m_cuts.Find(place.frame);
     if (!cut) {
         if (!m_whole.process || place < m_whole.at)
@@ -128,15 +137,52 @@ Replays::Running& Replays::Reach(const Place& place)
     }
     if (m_frame.process && m_frame.cut->frame == place.frame && !(place < m_frame.at))
         return m_frame;
-    m_frame = m_spare.process && m_spare.cut->frame == place.frame ? std::move(m_spare) : Start(cut);
-    m_spare = {};
-    try {
-        m_frame.process->Receive();
-    } catch (const Error&) {
-        Fail(m_frame, place);
-    }
+    m_frame = AtStartOf(place.frame);
     KeepSpare(*cut);
     return m_frame;
+}
+
+/// Edits are of one frame: the way to another one goes without them.
+Replays::Running& Replays::ReachEdited(const Place& place)
+{
+    if (!m_edited.process || m_edited.at.frame != place.frame || place < m_edited.at)
+        m_edited = AtStartOf(place.frame, m_edits);
+    return m_edited;
+}
+
+/// One that has nothing of the frame behind it.
+Replays::Running Replays::AtStartOf(std::uint32_t frame)
+{
+    const std::optional<FrameCut> cut = m_cuts.Find(frame);
+    Running running = cut && m_spare.process && m_spare.cut->frame == frame ? std::move(m_spare) : Start(cut);
+    m_spare = {};
+    try {
+        // That of a cut answers that it is there.
+        if (cut)
+            running.process->Receive();
+        else
+            running.process->Ask({{"do", "frame"}, {"frame", frame - 1}});
+        running.at = {frame, 0};
+        return running;
+    } catch (const Error&) {
+        Fail(running, {frame, 0});
+    }
+}
+
+Replays::Running Replays::AtStartOf(std::uint32_t frame, const std::vector<Edit>& edits)
+{
+    Running running = AtStartOf(frame);
+    if (edits.empty())
+        return running;
+    running.hasEdits = true;
+    Json answer;
+    try {
+        answer = running.process->Ask(RequestFor(edits, frame, running.cut)).json;
+    } catch (const Error&) {
+        Fail(running, {frame, 0});
+    }
+    CheckAnswer(edits, answer);
+    return running;
 }
 
 /// With a cut, it is told to go to the start of the frame, and will answer that.
@@ -173,18 +219,18 @@ void Replays::Fail(Running& running, const Place& place)
     }
     if (text.empty())
         text = "the replay did not get there";
-    if (running.cut && !running.process->IsAlive())
+    if (running.cut && !running.hasEdits && !running.process->IsAlive())
         m_cuts.Drop(running.cut->frame);
     running = {};
     throw Error(Error::Kind::Replay,
                 "on the way to call " + std::to_string(place.frame) + ":" + std::to_string(place.call) + ": " + text);
 }
 
-void Replays::Keep(const Place& place, std::shared_ptr<const Outcome> outcome)
+void Replays::Keep(const Moment& moment, std::shared_ptr<const Outcome> outcome)
 {
     m_keptBytes += outcome->Bytes();
-    m_kept[place] = std::move(outcome);
-    m_recent.push_front(place);
+    m_kept[moment] = std::move(outcome);
+    m_recent.push_front(moment);
     while (m_keptBytes > MostKeptBytes && m_recent.size() > 1) {
         const auto oldest = m_kept.find(m_recent.back());
         m_keptBytes -= oldest->second->Bytes();

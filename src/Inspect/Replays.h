@@ -6,8 +6,10 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "Inspect/Edit.h"
 #include "Inspect/FrameCuts.h"
 #include "Inspect/Place.h"
 #include "Inspect/ReplayProcess.h"
@@ -30,16 +32,23 @@ struct Outcome {
 /// replaced when it is needed. Members may be called from any thread; they wait for one another.
 class Replays {
 public:
+    /// What is asked about: frames with the edits from their start on, where there are any, or as they were recorded.
+    enum class Version : std::uint8_t { Edited, Recorded };
+
     /// Frames are cut out only where the way back is likely.
     Replays(std::string capture, std::string driver, bool cutsFrames);
 
     /// What a call left behind; kept, up to 256 MiB, for the next time. `calls` are all calls of the frame. Throws
     /// Error.
-    std::shared_ptr<const Outcome> At(const Place& place, std::uint32_t calls);
+    std::shared_ptr<const Outcome> At(const Place& place, std::uint32_t calls, Version version = Version::Edited);
     /// The answer to a request after a call. Throws Error.
-    ReplayAnswer Ask(const Place& place, const Json& request);
+    ReplayAnswer Ask(const Place& place, const Json& request, Version version = Version::Edited);
     /// The answer to "history" from the start of the frame to the call. Throws Error.
-    Json History(const Place& last, Json request);
+    Json History(const Place& last, Json request, Version version = Version::Edited);
+    /// From now on these, in the place of those before. Throws Error where the driver does not take one of them in the
+    /// frame, and those before stay.
+    void SetEdits(std::vector<Edit> edits, std::uint32_t frame);
+    [[nodiscard]] std::vector<Edit> Edits();
     /// Where the frame at hand lies in a file of its own; nothing while it does not.
     [[nodiscard]] std::optional<FrameCut> CutOf(std::uint32_t frame) const { return m_cuts.Find(frame); }
 
@@ -50,14 +59,20 @@ private:
         /// Of the whole capture, or of a cut.
         std::optional<FrameCut> cut;
         Place at;
+        bool hasEdits = false;
     };
 
-    ReplayAnswer GoAndAsk(const Place& place, const Json& request, Json* call);
-    Running& Reach(const Place& place);
+    ReplayAnswer GoAndAsk(const Place& place, const Json& request, Json* call, Version version);
+    Running& Reach(const Place& place, Version version);
+    Running& ReachEdited(const Place& place);
+    Running AtStartOf(std::uint32_t frame);
+    Running AtStartOf(std::uint32_t frame, const std::vector<Edit>& edits);
     Running Start(const std::optional<FrameCut>& cut);
     void KeepSpare(const FrameCut& cut);
     [[noreturn]] void Fail(Running& running, const Place& place);
-    void Keep(const Place& place, std::shared_ptr<const Outcome> outcome);
+    /// A place, and the edits that were in force; 0 without any.
+    using Moment = std::pair<std::uint32_t, Place>;
+    void Keep(const Moment& moment, std::shared_ptr<const Outcome> outcome);
 
     const std::string m_capture;
     const std::string m_driver;
@@ -68,9 +83,14 @@ private:
     Running m_frame;
     /// Was told to go to the start of its frame, and has not been asked whether it is there.
     Running m_spare;
-    std::map<Place, std::shared_ptr<const Outcome>> m_kept;
+    /// Counted each time that they are set.
+    std::uint32_t m_revision = 0;
+    std::vector<Edit> m_edits;
+    /// In the frame at hand, with the edits.
+    Running m_edited;
+    std::map<Moment, std::shared_ptr<const Outcome>> m_kept;
     /// The one that was used last is in front.
-    std::list<Place> m_recent;
+    std::list<Moment> m_recent;
     std::size_t m_keptBytes = 0;
 };
 

@@ -66,10 +66,12 @@ void SetHeaders(httplib::Response& response)
     response.set_header("Cache-Control", "no-store");
 }
 
-void Refuse(httplib::Response& response, int status, const std::string& text)
+void Refuse(httplib::Response& response, int status, const std::string& text, const Json& details = Json::object())
 {
+    Json json = {{"error", text}};
+    json.update(details);
     response.status = status;
-    response.set_content(Text({{"error", text}}) + "\n", "application/json");
+    response.set_content(Text(json) + "\n", "application/json");
 }
 
 } // namespace
@@ -83,7 +85,12 @@ public:
             return Route(request, response) ? httplib::Server::HandlerResponse::Handled
                                             : httplib::Server::HandlerResponse::Unhandled;
         });
-        m_server.set_payload_max_length(0);
+        // Shader sources; who sends them was let through by Route.
+        constexpr std::size_t MostBody = std::size_t{16} << 20;
+        m_server.set_payload_max_length(MostBody);
+        m_server.Post(R"(/\w+/api/edits)", [this](const httplib::Request& request, httplib::Response& response) {
+            Respond(response, [&] { return SetEdits(m_inspector, ParametersOf(request), request.body); });
+        });
         m_server.set_keep_alive_max_count(10'000);
         // Browsers keep several connections open, each of which occupies a thread.
         constexpr std::size_t Threads = 12;
@@ -106,7 +113,7 @@ public:
     void Stop() { m_server.stop(); }
 
 private:
-    /// Everything is answered here: nothing of the server's file handling is used.
+    /// Everything is answered here but what has a body: nothing of the server's file handling is used. False for that.
     bool Route(const httplib::Request& request, httplib::Response& response)
     {
         const std::string origin = request.get_header_value("Origin");
@@ -119,6 +126,8 @@ private:
             Refuse(response, Refused, "the address does not have this server's token");
         else if (request.method == "POST" && path == "/api/close")
             Close(response);
+        else if (request.method == "POST" && path == "/api/edits")
+            return false;
         else if (request.method != "GET")
             Refuse(response, NotFound, "there is nothing to do there");
         else if (path.starts_with("/api/"))
@@ -153,15 +162,27 @@ private:
             Refuse(response, NotFound, "there is no such page");
     }
 
+    static Parameters ParametersOf(const httplib::Request& request)
+    {
+        return {request.params.begin(), request.params.end()};
+    }
+
     void AnswerQuery(const std::string& name, const httplib::Request& request, httplib::Response& response)
     {
+        Respond(
+            response, [&] { return Ask(m_inspector, name, ParametersOf(request)); });
+    }
+
+    template <class Make> static void Respond(httplib::Response& response, Make make)
+    {
         try {
-            const Answer answer = Ask(m_inspector, name, {request.params.begin(), request.params.end()});
+            const Answer answer = make();
             for (const auto& [header, value] : answer.headers)
                 response.set_header(header, value);
             response.set_content(answer.body, answer.type);
         } catch (const Error& error) {
-            Refuse(response, error.What() == Error::Kind::Request ? BadRequest : ReplayFailed, error.what());
+            Refuse(response, error.What() == Error::Kind::Request ? BadRequest : ReplayFailed, error.what(),
+                   error.Details());
         }
     }
 

@@ -6,7 +6,9 @@
 
 #include <unistd.h>
 
+#include "Inspect/Edit.h"
 #include "Inspect/Error.h"
+#include "Inspect/Parameters.h"
 #include "Inspect/Query.h"
 #include "Inspect/Server.h"
 #include "Sides/Child.h"
@@ -26,6 +28,13 @@ constexpr Util::Option Options[] = {
      "NAME=VALUE",
      "Requests"},
     {"--at", "PLACE", "with --query: the same as at=PLACE", "Requests"},
+    {"--edit", "EDIT",
+     "with --query: replay the frame with this change: PROGRAM:STAGE=FILE gives a program's vertex, fragment, ... "
+     "shader "
+     "another source; skip, scissor (draw one pixel), textures (of 2x2 texels), simple (one colour) and no-blending "
+     "are "
+     "for all draws of the frame, or for one with @PLACE; may be given again",
+     "Requests"},
     {"--driver", "DIR",
      "take libEGL.so.1 and libGLESv2.so.2, or libEGL.so and libGLESv2.so, from this folder; the way back within a "
      "frame then begins at the start of the capture",
@@ -47,7 +56,8 @@ constexpr const char* Usage =
     "Examples:\n"
     "  playback-inspect --open x.glcap\n"
     "  playback-inspect --query state --at 57:12 x.glcap\n"
-    "  playback-inspect --query picture --at 57:12 x.glcap > x.png";
+    "  playback-inspect --query picture --at 57:12 x.glcap > x.png\n"
+    "  playback-inspect --query picture --at 57:12 --edit 5:fragment=new.frag x.glcap > new.png";
 
 ExitStatus Fail(ExitStatus status, const std::string& text)
 {
@@ -64,10 +74,12 @@ struct Request {
     /// Empty for the server.
     std::string query;
     Inspect::Parameters parameters = {};
+    std::vector<std::string> edits = {};
 };
 
-std::string ReadRequest(const Util::ParseArgs::CmdLineArgs& args, Request& request)
+std::string ReadRequest(const Util::CommandLine::Result& parsed, Request& request)
 {
+    const Util::ParseArgs::CmdLineArgs& args = parsed.args;
     if (args.positional.empty())
         return "no capture file given";
     request.file = args.positional.front();
@@ -78,6 +90,7 @@ std::string ReadRequest(const Util::ParseArgs::CmdLineArgs& args, Request& reque
     request.driver = value("--driver");
     request.query = value("--query");
     request.opensBrowser = args.HasSwitch("--open");
+    request.edits = parsed.AllValues("--edit");
     constexpr std::uint32_t MostPort = 65535;
     if (args.FindValue("--port")) {
         const auto port = Inspect::ParseNumber(value("--port"));
@@ -94,8 +107,8 @@ std::string ReadRequest(const Util::ParseArgs::CmdLineArgs& args, Request& reque
             return "one capture file and NAME=VALUE expected, found " + parameter;
         request.parameters[parameter.substr(0, equals)] = parameter.substr(equals + 1);
     }
-    if (request.query.empty() && !request.parameters.empty())
-        return "parameters go with --query";
+    if (request.query.empty() && (!request.parameters.empty() || !request.edits.empty()))
+        return "parameters and edits go with --query";
     return {};
 }
 
@@ -104,6 +117,12 @@ ExitStatus Print(Inspect::Inspector& inspector, const Request& request)
     Inspect::Parameters parameters = request.parameters;
     // A page asks again; here all of it is wanted.
     parameters.try_emplace("wait", "1");
+    if (!request.edits.empty()) {
+        std::vector<Inspect::Edit> edits;
+        for (const std::string& edit : request.edits)
+            edits.push_back(Inspect::ReadEdit(inspector, edit));
+        inspector.Replay().SetEdits(std::move(edits), Inspect::PlaceOf(inspector, parameters).frame);
+    }
     Inspect::Answer answer = Inspect::Ask(inspector, request.query, parameters);
     if (answer.type == "application/json")
         answer.body = nlohmann::ordered_json::parse(answer.body).dump(2) + "\n";
@@ -159,7 +178,7 @@ ExitStatus Run(int argc, char** argv)
     const Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
     Request request;
     if (const std::optional<ExitStatus> answered = Util::AnswerCommandLine(
-            "playback-inspect", Usage, commandLine, parsed, [&] { return ReadRequest(parsed.args, request); }))
+            "playback-inspect", Usage, commandLine, parsed, [&] { return ReadRequest(parsed, request); }))
         return *answered;
     // In all threads to come, since one of the server's takes them.
     const sigset_t signals = EndSignals();

@@ -11,6 +11,7 @@
 #include "Interfaces/GLFramebuffers.h"
 #include "Probe/ObjectContents.h"
 #include "Probe/Programs.h"
+#include "Probe/ProgramsInUse.h"
 
 namespace Probe {
 
@@ -41,6 +42,8 @@ public:
         for (const auto& [key, owner] : model.Context().group->objects.owners)
             if (key.first == ObjectKind::Buffer)
                 m_buffers[names.GetValueGLBuffer(key.second)] = key.second;
+            else if (key.first == ObjectKind::Program)
+                m_programs[names.GetValueGLProgram(key.second)] = key.second;
     }
 
     std::vector<Input> Read()
@@ -49,7 +52,7 @@ public:
         switch (Data::ActionOf(m_action.Call())) {
         case Data::ActionKind::Draw:
         case Data::ActionKind::Dispatch:
-            ReadProgram();
+            ReadPrograms();
             break;
         case Data::ActionKind::Blit:
         case Data::ActionKind::Copy:
@@ -67,11 +70,13 @@ public:
     }
 
 private:
-    void ReadProgram()
+    void ReadPrograms()
     {
-        m_captured = m_names.GetCurrentProgram();
-        m_program = m_captured != 0 ? m_names.GetValueGLProgram(m_captured) : 0;
-        if (m_program != 0) {
+        for (const unsigned int program : ProgramsInUse()) {
+            m_program = program;
+            m_captured = m_programs[program];
+            if (m_captured == 0)
+                continue;
             ReadUniforms();
             if (GL().glGetActiveUniformBlockiv)
                 ReadBlocks();
@@ -165,6 +170,7 @@ private:
     const Playback::GLResourceTable& m_names;
     /// Captured names by live ones.
     std::map<GLuint, std::uint32_t> m_buffers;
+    std::map<GLuint, std::uint32_t> m_programs;
     std::uint32_t m_captured = 0;
     GLuint m_program = 0;
     std::vector<Input> m_inputs;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Playback/Names/GLResourceTable.h"
+#include "Probe/EditRequests.h"
 #include "Probe/History.h"
 #include "Probe/ObjectContents.h"
 #include "Probe/Programs.h"
@@ -104,23 +105,37 @@ Reply Program(const Replayer& replayer, const nlohmann::json& request)
     return {json};
 }
 
+/// Of what a vertex shader gives.
+Json OutputJson(const VertexArray& array)
+{
+    return {{"name", array.name}, {"size", array.size}, {"type", array.type}, {"isInteger", array.isInteger}};
+}
+
+Json ToJson(const VertexArray& array)
+{
+    return {{"location", array.location},
+            {"name", array.name},
+            {"size", array.size},
+            {"type", array.type},
+            {"isNormalized", array.isNormalized},
+            {"isInteger", array.isInteger},
+            {"stride", array.stride},
+            {"offset", array.offset},
+            {"buffer", array.buffer},
+            {"divisor", array.divisor}};
+}
+
+/// Of a draw: what its vertex shader reads, or where "shaded" is true, what it gives.
 Reply Vertices(Replayer& replayer, const nlohmann::json& request)
 {
-    const VertexTable table = replayer.Vertices(request.value("first", 0U), request.value("count", 0U));
+    const VertexRange range = {request.value("first", 0U), request.value("count", 0U), request.value("instance", 0U)};
+    const bool isShaded = request.value("shaded", false);
+    const VertexTable table = isShaded ? replayer.ShadedVertices(range) : replayer.Vertices(range.first, range.count);
     if (!table.problem.empty())
         return Problem(table.problem);
     Json json = {{"count", table.count}, {"arrays", Json::array()}, {"rows", Json::array()}};
     for (const VertexArray& array : table.arrays)
-        json["arrays"].push_back({{"location", array.location},
-                                  {"name", array.name},
-                                  {"size", array.size},
-                                  {"type", array.type},
-                                  {"isNormalized", array.isNormalized},
-                                  {"isInteger", array.isInteger},
-                                  {"stride", array.stride},
-                                  {"offset", array.offset},
-                                  {"buffer", array.buffer},
-                                  {"divisor", array.divisor}});
+        json["arrays"].push_back(isShaded ? OutputJson(array) : ToJson(array));
     for (const VertexTable::Row& row : table.rows)
         json["rows"].push_back({{"index", row.index}, {"values", row.values}});
     return {json};
@@ -165,6 +180,8 @@ std::optional<Reply> Look(Replayer& replayer, std::string_view what, const nlohm
         return Vertices(replayer, request);
     if (what == "history")
         return History(replayer, request);
+    if (what == "edits")
+        return TakeEdits(replayer, request);
     return std::nullopt;
 }
 

@@ -1,6 +1,10 @@
 #include "Probe/Programs.h"
 
+#include <algorithm>
+#include <array>
+#include <iterator>
 #include <map>
+#include <span>
 
 #include <GLES3/gl32.h>
 
@@ -77,6 +81,64 @@ UniformType DescribeType(GLenum type)
     return entry != types.end() ? entry->second : UniformType{Sampler, 1, 0};
 }
 
+/// The name of an element of an array; of others the name itself.
+std::string ElementName(const ActiveVariable& variable, GLint element)
+{
+    if (!variable.name.ends_with("[0]"))
+        return variable.name;
+    return variable.name.substr(0, variable.name.size() - 2) + std::to_string(element) + "]";
+}
+
+using Table = Core::GLESProcTable;
+
+struct MatrixType {
+    GLenum type;
+    void (*Table::*set)(GLint, GLsizei, GLboolean, const GLfloat*);
+};
+constexpr MatrixType MatrixTypes[] = {
+    {GL_FLOAT_MAT2, &Table::glUniformMatrix2fv},     {GL_FLOAT_MAT3, &Table::glUniformMatrix3fv},
+    {GL_FLOAT_MAT4, &Table::glUniformMatrix4fv},     {GL_FLOAT_MAT2x3, &Table::glUniformMatrix2x3fv},
+    {GL_FLOAT_MAT3x2, &Table::glUniformMatrix3x2fv}, {GL_FLOAT_MAT2x4, &Table::glUniformMatrix2x4fv},
+    {GL_FLOAT_MAT4x2, &Table::glUniformMatrix4x2fv}, {GL_FLOAT_MAT3x4, &Table::glUniformMatrix3x4fv},
+    {GL_FLOAT_MAT4x3, &Table::glUniformMatrix4x3fv},
+};
+
+/// `set` by the number of components.
+template <class T>
+void SetVector(GLint location, std::span<const double> values,
+               const std::array<void (*)(GLint, GLsizei, const T*), 4>& set)
+{
+    std::array<T, 4> raw = {};
+    const std::size_t count = std::min(values.size(), raw.size());
+    for (std::size_t i = 0; i < count; ++i)
+        raw[i] = static_cast<T>(values[i]);
+    if (count > 0 && set[count - 1])
+        set[count - 1](location, 1, raw.data());
+}
+
+void SetElement(GLint location, GLenum type, std::span<const double> values)
+{
+    const Table& gl = GL();
+    const auto* const matrix = std::ranges::find(MatrixTypes, type, &MatrixType::type);
+    if (matrix != std::end(MatrixTypes)) {
+        const std::vector<GLfloat> raw(values.begin(), values.end());
+        if (gl.*matrix->set)
+            (gl.*matrix->set)(location, 1, GL_FALSE, raw.data());
+        return;
+    }
+    switch (DescribeType(type).base) {
+    case UniformType::Float:
+        SetVector<GLfloat>(location, values, {gl.glUniform1fv, gl.glUniform2fv, gl.glUniform3fv, gl.glUniform4fv});
+        break;
+    case UniformType::Unsigned:
+        SetVector<GLuint>(location, values, {gl.glUniform1uiv, gl.glUniform2uiv, gl.glUniform3uiv, gl.glUniform4uiv});
+        break;
+    default:
+        SetVector<GLint>(location, values, {gl.glUniform1iv, gl.glUniform2iv, gl.glUniform3iv, gl.glUniform4iv});
+        break;
+    }
+}
+
 std::vector<double> UniformValues(GLuint program, GLint location, const UniformType& type)
 {
     constexpr std::size_t Most = 16;
@@ -98,6 +160,14 @@ std::vector<double> UniformValues(GLuint program, GLint location, const UniformT
 }
 
 } // namespace
+
+bool IsImage(unsigned int type)
+{
+    // GL_IMAGE_1D and GL_UNSIGNED_INT_IMAGE_2D_MULTISAMPLE_ARRAY of GL_ARB_shader_image_load_store.
+    constexpr GLenum First = 0x904C;
+    constexpr GLenum Last = 0x906C;
+    return type >= First && type <= Last;
+}
 
 int ProgramParameter(unsigned int program, unsigned int name)
 {
@@ -158,19 +228,38 @@ std::vector<ActiveVariable> ActiveUniforms(unsigned int program)
 std::optional<std::vector<double>> ValuesOf(unsigned int program, const ActiveVariable& uniform)
 {
     const UniformType type = DescribeType(uniform.type);
-    std::string name = uniform.name;
-    const bool isArray = name.ends_with("[0]");
     std::vector<double> all;
     for (GLint i = 0; i < uniform.count; ++i) {
-        if (isArray)
-            name = uniform.name.substr(0, uniform.name.size() - 2) + std::to_string(i) + "]";
-        const GLint location = GL().glGetUniformLocation(program, name.c_str());
+        const GLint location = GL().glGetUniformLocation(program, ElementName(uniform, i).c_str());
         if (location < 0)
             break;
         const std::vector<double> values = UniformValues(program, location, type);
         all.insert(all.end(), values.begin(), values.end());
     }
     return all.empty() ? std::nullopt : std::optional(std::move(all));
+}
+
+void SetValues(unsigned int program, const ActiveVariable& uniform, const std::vector<double>& values)
+{
+    const std::size_t size = DescribeType(uniform.type).components;
+    if (IsImage(uniform.type))
+        return;
+    for (std::size_t i = 0; (i + 1) * size <= values.size(); ++i) {
+        const auto element = static_cast<GLint>(i);
+        const GLint location = GL().glGetUniformLocation(program, ElementName(uniform, element).c_str());
+        if (location >= 0)
+            SetElement(location, uniform.type, std::span(values).subspan(i * size, size));
+    }
+}
+
+ValueForm FormOf(unsigned int type)
+{
+    const UniformType described = DescribeType(type);
+    using Base = ValueForm::Base;
+    const Base base = described.base == UniformType::Float      ? Base::Float
+                      : described.base == UniformType::Unsigned ? Base::Unsigned
+                                                                : Base::Int;
+    return {base, described.components};
 }
 
 } // namespace Probe

@@ -1,6 +1,7 @@
 // What the live driver says of a program.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
@@ -31,5 +32,16 @@ struct ActiveVariable {
 [[nodiscard]] std::vector<ActiveVariable> ActiveUniforms(unsigned int program);
 /// The values of all elements of a uniform of the default block; nothing for another one.
 [[nodiscard]] std::optional<std::vector<double>> ValuesOf(unsigned int program, const ActiveVariable& uniform);
+/// Sets values as ValuesOf has them in a uniform of the program, which is in use. Images keep what their shader says.
+void SetValues(unsigned int program, const ActiveVariable& uniform, const std::vector<double>& values);
+/// Of images that shaders read and write.
+[[nodiscard]] bool IsImage(unsigned int type);
+/// Components of a value of this type, and whether they are floats, integers or unsigned ones.
+struct ValueForm {
+    enum class Base : std::uint8_t { Float, Int, Unsigned };
+    Base base = Base::Float;
+    std::size_t components = 1;
+};
+[[nodiscard]] ValueForm FormOf(unsigned int type);
 
 } // namespace Probe

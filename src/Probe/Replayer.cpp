@@ -40,6 +40,7 @@ std::unique_ptr<Replayer> Replayer::Open(const std::string& path, const std::str
     if (!replayer->m_replay)
         return nullptr;
     replayer->m_replay->SetStateModel(&replayer->m_model);
+    replayer->m_edits = std::make_unique<Edits>(replayer->m_replay->Names(), replayer->m_model);
     return replayer;
 }
 
@@ -173,18 +174,19 @@ void Replayer::Play(CallId call)
         const Data::CallArguments arguments(call, record);
         ReadPicture("surface " + std::to_string(arguments.Unsigned(1)), 0);
     }
-    const bool isAction = Data::ActionOf(call) != Data::ActionKind::None;
+    const Data::ActionKind kind = Data::ActionOf(call);
+    const bool isAction = kind != Data::ActionKind::None;
     const bool isKept = m_watched || IsWanted() || (m_isStepping && (isAction || IsQuestion(NameOf(call))));
     if (isKept)
         m_record.assign(record.Bytes().begin(), record.Bytes().end());
     if (m_isStepping && isAction && m_beforeAction)
         m_beforeAction();
     CrashNote::Set(m_frames + 1, m_diagnostics.position.call, NameOf(call));
-    const bool isPlayed = m_replay->Call(call, record.Record());
+    const bool isPlayed = PlayLive(call, kind);
     const auto describe = [&]() -> PlayedAction {
-        return {{}, Data::ActionOf(call), m_frames + 1, m_diagnostics.position.call, m_thread, NameOf(call), isPlayed};
+        return {{}, kind, m_frames + 1, m_diagnostics.position.call, m_thread, NameOf(call), isPlayed};
     };
-    if (!isPlayed && m_failed.size() < MostFailed)
+    if (!isPlayed && m_failed.size() < MostFailed && !m_edits->Skip(kind, m_diagnostics.position.call))
         m_failed.push_back(describe());
     if (!isKept)
         return;
@@ -195,6 +197,16 @@ void Replayer::Play(CallId call)
         CompareAnswers(kept, Data::CallArguments(call, record));
     if (m_watched)
         CheckWatched(call, kept);
+}
+
+bool Replayer::PlayLive(CallId call, Data::ActionKind kind)
+{
+    const Data::RecordCursor& record = m_reader.Record();
+    if (Data::ProgramSources::Concerns(call))
+        m_edits->Programs().Follow({call, record});
+    const auto replay = [&] { return m_replay->Call(call, record.Record()); };
+    const std::uint32_t number = m_diagnostics.position.call;
+    return m_edits->Concern(kind, number) ? m_edits->Play(kind, number, replay) : replay();
 }
 
 void Replayer::Other()
@@ -304,6 +316,17 @@ VertexTable Replayer::Vertices(std::uint32_t first, std::uint32_t most)
             buffers.push_back(key.second);
     return ReadVertices({*call, Data::RecordView(m_record.data())}, m_action.isPlayed, m_replay->Names(), buffers,
                         first, most);
+}
+
+VertexTable Replayer::ShadedVertices(const VertexRange& range)
+{
+    VertexTable table = Vertices(range.first, range.count);
+    if (!table.problem.empty())
+        return table;
+    if (!m_action.isPlayed)
+        return {.problem = "the draw did not reach the driver"};
+    return ReadShadedVertices({*KeptCall(), Data::RecordView(m_record.data())}, m_edits->Programs().StageOfVertices(),
+                              range, std::move(table));
 }
 
 void Replayer::CheckWatched(CallId call, const Data::CallArguments& arguments)

@@ -13,6 +13,7 @@
 #include "Data/Records/RecordWalk.h"
 #include "Data/Records/References.h"
 #include "Data/State/StateModel.h"
+#include "Probe/Edits.h"
 #include "Probe/Inputs.h"
 #include "Probe/Targets.h"
 #include "Probe/Vertices.h"
@@ -112,6 +113,10 @@ public:
     /// Of the last call, where it is a draw.
     VertexTable Vertices(std::uint32_t first, std::uint32_t most);
 
+    /// The same after the vertex shader.
+    VertexTable ShadedVertices(const VertexRange& range);
+    [[nodiscard]] Edits& ChangedDraws() { return *m_edits; }
+
     /// From now on notes each call after which the input is another one.
     void Watch(Input input) { m_watched = std::move(input); }
     [[nodiscard]] const std::vector<Change>& Changes() const { return m_changes; }
@@ -127,6 +132,8 @@ private:
     /// The hashes of this driver are those to compare with.
     bool IsReference(std::uint32_t driver);
     void Play(Data::CallId call);
+    /// As it was recorded, or as the edits will have it.
+    bool PlayLive(Data::CallId call, Data::ActionKind kind);
     void Other();
     void TakeFrameEnd(const Data::FramePictureRecord& picture);
     void ReadPicture(const std::string& object, std::optional<unsigned int> framebuffer);
@@ -140,6 +147,7 @@ private:
     Data::Diagnostics m_diagnostics;
     Data::StateModel m_model;
     std::unique_ptr<Replay::LiveReplay> m_replay;
+    std::unique_ptr<Edits> m_edits;
     Data::RecordReader m_reader;
     /// The record at hand was read ahead.
     bool m_isAhead = false;

@@ -165,7 +165,9 @@ Reply Service::Inputs()
     Json inputs = Json::array();
     for (const Input& input : m_replayer.Inputs())
         inputs.push_back(ToJson(input));
-    return {{{"inputs", std::move(inputs)}}};
+    const bool hasPrograms = m_replayer.HasContext();
+    return {{{"inputs", std::move(inputs)},
+             {"programs", hasPrograms ? m_replayer.ChangedDraws().Programs().InUse() : std::vector<std::uint32_t>()}}};
 }
 
 Reply Service::Watch(const nlohmann::json& request)

@@ -48,13 +48,15 @@ class Inspect(EndToEndTest):
         parts = urllib.parse.urlsplit(self.address)
         self.host, self.path = parts.netloc, parts.path
 
-    def request(self, path, method="GET", **headers):
-        """(status, headers, body) of a request to the server."""
+    def request(self, path, method="GET", sent="", **headers):
+        """(status, headers, body) of a request to the server, with what is sent after its headers."""
         connection = http.client.HTTPConnection(self.host, timeout=PATIENCE_S)
         connection.putrequest(method, path, skip_host="Host" in headers)
         for name, value in headers.items():
             connection.putheader(name.replace("_", "-"), value)
-        connection.endheaders()
+        if sent:
+            connection.putheader("Content-Length", len(sent))
+        connection.endheaders(sent.encode() or None)
         answer = connection.getresponse()
         return answer.status, answer.headers, answer.read()
 

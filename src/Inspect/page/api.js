@@ -1,30 +1,35 @@
 // What the server answers; docs/inspect-api.md has it all.
 
-async function get(name, parameters, signal) {
-    const address = new URL(`api/${name}`, document.baseURI);
-    for (const [key, value] of Object.entries(parameters))
-        if (value !== undefined) address.searchParams.set(key, value);
+/** Whether answers are about the frame with what was edited, or as it was recorded. */
+export const version = { isEdited: true };
+
+async function get(name, parameters, options) {
     let response;
     try {
-        response = await fetch(address, { signal });
+        response = await fetch(addressOf(name, parameters), options);
     } catch (error) {
         if (error.name === "AbortError") throw error;
         throw new Error("The server does not answer: it has ended, or the way to it is closed.");
     }
     if (!response.ok) {
         const answer = await response.json().catch(() => ({}));
-        throw new Error(answer.error || `The server answered with status ${response.status}.`);
+        const error = new Error(answer.error || `The server answered with status ${response.status}.`);
+        throw Object.assign(error, { details: answer });
     }
     return response;
 }
 
 export async function ask(name, parameters = {}, signal = undefined) {
-    return (await get(name, parameters, signal)).json();
+    return (await get(name, parameters, { signal })).json();
+}
+
+export async function send(name, parameters, body) {
+    return (await get(name, parameters, { method: "POST", headers: { "Content-Type": "application/json" }, body: JSON.stringify(body) })).json();
 }
 
 /** Contents with what their pixels are: { components, width, height, data }. */
 export async function askBytes(name, parameters, signal) {
-    const response = await get(name, parameters, signal);
+    const response = await get(name, parameters, { signal });
     return {
         components: response.headers.get("Playback-Components"),
         width: +response.headers.get("Playback-Width"),
@@ -36,7 +41,9 @@ export async function askBytes(name, parameters, signal) {
 
 export function addressOf(name, parameters) {
     const address = new URL(`api/${name}`, document.baseURI);
-    for (const [key, value] of Object.entries(parameters)) address.searchParams.set(key, value);
+    for (const [key, value] of Object.entries(parameters))
+        if (value !== undefined) address.searchParams.set(key, value);
+    if (!version.isEdited) address.searchParams.set("edited", 0);
     return address.href;
 }
 

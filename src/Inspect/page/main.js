@@ -6,13 +6,14 @@ import { loadInputs, renderInputs } from "./inputs.js";
 import { showKeys } from "./keys.js";
 import { MeshView } from "./mesh.js";
 import { Output } from "./output.js";
+import { ProgramView } from "./programs.js";
 import { ResourceView } from "./resources.js";
 import { StateView } from "./state.js";
 import { Timeline } from "./timeline.js";
 import { CallTree } from "./tree.js";
 import { byId, clamp, make } from "./util.js";
 
-const Tabs = ["call", "state", "inputs", "mesh", "resources", "pixel"];
+const Tabs = ["call", "state", "inputs", "mesh", "shaders", "resources", "pixel"];
 const Views = ["calls", "output", ...Tabs];
 const place = { frame: 0, call: 0, at: "" };
 let view = "output", tab = "state", marked, aborter = new AbortController(), shown = "";
@@ -24,8 +25,9 @@ const output = new Output({
     showHistory: () => { setTab("pixel"); fillTab(true); },
 });
 const state = new StateView(openObject);
-const mesh = new MeshView(openObject);
+const mesh = new MeshView({ open: openObject, again: () => fillTab() });
 const resources = new ResourceView();
+const programs = new ProgramView({ changed: () => go(place.at, true), open: openObject, alertUser });
 
 function alertUser(error) {
     if (error.name === "AbortError") return;
@@ -112,6 +114,9 @@ async function fillTab(isAsked = false) {
         } else if (tab === "mesh") {
             await mesh.load(at, tree.textOfCall(place.call), signal);
             if (isCurrent() && tab === "mesh") mesh.render(detail);
+        } else if (tab === "shaders") {
+            await programs.load(at, signal);
+            if (isCurrent() && tab === "shaders") programs.render(detail);
         } else if (tab === "state") {
             await state.load(at, marked, signal);
             if (isCurrent() && tab === "state") renderState();
@@ -191,6 +196,7 @@ const Keys = {
     "j": () => step(1), "k": () => step(-1), "]": () => stepFrame(1), "[": () => stepFrame(-1),
     "/": () => { if (matchMedia("(max-width: 720px)").matches) setView("calls"); byId("filter").focus(); },
     "g": () => byId("place").select(), "a": () => tree.setMode(!tree.showsCalls),
+    "u": () => programs.undo(place.at), "p": () => programs.toggleVersion(),
     "m": () => { marked = marked === place.at ? undefined : place.at; fillTab(); },
     "h": () => output.toggleHold(), "f": () => output.fitRange(), "+": () => output.zoomBy(2), "=": () => output.zoomBy(2),
     "-": () => output.zoomBy(0.5), "0": () => output.fit(), "r": () => output.setChannel(0), "e": () => output.setChannel(1),
@@ -259,6 +265,8 @@ async function begin() {
     byId("file").title = [capture.command, capture.recordedOn.renderer, capture.recordedOn.version].filter(Boolean).join("\n");
     document.title = capture.file;
     await timeline.load();
+    await programs.loadEdits();
+    byId("edited").addEventListener("click", () => openTab("shaders"));
     if (timeline.trouble) alertUser(new Error(timeline.trouble));
     if (timeline.count) readAddress();
     else alertUser(new Error("The capture has no calls."));

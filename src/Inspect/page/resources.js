@@ -17,6 +17,14 @@ const Words = {
 };
 const BufferPart = 16384;
 
+/** Attributes or uniforms of a program. */
+export function variables(list) {
+    return make("table", { class: "values" }, make("tbody", {}, list.map(one => make("tr", {},
+        make("th", { scope: "row" }, one.name), make("td", {}, `${Types[one.type] ?? "0x" + one.type.toString(16)}` +
+            (one.count > 1 ? `[${one.count}]` : "") + (one.location >= 0 ? ` at ${one.location}` : ""),
+        one.values && make("pre", { class: "plain" }, one.values.map(short).join(", ")))))));
+}
+
 export class ResourceView {
     constructor() {
         this.kind = "textures";
@@ -104,16 +112,13 @@ export class ResourceView {
 
     async program() {
         const answer = await ask("program", { at: this.at, name: this.name });
-        const table = list => make("table", { class: "values" }, make("tbody", {}, list.map(one => make("tr", {},
-            make("th", { scope: "row" }, one.name), make("td", {}, `${Types[one.type] ?? "0x" + one.type.toString(16)}` +
-                (one.count > 1 ? `[${one.count}]` : "") + (one.location >= 0 ? ` at ${one.location}` : ""),
-            one.values && make("pre", { class: "plain" }, one.values.map(short).join(", ")))))));
         const parts = [];
         if (answer.log) parts.push(make("h3", {}, "Log of linking"), make("pre", {}, answer.log));
         for (const shader of answer.shaders ?? [])
-            parts.push(make("h3", {}, `${shader.type}, shader ${shader.shader}`), highlight(shader.source));
-        if (answer.attributes?.length) parts.push(make("h3", {}, "Attributes"), table(answer.attributes));
-        if (answer.uniforms?.length) parts.push(make("h3", {}, "Uniforms"), table(answer.uniforms));
+            parts.push(make("h3", {}, `${shader.type}, shader ${shader.shader}${shader.edited === undefined ? "" : ", edited"}`),
+                highlight(shader.edited ?? shader.source));
+        if (answer.attributes?.length) parts.push(make("h3", {}, "Attributes"), variables(answer.attributes));
+        if (answer.uniforms?.length) parts.push(make("h3", {}, "Uniforms"), variables(answer.uniforms));
         return parts;
     }
 }

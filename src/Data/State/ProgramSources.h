@@ -7,14 +7,15 @@
 #include <vector>
 
 #include "Data/Records/CallArguments.h"
-#include "Inspect/Place.h"
 
-namespace Inspect {
+namespace Data {
 
 struct ShaderSource {
+    /// 0 where the program was made of a source at once.
     std::uint32_t shader = 0;
     /// GL_VERTEX_SHADER ...
     std::uint32_t type = 0;
+    /// Null where none was given.
     std::shared_ptr<const std::string> source;
 };
 
@@ -22,16 +23,16 @@ struct ShaderSource {
 /// apart: of two programs with one name, the one linked last counts.
 class ProgramSources {
 public:
-    [[nodiscard]] static bool Concerns(Data::CallId call);
-    void Follow(const Data::CallArguments& call, const Place& place);
-    /// Those of the last time that the program was linked in front of the place; empty where it was not.
-    [[nodiscard]] std::vector<ShaderSource> Of(std::uint32_t program, const Place& place) const;
+    [[nodiscard]] static bool Concerns(CallId call);
+    /// The program that the call links, or loads from a binary; 0 for another call.
+    std::uint32_t Follow(const CallArguments& call);
+    /// Those of the last time that the program was linked; empty where it was not, and where it came from a binary.
+    [[nodiscard]] const std::vector<ShaderSource>& Of(std::uint32_t program) const;
 
 private:
     std::map<std::uint32_t, ShaderSource> m_shaders;
     std::map<std::uint32_t, std::vector<std::uint32_t>> m_attached;
-    /// By program, then by the place where it was linked.
-    std::map<std::uint32_t, std::map<Place, std::vector<ShaderSource>>> m_linked;
+    std::map<std::uint32_t, std::vector<ShaderSource>> m_linked;
 };
 
-} // namespace Inspect
+} // namespace Data

@@ -1,17 +1,15 @@
-#include "Inspect/ProgramSources.h"
+#include "Data/State/ProgramSources.h"
 
 #include <algorithm>
 #include <cstring>
 #include <optional>
 
-namespace Inspect {
+namespace Data {
 
 namespace {
 
-using Data::CallId;
-
 /// Strings behind a pointer, one after the other: offsets of 8 bytes each, then the zero-terminated texts.
-std::shared_ptr<const std::string> Join(const Data::CallArguments& call, std::size_t strings, std::uint32_t count,
+std::shared_ptr<const std::string> Join(const CallArguments& call, std::size_t strings, std::uint32_t count,
                                         std::optional<std::size_t> lengths)
 {
     const auto contents = call.Contents(strings);
@@ -41,6 +39,8 @@ bool ProgramSources::Concerns(CallId call)
     case CallId::glAttachShader:
     case CallId::glDetachShader:
     case CallId::glLinkProgram:
+    case CallId::glProgramBinary:
+    case CallId::glProgramBinaryOES:
     case CallId::glCreateShaderProgramv:
     case CallId::glDeleteProgram:
         return true;
@@ -49,45 +49,48 @@ bool ProgramSources::Concerns(CallId call)
     }
 }
 
-void ProgramSources::Follow(const Data::CallArguments& call, const Place& place)
+std::uint32_t ProgramSources::Follow(const CallArguments& call)
 {
     switch (call.Call()) {
     case CallId::glCreateShader:
         m_shaders[call.Returned()] = {call.Returned(), call.Unsigned(0), nullptr};
-        break;
+        return 0;
     case CallId::glShaderSource:
         m_shaders[call.Unsigned(0)].source = Join(call, 2, call.Unsigned(1), 3);
-        break;
+        return 0;
     case CallId::glAttachShader:
         m_attached[call.Unsigned(0)].push_back(call.Unsigned(1));
-        break;
+        return 0;
     case CallId::glDetachShader:
         std::erase(m_attached[call.Unsigned(0)], call.Unsigned(1));
-        break;
+        return 0;
     case CallId::glLinkProgram: {
-        std::vector<ShaderSource>& linked = m_linked[call.Unsigned(0)][place];
+        std::vector<ShaderSource>& linked = m_linked[call.Unsigned(0)];
+        linked.clear();
         for (const std::uint32_t shader : m_attached[call.Unsigned(0)])
             linked.push_back(m_shaders[shader]);
-        break;
+        return call.Unsigned(0);
     }
+    case CallId::glProgramBinary:
+    case CallId::glProgramBinaryOES:
+        m_linked[call.Unsigned(0)].clear();
+        return call.Unsigned(0);
     case CallId::glCreateShaderProgramv:
-        m_linked[call.Returned()][place] = {{0, call.Unsigned(0), Join(call, 2, call.Unsigned(1), {})}};
-        break;
+        m_linked[call.Returned()] = {{0, call.Unsigned(0), Join(call, 2, call.Unsigned(1), {})}};
+        return call.Returned();
     case CallId::glDeleteProgram:
         m_attached.erase(call.Unsigned(0));
-        break;
+        return 0;
     default:
-        break;
+        return 0;
     }
 }
 
-std::vector<ShaderSource> ProgramSources::Of(std::uint32_t program, const Place& place) const
+const std::vector<ShaderSource>& ProgramSources::Of(std::uint32_t program) const
 {
-    const auto all = m_linked.find(program);
-    if (all == m_linked.end())
-        return {};
-    const auto after = all->second.upper_bound(place);
-    return after != all->second.begin() ? std::prev(after)->second : std::vector<ShaderSource>{};
+    static const std::vector<ShaderSource> none;
+    const auto linked = m_linked.find(program);
+    return linked != m_linked.end() ? linked->second : none;
 }
 
-} // namespace Inspect
+} // namespace Data
