@@ -16,7 +16,7 @@ import { byId, clamp, make } from "./util.js";
 const Tabs = ["call", "state", "inputs", "mesh", "shaders", "resources", "pixel"];
 const Views = ["calls", "output", ...Tabs];
 const place = { frame: 0, call: 0, at: "" };
-let view = "output", tab = "state", marked, aborter = new AbortController(), shown = "";
+let view = "output", tab = "state", marked, aborter = new AbortController(), shown = null;
 
 const timeline = new Timeline(frame => { if (frame !== place.frame) go(String(frame)); });
 const tree = new CallTree(call => { if (call !== place.call) go(`${place.frame}:c${call}`); });
