@@ -17,6 +17,7 @@
 #include "Playback/PlaybackSettings.h"
 #include "Playback/Surfaces/EGLProxySurfaceFactory.h"
 #include "Replay/Driver.h"
+#include "Replay/GpuCounters.h"
 #include "Util/OutputFile.h"
 
 namespace Host {
@@ -150,7 +151,8 @@ Util::Outcome Session::StartStatistics()
 Util::ExitStatus Session::ListCounters() const
 {
     const DriverProbe probe(m_output.Compositor());
-    const std::vector<std::string> names = probe.HasContext() ? GpuCounters("*").Names() : std::vector<std::string>();
+    const std::vector<std::string> names =
+        probe.HasContext() ? Replay::GpuCounters("*").Names() : std::vector<std::string>();
     for (const std::string& name : names)
         Util::Print(name + "\n");
     if (names.empty())

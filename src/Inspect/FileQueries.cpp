@@ -82,7 +82,7 @@ Answer AnswerCapture(Inspector& inspector, const Parameters&)
 /// Column by column, since there may be many.
 Answer AnswerFrames(Inspector& inspector, const Parameters& parameters)
 {
-    if (TextOf(parameters, "wait", "0") != "0")
+    if (IsSet(parameters, "wait"))
         inspector.Index().Wait();
     const FrameIndex::Frames all = inspector.Index().Get();
     const std::size_t first =

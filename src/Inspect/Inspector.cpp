@@ -23,9 +23,12 @@ Data::CaptureHeader ReadHeader(const std::string& path)
 
 } // namespace
 
-Inspector::Inspector(std::string path, std::string driver, bool isLasting)
-    : m_path(std::move(path)), m_header(ReadHeader(m_path)), m_index(m_path),
-      m_replays(m_path, std::move(driver), isLasting)
+Inspector::Inspector(std::string path, const std::string& driver, bool isLasting)
+    : m_path(std::move(path)), m_header(ReadHeader(m_path)), m_index(m_path), m_replays(m_path, driver, isLasting),
+      m_thumbnails(m_path, driver,
+                   {.isBusy = [this] { return m_asking > 0; },
+                    .cutOf = [this](std::uint32_t frame) { return m_replays.CutOf(frame); },
+                    .cutsFrames = isLasting && driver.empty()})
 {
 }
 

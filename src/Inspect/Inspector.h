@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <list>
 #include <map>
@@ -13,6 +14,7 @@
 #include "Inspect/FrameCalls.h"
 #include "Inspect/FrameIndex.h"
 #include "Inspect/Replays.h"
+#include "Inspect/Thumbnails.h"
 #include "Tools/Info/StateText.h"
 
 namespace Inspect {
@@ -22,12 +24,25 @@ namespace Inspect {
 class Inspector {
 public:
     /// Throws Error when the file is no capture. `isLasting`: many requests will come.
-    Inspector(std::string path, std::string driver, bool isLasting);
+    Inspector(std::string path, const std::string& driver, bool isLasting);
 
     [[nodiscard]] const std::string& Path() const { return m_path; }
     [[nodiscard]] const Data::CaptureHeader& Header() const { return m_header; }
     [[nodiscard]] const FrameIndex& Index() const { return m_index; }
     [[nodiscard]] Replays& Replay() { return m_replays; }
+    [[nodiscard]] Thumbnails& Pictures() { return m_thumbnails; }
+
+    /// While it lives, somebody waits for an answer.
+    class Asking {
+    public:
+        explicit Asking(Inspector& inspector) : m_count(inspector.m_asking) { ++m_count; }
+        ~Asking() { --m_count; }
+        Asking(const Asking&) = delete;
+        Asking& operator=(const Asking&) = delete;
+
+    private:
+        std::atomic<int>& m_count;
+    };
 
     std::shared_ptr<const FrameCalls> Calls(std::uint32_t frame);
     /// A place that a request names.
@@ -46,6 +61,8 @@ private:
     Data::CaptureHeader m_header;
     FrameIndex m_index;
     Replays m_replays;
+    std::atomic<int> m_asking = 0;
+    Thumbnails m_thumbnails;
 
     std::mutex m_callsMutex;
     /// The last used one in front.

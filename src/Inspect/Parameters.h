@@ -14,10 +14,14 @@ std::string TextOf(const Parameters& parameters, const std::string& name, const 
 std::uint32_t NumberOf(const Parameters& parameters, const std::string& name, std::uint32_t otherwise);
 /// The same, where it must be given.
 std::uint32_t NumberOf(const Parameters& parameters, const std::string& name);
+/// Whether it is given, and not 0.
+bool IsSet(const Parameters& parameters, const std::string& name);
 /// The place that "at" names.
 Place PlaceOf(Inspector& inspector, const Parameters& parameters);
 /// With the edits, unless "edited" is 0.
 Replays::Version VersionOf(const Parameters& parameters);
+/// Contents that a replay answered, with what their pixels are. Throws Error where there is a problem instead.
+Answer ToAnswer(const Json& json, const std::vector<std::uint8_t>& bytes);
 
 // The requests, by family.
 Answer AnswerCapture(Inspector& inspector, const Parameters& parameters);
@@ -33,6 +37,11 @@ Answer AnswerResources(Inspector& inspector, const Parameters& parameters);
 Answer AnswerTargets(Inspector& inspector, const Parameters& parameters);
 Answer AnswerPixels(Inspector& inspector, const Parameters& parameters);
 Answer AnswerPicture(Inspector& inspector, const Parameters& parameters);
+Answer AnswerOverlay(Inspector& inspector, const Parameters& parameters);
+Answer AnswerShow(Inspector& inspector, const Parameters& parameters);
+Answer AnswerThumbnails(Inspector& inspector, const Parameters& parameters);
+Answer AnswerThumbnail(Inspector& inspector, const Parameters& parameters);
+Answer AnswerTimes(Inspector& inspector, const Parameters& parameters);
 Answer AnswerPixel(Inspector& inspector, const Parameters& parameters);
 Answer AnswerInputs(Inspector& inspector, const Parameters& parameters);
 Answer AnswerVertices(Inspector& inspector, const Parameters& parameters);

@@ -1,5 +1,7 @@
 #include "Inspect/Query.h"
 
+#include <optional>
+
 #include "Inspect/Error.h"
 #include "Inspect/Parameters.h"
 #include "Util/Spelling.h"
@@ -14,13 +16,18 @@ struct Query {
 };
 
 constexpr Query Queries[] = {
-    {"capture", AnswerCapture},     {"frames", AnswerFrames},   {"actions", AnswerActions},
-    {"calls", AnswerCalls},         {"call", AnswerCall},       {"state", AnswerState},
-    {"resources", AnswerResources}, {"targets", AnswerTargets}, {"pixels", AnswerPixels},
-    {"picture", AnswerPicture},     {"pixel", AnswerPixel},     {"inputs", AnswerInputs},
-    {"vertices", AnswerVertices},   {"texture", AnswerTexture}, {"image", AnswerImage},
-    {"buffer", AnswerBuffer},       {"program", AnswerProgram}, {"setters", AnswerSetters},
-    {"edits", AnswerEdits},
+    {"capture", AnswerCapture},     {"frames", AnswerFrames},
+    {"actions", AnswerActions},     {"calls", AnswerCalls},
+    {"call", AnswerCall},           {"state", AnswerState},
+    {"resources", AnswerResources}, {"targets", AnswerTargets},
+    {"pixels", AnswerPixels},       {"picture", AnswerPicture},
+    {"pixel", AnswerPixel},         {"inputs", AnswerInputs},
+    {"vertices", AnswerVertices},   {"texture", AnswerTexture},
+    {"image", AnswerImage},         {"buffer", AnswerBuffer},
+    {"program", AnswerProgram},     {"overlay", AnswerOverlay},
+    {"show", AnswerShow},           {"thumbnails", AnswerThumbnails},
+    {"thumbnail", AnswerThumbnail}, {"times", AnswerTimes},
+    {"setters", AnswerSetters},     {"edits", AnswerEdits},
 };
 
 } // namespace
@@ -37,8 +44,13 @@ Answer Ask(Inspector& inspector, const std::string& name, const Parameters& para
 {
     std::vector<std::string_view> names;
     for (const Query& query : Queries) {
-        if (name == query.name)
+        if (name == query.name) {
+            // Thumbnails are made while nobody waits for anything else.
+            std::optional<Inspector::Asking> asking;
+            if (!name.starts_with("thumbnail"))
+                asking.emplace(inspector);
             return query.ask(inspector, parameters);
+        }
         names.emplace_back(query.name);
     }
     throw Error(Error::Kind::Request, "there is no query \"" + name + "\"" + Util::Suggestion(name, names));
@@ -70,6 +82,11 @@ std::uint32_t NumberOf(const Parameters& parameters, const std::string& name)
     if (!parameters.contains(name))
         throw Error(Error::Kind::Request, name + " is missing");
     return NumberOf(parameters, name, 0);
+}
+
+bool IsSet(const Parameters& parameters, const std::string& name)
+{
+    return TextOf(parameters, name, "0") != "0";
 }
 
 Place PlaceOf(Inspector& inspector, const Parameters& parameters)

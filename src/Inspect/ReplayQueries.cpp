@@ -26,17 +26,6 @@ std::size_t IndexOf(const Outcome& outcome, const Parameters& parameters)
                                           ", found " + std::to_string(index));
 }
 
-Answer ToAnswer(const Json& json, const std::vector<std::uint8_t>& bytes)
-{
-    if (json.contains("problem") && bytes.empty())
-        throw Error(Error::Kind::Request, json["problem"].get<std::string>());
-    return {"application/octet-stream",
-            std::string(bytes.begin(), bytes.end()),
-            {{"Playback-Components", json.value("components", "")},
-             {"Playback-Width", std::to_string(json.value("width", 0U))},
-             {"Playback-Height", std::to_string(json.value("height", 0U))}}};
-}
-
 /// A request about an object that "name" names.
 ReplayAnswer AskAbout(Inspector& inspector, const Parameters& parameters, const char* what, Json more = Json::object())
 {
@@ -50,6 +39,17 @@ ReplayAnswer AskAbout(Inspector& inspector, const Parameters& parameters, const 
 }
 
 } // namespace
+
+Answer ToAnswer(const Json& json, const std::vector<std::uint8_t>& bytes)
+{
+    if (json.contains("problem") && bytes.empty())
+        throw Error(Error::Kind::Request, json["problem"].get<std::string>());
+    return {"application/octet-stream",
+            std::string(bytes.begin(), bytes.end()),
+            {{"Playback-Components", json.value("components", "")},
+             {"Playback-Width", std::to_string(json.value("width", 0U))},
+             {"Playback-Height", std::to_string(json.value("height", 0U))}}};
+}
 
 Answer AnswerTargets(Inspector& inspector, const Parameters& parameters)
 {
@@ -90,9 +90,10 @@ Answer AnswerPixel(Inspector& inspector, const Parameters& parameters)
     if (x >= target.value("width", 0U) || y >= target.value("height", 0U))
         throw Error(Error::Kind::Request, "the image has no pixel " + std::to_string(x) + "," + std::to_string(y) +
                                               ", counted from its lower left corner");
-    Json writes = inspector.Replay().History(
-        place, {{"do", "history"}, {"object", target["object"]}, {"what", target["what"]}, {"x", x}, {"y", y}},
-        VersionOf(parameters));
+    const Json request = {
+        {"do", "history"}, {"object", target["object"]}, {"what", target["what"]}, {"x", x}, {"y", y}};
+    Json writes =
+        inspector.Replay().AskFromStart(place, request, VersionOf(parameters)).json.value("writes", Json::array());
     for (Json& write : writes)
         write["at"] = inspector.NameOf({place.frame, write["call"].get<std::uint32_t>()});
     return {.body = Text({{"at", inspector.NameOf(place)},
@@ -138,7 +139,10 @@ Answer AnswerTexture(Inspector& inspector, const Parameters& parameters)
 
 Answer AnswerImage(Inspector& inspector, const Parameters& parameters)
 {
-    const ReplayAnswer answer = AskAbout(inspector, parameters, "image", {{"index", NumberOf(parameters, "index", 0)}});
+    Json request = {{"index", NumberOf(parameters, "index", 0)}};
+    if (parameters.contains("shader"))
+        request["shader"] = TextOf(parameters, "shader");
+    const ReplayAnswer answer = AskAbout(inspector, parameters, "image", std::move(request));
     if (TextOf(parameters, "format") == "png")
         return {"image/png", EncodePicture(answer.json, answer.bytes)};
     return ToAnswer(answer.json, answer.bytes);

@@ -20,6 +20,18 @@ Json GoTo(const Place& place)
     return {{"do", "go"}, {"frame", place.frame}, {"call", place.call}};
 }
 
+/// The calls that lists in an answer name, in the numbers of the whole capture.
+void NumberAsWhole(Json& answer, const FrameCut& cut)
+{
+    for (Json& list : answer) {
+        if (!list.is_array())
+            continue;
+        for (Json& entry : list)
+            if (entry.is_object() && entry.contains("call"))
+                entry["call"] = cut.ToWhole({1, entry["call"].get<std::uint32_t>()}).call;
+    }
+}
+
 } // namespace
 
 std::size_t Outcome::Bytes() const
@@ -79,9 +91,8 @@ ReplayAnswer Replays::GoAndAsk(const Place& place, const Json& request, Json* ca
             running.at = place;
             if (answer.json.contains("problem"))
                 throw Error(Error::Kind::Replay, answer.json["problem"].get<std::string>());
-            for (Json& failed : answer.json["failed"])
-                if (running.cut)
-                    failed["call"] = running.cut->ToWhole({1, failed["call"].get<std::uint32_t>()}).call;
+            if (running.cut)
+                NumberAsWhole(answer.json, *running.cut);
             if (call)
                 *call = std::move(answer.json);
         }
@@ -91,20 +102,19 @@ ReplayAnswer Replays::GoAndAsk(const Place& place, const Json& request, Json* ca
     }
 }
 
-Json Replays::History(const Place& last, Json request, Version version)
+ReplayAnswer Replays::AskFromStart(const Place& last, Json request, Version version)
 {
     const std::lock_guard lock(m_mutex);
     Running running = AtStartOf(last.frame, version == Version::Edited ? m_edits : std::vector<Edit>());
     const std::optional<FrameCut>& cut = running.cut;
     try {
         request["call"] = cut ? cut->ToCut(last).call : last.call;
-        Json writes = running.process->Ask(request).json.value("writes", Json::array());
-        for (Json& write : writes)
-            if (cut)
-                write["call"] = cut->ToWhole({1, write["call"].get<std::uint32_t>()}).call;
-        if (cut)
+        ReplayAnswer answer = running.process->Ask(request);
+        if (cut) {
+            NumberAsWhole(answer.json, *cut);
             KeepSpare(*cut);
-        return writes;
+        }
+        return answer;
     } catch (const Error&) {
         Fail(running, last);
     }

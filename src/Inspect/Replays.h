@@ -43,8 +43,9 @@ public:
     std::shared_ptr<const Outcome> At(const Place& place, std::uint32_t calls, Version version = Version::Edited);
     /// The answer to a request after a call. Throws Error.
     ReplayAnswer Ask(const Place& place, const Json& request, Version version = Version::Edited);
-    /// The answer to "history" from the start of the frame to the call. Throws Error.
-    Json History(const Place& last, Json request, Version version = Version::Edited);
+    /// The answer to a request that goes from the start of the frame on, such as "history", with the last call as its
+    /// "call". Throws Error.
+    ReplayAnswer AskFromStart(const Place& last, Json request, Version version = Version::Edited);
     /// From now on these, in the place of those before. Throws Error where the driver does not take one of them in the
     /// frame, and those before stay.
     void SetEdits(std::vector<Edit> edits, std::uint32_t frame);

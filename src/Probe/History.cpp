@@ -106,12 +106,13 @@ std::vector<PixelWrite> PixelHistory(Replayer& replayer, const PixelPlace& place
     std::vector<double> before;
     bool isThere = false;
     const bool isFramebuffer = place.object.starts_with("framebuffer ") || place.object == "default framebuffer";
-    replayer.SetBeforeAction([&] {
+    const auto look = [&] {
         isThere = false;
         // Reading takes long where it is for nothing.
         if (replayer.HasContext() && (!isFramebuffer || replayer.DrawFramebuffer() == place.object))
             before = PixelIn(replayer.Targets(), place, isThere);
-    });
+    };
+    replayer.SetAroundAction(look, {});
     while (replayer.ToAction() == Replayer::Stop::Action && replayer.Action().call <= last) {
         if (!isThere)
             continue;
@@ -120,7 +121,7 @@ std::vector<PixelWrite> PixelHistory(Replayer& replayer, const PixelPlace& place
         const std::string obstacle = before == after ? Obstacle(place, action.kind) : "";
         writes.push_back({action.call, action.function, action.kind, before, std::move(after), obstacle});
     }
-    replayer.SetBeforeAction({});
+    replayer.SetAroundAction({}, {});
     return writes;
 }
 

@@ -3,9 +3,13 @@
 #include <algorithm>
 
 #include "Playback/Names/GLResourceTable.h"
+#include "Probe/ActionSteps.h"
+#include "Probe/ActionTimes.h"
+#include "Probe/DisplayShader.h"
 #include "Probe/EditRequests.h"
 #include "Probe/History.h"
 #include "Probe/ObjectContents.h"
+#include "Probe/Overlay.h"
 #include "Probe/Programs.h"
 
 namespace Probe {
@@ -24,15 +28,12 @@ Reply Go(Replayer& replayer, const nlohmann::json& request)
     if (replayer.ToCall(frame, call) != Replayer::Stop::Action)
         return Problem("call " + std::to_string(frame) + ":" + std::to_string(call) + " cannot be reached");
     const PlayedAction& action = replayer.Action();
-    Json failed = Json::array();
-    for (const PlayedAction& one : replayer.Failed())
-        failed.push_back({{"call", one.call}, {"function", one.function}});
     return {{{"frame", action.frame},
              {"call", action.call},
              {"function", action.function},
              {"thread", action.thread},
              {"isPlayed", action.isPlayed},
-             {"failed", std::move(failed)}}};
+             {"failed", FailedOf(replayer.Failed())}}};
 }
 
 /// The images of a texture.
@@ -58,7 +59,18 @@ Reply Image(Replayer& replayer, const nlohmann::json& request)
     const std::size_t index = request.value("index", std::size_t{0});
     if (index >= images.size())
         return Problem("the texture has " + std::to_string(images.size()) + " images");
-    return ToReply(ReadImage(texture, images[index]));
+    const Contents contents = ReadImage(texture, images[index]);
+    return ToReply(request.contains("shader") ? ApplyDisplayShader(contents, request.value("shader", "")) : contents);
+}
+
+/// An image that the call could write to, as a shader shows it.
+Reply Show(Replayer& replayer, const nlohmann::json& request)
+{
+    const std::size_t index = request.value("index", std::size_t{0});
+    std::vector<Target> targets = replayer.Targets();
+    if (index >= targets.size())
+        return Problem("the call has " + std::to_string(targets.size()) + " images");
+    return ToReply(ApplyDisplayShader(targets[index].contents, request.value("shader", "")));
 }
 
 Reply Buffer(const Replayer& replayer, const nlohmann::json& request)
@@ -158,14 +170,36 @@ Reply History(Replayer& replayer, const nlohmann::json& request)
     return {{{"writes", std::move(writes)}}};
 }
 
+/// Of all actions from here to the end of the frame.
+Reply Times(Replayer& replayer)
+{
+    const FrameTimes times = TimeActions(replayer);
+    Json json = {{"times", Json::array()}, {"note", times.note}};
+    for (const ActionTime& time : times.actions)
+        json["times"].push_back({{"call", time.call},
+                                 {"gpuMs", time.gpuMs ? Json(*time.gpuMs) : Json()},
+                                 {"cpuMs", time.cpuMs},
+                                 {"doneMs", time.doneMs}});
+    json["failed"] = FailedOf(replayer.FailedOfFrame());
+    return {std::move(json)};
+}
+
+Reply ToReply(Overlay overlay)
+{
+    Reply reply = Probe::ToReply(std::move(overlay.pixels));
+    if (!overlay.note.empty())
+        reply.json["note"] = std::move(overlay.note);
+    return reply;
+}
+
 } // namespace
 
 std::optional<Reply> Look(Replayer& replayer, std::string_view what, const nlohmann::json& request)
 {
     if (what == "go")
         return Go(replayer, request);
-    const bool isAboutNames =
-        what == "texture" || what == "image" || what == "buffer" || what == "program" || what == "history";
+    const bool isAboutNames = what == "texture" || what == "image" || what == "buffer" || what == "program" ||
+                              what == "history" || what == "overlay" || what == "show";
     if (isAboutNames && !replayer.HasContext())
         return Problem("no context is current");
     if (what == "texture")
@@ -182,6 +216,14 @@ std::optional<Reply> Look(Replayer& replayer, std::string_view what, const nlohm
         return History(replayer, request);
     if (what == "edits")
         return TakeEdits(replayer, request);
+    if (what == "overlay")
+        return ToReply(OverlayOf(replayer, request.value("kind", "")));
+    if (what == "times")
+        return Times(replayer);
+    if (what == "show")
+        return Show(replayer, request);
+    if (what == "overdraw")
+        return ToReply(Overdraw(replayer, request.value("call", 0U)));
     return std::nullopt;
 }
 

@@ -9,7 +9,8 @@
 
 namespace Probe {
 
-/// Nothing for a request that is none of these: "go", "texture", "image", "buffer", "program", "vertices", "history".
+/// Nothing for a request that is none of these: "go", "texture", "image", "buffer", "program", "vertices", "history",
+/// "overlay", "overdraw", "show", "times".
 std::optional<Reply> Look(Replayer& replayer, std::string_view what, const nlohmann::json& request);
 
 } // namespace Probe

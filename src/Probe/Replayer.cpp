@@ -97,6 +97,11 @@ bool Replayer::IsWanted() const
     return m_wantedFrame == m_frames + 1 && m_wantedCall == m_diagnostics.position.call;
 }
 
+bool Replayer::IsInFrontOfKept() const
+{
+    return m_isStepping || (m_wantedFrame == m_frames + 1 && m_wantedCall == m_diagnostics.position.call + 1);
+}
+
 Replayer::Stop Replayer::Run(bool stopsAtActions)
 {
     while (Next()) {
@@ -104,7 +109,7 @@ Replayer::Stop Replayer::Run(bool stopsAtActions)
         if (record.Is(RecordId::FrameEnd)) {
             ++m_frames;
             m_counter.BeginFrame();
-            m_failed.clear();
+            m_failedOfFrame = std::exchange(m_failed, {});
             return Stop::FrameEnd;
         }
         const std::optional<CallId> call = m_source->CallOf(record.Header());
@@ -177,12 +182,22 @@ void Replayer::Play(CallId call)
     const Data::ActionKind kind = Data::ActionOf(call);
     const bool isAction = kind != Data::ActionKind::None;
     const bool isKept = m_watched || IsWanted() || (m_isStepping && (isAction || IsQuestion(NameOf(call))));
-    if (isKept)
+    if (isKept) {
         m_record.assign(record.Bytes().begin(), record.Bytes().end());
-    if (m_isStepping && isAction && m_beforeAction)
+        m_recordCall = m_diagnostics.position.call;
+    }
+    m_vertices = std::exchange(m_verticesToCome, {});
+    m_tests.reset();
+    if (IsWanted() && kind == Data::ActionKind::Draw && HasContext())
+        m_tests.emplace();
+    if (m_isStepping && isAction && m_beforeAction) {
         m_beforeAction();
+        DeliverVertices();
+    }
     CrashNote::Set(m_frames + 1, m_diagnostics.position.call, NameOf(call));
     const bool isPlayed = PlayLive(call, kind);
+    if (m_isStepping && isAction && m_afterAction)
+        m_afterAction();
     const auto describe = [&]() -> PlayedAction {
         return {{}, kind, m_frames + 1, m_diagnostics.position.call, m_thread, NameOf(call), isPlayed};
     };
@@ -215,6 +230,9 @@ void Replayer::Other()
     if (record.Header().id < Data::FirstBuiltInId)
         return;
     if (Data::ThreadRecord thread; record.Is(RecordId::Thread) && record.Read(thread)) {
+        // Another context may be current there.
+        if (thread.thread != m_thread)
+            m_tests.reset();
         m_thread = thread.thread;
         m_replay->SetThread(thread.thread);
     } else if (Data::FrameHashRecord hash; record.Is(RecordId::FrameHash) && record.Read(hash)) {
@@ -232,6 +250,8 @@ void Replayer::Other()
     } else if (Data::FramePictureRecord end; record.Is(RecordId::FramePicture) && record.Read(end)) {
         TakeFrameEnd(end);
     } else {
+        if (record.Is(RecordId::VertexAttribData) && IsInFrontOfKept())
+            m_verticesToCome.emplace_back(record.Bytes().begin(), record.Bytes().end());
         m_replay->Other(record);
         if (m_watched && (record.Is(RecordId::UnmapBuffer) || record.Is(RecordId::FlushMappedBufferRange)))
             NoteWatched("glUnmapBuffer");
@@ -272,61 +292,6 @@ void Replayer::CompareAnswers(const Data::CallArguments& recorded, const Data::C
         answer.live.resize(std::min(answer.live.size(), Most));
         m_answers.push_back(std::move(answer));
     }
-}
-
-std::optional<Data::CallId> Replayer::KeptCall() const
-{
-    return m_record.empty() ? std::nullopt : m_source->CallOf(Data::RecordView(m_record.data()).Header());
-}
-
-std::vector<Target> Replayer::Targets()
-{
-    const auto call = KeptCall();
-    return call ? ReadTargets({*call, Data::RecordView(m_record.data())}, m_model, m_replay->Names())
-                : std::vector<Target>{};
-}
-
-std::vector<Input> Replayer::Inputs()
-{
-    const auto call = KeptCall();
-    return call ? ReadInputs({*call, Data::RecordView(m_record.data())}, m_model, m_replay->Names())
-                : std::vector<Input>{};
-}
-
-std::string Replayer::DrawFramebuffer()
-{
-    return FramebufferText(m_model);
-}
-
-unsigned int Replayer::TextureOf(std::uint32_t captured)
-{
-    // The table answers the captured name for a texture that it does not know.
-    const bool isKnown = captured != 0 && m_model.Known(Data::ObjectKind::Texture, captured) != 0;
-    return isKnown ? m_replay->Names().GetValueGLTexture(captured) : 0;
-}
-
-VertexTable Replayer::Vertices(std::uint32_t first, std::uint32_t most)
-{
-    const auto call = KeptCall();
-    if (!call || Data::ActionOf(*call) != Data::ActionKind::Draw || !m_model.HasContext())
-        return {.problem = "this call is no draw"};
-    std::vector<std::uint32_t> buffers;
-    for (const auto& [key, owner] : m_model.Context().group->objects.owners)
-        if (key.first == Data::ObjectKind::Buffer)
-            buffers.push_back(key.second);
-    return ReadVertices({*call, Data::RecordView(m_record.data())}, m_action.isPlayed, m_replay->Names(), buffers,
-                        first, most);
-}
-
-VertexTable Replayer::ShadedVertices(const VertexRange& range)
-{
-    VertexTable table = Vertices(range.first, range.count);
-    if (!table.problem.empty())
-        return table;
-    if (!m_action.isPlayed)
-        return {.problem = "the draw did not reach the driver"};
-    return ReadShadedVertices({*KeptCall(), Data::RecordView(m_record.data())}, m_edits->Programs().StageOfVertices(),
-                              range, std::move(table));
 }
 
 void Replayer::CheckWatched(CallId call, const Data::CallArguments& arguments)

@@ -16,6 +16,7 @@
 #include "Probe/Edits.h"
 #include "Probe/Inputs.h"
 #include "Probe/Targets.h"
+#include "Probe/TestBuffers.h"
 #include "Probe/Vertices.h"
 #include "Replay/LiveReplay.h"
 #include "Replay/PictureReader.h"
@@ -92,11 +93,15 @@ public:
     [[nodiscard]] std::uint32_t FrameCount() const { return m_source->FrameCount(); }
     /// Of the last ToFrameEnd, or since the last action.
     [[nodiscard]] std::vector<Picture>& Pictures() { return m_pictures; }
+    /// The number of the call at hand in its frame.
+    [[nodiscard]] std::uint32_t Call() const { return m_diagnostics.position.call; }
     /// Of the last ToAction or ToCall.
     [[nodiscard]] const PlayedAction& Action() const { return m_action; }
     [[nodiscard]] const std::vector<Answer>& Answers() const { return m_answers; }
     /// Calls of the frame at work that were refused or raised an error.
     [[nodiscard]] const std::vector<PlayedAction>& Failed() const { return m_failed; }
+    /// Of the frame that ended last.
+    [[nodiscard]] const std::vector<PlayedAction>& FailedOfFrame() const { return m_failedOfFrame; }
     [[nodiscard]] const Playback::GLResourceTable& Names() const { return m_replay->Names(); }
     /// The live name; 0 where the capture has no such texture at this place.
     [[nodiscard]] unsigned int TextureOf(std::uint32_t captured);
@@ -107,8 +112,26 @@ public:
     std::vector<Target> Targets();
     std::vector<Input> Inputs();
 
-    /// Called in front of each action that ToAction stops at, when Targets are those of before it. Empty for nothing.
-    void SetBeforeAction(std::function<void()> function) { m_beforeAction = std::move(function); }
+    /// The last call as it was before the driver wrote to its record.
+    [[nodiscard]] std::optional<Data::CallArguments> LastCall() const;
+    /// What the tests of the last call compared with, where ToCall went to a draw; null otherwise.
+    [[nodiscard]] const TestBuffers* Tests() const { return m_tests ? &*m_tests : nullptr; }
+    /// Has the driver do the last call once more; before an action, the one that follows. False when nothing came of
+    /// it.
+    bool Redraw();
+    /// Has `draw` do something in the place of that call, with the edits that are in force for it; answers what it
+    /// does.
+    bool AsEdited(const std::function<bool()>& draw);
+    /// Gives the driver the vertices in client memory that came with that call, which a draw uses up.
+    void DeliverVertices();
+
+    /// Called in front of each action that ToAction stops at, when Targets are those of before it, and right after it.
+    /// Empty for nothing.
+    void SetAroundAction(std::function<void()> before, std::function<void()> after)
+    {
+        m_beforeAction = std::move(before);
+        m_afterAction = std::move(after);
+    }
 
     /// Of the last call, where it is a draw.
     VertexTable Vertices(std::uint32_t first, std::uint32_t most);
@@ -126,6 +149,8 @@ private:
 
     Stop Run(bool stopsAtActions);
     [[nodiscard]] bool IsWanted() const;
+    /// The record at hand comes with a call that may be made again.
+    [[nodiscard]] bool IsInFrontOfKept() const;
     /// Moves to the next record, unless the one at hand was not looked at yet.
     bool Next();
     void TakeActionHash();
@@ -137,7 +162,6 @@ private:
     void Other();
     void TakeFrameEnd(const Data::FramePictureRecord& picture);
     void ReadPicture(const std::string& object, std::optional<unsigned int> framebuffer);
-    [[nodiscard]] std::optional<Data::CallId> KeptCall() const;
     void CompareAnswers(const Data::CallArguments& recorded, const Data::CallArguments& live);
     void CheckWatched(Data::CallId call, const Data::CallArguments& arguments);
     [[nodiscard]] bool MayChangeWatched(const Data::CallArguments& arguments);
@@ -168,9 +192,16 @@ private:
     std::vector<std::uint8_t> m_referencePicture;
     PlayedAction m_action;
     std::vector<PlayedAction> m_failed;
+    std::vector<PlayedAction> m_failedOfFrame;
     std::function<void()> m_beforeAction;
+    std::function<void()> m_afterAction;
     /// The record of a call as it was before the driver wrote to it.
     std::vector<std::uint8_t> m_record;
+    std::uint32_t m_recordCall = 0;
+    /// Records of vertices in client memory: of that call, and of the one to come.
+    std::vector<std::vector<std::uint8_t>> m_vertices;
+    std::vector<std::vector<std::uint8_t>> m_verticesToCome;
+    std::optional<TestBuffers> m_tests;
     std::vector<Answer> m_answers;
     std::optional<Input> m_watched;
     std::vector<Change> m_changes;

@@ -39,6 +39,9 @@ Reply Service::Answer(const std::string& request, std::istream& input)
         return Reference(json.value("index", std::size_t{0}));
     if (what == "put")
         return Put(json.value("index", std::size_t{0}), input);
+    if (what == "step")
+        return m_steps.Next(m_replayer);
+    m_steps.Forget();
     if (what == "inputs")
         return Inputs();
     if (what == "watch")
@@ -63,6 +66,7 @@ Reply Service::Frame(std::uint32_t frame, bool wantsPictures)
     Json json = {{"frame", m_replayer.Frames()}, {"frames", m_replayer.FrameCount()}};
     if (stop == Replayer::Stop::End)
         json["end"] = true;
+    json["failed"] = m_replayer.FailedOfFrame().size();
     if (wantsPictures)
         json["pictures"] = TakePictures();
     return {json};

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "Probe/ActionSteps.h"
 #include "Probe/Json.h"
 #include "Probe/Replayer.h"
 
@@ -32,6 +33,7 @@ private:
     Reply Changes() const;
 
     Replayer& m_replayer;
+    ActionSteps m_steps;
     /// What the last answer told of, for "pixels".
     std::vector<Contents> m_contents;
     /// For "reference": of each of them, a PNG file or nothing.

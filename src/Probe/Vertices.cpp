@@ -1,15 +1,13 @@
 #include "Probe/Vertices.h"
 
-#include <algorithm>
 #include <cstring>
 #include <map>
-#include <optional>
-#include <string_view>
 
 #include <GLES3/gl32.h>
 
 #include "Interfaces/Core.h"
 #include "Interfaces/GLState.h"
+#include "Probe/DrawIndices.h"
 #include "Probe/ObjectContents.h"
 #include "Probe/Programs.h"
 
@@ -129,7 +127,6 @@ public:
 
     VertexTable Read(std::uint32_t first, std::uint32_t most)
     {
-        m_isRestarting = GL().glIsEnabled(GL_PRIMITIVE_RESTART_FIXED_INDEX) != 0;
         Core::TakeErrors(GL());
         ReadArrays();
         ReadRows(first, most);
@@ -178,63 +175,22 @@ private:
 
     void ReadRows(std::uint32_t first, std::uint32_t most)
     {
-        const std::optional<std::int32_t> count = m_draw.Find("count");
-        if (!count || std::string_view(NameOf(m_draw.Call())).find("Indirect") != std::string_view::npos) {
-            m_table.problem = "the vertices of this call are not listed";
-            return;
-        }
-        m_table.count = static_cast<std::uint32_t>(std::max(*count, 0));
-        const Memory indices = Indices();
-        for (std::uint32_t i = first; i < m_table.count && i - first < most; ++i)
-            AddRow(IndexOf(indices, i));
+        DrawIndices drawn = ReadDrawIndices(m_draw, first, most);
+        m_table.count = drawn.count;
+        m_table.problem = std::move(drawn.problem);
+        for (const std::int64_t index : drawn.indices)
+            AddRow(index);
     }
 
-    /// Where the draw's indices lie.
-    Memory Indices()
+    void AddRow(std::int64_t index)
     {
-        Memory memory;
-        const auto parameters = Data::ParametersOf(m_draw.Call());
-        for (std::size_t i = 0; i < parameters.size(); ++i) {
-            if (std::string_view(parameters[i].name) != "indices")
-                continue;
-            const auto contents = m_draw.Contents(i);
-            memory.buffer.assign(contents.begin(), contents.end());
-            if (const GLint buffer = Core::GetInteger(GL(), GL_ELEMENT_ARRAY_BUFFER_BINDING); buffer != 0) {
-                memory.buffer = BufferContents(static_cast<GLuint>(buffer));
-                m_indexOffset = static_cast<std::uint64_t>(m_draw.Number(i));
-            }
-        }
-        return memory;
-    }
-
-    /// Nothing for an index outside of its buffer, and for one that restarts the primitive.
-    [[nodiscard]] std::optional<std::int64_t> IndexOf(const Memory& indices, std::uint32_t vertex) const
-    {
-        const std::optional<std::int32_t> type = m_draw.Find("type");
-        if (!type)
-            return m_draw.Find("first").value_or(0) + std::int64_t{vertex};
-        const std::size_t bytes = ComponentBytes(static_cast<GLenum>(*type));
-        const std::uint8_t* const at = indices.At(m_indexOffset + std::uint64_t{vertex} * bytes, bytes);
-        if (!at || bytes == 0)
-            return std::nullopt;
-        const double index = bytes == 1   ? Load<std::uint8_t>(at)
-                             : bytes == 2 ? Load<std::uint16_t>(at)
-                                          : Load<std::uint32_t>(at);
-        const bool isRestart = m_isRestarting && index == static_cast<double>((std::uint64_t{1} << 8 * bytes) - 1);
-        if (isRestart)
-            return std::nullopt;
-        return static_cast<std::int64_t>(index) + m_draw.Find("basevertex").value_or(0);
-    }
-
-    void AddRow(std::optional<std::int64_t> index)
-    {
-        VertexTable::Row row = {index.value_or(-1)};
+        VertexTable::Row row = {index};
         for (std::size_t i = 0; i < m_table.arrays.size(); ++i) {
             const VertexArray& array = m_table.arrays[i];
             const std::size_t bytes = ComponentBytes(array.type);
             std::vector<double> values;
-            if (index && *index >= 0 && bytes != 0) {
-                const std::uint64_t vertex = array.divisor != 0 ? 0 : static_cast<std::uint64_t>(*index);
+            if (index >= 0 && bytes != 0) {
+                const std::uint64_t vertex = array.divisor != 0 ? 0 : static_cast<std::uint64_t>(index);
                 const std::uint64_t place = array.offset + vertex * static_cast<std::uint64_t>(array.stride);
                 const std::uint8_t* const at = m_memory[i].At(place, bytes * static_cast<std::size_t>(array.size));
                 for (int k = 0; at && k < array.size; ++k)
@@ -247,11 +203,8 @@ private:
 
     const Data::CallArguments& m_draw;
     bool m_isPlayed;
-    /// The largest index of a type stands for none.
-    bool m_isRestarting = false;
     VertexTable m_table;
     std::vector<Memory> m_memory;
-    std::uint64_t m_indexOffset = 0;
     std::map<GLuint, std::uint32_t> m_captured;
     std::map<GLint, std::string> m_names;
     std::map<GLuint, std::vector<std::uint8_t>> m_read;

@@ -30,6 +30,11 @@ public:
     FramebufferReader(const FramebufferReader&) = delete;
     FramebufferReader& operator=(const FramebufferReader&) = delete;
 
+    /// Why nothing can be read; empty when reading is possible.
+    [[nodiscard]] const std::string& Error() const { return m_error; }
+    [[nodiscard]] std::int32_t Width() const { return m_width; }
+    [[nodiscard]] std::int32_t Height() const { return m_height; }
+
     /// Without pixels and without an error, the framebuffer has no such buffer.
     struct Result {
         std::optional<Pixels> pixels;
@@ -75,7 +80,6 @@ private:
     [[nodiscard]] Result Read(unsigned int format, unsigned int type);
 
     const Core::GLESProcTable& m_gl;
-    /// Why nothing can be read; empty when reading is possible.
     std::string m_error;
     bool m_isES3 = false;
     /// 20 where the driver lacks functions of OpenGL ES 3.

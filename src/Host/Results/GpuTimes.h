@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Data/Records/Actions.h"
+#include "Replay/NotMeasured.h"
 
 namespace Host {
 
@@ -14,19 +15,7 @@ namespace Host {
 /// one context; or each action.
 enum class GpuSpans { Frames, RenderPasses, Actions };
 
-/// Why there is no time.
-enum class NotMeasured {
-    /// There is one.
-    No,
-    /// The clock of the GPU was changed or stopped meanwhile.
-    Disjoint,
-    /// The program has a timer query of its own active, and the driver allows no second one.
-    OwnQuery,
-    /// The context ended, or could not be asked any more.
-    ContextLost,
-    /// The context has no clock for it.
-    NoClock,
-};
+using Replay::NotMeasured;
 
 /// What a frame, a render pass or an action cost.
 struct GpuCost {

@@ -10,9 +10,9 @@
 #include "Data/Records/CallWatcher.h"
 #include "Data/State/DrawTargets.h"
 #include "Host/Results/GpuTimes.h"
-#include "Host/Timing/GpuClock.h"
 #include "Host/Timing/Telling.h"
 #include "Replay/ContextListener.h"
+#include "Replay/GpuClock.h"
 
 namespace Data {
 class CallDecoder;
@@ -21,6 +21,8 @@ struct Position;
 } // namespace Data
 
 namespace Host {
+
+using Replay::GpuClock;
 
 /// Takes what frames, render passes or actions cost on the GPU, and on the replay thread meanwhile.
 ///

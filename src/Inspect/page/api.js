@@ -27,7 +27,7 @@ export async function send(name, parameters, body) {
     return (await get(name, parameters, { method: "POST", headers: { "Content-Type": "application/json" }, body: JSON.stringify(body) })).json();
 }
 
-/** Contents with what their pixels are: { components, width, height, data }. */
+/** Contents with what their pixels are: { components, width, height, data }, and a note that may be null. */
 export async function askBytes(name, parameters, signal) {
     const response = await get(name, parameters, { signal });
     return {
@@ -35,6 +35,7 @@ export async function askBytes(name, parameters, signal) {
         width: +response.headers.get("Playback-Width"),
         height: +response.headers.get("Playback-Height"),
         size: +response.headers.get("Playback-Size"),
+        note: response.headers.get("Playback-Note"),
         data: await response.arrayBuffer(),
     };
 }

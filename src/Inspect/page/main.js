@@ -19,10 +19,11 @@ const place = { frame: 0, call: 0, at: "" };
 let view = "output", tab = "state", marked, aborter = new AbortController(), shown = null;
 
 const timeline = new Timeline(frame => { if (frame !== place.frame) go(String(frame)); });
-const tree = new CallTree(call => { if (call !== place.call) go(`${place.frame}:c${call}`); });
+const tree = new CallTree(call => { if (call !== place.call) go(`${place.frame}:c${call}`); }, error => alertUser(error));
 const output = new Output({
     report: answer => answer ? tree.setFailed(answer.failed) : go(place.at, true),
     showHistory: () => { setTab("pixel"); fillTab(true); },
+    fail: error => alertUser(error),
 });
 const state = new StateView(openObject);
 const mesh = new MeshView({ open: openObject, again: () => fillTab() });
@@ -200,15 +201,16 @@ const Keys = {
     "m": () => { marked = marked === place.at ? undefined : place.at; fillTab(); },
     "h": () => output.toggleHold(), "f": () => output.fitRange(), "+": () => output.zoomBy(2), "=": () => output.zoomBy(2),
     "-": () => output.zoomBy(0.5), "0": () => output.fit(), "r": () => output.setChannel(0), "e": () => output.setChannel(1),
-    "b": () => output.setChannel(2), "l": () => output.setChannel(3), "x": () => chooseOverlay(), "t": nextTheme,
+    "b": () => output.setChannel(2), "l": () => output.setChannel(3), "x": () => chooseOverlay(1), "X": () => chooseOverlay(-1), "t": nextTheme,
+    "s": () => output.toggleLinear(), "F": () => output.toggleAuto(), "d": () => output.shader.toggle(), "c": () => tree.toggleTimes(),
     "o": () => nextTarget(), "1": () => focusOn("calls", "tree"), "2": () => focusOn("output", "view"),
     ...Object.fromEntries(Tabs.map((name, i) => [String(i + 3), () => openTab(name)])),
     "?": () => byId("help").click(),
 };
 
-function chooseOverlay() {
+function chooseOverlay(step) {
     const select = byId("overlay");
-    select.selectedIndex = (select.selectedIndex + 1) % select.options.length;
+    select.selectedIndex = (select.selectedIndex + step + select.options.length) % select.options.length;
     output.paint();
 }
 
@@ -268,6 +270,7 @@ async function begin() {
     await programs.loadEdits();
     byId("edited").addEventListener("click", () => openTab("shaders"));
     if (timeline.trouble) alertUser(new Error(timeline.trouble));
+    timeline.loadPictures();
     if (timeline.count) readAddress();
     else alertUser(new Error("The capture has no calls."));
 }

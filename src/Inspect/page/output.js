@@ -1,15 +1,18 @@
 // The images that a call could write to: zoom, channels, range, overlays, and the value under the pointer.
 import { addressOf, ask, askBytes } from "./api.js";
+import { Overlays, paintOverlay } from "./overlay.js";
 import { Pixels } from "./pixels.js";
+import { DisplayShader } from "./shader.js";
 import { byId, clamp, make, short } from "./util.js";
 
 const Channels = ["R", "G", "B", "A"];
 const MostZoom = 64;
 
 export class Output {
-    /** `report` gets the answer to "targets"; `showHistory` is asked to show that of a pixel. */
-    constructor({ report, showHistory }) {
+    /** `report` gets the answer to "targets"; `showHistory` is asked to show that of a pixel; `fail` gets errors. */
+    constructor({ report, showHistory, fail }) {
         this.report = report;
+        this.fail = fail;
         this.showHistory = showHistory;
         this.view = byId("view");
         this.canvas = this.view.querySelector("canvas");
@@ -24,6 +27,10 @@ export class Output {
         this.pixel = null;
         this.held = null;
         this.isHeld = false;
+        this.isAuto = false; // the range is that of each image
+        this.isLinear = false; // values are encoded as sRGB to be shown
+        this.masks = new Map(); // of the call at hand, by kind
+        this.shader = new DisplayShader(() => this.again());
         this.build();
     }
 
@@ -36,6 +43,9 @@ export class Output {
         for (const id of ["low", "high"])
             byId(id).addEventListener("change", () => this.setRange(+byId("low").value || 0, +byId("high").value || 0));
         byId("fit-range").addEventListener("click", () => this.fitRange());
+        byId("auto-range").addEventListener("click", () => this.toggleAuto());
+        byId("overlays").append(...Object.entries(Overlays).map(([value, { name }]) => make("option", { value }, name)));
+        byId("srgb").addEventListener("click", () => this.toggleLinear());
         byId("overlay").addEventListener("change", () => this.paint());
         byId("hold").addEventListener("click", () => this.toggleHold());
         byId("zoom-in").addEventListener("click", () => this.zoomBy(2));
@@ -56,6 +66,7 @@ export class Output {
         const answer = await ask("targets", { at }, signal);
         this.report(answer);
         if (this.isHeld) return;
+        this.masks.clear();
         this.at = answer.at;
         this.call = answer.call;
         this.frame = +at.split(":")[0];
@@ -83,13 +94,33 @@ export class Output {
         }
         byId("save").href = addressOf("picture", { at: this.at, index });
         byId("save").download = `${this.at} ${target.what}.png`.replaceAll(":", "-");
-        const pixels = new Pixels(await askBytes("pixels", { at: this.at, index }, signal));
+        const pixels = await this.load(index, signal);
         if (this.index !== index) return;
         const isOther = !this.pixels || this.pixels.name !== pixels.name;
         this.pixels = pixels;
         if (isOther) this.range = null;
         this.empty.hidden = true;
         await this.paint();
+    }
+
+    /** The image, or what the shader makes of it. */
+    async load(index, signal) {
+        const { at } = this;
+        const shader = this.shader.text;
+        this.shader.say("");
+        if (shader) {
+            try {
+                return new Pixels(await askBytes("show", { at, index, shader }, signal));
+            } catch (error) {
+                if (error.name === "AbortError") throw error;
+                this.shader.say(error.message);
+            }
+        }
+        return new Pixels(await askBytes("pixels", { at, index }, signal));
+    }
+
+    again() {
+        if (this.index >= 0 && this.targets.length) this.choose(this.index, undefined, false).catch(this.fail);
     }
 
     say(text) {
@@ -117,8 +148,20 @@ export class Output {
     fitRange() {
         if (this.pixels) this.setRange(...this.pixels.range(this.channels));
     }
+    toggleAuto() {
+        this.isAuto = !this.isAuto;
+        byId("auto-range").setAttribute("aria-pressed", this.isAuto);
+        this.range = null;
+        this.paint();
+    }
+    toggleLinear() {
+        this.isLinear = !this.isLinear;
+        byId("srgb").setAttribute("aria-pressed", this.isLinear);
+        this.paint();
+    }
     get shownRange() {
         if (this.range) return this.range;
+        if (this.isAuto) return this.pixels.range(this.channels);
         return this.pixels.isColour && !this.pixels.kind.isInteger ? [0, 1] : this.pixels.range(this.channels);
     }
 
@@ -138,24 +181,51 @@ export class Output {
         if (document.activeElement !== byId("low")) byId("low").value = short(low);
         if (document.activeElement !== byId("high")) byId("high").value = short(high);
         const showsAlpha = this.channels[3] && this.channels.filter(Boolean).length > 1;
-        const image = pixels.toImage({ channels: this.channels, low, high, showsAlpha });
-        this.note = "";
-        await this.overlay(image);
+        const image = pixels.toImage({ channels: this.channels, low, high, showsAlpha, isLinear: this.isLinear });
+        const legend = await this.overlay(image, low, high);
         if (this.pixels !== pixels) return;
+        this.showLegend(legend);
         this.picture = new OffscreenCanvas(pixels.width, pixels.height);
         this.picture.getContext("2d").putImageData(image, 0, 0);
         this.paintHistogram(low, high);
         this.draw();
     }
 
-    async overlay(image) {
+    /** Paints the overlay that is chosen, and answers its legend: `{ entries, note }`. */
+    async overlay(image, low, high) {
         const kind = byId("overlay").value;
-        let marked = null;
-        if (kind === "touched") marked = this.pixels.markDifferences(image, await this.pixelsBefore());
-        if (kind === "held" && this.held) marked = this.pixels.markDifferences(image, this.held.pixels);
-        if (kind === "odd") marked = this.pixels.markOdd(image);
-        if (marked === null) return;
-        this.note = marked < 0 ? "nothing to compare with: another size or kind" : `${marked} pixels marked`;
+        if (kind in Overlays) return this.overlayOfDraw(kind, image);
+        if (kind === "odd") return { entries: this.pixels.markOdd(image, low, high) };
+        const other = kind === "changed" ? await this.pixelsBefore() : kind === "held" ? this.held?.pixels : undefined;
+        if (other === undefined) return { note: kind === "held" ? "Hold a picture to compare with it." : "" };
+        const entries = this.pixels.markDifferences(image, other);
+        return entries ? { entries } : { note: "There is nothing to compare with: another size or kind." };
+    }
+
+    async overlayOfDraw(kind, image) {
+        const { at, masks } = this;
+        if (!masks.has(kind)) {
+            try {
+                const answer = await askBytes("overlay", { at, kind });
+                masks.set(kind, { pixels: new Pixels(answer), note: answer.note });
+            } catch (error) {
+                masks.set(kind, { note: error.message });
+            }
+        }
+        const { pixels, note } = masks.get(kind);
+        if (!pixels) return { note };
+        const entries = paintOverlay(kind, pixels, image);
+        return entries ? { entries, note } : { note: "This image has another size than what is drawn to." };
+    }
+
+    showLegend(legend) {
+        const { entries = [], note = "" } = legend;
+        byId("legend").hidden = !entries.length && !note;
+        byId("legend").replaceChildren(...entries.map(({ colour, text }) => {
+            const swatch = make("span", { class: "swatch", "aria-hidden": "true" });
+            swatch.style.background = `rgb(${colour.join(",")})`;
+            return make("span", { class: "entry" }, swatch, text);
+        }), note);
     }
 
     /** The same image in front of the call. */
@@ -223,7 +293,7 @@ export class Output {
         if (this.pixels && place && place[0] < this.pixels.width && place[1] < this.pixels.height)
             parts.push(`${place[0]}, ${place[1]}: ${this.pixels.textAt(...place)}`);
         else if (this.pixels) parts.push("Point at a pixel for its value; click for its history. Pixels count from the lower left.");
-        if (this.note) parts.push(this.note);
+        if (this.shader.text) parts.push("by the shader");
         byId("value").textContent = parts.join(" \u00B7 ");
     }
 

@@ -1,4 +1,5 @@
 // Images as the driver has them: rows from the bottom up, and pixels of several kinds.
+import { short } from "./util.js";
 
 const Kinds = {
     unorm8: { array: Uint8Array, components: 4, one: 255 },
@@ -37,13 +38,13 @@ export class Pixels {
             (raw ? ` (${raw[i]})` : "")).join("  ");
     }
 
-    /** Least and largest of the chosen channels; without alpha where colours are chosen. */
+    /** Least and largest finite number of the chosen channels. */
     range(channels) {
         const count = this.kind.components;
         let low = Infinity, high = -Infinity;
         for (let i = 0; i < this.values.length; ++i) {
             const value = this.values[i];
-            if (count === 4 && !channels[i & 3]) continue;
+            if ((count === 4 && !channels[i & 3]) || !Number.isFinite(value)) continue;
             if (value < low) low = value;
             if (value > high) high = value;
         }
@@ -61,22 +62,23 @@ export class Pixels {
         return counts;
     }
 
-    /** An upright picture. `channels` are four flags; one alone is shown in grey. */
-    toImage({ channels, low, high, showsAlpha }) {
+    /** An upright picture. `channels` are four flags; one alone is shown in grey. Linear light is encoded as sRGB. */
+    toImage({ channels, low, high, showsAlpha, isLinear }) {
         const image = new ImageData(this.width, this.height);
         const { values, width, height } = this;
         const scale = 255 / ((high - low || 1) * this.kind.one), shift = low * this.kind.one;
         const chosen = channels.flatMap((isOn, i) => isOn ? [i] : []);
         const grey = !this.isColour || chosen.length === 1;
         const single = this.isColour ? chosen[0] : 0, count = this.kind.components;
+        const shown = isLinear ? value => toSrgb((value - shift) * scale / 255) * 255 : value => (value - shift) * scale;
         for (let y = 0; y < height; ++y) {
             let to = (height - 1 - y) * width * 4, from = y * width * count;
             for (let x = 0; x < width; ++x, to += 4, from += count) {
                 if (grey) {
-                    image.data[to] = image.data[to + 1] = image.data[to + 2] = (values[from + single] - shift) * scale;
+                    image.data[to] = image.data[to + 1] = image.data[to + 2] = shown(values[from + single]);
                     image.data[to + 3] = 255;
                 } else {
-                    for (let i = 0; i < 3; ++i) image.data[to + i] = channels[i] ? (values[from + i] - shift) * scale : 0;
+                    for (let i = 0; i < 3; ++i) image.data[to + i] = channels[i] ? shown(values[from + i]) : 0;
                     image.data[to + 3] = showsAlpha ? values[from + 3] / this.kind.one * 255 : 255;
                 }
             }
@@ -97,31 +99,46 @@ export class Pixels {
         }
     }
 
+    /** Pixels that differ from another image of the same kind and size, as a legend; null for another image. */
     markDifferences(image, other) {
-        if (!other || other.name !== this.name || other.width !== this.width || other.height !== this.height) return -1;
+        if (!other || other.name !== this.name || other.width !== this.width || other.height !== this.height) return null;
         const count = this.kind.components;
-        let marked = 0;
+        const differs = { colour: [255, 0, 200], text: "differ", pixels: 0 };
         this.mark(image, first => {
             for (let i = first; i < first + count; ++i)
-                if (this.values[i] !== other.values[i]) { ++marked; return [255, 0, 200]; }
+                if (this.values[i] !== other.values[i]) return tell(differs);
             return null;
         });
-        return marked;
+        return legendOf([differs]);
     }
 
-    /** NaN magenta, infinite yellow, negative blue, above one red. */
-    markOdd(image) {
-        const one = this.kind.one, count = this.kind.components;
-        let marked = 0;
+    /** Pixels with a component that is no number or infinite, or outside of the range that is shown, as a legend. */
+    markOdd(image, low, high) {
+        const { one, components } = this.kind;
+        const nan = { colour: [255, 0, 255], text: "NaN", pixels: 0 }, infinite = { colour: [255, 220, 0], text: "infinite", pixels: 0 };
+        const below = { colour: [60, 120, 255], text: `below ${short(low)}`, pixels: 0 }, above = { colour: [255, 60, 40], text: `above ${short(high)}`, pixels: 0 };
+        // The range is shown in six digits.
+        const least = low * one - Math.abs(low) * 1e-6, most = high * one + Math.abs(high * one) * 1e-6;
         this.mark(image, first => {
-            for (let i = first; i < first + count; ++i) {
+            for (let i = first; i < first + components; ++i) {
                 const value = this.values[i];
-                const mark = Number.isNaN(value) ? [255, 0, 255] : !Number.isFinite(value) ? [255, 220, 0]
-                    : value < 0 ? [60, 120, 255] : value > one && !this.kind.isInteger ? [255, 60, 40] : null;
-                if (mark) { ++marked; return mark; }
+                if (Number.isNaN(value)) return tell(nan);
+                if (!Number.isFinite(value)) return tell(infinite);
+                if (value < least) return tell(below);
+                if (value > most) return tell(above);
             }
             return null;
         });
-        return marked;
+        return legendOf([nan, infinite, below, above]);
     }
 }
+
+function tell(mark) {
+    ++mark.pixels;
+    return mark.colour;
+}
+
+const legendOf = marks => marks.map(({ colour, text, pixels }) => ({ colour, text: `${pixels} ${text}` }));
+
+/** From linear light to sRGB (IEC 61966-2-1), both from 0 to 1. */
+const toSrgb = value => value <= 0.0031308 ? 12.92 * value : 1.055 * value ** (1 / 2.4) - 0.055;

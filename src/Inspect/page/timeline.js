@@ -1,5 +1,6 @@
 // The frames of the capture, one bar each, or the largest of several where there are more than pixels.
 import { ask } from "./api.js";
+import { FrameStrip } from "./thumbnails.js";
 import { bytes, byId, clamp } from "./util.js";
 
 const Again = 400; // ms, while the capture is being read
@@ -8,15 +9,16 @@ export class Timeline {
     constructor(choose) {
         this.choose = choose;
         this.canvas = document.querySelector("#timeline canvas");
-        this.frames = { timeMs: [], draws: [], calls: [], uploadBytes: [] };
+        this.frames = { timeMs: [], draws: [], calls: [], uploadBytes: [], failed: [] };
+        this.strip = new FrameStrip(byId("strip"), byId("preview"), frame => this.choose(frame));
         this.count = 0;
         this.frame = 1;
         this.hovered = 0;
         this.isDone = false;
         new ResizeObserver(() => this.draw()).observe(this.canvas);
         byId("measure").addEventListener("change", () => this.draw());
-        this.canvas.addEventListener("pointermove", event => { this.hovered = this.frameAt(event); this.draw(); if (event.buttons & 1) this.choose(this.hovered); });
-        this.canvas.addEventListener("pointerleave", () => { this.hovered = 0; this.draw(); });
+        this.canvas.addEventListener("pointermove", event => { this.hover(event); if (event.buttons & 1) this.choose(this.hovered); });
+        this.canvas.addEventListener("pointerleave", () => { this.hovered = 0; this.strip.show(0); this.draw(); });
         this.canvas.addEventListener("pointerdown", event => { this.canvas.setPointerCapture(event.pointerId); this.choose(this.frameAt(event)); });
         this.canvas.addEventListener("keydown", event => this.key(event));
     }
@@ -44,6 +46,18 @@ export class Timeline {
         setTimeout(() => this.load().catch(() => {}), Again);
     }
 
+    /** Begins with the pictures of frames. */
+    loadPictures() {
+        this.strip.load(() => this.count, () => { this.frames.failed = this.strip.failed; this.draw(); });
+    }
+
+    hover(event) {
+        this.hovered = this.frameAt(event);
+        const box = this.canvas.getBoundingClientRect();
+        this.strip.show(this.hovered, event.clientX, box.right);
+        this.draw();
+    }
+
     setFrame(frame) {
         this.frame = frame;
         this.canvas.setAttribute("aria-valuenow", frame);
@@ -57,12 +71,13 @@ export class Timeline {
     }
 
     describe(frame) {
-        const { draws, calls, uploadBytes, timeMs } = this.frames;
+        const { draws, calls, uploadBytes, timeMs, failed } = this.frames;
         const i = frame - 1;
         if (calls[i] === undefined) return "";
         const name = this.hasRest && frame === this.count ? "After the last frame" : `Frame ${frame}`;
         return `${name}: ${draws[i]} draws, ${calls[i]} calls, ${bytes(uploadBytes[i])} uploaded` +
-            (timeMs[i] ? `, ${timeMs[i].toFixed(2)} ms when recorded` : "");
+            (timeMs[i] ? `, ${timeMs[i].toFixed(2)} ms when recorded` : "") +
+            (failed[i] ? `, ${failed[i]} ${failed[i] === 1 ? "call" : "calls"} failed` : "");
     }
 
     draw() {
@@ -81,13 +96,14 @@ export class Timeline {
         // A frame that took very long must not flatten all others.
         const sorted = [...values].sort((a, b) => a - b);
         const most = Math.min(sorted[sorted.length - 1], 4 * (sorted[Math.floor(sorted.length * 0.95)] || Infinity)) || 1;
-        context.fillStyle = style.getPropertyValue("--accent");
         context.globalAlpha = 0.65;
         for (let i = 0; i < columns; ++i) {
             const first = Math.floor(i * column / width * this.count);
             const end = Math.max(first + 1, Math.floor((i + 1) * column / width * this.count));
             let value = 0;
-            for (let k = first; k < Math.min(end, this.count); ++k) value = Math.max(value, values[k]);
+            for (let k = first; k < Math.min(end, this.count); ++k) value = Math.max(value, values[k] ?? 0);
+            const hasFailed = this.frames.failed.slice(first, end).some(Boolean);
+            context.fillStyle = style.getPropertyValue(hasFailed ? "--bad" : "--accent");
             const tall = Math.max(1, Math.min(value / most, 1) * (height - 8));
             context.fillRect(i * column, height - tall, Math.max(column - (column > 3 ? 1 : 0), 1), tall);
         }

@@ -1,14 +1,19 @@
 // The actions of a frame in their passes and debug groups, or all of its calls.
 import { ask } from "./api.js";
 import { VirtualList } from "./list.js";
+import { ActionThumbnails } from "./thumbnails.js";
 import { byId, make } from "./util.js";
 
 const PageRows = 500;
 
 export class CallTree {
-    /** `choose(call)` is told of the call that the user picked. */
-    constructor(choose) {
+    /** `choose(call)` is told of the call that the user picked; `fail` gets errors. */
+    constructor(choose, fail) {
         this.choose = choose;
+        this.fail = fail;
+        this.thumbnails = new ActionThumbnails(() => this.setFailed(this.thumbnails.failed));
+        this.times = null; // milliseconds by call, where they were asked for
+        this.isDearestFirst = false;
         this.place = byId("tree");
         this.nodes = [];
         this.visible = []; // of actions: indexes of nodes
@@ -26,6 +31,8 @@ export class CallTree {
         byId("filter").addEventListener("input", () => this.refilter());
         byId("show-actions").addEventListener("click", () => this.setMode(false));
         byId("show-calls").addEventListener("click", () => this.setMode(true));
+        byId("times").addEventListener("click", () => this.toggleTimes());
+        byId("dearest").addEventListener("click", () => this.setDearestFirst(!this.isDearestFirst));
     }
 
     get filter() { return byId("filter").value.trim().toLowerCase(); }
@@ -38,8 +45,60 @@ export class CallTree {
         this.callCount = answer.calls;
         this.closed.clear();
         this.failed.clear();
+        this.thumbnails.load(frame);
         this.arrange();
+        if (this.times) this.loadTimes();
         await this.refresh();
+    }
+
+    /** The times of the frame's actions, and of what they are in. */
+    async loadTimes() {
+        const { frame } = this;
+        this.times = new Map();
+        byId("times").setAttribute("aria-busy", true);
+        try {
+            const answer = await ask("times", { frame });
+            if (frame !== this.frame || !this.times) return;
+            this.times = new Map(answer.actions.map(({ call, gpuMs, doneMs }) => [call, gpuMs ?? doneMs]));
+            byId("times").title = answer.note ? `Measured alone, until the driver was done with each: ${answer.note}` : "By the clock of the GPU, each action alone";
+            this.setFailed(answer.failed);
+            this.addTimes();
+        } catch (error) {
+            this.times = null;
+            this.fail(error);
+        }
+        byId("times").setAttribute("aria-busy", false);
+        this.showTimes();
+    }
+
+    addTimes() {
+        for (const node of this.nodes) node.ms = 0;
+        for (const node of this.nodes) {
+            if (node.type !== "action") continue;
+            node.ms = this.times.get(node.call) ?? 0;
+            for (let up = node.parent; up >= 0; up = this.nodes[up].parent) this.nodes[up].ms += node.ms;
+        }
+        this.mostMs = Math.max(0, ...this.times.values());
+    }
+
+    toggleTimes() {
+        if (!this.times) return this.loadTimes();
+        this.times = null;
+        this.isDearestFirst = false;
+        this.showTimes();
+    }
+
+    async showTimes() {
+        byId("times").setAttribute("aria-pressed", Boolean(this.times));
+        byId("dearest").hidden = !this.times || this.showsCalls;
+        byId("dearest").setAttribute("aria-pressed", this.isDearestFirst);
+        await this.refresh();
+        this.select(this.call);
+    }
+
+    setDearestFirst(isDearestFirst) {
+        this.isDearestFirst = isDearestFirst;
+        this.showTimes();
     }
 
     /** Which nodes are above and below one another. */
@@ -64,8 +123,7 @@ export class CallTree {
         this.showsCalls = showsCalls;
         byId("show-actions").setAttribute("aria-pressed", !showsCalls);
         byId("show-calls").setAttribute("aria-pressed", showsCalls);
-        await this.refresh();
-        this.select(this.call);
+        await this.showTimes();
     }
 
     async refilter() {
@@ -86,7 +144,7 @@ export class CallTree {
             return;
         }
         const matches = node => !filter ||
-            `${node.number ?? ""} ${this.textOf(node)} ${node.label ?? ""} ${node.program ? `program ${node.program}` : ""} ${node.kind ?? ""}`
+            `${node.number ?? ""} ${this.textOf(node)} ${node.label ?? ""} ${node.program ? `program ${node.program}` : ""} ${node.kind ?? ""}${this.failed.has(node.call) ? " failed" : ""}`
                 .toLowerCase().includes(filter);
         const shown = new Set();
         this.nodes.forEach((node, index) => {
@@ -100,9 +158,13 @@ export class CallTree {
         });
         const isHidden = node => node.parent >= 0 && (this.closed.has(node.parent) || isHidden(this.nodes[node.parent]));
         this.visible = [...this.nodes.keys()].filter(index => shown.has(index) && !isHidden(this.nodes[index]));
+        if (this.isDearestFirst)
+            this.visible = [...shown].filter(index => this.nodes[index].type === "action" && this.nodes[index].matched !== false)
+                .sort((a, b) => this.nodes[b].ms - this.nodes[a].ms);
         this.list.setCount(this.visible.length, true);
         const actions = this.nodes.filter(node => node.type === "action").length;
-        byId("call-count").textContent = `${actions} actions, ${this.callCount} calls`;
+        const failed = this.failed.size ? `, ${this.failed.size} failed` : "";
+        byId("call-count").textContent = `${actions} actions, ${this.callCount} calls${failed}`;
     }
 
     async fetchRows(first, count) {
@@ -129,11 +191,14 @@ export class CallTree {
         const index = this.showsCalls ? -1 : this.visible[line];
         const isParent = node.type === "pass" || node.type === "group";
         const isOpen = isParent && !this.closed.has(index);
+        const depth = this.showsCalls || this.isDearestFirst ? 0 : node.depth;
         const row = make("div", {
             class: `row ${node.type ?? "call"}`, role: "treeitem", id: `line-${line}`, title: node.text,
-            "aria-level": this.showsCalls ? 1 : node.depth + 1, "aria-selected": String(line === this.cursor),
+            "aria-level": depth + 1, "aria-selected": String(line === this.cursor),
             "aria-expanded": isParent ? String(isOpen) : undefined,
         });
+        if (this.times && node.ms !== undefined && node.type !== "marker" && !this.showsCalls)
+            row.append(make("span", { class: `time${node.type === "action" && node.ms > this.mostMs / 2 ? " dear" : ""}` }, `${node.ms.toFixed(node.ms < 10 ? 2 : 1)} ms`));
         if (isParent) {
             row.append(make("span", { class: "twist", "aria-hidden": "true" }, isOpen ? "\u25BE" : "\u25B8"), this.textOf(node),
                 make("span", { class: "note" }, [node.label, `${node.actions} ${node.actions === 1 ? "action" : "actions"}`].filter(Boolean).join(" \u00B7 ")));
@@ -141,13 +206,15 @@ export class CallTree {
             row.append(node.text);
         } else {
             row.append(make("span", { class: "number" }, node.number ?? (this.showsCalls ? `c${node.call}` : "")));
-            if (this.failed.has(node.call)) row.append(make("span", { class: "failed", title: "Refused, or raised an error" }, "\u26A0"));
+            const thumbnail = !this.showsCalls && this.thumbnails.of(node.call);
+            if (thumbnail) row.append(thumbnail);
+            if (this.failed.has(node.call)) row.append(make("span", { class: "failed", role: "img", "aria-label": "failed", title: "Refused, or raised an error" }, "\u26A0"));
             const name = node.text.indexOf("(");
             row.append(make("span", { class: node.kind ?? "" }, node.text.slice(0, name < 0 ? undefined : name)));
             if (name >= 0) row.append(node.text.slice(name));
             if (node.label) row.append(make("span", { class: "note" }, node.label));
         }
-        row.style.paddingLeft = 6 + (this.showsCalls ? 0 : node.depth * 14) + "px";
+        row.style.paddingLeft = 6 + depth * 14 + "px";
         return row;
     }
 
@@ -164,7 +231,7 @@ export class CallTree {
             let line = -1;
             this.visible.forEach((index, at) => {
                 const node = this.nodes[index];
-                if (node.type === "action" && node.call <= call) line = at;
+                if (node.type === "action" && (this.isDearestFirst ? node.call === call : node.call <= call)) line = at;
             });
             this.cursor = Math.max(line, 0);
         }
@@ -177,14 +244,16 @@ export class CallTree {
         return this.nodes.find(node => node.type === "action" && node.call === call)?.text ?? "";
     }
 
+    /** Calls that failed, as far as is known; more may follow. */
     setFailed(failed) {
-        this.failed = new Map(failed.map(one => [one.call, one.function]));
+        for (const one of failed) this.failed.set(one.call, one.function);
         this.list.draw();
     }
 
     /** The call of the next line that is one, `step` lines on; null at an end. */
     neighbour(step) {
         if (this.showsCalls) return this.nodeAt(this.cursor + step)?.call ?? null;
+        if (this.isDearestFirst) return this.nodeAt(this.cursor + step)?.call ?? null;
         const actions = this.nodes.filter(node => node.type === "action" && (!this.filter || node.matched));
         if (step > 0) return actions.find(node => node.call > this.call)?.call ?? null;
         return actions.findLast(node => node.call < this.call)?.call ?? null;

@@ -1,4 +1,4 @@
-#include "Host/Timing/GpuCounters.h"
+#include "Replay/GpuCounters.h"
 
 #include <algorithm>
 #include <bit>
@@ -11,7 +11,7 @@
 #include "Interfaces/GLState.h"
 #include "Interfaces/Util.h"
 
-namespace Host {
+namespace Replay {
 
 namespace {
 
@@ -170,4 +170,4 @@ double GpuCounters::ValueOf(GLenum type, const GLuint* words)
     return type == GL_UNSIGNED_INT ? static_cast<double>(*words) : static_cast<double>(std::bit_cast<float>(*words));
 }
 
-} // namespace Host
+} // namespace Replay

@@ -1,11 +1,11 @@
-#include "Host/Timing/GpuClock.h"
+#include "Replay/GpuClock.h"
 
 #include <GLES2/gl2ext.h>
 
 #include "Interfaces/Core.h"
 #include "Interfaces/GLState.h"
 
-namespace Host {
+namespace Replay {
 
 namespace {
 
@@ -158,4 +158,4 @@ void GpuClock::CheckDisjoint()
             span.isDisjoint = true;
 }
 
-} // namespace Host
+} // namespace Replay

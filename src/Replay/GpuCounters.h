@@ -6,7 +6,7 @@
 
 #include <GLES3/gl32.h>
 
-namespace Host {
+namespace Replay {
 
 /// Named counters of the driver's hardware in one context (GL_AMD_performance_monitor), as many as the driver counts at
 /// the same time. All functions need the context to be current.
@@ -45,4 +45,4 @@ private:
     std::vector<GLuint> m_free;
 };
 
-} // namespace Host
+} // namespace Replay

@@ -10,10 +10,10 @@
 #include <EGL/egl.h>
 #include <GLES3/gl32.h>
 
-#include "Host/Results/GpuTimes.h"
-#include "Host/Timing/GpuCounters.h"
+#include "Replay/GpuCounters.h"
+#include "Replay/NotMeasured.h"
 
-namespace Host {
+namespace Replay {
 
 /// Takes the time of spans of work in one context, by its queries (GL_EXT_disjoint_timer_query). Answers come later, so
 /// that nobody waits for them. All but the constructor need the context to be current.
@@ -86,4 +86,4 @@ private:
     std::deque<Span> m_pending;
 };
 
-} // namespace Host
+} // namespace Replay

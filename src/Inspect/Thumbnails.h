@@ -1,0 +1,118 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Inspect/FrameCuts.h"
+#include "Inspect/ReplayProcess.h"
+
+namespace Inspect {
+
+/// Small pictures of frames, and of what each action of a frame changed. They are made on a thread of its own by
+/// replays of its own, of low priority, which go on while nobody waits for anything else. Members may be called from
+/// any thread.
+class Thumbnails {
+public:
+    /// What is needed of others.
+    struct Surroundings {
+        /// Somebody waits for another answer.
+        std::function<bool()> isBusy;
+        /// A frame that was cut out; nothing while it was not.
+        std::function<std::optional<FrameCut>(std::uint32_t frame)> cutOf;
+        /// Frames will be cut out, which is worth waiting for a little.
+        bool cutsFrames = false;
+    };
+    Thumbnails(std::string capture, std::string driver, Surroundings surroundings);
+    ~Thumbnails();
+    Thumbnails(const Thumbnails&) = delete;
+    Thumbnails& operator=(const Thumbnails&) = delete;
+
+    /// What is known of all frames so far.
+    struct Strip {
+        /// Of each frame that was replayed, how many calls were refused or raised an error.
+        std::vector<std::uint32_t> failed = {};
+        /// Frames that have pictures.
+        std::vector<std::uint32_t> pictures = {};
+        bool isDone = false;
+    };
+    /// What an action changed in the picture that it draws to, counted from the lower left corner.
+    struct Change {
+        std::uint32_t x = 0;
+        std::uint32_t y = 0;
+        std::uint32_t width = 0;
+        std::uint32_t height = 0;
+        /// A file.
+        std::string png = {};
+    };
+    struct Actions {
+        /// By their calls; those that changed nothing have a width of 0.
+        std::map<std::uint32_t, Change> changes = {};
+        /// Calls of the frame that were refused or raised an error; known at its end.
+        Json failed = Json::array();
+        bool isDone = false;
+    };
+
+    /// Begins with the frames, of which the capture has so many; `waits` for all.
+    Strip Frames(std::uint32_t total, bool waits);
+    /// A PNG file; empty while there is none.
+    std::string OfFrame(std::uint32_t frame);
+    /// Begins with the actions of a frame, ahead of everything else; `waits` for all.
+    std::shared_ptr<const Actions> OfActions(std::uint32_t frame, bool waits);
+
+private:
+    using Clock = std::chrono::steady_clock;
+    /// The frame whose actions are at work.
+    struct Work {
+        std::uint32_t frame = 0;
+        std::shared_ptr<Actions> actions = {};
+        Clock::time_point since = {};
+    };
+
+    void Run();
+    void StartThread();
+    [[nodiscard]] bool WantsFrames() const;
+    /// False when it was told to end.
+    bool WaitForQuiet();
+    void NextFrame();
+    /// False while it waits for the frame to be cut out.
+    bool NextAction(const Work& work);
+    bool GoToFrame(const Work& work);
+    void Keep(const Work& work, const ReplayAnswer& answer);
+
+    const std::string m_capture;
+    const std::string m_driver;
+    const Surroundings m_surroundings;
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_stop = false;
+    std::uint32_t m_total = 0;
+    Strip m_strip;
+    /// Frames 1, 1 + m_every ... get pictures.
+    std::uint32_t m_every = 1;
+    std::map<std::uint32_t, std::string> m_frames;
+    /// The one wished for last in front.
+    std::list<Work> m_works;
+
+    // Of the thread alone.
+    std::unique_ptr<ReplayProcess> m_strips;
+    std::unique_ptr<ReplayProcess> m_steps;
+    std::optional<FrameCut> m_cut;
+    /// Of m_steps, and how far it went where it is no cut.
+    std::uint32_t m_stepsFrame = 0;
+    std::uint32_t m_framesGone = 0;
+
+    std::thread m_thread;
+};
+
+} // namespace Inspect
