@@ -5,6 +5,7 @@
 #include "Playback/Names/GLResourceTable.h"
 #include "Probe/ActionSteps.h"
 #include "Probe/ActionTimes.h"
+#include "Probe/BlockValues.h"
 #include "Probe/DisplayShader.h"
 #include "Probe/EditRequests.h"
 #include "Probe/History.h"
@@ -114,6 +115,10 @@ Reply Program(const Replayer& replayer, const nlohmann::json& request)
         if (const auto values = ValuesOf(program, uniform))
             json["uniforms"].back()["values"] = *values;
     }
+    for (const BlockUniform& uniform : BlockUniforms(program))
+        for (Json& one : json["uniforms"])
+            if (one["name"] == uniform.name)
+                one.update({{"block", uniform.block}, {"offset", uniform.offset}, {"values", uniform.values}});
     return {json};
 }
 

@@ -220,7 +220,7 @@ class Serving(Inspect):
                 self.assertEqual(action["isChanged"], action["before"] != action["after"])
 
 
-class Page(Inspect):
+class InBrowser(Inspect):
     def setUp(self):
         super().setUp()
         self.browser = Browser()
@@ -232,6 +232,8 @@ class Page(Inspect):
         self.browser.wait("!document.body.classList.contains('busy') && document.querySelectorAll('.row').length > 0"
                           " && / in \\d+ ms/.test(document.querySelector('#status').textContent)")
 
+
+class Page(InBrowser):
     def test_a_draw_is_reached_by_keys(self):
         capture = self.record(SPINNING, "--frames", "6", "--pbuffer", compositor=False)
         self.show(capture, "3:1/state")
@@ -252,7 +254,7 @@ class Page(Inspect):
     def test_every_view_fits_a_phone_and_a_wide_screen(self):
         capture = self.record(SPINNING, "--frames", "6", "--pbuffer", compositor=False)
         for width, dark in ((420, False), (1600, True)):
-            for view in ("calls", "output", "state", "inputs", "resources", "pixel"):
+            for view in ("calls", "output", "state", "inputs", "mesh", "shaders", "resources", "pixel"):
                 with self.subTest(view, width=width):
                     self.show(capture, f"4:1/{view}", width=width, dark=dark)
                     self.assertLessEqual(self.browser.evaluate("document.documentElement.scrollWidth"), width)

@@ -184,6 +184,17 @@ class Kinds(test_inspect.Inspect):
             self.assertAlmostEqual(3 * large, 5 * small, 4)
         self.assertMentions(self.query("vertices", capture, f"at={at}", "shaded=1", "instance=99", status=USAGE), "instance 99")
 
+    def test_uniforms_of_blocks_are_read_from_their_buffers(self):
+        capture = self.capture("uniform-buffers")
+        at = self.draws(capture)[0]
+        program = self.ask("inputs", capture, f"at={at}")["programs"][0]
+        values = {one["name"]: one for one in self.ask("program", capture, f"at={at}", f"name={program}")["uniforms"]}
+        self.assertEqual(values["sizes[0]"]["block"], "Place")
+        for name, expected in (("sizes[0]", [0.3, 0.5, 0.7]), ("offset", [0.3 * values["turn"]["values"][1], -0.2]),
+                               ("Paint.colour", [0.9, 0.3, 0.2, 1])):
+            for got, wanted in zip(values[name]["values"], expected, strict=True):
+                self.assertAlmostEqual(got, wanted, 5)
+
     def test_binaries_have_no_sources(self):
         capture = self.capture("program-binaries")
         at = self.draws(capture)[1]
@@ -198,6 +209,56 @@ class Kinds(test_inspect.Inspect):
         caught = self.ask("vertices", capture, f"at={draws[3]}", "shaded=1")
         self.assertEqual([array["name"] for array in caught["arrays"]], ["gl_Position", "corner", "paint"])
         self.assertEqual(caught["rows"][0]["values"][0], [2, 2, 0, 1])
+
+
+class Page(test_inspect.InBrowser):
+    def wait(self, script):
+        self.browser.wait(f"!document.body.classList.contains('busy') && {script}")
+
+    def click(self, name):
+        self.browser.evaluate(f"[...document.querySelectorAll('#detail button')].find(one => (one.ariaLabel ?? one.textContent) === '{name}').click()")
+
+    def type(self, text):
+        self.browser.evaluate(f"document.querySelector('.CodeMirror').CodeMirror.setValue({json.dumps(text)})")
+
+    def test_a_shader_is_edited_and_experiments_are_tried(self):
+        self.show(SAMPLE, f"{SKY}/shaders")
+        changes = "document.querySelector('#edited').textContent"
+        middle = "[...document.querySelector('#view canvas').getContext('2d').getImageData(200, 150, 1, 1).data].join()"
+        self.wait("!!document.querySelector('.CodeMirror-line')")
+        recorded = self.browser.evaluate(middle)
+        self.type(WRONG)
+        self.click("Apply")
+        self.wait("/line 3/.test(document.querySelector('.faults')?.textContent)")
+        self.assertEqual(self.browser.evaluate("[...document.querySelectorAll('.wrong .CodeMirror-linenumber')].map(one => one.textContent)"), ["3"])
+        self.type(RED)
+        self.click("Apply")
+        self.wait(f"{changes} === '1 change' && {middle} === '255,0,0,255'")
+        self.click("Skip it, this call")
+        self.wait(f"{changes} === '2 changes' && {middle} !== '255,0,0,255'")
+        self.browser.evaluate("document.querySelector('#detail').focus()")
+        self.browser.press("p")
+        self.wait(f"{changes} === '2 changes, not shown' && {middle} === '{recorded}'")
+        self.browser.press("u")
+        self.wait(f"document.querySelector('#edited').hidden && {middle} === '{recorded}'")
+        # The browser notes that the server refused the wrong source, and how this test reads its canvas.
+        self.assertEqual([line for line in self.browser.console if "status of 400" not in line and "Canvas2D" not in line], [])
+
+    def test_a_mesh_is_shown_before_and_after_the_shader(self):
+        self.show(SAMPLE, f"{CUBE}/mesh")
+        self.wait("/position/.test(document.querySelector('.mesh thead')?.textContent)")
+        self.click("After it")
+        self.wait("/gl_Position/.test(document.querySelector('.mesh thead')?.textContent)")
+        self.assertRegex(self.browser.evaluate("""(() => {
+            const canvas = document.querySelector("canvas.mesh"), { x, y, width, height } = canvas.getBoundingClientRect();
+            for (let clientY = y; clientY < y + height; clientY += 8)
+                for (let clientX = x; clientX < x + width; clientX += 8) {
+                    canvas.dispatchEvent(new PointerEvent("pointermove", { clientX, clientY }));
+                    if (/index/.test(canvas.nextSibling.textContent)) return canvas.nextSibling.textContent;
+                }
+        })()"""), r"^vertex \d+, index \d+, instance 0: -?\d")
+        self.assertNotIn("false", self.browser.evaluate("document.querySelector('#detail').innerText"))
+        self.assertEqual(self.browser.console, [])
 
 
 if __name__ == "__main__":

@@ -51,6 +51,7 @@ export class Editor {
     showErrors(lines) {
         this.clearErrors();
         this.marked = lines.map(line => this.mirror.addLineClass(line - 1, "wrap", "wrong"));
+        if (lines.length) this.mirror.scrollIntoView({ line: lines[0] - 1, ch: 0 }, 40);
     }
 
     goToLine(line) {

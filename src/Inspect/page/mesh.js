@@ -79,7 +79,7 @@ export class MeshView {
     pages() {
         const { rows, count } = this.answer;
         const go = by => { if (this.first + by >= 0 && this.first + by < rows.length) this.first += by; this.fill(); };
-        return rows.length > Rows && make("div", { class: "bar" }, make("button", { click: () => go(-Rows) }, "Earlier"), make("button", { click: () => go(Rows) }, "Later"),
+        return rows.length <= Rows ? "" : make("div", { class: "bar" }, make("button", { click: () => go(-Rows) }, "Earlier"), make("button", { click: () => go(Rows) }, "Later"),
             rows.length < count ? `the first ${rows.length} of ${count}` : "");
     }
 

@@ -66,6 +66,7 @@ export class ProgramView {
         parts.push(...this.experiments());
         const attributes = this.programs.flatMap(program => program.attributes ?? []);
         if (attributes.length) parts.push(make("h3", {}, "Attributes"), variables(attributes));
+        for (const program of this.programs) parts.push(...this.blocks(program));
         const rest = make("div");
         if (this.inputs.length) renderInputs(rest, this.at, this.inputs, this.open);
         place.replaceChildren(...parts, rest);
@@ -111,6 +112,16 @@ export class ProgramView {
         return [make("h3", {}, "Experiments"), make("table", { class: "values experiments" }, make("tbody", {}, Experiments.map(([kind, name, why]) =>
             make("tr", {}, make("th", { scope: "row", title: why }, name),
                 make("td", {}, make("div", { class: "choice" }, button(kind, name, this.at, "this call"), button(kind, name, undefined, "the frame")))))))];
+    }
+
+    /** The uniforms that lie in buffers. */
+    blocks({ uniforms = [] }) {
+        const names = new Set(uniforms.map(one => one.block).filter(Boolean));
+        return [...names].flatMap(name => {
+            const buffer = this.inputs.find(input => input.kind === "buffer" && input.name === `block ${name}`)?.object;
+            const link = buffer && make("a", { href: "#", click: event => { event.preventDefault(); this.open("buffers", buffer); } }, `buffer ${buffer}`);
+            return [make("h3", {}, `Block ${name}: `, link ?? "no buffer"), variables(uniforms.filter(one => one.block === name))];
+        });
     }
 
     apply() {
