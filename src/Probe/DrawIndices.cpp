@@ -67,69 +67,20 @@ IndexMemory ReadIndexMemory(const Data::CallArguments& draw, GLenum type)
     return memory;
 }
 
-/// Takes the vertices of primitives, which any restart begins anew.
-class OutlineBuilder {
-public:
-    explicit OutlineBuilder(GLenum mode) : m_mode(mode) {}
-
-    void Add(std::int64_t index)
-    {
-        if (index < 0) {
-            End();
-            return;
+/// Calls `visit` with the places of the vertices of each run, which an index that restarts primitives ends.
+template <class Visit> void ForEachRun(const std::vector<std::int64_t>& indices, Visit visit)
+{
+    std::vector<std::uint32_t> run;
+    for (std::uint32_t i = 0; i < indices.size(); ++i) {
+        if (indices[i] >= 0) {
+            run.push_back(i);
+            continue;
         }
-        m_run.push_back(static_cast<std::uint32_t>(index));
+        visit(run);
+        run.clear();
     }
-
-    /// The run of vertices is whole.
-    void End()
-    {
-        const std::size_t count = m_run.size();
-        switch (m_mode) {
-        case GL_POINTS:
-            lines.insert(lines.end(), m_run.begin(), m_run.end());
-            break;
-        case GL_LINES:
-            for (std::size_t i = 1; i < count; i += 2)
-                Line(i - 1, i);
-            break;
-        case GL_LINE_STRIP:
-        case GL_LINE_LOOP:
-            for (std::size_t i = 1; i < count; ++i)
-                Line(i - 1, i);
-            if (m_mode == GL_LINE_LOOP && count > 2)
-                Line(count - 1, 0);
-            break;
-        case GL_TRIANGLES:
-            for (std::size_t i = 2; i < count; i += 3)
-                Triangle(i - 2, i - 1, i);
-            break;
-        case GL_TRIANGLE_FAN:
-            for (std::size_t i = 2; i < count; ++i)
-                Triangle(0, i - 1, i);
-            break;
-        default:
-            for (std::size_t i = 2; i < count; ++i)
-                Triangle(i - 2, i - 1, i);
-            break;
-        }
-        m_run.clear();
-    }
-
-    std::vector<std::uint32_t> lines;
-
-private:
-    void Line(std::size_t from, std::size_t to) { lines.insert(lines.end(), {m_run[from], m_run[to]}); }
-    void Triangle(std::size_t a, std::size_t b, std::size_t c)
-    {
-        Line(a, b);
-        Line(b, c);
-        Line(c, a);
-    }
-
-    GLenum m_mode;
-    std::vector<std::uint32_t> m_run;
-};
+    visit(run);
+}
 
 } // namespace
 
@@ -159,15 +110,45 @@ DrawIndices ReadDrawIndices(const Data::CallArguments& draw, std::uint32_t first
     return result;
 }
 
+std::vector<std::array<std::uint32_t, 3>> TrianglesOf(unsigned int mode, const std::vector<std::int64_t>& indices)
+{
+    std::vector<std::array<std::uint32_t, 3>> triangles;
+    ForEachRun(indices, [&](const std::vector<std::uint32_t>& run) {
+        const std::size_t step = mode == GL_TRIANGLES ? 3 : 1;
+        for (std::size_t i = 2; i < run.size(); i += step)
+            if (mode == GL_TRIANGLE_FAN)
+                triangles.push_back({run[0], run[i - 1], run[i]});
+            else if (mode == GL_TRIANGLE_STRIP && i % 2 == 1)
+                triangles.push_back({run[i - 1], run[i - 2], run[i]});
+            else if (mode == GL_TRIANGLES || mode == GL_TRIANGLE_STRIP)
+                triangles.push_back({run[i - 2], run[i - 1], run[i]});
+    });
+    return triangles;
+}
+
 Outline OutlineOf(unsigned int mode, const std::vector<std::int64_t>& indices)
 {
-    if (mode > GL_TRIANGLE_FAN)
-        return {};
-    OutlineBuilder builder(mode);
-    for (const std::int64_t index : indices)
-        builder.Add(index);
-    builder.End();
-    return {mode == GL_POINTS ? GLenum{GL_POINTS} : GLenum{GL_LINES}, std::move(builder.lines)};
+    Outline outline = {mode == GL_POINTS ? GLenum{GL_POINTS} : GLenum{GL_LINES}, {}};
+    const auto add = [&](std::uint32_t place) {
+        outline.indices.push_back(static_cast<std::uint32_t>(indices[place]));
+    };
+    for (const auto& [a, b, c] : TrianglesOf(mode, indices))
+        for (const std::uint32_t place : {a, b, b, c, c, a})
+            add(place);
+    if (mode > GL_LINE_STRIP)
+        return outline;
+    ForEachRun(indices, [&](const std::vector<std::uint32_t>& run) {
+        for (std::size_t i = mode == GL_POINTS ? 0 : 1; i < run.size(); i += mode == GL_LINES ? 2 : 1) {
+            if (mode != GL_POINTS)
+                add(run[i - 1]);
+            add(run[i]);
+        }
+        if (mode == GL_LINE_LOOP && run.size() > 2) {
+            add(run.back());
+            add(run.front());
+        }
+    });
+    return outline;
 }
 
 } // namespace Probe

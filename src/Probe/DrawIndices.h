@@ -1,6 +1,7 @@
 // The vertices that a draw takes, in their order.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -22,6 +23,11 @@ struct DrawIndices {
 /// Up to `most` from vertex `first` on. `draw` has just been replayed, or is the next call. Multiple and indirect draws
 /// have none.
 DrawIndices ReadDrawIndices(const Data::CallArguments& draw, std::uint32_t first, std::uint32_t most);
+
+/// The triangles of a draw in `mode`, each as three places in `indices`, turning as the draw has them. None for other
+/// primitives.
+[[nodiscard]] std::vector<std::array<std::uint32_t, 3>> TrianglesOf(unsigned int mode,
+                                                                    const std::vector<std::int64_t>& indices);
 
 /// The lines around the primitives of a draw in `mode`, as pairs of vertices; points and lines themselves as they are.
 /// No indices for patches and primitives with neighbours, which are another thing without their shaders.

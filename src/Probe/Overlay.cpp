@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <utility>
 
 #include <GLES3/gl32.h>
@@ -10,6 +11,8 @@
 #include "Interfaces/GLFramebuffers.h"
 #include "Probe/DrawIndices.h"
 #include "Probe/FragmentCounter.h"
+#include "Probe/Programs.h"
+#include "Probe/ProgramsInUse.h"
 #include "Probe/RedrawGuard.h"
 
 namespace Probe {
@@ -20,6 +23,10 @@ constexpr std::uint8_t Passed = 1;
 constexpr std::uint8_t Failed = 2;
 /// Of one draw's outline; more would take minutes.
 constexpr std::uint32_t MostVertices = 1U << 22;
+/// Whose positions are read.
+constexpr std::uint32_t MostShaded = 1U << 20;
+/// In pixels: as many as are shaded together.
+constexpr double SmallArea = 4;
 
 const Core::GLESProcTable& GL()
 {
@@ -47,8 +54,8 @@ void TellShaders(Replayer& replayer)
         GL().glDisable(GL_SCISSOR_TEST);
 }
 
-/// Draws lines around the triangles, by indices of the probe's own.
-std::string DrawOutline(Replayer& replayer, const Outline& outline, int instances)
+/// Draws other primitives of the same vertices, by indices of the probe's own.
+std::string DrawIndexed(Replayer& replayer, const Outline& outline, int instances)
 {
     constexpr Core::BindingPoint ElementArray = {GL_ELEMENT_ARRAY_BUFFER, GL_ELEMENT_ARRAY_BUFFER_BINDING};
     replayer.DeliverVertices();
@@ -72,7 +79,7 @@ std::string DrawOutline(Replayer& replayer, const Outline& outline, int instance
     const GLenum error = Core::TakeErrors(GL());
     GL().glDeleteBuffers(1, &buffer);
     GL().glLineWidth(width);
-    return error == GL_NO_ERROR ? "" : "its shaders take no lines: it has a geometry or a tessellation shader";
+    return error == GL_NO_ERROR ? "" : "its geometry or tessellation shader does not take such primitives";
 }
 
 Overlay Problem(std::string text)
@@ -95,20 +102,42 @@ public:
 
     Overlay Wireframe()
     {
-        const auto draw = m_replayer.LastCall();
-        const DrawIndices drawn = ReadDrawIndices(*draw, 0, MostVertices);
+        DrawIndices drawn = Vertices(MostVertices);
         if (!drawn.problem.empty())
-            return Problem(drawn.problem);
-        if (drawn.count > MostVertices)
-            return Problem("it has more than " + std::to_string(MostVertices) + " vertices");
-        if (draw->Find("baseinstance").value_or(0) != 0)
-            return Problem("draws with a base instance have no wireframe");
-        const Outline outline = OutlineOf(static_cast<GLenum>(draw->Find("mode").value_or(GL_PATCHES)), drawn.indices);
+            return Problem(std::move(drawn.problem));
+        const Outline outline = OutlineOf(Mode(), drawn.indices);
         if (outline.indices.empty())
             return Problem("there are no triangles to draw lines around");
-        const int instances = InstancesOf(*draw);
-        const FragmentCounter counter(m_before, [&] { return DrawOutline(m_replayer, outline, instances); });
-        return ToOverlay(counter.Passed({.depth = false, .stencil = false}), "also what is hidden or culled");
+        return ToOverlay(CounterOf(outline).Passed({.depth = false, .stencil = false}),
+                         "also what is hidden or culled");
+    }
+
+    /// Triangles that cover less than SmallArea pixels, by the area between their corners.
+    Overlay Small()
+    {
+        DrawIndices drawn = Vertices(MostShaded);
+        if (!drawn.problem.empty())
+            return Problem(std::move(drawn.problem));
+        if (HasGeometryShader())
+            return Problem("its geometry shader makes other triangles");
+        const VertexTable shaded = m_replayer.ShadedVertices({0, drawn.count, 0});
+        if (!shaded.problem.empty())
+            return Problem(shaded.problem);
+        const auto triangles = TrianglesOf(Mode(), drawn.indices);
+        Outline small = {GL_TRIANGLES, {}};
+        std::size_t count = 0;
+        for (const std::array<std::uint32_t, 3>& triangle : triangles) {
+            if (!IsSmall(shaded, triangle))
+                continue;
+            ++count;
+            for (const std::uint32_t place : triangle)
+                small.indices.push_back(static_cast<std::uint32_t>(drawn.indices[place]));
+        }
+        const std::string note = std::to_string(count) + " of " + std::to_string(triangles.size()) +
+                                 " triangles are smaller than 4 pixels, of the first instance";
+        if (count == 0)
+            return ToOverlay({.pixels = std::vector<std::uint8_t>(PixelCount())}, note);
+        return ToOverlay(CounterOf(small).Passed({}), note);
     }
 
     Overlay Depth()
@@ -148,6 +177,66 @@ public:
 
 private:
     [[nodiscard]] int Width() const { return m_before.Storage().width; }
+    [[nodiscard]] std::size_t PixelCount() const
+    {
+        return static_cast<std::size_t>(Width()) * static_cast<std::size_t>(m_before.Storage().height);
+    }
+    [[nodiscard]] GLenum Mode() const
+    {
+        return static_cast<GLenum>(m_replayer.LastCall()->Find("mode").value_or(GL_PATCHES));
+    }
+
+    /// All of the draw's, with a problem where there are more or others than can be drawn by their indices alone.
+    [[nodiscard]] DrawIndices Vertices(std::uint32_t most) const
+    {
+        const auto draw = m_replayer.LastCall();
+        DrawIndices drawn = ReadDrawIndices(*draw, 0, most);
+        if (drawn.problem.empty() && drawn.count > most)
+            drawn.problem = "it has more than " + std::to_string(most) + " vertices";
+        if (drawn.problem.empty() && draw->Find("baseinstance").value_or(0) != 0)
+            drawn.problem = "it has a base instance";
+        return drawn;
+    }
+
+    /// `other` must outlive it.
+    [[nodiscard]] FragmentCounter CounterOf(const Outline& other) const
+    {
+        return {m_before,
+                [this, &other, instances = InstancesOf(*m_replayer.LastCall())] {
+                    return DrawIndexed(m_replayer, other, instances);
+                }};
+    }
+
+    [[nodiscard]] static bool HasGeometryShader()
+    {
+        Core::TakeErrors(GL());
+        const std::vector<unsigned int> programs = ProgramsInUse();
+        const bool hasOne = std::ranges::any_of(programs, [](unsigned int program) {
+            // An error where it has none.
+            return ProgramParameter(program, GL_GEOMETRY_VERTICES_OUT) > 0;
+        });
+        Core::TakeErrors(GL());
+        return hasOne;
+    }
+
+    /// By the positions that the vertex shader gives; what reaches behind the eye is not.
+    [[nodiscard]] static bool IsSmall(const VertexTable& shaded, const std::array<std::uint32_t, 3>& triangle)
+    {
+        std::array<GLint, 4> viewport = {};
+        GL().glGetIntegerv(GL_VIEWPORT, viewport.data());
+        std::array<std::array<double, 2>, 3> corners = {};
+        for (std::size_t i = 0; i < corners.size(); ++i) {
+            if (triangle[i] >= shaded.rows.size() || shaded.rows[triangle[i]].values.empty())
+                return false;
+            const std::vector<double>& position = shaded.rows[triangle[i]].values.front();
+            if (position.size() != 4 || position[3] <= 0)
+                return false;
+            corners[i] = {position[0] / position[3] / 2 * viewport[2], position[1] / position[3] / 2 * viewport[3]};
+        }
+        const auto& [a, b, c] = corners;
+        const double twice = (b[0] - a[0]) * (c[1] - a[1]) - (b[1] - a[1]) * (c[0] - a[0]);
+        return std::abs(twice) / 2 < SmallArea;
+    }
 
     [[nodiscard]] static int InstancesOf(const Data::CallArguments& draw)
     {
@@ -251,6 +340,8 @@ Overlay MakeOverlay(Replayer& replayer, const TestBuffers& before, std::string_v
     OverlayMaker maker(replayer, before);
     if (kind == "touched")
         return maker.Touched();
+    if (kind == "small")
+        return maker.Small();
     if (kind == "wireframe")
         return maker.Wireframe();
     if (kind == "depth")

@@ -11,17 +11,17 @@
 namespace Probe {
 
 struct Overlay {
-    /// Of "stencil8", in the size of what is drawn to. A pixel of "touched", "wireframe" and "overdraw" has the number
-    /// of fragments there, 255 at most; one of "depth", "stencil" and "scissor" has 1 where some passed and 2 where
-    /// some failed, 3 for both.
+    /// Of "stencil8", in the size of what is drawn to. A pixel of "touched", "small", "wireframe" and "overdraw" has
+    /// the number of fragments there, 255 at most; one of "depth", "stencil" and "scissor" has 1 where some passed and
+    /// 2 where some failed, 3 for both.
     Contents pixels = {};
     /// What has to be known about it; may be empty.
     std::string note = {};
 };
 
-/// Of the draw that ToCall went to, which is drawn again into buffers of the probe's own: "touched", "wireframe",
-/// "depth", "stencil" or "scissor". `pixels` has a problem where it cannot be told, or for another kind. All state is
-/// as before; pending errors are lost.
+/// Of the draw that ToCall went to, which is drawn again into buffers of the probe's own: "touched", "small",
+/// "wireframe", "depth", "stencil" or "scissor". `pixels` has a problem where it cannot be told, or for another kind.
+/// All state is as before; pending errors are lost.
 Overlay OverlayOf(Replayer& replayer, std::string_view kind);
 
 /// Goes on from the start of a frame to call `last` of it, and adds up the fragments of all draws of the pass at its

@@ -12,7 +12,7 @@ from images import read_png
 from test_inspect import INSPECT, PATIENCE_S, Inspect
 
 SIDE = 256  # of the pictures of the family
-KINDS = ("touched", "wireframe", "depth", "stencil", "scissor")
+KINDS = ("touched", "small", "wireframe", "depth", "stencil", "scissor")
 
 
 class Probe:
@@ -68,6 +68,9 @@ class Overlays(Inspect):
         self.assert_overlay("3:7", "touched", lambda x, y: box <= x < SIDE - box)
         self.assert_overlay("3:6", "touched", lambda x, y: y % 2 == 0)
         self.assert_overlay("3:5", "overdraw", lambda x, y: 1 + 2 * (x < box) + (y % 2 == 0))
+        # Two triangles as large as that are not small; of a mesh as fine as the picture all are.
+        self.assert_overlay("3:7", "small", lambda x, y: 0)
+        self.assert_overlay("3:8", "small", lambda x, y: x < 16 and y < 16)
         lines = self.overlay("3:7", "wireframe")
         # Around two triangles: along the edges and the diagonal, and not inside.
         self.assertTrue(lines[SIDE // 3 * SIDE + box] or lines[SIDE // 3 * SIDE + box - 1])
@@ -170,7 +173,7 @@ class PicturePage(Inspect):
         self.browser.press("2")
         legend = "document.querySelector('#legend').textContent"
         half = SIDE * SIDE // 2
-        for key, text in (("x", f"{half} touched"), ("x", "on a line"), ("x", f"{half} passed{half} failed"), ("x", "the stencil test is off"),
+        for key, text in (("x", f"{half} touched"), ("x", "0 of 2 triangles are smaller"), ("x", "on a line"), ("x", f"{half} passed{half} failed"), ("x", "the stencil test is off"),
                           ("x", "the scissor test is off"), ("x", "1\u00D7"), ("x", "differ"), ("X", "1\u00D7")):
             self.browser.press(key)
             self.browser.wait(f"{legend}.includes({json.dumps(text)})")

@@ -207,7 +207,7 @@ export class Output {
         if (!masks.has(kind)) {
             try {
                 const answer = await askBytes("overlay", { at, kind });
-                masks.set(kind, { pixels: new Pixels(answer), note: answer.note });
+                masks.set(kind, { pixels: new Pixels(answer), note: answer.note ?? "" });
             } catch (error) {
                 masks.set(kind, { note: error.message });
             }

@@ -6,6 +6,7 @@ const Counts = [[40, 80, 220], [30, 150, 220], [30, 190, 130], [150, 200, 50], [
 /** The kinds that the server has. Those with `isTest` tell what passed and what failed. */
 export const Overlays = {
     touched: { name: "Pixels that this draw touched", colours: [One], texts: ["touched"] },
+    small: { name: "Triangles smaller than 4 pixels", colours: [One], texts: ["on such triangles"] },
     wireframe: { name: "Wireframe of this draw", colours: [One], texts: ["on a line"] },
     depth: { name: "Depth test", isTest: true },
     stencil: { name: "Stencil test", isTest: true },

@@ -48,7 +48,7 @@ export class Timeline {
 
     /** Begins with the pictures of frames. */
     loadPictures() {
-        this.strip.load(() => this.count, () => { this.frames.failed = this.strip.failed; this.draw(); });
+        this.strip.load(() => this.count - (this.hasRest ? 1 : 0), () => { this.frames.failed = this.strip.failed; this.draw(); });
     }
 
     hover(event) {

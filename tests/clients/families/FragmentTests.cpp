@@ -1,5 +1,9 @@
 // Draws whose fragments pass and fail the tests at known places: by depth, by the scissor box, by the stencil test, and
-// by a shader that throws every other row away. The last one brings its vertices and indices along.
+// by a shader that throws every other row away. The last but one brings its vertices and indices along, the last one
+// has two triangles for each of 16 by 16 pixels.
+
+#include <utility>
+#include <vector>
 
 #include "Families.h"
 
@@ -22,10 +26,23 @@ constexpr const char* Fragment = "#version 300 es\n"
                                  "  color = paint;\n"
                                  "}\n";
 
+/// Two triangles for each of 16 by 16 pixels in the corner of a picture with 256 by 256.
+std::vector<float> FineMesh()
+{
+    constexpr int Side = 16;
+    std::vector<float> mesh;
+    for (int cell = 0; cell < Side * Side; ++cell)
+        for (const auto& [x, y] : {std::pair(0, 0), {1, 0}, {0, 1}, {0, 1}, {1, 0}, {1, 1}})
+            for (const int at : {cell % Side + x, cell / Side + y})
+                mesh.push_back(static_cast<float>(at) / 128 - 1);
+    return mesh;
+}
+
 } // namespace
 
 FAMILY("fragment-tests", stage)
 {
+    const std::vector<float> mesh = FineMesh();
     const GLuint program = LinkProgram(Vertex, Fragment);
     const GLint place = glGetUniformLocation(program, "place");
     const GLint paint = glGetUniformLocation(program, "paint");
@@ -73,6 +90,9 @@ FAMILY("fragment-tests", stage)
         const GLushort corners[] = {0, 1, 2, 2, 1, 3};
         glUniform3f(place, -0.5f, 0.5f, 0);
         glDrawElements(GL_TRIANGLES, 6, GL_UNSIGNED_SHORT, corners);
+        glUniform3f(place, -1, 1, 0);
+        glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, 0, mesh.data());
+        glDrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(mesh.size() / 2));
         EndFrame(stage);
     }
     glDeleteProgram(program);
