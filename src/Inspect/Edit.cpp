@@ -162,7 +162,7 @@ Json ToJson(const std::vector<Edit>& edits)
     return list;
 }
 
-Json RequestFor(const std::vector<Edit>& edits, std::uint32_t frame, const std::optional<FrameCut>& cut)
+Json RequestFor(const std::vector<Edit>& edits, std::uint32_t frame)
 {
     Json list = Json::array();
     for (const Edit& edit : edits) {
@@ -174,8 +174,7 @@ Json RequestFor(const std::vector<Edit>& edits, std::uint32_t frame, const std::
         } else if (edit.place) {
             // That of another frame is at no call of this one.
             constexpr std::uint32_t None = ~0U;
-            const Place place = cut ? cut->ToCut(*edit.place) : *edit.place;
-            json["call"] = edit.place->frame == frame ? place.call : None;
+            json["call"] = edit.place->frame == frame ? edit.place->call : None;
         }
         list.push_back(std::move(json));
     }

@@ -7,7 +7,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "Inspect/FrameCuts.h"
 #include "Inspect/Place.h"
 
 namespace Inspect {
@@ -37,8 +36,8 @@ std::vector<Edit> ReadEdits(Inspector& inspector, const std::string& body);
 Edit ReadEdit(Inspector& inspector, const std::string& text);
 Json ToJson(const std::vector<Edit>& edits);
 
-/// As a replay takes them that is at the start of a frame, of the whole capture or of a cut.
-Json RequestFor(const std::vector<Edit>& edits, std::uint32_t frame, const std::optional<FrameCut>& cut);
+/// As a replay takes them that is at the start of a frame.
+Json RequestFor(const std::vector<Edit>& edits, std::uint32_t frame);
 /// Throws Error where the answer to it has faults, with what is wrong at which line.
 void CheckAnswer(const std::vector<Edit>& edits, const Json& answer);
 

@@ -88,6 +88,19 @@ std::optional<std::uint32_t> FrameCalls::Find(const PlaceText& place) const
     return std::nullopt;
 }
 
+std::string FrameCalls::Extent() const
+{
+    std::size_t actions = 0;
+    std::string last;
+    for (const CallRow& row : calls) {
+        if (row.kind == Data::ActionKind::None)
+            continue;
+        ++actions;
+        last = ", the last one " + row.number.Text() + ",";
+    }
+    return std::to_string(actions) + " actions" + last + " and " + std::to_string(calls.size()) + " calls";
+}
+
 std::string FrameCalls::NameOf(std::uint32_t call) const
 {
     const bool isAction = call > 0 && call <= calls.size() && calls[call - 1].kind != Data::ActionKind::None;

@@ -50,6 +50,8 @@ struct FrameCalls {
 
     /// The call that a text names: its number in the frame. Nothing when the frame has no such action or call.
     [[nodiscard]] std::optional<std::uint32_t> Find(const PlaceText& place) const;
+    /// What there is to be found, for people: "5 actions, the last one 4.1, and 120 calls".
+    [[nodiscard]] std::string Extent() const;
     /// "12" of an action, "c345" of another call.
     [[nodiscard]] std::string NameOf(std::uint32_t call) const;
 };

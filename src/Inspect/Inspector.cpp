@@ -23,12 +23,13 @@ Data::CaptureHeader ReadHeader(const std::string& path)
 
 } // namespace
 
-Inspector::Inspector(std::string path, const std::string& driver, bool isLasting)
-    : m_path(std::move(path)), m_header(ReadHeader(m_path)), m_index(m_path), m_replays(m_path, driver, isLasting),
-      m_thumbnails(m_path, driver,
-                   {.isBusy = [this] { return m_asking > 0; },
-                    .cutOf = [this](std::uint32_t frame) { return m_replays.CutOf(frame); },
-                    .cutsFrames = isLasting && driver.empty()})
+Inspector::Inspector(const ReplaySettings& settings, bool isLasting, std::optional<std::uint32_t> every)
+    : m_path(settings.capture), m_header(ReadHeader(m_path)), m_index(m_path), m_replays(settings, isLasting, every),
+      m_thumbnails(
+          {.isBusy = [this] { return m_asking > 0; },
+           .start = [this](std::uint32_t frame) { return m_replays.Start(frame); },
+           .hasSnapshot = [this](std::uint32_t frame) { return frame < 2 || m_replays.AllSnapshots().At(frame); },
+           .makesSnapshots = isLasting})
 {
 }
 
@@ -64,7 +65,8 @@ Place Inspector::Find(const std::string& text)
                         text + "\"");
     const std::optional<std::uint32_t> call = Calls(place->frame)->Find(*place);
     if (!call)
-        throw Error(Error::Kind::Request, "frame " + std::to_string(place->frame) + " has no " + text);
+        throw Error(Error::Kind::Request, "frame " + std::to_string(place->frame) + " has " +
+                                              Calls(place->frame)->Extent() + ", found " + text);
     return {place->frame, *call};
 }
 
@@ -82,10 +84,7 @@ std::shared_ptr<const Tools::StateSnapshot> Inspector::State(const Place& place)
             return m_states.front().second;
         }
     }
-    const std::optional<FrameCut> cut = m_replays.CutOf(place.frame);
-    const Place at = cut ? cut->ToCut(place) : place;
-    auto state = std::make_shared<Tools::StateSnapshot>(ReadState(cut ? cut->path : m_path, at));
-    state->moment = {place.frame, place.call};
+    auto state = std::make_shared<Tools::StateSnapshot>(ReadState(m_replays.SnapshotFor(place.frame), place));
     m_states.emplace_front(place, state);
     if (m_states.size() > MostStates)
         m_states.pop_back();
@@ -94,16 +93,18 @@ std::shared_ptr<const Tools::StateSnapshot> Inspector::State(const Place& place)
 
 Tools::StateSnapshot Inspector::StateWithSetters(const Place& place)
 {
-    return ReadState(m_path, place);
+    return ReadState(nullptr, place);
 }
 
-Tools::StateSnapshot Inspector::ReadState(const std::string& path, const Place& place)
+Tools::StateSnapshot Inspector::ReadState(const SnapshotPointer& snapshot, const Place& place) const
 {
     std::string error;
-    const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(path, error);
+    const std::unique_ptr<Data::CaptureSource> source = snapshot
+                                                            ? Data::CaptureSource::OpenAt(snapshot->path, m_path, error)
+                                                            : Data::CaptureSource::Open(m_path, error);
     if (!source)
         throw Error(Error::Kind::Request, error);
-    Data::Diagnostics diagnostics(path, nullptr);
+    Data::Diagnostics diagnostics(m_path, nullptr);
     auto result = Tools::StateAt(*source, diagnostics, {place.frame, place.call});
     if (const auto* const text = std::get_if<std::string>(&result))
         throw Error(Error::Kind::Request, *text);

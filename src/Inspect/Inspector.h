@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -23,8 +24,8 @@ namespace Inspect {
 /// be called from any thread, and throw Error.
 class Inspector {
 public:
-    /// Throws Error when the file is no capture. `isLasting`: many requests will come.
-    Inspector(std::string path, const std::string& driver, bool isLasting);
+    /// Throws Error when the file is no capture. `isLasting` and `every` are as in Replays.
+    Inspector(const ReplaySettings& settings, bool isLasting, std::optional<std::uint32_t> every);
 
     [[nodiscard]] const std::string& Path() const { return m_path; }
     [[nodiscard]] const Data::CaptureHeader& Header() const { return m_header; }
@@ -55,7 +56,8 @@ public:
     Tools::StateSnapshot StateWithSetters(const Place& place);
 
 private:
-    static Tools::StateSnapshot ReadState(const std::string& path, const Place& place);
+    /// Reads from the snapshot on, or from the start of the capture where that is null.
+    [[nodiscard]] Tools::StateSnapshot ReadState(const SnapshotPointer& snapshot, const Place& place) const;
 
     std::string m_path;
     Data::CaptureHeader m_header;

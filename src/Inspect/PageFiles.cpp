@@ -32,6 +32,7 @@ const PageFile* FindPageFile(std::string_view name)
         {"programs.js", Script, Pages::programs},
         {"resources.js", Script, Pages::resources},
         {"shader.js", Script, Pages::shader},
+        {"snapshots.js", Script, Pages::snapshots},
         {"source.js", Script, Pages::source},
         {"state.js", Script, Pages::state},
         {"thumbnails.js", Script, Pages::thumbnails},

@@ -34,6 +34,7 @@ Answer AnswerState(Inspector& inspector, const Parameters& parameters);
 Answer AnswerSetters(Inspector& inspector, const Parameters& parameters);
 Answer AnswerResources(Inspector& inspector, const Parameters& parameters);
 
+Answer AnswerSnapshots(Inspector& inspector, const Parameters& parameters);
 Answer AnswerTargets(Inspector& inspector, const Parameters& parameters);
 Answer AnswerPixels(Inspector& inspector, const Parameters& parameters);
 Answer AnswerPicture(Inspector& inspector, const Parameters& parameters);

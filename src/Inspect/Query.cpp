@@ -28,6 +28,7 @@ constexpr Query Queries[] = {
     {"show", AnswerShow},           {"thumbnails", AnswerThumbnails},
     {"thumbnail", AnswerThumbnail}, {"times", AnswerTimes},
     {"setters", AnswerSetters},     {"edits", AnswerEdits},
+    {"snapshots", AnswerSnapshots},
 };
 
 } // namespace

@@ -4,19 +4,39 @@
 
 namespace Inspect {
 
-ReplayProcess::ReplayProcess(const std::string& capture, const std::string& driver)
+void ProcessList::EndAll()
+{
+    const std::lock_guard lock(m_mutex);
+    m_hasEnded = true;
+    for (const Sides::Child* const child : m_children)
+        child->Terminate();
+}
+
+ReplayProcess::ReplayProcess(ProcessList& list, const ReplaySettings& settings, const std::string& snapshot,
+                             bool makesSnapshots)
+    : m_list(list)
 {
     std::vector<std::string> command = {Sides::ProgramBesideThis("playback-probe")};
-    if (!driver.empty()) {
-        command.emplace_back("-driver");
-        command.push_back(driver);
-    }
-    command.emplace_back("--");
-    command.push_back(capture);
-    std::string error;
-    m_child = Sides::Child::Start(command, {}, error);
+    if (!settings.driver.empty())
+        command.insert(command.end(), {"-driver", settings.driver});
+    if (!snapshot.empty())
+        command.insert(command.end(), {"-from", snapshot});
+    if (makesSnapshots)
+        command.emplace_back("-snapshots");
+    command.insert(command.end(), {"--", settings.capture});
+    std::string error = "the server is about to end";
+    const std::lock_guard lock(m_list.m_mutex);
+    if (!m_list.m_hasEnded)
+        m_child = Sides::Child::Start(command, {}, error);
     if (!m_child)
         throw Error(Error::Kind::Replay, error);
+    m_list.m_children.insert(m_child.get());
+}
+
+ReplayProcess::~ReplayProcess()
+{
+    const std::lock_guard lock(m_list.m_mutex);
+    m_list.m_children.erase(m_child.get());
 }
 
 void ReplayProcess::Send(const Json& request)

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,11 +21,36 @@ struct ReplayAnswer {
     std::vector<std::uint8_t> bytes = {};
 };
 
+/// All replay processes of a capture, so that they can be ended while somebody waits for them.
+class ProcessList {
+public:
+    /// Ends those that are there, and lets no more start. From any thread.
+    void EndAll();
+
+private:
+    friend class ReplayProcess;
+
+    std::mutex m_mutex;
+    std::set<const Sides::Child*> m_children;
+    bool m_hasEnded = false;
+};
+
+/// What a replay is started with.
+struct ReplaySettings {
+    std::string capture;
+    /// The folder of the driver's libraries; empty for the system's.
+    std::string driver;
+};
+
 /// A playback-probe: it replays forwards, and a crash of the driver costs it and nothing else.
 class ReplayProcess {
 public:
-    /// Throws Error. `driver` is the folder of the driver's libraries; empty for the system's.
-    ReplayProcess(const std::string& capture, const std::string& driver);
+    /// `snapshot` is where it begins; empty for the capture's start. Throws Error.
+    ReplayProcess(ProcessList& list, const ReplaySettings& settings, const std::string& snapshot = {},
+                  bool makesSnapshots = false);
+    ~ReplayProcess();
+    ReplayProcess(const ReplayProcess&) = delete;
+    ReplayProcess& operator=(const ReplayProcess&) = delete;
 
     /// Sends a request; answers come in the order of requests.
     void Send(const Json& request);
@@ -38,6 +65,7 @@ public:
 private:
     [[noreturn]] void Fail();
 
+    ProcessList& m_list;
     std::unique_ptr<Sides::Child> m_child;
     std::string m_end;
 };

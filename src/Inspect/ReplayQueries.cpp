@@ -10,12 +10,6 @@ namespace Inspect {
 
 namespace {
 
-std::shared_ptr<const Outcome> OutcomeAt(Inspector& inspector, const Place& place, const Parameters& parameters)
-{
-    const auto calls = static_cast<std::uint32_t>(inspector.Calls(place.frame)->calls.size());
-    return inspector.Replay().At(place, calls, VersionOf(parameters));
-}
-
 /// The target that "index" names.
 std::size_t IndexOf(const Outcome& outcome, const Parameters& parameters)
 {
@@ -54,27 +48,41 @@ Answer ToAnswer(const Json& json, const std::vector<std::uint8_t>& bytes)
 Answer AnswerTargets(Inspector& inspector, const Parameters& parameters)
 {
     const Place place = PlaceOf(inspector, parameters);
-    const auto outcome = OutcomeAt(inspector, place, parameters);
+    const auto outcome = inspector.Replay().At(place, VersionOf(parameters));
     Json json = {{"at", inspector.NameOf(place)},
                  {"call", place.call},
                  {"function", outcome->call.value("function", "")},
                  {"isPlayed", outcome->call.value("isPlayed", true)},
-                 {"isCut", inspector.Replay().CutOf(place.frame).has_value()},
+                 {"hasSnapshot", inspector.Replay().AllSnapshots().At(place.frame) != nullptr},
                  {"failed", outcome->call.value("failed", Json::array())},
                  {"targets", outcome->targets}};
     return {.body = Text(json)};
 }
 
+/// From where in the capture replays can begin.
+Answer AnswerSnapshots(Inspector& inspector, const Parameters&)
+{
+    const Snapshots::Progress progress = inspector.Replay().AllSnapshots().Get();
+    Json json = {{"frames", progress.frames},
+                 {"bytes", progress.bytes},
+                 {"mostBytes", progress.mostBytes},
+                 {"framesDone", progress.framesDone},
+                 {"isDone", progress.isDone}};
+    if (!progress.trouble.empty())
+        json["trouble"] = progress.trouble;
+    return {.body = Text(json)};
+}
+
 Answer AnswerPixels(Inspector& inspector, const Parameters& parameters)
 {
-    const auto outcome = OutcomeAt(inspector, PlaceOf(inspector, parameters), parameters);
+    const auto outcome = inspector.Replay().At(PlaceOf(inspector, parameters), VersionOf(parameters));
     const std::size_t index = IndexOf(*outcome, parameters);
     return ToAnswer(outcome->targets[index], outcome->contents[index]);
 }
 
 Answer AnswerPicture(Inspector& inspector, const Parameters& parameters)
 {
-    const auto outcome = OutcomeAt(inspector, PlaceOf(inspector, parameters), parameters);
+    const auto outcome = inspector.Replay().At(PlaceOf(inspector, parameters), VersionOf(parameters));
     const std::size_t index = IndexOf(*outcome, parameters);
     return {"image/png", EncodePicture(outcome->targets[index], outcome->contents[index])};
 }
@@ -83,7 +91,7 @@ Answer AnswerPicture(Inspector& inspector, const Parameters& parameters)
 Answer AnswerPixel(Inspector& inspector, const Parameters& parameters)
 {
     const Place place = PlaceOf(inspector, parameters);
-    const auto outcome = OutcomeAt(inspector, place, parameters);
+    const auto outcome = inspector.Replay().At(place, VersionOf(parameters));
     const Json& target = outcome->targets[IndexOf(*outcome, parameters)];
     const std::uint32_t x = NumberOf(parameters, "x");
     const std::uint32_t y = NumberOf(parameters, "y");

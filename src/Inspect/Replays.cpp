@@ -1,6 +1,6 @@
 #include "Inspect/Replays.h"
 
-#include <algorithm>
+#include <utility>
 
 #include "Inspect/Error.h"
 
@@ -20,18 +20,6 @@ Json GoTo(const Place& place)
     return {{"do", "go"}, {"frame", place.frame}, {"call", place.call}};
 }
 
-/// The calls that lists in an answer name, in the numbers of the whole capture.
-void NumberAsWhole(Json& answer, const FrameCut& cut)
-{
-    for (Json& list : answer) {
-        if (!list.is_array())
-            continue;
-        for (Json& entry : list)
-            if (entry.is_object() && entry.contains("call"))
-                entry["call"] = cut.ToWhole({1, entry["call"].get<std::uint32_t>()}).call;
-    }
-}
-
 } // namespace
 
 std::size_t Outcome::Bytes() const
@@ -42,14 +30,23 @@ std::size_t Outcome::Bytes() const
     return bytes;
 }
 
-Replays::Replays(std::string capture, std::string driver, bool cutsFrames)
-    : m_capture(std::move(capture)), m_driver(std::move(driver)),
-      // Cutting replays on the system's driver, whose pictures are not those of another one.
-      m_cutsFrames(cutsFrames && m_driver.empty()), m_cuts(m_capture)
+Replays::Replays(const ReplaySettings& settings, bool isLasting, std::optional<std::uint32_t> every)
+    : m_isLasting(isLasting), m_settings(settings), m_snapshots(m_processes, settings, every)
 {
 }
 
-std::shared_ptr<const Outcome> Replays::At(const Place& place, std::uint32_t calls, Version version)
+Replays::~Replays()
+{
+    Stop();
+}
+
+void Replays::Stop()
+{
+    m_processes.EndAll();
+    m_snapshots.Stop();
+}
+
+std::shared_ptr<const Outcome> Replays::At(const Place& place, Version version)
 {
     const std::lock_guard lock(m_mutex);
     const bool isEdited = version == Version::Edited && !m_edits.empty();
@@ -62,15 +59,13 @@ std::shared_ptr<const Outcome> Replays::At(const Place& place, std::uint32_t cal
     auto outcome = std::make_shared<Outcome>();
     outcome->targets =
         GoAndAsk(place, Request("targets"), &outcome->call, version).json.value("targets", Json::array());
-    FrameCuts::Wish wish = {place.frame, calls, place.call};
     for (std::size_t i = 0; i < outcome->targets.size(); ++i) {
         Json request = Request("pixels");
         request["index"] = i;
         outcome->contents.push_back(GoAndAsk(place, request, nullptr, version).bytes);
-        wish.hashes.push_back(outcome->targets[i].value("hash", ""));
     }
-    if (m_cutsFrames && !isEdited)
-        m_cuts.Want(std::move(wish));
+    if (m_isLasting && !isEdited)
+        m_snapshots.Want({place.frame, place.call, HashesOf(outcome->targets)});
     Keep(moment, outcome);
     return outcome;
 }
@@ -87,18 +82,16 @@ ReplayAnswer Replays::GoAndAsk(const Place& place, const Json& request, Json* ca
     Running& running = Reach(place, version);
     try {
         if (call || running.at != place) {
-            ReplayAnswer answer = running.process->Ask(GoTo(running.cut ? running.cut->ToCut(place) : place));
+            ReplayAnswer answer = running.process->Ask(GoTo(place));
             running.at = place;
             if (answer.json.contains("problem"))
                 throw Error(Error::Kind::Replay, answer.json["problem"].get<std::string>());
-            if (running.cut)
-                NumberAsWhole(answer.json, *running.cut);
             if (call)
                 *call = std::move(answer.json);
         }
         return running.process->Ask(request);
-    } catch (const Error&) {
-        Fail(running, place);
+    } catch (const Error& error) {
+        Fail(running, place, error.what());
     }
 }
 
@@ -106,17 +99,14 @@ ReplayAnswer Replays::AskFromStart(const Place& last, Json request, Version vers
 {
     const std::lock_guard lock(m_mutex);
     Running running = AtStartOf(last.frame, version == Version::Edited ? m_edits : std::vector<Edit>());
-    const std::optional<FrameCut>& cut = running.cut;
     try {
-        request["call"] = cut ? cut->ToCut(last).call : last.call;
+        request["call"] = last.call;
         ReplayAnswer answer = running.process->Ask(request);
-        if (cut) {
-            NumberAsWhole(answer.json, *cut);
-            KeepSpare(*cut);
-        }
+        if (const SnapshotPointer snapshot = m_snapshots.At(last.frame))
+            KeepSpare(snapshot);
         return answer;
-    } catch (const Error&) {
-        Fail(running, last);
+    } catch (const Error& error) {
+        Fail(running, last, error.what());
     }
 }
 
@@ -134,22 +124,28 @@ std::vector<Edit> Replays::Edits()
     return m_edits;
 }
 
+SnapshotPointer Replays::SnapshotFor(std::uint32_t frame) const
+{
+    const SnapshotPointer snapshot = m_snapshots.At(frame);
+    return snapshot ? snapshot : m_snapshots.Before(frame);
+}
+
 /// A process that is not behind the place.
 Replays::Running& Replays::Reach(const Place& place, Version version)
 {
     if (version == Version::Edited && !m_edits.empty())
         return ReachEdited(place);
-    const std::optional<FrameCut> cut = m_cuts.Find(place.frame);
-    if (!cut) {
-        if (!m_whole.process || place < m_whole.at)
-            m_whole = Start(std::nullopt);
-        return m_whole;
+    if (m_isLasting)
+        m_snapshots.Begin();
+    const bool isInFront = m_running.process && !(place < m_running.at);
+    if (!isInFront || m_running.at.frame != place.frame) {
+        const SnapshotPointer nearest = SnapshotFor(place.frame);
+        if (!isInFront || (nearest && nearest->frame > m_running.at.frame))
+            m_running = BeginAt(place.frame);
     }
-    if (m_frame.process && m_frame.cut->frame == place.frame && !(place < m_frame.at))
-        return m_frame;
-    m_frame = AtStartOf(place.frame);
-    KeepSpare(*cut);
-    return m_frame;
+    if (const SnapshotPointer snapshot = m_snapshots.At(place.frame); snapshot && m_spare.from != snapshot)
+        KeepSpare(snapshot);
+    return m_running;
 }
 
 /// Edits are of one frame: the way to another one goes without them.
@@ -160,77 +156,62 @@ Replays::Running& Replays::ReachEdited(const Place& place)
     return m_edited;
 }
 
-/// One that has nothing of the frame behind it.
-Replays::Running Replays::AtStartOf(std::uint32_t frame)
-{
-    const std::optional<FrameCut> cut = m_cuts.Find(frame);
-    Running running = cut && m_spare.process && m_spare.cut->frame == frame ? std::move(m_spare) : Start(cut);
-    m_spare = {};
-    try {
-        // That of a cut answers that it is there.
-        if (cut)
-            running.process->Receive();
-        else
-            running.process->Ask({{"do", "frame"}, {"frame", frame - 1}});
-        running.at = {frame, 0};
-        return running;
-    } catch (const Error&) {
-        Fail(running, {frame, 0});
-    }
-}
-
 Replays::Running Replays::AtStartOf(std::uint32_t frame, const std::vector<Edit>& edits)
 {
-    Running running = AtStartOf(frame);
-    if (edits.empty())
-        return running;
-    running.hasEdits = true;
+    Running running = BeginAt(frame);
     Json answer;
     try {
-        answer = running.process->Ask(RequestFor(edits, frame, running.cut)).json;
-    } catch (const Error&) {
-        Fail(running, {frame, 0});
+        running.process->Ask({{"do", "frame"}, {"frame", frame - 1}});
+        running.at = {frame, 0};
+        if (edits.empty())
+            return running;
+        running.hasEdits = true;
+        answer = running.process->Ask(RequestFor(edits, frame)).json;
+    } catch (const Error& error) {
+        Fail(running, {frame, 0}, error.what());
     }
     CheckAnswer(edits, answer);
     return running;
 }
 
-/// With a cut, it is told to go to the start of the frame, and will answer that.
-Replays::Running Replays::Start(const std::optional<FrameCut>& cut)
+Replays::Running Replays::BeginAt(std::uint32_t frame)
 {
-    Running running;
-    running.process = std::make_unique<ReplayProcess>(cut ? cut->path : m_capture, m_driver);
-    running.cut = cut;
-    if (cut) {
-        running.at = {cut->frame, 0};
-        running.process->Send(GoTo({1, cut->callsBefore}));
+    const SnapshotPointer snapshot = m_snapshots.At(frame);
+    if (!snapshot)
+        return m_snapshots.Start(frame, false);
+    if (m_spare.from != snapshot)
+        KeepSpare(snapshot);
+    try {
+        // That it is at the start of the frame.
+        m_spare.process->Receive();
+        return std::exchange(m_spare, {});
+    } catch (const Error& error) {
+        m_spare = {};
+        m_snapshots.Drop(*snapshot, error.what());
     }
-    return running;
+    return m_snapshots.Start(frame, false);
 }
 
-void Replays::KeepSpare(const FrameCut& cut)
+void Replays::KeepSpare(const SnapshotPointer& snapshot)
 {
-    m_spare = Start(cut);
+    m_spare.process = std::make_unique<ReplayProcess>(m_processes, m_settings, snapshot->path);
+    m_spare.from = snapshot;
+    m_spare.at = {snapshot->frame, 0};
+    m_spare.process->Send({{"do", "frame"}, {"frame", snapshot->frame - 1}});
 }
 
 /// The process ended, or did not do what it should.
-void Replays::Fail(Running& running, const Place& place)
+void Replays::Fail(Running& running, const Place& place, std::string text)
 {
-    std::string text = running.process->End();
-    constexpr std::string_view Crash = "crashed in call ";
-    if (const std::size_t at = text.rfind(Crash); at != std::string::npos && running.cut) {
-        // In the numbers of the whole capture.
-        const std::size_t begin = at + Crash.size();
-        const std::size_t colon = text.find(':', begin);
-        const std::size_t end = text.find(' ', begin);
-        const auto call = ParseNumber(std::string_view(text).substr(colon + 1, end - colon - 1));
-        const Place whole = running.cut->ToWhole({1, call.value_or(0)});
-        text.replace(begin, end - begin, std::to_string(whole.frame) + ":" + std::to_string(whole.call));
+    if (running.from && !running.process->IsAlive()) {
+        // What sets up a frame has numbers of its own, as of the frame in front.
+        const std::string crash = "crashed in call " + std::to_string(running.from->frame - 1) + ":";
+        if (const std::size_t at = text.rfind(crash); at != std::string::npos)
+            text.replace(at, text.find(' ', at + crash.size()) - at,
+                         "crashed while frame " + std::to_string(running.from->frame) + " was set up, in");
+        if (!running.hasEdits)
+            m_snapshots.Drop(*running.from, text);
     }
-    if (text.empty())
-        text = "the replay did not get there";
-    if (running.cut && !running.hasEdits && !running.process->IsAlive())
-        m_cuts.Drop(running.cut->frame);
     running = {};
     throw Error(Error::Kind::Replay,
                 "on the way to call " + std::to_string(place.frame) + ":" + std::to_string(place.call) + ": " + text);

@@ -5,14 +5,15 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "Inspect/Edit.h"
-#include "Inspect/FrameCuts.h"
 #include "Inspect/Place.h"
 #include "Inspect/ReplayProcess.h"
+#include "Inspect/Snapshots.h"
 
 namespace Inspect {
 
@@ -27,20 +28,23 @@ struct Outcome {
     [[nodiscard]] std::size_t Bytes() const;
 };
 
-/// The replay processes behind a capture: one that goes through all of it, and for the frame at hand one that has only
-/// that frame in front of it, with another one waiting at the frame's start for the way back. A process that ends is
-/// replaced when it is needed. Members may be called from any thread; they wait for one another.
+/// The replay processes of a capture: one that goes on to what is asked for, beginning with the nearest snapshot where
+/// it is behind or far in front, and for the way back in the frame at hand another one that waits at its start. A
+/// process that ends is replaced when it is needed. Members may be called from any thread; they wait for one another.
 class Replays {
 public:
     /// What is asked about: frames with the edits from their start on, where there are any, or as they were recorded.
     enum class Version : std::uint8_t { Edited, Recorded };
 
-    /// Frames are cut out only where the way back is likely.
-    Replays(std::string capture, std::string driver, bool cutsFrames);
+    /// `isLasting`: the way back and jumps are likely, so that snapshots are worth their while; `every` as in
+    /// Snapshots.
+    Replays(const ReplaySettings& settings, bool isLasting, std::optional<std::uint32_t> every);
+    ~Replays();
+    Replays(const Replays&) = delete;
+    Replays& operator=(const Replays&) = delete;
 
-    /// What a call left behind; kept, up to 256 MiB, for the next time. `calls` are all calls of the frame. Throws
-    /// Error.
-    std::shared_ptr<const Outcome> At(const Place& place, std::uint32_t calls, Version version = Version::Edited);
+    /// What a call left behind; kept, up to 256 MiB, for the next time. Throws Error.
+    std::shared_ptr<const Outcome> At(const Place& place, Version version = Version::Edited);
     /// The answer to a request after a call. Throws Error.
     ReplayAnswer Ask(const Place& place, const Json& request, Version version = Version::Edited);
     /// The answer to a request that goes from the start of the frame on, such as "history", with the last call as its
@@ -50,38 +54,37 @@ public:
     /// frame, and those before stay.
     void SetEdits(std::vector<Edit> edits, std::uint32_t frame);
     [[nodiscard]] std::vector<Edit> Edits();
-    /// Where the frame at hand lies in a file of its own; nothing while it does not.
-    [[nodiscard]] std::optional<FrameCut> CutOf(std::uint32_t frame) const { return m_cuts.Find(frame); }
+    /// The nearest snapshot in front of a frame; null for none.
+    [[nodiscard]] SnapshotPointer SnapshotFor(std::uint32_t frame) const;
+    /// A process of the caller's own that is not behind the start of a frame. Throws Error.
+    Snapshots::Started Start(std::uint32_t frame) { return m_snapshots.Start(frame, false); }
+    [[nodiscard]] const Snapshots& AllSnapshots() const { return m_snapshots; }
+    /// Ends all processes and removes what they wrote, whoever waits for them. From any thread.
+    void Stop();
 
 private:
-    /// A process, and how far it is.
-    struct Running {
-        std::unique_ptr<ReplayProcess> process;
-        /// Of the whole capture, or of a cut.
-        std::optional<FrameCut> cut;
-        Place at;
-        bool hasEdits = false;
-    };
+    /// `at` is how far it is.
+    using Running = Snapshots::Started;
 
     ReplayAnswer GoAndAsk(const Place& place, const Json& request, Json* call, Version version);
     Running& Reach(const Place& place, Version version);
     Running& ReachEdited(const Place& place);
-    Running AtStartOf(std::uint32_t frame);
+    /// A process in front of a frame, at its start where there is a snapshot.
+    Running BeginAt(std::uint32_t frame);
+    /// One that is there, with edits.
     Running AtStartOf(std::uint32_t frame, const std::vector<Edit>& edits);
-    Running Start(const std::optional<FrameCut>& cut);
-    void KeepSpare(const FrameCut& cut);
-    [[noreturn]] void Fail(Running& running, const Place& place);
+    void KeepSpare(const SnapshotPointer& snapshot);
+    [[noreturn]] void Fail(Running& running, const Place& place, std::string text);
     /// A place, and the edits that were in force; 0 without any.
     using Moment = std::pair<std::uint32_t, Place>;
     void Keep(const Moment& moment, std::shared_ptr<const Outcome> outcome);
 
-    const std::string m_capture;
-    const std::string m_driver;
-    const bool m_cutsFrames;
-    FrameCuts m_cuts;
+    const bool m_isLasting;
+    const ReplaySettings m_settings;
+    ProcessList m_processes;
+    Snapshots m_snapshots;
     std::mutex m_mutex;
-    Running m_whole;
-    Running m_frame;
+    Running m_running;
     /// Was told to go to the start of its frame, and has not been asked whether it is there.
     Running m_spare;
     /// Counted each time that they are set.

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include <httplib.h>
 #include <sys/random.h>
@@ -78,7 +79,8 @@ void Refuse(httplib::Response& response, int status, const std::string& text, co
 
 class Server::Implementation {
 public:
-    explicit Implementation(Inspector& inspector) : m_inspector(inspector), m_token(MakeToken())
+    Implementation(Inspector& inspector, std::function<void()> end)
+        : m_inspector(inspector), m_end(std::move(end)), m_token(MakeToken())
     {
         m_server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
             SetHeaders(response);
@@ -150,7 +152,7 @@ private:
     void Close(httplib::Response& response)
     {
         response.set_content("{}\n", "application/json");
-        Stop();
+        m_end();
     }
 
     static void SendPage(std::string_view path, httplib::Response& response)
@@ -187,12 +189,16 @@ private:
     }
 
     Inspector& m_inspector;
+    const std::function<void()> m_end;
     const std::string m_token;
     httplib::Server m_server;
     int m_port = 0;
 };
 
-Server::Server(Inspector& inspector) : m_implementation(std::make_unique<Implementation>(inspector)) {}
+Server::Server(Inspector& inspector, std::function<void()> end)
+    : m_implementation(std::make_unique<Implementation>(inspector, std::move(end)))
+{
+}
 
 Server::~Server() = default;
 

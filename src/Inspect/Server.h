@@ -13,7 +13,8 @@ namespace Inspect {
 /// requests from pages of other origins, and by other names of this machine, are refused.
 class Server {
 public:
-    explicit Server(Inspector& inspector);
+    /// `end` is called when the page asks for the end; it brings about a Stop.
+    Server(Inspector& inspector, std::function<void()> end);
     ~Server();
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
@@ -22,7 +23,7 @@ public:
     std::string Listen(std::uint16_t port);
     /// Where the page is; after Listen.
     [[nodiscard]] std::string Address() const;
-    /// Answers until Stop, or until the page asks for the end.
+    /// Answers until Stop.
     void Run();
     /// From any thread.
     void Stop();

@@ -20,16 +20,11 @@ constexpr std::size_t MostWorks = 4;
 constexpr std::uint32_t FrameSide = 144;
 constexpr std::uint32_t ActionSide = 96;
 constexpr int LowPriority = 10;
-/// After which a frame is replayed as it is, though it may be cut out yet.
-constexpr std::chrono::seconds PatienceForCut{5};
+/// After which the way to a frame begins further in front of it.
+constexpr std::chrono::seconds PatienceForSnapshot{5};
 constexpr std::chrono::milliseconds Pause{20};
 
 } // namespace
-
-Thumbnails::Thumbnails(std::string capture, std::string driver, Surroundings surroundings)
-    : m_capture(std::move(capture)), m_driver(std::move(driver)), m_surroundings(std::move(surroundings))
-{
-}
 
 Thumbnails::~Thumbnails()
 {
@@ -135,7 +130,7 @@ void Thumbnails::NextFrame()
     Json answer = {{"end", true}};
     try {
         if (!m_strips)
-            m_strips = std::make_unique<ReplayProcess>(m_capture, m_driver);
+            m_strips = m_surroundings.start(1).process;
         answer = m_strips->Ask({{"do", "frame"}, {"frame", frame}, {"pictures", isShown}}).json;
         // Of several windows the last one that was swapped.
         if (const Json& pictures = answer.value("pictures", Json::array()); !pictures.empty()) {
@@ -163,18 +158,15 @@ bool Thumbnails::GoToFrame(const Work& work)
 {
     if (m_stepsFrame != work.frame) {
         m_steps.reset();
-        m_cut = m_surroundings.cutOf(work.frame);
         m_stepsFrame = work.frame;
-        m_framesGone = 0;
     }
     if (!m_steps) {
-        m_steps = std::make_unique<ReplayProcess>(m_cut ? m_cut->path : m_capture, m_driver);
-        if (m_cut) {
-            m_steps->Ask({{"do", "go"}, {"frame", 1}, {"call", m_cut->callsBefore}});
-            return true;
-        }
+        Snapshots::Started started = m_surroundings.start(work.frame);
+        m_steps = std::move(started.process);
+        // It may have to be told to go to where it begins.
+        m_framesGone = std::max(started.at.frame, 2U) - 2;
     }
-    if (m_cut || m_framesGone + 1 >= work.frame)
+    if (m_framesGone + 1 >= work.frame)
         return true;
     m_steps->Ask({{"do", "frame"}, {"frame", ++m_framesGone}});
     return m_framesGone + 1 >= work.frame;
@@ -182,8 +174,8 @@ bool Thumbnails::GoToFrame(const Work& work)
 
 bool Thumbnails::NextAction(const Work& work)
 {
-    const bool mayBeCut = m_surroundings.cutsFrames && Clock::now() - work.since < PatienceForCut;
-    if (m_stepsFrame != work.frame && mayBeCut && !m_surroundings.cutOf(work.frame)) {
+    const bool mayGetOne = m_surroundings.makesSnapshots && Clock::now() - work.since < PatienceForSnapshot;
+    if (m_stepsFrame != work.frame && mayGetOne && !m_surroundings.hasSnapshot(work.frame)) {
         std::unique_lock lock(m_mutex);
         if (!WantsFrames() && !m_stop)
             m_changed.wait_for(lock, Pause);
@@ -200,7 +192,6 @@ bool Thumbnails::NextAction(const Work& work)
 
 void Thumbnails::Keep(const Work& work, const ReplayAnswer& answer)
 {
-    const auto toWhole = [this](std::uint32_t call) { return m_cut ? m_cut->ToWhole({1, call}).call : call; };
     Change change;
     if (!answer.bytes.empty())
         change = {answer.json.value("x", 0U), answer.json.value("y", 0U), answer.json.value("width", 0U),
@@ -208,13 +199,11 @@ void Thumbnails::Keep(const Work& work, const ReplayAnswer& answer)
     const std::lock_guard lock(m_mutex);
     if (answer.json.contains("end")) {
         work.actions->failed = answer.json.value("failed", Json::array());
-        for (Json& failed : work.actions->failed)
-            failed["call"] = toWhole(failed["call"].get<std::uint32_t>());
         work.actions->isDone = true;
         m_steps.reset();
         m_stepsFrame = 0;
     } else {
-        work.actions->changes[toWhole(answer.json.value("call", 0U))] = std::move(change);
+        work.actions->changes[answer.json.value("call", 0U)] = std::move(change);
     }
     m_changed.notify_all();
 }

@@ -13,8 +13,8 @@
 #include <thread>
 #include <vector>
 
-#include "Inspect/FrameCuts.h"
 #include "Inspect/ReplayProcess.h"
+#include "Inspect/Snapshots.h"
 
 namespace Inspect {
 
@@ -27,12 +27,14 @@ public:
     struct Surroundings {
         /// Somebody waits for another answer.
         std::function<bool()> isBusy;
-        /// A frame that was cut out; nothing while it was not.
-        std::function<std::optional<FrameCut>(std::uint32_t frame)> cutOf;
-        /// Frames will be cut out, which is worth waiting for a little.
-        bool cutsFrames = false;
+        /// A replay process that is not behind the start of a frame; throws Error.
+        std::function<Snapshots::Started(std::uint32_t frame)> start;
+        /// A frame begins with a snapshot.
+        std::function<bool(std::uint32_t frame)> hasSnapshot;
+        /// Frames will do so, which is worth waiting for a little.
+        bool makesSnapshots = false;
     };
-    Thumbnails(std::string capture, std::string driver, Surroundings surroundings);
+    explicit Thumbnails(Surroundings surroundings) : m_surroundings(std::move(surroundings)) {}
     ~Thumbnails();
     Thumbnails(const Thumbnails&) = delete;
     Thumbnails& operator=(const Thumbnails&) = delete;
@@ -84,13 +86,11 @@ private:
     /// False when it was told to end.
     bool WaitForQuiet();
     void NextFrame();
-    /// False while it waits for the frame to be cut out.
+    /// False while it waits for a snapshot of the frame.
     bool NextAction(const Work& work);
     bool GoToFrame(const Work& work);
     void Keep(const Work& work, const ReplayAnswer& answer);
 
-    const std::string m_capture;
-    const std::string m_driver;
     const Surroundings m_surroundings;
 
     std::mutex m_mutex;
@@ -107,8 +107,7 @@ private:
     // Of the thread alone.
     std::unique_ptr<ReplayProcess> m_strips;
     std::unique_ptr<ReplayProcess> m_steps;
-    std::optional<FrameCut> m_cut;
-    /// Of m_steps, and how far it went where it is no cut.
+    /// Of m_steps, and how far it went.
     std::uint32_t m_stepsFrame = 0;
     std::uint32_t m_framesGone = 0;
 

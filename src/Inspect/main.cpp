@@ -1,6 +1,9 @@
 // playback-inspect: a look inside the frames of a capture, in a browser or as JSON.
+#include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <future>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -11,7 +14,7 @@
 #include "Inspect/Parameters.h"
 #include "Inspect/Query.h"
 #include "Inspect/Server.h"
-#include "Sides/Child.h"
+#include "Sides/Browser.h"
 #include "Util/CommandLine.h"
 #include "Util/ExitStatus.h"
 #include "Util/OutputFile.h"
@@ -35,9 +38,11 @@ constexpr Util::Option Options[] = {
      "are "
      "for all draws of the frame, or for one with @PLACE; may be given again",
      "Requests"},
-    {"--driver", "DIR",
-     "take libEGL.so.1 and libGLESv2.so.2, or libEGL.so and libGLESv2.so, from this folder; the way back within a "
-     "frame then begins at the start of the capture",
+    {"--snapshots", "N",
+     "keep the state at every Nth frame, for quick jumps, rather than as often as the time of replay asks for; 0 for "
+     "none along the capture",
+     "Server"},
+    {"--driver", "DIR", "take libEGL.so.1 and libGLESv2.so.2, or libEGL.so and libGLESv2.so, from this folder",
      "Options"},
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},
@@ -59,6 +64,9 @@ constexpr const char* Usage =
     "  playback-inspect --query picture --at 57:12 x.glcap > x.png\n"
     "  playback-inspect --query picture --at 57:12 --edit 5:fragment=new.frag x.glcap > new.png";
 
+/// How long the end of the server may take when there is nothing left that it has to do.
+constexpr std::chrono::milliseconds Patience{300};
+
 ExitStatus Fail(ExitStatus status, const std::string& text)
 {
     std::fprintf(stderr, "playback-inspect: %s\n", text.c_str());
@@ -67,8 +75,8 @@ ExitStatus Fail(ExitStatus status, const std::string& text)
 
 /// What the command line asks for.
 struct Request {
-    std::string file;
-    std::string driver;
+    Inspect::ReplaySettings replay;
+    std::optional<std::uint32_t> every;
     std::uint16_t port = 0;
     bool opensBrowser = false;
     /// Empty for the server.
@@ -82,12 +90,12 @@ std::string ReadRequest(const Util::CommandLine::Result& parsed, Request& reques
     const Util::ParseArgs::CmdLineArgs& args = parsed.args;
     if (args.positional.empty())
         return "no capture file given";
-    request.file = args.positional.front();
+    request.replay.capture = args.positional.front();
     const auto value = [&](const char* name) {
         const std::string* const text = args.FindValue(name);
         return text ? *text : std::string();
     };
-    request.driver = value("--driver");
+    request.replay.driver = value("--driver");
     request.query = value("--query");
     request.opensBrowser = args.HasSwitch("--open");
     request.edits = parsed.AllValues("--edit");
@@ -97,6 +105,11 @@ std::string ReadRequest(const Util::CommandLine::Result& parsed, Request& reques
         if (!port || *port > MostPort)
             return "--port needs a number from 0 to 65535, found \"" + value("--port") + "\"";
         request.port = static_cast<std::uint16_t>(*port);
+    }
+    if (args.FindValue("--snapshots")) {
+        request.every = Inspect::ParseNumber(value("--snapshots"));
+        if (!request.every)
+            return "--snapshots needs a number of frames, found \"" + value("--snapshots") + "\"";
     }
     if (args.FindValue("--at"))
         request.parameters["at"] = value("--at");
@@ -140,35 +153,29 @@ sigset_t EndSignals()
     return signals;
 }
 
-/// A browser outlives this program, and its way of being started does not.
-void OpenBrowser(const std::string& address)
-{
-    std::thread([address] {
-        std::string error;
-        const auto shell = Sides::Child::Start({"/bin/sh", "-c", "exec xdg-open \"$1\"", "sh", address}, {}, error);
-        if (!shell || shell->Wait() != 0)
-            std::fprintf(stderr, "playback-inspect: xdg-open opens no browser; open the address yourself\n");
-    }).detach();
-}
-
 ExitStatus Serve(Inspect::Inspector& inspector, const Request& request)
 {
-    Inspect::Server server(inspector);
+    // As a signal does.
+    Inspect::Server server(inspector, [] { kill(getpid(), SIGTERM); });
     if (const std::string error = server.Listen(request.port); !error.empty())
         return Fail(ExitStatus::NoDriver, error);
     Util::Print(server.Address() + "\n");
     std::fflush(stdout);
     if (request.opensBrowser)
-        OpenBrowser(server.Address());
-    std::thread([&server, signals = EndSignals()] {
+        Sides::OpenBrowser("playback-inspect", server.Address());
+    std::promise<void> isClean;
+    std::thread([&, signals = EndSignals()] {
         int signal = 0;
         sigwait(&signals, &signal);
         server.Stop();
-        // Who asks twice does not wait for what is being replayed.
-        sigwait(&signals, &signal);
-        _exit(128 + signal);
+        inspector.Replay().Stop();
+        isClean.set_value();
+        // What reads the file, and browsers that keep their connections, are not waited for.
+        std::this_thread::sleep_for(Patience);
+        _exit(static_cast<int>(ExitStatus::Done));
     }).detach();
     server.Run();
+    isClean.get_future().wait();
     return ExitStatus::Done;
 }
 
@@ -186,7 +193,7 @@ ExitStatus Run(int argc, char** argv)
         pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     std::unique_ptr<Inspect::Inspector> inspector;
     try {
-        inspector = std::make_unique<Inspect::Inspector>(request.file, request.driver, request.query.empty());
+        inspector = std::make_unique<Inspect::Inspector>(request.replay, request.query.empty(), request.every);
     } catch (const Inspect::Error& failure) {
         return Fail(ExitStatus::Unreadable, failure.what());
     }

@@ -8,6 +8,7 @@
 #include "Playback/Names/GLResourceTable.h"
 #include "Probe/CrashNote.h"
 #include "Replay/Driver.h"
+#include "Trim/SnapshotMaker.h"
 
 namespace Probe {
 
@@ -27,11 +28,13 @@ bool IsQuestion(std::string_view function)
 
 } // namespace
 
-std::unique_ptr<Replayer> Replayer::Open(const std::string& path, const std::string& driver, std::string& error,
-                                         Util::ExitStatus& status)
+std::unique_ptr<Replayer> Replayer::Open(const std::string& path, const std::string& driver, const Beginning& beginning,
+                                         std::string& error, Util::ExitStatus& status)
 {
     status = Util::ExitStatus::Unreadable;
-    std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(path, error);
+    std::unique_ptr<Data::CaptureSource> source = beginning.snapshot.empty()
+                                                      ? Data::CaptureSource::Open(path, error)
+                                                      : Data::CaptureSource::OpenAt(beginning.snapshot, path, error);
     if (!source)
         return nullptr;
     std::unique_ptr<Replayer> replayer(new Replayer(path, std::move(source)));
@@ -41,13 +44,15 @@ std::unique_ptr<Replayer> Replayer::Open(const std::string& path, const std::str
         return nullptr;
     replayer->m_replay->SetStateModel(&replayer->m_model);
     replayer->m_edits = std::make_unique<Edits>(replayer->m_replay->Names(), replayer->m_model);
+    if (beginning.makesSnapshots)
+        replayer->m_snapshots = std::make_unique<Trim::SnapshotMaker>(path, beginning.snapshot);
     return replayer;
 }
 
 Replayer::Replayer(std::string path, std::unique_ptr<Data::CaptureSource> source)
     : m_source(std::move(source)),
       m_diagnostics(std::move(path), [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); }),
-      m_reader(*m_source, m_diagnostics), m_references(m_diagnostics)
+      m_reader(*m_source, m_diagnostics), m_references(m_diagnostics), m_frames(m_source->FramesBefore())
 {
 }
 
@@ -107,6 +112,7 @@ Replayer::Stop Replayer::Run(bool stopsAtActions)
     while (Next()) {
         const Data::RecordCursor& record = m_reader.Record();
         if (record.Is(RecordId::FrameEnd)) {
+            Follow(std::nullopt, false);
             ++m_frames;
             m_counter.BeginFrame();
             m_failedOfFrame = std::exchange(m_failed, {});
@@ -181,7 +187,8 @@ void Replayer::Play(CallId call)
     }
     const Data::ActionKind kind = Data::ActionOf(call);
     const bool isAction = kind != Data::ActionKind::None;
-    const bool isKept = m_watched || IsWanted() || (m_isStepping && (isAction || IsQuestion(NameOf(call))));
+    const bool isKept =
+        m_watched || m_snapshots || IsWanted() || (m_isStepping && (isAction || IsQuestion(NameOf(call))));
     if (isKept) {
         m_record.assign(record.Bytes().begin(), record.Bytes().end());
         m_recordCall = m_diagnostics.position.call;
@@ -196,6 +203,7 @@ void Replayer::Play(CallId call)
     }
     CrashNote::Set(m_frames + 1, m_diagnostics.position.call, NameOf(call));
     const bool isPlayed = PlayLive(call, kind);
+    Follow(call, isPlayed);
     if (m_isStepping && isAction && m_afterAction)
         m_afterAction();
     const auto describe = [&]() -> PlayedAction {
@@ -227,6 +235,7 @@ bool Replayer::PlayLive(CallId call, Data::ActionKind kind)
 void Replayer::Other()
 {
     const Data::RecordCursor& record = m_reader.Record();
+    Follow(std::nullopt, false);
     if (record.Header().id < Data::FirstBuiltInId)
         return;
     if (Data::ThreadRecord thread; record.Is(RecordId::Thread) && record.Read(thread)) {

@@ -22,6 +22,10 @@
 #include "Replay/PictureReader.h"
 #include "Util/ExitStatus.h"
 
+namespace Trim {
+class SnapshotMaker;
+}
+
 namespace Probe {
 
 /// What a frame showed.
@@ -67,12 +71,19 @@ struct PlayedAction {
     std::optional<Data::ReferenceHashRecord> recorded = {};
 };
 
+/// Where a replay begins, and whether others are to begin where it comes by.
+struct Beginning {
+    /// A snapshot of the capture; empty for the capture's own start.
+    std::string snapshot;
+    bool makesSnapshots = false;
+};
+
 /// Replays a capture off screen, forwards, as far as it is told: to the end of a frame or to the next action.
 class Replayer {
 public:
     /// Null, with a reason and how it would end a program, when the capture cannot be read or there is no driver.
-    static std::unique_ptr<Replayer> Open(const std::string& path, const std::string& driver, std::string& error,
-                                          Util::ExitStatus& status);
+    static std::unique_ptr<Replayer> Open(const std::string& path, const std::string& driver,
+                                          const Beginning& beginning, std::string& error, Util::ExitStatus& status);
     ~Replayer();
     Replayer(const Replayer&) = delete;
     Replayer& operator=(const Replayer&) = delete;
@@ -88,7 +99,11 @@ public:
     /// when the capture ends before it or it is behind already.
     Stop ToCall(std::uint32_t frame, std::uint32_t call);
 
-    /// Whole frames that were replayed.
+    /// Writes a snapshot from which other replays can begin. Empty where that went well, else why not. After a frame's
+    /// end only, and when nothing but ToFrameEnd has moved this replay.
+    [[nodiscard]] std::string WriteSnapshot(const std::string& file);
+
+    /// Whole frames that were replayed, with those that a snapshot stands for.
     [[nodiscard]] std::uint32_t Frames() const { return m_frames; }
     [[nodiscard]] std::uint32_t FrameCount() const { return m_source->FrameCount(); }
     /// Of the last ToFrameEnd, or since the last action.
@@ -148,6 +163,8 @@ private:
     explicit Replayer(std::string path, std::unique_ptr<Data::CaptureSource> source);
 
     Stop Run(bool stopsAtActions);
+    /// Tells who makes snapshots of the record at hand.
+    void Follow(std::optional<Data::CallId> call, bool isPlayed);
     [[nodiscard]] bool IsWanted() const;
     /// The record at hand comes with a call that may be made again.
     [[nodiscard]] bool IsInFrontOfKept() const;
@@ -172,6 +189,8 @@ private:
     Data::StateModel m_model;
     std::unique_ptr<Replay::LiveReplay> m_replay;
     std::unique_ptr<Edits> m_edits;
+    /// Null where none are made.
+    std::unique_ptr<Trim::SnapshotMaker> m_snapshots;
     Data::RecordReader m_reader;
     /// The record at hand was read ahead.
     bool m_isAhead = false;
@@ -179,7 +198,7 @@ private:
     std::optional<std::uint32_t> m_reference;
     Replay::PictureReader m_pictureReader;
     std::size_t m_chunks = 0;
-    std::uint32_t m_frames = 0;
+    std::uint32_t m_frames;
     std::uint32_t m_thread = 0;
     Data::ActionCounter m_counter;
     bool m_isStepping = false;

@@ -50,6 +50,8 @@ Reply Service::Answer(const std::string& request, std::istream& input)
         return Changes();
     if (what == "targets")
         return {{{"targets", Targets()}}};
+    if (what == "snapshot")
+        return Snapshot(json.value("file", ""));
     if (std::optional<Reply> reply = Look(m_replayer, what, json))
         return std::move(*reply);
     return {{{"error", "there is no request \"" + what + "\""}}};
@@ -135,6 +137,12 @@ Json Service::Targets()
         m_contents.push_back(std::move(target.contents));
     }
     return targets;
+}
+
+Reply Service::Snapshot(const std::string& file)
+{
+    const std::string trouble = m_replayer.WriteSnapshot(file);
+    return {trouble.empty() ? Json{{"frame", m_replayer.Frames()}} : Json{{"problem", trouble}}};
 }
 
 Reply Service::Pixels(std::size_t index) const

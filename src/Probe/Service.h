@@ -11,7 +11,8 @@
 namespace Probe {
 
 /// Answers requests about a replay: a JSON object on each line, and one line for each answer. Bytes follow an answer
-/// that has "bytes", as many as that says. docs/probe-protocol.md has the requests.
+/// that has "bytes", as many as that says. Snapshots are written with requests
+/// "frame" in front of them alone.
 class Service {
 public:
     explicit Service(Replayer& replayer) : m_replayer(replayer) {}
@@ -25,6 +26,7 @@ private:
     nlohmann::ordered_json TakePictures();
     Reply Action();
     Json Targets();
+    Reply Snapshot(const std::string& file);
     Reply Pixels(std::size_t index) const;
     Reply Reference(std::size_t index) const;
     Reply Put(std::size_t index, std::istream& input);

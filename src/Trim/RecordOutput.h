@@ -57,6 +57,8 @@ public:
         m_makeCurrents[m_thread].assign(record.begin(), record.end());
         DropHeld();
     }
+    /// Copies what HoldMakeCurrent holds.
+    void PutMakeCurrents();
     /// Holds what belongs to the next call, such as its vertices, and stacks until a call is from them. False for other
     /// records.
     bool Hold(const Data::RecordView& record);
@@ -71,7 +73,6 @@ public:
 private:
     void Put(std::uint32_t id, std::span<const std::uint8_t> record);
     void PutCall(Data::CallId call, std::span<const std::uint8_t> record);
-    void PutMakeCurrents();
     void PutStackOf(const Data::RecordView& record);
     void PutStack(std::uint32_t stack);
     void PutModule(std::uint32_t number);

@@ -3,31 +3,14 @@
 #include <algorithm>
 #include <cstring>
 
-#include <EGL/egl.h>
-
 #include "Data/Records/ProgramEnd.h"
 #include "Data/Records/RecordWalk.h"
-#include "Trim/Restore/NeutralUploads.h"
 
 namespace Trim {
 
 namespace {
 
 using Data::RecordId;
-
-/// A replay of what comes before the frames.
-class FrontReplay : public LiveCalls {
-public:
-    explicit FrontReplay(Replay::LiveReplay& replay) : m_replay(replay) {}
-
-    void SetThread(std::uint32_t thread) override { m_replay.SetThread(thread); }
-    bool Call(Data::CallId call, std::uint8_t* record) override { return m_replay.Call(call, record); }
-    [[nodiscard]] Data::MetaHandler& Restorer() override { return m_replay.Restorer(); }
-    [[nodiscard]] const Playback::GLResourceTable& Names() const override { return m_replay.Names(); }
-
-private:
-    Replay::LiveReplay& m_replay;
-};
 
 /// Tells what comes before the first frame that is kept: earlier frames, and the capture's own state-setup block.
 class FrontPart {
@@ -52,15 +35,6 @@ private:
 
 } // namespace
 
-bool Trimmer::ChangesThread(const Data::RecordCursor& record, std::uint32_t& thread)
-{
-    Data::ThreadRecord change;
-    if (!record.Is(RecordId::Thread) || !record.Read(change) || change.thread == thread)
-        return false;
-    thread = change.thread;
-    return true;
-}
-
 // The first pass.
 
 bool Trimmer::Analyse(Replay::LiveReplay& replay)
@@ -76,66 +50,29 @@ bool Trimmer::Analyse(Replay::LiveReplay& replay)
     // Up to the last frame, so that nothing is written when one of them cannot be read.
     if (!Data::WalkRecords(m_source, m_diagnostics, visit, m_range.last))
         return false;
-    ReadContents(replay);
-    std::vector<Slot> restored;
-    for (const auto& [surface, contents] : m_contents) {
-        std::ranges::copy(m_tracker.SurfacePixels(surface), std::back_inserter(restored));
-        std::ranges::copy(contents.objects.slots, std::back_inserter(restored));
-    }
-    // What queries saw before the frames matters only where rendering is conditional.
-    if (!isConditional)
-        std::ranges::copy(m_tracker.SampleSlots(), std::back_inserter(restored));
-    m_selection = SelectRecords(m_tracker.Log(), m_tracker.Model().Slots(), restored);
+    m_front.ReadContents(replay, FrontState::Live::Spoilt);
+    m_front.Select(isConditional);
     return true;
 }
 
 void Trimmer::Analyse(const Data::RecordCursor& record, Replay::LiveReplay& replay)
 {
-    const Data::RecordHeader& header = record.Header();
-    if (header.id >= Data::FirstBuiltInId) {
-        std::uint32_t thread = m_tracker.Thread();
-        if (ChangesThread(record, thread)) {
-            m_tracker.SetThread(thread);
-            replay.SetThread(thread);
-        }
-        const auto id = static_cast<RecordId>(header.id);
-        if (Data::FrameEndRecord end; id == RecordId::FrameEnd && record.Read(end)) {
-            m_startUs = end.timeUs;
-            m_progress(m_diagnostics.position.frame + 1);
-        }
-        m_tracker.BuiltIn(record, VerdictOf(id));
+    const std::optional<Data::CallId> call = m_source.CallOf(record.Header());
+    if (call) {
+        m_record.assign(record.Bytes().begin(), record.Bytes().end());
+        const bool isPlayed = replay.Call(*call, record.Record());
+        m_front.Track(Data::RecordView(m_record.data()), call,
+                      isPlayed ? FrontState::Effect::Played : FrontState::Effect::Failed);
+        return;
+    }
+    const std::uint32_t thread = m_front.Thread();
+    m_front.Track(record, call, FrontState::Effect::Failed);
+    if (m_front.Thread() != thread)
+        replay.SetThread(m_front.Thread());
+    if (record.Is(RecordId::FrameEnd))
+        m_progress(m_diagnostics.position.frame + 1);
+    if (record.Header().id >= Data::FirstBuiltInId)
         replay.Other(record);
-        return;
-    }
-    const std::optional<Data::CallId> call = m_source.CallOf(header);
-    if (!call) {
-        m_tracker.Other(Verdict::Drop);
-        return;
-    }
-    m_record.assign(record.Bytes().begin(), record.Bytes().end());
-    const CallArguments arguments(*call, Data::RecordView(m_record.data()));
-    if (replay.Call(*call, record.Record()))
-        m_tracker.Call(arguments);
-    else
-        m_tracker.FailedCall(arguments);
-}
-
-void Trimmer::ReadContents(Replay::LiveReplay& replay)
-{
-    FrontReplay live(replay);
-    std::set<const Data::StateGroup*> groups;
-    for (const auto& [surface, last] : m_tracker.Surfaces()) {
-        const auto& [thread, current] = last;
-        replay.MakeCurrent(thread, {current.display, current.draw, current.read, current.context});
-        const Data::StateContext* const context = m_tracker.Model().AllContexts().Find(current.context);
-        Contents& contents = m_contents[surface];
-        if (!context)
-            continue;
-        if (groups.insert(context->group.get()).second)
-            contents.objects = ReadObjectContents(m_tracker, *context, live);
-        if (m_tracker.IsDrawnTo(surface))
-            contents.surface = ReadDefaultContents(replay.Restorer(), m_missing);
-    }
 }
 
 // The second pass.
@@ -144,74 +81,28 @@ bool Trimmer::Write(Data::CaptureWriter& writer, Data::CaptureHeader& header)
 {
     RecordOutput output(writer, m_diagnostics, m_isContinued);
     FrontPart front(m_range);
-    std::size_t index = 0;
     std::uint32_t thread = 0;
     bool isInState = true;
     const auto visit = [&](const Data::RecordCursor& record) {
         if (isInState && !front.Has(record, m_diagnostics.position.frame)) {
             isInState = false;
-            WriteContents(output);
+            m_front.WriteContents(output);
+            m_front.WriteCurrent(output);
             output.SetThread(thread);
             writer.BlockEnd(static_cast<std::uint32_t>(Data::BlockType::State));
         }
         if (ChangesThread(record, thread))
             output.SetThread(thread);
         if (isInState)
-            WriteState(record, index++, output);
+            m_front.Write(record, m_source.CallOf(record.Header()), output);
         else
             WriteFrame(record, output);
     };
     writer.SetTime(0);
     writer.BlockStart(static_cast<std::uint32_t>(Data::BlockType::State));
     const bool isWhole = Data::WalkRecords(m_source, m_diagnostics, visit, m_range.last);
-    header.startTimeUs += m_startUs;
+    header.startTimeUs += m_front.EndUs();
     return isWhole;
-}
-
-void Trimmer::WriteState(const Data::RecordCursor& record, std::size_t index, RecordOutput& output)
-{
-    if (output.Hold(record))
-        return;
-    const std::optional<Data::CallId> call = m_source.CallOf(record.Header());
-    if (!m_selection.isKept[index]) {
-        if (call)
-            output.DropHeld();
-        return;
-    }
-    if (!call) {
-        output.Copy(record);
-        return;
-    }
-    if (m_tracker.Log().VerdictOf(index) == Verdict::KeepLast) {
-        output.HoldMakeCurrent(record.Bytes());
-        return;
-    }
-    std::vector<std::uint8_t> copy(record.Bytes().begin(), record.Bytes().end());
-    if (m_tracker.Log().VerdictOf(index) == Verdict::Delete)
-        DropNames(*call, m_tracker.Log().Items(index), m_selection.isCreated, copy);
-    output.CopyCall(*call, copy);
-}
-
-void Trimmer::WriteContents(RecordOutput& output)
-{
-    for (const auto& [surface, last] : m_tracker.Surfaces()) {
-        const auto& [thread, current] = last;
-        const Contents& contents = m_contents[surface];
-        const Data::StateContext* const context = m_tracker.Model().AllContexts().Find(current.context);
-        if (!context || (contents.objects.calls.empty() && contents.surface.empty()))
-            continue;
-        output.SetThread(thread);
-        WriteMakeCurrent(output, current);
-        const NeutralUploads neutral(output, m_tracker.Model(), *context);
-        WriteObjectContents(output, m_tracker, *context, contents.objects);
-        WriteDefaultContents(output.Writer(), current, contents.surface);
-    }
-    // Also what is current anyway, since a new size takes effect with it.
-    for (const auto& [thread, current] : m_tracker.Threads()) {
-        output.SetThread(thread);
-        if (current.context != 0)
-            WriteMakeCurrent(output, current);
-    }
 }
 
 void Trimmer::WriteFrame(const Data::RecordCursor& record, RecordOutput& output)
@@ -228,7 +119,7 @@ void Trimmer::WriteFrame(const Data::RecordCursor& record, RecordOutput& output)
         break;
     case RecordId::FrameEnd:
         if (Data::FrameEndRecord end; record.Read(end))
-            writer.SetTime(end.timeUs - std::min(end.timeUs, m_startUs));
+            writer.SetTime(end.timeUs - std::min(end.timeUs, m_front.EndUs()));
         writer.FrameEnd();
         break;
     case RecordId::FrameHash:
@@ -258,12 +149,6 @@ void Trimmer::WriteUnfinished(const Data::RecordCursor& record, RecordOutput& ou
         }
     }
     output.Copy(record);
-}
-
-void Trimmer::WriteMakeCurrent(RecordOutput& output, const Current& current)
-{
-    output.Write(MakeCall(Data::CallId::eglMakeCurrent, {current.display, current.draw, current.read, current.context},
-                          EGL_TRUE));
 }
 
 } // namespace Trim

@@ -2,8 +2,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
-#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -11,11 +9,8 @@
 #include "Data/Capture/CaptureSource.h"
 #include "Data/Diagnostics.h"
 #include "Replay/LiveReplay.h"
+#include "Trim/FrontState.h"
 #include "Trim/RecordOutput.h"
-#include "Trim/Restore/DefaultContents.h"
-#include "Trim/Restore/ObjectContents.h"
-#include "Trim/Track/EffectLog.h"
-#include "Trim/Track/StateTracker.h"
 #include "Util/FrameRange.h"
 
 namespace Trim {
@@ -42,38 +37,22 @@ public:
     bool Write(Data::CaptureWriter& writer, Data::CaptureHeader& header);
 
     /// What the output lacks, in words.
-    [[nodiscard]] const std::set<std::string>& Missing() const { return m_missing; }
+    [[nodiscard]] const std::set<std::string>& Missing() const { return m_front.Missing(); }
 
 private:
     void Analyse(const Data::RecordCursor& record, Replay::LiveReplay& replay);
-    void ReadContents(Replay::LiveReplay& replay);
-    void WriteState(const Data::RecordCursor& record, std::size_t index, RecordOutput& output);
-    void WriteContents(RecordOutput& output);
     void WriteFrame(const Data::RecordCursor& record, RecordOutput& output);
     /// Calls that had not returned; they get their numbers here.
     void WriteUnfinished(const Data::RecordCursor& record, RecordOutput& output) const;
-    static void WriteMakeCurrent(RecordOutput& output, const Current& current);
-    static bool ChangesThread(const Data::RecordCursor& record, std::uint32_t& thread);
 
     Data::CaptureSource& m_source;
     Data::Diagnostics& m_diagnostics;
     Util::FrameRange m_range;
     std::function<void(std::uint32_t)> m_progress;
     bool m_isContinued = false;
-    StateTracker m_tracker;
-    Selection m_selection;
-    /// When the frame in front of the first one ended; 0 for the capture's own first frame.
-    std::uint64_t m_startUs = 0;
+    FrontState m_front;
     /// A call as it was before replay wrote to it.
     std::vector<std::uint8_t> m_record;
-    struct Contents {
-        /// Of the share group of the surface's context; empty when another surface's context is in the same one.
-        ObjectContents objects;
-        std::vector<DefaultContents> surface;
-    };
-    /// By surface, in the order in which they are restored.
-    std::map<std::uint32_t, Contents> m_contents;
-    std::set<std::string> m_missing;
 };
 
 } // namespace Trim

@@ -51,22 +51,6 @@ ExitStatus Fail(ExitStatus status, const std::string& text)
     return status;
 }
 
-/// The header of frames from `first` on.
-Data::CaptureHeader HeaderOfPart(Data::CaptureHeader header, const std::string& input, std::uint32_t first)
-{
-    header.toolVersion = PLAYBACK_VERSION;
-    // The writer adds those of the part.
-    header.calls = header.eglCalls = 0;
-    // Of a part of a part, the whole is what is of interest.
-    if (header.originFrame != 0) {
-        header.originFrame += first - 1;
-    } else {
-        header.originFrame = first;
-        header.originFile = std::filesystem::path(input).filename().string();
-    }
-    return header;
-}
-
 ExitStatus WriteTrimmed(Data::CaptureSource& source, const std::string& input, const std::string& output,
                         FrameRange range, bool isContinued)
 {
@@ -95,7 +79,7 @@ ExitStatus WriteTrimmed(Data::CaptureSource& source, const std::string& input, c
     Util::OutputFile file(output);
     if (!file.Open())
         return Fail(ExitStatus::NotWritten, file.Error());
-    Data::CaptureHeader header = HeaderOfPart(source.Header(), input, range.first);
+    Data::CaptureHeader header = Trim::HeaderOfPart(source.Header(), input, range.first);
     const auto writer = Data::CaptureWriter::Create(file.TemporaryPath(), header, error);
     const bool isWhole = writer && trimmer.Write(*writer, header);
     if (writer) {

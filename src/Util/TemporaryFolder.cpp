@@ -16,6 +16,11 @@ TemporaryFolder::TemporaryFolder()
 
 TemporaryFolder::~TemporaryFolder()
 {
+    Remove();
+}
+
+void TemporaryFolder::Remove() const
+{
     std::error_code none;
     if (IsThere())
         std::filesystem::remove_all(m_path, none);

@@ -15,6 +15,8 @@ public:
 
     /// False where it could not be made.
     [[nodiscard]] bool IsThere() const { return !m_path.empty(); }
+    /// Removes it now, with all that is in it. From any thread, and more than once.
+    void Remove() const;
     [[nodiscard]] std::string File(std::string_view name) const { return m_path + "/" + std::string(name); }
 
 private:

@@ -34,11 +34,11 @@ class Inspect(EndToEndTest):
     def ask(self, name, capture, *parameters):
         return json.loads(self.query(name, capture, *parameters).stdout)
 
-    def serve(self, capture, *options):
+    def serve(self, capture, *options, **environment):
         """Starts a server: its host, and the path that all its addresses begin with."""
         self.temporary = self.dir / "temporary"
         self.temporary.mkdir(exist_ok=True)
-        self.server = self.start_program(INSPECT, *options, capture, TMPDIR=str(self.temporary))
+        self.server = self.start_program(INSPECT, *options, capture, TMPDIR=str(self.temporary), **environment)
         output = self.dir / "playback-inspect.out"
         end = time.monotonic() + PATIENCE_S
         while not output.read_text().endswith("\n"):
@@ -124,7 +124,7 @@ class Queries(Inspect):
         self.assertIn(f": sampler ramp, texture {ramp}\n", found)
 
     def test_wrong_requests_say_what_is_wrong(self):
-        for words, text in ((("state",), "at is missing"), (("state", "at=3:99"), "frame 3 has no 3:99"),
+        for words, text in ((("state",), "at is missing"), (("state", "at=3:99"), "frame 3 has 7 actions, the last one 4, and"),
                             (("state", "at=x"), "expected a place"), (("targets", "at=99:1"), "there is no frame 99"),
                             (("stat",), 'there is no query "stat"; did you mean state?'),
                             (("pixels", "at=3:1", "index=77"), "index needs a number below"),
@@ -187,12 +187,12 @@ class Serving(Inspect):
         self.assertEqual(list(self.temporary.iterdir()), [])
 
     def test_the_way_back_shows_the_same(self):
-        """Also when the frame has been cut out meanwhile."""
+        """Also when the frame begins with a snapshot meanwhile."""
         forwards = {at: self.get("targets", at=at) for at in ("4:0.2", "4:1", "4:3")}
         state = self.get("state", at="4:3")
         end = time.monotonic() + PATIENCE_S
-        while not self.get("targets", at="4")["isCut"]:
-            self.assertLess(time.monotonic(), end, "the frame is not cut out")
+        while not self.get("targets", at="4")["hasSnapshot"]:
+            self.assertLess(time.monotonic(), end, "the frame has no snapshot")
             # What was asked for is kept, and not replayed again.
             for call in range(1, forwards["4:3"]["call"]):
                 self.get("inputs", at=f"4:c{call}")
@@ -250,6 +250,20 @@ class Page(InBrowser):
             self.browser.press(key)
         self.browser.wait("document.querySelectorAll('#detail tbody tr').length > 1")
         self.assertEqual(self.browser.console, [])
+
+    def test_a_place_that_is_not_there_is_said_at_once(self):
+        capture = self.record(SPINNING, "--frames", "6", "--pbuffer", compositor=False)
+        self.show(capture, "3:1/state")
+        said = "document.querySelector('#alert').innerText.includes('{}') && !document.body.classList.contains('busy')".format
+        for at, text in (("2:99", "Frame 2 has 7 actions, the last one 4, and"), ("99", "there is no frame 99: the capture has")):
+            self.browser.evaluate(f"location.hash = '#{at}'")
+            self.browser.wait(said(text))
+            self.assertEqual(self.browser.evaluate("document.querySelector('#place').value + location.hash"), "3:1#3:1/state")
+        # Where nothing is shown yet, the end of the frame is.
+        self.stop()
+        self.show(capture, "2:99")
+        self.browser.wait(said("found 2:99"))
+        self.assertRegex(self.browser.evaluate("document.querySelector('#place').value"), "^2:c")
 
     def test_every_view_fits_a_phone_and_a_wide_screen(self):
         capture = self.record(SPINNING, "--frames", "6", "--pbuffer", compositor=False)

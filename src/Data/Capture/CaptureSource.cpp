@@ -30,6 +30,39 @@ void ShiftTimes(const Chunk& chunk, std::int64_t shiftUs)
     }
 }
 
+/// Leaves out the records up to the end of a frame: `frames` frames end in them. False when there are less.
+bool LeaveOut(Chunk& chunk, std::uint32_t frames)
+{
+    ThreadRecord thread{{sizeof(ThreadRecord), static_cast<std::uint32_t>(RecordId::Thread)}, 1, 0};
+    RecordCursor record(chunk);
+    while (frames > 0) {
+        if (!record.Next())
+            return false;
+        if (record.Is(RecordId::Thread) && !record.Read(thread))
+            return false;
+        frames -= record.Is(RecordId::FrameEnd) ? 1 : 0;
+    }
+    // A chunk begins with its thread, for which there is room where the last frame ended.
+    if (!record.Record() || record.Header().bytes != sizeof thread)
+        return false;
+    const auto rest = static_cast<std::size_t>(chunk.Data() + chunk.bytes - record.Record());
+    std::memcpy(record.Record(), &thread, sizeof thread);
+    std::memmove(chunk.Data(), record.Record(), rest);
+    chunk.bytes = static_cast<std::uint32_t>(rest);
+    return true;
+}
+
+void Renumber(const Chunk& chunk, const std::vector<std::uint32_t>& calls)
+{
+    for (RecordCursor record(chunk); record.Next();) {
+        RecordHeader header = record.Header();
+        if (header.id >= FirstBuiltInId)
+            continue;
+        header.id = header.id < calls.size() ? calls[header.id] : MaxCalls - 1;
+        std::memcpy(record.Record(), &header, sizeof header);
+    }
+}
+
 } // namespace
 
 std::unique_ptr<CaptureSource> CaptureSource::Open(const std::string& path, std::string& error)
@@ -245,6 +278,12 @@ std::size_t CaptureSource::ChunkOfFrame(std::uint32_t frame) const
     return 0;
 }
 
+std::uint64_t CaptureSource::NextBegin() const
+{
+    return m_continuations.empty() ? m_fileBytes
+                                   : m_continuations.back().begin + m_continuations.back().source->FileBytes();
+}
+
 std::string CaptureSource::Continue(const std::string& path)
 {
     std::string error;
@@ -259,9 +298,7 @@ std::string CaptureSource::Continue(const std::string& path)
     }
     if (next->m_calls != m_calls)
         return path + ": does not continue the file in front of it: it has other calls";
-    const std::uint64_t begin = m_continuations.empty()
-                                    ? m_fileBytes
-                                    : m_continuations.back().begin + m_continuations.back().source->FileBytes();
+    const std::uint64_t begin = NextBegin();
     for (const IndexEntry& chunk : next->m_chunks)
         m_chunks.push_back({begin + chunk.fileOffset, frames + chunk.framesBefore, chunk.frames});
     m_isComplete = m_isComplete && next->m_isComplete;
@@ -270,17 +307,76 @@ std::string CaptureSource::Continue(const std::string& path)
     return {};
 }
 
+std::unique_ptr<CaptureSource> CaptureSource::OpenAt(const std::string& snapshot, const std::string& capture,
+                                                     std::string& error)
+{
+    std::unique_ptr<CaptureSource> whole = Open(capture, error);
+    std::unique_ptr<CaptureSource> source = whole ? Open(snapshot, error) : nullptr;
+    if (!source)
+        return nullptr;
+    if (const std::string trouble = source->GoOnIn(std::move(whole)); !trouble.empty()) {
+        error = snapshot + ": " + trouble;
+        return nullptr;
+    }
+    return source;
+}
+
+std::string CaptureSource::GoOnIn(std::unique_ptr<CaptureSource> capture)
+{
+    const std::uint32_t first = std::max<std::uint32_t>(capture->m_header.originFrame, 1);
+    if (m_header.originFrame < first || FrameCount() != 1 || m_header.originFrame - first >= capture->FrameCount())
+        return "is no snapshot of a capture of " + std::to_string(capture->FrameCount()) + " frames";
+    m_framesBefore = m_header.originFrame - first;
+    for (IndexEntry& chunk : m_chunks)
+        chunk.framesBefore += m_framesBefore;
+    const std::uint32_t frames = m_framesBefore + 1;
+    const std::size_t begin = capture->ChunkOfFrame(frames + 1);
+    const std::vector<IndexEntry>& chunks = capture->m_chunks;
+    Continuation next = {nullptr, NextBegin(), 0, frames - chunks[begin].framesBefore, CallsBy(capture->m_calls)};
+    for (std::size_t i = begin; i < chunks.size(); ++i)
+        m_chunks.push_back({next.begin + chunks[i].fileOffset, chunks[i].framesBefore, chunks[i].frames});
+    m_isComplete = m_isComplete && capture->m_isComplete;
+    next.source = std::move(capture);
+    m_continuations.push_back(std::move(next));
+    return {};
+}
+
+std::vector<std::uint32_t> CaptureSource::CallsBy(const std::vector<FileCall>& others) const
+{
+    std::vector<std::uint32_t> calls;
+    if (others == m_calls)
+        return calls;
+    for (const FileCall& other : others) {
+        const auto found = std::ranges::find(m_calls, other.known, &FileCall::known);
+        const bool isKnown = other.known < callCount && found != m_calls.end();
+        calls.push_back(isKnown ? static_cast<std::uint32_t>(found - m_calls.begin()) : MaxCalls - 1);
+    }
+    return calls;
+}
+
+std::string CaptureSource::ReadContinued(const Continuation& next, const IndexEntry& entry, Chunk& chunk)
+{
+    std::string trouble =
+        next.source->ReadChunk({entry.fileOffset - next.begin, entry.framesBefore, entry.frames}, chunk);
+    if (!trouble.empty())
+        return trouble;
+    if (next.shiftUs != 0)
+        ShiftTimes(chunk, next.shiftUs);
+    const auto first =
+        std::ranges::find_if(m_chunks, [&](const IndexEntry& one) { return one.fileOffset >= next.begin; });
+    if (next.skippedFrames > 0 && first->fileOffset == entry.fileOffset && !LeaveOut(chunk, next.skippedFrames))
+        return "the index is damaged: " + std::to_string(next.skippedFrames) + " frames expected in the chunk";
+    if (!next.calls.empty())
+        Renumber(chunk, next.calls);
+    return {};
+}
+
 std::string CaptureSource::ReadChunk(const IndexEntry& entry, Chunk& chunk)
 {
     const auto found = std::find_if(m_continuations.rbegin(), m_continuations.rend(),
                                     [&](const Continuation& next) { return next.begin <= entry.fileOffset; });
-    if (found != m_continuations.rend()) {
-        std::string trouble =
-            found->source->ReadChunk({entry.fileOffset - found->begin, entry.framesBefore, entry.frames}, chunk);
-        if (trouble.empty())
-            ShiftTimes(chunk, found->shiftUs);
-        return trouble;
-    }
+    if (found != m_continuations.rend())
+        return ReadContinued(*found, entry, chunk);
     ChunkHeader header = {};
     return ReadChunkAt(entry.fileOffset, ChunkKind::Records, chunk, header);
 }

@@ -31,6 +31,10 @@ class CaptureSource {
 public:
     /// Null, with a reason, when nothing of the file can be read.
     static std::unique_ptr<CaptureSource> Open(const std::string& path, std::string& error);
+    /// A snapshot, which is a capture of one empty frame that sets up what the frames up to it left behind, and after
+    /// it the rest of the capture that it was made of. Frames and their calls count as in that capture.
+    static std::unique_ptr<CaptureSource> OpenAt(const std::string& snapshot, const std::string& capture,
+                                                 std::string& error);
     ~CaptureSource();
     CaptureSource(const CaptureSource&) = delete;
     CaptureSource& operator=(const CaptureSource&) = delete;
@@ -51,7 +55,9 @@ public:
     [[nodiscard]] const std::vector<IndexEntry>& Chunks() const { return m_chunks; }
     /// Of the first file.
     [[nodiscard]] std::uint64_t FileBytes() const { return m_fileBytes; }
-    /// Whole frames in those chunks, as the file says.
+    /// Frames in front of the first chunk: of a snapshot, those that it stands for but the last one.
+    [[nodiscard]] std::uint32_t FramesBefore() const { return m_framesBefore; }
+    /// Whole frames up to the last chunk, as the file says.
     [[nodiscard]] std::uint32_t FrameCount() const;
     /// Number of the chunk, from 0, in which a frame begins, counted from 1; 0 where the index does not say.
     [[nodiscard]] std::size_t ChunkOfFrame(std::uint32_t frame) const;
@@ -73,9 +79,17 @@ private:
         std::uint64_t begin;
         /// Added to its times, which count from the start of the recording, for the times of the first file.
         std::int64_t shiftUs;
+        /// Frames at the beginning of its first chunk that are left out.
+        std::uint32_t skippedFrames = 0;
+        /// Its calls by the numbers of the first file's table; empty where both tables are the same.
+        std::vector<std::uint32_t> calls = {};
     };
 
     CaptureSource() = default;
+    std::string GoOnIn(std::unique_ptr<CaptureSource> capture);
+    [[nodiscard]] std::uint64_t NextBegin() const;
+    [[nodiscard]] std::vector<std::uint32_t> CallsBy(const std::vector<FileCall>& others) const;
+    std::string ReadContinued(const Continuation& next, const IndexEntry& entry, Chunk& chunk);
     std::string ReadHeader();
     std::string ReadCallTable();
     bool ReadIndex();
@@ -90,6 +104,7 @@ private:
     std::vector<FileCall> m_calls;
     std::vector<IndexEntry> m_chunks;
     bool m_isComplete = false;
+    std::uint32_t m_framesBefore = 0;
     /// First byte after the call table.
     std::uint64_t m_recordsOffset = 0;
     /// Of a complete file.

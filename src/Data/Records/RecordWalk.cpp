@@ -9,8 +9,7 @@ RecordReader::RecordReader(CaptureSource& source, Diagnostics& diagnostics, std:
       m_queue(source, Preload::No, firstChunk)
 {
     m_diagnostics.position = {};
-    if (firstChunk > 0)
-        m_diagnostics.position.frame = source.Chunks()[firstChunk].framesBefore;
+    m_diagnostics.position.frame = firstChunk > 0 ? source.Chunks()[firstChunk].framesBefore : source.FramesBefore();
 }
 
 bool RecordReader::Next()

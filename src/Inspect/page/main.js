@@ -8,6 +8,7 @@ import { MeshView } from "./mesh.js";
 import { Output } from "./output.js";
 import { ProgramView } from "./programs.js";
 import { ResourceView } from "./resources.js";
+import { watchSnapshots } from "./snapshots.js";
 import { StateView } from "./state.js";
 import { Timeline } from "./timeline.js";
 import { CallTree } from "./tree.js";
@@ -72,7 +73,7 @@ async function go(at, isForced = false) {
         await tree.load(frame, signal);
         // What the address means is known from the calls; pictures come later.
         const call = callOf(at);
-        if (call === null) throw new Error(`Frame ${frame} has no ${at}.`);
+        if (call === null) throw new Error(`Frame ${frame} has ${tree.extent}, found ${at}.`);
         Object.assign(place, { frame, call, at: nameOf(frame, call) });
         byId("place").value = place.at;
         timeline.setFrame(frame);
@@ -85,6 +86,9 @@ async function go(at, isForced = false) {
     } catch (error) {
         if (signal.aborted) return;
         byId("status").textContent = "";
+        // Where nothing is shown yet, something near is.
+        if (place.frame) history.replaceState(null, "", shown = address());
+        else if (at !== "1") await go(at.includes(":") && tree.frame === parseInt(at) ? String(tree.frame) : "1");
         alertUser(error);
     }
     if (!signal.aborted) document.body.classList.remove("busy");
@@ -93,7 +97,7 @@ async function go(at, isForced = false) {
 function callOf(at) {
     const [, rest] = at.split(":");
     if (rest === undefined) return tree.callCount;
-    if (rest.startsWith("c")) return clamp(+rest.slice(1), 1, tree.callCount);
+    if (rest.startsWith("c")) return +rest.slice(1) >= 1 && +rest.slice(1) <= tree.callCount ? +rest.slice(1) : null;
     return tree.nodes.find(node => node.number === rest)?.call ?? null;
 }
 
@@ -271,6 +275,7 @@ async function begin() {
     byId("edited").addEventListener("click", () => openTab("shaders"));
     if (timeline.trouble) alertUser(new Error(timeline.trouble));
     timeline.loadPictures();
+    watchSnapshots().catch(() => {});
     if (timeline.count) readAddress();
     else alertUser(new Error("The capture has no calls."));
 }

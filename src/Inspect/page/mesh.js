@@ -42,7 +42,7 @@ export class MeshView {
         });
         this.pointed = make("p", { class: "foot", "aria-live": "polite" });
         place.replaceChildren(this.choices(), make("div", { class: "bar" }, `${this.mode}, ${count} vertices; places in`, this.position),
-            this.canvas, this.pointed, this.table(), this.pages() || "");
+            this.canvas, this.pointed, this.table(), this.pages());
         this.fill();
         this.mark(null);
         new ResizeObserver(() => this.draw()).observe(this.canvas);

@@ -114,6 +114,12 @@ export class CallTree {
         });
     }
 
+    /** What there is to be found. */
+    get extent() {
+        const numbers = this.nodes.filter(node => node.type === "action").map(node => node.number);
+        return `${numbers.length} actions${numbers.length ? `, the last one ${numbers[numbers.length - 1]},` : ""} and ${this.callCount} calls`;
+    }
+
     textOf(node) {
         if (node.type === "pass") return node.framebuffer ? `Framebuffer ${node.framebuffer}` : "Default framebuffer";
         return node.text;

@@ -267,6 +267,9 @@ std::variant<StateSnapshot, std::string> StateAt(Data::CaptureSource& source, Da
     std::uint32_t thread = 0;
     std::uint32_t lastCall = 0;
     bool isReached = false;
+    // The second state-setup block of a snapshot is no doing of the program and leaves no state behind.
+    constexpr int InUpload = 3;
+    int blockMarks = 0;
     Data::WalkRecords(
         source, diagnostics,
         [&](const Data::RecordCursor& record) {
@@ -281,7 +284,9 @@ std::variant<StateSnapshot, std::string> StateAt(Data::CaptureSource& source, Da
             if (Data::ThreadRecord r; record.Is(Data::RecordId::Thread) && record.Read(r)) {
                 thread = r.thread;
                 calls.SetThread(thread);
-            } else if (isCall && source.Calls()[id].known < Data::callCount) {
+            } else if (record.Is(Data::RecordId::BlockStart) || record.Is(Data::RecordId::BlockEnd)) {
+                ++blockMarks;
+            } else if (isCall && blockMarks != InUpload && source.Calls()[id].known < Data::callCount) {
                 model.SetPlace(PlaceOf({at.frame + 1, at.call}));
                 calls.Decode(static_cast<Data::CallId>(source.Calls()[id].known), record.Record());
             }

@@ -47,6 +47,12 @@ public:
             m_records.back().verdict = Verdict::IfUsed;
     }
     void SetVerdict(Verdict verdict) { m_records.back().verdict = verdict; }
+    /// The last record did nothing after all.
+    void Clear()
+    {
+        m_items.erase(m_items.begin() + static_cast<std::ptrdiff_t>(m_records.back().firstItem), m_items.end());
+        m_records.back().verdict = Verdict::Drop;
+    }
     /// For a record further back.
     void SetVerdict(std::size_t record, Verdict verdict) { m_records[record].verdict = verdict; }
 

@@ -44,6 +44,17 @@ void StateTracker::Call(const CallArguments& call)
         log.SetVerdict(Verdict::KeepAll);
 }
 
+void StateTracker::Upload(const CallArguments& call)
+{
+    Call(call);
+    m_tracked.Log().Clear();
+    Data::StateModel& model = m_tracked.Model();
+    if (call.Call() == Data::CallId::glTexSubImage2D)
+        Object(model.BoundTexture(call.Unsigned(0))).drawn.insert({call.Unsigned(0), call.Unsigned(1)});
+    else if (call.Call() == Data::CallId::glBufferSubData)
+        Object(model.Bound(State::Buffer, call.Unsigned(0))).isDrawn = true;
+}
+
 void StateTracker::FailedCall(const CallArguments& call)
 {
     if (IsEGL(call.Call()))

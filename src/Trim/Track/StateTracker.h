@@ -36,6 +36,9 @@ public:
     void SetThread(std::uint32_t thread) { m_tracked.Model().SetThread(thread); }
     /// Logs the record of a call.
     void Call(const CallArguments& call);
+    /// Logs the record of a call by which a snapshot brings contents back: it does nothing, and what it wrote to is as
+    /// if the GPU had.
+    void Upload(const CallArguments& call);
     /// Logs the record of a call that was refused or raised an error: one of GL then did nothing.
     void FailedCall(const CallArguments& call);
     /// Data that the application wrote to a mapped buffer: `bytes` bytes from `offset` in the mapped range.

@@ -1,0 +1,207 @@
+#include "Trim/FrontState.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include <EGL/egl.h>
+
+#include "Trim/Restore/KeptState.h"
+#include "Trim/Restore/NeutralUploads.h"
+
+namespace Trim {
+
+namespace {
+
+using Data::RecordId;
+
+/// The replay that contents are read from.
+class FrontReplay : public LiveCalls {
+public:
+    explicit FrontReplay(Replay::LiveReplay& replay) : m_replay(replay) {}
+
+    void SetThread(std::uint32_t thread) override { m_replay.SetThread(thread); }
+    bool Call(Data::CallId call, std::uint8_t* record) override { return m_replay.Call(call, record); }
+    [[nodiscard]] Data::MetaHandler& Restorer() override { return m_replay.Restorer(); }
+    [[nodiscard]] const Playback::GLResourceTable& Names() const override { return m_replay.Names(); }
+
+private:
+    Replay::LiveReplay& m_replay;
+};
+
+OutputCall MakeCurrentCall(const Current& current)
+{
+    return MakeCall(Data::CallId::eglMakeCurrent, {current.display, current.draw, current.read, current.context},
+                    EGL_TRUE);
+}
+
+Replay::LiveReplay::Current LiveCurrent(const Current& current)
+{
+    return {current.display, current.draw, current.read, current.context};
+}
+
+} // namespace
+
+bool ChangesThread(const Data::RecordView& record, std::uint32_t& thread)
+{
+    Data::ThreadRecord change;
+    if (!record.Is(RecordId::Thread) || !record.Read(change) || change.thread == thread)
+        return false;
+    thread = change.thread;
+    return true;
+}
+
+Data::CaptureHeader HeaderOfPart(Data::CaptureHeader header, const std::string& path, std::uint32_t first)
+{
+    header.toolVersion = PLAYBACK_VERSION;
+    // The writer adds those of the part.
+    header.calls = header.eglCalls = 0;
+    // Of a part of a part, the whole is what is of interest.
+    if (header.originFrame != 0) {
+        header.originFrame += first - 1;
+    } else {
+        header.originFrame = first;
+        header.originFile = std::filesystem::path(path).filename().string();
+    }
+    return header;
+}
+
+// The first pass.
+
+void FrontState::Track(const Data::RecordView& record, std::optional<Data::CallId> call, Effect effect)
+{
+    if (record.Header().id >= Data::FirstBuiltInId) {
+        std::uint32_t thread = m_tracker.Thread();
+        if (ChangesThread(record, thread))
+            m_tracker.SetThread(thread);
+        const auto id = static_cast<RecordId>(record.Header().id);
+        if (Data::FrameEndRecord end; id == RecordId::FrameEnd && record.Read(end))
+            m_endUs = end.timeUs;
+        m_tracker.BuiltIn(record, VerdictOf(id));
+    } else if (!call) {
+        m_tracker.Other(Verdict::Drop);
+    } else if (const CallArguments arguments(*call, record); effect == Effect::Played) {
+        m_tracker.Call(arguments);
+    } else if (effect == Effect::Failed) {
+        m_tracker.FailedCall(arguments);
+    } else {
+        m_tracker.Upload(arguments);
+    }
+}
+
+std::string FrontState::ReadContents(Replay::LiveReplay& replay, Live live)
+{
+    std::string trouble;
+    std::set<const Data::StateGroup*> groups;
+    for (const auto& [surface, last] : m_tracker.Surfaces()) {
+        const auto& [thread, current] = last;
+        replay.MakeCurrent(thread, LiveCurrent(current));
+        const Data::StateContext* const context = m_tracker.Model().AllContexts().Find(current.context);
+        Contents& contents = m_contents[surface];
+        if (!context)
+            continue;
+        const bool hasObjects = groups.insert(context->group.get()).second;
+        const bool hasSurface = m_tracker.IsDrawnTo(surface);
+        if (live == Live::Kept) {
+            const std::string one = KeepContents(contents, *context, hasObjects, hasSurface, replay);
+            trouble = trouble.empty() ? one : trouble;
+            continue;
+        }
+        FrontReplay calls(replay);
+        if (hasObjects)
+            contents.objects = ReadObjectContents(m_tracker, *context, calls, Trial::Thorough);
+        if (hasSurface)
+            contents.surface = ReadDefaultContents(replay.Restorer(), m_missing);
+    }
+    for (const auto& [thread, current] : m_tracker.Threads())
+        replay.MakeCurrent(thread, LiveCurrent(current));
+    replay.SetThread(m_tracker.Thread());
+    return trouble;
+}
+
+std::string FrontState::KeepContents(Contents& contents, const Data::StateContext& context, bool hasObjects,
+                                     bool hasSurface, Replay::LiveReplay& replay)
+{
+    const KeptState kept;
+    if (hasObjects) {
+        const WholeArea whole;
+        FrontReplay calls(replay);
+        contents.objects = ReadObjectContents(m_tracker, context, calls, Trial::Gentle);
+        // The replay follows which buffers are bound; the driver's own are put back in any case.
+        OutputCall bind = MakeCall(
+            Data::CallId::glBindBuffer,
+            {GL_ARRAY_BUFFER,
+             m_tracker.Model().Object(m_tracker.Model().BoundIn(context, State::Buffer, GL_ARRAY_BUFFER)).name});
+        replay.Call(bind.id, bind.record.data());
+    }
+    if (hasSurface)
+        contents.surface = ReadDefaultContents(m_missing);
+    ForgetErrors();
+    return contents.objects.isSpoilt ? "an image does not take back what was read from it" : "";
+}
+
+void FrontState::Select(bool isConditional)
+{
+    std::vector<Slot> restored;
+    for (const auto& [surface, contents] : m_contents) {
+        std::ranges::copy(m_tracker.SurfacePixels(surface), std::back_inserter(restored));
+        std::ranges::copy(contents.objects.slots, std::back_inserter(restored));
+    }
+    // What queries saw before the frames matters only where rendering is conditional.
+    if (!isConditional)
+        std::ranges::copy(m_tracker.SampleSlots(), std::back_inserter(restored));
+    m_selection = SelectRecords(m_tracker.Log(), m_tracker.Model().Slots(), restored);
+}
+
+// The second pass.
+
+void FrontState::Write(const Data::RecordCursor& record, std::optional<Data::CallId> call, RecordOutput& output)
+{
+    const std::size_t index = m_written++;
+    if (output.Hold(record))
+        return;
+    if (!m_selection.isKept[index]) {
+        if (call)
+            output.DropHeld();
+        return;
+    }
+    if (!call) {
+        output.Copy(record);
+        return;
+    }
+    if (m_tracker.Log().VerdictOf(index) == Verdict::KeepLast) {
+        output.HoldMakeCurrent(record.Bytes());
+        return;
+    }
+    std::vector<std::uint8_t> copy(record.Bytes().begin(), record.Bytes().end());
+    if (m_tracker.Log().VerdictOf(index) == Verdict::Delete)
+        DropNames(*call, m_tracker.Log().Items(index), m_selection.isCreated, copy);
+    output.CopyCall(*call, copy);
+}
+
+void FrontState::WriteContents(RecordOutput& output)
+{
+    for (const auto& [surface, last] : m_tracker.Surfaces()) {
+        const auto& [thread, current] = last;
+        const Contents& contents = m_contents[surface];
+        const Data::StateContext* const context = m_tracker.Model().AllContexts().Find(current.context);
+        if (!context || (contents.objects.calls.empty() && contents.surface.empty()))
+            continue;
+        output.SetThread(thread);
+        output.Write(MakeCurrentCall(current));
+        const NeutralUploads neutral(output, m_tracker.Model(), *context);
+        WriteObjectContents(output, m_tracker, *context, contents.objects);
+        WriteDefaultContents(output.Writer(), current, contents.surface);
+    }
+}
+
+void FrontState::WriteCurrent(RecordOutput& output)
+{
+    // Also what is current anyway, since a new size takes effect with it.
+    for (const auto& [thread, current] : m_tracker.Threads()) {
+        output.SetThread(thread);
+        if (current.context != 0)
+            output.Write(MakeCurrentCall(current));
+    }
+}
+
+} // namespace Trim

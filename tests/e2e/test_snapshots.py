@@ -1,0 +1,113 @@
+"""playback-inspect goes anywhere in a capture by way of the states that it keeps, and ends whatever it does."""
+
+import contextlib
+import http.client
+import os
+import pathlib
+import signal
+import threading
+import time
+import unittest
+
+from harness import FAMILIES, FAULTY_DRIVER, SPINNING
+from test_inspect import PATIENCE_S, Inspect
+
+
+def children(process):
+    """The processes that it has started and that are there."""
+    return [int(path.parent.name) for path in pathlib.Path("/proc").glob("[0-9]*/stat")
+            if (fields := read(path).rpartition(")")[2].split()) and int(fields[1]) == process and fields[0] != "Z"]
+
+
+def read(path):
+    with contextlib.suppress(OSError):
+        return path.read_text()
+    return ""
+
+
+class Jumps(Inspect):
+    """Replays that begin with a snapshot show what a replay of the whole capture does."""
+
+    def keep(self, capture, *options, **environment):
+        """Serves it, and waits until all snapshots are made."""
+        self.serve(capture, "--snapshots", "2", *options, **environment)
+        self.get("inputs", at="1")
+        end = time.monotonic() + PATIENCE_S
+        while not (snapshots := self.get("snapshots"))["isDone"]:
+            self.assertLess(time.monotonic(), end, "the snapshots are not made")
+            time.sleep(0.05)
+        return snapshots
+
+    def hashes(self, targets):
+        return [(target["object"], target["what"], target.get("hash")) for target in targets["targets"]]
+
+    def test_anywhere_is_what_a_replay_of_all_shows(self):
+        for family in ("transform-feedback", "compute", "threads", "queries", "images", "frames-of-fences"):
+            with self.subTest(family):
+                capture = self.record(FAMILIES, family, "--pbuffer", compositor=False)
+                snapshots = self.keep(capture)
+                frames = self.info(capture)["frames"]
+                self.assertEqual(snapshots["frames"], list(range(3, frames + 1, 2)))
+                for frame in (frames, 4, frames - 1, 3):
+                    tree = self.get("actions", frame=frame)["tree"]
+                    at = f"{frame}:{[node['number'] for node in tree if node['type'] == 'action'][-1]}"
+                    whole, here = self.ask("targets", capture, f"at={at}"), self.get("targets", at=at)
+                    self.assertEqual(self.hashes(here), self.hashes(whole), at)
+                    self.assertEqual((here["at"], here["failed"]), (at, whole["failed"]))
+                    self.assertEqual(self.get("state", at=at), self.ask("state", capture, f"at={at}"))
+                after = self.get("snapshots")
+                self.assertNotIn("trouble", after)
+                self.assertLess(0, after["bytes"])
+                self.stop()
+
+    def test_a_snapshot_that_shows_something_else_is_not_used(self):
+        capture = self.record(SPINNING, "--frames", "9", "--pbuffer", compositor=False)
+        # The first draw of each replay is not drawn, which nothing shows any more after frame 1, unless it begins later.
+        snapshots = self.keep(capture, "--driver", FAULTY_DRIVER, PLAYBACK_FAULT="draw:1")
+        self.assertEqual(snapshots["frames"], [3, 5, 7, 9])
+        self.assertEqual(self.hashes(self.get("targets", at="8:3")), self.hashes(self.ask("targets", capture, "at=8:3")))
+        after = self.get("snapshots")
+        self.assertEqual(after["frames"], [9])
+        self.assertIn("shows something else", after["trouble"])
+
+    def test_a_crash_names_the_call_of_the_capture(self):
+        capture = self.record(SPINNING, "--frames", "12", "--pbuffer", compositor=False)
+        draws = [[node["call"] for node in self.ask("actions", capture, f"frame={frame}")["tree"]
+                  if node.get("text", "").startswith("glDrawArrays(")] for frame in range(1, 13)]
+        # The pass along the capture ends in frame 6, having kept the starts of 3 and 5.
+        number = sum(map(len, draws[:5])) + 1
+        snapshots = self.keep(capture, "--driver", FAULTY_DRIVER, PLAYBACK_FAULT=f"crash:{number}")
+        self.assertIn(f"crashed in call 6:{draws[5][0]} glDrawArrays", snapshots["trouble"])
+        self.assertEqual(snapshots["frames"], [3, 5])
+        behind = [(frame, call) for frame in range(5, 13) for call in draws[frame - 1]]
+        status, _, body = self.request(f"{self.path}api/targets?at=12")
+        self.assertEqual(status, 502)
+        self.assertIn("crashed in call {}:{} glDrawArrays".format(*behind[number - 1]), body.decode())
+        self.assertEqual(self.get("targets", at="2:1")["at"], "2:1")
+
+
+class Ending(Inspect):
+    def test_it_ends_at_once_whatever_it_does(self):
+        capture = self.record(SPINNING, "--frames", "600", "--pbuffer", compositor=False)
+        for number in (signal.SIGTERM, signal.SIGINT):
+            self.serve(capture)
+            asking = threading.Thread(target=self.ask_for_the_end)
+            asking.start()
+            end = time.monotonic() + PATIENCE_S
+            # The replay that was asked for, and the one that makes snapshots.
+            while len(started := children(self.server.pid)) < 2:
+                self.assertLess(time.monotonic(), end, "nothing is replayed")
+                time.sleep(0.01)
+            self.server.send_signal(number)
+            self.assertEqual(self.server.wait(PATIENCE_S), 0)
+            asking.join()
+            self.assertEqual([child for child in started if os.path.exists(f"/proc/{child}")], [])
+            self.assertEqual(list(self.temporary.iterdir()), [])
+
+    def ask_for_the_end(self):
+        with contextlib.suppress(OSError, http.client.HTTPException):
+            self.request(f"{self.path}api/targets?at=600")
+
+
+if __name__ == "__main__":
+    unittest.main()
