@@ -16,6 +16,8 @@ std::optional<Command> CommandOfKey(std::uint32_t keysym)
         return Command::Screenshot;
     case XKB_KEY_f:
         return Command::FullScreen;
+    case XKB_KEY_i:
+        return Command::Inspect;
     case XKB_KEY_q:
     case XKB_KEY_Escape:
         return Command::End;

@@ -7,7 +7,7 @@
 namespace Host {
 
 /// What somebody at a keyboard asks of a running replay.
-enum class Command { PauseOrGo, Step, Screenshot, FullScreen, End };
+enum class Command { PauseOrGo, Step, Screenshot, FullScreen, Inspect, End };
 
 /// Commands that were given and not obeyed yet, oldest first.
 using CommandQueue = std::deque<Command>;
@@ -18,7 +18,7 @@ std::optional<Command> CommandOfKey(std::uint32_t keysym);
 
 /// The keys and what they do, for help and messages.
 inline constexpr const char* KeyHelp = "space pauses and resumes, right arrow or n steps a frame, s takes a "
-                                       "screenshot, f toggles full screen, q or Escape "
-                                       "ends";
+                                       "screenshot, f toggles full screen, i shows the inside of the frame "
+                                       "in a browser, q or Escape ends";
 
 } // namespace Host

@@ -25,7 +25,8 @@ namespace Host {
 Session::Session(Options options)
     : m_options(std::move(options)), m_settings(Playback::PlaybackEnvironment::Instance()), m_plan(*m_settings),
       m_measurements(m_options.measuredFrames), m_timer(m_options.framesInFlight, m_measurements, m_telling),
-      m_watchdog([this](const std::string& why) { EndNow(why); }), m_verification(&m_timer), m_pace(m_options.pace)
+      m_watchdog([this](const std::string& why) { EndNow(why); }), m_verification(&m_timer),
+      m_inspection(m_options.captureFile, m_options.driverDirectory), m_pace(m_options.pace)
 {
     if (m_options.gpuSpans) {
         m_gpuTimes = GpuTimes{*m_options.gpuSpans, {}, {}, {}};
@@ -302,6 +303,8 @@ Util::Outcome Session::ReplayFrame()
         m_isPauseDue = false;
         m_controller->Pause();
         SayPaused();
+        if (m_isInspectionDue || m_options.inspect)
+            Inspect();
     }
     return AfterFrame();
 }

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "Host/Commands.h"
+#include "Host/Inspection.h"
 #include "Host/LoopPlan.h"
 #include "Host/LoopReplay.h"
 #include "Host/Options/Options.h"
@@ -97,6 +98,8 @@ private:
     bool WaitForTurn(Util::Outcome& failure);
     [[nodiscard]] bool HasKeys() const;
     void SayPaused() const;
+    /// Opens the frame at which replay is paused in a browser.
+    void Inspect();
     Util::Outcome HandleEvents();
     void Obey(Command command);
     /// Why replay ends before the capture does; empty to go on.
@@ -156,6 +159,9 @@ private:
     bool m_isEndWanted = false;
     /// The next frame is the last one before a pause.
     bool m_isPauseDue = false;
+    /// That pause is for looking inside the frame.
+    bool m_isInspectionDue = false;
+    Inspection m_inspection;
 
     Pace m_pace;
     std::optional<Replay::StatusLine> m_statusLine;

@@ -34,6 +34,12 @@ void Session::SayPaused() const
         ".");
 }
 
+void Session::Inspect()
+{
+    m_isInspectionDue = false;
+    Say(m_inspection.Show(std::max(CurrentFrame(), 1U)));
+}
+
 bool Session::WaitForTurn(Util::Outcome& failure)
 {
     const auto due = IsOnTheWay() ? steady_clock::now() : m_pace.NextFrame(m_capture->FrameTimeUs());
@@ -103,6 +109,12 @@ void Session::Obey(Command command)
         break;
     case Command::FullScreen:
         m_output.ToggleFullscreen();
+        break;
+    case Command::Inspect:
+        if (m_controller->IsPaused())
+            Inspect();
+        else
+            m_isPauseDue = m_isInspectionDue = true;
         break;
     case Command::End:
         m_isEndWanted = true;

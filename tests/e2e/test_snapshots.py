@@ -9,7 +9,7 @@ import threading
 import time
 import unittest
 
-from harness import FAMILIES, FAULTY_DRIVER, SPINNING
+from harness import FAMILIES, FAULTY_DRIVER, PLAYBACK, SPINNING
 from test_inspect import PATIENCE_S, Inspect
 
 
@@ -107,6 +107,31 @@ class Ending(Inspect):
     def ask_for_the_end(self):
         with contextlib.suppress(OSError, http.client.HTTPException):
             self.request(f"{self.path}api/targets?at=600")
+
+
+class FromAPause(Inspect):
+    def test_the_frame_at_which_replay_pauses_is_opened(self):
+        capture = self.record(SPINNING, "--frames", "6", "--pbuffer", compositor=False)
+        # In the place of a browser.
+        browser = self.dir / "xdg-open"
+        browser.write_text(f"#!/bin/sh\necho \"$1\" > {self.dir}/opened.part\nmv {self.dir}/opened.part {self.dir}/opened\n")
+        browser.chmod(0o755)
+        replay = self.start_program(PLAYBACK, "-headless", "-inspect", "-pauseframe", "3", capture,
+                                    PATH=f"{self.dir}:{os.environ['PATH']}")
+        end = time.monotonic() + PATIENCE_S
+        while not (self.dir / "opened").exists():
+            self.assertLess(time.monotonic(), end, "no browser is opened")
+            time.sleep(0.02)
+        address, place = (self.dir / "opened").read_text().strip().split("#")
+        self.assertEqual(place, "3")
+        self.host, self.path = address.removeprefix("http://").split("/", 1)
+        self.path = "/" + self.path
+        self.assertEqual(self.get("capture")["file"], capture)
+        servers = children(replay.pid)
+        replay.terminate()
+        replay.wait(PATIENCE_S)
+        self.assertIn(f"Inside of frame 3: {address}#3", (self.dir / "playback.err").read_text())
+        self.assertEqual([server for server in servers if os.path.exists(f"/proc/{server}")], [])
 
 
 if __name__ == "__main__":

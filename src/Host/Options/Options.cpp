@@ -19,7 +19,8 @@ constexpr const char* Usage = "Usage: playback [options] FILE.glcap\n"
 constexpr const char* Introduction =
     "\n\n"
     "In the window and in the terminal, space pauses and resumes, right arrow or n steps a\n"
-    "frame, s takes a screenshot, f toggles full screen, and q or Escape ends.\n"
+    "frame, s takes a screenshot, f toggles full screen, i shows the inside of the frame in a\n"
+    "browser (playback-inspect), and q or Escape ends.\n"
     "\n"
     "Examples:\n"
     "  playback -verify x.glcap                compare the frames with the recorded ones\n"
@@ -67,6 +68,11 @@ constexpr Util::Option OwnOptions[] = {
      "number of their own, from after draw A - 1 to before draw B + 1, with the numbers that playback-info --dump "
      "gives them: frame3_clear0.1.png, frame3_mipmap2.1_level1.png",
      "Screenshots"},
+    {"-inspect", "",
+     "when replay pauses, as at -pauseframe, show the inside of the frame in a browser by playback-inspect, which i "
+     "does "
+     "at any time",
+     "Frames"},
     {"-framerate", "RATE", "replay at most this many frames a second", "Frames"},
     {"-pace", "HOW", "recorded: replay each frame at the time when the recorded program drew it", "Frames"},
     {"-timelimit", "SECONDS", "end after this time, with status 5, even if the driver does not return from a call",
@@ -201,6 +207,7 @@ std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
         options.hashes.pictureEvery = static_cast<std::uint32_t>(*WholeNumber(*every));
     options.screenshotActions = args.HasSwitch("-screenshotactions");
     options.check = args.HasSwitch("-check");
+    options.inspect = args.HasSwitch("-inspect");
     options.quiet = args.HasSwitch("-quiet");
     options.unfinished = args.HasSwitch("-unfinished");
     options.headless = args.HasSwitch("-headless");

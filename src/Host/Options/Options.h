@@ -32,6 +32,8 @@ struct Options {
     /// Only tell what the driver lacks.
     bool check = false;
     bool quiet = false;
+    /// Show the inside of the frame at each pause.
+    bool inspect = false;
     bool timeCalls = false;
     /// Passes begin when standard input says so.
     bool takesTurns = false;
