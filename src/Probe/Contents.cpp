@@ -1,5 +1,7 @@
 #include "Probe/Contents.h"
 
+#include <cstring>
+
 #include <GLES3/gl32.h>
 #include <xxhash.h>
 
@@ -21,6 +23,18 @@ const char* ComponentsOf(const Util::Pixels& pixels)
     }
 }
 
+template <class T> std::vector<std::uint8_t> Normalized(const std::vector<std::uint8_t>& data, double one)
+{
+    std::vector<std::uint8_t> floats(data.size() / sizeof(T) * sizeof(float));
+    for (std::size_t i = 0; i < data.size() / sizeof(T); ++i) {
+        T value;
+        std::memcpy(&value, &data[i * sizeof value], sizeof value);
+        const auto number = static_cast<float>(static_cast<double>(value) / one);
+        std::memcpy(&floats[i * sizeof number], &number, sizeof number);
+    }
+    return floats;
+}
+
 } // namespace
 
 std::uint64_t Contents::Hash() const
@@ -38,6 +52,19 @@ Contents ToContents(Util::FramebufferReader::Result result)
         contents.height = result.pixels->height;
         contents.data = std::move(result.pixels->data);
     }
+    return contents;
+}
+
+Contents WithFloatDepth(const Contents& image)
+{
+    Contents contents = image;
+    if (image.components == "depth16")
+        contents.data = Normalized<std::uint16_t>(image.data, 65535);
+    else if (image.components == "depth32")
+        contents.data = Normalized<std::uint32_t>(image.data, 4294967295.0);
+    else
+        return contents;
+    contents.components = "depthfloat";
     return contents;
 }
 

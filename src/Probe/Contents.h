@@ -28,4 +28,7 @@ struct Contents {
 /// What was read, or why nothing was.
 [[nodiscard]] Contents ToContents(Util::FramebufferReader::Result result);
 
+/// Depths of any kind as "depthfloat"; other contents as they are.
+[[nodiscard]] Contents WithFloatDepth(const Contents& image);
+
 } // namespace Probe

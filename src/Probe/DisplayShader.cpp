@@ -1,6 +1,5 @@
 #include "Probe/DisplayShader.h"
 
-#include <cstring>
 #include <optional>
 #include <string_view>
 
@@ -44,32 +43,6 @@ const Upload* FindUpload(std::string_view components)
         if (components == upload.components)
             return &upload;
     return nullptr;
-}
-
-template <class T> std::vector<std::uint8_t> Normalized(const std::vector<std::uint8_t>& data, double one)
-{
-    std::vector<std::uint8_t> floats(data.size() / sizeof(T) * sizeof(float));
-    for (std::size_t i = 0; i < data.size() / sizeof(T); ++i) {
-        T value;
-        std::memcpy(&value, &data[i * sizeof value], sizeof value);
-        const auto number = static_cast<float>(static_cast<double>(value) / one);
-        std::memcpy(&floats[i * sizeof number], &number, sizeof number);
-    }
-    return floats;
-}
-
-/// Depths of any kind are numbers from 0 to 1.
-Contents WithFloatDepth(const Contents& image)
-{
-    Contents contents = image;
-    if (image.components == "depth16")
-        contents.data = Normalized<std::uint16_t>(image.data, 65535);
-    else if (image.components == "depth32")
-        contents.data = Normalized<std::uint32_t>(image.data, 4294967295.0);
-    else
-        return contents;
-    contents.components = "depthfloat";
-    return contents;
 }
 
 } // namespace

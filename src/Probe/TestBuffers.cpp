@@ -4,6 +4,8 @@
 
 #include "Interfaces/Core.h"
 #include "Interfaces/GLFramebuffers.h"
+#include "Playback/Meta/RestorePixels.h"
+#include "Probe/Contents.h"
 #include "Util/FramebufferReader.h"
 
 namespace Probe {
@@ -111,8 +113,26 @@ TestBuffers::TestBuffers() : m_storage(TestStorage::OfDrawFramebuffer())
         return;
     m_framebuffer = std::make_unique<TestFramebuffer>(m_storage, TestFramebuffer::Color::None);
     const auto drawn = static_cast<GLuint>(Core::GetInteger(GL(), GL_DRAW_FRAMEBUFFER_BINDING));
-    if (!m_framebuffer->CopyFrom(drawn, m_storage))
+    if (!m_framebuffer->CopyFrom(drawn, m_storage) && !TakeWideDepth())
         m_storage.problem = "the driver does not copy its depth and stencil buffers";
+}
+
+/// Surfaces may have depths of 32 bits that are no floating-point numbers, which no framebuffer object has. As such,
+/// those above 1/256 are what the driver made them of.
+bool TestBuffers::TakeWideDepth()
+{
+    if (m_storage.format != GL_DEPTH32F_STENCIL8 || m_storage.hasStencil)
+        return false;
+    const Contents depth = WithFloatDepth(ToContents(Util::FramebufferReader().ReadDepth()));
+    if (depth.components != "depthfloat")
+        return false;
+    const auto bound = Core::BindScoped(GL(), GL().glBindFramebuffer, Core::DrawFramebuffer, m_framebuffer->Name());
+    const auto scissor = Core::DisableScoped(GL(), GL_SCISSOR_TEST);
+    const Core::PackedRows rows(GL(), Core::PixelTransfer::Upload, Core::GetVersion(GL()));
+    Playback::RestoreDefaultBuffer(Playback::DefaultBuffer::Depth,
+                                   {depth.width, depth.height, GL_DEPTH_COMPONENT, GL_FLOAT,
+                                    static_cast<std::uint32_t>(depth.data.size()), depth.data.data()});
+    return Core::TakeErrors(GL()) == GL_NO_ERROR;
 }
 
 } // namespace Probe

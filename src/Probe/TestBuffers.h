@@ -58,6 +58,8 @@ public:
     [[nodiscard]] unsigned int Framebuffer() const { return m_framebuffer ? m_framebuffer->Name() : 0; }
 
 private:
+    bool TakeWideDepth();
+
     TestStorage m_storage;
     std::unique_ptr<TestFramebuffer> m_framebuffer;
 };
