@@ -83,10 +83,10 @@ private:
 FrameTimes TimeActions(Replayer& replayer)
 {
     ActionTimer timer(replayer);
-    replayer.SetAroundAction([&] { timer.Before(); }, [&] { timer.After(); });
+    replayer.SetAroundCall([&] { timer.Before(); }, [&] { timer.After(); });
     while (replayer.ToAction() == Replayer::Stop::Action)
         continue;
-    replayer.SetAroundAction({}, {});
+    replayer.SetAroundCall({}, {});
     return timer.Take();
 }
 

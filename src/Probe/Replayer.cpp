@@ -227,7 +227,15 @@ bool Replayer::PlayLive(CallId call, Data::ActionKind kind)
     const Data::RecordCursor& record = m_reader.Record();
     if (Data::ProgramSources::Concerns(call))
         m_edits->Programs().Follow({call, record});
-    const auto replay = [&] { return m_replay->Call(call, record.Record()); };
+    const auto replay = [&] {
+        const bool isStep = m_isStepping && kind != Data::ActionKind::None;
+        if (isStep && m_beforeCall)
+            m_beforeCall();
+        const bool isPlayed = m_replay->Call(call, record.Record());
+        if (isStep && m_afterCall)
+            m_afterCall();
+        return isPlayed;
+    };
     const std::uint32_t number = m_diagnostics.position.call;
     return m_edits->Concern(kind, number) ? m_edits->Play(kind, number, replay) : replay();
 }

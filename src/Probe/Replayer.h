@@ -147,6 +147,12 @@ public:
         m_beforeAction = std::move(before);
         m_afterAction = std::move(after);
     }
+    /// The same nearer to the driver: what edits need for the action is set. Not called for one that they leave out.
+    void SetAroundCall(std::function<void()> before, std::function<void()> after)
+    {
+        m_beforeCall = std::move(before);
+        m_afterCall = std::move(after);
+    }
 
     /// Of the last call, where it is a draw.
     VertexTable Vertices(std::uint32_t first, std::uint32_t most);
@@ -214,6 +220,8 @@ private:
     std::vector<PlayedAction> m_failedOfFrame;
     std::function<void()> m_beforeAction;
     std::function<void()> m_afterAction;
+    std::function<void()> m_beforeCall;
+    std::function<void()> m_afterCall;
     /// The record of a call as it was before the driver wrote to it.
     std::vector<std::uint8_t> m_record;
     std::uint32_t m_recordCall = 0;

@@ -44,7 +44,7 @@ export function addressOf(name, parameters) {
     const address = new URL(`api/${name}`, document.baseURI);
     for (const [key, value] of Object.entries(parameters))
         if (value !== undefined) address.searchParams.set(key, value);
-    if (!version.isEdited) address.searchParams.set("edited", 0);
+    if (!version.isEdited && parameters.edited === undefined) address.searchParams.set("edited", 0);
     return address.href;
 }
 

@@ -29,7 +29,7 @@ const output = new Output({
 const state = new StateView(openObject);
 const mesh = new MeshView({ open: openObject, again: () => fillTab() });
 const resources = new ResourceView();
-const programs = new ProgramView({ changed: () => go(place.at, true), open: openObject, alertUser });
+const programs = new ProgramView({ changed: () => go(place.at, true), open: openObject, alertUser, spans: () => tree.spansOf(place.call) });
 
 function alertUser(error) {
     if (error.name === "AbortError") return;

@@ -18,9 +18,10 @@ const StageNames = {
 };
 
 export class ProgramView {
-    /** `changed()` when what is drawn is another picture from now on. */
-    constructor({ changed, open, alertUser }) {
-        Object.assign(this, { changed, open, alertUser });
+    /** `changed()` when what is drawn is another picture from now on; `spans()` are lists of calls by what they are. */
+    constructor({ changed, open, alertUser, spans }) {
+        Object.assign(this, { changed, open, alertUser, spans });
+        this.costs = null;
         this.edits = [];
         this.chosen = ""; // "5/GL_FRAGMENT_SHADER"
         this.faults = null;
@@ -63,7 +64,7 @@ export class ProgramView {
             parts.push(make("p", { class: "hint" }, this.programs.length
                 ? "The program was loaded from a binary: its sources are not known." : "This call runs no program."));
         }
-        parts.push(...this.experiments());
+        parts.push(...this.experiments(), this.costTable());
         const attributes = this.programs.flatMap(program => program.attributes ?? []);
         if (attributes.length) parts.push(make("h3", {}, "Attributes"), variables(attributes));
         for (const program of this.programs) parts.push(...this.blocks(program));
@@ -112,6 +113,40 @@ export class ProgramView {
         return [make("h3", {}, "Experiments"), make("table", { class: "values experiments" }, make("tbody", {}, Experiments.map(([kind, name, why]) =>
             make("tr", {}, make("th", { scope: "row", title: why }, name),
                 make("td", {}, make("div", { class: "choice" }, button(kind, name, this.at, "this call"), button(kind, name, undefined, "the frame")))))))];
+    }
+
+    /** What the call, its pass and the frame cost as recorded and with the changes, where that was measured. */
+    costTable() {
+        const { costs } = this;
+        const measure = make("button", { disabled: !this.edits.length, title: "Replay the frame three times each way", click: event => this.measure(event.target) }, "Measure");
+        const about = make("div", { class: "bar" }, measure, make("span", {}, !this.edits.length ? "the time of changes, once there are some"
+            : costs?.edits !== this.edits || costs.at !== this.at ? "before and after the changes" : costs.note));
+        if (costs?.edits !== this.edits || costs.at !== this.at) return make("div", { class: "costs" }, about);
+        const row = ([name, before, after]) => make("tr", {}, make("th", { scope: "row" }, name), make("td", { class: "number" }, before.toFixed(3)),
+            make("td", { class: "number" }, after.toFixed(3)), make("td", { class: "number" }, before ? `${(100 * after / before).toFixed(0)} %` : ""));
+        return make("div", { class: "costs" }, about, make("table", { class: "values" }, make("thead", {}, make("tr", {}, ["ms", "before", "after", ""].map(text =>
+            make("th", { scope: "col", class: text === "ms" ? "" : "number" }, text)))), make("tbody", {}, costs.rows.map(row))));
+    }
+
+    async measure(button) {
+        const { edits, at } = this;
+        button.disabled = true;
+        button.textContent = "Measuring \u2026";
+        try {
+            const runs = [[], []];
+            let note = "by the clock of the GPU, each action alone";
+            for (let i = 0; i < 6; ++i) {
+                const answer = await ask("times", { frame: parseInt(at), edited: i % 2 });
+                if (answer.note) note = `until the driver was done with each action alone: ${answer.note}`;
+                runs[i % 2].push(new Map(answer.actions.map(({ call, gpuMs, doneMs }) => [call, gpuMs ?? doneMs])));
+            }
+            const sum = (run, calls) => calls.reduce((all, call) => all + (run.get(call) ?? 0), 0);
+            const median = (some, calls) => some.map(run => sum(run, calls)).sort((a, b) => a - b)[1];
+            this.costs = { edits, at, note, rows: Object.entries(this.spans()).map(([name, calls]) => [name, median(runs[0], calls), median(runs[1], calls)]) };
+        } catch (error) {
+            this.alertUser(error);
+        }
+        document.querySelector(".costs")?.replaceWith(this.costTable());
     }
 
     /** The uniforms that lie in buffers. */

@@ -71,6 +71,15 @@ export class CallTree {
         this.showTimes();
     }
 
+    /** The calls of the actions in what a call is in. */
+    spansOf(call) {
+        const actions = this.nodes.filter(node => node.type === "action");
+        const action = actions.find(node => node.call === call);
+        const passOf = node => { while (node && node.type !== "pass") node = this.nodes[node.parent]; return node; };
+        const calls = some => some.map(node => node.call);
+        return { "this call": [call], "its pass": action ? calls(actions.filter(node => passOf(node) === passOf(action))) : [], "the frame": calls(actions) };
+    }
+
     addTimes() {
         for (const node of this.nodes) node.ms = 0;
         for (const node of this.nodes) {
