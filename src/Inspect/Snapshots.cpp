@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <filesystem>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include "Inspect/Error.h"
 
 namespace Inspect {
@@ -17,9 +20,14 @@ constexpr std::uint64_t MostBytes = std::uint64_t{512} << 20;
 /// Of the frames that were looked at last.
 constexpr std::size_t MostWished = 8;
 
+constexpr int LowPriority = 10;
+/// A frame that is looked at for less than this is only passed by.
+constexpr std::chrono::milliseconds PassingBy{150};
+
+/// With all drawing, so that it takes its time.
 Json ToFrame(std::uint32_t frame, bool wantsPictures)
 {
-    return {{"do", "frame"}, {"frame", frame}, {"pictures", wantsPictures}};
+    return {{"do", "frame"}, {"frame", frame}, {"pictures", wantsPictures}, {"finish", true}};
 }
 
 void WriteSnapshot(ReplayProcess& process, const std::string& path)
@@ -178,6 +186,8 @@ Snapshots::Started Snapshots::Start(std::uint32_t frame, bool makesSnapshots)
 
 void Snapshots::Run()
 {
+    // The processes that this thread starts inherit it.
+    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), LowPriority);
     for (;;) {
         std::optional<Wish> wish;
         {
@@ -185,8 +195,9 @@ void Snapshots::Run()
             m_wake.wait(lock, [this] { return m_stop || !m_wishes.empty() || m_isPassing; });
             if (m_stop)
                 break;
-            m_isInterrupted = false;
-            if (!m_wishes.empty()) {
+            while (!m_stop && m_isInterrupted.exchange(false))
+                m_wake.wait_for(lock, PassingBy);
+            if (!m_stop && !m_wishes.empty()) {
                 wish = std::move(m_wishes.back());
                 m_wishes.pop_back();
             }

@@ -99,6 +99,8 @@ public:
     /// when the capture ends before it or it is behind already.
     Stop ToCall(std::uint32_t frame, std::uint32_t call);
 
+    /// Waits until the driver has drawn what it was told to; without a context there is nothing.
+    void Finish() const;
     /// Writes a snapshot from which other replays can begin. Empty where that went well, else why not. After a frame's
     /// end only, and when nothing but ToFrameEnd has moved this replay.
     [[nodiscard]] std::string WriteSnapshot(const std::string& file);

@@ -1,4 +1,5 @@
 // How a replay lets others begin where it comes by.
+#include "Interfaces/Core.h"
 #include "Probe/Replayer.h"
 #include "Trim/SnapshotMaker.h"
 
@@ -9,6 +10,12 @@ void Replayer::Follow(std::optional<Data::CallId> call, bool isPlayed)
     if (m_snapshots)
         m_snapshots->Track(call ? Data::RecordView(m_record.data()) : Data::RecordView(m_reader.Record()), call,
                            isPlayed);
+}
+
+void Replayer::Finish() const
+{
+    if (const auto finish = Core::KHRLayer::GLESProc().glFinish; finish && HasContext())
+        finish();
 }
 
 std::string Replayer::WriteSnapshot(const std::string& file)

@@ -30,7 +30,7 @@ Reply Service::Answer(const std::string& request, std::istream& input)
         return {{{"error", "expected a JSON object, found " + request}}};
     const std::string what = json.value("do", "");
     if (what == "frame")
-        return Frame(json.value("frame", 0U), json.value("pictures", false));
+        return Frame(json.value("frame", 0U), json.value("pictures", false), json.value("finish", false));
     if (what == "action")
         return Action();
     if (what == "pixels")
@@ -57,7 +57,7 @@ Reply Service::Answer(const std::string& request, std::istream& input)
     return {{{"error", "there is no request \"" + what + "\""}}};
 }
 
-Reply Service::Frame(std::uint32_t frame, bool wantsPictures)
+Reply Service::Frame(std::uint32_t frame, bool wantsPictures, bool finishes)
 {
     m_contents.clear();
     m_references.clear();
@@ -65,6 +65,8 @@ Reply Service::Frame(std::uint32_t frame, bool wantsPictures)
     auto stop = Replayer::Stop::FrameEnd;
     while (stop == Replayer::Stop::FrameEnd && m_replayer.Frames() < frame)
         stop = m_replayer.ToFrameEnd(wantsPictures && m_replayer.Frames() + 1 == frame);
+    if (finishes)
+        m_replayer.Finish();
     Json json = {{"frame", m_replayer.Frames()}, {"frames", m_replayer.FrameCount()}};
     if (stop == Replayer::Stop::End)
         json["end"] = true;

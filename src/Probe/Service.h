@@ -22,7 +22,7 @@ public:
     Reply Answer(const std::string& request, std::istream& input);
 
 private:
-    Reply Frame(std::uint32_t frame, bool wantsPictures);
+    Reply Frame(std::uint32_t frame, bool wantsPictures, bool finishes);
     nlohmann::ordered_json TakePictures();
     Reply Action();
     Json Targets();

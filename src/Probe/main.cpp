@@ -31,7 +31,7 @@ std::vector<Util::Option> AllOptions()
         {"-driver", "DIR", "take libEGL.so.1 and libGLESv2.so.2, or libEGL.so and libGLESv2.so, from this folder",
          "Program"},
         {"-from", "SNAPSHOT", "begin where another replay of the capture wrote this file", "Program"},
-        {"-snapshots", "", "be able to write such files, at a low priority", "Program"},
+        {"-snapshots", "", "be able to write such files", "Program"},
         {"-help", "", "print this text", "Program"},
         {"-version", "", "print the version", "Program"}};
     for (const PlaybackEnvironment::Option& option : PlaybackEnvironment::Options())
@@ -77,9 +77,6 @@ ExitStatus Run(int argc, char** argv)
     const std::string* const driver = parsed.args.FindValue("-driver");
     const std::string* const snapshot = parsed.args.FindValue("-from");
     const Probe::Beginning beginning = {snapshot ? *snapshot : "", parsed.args.HasSwitch("-snapshots")};
-    // Nobody waits for what it does.
-    if (beginning.makesSnapshots) [[maybe_unused]]
-        const int niceness = nice(10);
     std::string error;
     ExitStatus status = ExitStatus::Done;
     const std::unique_ptr<Probe::Replayer> replayer =
