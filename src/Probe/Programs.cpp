@@ -9,6 +9,7 @@
 #include <GLES3/gl32.h>
 
 #include "Interfaces/Core.h"
+#include "Replay/SamplerTarget.h"
 
 namespace Probe {
 
@@ -58,27 +59,9 @@ UniformType DescribeType(GLenum type)
         {GL_UNSIGNED_INT_VEC2, {Unsigned, 2}},
         {GL_UNSIGNED_INT_VEC3, {Unsigned, 3}},
         {GL_UNSIGNED_INT_VEC4, {Unsigned, 4}},
-        {GL_SAMPLER_2D, {Sampler, 1, GL_TEXTURE_2D}},
-        {GL_SAMPLER_2D_SHADOW, {Sampler, 1, GL_TEXTURE_2D}},
-        {GL_INT_SAMPLER_2D, {Sampler, 1, GL_TEXTURE_2D}},
-        {GL_UNSIGNED_INT_SAMPLER_2D, {Sampler, 1, GL_TEXTURE_2D}},
-        {GL_SAMPLER_CUBE, {Sampler, 1, GL_TEXTURE_CUBE_MAP}},
-        {GL_SAMPLER_CUBE_SHADOW, {Sampler, 1, GL_TEXTURE_CUBE_MAP}},
-        {GL_INT_SAMPLER_CUBE, {Sampler, 1, GL_TEXTURE_CUBE_MAP}},
-        {GL_UNSIGNED_INT_SAMPLER_CUBE, {Sampler, 1, GL_TEXTURE_CUBE_MAP}},
-        {GL_SAMPLER_3D, {Sampler, 1, GL_TEXTURE_3D}},
-        {GL_INT_SAMPLER_3D, {Sampler, 1, GL_TEXTURE_3D}},
-        {GL_UNSIGNED_INT_SAMPLER_3D, {Sampler, 1, GL_TEXTURE_3D}},
-        {GL_SAMPLER_2D_ARRAY, {Sampler, 1, GL_TEXTURE_2D_ARRAY}},
-        {GL_SAMPLER_2D_ARRAY_SHADOW, {Sampler, 1, GL_TEXTURE_2D_ARRAY}},
-        {GL_INT_SAMPLER_2D_ARRAY, {Sampler, 1, GL_TEXTURE_2D_ARRAY}},
-        {GL_UNSIGNED_INT_SAMPLER_2D_ARRAY, {Sampler, 1, GL_TEXTURE_2D_ARRAY}},
-        {GL_SAMPLER_CUBE_MAP_ARRAY, {Sampler, 1, GL_TEXTURE_CUBE_MAP_ARRAY}},
-        {GL_SAMPLER_2D_MULTISAMPLE, {Sampler, 1, GL_TEXTURE_2D_MULTISAMPLE}},
-        {GL_SAMPLER_2D_MULTISAMPLE_ARRAY, {Sampler, 1, GL_TEXTURE_2D_MULTISAMPLE_ARRAY}},
     };
     const auto entry = types.find(type);
-    return entry != types.end() ? entry->second : UniformType{Sampler, 1, 0};
+    return entry != types.end() ? entry->second : UniformType{Sampler, 1, Replay::SamplerTarget(type)};
 }
 
 /// The name of an element of an array; of others the name itself.

@@ -7,6 +7,7 @@
 
 #include "Trim/Restore/KeptState.h"
 #include "Trim/Restore/NeutralUploads.h"
+#include "Trim/Restore/ProgramReads.h"
 
 namespace Trim {
 
@@ -100,7 +101,7 @@ std::string FrontState::ReadContents(Replay::LiveReplay& replay, Live live)
         if (!context)
             continue;
         const bool hasObjects = groups.insert(context->group.get()).second;
-        const bool hasSurface = m_tracker.IsDrawnTo(surface);
+        const bool hasSurface = m_tracker.IsDrawnTo(surface) && IsWanted(m_tracker.SurfaceOwner(surface));
         if (live == Live::Kept) {
             const std::string one = KeepContents(contents, *context, hasObjects, hasSurface, replay);
             trouble = trouble.empty() ? one : trouble;
@@ -108,7 +109,8 @@ std::string FrontState::ReadContents(Replay::LiveReplay& replay, Live live)
         }
         FrontReplay calls(replay);
         if (hasObjects)
-            contents.objects = ReadObjectContents(m_tracker, *context, calls, Trial::Thorough);
+            contents.objects = ReadObjectContents(
+                m_tracker, *context, [this](Owner owner) { return IsWanted(owner); }, calls, Trial::Thorough);
         if (hasSurface)
             contents.surface = ReadDefaultContents(replay.Restorer(), m_missing);
     }
@@ -125,7 +127,8 @@ std::string FrontState::KeepContents(Contents& contents, const Data::StateContex
     if (hasObjects) {
         const WholeArea whole;
         FrontReplay calls(replay);
-        contents.objects = ReadObjectContents(m_tracker, context, calls, Trial::Gentle);
+        contents.objects = ReadObjectContents(
+            m_tracker, context, [this](Owner owner) { return IsWanted(owner); }, calls, Trial::Gentle);
         // The replay follows which buffers are bound; the driver's own are put back in any case.
         OutputCall bind = MakeCall(
             Data::CallId::glBindBuffer,
@@ -147,9 +150,40 @@ void FrontState::Select(bool isConditional)
         std::ranges::copy(contents.objects.slots, std::back_inserter(restored));
     }
     // What queries saw before the frames matters only where rendering is conditional.
-    if (!isConditional)
+    const bool isInCondition =
+        m_needed && m_tracker.Model().HasContext() && m_tracker.Model().Bound(State::ConditionalRender) != 0;
+    if (!isConditional && !isInCondition)
         std::ranges::copy(m_tracker.SampleSlots(), std::back_inserter(restored));
-    m_selection = SelectRecords(m_tracker.Log(), m_tracker.Model().Slots(), restored);
+    const auto select = m_needed ? SelectForLast : SelectRecords;
+    m_selection = select(m_tracker.Log(), m_tracker.Model().Slots(), restored);
+}
+
+void FrontState::TrackOnly(Data::CallId call, const Data::RecordView& record, Replay::LiveReplay& replay)
+{
+    if (const auto current = m_tracker.Threads().find(m_tracker.Thread()); current != m_tracker.Threads().end()) {
+        replay.MakeCurrent(current->first, LiveCurrent(current->second));
+        if (m_tracker.Model().HasContext())
+            if (std::optional<ProgramReads> reads = FindProgramReads())
+                m_tracker.SetProgramReads(std::move(*reads));
+    }
+    m_tracker.Call(CallArguments(call, record));
+    m_needed = SlotsOfLast(m_tracker.Log(), m_tracker.Model().Slots());
+}
+
+bool FrontState::IsWanted(Owner owner) const
+{
+    return !m_needed || std::ranges::any_of(
+                            m_tracker.Model().Slots().Of(owner),
+                            [this](Slot slot) { return slot < m_needed->size() && (*m_needed)[slot]; });
+}
+
+std::optional<OutputCall> FrontState::SwapCall()
+{
+    const auto current = m_tracker.Threads().find(m_tracker.Thread());
+    const bool isShown = m_tracker.Model().HasContext() && m_tracker.Model().Bound(State::Framebuffer, 0, 1) == 0;
+    if (!isShown || current == m_tracker.Threads().end())
+        return std::nullopt;
+    return MakeCall(Data::CallId::eglSwapBuffers, {current->second.display, current->second.draw}, EGL_TRUE);
 }
 
 // The second pass.

@@ -39,6 +39,10 @@ public:
     /// After the last record. Where `live` is Kept, the answer is why the replay shows something else from now on;
     /// empty for nothing.
     std::string ReadContents(Replay::LiveReplay& replay, Live live);
+    /// After the last record: only what the call of this record depends on is wanted of the state.
+    void TrackOnly(Data::CallId call, const Data::RecordView& record, Replay::LiveReplay& replay);
+    /// What shows the picture of the thread's context, where it draws to a surface.
+    [[nodiscard]] std::optional<OutputCall> SwapCall();
     /// Finds out which records are needed. `isConditional`: what queries saw decides about what is drawn.
     void Select(bool isConditional);
 
@@ -63,7 +67,12 @@ private:
     std::string KeepContents(Contents& contents, const Data::StateContext& context, bool hasObjects, bool hasSurface,
                              Replay::LiveReplay& replay);
 
+    /// What an object holds is needed.
+    [[nodiscard]] bool IsWanted(Owner owner) const;
+
     StateTracker m_tracker;
+    /// What the only call has a part in, by slot; nothing without such a call.
+    std::optional<std::vector<bool>> m_needed;
     Selection m_selection;
     std::uint64_t m_endUs = 0;
     /// By surface, in the order in which they are restored.

@@ -12,14 +12,23 @@ namespace {
 
 using Data::RecordId;
 
-/// Tells what comes before the first frame that is kept: earlier frames, and the capture's own state-setup block.
+/// Tells what comes before the first frame that is kept: earlier frames, and the capture's own state-setup block; or
+/// before the only call.
 class FrontPart {
 public:
-    explicit FrontPart(Util::FrameRange range) : m_frames(range.first - 1) {}
+    FrontPart(Util::FrameRange range, std::uint32_t call) : m_frames(range.first - 1), m_call(call) {}
 
-    /// To be asked for each record, in order; `frames` frames have ended so far.
-    bool Has(const Data::RecordCursor& record, std::uint32_t frames)
+    /// To be asked for each record, in order, with its place.
+    bool Has(const Data::RecordCursor& record, const Data::Position& at)
     {
+        const std::uint32_t frames = at.frame;
+        if (m_call != 0) {
+            const bool isCall = record.Header().id < Data::FirstBuiltInId;
+            const bool isOfCall =
+                isCall ? at.call >= m_call : Data::GoesWithNextCall(record.Header().id) && at.call + 1 >= m_call;
+            m_isOver = m_isOver || frames > m_frames || (frames == m_frames && isOfCall);
+            return !m_isOver;
+        }
         const bool isContent = !record.Is(RecordId::Thread) && !record.Is(RecordId::BlockStart);
         m_isOver = m_isOver || (frames == m_frames && !m_isInStateBlock && isContent);
         if (record.Is(RecordId::BlockStart) || record.Is(RecordId::BlockEnd))
@@ -29,6 +38,7 @@ public:
 
 private:
     std::uint32_t m_frames;
+    std::uint32_t m_call;
     bool m_isInStateBlock = false;
     bool m_isOver = false;
 };
@@ -39,17 +49,23 @@ private:
 
 bool Trimmer::Analyse(Replay::LiveReplay& replay)
 {
-    FrontPart front(m_range);
+    FrontPart front(m_range, m_call);
     bool isConditional = false;
     const auto visit = [&](const Data::RecordCursor& record) {
-        if (front.Has(record, m_diagnostics.position.frame))
+        const std::optional<Data::CallId> call = m_source.CallOf(record.Header());
+        if (front.Has(record, m_diagnostics.position))
             Analyse(record, replay);
-        else
-            isConditional |= m_source.CallOf(record.Header()) == Data::CallId::glBeginConditionalRenderNV;
+        else if (m_call == 0)
+            isConditional |= call == Data::CallId::glBeginConditionalRenderNV;
+        else if (!m_only && call && m_diagnostics.position.frame + 1 == m_range.first)
+            m_only = OutputCall{*call, {record.Bytes().begin(), record.Bytes().end()}};
     };
     // Up to the last frame, so that nothing is written when one of them cannot be read.
-    if (!Data::WalkRecords(m_source, m_diagnostics, visit, m_range.last))
+    const bool isWhole = Data::WalkRecords(m_source, m_diagnostics, visit, m_range.last);
+    if (m_call == 0 ? !isWhole : !m_only)
         return false;
+    if (m_only)
+        m_front.TrackOnly(m_only->id, Data::RecordView(m_only->record.data()), replay);
     m_front.ReadContents(replay, FrontState::Live::Spoilt);
     m_front.Select(isConditional);
     return true;
@@ -80,11 +96,11 @@ void Trimmer::Analyse(const Data::RecordCursor& record, Replay::LiveReplay& repl
 bool Trimmer::Write(Data::CaptureWriter& writer, Data::CaptureHeader& header)
 {
     RecordOutput output(writer, m_diagnostics, m_isContinued);
-    FrontPart front(m_range);
+    FrontPart front(m_range, m_call);
     std::uint32_t thread = 0;
     bool isInState = true;
     const auto visit = [&](const Data::RecordCursor& record) {
-        if (isInState && !front.Has(record, m_diagnostics.position.frame)) {
+        if (isInState && !front.Has(record, m_diagnostics.position)) {
             isInState = false;
             m_front.WriteContents(output);
             m_front.WriteCurrent(output);
@@ -95,6 +111,8 @@ bool Trimmer::Write(Data::CaptureWriter& writer, Data::CaptureHeader& header)
             output.SetThread(thread);
         if (isInState)
             m_front.Write(record, m_source.CallOf(record.Header()), output);
+        else if (m_only)
+            WriteCall(record, output);
         else
             WriteFrame(record, output);
     };
@@ -102,7 +120,7 @@ bool Trimmer::Write(Data::CaptureWriter& writer, Data::CaptureHeader& header)
     writer.BlockStart(static_cast<std::uint32_t>(Data::BlockType::State));
     const bool isWhole = Data::WalkRecords(m_source, m_diagnostics, visit, m_range.last);
     header.startTimeUs += m_front.EndUs();
-    return isWhole;
+    return m_only ? m_isCallWritten : isWhole;
 }
 
 void Trimmer::WriteFrame(const Data::RecordCursor& record, RecordOutput& output)
@@ -134,6 +152,18 @@ void Trimmer::WriteFrame(const Data::RecordCursor& record, RecordOutput& output)
             output.Copy(record);
         break;
     }
+}
+
+void Trimmer::WriteCall(const Data::RecordCursor& record, RecordOutput& output)
+{
+    const std::optional<Data::CallId> call = m_source.CallOf(record.Header());
+    if (m_isCallWritten || (!call && output.Hold(record)) || !call)
+        return;
+    output.CopyCall(*call, record.Bytes());
+    m_isCallWritten = true;
+    if (const std::optional<OutputCall> swap = m_front.SwapCall())
+        output.Write(*swap);
+    output.Writer().FrameEnd();
 }
 
 void Trimmer::WriteUnfinished(const Data::RecordCursor& record, RecordOutput& output) const

@@ -200,8 +200,8 @@ void ObjectReader::ReadBuffer(Owner owner, const ObjectInfo& object)
 
 } // namespace
 
-ObjectContents ReadObjectContents(StateTracker& tracker, const Data::StateContext& context, LiveCalls& live,
-                                  Trial trial)
+ObjectContents ReadObjectContents(StateTracker& tracker, const Data::StateContext& context,
+                                  const std::function<bool(Owner)>& isWanted, LiveCalls& live, Trial trial)
 {
     // Without it, drawing is replayed.
     if (!CanReadContents())
@@ -210,7 +210,8 @@ ObjectContents ReadObjectContents(StateTracker& tracker, const Data::StateContex
     GL().glDisable(GL_SCISSOR_TEST);
     ObjectReader reader(tracker, live, trial);
     for (const auto& [key, owner] : context.group->objects.owners)
-        reader.Read(owner, tracker.Object(owner));
+        if (isWanted(owner))
+            reader.Read(owner, tracker.Object(owner));
     return reader.Take();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "Trim/RecordOutput.h"
@@ -25,11 +26,12 @@ enum class Trial : std::uint8_t {
     Thorough ///< after something else, so that the uploads have to do their work
 };
 
-/// Reads what was drawn to textures, renderbuffers and buffers from the context that is current on the live driver;
-/// `context` is the same as the tracker knows it. Uploads that by trial do not bring back exactly what was there are
-/// left out: then the calls that drew are kept instead. Leaves the bindings that KeptState puts back changed.
-ObjectContents ReadObjectContents(StateTracker& tracker, const Data::StateContext& context, LiveCalls& live,
-                                  Trial trial);
+/// Reads what was drawn to those textures, renderbuffers and buffers that are wanted from the context that is current
+/// on the live driver; `context` is the same as the tracker knows it. Uploads that by trial do not bring back exactly
+/// what was there are left out: then the calls that drew are kept instead. Leaves the bindings that KeptState puts back
+/// changed.
+ObjectContents ReadObjectContents(StateTracker& tracker, const Data::StateContext& context,
+                                  const std::function<bool(Owner)>& isWanted, LiveCalls& live, Trial trial);
 
 /// The same of one object that is known as `info`, without a trial: a texture's images are those of `info.drawn`. The
 /// driver can read contents, and nothing restricts transfers.

@@ -29,16 +29,72 @@ bool IsSingleImage(std::uint32_t target)
 void DrawingTracker::ReadsContext()
 {
     m_tracked.ReadsAll(m_tracked.Context().owner);
-    m_tracked.ReadsObject(m_tracked.Model().BoundVertexArray());
+    ReadsArrays();
     m_tracked.ReadsObject(m_tracked.Model().BoundTransformFeedback());
     for (const Slot slot : m_tracked.Context().bindings)
-        if (const Owner bound = m_tracked.Slots().ValueOf(slot).bound)
-            m_tracked.ReadsObject(bound);
+        if (const Owner bound = m_tracked.Slots().ValueOf(slot).bound; bound != 0 && MayBeRead(slot)) {
+            if (m_programReads && m_tracked.Slots().StateOf(slot) == State::Framebuffer)
+                ReadsBound(bound);
+            else
+                m_tracked.ReadsObject(bound);
+        }
     for (const auto& [key, owner] : m_tracked.Context().defaults)
         if (key.first == ObjectKind::Texture)
             m_tracked.ReadsAll(owner);
     if (m_tracked.BoundFramebuffer(true) == 0)
         m_tracked.ReadsAll(m_egl.DrawSurface());
+}
+
+/// Where it is known what the program samples, other bindings are known to have no part in a draw either.
+bool DrawingTracker::MayBeRead(Slot binding) const
+{
+    if (!m_programReads)
+        return true;
+    const Data::StateSlots& slots = m_tracked.Slots();
+    const std::uint32_t first = slots.FirstOf(binding);
+    switch (slots.StateOf(binding)) {
+    case State::Texture:
+        return m_programReads->units.contains({first, slots.SecondOf(binding)}) ||
+               m_programReads->units.contains({first, 0});
+    case State::Sampler: {
+        const auto unit = m_programReads->units.lower_bound({first, 0});
+        return unit != m_programReads->units.end() && unit->first == first;
+    }
+    case State::Buffer:
+        return first == GL_DRAW_INDIRECT_BUFFER || first == GL_DISPATCH_INDIRECT_BUFFER;
+    case State::Renderbuffer:
+    case State::VertexArray: // see ReadsArrays
+        return false;
+    case State::Framebuffer:
+        return slots.SecondOf(binding) == 1; // the one for drawing
+    default:
+        return true;
+    }
+}
+
+/// An object, and those that are bound in it now.
+void DrawingTracker::ReadsBound(Owner container)
+{
+    m_tracked.ReadsAll(container);
+    for (const Slot slot : m_tracked.Slots().Of(container))
+        m_tracked.ReadsAll(m_tracked.Slots().ValueOf(slot).bound);
+}
+
+void DrawingTracker::ReadsArrays()
+{
+    Data::StateModel& model = m_tracked.Model();
+    const Owner array = model.BoundVertexArray();
+    if (!m_programReads)
+        return m_tracked.ReadsObject(array);
+    m_tracked.ReadsAll(array);
+    m_tracked.ReadsAll(model.BoundAt(array, State::ElementBuffer));
+    for (const std::uint32_t attribute : m_programReads->attributes) {
+        const Slot binding = m_tracked.SlotOf(array, State::AttribBinding, attribute);
+        const Data::Words words = model.WordsAt(binding);
+        const std::uint32_t place = words.empty() ? attribute : static_cast<std::uint32_t>(words.front());
+        if (model.Word(array, State::AttribEnabled, attribute) != 0)
+            m_tracked.ReadsAll(model.BoundAt(array, State::BindingBuffer, place));
+    }
 }
 
 void DrawingTracker::ChangesShaderOutput()

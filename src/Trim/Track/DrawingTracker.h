@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
+#include <utility>
 #include <vector>
 
 #include "Trim/Track/EGLTracker.h"
@@ -11,6 +13,13 @@
 
 namespace Trim {
 
+/// What a program looks into: units of textures with what is bound there, 0 for any target, and the locations of its
+/// vertex attributes.
+struct ProgramReads {
+    std::set<std::pair<std::uint32_t, std::uint32_t>> units;
+    std::set<std::uint32_t> attributes;
+};
+
 /// All that writes pixels without an upload: draws, clears, blits, copies, compute.
 class DrawingTracker {
 public:
@@ -18,6 +27,9 @@ public:
         : m_tracked(tracked), m_egl(egl), m_images(images), m_framebuffers(framebuffers)
     {
     }
+
+    /// From now on draws read no other textures and arrays than these, and of objects what is bound in them now.
+    void SetProgramReads(ProgramReads reads) { m_programReads = std::move(reads); }
 
     /// False for other calls.
     bool Track(const CallArguments& call);
@@ -32,11 +44,16 @@ private:
     void ChangesShaderOutput();
     void WritesBuffer(Owner buffer);
     void ReadsContext();
+    [[nodiscard]] bool MayBeRead(Slot binding) const;
+    void ReadsBound(Owner container);
+    void ReadsArrays();
 
     TrackedState& m_tracked;
     EGLTracker& m_egl;
     TrackedImages& m_images;
     TrackedFramebuffers& m_framebuffers;
+    /// Nothing: any.
+    std::optional<ProgramReads> m_programReads;
 };
 
 } // namespace Trim

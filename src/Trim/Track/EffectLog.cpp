@@ -21,16 +21,20 @@ public:
         m_selection.isKept.resize(log.Count());
     }
 
-    Selection Run(std::span<const Slot> restored)
+    /// `isForLast`: only what the last record depends on is used after all of them.
+    Selection Run(std::span<const Slot> restored, bool isForLast)
     {
         // Which deleting calls are kept shows after the walk, but what they depend on counts in it: so it is repeated
         // until it knows all of them beforehand.
         do {
-            m_unusedSince.assign(m_slots.Count(), 0);
+            m_unusedSince.assign(m_slots.Count(), isForLast ? m_epoch : 0);
             m_selection.isCreated.assign(m_slots.OwnerCount(), false);
+            std::size_t record = m_log.Count();
+            if (isForLast && record > 0)
+                VisitLast(--record);
             for (const Slot slot : restored)
                 MarkUnused(slot);
-            for (std::size_t record = m_log.Count(); record-- > 0;)
+            while (record-- > 0)
                 Visit(record);
         } while (FindDeletes());
         return std::move(m_selection);
@@ -65,6 +69,17 @@ private:
         m_selection.isKept[record] = true;
         Apply(record);
         if (verdict == Verdict::KeepAll)
+            ++m_epoch;
+    }
+
+    void VisitLast(std::size_t record)
+    {
+        m_selection.isKept[record] = true;
+        Apply(record);
+        for (const EffectLog::Item item : m_log.Items(record))
+            if (item.effect == Effect::Changes)
+                MarkUsed(item.target);
+        if (m_log.VerdictOf(record) == Verdict::KeepAll)
             ++m_epoch;
     }
 
@@ -134,7 +149,28 @@ void DropNames(Data::CallId call, std::span<const EffectLog::Item> effects, cons
 
 Selection SelectRecords(const EffectLog& log, const StateSlots& slots, std::span<const Slot> restored)
 {
-    return Selector(log, slots).Run(restored);
+    return Selector(log, slots).Run(restored, false);
+}
+
+Selection SelectForLast(const EffectLog& log, const StateSlots& slots, std::span<const Slot> restored)
+{
+    return Selector(log, slots).Run(restored, true);
+}
+
+std::vector<bool> SlotsOfLast(const EffectLog& log, const StateSlots& slots)
+{
+    if (log.Count() == 0)
+        return std::vector<bool>(slots.Count());
+    const std::size_t last = log.Count() - 1;
+    std::vector<bool> used(slots.Count(), log.VerdictOf(last) == Verdict::KeepAll);
+    for (const EffectLog::Item item : log.Items(last)) {
+        if (item.effect == Effect::Reads || item.effect == Effect::Changes)
+            used[item.target] = true;
+        else if (item.effect == Effect::ReadsAll)
+            for (const Slot slot : slots.Of(item.target))
+                used[slot] = true;
+    }
+    return used;
 }
 
 } // namespace Trim

@@ -82,6 +82,10 @@ struct Selection {
 /// Which records bring all slots to the values that they have after the last record. `restored` are the slots whose
 /// contents are written after the records in another way.
 Selection SelectRecords(const EffectLog& log, const Data::StateSlots& slots, std::span<const Data::Slot> restored);
+/// Which records the last one depends on; it is kept itself. `restored` are written in front of it in another way.
+Selection SelectForLast(const EffectLog& log, const Data::StateSlots& slots, std::span<const Data::Slot> restored);
+/// The slots that have a part in what the last record does, those that it changes included; by slot.
+std::vector<bool> SlotsOfLast(const EffectLog& log, const Data::StateSlots& slots);
 
 /// Replaces by 0, which deleting calls ignore, the names in a deleting call's record whose objects no kept record
 /// makes. `effects` are the record's.

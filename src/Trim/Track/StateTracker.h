@@ -52,6 +52,8 @@ public:
         m_tracked.Log().Begin();
         Object(m_egl.SurfaceOwner(surface)).drawn.insert(ImagePlace{});
     }
+    /// From now on draws read no other textures and arrays than these, and of objects what is bound in them now.
+    void SetProgramReads(ProgramReads reads) { m_drawing.SetProgramReads(std::move(reads)); }
     /// Any other record.
     /// A record that is no call and not about threads. `verdict` is that of records without an effect of their own.
     void BuiltIn(const Data::RecordView& record, Verdict verdict);
