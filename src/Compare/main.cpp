@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -41,6 +42,7 @@ constexpr Util::Option Options[] = {
     {"--page", "FILE",
      "write a page that shows the result in a browser, whole in one file; of a suite, the captures that differ",
      "Results"},
+    {"--progress", "", "say on standard error how far the comparison is, a line for each frame", "Results"},
     {"--quiet", "", "say nothing but what is wrong with the comparison itself", "Results"},
     {"--suite", "DIR", "compare all captures of this folder and those in it, each by itself", "Suites"},
     {"--shard", "I/N", "of the captures of the folder, only part I of N, for N machines", "Suites"},
@@ -75,11 +77,14 @@ ExitStatus Fail(ExitStatus status, const std::string& text)
     return status;
 }
 
-/// A line on the terminal that tells how far the comparison is; frame 0 takes it away.
-void ShowProgress(std::uint32_t frame, std::uint32_t frames)
+/// A line on the terminal that tells how far the comparison is; frame 0 takes it away. `hasLines`: a line for each
+/// frame, wherever it goes.
+void ShowProgress(bool hasLines, std::uint32_t frame, std::uint32_t frames)
 {
-    static const bool isTerminal = isatty(STDERR_FILENO) != 0;
-    if (isTerminal && frame != 0)
+    const bool isTerminal = !hasLines && isatty(STDERR_FILENO) != 0;
+    if (hasLines && frame != 0)
+        std::fprintf(stderr, "frame %u of %u\n", frame, frames);
+    else if (isTerminal && frame != 0)
         std::fprintf(stderr, "\r\033[Kframe %u of %u", frame, frames);
     else if (isTerminal)
         std::fprintf(stderr, "\r\033[K");
@@ -186,10 +191,11 @@ ExitStatus Conclude(const Compare::Result& result, const Compare::Request& reque
 ExitStatus Compare(const Compare::Request& request, const Util::ParseArgs::CmdLineArgs& args)
 {
     Compare::Result pictures;
-    Compare::Comparison comparison(request, ShowProgress);
+    const auto showProgress = std::bind_front(ShowProgress, args.HasSwitch("--progress"));
+    Compare::Comparison comparison(request, showProgress);
     const bool areFolders = !request.foundFolder.empty();
     const Util::Outcome failure = areFolders ? Compare::CompareFolders(request, pictures) : comparison.Run();
-    ShowProgress(0, 0);
+    showProgress(0U, 0U);
     if (failure)
         return Fail(failure->status, failure->message);
     return Conclude(areFolders ? pictures : comparison.Get(), request, args);
