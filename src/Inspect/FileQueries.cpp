@@ -3,6 +3,7 @@
 #include <cctype>
 #include <filesystem>
 
+#include "Data/State/StateTable.h"
 #include "Inspect/Error.h"
 #include "Inspect/Parameters.h"
 #include "Tools/Info/Dump.h"
@@ -74,9 +75,24 @@ Answer AnswerCapture(Inspector& inspector, const Parameters&)
                  {"recordedOn", {{"renderer", header.glRenderer}, {"version", header.glVersion}}},
                  {"startTimeUs", header.startTimeUs},
                  {"playback", PLAYBACK_VERSION}};
+    if (const Sides::Side* const second = inspector.SecondSide())
+        json["second"] = second->Description();
+    json["others"] = inspector.Others();
     if (header.originFrame != 0)
         json["origin"] = {{"file", header.originFile}, {"frame", header.originFrame}};
     return {.body = Text(json)};
+}
+
+/// Labels of objects, by kind and name.
+Answer AnswerLabels(Inspector& inspector, const Parameters& parameters)
+{
+    if (TextOf(parameters, "wait", "0") != "0")
+        inspector.Index().Wait();
+    Json labels = Json::object();
+    for (const auto& [object, label] : inspector.Index().Labels())
+        if (const Data::ObjectKind kind = Data::LabeledKind(object.first); kind != Data::noObject && !label.empty())
+            labels[Data::Describe(kind).name][std::to_string(object.second)] = label;
+    return {.body = Text({{"labels", std::move(labels)}})};
 }
 
 /// Column by column, since there may be many.

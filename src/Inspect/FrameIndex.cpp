@@ -61,6 +61,12 @@ bool FrameIndex::Find(std::uint32_t frame, ChunkStart& start) const
     return true;
 }
 
+std::map<std::pair<std::uint32_t, std::uint32_t>, std::string> FrameIndex::Labels() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_labels;
+}
+
 std::string FrameIndex::LabelOf(std::uint32_t kind, std::uint32_t name) const
 {
     const std::lock_guard lock(m_mutex);

@@ -61,6 +61,8 @@ public:
     bool Find(std::uint32_t frame, ChunkStart& start) const;
     /// The last label that the capture gives an object; empty for none. `kind` as glObjectLabel has it.
     [[nodiscard]] std::string LabelOf(std::uint32_t kind, std::uint32_t name) const;
+    /// All of them so far.
+    [[nodiscard]] std::map<std::pair<std::uint32_t, std::uint32_t>, std::string> Labels() const;
 
     /// What a program was linked from; waits until the place was read.
     [[nodiscard]] std::vector<Data::ShaderSource> SourcesOf(std::uint32_t program, const Place& place) const;

@@ -1,6 +1,7 @@
 #include "Inspect/Inspector.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "Inspect/Error.h"
 
@@ -21,10 +22,20 @@ Data::CaptureHeader ReadHeader(const std::string& path)
     return source->Header();
 }
 
+/// What there is with a second driver only.
+template <class T> T& OfSecond(const std::unique_ptr<T>& one)
+{
+    if (!one)
+        throw Error(Error::Kind::Request,
+                    "there is no second driver: playback-inspect --b-driver or --b-env names one");
+    return *one;
+}
+
 } // namespace
 
 Inspector::Inspector(const ReplaySettings& settings, bool isLasting, std::optional<std::uint32_t> every)
-    : m_path(settings.capture), m_header(ReadHeader(m_path)), m_index(m_path), m_replays(settings, isLasting, every),
+    : m_path(settings.capture), m_side(settings.side), m_header(ReadHeader(m_path)), m_index(m_path),
+      m_replays(settings, isLasting, every),
       m_thumbnails(
           {.isBusy = [this] { return m_asking > 0; },
            .start = [this](std::uint32_t frame) { return m_replays.Start(frame); },
@@ -75,6 +86,80 @@ std::string Inspector::NameOf(const Place& place)
     return std::to_string(place.frame) + ":" + Calls(place.frame)->NameOf(place.call);
 }
 
+void Inspector::SetSecond(Sides::Side side)
+{
+    m_secondSide = std::move(side);
+    m_second = std::make_unique<Replays>(ReplaySettings{m_path, m_secondSide}, false, 0);
+    m_search = std::make_unique<WrongSearch>(m_path, m_side, m_secondSide);
+}
+
+void Inspector::Stop()
+{
+    m_replays.Stop();
+    if (m_second)
+        m_second->Stop();
+    if (m_search)
+        m_search->Stop();
+    for (const auto& other : m_others)
+        other->Stop();
+}
+
+Replays& Inspector::Second()
+{
+    return OfSecond(m_second);
+}
+
+WrongSearch& Inspector::Search()
+{
+    return OfSecond(m_search);
+}
+
+void Inspector::AddOther(const std::string& path)
+{
+    m_others.push_back(std::make_unique<Inspector>(ReplaySettings{path, m_side}, false, 0));
+}
+
+std::vector<std::string> Inspector::Others() const
+{
+    std::vector<std::string> names;
+    for (const auto& other : m_others)
+        names.push_back(std::filesystem::path(other->Path()).filename().string());
+    return names;
+}
+
+std::pair<Inspector*, Place> Inspector::FindAnywhere(const std::string& text)
+{
+    // The file's name may have a colon in it, too.
+    const std::vector<std::string> names = Others();
+    for (std::size_t i = 0; i < names.size(); ++i)
+        if (text.starts_with(names[i] + ":"))
+            return {m_others[i].get(), m_others[i]->Find(text.substr(names[i].size() + 1))};
+    return {this, Find(text)};
+}
+
+std::shared_ptr<const FrameUses> Inspector::Uses(std::uint32_t frame)
+{
+    const std::lock_guard lock(m_usesMutex);
+    if (m_uses && m_usesFrame == frame)
+        return m_uses;
+    const auto calls = Calls(frame);
+    const std::unique_ptr<Data::CaptureSource> source = Open(m_replays.SnapshotFor(frame));
+    auto uses = std::make_shared<FrameUses>(ReadFrameUses(*source, m_path, frame));
+    // Which textures a program samples, and which buffers its blocks and vertices come from, the driver knows.
+    const Place last = {frame, static_cast<std::uint32_t>(calls->calls.size())};
+    const ReplayAnswer answer = m_replays.AskFromStart(last, {{"do", "uses"}}, Replays::Version::Recorded);
+    for (const Json& action : answer.json.value("uses", Json::array())) {
+        const std::uint32_t call = action["call"];
+        const std::string& text = calls->calls.at(call - 1).text;
+        for (const Json& read : action["reads"])
+            uses->Add({read["kind"], std::to_string(read["name"].get<std::uint32_t>())}, call,
+                      text.substr(0, text.find('(')), ObjectUse::Read, read["as"]);
+    }
+    m_uses = std::move(uses);
+    m_usesFrame = frame;
+    return m_uses;
+}
+
 std::shared_ptr<const Tools::StateSnapshot> Inspector::State(const Place& place)
 {
     const std::lock_guard lock(m_stateMutex);
@@ -96,14 +181,19 @@ Tools::StateSnapshot Inspector::StateWithSetters(const Place& place)
     return ReadState(nullptr, place);
 }
 
-Tools::StateSnapshot Inspector::ReadState(const SnapshotPointer& snapshot, const Place& place) const
+std::unique_ptr<Data::CaptureSource> Inspector::Open(const SnapshotPointer& snapshot) const
 {
     std::string error;
-    const std::unique_ptr<Data::CaptureSource> source = snapshot
-                                                            ? Data::CaptureSource::OpenAt(snapshot->path, m_path, error)
-                                                            : Data::CaptureSource::Open(m_path, error);
+    std::unique_ptr<Data::CaptureSource> source = snapshot ? Data::CaptureSource::OpenAt(snapshot->path, m_path, error)
+                                                           : Data::CaptureSource::Open(m_path, error);
     if (!source)
         throw Error(Error::Kind::Request, error);
+    return source;
+}
+
+Tools::StateSnapshot Inspector::ReadState(const SnapshotPointer& snapshot, const Place& place) const
+{
+    const std::unique_ptr<Data::CaptureSource> source = Open(snapshot);
     Data::Diagnostics diagnostics(m_path, nullptr);
     auto result = Tools::StateAt(*source, diagnostics, {place.frame, place.call});
     if (const auto* const text = std::get_if<std::string>(&result))

@@ -14,8 +14,10 @@
 
 #include "Inspect/FrameCalls.h"
 #include "Inspect/FrameIndex.h"
+#include "Inspect/FrameUses.h"
 #include "Inspect/Replays.h"
 #include "Inspect/Thumbnails.h"
+#include "Inspect/WrongSearch.h"
 #include "Tools/Info/StateText.h"
 
 namespace Inspect {
@@ -28,6 +30,8 @@ public:
     Inspector(const ReplaySettings& settings, bool isLasting, std::optional<std::uint32_t> every);
 
     [[nodiscard]] const std::string& Path() const { return m_path; }
+    /// The first driver.
+    [[nodiscard]] const Sides::Side& FirstSide() const { return m_side; }
     [[nodiscard]] const Data::CaptureHeader& Header() const { return m_header; }
     [[nodiscard]] const FrameIndex& Index() const { return m_index; }
     [[nodiscard]] Replays& Replay() { return m_replays; }
@@ -45,6 +49,25 @@ public:
         std::atomic<int>& m_count;
     };
 
+    /// Another driver, or other settings, whose pictures are compared with the first one's. Before any request.
+    void SetSecond(Sides::Side side);
+    /// Null where there is none.
+    [[nodiscard]] const Sides::Side* SecondSide() const { return m_second ? &m_secondSide : nullptr; }
+    /// Throws Error where there is none.
+    [[nodiscard]] Replays& Second();
+    /// Looks for the first draw that the two do not do alike. Throws Error where there is no second one.
+    [[nodiscard]] WrongSearch& Search();
+
+    /// Ends all replays, whoever waits for them. From any thread.
+    void Stop();
+
+    /// Another capture, with whose state this one's may be compared. Before any request; throws Error.
+    void AddOther(const std::string& path);
+    /// Their file names.
+    [[nodiscard]] std::vector<std::string> Others() const;
+    /// A place of this capture, or of one of the others as "FILE:57:12", with the capture that it is in.
+    std::pair<Inspector*, Place> FindAnywhere(const std::string& text);
+
     std::shared_ptr<const FrameCalls> Calls(std::uint32_t frame);
     /// A place that a request names.
     Place Find(const std::string& text);
@@ -54,15 +77,23 @@ public:
     std::shared_ptr<const Tools::StateSnapshot> State(const Place& place);
     /// The same with the calls that set it, however far back they are: all that is in front is read.
     Tools::StateSnapshot StateWithSetters(const Place& place);
+    /// What the calls of a frame did with each object.
+    std::shared_ptr<const FrameUses> Uses(std::uint32_t frame);
 
 private:
     /// Reads from the snapshot on, or from the start of the capture where that is null.
     [[nodiscard]] Tools::StateSnapshot ReadState(const SnapshotPointer& snapshot, const Place& place) const;
+    [[nodiscard]] std::unique_ptr<Data::CaptureSource> Open(const SnapshotPointer& snapshot) const;
 
     std::string m_path;
+    Sides::Side m_side;
     Data::CaptureHeader m_header;
     FrameIndex m_index;
     Replays m_replays;
+    Sides::Side m_secondSide;
+    std::unique_ptr<Replays> m_second;
+    std::unique_ptr<WrongSearch> m_search;
+    std::vector<std::unique_ptr<Inspector>> m_others;
     std::atomic<int> m_asking = 0;
     Thumbnails m_thumbnails;
 
@@ -71,6 +102,9 @@ private:
     std::list<std::shared_ptr<const FrameCalls>> m_calls;
     std::mutex m_stateMutex;
     std::list<std::pair<Place, std::shared_ptr<const Tools::StateSnapshot>>> m_states;
+    std::mutex m_usesMutex;
+    std::uint32_t m_usesFrame = 0;
+    std::shared_ptr<const FrameUses> m_uses;
 };
 
 } // namespace Inspect

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "Inspect/Inspector.h"
@@ -16,6 +17,12 @@ std::uint32_t NumberOf(const Parameters& parameters, const std::string& name, st
 std::uint32_t NumberOf(const Parameters& parameters, const std::string& name);
 /// Whether it is given, and not 0.
 bool IsSet(const Parameters& parameters, const std::string& name);
+/// Which driver "side" asks: a, as without it, or b.
+Replays& ReplayOf(Inspector& inspector, const Parameters& parameters);
+/// Contents, with what they are in the headers.
+Answer ToAnswer(const Json& json, const std::vector<std::uint8_t>& bytes);
+/// A request of playback-probe about an object that "name" names.
+ReplayAnswer AskAbout(Inspector& inspector, const Parameters& parameters, const char* what, Json more = Json::object());
 /// The place that "at" names.
 Place PlaceOf(Inspector& inspector, const Parameters& parameters);
 /// With the edits, unless "edited" is 0.
@@ -25,6 +32,7 @@ Answer ToAnswer(const Json& json, const std::vector<std::uint8_t>& bytes);
 
 // The requests, by family.
 Answer AnswerCapture(Inspector& inspector, const Parameters& parameters);
+Answer AnswerLabels(Inspector& inspector, const Parameters& parameters);
 Answer AnswerFrames(Inspector& inspector, const Parameters& parameters);
 Answer AnswerActions(Inspector& inspector, const Parameters& parameters);
 Answer AnswerCall(Inspector& inspector, const Parameters& parameters);
@@ -33,6 +41,8 @@ Answer AnswerCalls(Inspector& inspector, const Parameters& parameters);
 Answer AnswerState(Inspector& inspector, const Parameters& parameters);
 Answer AnswerSetters(Inspector& inspector, const Parameters& parameters);
 Answer AnswerResources(Inspector& inspector, const Parameters& parameters);
+Answer AnswerUnused(Inspector& inspector, const Parameters& parameters);
+Answer AnswerUses(Inspector& inspector, const Parameters& parameters);
 
 Answer AnswerSnapshots(Inspector& inspector, const Parameters& parameters);
 Answer AnswerTargets(Inspector& inspector, const Parameters& parameters);
@@ -52,5 +62,15 @@ Answer AnswerBuffer(Inspector& inspector, const Parameters& parameters);
 Answer AnswerProgram(Inspector& inspector, const Parameters& parameters);
 
 Answer AnswerEdits(Inspector& inspector, const Parameters& parameters);
+
+Answer AnswerDifference(Inspector& inspector, const Parameters& parameters);
+Answer AnswerWrong(Inspector& inspector, const Parameters& parameters);
+
+Answer AnswerExport(Inspector& inspector, const Parameters& parameters);
+/// Of a texture that playback-probe has described; `imageOf` answers its images.
+Answer ExportTexture(const std::function<ReplayAnswer(std::size_t index)>& imageOf, const Json& texture);
+/// `rowsFrom` answers "vertices" from a row on.
+Answer ExportMesh(Inspector& inspector, const Place& place, const std::string& format,
+                  const std::function<Json(std::uint32_t first)>& rowsFrom);
 
 } // namespace Inspect

@@ -16,18 +16,36 @@ struct Query {
 };
 
 constexpr Query Queries[] = {
-    {"capture", AnswerCapture},     {"frames", AnswerFrames},
-    {"actions", AnswerActions},     {"calls", AnswerCalls},
-    {"call", AnswerCall},           {"state", AnswerState},
-    {"resources", AnswerResources}, {"targets", AnswerTargets},
-    {"pixels", AnswerPixels},       {"picture", AnswerPicture},
-    {"pixel", AnswerPixel},         {"inputs", AnswerInputs},
-    {"vertices", AnswerVertices},   {"texture", AnswerTexture},
-    {"image", AnswerImage},         {"buffer", AnswerBuffer},
-    {"program", AnswerProgram},     {"overlay", AnswerOverlay},
-    {"show", AnswerShow},           {"thumbnails", AnswerThumbnails},
-    {"thumbnail", AnswerThumbnail}, {"times", AnswerTimes},
-    {"setters", AnswerSetters},     {"edits", AnswerEdits},
+    {"capture", AnswerCapture},
+    {"frames", AnswerFrames},
+    {"actions", AnswerActions},
+    {"calls", AnswerCalls},
+    {"call", AnswerCall},
+    {"state", AnswerState},
+    {"resources", AnswerResources},
+    {"targets", AnswerTargets},
+    {"pixels", AnswerPixels},
+    {"picture", AnswerPicture},
+    {"pixel", AnswerPixel},
+    {"inputs", AnswerInputs},
+    {"vertices", AnswerVertices},
+    {"texture", AnswerTexture},
+    {"image", AnswerImage},
+    {"buffer", AnswerBuffer},
+    {"program", AnswerProgram},
+    {"overlay", AnswerOverlay},
+    {"show", AnswerShow},
+    {"thumbnails", AnswerThumbnails},
+    {"thumbnail", AnswerThumbnail},
+    {"times", AnswerTimes},
+    {"export", AnswerExport},
+    {"uses", AnswerUses},
+    {"unused", AnswerUnused},
+    {"labels", AnswerLabels},
+    {"difference", AnswerDifference},
+    {"wrong", AnswerWrong},
+    {"setters", AnswerSetters},
+    {"edits", AnswerEdits},
     {"snapshots", AnswerSnapshots},
 };
 
@@ -88,6 +106,14 @@ std::uint32_t NumberOf(const Parameters& parameters, const std::string& name)
 bool IsSet(const Parameters& parameters, const std::string& name)
 {
     return TextOf(parameters, name, "0") != "0";
+}
+
+Replays& ReplayOf(Inspector& inspector, const Parameters& parameters)
+{
+    const std::string side = TextOf(parameters, "side", "a");
+    if (side != "a" && side != "b")
+        throw Error(Error::Kind::Request, "side needs a or b, found \"" + side + "\"");
+    return side == "a" ? inspector.Replay() : inspector.Second();
 }
 
 Place PlaceOf(Inspector& inspector, const Parameters& parameters)

@@ -17,8 +17,8 @@ ReplayProcess::ReplayProcess(ProcessList& list, const ReplaySettings& settings, 
     : m_list(list)
 {
     std::vector<std::string> command = {Sides::ProgramBesideThis("playback-probe")};
-    if (!settings.driver.empty())
-        command.insert(command.end(), {"-driver", settings.driver});
+    for (const std::string& option : settings.side.PlaybackOptions())
+        command.push_back(option);
     if (!snapshot.empty())
         command.insert(command.end(), {"-from", snapshot});
     if (makesSnapshots)
@@ -27,7 +27,7 @@ ReplayProcess::ReplayProcess(ProcessList& list, const ReplaySettings& settings, 
     std::string error = "the server is about to end";
     const std::lock_guard lock(m_list.m_mutex);
     if (!m_list.m_hasEnded)
-        m_child = Sides::Child::Start(command, {}, error);
+        m_child = Sides::Child::Start(command, settings.side.environment, error);
     if (!m_child)
         throw Error(Error::Kind::Replay, error);
     m_list.m_children.insert(m_child.get());

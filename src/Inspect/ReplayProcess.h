@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Sides/Child.h"
+#include "Sides/Side.h"
 
 namespace Inspect {
 
@@ -38,8 +39,8 @@ private:
 /// What a replay is started with.
 struct ReplaySettings {
     std::string capture;
-    /// The folder of the driver's libraries; empty for the system's.
-    std::string driver;
+    /// Driver and settings.
+    Sides::Side side = {};
 };
 
 /// A playback-probe: it replays forwards, and a crash of the driver costs it and nothing else.

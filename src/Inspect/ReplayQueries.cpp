@@ -20,18 +20,6 @@ std::size_t IndexOf(const Outcome& outcome, const Parameters& parameters)
                                           ", found " + std::to_string(index));
 }
 
-/// A request about an object that "name" names.
-ReplayAnswer AskAbout(Inspector& inspector, const Parameters& parameters, const char* what, Json more = Json::object())
-{
-    more["do"] = what;
-    more["name"] = NumberOf(parameters, "name");
-    ReplayAnswer answer = inspector.Replay().Ask(PlaceOf(inspector, parameters), more, VersionOf(parameters));
-    if (answer.json.contains("problem") && answer.bytes.empty())
-        throw Error(Error::Kind::Request, std::string(what) + " " + TextOf(parameters, "name") + ": " +
-                                              answer.json["problem"].get<std::string>());
-    return answer;
-}
-
 } // namespace
 
 Answer ToAnswer(const Json& json, const std::vector<std::uint8_t>& bytes)
@@ -45,10 +33,22 @@ Answer ToAnswer(const Json& json, const std::vector<std::uint8_t>& bytes)
              {"Playback-Height", std::to_string(json.value("height", 0U))}}};
 }
 
+ReplayAnswer AskAbout(Inspector& inspector, const Parameters& parameters, const char* what, Json more)
+{
+    more["do"] = what;
+    more["name"] = NumberOf(parameters, "name");
+    ReplayAnswer answer =
+        ReplayOf(inspector, parameters).Ask(PlaceOf(inspector, parameters), more, VersionOf(parameters));
+    if (answer.json.contains("problem") && answer.bytes.empty())
+        throw Error(Error::Kind::Request, std::string(what) + " " + TextOf(parameters, "name") + ": " +
+                                              answer.json["problem"].get<std::string>());
+    return answer;
+}
+
 Answer AnswerTargets(Inspector& inspector, const Parameters& parameters)
 {
     const Place place = PlaceOf(inspector, parameters);
-    const auto outcome = inspector.Replay().At(place, VersionOf(parameters));
+    const auto outcome = ReplayOf(inspector, parameters).At(place, VersionOf(parameters));
     Json json = {{"at", inspector.NameOf(place)},
                  {"call", place.call},
                  {"function", outcome->call.value("function", "")},
@@ -75,14 +75,14 @@ Answer AnswerSnapshots(Inspector& inspector, const Parameters&)
 
 Answer AnswerPixels(Inspector& inspector, const Parameters& parameters)
 {
-    const auto outcome = inspector.Replay().At(PlaceOf(inspector, parameters), VersionOf(parameters));
+    const auto outcome = ReplayOf(inspector, parameters).At(PlaceOf(inspector, parameters), VersionOf(parameters));
     const std::size_t index = IndexOf(*outcome, parameters);
     return ToAnswer(outcome->targets[index], outcome->contents[index]);
 }
 
 Answer AnswerPicture(Inspector& inspector, const Parameters& parameters)
 {
-    const auto outcome = inspector.Replay().At(PlaceOf(inspector, parameters), VersionOf(parameters));
+    const auto outcome = ReplayOf(inspector, parameters).At(PlaceOf(inspector, parameters), VersionOf(parameters));
     const std::size_t index = IndexOf(*outcome, parameters);
     return {"image/png", EncodePicture(outcome->targets[index], outcome->contents[index])};
 }
@@ -91,7 +91,7 @@ Answer AnswerPicture(Inspector& inspector, const Parameters& parameters)
 Answer AnswerPixel(Inspector& inspector, const Parameters& parameters)
 {
     const Place place = PlaceOf(inspector, parameters);
-    const auto outcome = inspector.Replay().At(place, VersionOf(parameters));
+    const auto outcome = ReplayOf(inspector, parameters).At(place, VersionOf(parameters));
     const Json& target = outcome->targets[IndexOf(*outcome, parameters)];
     const std::uint32_t x = NumberOf(parameters, "x");
     const std::uint32_t y = NumberOf(parameters, "y");
@@ -100,8 +100,9 @@ Answer AnswerPixel(Inspector& inspector, const Parameters& parameters)
                                               ", counted from its lower left corner");
     const Json request = {
         {"do", "history"}, {"object", target["object"]}, {"what", target["what"]}, {"x", x}, {"y", y}};
-    Json writes =
-        inspector.Replay().AskFromStart(place, request, VersionOf(parameters)).json.value("writes", Json::array());
+    Json writes = ReplayOf(inspector, parameters)
+                      .AskFromStart(place, request, VersionOf(parameters))
+                      .json.value("writes", Json::array());
     for (Json& write : writes)
         write["at"] = inspector.NameOf({place.frame, write["call"].get<std::uint32_t>()});
     return {.body = Text({{"at", inspector.NameOf(place)},
@@ -116,7 +117,7 @@ Answer AnswerInputs(Inspector& inspector, const Parameters& parameters)
 {
     const Place place = PlaceOf(inspector, parameters);
     Json json = {{"at", inspector.NameOf(place)}};
-    json.update(inspector.Replay().Ask(place, {{"do", "inputs"}}, VersionOf(parameters)).json);
+    json.update(ReplayOf(inspector, parameters).Ask(place, {{"do", "inputs"}}, VersionOf(parameters)).json);
     return {.body = Text(json)};
 }
 
@@ -124,17 +125,24 @@ Answer AnswerVertices(Inspector& inspector, const Parameters& parameters)
 {
     constexpr std::uint32_t MostRows = 10'000;
     const Place place = PlaceOf(inspector, parameters);
-    Json json = inspector.Replay()
-                    .Ask(place,
-                         {{"do", "vertices"},
-                          {"first", NumberOf(parameters, "first", 0)},
-                          {"count", std::min(NumberOf(parameters, "count", MostRows), MostRows)},
-                          {"shaded", NumberOf(parameters, "shaded", 0) != 0},
-                          {"instance", NumberOf(parameters, "instance", 0)}},
-                         VersionOf(parameters))
-                    .json;
-    if (json.contains("problem"))
-        throw Error(Error::Kind::Request, inspector.NameOf(place) + ": " + json["problem"].get<std::string>());
+    const auto rows = [&](std::uint32_t first, std::uint32_t count) {
+        Json json = ReplayOf(inspector, parameters)
+                        .Ask(place,
+                             {{"do", "vertices"},
+                              {"first", first},
+                              {"count", count},
+                              {"shaded", NumberOf(parameters, "shaded", 0) != 0},
+                              {"instance", NumberOf(parameters, "instance", 0)}},
+                             VersionOf(parameters))
+                        .json;
+        if (json.contains("problem"))
+            throw Error(Error::Kind::Request, inspector.NameOf(place) + ": " + json["problem"].get<std::string>());
+        return json;
+    };
+    if (parameters.contains("format"))
+        return ExportMesh(inspector, place, TextOf(parameters, "format"),
+                          [&](std::uint32_t first) { return rows(first, MostRows); });
+    Json json = rows(NumberOf(parameters, "first", 0), std::min(NumberOf(parameters, "count", MostRows), MostRows));
     for (Json& array : json["arrays"])
         array["type"] = Tools::EnumText(array["type"].get<std::uint32_t>());
     return {.body = Text(json)};
@@ -142,7 +150,18 @@ Answer AnswerVertices(Inspector& inspector, const Parameters& parameters)
 
 Answer AnswerTexture(Inspector& inspector, const Parameters& parameters)
 {
-    return {.body = Text(AskAbout(inspector, parameters, "texture").json)};
+    Json json = AskAbout(inspector, parameters, "texture").json;
+    const std::string format = TextOf(parameters, "format", "json");
+    if (format == "ktx")
+        return ExportTexture(
+            [&](std::size_t index) {
+                return AskAbout(inspector, parameters, "image", {{"index", index}});
+            },
+            json);
+    if (format != "json")
+        throw Error(Error::Kind::Request, "format needs json or ktx, found \"" + format + "\"");
+    json["format"] = Tools::EnumText(json.value("format", 0U));
+    return {.body = Text(json)};
 }
 
 Answer AnswerImage(Inspector& inspector, const Parameters& parameters)
@@ -154,17 +173,6 @@ Answer AnswerImage(Inspector& inspector, const Parameters& parameters)
     if (TextOf(parameters, "format") == "png")
         return {"image/png", EncodePicture(answer.json, answer.bytes)};
     return ToAnswer(answer.json, answer.bytes);
-}
-
-Answer AnswerBuffer(Inspector& inspector, const Parameters& parameters)
-{
-    constexpr std::uint32_t Most = 1U << 30;
-    const ReplayAnswer answer =
-        AskAbout(inspector, parameters, "buffer",
-                 {{"offset", NumberOf(parameters, "offset", 0)}, {"size", NumberOf(parameters, "size", Most)}});
-    Answer bytes = ToAnswer(answer.json, answer.bytes);
-    bytes.headers["Playback-Size"] = std::to_string(answer.json.value("size", std::size_t{0}));
-    return bytes;
 }
 
 /// With its sources as they were recorded, and as they are edited.

@@ -15,6 +15,7 @@
 #include "Inspect/Query.h"
 #include "Inspect/Server.h"
 #include "Sides/Browser.h"
+#include "Sides/Side.h"
 #include "Util/CommandLine.h"
 #include "Util/ExitStatus.h"
 #include "Util/OutputFile.h"
@@ -38,12 +39,21 @@ constexpr Util::Option Options[] = {
      "are "
      "for all draws of the frame, or for one with @PLACE; may be given again",
      "Requests"},
+    {"-o", "FILE", "with --query: write the answer to this file", "Requests"},
     {"--snapshots", "N",
      "keep the state at every Nth frame, for quick jumps, rather than as often as the time of replay asks for; 0 for "
      "none along the capture",
      "Server"},
     {"--driver", "DIR", "take libEGL.so.1 and libGLESv2.so.2, or libEGL.so and libGLESv2.so, from this folder",
      "Options"},
+    {"--b-driver", "DIR",
+     "a second driver, B: the page and the requests show what it makes of the same calls, and the first draw that it "
+     "does otherwise",
+     "Comparison"},
+    {"--b-env", "NAME=VALUE", "side B: a variable of the environment; may be given several times", "Comparison"},
+    {"--b-options", "WORDS", "side B: options for playback, such as \"--b-options=-config 8\"", "Comparison"},
+    {"--against", "FILE", "another capture, with whose state this one's may be compared; may be given several times",
+     "Comparison"},
     {"--help", "", "print this text", "Options"},
     {"--version", "", "print the version", "Options"},
 };
@@ -61,8 +71,9 @@ constexpr const char* Usage =
     "Examples:\n"
     "  playback-inspect --open x.glcap\n"
     "  playback-inspect --query state --at 57:12 x.glcap\n"
-    "  playback-inspect --query picture --at 57:12 x.glcap > x.png\n"
-    "  playback-inspect --query picture --at 57:12 --edit 5:fragment=new.frag x.glcap > new.png";
+    "  playback-inspect --query picture --at 57:12 -o x.png x.glcap\n"
+    "  playback-inspect --query picture --at 57:12 --edit 5:fragment=new.frag -o new.png x.glcap\n"
+    "  playback-inspect --query export --at 57:12 -o draw.glcap x.glcap";
 
 /// How long the end of the server may take when there is nothing left that it has to do.
 constexpr std::chrono::milliseconds Patience{300};
@@ -77,10 +88,14 @@ ExitStatus Fail(ExitStatus status, const std::string& text)
 struct Request {
     Inspect::ReplaySettings replay;
     std::optional<std::uint32_t> every;
+    Sides::Side second = {};
+    std::vector<std::string> others = {};
     std::uint16_t port = 0;
     bool opensBrowser = false;
     /// Empty for the server.
     std::string query;
+    /// Empty for standard output.
+    std::string output;
     Inspect::Parameters parameters = {};
     std::vector<std::string> edits = {};
 };
@@ -95,7 +110,7 @@ std::string ReadRequest(const Util::CommandLine::Result& parsed, Request& reques
         const std::string* const text = args.FindValue(name);
         return text ? *text : std::string();
     };
-    request.replay.driver = value("--driver");
+    request.replay.side = {"A", value("--driver"), {}, {}};
     request.query = value("--query");
     request.opensBrowser = args.HasSwitch("--open");
     request.edits = parsed.AllValues("--edit");
@@ -111,6 +126,11 @@ std::string ReadRequest(const Util::CommandLine::Result& parsed, Request& reques
         if (!request.every)
             return "--snapshots needs a number of frames, found \"" + value("--snapshots") + "\"";
     }
+    std::string error;
+    request.second = Sides::ParseSide('b', parsed, error);
+    if (!error.empty())
+        return error;
+    request.others = parsed.AllValues("--against");
     if (args.FindValue("--at"))
         request.parameters["at"] = value("--at");
     for (std::size_t i = 1; i < args.positional.size(); ++i) {
@@ -120,8 +140,9 @@ std::string ReadRequest(const Util::CommandLine::Result& parsed, Request& reques
             return "one capture file and NAME=VALUE expected, found " + parameter;
         request.parameters[parameter.substr(0, equals)] = parameter.substr(equals + 1);
     }
-    if (request.query.empty() && (!request.parameters.empty() || !request.edits.empty()))
-        return "parameters and edits go with --query";
+    request.output = value("-o");
+    if (request.query.empty() && (!request.parameters.empty() || !request.edits.empty() || !request.output.empty()))
+        return "parameters, edits and -o go with --query";
     return {};
 }
 
@@ -139,8 +160,12 @@ ExitStatus Print(Inspect::Inspector& inspector, const Request& request)
     Inspect::Answer answer = Inspect::Ask(inspector, request.query, parameters);
     if (answer.type == "application/json")
         answer.body = nlohmann::ordered_json::parse(answer.body).dump(2) + "\n";
-    Util::Print(answer.body);
-    return ExitStatus::Done;
+    if (request.output.empty()) {
+        Util::Print(answer.body);
+        return ExitStatus::Done;
+    }
+    const std::string error = Util::WriteWholeFile(request.output, answer.body);
+    return error.empty() ? ExitStatus::Done : Fail(ExitStatus::NotWritten, error);
 }
 
 /// What ends the server.
@@ -168,7 +193,7 @@ ExitStatus Serve(Inspect::Inspector& inspector, const Request& request)
         int signal = 0;
         sigwait(&signals, &signal);
         server.Stop();
-        inspector.Replay().Stop();
+        inspector.Stop();
         isClean.set_value();
         // What reads the file, and browsers that keep their connections, are not waited for.
         std::this_thread::sleep_for(Patience);
@@ -194,6 +219,10 @@ ExitStatus Run(int argc, char** argv)
     std::unique_ptr<Inspect::Inspector> inspector;
     try {
         inspector = std::make_unique<Inspect::Inspector>(request.replay, request.query.empty(), request.every);
+        if (!request.second.IsPlain())
+            inspector->SetSecond(request.second);
+        for (const std::string& other : request.others)
+            inspector->AddOther(other);
     } catch (const Inspect::Error& failure) {
         return Fail(ExitStatus::Unreadable, failure.what());
     }

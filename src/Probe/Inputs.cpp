@@ -36,8 +36,9 @@ std::uint64_t HashTexture(GLuint texture, GLenum target)
 
 class InputReader {
 public:
-    InputReader(const Data::CallArguments& action, Data::StateModel& model, const Playback::GLResourceTable& names)
-        : m_action(action), m_model(model), m_names(names)
+    InputReader(const Data::CallArguments& action, Data::StateModel& model, const Playback::GLResourceTable& names,
+                bool wantsContents)
+        : m_action(action), m_model(model), m_names(names), m_wantsContents(wantsContents)
     {
         for (const auto& [key, owner] : model.Context().group->objects.owners)
             if (key.first == ObjectKind::Buffer)
@@ -127,7 +128,8 @@ private:
         if (owner == 0 || name == 0)
             return;
         m_inputs.push_back({Input::Kind::Texture, name, std::move(use)});
-        ReadInput(m_inputs.back(), m_names);
+        if (m_wantsContents)
+            ReadInput(m_inputs.back(), m_names);
     }
 
     void ReadBlocks()
@@ -161,13 +163,14 @@ private:
         const auto captured = m_buffers.find(static_cast<GLuint>(live));
         if (live == 0 || captured == m_buffers.end())
             return;
-        m_inputs.push_back(
-            {Input::Kind::Buffer, captured->second, std::move(use), {}, ReadBuffer(static_cast<GLuint>(live)).Hash()});
+        const std::uint64_t hash = m_wantsContents ? ReadBuffer(static_cast<GLuint>(live)).Hash() : 0;
+        m_inputs.push_back({Input::Kind::Buffer, captured->second, std::move(use), {}, hash});
     }
 
     const Data::CallArguments& m_action;
     Data::StateModel& m_model;
     const Playback::GLResourceTable& m_names;
+    bool m_wantsContents;
     /// Captured names by live ones.
     std::map<GLuint, std::uint32_t> m_buffers;
     std::map<GLuint, std::uint32_t> m_programs;
@@ -181,7 +184,13 @@ private:
 std::vector<Input> ReadInputs(const Data::CallArguments& action, Data::StateModel& model,
                               const Playback::GLResourceTable& names)
 {
-    return InputReader(action, model, names).Read();
+    return InputReader(action, model, names, true).Read();
+}
+
+std::vector<Input> FindInputs(const Data::CallArguments& action, Data::StateModel& model,
+                              const Playback::GLResourceTable& names)
+{
+    return InputReader(action, model, names, false).Read();
 }
 
 bool ReadInput(Input& input, const Playback::GLResourceTable& names)

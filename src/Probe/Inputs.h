@@ -30,6 +30,10 @@ struct Input {
 std::vector<Input> ReadInputs(const Data::CallArguments& action, Data::StateModel& model,
                               const Playback::GLResourceTable& names);
 
+/// The same without what textures and buffers hold, which takes long to read.
+std::vector<Input> FindInputs(const Data::CallArguments& action, Data::StateModel& model,
+                              const Playback::GLResourceTable& names);
+
 /// The same for one of them; for a uniform `name` counts too. False when the object is not there.
 bool ReadInput(Input& input, const Playback::GLResourceTable& names);
 

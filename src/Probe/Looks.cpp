@@ -6,12 +6,14 @@
 #include "Probe/ActionSteps.h"
 #include "Probe/ActionTimes.h"
 #include "Probe/BlockValues.h"
+#include "Probe/Blocks.h"
 #include "Probe/DisplayShader.h"
 #include "Probe/EditRequests.h"
 #include "Probe/History.h"
 #include "Probe/ObjectContents.h"
 #include "Probe/Overlay.h"
 #include "Probe/Programs.h"
+#include "Probe/Uses.h"
 
 namespace Probe {
 
@@ -49,7 +51,7 @@ Reply Texture(Replayer& replayer, const nlohmann::json& request)
         images.push_back(
             {{"what", image.Text()}, {"target", image.target}, {"level", image.level}, {"layer", image.layer}});
     }
-    return {{{"target", target}, {"images", std::move(images)}}};
+    return {{{"target", target}, {"format", InternalFormatOf(texture, target)}, {"images", std::move(images)}}};
 }
 
 Reply Image(Replayer& replayer, const nlohmann::json& request)
@@ -96,6 +98,24 @@ Json ToJson(const ActiveVariable& variable)
     return {{"name", variable.name}, {"type", variable.type}, {"count", variable.count}};
 }
 
+Json ToJson(const ProgramBlock& block)
+{
+    Json variables = Json::array();
+    for (const BlockVariable& variable : block.variables)
+        variables.push_back({{"name", variable.name},
+                             {"type", variable.type},
+                             {"count", variable.count},
+                             {"offset", variable.offset},
+                             {"arrayStride", variable.arrayStride},
+                             {"matrixStride", variable.matrixStride},
+                             {"isRowMajor", variable.isRowMajor != 0}});
+    return {{"name", block.name},
+            {"isStorage", block.isStorage},
+            {"binding", block.binding},
+            {"bytes", block.bytes},
+            {"variables", std::move(variables)}};
+}
+
 Reply Program(const Replayer& replayer, const nlohmann::json& request)
 {
     const unsigned int program = replayer.Names().GetValueGLProgram(request.value("name", 0U));
@@ -119,6 +139,9 @@ Reply Program(const Replayer& replayer, const nlohmann::json& request)
         for (Json& one : json["uniforms"])
             if (one["name"] == uniform.name)
                 one.update({{"block", uniform.block}, {"offset", uniform.offset}, {"values", uniform.values}});
+    json["blocks"] = Json::array();
+    for (const ProgramBlock& block : BlocksOf(program))
+        json["blocks"].push_back(ToJson(block));
     return {json};
 }
 
@@ -197,6 +220,21 @@ Reply ToReply(Overlay overlay)
     return reply;
 }
 
+/// What each action from here to a call reads.
+Reply Uses(Replayer& replayer, const nlohmann::json& request)
+{
+    Json all = Json::array();
+    for (const ActionReads& action : ReadsOfFrame(replayer, request.value("call", 0U))) {
+        Json reads = Json::array();
+        for (const Input& input : action.inputs)
+            reads.push_back({{"kind", input.kind == Input::Kind::Texture ? "textures" : "buffers"},
+                             {"name", input.object},
+                             {"as", input.name}});
+        all.push_back({{"call", action.call}, {"reads", std::move(reads)}});
+    }
+    return {{{"uses", std::move(all)}}};
+}
+
 } // namespace
 
 std::optional<Reply> Look(Replayer& replayer, std::string_view what, const nlohmann::json& request)
@@ -229,6 +267,8 @@ std::optional<Reply> Look(Replayer& replayer, std::string_view what, const nlohm
         return Show(replayer, request);
     if (what == "overdraw")
         return ToReply(Overdraw(replayer, request.value("call", 0U)));
+    if (what == "uses")
+        return Uses(replayer, request);
     return std::nullopt;
 }
 

@@ -115,6 +115,17 @@ unsigned int FindTarget(unsigned int texture)
     return 0;
 }
 
+unsigned int InternalFormatOf(unsigned int texture, unsigned int target)
+{
+    if (!GL().glGetTexLevelParameteriv)
+        return 0;
+    const auto bound = Core::BindScoped(GL(), GL().glBindTexture, BindingOf(target), texture);
+    const GLint format =
+        LevelParameter(target == GL_TEXTURE_CUBE_MAP ? FirstFace : target, 0, GL_TEXTURE_INTERNAL_FORMAT);
+    Core::TakeErrors(GL());
+    return static_cast<unsigned int>(format);
+}
+
 std::vector<TextureImage> ImagesOf(unsigned int texture, unsigned int target)
 {
     constexpr int MostLevels = 16;

@@ -42,6 +42,9 @@ private:
 /// What a live texture is bound to; 0 for one that was never bound.
 unsigned int FindTarget(unsigned int texture);
 
+/// The internal format of the level 0 of a live texture; 0 where the driver cannot tell.
+unsigned int InternalFormatOf(unsigned int texture, unsigned int target);
+
 /// The images that a live texture has, level by level; none before OpenGL ES 3.1, which cannot tell. `target` is what
 /// textures are bound to.
 std::vector<TextureImage> ImagesOf(unsigned int texture, unsigned int target);

@@ -128,6 +128,8 @@ public:
     /// Of the last action.
     std::vector<Target> Targets();
     std::vector<Input> Inputs();
+    /// Without what they hold.
+    std::vector<Input> FindInputs();
 
     /// The last call as it was before the driver wrote to its record.
     [[nodiscard]] std::optional<Data::CallArguments> LastCall() const;

@@ -50,6 +50,12 @@ std::vector<Input> Replayer::Inputs()
     return call ? ReadInputs(*call, m_model, m_replay->Names()) : std::vector<Input>{};
 }
 
+std::vector<Input> Replayer::FindInputs()
+{
+    const auto call = LastCall();
+    return call ? Probe::FindInputs(*call, m_model, m_replay->Names()) : std::vector<Input>{};
+}
+
 std::string Replayer::DrawFramebuffer()
 {
     return FramebufferText(m_model);

@@ -12,7 +12,7 @@ namespace Probe {
 
 /// Answers requests about a replay: a JSON object on each line, and one line for each answer. Bytes follow an answer
 /// that has "bytes", as many as that says. Snapshots are written with requests
-/// "frame" in front of them alone.
+/// "frame" in front of them alone. packaging/playback-probe.h2m has the requests.
 class Service {
 public:
     explicit Service(Replayer& replayer) : m_replayer(replayer) {}

@@ -26,6 +26,7 @@ INFO = str(BUILD / "bin/playback-info")
 TRIM = str(BUILD / "bin/playback-trim")
 BENCH = str(BUILD / "bin/playback-bench")
 COMPARE = str(BUILD / "bin/playback-compare")
+INSPECT = str(BUILD / "bin/playback-inspect")
 PROBE = str(BUILD / "bin/playback-probe")
 SPINNING = str(BUILD / "samples/spinning")
 FAMILIES = str(BUILD / "tests/families")
@@ -34,9 +35,6 @@ FAULTY_DRIVER = str(BUILD / "tests/faulty-driver")
 WITH_WESTON = str(ROOT / "scripts/with-weston")
 SAMPLE = str(ROOT / "samples/spinning.glcap")
 TIMEOUT_S = 100
-# What calls that begin so are called by, as actions.
-ACTION_KINDS = {"glDraw": "draw", "glMultiDraw": "draw", "glClear": "clear", "glBlit": "blit", "glDispatch": "dispatch",
-                "glCopy": "copy", "glGenerateMipmap": "mipmap"}
 
 # Set where the programs under test are of another architecture than this machine: the folder with what they link to.
 SYSROOT = os.environ.get("QEMU_LD_PREFIX")
@@ -130,10 +128,13 @@ class EndToEndTest(unittest.TestCase):
 
     def actions(self, capture):
         """Frame, call, function, kind and number of each draw, clear and other action of a capture."""
-        lines = map(json.loads, self.run_program(INFO, "--dump", "--json", capture).stdout.splitlines())
-        return [(line["frame"], line["call"], line["name"],
-                 next(kind for begin, kind in ACTION_KINDS.items() if line["name"].startswith(begin)), line["action"])
-                for line in lines if "action" in line]
+        return [(frame, node["call"], node["text"].split("(")[0], node["kind"], node["number"])
+                for frame in range(1, self.ask("frames", capture)["total"] + 1)
+                for node in self.ask("actions", capture, f"frame={frame}")["tree"] if node["type"] == "action"]
+
+    def ask(self, name, capture, *parameters):
+        """What playback-inspect answers to a request."""
+        return json.loads(self.run_program(INSPECT, "--query", name, capture, *parameters).stdout)
 
     def assertMentions(self, result, *texts):
         for text in texts:

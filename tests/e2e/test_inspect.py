@@ -7,10 +7,9 @@ import unittest
 import urllib.parse
 
 from browser import Browser
-from harness import BUILD, FAMILIES, INFO, NO_DRIVER, PLAYBACK, ROOT, SPINNING, UNREADABLE, USAGE, EndToEndTest
+from harness import BUILD, FAMILIES, INFO, INSPECT, NO_DRIVER, PLAYBACK, ROOT, SPINNING, UNREADABLE, USAGE, EndToEndTest
 from images import read_png
 
-INSPECT = str(BUILD / "bin/playback-inspect")
 FAULTY_DRIVER = str(BUILD / "tests/faulty-driver")
 PATIENCE_S = 30
 
@@ -30,9 +29,6 @@ class Inspect(EndToEndTest):
 
     def query(self, name, capture, *parameters, **more):
         return self.run_program(INSPECT, "--query", name, capture, *parameters, **more)
-
-    def ask(self, name, capture, *parameters):
-        return json.loads(self.query(name, capture, *parameters).stdout)
 
     def serve(self, capture, *options, **environment):
         """Starts a server: its host, and the path that all its addresses begin with."""

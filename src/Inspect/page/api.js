@@ -40,6 +40,10 @@ export async function askBytes(name, parameters, signal) {
     };
 }
 
+export async function getFile(name, parameters) {
+    return (await get(name, parameters)).blob();
+}
+
 export function addressOf(name, parameters) {
     const address = new URL(`api/${name}`, document.baseURI);
     for (const [key, value] of Object.entries(parameters))

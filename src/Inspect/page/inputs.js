@@ -1,5 +1,6 @@
 // What the call reads: textures, uniforms, buffers.
 import { addressOf, ask } from "./api.js";
+import { objectLink } from "./names.js";
 import { make, short } from "./util.js";
 
 export async function loadInputs(at, signal) {
@@ -20,20 +21,19 @@ function matrix(values) {
 }
 
 export function renderInputs(place, at, inputs, open) {
-    const link = (kind, name, ...children) => make("a", { href: "#", click: event => { event.preventDefault(); open(kind, name); } }, children);
     const of = kind => inputs.filter(input => input.kind === kind);
     const parts = [];
     if (of("texture").length)
         parts.push(make("h3", {}, "Textures"), make("div", { class: "thumbs" }, of("texture").map(input => make("figure", {},
             make("button", { click: () => open("textures", input.object), "aria-label": `texture ${input.object}` }, picture(at, input.object)),
-            make("figcaption", {}, `${input.name}: texture ${input.object}`)))));
+            make("figcaption", {}, `${input.name}: `, objectLink("textures", input.object, open))))));
     if (of("uniform").length)
-        parts.push(make("h3", {}, "Uniforms of ", link("programs", of("uniform")[0].object, `program ${of("uniform")[0].object}`)),
+        parts.push(make("h3", {}, "Uniforms of ", objectLink("programs", of("uniform")[0].object, open)),
             make("table", { class: "values" }, make("tbody", {}, of("uniform").map(input => make("tr", {},
                 make("th", { scope: "row" }, input.name), make("td", {}, make("pre", { class: "plain" }, matrix(input.values))))))));
     if (of("buffer").length)
         parts.push(make("h3", {}, "Buffers"), make("table", { class: "values" }, make("tbody", {}, of("buffer").map(input => make("tr", {},
-            make("th", { scope: "row" }, input.name), make("td", {}, link("buffers", input.object, `buffer ${input.object}`)))))));
+            make("th", { scope: "row" }, input.name), make("td", {}, objectLink("buffers", input.object, open)))))));
     if (!parts.length) parts.push(make("p", { class: "empty" }, "This call reads no texture, uniform or buffer."));
     place.replaceChildren(...parts);
 }

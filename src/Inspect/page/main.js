@@ -1,10 +1,13 @@
 // The page: one place in the capture, and the views of it. Its address says both, as #57:12/output.
 import { ask, close } from "./api.js";
 import { loadCall, renderCall } from "./call.js";
+import { CompareView } from "./compare.js";
+import { showExport } from "./export.js";
 import { loadHistory, renderHistory } from "./history.js";
 import { loadInputs, renderInputs } from "./inputs.js";
 import { showKeys } from "./keys.js";
 import { MeshView } from "./mesh.js";
+import { beginNames, loadLabels } from "./names.js";
 import { Output } from "./output.js";
 import { ProgramView } from "./programs.js";
 import { ResourceView } from "./resources.js";
@@ -14,13 +17,13 @@ import { Timeline } from "./timeline.js";
 import { CallTree } from "./tree.js";
 import { byId, clamp, make } from "./util.js";
 
-const Tabs = ["call", "state", "inputs", "mesh", "shaders", "resources", "pixel"];
+const Tabs = ["call", "state", "inputs", "mesh", "shaders", "resources", "pixel", "compare"];
 const Views = ["calls", "output", ...Tabs];
 const place = { frame: 0, call: 0, at: "" };
 let view = "output", tab = "state", marked, aborter = new AbortController(), shown = null;
 
 const timeline = new Timeline(frame => { if (frame !== place.frame) go(String(frame)); });
-const tree = new CallTree(call => { if (call !== place.call) go(`${place.frame}:c${call}`); }, error => alertUser(error));
+const tree = new CallTree(call => { if (call !== place.call) go(`${place.frame}:c${call}`); }, error => alertUser(error), openObject);
 const output = new Output({
     report: answer => answer ? tree.setFailed(answer.failed) : go(place.at, true),
     showHistory: () => { setTab("pixel"); fillTab(true); },
@@ -28,8 +31,9 @@ const output = new Output({
 });
 const state = new StateView(openObject);
 const mesh = new MeshView({ open: openObject, again: () => fillTab() });
-const resources = new ResourceView();
+const resources = new ResourceView(call => go(`${place.frame}:c${call}`), () => tree.callCount);
 const programs = new ProgramView({ changed: () => go(place.at, true), open: openObject, alertUser, spans: () => tree.spansOf(place.call) });
+const comparison = new CompareView(at => go(at), alertUser);
 
 function alertUser(error) {
     if (error.name === "AbortError") return;
@@ -115,7 +119,7 @@ async function fillTab(isAsked = false) {
     try {
         if (tab === "call") {
             const call = await loadCall(at, signal);
-            if (isCurrent() && tab === "call") renderCall(detail, call);
+            if (isCurrent() && tab === "call") renderCall(detail, call, openObject);
         } else if (tab === "mesh") {
             await mesh.load(at, tree.textOfCall(place.call), signal);
             if (isCurrent() && tab === "mesh") mesh.render(detail);
@@ -129,8 +133,11 @@ async function fillTab(isAsked = false) {
             const inputs = await loadInputs(at, signal);
             if (isCurrent() && tab === "inputs") renderInputs(detail, at, inputs, openObject);
         } else if (tab === "resources") {
-            await resources.load(at, signal);
+            await resources.load(at, place.call, signal);
             if (isCurrent() && tab === "resources") renderResources();
+        } else if (tab === "compare") {
+            await comparison.load(at, signal);
+            if (isCurrent() && tab === "compare") renderComparison();
         } else if (!output.pixel || !output.pixels) {
             detail.replaceChildren(make("p", { class: "empty" }, "Click at a pixel of the output, or move to one with the arrow keys and press Enter, to see which actions changed it."));
         } else if (isAsked) {
@@ -147,7 +154,11 @@ async function fillTab(isAsked = false) {
 }
 
 function renderState() {
-    state.render(byId("detail"), renderState);
+    state.render(byId("detail"), renderState, fillTab);
+}
+
+function renderComparison() {
+    comparison.render(byId("detail"), isOther => isOther ? fillTab() : renderComparison());
 }
 
 function renderResources() {
@@ -208,9 +219,15 @@ const Keys = {
     "b": () => output.setChannel(2), "l": () => output.setChannel(3), "x": () => chooseOverlay(1), "X": () => chooseOverlay(-1), "t": nextTheme,
     "s": () => output.toggleLinear(), "F": () => output.toggleAuto(), "d": () => output.shader.toggle(), "c": () => tree.toggleTimes(),
     "o": () => nextTarget(), "1": () => focusOn("calls", "tree"), "2": () => focusOn("output", "view"),
-    ...Object.fromEntries(Tabs.map((name, i) => [String(i + 3), () => openTab(name)])),
-    "?": () => byId("help").click(),
+    ...Object.fromEntries(Tabs.slice(0, 7).map((name, i) => [String(i + 3), () => openTab(name)])), "v": () => openTab("compare"),
+    "w": () => byId("export").click(), "?": () => byId("help").click(),
 };
+
+function openExport() {
+    const target = output.targets[output.index];
+    showExport(byId("exports"), { at: place.at, kind: tree.nodes.find(node => node.type === "action" && node.call === place.call)?.kind ?? "",
+        target: target?.width && `${target.object}, ${target.what}`, index: output.index });
+}
 
 function chooseOverlay(step) {
     const select = byId("overlay");
@@ -237,7 +254,7 @@ function openTab(name) {
 
 function listen() {
     document.addEventListener("keydown", event => {
-        const isTyping = event.target.matches("input, select, textarea");
+        const isTyping = event.target.matches("input, select, textarea") || document.querySelector("dialog[open]");
         if (event.key === "Escape" && isTyping) event.target.blur();
         if (isTyping || event.ctrlKey || event.metaKey || event.altKey || !(event.key in Keys)) return;
         event.preventDefault();
@@ -247,7 +264,7 @@ function listen() {
         if (event.key === "Enter") { go(byId("place").value.trim().replace(/^#/, ""), true); event.target.blur(); }
     });
     for (const [id, act] of [["previous", () => step(-1)], ["next", () => step(1)], ["previous-frame", () => stepFrame(-1)],
-        ["next-frame", () => stepFrame(1)], ["theme", nextTheme], ["help", () => showKeys(byId("keys"))]])
+        ["next-frame", () => stepFrame(1)], ["theme", nextTheme], ["help", () => showKeys(byId("keys"))], ["export", openExport]])
         byId(id).addEventListener("click", act);
     byId("close").addEventListener("click", async () => {
         await close();
@@ -270,9 +287,14 @@ async function begin() {
     byId("file").textContent = capture.file;
     byId("file").title = [capture.command, capture.recordedOn.renderer, capture.recordedOn.version].filter(Boolean).join("\n");
     document.title = capture.file;
+    beginNames(`${capture.file} ${capture.startTimeUs}`);
+    comparison.second = capture.second ?? null;
+    state.others = capture.others;
     await timeline.load();
     await programs.loadEdits();
     byId("edited").addEventListener("click", () => openTab("shaders"));
+    await loadLabels();
+    loadLabels(1).then(hasMore => hasMore && place.at && fillTab()).catch(alertUser);
     if (timeline.trouble) alertUser(new Error(timeline.trouble));
     timeline.loadPictures();
     watchSnapshots().catch(() => {});

@@ -1,5 +1,6 @@
 // The vertices of a draw, before the vertex shader and after it: a table, and the primitives from any side.
 import { ask } from "./api.js";
+import { objectLink } from "./names.js";
 import { make, short } from "./util.js";
 
 const Rows = 300;
@@ -66,7 +67,7 @@ export class MeshView {
     }
 
     source(array) {
-        const place = array.buffer ? make("a", { href: "#", click: event => { event.preventDefault(); this.open("buffers", array.buffer); } }, `buffer ${array.buffer}`) : "memory";
+        const place = array.buffer ? objectLink("buffers", array.buffer, this.open) : "memory";
         return make("span", {}, place, array.divisor ? `, each ${array.divisor} instances` : "");
     }
 

@@ -1,8 +1,11 @@
 // The objects that the context can name at the call, and what is in them then.
-import { ask, askBytes } from "./api.js";
+import { addressOf, ask, askBytes } from "./api.js";
 import { picture } from "./inputs.js";
+import { givenName, giveName, labelOf, objectLink, objectText, singular } from "./names.js";
 import { highlight } from "./source.js";
-import { textOf } from "./state.js";
+import { kindNamed, textOf } from "./state.js";
+import { TypedBuffer } from "./typed.js";
+import { loadUses, useStrip } from "./uses.js";
 import { bytes, make, short } from "./util.js";
 
 const Types = {
@@ -26,15 +29,21 @@ export function variables(list) {
 }
 
 export class ResourceView {
-    constructor() {
+    /** `go(call)` shows a call of the frame; `callCount()` tells how many it has. */
+    constructor(go, callCount) {
+        this.go = go;
+        this.callCount = callCount;
+        this.typed = new TypedBuffer();
         this.kind = "textures";
         this.name = null;
         this.words = "float 32";
         this.columns = 4;
     }
 
-    async load(at, signal) {
+    async load(at, call, signal) {
         this.at = at;
+        this.call = call;
+        this.signal = signal;
         this.objects = (await ask("resources", { at }, signal)).objects;
     }
 
@@ -51,44 +60,88 @@ export class ResourceView {
             }, `${kind} ${Object.keys(this.objects[kind]).length}`))),
             make("div", { class: "objects" }, names.slice(0, 2000).map(name => make("button", {
                 "aria-pressed": name === this.name, click: () => change(this.kind, name),
-            }, list[name].label ? `${name} ${list[name].label}` : name))), body);
+            }, labelOf(this.kind, name) ? `${name} ${labelOf(this.kind, name)}` : name))), body);
         if (!kinds.length) return body.append(make("p", { class: "empty" }, "No context is current."));
         if (this.name === null) {
             if (this.kind === "textures") body.append(this.thumbs(names.slice(0, 60), change));
             return;
         }
-        await this.contents(body, list[this.name]);
+        body.append(this.heading(() => this.render(place, change)));
+        await this.contents(body, list[this.name], change);
+    }
+
+    /** The object's name, and a field for one that people understand. */
+    heading(again) {
+        const { kind, name } = this;
+        const field = make("input", { value: givenName(kind, name), placeholder: labelOf(kind, name) || "a name for it", "aria-label": "Your name for the object",
+            spellcheck: "false", change: () => { giveName(kind, name, field.value.trim()); again(); } });
+        return make("div", { class: "bar" }, make("b", {}, `${singular(kind)} ${name}`), field);
     }
 
     thumbs(names, change) {
         return make("div", { class: "thumbs" }, names.filter(name => /^\d+$/.test(name) && name !== "0").map(name => make("figure", {},
-            make("button", { click: () => change("textures", name), "aria-label": `texture ${name}` }, picture(this.at, name)),
-            make("figcaption", {}, `texture ${name}`))));
+            make("button", { click: () => change("textures", name), "aria-label": objectText("textures", name) }, picture(this.at, name)),
+            make("figcaption", {}, objectText("textures", name)))));
     }
 
-    async contents(body, values) {
+    async contents(body, values, change) {
         const parts = { textures: () => this.texture(), buffers: () => this.buffer(), programs: () => this.program() };
-        try {
-            if (parts[this.kind] && /^\d+$/.test(this.name)) body.append(...await parts[this.kind]());
-        } catch (error) {
-            body.append(make("p", { class: "hint" }, error.message));
-        }
+        // Later ones must not wait for the replay of the frame.
+        const uses = make("div"), contents = make("div");
+        body.append(uses, contents, this.values(values, change));
+        const show = async (place, load) => {
+            try {
+                place.replaceChildren(...await load());
+            } catch (error) {
+                if (error.name !== "AbortError") place.replaceChildren(make("p", { class: "hint" }, error.message));
+            }
+        };
+        if (parts[this.kind] && /^\d+$/.test(this.name)) await show(contents, parts[this.kind]);
+        await show(uses, async () => [make("h3", {}, "What calls of the frame did with it"),
+            useStrip(await loadUses(parseInt(this.at), this.kind, this.name, this.signal), this.callCount(), this.call, this.go)]);
+    }
+
+    /** What calls have set of the object, with names of others as links. */
+    values(values, change) {
+        const kinds = { GL_TEXTURE: "textures", GL_RENDERBUFFER: "renderbuffers" };
+        const row = ([name, value]) => {
+            const type = values[name.replace("OBJECT_NAME", "OBJECT_TYPE")];
+            const kind = name.startsWith("GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME") ? kinds[type] : kindNamed(name);
+            return make("tr", {}, make("th", { scope: "row" }, name),
+                make("td", {}, kind && value > 0 ? objectLink(kind, value, change, String(value)) : textOf(value)));
+        };
         const rows = Object.entries(values);
-        if (rows.length)
-            body.append(make("h3", {}, "What calls have set"), make("table", { class: "values" }, make("tbody", {}, rows.map(([name, value]) =>
-                make("tr", {}, make("th", { scope: "row" }, name), make("td", {}, textOf(value)))))));
+        return make("div", {}, rows.length ? [make("h3", {}, "What calls have set"), make("table", { class: "values" }, make("tbody", {}, rows.map(row)))] : []);
     }
 
     async texture() {
-        const { images } = await ask("texture", { at: this.at, name: this.name });
+        const { images, format } = await ask("texture", { at: this.at, name: this.name });
         if (!images.length) return [make("p", { class: "hint" }, "It has no image.")];
-        return [make("h3", {}, `Texture ${this.name}: ${images.length} ${images.length === 1 ? "image" : "images"}`),
+        const file = (type, address) => make("a", { class: "button", href: address, download: `texture ${this.name}.${type}` }, type.toUpperCase());
+        return [make("h3", {}, `${format}, ${images.length} ${images.length === 1 ? "image" : "images"}`),
+            make("div", { class: "bar" }, "Save as ", file("png", picture(this.at, this.name).src), file("ktx", addressOf("texture", { at: this.at, name: this.name, format: "ktx" }))),
             make("div", { class: "thumbs" }, images.slice(0, 120).map((image, index) => make("figure", {},
                 make("a", { href: picture(this.at, this.name, index).src, target: "_blank", rel: "noopener", "aria-label": image.what },
                     picture(this.at, this.name, index)), make("figcaption", {}, image.what))))];
     }
 
     async buffer() {
+        const again = make("div");
+        const choices = await this.typed.choices(this.at, this.name, this.signal);
+        const fill = async () => {
+            const bar = this.typed.bar(choices, fill);
+            try {
+                const rows = this.typed.as === "bytes" ? await this.numbers() : await this.typed.table(this.at, this.name, fill);
+                again.replaceChildren(bar, ...rows);
+            } catch (error) {
+                if (error.name !== "AbortError") again.replaceChildren(bar, make("p", { class: "hint", role: "alert" }, error.message));
+            }
+        };
+        await fill();
+        return [again];
+    }
+
+    async numbers() {
         const answer = await askBytes("buffer", { at: this.at, name: this.name, size: BufferPart });
         const [array, size] = Words[this.words];
         const values = new array(answer.data.slice(0, Math.floor(answer.data.byteLength / size) * size));
@@ -100,12 +153,12 @@ export class ResourceView {
         const choose = async () => {
             this.words = type.value;
             this.columns = Math.min(Math.max(+columns.value || 1, 1), 16);
-            again.replaceChildren(...await this.buffer());
+            again.replaceChildren(...await this.numbers());
         };
         const type = make("select", { "aria-label": "Type of an element", change: choose }, Object.keys(Words).map(name =>
             make("option", { selected: name === this.words }, name)));
         const columns = make("input", { type: "number", min: 1, max: 16, value: this.columns, "aria-label": "Elements in a line", change: choose });
-        again.append(make("h3", {}, `Buffer ${this.name}: ${bytes(answer.size)}` + (answer.size > BufferPart ? `, the first ${bytes(BufferPart)}` : "")),
+        again.append(make("h3", {}, bytes(answer.size) + (answer.size > BufferPart ? `, the first ${bytes(BufferPart)}` : "")),
             make("div", { class: "bar" }, type, columns), make("table", { class: "values" }, make("tbody", {}, rows)));
         return [again];
     }

@@ -1,6 +1,7 @@
 // What was set in front of the call, by groups, with what differs from another call.
 import { ask } from "./api.js";
-import { byId, make } from "./util.js";
+import { objectLink } from "./names.js";
+import { make } from "./util.js";
 
 // The first pattern that fits decides. Names are those of the Khronos headers.
 const Groups = [
@@ -20,8 +21,8 @@ const Groups = [
 
 /** Which kind of object a state's value names; empty for other values. */
 export function kindNamed(state) {
-    if (/^texture\[|^image\[/.test(state)) return "textures";
-    if (/^buffer\[|BUFFER_BINDING|ATTRIB_ARRAY_BUFFER/.test(state) && !/FRAMEBUFFER|RENDERBUFFER/.test(state)) return "buffers";
+    if (/^texture\[|^GL_IMAGE_BINDING_NAME/.test(state)) return "textures";
+    if (/^buffer\[|^indexed_buffer\[|BUFFER_BINDING|VERTEX_BINDING_BUFFER/.test(state) && !/FRAMEBUFFER|RENDERBUFFER/.test(state)) return "buffers";
     if (/FRAMEBUFFER_BINDING/.test(state)) return "framebuffers";
     if (/RENDERBUFFER_BINDING/.test(state)) return "renderbuffers";
     if (/CURRENT_PROGRAM/.test(state)) return "programs";
@@ -42,13 +43,23 @@ export class StateView {
         this.showsInitial = false;
         this.onlyChanged = false;
         this.showsSetters = false;
+        this.hidesUnused = false;
         this.filter = "";
+        this.others = []; // captures whose state may be compared with
+        this.source = ""; // what is compared with: "" for a call of this capture, or one of them
+        this.otherPlace = "";
     }
 
-    async load(at, against, signal) {
+    /** `marked` is the place of a marked call, or undefined for the action in front. */
+    async load(at, marked, signal) {
         if (this.at !== at) this.setters = undefined;
         this.at = at;
+        this.marked = marked;
+        const against = this.source ? `${this.source}:${this.otherPlace || at}` : marked;
+        // What is not used, only a replay tells; the rest is there without it.
+        const unused = ask("unused", { at }, signal).then(answer => answer.unused, () => []);
         this.answer = await ask("state", { at, against }, signal);
+        this.unused = new Map((await unused).filter(one => !one.object).map(one => [one.state, one.why]));
         if (this.showsSetters) await this.loadSetters(signal);
     }
 
@@ -56,7 +67,18 @@ export class StateView {
         this.setters ??= await ask("setters", { at: this.at }, signal);
     }
 
-    render(place, again) {
+    /** Which call, of which capture, the state is compared with. */
+    sourceBar(reload) {
+        if (!this.others.length) return null;
+        const change = event => { this.source = event.target.value; reload(); };
+        return make("div", { class: "bar" }, make("select", { "aria-label": "Compared with", change },
+            ["", ...this.others].map(name => make("option", { value: name, selected: name === this.source }, name || "this capture"))),
+        this.source && make("input", { size: 8, placeholder: this.answer.at, value: this.otherPlace, "aria-label": "Place in the other capture", spellcheck: "false",
+            change: event => { this.otherPlace = event.target.value.trim(); reload(); } }));
+    }
+
+    /** `again` renders anew, `reload` asks anew. */
+    render(place, again, reload) {
         const answer = this.answer;
         const differences = new Map(), others = [];
         for (const difference of answer.differences)
@@ -66,12 +88,13 @@ export class StateView {
                 type: "search", placeholder: "Filter", "aria-label": "Filter of the state", value: this.filter,
                 input: event => { this.filter = event.target.value; this.fill(body, differences, others); },
             }),
-            this.toggle("Changed only", "onlyChanged", again), this.toggle("With initial", "showsInitial", again),
+            this.toggle("Changed only", "onlyChanged", again), this.toggle("Used only", "hidesUnused", again), this.toggle("With initial", "showsInitial", again),
             make("button", { "aria-pressed": this.showsSetters, title: "The calls that set these values last", click: () => this.toggleSetters(again) }, "Set by"));
         const body = make("div");
-        place.replaceChildren(tools,
-            make("p", { class: "hint" }, `In front of ${answer.at}, on context ${answer.context}, thread ${answer.thread}. Marked: ` +
-                `what differs from ${answer.against} (m sets the call to compare with).`), body);
+        const other = answer.againstFile ? ` of ${answer.againstFile}` : answer.against === this.marked ? ", the marked call" : "";
+        place.replaceChildren(...[tools, this.sourceBar(reload),
+            make("p", { class: "hint" }, `In front of ${answer.at}, on context ${answer.context}, thread ${answer.thread}. Coloured: ` +
+                `what differs from ${answer.against}${other} (m marks the call to compare with). Grey: what was set and has no part in this call.`), body].filter(Boolean));
         this.fill(body, differences, others);
     }
 
@@ -97,7 +120,7 @@ export class StateView {
         const rows = new Map(Groups.map(([name]) => [name, []]));
         const add = (name, value, isInitial) => {
             const isChanged = differences.has(name);
-            if ((this.onlyChanged && !isChanged) || (filter && !`${name} ${textOf(value)}`.toLowerCase().includes(filter))) return;
+            if ((this.onlyChanged && !isChanged) || (this.hidesUnused && this.unused.has(name)) || (filter && !`${name} ${textOf(value)}`.toLowerCase().includes(filter))) return;
             const group = Groups.find(([, pattern]) => pattern.test(name))[0];
             rows.get(group).push(this.row(name, value, isChanged, differences.get(name), isInitial));
         };
@@ -115,18 +138,18 @@ export class StateView {
 
     row(name, value, isChanged, before, isInitial) {
         const kind = kindNamed(name);
-        const isLink = kind && value !== 0;
-        return make("tr", { class: [isChanged && "changed", isInitial && "initial"].filter(Boolean).join(" ") },
-            make("th", { scope: "row" }, name), make("td", {},
-                isLink ? make("a", { href: "#", click: event => { event.preventDefault(); this.open(kind, value); } }, textOf(value)) : textOf(value),
+        const bound = Array.isArray(value) ? value[0] : value; // with offset and size
+        const why = this.unused.get(name);
+        return make("tr", { class: [isChanged && "changed", isInitial && "initial", why && "unused"].filter(Boolean).join(" "), title: why && `Not used: ${why}` },
+            make("th", { scope: "row" }, name, why && make("small", {}, why)), make("td", {},
+                kind && bound > 0 ? [objectLink(kind, bound, this.open, String(bound)), Array.isArray(value) ? `, ${textOf(value.slice(1))}` : ""] : textOf(value),
                 isChanged && make("span", { class: "before" }, textOf(before)), this.setter(this.setters?.state, name)));
     }
 
     objects(list) {
         return [make("h3", {}, "Objects that differ"), make("table", { class: "values" }, make("tbody", {}, list.map(one =>
             make("tr", { class: "changed" }, make("th", { scope: "row" },
-                make("a", { href: "#", click: event => { event.preventDefault(); this.open(one.object.kind, one.object.name); } },
-                    `${one.object.kind} ${one.object.name}`), ` ${one.state}`),
+                objectLink(one.object.kind, one.object.name, this.open), ` ${one.state}`),
             make("td", {}, textOf(one.after), make("span", { class: "before" }, textOf(one.before)),
                 this.setter(this.setters?.objects[one.object.kind]?.[one.object.name], one.state))))))];
     }

@@ -1,15 +1,17 @@
 // The actions of a frame in their passes and debug groups, or all of its calls.
 import { ask } from "./api.js";
 import { VirtualList } from "./list.js";
+import { labelOf, objectLink } from "./names.js";
 import { ActionThumbnails } from "./thumbnails.js";
 import { byId, make } from "./util.js";
 
 const PageRows = 500;
 
 export class CallTree {
-    /** `choose(call)` is told of the call that the user picked; `fail` gets errors. */
-    constructor(choose, fail) {
+    /** `choose(call)` is told of the call that the user picked; `fail` gets errors; `open(kind, name)` shows an object. */
+    constructor(choose, fail, open) {
         this.choose = choose;
+        this.open = open;
         this.fail = fail;
         this.thumbnails = new ActionThumbnails(() => this.setFailed(this.thumbnails.failed));
         this.times = null; // milliseconds by call, where they were asked for
@@ -215,8 +217,9 @@ export class CallTree {
         if (this.times && node.ms !== undefined && node.type !== "marker" && !this.showsCalls)
             row.append(make("span", { class: `time${node.type === "action" && node.ms > this.mostMs / 2 ? " dear" : ""}` }, `${node.ms.toFixed(node.ms < 10 ? 2 : 1)} ms`));
         if (isParent) {
-            row.append(make("span", { class: "twist", "aria-hidden": "true" }, isOpen ? "\u25BE" : "\u25B8"), this.textOf(node),
-                make("span", { class: "note" }, [node.label, `${node.actions} ${node.actions === 1 ? "action" : "actions"}`].filter(Boolean).join(" \u00B7 ")));
+            row.append(make("span", { class: "twist", "aria-hidden": "true" }, isOpen ? "\u25BE" : "\u25B8"),
+                node.framebuffer ? this.link("framebuffers", node.framebuffer, this.textOf(node)) : this.textOf(node),
+                make("span", { class: "note" }, [!node.framebuffer && node.label, `${node.actions} ${node.actions === 1 ? "action" : "actions"}`].filter(Boolean).join(" \u00B7 ")));
         } else if (node.type === "marker") {
             row.append(node.text);
         } else {
@@ -227,10 +230,18 @@ export class CallTree {
             const name = node.text.indexOf("(");
             row.append(make("span", { class: node.kind ?? "" }, node.text.slice(0, name < 0 ? undefined : name)));
             if (name >= 0) row.append(node.text.slice(name));
-            if (node.label) row.append(make("span", { class: "note" }, node.label));
+            const label = node.program ? labelOf("programs", node.program) : "";
+            if (label) row.append(make("span", { class: "note" }, this.link("programs", node.program, "")));
         }
         row.style.paddingLeft = 6 + depth * 14 + "px";
         return row;
+    }
+
+    /** To an object; the keys of the tree pass over it. */
+    link(kind, name, text) {
+        const link = objectLink(kind, name, this.open, text);
+        link.tabIndex = -1;
+        return link;
     }
 
     /** The line of the call at hand, or of the action at or in front of it. */

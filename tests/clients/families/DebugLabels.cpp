@@ -59,14 +59,16 @@ FAMILY("debug-labels", stage)
                    {GL_SHADER, shader},           {GL_PROGRAM, FlatProgram()}};
     for (const auto& object : objects)
         glObjectLabel(object.kind, object.name, 9, "an object that is longer than its length");
+    // Whoever shows labels on a page must keep them text.
+    const char* const markup = "<img src=x onerror=\"document.title='owned'\">";
+    glObjectLabel(GL_TEXTURE, MakeTexture(GL_TEXTURE_2D), -1, markup);
     const GLsync fence = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
     glObjectPtrLabel(fence, -1, "a fence");
     glEnableVertexAttribArray(0);
     for (int frame = 1; frame <= FrameCount; ++frame) {
         glClear(GL_COLOR_BUFFER_BIT);
         insertMarker(0, "a frame");
-        // Whoever shows labels on a page must keep them text.
-        pushMarker(0, "<img src=x onerror=\"document.title='owned'\">");
+        pushMarker(0, markup);
         const int groups = frame % 4;
         for (int i = 0; i < groups; ++i) {
             glPushDebugGroup(GL_DEBUG_SOURCE_APPLICATION, static_cast<GLuint>(i), -1, "group");
