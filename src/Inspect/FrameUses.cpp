@@ -1,6 +1,7 @@
 #include "Inspect/FrameUses.h"
 
 #include <algorithm>
+#include <deque>
 #include <initializer_list>
 #include <string_view>
 
@@ -114,12 +115,20 @@ private:
         const std::uint32_t target = call.Unsigned(0);
         if (Begins(m_function, {"glTexImage", "glTexSubImage", "glTexStorage", "glCompressedTex", "glCopyTex",
                                 "glEGLImageTargetTex"}))
-            Add(m_model.BoundTexture(target), ObjectUse::Wrote, "");
+            Add(m_model.BoundTexture(target), ObjectUse::Wrote, LevelText(call));
         else if (Begins(m_function, {"glBufferData", "glBufferSubData", "glBufferStorage", "glMapBuffer",
                                      "glUnmapBuffer", "glFlushMappedBufferRange"}))
             Add(BoundBuffer(target), ObjectUse::Wrote, "");
         else if (Begins(m_function, {"glRenderbufferStorage", "glEGLImageTargetRenderbuffer"}))
             Add(m_model.Bound(State::Renderbuffer), ObjectUse::Wrote, "");
+    }
+
+    /// The level that an upload is for; empty for calls that have none.
+    static std::string LevelText(const CallArguments& call)
+    {
+        const auto parameters = Data::ParametersOf(call.Call());
+        const bool hasLevel = parameters.size() > 1 && std::string_view(parameters[1].name) == "level";
+        return hasLevel ? "level " + std::to_string(call.Unsigned(1)) : "";
     }
 
     Owner BoundBuffer(std::uint32_t target)
@@ -202,6 +211,31 @@ private:
     std::string m_function;
 };
 
+/// Shows each call up to the end of a frame to `visit(reader, call, position)`, in front of its effects.
+template <class Visit>
+void FollowCalls(Data::CaptureSource& source, const std::string& path, std::uint32_t frame, FrameUses& uses,
+                 Visit visit)
+{
+    Data::Diagnostics diagnostics(path, nullptr);
+    Data::Diagnostics quiet(path, nullptr);
+    Data::CallDecoder calls(quiet);
+    Data::StateModel model;
+    calls.SetStateModel(&model);
+    UseReader reader(model, uses);
+    const auto follow = [&](const Data::RecordCursor& record) {
+        if (Data::ThreadRecord thread; record.Is(Data::RecordId::Thread) && record.Read(thread))
+            calls.SetThread(thread.thread);
+        if (record.Header().id >= Data::FirstBuiltInId)
+            return;
+        const std::optional<CallId> call = source.CallOf(record.Header());
+        if (!call)
+            return;
+        visit(reader, CallArguments(*call, record), diagnostics.position);
+        calls.Decode(*call, record.Record());
+    };
+    Data::WalkRecords(source, diagnostics, follow, frame);
+}
+
 } // namespace
 
 void FrameUses::Add(const Object& object, std::uint32_t call, const std::string& function, ObjectUse::Does does,
@@ -220,27 +254,31 @@ void FrameUses::Add(const Object& object, std::uint32_t call, const std::string&
 FrameUses ReadFrameUses(Data::CaptureSource& source, const std::string& path, std::uint32_t frame)
 {
     FrameUses uses;
-    Data::Diagnostics diagnostics(path, nullptr);
-    Data::Diagnostics quiet(path, nullptr);
-    Data::CallDecoder calls(quiet);
-    Data::StateModel model;
-    calls.SetStateModel(&model);
-    UseReader reader(model, uses);
-    const auto visit = [&](const Data::RecordCursor& record) {
-        const Data::Position& at = diagnostics.position;
-        if (Data::ThreadRecord thread; record.Is(Data::RecordId::Thread) && record.Read(thread))
-            calls.SetThread(thread.thread);
-        if (record.Header().id >= Data::FirstBuiltInId)
-            return;
-        const std::optional<CallId> call = source.CallOf(record.Header());
-        if (!call)
-            return;
+    FollowCalls(source, path, frame, uses, [&](UseReader& reader, const CallArguments& call, const Data::Position& at) {
         if (at.frame + 1 == frame)
-            reader.Note(CallArguments(*call, record), at.call);
-        calls.Decode(*call, record.Record());
-    };
-    Data::WalkRecords(source, diagnostics, visit, frame);
+            reader.Note(call, at.call);
+    });
     return uses;
+}
+
+std::vector<EarlierUse> ReadEarlierUses(Data::CaptureSource& source, const std::string& path, std::uint32_t frame,
+                                        const FrameUses::Object& object, std::size_t most)
+{
+    std::deque<EarlierUse> latest;
+    FrameUses uses;
+    FollowCalls(source, path, frame, uses, [&](UseReader& reader, const CallArguments& call, const Data::Position& at) {
+        if (at.frame + 1 >= frame)
+            return;
+        uses = {};
+        reader.Note(call, at.call);
+        const auto found = uses.All().find(object);
+        if (found == uses.All().end() || found->second.front().does == ObjectUse::Read)
+            return;
+        latest.push_back({at.frame + 1, found->second.front()});
+        if (latest.size() > most)
+            latest.pop_front();
+    });
+    return {latest.begin(), latest.end()};
 }
 
 } // namespace Inspect

@@ -41,4 +41,13 @@ private:
 /// the capture's.
 FrameUses ReadFrameUses(Data::CaptureSource& source, const std::string& path, std::uint32_t frame);
 
+struct EarlierUse {
+    std::uint32_t frame = 0;
+    ObjectUse use;
+};
+/// The latest calls of the frames in front that made, changed or wrote an object, the last `most` of them in their
+/// order.
+std::vector<EarlierUse> ReadEarlierUses(Data::CaptureSource& source, const std::string& path, std::uint32_t frame,
+                                        const FrameUses::Object& object, std::size_t most);
+
 } // namespace Inspect

@@ -137,6 +137,14 @@ std::pair<Inspector*, Place> Inspector::FindAnywhere(const std::string& text)
     return {this, Find(text)};
 }
 
+std::vector<EarlierUse> Inspector::EarlierUses(std::uint32_t frame, const FrameUses::Object& object)
+{
+    // As many as a person looks through.
+    constexpr std::size_t Most = 100;
+    const std::unique_ptr<Data::CaptureSource> source = Open(nullptr);
+    return ReadEarlierUses(*source, m_path, frame, object, Most);
+}
+
 std::shared_ptr<const FrameUses> Inspector::Uses(std::uint32_t frame)
 {
     const std::lock_guard lock(m_usesMutex);

@@ -79,6 +79,8 @@ public:
     Tools::StateSnapshot StateWithSetters(const Place& place);
     /// What the calls of a frame did with each object.
     std::shared_ptr<const FrameUses> Uses(std::uint32_t frame);
+    /// What calls in front of a frame did to an object; all of the capture up to there is read for it.
+    std::vector<EarlierUse> EarlierUses(std::uint32_t frame, const FrameUses::Object& object);
 
 private:
     /// Reads from the snapshot on, or from the start of the capture where that is null.

@@ -43,6 +43,7 @@ Answer AnswerSetters(Inspector& inspector, const Parameters& parameters);
 Answer AnswerResources(Inspector& inspector, const Parameters& parameters);
 Answer AnswerUnused(Inspector& inspector, const Parameters& parameters);
 Answer AnswerUses(Inspector& inspector, const Parameters& parameters);
+Answer AnswerEarlierUses(Inspector& inspector, const Parameters& parameters);
 
 Answer AnswerSnapshots(Inspector& inspector, const Parameters& parameters);
 Answer AnswerTargets(Inspector& inspector, const Parameters& parameters);

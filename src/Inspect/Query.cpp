@@ -40,6 +40,7 @@ constexpr Query Queries[] = {
     {"times", AnswerTimes},
     {"export", AnswerExport},
     {"uses", AnswerUses},
+    {"earlier-uses", AnswerEarlierUses},
     {"unused", AnswerUnused},
     {"labels", AnswerLabels},
     {"difference", AnswerDifference},

@@ -151,6 +151,19 @@ Answer AnswerUses(Inspector& inspector, const Parameters& parameters)
     return {.body = Text(json)};
 }
 
+/// The calls of the frames in front that made, changed or wrote an object.
+Answer AnswerEarlierUses(Inspector& inspector, const Parameters& parameters)
+{
+    const FrameUses::Object object = {TextOf(parameters, "kind"), TextOf(parameters, "name")};
+    Json json = {{"kind", object.first}, {"name", object.second}, {"calls", Json::array()}};
+    for (const EarlierUse& earlier : inspector.EarlierUses(NumberOf(parameters, "frame"), object)) {
+        Json one = ToJson(std::vector{earlier.use}).front();
+        one["at"] = std::to_string(earlier.frame) + ":c" + std::to_string(earlier.use.call);
+        json["calls"].push_back(std::move(one));
+    }
+    return {.body = Text(json)};
+}
+
 /// The objects that the context at the call can name, with what was set of each.
 Answer AnswerResources(Inspector& inspector, const Parameters& parameters)
 {

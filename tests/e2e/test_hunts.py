@@ -93,6 +93,21 @@ class Hunts(Inspect):
         self.assertTrue(text.startswith("glVertexAttribPointer"), text)
         self.assertIn("of frame 7,", text)
 
+    def test_a_level_with_other_pixels(self):
+        self.go("7")
+        self.click_pixel("levels")
+        self.go_to_last_change()
+        self.arrive("7:")
+        self.click("document.querySelector('[data-tab=inputs]')")
+        self.click("document.querySelector('#detail .thumbs button')")
+        self.browser.wait("document.querySelectorAll('#detail figure').length == 6")
+        # The third of them is red, and the others are green.
+        self.click_text("What earlier frames did with it", "#detail")
+        self.click("[...document.querySelectorAll('#detail ol.earlier li')].find(one => one.innerText.includes('level 2'))?.querySelector('a')")
+        text = self.browser.wait("document.querySelector('#detail h3')?.innerText.startsWith('gl') && document.querySelector('#detail').innerText")
+        self.assertTrue(text.startswith("glTexImage2D"), text)
+        self.assertRegex(text, r"level\s+2\b")
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -156,7 +156,7 @@ class Pictures(Inspect):
         self.assertEqual([time["call"] for time in times["actions"]], [node["call"] for node in tree if node["type"] == "action"])
         for one in times["actions"]:
             self.assertGreater(one["doneMs"], 0)
-            self.assertGreaterEqual(one["doneMs"] + 1, one["gpuMs"] or 0)
+            self.assertGreaterEqual(one["gpuMs"] or 0, 0)
         self.assertEqual(times["failed"], [])
 
 

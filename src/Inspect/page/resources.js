@@ -5,7 +5,7 @@ import { givenName, giveName, labelOf, objectLink, objectText, singular } from "
 import { highlight } from "./source.js";
 import { kindNamed, textOf } from "./state.js";
 import { TypedBuffer } from "./typed.js";
-import { loadUses, useStrip } from "./uses.js";
+import { earlierUses, loadUses, useStrip } from "./uses.js";
 import { bytes, make, short } from "./util.js";
 
 const Types = {
@@ -98,7 +98,8 @@ export class ResourceView {
         };
         if (parts[this.kind] && /^\d+$/.test(this.name)) await show(contents, parts[this.kind]);
         await show(uses, async () => [make("h3", {}, "What calls of the frame did with it"),
-            useStrip(await loadUses(parseInt(this.at), this.kind, this.name, this.signal), this.callCount(), this.call, this.go)]);
+            useStrip(await loadUses(parseInt(this.at), this.kind, this.name, this.signal), this.callCount(), this.call, this.go),
+            earlierUses(parseInt(this.at), this.kind, this.name)]);
     }
 
     /** What calls have set of the object, with names of others as links. */

@@ -10,6 +10,22 @@ export async function loadUses(frame, kind, name, signal) {
     return (await ask("uses", { frame, kind, name }, signal)).calls;
 }
 
+function doings(use) {
+    return [" ", use.does.map(does => make("span", { class: `does ${does}` }, does)), use.as?.length ? ` as ${use.as.join(", ")}` : ""].flat();
+}
+
+/** A button that asks for the calls of the frames in front, as links. */
+export function earlierUses(frame, kind, name) {
+    const place = make("div", { class: "bar" }, make("button", { click: async event => {
+        event.target.disabled = true;
+        const { calls } = await ask("earlier-uses", { frame, kind, name });
+        place.replaceWith(calls.length ? make("ol", { class: "uses earlier" }, calls.map(use => make("li", {},
+            make("a", { href: `#${use.at}/call` }, `${use.at} ${use.function}`), doings(use))))
+            : make("p", { class: "hint" }, "No call of the frames in front made, changed or wrote it."));
+    } }, "What earlier frames did with it"));
+    return place;
+}
+
 function paint(canvas, uses, callCount, call) {
     const scale = devicePixelRatio, width = canvas.clientWidth;
     canvas.width = width * scale;
@@ -44,7 +60,7 @@ export function useStrip(uses, callCount, call, go) {
     const first = clamp((near < 0 ? uses.length : near) - MostLinks / 2, 0, Math.max(uses.length - MostLinks, 0));
     const links = uses.slice(first, first + MostLinks).map(use => make("li", { class: use.call === call ? "here" : "" },
         make("button", { class: "link", "aria-current": use.call === call ? "true" : undefined, click: () => go(use.call) }, `c${use.call} ${use.function}`),
-        " ", use.does.map(does => make("span", { class: `does ${does}` }, does)), use.as ? ` as ${use.as.join(", ")}` : ""));
+        doings(use)));
     return make("div", { class: "uses" },
         make("div", { class: "strip" }, make("div", { class: "lanes", "aria-hidden": "true" }, Lanes.map(([name]) => make("span", {}, name))), canvas),
         make("ol", { class: "uses" }, links),
