@@ -54,6 +54,11 @@ std::string EncodePicture(const Json& description, const std::vector<std::uint8_
     return ToText(Util::EncodePng(PictureOf(description, contents)));
 }
 
+std::string EncodeNothing()
+{
+    return ToText(Util::EncodePng({1, 1, {0, 0, 0, 0}}));
+}
+
 std::string EncodeThumbnail(const Json& description, const std::vector<std::uint8_t>& contents, std::uint32_t side)
 {
     Util::Image picture = Util::Shrink(PictureOf(description, contents), side);

@@ -169,10 +169,16 @@ Answer AnswerImage(Inspector& inspector, const Parameters& parameters)
     Json request = {{"index", NumberOf(parameters, "index", 0)}};
     if (parameters.contains("shader"))
         request["shader"] = TextOf(parameters, "shader");
-    const ReplayAnswer answer = AskAbout(inspector, parameters, "image", std::move(request));
-    if (TextOf(parameters, "format") == "png")
-        return {"image/png", EncodePicture(answer.json, answer.bytes)};
-    return ToAnswer(answer.json, answer.bytes);
+    const bool isPicture = TextOf(parameters, "format") == "png";
+    try {
+        const ReplayAnswer answer = AskAbout(inspector, parameters, "image", std::move(request));
+        return isPicture ? Answer{"image/png", EncodePicture(answer.json, answer.bytes)}
+                         : ToAnswer(answer.json, answer.bytes);
+    } catch (const Error& error) {
+        if (error.What() != Error::Kind::Request || !isPicture || !parameters.contains("placeholder"))
+            throw;
+        return {"image/png", EncodeNothing()};
+    }
 }
 
 /// With its sources as they were recorded, and as they are edited.

@@ -118,6 +118,9 @@ class Queries(Inspect):
         ramp = next(read["object"] for read in inputs if read["name"] == "sampler ramp")
         self.assertIn("3:3 glDrawElements(", found)
         self.assertIn(f": sampler ramp, texture {ramp}\n", found)
+        # The page asks for pictures that may not be there.
+        self.query("image", self.capture, "at=3:3", f"name={ramp}", "index=99", "format=png", "placeholder=1", "-o", "none.png")
+        self.assertEqual(read_png(self.dir / "none.png")[:2], (1, 1))
 
     def test_wrong_requests_say_what_is_wrong(self):
         for words, text in ((("state",), "at is missing"), (("state", "at=3:99"), "frame 3 has 7 actions, the last one 4, and"),

@@ -8,7 +8,7 @@ export async function loadInputs(at, signal) {
 }
 
 export function picture(at, name, index = 0) {
-    return make("img", { src: addressOf("image", { at, name, index, format: "png" }), alt: `texture ${name}`, loading: "lazy",
+    return make("img", { src: addressOf("image", { at, name, index, format: "png", placeholder: 1 }), alt: `texture ${name}`, loading: "lazy",
         error: event => { event.target.alt = "cannot be shown"; } });
 }
 
