@@ -76,7 +76,7 @@ void AppendCell(std::string& line, const std::string& text, std::size_t width)
 
 std::string Row(const std::vector<std::string>& cells)
 {
-    constexpr std::size_t Widths[] = {28, 12, 10, 12, 10, 0};
+    constexpr std::size_t Widths[] = {36, 12, 10, 12, 10, 0};
     std::string line;
     for (std::size_t i = 0; i < cells.size(); ++i)
         AppendCell(line, cells[i], Widths[i]);
