@@ -35,8 +35,9 @@ export class MeshView {
         const { arrays, count } = this.answer ?? {};
         if (!this.answer) return place.replaceChildren(this.choices(), make("p", { class: "empty" }, this.problem));
         if (!arrays.length) return place.replaceChildren(this.choices(), make("p", { class: "empty" }, `${count} vertices, and no vertex array is enabled.`));
+        const likely = [/pos/i, /vert/i].map(name => arrays.findIndex(array => name.test(array.name))).find(index => index >= 0) ?? 0;
         this.position = make("select", { "aria-label": "Values that are places", change: () => this.draw() }, arrays.map((array, i) =>
-            make("option", { value: i, selected: /pos|vert/i.test(array.name) && !this.isShaded }, array.name || `array ${array.location}`)));
+            make("option", { value: i, selected: i === likely && !this.isShaded }, array.name || `array ${array.location}`)));
         this.canvas = make("canvas", {
             class: "mesh", tabindex: 0, role: "img", "aria-label": "The primitives of the draw; arrow keys turn them",
             pointermove: event => this.point(event), pointerleave: () => this.mark(null), keydown: event => this.key(event),

@@ -23,7 +23,6 @@ using Json = nlohmann::ordered_json;
 
 /// Of objects that have a text for people.
 constexpr const char* LabelName = "label";
-constexpr std::uint32_t Texture0 = 0x84C0;
 constexpr std::uint32_t ReadFramebuffer = 0x8CA8;
 constexpr std::uint32_t DrawFramebuffer = 0x8CA9;
 constexpr std::uint32_t Front = 0x0404;
@@ -37,7 +36,8 @@ std::string IndexText(Counted counted, std::uint32_t index)
     case Counted::Enum:
         return "[" + EnumText(index) + "]";
     case Counted::TextureUnit:
-        return "[" + EnumText(Texture0 + index) + "]";
+        // Values after that of GL_TEXTURE31 have other names too.
+        return "[GL_TEXTURE" + std::to_string(index) + "]";
     case Counted::Face:
         return "[" + EnumText(index == 0 ? Front : Back) + "]";
     case Counted::Framebuffer:
