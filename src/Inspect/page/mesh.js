@@ -22,6 +22,11 @@ export class MeshView {
         this.mode = /mode=GL_(\w+)/.exec(text)?.[1] ?? "POINTS";
         this.instances = +(/instancecount=(\d+)/.exec(text)?.[1] ?? 1);
         this.instance = Math.min(this.instance, Math.max(this.instances - 1, 0));
+        if (!/^glDraw(?!\w*Indirect)/.test(text)) {
+            this.answer = null;
+            this.problem = /Draw/.test(text) ? "The vertices of multiple and indirect draws are not listed." : "Only a draw has vertices.";
+            return;
+        }
         try {
             this.answer = await ask("vertices", { at, count: Shown, ...this.isShaded && { shaded: 1, instance: this.instance } }, signal);
         } catch (error) {
