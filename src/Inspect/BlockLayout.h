@@ -33,7 +33,7 @@ struct BlockLayout {
     bool isCut = false;
 };
 
-/// By the rules of section 7.6.2.2 of the OpenGL ES 3.2 specification for std140 and std430; "packed" has no gaps. An
+/// By the rules of OpenGL ES 3.2 (Khronos), section 7.6.2.2, for std140 and std430; "packed" has no gaps. An
 /// array without a size that is all there is makes a row of each element; after other members it goes on to the end of
 /// the `bytes` that there are. Throws Error for another layout.
 [[nodiscard]] BlockLayout LayOut(const BlockDeclaration& declaration, std::string_view layout, std::size_t bytes);

@@ -15,7 +15,7 @@ using Values = Tools::StateSnapshot::Values;
 
 enum Users : std::uint8_t { Draw = 1, Clear = 2, Blit = 4, Dispatch = 8, Nobody = 0 };
 
-/// Who looks at a state, as chapters 4 to 19 of the OpenGL ES 3.2 specification have it. The first rule that fits
+/// Who looks at a state, by chapters 4 to 19 of OpenGL ES 3.2 (Khronos). The first rule that fits
 /// decides; state without one counts as used.
 struct Rule {
     /// The name without indexes; "*" at its end stands for any rest.

@@ -1,4 +1,5 @@
-// Values of uniforms that lie in buffers.
+// Values of uniforms that lie in buffers, asked for in the way of OpenGL ES 3.0. Probe/Blocks.h has the layout of whole
+// blocks, where the driver tells it.
 #pragma once
 
 #include <cstdint>
