@@ -15,6 +15,7 @@ import shlex
 import shutil
 import subprocess
 import tempfile
+import time
 import unittest
 from dataclasses import dataclass
 
@@ -35,6 +36,8 @@ FAULTY_DRIVER = str(BUILD / "tests/faulty-driver")
 WITH_WESTON = str(ROOT / "scripts/with-weston")
 SAMPLE = str(ROOT / "samples/spinning.glcap")
 TIMEOUT_S = 100
+# How long tests wait for what a program does while it runs.
+PATIENCE_S = 30
 
 # Set where the programs under test are of another architecture than this machine: the folder with what they link to.
 SYSROOT = os.environ.get("QEMU_LD_PREFIX")
@@ -54,6 +57,30 @@ class Result:
     def __str__(self):
         return (f"{shlex.join(self.command)}\nended with {self.status}\n--- stdout\n{self.stdout[-3000:]}\n"
                 f"--- stderr\n{self.stderr[-6000:]}")
+
+
+class Probe:
+    """A playback-probe: a replay that is asked."""
+
+    def __init__(self, test, capture):
+        self._process = subprocess.Popen([PROBE, capture], cwd=test.dir, env=test.environment(), stdin=subprocess.PIPE,
+                                         stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        test.addCleanup(self.close)
+
+    def close(self):
+        """Answers how it ended."""
+        self._process.stdin.close()
+        status = self._process.wait(PATIENCE_S)
+        self._process.stdout.close()
+        return status
+
+    def ask(self, do, **more):
+        """The answer, with the bytes that follow it as "data"."""
+        self._process.stdin.write(json.dumps({"do": do, **more}).encode() + b"\n")
+        self._process.stdin.flush()
+        answer = json.loads(self._process.stdout.readline())
+        answer["data"] = self._process.stdout.read(answer.get("bytes", 0))
+        return answer
 
 
 class EndToEndTest(unittest.TestCase):
@@ -112,6 +139,16 @@ class EndToEndTest(unittest.TestCase):
         self.addCleanup(lambda: process.poll() is None and process.kill())
         return process
 
+    def wait_for(self, is_so, what):
+        """Asks until the answer is true, and returns it. `what` is said if that never comes."""
+        end = time.monotonic() + PATIENCE_S
+        while not (answer := is_so()):
+            if time.monotonic() > end:
+                self.fail("\n".join([f"waited in vain: {what}"] + [
+                    f"--- {path.name}\n{path.read_text(errors='replace')[-3000:]}" for path in self.dir.glob("*.err")]))
+            time.sleep(0.02)
+        return answer
+
     def record(self, *program, capture="recorded.glcap", options=(), compositor=True):
         """Records a program with frame hashes."""
         weston = [WITH_WESTON] if compositor else []
@@ -132,9 +169,18 @@ class EndToEndTest(unittest.TestCase):
                 for frame in range(1, self.ask("frames", capture)["total"] + 1)
                 for node in self.ask("actions", capture, f"frame={frame}")["tree"] if node["type"] == "action"]
 
+    def query(self, name, capture, *parameters, **more):
+        """Asks playback-inspect as a script does: its whole result."""
+        return self.run_program(INSPECT, "--query", name, capture, *parameters, **more)
+
     def ask(self, name, capture, *parameters):
-        """What playback-inspect answers to a request."""
-        return json.loads(self.run_program(INSPECT, "--query", name, capture, *parameters).stdout)
+        """What it answers."""
+        return json.loads(self.query(name, capture, *parameters).stdout)
+
+    def ask_bytes(self, name, capture, *parameters):
+        """The same where the answer is no JSON."""
+        self.query(name, capture, *parameters, "-o", "answer")
+        return (self.dir / "answer").read_bytes()
 
     def assertMentions(self, result, *texts):
         for text in texts:

@@ -1,13 +1,14 @@
-"""Reading pictures, as rows of RGBA from top to bottom."""
+"""Reading pictures, as rows of RGBA."""
 
 import struct
 import subprocess
 
 
-def read_png(path):
-    """(width, height, RGBA bytes)."""
-    width, height = struct.unpack_from(">II", path.read_bytes(), 16)
-    read = subprocess.run(["convert", f"png:{path}", "-depth", "8", "rgba:-"], capture_output=True, check=True)
+def read_png(picture):
+    """(width, height, RGBA bytes) of a file or of its bytes, from top to bottom."""
+    data = picture if isinstance(picture, bytes) else picture.read_bytes()
+    width, height = struct.unpack_from(">II", data, 16)
+    read = subprocess.run(["convert", "png:-", "-depth", "8", "rgba:-"], input=data, capture_output=True, check=True)
     return width, height, read.stdout
 
 

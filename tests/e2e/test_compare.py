@@ -1,12 +1,11 @@
 """playback-compare: faults of one side are found by it without help."""
 
 import json
-import subprocess
 import unittest
 
-from harness import BUILD, COMPARE, DIFFERED, DONE, FAMILIES, NO_DRIVER, PLAYBACK, PROBE, SAMPLE, USAGE, EndToEndTest
+from harness import (COMPARE, DIFFERED, DONE, FAMILIES, FAULTY_DRIVER, NO_DRIVER, PLAYBACK, SAMPLE, USAGE, EndToEndTest,
+                     Probe)
 
-FAULTY_DRIVER = str(BUILD / "tests/faulty-driver")
 # Family, the sample for none, fault, and the call that is to be named: what made it wrong, or where it shows.
 FAULTS = (
     ("textures", "draw:7", "draw 7", None),
@@ -87,34 +86,24 @@ class Faults(EndToEndTest):
                 self.assertMentions(self.run_program(COMPARE, *options, SAMPLE, status=status), text)
 
 
-class Probe(EndToEndTest):
+class Asking(EndToEndTest):
     def test_asking_after_each_action_changes_nothing(self):
         for family in "client-arrays", "multisample", "textures", "transform-feedback", "compute":
             with self.subTest(family):
                 capture = self.record(FAMILIES, family, "--pbuffer", compositor=False, capture=f"{family}.glcap")
-                probe = subprocess.Popen([PROBE, capture], cwd=self.dir, env=self.environment(), text=True,
-                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-                self.addCleanup(lambda process=probe: process.poll() is None and process.kill())
-
-                def ask(what, probe=probe):
-                    probe.stdin.write(json.dumps({"do": what}) + "\n")
-                    probe.stdin.flush()
-                    return json.loads(probe.stdout.readline())
-
+                probe = Probe(self, capture)
                 frames = 0
-                while not (answer := ask("action")).get("end"):
+                while not (answer := probe.ask("action")).get("end"):
                     if "number" in answer:
                         self.assertTrue(answer["isPlayed"], answer)
-                        self.assertNotIn("error", ask("inputs"))
+                        self.assertNotIn("error", probe.ask("inputs"))
                         continue
                     for picture in answer["pictures"]:
                         self.assertEqual(picture["hash"], picture["recorded"])
                         frames += 1
                 self.assertEqual(frames, 8)
-                self.assertIn("there is no request", ask("nothing")["error"])
-                probe.stdin.close()
-                probe.stdout.close()
-                self.assertEqual(probe.wait(), DONE)
+                self.assertIn("there is no request", probe.ask("nothing")["error"])
+                self.assertEqual(probe.close(), DONE)
 
 
 if __name__ == "__main__":

@@ -7,7 +7,6 @@ import re
 import signal
 import subprocess
 import termios
-import time
 import unittest
 
 from harness import DIFFERED, INFO, RECORD, SPINNING, USAGE, EndToEndTest
@@ -30,7 +29,7 @@ class FromTo(EndToEndTest):
                                              stdout=subprocess.DEVNULL, stderr=messages, start_new_session=True,
                                              preexec_fn=take)
         self.addCleanup(lambda recorder=self.recorder: recorder.poll() is None and recorder.terminate())
-        self.wait_for(lambda: self.frames(self.recorder) > 0)
+        self.wait_for(lambda: self.frames(self.recorder) > 0, "its first frame")
         return self.recorder
 
     def ctl(self, *arguments, status=0):
@@ -39,12 +38,6 @@ class FromTo(EndToEndTest):
     def frames(self, recorder):
         found = re.search(r"(\d+) frames?,", self.ctl("--pid", recorder.pid, "status", status=(0, 1, 2)).stdout)
         return int(found[1]) if found else 0
-
-    def wait_for(self, is_so):
-        deadline = time.monotonic() + 30
-        while not is_so():
-            self.assertLess(time.monotonic(), deadline, [path.read_text() for path in self.dir.glob("*.err")])
-            time.sleep(0.05)
 
     def end(self, number=signal.SIGINT):
         self.recorder.send_signal(number)
@@ -87,7 +80,7 @@ class FromTo(EndToEndTest):
 
     def test_program_that_another_one_starts(self):
         serving = self.start_program(RECORD, "--hash", "--last", "5", "--serve", "served", **self.runtime)
-        self.wait_for(lambda: (self.dir / "playback-record.out").read_text())
+        self.wait_for((self.dir / "playback-record.out").read_text, "its variables")
         variables = dict(line.split("=", 1) for line in (self.dir / "playback-record.out").read_text().splitlines())
         self.run_program(SPINNING, "--pbuffer", "--frames", "30", **variables)
         serving.send_signal(signal.SIGINT)
@@ -105,11 +98,11 @@ class FromTo(EndToEndTest):
 
         for part, (start, stop, snapshot) in ((1, (signal.SIGUSR1, signal.SIGUSR2, signal.SIGRTMIN)), (3, (b"r", b"s", b"f"))):
             send(start)
-            self.wait_for(lambda: "recording since" in self.ctl("status").stdout)
+            self.wait_for(lambda: "recording since" in self.ctl("status").stdout, "the recording")
             send(stop)
-            self.wait_for((self.dir / f"x-{part}.glcap").exists)
+            self.wait_for((self.dir / f"x-{part}.glcap").exists, "what was recorded")
             send(snapshot)
-            self.wait_for((self.dir / f"x-{part + 1}.glcap").exists)
+            self.wait_for((self.dir / f"x-{part + 1}.glcap").exists, "the last frames")
             self.check_part(f"x-{part}.glcap")
             self.check_part(f"x-{part + 1}.glcap", 3)
         self.assertEqual(self.end(), 0)
@@ -117,7 +110,7 @@ class FromTo(EndToEndTest):
     def test_last_frames_of_a_program_that_is_killed(self):
         self.start("--last", "20")
         # More than are kept until the rest is let go of, more than once.
-        self.wait_for(lambda: self.frames(self.recorder) > 2500)
+        self.wait_for(lambda: self.frames(self.recorder) > 2500, "2500 frames")
         newest = self.frames(self.recorder)
         self.check_part(self.ctl("snapshot", "5").stdout.strip(), 5)
         os.kill(int(re.search(r"process (\d+)", self.ctl("status").stdout)[1]), signal.SIGKILL)

@@ -4,10 +4,9 @@ import csv
 import json
 import unittest
 
-from harness import FAKE_DRIVER, INFO, PLAYBACK, SPINNING, EndToEndTest
+from harness import FAKE_DRIVER, PLAYBACK, SPINNING, EndToEndTest
 
 FRAMES = 8
-ACTIONS = ("glDraw*", "glClear", "glClearBuffer*", "glBlitFramebuffer*")
 
 
 class GpuTimes(EndToEndTest):
@@ -24,15 +23,14 @@ class GpuTimes(EndToEndTest):
         _, result = self.replay("draws", "-csv", "draws.csv", "-verify", "-loopcount", "2", "-loopframe", "5")
         self.assertTrue(result["verified"])
         gpu = result["gpu"]
-        dumped = self.run_program(INFO, "--dump", "--json", "--frames", "2-", "--calls", ",".join(ACTIONS), self.capture)
-        dumped = [json.loads(line) for line in dumped.stdout.splitlines()]
-        looped = dumped + [call for call in dumped if call["frame"] >= 5]
-        self.assertEqual([tuple(draw[key] for key in ("frame", "action", "call", "function"))
-                          for draw in gpu["draws"]],
-                         [tuple(call[key] for key in ("frame", "action", "call", "name")) for call in looped])
+        actions = [action for action in self.actions(self.capture) if action[0] >= 2]
+        self.assertEqual([tuple(draw[key] for key in ("frame", "call", "function", "kind", "action")) for draw in gpu["draws"]],
+                         actions + [action for action in actions if action[0] >= 5])
         self.assertTrue(all(draw["gpuMs"] > 0 and draw["cpuMs"] > 0 for draw in gpu["draws"]))
-        # A framebuffer of its own, then the window's.
-        self.assertEqual([bool(p["framebuffer"]) for p in gpu["passes"]], [True, False] * len(result["measured"]))
+        # Each pass is to what is bound at its first action.
+        for frame, action, framebuffer in {(p["frame"], p["action"], p["framebuffer"]) for p in gpu["passes"]}:
+            state = self.ask("state", self.capture, f"at={frame}:{action}")["state"]
+            self.assertEqual(framebuffer, state["GL_FRAMEBUFFER_BINDING"])
         for frame in result["measured"]:
             for level in ("passes", "draws"):
                 self.assertAlmostEqual(frame["gpuMs"], sum(cost["gpuMs"] for cost in gpu[level] if (

@@ -35,10 +35,7 @@ class Ends(EndToEndTest):
         capture = self.record("weston-simple-egl", options=["--frames", "90"])
         replay = self.start_program(WITH_WESTON, PLAYBACK, capture)
         said = self.dir / "with-weston.err"
-        deadline = time.monotonic() + 30
-        while b"in a window" not in said.read_bytes():
-            self.assertLess(time.monotonic(), deadline)
-            time.sleep(0.05)
+        self.wait_for(lambda: b"in a window" in said.read_bytes(), "the replay")
         time.sleep(0.5)
         replay.send_signal(signal.SIGINT)
         self.assertEqual(replay.wait(20), DONE)

@@ -2,16 +2,14 @@
 
 import http.client
 import json
-import time
 import unittest
 import urllib.parse
 
 from browser import Browser
-from harness import BUILD, FAMILIES, INFO, INSPECT, NO_DRIVER, PLAYBACK, ROOT, SPINNING, UNREADABLE, USAGE, EndToEndTest
+from harness import (BUILD, FAMILIES, FAULTY_DRIVER, INFO, INSPECT, NO_DRIVER, PATIENCE_S, PLAYBACK, ROOT, SPINNING,
+                     UNREADABLE, USAGE, EndToEndTest)
 from images import read_png
 
-FAULTY_DRIVER = str(BUILD / "tests/faulty-driver")
-PATIENCE_S = 30
 
 
 class Inspect(EndToEndTest):
@@ -27,19 +25,13 @@ class Inspect(EndToEndTest):
             self.server.terminate()
             self.server.wait(PATIENCE_S)
 
-    def query(self, name, capture, *parameters, **more):
-        return self.run_program(INSPECT, "--query", name, capture, *parameters, **more)
-
     def serve(self, capture, *options, **environment):
         """Starts a server: its host, and the path that all its addresses begin with."""
         self.temporary = self.dir / "temporary"
         self.temporary.mkdir(exist_ok=True)
         self.server = self.start_program(INSPECT, *options, capture, TMPDIR=str(self.temporary), **environment)
         output = self.dir / "playback-inspect.out"
-        end = time.monotonic() + PATIENCE_S
-        while not output.read_text().endswith("\n"):
-            self.assertLess(time.monotonic(), end, "the server prints no address")
-            time.sleep(0.02)
+        self.wait_for(lambda: output.read_text().endswith("\n"), "the server's address")
         self.address = output.read_text().strip()
         parts = urllib.parse.urlsplit(self.address)
         self.host, self.path = parts.netloc, parts.path
@@ -108,8 +100,7 @@ class Queries(Inspect):
         shot = read_png(next(self.dir.glob("*.png")))
         # The frame's last call swaps, which may take the picture away.
         last = self.ask("actions", self.capture, "frame=3")["tree"][-1]
-        self.start_program(INSPECT, "--query", "picture", self.capture, f"at=3:{last['number']}").wait(PATIENCE_S)
-        self.assertEqual(read_png(self.dir / "playback-inspect.out"), shot)
+        self.assertEqual(read_png(self.ask_bytes("picture", self.capture, f"at=3:{last['number']}")), shot)
 
     def test_the_example_finds_what_it_looks_for(self):
         found = self.run_program("python3", ROOT / "docs/examples/without_mipmaps.py", self.capture, 3,
@@ -119,8 +110,8 @@ class Queries(Inspect):
         self.assertIn("3:3 glDrawElements(", found)
         self.assertIn(f": sampler ramp, texture {ramp}\n", found)
         # The page asks for pictures that may not be there.
-        self.query("image", self.capture, "at=3:3", f"name={ramp}", "index=99", "format=png", "placeholder=1", "-o", "none.png")
-        self.assertEqual(read_png(self.dir / "none.png")[:2], (1, 1))
+        none = self.ask_bytes("image", self.capture, "at=3:3", f"name={ramp}", "index=99", "format=png", "placeholder=1")
+        self.assertEqual(read_png(none)[:2], (1, 1))
 
     def test_wrong_requests_say_what_is_wrong(self):
         for words, text in ((("state",), "at is missing"), (("state", "at=3:99"), "frame 3 has 7 actions, the last one 4, and"),
@@ -189,12 +180,14 @@ class Serving(Inspect):
         """Also when the frame begins with a snapshot meanwhile."""
         forwards = {at: self.get("targets", at=at) for at in ("4:0.2", "4:1", "4:3")}
         state = self.get("state", at="4:3")
-        end = time.monotonic() + PATIENCE_S
-        while not self.get("targets", at="4")["hasSnapshot"]:
-            self.assertLess(time.monotonic(), end, "the frame has no snapshot")
+
+        def has_snapshot():
             # What was asked for is kept, and not replayed again.
             for call in range(1, forwards["4:3"]["call"]):
                 self.get("inputs", at=f"4:c{call}")
+            return self.get("targets", at="4")["hasSnapshot"]
+
+        self.wait_for(has_snapshot, "a snapshot of the frame")
         for at in ("4:3", "4:1", "4:0.2"):
             call = forwards[at]["call"]
             self.assertEqual(self.get("inputs", at=at), self.ask("inputs", self.capture, f"at={at}"))

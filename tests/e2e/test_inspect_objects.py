@@ -1,13 +1,12 @@
 """playback-inspect: what is taken out of a capture, what became of objects, and a second driver."""
 
 import json
-import re
 import struct
 import unittest
 
 from browser import Browser
-from harness import COMPARE, DIFFERED, FAMILIES, INFO, INSPECT, NO_DRIVER, PLAYBACK, SPINNING, TRIM, UNREADABLE, USAGE
-from test_inspect import FAULTY_DRIVER, Inspect
+from harness import COMPARE, DIFFERED, FAMILIES, FAULTY_DRIVER, NO_DRIVER, PLAYBACK, SPINNING, TRIM, UNREADABLE, USAGE
+from test_inspect import Inspect
 
 ACTIONS = {"textures", "draw-buffers", "compute", "client-arrays", "multisample"}
 KTX_HEADER = struct.Struct("<12s13I")
@@ -44,21 +43,11 @@ class Exports(Inspect):
         sampled = {read["object"] for read in self.ask("inputs", capture, f"at={at}")["inputs"] if read["kind"] == "texture"}
         every = set(self.ask("resources", capture, f"at={at}")["objects"]["textures"])
         part = self.export(capture, at)
-        uploads = {line["texture"] for line in self.uploads(part)}
-        self.assertLessEqual(uploads, sampled)
+        uses = self.ask("uses", part, "frame=1")["objects"]["textures"]
+        written = {int(name) for name, calls in uses.items() if any("wrote" in call["does"] for call in calls)}
+        self.assertLessEqual(written, sampled)
         self.assertGreater(len(every), len(sampled), "the family has textures that the draw does not sample")
         self.assertEqual(sum(name.startswith("glDraw") for _, _, name, _, _ in self.actions(part)), 1)
-
-    def uploads(self, capture):
-        """Textures that contents are given to."""
-        bound = {}
-        for text in self.run_program(INFO, "--dump", "--json", capture).stdout.splitlines():
-            line = json.loads(text)
-            if line.get("name") == "glBindTexture":
-                bound[line["args"]["target"]] = line["args"]["texture"]
-            elif re.match(r"gl(Compressed)?Tex(Sub)?Image", line.get("name", "")):
-                target = "GL_TEXTURE_CUBE_MAP" if "CUBE_MAP" in line["args"]["target"] else line["args"]["target"]
-                yield {"texture": bound.get(target, 0)}
 
     def test_a_frame_alone_and_wrong_requests(self):
         capture = self.record(SPINNING, "--frames", "6", "--pbuffer", compositor=False)
@@ -84,9 +73,8 @@ class Exports(Inspect):
         inputs = self.ask("inputs", capture, "at=3:3")["inputs"]
         ramp = next(read["object"] for read in inputs if read["name"] == "sampler ramp")
         texture = self.ask("texture", capture, "at=3:3", f"name={ramp}")
-        self.query("texture", capture, "at=3:3", f"name={ramp}", "format=ktx", "-o", "ramp.ktx")
-        self.query("image", capture, "at=3:3", f"name={ramp}", "-o", "ramp.raw")
-        file, pixels = ((self.dir / name).read_bytes() for name in ("ramp.ktx", "ramp.raw"))
+        file = self.ask_bytes("texture", capture, "at=3:3", f"name={ramp}", "format=ktx")
+        pixels = self.ask_bytes("image", capture, "at=3:3", f"name={ramp}")
         magic, endian, *_, width, height, _, _, faces, levels, keys = KTX_HEADER.unpack_from(file)
         self.assertEqual((magic, endian, faces), (b"\xabKTX 11\xbb\r\n\x1a\n", 0x04030201, 1))
         self.assertEqual(levels, len(texture["images"]))
@@ -96,7 +84,7 @@ class Exports(Inspect):
         vertices = self.ask("vertices", capture, "at=3:3")
         obj = self.query("vertices", capture, "at=3:3", "format=obj").stdout.splitlines()
         self.assertEqual(sum(line.startswith("v ") for line in obj), vertices["count"])
-        gltf = json.loads(self.query("vertices", capture, "at=3:3", "format=gltf").stdout)
+        gltf = self.ask("vertices", capture, "at=3:3", "format=gltf")
         self.assertEqual(len(gltf["meshes"][0]["primitives"][0]["attributes"]), len(vertices["arrays"]))
 
 
@@ -134,9 +122,7 @@ class Objects(Inspect):
         for row in vertices["rows"]:
             self.assertEqual(table["rows"][row["index"]]["values"][column], row["values"][place])
         declared = self.ask("buffer", self.capture, "at=3:3", name, "as=layout(packed) float all[];", "layout=packed", "count=3")
-        raw = self.start_program(INSPECT, "--query", "buffer", self.capture, "at=3:3", name)
-        raw.wait()
-        numbers = struct.unpack_from("<3f", (self.dir / "playback-inspect.out").read_bytes())
+        numbers = struct.unpack_from("<3f", self.ask_bytes("buffer", self.capture, "at=3:3", name))
         self.assertEqual([row["values"][0][0] for row in declared["rows"]],
                          [float(f"{number:.9g}") if number else 0 for number in numbers])
         for words, text in ((["as=vec3 a; vec9 b;"], 'line 1, column 9: expected a type, found "vec9"'),
@@ -163,8 +149,7 @@ class Objects(Inspect):
 
     def test_state_against_another_capture_and_what_is_unused(self):
         other = self.record(SPINNING, "--frames", "3", "--pbuffer", compositor=False, capture="other:1.glcap")
-        same = self.query("state", self.capture, "at=3:1", "against=other:1.glcap:3:1", "--against", other)
-        state = json.loads(same.stdout)
+        state = self.ask("state", self.capture, "at=3:1", "against=other:1.glcap:3:1", "--against", other)
         self.assertEqual((state["againstFile"], state["against"]), (other, "3:1"))
         self.assertEqual([one for one in state["differences"] if not one.get("object")], [])
         # Only what the command line names is read.
@@ -185,18 +170,17 @@ class SecondDriver(Inspect):
         self.side = ("--b-driver", FAULTY_DRIVER, "--b-env", "PLAYBACK_FAULT=draw:7")
 
     def test_the_first_wrong_draw_is_found_and_shown(self):
-        answer = json.loads(self.query("wrong", self.capture, *self.side).stdout)
+        answer = self.ask("wrong", self.capture, *self.side)
         self.run_program(COMPARE, *self.side, "--json", "result.json", self.capture, status=DIFFERED)
         wrong = json.loads((self.dir / "result.json").read_text())["firstWrong"]
         self.assertEqual(answer["at"], f"{wrong['frame']}:{wrong['number']}")
-        here = json.loads(self.query("difference", self.capture, f"at={answer['at']}", *self.side).stdout)
+        here = self.ask("difference", self.capture, f"at={answer['at']}", *self.side)
         self.assertEqual(here["pixels"], wrong["difference"]["pixels"])
-        before = json.loads(self.query("difference", self.capture, f"at=1:c{wrong['lastRight']['call']}", *self.side).stdout)
+        before = self.ask("difference", self.capture, f"at=1:c{wrong['lastRight']['call']}", *self.side)
         self.assertEqual((before["pixels"], before["a"]), (0, before["b"]))
-        sides = [json.loads(self.query("targets", self.capture, f"at={answer['at']}", f"side={side}", *self.side).stdout)
-                 for side in "ab"]
+        sides = [self.ask("targets", self.capture, f"at={answer['at']}", f"side={side}", *self.side) for side in "ab"]
         self.assertNotEqual(sides[0]["targets"][0]["hash"], sides[1]["targets"][0]["hash"])
-        equal = json.loads(self.query("wrong", self.capture, "--b-env", "NOTHING=1").stdout)
+        equal = self.ask("wrong", self.capture, "--b-env", "NOTHING=1")
         self.assertEqual((equal["result"]["verdict"], "at" in equal), ("equal", False))
 
     def test_what_is_wrong_with_a_second_driver_is_said(self):

@@ -1,40 +1,16 @@
 """What playback-inspect lays over pictures and makes of them: overlays, shaders, thumbnails, times."""
 
 import json
-import subprocess
-import time
 import unittest
 import urllib.parse
 
 from browser import Browser
-from harness import FAMILIES, PROBE, SPINNING, USAGE, EndToEndTest
+from harness import FAMILIES, SPINNING, USAGE, Probe
 from images import read_png
-from test_inspect import INSPECT, PATIENCE_S, Inspect
+from test_inspect import Inspect
 
 SIDE = 256  # of the pictures of the family
 KINDS = ("touched", "small", "wireframe", "depth", "stencil", "scissor")
-
-
-class Probe:
-    """A replay that is asked."""
-
-    def __init__(self, test, capture):
-        self._process = subprocess.Popen([PROBE, capture], cwd=test.dir, env=test.environment(), stdin=subprocess.PIPE,
-                                         stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-        test.addCleanup(self.close)
-
-    def close(self):
-        self._process.stdin.close()
-        self._process.wait(PATIENCE_S)
-        self._process.stdout.close()
-
-    def ask(self, do, **more):
-        """The answer, with the bytes that follow it as "data"."""
-        self._process.stdin.write(json.dumps({"do": do, **more}).encode() + b"\n")
-        self._process.stdin.flush()
-        answer = json.loads(self._process.stdout.readline())
-        answer["data"] = self._process.stdout.read(answer.get("bytes", 0))
-        return answer
 
 
 class Overlays(Inspect):
@@ -125,8 +101,8 @@ class Pictures(Inspect):
             red, green = pixels[4 * pixel:4 * pixel + 2]
             self.assertEqual(tuple(shown[4 * pixel:4 * pixel + 4]), (green, 255 - red, 255 * (pixel % width % 2), 255))
         # Depth has one number; a texture is shown by the same means; errors have the lines of the text.
-        self.run_program(INSPECT, "--query", "show", self.capture, "at=3:3", "index=1", "format=png",
-                         "shader=vec4 show(ivec2 at) { return vec4(texelFetch(image, at, 0).r); }")
+        self.query("show", self.capture, "at=3:3", "index=1", "format=png",
+                   "shader=vec4 show(ivec2 at) { return vec4(texelFetch(image, at, 0).r); }")
         result = self.query("show", self.capture, "at=3:1", "shader=\n\nvec4 show(ivec2 at) { return colour; }", status=USAGE)
         self.assertMentions(result, ":3(", "colour")
 
@@ -146,8 +122,7 @@ class Pictures(Inspect):
             if node["kind"] == "draw" and targets[0]["object"] == before[0]["object"]:
                 self.assertEqual(by_call[node["call"]]["width"] > 0, targets[0]["hash"] != before[0]["hash"], node)
         for parameter in ("frame=3", f"at=3:{tree[-1]['number']}"):
-            self.start_program(INSPECT, "--query", "thumbnail", self.capture, parameter).wait(PATIENCE_S)
-            width, height, _ = read_png(self.dir / "playback-inspect.out")
+            width, height, _ = read_png(self.ask_bytes("thumbnail", self.capture, parameter))
             self.assertLessEqual(max(width, height), 144)
 
     def test_the_times_are_those_of_the_actions(self):

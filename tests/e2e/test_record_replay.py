@@ -26,6 +26,10 @@ class RecordAndReplay(EndToEndTest):
         capture = self.record(SPINNING, "--frames", "8", "--pbuffer", compositor=False)
         self.verify(capture)
 
+    def test_pixels_are_those_that_the_program_read(self):
+        capture = self.record(SPINNING, "--frames", "12", "--readback", "10:frame.raw")
+        self.assertTrue(self.ask_bytes("pixels", capture, "at=10:4", "index=0") == (self.dir / "frame.raw").read_bytes())
+
     def glmark2(self, scene):
         # A scene ends after its duration, in seconds, however few frames there were.
         self.check(30, "glmark2-es2-wayland", "-s", "400x300", "-b", f"{scene}:nframes=30:duration=90")

@@ -6,11 +6,10 @@ import os
 import pathlib
 import signal
 import threading
-import time
 import unittest
 
-from harness import FAMILIES, FAULTY_DRIVER, PLAYBACK, SPINNING
-from test_inspect import PATIENCE_S, Inspect
+from harness import FAMILIES, FAULTY_DRIVER, PATIENCE_S, PLAYBACK, SPINNING
+from test_inspect import Inspect
 
 
 def children(process):
@@ -32,11 +31,8 @@ class Jumps(Inspect):
         """Serves it, and waits until all snapshots are made."""
         self.serve(capture, "--snapshots", "2", *options, **environment)
         self.get("inputs", at="1")
-        end = time.monotonic() + PATIENCE_S
-        while not (snapshots := self.get("snapshots"))["isDone"]:
-            self.assertLess(time.monotonic(), end, "the snapshots are not made")
-            time.sleep(0.05)
-        return snapshots
+        self.wait_for(lambda: self.get("snapshots")["isDone"], "the snapshots")
+        return self.get("snapshots")
 
     def hashes(self, targets):
         return [(target["object"], target["what"], target.get("hash")) for target in targets["targets"]]
@@ -93,11 +89,9 @@ class Ending(Inspect):
             self.serve(capture)
             asking = threading.Thread(target=self.ask_for_the_end)
             asking.start()
-            end = time.monotonic() + PATIENCE_S
             # The replay that was asked for, and the one that makes snapshots.
-            while len(started := children(self.server.pid)) < 2:
-                self.assertLess(time.monotonic(), end, "nothing is replayed")
-                time.sleep(0.01)
+            self.wait_for(lambda: len(children(self.server.pid)) >= 2, "two replays")
+            started = children(self.server.pid)
             self.server.send_signal(number)
             self.assertEqual(self.server.wait(PATIENCE_S), 0)
             asking.join()
@@ -118,10 +112,7 @@ class FromAPause(Inspect):
         browser.chmod(0o755)
         replay = self.start_program(PLAYBACK, "-headless", "-inspect", "-pauseframe", "3", capture,
                                     PATH=f"{self.dir}:{os.environ['PATH']}")
-        end = time.monotonic() + PATIENCE_S
-        while not (self.dir / "opened").exists():
-            self.assertLess(time.monotonic(), end, "no browser is opened")
-            time.sleep(0.02)
+        self.wait_for((self.dir / "opened").exists, "the browser that is opened")
         address, place = (self.dir / "opened").read_text().strip().split("#")
         self.assertEqual(place, "3")
         self.host, self.path = address.removeprefix("http://").split("/", 1)
