@@ -1,3 +1,4 @@
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -23,10 +24,14 @@ ControlSocket::ControlSocket() : m_path(ControlPath(getpid()))
 {
     if (m_path.empty())
         return;
-    const SocketPlace place(m_path.parent_path().c_str(), m_path.filename().c_str());
-    unlink(m_path.c_str());
+    // It gets its name when somebody listens: a client takes away what has the name and refuses it.
+    const fs::path unnamed = m_path.parent_path() / ("." + m_path.filename().string());
+    const SocketPlace place(unnamed.parent_path().c_str(), unnamed.filename().c_str());
+    unlink(unnamed.c_str());
     m_listening = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-    if (!place.Bind(m_listening) || listen(m_listening, SOMAXCONN) != 0) {
+    if (!place.Bind(m_listening) || listen(m_listening, SOMAXCONN) != 0 ||
+        rename(unnamed.c_str(), m_path.c_str()) != 0) {
+        unlink(unnamed.c_str());
         close(m_listening);
         m_listening = -1;
     }
