@@ -119,7 +119,7 @@ TEST_F(DamageTest, WhatIsNoCaptureIsRefusedWithItsReason)
     EXPECT_THAT(refusal({whole.begin(), whole.begin() + 100}), HasSubstr("the header is cut"));
     std::vector<std::uint8_t> later = whole;
     later[8] = 99;
-    EXPECT_THAT(refusal(later), HasSubstr("format version 99, this program reads up to 1"));
+    EXPECT_THAT(refusal(later), HasSubstr("format version 99, this program reads up to 2"));
     std::filesystem::remove(path);
     EXPECT_EQ(Open(), nullptr);
     EXPECT_THAT(openError, HasSubstr("No such file"));

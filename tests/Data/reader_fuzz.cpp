@@ -1,6 +1,6 @@
 // Fuzz target of the capture reader (libFuzzer). The first byte of an input chooses what it is: the bytes of a file,
-// those of a summary, or records, which then go past the checksums to the decoding. The adapters use every byte that a
-// driver would, so that the sanitizers see what the reader let through.
+// those of a summary, a packed chunk, or records, which then go past the checksums to the decoding. The adapters use
+// every byte that a driver would, so that the sanitizers see what the reader let through.
 //
 // Records are written in a form of their own, in which every input is a sequence of whole records:
 //   number of the call or record:u16   bytes after the header:u16   those bytes
@@ -133,6 +133,18 @@ void RunSummary(std::span<const std::uint8_t> input)
     DecodeSummary(chunk, EmptySource(), trouble);
 }
 
+/// The size of the chunk is in front.
+void RunPacked(std::span<const std::uint8_t> input)
+{
+    std::uint16_t size = 0;
+    if (input.size() < sizeof size)
+        return;
+    std::memcpy(&size, input.data(), sizeof size);
+    const auto memory = std::make_unique<std::uint8_t[]>(size);
+    ChunkUnpacker unpacker;
+    unpacker.UnpackRecords(input.subspan(sizeof size), {memory.get(), size});
+}
+
 void RunRecords(std::span<const std::uint8_t> input)
 {
     std::vector<std::uint64_t> chunk;
@@ -187,6 +199,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         RunFile(input);
     else if (data[0] % 8 == 2)
         RunSummary(input);
+    else if (data[0] % 8 == 3)
+        RunPacked(input);
     else
         RunRecords(input);
     return 0;
@@ -204,7 +218,7 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
             std::memcpy(data + 1, capture.data(), capture.size());
             return capture.size() + 1;
         }
-        data[0] = random() % 16 == 0 ? 2 : 0;
+        data[0] = random() % 16 == 0 ? 2 + random() % 2 : 0;
         size = 1;
         // A summary to begin with.
         if (const std::vector<std::uint8_t> body = EncodeSummary({}); data[0] == 2 && body.size() < maxSize) {
@@ -212,7 +226,7 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
             size += body.size();
         }
     }
-    if (data[0] % 8 == 1 || data[0] % 8 == 2 || random() % 2 == 0)
+    if ((data[0] % 8 >= 1 && data[0] % 8 <= 3) || random() % 2 == 0)
         return LLVMFuzzerMutate(data, size, maxSize);
     RecordGenerator generator(seed);
     for (std::uint32_t more = 1 + random() % 6; more > 0; --more) {

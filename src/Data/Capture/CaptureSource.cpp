@@ -9,8 +9,6 @@
 #include <unistd.h>
 #include <unordered_map>
 
-#include <zstd.h>
-
 #include "Data/Capture/Checksum.h"
 #include "Data/Records/RecordCursor.h"
 
@@ -63,6 +61,12 @@ void Renumber(const Chunk& chunk, const std::vector<std::uint32_t>& calls)
     }
 }
 
+bool IsRecords(const ChunkHeader& header)
+{
+    return header.kind == static_cast<std::uint32_t>(ChunkKind::Records) ||
+           header.kind == static_cast<std::uint32_t>(ChunkKind::PackedRecords);
+}
+
 } // namespace
 
 std::unique_ptr<CaptureSource> CaptureSource::Open(const std::string& path, std::string& error)
@@ -79,7 +83,6 @@ std::unique_ptr<CaptureSource> CaptureSource::Open(const std::string& path, std:
         return nullptr;
     }
     source->m_fileBytes = static_cast<std::uint64_t>(status.st_size);
-    source->m_decompressor = ZSTD_createDCtx();
     std::string trouble = source->ReadHeader();
     if (trouble.empty())
         trouble = source->ReadCallTable();
@@ -95,7 +98,6 @@ std::unique_ptr<CaptureSource> CaptureSource::Open(const std::string& path, std:
 
 CaptureSource::~CaptureSource()
 {
-    ZSTD_freeDCtx(m_decompressor);
     if (m_fd >= 0)
         close(m_fd);
 }
@@ -152,7 +154,9 @@ std::string CaptureSource::ReadChunkAt(std::uint64_t offset, ChunkKind kind, Chu
         return std::string("cannot be read: ") + std::strerror(errno);
     if (ChunkChecksum(m_stored.data(), header.storedBytes) != header.checksum)
         return "the chunk is damaged: its checksum does not match";
-    if (header.kind != static_cast<std::uint32_t>(kind))
+    const bool isPacked =
+        kind == ChunkKind::Records && IsRecords(header) && header.kind != static_cast<std::uint32_t>(kind);
+    if (header.kind != static_cast<std::uint32_t>(kind) && !isPacked)
         return "the chunk is of kind " + std::to_string(header.kind) + ", expected " +
                std::to_string(static_cast<std::uint32_t>(kind));
 
@@ -164,17 +168,9 @@ std::string CaptureSource::ReadChunkAt(std::uint64_t offset, ChunkKind kind, Chu
         chunk.memory.reset();
         chunk.memory = std::make_unique_for_overwrite<std::uint64_t[]>(chunk.capacity / 8);
     }
-    const std::uint8_t* const body = m_stored.data() + sizeof header;
-    if (header.storedBytes == header.rawBytes) {
-        if (header.rawBytes > 0)
-            std::memcpy(chunk.Data(), body, header.rawBytes);
-        return {};
-    }
-    const std::size_t bytes =
-        ZSTD_decompressDCtx(m_decompressor, chunk.Data(), header.rawBytes, body, header.storedBytes);
-    if (ZSTD_isError(bytes) || bytes != header.rawBytes)
-        return "the chunk is damaged: it cannot be decompressed to " + std::to_string(header.rawBytes) + " bytes";
-    return {};
+    trouble = m_unpacker.Unpack({m_stored.data() + sizeof header, header.storedBytes}, isPacked,
+                                {chunk.Data(), header.rawBytes});
+    return trouble.empty() ? trouble : "the chunk is damaged: " + trouble;
 }
 
 std::string CaptureSource::ReadCallTable()
@@ -256,7 +252,7 @@ void CaptureSource::FindChunks()
     std::uint64_t offset = m_recordsOffset;
     ChunkHeader header = {};
     m_chunks.clear();
-    while (ReadChunkHeader(offset, header).empty() && header.kind == static_cast<std::uint32_t>(ChunkKind::Records)) {
+    while (ReadChunkHeader(offset, header).empty() && IsRecords(header)) {
         m_chunks.push_back({offset, header.framesBefore, header.frames});
         offset += sizeof header + header.storedBytes;
     }

@@ -8,10 +8,9 @@
 #include <vector>
 
 #include "Data/Capture/CaptureHeader.h"
+#include "Data/Capture/ChunkPacker.h"
 #include "Data/Capture/Format.h"
 #include "Data/Records/CallTable.h"
-
-struct ZSTD_DCtx_s;
 
 namespace Data {
 
@@ -109,7 +108,7 @@ private:
     std::uint64_t m_recordsOffset = 0;
     /// Of a complete file.
     std::uint64_t m_indexOffset = 0;
-    ZSTD_DCtx_s* m_decompressor = nullptr;
+    ChunkUnpacker m_unpacker;
     /// A chunk as it lies in the file.
     std::vector<std::uint8_t> m_stored;
     std::vector<Continuation> m_continuations;

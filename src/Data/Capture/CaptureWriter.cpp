@@ -10,8 +10,10 @@ namespace Data {
 
 namespace {
 
-/// A frame end closes a chunk that has this many bytes or is this old, so that a program that is killed loses little.
+/// A frame end closes a chunk that has this many bytes or is this old, so that frames are found quickly.
 constexpr std::ptrdiff_t FrameEndChunkBytes = 1 << 20;
+/// The same of a chunk that is contents for the most part: those of one frame are often much like those of the next.
+constexpr std::ptrdiff_t FrameEndContentsBytes = 3 << 20;
 constexpr std::uint64_t FrameEndChunkAgeUs = 500'000;
 
 std::uint64_t TimeUsBy(clockid_t clock)
@@ -132,6 +134,8 @@ void CaptureWriter::CloseChunk(std::uint8_t* end)
     m_chunk->framesBefore = m_chunkFrames;
     m_chunk->frames = m_frames - m_chunkFrames;
     m_chunk->timeUs = TimeUs();
+    m_chunk->isContents = IsContents();
+    m_chunk->differences = m_similar.EndChunk();
     m_sink->Put(std::move(*m_chunk));
     m_begin = m_at = m_end = m_ahead = nullptr;
 }
@@ -155,8 +159,18 @@ void CaptureWriter::FrameEnd(std::uint64_t timeUs)
     if (!m_begin)
         return;
     ++m_frames;
-    if (m_at - m_begin >= FrameEndChunkBytes || TimeUs() - m_chunkOpenedUs >= FrameEndChunkAgeUs)
+    if (IsChunkLarge() || TimeUs() - m_chunkOpenedUs >= FrameEndChunkAgeUs)
         CloseChunk(m_at);
+}
+
+bool CaptureWriter::IsContents() const
+{
+    return static_cast<std::ptrdiff_t>(m_similar.Bytes()) > (m_at - m_begin) / 2;
+}
+
+bool CaptureWriter::IsChunkLarge() const
+{
+    return m_at - m_begin >= (IsContents() ? FrameEndContentsBytes : FrameEndChunkBytes);
 }
 
 void CaptureWriter::Copy(const std::uint8_t* record)
@@ -166,9 +180,23 @@ void CaptureWriter::Copy(const std::uint8_t* record)
     std::uint8_t* const at = Place(header.id, header.bytes);
     m_ahead = at && GoesWithNextCall(header.id) ? (m_ahead ? m_ahead : m_at) : nullptr;
     if (at) {
-        std::memcpy(at, record, header.bytes);
+        CopyContents(record, header, at);
         End();
     }
+}
+
+void CaptureWriter::CopyContents(const std::uint8_t* record, const RecordHeader& header, std::uint8_t* at)
+{
+    try {
+        // What goes with the next call may have to go along to the next chunk, as it is.
+        if (header.bytes >= SimilarContents::LeastBytes && !GoesWithNextCall(header.id)) {
+            m_similar.Copy(record, at, m_begin);
+            return;
+        }
+    } catch (...) {
+        // Without memory to compare with, the record is copied as it is.
+    }
+    std::memcpy(at, record, header.bytes);
 }
 
 void CaptureWriter::CopyAll(const std::uint8_t* records, std::uint64_t bytes)

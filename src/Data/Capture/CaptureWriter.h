@@ -9,6 +9,7 @@
 
 #include "Data/Capture/CaptureHeader.h"
 #include "Data/Capture/RecordWriter.h"
+#include "Data/Capture/SimilarContents.h"
 
 namespace Data {
 
@@ -62,6 +63,7 @@ public:
     /// A record as another writer or a capture has it, other than FrameEnd. What goes with a call stays with it.
     void Copy(const std::uint8_t* record);
     /// As Copy for records that lie one after the other, the last one a call: `bytes` bytes, at most ChunkBytes.
+    /// Contents that come again are found by Copy alone, in records of at least SimilarContents::LeastBytes.
     void CopyAll(const std::uint8_t* records, std::uint64_t bytes);
 
     [[nodiscard]] std::uint32_t Frames() const { return m_frames; }
@@ -83,11 +85,16 @@ private:
     std::uint8_t* PlaceElsewhere(std::uint32_t id, std::uint64_t bytes) override;
     void ChangeThread(std::uint32_t thread);
     void CloseChunk(std::uint8_t* end);
+    void CopyContents(const std::uint8_t* record, const RecordHeader& header, std::uint8_t* at);
+    /// Contents in large records are more of the chunk than the rest.
+    [[nodiscard]] bool IsContents() const;
+    [[nodiscard]] bool IsChunkLarge() const;
     [[nodiscard]] std::uint64_t TimeUs() const;
     bool WriteCallTable();
 
     std::uint8_t* m_begin = nullptr;
     std::unique_ptr<ChunkBuffer> m_chunk;
+    SimilarContents m_similar;
     std::uint32_t m_thread = 1;
     std::uint32_t m_frames = 0;
     /// Value of m_frames when the chunk was opened.

@@ -15,10 +15,9 @@
 #include <vector>
 
 #include "Data/Capture/CaptureHeader.h"
+#include "Data/Capture/ChunkPacker.h"
 #include "Data/Capture/Format.h"
 #include "Data/Capture/SummaryCounter.h"
-
-struct ZSTD_CCtx_s;
 
 namespace Data {
 
@@ -34,6 +33,9 @@ struct ChunkBuffer {
     std::uint32_t framesBefore = 0;
     std::uint32_t frames = 0;
     std::uint64_t timeUs = 0;
+    std::vector<Difference> differences;
+    /// Contents of buffers, textures and the like are more of it than calls.
+    bool isContents = true;
 };
 
 /// Compresses and writes chunks on a thread of its own, in the order in which they come. Take, Put, UpdateHeader and
@@ -72,7 +74,7 @@ private:
     bool StartThread();
     void Run();
     void StopThread();
-    bool WriteChunk(const ChunkBuffer& chunk);
+    bool WriteChunk(ChunkBuffer& chunk);
     void CountChunk(const ChunkBuffer& chunk);
     bool WriteSummary();
     bool WriteIndex();
@@ -88,7 +90,7 @@ private:
     ino_t m_inode = 0;
     std::uint64_t m_fileBytes = 0;
     CaptureHeader m_header;
-    ZSTD_CCtx_s* m_compressor = nullptr;
+    std::optional<ChunkPacker> m_packer;
     std::vector<std::uint8_t> m_stored;
     std::vector<IndexEntry> m_index;
     /// None once there was no memory for it: the file then has no summary.

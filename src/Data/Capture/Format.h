@@ -15,7 +15,7 @@ static_assert(sizeof(void*) == 8, "pointers to captured strings are patched into
 
 /// Moves when the meaning of bytes changes. New calls and record ids do not need it, nor do kinds of chunks between the
 /// records and the index, which readers pass over.
-inline constexpr std::uint32_t FormatVersion = 1;
+inline constexpr std::uint32_t FormatVersion = 2;
 
 inline constexpr std::uint64_t FileMagic = 0x0A1A0A5041434C47;    // "GLCAP\n\x1A\n"
 inline constexpr std::uint64_t TrailerMagic = 0x444E455041434C47; // "GLCAPEND"
@@ -31,14 +31,16 @@ inline constexpr std::uint32_t MaxChunkBytes = 512u << 20;
 inline constexpr std::uint32_t MaxCalls = 1u << 16;
 
 enum class ChunkKind : std::uint32_t {
-    CallTable = 1, ///< CallTableEntry records: the calls that the file may contain
-    Records = 2,   ///< what was captured
-    Index = 3,     ///< IndexEntry array
-    Summary = 4,   ///< counts over all records; SummaryPart records
+    CallTable = 1,     ///< CallTableEntry records: the calls that the file may contain
+    Records = 2,       ///< what was captured
+    Index = 3,         ///< IndexEntry array
+    Summary = 4,       ///< counts over all records; SummaryPart records
+    PackedRecords = 5, ///< Records with Differences; from version 2 on
 };
 
 /// In front of each chunk. `checksum` is XXH3-64 over the rest of this header and the stored bytes. A body whose stored
-/// size equals its raw size is not compressed, any other is one zstd frame.
+/// size equals its raw size is not compressed, any other is one zstd frame. In that of PackedRecords there are a
+/// PackedHeader, Differences and one LZ4 block: what is left to the end.
 struct ChunkHeader {
     std::uint32_t magic;
     std::uint32_t kind;
@@ -52,6 +54,20 @@ struct ChunkHeader {
     std::uint64_t timeUs;
 };
 static_assert(sizeof(ChunkHeader) == 40);
+
+struct PackedHeader {
+    std::uint32_t differences;
+    std::uint32_t unused;
+};
+
+/// The 8-byte words at `at` of a chunk are stored as their exclusive or with those at `from`, which end in front of
+/// `at` and are put back first. All three are multiples of 8. In the order of `at`, and apart from each other.
+struct Difference {
+    std::uint32_t at;
+    std::uint32_t from;
+    std::uint32_t bytes;
+};
+static_assert(sizeof(Difference) == 12);
 
 /// One for each chunk of records, in file order.
 struct IndexEntry {
@@ -325,75 +341,6 @@ struct MultisampleTextureRecord {
     std::uint32_t layerBytes;
     std::uint32_t unused;
     PointerSlot data;
-};
-
-// The records of the summary. Each part comes once, unless it says otherwise.
-
-/// Moves when the summary counts otherwise, or holds more that readers must know. A reader counts by reading where it
-/// is not its own, and passes over parts that it does not know.
-inline constexpr std::uint32_t SummaryVersion = 1;
-
-enum class SummaryPart : std::uint32_t {
-    Totals = 1,      ///< first
-    Calls = 2,       ///< CountEntry array: calls by their number in the call table, those that came at all
-    Threads = 3,     ///< CountEntry array: calls by thread
-    Contexts = 4,    ///< pairs of 32-bit numbers: context, and the one that it shares with or 0
-    Surface = 5,     ///< SurfaceRecord; one for each surface
-    Note = 6,        ///< TextRecord; one for each text
-    Frames = 7,      ///< FrameCounts array: each frame, then what comes after the last one
-    Bindings = 8,    ///< BindingChange array: what changed in a chunk of records; one for each, in file order
-    Stacks = 9,      ///< CountEntry array: modules and stacks by the chunk of records that they are in, counted from 0
-    References = 10, ///< ReferenceSummaryRecord; one for each driver that has any
-};
-
-struct SummaryTotals {
-    RecordHeader header;
-    std::uint32_t version;
-    std::uint32_t chunks; ///< of records
-    std::uint64_t calls;
-    std::uint64_t stateBlockCalls;
-    std::uint64_t durationUs; ///< latest time of a frame end
-    std::uint32_t frames;
-    std::uint32_t frameHashes;
-    std::uint32_t hasStateBlock;
-    FrameEndKind frameEnd; ///< what ended the last frame that did not end with the program
-};
-static_assert(sizeof(SummaryTotals) == 56);
-
-struct CountEntry {
-    std::uint32_t key;
-    std::uint32_t unused;
-    std::uint64_t count;
-};
-
-enum class SurfaceKind : std::uint32_t { Unknown, Window, Pbuffer, Pixmap };
-
-/// Followed by pairs of 32-bit numbers: the sizes that the surface had, in order.
-struct SurfaceRecord {
-    RecordHeader header;
-    std::uint32_t surface;
-    SurfaceKind kind;
-};
-
-/// Calls in a frame outside of state-setup blocks, and draws in it.
-struct FrameCounts {
-    std::uint64_t calls;
-    std::uint64_t draws;
-};
-
-enum class BindingKind : std::uint32_t {
-    Context = 1,      ///< that thread `owner` uses; `place` is 0
-    VertexArray = 2,  ///< that is bound in context `owner`; `place` is 0
-    Buffer = 3,       ///< bound to target `place` in context `owner`
-    ElementBuffer = 4 ///< of vertex array object `place` of context `owner`
-};
-
-/// What a listing of later calls depends on. `value` is a name, 0 for none.
-struct BindingChange {
-    BindingKind kind;
-    std::uint32_t owner;
-    std::uint32_t place;
-    std::uint32_t value;
 };
 
 } // namespace Data

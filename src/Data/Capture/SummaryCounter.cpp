@@ -72,6 +72,7 @@ void SummaryCounter::CountChunk(std::span<const std::uint8_t> chunk)
 
 const SummaryCounts& SummaryCounter::Counts()
 {
+    ChargeCalls();
     SetThread(m_bindings.Thread());
     m_counts.callsById.clear();
     for (const Call& call : m_calls)
@@ -82,14 +83,22 @@ const SummaryCounts& SummaryCounter::Counts()
 void SummaryCounter::CountCall(const RecordView& record, Call& call)
 {
     ++call.count;
-    ++m_counts.calls;
-    ++m_threadCalls;
+    ++m_newCalls;
+    if (call.IsOrdinary())
+        return;
     m_counts.byFrame.back().draws += call.isDraw ? 1 : 0;
-    ++(m_isInStateBlock ? m_counts.stateBlockCalls : m_counts.byFrame.back().calls);
     if (call.isRead)
         ReadCall({call.known, record});
     if (call.bindsBuffers)
         m_bindings.Follow({call.known, record});
+}
+
+void SummaryCounter::ChargeCalls()
+{
+    m_counts.calls += m_newCalls;
+    m_threadCalls += m_newCalls;
+    (m_isInStateBlock ? m_counts.stateBlockCalls : m_counts.byFrame.back().calls) += m_newCalls;
+    m_newCalls = 0;
 }
 
 void SummaryCounter::ReadCall(const CallArguments& call)
@@ -118,6 +127,7 @@ void SummaryCounter::ReadCall(const CallArguments& call)
 
 void SummaryCounter::CountBuiltIn(const RecordView& record)
 {
+    ChargeCalls();
     switch (static_cast<RecordId>(record.Header().id)) {
     case RecordId::Thread:
         if (ThreadRecord thread; record.Read(thread))

@@ -34,9 +34,13 @@ private:
         /// Its arguments matter.
         bool isRead = false;
         bool bindsBuffers = false;
+
+        /// It is counted, and that is all.
+        [[nodiscard]] bool IsOrdinary() const { return !isDraw && !isRead && !bindsBuffers; }
     };
 
     void CountCall(const RecordView& record, Call& call);
+    void ChargeCalls();
     void ReadCall(const CallArguments& call);
     void CountBuiltIn(const RecordView& record);
     void CountReference(const RecordView& record);
@@ -49,6 +53,8 @@ private:
     /// By the number of the call in the file.
     std::vector<Call> m_calls;
     BufferBindings m_bindings;
+    /// Calls that are still to be charged to the thread and the frame or block at work.
+    std::uint64_t m_newCalls = 0;
     /// Of the thread at work, since it is.
     std::uint64_t m_threadCalls = 0;
     /// Modules and stacks of the chunk at work.

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "Data/Capture/Format.h"
+#include "Data/Capture/SummaryFormat.h"
 
 namespace Data {
 

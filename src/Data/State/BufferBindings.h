@@ -7,7 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "Data/Capture/Format.h"
+#include "Data/Capture/SummaryFormat.h"
 #include "Data/GLEnums.h"
 #include "Data/Records/CallArguments.h"
 

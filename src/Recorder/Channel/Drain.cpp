@@ -101,7 +101,8 @@ std::uint64_t Drain::TakePlain(std::uint64_t position, std::uint64_t end)
     for (std::uint64_t end = 0; end < room;) {
         const Data::RecordHeader header = HeaderOf(begin + end);
         const bool isCall = header.id < Data::callTable.size();
-        if ((!isCall && header.id != CallStackId) || !IsPossible(header, room - end))
+        if ((!isCall && header.id != CallStackId) || !IsPossible(header, room - end) ||
+            header.bytes >= Data::SimilarContents::LeastBytes)
             break;
         end += header.bytes;
         // A stack goes with the call after it.
