@@ -178,6 +178,25 @@ TEST_F(RecorderTest, WhateverEndsTheProgramLosesNoCall)
     }
 }
 
+/// A pointer that leads nowhere, on which the driver would die as well.
+CLIENT(PassesABadPointer)
+{
+    const ClientContext current;
+    glClear(GL_COLOR_BUFFER_BIT);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): it points nowhere on purpose.
+    glBufferSubData(GL_ARRAY_BUFFER, 16, 4096, reinterpret_cast<const void*>(0x1000));
+    return 0;
+}
+
+TEST_F(RecorderTest, ABadPointerIsNamedWithItsCall)
+{
+    const Outcome outcome =
+        Run("ulimit -c 0; " PLAYBACK_RECORD " -o capture.glcap $PROGRAM --client PassesABadPointer");
+    EXPECT_EQ(outcome.status, 128 + SIGSEGV);
+    EXPECT_THAT(outcome.err, HasSubstr("died by SIGSEGV in glBufferSubData"));
+    EXPECT_THAT(Dump("glBufferSubData", "capture.glcap"), ElementsAre(HasSubstr("size=4096, data=0x1000")));
+}
+
 CLIENT(Forks)
 {
     const ClientContext current;

@@ -184,9 +184,12 @@ def begin_function(call):
     total = " + ".join([str(call.fixed_size), *sizes])
     text += f"    CallRecord record(Data::CallId::{call.name}, {call.fixed_size}, {total});\n"
     text += "    if (!record)\n        return record;\n"
-    text += "".join(write_param(call, p) for p in inputs)
+    has_contents = [p for p in inputs if p.type.is_pointer and contents(call, p)]
+    text += "".join(write_param(call, p) for p in inputs if p not in has_contents)
     text += "".join(f"    record.Pointer({p.at}, {p.name});\n" for p in call.params if p.type.out)
-    text += "    record.Open();\n    return record;\n"
+    text += "    record.Open();\n"
+    text += "".join(write_param(call, p) for p in has_contents)
+    text += "    return record;\n"
     start = wrap(f"inline CallRecord {call.name}(", call_parameters(call, context_parameter(call, text), False, text),
                  ") noexcept\n{\n", indent=4)
     return start + text + "}\n\n"

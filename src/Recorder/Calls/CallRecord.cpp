@@ -52,16 +52,17 @@ void CallRecord::Strings(std::uint32_t at, const char* const* strings, std::int6
         return;
     // Each slot holds the place of its string, counted from the first slot. A missing string is written as an empty
     // one.
-    std::uint8_t* const slots = Place(at, strings, bytes);
-    std::uint64_t text = ArrayBytes(strings, count, SlotBytes);
-    for (std::uint64_t i = 0, end = text / SlotBytes; i < end; ++i) {
-        const std::uint64_t length = StringLength(strings[i], lengths, static_cast<std::int64_t>(i));
-        std::memcpy(slots + i * SlotBytes, &text, sizeof text);
-        if (length > 0)
-            std::memcpy(slots + text, strings[i], length);
-        slots[text + length] = 0;
-        text += length + 1;
-    }
+    Place(at, strings, bytes, [&](std::uint8_t* slots) {
+        std::uint64_t text = ArrayBytes(strings, count, SlotBytes);
+        for (std::uint64_t i = 0, end = text / SlotBytes; i < end; ++i) {
+            const std::uint64_t length = StringLength(strings[i], lengths, static_cast<std::int64_t>(i));
+            std::memcpy(slots + i * SlotBytes, &text, sizeof text);
+            if (length > 0)
+                std::memcpy(slots + text, strings[i], length);
+            slots[text + length] = 0;
+            text += length + 1;
+        }
+    });
 }
 
 } // namespace Recorder

@@ -103,9 +103,10 @@ private:
 };
 
 /// The record of one call, in two steps: before the driver's call with all that goes in, and after it with the results.
-/// In between it stands in the capture as the call that the thread is in. Contents of pointer arguments follow the
-/// values in the order in which they are added. False: there is no capture, the record is too large, or nothing can be
-/// written any more. A record that is not completed is no part of the capture.
+/// From Open on, while its contents are read and in the driver, it stands in the capture as the call that the thread is
+/// in. Contents of pointer arguments follow the values in the order in which they are added. False: there is no
+/// capture, the record is too large, or nothing can be written any more. A record that is not completed is no part of
+/// the capture.
 ///
 /// What each call passes on its way is inlined by force, here and in the classes that this one uses: compilers hold it
 /// to be too large for hundreds of functions, and the sizes that it is called with are constants of theirs.
@@ -145,7 +146,7 @@ public:
 
     explicit operator bool() const { return m_at != nullptr; }
 
-    /// The call goes to the driver.
+    /// The call goes to the driver as soon as its contents are added.
     void Open()
     {
         m_stream->Open();
@@ -176,10 +177,9 @@ public:
     /// A pointer and the `bytes` bytes behind it. Contents may be empty; null has none.
     void Contents(std::uint32_t at, const void* data, std::uint64_t bytes)
     {
-        if (data == nullptr)
-            return;
-        std::uint8_t* const to = Place(at, data, bytes);
-        std::memcpy(to, data, bytes);
+        if (data != nullptr)
+            Place(
+                at, data, bytes, [&](std::uint8_t* to) { std::memcpy(to, data, bytes); });
     }
 
     /// An array of handles: their numbers, 8 bytes each.
@@ -187,18 +187,20 @@ public:
     {
         if (handles == nullptr)
             return;
-        std::uint8_t* const to = Place(at, handles, bytes);
-        for (std::uint64_t i = 0; i < bytes / sizeof *handles; ++i) {
-            const std::uint64_t number = Identify(kind, handles[i]);
-            std::memcpy(to + i * sizeof number, &number, sizeof number);
-        }
+        Place(at, handles, bytes, [&](std::uint8_t* to) {
+            for (std::uint64_t i = 0; i < bytes / sizeof *handles; ++i) {
+                const std::uint64_t number = Identify(kind, handles[i]);
+                std::memcpy(to + i * sizeof number, &number, sizeof number);
+            }
+        });
     }
 
     /// `bytes` are those of the lists.
     void Add(std::uint32_t at, const Lists& lists, std::uint64_t bytes)
     {
         if (lists.Value() != nullptr)
-            lists.Write(Place(at, lists.Value(), bytes));
+            Place(
+                at, lists.Value(), bytes, [&](std::uint8_t* to) { lists.Write(to); });
     }
 
     /// An array of strings, sized by StringsBytes.
@@ -206,16 +208,19 @@ public:
                  std::uint64_t bytes);
 
 private:
-    std::uint8_t* Place(std::uint32_t at, const void* value, std::uint64_t bytes)
+    /// Until all is there that is behind a pointer, the record has its value alone: a program whose pointer leads
+    /// nowhere dies here rather than in the driver.
+    template <class Fill> void Place(std::uint32_t at, const void* value, std::uint64_t bytes, Fill fill)
     {
-        Put(at, Data::PointerSlot{reinterpret_cast<std::uintptr_t>(value), static_cast<std::uint32_t>(bytes),
-                                  static_cast<std::uint32_t>(m_contents)});
+        Pointer(at, value);
         std::uint8_t* const to = m_at + m_contents;
         const std::uint64_t padded = Data::RoundUp8(bytes);
-        m_contents += padded;
         if (padded != bytes)
             std::memset(to + padded - 8, 0, 8);
-        return to;
+        fill(to);
+        Put(at, Data::PointerSlot{reinterpret_cast<std::uintptr_t>(value), static_cast<std::uint32_t>(bytes),
+                                  static_cast<std::uint32_t>(m_contents)});
+        m_contents += padded;
     }
 
     /// Counts the call as one that could not be recorded.

@@ -96,7 +96,7 @@ void OnContinue(int signal, siginfo_t*, void*)
 
 /// A child that becomes the program; -1 with errno when there is none. Signals that come meanwhile wait until there is
 /// somebody to pass them on to, in the child until it is the program.
-pid_t Start(const RecordingOptions& options, int pipe)
+pid_t Start(const RecordingOptions& options, const WriterProcess& writer, int pipe)
 {
     sigset_t all;
     sigset_t before;
@@ -116,6 +116,8 @@ pid_t Start(const RecordingOptions& options, int pipe)
                 std::signal(signal, SIG_DFL);
         }
         sigprocmask(SIG_SETMASK, &before, nullptr);
+        // By the child itself: a program that dies at once must not be quicker than the news of it.
+        writer.TellStart(getpid());
         BecomeProgram(options, pipe);
     }
     program = child < 0 ? 0 : child;
@@ -150,14 +152,13 @@ ProgramEnd RunRecorded(const RecordingOptions& options, int reports)
         return end;
     }
     SetEnvironment(options);
-    const pid_t child = Start(options, pipe[1]);
+    const pid_t child = Start(options, writer, pipe[1]);
     int why = child < 0 ? errno : 0;
     close(pipe[1]);
     const bool started = child > 0 && read(pipe[0], &why, sizeof why) <= 0;
     close(pipe[0]);
     if (child > 0) {
         end.process = child;
-        writer.TellStart(child);
         Wait(child, writer, end);
     }
     if (!started) {

@@ -41,10 +41,11 @@ public:
                 std::uint64_t count = 0;
                 [[maybe_unused]] const ssize_t bytes = read(m_wake, &count, sizeof count);
             }
-            if (events[0].revents != 0)
-                Accept();
+            // First, as the start of a program is told before it can connect.
             if (events[2].revents != 0)
                 TakeNews();
+            if (events[0].revents != 0)
+                Accept();
             if (events[3].revents != 0)
                 Ask(AcceptRequest(m_place.steering));
             std::erase_if(m_captures, [](const auto& capture) { return capture->IsDone(); });
