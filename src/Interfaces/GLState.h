@@ -5,6 +5,7 @@
 // captures without one; values are those of the Khronos registry.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <functional>
 #include <string_view>
@@ -161,11 +162,42 @@ template <class GL> [[nodiscard]] ScopedState ReadBufferScoped(const GL& gl, uns
             [set = gl.glReadBuffer](int value) { set(static_cast<unsigned int>(value)); }};
 }
 
-/// A capability switched off.
+/// How many there are of a capability that a context may have for each colour buffer (GL_BLEND) or viewport
+/// (GL_SCISSOR_TEST); 31 at most.
+template <class GL> [[nodiscard]] int CapabilityCount(const GL& gl, unsigned int capability)
+{
+    constexpr unsigned int Blend = 0x0BE2;
+    constexpr unsigned int ScissorTest = 0x0C11;
+    int count = 1;
+    if (!gl.glIsEnabledi || !gl.glEnablei || !gl.glDisablei)
+        return count;
+    if (capability == Blend && (GetVersion(gl) >= 32 || HasExtension(gl, "GL_EXT_draw_buffers_indexed") ||
+                                HasExtension(gl, "GL_OES_draw_buffers_indexed")))
+        count = GetInteger(gl, 0x8824, 1); // GL_MAX_DRAW_BUFFERS
+    if (capability == ScissorTest &&
+        (HasExtension(gl, "GL_OES_viewport_array") || HasExtension(gl, "GL_NV_viewport_array")))
+        count = GetInteger(gl, 0x825B, 1); // GL_MAX_VIEWPORTS_OES
+    return std::clamp(count, 1, 31);
+}
+
+/// A capability switched on or off, for all colour buffers or viewports at once; each gets its own back.
+template <class GL> [[nodiscard]] ScopedState SwitchScoped(const GL& gl, unsigned int capability, bool isOn)
+{
+    const int count = CapabilityCount(gl, capability);
+    unsigned int before = gl.glIsEnabled(capability) ? 1 : 0;
+    for (int i = 1; i < count; ++i)
+        before |= gl.glIsEnabledi(capability, static_cast<unsigned int>(i)) ? 1U << i : 0U;
+    const unsigned int wanted = isOn ? (1U << count) - 1 : 0;
+    return {static_cast<int>(before), static_cast<int>(wanted), [&gl, capability, count](int bits) {
+                ((bits & 1) != 0 ? gl.glEnable : gl.glDisable)(capability);
+                for (int i = 1; i < count; ++i)
+                    ((bits >> i & 1) != 0 ? gl.glEnablei : gl.glDisablei)(capability, static_cast<unsigned int>(i));
+            }};
+}
+
 template <class GL> [[nodiscard]] ScopedState DisableScoped(const GL& gl, unsigned int capability)
 {
-    return {gl.glIsEnabled(capability), 0,
-            [&gl, capability](int isOn) { (isOn != 0 ? gl.glEnable : gl.glDisable)(capability); }};
+    return SwitchScoped(gl, capability, false);
 }
 
 /// A parameter of glPixelStorei.

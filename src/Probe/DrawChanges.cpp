@@ -1,6 +1,7 @@
 #include "Probe/DrawChanges.h"
 
 #include <array>
+#include <memory>
 
 #include <GLES3/gl32.h>
 
@@ -16,28 +17,10 @@ const Core::GLESProcTable& GL()
     return Core::KHRLayer::GLESProc();
 }
 
-/// For all of its `count` indices; 1 where it has none.
-void SetCapability(Undo& undo, GLenum capability, bool isOn, GLint count)
+void Switch(Undo& undo, GLenum capability, bool isOn)
 {
-    if (count > 1) {
-        for (GLuint i = 0; i < static_cast<GLuint>(count); ++i)
-            undo.Add([capability, i, wasOn = GL().glIsEnabledi(capability, i)] {
-                (wasOn ? GL().glEnablei : GL().glDisablei)(capability, i);
-            });
-    } else {
-        undo.Add([capability, wasOn = GL().glIsEnabled(capability)] {
-            (wasOn ? GL().glEnable : GL().glDisable)(capability);
-        });
-    }
-    (isOn ? GL().glEnable : GL().glDisable)(capability);
-}
-
-GLint ViewportCount()
-{
-    constexpr GLenum MaxViewports = 0x825B; // GL_MAX_VIEWPORTS_OES
-    const bool hasThem = Core::HasExtension(GL(), "GL_OES_viewport_array") && GL().glIsEnabledi &&
-                         Core::KHRLayer::GLESExtProc().glScissorIndexedOES;
-    return hasThem ? Core::GetInteger(GL(), MaxViewports, 1) : 1;
+    undo.Add(
+        [state = std::make_shared<Core::ScopedState>(Core::SwitchScoped(GL(), capability, isOn))] { *state = {}; });
 }
 
 void KeepScissorBoxes(Undo& undo, GLint count)
@@ -57,18 +40,16 @@ void KeepScissorBoxes(Undo& undo, GLint count)
 
 } // namespace
 
-void DrawOnePixel(Undo& undo)
+void DrawOnlyCorner(Undo& undo, int side)
 {
-    const GLint count = ViewportCount();
-    KeepScissorBoxes(undo, count);
-    SetCapability(undo, GL_SCISSOR_TEST, true, count);
-    GL().glScissor(0, 0, 1, 1);
+    KeepScissorBoxes(undo, Core::CapabilityCount(GL(), GL_SCISSOR_TEST));
+    Switch(undo, GL_SCISSOR_TEST, true);
+    GL().glScissor(0, 0, side, side);
 }
 
 void DrawWithoutBlending(Undo& undo)
 {
-    const bool hasIndices = Core::GetVersion(GL()) >= 32 && GL().glIsEnabledi;
-    SetCapability(undo, GL_BLEND, false, hasIndices ? Core::GetInteger(GL(), GL_MAX_DRAW_BUFFERS, 1) : 1);
+    Switch(undo, GL_BLEND, false);
 }
 
 } // namespace Probe

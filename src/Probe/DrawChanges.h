@@ -5,8 +5,8 @@
 
 namespace Probe {
 
-/// One pixel, that at the origin, is left of what is drawn.
-void DrawOnePixel(Undo& undo);
+/// Of what is drawn, a square of pixels at the origin is left, or nothing with a side of 0.
+void DrawOnlyCorner(Undo& undo, int side);
 void DrawWithoutBlending(Undo& undo);
 
 } // namespace Probe

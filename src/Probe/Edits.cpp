@@ -73,7 +73,7 @@ bool Edits::Play(Data::ActionKind kind, std::uint32_t call, const std::function<
                 m_textures.Bind(m_model.Context().group.get(), program, undo);
     }
     if (kind == Data::ActionKind::Draw && Has(Edit::Kind::Scissor, kind, call))
-        DrawOnePixel(undo);
+        DrawOnlyCorner(undo, 1);
     if (kind == Data::ActionKind::Draw && Has(Edit::Kind::NoBlending, kind, call))
         DrawWithoutBlending(undo);
     Core::TakeErrors(GL());

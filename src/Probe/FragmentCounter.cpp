@@ -19,12 +19,6 @@ const Core::GLESProcTable& GL()
     return Core::KHRLayer::GLESProc();
 }
 
-Core::ScopedState SwitchScoped(GLenum capability, bool isOn)
-{
-    return {GL().glIsEnabled(capability), isOn ? 1 : 0,
-            [capability](int value) { (value != 0 ? GL().glEnable : GL().glDisable)(capability); }};
-}
-
 /// After a clear: programs are told what they have to know of the framebuffer, where its rows begin for instance, when
 /// something is drawn after it was bound. Where a clear comes in between, Mesa forgets to.
 void BindAnew(GLuint framebuffer)
@@ -68,7 +62,7 @@ private:
 /// Blending of colour buffer 0 paints what is drawn black, whatever the shader's colours are.
 class BlackBlending {
 public:
-    BlackBlending() : m_isIndexed(Core::GetVersion(GL()) >= 32)
+    BlackBlending() : m_isIndexed(Core::CapabilityCount(GL(), GL_BLEND) > 1)
     {
         for (std::size_t i = 0; i < m_values.size(); ++i) {
             GLint value = 0;
@@ -78,14 +72,7 @@ public:
                 GL().glGetIntegerv(Names[i], &value);
             m_values[i] = static_cast<GLenum>(value);
         }
-        if (m_isIndexed) {
-            m_isOn = {GL().glIsEnabledi(GL_BLEND, 0), 1,
-                      [](int isOn) { (isOn != 0 ? GL().glEnablei : GL().glDisablei)(GL_BLEND, 0); }};
-            GL().glGetBooleani_v(GL_COLOR_WRITEMASK, 0, m_mask.data());
-        } else {
-            m_isOn = SwitchScoped(GL_BLEND, true);
-            GL().glGetBooleanv(GL_COLOR_WRITEMASK, m_mask.data());
-        }
+        GL().glGetBooleanv(GL_COLOR_WRITEMASK, m_mask.data());
         Set({GL_FUNC_ADD, GL_FUNC_ADD, GL_ZERO, GL_ZERO, GL_ZERO, GL_ZERO}, {GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE});
     }
     ~BlackBlending() { Set(m_values, m_mask); }
@@ -115,7 +102,7 @@ private:
     }
 
     bool m_isIndexed;
-    Core::ScopedState m_isOn;
+    Core::ScopedState m_isOn = Core::SwitchScoped(GL(), GL_BLEND, true);
     std::array<GLenum, 6> m_values = {};
     std::array<GLboolean, 4> m_mask = {};
 };
@@ -126,11 +113,11 @@ public:
     explicit ChosenTests(const TestChoice& tests)
     {
         if (!tests.depth)
-            m_states[0] = SwitchScoped(GL_DEPTH_TEST, false);
+            m_states[0] = Core::DisableScoped(GL(), GL_DEPTH_TEST);
         if (!tests.stencil)
-            m_states[1] = SwitchScoped(GL_STENCIL_TEST, false);
+            m_states[1] = Core::DisableScoped(GL(), GL_STENCIL_TEST);
         if (!tests.scissor)
-            m_states[2] = SwitchScoped(GL_SCISSOR_TEST, false);
+            m_states[2] = Core::DisableScoped(GL(), GL_SCISSOR_TEST);
     }
 
 private:
@@ -178,7 +165,7 @@ FragmentCounts FragmentCounter::InStencil(const TestChoice& tests, Counted count
         return Problem("the driver does not copy depth and stencil");
     const auto bound = Core::BindScoped(GL(), GL().glBindFramebuffer, Core::DrawFramebuffer, framebuffer.Name());
     const ChosenTests chosen(tests);
-    const auto stencil = SwitchScoped(GL_STENCIL_TEST, true);
+    const auto stencil = Core::SwitchScoped(GL(), GL_STENCIL_TEST, true);
     const KeptStencil kept;
     GL().glStencilMask(AllBits);
     {

@@ -9,6 +9,7 @@
 
 #include "Interfaces/Core.h"
 #include "Interfaces/GLFramebuffers.h"
+#include "Probe/DrawChanges.h"
 #include "Probe/DrawIndices.h"
 #include "Probe/FragmentCounter.h"
 #include "Probe/Programs.h"
@@ -43,15 +44,9 @@ std::string DrawAgain(Replayer& replayer)
 /// goes on with a clear, Mesa does not tell them.
 void TellShaders(Replayer& replayer)
 {
-    std::array<GLint, 4> box = {};
-    GL().glGetIntegerv(GL_SCISSOR_BOX, box.data());
-    const GLboolean isOn = GL().glIsEnabled(GL_SCISSOR_TEST);
-    GL().glEnable(GL_SCISSOR_TEST);
-    GL().glScissor(0, 0, 0, 0);
+    Undo undo;
+    DrawOnlyCorner(undo, 0);
     replayer.Redraw();
-    GL().glScissor(box[0], box[1], box[2], box[3]);
-    if (!isOn)
-        GL().glDisable(GL_SCISSOR_TEST);
 }
 
 /// Draws other primitives of the same vertices, by indices of the probe's own.

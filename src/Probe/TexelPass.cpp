@@ -95,29 +95,51 @@ Core::ScopedState KeepInteger(GLenum name, Core::ScopedState::Set set)
 /// The state that decides what reaches a framebuffer, such that everything does.
 class PlainDrawing {
 public:
-    PlainDrawing()
+    PlainDrawing(GLsizei width, GLsizei height)
     {
         constexpr std::array Capabilities = {GL_BLEND,        GL_CULL_FACE,       GL_DEPTH_TEST,
                                              GL_STENCIL_TEST, GL_SCISSOR_TEST,    GL_RASTERIZER_DISCARD,
                                              GL_DITHER,       GL_SAMPLE_COVERAGE, GL_SAMPLE_ALPHA_TO_COVERAGE};
         for (std::size_t i = 0; i < m_capabilities.size(); ++i)
             m_capabilities[i] = Core::DisableScoped(GL(), static_cast<GLenum>(Capabilities[i]));
-        GL().glGetIntegerv(GL_VIEWPORT, m_viewport.data());
+        GL().glGetFloatv(GL_VIEWPORT, m_viewport.data());
         GL().glGetBooleanv(GL_COLOR_WRITEMASK, m_mask.data());
-        GL().glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+        SetViewport({0, 0, static_cast<GLfloat>(width), static_cast<GLfloat>(height)});
+        SetMask({GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE});
     }
     ~PlainDrawing()
     {
-        GL().glColorMask(m_mask[0], m_mask[1], m_mask[2], m_mask[3]);
-        GL().glViewport(m_viewport[0], m_viewport[1], m_viewport[2], m_viewport[3]);
+        SetMask(m_mask);
+        SetViewport(m_viewport);
     }
     PlainDrawing(const PlainDrawing&) = delete;
     PlainDrawing& operator=(const PlainDrawing&) = delete;
 
 private:
+    using Viewport = std::array<GLfloat, 4>;
+    using Mask = std::array<GLboolean, 4>;
+
+    /// The first one, where there are several.
+    static void SetViewport(const Viewport& area)
+    {
+        if (Core::CapabilityCount(GL(), GL_SCISSOR_TEST) > 1)
+            Core::KHRLayer::GLESExtProc().glViewportIndexedfOES(0, area[0], area[1], area[2], area[3]);
+        else
+            GL().glViewport(static_cast<GLint>(area[0]), static_cast<GLint>(area[1]), static_cast<GLsizei>(area[2]),
+                            static_cast<GLsizei>(area[3]));
+    }
+    /// That of the first colour buffer, where each has one.
+    static void SetMask(const Mask& mask)
+    {
+        if (Core::CapabilityCount(GL(), GL_BLEND) > 1)
+            GL().glColorMaski(0, mask[0], mask[1], mask[2], mask[3]);
+        else
+            GL().glColorMask(mask[0], mask[1], mask[2], mask[3]);
+    }
+
     std::array<Core::ScopedState, 9> m_capabilities;
-    std::array<GLint, 4> m_viewport = {};
-    std::array<GLboolean, 4> m_mask = {};
+    Viewport m_viewport = {};
+    Mask m_mask = {};
 };
 
 /// Parameters of the texture bound to a target, such that its texels are read as they are, from one level alone.
@@ -204,11 +226,10 @@ Contents Draw(const TexelPass& pass)
         const auto arrays =
             KeepInteger(GL_VERTEX_ARRAY_BINDING, [](int name) { GL().glBindVertexArray(static_cast<GLuint>(name)); });
         GL().glBindVertexArray(array);
-        const PlainDrawing drawing;
+        const PlainDrawing drawing(pass.width, pass.height);
         const TexelProgram program(pass.fragment);
         contents.problem = program.Problem();
         if (contents.problem.empty()) {
-            GL().glViewport(0, 0, pass.width, pass.height);
             program.Set(pass.layer, pass.width, pass.height);
             GL().glDrawArrays(GL_TRIANGLES, 0, 3);
             const GLenum error = Core::TakeErrors(GL());

@@ -58,7 +58,7 @@ class Overlays(Inspect):
     def test_they_leave_the_replay_as_it_was(self):
         asked = told = 0
         for family in ("fragment-tests", "client-arrays", "transform-feedback", "queries", "pipelines", "multisample",
-                       "draw-buffers", "compute", "vertex-arrays"):
+                       "draw-buffers", "compute", "vertex-arrays", "viewport-arrays"):
             with self.subTest(family):
                 capture = f"{family}.glcap"
                 self.record(FAMILIES, family, "--pbuffer", capture=capture, compositor=False)
@@ -74,6 +74,7 @@ class Overlays(Inspect):
                             asked += 1
                             told += "problem" not in answer
                             self.assertTrue(answer["data"] or answer["problem"], answer)
+                        probe.ask("show", index=0, shader="vec4 show(ivec2 at) { return vec4(0.0); }")
                         self.assertEqual([target.get("hash") for target in probe.ask("targets")["targets"]], before)
                     end = probe.ask("frame", frame=frame, pictures=True)
                     self.assertEqual(end["failed"], 0)

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Data/State/StateTable.h"
 #include "Trim/Restore/LiveGL.h"
 
 namespace Trim {
@@ -19,35 +18,9 @@ struct KeptState {
 };
 
 /// While it lives, blits reach all of a framebuffer, whatever the program had set.
-class WholeArea {
-public:
-    WholeArea()
-    {
-        // With viewport arrays, there is one for each.
-        for (GLuint i = 0; m_isEnabled && i < Data::Viewports; ++i)
-            m_scissors |= m_isEnabled(GL_SCISSOR_TEST, i) ? 1U << i : 0U;
-        ForgetErrors();
-        if (!m_isEnabled)
-            m_scissors = GL().glIsEnabled(GL_SCISSOR_TEST) ? ~0U : 0U;
-        if (m_scissors != 0)
-            GL().glDisable(GL_SCISSOR_TEST);
-    }
-    ~WholeArea()
-    {
-        // The first one is all there is where there are no viewport arrays.
-        if ((m_scissors & 1) != 0)
-            GL().glEnable(GL_SCISSOR_TEST);
-        for (GLuint i = 0; m_isEnabled && m_scissors != 0 && i < Data::Viewports; ++i)
-            ((m_scissors & 1U << i) != 0 ? GL().glEnablei : GL().glDisablei)(GL_SCISSOR_TEST, i);
-        ForgetErrors();
-    }
-    WholeArea(const WholeArea&) = delete;
-    WholeArea& operator=(const WholeArea&) = delete;
-
-private:
-    decltype(Core::GLESProcTable::glIsEnabledi) m_isEnabled = GL().glEnablei ? GL().glIsEnabledi : nullptr;
-    unsigned int m_scissors = 0;
-    Core::ScopedState m_discard =
+struct WholeArea {
+    Core::ScopedState scissor = Core::DisableScoped(GL(), GL_SCISSOR_TEST);
+    Core::ScopedState discard =
         GL().glBeginTransformFeedback ? Core::DisableScoped(GL(), GL_RASTERIZER_DISCARD) : Core::ScopedState();
 };
 

@@ -1,4 +1,5 @@
 // Two pictures that are drawn at once, one of which is copied upside down, by the names that OpenGL ES 2 has for it.
+// Only the first one is blended, and only the second one keeps its green.
 
 #include "Families.h"
 
@@ -6,6 +7,8 @@ FAMILY("draw-buffers", stage)
 {
     constexpr int Side = 64;
     const auto drawBuffers = Load<PFNGLDRAWBUFFERSNVPROC>("glDrawBuffersNV");
+    const auto enable = Load<PFNGLENABLEIEXTPROC>("glEnableiEXT");
+    const auto colorMask = Load<PFNGLCOLORMASKIEXTPROC>("glColorMaskiEXT");
     const auto readBuffer = Load<PFNGLREADBUFFERNVPROC>("glReadBufferNV");
     const auto parameter = Load<PFNGLFRAMEBUFFERPARAMETERIMESAPROC>("glFramebufferParameteriMESA");
     const auto getParameter = Load<PFNGLGETFRAMEBUFFERPARAMETERIVMESAPROC>("glGetFramebufferParameterivMESA");
@@ -24,6 +27,9 @@ FAMILY("draw-buffers", stage)
     getParameter(GL_FRAMEBUFFER, GL_FRAMEBUFFER_FLIP_Y_MESA, &isFlipped);
     if (!isFlipped)
         Stage::Fail("flipping a framebuffer");
+    glBlendFunc(GL_ONE_MINUS_DST_COLOR, GL_ZERO);
+    enable(GL_BLEND, 0);
+    colorMask(1, GL_TRUE, GL_FALSE, GL_TRUE, GL_TRUE);
     const GLint step = glGetUniformLocation(both, "step");
     glEnableVertexAttribArray(0);
     for (int frame = 1; frame <= FrameCount; ++frame) {
