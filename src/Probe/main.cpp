@@ -53,9 +53,10 @@ ExitStatus Serve(Probe::Replayer& replayer, std::FILE* output)
     for (std::string request; std::getline(std::cin, request);) {
         const Probe::Reply reply = service.Answer(request, std::cin);
         const std::string line = reply.json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
-        if (std::fwrite(line.data(), 1, line.size(), output) != line.size() ||
-            std::fwrite(reply.bytes.data(), 1, reply.bytes.size(), output) != reply.bytes.size() ||
-            std::fflush(output) != 0)
+        const auto write = [output](const auto& all) {
+            return all.empty() || std::fwrite(all.data(), 1, all.size(), output) == all.size();
+        };
+        if (!write(line) || !write(reply.bytes) || std::fflush(output) != 0)
             return ExitStatus::NotWritten;
     }
     return ExitStatus::Done;
