@@ -61,6 +61,12 @@ std::uint32_t IdentifyNew(Identifier kind, const void* object) noexcept
     });
 }
 
+std::uint32_t NextNumber(Identifier kind) noexcept
+{
+    return Locked(
+        kind, [](const Numbers& numbers) { return numbers.last + 1; });
+}
+
 std::uint32_t IdentifyImageSource(std::uint32_t target, const void* source) noexcept
 {
     switch (target) {

@@ -15,6 +15,9 @@ enum class Identifier : std::uint8_t { Display, Config, Context, Surface, Image,
 /// A new number for a new object, whatever was known by the same address before.
 [[nodiscard]] std::uint32_t IdentifyNew(Identifier kind, const void* object) noexcept;
 
+/// What IdentifyNew answers next. Under the capture's lock, under which new objects are recorded.
+[[nodiscard]] std::uint32_t NextNumber(Identifier kind) noexcept;
+
 /// The source of an EGLImage: the name of a GL object, or a number as any other native object has it. `target` is the
 /// image's.
 [[nodiscard]] std::uint32_t IdentifyImageSource(std::uint32_t target, const void* source) noexcept;

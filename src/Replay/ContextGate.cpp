@@ -96,8 +96,17 @@ void ContextGate::Process_eglTerminate(std::int32_t captured, std::uint32_t dpy)
 void ContextGate::Process_eglCreateImageKHR(std::uint32_t captured, std::uint32_t dpy, std::uint32_t ctx,
                                             std::int32_t target, std::uint32_t buffer, Data::PointerData* attrib_list)
 {
-    // The targets of EGL_KHR_gl_image, one number after the other.
+    // The targets of EGL_KHR_gl_image, one number after the other, and those that the engine knows. For others a driver
+    // follows pointers, and some crash.
     const bool isOfGL = target >= EGL_GL_TEXTURE_2D_KHR && target <= EGL_GL_RENDERBUFFER_KHR;
+    constexpr std::int32_t TavoImage = 0x3120;
+    if (!isOfGL && target != EGL_NATIVE_BUFFER_ANDROID && target != EGL_LINUX_DMA_BUF_EXT && target != TavoImage) {
+        PLAYBACK_LOG(
+            Warning, General, "src/Replay/ContextGate",
+            "eglCreateImageKHR is skipped: expected an object of GL, a native buffer or a dma-buf, found target 0x%x",
+            static_cast<unsigned int>(target));
+        return;
+    }
     if (isOfGL && !FindContext(dpy, ctx)) {
         PLAYBACK_LOG(Warning, General, "src/Replay/ContextGate",
                      "eglCreateImageKHR is skipped: there is no context %u for its object", ctx);

@@ -8,6 +8,7 @@ using ::testing::HasSubstr;
 
 constexpr std::uint32_t Texture2D = 0x0DE1;
 constexpr std::int32_t NativeBuffer = 0x3140;
+constexpr std::int32_t DmaBuf = 0x3270;
 
 /// Captured native buffers of 3 by 2 pixels in rows of 32 bytes, drawn by this machine's driver through textures.
 class NativeImageTest : public ProgramTest {
@@ -141,6 +142,37 @@ TEST_F(NativeImageTest, OtherFormatsOfFourChannelsAreShown)
     Call(CallId::glEGLImageTargetTexture2DOES, Texture2D, 5);
     Expect(white);
     ExpectVerified(7);
+}
+
+TEST_F(NativeImageTest, ADmaBufIsShownWithoutItsDescriptor)
+{
+    constexpr std::uint32_t Pixels = Width * Height;
+    Prepare();
+    for (const auto& [format, pixelBytes] : {std::pair{61u, 1u}, {49u, 2u}, {85u, 2u}, {87u, 4u}}) {
+        std::vector<std::uint8_t> expected;
+        for (std::uint32_t i = 0; i < Pixels; ++i)
+            for (std::uint32_t channel = 0; channel < 4; ++channel)
+                expected.push_back(channel < pixelBytes || channel == 3 || format == 85 ? 0xFF : 0);
+        Image(RecordId::EGLImageCreate, format, {});
+        Image(RecordId::EGLImageContent, format, std::vector<std::uint8_t>(std::size_t{Pixels} * pixelBytes, 0xFF));
+        // What the driver would be told of is a descriptor of the replay's own.
+        const std::vector<std::int32_t> attribs{0x3057, 3, 0x3056, 2, 0x3271, 0x34325241, 0x3272, 1, 0x3038};
+        Call(CallId::eglCreateImageKHR, 5, 1, 0, DmaBuf, 0, attribs);
+        Call(CallId::glEGLImageTargetTexture2DOES, Texture2D, 5);
+        Expect(expected);
+        Call(CallId::eglDestroyImageKHR, 1, 1, 5);
+    }
+    ExpectVerified(4);
+}
+
+TEST_F(NativeImageTest, OtherImagesOfTheWindowSystemNeverReachTheDriver)
+{
+    Begin();
+    for (const std::int32_t target : {0x30B0, 0x31D5, 0x31D3})
+        Call(CallId::eglCreateImageKHR, 5, 1, 0, target, 4, 0);
+    const Result result = Run("");
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_THAT(result.output, HasSubstr("found target 0x31d3"));
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 import re
 import unittest
 
-from harness import FAMILIES, INFO, RECORD, ROOT, TRIM, USAGE, EndToEndTest
+from harness import FAMILIES, IMPORTING_DRIVER, INFO, RECORD, ROOT, SYSROOT, TRIM, USAGE, EndToEndTest
 
 FRAMES = 8
 # Family, and the frames of all of its surfaces together.
@@ -107,6 +107,25 @@ class Families(EndToEndTest):
         for options, frames in {("--frame-end", "finish"): 0, ("--frames", "9"): 9, ("--frames", "33"): 33}.items():
             capture = self.record(FAMILIES, "frames-of-flushes", "--surfaceless", options=options, compositor=False)
             self.assertEqual(self.info(capture)["frames"], frames)
+
+
+@unittest.skipIf(SYSROOT, "the emulator cannot preload a library of another architecture beside the recorder")
+class ImportedMemory(EndToEndTest):
+    def test_what_the_program_writes_to_imported_memory_is_shown(self):
+        self.run_program(RECORD, "--hash", "-o", "whole.glcap", "--", FAMILIES, "imported-images", "--pbuffer",
+                         LD_PRELOAD=IMPORTING_DRIVER)
+        info = self.info("whole.glcap")
+        self.assertEqual((info["frames"], info["notRecorded"]), (FRAMES, {}))
+        for compositor in (False, True):
+            self.assertMentions(self.verify("whole.glcap", compositor=compositor), f"verified: {FRAMES} of {FRAMES}")
+        self.run_program(TRIM, "--frames", "7-8", "-o", "cut.glcap", "whole.glcap")
+        self.assertMentions(self.verify("cut.glcap"), "verified: 2 of 2")
+        self.run_program(TRIM, "--frames", "4", "-o", "again.glcap", "whole.glcap")
+        self.assertMentions(self.verify("again.glcap", "-loopcount", "2"), "verified")
+        contents = {name: self.run_program(INFO, "--dump", name).stdout.count("-- EGLImage")
+                    for name in ("whole.glcap", "cut.glcap")}
+        # What was replaced before the cut is not in it.
+        self.assertLess(contents["cut.glcap"], contents["whole.glcap"] * 2 / 3)
 
 
 class Texts(EndToEndTest):

@@ -285,6 +285,16 @@ def frame_end(call):
     return f"    if ({test})\n        MayEndFrame({context}, Data::FrameEndKind::{kind});\n"
 
 
+def image_use(call):
+    """What comes ahead of a call that uses an image whose contents may have changed."""
+    if call.has("image_texture"):
+        return "    if (call)\n        BeforeTextureBinding(*call, texture);\n"
+    if any(p.type.name == "image" for p in call.params):
+        target = "target" if any(p.name == "target" for p in call.params) else "0"
+        return f"    if (call)\n        BeforeImageUse(*call, {target}, image);\n"
+    return ""
+
+
 def entry_point(name, call):
     types = ", ".join(p.c_type for p in call.params)
     text = wrap(f"RECORDER_EXPORT {call.ret_c} {name}(", [f"{p.c_type} {p.name}" for p in call.params], ")\n{\n",
@@ -302,6 +312,7 @@ def entry_point(name, call):
         text += "    if (call)\n        BeforeFramebufferChange(*call);\n"
     if draws(call):
         text += "    if (call)\n        call->NoteDrawing();\n"
+    text += image_use(call)
     if call.has("deletes") and not call.returns:
         # The name is free for others as soon as the driver has deleted it, so the record comes first.
         text += f"    if (call)\n        Record::{call.name}({', '.join(['Capturing()', *context, *arguments])});\n"

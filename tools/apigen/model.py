@@ -20,7 +20,7 @@ from states import States
 BINDINGS = {"element_array", "draw_indirect", "pixel_pack", "pixel_unpack"}
 # Functions of size expressions, with the number of their arguments.
 FUNCTIONS = {"pname": 1, "image": 5, "texel": 2, "index_size": 1, "clear_values": 1, "text_length": 1}
-NOTES = {"custom", "accepted", "draw", "draw_no_step", "dispatch", "blit", "resize", "track", "deletes", "mutable", "grow", "image_link",
+NOTES = {"custom", "accepted", "draw", "draw_no_step", "dispatch", "blit", "resize", "track", "deletes", "mutable", "grow", "image_link", "image_texture",
          "makes", "contexts", "uses_buffers", "waits", "makes_name", "makes_handle", "judged", "without_names", "vertex_pointer", "buffered_indices",
          "clear", "blit_no_step", "upload", "compiles", "links", "custom_count", "custom_record", "changes_framebuffer",
          "ends_flush", "ends_finish", "ends_fence", "ends_readback", "ends_marker",

@@ -13,12 +13,19 @@ namespace {
 /// Target of EGL_TAVO_create_image, which the older record layout could hold too.
 constexpr std::int32_t TavoImageTarget = 0x3120;
 
+/// True for images of memory outside of GL, whose pixels come with the capture. Pointers and descriptors of the
+/// recorded program never reach the driver.
+bool HasStandIn(EGLenum target)
+{
+    return target == EGL_NATIVE_BUFFER_ANDROID || target == EGL_LINUX_DMA_BUF_EXT;
+}
+
 } // namespace
 
 EGLClientBuffer EGLPlaybackAdapter::GetEGLImageBuffer(EGLenum target, std::uint32_t capturedImage,
                                                       std::uint32_t capturedContext, std::uint32_t capturedBuffer)
 {
-    if (target == EGL_NATIVE_BUFFER_ANDROID)
+    if (HasStandIn(target))
         return m_resourceTable->GetEGLImageBuffer(capturedImage);
     const std::uintptr_t texture = m_resourceTable->GetEGLImageTexture(capturedContext, capturedBuffer);
     return reinterpret_cast<EGLClientBuffer>(texture);
@@ -35,9 +42,9 @@ void EGLPlaybackAdapter::Process_eglCreateImageKHR(std::uint32_t captured, std::
     const EGLDisplay display = GetDisplay(dpy);
     const EGLContext context = m_resourceTable->GetValueEGLContext(ctx);
     const EGLClientBuffer clientBuffer = GetEGLImageBuffer(liveTarget, captured, ctx, buffer);
-    // The stand-in for a native buffer is an image already.
+    // The stand-in is an image already.
     EGLImageKHR image = clientBuffer;
-    if (liveTarget != EGL_NATIVE_BUFFER_ANDROID) {
+    if (!HasStandIn(liveTarget)) {
         image = LiveEGLExt.eglCreateImageKHR(display, context, liveTarget, clientBuffer, attrib_list->As<EGLint>());
         CheckErrorState("eglCreateImageKHR");
     }
@@ -72,6 +79,25 @@ void EGLPlaybackAdapter::Process_eglDestroyImageKHR(std::int32_t /*captured*/, s
     m_resourceTable->RemoveIdEGLImage(image);
     m_resourceTable->RemoveEGLImageBuffer(image);
     m_resourceTable->RemoveTextureEGLImage(image);
+}
+
+// What an image is exported for is not here: the driver is not asked, whose descriptors nobody would close and whose
+// planes may be more than the captured ones.
+
+void EGLPlaybackAdapter::Process_eglExportDMABUFImageQueryMESA(std::int32_t /*captured*/, std::uint32_t /*dpy*/,
+                                                               std::uint32_t /*image*/, Data::PointerData* /*fourcc*/,
+                                                               Data::PointerData* /*num_planes*/,
+                                                               Data::PointerData* /*modifiers*/)
+{
+    Trace("eglExportDMABUFImageQueryMESA", __LINE__);
+}
+
+void EGLPlaybackAdapter::Process_eglExportDMABUFImageMESA(std::int32_t /*captured*/, std::uint32_t /*dpy*/,
+                                                          std::uint32_t /*image*/, Data::PointerData* /*fds*/,
+                                                          Data::PointerData* /*strides*/,
+                                                          Data::PointerData* /*offsets*/)
+{
+    Trace("eglExportDMABUFImageMESA", __LINE__);
 }
 
 template <class Function, class Attrib>

@@ -18,27 +18,35 @@ struct EGLTextureImage::Format {
     /// The captured format code.
     std::uint32_t code;
     GLint internalFormat;
+    GLenum format;
     GLenum type;
+    /// In a captured plane.
     std::uint32_t pixelBytes;
     /// Blue comes first.
     bool isBGR;
-    /// The fourth byte of a pixel is no alpha: it counts as 255.
-    bool isOpaque;
     /// The internal format needs OpenGL ES 3.0.
     bool isES3;
+
+    /// The fourth byte of a pixel is no alpha, and is not uploaded.
+    [[nodiscard]] bool IsOpaque() const { return format == GL_RGB && type == GL_UNSIGNED_BYTE; }
+    /// In an upload.
+    [[nodiscard]] std::uint32_t UploadBytes() const { return IsOpaque() ? 3 : pixelBytes; }
 };
 
 namespace {
 
 constexpr EGLTextureImage::Format Formats[] = {
-    {0, GL_RGBA, GL_UNSIGNED_BYTE, 4, false, false, false},
-    {10, GL_RGBA16F, GL_HALF_FLOAT, 8, false, false, true},
-    {24, GL_RGB10_A2, GL_UNSIGNED_INT_2_10_10_10_REV, 4, false, false, true},
-    {28, GL_RGBA, GL_UNSIGNED_BYTE, 4, false, false, false},
-    {29, GL_SRGB8_ALPHA8, GL_UNSIGNED_BYTE, 4, false, false, true},
-    {87, GL_RGBA, GL_UNSIGNED_BYTE, 4, true, false, false},
-    {88, GL_RGBA, GL_UNSIGNED_BYTE, 4, true, true, false},
-    {507, GL_RGBA, GL_UNSIGNED_BYTE, 4, false, true, false},
+    {0, GL_RGBA, GL_RGBA, GL_UNSIGNED_BYTE, 4, false, false},
+    {10, GL_RGBA16F, GL_RGBA, GL_HALF_FLOAT, 8, false, true},
+    {24, GL_RGB10_A2, GL_RGBA, GL_UNSIGNED_INT_2_10_10_10_REV, 4, false, true},
+    {28, GL_RGBA, GL_RGBA, GL_UNSIGNED_BYTE, 4, false, false},
+    {29, GL_SRGB8_ALPHA8, GL_RGBA, GL_UNSIGNED_BYTE, 4, false, true},
+    {49, GL_RG8, GL_RG, GL_UNSIGNED_BYTE, 2, false, true},
+    {61, GL_R8, GL_RED, GL_UNSIGNED_BYTE, 1, false, true},
+    {85, GL_RGB, GL_RGB, GL_UNSIGNED_SHORT_5_6_5, 2, false, false},
+    {87, GL_RGBA, GL_RGBA, GL_UNSIGNED_BYTE, 4, true, false},
+    {88, GL_RGB, GL_RGB, GL_UNSIGNED_BYTE, 4, true, false},
+    {507, GL_RGB, GL_RGB, GL_UNSIGNED_BYTE, 4, false, false},
 };
 
 // The live tables, not those of the replay: what -skipapi takes out of the replay is needed here all the same.
@@ -129,16 +137,20 @@ private:
 std::vector<std::uint8_t> PackRows(const EGLTextureImage::Format& format, const Data::EGLImageData& data)
 {
     const Data::EGLImagePlane& plane = data.planes[0];
-    const std::size_t rowBytes = std::size_t{data.width} * format.pixelBytes;
+    const std::size_t bytes = format.UploadBytes();
+    const std::size_t rowBytes = std::size_t{data.width} * bytes;
     std::vector<std::uint8_t> pixels(rowBytes * data.height);
-    for (std::size_t row = 0; row < data.height; ++row)
-        std::memcpy(pixels.data() + row * rowBytes, plane.data + row * plane.stride, rowBytes);
-    for (std::size_t at = 0; (format.isBGR || format.isOpaque) && at < pixels.size(); at += format.pixelBytes) {
-        if (format.isBGR)
-            std::swap(pixels[at], pixels[at + 2]);
-        if (format.isOpaque)
-            pixels[at + 3] = 0xFF;
+    for (std::size_t row = 0; row < data.height; ++row) {
+        const std::uint8_t* const from = plane.data + row * plane.stride;
+        std::uint8_t* const to = pixels.data() + row * rowBytes;
+        if (bytes == format.pixelBytes)
+            std::memcpy(to, from, rowBytes);
+        else
+            for (std::size_t x = 0; x < data.width; ++x)
+                std::copy_n(from + x * format.pixelBytes, bytes, to + x * bytes);
     }
+    for (std::size_t at = 0; format.isBGR && at < pixels.size(); at += bytes)
+        std::swap(pixels[at], pixels[at + 2]);
     return pixels;
 }
 
@@ -163,7 +175,7 @@ std::unique_ptr<EGLTextureImage> EGLTextureImage::Create(void* display, void* sp
     GL().glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     const Core::PackedRows rows(GL(), Core::PixelTransfer::Upload, Core::GetVersion(GL()));
     GL().glTexImage2D(GL_TEXTURE_2D, 0, format->internalFormat, static_cast<GLsizei>(data.width),
-                      static_cast<GLsizei>(data.height), 0, GL_RGBA, format->type, nullptr);
+                      static_cast<GLsizei>(data.height), 0, format->format, format->type, nullptr);
     const EGLint attribs[] = {EGL_GL_TEXTURE_LEVEL_KHR, 0, EGL_NONE};
     const std::uintptr_t source = texture.Name();
     void* image = Core::KHRLayer::EGLExtProc().eglCreateImageKHR(display, context.Get(), EGL_GL_TEXTURE_2D_KHR,
@@ -186,8 +198,8 @@ bool EGLTextureImage::SetContents(void* spare, const Data::EGLImageData& data) c
     const BoundTexture texture;
     Core::KHRLayer::GLESExtProc().glEGLImageTargetTexture2DOES(GL_TEXTURE_2D, m_image);
     const Core::PackedRows rows(GL(), Core::PixelTransfer::Upload, Core::GetVersion(GL()));
-    GL().glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, static_cast<GLsizei>(m_width), static_cast<GLsizei>(m_height), GL_RGBA,
-                         m_format.type, PackRows(m_format, data).data());
+    GL().glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, static_cast<GLsizei>(m_width), static_cast<GLsizei>(m_height),
+                         m_format.format, m_format.type, PackRows(m_format, data).data());
     return true;
 }
 

@@ -7,10 +7,10 @@
 
 namespace Playback {
 
-/// The live EGLImage behind a captured native buffer where the driver lacks EGL_TAVO_create_image: one with the storage
-/// of a texture (EGL_KHR_gl_texture_2D_image), to which the captured pixels are uploaded.
+/// The live EGLImage behind a captured native buffer or dma-buf where the driver lacks EGL_TAVO_create_image: one with
+/// the storage of a texture (EGL_KHR_gl_texture_2D_image), to which the captured pixels are uploaded.
 ///
-/// Takes the formats of four channels without subsampling. The image belongs to the display and ends with
+/// Takes the formats without subsampling that a texture has too. The image belongs to the display and ends with
 /// eglDestroyImageKHR or with the display; textures that use it keep its pixels. Nothing of GL is kept: each operation
 /// works in the context that is current, or in `spare` when none of the display's is, and puts back what it changes.
 class EGLTextureImage {

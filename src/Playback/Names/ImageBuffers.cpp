@@ -23,9 +23,10 @@ void ImageBuffers::AddEGLImageBuffer(unsigned int display, unsigned int image, c
     auto buffer = std::make_unique<EGLImageBuffer>();
     void* liveDisplay = m_handles.GetDisplay(display);
     if (buffer->AllocateBuffer(liveDisplay, data) != 0) {
-        PLAYBACK_LOG(Warning, General, "src/Playback/GLResourceTable",
-                     "Failed to allocate EGLClientBuffer for EGLImage %d", image);
-        AddStandIn(liveDisplay, image, data);
+        if (!AddStandIn(liveDisplay, image, data)) {
+            PLAYBACK_LOG(Warning, General, "src/Playback/GLResourceTable",
+                         "Failed to allocate EGLClientBuffer for EGLImage %d", image);
+        }
         return;
     }
     if (!m_eglImageBuffers.contains(image)) {
@@ -36,18 +37,19 @@ void ImageBuffers::AddEGLImageBuffer(unsigned int display, unsigned int image, c
     }
 }
 
-void ImageBuffers::AddStandIn(void* liveDisplay, unsigned int image, const Data::EGLImageData& data)
+bool ImageBuffers::AddStandIn(void* liveDisplay, unsigned int image, const Data::EGLImageData& data)
 {
     if (m_eglTextureImages.contains(image))
-        return;
+        return true;
     auto standIn = EGLTextureImage::Create(liveDisplay, m_handles.AnyContext(liveDisplay), data);
     if (!standIn)
-        return;
+        return false;
     m_eglTextureImages.emplace(image, std::move(standIn));
     if (!std::exchange(m_isStandInSaid, true)) {
         PLAYBACK_LOG(Notice, General, "src/Playback/GLResourceTable",
                      "The driver cannot make native buffers: textures hold the pixels of their EGLImages");
     }
+    return true;
 }
 
 void ImageBuffers::RemoveStandIn(unsigned int image)

@@ -41,7 +41,8 @@ public:
     void RemoveStandIns(const DisplayResources& display);
 
 private:
-    void AddStandIn(void* liveDisplay, unsigned int image, const Data::EGLImageData& data);
+    /// False where the driver or the format does not allow it.
+    bool AddStandIn(void* liveDisplay, unsigned int image, const Data::EGLImageData& data);
 
     DisplayHandles& m_handles;
     std::unordered_map<unsigned int, std::unique_ptr<EGLImageBuffer>> m_eglImageBuffers;

@@ -3,6 +3,7 @@
 
 #include "Recorder/AttribLists.h"
 #include "Recorder/FrameEnds.h"
+#include "Recorder/Images/ImportedImages.h"
 #include "Recorder/Memory/WatchedBuffers.h"
 #include "Recorder/Platform.h"
 #include "Recorder/RecordCalls.h"
@@ -18,10 +19,12 @@
 namespace Recorder {
 namespace {
 
-/// Images of GL objects are made again by a replay; what other images show is known to the window system alone.
+/// Images of GL objects are made again by a replay, and imported ones are read; what other images show is known to the
+/// window system alone.
 void CountUnrecordedImage(EGLenum target)
 {
     switch (target) {
+    case EGL_LINUX_DMA_BUF_EXT:
     case EGL_GL_TEXTURE_2D_KHR:
     case EGL_GL_TEXTURE_3D_KHR:
     case EGL_GL_RENDERBUFFER_KHR:
@@ -30,6 +33,31 @@ void CountUnrecordedImage(EGLenum target)
         if (target < EGL_GL_TEXTURE_CUBE_MAP_POSITIVE_X_KHR || target > EGL_GL_TEXTURE_CUBE_MAP_NEGATIVE_Z_KHR)
             CountUnrecorded("contents of an EGLImage that is not of a GL object");
     }
+}
+
+void RecordImage(EGLImageKHR image, EGLDisplay display, EGLContext context, EGLenum target, EGLClientBuffer buffer,
+                 const EGLint* attribs)
+{
+    CountUnrecordedImage(target);
+    const auto record = [&](const Capturing& capturing) {
+        Record::eglCreateImageKHR(capturing, image, display, context, target, buffer, attribs);
+    };
+    if (target == EGL_LINUX_DMA_BUF_EXT)
+        RecordImport(display, image, attribs, record);
+    else
+        record(Capturing());
+}
+
+EGLBoolean DestroyImage(Entry entry, EGLDisplay display, EGLImageKHR image)
+{
+    const auto live = Live<EGLBoolean (*)(EGLDisplay, EGLImageKHR)>(entry);
+    const EGLCall call;
+    CallRecord record = call ? Record::Begin::eglDestroyImageKHR(display, image) : CallRecord();
+    RemoveImportedImage(image);
+    const EGLBoolean result = live(display, image);
+    if (call)
+        Record::End::eglDestroyImageKHR(record, Capturing(), result, display, image);
+    return result;
 }
 
 } // namespace
@@ -89,10 +117,8 @@ RECORDER_EXPORT EGLImageKHR eglCreateImageKHR(EGLDisplay dpy, EGLContext ctx, EG
     const EGLImageKHR result =
         While(call ? Record::Begin::eglCreateImageKHR(dpy, ctx, target, buffer, attribs) : CallRecord(),
               [&] { return live(dpy, ctx, target, buffer, attribs); });
-    if (call) {
-        CountUnrecordedImage(target);
-        Record::eglCreateImageKHR(Capturing(), result, dpy, ctx, target, buffer, attribs);
-    }
+    if (call)
+        Guarded([&] { RecordImage(result, dpy, ctx, target, buffer, attribs); });
     return result;
 }
 
@@ -106,11 +132,33 @@ RECORDER_EXPORT EGLImageKHR eglCreateImage(EGLDisplay dpy, EGLContext ctx, EGLen
     const EGLImageKHR result = live(dpy, ctx, target, buffer, attribs);
     if (call) {
         Guarded([&] {
-            CountUnrecordedImage(target);
             const AttribList<EGLint> list(attribs);
-            Record::eglCreateImageKHR(Capturing(), result, dpy, ctx, target, buffer, list.Get());
+            RecordImage(result, dpy, ctx, target, buffer, list.Get());
         });
     }
+    return result;
+}
+
+RECORDER_EXPORT EGLBoolean eglDestroyImageKHR(EGLDisplay dpy, EGLImageKHR image)
+{
+    return Recorder::DestroyImage(Recorder::Entry::eglDestroyImageKHR, dpy, image);
+}
+
+RECORDER_EXPORT EGLBoolean eglDestroyImage(EGLDisplay dpy, EGLImageKHR image)
+{
+    return Recorder::DestroyImage(Recorder::Entry::eglDestroyImage, dpy, image);
+}
+
+RECORDER_EXPORT EGLBoolean eglTerminate(EGLDisplay dpy)
+{
+    using namespace Recorder;
+    const auto live = Live<EGLBoolean (*)(EGLDisplay)>(Entry::eglTerminate);
+    const EGLCall call;
+    CallRecord record = call ? Record::Begin::eglTerminate(dpy) : CallRecord();
+    RemoveImportedImages(dpy);
+    const EGLBoolean result = live(dpy);
+    if (call)
+        Record::End::eglTerminate(record, Capturing(), result, dpy);
     return result;
 }
 

@@ -3,6 +3,7 @@
 
 #include "Recorder/Calls/ActionHash.h"
 #include "Recorder/FrameEnds.h"
+#include "Recorder/Images/ImportedImages.h"
 #include "Recorder/Memory/WatchedBuffers.h"
 #include "Recorder/Platform.h"
 #include "Recorder/RecordCalls.h"

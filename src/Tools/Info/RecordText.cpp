@@ -53,7 +53,8 @@ std::string SurfaceText(const Data::RecordView& record, Data::RecordId id)
     case RecordId::EGLImageCreate:
     case RecordId::EGLImageContent:
         if (Data::EGLImageRecord r; record.Read(r))
-            return "EGLImage " + number(r.image) + ": " + number(r.width) + "x" + number(r.height);
+            return "EGLImage " + number(r.image) + ": " + number(r.width) + "x" + number(r.height) +
+                   (id == RecordId::EGLImageContent ? Sized("", r.planes[0].data) : "");
         break;
     case RecordId::DefaultColor:
     case RecordId::DefaultDepth:

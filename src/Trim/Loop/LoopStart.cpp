@@ -113,7 +113,10 @@ void LoopStart::Track(const Data::CaptureSource& source, const Data::RecordCurso
         if (record.Is(RecordId::Thread) && record.Read(thread))
             m_tracker.SetThread(thread.thread);
         const auto id = static_cast<RecordId>(header.id);
-        m_tracker.BuiltIn(record, id == RecordId::Note ? Verdict::Drop : VerdictOf(id));
+        // A loop does not bring back what an EGLImage held.
+        m_tracker.BuiltIn(record, id == RecordId::Note              ? Verdict::Drop
+                                  : id == RecordId::EGLImageContent ? Verdict::Keep
+                                                                    : VerdictOf(id));
     }
     m_origins.push_back(origin);
     m_isIgnored.push_back(isIgnored);

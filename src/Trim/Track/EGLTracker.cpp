@@ -9,9 +9,12 @@ namespace Trim {
 
 using Data::CallId;
 
-bool EGLTracker::Track(const CallArguments& call)
+namespace {
+
+/// Calls that leave nothing behind which a later one depends on.
+bool IsWithoutEffect(CallId call)
 {
-    switch (call.Call()) {
+    switch (call) {
     case CallId::eglSwapBuffers:
     case CallId::eglDupNativeFenceFDANDROID:
     case CallId::eglGetError:
@@ -21,8 +24,12 @@ bool EGLTracker::Track(const CallArguments& call)
     case CallId::eglGetCurrentSurface:
     case CallId::eglGetProcAddress:
     case CallId::eglGetSyncAttribKHR:
+    case CallId::eglExportDMABUFImageMESA:
+    case CallId::eglExportDMABUFImageQueryMESA:
     case CallId::eglQueryAPI:
     case CallId::eglQueryContext:
+    case CallId::eglQueryDmaBufFormatsEXT:
+    case CallId::eglQueryDmaBufModifiersEXT:
     case CallId::eglQueryString:
     case CallId::eglQuerySurface:
     case CallId::eglWaitClient:
@@ -32,6 +39,18 @@ bool EGLTracker::Track(const CallArguments& call)
     case CallId::eglClientWaitSyncKHR:
     case CallId::eglSetDamageRegionKHR:
         return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+bool EGLTracker::Track(const CallArguments& call)
+{
+    if (IsWithoutEffect(call.Call()))
+        return true;
+    switch (call.Call()) {
     case CallId::eglSwapInterval:
         if (const Owner surface = DrawSurface())
             m_tracked.Replaces(m_tracked.SlotOf(surface, State::SwapInterval));

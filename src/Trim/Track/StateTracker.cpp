@@ -9,12 +9,13 @@ Verdict VerdictOf(Data::RecordId id)
     case RecordId::Note:
     case RecordId::WindowSize:
     case RecordId::EGLImageCreate:
-    case RecordId::EGLImageContent:
     case RecordId::ConfigAttribs:
     case RecordId::SurfaceAttribs:
     case RecordId::MultisampleTexture:
     case RecordId::ReferenceDriver:
         return Verdict::Keep;
+    case RecordId::EGLImageContent:
+        return Verdict::IfUsed;
     default:
         return Verdict::Drop;
     }
@@ -68,12 +69,15 @@ void StateTracker::BuiltIn(const Data::RecordView& record, Verdict verdict)
     using Data::RecordId;
     Data::MappedDataRecord mapped;
     Data::DefaultBufferRecord contents;
+    Data::EGLImageRecord image;
     const auto id = static_cast<RecordId>(record.Header().id);
     if ((id == RecordId::FlushMappedBufferRange || id == RecordId::UnmapBuffer) && record.Read(mapped))
         MappedData(mapped.target, mapped.offset, mapped.data.bytes);
     else if ((id == RecordId::DefaultColor || id == RecordId::DefaultDepth || id == RecordId::DefaultStencil) &&
              record.Read(contents))
         RestoredSurface(contents.surface);
+    else if (id == RecordId::EGLImageContent && verdict == Verdict::IfUsed && record.Read(image))
+        ImageContents(image.image);
     else
         Other(verdict);
 }

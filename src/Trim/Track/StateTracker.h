@@ -52,6 +52,12 @@ public:
         m_tracked.Log().Begin();
         Object(m_egl.SurfaceOwner(surface)).drawn.insert(ImagePlace{});
     }
+    /// A record of what an EGLImage holds.
+    void ImageContents(std::uint32_t image)
+    {
+        m_tracked.Log().Begin();
+        m_images.HoldsContents(image);
+    }
     /// From now on draws read no other textures and arrays than these, and of objects what is bound in them now.
     void SetProgramReads(ProgramReads reads) { m_drawing.SetProgramReads(std::move(reads)); }
     /// Any other record.

@@ -108,6 +108,7 @@ bool TextureTracker::TrackStorage(const CallArguments& call)
     case CallId::glTexStorage2D: {
         const Owner texture = m_tracked.BoundTexture(target);
         m_tracked.Replaces(m_tracked.SlotOf(texture, State::Storage));
+        m_images.HasOwnStorage(texture);
         const bool isCube = target == GL_TEXTURE_CUBE_MAP;
         for (std::uint32_t face = 0; face < (isCube ? 6u : 1u); ++face)
             m_tracked.Object(texture).sizes[{isCube ? GL_TEXTURE_CUBE_MAP_POSITIVE_X + face : target, 0}] = sizeAt(3);
@@ -141,15 +142,16 @@ bool TextureTracker::TrackStorage(const CallArguments& call)
             m_images.Replaces({renderbuffer, 0, 0}, sizeAt(call.Count() - 2));
         return true;
     case CallId::glEGLImageTargetTexture2DOES:
-        m_images.Replaces({m_tracked.BoundTexture(target), target, 0}, {});
-        m_tracked.Object(m_tracked.BoundTexture(target)).isAliased = true;
+        m_images.ReplacesByEGLImage({m_tracked.BoundTexture(target), target, 0}, call.Unsigned(1));
         return true;
+    case CallId::glEGLImageTargetTexStorageEXT:
+    case CallId::glEGLImageTargetTextureStorageEXT:
+        m_images.UsesUnseen(call.Unsigned(1));
+        return false;
     case CallId::glEGLImageTargetRenderbufferStorageOES:
         m_tracked.Reads(m_tracked.ContextSlot(State::Renderbuffer));
-        if (const Owner renderbuffer = m_tracked.Model().Bound(State::Renderbuffer)) {
-            m_images.Replaces({renderbuffer, 0, 0}, {});
-            m_tracked.Object(renderbuffer).isAliased = true;
-        }
+        if (const Owner renderbuffer = m_tracked.Model().Bound(State::Renderbuffer))
+            m_images.ReplacesByEGLImage({renderbuffer, 0, 0}, call.Unsigned(1));
         return true;
     default:
         return false;

@@ -18,6 +18,35 @@ void TrackedImages::Replaces(const Image& image, ImageSize size)
     m_tracked.Replaces(m_tracked.SlotOf(image.object, State::Storage, image.face, image.level));
     for (const Aspects aspect : {Color, Depth, Stencil})
         m_tracked.Replaces(SlotOf(image, aspect));
+    HasOwnStorage(image.object);
+}
+
+void TrackedImages::ReplacesByEGLImage(const Image& image, std::uint32_t eglImage)
+{
+    Replaces(image, {});
+    m_tracked.Object(image.object).isAliased = true;
+    if (m_eglImages.contains(eglImage)) {
+        m_tracked.Reads(EGLImageSlot(eglImage));
+        m_eglImageUsers.insert_or_assign(image.object, std::pair(eglImage, image));
+    }
+}
+
+void TrackedImages::HoldsContents(std::uint32_t eglImage)
+{
+    m_tracked.Replaces(EGLImageSlot(eglImage));
+    for (const auto& [object, use] : m_eglImageUsers)
+        if (use.first == eglImage)
+            m_tracked.Replaces(SlotOf(use.second, Color));
+    if (m_unseenUses.contains(eglImage))
+        m_tracked.Log().SetVerdict(Verdict::Keep);
+}
+
+Slot TrackedImages::EGLImageSlot(std::uint32_t eglImage)
+{
+    const auto [entry, isNew] = m_eglImages.try_emplace(eglImage, 0);
+    if (isNew)
+        entry->second = m_tracked.Model().MakeOwner(ObjectKind::EglImage, eglImage);
+    return m_tracked.SlotOf(entry->second, State::Pixels);
 }
 
 void TrackedImages::ChangesPixels(const Image& image, std::uint32_t aspects)
