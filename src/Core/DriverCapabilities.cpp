@@ -35,7 +35,7 @@ void DriverCapabilities::Clear()
 bool DriverCapabilities::Has(std::string_view where) const
 {
     if (const ContextVersion version = LeadingVersion(where))
-        return version <= m_version;
+        return version <= m_version && IsFixedFunction(version) == IsFixedFunction(m_version);
     bool has = false;
     ForEachPiece(where, '|', [&](std::string_view extension) { has |= m_extensions.contains(extension); });
     return has;

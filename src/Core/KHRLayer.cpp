@@ -1,5 +1,7 @@
 #include "Interfaces/Core.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "Core/DriverCapabilities.h"
@@ -15,6 +17,14 @@ GLESExtProcTable KHRLayer::playbackGLESExtProcTable = {};
 
 namespace {
 
+/// The functions of one API, as the driver has them.
+struct GLESApi {
+    GLESProcTable gles = {};
+    GLESExtProcTable glesExt = {};
+    /// Of the contexts for which the tables were filled.
+    DriverCapabilities capabilities;
+};
+
 /// Everything that is loaded, process-wide like the tables themselves.
 struct Driver {
     std::string directory;
@@ -24,8 +34,9 @@ struct Driver {
     EGLExtProcTable eglExt = {};
     GLESProcTable gles = {};
     GLESExtProcTable glesExt = {};
-    /// Of the contexts for which the GL tables were filled.
-    DriverCapabilities capabilities;
+    /// OpenGL ES 1 and what came after it: the tables above are those of the API in use.
+    std::array<GLESApi, 2> apis;
+    std::size_t api = 0;
     std::unordered_set<unsigned int> skipped;
     /// Null for none.
     KHRLayer::AdaptGLES adapt = nullptr;
@@ -114,7 +125,14 @@ Proc FindGLES(const FunctionForm& form)
 
 Proc FindGLESWithinCapabilities(const FunctionForm& form)
 {
-    return form.IsSymbol() || TheDriver().capabilities.Has(form.where) ? FindGLES(form) : nullptr;
+    const Driver& driver = TheDriver();
+    return form.IsSymbol() || driver.apis[driver.api].capabilities.Has(form.where) ? FindGLES(form) : nullptr;
+}
+
+/// Where the API of a version stands.
+std::size_t ApiOf(ContextVersion version)
+{
+    return IsFixedFunction(version) ? 1 : 0;
 }
 
 std::string_view GetString(GLenum name)
@@ -186,9 +204,18 @@ void KHRLayer::LoadGLESExt()
     const std::string_view version = GetString(GL_VERSION);
     if (version.empty())
         return;
-    driver.capabilities.Add(ParseContextVersion(version), GetString(GL_EXTENSIONS));
-    Fill(driver.gles, FirstGLESFuncId, FindGLESWithinCapabilities);
-    Fill(driver.glesExt, FirstGLESExtFuncId, FindGLESWithinCapabilities);
+    const ContextVersion parsed = ParseContextVersion(version);
+    const bool isOtherApi = ApiOf(parsed) != driver.api;
+    driver.api = ApiOf(parsed);
+    GLESApi& api = driver.apis[driver.api];
+    // Coming back to an API is cheap: programs may go to and fro.
+    if (!isOtherApi || parsed > api.capabilities.Version()) {
+        api.capabilities.Add(parsed, GetString(GL_EXTENSIONS));
+        Fill(api.gles, FirstGLESFuncId, FindGLESWithinCapabilities);
+        Fill(api.glesExt, FirstGLESExtFuncId, FindGLESWithinCapabilities);
+    }
+    driver.gles = api.gles;
+    driver.glesExt = api.glesExt;
     FinishGLESTables();
 }
 
@@ -200,8 +227,10 @@ void KHRLayer::AdaptGLESTables(AdaptGLES adapt)
 
 bool KHRLayer::IsGLESExtLoaded()
 {
-    const ContextVersion loaded = TheDriver().capabilities.Version();
-    return loaded > 0 && ParseContextVersion(GetString(GL_VERSION)) <= loaded;
+    const Driver& driver = TheDriver();
+    const ContextVersion loaded = driver.apis[driver.api].capabilities.Version();
+    const ContextVersion version = ParseContextVersion(GetString(GL_VERSION));
+    return loaded > 0 && version <= loaded && ApiOf(version) == driver.api;
 }
 
 void KHRLayer::FreeGLES()
@@ -211,7 +240,8 @@ void KHRLayer::FreeGLES()
     driver.glesExt = {};
     playbackGLESProcTable = {};
     playbackGLESExtProcTable = {};
-    driver.capabilities.Clear();
+    driver.apis = {};
+    driver.api = 0;
     driver.glesLibrary.Close();
 }
 
@@ -248,8 +278,11 @@ unsigned int KHRLayer::GetEglGlFuncId(const std::string& name)
 bool KHRLayer::HasFunction(unsigned int id)
 {
     const Driver& driver = TheDriver();
-    return HasEntry(driver.egl, FirstEGLFuncId, id) || HasEntry(driver.eglExt, FirstEGLExtFuncId, id) ||
-           HasEntry(driver.gles, FirstGLESFuncId, id) || HasEntry(driver.glesExt, FirstGLESExtFuncId, id);
+    const auto isOf = [id](const auto& api) {
+        return HasEntry(api.gles, FirstGLESFuncId, id) || HasEntry(api.glesExt, FirstGLESExtFuncId, id);
+    };
+    return HasEntry(driver.egl, FirstEGLFuncId, id) || HasEntry(driver.eglExt, FirstEGLExtFuncId, id) || isOf(driver) ||
+           std::ranges::any_of(driver.apis, isOf);
 }
 
 void KHRLayer::SetSkipApis(const std::unordered_set<unsigned int>& ids)

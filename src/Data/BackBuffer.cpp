@@ -19,9 +19,12 @@ constexpr std::uint64_t MaxReadBytes = std::uint64_t{1} << 31;
 /// 0 where frames cannot be read.
 Core::ContextVersion VersionForReading(const BackBufferFunctions& gl)
 {
-    if (!gl.glGetString || !gl.glGetIntegerv || !gl.glPixelStorei || !gl.glBindFramebuffer || !gl.glReadPixels)
+    if (!gl.glGetString || !gl.glGetIntegerv || !gl.glPixelStorei || !gl.glReadPixels)
         return 0;
     const Core::ContextVersion version = Core::GetVersion(gl);
+    // OpenGL ES 1.1 may have the default framebuffer alone.
+    if (!gl.glBindFramebuffer && !Core::IsFixedFunction(version))
+        return 0;
     return version >= 30 && (!gl.glBindBuffer || !gl.glReadBuffer) ? 0 : version;
 }
 
@@ -69,9 +72,9 @@ std::optional<FramebufferHash> HashFramebuffer(const BackBufferFunctions& gl, st
 {
     const Core::ContextVersion version = VersionForReading(gl);
     // Binding a name that is none would make a framebuffer of it.
-    if (version == 0 || !gl.glGetError || !gl.glIsFramebuffer || !gl.glCheckFramebufferStatus ||
-        !gl.glGetFramebufferAttachmentParameteriv || !gl.glBindTexture || !gl.glBindRenderbuffer ||
-        !gl.glGetRenderbufferParameteriv || gl.glIsFramebuffer(framebuffer) == 0)
+    if (version == 0 || !gl.glBindFramebuffer || !gl.glGetError || !gl.glIsFramebuffer ||
+        !gl.glCheckFramebufferStatus || !gl.glGetFramebufferAttachmentParameteriv || !gl.glBindTexture ||
+        !gl.glBindRenderbuffer || !gl.glGetRenderbufferParameteriv || gl.glIsFramebuffer(framebuffer) == 0)
         return std::nullopt;
     Core::TakeErrors(gl);
     const Core::BindingPoint point = ReadPoint(version);

@@ -163,7 +163,7 @@ Util::ExitStatus Session::ListCounters() const
 
 Util::ExitStatus Session::CheckRequirements()
 {
-    const DriverProbe probe(m_output.Compositor());
+    const DriverProbe probe(m_output.Compositor(), m_capture->Header().glVersion);
     if (!probe.HasContext()) {
         if (m_options.check) {
             Core::Console::Print(Core::LogError, false,

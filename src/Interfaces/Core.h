@@ -104,9 +104,11 @@ public:
     static void LoadGLESCore();
     /// Needs a current context: reads its version and extension strings, drops the core functions that it lacks and
     /// fills the extension table. One set of tables serves all contexts: a later call, with another context, adds what
-    /// that one has and takes nothing away.
+    /// that one has and takes nothing away. OpenGL ES 1 has a set of its own, which a call with such a context puts in
+    /// the place of the other, and one with another context the other again.
     static void LoadGLESExt();
-    /// True when LoadGLESExt has been called, and the current context has no higher version than those it saw.
+    /// True when LoadGLESExt has been called, and the current context has no higher version than those it saw last, of
+    /// the same API.
     static bool IsGLESExtLoaded();
     static void FreeGLES();
 

@@ -8,6 +8,18 @@
 
 namespace Data {
 
+/// The client arrays of OpenGL ES 1.1 by their places, which are numbers of attributes in other contexts. From TexCoord
+/// on there is one for each texture unit.
+namespace ClientArray {
+inline constexpr std::uint32_t Vertex = 0;
+inline constexpr std::uint32_t Normal = 1;
+inline constexpr std::uint32_t Color = 2;
+inline constexpr std::uint32_t PointSize = 3;
+inline constexpr std::uint32_t MatrixIndex = 4;
+inline constexpr std::uint32_t Weight = 5;
+inline constexpr std::uint32_t TexCoord = 6;
+} // namespace ClientArray
+
 /// The memory behind one pointer argument of a captured call. Owned by the reader and valid during the call only.
 ///
 /// Three cases: captured contents (HasData), which lie in the reader's chunk and may be overwritten; no contents but

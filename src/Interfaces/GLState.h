@@ -16,6 +16,12 @@ namespace Core {
 /// Version of a context, 32 for OpenGL ES 3.2.
 using ContextVersion = int;
 
+/// OpenGL ES 1 is an API of its own: later versions have all that those in front have, but not that.
+[[nodiscard]] constexpr bool IsFixedFunction(ContextVersion version)
+{
+    return version > 0 && version < 20;
+}
+
 /// Version at the start of `text`, digit, point, digit; 0 when there is none.
 [[nodiscard]] inline ContextVersion LeadingVersion(std::string_view text)
 {

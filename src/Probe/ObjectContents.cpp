@@ -6,6 +6,7 @@
 
 #include "Interfaces/Core.h"
 #include "Interfaces/GLFramebuffers.h"
+#include "Probe/Lack.h"
 #include "Probe/SampledImage.h"
 
 namespace Probe {
@@ -153,7 +154,7 @@ std::vector<TextureImage> ImagesOf(unsigned int texture, unsigned int target)
 Contents ReadImage(unsigned int texture, const TextureImage& image)
 {
     if (!GL().glFramebufferTextureLayer || !GL().glBlitFramebuffer)
-        return {.problem = "the driver lacks functions of OpenGL ES 3"};
+        return {.problem = LackOfFunctions()};
     Core::TakeErrors(GL());
     std::optional<TemporaryFramebuffer> framebuffer(std::in_place);
     const GLenum attachment = framebuffer->Attach(texture, image);
@@ -178,7 +179,7 @@ Contents ReadBuffer(unsigned int buffer)
 {
     const auto& gl = GL();
     if (!gl.glMapBufferRange || !gl.glGetBufferParameteri64v || !gl.glCopyBufferSubData)
-        return {.problem = "the driver lacks functions of OpenGL ES 3"};
+        return {.problem = LackOfFunctions()};
     constexpr Core::BindingPoint CopyRead = {GL_COPY_READ_BUFFER, GL_COPY_READ_BUFFER_BINDING};
     constexpr Core::BindingPoint CopyWrite = {GL_COPY_WRITE_BUFFER, GL_COPY_WRITE_BUFFER_BINDING};
     Core::TakeErrors(gl);

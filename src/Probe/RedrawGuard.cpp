@@ -7,6 +7,7 @@
 
 #include "Interfaces/Core.h"
 #include "Interfaces/GLFramebuffers.h"
+#include "Probe/Lack.h"
 #include "Probe/Programs.h"
 #include "Probe/ProgramsInUse.h"
 
@@ -56,7 +57,7 @@ RedrawGuard::RedrawGuard()
 {
     Core::TakeErrors(GL());
     if (Core::GetVersion(GL()) < 30) {
-        m_obstacle = "the driver lacks functions of OpenGL ES 3";
+        m_obstacle = LackOfFunctions();
     } else if (IsDrawingCounted()) {
         m_obstacle = "a query of the program counts what is drawn";
     } else if (std::ranges::any_of(ProgramsInUse(), MayWriteMemory)) {

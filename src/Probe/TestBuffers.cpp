@@ -6,6 +6,7 @@
 #include "Interfaces/GLFramebuffers.h"
 #include "Playback/Meta/RestorePixels.h"
 #include "Probe/Contents.h"
+#include "Probe/Lack.h"
 #include "Util/FramebufferReader.h"
 
 namespace Probe {
@@ -41,7 +42,7 @@ GLenum DepthFormat(bool isDefault)
 TestStorage TestStorage::OfDrawFramebuffer()
 {
     if (Core::GetVersion(GL()) < 30 || !GL().glBlitFramebuffer)
-        return {.problem = "the driver lacks functions of OpenGL ES 3"};
+        return {.problem = LackOfFunctions()};
     TestStorage storage;
     {
         const Util::FramebufferReader reader;

@@ -8,6 +8,7 @@
 
 #include "Interfaces/Core.h"
 #include "Interfaces/GLFramebuffers.h"
+#include "Probe/Lack.h"
 #include "Probe/ObjectContents.h"
 #include "Probe/Programs.h"
 #include "Probe/RedrawGuard.h"
@@ -249,7 +250,7 @@ Contents Draw(const TexelPass& pass)
 Contents RunTexelPass(const TexelPass& pass)
 {
     if (Core::GetVersion(GL()) < 30)
-        return {.problem = "the driver lacks functions of OpenGL ES 3"};
+        return {.problem = LackOfFunctions()};
     Core::TakeErrors(GL());
     if (IsDrawingCounted() || Core::GetInteger(GL(), GL_TRANSFORM_FEEDBACK_ACTIVE) != 0)
         return {.problem = "it cannot be drawn while the program counts what is drawn"};

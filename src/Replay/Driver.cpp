@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "Interfaces/Core.h"
+#include "Interfaces/GLState.h"
 #include "Replay/ConfigRequests.h"
 
 namespace Replay {
@@ -72,8 +73,12 @@ std::map<std::string, std::string> DriverStrings()
     if (!egl.eglGetCurrentContext || egl.eglGetCurrentContext() == EGL_NO_CONTEXT || !getString)
         return {};
     std::map<std::string, std::string> strings;
+    // OpenGL ES 1.1 has no shaders.
+    const bool hasShaders = !Core::IsFixedFunction(Core::GetVersion(KHRLayer::GLESProc()));
     for (const GLenum name : {GL_VENDOR, GL_RENDERER, GL_VERSION, GL_SHADING_LANGUAGE_VERSION})
-        if (const auto* text = reinterpret_cast<const char*>(getString(name)))
+        if (const auto* text = name != GL_SHADING_LANGUAGE_VERSION || hasShaders
+                                   ? reinterpret_cast<const char*>(getString(name))
+                                   : nullptr)
             strings[Core::LogFormat::GetGLEnumString(name)] = text;
     if (!egl.eglGetCurrentDisplay || !egl.eglQueryString)
         return strings;

@@ -23,7 +23,7 @@ int VersionOf(GLenum target)
     switch (target) {
     case GL_ARRAY_BUFFER:
     case GL_ELEMENT_ARRAY_BUFFER:
-        return 20;
+        return 11;
     case GL_PIXEL_PACK_BUFFER:
     case GL_PIXEL_UNPACK_BUFFER:
         return 30;

@@ -32,6 +32,17 @@ public:
     bool Took_glVertexAttribDivisor(GLuint index, GLuint divisor);
     bool Took_glVertexAttribPointer(GLuint index, GLint size, GLenum type, GLboolean normalized, GLsizei stride,
                                     const void* pointer);
+    // Client arrays, which other versions do not have.
+    bool Took_glClientActiveTexture(GLenum texture);
+    bool Took_glEnableClientState(GLenum array) { return IsArray(array); }
+    bool Took_glDisableClientState(GLenum array) { return IsArray(array); }
+    bool Took_glVertexPointer(GLint size, GLenum type, GLsizei stride, const void* pointer);
+    bool Took_glNormalPointer(GLenum type, GLsizei stride, const void* pointer);
+    bool Took_glColorPointer(GLint size, GLenum type, GLsizei stride, const void* pointer);
+    bool Took_glTexCoordPointer(GLint size, GLenum type, GLsizei stride, const void* pointer);
+    bool Took_glPointSizePointerOES(GLenum type, GLsizei stride, const void* pointer);
+    bool Took_glMatrixIndexPointerOES(GLint size, GLenum type, GLsizei stride, const void* pointer);
+    bool Took_glWeightPointerOES(GLint size, GLenum type, GLsizei stride, const void* pointer);
     bool Took_glVertexAttribIPointer(GLuint index, GLint size, GLenum type, GLsizei stride, const void* pointer);
 
 private:
@@ -41,6 +52,18 @@ private:
     GLint Integer(GLenum name) const;
     GLint Attrib(GLuint index, GLenum name) const;
     bool TookPointer(GLuint index, GLint size, GLenum type, GLsizei stride, const void* pointer, bool isCertain);
+
+    /// The driver has it, or it is one of those that each has.
+    [[nodiscard]] bool IsArray(GLenum array) const;
+    /// What the driver answers to that it was asked for. An array without a size has 0 for what tells it.
+    struct ArrayQueries {
+        GLenum size;
+        GLenum type;
+        GLenum stride;
+        GLenum buffer;
+        GLenum pointer;
+    };
+    bool TookArray(const ArrayQueries& queries, GLint size, GLenum type, GLsizei stride, const void* pointer) const;
 
     DrawGuard m_draws;
     const Core::GLESProcTable& m_driver = Core::KHRLayer::GLESProc();

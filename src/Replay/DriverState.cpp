@@ -68,6 +68,8 @@ EGLContext EGLAPIENTRY CreateContext(EGLDisplay display, EGLConfig config, EGLCo
     std::unique_ptr<DriverContext>& state = (*contexts)[context];
     const bool isCurrent = state && state.get() == current;
     state = std::make_unique<DriverContext>(std::move(group));
+    if (Data::IsFirstVersion(attribs))
+        state->state.UseFixedFunctions();
     if (isCurrent)
         SetCurrent(context);
     return context;

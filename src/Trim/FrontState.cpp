@@ -101,7 +101,9 @@ std::string FrontState::ReadContents(Replay::LiveReplay& replay, Live live)
         if (!context)
             continue;
         const bool hasObjects = groups.insert(context->group.get()).second;
-        const bool hasSurface = m_tracker.IsDrawnTo(surface) && IsWanted(m_tracker.SurfaceOwner(surface));
+        contents.isDrawnAnew = !GL().glBlitFramebuffer;
+        const bool hasSurface =
+            !contents.isDrawnAnew && m_tracker.IsDrawnTo(surface) && IsWanted(m_tracker.SurfaceOwner(surface));
         if (live == Live::Kept) {
             const std::string one = KeepContents(contents, *context, hasObjects, hasSurface, replay);
             trouble = trouble.empty() ? one : trouble;
@@ -146,7 +148,8 @@ void FrontState::Select(bool isConditional)
 {
     std::vector<Slot> restored;
     for (const auto& [surface, contents] : m_contents) {
-        std::ranges::copy(m_tracker.SurfacePixels(surface), std::back_inserter(restored));
+        if (!contents.isDrawnAnew)
+            std::ranges::copy(m_tracker.SurfacePixels(surface), std::back_inserter(restored));
         std::ranges::copy(contents.objects.slots, std::back_inserter(restored));
     }
     // What queries saw before the frames matters only where rendering is conditional.

@@ -63,6 +63,8 @@ private:
         /// Of the share group of the surface's context; empty when another surface's context is in the same one.
         ObjectContents objects;
         std::vector<DefaultContents> surface;
+        /// Nothing brings the surface's picture back in its context: what drew it is kept.
+        bool isDrawnAnew = false;
     };
     std::string KeepContents(Contents& contents, const Data::StateContext& context, bool hasObjects, bool hasSurface,
                              Replay::LiveReplay& replay);

@@ -102,7 +102,9 @@ void FramebufferReader::ArrangeReadFramebuffer()
 
 void FramebufferReader::FindSize()
 {
-    const GLenum status = m_gl.glCheckFramebufferStatus(GL_FRAMEBUFFER);
+    // A driver of OpenGL ES 1.1 may have the default framebuffer alone.
+    const GLenum status =
+        m_gl.glCheckFramebufferStatus ? m_gl.glCheckFramebufferStatus(GL_FRAMEBUFFER) : GLenum{GL_FRAMEBUFFER_COMPLETE};
     if (status != GL_FRAMEBUFFER_COMPLETE) {
         m_error = "the framebuffer is not complete (" + Core::LogFormat::GetGLEnumString(status) + ")";
         return;

@@ -78,8 +78,10 @@ TEST_F(KHRLayerTest, SkippedFunctionsStaySkippedWhenTablesAreLoadedLater)
     EXPECT_EQ(KHRLayer::playbackEGLProcTable.eglSwapInterval, nullptr);
     EXPECT_EQ(KHRLayer::playbackGLESExtProcTable.glLabelObjectEXT, nullptr);
     EXPECT_EQ(KHRLayer::playbackEGLExtProcTable.eglCreateImageKHR, nullptr);
-    EXPECT_EQ(EntriesIn(KHRLayer::playbackGLESProcTable), std::size_t{Core::GLESFuncCount} - 1);
-    EXPECT_EQ(EntriesIn(KHRLayer::GLESProc()), std::size_t{Core::GLESFuncCount}) << "the live tables are complete";
+    // The fixed functions of OpenGL ES 1.1 are the last ones.
+    const std::size_t complete = static_cast<std::size_t>(FuncId::glAlphaFunc) - Core::FirstGLESFuncId;
+    EXPECT_EQ(EntriesIn(KHRLayer::playbackGLESProcTable), complete - 1);
+    EXPECT_EQ(EntriesIn(KHRLayer::GLESProc()), complete) << "the live tables are complete";
     for (int i = 0; i < 2; ++i) {
         EXPECT_TRUE(KHRLayer::IsGLESExtLoaded());
         m_context.reset();
@@ -122,6 +124,21 @@ TEST_F(ChosenDriverTest, AFormServesWithItsVersionOrExtension)
     EXPECT_EQ(LastCall(), "glBindVertexArray(3)");
     driver->Set("VERSION", "OpenGL ES 2.0");
     EXPECT_TRUE(KHRLayer::IsGLESExtLoaded()) << "what a newer context has is not taken away";
+
+    // A context of OpenGL ES 1.1 has functions of its own, and other names for some.
+    EXPECT_EQ(KHRLayer::GLESProc().glMatrixMode, nullptr);
+    driver->Set("VERSION", "OpenGL ES-CM 1.1 fake");
+    driver->Set("EXTENSIONS", "GL_OES_framebuffer_object");
+    EXPECT_FALSE(KHRLayer::IsGLESExtLoaded());
+    KHRLayer::LoadGLESExt();
+    EXPECT_TRUE(KHRLayer::playbackGLESProcTable.glMatrixMode && KHRLayer::playbackGLESProcTable.glClear);
+    EXPECT_FALSE(KHRLayer::GLESProc().glUseProgram || KHRLayer::GLESExtProc().glLabelObjectEXT);
+    KHRLayer::GLESProc().glBindFramebuffer(GL_FRAMEBUFFER, 3);
+    EXPECT_THAT(LastCall(), testing::StartsWith("glBindFramebufferOES("));
+    driver->Set("VERSION", "OpenGL ES 2.0");
+    EXPECT_FALSE(KHRLayer::IsGLESExtLoaded());
+    KHRLayer::LoadGLESExt();
+    EXPECT_TRUE(KHRLayer::GLESProc().glUseProgram && !KHRLayer::GLESProc().glMatrixMode);
 }
 
 TEST_F(ChosenDriverTest, WithoutACurrentContextNothingIsConcludedFromItsVersion)

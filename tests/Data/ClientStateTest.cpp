@@ -2,6 +2,7 @@
 
 #include "Data/GLEnums.h"
 #include "Data/State/ClientState.h"
+#include "Interfaces/Data.h"
 
 namespace Data {
 
@@ -102,6 +103,30 @@ TEST_F(ContextStateTest, SeparateBindingsDecideForAllTheirAttributes)
     const DrawRange range = state.AttribRange(1, state.Range_glDrawArraysInstanced(4, 0, 6, 7));
     EXPECT_EQ(range.first, 0u);
     EXPECT_EQ(range.count, 3u) << "instances 0, 3 and 6";
+}
+
+TEST_F(ContextStateTest, ClientArraysAreAttributesOfContextsThatHaveNoOthers)
+{
+    constexpr std::uint32_t TexCoords = 0x8078;
+    state.glVertexPointer(3, Enum::Float, 0, Address(0x1000));
+    state.glEnableClientState(0x8074);
+    EXPECT_EQ(state.ClientAttribs(), 0u) << "the context has attributes";
+    state.UseFixedFunctions();
+    Pointer(0, 0x2000);
+    EXPECT_EQ(state.ClientAttribs(), 0u);
+    state.glVertexPointer(3, Enum::Byte, 0, Address(0x1000));
+    state.glEnableClientState(0x8074);
+    state.glClientActiveTexture(0x84C1);
+    state.glEnableClientState(TexCoords);
+    state.glBindBuffer(Enum::ArrayBuffer, 1);
+    state.glClientActiveTexture(0x84C0);
+    state.glEnableClientState(TexCoords);
+    state.glTexCoordPointer(2, Enum::Float, 20, Address(16));
+    EXPECT_EQ(state.ClientAttribs(), 1u << ClientArray::Vertex | 2u << ClientArray::TexCoord);
+    EXPECT_EQ(state.Binding(ClientArray::Vertex).stride, 3) << "packed";
+    EXPECT_EQ(state.Binding(ClientArray::TexCoord).stride, 20);
+    state.glNormalPointer(Enum::Float, -4, nullptr);
+    EXPECT_EQ(state.Binding(ClientArray::Normal).buffer, 0u) << "refused";
 }
 
 TEST_F(ContextStateTest, IndicesGiveTheRangeOfVertices)

@@ -50,6 +50,9 @@ TEST_F(EGLPlaybackAdapterTest, ContextsAreMadeForVersion2AtLeast)
          "EGL_CONTEXT_PRIORITY_LEVEL_IMG: 7, EGL_CONTEXT_CLIENT_VERSION: 2", true},
         {In({EGL_CONTEXT_CLIENT_VERSION, 3, EGL_CONTEXT_MINOR_VERSION, 1, EGL_NONE}),
          "EGL_CONTEXT_CLIENT_VERSION: 3, EGL_CONTEXT_MINOR_VERSION: 1", false},
+        // The whole version says that no other one will do.
+        {In({EGL_CONTEXT_CLIENT_VERSION, 1, EGL_CONTEXT_MINOR_VERSION, 1, EGL_NONE}), "EGL_CONTEXT_CLIENT_VERSION: 1",
+         false},
     };
     Initialize();
     for (const auto& each : cases) {
@@ -60,7 +63,7 @@ TEST_F(EGLPlaybackAdapterTest, ContextsAreMadeForVersion2AtLeast)
     }
     adapter->Process_eglCreateContext(4, 1, 5, 3, Null());
     adapter->Process_eglCreateContext(0, 1, 5, 3, Null());
-    EXPECT_THAT(Calls(), Contains(StartsWith("eglCreateContext(11, 21, 504, ")));
+    EXPECT_THAT(Calls(), Contains(StartsWith("eglCreateContext(11, 21, 505, ")));
     // Without a config, for surfaces of any, where the driver can do that.
     driver->Set("EGL_EXTENSIONS", "EGL_KHR_no_config_context");
     adapter->Process_eglCreateContext(6, 1, 0, 0, Null());

@@ -17,6 +17,7 @@ CLIENTS = {
     "depth-control": FRAMES,
     "displays": 14,
     "draw-buffers": FRAMES,
+    "fixed-function": FRAMES,
     "framebuffer-fetch": FRAMES,
     "images": FRAMES,
     "made-up-names": FRAMES,

@@ -27,6 +27,12 @@ protected:
         writer->WindowSize(1, 1, 4, 4);
         MakeCurrent(1);
     }
+    /// A context of OpenGL ES 1.1 is current from here on.
+    void UseFixedFunctions()
+    {
+        Call(CallId::eglCreateContext, 11, 1, 1, 0, std::vector<std::int32_t>{0x3098, 1, 0x30FB, 1, Enum::EglNone});
+        MakeCurrent(11);
+    }
     void MakeContext(std::uint32_t context, std::uint32_t share = 0)
     {
         Call(CallId::eglCreateContext, context, 1, 1, share, std::vector<std::int32_t>{0x3098, 3, Enum::EglNone});

@@ -6,7 +6,7 @@ from states import number
 from text import BANNER, wrap
 
 # Words and indexes that the state itself knows.
-WORDS = {"array_buffer": "BoundBuffer(Enum::ArrayBuffer)", "vertex_stride": "VertexStride(size, type, stride)"}
+WORDS = {"client_unit": "m_clientUnit", "array_buffer": "BoundBuffer(Enum::ArrayBuffer)", "vertex_stride": "VertexStride(size, type, stride)"}
 
 
 def tracked(api):
@@ -24,7 +24,7 @@ def value(call, word):
     if word in WORDS:
         return WORDS[word]
     if word not in [p.name for p in call.params]:
-        return str(number(word))
+        return f"{number(word):#06x}" if word.startswith("GL_") else str(number(word))
     return f"AddressOf({word})" if call.param(word).type.is_pointer else word
 
 

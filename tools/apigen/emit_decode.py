@@ -126,7 +126,7 @@ def checks(api, call):
         memory = argument(call.param("indices"), call.params.index(call.param("indices")))
         text += ("    if (decoder.HasDriver() && !decoder.Bound().HasElementBuffer())\n"
                  f"        decoder.KeepPromise(decoder.Bound().RangeOfIndices({memory}, count, type, 0, 1), start, end);\n")
-    if call.has("draw") or call.has("draw_no_step"):
+    if (call.has("draw") or call.has("draw_no_step")) and not call.has("no_vertices"):
         text += wrap(f"    if (decoder.Bound().ClientAttribs() != 0 &&\n        !decoder.CoversDraw(decoder.Bound().Range_{call.name}(",
                      [argument(p, i) for i, p in enumerate(call.params)], ")))\n        return;\n", indent=12)
     return text

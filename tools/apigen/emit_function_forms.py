@@ -12,10 +12,11 @@ def forms(api):
     for call in api.calls:
         group = next((of for of in classes if of == call.name or any(n == call.name for n, _ in classes[of])), None)
         own = (call.name, call.where)
-        others = []
+        others = [(call.name, api.also[call.name])] if call.name in api.also else []
         if group:
-            others = [(group, api.by_name[group].where)] + classes[group]
-        result[call] = [own] + [other for other in others if other[0] != call.name]
+            of_group = [(group, api.by_name[group].where)] + classes[group]
+            others += [other for other in of_group if other[0] != call.name]
+        result[call] = [own, *others]
     return result
 
 

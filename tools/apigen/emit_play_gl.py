@@ -24,7 +24,7 @@ def translated(t, name):
         return f"{LOOK_UPS[t.name]}({t.of}, {name})"
     if t.kind:
         return f"{table}GetValueGL{t.kind}({name})"
-    if t.name in ("bool", "uint64"):
+    if t.name in ("bool", "ubyte", "short", "uint64"):
         return f"static_cast<{t.scalar.c}>({name})"
     return name
 

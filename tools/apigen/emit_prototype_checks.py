@@ -12,6 +12,10 @@ def emit(api):
         for call in api.table(table):
             if call.where == "symbol" or "TAVO" in call.where or call.name in NOT_IN_HEADERS:
                 continue
+            if call.where == "1.1" or call.name == "glPointSizePointerOES":
+                # The header of OpenGL ES 1.1 has the functions, and no types of pointers to them.
+                text += f"CHECK_PROTOTYPE({table}, {call.name}, decltype(&::{call.name}))\n"
+                continue
             text += f"CHECK_PROTOTYPE({table}, {call.name}, PFN{call.name.upper()}PROC)\n"
     return text
 

@@ -319,7 +319,7 @@ def entry_point(name, call):
         return text + f"    const LastIsOpen open(static_cast<bool>(call));\n    {live};\n}}\n\n"
     if uses_buffers(call):
         text += "    if (call)\n        BeforeUse(*call);\n"
-    if is_draw(call):
+    if is_draw(call) and not call.has("no_vertices"):
         text += ("    const ClientVertices vertices(call.Get(), [&] {\n"
                  f"        return call->State().Range_{call.name}({c_arguments(call)});\n    }});\n")
     if call.has("makes_name"):

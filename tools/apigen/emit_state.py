@@ -11,7 +11,7 @@ from text import BANNER, enumerator, header
 OWNERS = {"vertex_array": "VertexArray", "transform_feedback": "TransformFeedback", "texture_of": "TextureOf",
           "read_framebuffer": "ReadFramebuffer", "draw_framebuffer": "DrawFramebuffer", "framebuffer_of": "FramebufferOf",
           "current_program": "Program"}
-INDEXES = {"unit": "Unit", "buffers": "DrawBuffers", "faces": "Faces", "face_of": "FacesOf",
+INDEXES = {"unit": "Unit", "client_unit": "ClientUnit", "buffers": "DrawBuffers", "faces": "Faces", "face_of": "FacesOf",
            "framebuffers_of": "FramebuffersOf", "viewports": "Viewports", "viewports_from": "ViewportsFrom"}
 WORDS = {"array_buffer": "ArrayBuffer", "vertex_stride": "VertexStride", "vector": "Elements", "cube_face": "CubeFace"}
 TESTS = {"is": "Is", "is not": "IsNot", "has": "Has"}
@@ -20,7 +20,7 @@ RANGES = ("buffers", "faces", "face_of", "framebuffers_of", "viewports", "viewpo
 DEPENDS = {"texture_of": "target", "framebuffer_of": "target", "framebuffers_of": "target", "face_of": "face",
            "viewports_from": "first", "vertex_stride": "stride", "vector": "v", "cube_face": "textarget"}
 # How a part of a state's name is written: what its index counts.
-COUNTED = {"unit": "TextureUnit", "buffers": "DrawBuffer", "faces": "Face", "face_of": "Face",
+COUNTED = {"unit": "TextureUnit", "client_unit": "TextureUnit", "buffers": "DrawBuffer", "faces": "Face", "face_of": "Face",
            "framebuffers_of": "Framebuffer", "viewports": "Viewport", "viewports_from": "Viewport"}
 
 

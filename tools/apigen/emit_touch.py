@@ -32,7 +32,7 @@ def operation(call):
     body = "".join(touch(call, p) for p in call.params if p.type.is_pointer)
     if call.ret.form == "cstring":
         body = "        m_memory.Text(captured);\n" + body
-    if call.has("draw") or call.has("draw_no_step"):
+    if (call.has("draw") or call.has("draw_no_step")) and not call.has("no_vertices"):
         arguments = ", ".join(f"{p.name}->GetPointer()" if p.type.is_pointer else p.name for p in call.params)
         body += f"        m_memory.Vertices(m_decoder.Context(), m_decoder.Context().Range_{call.name}({arguments}));\n"
     if not body:

@@ -24,7 +24,7 @@ NOTES = {"custom", "accepted", "draw", "draw_no_step", "dispatch", "blit", "resi
          "makes", "contexts", "uses_buffers", "waits", "makes_name", "makes_handle", "judged", "without_names", "vertex_pointer", "buffered_indices",
          "clear", "blit_no_step", "upload", "compiles", "links", "custom_count", "custom_record", "changes_framebuffer",
          "ends_flush", "ends_finish", "ends_fence", "ends_readback", "ends_marker",
-         "copy", "mipmap"}
+         "copy", "mipmap", "no_vertices"}
 
 
 class ApiError(Exception):
@@ -166,6 +166,7 @@ class Alias:
 class Api:
     calls: list = field(default_factory=list)
     aliases: list = field(default_factory=list)
+    also: dict = field(default_factory=dict)  # call: another version whose core has it
     hidden: list = field(default_factory=list)  # names of extensions
     entries: list = field(default_factory=list)  # names that the recorder stands in for beside those of the calls
     features: Features = field(default_factory=Features)
@@ -322,6 +323,11 @@ def parse_line(api, line):
         api.needs[m[1]] = m[2].split()
     elif word == "entry":
         api.entries += line.split()[1:]
+    elif word == "also":
+        m = re.fullmatch(r"also (\d\.\d) : (.+)", line)
+        if not m:
+            raise ApiError("expected also VERSION : CALL...")
+        api.also |= dict.fromkeys(m[2].split(), m[1])
     elif word == "object":
         if not objects.parse_line(api.objects, line):
             raise ApiError("expected object TYPE : OWNER, NAME[, made_up][, labels IDENTIFIER...]")
@@ -355,6 +361,9 @@ def load(paths):
     for alias in api.aliases:
         if alias.of not in api.by_name:
             raise ApiError(f"alias {alias.name}: there is no call {alias.of}")
+    for name in api.also:
+        if name not in api.by_name:
+            raise ApiError(f"there is no call {name}, which another version is said to have, too")
     counted = [count.call for count in api.features.counts]
     needed = [call for calls in api.needs.values() for call in calls]
     for call in [*counted, *api.states.changes, *api.states.nothing, *needed]:

@@ -42,6 +42,8 @@ SCALARS = {
     "float": Scalar("GLfloat", "float", 4, "f"),
     "offset": Scalar("GLintptr", I64, 8, "l"),
     "bytes": Scalar("GLsizeiptr", I64, 8, "l"),
+    "ubyte": Scalar("GLubyte", U32, 4, "u", element_size=1),
+    "short": Scalar("GLshort", I32, 4, "i", element_size=2),
     "int64": Scalar("GLint64", I64, 8, "l"),
     "uint64": Scalar("GLuint64", I64, 8, "l"),
     **{name: Scalar("GLuint", U32, 4, "u", kind) for name, kind in OBJECTS.items()},

@@ -7,7 +7,7 @@ namespace Data {
 ClientState::ClientState() : m_contexts(std::make_shared<Client>(0, std::make_shared<ShareGroupState>())) {}
 
 void ClientState::eglCreateContext(std::uint32_t result, std::uint32_t /*display*/, std::uint32_t /*config*/,
-                                   std::uint32_t shareContext, const void* /*attribs*/)
+                                   std::uint32_t shareContext, const void* attribs)
 {
     if (result == 0)
         return;
@@ -23,6 +23,8 @@ void ClientState::eglCreateContext(std::uint32_t result, std::uint32_t /*display
         m_contexts.Renew(result);
     else
         m_contexts.Create(result, shareContext);
+    if (IsFirstVersion(attribs))
+        m_contexts.Find(result)->UseFixedFunctions();
 }
 
 std::uint32_t ClientState::Root(std::uint32_t context) const

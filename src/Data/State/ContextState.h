@@ -77,6 +77,10 @@ struct VertexAttribState {
 
 inline constexpr std::uint32_t MaxVertexAttribs = 32;
 
+/// The place of a client array (see Interfaces/Data.h) that glEnableClientState calls `array` and that is none of a
+/// texture unit's; MaxVertexAttribs for none.
+[[nodiscard]] std::uint32_t PlaceOfArray(std::uint32_t array);
+
 /// Bit i stands for attribute i.
 struct VertexArrayState {
     VertexArrayState();
@@ -112,6 +116,10 @@ inline std::span<const std::uint32_t> ObjectNames(std::int32_t n, const void* na
         return {};
     return {static_cast<const std::uint32_t*>(names), static_cast<std::size_t>(n)};
 }
+
+/// Whether eglCreateContext gets a context of OpenGL ES 1 with this list, closed by EGL_NONE, which it asks for by not
+/// giving a version, too. Null is a list without anything.
+[[nodiscard]] bool IsFirstVersion(const void* attribs);
 
 /// One captured context. The methods named like calls come with each such call, in the order of the stream; a return
 /// value comes first, and memory holds what it held when the driver had answered.
@@ -161,6 +169,12 @@ public:
     {
         return m_vertexArray->attribs[m_vertexArray->attribs[index].binding];
     }
+    /// The context is one of OpenGL ES 1.1: it has client arrays in the places of attributes.
+    void UseFixedFunctions() { m_hasFixedFunctions = true; }
+    [[nodiscard]] bool HasFixedFunctions() const { return m_hasFixedFunctions; }
+    /// Number of the active client texture unit.
+    [[nodiscard]] std::uint32_t ClientUnit() const { return m_clientUnit; }
+
     /// False when a glVertexAttribPointer of this client pointer is an error, since the bound vertex array object is
     /// not allowed to read from client memory.
     [[nodiscard]] bool AcceptsAttribPointer(std::uint64_t pointer) const
@@ -239,27 +253,6 @@ public:
     {
         return {};
     }
-    // Mesh shaders read no vertices.
-    [[nodiscard]] static DrawRange Range_glDrawMeshTasksNV(std::uint32_t /*first*/, std::uint32_t /*count*/)
-    {
-        return {.isKnown = true};
-    }
-    [[nodiscard]] static DrawRange Range_glDrawMeshTasksIndirectNV(std::int64_t /*indirect*/)
-    {
-        return {.isKnown = true};
-    }
-    [[nodiscard]] static DrawRange Range_glMultiDrawMeshTasksIndirectNV(std::int64_t /*indirect*/,
-                                                                        std::int32_t /*draws*/, std::int32_t /*stride*/)
-    {
-        return {.isKnown = true};
-    }
-    [[nodiscard]] static DrawRange Range_glMultiDrawMeshTasksIndirectCountNV(std::int64_t /*indirect*/,
-                                                                             std::int64_t /*draws*/,
-                                                                             std::int32_t /*most*/,
-                                                                             std::int32_t /*stride*/)
-    {
-        return {.isKnown = true};
-    }
     [[nodiscard]] DrawRange Range_glDrawArraysIndirect(std::uint32_t mode, const void* indirect) const;
     [[nodiscard]] DrawRange Range_glDrawElementsIndirect(std::uint32_t mode, std::uint32_t type,
                                                          const void* indirect) const;
@@ -314,6 +307,19 @@ private:
     void SetAttribBinding(std::uint32_t index, std::uint32_t binding);
     void SetBindingBuffer(std::uint32_t binding, std::uint32_t buffer, std::uint64_t pointer, std::int32_t stride);
     void SetBindingDivisor(std::uint32_t binding, std::uint32_t divisor);
+    // Client arrays, by the names that glEnableClientState takes, and those of texture units.
+    void SetClientActiveTexture(std::uint32_t texture);
+    void SetArrayEnabled(std::uint32_t array, bool isEnabled);
+    void SetArray(std::uint32_t array, std::uint32_t buffer, std::uint64_t pointer, std::int32_t stride,
+                  std::int32_t size, std::uint32_t type);
+    void SetTexcoordArrayEnabled(std::uint32_t unit, bool isEnabled);
+    void SetTexcoordArray(std::uint32_t unit, std::uint32_t buffer, std::uint64_t pointer, std::int32_t stride,
+                          std::int32_t size, std::uint32_t type);
+    void EnableAttrib(std::uint32_t index, bool isEnabled);
+    void ChangeBinding(std::uint32_t binding, std::uint32_t buffer, std::uint64_t pointer, std::int32_t stride);
+    /// Of the client array with this place; nothing for what a driver refuses.
+    void ChangeArray(std::uint32_t place, std::uint32_t buffer, std::uint64_t pointer, std::int32_t stride,
+                     std::int32_t size, std::uint32_t type);
 
     // Whether a driver takes the call. What it refuses leaves an attribute in client memory, if it was there.
     [[nodiscard]] bool Accepts_glVertexAttribPointer(std::uint32_t index, std::int32_t size, std::uint32_t type,
@@ -352,6 +358,8 @@ private:
     std::uint32_t m_vertexArrayName = 0;
     bool m_isOesVertexArray = false;
     bool m_isPrimitiveRestart = false;
+    bool m_hasFixedFunctions = false;
+    std::uint32_t m_clientUnit = 0;
 };
 
 } // namespace Data

@@ -130,6 +130,12 @@ bool ContextState::Accepts_glVertexAttribPointer(std::uint32_t /*index*/, std::i
 
 void ContextState::SetAttribEnabled(std::uint32_t index, bool isEnabled)
 {
+    if (!m_hasFixedFunctions)
+        EnableAttrib(index, isEnabled);
+}
+
+void ContextState::EnableAttrib(std::uint32_t index, bool isEnabled)
+{
     if (index >= MaxVertexAttribs)
         return;
     const std::uint32_t bit = 1u << index;
@@ -139,7 +145,7 @@ void ContextState::SetAttribEnabled(std::uint32_t index, bool isEnabled)
 void ContextState::SetAttribFormat(std::uint32_t index, std::int32_t size, std::uint32_t type, bool normalized,
                                    bool integer, std::uint32_t relativeOffset)
 {
-    if (index >= MaxVertexAttribs)
+    if (index >= MaxVertexAttribs || m_hasFixedFunctions)
         return;
     VertexAttribState& attrib = m_vertexArray->attribs[index];
     attrib.size = size;
@@ -151,7 +157,8 @@ void ContextState::SetAttribFormat(std::uint32_t index, std::int32_t size, std::
 
 void ContextState::SetAttribBinding(std::uint32_t index, std::uint32_t binding)
 {
-    if (index >= MaxVertexAttribs || binding >= MaxVertexAttribs || m_vertexArray->attribs[index].binding == binding)
+    if (index >= MaxVertexAttribs || binding >= MaxVertexAttribs || m_hasFixedFunctions ||
+        m_vertexArray->attribs[index].binding == binding)
         return;
     m_vertexArray->isPlain = m_vertexArray->isPlain && index == binding;
     m_vertexArray->attribs[index].binding = binding;
@@ -160,6 +167,13 @@ void ContextState::SetAttribBinding(std::uint32_t index, std::uint32_t binding)
 
 void ContextState::SetBindingBuffer(std::uint32_t binding, std::uint32_t buffer, std::uint64_t pointer,
                                     std::int32_t stride)
+{
+    if (!m_hasFixedFunctions)
+        ChangeBinding(binding, buffer, pointer, stride);
+}
+
+void ContextState::ChangeBinding(std::uint32_t binding, std::uint32_t buffer, std::uint64_t pointer,
+                                 std::int32_t stride)
 {
     if (binding >= MaxVertexAttribs)
         return;
@@ -172,7 +186,7 @@ void ContextState::SetBindingBuffer(std::uint32_t binding, std::uint32_t buffer,
 
 void ContextState::SetBindingDivisor(std::uint32_t binding, std::uint32_t divisor)
 {
-    if (binding < MaxVertexAttribs)
+    if (binding < MaxVertexAttribs && !m_hasFixedFunctions)
         m_vertexArray->attribs[binding].divisor = divisor;
 }
 

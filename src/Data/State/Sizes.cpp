@@ -92,6 +92,12 @@ std::uint32_t Components(std::uint32_t format)
     }
 }
 
+/// GL_MODELVIEW_MATRIX, GL_PROJECTION_MATRIX and GL_TEXTURE_MATRIX, and those of GL_OES_matrix_get.
+bool IsMatrix(std::uint32_t pname)
+{
+    return (pname >= 0x0BA6 && pname <= 0x0BA8) || (pname >= 0x898D && pname <= 0x898F);
+}
+
 } // namespace
 
 std::uint32_t PixelBytes(std::uint32_t format, std::uint32_t type)
@@ -173,15 +179,27 @@ std::uint32_t VertexElementBytes(std::int32_t size, std::uint32_t type)
 
 std::int64_t ParameterCount(std::uint32_t pname)
 {
+    if (IsMatrix(pname))
+        return 16;
     switch (pname) {
     case 0x92BE: // GL_PRIMITIVE_BOUNDING_BOX
         return 8;
+    case 0x0B00: // GL_CURRENT_COLOR
+    case 0x0B03: // GL_CURRENT_TEXTURE_COORDS
+    case 0x0B53: // GL_LIGHT_MODEL_AMBIENT
     case 0x0B66: // GL_FOG_COLOR
     case 0x0BA2: // GL_VIEWPORT
     case 0x0C10: // GL_SCISSOR_BOX
     case 0x0C22: // GL_COLOR_CLEAR_VALUE
     case 0x0C23: // GL_COLOR_WRITEMASK
     case 0x1004: // GL_TEXTURE_BORDER_COLOR
+    case 0x1200: // GL_AMBIENT
+    case 0x1201: // GL_DIFFUSE
+    case 0x1202: // GL_SPECULAR
+    case 0x1203: // GL_POSITION
+    case 0x1600: // GL_EMISSION
+    case 0x1602: // GL_AMBIENT_AND_DIFFUSE
+    case 0x2201: // GL_TEXTURE_ENV_COLOR
     case 0x8005: // GL_BLEND_COLOR
     case 0x8626: // GL_CURRENT_VERTEX_ATTRIB
     case 0x8B9D: // GL_TEXTURE_CROP_RECT_OES
@@ -189,6 +207,8 @@ std::int64_t ParameterCount(std::uint32_t pname)
     case 0x8E74: // GL_PATCH_DEFAULT_OUTER_LEVEL
     case 0x8F12: // GL_WINDOW_RECTANGLE_EXT
         return 4;
+    case 0x0B02: // GL_CURRENT_NORMAL
+    case 0x1204: // GL_SPOT_DIRECTION
     case 0x8129: // GL_POINT_DISTANCE_ATTENUATION
     case 0x8267: // GL_COMPUTE_WORK_GROUP_SIZE
         return 3;

@@ -65,6 +65,7 @@ enum class Source : std::uint8_t {
     FramebufferOf, ///< bound to the target `parameter`
     // Indexes.
     Unit,           ///< the active texture unit
+    ClientUnit,     ///< the one that client arrays of texture coordinates belong to
     DrawBuffers,    ///< all of them
     Viewports,      ///< all of them
     ViewportsFrom,  ///< from `parameter`, as many as the parameter `other` says

@@ -145,6 +145,9 @@ std::uint32_t StateModel::IndexOf(const Operand& operand, const CallArguments& c
     case Source::Unit:
         Selected(State::ActiveTexture);
         return Unit();
+    case Source::ClientUnit:
+        Selected(State::ClientActiveTexture);
+        return Name(Word(Context().owner, State::ClientActiveTexture)) - Texture0;
     case Source::DrawBuffers:
         place.count = DrawBuffers;
         return 0;

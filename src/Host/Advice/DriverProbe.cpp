@@ -66,7 +66,7 @@ bool Contains(const std::vector<GLint>& list, std::uint32_t value)
 
 } // namespace
 
-DriverProbe::DriverProbe(wl_display* compositor)
+DriverProbe::DriverProbe(wl_display* compositor, const std::string& glVersion)
 {
     const Core::EGLProcTable& egl = KHRLayer::EGLProc();
     if (!egl.eglGetDisplay || !egl.eglChooseConfig || !egl.eglCreateContext || !egl.eglDestroyContext ||
@@ -74,23 +74,47 @@ DriverProbe::DriverProbe(wl_display* compositor)
         return;
     m_display = egl.eglGetDisplay(reinterpret_cast<EGLNativeDisplayType>(compositor));
     egl.eglBindAPI(EGL_OPENGL_ES_API);
-    const EGLint request[] = {EGL_RENDERABLE_TYPE, EGL_OPENGL_ES2_BIT, EGL_NONE};
+    m_hasFixedFunctions = Core::IsFixedFunction(Core::ParseContextVersion(glVersion));
+    m_context = MakeContext(m_hasFixedFunctions);
+    if (!HasContext() && m_hasFixedFunctions) {
+        m_hasFixedFunctions = false;
+        m_context = MakeContext(false);
+    }
+}
+
+EGLContext DriverProbe::MakeContext(bool hasFixedFunctions) const
+{
+    const Core::EGLProcTable& egl = KHRLayer::EGLProc();
+    const EGLint request[] = {EGL_RENDERABLE_TYPE, hasFixedFunctions ? EGL_OPENGL_ES_BIT : EGL_OPENGL_ES2_BIT,
+                              EGL_NONE};
     EGLConfig config = nullptr;
     EGLint count = 0;
     if (!egl.eglChooseConfig(m_display, request, &config, 1, &count) || count < 1)
-        return;
-    for (const EGLint version : {3, 2}) {
+        return EGL_NO_CONTEXT;
+    EGLContext context = EGL_NO_CONTEXT;
+    for (EGLint version = hasFixedFunctions ? 1 : 3; context == EGL_NO_CONTEXT && version > 0; --version) {
         const EGLint attribs[] = {EGL_CONTEXT_CLIENT_VERSION, version, EGL_NONE};
-        m_context = egl.eglCreateContext(m_display, config, EGL_NO_CONTEXT, attribs);
-        if (HasContext())
-            break;
+        if (version > 1 || hasFixedFunctions)
+            context = egl.eglCreateContext(m_display, config, EGL_NO_CONTEXT, attribs);
     }
-    if (HasContext() && !egl.eglMakeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, m_context)) {
-        egl.eglDestroyContext(m_display, m_context);
-        m_context = EGL_NO_CONTEXT;
+    if (context != EGL_NO_CONTEXT && !egl.eglMakeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, context)) {
+        egl.eglDestroyContext(m_display, context);
+        return EGL_NO_CONTEXT;
     }
-    if (HasContext())
+    if (context != EGL_NO_CONTEXT)
         KHRLayer::LoadGLESExt();
+    return context;
+}
+
+void DriverProbe::LoadOtherApi() const
+{
+    const Core::EGLProcTable& egl = KHRLayer::EGLProc();
+    EGLContext const other = MakeContext(!m_hasFixedFunctions);
+    if (other == EGL_NO_CONTEXT)
+        return;
+    egl.eglMakeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, m_context);
+    egl.eglDestroyContext(m_display, other);
+    KHRLayer::LoadGLESExt();
 }
 
 DriverProbe::~DriverProbe()
@@ -119,7 +143,8 @@ std::vector<std::string> DriverProbe::FindMissing(const Requirements& needed) co
 {
     std::vector<std::string> missing;
     const int version = Core::ParseContextVersion(Text(GL_VERSION));
-    if (needed.version > version) {
+    LoadOtherApi();
+    if (needed.version > version && !m_hasFixedFunctions) {
         missing.push_back("OpenGL ES " + VersionText(needed.version) + ", where the driver has " +
                           VersionText(version) + ": such contexts are not made");
     }

@@ -20,8 +20,9 @@ namespace Host {
 /// back when it is gone, so that a replay finds all as it was. A driver that makes no such context cannot be looked at.
 class DriverProbe {
 public:
-    /// The platform is that of OpenDriver.
-    explicit DriverProbe(wl_display* compositor);
+    /// The platform is that of OpenDriver. `glVersion` is the GL_VERSION of the recording's first context: the look is
+    /// through a context of OpenGL ES 1.1 when that was one, and the driver makes it.
+    explicit DriverProbe(wl_display* compositor, const std::string& glVersion = {});
     ~DriverProbe();
     DriverProbe(const DriverProbe&) = delete;
     DriverProbe& operator=(const DriverProbe&) = delete;
@@ -35,8 +36,14 @@ public:
     [[nodiscard]] std::vector<std::string> FindMissing(const Requirements& needed) const;
 
 private:
+    /// Of OpenGL ES 1.1, or of a later version; makes it current, and loads its functions.
+    [[nodiscard]] EGLContext MakeContext(bool hasFixedFunctions) const;
+    /// Loads the functions too that the context does not have.
+    void LoadOtherApi() const;
+
     EGLDisplay m_display = EGL_NO_DISPLAY;
     EGLContext m_context = EGL_NO_CONTEXT;
+    bool m_hasFixedFunctions = false;
 };
 
 } // namespace Host

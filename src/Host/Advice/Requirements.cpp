@@ -39,6 +39,14 @@ int ContextVersion(const CallArguments& arguments)
     return std::clamp(major, 1, 9) * 10 + std::clamp(minor, 0, 9);
 }
 
+/// Contexts of OpenGL ES 1.1 have these formats, and others may not list them.
+bool IsPaletted(std::uint32_t format)
+{
+    constexpr std::uint32_t First = 0x8B90; // GL_PALETTE4_RGB8_OES
+    constexpr std::uint32_t Last = 0x8B99;  // GL_PALETTE8_RGB5_A1_OES
+    return format >= First && format <= Last;
+}
+
 Need NeedOf(Data::CallId call)
 {
     switch (call) {
@@ -62,7 +70,8 @@ public:
             m_needed.version = std::max(m_needed.version, ContextVersion(arguments));
             break;
         case Need::CompressedTexture:
-            m_needed.textureFormats.insert(Value(arguments, "internalformat"));
+            if (!IsPaletted(Value(arguments, "internalformat")))
+                m_needed.textureFormats.insert(Value(arguments, "internalformat"));
             Texture(arguments);
             break;
         case Need::CompressedUpload:

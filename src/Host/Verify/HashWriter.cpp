@@ -328,7 +328,7 @@ Util::Outcome WriteHashes(const std::string& captureFile, const std::string& dri
     const auto replay = Replay::LiveReplay::Create(driverDirectory, diagnostics, error);
     if (!replay)
         return Util::Failure{ExitStatus::NoDriver, error};
-    const Data::DriverName driver = DriverProbe(nullptr).Name();
+    const Data::DriverName driver = DriverProbe(nullptr, source->Header().glVersion).Name();
     if (!driver.IsKnown())
         return Util::Failure{ExitStatus::NoDriver, "the driver makes no context that could be asked for its name"};
     Util::OutputFile file(request.output);

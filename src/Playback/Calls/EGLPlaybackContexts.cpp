@@ -12,6 +12,23 @@
 
 namespace Playback {
 
+namespace {
+
+/// A list that asks for version 1 with its minor version means OpenGL ES 1.1 and no other: the recorder says so of
+/// contexts whose calls it knows.
+bool IsMeantAsFirstVersion(const EGLint* attribs)
+{
+    bool isFirst = false;
+    bool hasMinor = false;
+    for (; attribs && attribs[0] != EGL_NONE; attribs += 2) {
+        isFirst = isFirst || (attribs[0] == EGL_CONTEXT_CLIENT_VERSION && attribs[1] == 1);
+        hasMinor = hasMinor || attribs[0] == EGL_CONTEXT_MINOR_VERSION;
+    }
+    return isFirst && hasMinor;
+}
+
+} // namespace
+
 EGLContext EGLPlaybackAdapter::CreateContext(EGLDisplay display, EGLConfig config, EGLContext shareContext,
                                              const EGLint* attribs)
 {
@@ -24,6 +41,19 @@ EGLContext EGLPlaybackAdapter::CreateContext(EGLDisplay display, EGLConfig confi
     list.reserve(UsualEntries);
     bool hasVersion = false;
     bool promoted = false;
+    if (IsMeantAsFirstVersion(attribs)) {
+        // Without the minor version, which drivers need not know.
+        for (const EGLint* pair = attribs; pair[0] != EGL_NONE; pair += 2)
+            if (pair[0] != EGL_CONTEXT_MINOR_VERSION)
+                list.insert(list.end(), {pair[0], pair[1]});
+        list.push_back(EGL_NONE);
+        EGLContext const context = m_surfaceFactory->CreateContext(display, config, shareContext, list.data());
+        if (context != EGL_NO_CONTEXT)
+            return context;
+        PLAYBACK_LOG(Warning, General, SourceFile,
+                     "The driver makes no context of OpenGL ES 1.1: its fixed functions are skipped");
+        list.clear();
+    }
     for (; attribs && attribs[0] != EGL_NONE; attribs += 2) {
         EGLint value = attribs[1];
         if (attribs[0] == EGL_CONTEXT_CLIENT_VERSION) {
@@ -33,7 +63,8 @@ EGLContext EGLPlaybackAdapter::CreateContext(EGLDisplay display, EGLConfig confi
                 promoted = true;
             }
         }
-        list.insert(list.end(), {attribs[0], value});
+        if (!promoted || attribs[0] != EGL_CONTEXT_MINOR_VERSION)
+            list.insert(list.end(), {attribs[0], value});
     }
     if (!hasVersion) {
         list.insert(list.end(), {EGL_CONTEXT_CLIENT_VERSION, LowestVersion});

@@ -1,4 +1,5 @@
 #include "Playback/Calls/GLPlaybackAdapter.h"
+#include "Playback/Calls/ClientArrays.h"
 
 #include <string>
 
@@ -46,6 +47,8 @@ void GLPlaybackAdapter::ProcessVertexAttribData(std::uint32_t index, std::int32_
         const auto program = m_resourceTable->GetCurrentProgram();
         function(m_resourceTable->GetValueGLAttribLocation(program, index), size, type,
                  static_cast<GLboolean>(normalized), stride, data);
+    } else {
+        SetClientArray(index, size, type, stride, data);
     }
 }
 

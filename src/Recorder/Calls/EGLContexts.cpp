@@ -1,5 +1,6 @@
 // Contexts: which thread's gl calls are recorded, and for which context.
 
+#include <array>
 #include <atomic>
 #include <string>
 
@@ -17,15 +18,32 @@ namespace {
 /// Side of the surface that stands for a missing one, in pixels. Nothing is drawn to it.
 constexpr EGLint PlaceholderSize = 16;
 
-/// Version 1 is what a list without a version asks for. Few of its calls are recorded, and replays have no such
-/// contexts.
-bool IsFirstVersion(const EGLint* attribs)
-{
-    EGLint version = 1;
-    for (; attribs != nullptr && attribs[0] != EGL_NONE; attribs += 2)
-        version = attribs[0] == EGL_CONTEXT_CLIENT_VERSION ? attribs[1] : version;
-    return version == 1;
-}
+/// A list of attributes as the capture has it. Contexts of OpenGL ES 1.1 are told there from those of programs that
+/// leave the version out and mean any, which older captures have: by their whole version.
+class RecordedAttribs {
+public:
+    explicit RecordedAttribs(const EGLint* attribs) : m_list(attribs)
+    {
+        if (!Data::IsFirstVersion(attribs))
+            return;
+        EGLint* to = m_ofFirstVersion.data();
+        for (; attribs != nullptr && attribs[0] != EGL_NONE; attribs += 2) {
+            const bool isVersion = attribs[0] == EGL_CONTEXT_CLIENT_VERSION || attribs[0] == EGL_CONTEXT_MINOR_VERSION;
+            if (!isVersion && to != m_ofFirstVersion.data() + Data::MaxAttribs - 4) {
+                *to++ = attribs[0];
+                *to++ = attribs[1];
+            }
+        }
+        for (const EGLint value : {EGL_CONTEXT_CLIENT_VERSION, 1, EGL_CONTEXT_MINOR_VERSION, 1, EGL_NONE})
+            *to++ = value;
+        m_list = m_ofFirstVersion.data();
+    }
+    [[nodiscard]] const EGLint* Get() const { return m_list; }
+
+private:
+    const EGLint* m_list;
+    std::array<EGLint, Data::MaxAttribs + 1> m_ofFirstVersion;
+};
 
 /// A config of the display that off-screen surfaces can have, else any.
 EGLConfig AnyConfig(EGLDisplay display)
@@ -135,7 +153,7 @@ RECORDER_EXPORT EGLContext eglCreateContext(EGLDisplay dpy, EGLConfig config, EG
     const auto live = Live<EGLContext (*)(EGLDisplay, EGLConfig, EGLContext, const EGLint*)>(Entry::eglCreateContext);
     // Some programs do not look whether they got the API that they asked for, and go on with the first version of the
     // other one. A context that they do not get leads them on.
-    const bool isRefused = WasRefusedDesktopGL() && IsFirstVersion(attribs);
+    const bool isRefused = WasRefusedDesktopGL() && Data::IsFirstVersion(attribs);
     const EGLCall call;
     if (isRefused) {
         const EGLint noAttribute[] = {EGL_CONTEXT_CLIENT_TYPE, 0, EGL_NONE};
@@ -145,15 +163,16 @@ RECORDER_EXPORT EGLContext eglCreateContext(EGLDisplay dpy, EGLConfig config, EG
     const bool recorded = call && !UsesDesktopGL();
     if (recorded)
         DescribeConfig(dpy, config);
+    const RecordedAttribs written(attribs);
     const EGLContext result =
-        While(recorded ? Record::Begin::eglCreateContext(dpy, config, share, attribs) : CallRecord(),
+        While(recorded ? Record::Begin::eglCreateContext(dpy, config, share, written.Get()) : CallRecord(),
               [&] { return live(dpy, config, share, attribs); });
     if (recorded) {
-        Record::eglCreateContext(Capturing(), result, dpy, config, share, attribs);
+        Record::eglCreateContext(Capturing(), result, dpy, config, share, written.Get());
         if (result != EGL_NO_CONTEXT && !AddContext(result, share, config))
             AbandonCapture(Capturing());
-        if (result != EGL_NO_CONTEXT && IsFirstVersion(attribs))
-            CountUnrecorded("contexts of OpenGL ES 1.1");
+        if (const auto context = FindContext(result); context != nullptr && Data::IsFirstVersion(attribs))
+            context->State().UseFixedFunctions();
     } else if (call && result != EGL_NO_CONTEXT) {
         CountUnrecorded("contexts of desktop OpenGL");
         ReportDesktopContext();

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Recorder/Symbols/LiveFunctions.h"
+#include "Recorder/Thread.h"
 
 namespace Recorder {
 namespace {
@@ -14,22 +15,27 @@ template <class Function> void Fill(Function& function, Entry entry)
     function = Live<Function>(entry);
 }
 
+/// Of the current context: one of OpenGL ES 1.1 has framebuffer objects by an extension.
 Data::BackBufferFunctions ReadBackFunctions()
 {
+    const bool isFirst = thread.context != nullptr && thread.context->State().HasFixedFunctions();
     Data::BackBufferFunctions functions = {};
     Fill(functions.glGetString, Entry::glGetString);
     Fill(functions.glGetIntegerv, Entry::glGetIntegerv);
     Fill(functions.glPixelStorei, Entry::glPixelStorei);
     Fill(functions.glBindBuffer, Entry::glBindBuffer);
-    Fill(functions.glBindFramebuffer, Entry::glBindFramebuffer);
+    Fill(functions.glBindFramebuffer, isFirst ? Entry::glBindFramebufferOES : Entry::glBindFramebuffer);
     Fill(functions.glReadBuffer, Entry::glReadBuffer);
     Fill(functions.glReadPixels, Entry::glReadPixels);
     Fill(functions.glGetError, Entry::glGetError);
-    Fill(functions.glIsFramebuffer, Entry::glIsFramebuffer);
-    Fill(functions.glCheckFramebufferStatus, Entry::glCheckFramebufferStatus);
-    Fill(functions.glGetFramebufferAttachmentParameteriv, Entry::glGetFramebufferAttachmentParameteriv);
-    Fill(functions.glBindRenderbuffer, Entry::glBindRenderbuffer);
-    Fill(functions.glGetRenderbufferParameteriv, Entry::glGetRenderbufferParameteriv);
+    Fill(functions.glIsFramebuffer, isFirst ? Entry::glIsFramebufferOES : Entry::glIsFramebuffer);
+    Fill(functions.glCheckFramebufferStatus,
+         isFirst ? Entry::glCheckFramebufferStatusOES : Entry::glCheckFramebufferStatus);
+    Fill(functions.glGetFramebufferAttachmentParameteriv,
+         isFirst ? Entry::glGetFramebufferAttachmentParameterivOES : Entry::glGetFramebufferAttachmentParameteriv);
+    Fill(functions.glBindRenderbuffer, isFirst ? Entry::glBindRenderbufferOES : Entry::glBindRenderbuffer);
+    Fill(functions.glGetRenderbufferParameteriv,
+         isFirst ? Entry::glGetRenderbufferParameterivOES : Entry::glGetRenderbufferParameteriv);
     Fill(functions.glBindTexture, Entry::glBindTexture);
     Fill(functions.glGetTexLevelParameteriv, Entry::glGetTexLevelParameteriv);
     return functions;

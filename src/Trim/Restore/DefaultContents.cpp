@@ -44,6 +44,10 @@ std::vector<DefaultContents> Read(Data::MetaHandler* restorer, std::set<std::str
     if (surface == EGL_NO_SURFACE || !egl.eglQuerySurface(display, surface, EGL_WIDTH, &width) ||
         !egl.eglQuerySurface(display, surface, EGL_HEIGHT, &height))
         return {};
+    if (!GL().glBlitFramebuffer) {
+        missing.insert("the picture, since the context has no blits");
+        return {};
+    }
     GL().glBindFramebuffer(GL_FRAMEBUFFER, 0);
     if (restorer)
         GL().glDisable(GL_SCISSOR_TEST);

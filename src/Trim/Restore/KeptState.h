@@ -12,8 +12,10 @@ struct KeptState {
         Core::KeepBound(GL(), GL().glBindTexture, {GL_TEXTURE_CUBE_MAP, GL_TEXTURE_BINDING_CUBE_MAP});
     Core::ScopedState buffer = Core::KeepBound(GL(), GL().glBindBuffer, {GL_ARRAY_BUFFER, GL_ARRAY_BUFFER_BINDING});
     Core::ScopedState renderbuffer = Core::KeepBound(GL(), GL().glBindRenderbuffer, Core::Renderbuffer);
-    Core::ScopedState readFramebuffer = Core::KeepBound(GL(), GL().glBindFramebuffer, Core::ReadFramebuffer);
-    Core::ScopedState drawFramebuffer = Core::KeepBound(GL(), GL().glBindFramebuffer, Core::DrawFramebuffer);
+    Core::ScopedState readFramebuffer = Core::KeepBound(
+        GL(), GL().glBindFramebuffer, GL().glBlitFramebuffer ? Core::ReadFramebuffer : Core::Framebuffer);
+    Core::ScopedState drawFramebuffer = Core::KeepBound(
+        GL(), GL().glBindFramebuffer, GL().glBlitFramebuffer ? Core::DrawFramebuffer : Core::Framebuffer);
     PackedTransfers transfers;
 };
 

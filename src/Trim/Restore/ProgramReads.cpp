@@ -79,7 +79,7 @@ void FindAttributes(GLuint program, std::set<std::uint32_t>& attributes)
 
 std::optional<ProgramReads> FindProgramReads()
 {
-    const auto program = static_cast<GLuint>(GetInteger(GL_CURRENT_PROGRAM));
+    const auto program = static_cast<GLuint>(GL().glUseProgram ? GetInteger(GL_CURRENT_PROGRAM) : 0);
     if (program == 0)
         return std::nullopt;
     ProgramReads reads;

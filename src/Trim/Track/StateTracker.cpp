@@ -37,8 +37,9 @@ void StateTracker::Call(const CallArguments& call)
         return;
     const bool hasObjects = m_objects.Track(call);
     const bool isDescribed = m_changes.Track(call) || hasObjects;
+    const bool isFixedFunction = m_fixedFunctions.Track(call);
     const bool isKnown = m_drawing.Track(call) || m_buffers.Track(call) || m_textures.Track(call) ||
-                         m_programs.Track(call) || m_spans.Track(call) || isDescribed;
+                         m_programs.Track(call) || m_spans.Track(call) || isFixedFunction || isDescribed;
     for (const Owner owner : model.MadeUp())
         m_tracked.Replaces(m_tracked.SlotOf(owner, State::Object));
     if (!isKnown)

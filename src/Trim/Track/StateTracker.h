@@ -11,6 +11,7 @@
 #include "Trim/Track/ChangeTracker.h"
 #include "Trim/Track/DrawingTracker.h"
 #include "Trim/Track/EGLTracker.h"
+#include "Trim/Track/FixedFunctionTracker.h"
 #include "Trim/Track/ObjectTracker.h"
 #include "Trim/Track/ProgramTracker.h"
 #include "Trim/Track/SpanTracker.h"
@@ -108,6 +109,7 @@ private:
     TextureTracker m_textures{m_tracked, m_images, m_framebuffers};
     ProgramTracker m_programs{m_tracked, m_objects};
     SpanTracker m_spans{m_tracked};
+    FixedFunctionTracker m_fixedFunctions{m_tracked};
 };
 
 } // namespace Trim

@@ -73,6 +73,8 @@ struct ContextInfo {
     std::vector<std::size_t> debugGroups;
     /// Queries that were begun and not ended, by target.
     std::map<std::uint32_t, Owner> queries;
+    /// Matrices that were pushed and not popped yet, by the slot of their stack.
+    std::map<Data::Slot, std::uint32_t> matrixDepths;
 };
 
 /// What a captured thread made current. Captured identifiers.
