@@ -71,8 +71,11 @@ class Hunts(Inspect):
         self.click_text("Set by", "#detail")
         self.click(f"[...document.querySelectorAll('#detail tr')].find(one => one.innerText.includes('{state}'))"
                    "?.querySelector('a.setter')")
+        # Until the call is there, the draw that one comes from is shown.
+        self.browser.wait("/:c\\d+/.test(location.hash) && / in \\d+ ms/.test(document.querySelector('#status').textContent)")
         self.click("document.querySelector('[data-tab=call]')")
-        return self.browser.wait("document.querySelector('#detail h3')?.innerText.startsWith('gl') && document.querySelector('#detail').innerText")
+        return self.browser.wait("document.querySelector('#detail h3')?.innerText.match(/^gl(?!Draw)/)"
+                                 " && document.querySelector('#detail').innerText")
 
     def test_a_blend_function_that_was_left_behind(self):
         self.go("7")

@@ -258,8 +258,11 @@ void Spool::Finish(Drain& drain, const HowItEnded& how)
     std::vector<Part> rest = m_plan.TakeRest(frames);
     const bool isWhole =
         m_files.empty() && m_queue.empty() && rest.size() == 1 && rest.front().isMain && rest.front().frames.first == 1;
-    if (!isWhole)
+    if (!isWhole) {
         drain.NameOrigin(Whole().filename().string());
+        // Whoever finds the file complete must see that something is still cut out of it.
+        MakeFolder();
+    }
     drain.Finish(how);
     if (isWhole) {
         if (m_wanted.last != 0)
