@@ -1,6 +1,9 @@
 #include "Probe/History.h"
 
+#include <algorithm>
 #include <cstring>
+#include <set>
+#include <utility>
 
 #include <GLES3/gl32.h>
 
@@ -22,15 +25,21 @@ template <class T> std::vector<double> Components(const std::uint8_t* at, std::s
     return values;
 }
 
-std::vector<double> PixelIn(const std::vector<Target>& targets, const PixelPlace& place, bool& isThere)
+/// A pixel of one of the images that an action could write to.
+struct SeenPixel {
+    std::string object;
+    std::string what;
+    std::string image;
+    std::vector<double> value;
+};
+
+std::vector<SeenPixel> PixelsIn(std::vector<Target> targets, const PixelPlace& place)
 {
-    for (const Target& target : targets) {
-        if (target.object == place.object && target.what == place.what) {
-            isThere = true;
-            return PixelOf(target.contents, place.x, place.y);
-        }
-    }
-    return {};
+    std::vector<SeenPixel> pixels;
+    for (Target& target : targets)
+        pixels.push_back({std::move(target.object), std::move(target.what), std::move(target.image),
+                          PixelOf(target.contents, place.x, place.y)});
+    return pixels;
 }
 
 bool IsInside(GLenum box, const PixelPlace& place)
@@ -100,28 +109,76 @@ std::vector<double> PixelOf(const Contents& contents, std::uint32_t x, std::uint
     return Components<std::uint8_t>(at, 1, 1);
 }
 
+namespace {
+
+/// An action, and what it could write to in front of it and after it. Which of that is the image is known once the
+/// history has come to where it was chosen.
+struct SeenAction {
+    PixelWrite write;
+    std::vector<SeenPixel> before;
+    std::vector<SeenPixel> after;
+};
+
+/// The first one that `is` holds for.
+template <class Is> const SeenPixel* Find(const std::vector<SeenPixel>& pixels, Is is)
+{
+    const auto found = std::ranges::find_if(pixels, is);
+    return found != pixels.end() ? &*found : nullptr;
+}
+
+/// The same image is reached by other framebuffers, and by its texture.
+std::set<std::string> ImagesOf(const std::vector<SeenAction>& actions, const PixelPlace& place)
+{
+    std::set<std::string> images;
+    for (const SeenAction& action : actions)
+        for (const SeenPixel& pixel : action.before)
+            if (pixel.object == place.object && pixel.what == place.what && !pixel.image.empty())
+                images.insert(pixel.image);
+    return images;
+}
+
+} // namespace
+
 std::vector<PixelWrite> PixelHistory(Replayer& replayer, const PixelPlace& place, std::uint32_t last)
 {
-    std::vector<PixelWrite> writes;
-    std::vector<double> before;
-    bool isThere = false;
-    const bool isFramebuffer = place.object.starts_with("framebuffer ") || place.object == "default framebuffer";
+    const bool isOfWindow = place.object == "default framebuffer";
+    std::vector<SeenAction> actions;
+    std::vector<SeenPixel> before;
     const auto look = [&] {
-        isThere = false;
-        // Reading takes long where it is for nothing.
-        if (replayer.HasContext() && (!isFramebuffer || replayer.DrawFramebuffer() == place.object))
-            before = PixelIn(replayer.Targets(), place, isThere);
+        before.clear();
+        // Reading takes long where it is for nothing: nothing else leads to the image of a window.
+        if (replayer.HasContext() && (!isOfWindow || replayer.DrawFramebuffer() == place.object))
+            before = PixelsIn(replayer.Targets(), place);
     };
     replayer.SetAroundAction(look, {});
     while (replayer.ToAction() == Replayer::Stop::Action && replayer.Action().call <= last) {
-        if (!isThere)
+        if (before.empty())
             continue;
         const PlayedAction& action = replayer.Action();
-        std::vector<double> after = PixelIn(replayer.Targets(), place, isThere);
-        const std::string obstacle = before == after ? Obstacle(place, action.kind) : "";
-        writes.push_back({action.call, action.function, action.kind, before, std::move(after), obstacle});
+        actions.push_back({{action.call, action.function, action.kind, {}, {}, Obstacle(place, action.kind)},
+                           std::move(before),
+                           PixelsIn(replayer.Targets(), place)});
+        before = {};
     }
     replayer.SetAroundAction({}, {});
+
+    const std::set<std::string> images = ImagesOf(actions, place);
+    std::vector<PixelWrite> writes;
+    for (SeenAction& action : actions) {
+        const auto is = [&](const SeenPixel& pixel) {
+            return pixel.image.empty() ? pixel.object == place.object && pixel.what == place.what
+                                       : images.contains(pixel.image);
+        };
+        const SeenPixel* const was = Find(action.before, is);
+        const SeenPixel* const became = Find(action.after, is);
+        if (!was)
+            continue;
+        action.write.before = was->value;
+        action.write.after = became ? became->value : std::vector<double>();
+        if (action.write.before != action.write.after)
+            action.write.obstacle.clear();
+        writes.push_back(std::move(action.write));
+    }
     return writes;
 }
 

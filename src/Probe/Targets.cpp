@@ -21,6 +21,31 @@ const Core::GLESProcTable& GL()
     return Core::KHRLayer::GLESProc();
 }
 
+std::string ImageText(GLuint texture, const TextureImage& image)
+{
+    return "texture " + std::to_string(texture) + ", " + image.Text();
+}
+
+/// What an attachment of the framebuffer that is drawn to consists of; empty where nothing is attached or the driver
+/// cannot tell.
+std::string AttachedImage(GLenum attachment)
+{
+    if (Core::GetVersion(GL()) < 30)
+        return {};
+    const auto ask = [attachment](GLenum name) {
+        return Core::GetAttachment(GL(), GL_DRAW_FRAMEBUFFER, attachment, name);
+    };
+    const GLint type = ask(GL_FRAMEBUFFER_ATTACHMENT_OBJECT_TYPE);
+    if (type != GL_TEXTURE && type != GL_RENDERBUFFER)
+        return {};
+    const auto object = static_cast<GLuint>(ask(GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME));
+    if (type == GL_RENDERBUFFER)
+        return "renderbuffer " + std::to_string(object);
+    const auto face = static_cast<GLenum>(ask(GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_CUBE_MAP_FACE));
+    return ImageText(object, {face != 0 ? face : FindTarget(object), ask(GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LEVEL),
+                              ask(GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LAYER)});
+}
+
 /// Reads what one action could write to.
 class TargetReader {
 public:
@@ -60,10 +85,16 @@ private:
         return kind == Data::ActionKind::Draw || kind == Data::ActionKind::Dispatch;
     }
 
-    void Add(Place place, std::string what, std::string object, Contents contents)
+    void Add(Place place, std::string what, std::string object, Contents contents, std::string image = {})
     {
         if (!contents.data.empty() || !contents.problem.empty())
-            m_targets.push_back({place, std::move(what), std::move(object), std::move(contents)});
+            m_targets.push_back({place, std::move(what), std::move(object), std::move(image), std::move(contents)});
+    }
+
+    void AddImage(GLuint texture, const TextureImage& image, std::string what, std::string object)
+    {
+        Add({Place::Kind::Image, 0, texture, image}, std::move(what), std::move(object), ReadImage(texture, image),
+            ImageText(texture, image));
     }
 
     [[nodiscard]] std::string Text(const char* kind, Owner owner) const
@@ -79,10 +110,13 @@ private:
         for (const GLenum buffer : reader.ColorBuffers()) {
             const std::string number = buffer == GL_BACK ? "" : " " + std::to_string(buffer - GL_COLOR_ATTACHMENT0);
             if (name == 0 || !ReadLayers(buffer, "colour" + number, object))
-                Add({Place::Kind::Color, buffer}, "colour" + number, object, ToContents(reader.ReadColor(buffer)));
+                Add({Place::Kind::Color, buffer}, "colour" + number, object, ToContents(reader.ReadColor(buffer)),
+                    name == 0 ? "" : AttachedImage(buffer));
         }
-        Add({Place::Kind::Depth}, "depth", object, ToContents(reader.ReadDepth()));
-        Add({Place::Kind::Stencil}, "stencil", object, ToContents(reader.ReadStencil()));
+        Add({Place::Kind::Depth}, "depth", object, ToContents(reader.ReadDepth()),
+            name == 0 ? "" : AttachedImage(GL_DEPTH_ATTACHMENT));
+        Add({Place::Kind::Stencil}, "stencil", object, ToContents(reader.ReadStencil()),
+            name == 0 ? "" : AttachedImage(GL_STENCIL_ATTACHMENT));
     }
 
     /// All layers of an attachment that has more than one. False for other ones.
@@ -97,8 +131,7 @@ private:
         const GLint level = ask(GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LEVEL);
         for (const TextureImage& image : ImagesOf(texture, FindTarget(texture)))
             if (image.level == level)
-                Add({Place::Kind::Image, 0, texture, image}, what + ", " + image.Text(), object,
-                    ReadImage(texture, image));
+                AddImage(texture, image, what + ", " + image.Text(), object);
         return true;
     }
 
@@ -108,8 +141,7 @@ private:
             return;
         const GLuint texture = m_names.GetValueGLTexture(m_model.Object(owner).name);
         for (const TextureImage& image : ImagesOf(texture, target))
-            Add({Place::Kind::Image, 0, texture, image}, image.Text(), Text("texture", owner),
-                ReadImage(texture, image));
+            AddImage(texture, image, image.Text(), Text("texture", owner));
     }
 
     void ReadBufferOf(Owner owner)
@@ -177,8 +209,7 @@ private:
         const GLuint texture = m_names.GetValueGLTexture(m_model.Object(owner).name);
         for (const TextureImage& image : ImagesOf(texture, FindTarget(texture)))
             if (image.level == level)
-                Add({Place::Kind::Image, 0, texture, image}, image.Text(), Text("texture", owner),
-                    ReadImage(texture, image));
+                AddImage(texture, image, image.Text(), Text("texture", owner));
     }
 
     static constexpr std::uint32_t MostBindings = 8;

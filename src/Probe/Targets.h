@@ -30,6 +30,8 @@ struct Target {
     std::string what;
     /// "framebuffer 3", "default framebuffer", "texture 5", "buffer 7".
     std::string object;
+    /// The same for whatever leads to the same image on the live driver; empty where nothing else does.
+    std::string image;
     Contents contents;
 };
 
