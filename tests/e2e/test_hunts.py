@@ -35,9 +35,11 @@ class Hunts(Inspect):
         self.browser.wait("location.hash.includes(':') && !document.body.classList.contains('busy')")
 
     def click(self, find):
-        """Clicks in the middle of what an expression finds, once it is there."""
+        """Clicks in the middle of what an expression finds, once it is there and no longer moves."""
         x, y = self.browser.wait(f"(() => {{ const box = ({find})?.getBoundingClientRect();"
-                                 "return box && box.width && [box.x + box.width / 2, box.y + box.height / 2]; })()")
+                                 "const at = box && box.width && [box.x + box.width / 2, box.y + box.height / 2];"
+                                 "const isStill = String(at) === window.lastSeenAt; window.lastSeenAt = String(at);"
+                                 "return isStill && at; })()")
         self.browser.click(x, y)
 
     def click_text(self, text, within="body"):
