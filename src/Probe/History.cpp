@@ -127,7 +127,7 @@ template <class Is> const SeenPixel* Find(const std::vector<SeenPixel>& pixels, 
 }
 
 /// The same image is reached by other framebuffers, and by its texture.
-std::set<std::string> ImagesOf(const std::vector<SeenAction>& actions, const PixelPlace& place)
+std::set<std::string> ImagesAt(const std::vector<SeenAction>& actions, const PixelPlace& place)
 {
     std::set<std::string> images;
     for (const SeenAction& action : actions)
@@ -162,7 +162,7 @@ std::vector<PixelWrite> PixelHistory(Replayer& replayer, const PixelPlace& place
     }
     replayer.SetAroundAction({}, {});
 
-    const std::set<std::string> images = ImagesOf(actions, place);
+    const std::set<std::string> images = ImagesAt(actions, place);
     std::vector<PixelWrite> writes;
     for (SeenAction& action : actions) {
         const auto is = [&](const SeenPixel& pixel) {

@@ -95,8 +95,7 @@ def is_promising(call):
 
 def reads_pixels(api, call):
     """Whether the call reads a rectangle of a framebuffer; what it sets instead, a driver can have at any size."""
-    types = {p.name: p.type.name for p in call.params}
-    return {"x", "y", "width", "height"} <= set(types) and types["x"] not in ("float", "fixed", "short") and \
+    return {"x", "y", "width", "height"} <= {p.name for p in call.params} and not call.has("draw") and \
         not any(c.kind == "set" for c in api.states.changes.get(call.name, ()))
 
 

@@ -5,6 +5,9 @@ from text import BANNER
 # Described from the desktop registry: the OpenGL ES headers lack them.
 NOT_IN_HEADERS = {"glGetActiveAtomicCounterBufferiv", "glTextureBarrier", "glPatchParameterfv"}
 
+# Of the core of OpenGL ES 1.1, though by its name an extension's.
+CORE_OF_11 = {"glPointSizePointerOES"}
+
 
 def emit(api):
     text = BANNER
@@ -12,7 +15,7 @@ def emit(api):
         for call in api.table(table):
             if call.where == "symbol" or "TAVO" in call.where or call.name in NOT_IN_HEADERS:
                 continue
-            if call.where == "1.1" or call.name == "glPointSizePointerOES":
+            if call.where == "1.1" or call.name in CORE_OF_11:
                 # The header of OpenGL ES 1.1 has the functions, and no types of pointers to them.
                 text += f"CHECK_PROTOTYPE({table}, {call.name}, decltype(&::{call.name}))\n"
                 continue

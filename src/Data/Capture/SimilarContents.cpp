@@ -67,7 +67,7 @@ void SimilarContents::Copy(const std::uint8_t* record, std::uint8_t* at, const s
     Earlier& own = m_earlier[m_count % m_earlier.size()];
     if (earlier) {
         // What takes memory comes first: after that nothing fails.
-        m_differences.reserve(m_differences.size() + 1);
+        m_differences.reserve(ChunkBytes / LeastBytes);
         own.contents.assign(contents, contents + bytes);
         ExclusiveOr(contents, earlier->Contents(chunk), to, bytes);
         m_differences.push_back({place, earlier->at, bytes});
