@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Recorder/Platform.h"
+#include "Recorder/Symbols/Extensions.h"
 #include "Recorder/Symbols/LiveFunctions.h"
 
 namespace Recorder {
@@ -32,6 +33,14 @@ void Context::StartFrame()
     if (m_hasDrawn)
         capture.channel->openFrames.fetch_sub(1);
     m_hasDrawn = m_hasDrawnToBound = false;
+}
+
+std::span<const char* const> Context::Extensions() noexcept
+{
+    // Loaders of functions look through all of them for each name that they know, and drivers count up to each index.
+    if (m_extensions.empty())
+        m_extensions = IndexedExtensions();
+    return m_extensions;
 }
 
 void Context::KeepErrors()

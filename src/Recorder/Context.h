@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <span>
 #include <utility>
 
 #include "Data/State/ContextState.h"
@@ -97,6 +98,9 @@ public:
     /// What comes now is another frame.
     void StartFrame();
 
+    /// The extensions as glGetStringi counts them; the driver is asked once. They live as long as the program.
+    [[nodiscard]] std::span<const char* const> Extensions() noexcept;
+
     /// Keeps an error of the driver that the program has not asked for yet, since the library is about to lose it.
     void KeepErrors();
     /// GL_NO_ERROR where none is kept.
@@ -113,6 +117,7 @@ private:
     bool m_hasDrawnToBound = false;
     std::uint32_t m_drawnFramebuffer = 0;
     GLenum m_keptError = GL_NO_ERROR;
+    std::span<const char* const> m_extensions;
 };
 
 /// Values that parameter `pname` of the current context has. Asks the driver for the lists whose length only it knows.

@@ -100,6 +100,8 @@ TEST_F(RecorderTest, HiddenExtensionsAreMissingFromEveryList)
     setenv("PLAYBACK_FAKE_EGL_EXTENSIONS", "EGL_KHR_stream EGL_KHR_image_base EGL_NV_stream_sync", 1);
     EXPECT_EQ(Record("AsksForExtensions").out, "GL_OES_mapbuffer GL_KHR_debug\nEGL_KHR_image_base\n"
                                                "0 of 2 unknown, then null\nsame text: 1\n");
+    // Each of the four once, and the one that there is none of.
+    EXPECT_THAT(DriverLog("glGetStringi"), SizeIs(5));
     unsetenv("PLAYBACK_FAKE_EXTENSIONS");
     unsetenv("PLAYBACK_FAKE_EGL_EXTENSIONS");
 }

@@ -51,7 +51,7 @@ RECORDER_EXPORT const GLubyte* glGetStringi(GLenum name, GLuint index)
     if (!call)
         return live(name, index);
     const GLubyte* result = nullptr;
-    const auto extensions = name == GL_EXTENSIONS ? IndexedExtensions() : std::span<const char* const>();
+    const auto extensions = name == GL_EXTENSIONS ? call->Extensions() : std::span<const char* const>();
     if (index < extensions.size()) {
         result = reinterpret_cast<const GLubyte*>(extensions[index]);
     } else {
@@ -66,10 +66,10 @@ namespace Recorder {
 namespace {
 
 /// The extensions are counted as glGetStringi answers them.
-template <class Value> void HideExtensionsInCount(GLenum pname, Value* data)
+template <class Value> void HideExtensionsInCount(Context& context, GLenum pname, Value* data)
 {
     if (pname == GL_NUM_EXTENSIONS && data != nullptr)
-        *data = static_cast<Value>(IndexedExtensions().size());
+        *data = static_cast<Value>(context.Extensions().size());
 }
 
 void GetInteger64v(Entry entry, GLenum pname, GLint64* data)
@@ -78,7 +78,7 @@ void GetInteger64v(Entry entry, GLenum pname, GLint64* data)
     const GLCall call;
     live(pname, data);
     if (call) {
-        HideExtensionsInCount(pname, data);
+        HideExtensionsInCount(*call, pname, data);
         Record::glGetInteger64v(Capturing(), *call, pname, data);
     }
 }
@@ -93,7 +93,7 @@ RECORDER_EXPORT void glGetIntegerv(GLenum pname, GLint* data)
     const GLCall call;
     live(pname, data);
     if (call) {
-        HideExtensionsInCount(pname, data);
+        HideExtensionsInCount(*call, pname, data);
         Record::glGetIntegerv(Capturing(), *call, pname, data);
     }
 }
