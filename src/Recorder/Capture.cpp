@@ -171,6 +171,8 @@ void NumberThread() noexcept
 
 EGLCall::EGLCall() noexcept : m_recorded(Outermost() && CaptureRunning())
 {
+    if (Outermost())
+        thread.eglError = 0;
     if (!m_recorded)
         return;
     NumberThread();

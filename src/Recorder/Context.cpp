@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Recorder/EGLObjects.h"
 #include "Recorder/Platform.h"
 #include "Recorder/Symbols/Extensions.h"
 #include "Recorder/Symbols/LiveFunctions.h"
@@ -25,14 +26,18 @@ void Context::OpenFrame()
         return;
     if (!m_hasDrawn)
         capture.channel->openFrames.fetch_add(1);
-    m_hasDrawn = m_hasDrawnToBound = true;
+    m_hasDrawn = m_hasDrawnToBound = m_isDrawingNoted = true;
+    if (std::exchange(m_mayHaveNewSize, false)) {
+        const KeptEGLError kept;
+        CheckWindowSize(current.display, current.draw);
+    }
 }
 
 void Context::StartFrame()
 {
     if (m_hasDrawn)
         capture.channel->openFrames.fetch_sub(1);
-    m_hasDrawn = m_hasDrawnToBound = false;
+    m_hasDrawn = m_hasDrawnToBound = m_isDrawingNoted = false;
 }
 
 std::span<const char* const> Context::Extensions() noexcept

@@ -82,8 +82,14 @@ public:
     /// A call that draws is on its way.
     void NoteDrawing()
     {
-        if (!m_hasDrawnToBound) [[unlikely]]
+        if (!m_isDrawingNoted) [[unlikely]]
             OpenFrame();
+    }
+    /// The window that was drawn to may have another size from here on.
+    void NoteSwap()
+    {
+        m_isDrawingNoted = false;
+        m_mayHaveNewSize = true;
     }
     /// Something was drawn in this frame, and to the framebuffer that is bound now.
     [[nodiscard]] bool HasDrawn() const { return m_hasDrawn; }
@@ -93,7 +99,7 @@ public:
     void SetDrawnFramebuffer(std::uint32_t framebuffer)
     {
         m_drawnFramebuffer = framebuffer;
-        m_hasDrawnToBound = false;
+        m_hasDrawnToBound = m_isDrawingNoted = false;
     }
     /// What comes now is another frame.
     void StartFrame();
@@ -115,6 +121,9 @@ private:
     bool m_placeholder = false;
     bool m_hasDrawn = false;
     bool m_hasDrawnToBound = false;
+    /// All that a call that draws has to be told of is known.
+    bool m_isDrawingNoted = false;
+    bool m_mayHaveNewSize = false;
     std::uint32_t m_drawnFramebuffer = 0;
     GLenum m_keptError = GL_NO_ERROR;
     std::span<const char* const> m_extensions;

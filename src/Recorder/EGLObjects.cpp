@@ -1,6 +1,7 @@
 #include "Recorder/EGLObjects.h"
 
 #include <mutex>
+#include <optional>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -197,6 +198,14 @@ void CheckWindowSize(EGLDisplay display, EGLSurface surface) noexcept
     });
 }
 
+KeptEGLError::KeptEGLError() noexcept : m_error(Live<EGLint (*)()>(Entry::eglGetError)()) {}
+
+KeptEGLError::~KeptEGLError()
+{
+    if (m_error != EGL_SUCCESS)
+        thread.eglError = m_error;
+}
+
 void RemoveSurface(EGLSurface surface) noexcept
 {
     Locked([&](Objects& objects) { return objects.windows.erase(surface); });
@@ -215,6 +224,15 @@ SurfaceSize QuerySize(EGLDisplay display, EGLSurface surface) noexcept
     SurfaceQuery()(display, surface, EGL_WIDTH, &width);
     SurfaceQuery()(display, surface, EGL_HEIGHT, &height);
     return {static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height)};
+}
+
+SurfaceSize RecordedSize(EGLDisplay display, EGLSurface surface) noexcept
+{
+    const auto written = Locked([&](Objects& objects) {
+        const auto window = objects.windows.find(surface);
+        return window != objects.windows.end() ? std::optional(window->second) : std::nullopt;
+    });
+    return written ? *written : QuerySize(display, surface);
 }
 
 } // namespace Recorder

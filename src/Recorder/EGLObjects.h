@@ -39,6 +39,19 @@ void DescribeNewSurface(EGLDisplay display, EGLSurface surface, bool isWindow) n
 /// follow at once where the surface is current.
 void CheckWindowSize(EGLDisplay display, EGLSurface surface) noexcept;
 
+/// While one lives, the library may ask EGL in the middle of a call that is none of EGL's: the program's eglGetError
+/// answers as if it had not.
+class KeptEGLError {
+public:
+    KeptEGLError() noexcept;
+    ~KeptEGLError();
+    KeptEGLError(const KeptEGLError&) = delete;
+    KeptEGLError& operator=(const KeptEGLError&) = delete;
+
+private:
+    const EGLint m_error;
+};
+
 void RemoveSurface(EGLSurface surface) noexcept;
 
 /// True when the program bound desktop OpenGL on this thread: its contexts are not recorded, and need their functions.
@@ -51,5 +64,8 @@ struct SurfaceSize {
     friend bool operator==(const SurfaceSize&, const SurfaceSize&) = default;
 };
 [[nodiscard]] SurfaceSize QuerySize(EGLDisplay display, EGLSurface surface) noexcept;
+/// As a replay has it in this frame: of a window, what was last written. Drivers tell of a new size that they do not
+/// draw in before the next frame.
+[[nodiscard]] SurfaceSize RecordedSize(EGLDisplay display, EGLSurface surface) noexcept;
 
 } // namespace Recorder

@@ -24,6 +24,8 @@ struct Thread {
     RecordStream* stream = nullptr;
     /// Number of the stack that the program's call under way came from; 0 where that is not recorded.
     std::uint32_t stack = 0;
+    /// What eglGetError would answer, had the library not asked EGL since the program's last call of it; 0: as it does.
+    std::int32_t eglError = 0;
 };
 
 /// Initial-exec: one instruction to reach, and no allocation on first use. The library is always loaded at start.

@@ -63,6 +63,19 @@ EGLBoolean DestroyImage(Entry entry, EGLDisplay display, EGLImageKHR image)
 } // namespace
 } // namespace Recorder
 
+RECORDER_EXPORT EGLint eglGetError()
+{
+    using namespace Recorder;
+    const auto live = Live<EGLint (*)()>(Entry::eglGetError);
+    const EGLint kept = DriverGuard::Inside() ? 0 : thread.eglError;
+    const EGLCall call;
+    CallRecord record = call ? Record::Begin::eglGetError() : CallRecord();
+    const EGLint result = kept != 0 ? kept : live();
+    if (call)
+        Record::End::eglGetError(record, Capturing(), result);
+    return result;
+}
+
 RECORDER_EXPORT const char* eglQueryString(EGLDisplay dpy, EGLint name)
 {
     using namespace Recorder;

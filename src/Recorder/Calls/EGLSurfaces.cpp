@@ -141,7 +141,8 @@ RECORDER_EXPORT EGLBoolean eglDestroySurface(EGLDisplay dpy, EGLSurface surface)
 }
 
 /// Part of libwayland-egl. Drivers take up the new size at once, with the first drawing, or after the next swap. A
-/// replay has to know before the frame is drawn, so the first two are settled here; swaps look for the third.
+/// replay has to know before the frame is drawn, so the first two are settled here; drawing after a swap looks for the
+/// third.
 RECORDER_EXPORT void wl_egl_window_resize(struct wl_egl_window* window, int width, int height, int dx, int dy)
 {
     using namespace Recorder;
@@ -149,6 +150,7 @@ RECORDER_EXPORT void wl_egl_window_resize(struct wl_egl_window* window, int widt
     live(window, width, height, dx, dy);
     const EGLCall call;
     if (call && thread.context != nullptr && current.draw != EGL_NO_SURFACE) {
+        const KeptEGLError kept;
         static_cast<void>(ReadBack({.width = 1, .height = 1}));
         CheckWindowSize(current.display, current.draw);
     }

@@ -23,7 +23,7 @@ std::optional<FrameHash> HashFrame(EGLDisplay display, EGLSurface surface)
     if (!IsHashWanted() || !MaySwapsEndFrames() || thread.context == nullptr || surface != current.draw ||
         surface != current.read)
         return std::nullopt;
-    const SurfaceSize size = QuerySize(display, surface);
+    const SurfaceSize size = RecordedSize(display, surface);
     const auto hash = ReadBack(size);
     return hash ? std::optional(FrameHash{size, *hash}) : std::nullopt;
 }
@@ -50,8 +50,8 @@ template <class Swap> EGLBoolean SwapBuffers(EGLDisplay display, EGLSurface surf
     }
     if (last)
         EndRecording();
-    else if (result == EGL_TRUE)
-        CheckWindowSize(display, surface);
+    else if (result == EGL_TRUE && thread.context != nullptr)
+        thread.context->NoteSwap();
     return result;
 }
 

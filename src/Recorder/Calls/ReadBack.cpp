@@ -71,7 +71,7 @@ std::optional<Data::FramebufferHash> ReadBackDrawn(Context& context, std::uint32
         // Without a surface there is no default framebuffer.
         if (current.draw == EGL_NO_SURFACE || current.draw == context.Placeholder())
             return std::nullopt;
-        const SurfaceSize size = QuerySize(current.display, current.draw);
+        const SurfaceSize size = RecordedSize(current.display, current.draw);
         const auto hash = ReadBack(size);
         return hash ? std::optional(Data::FramebufferHash{size.width, size.height, *hash}) : std::nullopt;
     }
