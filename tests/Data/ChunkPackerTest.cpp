@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <random>
 
 #include <gmock/gmock.h>
@@ -133,12 +134,14 @@ TEST(ChunkUnpackerTest, RefusesWhatDoesNotFit)
         sound.block.push_back(i);
     std::vector<std::uint8_t> chunk(64);
     ChunkUnpacker unpacker;
-    EXPECT_EQ(unpacker.Unpack(sound.Bytes(), true, chunk), "");
+    EXPECT_EQ(unpacker.Unpack(sound.Bytes(), ChunkKind::PackedRecords, chunk), "");
     EXPECT_EQ(chunk[31], 31);
     EXPECT_EQ(chunk[33], 33 ^ 1);
     EXPECT_EQ(chunk[48], 48);
 
-    const auto trouble = [&](const PackedBody& body) { return unpacker.Unpack(body.Bytes(), true, chunk); };
+    const auto trouble = [&](const PackedBody& body) {
+        return unpacker.Unpack(body.Bytes(), ChunkKind::PackedRecords, chunk);
+    };
     for (const Difference& unsound : {Difference{32, 24, 16},
                                       {32, 40, 8},
                                       {56, 0, 16},
@@ -163,7 +166,72 @@ TEST(ChunkUnpackerTest, RefusesWhatDoesNotFit)
     EXPECT_THAT(trouble(body), HasSubstr("cannot be unpacked to 64 bytes"));
     body.block.resize(5000);
     EXPECT_THAT(trouble(body), HasSubstr("no packed chunk of 64 bytes"));
-    EXPECT_THAT(unpacker.Unpack(std::vector<std::uint8_t>(40), true, chunk), HasSubstr("no packed chunk"));
+    EXPECT_THAT(unpacker.Unpack(std::vector<std::uint8_t>(40), ChunkKind::PackedRecords, chunk),
+                HasSubstr("no packed chunk"));
+}
+
+/// Frames of small records, most of them those of the frame before: one comes in between now and then, and some change.
+std::vector<std::uint64_t> Frames(std::mt19937& random, std::size_t frames)
+{
+    std::vector<std::uint64_t> words;
+    for (std::size_t frame = 0; frame < frames; ++frame) {
+        if (random() % 4 == 0)
+            words.insert(words.end(), 1 + random() % 300, random() % 3);
+        for (std::uint64_t record = 0; record < 40; ++record) {
+            words.push_back(record << 32 | 48);
+            for (std::uint64_t field = 0; field < 5; ++field)
+                words.push_back(record % 8 == 0 ? random() : field * record);
+        }
+    }
+    return words;
+}
+
+TEST(RepeatedWordsTest, AreRestored)
+{
+    std::mt19937 random(4);
+    RepeatedWords repeated;
+    for (std::size_t frames : {0, 1, 2, 50, 400, 3}) {
+        for (std::size_t cut : {0, 1, 2, 7}) {
+            std::vector<std::uint64_t> words = Frames(random, frames);
+            words.resize(words.size() - std::min(cut, words.size()));
+            const std::span<const std::uint8_t> chunk(reinterpret_cast<const std::uint8_t*>(words.data()),
+                                                      words.size() * 8);
+            const RepeatedWords::ShortForm form = repeated.Shorten(chunk);
+            EXPECT_LE(form.bytes.size(), RepeatedWords::MostBytes(chunk.size()));
+            EXPECT_TRUE(frames < 50 || form.bytes.size() < chunk.size() / 4) << form.bytes.size();
+            std::vector<std::uint8_t> restored(chunk.size(), 0xA5);
+            EXPECT_TRUE(RepeatedWords::Restore(form, restored));
+            EXPECT_TRUE(std::ranges::equal(restored, chunk)) << frames << ' ' << cut;
+        }
+    }
+}
+
+/// Other words and tokens in short forms as a hostile file could have them: of two words, and a chunk of five.
+TEST(RepeatedWordsTest, RefusesWhatDoesNotFillTheChunk)
+{
+    const auto restores = [](const std::vector<std::uint8_t>& tokens, std::uint32_t others = 2) {
+        // Of this very size, so that sanitizers see its end.
+        std::vector<std::uint8_t> bytes(16 + tokens.size(), 7);
+        std::ranges::copy(tokens, bytes.begin() + 16);
+        std::vector<std::uint8_t> chunk(40);
+        return RepeatedWords::Restore({bytes, others}, chunk);
+    };
+    EXPECT_TRUE(restores({0xA3, 2, 0, 0, 0}));
+    EXPECT_TRUE(restores({0x20, 0x83, 1, 0, 0, 0}));
+    EXPECT_FALSE(restores({}));
+    EXPECT_FALSE(restores({0xA2, 2, 0, 0, 0})) << "four words";
+    EXPECT_FALSE(restores({0xA4, 2, 0, 0, 0})) << "six words";
+    EXPECT_FALSE(restores({0xA3, 3, 0, 0, 0})) << "from in front of the chunk";
+    EXPECT_FALSE(restores({0xA3, 0xFF, 0xFF, 0xFF, 0xFF}));
+    EXPECT_FALSE(restores({0xA3, 0, 0, 0, 0}));
+    EXPECT_FALSE(restores({0x23})) << "no distance at hand";
+    EXPECT_FALSE(restores({0xA3, 2, 0, 0})) << "half a distance";
+    EXPECT_FALSE(restores({0x93, 1, 0, 0, 0, 0x01})) << "a word is left";
+    EXPECT_FALSE(restores({0xB2, 2, 0, 0, 0})) << "three other words of two";
+    EXPECT_FALSE(restores({0x70, 255, 255, 255}));
+    EXPECT_FALSE(restores({0xAF, 2, 0, 0, 0}));
+    EXPECT_FALSE(restores({0xA3, 2, 0, 0, 0}, 3)) << "tokens among the words";
+    EXPECT_FALSE(restores({}, 0xFFFFFFFF));
 }
 
 /// Random contents become no smaller, and where only half of their words are equal, packing makes them larger.
@@ -174,12 +242,13 @@ TEST(ChunkPackerTest, UndoesDifferencesThatDoNotHelp)
     for (std::uint8_t& byte : chunk)
         byte = static_cast<std::uint8_t>(random());
     const std::vector<std::uint8_t> before = chunk;
-    std::vector<Difference> differences = {{0x8000, 0, 0x4000}};
+    const std::vector<Difference> differences = {{0x8000, 0, 0x4000}};
     ChunkPacker::Undo(differences, chunk.data());
     ChunkPacker packer;
     std::vector<std::uint8_t> stored;
-    EXPECT_EQ(packer.Pack(chunk, differences, 1, stored, 40), chunk.size());
-    EXPECT_TRUE(differences.empty());
+    const ChunkPacker::Body body = packer.Pack({chunk, ChunkKind::Records, true, differences}, stored, 40);
+    EXPECT_EQ(body.kind, ChunkKind::Records);
+    EXPECT_EQ(body.bytes, chunk.size());
     stored.resize(40 + chunk.size());
     EXPECT_EQ(std::vector<std::uint8_t>(stored.begin() + 40, stored.end()), before);
 }

@@ -143,6 +143,7 @@ void RunPacked(std::span<const std::uint8_t> input)
     const auto memory = std::make_unique<std::uint8_t[]>(size);
     ChunkUnpacker unpacker;
     unpacker.UnpackRecords(input.subspan(sizeof size), {memory.get(), size});
+    static_cast<void>(RepeatedWords::Restore({input.subspan(sizeof size), size % 64u}, {memory.get(), size}));
 }
 
 void RunRecords(std::span<const std::uint8_t> input)

@@ -63,8 +63,8 @@ void Renumber(const Chunk& chunk, const std::vector<std::uint32_t>& calls)
 
 bool IsRecords(const ChunkHeader& header)
 {
-    return header.kind == static_cast<std::uint32_t>(ChunkKind::Records) ||
-           header.kind == static_cast<std::uint32_t>(ChunkKind::PackedRecords);
+    const auto kind = static_cast<ChunkKind>(header.kind);
+    return kind == ChunkKind::Records || kind == ChunkKind::PackedRecords || kind == ChunkKind::RepeatedRecords;
 }
 
 } // namespace
@@ -154,9 +154,8 @@ std::string CaptureSource::ReadChunkAt(std::uint64_t offset, ChunkKind kind, Chu
         return std::string("cannot be read: ") + std::strerror(errno);
     if (ChunkChecksum(m_stored.data(), header.storedBytes) != header.checksum)
         return "the chunk is damaged: its checksum does not match";
-    const bool isPacked =
-        kind == ChunkKind::Records && IsRecords(header) && header.kind != static_cast<std::uint32_t>(kind);
-    if (header.kind != static_cast<std::uint32_t>(kind) && !isPacked)
+    const bool isOne = kind == ChunkKind::Records ? IsRecords(header) : header.kind == static_cast<std::uint32_t>(kind);
+    if (!isOne)
         return "the chunk is of kind " + std::to_string(header.kind) + ", expected " +
                std::to_string(static_cast<std::uint32_t>(kind));
 
@@ -168,8 +167,8 @@ std::string CaptureSource::ReadChunkAt(std::uint64_t offset, ChunkKind kind, Chu
         chunk.memory.reset();
         chunk.memory = std::make_unique_for_overwrite<std::uint64_t[]>(chunk.capacity / 8);
     }
-    trouble = m_unpacker.Unpack({m_stored.data() + sizeof header, header.storedBytes}, isPacked,
-                                {chunk.Data(), header.rawBytes});
+    trouble = m_unpacker.Unpack({m_stored.data() + sizeof header, header.storedBytes},
+                                static_cast<ChunkKind>(header.kind), {chunk.Data(), header.rawBytes});
     return trouble.empty() ? trouble : "the chunk is damaged: " + trouble;
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Data/Capture/Format.h"
+#include "Data/Capture/RepeatedWords.h"
 
 struct ZSTD_CCtx_s;
 struct ZSTD_DCtx_s;
@@ -25,13 +26,25 @@ public:
     ChunkPacker(const ChunkPacker&) = delete;
     ChunkPacker& operator=(const ChunkPacker&) = delete;
 
-    /// Puts the body of a chunk at `offset` in `stored`, which grows as needed, and answers its bytes. `level` is
-    /// zstd's. With differences it is one of PackedRecords, unless it became no smaller: the differences are then
-    /// undone, and none is left.
-    std::size_t Pack(std::span<std::uint8_t> chunk, std::vector<Difference>& differences, int level,
-                     std::vector<std::uint8_t>& stored, std::size_t offset);
+    struct Chunk {
+        std::span<std::uint8_t> bytes;
+        /// CallTable, Records, Index or Summary.
+        ChunkKind kind;
+        /// Of records: contents of buffers, textures and the like are more of it than calls.
+        bool isContents;
+        std::vector<Difference> differences;
+    };
+    struct Body {
+        /// That of the chunk, or one that stands for Records.
+        ChunkKind kind;
+        std::size_t bytes;
+    };
+    /// Puts the body of a chunk at `offset` in `stored`, which grows as needed. Where it became no smaller, it is the
+    /// chunk, and the differences are undone.
+    Body Pack(const Chunk& chunk, std::vector<std::uint8_t>& stored, std::size_t offset);
 
 private:
+    [[nodiscard]] Body PackRepeated(const Chunk& chunk, std::uint8_t* body, std::size_t room);
     [[nodiscard]] std::span<const std::uint8_t> PackRecords(std::span<const std::uint8_t> chunk,
                                                             std::span<const Difference> differences);
 
@@ -40,6 +53,7 @@ private:
     };
     std::unique_ptr<ZSTD_CCtx_s, Free> m_compressor;
     std::vector<std::uint8_t> m_packed;
+    RepeatedWords m_repeated;
 };
 
 /// Unpacks chunks. Nothing in them is believed. Not thread-safe.
@@ -51,12 +65,14 @@ public:
     ChunkUnpacker& operator=(const ChunkUnpacker&) = delete;
 
     /// Fills `chunk`, all of it, from a stored body. Empty when that went well, else what is wrong with the body.
-    std::string Unpack(std::span<const std::uint8_t> stored, bool isPacked, std::span<std::uint8_t> chunk);
+    std::string Unpack(std::span<const std::uint8_t> stored, ChunkKind kind, std::span<std::uint8_t> chunk);
 
-    /// The same of a packed body once zstd is taken off.
+    /// The same of a body of PackedRecords once zstd is taken off.
     static std::string UnpackRecords(std::span<const std::uint8_t> packed, std::span<std::uint8_t> chunk);
 
 private:
+    std::string UnpackRepeated(std::span<const std::uint8_t> stored, std::span<std::uint8_t> chunk);
+
     struct Free {
         void operator()(ZSTD_DCtx_s* decompressor) const;
     };

@@ -19,10 +19,6 @@ namespace {
 constexpr unsigned MaxUnderWay = 6;
 /// Buffers kept for the next chunk.
 constexpr std::size_t MaxSpare = 3;
-/// Of zstd. Calls become a twentieth more than on level 1 in two thirds of the time, contents a quarter more in hardly
-/// less. Level 1 takes about a second for a gigabyte; higher ones save little.
-constexpr int CallsLevel = -2;
-constexpr int ContentsLevel = 1;
 /// Descriptors are moved here, out of the way of programs that count on low numbers.
 constexpr int LowestDescriptor = 500;
 
@@ -178,26 +174,26 @@ bool ChunkSink::WriteChunk(ChunkBuffer& chunk)
     if (isRecords)
         CountChunk(chunk);
     try {
-        const std::size_t stored =
-            m_packer->Pack({chunk.memory.get(), chunk.used}, chunk.differences,
-                           chunk.isContents ? ContentsLevel : CallsLevel, m_stored, sizeof(ChunkHeader));
+        const ChunkPacker::Body body = m_packer->Pack(
+            {{chunk.memory.get(), chunk.used}, chunk.kind, chunk.isContents, std::move(chunk.differences)}, m_stored,
+            sizeof(ChunkHeader));
         ChunkHeader header = {};
         header.magic = ChunkMagic;
-        header.kind = static_cast<std::uint32_t>(chunk.differences.empty() ? chunk.kind : ChunkKind::PackedRecords);
+        header.kind = static_cast<std::uint32_t>(body.kind);
         header.rawBytes = static_cast<std::uint32_t>(chunk.used);
-        header.storedBytes = static_cast<std::uint32_t>(stored);
+        header.storedBytes = static_cast<std::uint32_t>(body.bytes);
         header.framesBefore = chunk.framesBefore;
         header.frames = chunk.frames;
         header.timeUs = chunk.timeUs;
         std::memcpy(m_stored.data(), &header, sizeof header);
-        header.checksum = ChunkChecksum(m_stored.data(), stored);
+        header.checksum = ChunkChecksum(m_stored.data(), body.bytes);
         std::memcpy(m_stored.data(), &header, sizeof header);
 
         if (isRecords)
             m_index.push_back({m_fileBytes, chunk.framesBefore, chunk.frames});
-        if (!WriteAt(m_stored.data(), sizeof header + stored, m_fileBytes))
+        if (!WriteAt(m_stored.data(), sizeof header + body.bytes, m_fileBytes))
             return false;
-        m_fileBytes += sizeof header + stored;
+        m_fileBytes += sizeof header + body.bytes;
         return true;
     } catch (...) {
         return Fail("no memory to compress recorded calls", ENOMEM);

@@ -31,16 +31,18 @@ inline constexpr std::uint32_t MaxChunkBytes = 512u << 20;
 inline constexpr std::uint32_t MaxCalls = 1u << 16;
 
 enum class ChunkKind : std::uint32_t {
-    CallTable = 1,     ///< CallTableEntry records: the calls that the file may contain
-    Records = 2,       ///< what was captured
-    Index = 3,         ///< IndexEntry array
-    Summary = 4,       ///< counts over all records; SummaryPart records
-    PackedRecords = 5, ///< Records with Differences; from version 2 on
+    CallTable = 1,       ///< CallTableEntry records: the calls that the file may contain
+    Records = 2,         ///< what was captured
+    Index = 3,           ///< IndexEntry array
+    Summary = 4,         ///< counts over all records; SummaryPart records
+    PackedRecords = 5,   ///< Records with Differences; from version 2 on
+    RepeatedRecords = 6, ///< Records as RepeatedWords; from version 2 on
 };
 
 /// In front of each chunk. `checksum` is XXH3-64 over the rest of this header and the stored bytes. A body whose stored
 /// size equals its raw size is not compressed, any other is one zstd frame. In that of PackedRecords there are a
-/// PackedHeader, Differences and one LZ4 block: what is left to the end.
+/// PackedHeader, Differences and one LZ4 block: what is left to the end. RepeatedRecords are a RepeatedHeader and one
+/// LZ4 block.
 struct ChunkHeader {
     std::uint32_t magic;
     std::uint32_t kind;
@@ -58,6 +60,12 @@ static_assert(sizeof(ChunkHeader) == 40);
 struct PackedHeader {
     std::uint32_t differences;
     std::uint32_t unused;
+};
+
+/// What the LZ4 block after it holds: bytes of RepeatedWords in all, and the words in front of their tokens.
+struct RepeatedHeader {
+    std::uint32_t bytes;
+    std::uint32_t others;
 };
 
 /// The 8-byte words at `at` of a chunk are stored as their exclusive or with those at `from`, which end in front of
