@@ -147,14 +147,17 @@ bool Replayer::Next()
     return true;
 }
 
-/// The hashes of an action stand right after it, at most with the thread in between with which a chunk begins.
+/// The hashes of an action stand right after it, at most with the thread in between with which a chunk begins. Another
+/// thread is of what comes next, and would have its own context current.
 void Replayer::TakeActionHash()
 {
     while (Next()) {
         const Data::RecordCursor& record = m_reader.Record();
         const std::optional<Data::ReferenceHashRecord> hash = m_references.HashOf(record);
         const bool isOfAction = hash && hash->of == Data::ReferenceOf::Action;
-        if (!isOfAction && !record.Is(RecordId::Thread)) {
+        Data::ThreadRecord thread;
+        const bool isSameThread = record.Is(RecordId::Thread) && record.Read(thread) && thread.thread == m_thread;
+        if (!isOfAction && !isSameThread) {
             m_isAhead = true;
             break;
         }

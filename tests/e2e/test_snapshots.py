@@ -48,6 +48,7 @@ class Jumps(Inspect):
                     tree = self.get("actions", frame=frame)["tree"]
                     at = f"{frame}:{[node['number'] for node in tree if node['type'] == 'action'][-1]}"
                     whole, here = self.ask("targets", capture, f"at={at}"), self.get("targets", at=at)
+                    self.assertTrue(all("hash" in target for target in whole["targets"]), whole)
                     self.assertEqual(self.hashes(here), self.hashes(whole), at)
                     self.assertEqual((here["at"], here["failed"]), (at, whole["failed"]))
                     self.assertEqual(self.get("state", at=at), self.ask("state", capture, f"at={at}"))

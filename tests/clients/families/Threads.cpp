@@ -1,5 +1,6 @@
 // Two threads with contexts that share objects: one fills textures and a buffer, the other draws with them. Fences say
-// when the objects are ready and when they are free again; one frame is drawn while the next is filled.
+// when the objects are ready and when they are free again; one frame is drawn while the next is filled. Right after the
+// draws, a thread without a context comes by.
 
 #include <EGL/egl.h>
 
@@ -96,6 +97,7 @@ FAMILY("threads", stage)
             glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, 0, nullptr);
             glDrawArrays(GL_TRIANGLE_STRIP, 0, 4 - i % 2);
         }
+        std::thread([] { eglReleaseThread(); }).join();
         slot.drawn = eglCreateSync(stage.Display(), EGL_SYNC_FENCE, nullptr);
         glFlush();
         handover.Give(slot, 0);
