@@ -212,6 +212,16 @@ class Serving(Inspect):
                 self.assertEqual([round(value * 255) for value in action["after"]], list(images[action["at"]][first:first + 4]))
                 self.assertEqual(action["isChanged"], action["before"] != action["after"])
 
+    def test_history_has_what_other_framebuffers_draw(self):
+        self.stop()
+        self.serve(self.record(FAMILIES, "draw-buffers", "--pbuffer", compositor=False))
+        index = [target["what"] for target in self.get("targets", at="4:1")["targets"]].index("colour 1")
+        # The upper half is cleared by another framebuffer, the lower one drawn to.
+        for y, changed in (40, [True, False]), (10, [False, True]):
+            history = self.get("pixel", at="4:1", index=index, x=20, y=y)["actions"]
+            self.assertEqual([(action["at"], action["isChanged"]) for action in history],
+                             list(zip(("4:0.1", "4:1"), changed)))
+
 
 class InBrowser(Inspect):
     def setUp(self):

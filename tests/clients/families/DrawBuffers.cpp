@@ -1,5 +1,5 @@
 // Two pictures that are drawn at once, one of which is copied upside down, by the names that OpenGL ES 2 has for it.
-// Only the first one is blended, and only the second one keeps its green.
+// Only the first one is blended, and only the second one keeps its green, half of which another framebuffer clears.
 
 #include "Families.h"
 
@@ -17,6 +17,7 @@ FAMILY("draw-buffers", stage)
                        "layout(location = 1) out vec4 second; uniform float step;"
                        "void main() { first = vec4(at, step, 1.0); second = vec4(step, at.yx, 1.0); }");
     const GLuint pictures[] = {MakeStorage(Side), MakeStorage(Side)};
+    const GLuint other = MakeFramebuffer(pictures[1]);
     const GLuint framebuffer = MakeFramebuffer(pictures[0]);
     glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT1, GL_TEXTURE_2D, pictures[1], 0);
     const GLenum targets[] = {GL_COLOR_ATTACHMENT0_NV, GL_COLOR_ATTACHMENT1_NV};
@@ -33,6 +34,12 @@ FAMILY("draw-buffers", stage)
     const GLint step = glGetUniformLocation(both, "step");
     glEnableVertexAttribArray(0);
     for (int frame = 1; frame <= FrameCount; ++frame) {
+        glBindFramebuffer(GL_FRAMEBUFFER, other);
+        glEnable(GL_SCISSOR_TEST);
+        glScissor(0, Side / 2, Side, Side / 2);
+        const float colour[] = {1, static_cast<float>(frame) / FrameCount, 0, 1};
+        glClearBufferfv(GL_COLOR, 0, colour);
+        glDisable(GL_SCISSOR_TEST);
         glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
         glUseProgram(both);
         glUniform1f(step, static_cast<float>(frame) / FrameCount);
