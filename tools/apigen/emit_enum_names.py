@@ -7,8 +7,9 @@ from text import BANNER
 
 NO_ENUM = re.compile(r"_VERSION_\d|_PROTOTYPES$|_TIMEOUT_")
 BITS = re.compile(r"_BITS?\d*(_[A-Z]+)?$")
-# One value has many names where it is small; the name that messages mean.
-MEANT = ("GL_NO_ERROR", "GL_ONE", "EGL_FALSE", "EGL_TRUE")
+# One value has many names where it is small, and clip distances had others in OpenGL ES 1.1; the name that messages mean.
+MEANT = ("GL_NO_ERROR", "GL_ONE", "EGL_FALSE", "EGL_TRUE", "GL_MAX_CLIP_DISTANCES_EXT",
+         *(f"GL_CLIP_DISTANCE{i}_EXT" for i in range(8)))  # fmt: skip
 
 
 def rank(name):

@@ -8,7 +8,8 @@ import re
 from functools import lru_cache
 from pathlib import Path
 
-GL_HEADERS = ("GLES3/gl32.h", "GLES2/gl2ext.h", "GLES/gl.h", "GLES/glext.h")
+# Names of a version stand in front of those of extensions.
+GL_HEADERS = ("GLES3/gl32.h", "GLES/gl.h", "GLES2/gl2ext.h", "GLES/glext.h")
 EGL_HEADERS = ("EGL/egl.h", "EGL/eglext.h")
 DEFINITION = re.compile(r"^#define (E?GL_[A-Z0-9_]+)\s+(0x[0-9A-Fa-f]+|[01])$", re.M)
 
