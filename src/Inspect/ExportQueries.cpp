@@ -40,7 +40,8 @@ Place LastAction(const FrameCalls& calls, std::uint32_t frame, std::uint32_t cal
 std::vector<std::string> HashesAt(Inspector& inspector, const Place& place)
 {
     std::vector<std::string> hashes;
-    for (const Json& target : inspector.Replay().At(place, Replays::Version::Recorded)->targets)
+    const auto outcome = inspector.Replay().At(place, Replays::Version::Recorded);
+    for (const Json& target : outcome->targets)
         hashes.push_back(target.value("what", "") + " " + target.value("hash", ""));
     return hashes;
 }

@@ -34,13 +34,16 @@ template <class T> T& OfSecond(const std::unique_ptr<T>& one)
 } // namespace
 
 Inspector::Inspector(const ReplaySettings& settings, bool isLasting, std::optional<std::uint32_t> every)
-    : m_path(settings.capture), m_side(settings.side), m_header(ReadHeader(m_path)), m_index(m_path),
-      m_replays(settings, isLasting, every),
+    : m_path(settings.capture), m_isLasting(isLasting), m_side(settings.side), m_header(ReadHeader(m_path)),
+      m_index(m_path), m_replays(settings, isLasting, every),
       m_thumbnails(
           {.isBusy = [this] { return m_asking > 0; },
            .start = [this](std::uint32_t frame) { return m_replays.Start(frame); },
            .hasSnapshot = [this](std::uint32_t frame) { return frame < 2 || m_replays.AllSnapshots().At(frame); },
-           .makesSnapshots = isLasting})
+           .makesSnapshots = isLasting,
+           .lookAhead = [this](const Place& place, ReplayProcess& replay,
+                               const Json& step) { return LookAhead(place, replay, step); },
+           .countAhead = [this](std::uint32_t frame) { return m_replays.CountOfKept(frame); }})
 {
 }
 
@@ -168,25 +171,84 @@ std::shared_ptr<const FrameUses> Inspector::Uses(std::uint32_t frame)
     return m_uses;
 }
 
-std::shared_ptr<const Tools::StateSnapshot> Inspector::State(const Place& place)
+void Inspector::Select(std::uint32_t frame)
+{
+    if (m_isLasting)
+        m_thumbnails.Begin(frame);
+}
+
+/// What the page asks for about an action when one goes there.
+bool Inspector::LookAhead(const Place& place, ReplayProcess& replay, const Json& step)
+{
+    Outcome outcome = Outcome::Of(replay, step);
+    // State is told with what differs from the action in front, or from the start of the frame.
+    std::vector<std::uint32_t> calls = {1};
+    const auto frame = Calls(place.frame);
+    for (const TreeNode& node : frame->tree) {
+        if (node.kind != TreeNode::Kind::Action)
+            continue;
+        calls.push_back(node.call);
+        if (node.call != place.call || node.object == 0)
+            continue;
+        const Json request = AboutProgram(node.object);
+        outcome.answers.emplace(request.dump(), replay.Ask(request).json);
+    }
+    // One way through the frame has the states of all, where as many are kept.
+    if (calls.size() < MostStates && !FindState(place))
+        States(place.frame, calls);
+    return m_replays.KeepAhead(place, outcome);
+}
+
+std::shared_ptr<const Tools::StateSnapshot> Inspector::FindState(const Place& place)
 {
     const std::lock_guard lock(m_stateMutex);
-    for (auto state = m_states.begin(); state != m_states.end(); ++state) {
-        if (state->first == place) {
-            m_states.splice(m_states.begin(), m_states, state);
-            return m_states.front().second;
-        }
-    }
-    auto state = std::make_shared<Tools::StateSnapshot>(ReadState(m_replays.SnapshotFor(place.frame), place));
-    m_states.emplace_front(place, state);
+    const auto state = std::ranges::find(m_states, place, [](const auto& kept) { return kept.first; });
+    if (state == m_states.end())
+        return nullptr;
+    m_states.splice(m_states.begin(), m_states, state);
+    return m_states.front().second;
+}
+
+void Inspector::KeepState(const Place& place, std::shared_ptr<const Tools::StateSnapshot> state)
+{
+    const std::lock_guard lock(m_stateMutex);
+    m_states.emplace_front(place, std::move(state));
     if (m_states.size() > MostStates)
         m_states.pop_back();
-    return state;
+}
+
+std::shared_ptr<const Tools::StateSnapshot> Inspector::State(const Place& place)
+{
+    return States(place.frame, {place.call}).front();
+}
+
+std::vector<std::shared_ptr<const Tools::StateSnapshot>> Inspector::States(std::uint32_t frame,
+                                                                           const std::vector<std::uint32_t>& calls)
+{
+    std::map<std::uint32_t, std::shared_ptr<const Tools::StateSnapshot>> states;
+    for (const std::uint32_t call : calls)
+        states.try_emplace(call, FindState({frame, call}));
+    std::vector<std::uint32_t> missing;
+    for (const auto& [call, state] : states)
+        if (!state)
+            missing.push_back(call);
+    // Nobody else waits for it: who reads ahead does so slowly.
+    if (!missing.empty()) {
+        std::vector<Tools::StateSnapshot> read = ReadStates(m_replays.SnapshotFor(frame), frame, missing);
+        for (std::size_t i = 0; i < missing.size(); ++i) {
+            states[missing[i]] = std::make_shared<Tools::StateSnapshot>(std::move(read[i]));
+            KeepState({frame, missing[i]}, states[missing[i]]);
+        }
+    }
+    std::vector<std::shared_ptr<const Tools::StateSnapshot>> all;
+    for (const std::uint32_t call : calls)
+        all.push_back(states[call]);
+    return all;
 }
 
 Tools::StateSnapshot Inspector::StateWithSetters(const Place& place)
 {
-    return ReadState(nullptr, place);
+    return std::move(ReadStates(nullptr, place.frame, {place.call}).front());
 }
 
 std::unique_ptr<Data::CaptureSource> Inspector::Open(const SnapshotPointer& snapshot) const
@@ -199,14 +261,15 @@ std::unique_ptr<Data::CaptureSource> Inspector::Open(const SnapshotPointer& snap
     return source;
 }
 
-Tools::StateSnapshot Inspector::ReadState(const SnapshotPointer& snapshot, const Place& place) const
+std::vector<Tools::StateSnapshot> Inspector::ReadStates(const SnapshotPointer& snapshot, std::uint32_t frame,
+                                                        const std::vector<std::uint32_t>& calls) const
 {
     const std::unique_ptr<Data::CaptureSource> source = Open(snapshot);
     Data::Diagnostics diagnostics(m_path, nullptr);
-    auto result = Tools::StateAt(*source, diagnostics, {place.frame, place.call});
+    auto result = Tools::StatesAt(*source, diagnostics, frame, calls);
     if (const auto* const text = std::get_if<std::string>(&result))
         throw Error(Error::Kind::Request, *text);
-    return std::get<Tools::StateSnapshot>(std::move(result));
+    return std::get<std::vector<Tools::StateSnapshot>>(std::move(result));
 }
 
 } // namespace Inspect

@@ -37,6 +37,12 @@ public:
     [[nodiscard]] Replays& Replay() { return m_replays; }
     [[nodiscard]] Thumbnails& Pictures() { return m_thumbnails; }
 
+    /// Somebody looks at a frame: what may be asked for next of its actions is made ahead, where requests follow one
+    /// another.
+    void Select(std::uint32_t frame);
+    /// Of playback-probe: about a program of the capture.
+    [[nodiscard]] static Json AboutProgram(std::uint32_t name) { return {{"do", "program"}, {"name", name}}; }
+
     /// While it lives, somebody waits for an answer.
     class Asking {
     public:
@@ -75,6 +81,9 @@ public:
     std::string NameOf(const Place& place);
     /// What was set in front of a call.
     std::shared_ptr<const Tools::StateSnapshot> State(const Place& place);
+    /// The same for several calls of a frame, which are read together.
+    std::vector<std::shared_ptr<const Tools::StateSnapshot>> States(std::uint32_t frame,
+                                                                    const std::vector<std::uint32_t>& calls);
     /// The same with the calls that set it, however far back they are: all that is in front is read.
     Tools::StateSnapshot StateWithSetters(const Place& place);
     /// What the calls of a frame did with each object.
@@ -84,10 +93,15 @@ public:
 
 private:
     /// Reads from the snapshot on, or from the start of the capture where that is null.
-    [[nodiscard]] Tools::StateSnapshot ReadState(const SnapshotPointer& snapshot, const Place& place) const;
+    [[nodiscard]] std::vector<Tools::StateSnapshot> ReadStates(const SnapshotPointer& snapshot, std::uint32_t frame,
+                                                               const std::vector<std::uint32_t>& calls) const;
+    std::shared_ptr<const Tools::StateSnapshot> FindState(const Place& place);
+    void KeepState(const Place& place, std::shared_ptr<const Tools::StateSnapshot> state);
+    bool LookAhead(const Place& place, ReplayProcess& replay, const Json& step);
     [[nodiscard]] std::unique_ptr<Data::CaptureSource> Open(const SnapshotPointer& snapshot) const;
 
     std::string m_path;
+    bool m_isLasting;
     Sides::Side m_side;
     Data::CaptureHeader m_header;
     FrameIndex m_index;

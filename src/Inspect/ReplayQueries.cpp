@@ -20,6 +20,13 @@ std::size_t IndexOf(const Outcome& outcome, const Parameters& parameters)
                                           ", found " + std::to_string(index));
 }
 
+/// What the call at a place of a frame left behind, which somebody looks at.
+std::shared_ptr<const Outcome> OutcomeAt(Inspector& inspector, const Parameters& parameters, const Place& place)
+{
+    inspector.Select(place.frame);
+    return ReplayOf(inspector, parameters).At(place, VersionOf(parameters));
+}
+
 } // namespace
 
 Answer ToAnswer(const Json& json, const std::vector<std::uint8_t>& bytes)
@@ -48,7 +55,7 @@ ReplayAnswer AskAbout(Inspector& inspector, const Parameters& parameters, const 
 Answer AnswerTargets(Inspector& inspector, const Parameters& parameters)
 {
     const Place place = PlaceOf(inspector, parameters);
-    const auto outcome = ReplayOf(inspector, parameters).At(place, VersionOf(parameters));
+    const auto outcome = OutcomeAt(inspector, parameters, place);
     Json json = {{"at", inspector.NameOf(place)},
                  {"call", place.call},
                  {"function", outcome->call.value("function", "")},
@@ -75,14 +82,14 @@ Answer AnswerSnapshots(Inspector& inspector, const Parameters&)
 
 Answer AnswerPixels(Inspector& inspector, const Parameters& parameters)
 {
-    const auto outcome = ReplayOf(inspector, parameters).At(PlaceOf(inspector, parameters), VersionOf(parameters));
+    const auto outcome = OutcomeAt(inspector, parameters, PlaceOf(inspector, parameters));
     const std::size_t index = IndexOf(*outcome, parameters);
     return ToAnswer(outcome->targets[index], outcome->contents[index]);
 }
 
 Answer AnswerPicture(Inspector& inspector, const Parameters& parameters)
 {
-    const auto outcome = ReplayOf(inspector, parameters).At(PlaceOf(inspector, parameters), VersionOf(parameters));
+    const auto outcome = OutcomeAt(inspector, parameters, PlaceOf(inspector, parameters));
     const std::size_t index = IndexOf(*outcome, parameters);
     return {"image/png", EncodePicture(outcome->targets[index], outcome->contents[index])};
 }
@@ -91,7 +98,7 @@ Answer AnswerPicture(Inspector& inspector, const Parameters& parameters)
 Answer AnswerPixel(Inspector& inspector, const Parameters& parameters)
 {
     const Place place = PlaceOf(inspector, parameters);
-    const auto outcome = ReplayOf(inspector, parameters).At(place, VersionOf(parameters));
+    const auto outcome = OutcomeAt(inspector, parameters, place);
     const Json& target = outcome->targets[IndexOf(*outcome, parameters)];
     const std::uint32_t x = NumberOf(parameters, "x");
     const std::uint32_t y = NumberOf(parameters, "y");

@@ -10,11 +10,6 @@ namespace {
 
 constexpr std::size_t MostKeptBytes = std::size_t{256} << 20;
 
-Json Request(const char* what)
-{
-    return {{"do", what}};
-}
-
 Json GoTo(const Place& place)
 {
     return {{"do", "go"}, {"frame", place.frame}, {"call", place.call}};
@@ -22,16 +17,8 @@ Json GoTo(const Place& place)
 
 } // namespace
 
-std::size_t Outcome::Bytes() const
-{
-    std::size_t bytes = 0;
-    for (const auto& content : contents)
-        bytes += content.size();
-    return bytes;
-}
-
 Replays::Replays(const ReplaySettings& settings, bool isLasting, std::optional<std::uint32_t> every)
-    : m_isLasting(isLasting), m_settings(settings), m_snapshots(m_processes, settings, every)
+    : m_isLasting(isLasting), m_settings(settings), m_snapshots(m_processes, settings, every), m_kept(MostKeptBytes)
 {
 }
 
@@ -46,53 +33,48 @@ void Replays::Stop()
     m_snapshots.Stop();
 }
 
+KeptOutcomes::Moment Replays::MomentOf(const Place& place, Version version) const
+{
+    return {version == Version::Edited ? m_inForce.load() : 0, place};
+}
+
+/// Has a process go to the call and `act` there; it is given the answer of "go".
+template <class Do> auto Replays::There(const Place& place, Version version, Do act)
+{
+    Running& running = Reach(place, version);
+    try {
+        Json call = running.process->Ask(GoTo(place)).json;
+        running.at = place;
+        if (call.contains("problem"))
+            throw Error(Error::Kind::Replay, call["problem"].get<std::string>());
+        return act(*running.process, std::move(call));
+    } catch (const Error& error) {
+        Fail(running, place, error.what());
+    }
+}
+
 std::shared_ptr<const Outcome> Replays::At(const Place& place, Version version)
 {
+    if (auto kept = m_kept.Find(MomentOf(place, version)))
+        return kept;
     const std::lock_guard lock(m_mutex);
-    const bool isEdited = version == Version::Edited && !m_edits.empty();
-    const Moment moment = {isEdited ? m_revision : 0, place};
-    if (const auto kept = m_kept.find(moment); kept != m_kept.end()) {
-        m_recent.remove(moment);
-        m_recent.push_front(moment);
-        return kept->second;
-    }
-    auto outcome = std::make_shared<Outcome>();
-    outcome->targets =
-        GoAndAsk(place, Request("targets"), &outcome->call, version).json.value("targets", Json::array());
-    for (std::size_t i = 0; i < outcome->targets.size(); ++i) {
-        Json request = Request("pixels");
-        request["index"] = i;
-        outcome->contents.push_back(GoAndAsk(place, request, nullptr, version).bytes);
-    }
-    if (m_isLasting && !isEdited)
+    const KeptOutcomes::Moment moment = MomentOf(place, version);
+    // Somebody else may have asked for the same in the meantime.
+    if (auto kept = m_kept.Find(moment))
+        return kept;
+    const auto outcome = std::make_shared<Outcome>(There(place, version, Outcome::Of));
+    if (m_isLasting && moment.first == 0)
         m_snapshots.Want({place.frame, place.call, HashesOf(outcome->targets)});
-    Keep(moment, outcome);
+    m_kept.Keep(moment, *outcome);
     return outcome;
 }
 
 ReplayAnswer Replays::Ask(const Place& place, const Json& request, Version version)
 {
+    if (auto answer = m_kept.FindAnswer(MomentOf(place, version), request.dump()))
+        return {std::move(*answer)};
     const std::lock_guard lock(m_mutex);
-    return GoAndAsk(place, request, nullptr, version);
-}
-
-/// The process goes to the call, unless `call` is null and it is there.
-ReplayAnswer Replays::GoAndAsk(const Place& place, const Json& request, Json* call, Version version)
-{
-    Running& running = Reach(place, version);
-    try {
-        if (call || running.at != place) {
-            ReplayAnswer answer = running.process->Ask(GoTo(place));
-            running.at = place;
-            if (answer.json.contains("problem"))
-                throw Error(Error::Kind::Replay, answer.json["problem"].get<std::string>());
-            if (call)
-                *call = std::move(answer.json);
-        }
-        return running.process->Ask(request);
-    } catch (const Error& error) {
-        Fail(running, place, error.what());
-    }
+    return There(place, version, [&](ReplayProcess& process, const Json&) { return process.Ask(request); });
 }
 
 ReplayAnswer Replays::AskFromStart(const Place& last, Json request, Version version)
@@ -116,6 +98,7 @@ void Replays::SetEdits(std::vector<Edit> edits, std::uint32_t frame)
     m_edited = edits.empty() ? Running() : AtStartOf(frame, edits);
     m_edits = std::move(edits);
     ++m_revision;
+    m_inForce = m_edits.empty() ? 0 : m_revision;
 }
 
 std::vector<Edit> Replays::Edits()
@@ -215,19 +198,6 @@ void Replays::Fail(Running& running, const Place& place, std::string text)
     running = {};
     throw Error(Error::Kind::Replay,
                 "on the way to call " + std::to_string(place.frame) + ":" + std::to_string(place.call) + ": " + text);
-}
-
-void Replays::Keep(const Moment& moment, std::shared_ptr<const Outcome> outcome)
-{
-    m_keptBytes += outcome->Bytes();
-    m_kept[moment] = std::move(outcome);
-    m_recent.push_front(moment);
-    while (m_keptBytes > MostKeptBytes && m_recent.size() > 1) {
-        const auto oldest = m_kept.find(m_recent.back());
-        m_keptBytes -= oldest->second->Bytes();
-        m_kept.erase(oldest);
-        m_recent.pop_back();
-    }
 }
 
 } // namespace Inspect

@@ -1,36 +1,25 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
-#include <list>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "Inspect/Edit.h"
+#include "Inspect/Outcomes.h"
 #include "Inspect/Place.h"
 #include "Inspect/ReplayProcess.h"
 #include "Inspect/Snapshots.h"
 
 namespace Inspect {
 
-/// What a replay showed after a call.
-struct Outcome {
-    /// The answer of "go".
-    Json call;
-    /// Those of "targets", and the contents of each.
-    Json targets;
-    std::vector<std::vector<std::uint8_t>> contents;
-
-    [[nodiscard]] std::size_t Bytes() const;
-};
-
 /// The replay processes of a capture: one that goes on to what is asked for, beginning with the nearest snapshot where
 /// it is behind or far in front, and for the way back in the frame at hand another one that waits at its start. A
-/// process that ends is replaced when it is needed. Members may be called from any thread; they wait for one another.
+/// process that ends is replaced when it is needed. Members may be called from any thread; they wait for one another
+/// where what they answer is not kept.
 class Replays {
 public:
     /// What is asked about: frames with the edits from their start on, where there are any, or as they were recorded.
@@ -43,8 +32,13 @@ public:
     Replays(const Replays&) = delete;
     Replays& operator=(const Replays&) = delete;
 
-    /// What a call left behind; kept, up to 256 MiB, for the next time. Throws Error.
+    /// What a call left behind; kept for the next time. Throws Error.
     std::shared_ptr<const Outcome> At(const Place& place, Version version = Version::Edited);
+    /// Keeps what somebody else's replay without edits showed there. False where there is no room for more of the
+    /// frame.
+    bool KeepAhead(const Place& place, const Outcome& outcome) { return m_kept.KeepAhead({0, place}, outcome); }
+    /// How many places of the frame as it was recorded are known.
+    [[nodiscard]] std::size_t CountOfKept(std::uint32_t frame) const { return m_kept.CountOf(frame); }
     /// The answer to a request after a call. Throws Error.
     ReplayAnswer Ask(const Place& place, const Json& request, Version version = Version::Edited);
     /// The answer to a request that goes from the start of the frame on, such as "history", with the last call as its
@@ -66,7 +60,8 @@ private:
     /// `at` is how far it is.
     using Running = Snapshots::Started;
 
-    ReplayAnswer GoAndAsk(const Place& place, const Json& request, Json* call, Version version);
+    [[nodiscard]] KeptOutcomes::Moment MomentOf(const Place& place, Version version) const;
+    template <class Do> auto There(const Place& place, Version version, Do act);
     Running& Reach(const Place& place, Version version);
     Running& ReachEdited(const Place& place);
     /// A process in front of a frame, at its start where there is a snapshot.
@@ -75,9 +70,6 @@ private:
     Running AtStartOf(std::uint32_t frame, const std::vector<Edit>& edits);
     void KeepSpare(const SnapshotPointer& snapshot);
     [[noreturn]] void Fail(Running& running, const Place& place, std::string text);
-    /// A place, and the edits that were in force; 0 without any.
-    using Moment = std::pair<std::uint32_t, Place>;
-    void Keep(const Moment& moment, std::shared_ptr<const Outcome> outcome);
 
     const bool m_isLasting;
     const ReplaySettings m_settings;
@@ -89,13 +81,12 @@ private:
     Running m_spare;
     /// Counted each time that they are set.
     std::uint32_t m_revision = 0;
+    /// The one in force; 0 without edits.
+    std::atomic<std::uint32_t> m_inForce = 0;
     std::vector<Edit> m_edits;
     /// In the frame at hand, with the edits.
     Running m_edited;
-    std::map<Moment, std::shared_ptr<const Outcome>> m_kept;
-    /// The one that was used last is in front.
-    std::list<Moment> m_recent;
-    std::size_t m_keptBytes = 0;
+    KeptOutcomes m_kept;
 };
 
 } // namespace Inspect

@@ -43,7 +43,7 @@ void AskProgram(Inspector& inspector, const Place& place, const Tools::StateSnap
     const auto program = context->second.find("GL_CURRENT_PROGRAM");
     if (program == context->second.end() || !program->second.is_number() || program->second == 0)
         return;
-    const Json answer = inspector.Replay().Ask(place, {{"do", "program"}, {"name", program->second}}).json;
+    const Json answer = inspector.Replay().Ask(place, Inspector::AboutProgram(program->second)).json;
     user.isProgramKnown = answer.contains("uniforms");
     for (const Json& attribute : answer.value("attributes", Json::array()))
         for (int i = 0; i < attribute.value("count", 1); ++i)
@@ -82,8 +82,11 @@ Answer AnswerState(Inspector& inspector, const Parameters& parameters)
     const auto against = parameters.find("against");
     const auto [from, other] = against != parameters.end() ? inspector.FindAnywhere(against->second)
                                                            : std::pair(&inspector, ActionBefore(inspector, place));
-    const auto state = inspector.State(place);
-    const auto before = from->State(other);
+    const bool isTogether = from == &inspector && other.frame == place.frame;
+    const auto states =
+        inspector.States(place.frame, isTogether ? std::vector{other.call, place.call} : std::vector{place.call});
+    const auto& state = states.back();
+    const auto before = isTogether ? states.front() : from->State(other);
     Json json = {{"at", inspector.NameOf(place)}};
     json.update(Tools::ToJson(*state));
     json["initial"] = Json::object();

@@ -55,23 +55,44 @@ std::string Thumbnails::OfFrame(std::uint32_t frame)
     return entry != m_frames.end() ? entry->second : std::string();
 }
 
-std::shared_ptr<const Thumbnails::Actions> Thumbnails::OfActions(std::uint32_t frame, bool waits)
+/// Makes the frame the one at work.
+void Thumbnails::Select(std::uint32_t frame)
 {
-    std::unique_lock lock(m_mutex);
-    auto work = std::ranges::find(m_works, frame, &Work::frame);
+    const auto work = std::ranges::find(m_works, frame, &Work::frame);
+    if (work != m_works.end() && work == m_works.begin())
+        return;
     if (work == m_works.end()) {
         m_works.push_front({frame, std::make_shared<Actions>(), Clock::now()});
         if (m_works.size() > MostWorks)
             m_works.pop_back();
     } else {
         m_works.splice(m_works.begin(), m_works, work);
+        // Other frames may have taken the place of what was known ahead.
+        if (Actions& actions = *work->actions; actions.isDone && m_surroundings.countAhead(frame) < actions.ahead)
+            actions.isDone = false;
     }
     StartThread();
     m_changed.notify_all();
-    const std::shared_ptr<Actions> actions = m_works.front().actions;
-    m_changed.wait(lock, [&] { return !waits || actions->isDone; });
-    // The thread goes on with its own.
-    return std::make_shared<Actions>(*actions);
+}
+
+void Thumbnails::Begin(std::uint32_t frame)
+{
+    const std::lock_guard lock(m_mutex);
+    Select(frame);
+}
+
+std::shared_ptr<const Thumbnails::Actions> Thumbnails::OfActions(std::uint32_t frame, bool waits)
+{
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        Select(frame);
+        const std::shared_ptr<Actions> actions = m_works.front().actions;
+        // Somebody may look at another frame in the meantime.
+        m_changed.wait(lock, [&] { return !waits || actions->isDone || m_works.front().actions->isDone; });
+        // The thread goes on with its own.
+        if (!waits || actions->isDone)
+            return std::make_shared<Actions>(*actions);
+    }
 }
 
 void Thumbnails::StartThread()
@@ -159,6 +180,8 @@ bool Thumbnails::GoToFrame(const Work& work)
     if (m_stepsFrame != work.frame) {
         m_steps.reset();
         m_stepsFrame = work.frame;
+        m_ahead = 0;
+        m_hasRoom = true;
     }
     if (!m_steps) {
         Snapshots::Started started = m_surroundings.start(work.frame);
@@ -182,12 +205,22 @@ bool Thumbnails::NextAction(const Work& work)
         return false;
     }
     try {
-        if (GoToFrame(work))
-            Keep(work, m_steps->Ask({{"do", "step"}}));
+        if (GoToFrame(work)) {
+            const ReplayAnswer step = m_steps->Ask({{"do", "step"}});
+            if (!step.json.contains("end"))
+                LookAhead(work, step.json);
+            Keep(work, step);
+        }
     } catch (const Error&) {
         Keep(work, {{{"end", true}}});
     }
     return true;
+}
+
+void Thumbnails::LookAhead(const Work& work, const Json& step)
+{
+    m_hasRoom = m_hasRoom && m_surroundings.lookAhead({work.frame, step.value("call", 0U)}, *m_steps, step);
+    m_ahead += m_hasRoom ? 1 : 0;
 }
 
 void Thumbnails::Keep(const Work& work, const ReplayAnswer& answer)
@@ -199,6 +232,7 @@ void Thumbnails::Keep(const Work& work, const ReplayAnswer& answer)
     const std::lock_guard lock(m_mutex);
     if (answer.json.contains("end")) {
         work.actions->failed = answer.json.value("failed", Json::array());
+        work.actions->ahead = m_ahead;
         work.actions->isDone = true;
         m_steps.reset();
         m_stepsFrame = 0;

@@ -19,8 +19,8 @@
 namespace Inspect {
 
 /// Small pictures of frames, and of what each action of a frame changed. They are made on a thread of its own by
-/// replays of its own, of low priority, which go on while nobody waits for anything else. Members may be called from
-/// any thread.
+/// replays of its own, of low priority, which go on while nobody waits for anything else. Where the one of actions
+/// comes by, others look ahead. Members may be called from any thread.
 class Thumbnails {
 public:
     /// What is needed of others.
@@ -33,6 +33,11 @@ public:
         std::function<bool(std::uint32_t frame)> hasSnapshot;
         /// Frames will do so, which is worth waiting for a little.
         bool makesSnapshots = false;
+        /// Takes what somebody may ask for about an action, which a replay has come to; `step` describes the call.
+        /// False when there is no room for more of the frame. Throws Error.
+        std::function<bool(const Place& place, ReplayProcess& replay, const Json& step)> lookAhead;
+        /// Of how many places of a frame there is what was taken, or more.
+        std::function<std::size_t(std::uint32_t frame)> countAhead;
     };
     explicit Thumbnails(Surroundings surroundings) : m_surroundings(std::move(surroundings)) {}
     ~Thumbnails();
@@ -61,6 +66,8 @@ public:
         std::map<std::uint32_t, Change> changes = {};
         /// Calls of the frame that were refused or raised an error; known at its end.
         Json failed = Json::array();
+        /// How many of them were looked at ahead; known at its end.
+        std::size_t ahead = 0;
         bool isDone = false;
     };
 
@@ -68,7 +75,9 @@ public:
     Strip Frames(std::uint32_t total, bool waits);
     /// A PNG file; empty while there is none.
     std::string OfFrame(std::uint32_t frame);
-    /// Begins with the actions of a frame, ahead of everything else; `waits` for all.
+    /// Begins with the actions of a frame, in front of everything else.
+    void Begin(std::uint32_t frame);
+    /// The same, and what is known of them; `waits` for all.
     std::shared_ptr<const Actions> OfActions(std::uint32_t frame, bool waits);
 
 private:
@@ -82,6 +91,7 @@ private:
 
     void Run();
     void StartThread();
+    void Select(std::uint32_t frame);
     [[nodiscard]] bool WantsFrames() const;
     /// False when it was told to end.
     bool WaitForQuiet();
@@ -89,6 +99,7 @@ private:
     /// False while it waits for a snapshot of the frame.
     bool NextAction(const Work& work);
     bool GoToFrame(const Work& work);
+    void LookAhead(const Work& work, const Json& step);
     void Keep(const Work& work, const ReplayAnswer& answer);
 
     const Surroundings m_surroundings;
@@ -110,6 +121,9 @@ private:
     /// Of m_steps, and how far it went.
     std::uint32_t m_stepsFrame = 0;
     std::uint32_t m_framesGone = 0;
+    /// Actions of it that were looked at ahead, and whether there is room for more.
+    std::size_t m_ahead = 0;
+    bool m_hasRoom = true;
 
     std::thread m_thread;
 };

@@ -36,6 +36,13 @@ Json FailedOf(const std::vector<PlayedAction>& actions)
     return failed;
 }
 
+Json DescribeCall(const Replayer& replayer)
+{
+    const PlayedAction& action = replayer.Action();
+    return {{"frame", action.frame},   {"call", action.call},         {"function", action.function},
+            {"thread", action.thread}, {"isPlayed", action.isPlayed}, {"failed", FailedOf(replayer.Failed())}};
+}
+
 ChangedPart FindChange(const Contents& before, const Contents& after)
 {
     if (after.data.empty() || before.data.size() != after.data.size() || before.width != after.width ||
@@ -85,23 +92,28 @@ void ActionSteps::LookBefore(Replayer& replayer)
 
 Reply ActionSteps::Next(Replayer& replayer)
 {
+    const auto place = [&replayer] { return std::pair(replayer.Frames(), replayer.Call()); };
+    if (m_at != place())
+        Forget();
     replayer.SetAroundAction([&] { LookBefore(replayer); }, {});
     const Replayer::Stop stop = replayer.ToAction();
     replayer.SetAroundAction({}, {});
+    m_at = place();
     if (stop != Replayer::Stop::Action) {
         Forget();
         return {{{"end", true}, {"failed", FailedOf(replayer.FailedOfFrame())}}};
     }
-    const PlayedAction& action = replayer.Action();
-    if (!DrawsToFramebuffer(action.kind) || !replayer.HasContext())
-        return {{{"call", action.call}}};
+    Json call = DescribeCall(replayer);
+    if (!DrawsToFramebuffer(replayer.Action().kind) || !replayer.HasContext())
+        return {std::move(call)};
     Contents after = ReadColor();
     ChangedPart part = FindChange(m_last.contents, after);
     m_last.contents = std::move(after);
     if (part.contents.data.empty())
-        return {{{"call", action.call}}};
+        return {std::move(call)};
     Reply reply = ToReply(std::move(part.contents));
-    reply.json.update({{"call", action.call}, {"x", part.x}, {"y", part.y}});
+    reply.json.update(call);
+    reply.json.update({{"x", part.x}, {"y", part.y}});
     return reply;
 }
 

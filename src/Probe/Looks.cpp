@@ -30,13 +30,7 @@ Reply Go(Replayer& replayer, const nlohmann::json& request)
     const std::uint32_t call = request.value("call", 1U);
     if (replayer.ToCall(frame, call) != Replayer::Stop::Action)
         return Problem("call " + std::to_string(frame) + ":" + std::to_string(call) + " cannot be reached");
-    const PlayedAction& action = replayer.Action();
-    return {{{"frame", action.frame},
-             {"call", action.call},
-             {"function", action.function},
-             {"thread", action.thread},
-             {"isPlayed", action.isPlayed},
-             {"failed", FailedOf(replayer.Failed())}}};
+    return {DescribeCall(replayer)};
 }
 
 /// The images of a texture.

@@ -41,7 +41,6 @@ Reply Service::Answer(const std::string& request, std::istream& input)
         return Put(json.value("index", std::size_t{0}), input);
     if (what == "step")
         return m_steps.Next(m_replayer);
-    m_steps.Forget();
     if (what == "inputs")
         return Inputs();
     if (what == "watch")
@@ -161,6 +160,7 @@ Reply Service::Put(std::size_t index, std::istream& input)
     if (index >= m_places.size())
         return {{{"error", "the last action has " + std::to_string(m_places.size()) + " images, found index " +
                                std::to_string(index)}}};
+    m_steps.Forget();
     Contents contents = m_contents[index];
     if (!input.read(reinterpret_cast<char*>(contents.data.data()), static_cast<std::streamsize>(contents.data.size())))
         return {{{"error", "the bytes of the image are missing"}}};

@@ -2,6 +2,7 @@
 
 import contextlib
 import http.client
+import json
 import os
 import pathlib
 import signal
@@ -81,6 +82,68 @@ class Jumps(Inspect):
         self.assertEqual(status, 502)
         self.assertIn("crashed in call {}:{} glDrawArrays".format(*behind[number - 1]), body.decode())
         self.assertEqual(self.get("targets", at="2:1")["at"], "2:1")
+
+
+class Ahead(Inspect):
+    """What may be asked for next in a frame that is looked at is known ahead."""
+
+    @contextlib.contextmanager
+    def without_replays(self):
+        """Whatever needs a replay waits in vain."""
+        stopped = children(self.server.pid)
+        for child in stopped:
+            os.kill(child, signal.SIGSTOP)
+        try:
+            yield
+        finally:
+            for child in stopped:
+                os.kill(child, signal.SIGCONT)
+
+    def look(self, at, ask):
+        """What the page asks for when one goes to an action."""
+        targets, unused, state = (ask(name, f"at={at}") for name in ("targets", "unused", "state"))
+        del targets["hasSnapshot"]
+        return targets, unused, state
+
+    def test_it_is_what_a_replay_of_all_shows(self):
+        for family in ("draw-buffers", "transform-feedback", "threads"):
+            with self.subTest(family):
+                capture = self.record(FAMILIES, family, "--pbuffer", compositor=False)
+                self.serve(capture)
+                actions = [f"4:{node['number']}" for node in self.get("actions", frame=4)["tree"] if node["type"] == "action"]
+                self.get("targets", at="4")
+                self.get("thumbnails", frame=4, wait=1)
+                with self.without_replays():
+                    known = {at: self.look(at, lambda name, at: self.get(name, at=at.removeprefix("at="))) for at in actions}
+                    pixels = [self.request(f"{self.path}api/pixels?at={at}")[2] for at in actions]
+                for at, here, bytes_here in list(zip(actions, known.values(), pixels))[::2]:
+                    self.assertEqual(here, self.look(at, lambda name, at: self.ask(name, capture, at)))
+                    self.assertEqual(bytes_here, self.ask_bytes("pixels", capture, f"at={at}"))
+                self.stop()
+
+    def test_edits_are_not_answered_from_it(self):
+        capture = self.record(SPINNING, "--frames", "6", "--pbuffer", compositor=False)
+        self.serve(capture)
+        as_recorded = self.get("targets", at="4:3")["targets"]
+        self.get("thumbnails", frame=4, wait=1)
+        for edits, is_changed in ([{"kind": "skip", "at": "4:3"}], True), ([], False):
+            status, _, body = self.request(f"{self.path}api/edits?at=4:3", "POST", json.dumps({"edits": edits}))
+            self.assertEqual(status, 200, body)
+            self.assertEqual(self.get("targets", at="4:3")["targets"] != as_recorded, is_changed)
+            with self.without_replays():
+                self.assertEqual(self.get("targets", at="4:3", edited=0)["targets"], as_recorded)
+
+    def test_a_crash_ahead_is_nobodys_trouble(self):
+        capture = self.record(SPINNING, "--frames", "6", "--pbuffer", compositor=False)
+        tree = self.ask("actions", capture, "frame=1")["tree"]
+        draws = [node for node in tree if node.get("text", "").startswith("glDrawArrays(")]
+        self.serve(capture, "--driver", FAULTY_DRIVER, PLAYBACK_FAULT=f"crash:{len(draws)}")
+        first = self.get("targets", at="1:1")
+        calls = [action["call"] for action in self.get("thumbnails", frame=1, wait=1)["actions"]]
+        self.assertEqual(calls, [node["call"] for node in tree if node["type"] == "action" and node["call"] < draws[-1]["call"]])
+        self.assertEqual(self.request(f"{self.path}api/targets?at=1:c{draws[-1]['call']}")[0], 502)
+        self.assertEqual(self.get("targets", at="1:1"), first)
+        self.assertEqual(self.get("inputs", at="1:1")["at"], "1:1")
 
 
 class Ending(Inspect):

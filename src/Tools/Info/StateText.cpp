@@ -4,8 +4,6 @@
 #include <charconv>
 #include <functional>
 
-#include "Data/Records/CallDecoder.h"
-#include "Data/Records/RecordWalk.h"
 #include "Data/State/StateModel.h"
 #include "Tools/Info/EnumNames.h"
 #include "Tools/Info/Notation.h"
@@ -59,12 +57,7 @@ std::size_t SetAtOnce(Counted counted)
                                                                          : 1;
 }
 
-/// A moment as a number for the model.
-std::uint64_t PlaceOf(const Moment& moment)
-{
-    return std::uint64_t{moment.frame} << 32 | moment.call;
-}
-
+/// From a number that a model has.
 Moment MomentOf(std::uint64_t place)
 {
     return {static_cast<std::uint32_t>(place >> 32), static_cast<std::uint32_t>(place)};
@@ -254,53 +247,6 @@ StateSnapshot TakeSnapshot(Data::StateModel& model)
     }
     AddNamed(model, context.group->objects, snapshot);
     AddNamed(model, context.objects, snapshot);
-    return snapshot;
-}
-
-std::variant<StateSnapshot, std::string> StateAt(Data::CaptureSource& source, Data::Diagnostics& diagnostics,
-                                                 const Moment& moment)
-{
-    Data::Diagnostics quiet(diagnostics.FileName(), nullptr);
-    Data::CallDecoder calls(quiet);
-    Data::StateModel model;
-    calls.SetStateModel(&model);
-    std::uint32_t thread = 0;
-    std::uint32_t lastCall = 0;
-    bool isReached = false;
-    // The second state-setup block of a snapshot is no doing of the program and leaves no state behind.
-    constexpr int InUpload = 3;
-    int blockMarks = 0;
-    Data::WalkRecords(
-        source, diagnostics,
-        [&](const Data::RecordCursor& record) {
-            const Data::Position& at = diagnostics.position;
-            const std::uint32_t id = record.Header().id;
-            const bool isCall = id < source.Calls().size();
-            if (isReached || (isCall && moment.call != 0 && at.frame + 1 == moment.frame && at.call >= moment.call)) {
-                isReached = true;
-                return;
-            }
-            lastCall = at.frame + 1 == moment.frame ? at.call : 0;
-            if (Data::ThreadRecord r; record.Is(Data::RecordId::Thread) && record.Read(r)) {
-                thread = r.thread;
-                calls.SetThread(thread);
-            } else if (record.Is(Data::RecordId::BlockStart) || record.Is(Data::RecordId::BlockEnd)) {
-                ++blockMarks;
-            } else if (isCall && blockMarks != InUpload && source.Calls()[id].known < Data::callCount) {
-                model.SetPlace(PlaceOf({at.frame + 1, at.call}));
-                calls.Decode(static_cast<Data::CallId>(source.Calls()[id].known), record.Record());
-            }
-        },
-        moment.frame);
-    const std::uint32_t frames = source.FrameCount();
-    if (moment.frame > frames + (moment.call != 0 ? 1 : 0))
-        return "has " + std::to_string(frames) + " frames, expected at least " + std::to_string(moment.frame);
-    if (moment.call != 0 && !isReached)
-        return "frame " + std::to_string(moment.frame) + " has " + std::to_string(lastCall) +
-               " calls, expected at least " + std::to_string(moment.call);
-    StateSnapshot snapshot = TakeSnapshot(model);
-    snapshot.moment = moment;
-    snapshot.thread = thread;
     return snapshot;
 }
 

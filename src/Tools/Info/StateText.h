@@ -48,6 +48,11 @@ struct StateSnapshot {
 std::variant<StateSnapshot, std::string> StateAt(Data::CaptureSource& source, Data::Diagnostics& diagnostics,
                                                  const Moment& moment);
 
+/// The same for several calls of a frame, each once and in their order, on one way through the capture.
+std::variant<std::vector<StateSnapshot>, std::string> StatesAt(Data::CaptureSource& source,
+                                                               Data::Diagnostics& diagnostics, std::uint32_t frame,
+                                                               const std::vector<std::uint32_t>& calls);
+
 /// The values of the model's current context, for those who follow calls themselves.
 StateSnapshot TakeSnapshot(Data::StateModel& model);
 
