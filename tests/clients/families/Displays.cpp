@@ -90,6 +90,7 @@ void ReadBack()
 void DrawOnStage(Stage& stage, const GLuint program, int frame)
 {
     stage.MakeCurrent();
+    glClear(GL_COLOR_BUFFER_BIT); // what the quad leaves free is otherwise whatever the surface's memory held
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 16, 16, 0, GL_RGBA, GL_UNSIGNED_BYTE, Pattern(16, 16, frame).data());
     DrawQuad(program);
     EndFrame(stage);
