@@ -191,7 +191,7 @@ bool Inspector::LookAhead(const Place& place, ReplayProcess& replay, const Json&
         if (node.call != place.call || node.object == 0)
             continue;
         const Json request = AboutProgram(node.object);
-        outcome.answers.emplace(request.dump(), replay.Ask(request).json);
+        outcome.answers.emplace(Text(request), replay.Ask(request).json);
     }
     // One way through the frame has the states of all, where as many are kept.
     if (calls.size() < MostStates && !FindState(place))

@@ -116,7 +116,7 @@ void KeptOutcomes::Insert(const Moment& moment, const Outcome& outcome)
         m_latestFrame = frame;
     }
     Packed packed;
-    packed.text = Json{{"call", outcome.call}, {"targets", outcome.targets}, {"answers", outcome.answers}}.dump();
+    packed.text = Text({{"call", outcome.call}, {"targets", outcome.targets}, {"answers", outcome.answers}});
     m_bytes += packed.text.size();
     for (std::size_t i = 0; i < outcome.contents.size(); ++i) {
         const Json& target = outcome.targets[i];

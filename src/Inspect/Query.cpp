@@ -76,11 +76,6 @@ Answer Ask(Inspector& inspector, const std::string& name, const Parameters& para
     throw Error(Error::Kind::Request, "there is no query \"" + name + "\"" + Util::Suggestion(name, names));
 }
 
-std::string Text(const Json& json)
-{
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
 std::string TextOf(const Parameters& parameters, const std::string& name, const std::string& otherwise)
 {
     const auto value = parameters.find(name);

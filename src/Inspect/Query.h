@@ -28,7 +28,4 @@ Answer Ask(Inspector& inspector, const std::string& name, const Parameters& para
 /// Error.
 Answer SetEdits(Inspector& inspector, const Parameters& parameters, const std::string& body);
 
-/// JSON as text; bytes that are no UTF-8 are replaced.
-std::string Text(const Json& json);
-
 } // namespace Inspect

@@ -4,6 +4,11 @@
 
 namespace Inspect {
 
+std::string Text(const Json& json)
+{
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
 void ProcessList::EndAll()
 {
     const std::lock_guard lock(m_mutex);
@@ -41,7 +46,7 @@ ReplayProcess::~ReplayProcess()
 
 void ReplayProcess::Send(const Json& request)
 {
-    if (!IsAlive() || !m_child->Write(request.dump() + "\n"))
+    if (!IsAlive() || !m_child->Write(Text(request) + "\n"))
         Fail();
 }
 

@@ -16,6 +16,9 @@ namespace Inspect {
 
 using Json = nlohmann::ordered_json;
 
+/// JSON as text; bytes that are no UTF-8 are replaced.
+std::string Text(const Json& json);
+
 /// An answer of a replay, and the bytes that came with it.
 struct ReplayAnswer {
     Json json;

@@ -71,7 +71,7 @@ std::shared_ptr<const Outcome> Replays::At(const Place& place, Version version)
 
 ReplayAnswer Replays::Ask(const Place& place, const Json& request, Version version)
 {
-    if (auto answer = m_kept.FindAnswer(MomentOf(place, version), request.dump()))
+    if (auto answer = m_kept.FindAnswer(MomentOf(place, version), Text(request)))
         return {std::move(*answer)};
     const std::lock_guard lock(m_mutex);
     return There(place, version, [&](ReplayProcess& process, const Json&) { return process.Ask(request); });

@@ -119,7 +119,8 @@ class Queries(Inspect):
                             (("stat",), 'there is no query "stat"; did you mean state?'),
                             (("pixels", "at=3:1", "index=77"), "index needs a number below"),
                             (("pixel", "at=3:1", "x=5", "y=100000"), "has no pixel 5,100000"),
-                            (("texture", "at=3:1", "name=4711"), "no such texture")):
+                            (("texture", "at=3:1", "name=4711"), "no such texture"),
+                            (("overlay", "at=3:1", "kind=\udcff"), "there is no overlay")):
             with self.subTest(words):
                 name, *parameters = words
                 self.assertMentions(self.query(name, self.capture, *parameters, status=USAGE), text)
