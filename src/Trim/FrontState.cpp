@@ -1,6 +1,7 @@
 #include "Trim/FrontState.h"
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 
 #include <EGL/egl.h>
@@ -77,6 +78,8 @@ void FrontState::Track(const Data::RecordView& record, std::optional<Data::CallI
         const auto id = static_cast<RecordId>(record.Header().id);
         if (Data::FrameEndRecord end; id == RecordId::FrameEnd && record.Read(end))
             m_endUs = end.timeUs;
+        if (Data::WindowSizeRecord size; id == RecordId::WindowSize && record.Read(size))
+            m_sizes[size.surface] = size;
         m_tracker.BuiltIn(record, VerdictOf(id));
     } else if (!call) {
         m_tracker.Other(Verdict::Drop);
@@ -202,6 +205,9 @@ void FrontState::Write(const Data::RecordCursor& record, std::optional<Data::Cal
         return;
     }
     if (!call) {
+        if (Data::WindowSizeRecord size;
+            record.Is(RecordId::WindowSize) && record.Read(size) && IsViewportSet(size.surface))
+            std::memcpy(record.Record(), &m_sizes[size.surface], sizeof size);
         output.Copy(record);
         return;
     }
@@ -213,6 +219,21 @@ void FrontState::Write(const Data::RecordCursor& record, std::optional<Data::Cal
     if (m_tracker.Log().VerdictOf(index) == Verdict::Delete)
         DropNames(*call, m_tracker.Log().Items(index), m_selection.isCreated, copy);
     output.CopyCall(*call, copy);
+}
+
+/// A driver takes up a new size of a window that was current after the next swap only, so a window is made in the size
+/// that it has in the end. Its first size counts where a context has its viewport from that.
+bool FrontState::IsViewportSet(std::uint32_t surface) const
+{
+    const auto last = m_tracker.Surfaces().find(surface);
+    const Data::StateContext* const context = last != m_tracker.Surfaces().end()
+                                                  ? m_tracker.Model().AllContexts().Find(last->second.second.context)
+                                                  : nullptr;
+    if (!context)
+        return false;
+    const Data::StateSlots& slots = m_tracker.Model().Slots();
+    const Slot viewport = slots.Find(context->owner, State::Viewport);
+    return viewport != Data::StateSlots::None && !slots.ValueOf(viewport).words.empty();
 }
 
 void FrontState::WriteContents(RecordOutput& output)

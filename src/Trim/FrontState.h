@@ -69,6 +69,7 @@ private:
     std::string KeepContents(Contents& contents, const Data::StateContext& context, bool hasObjects, bool hasSurface,
                              Replay::LiveReplay& replay);
 
+    [[nodiscard]] bool IsViewportSet(std::uint32_t surface) const;
     /// What an object holds is needed.
     [[nodiscard]] bool IsWanted(Owner owner) const;
 
@@ -77,6 +78,8 @@ private:
     std::optional<std::vector<bool>> m_needed;
     Selection m_selection;
     std::uint64_t m_endUs = 0;
+    /// The last ones, by surface.
+    std::map<std::uint32_t, Data::WindowSizeRecord> m_sizes;
     /// By surface, in the order in which they are restored.
     std::map<std::uint32_t, Contents> m_contents;
     std::set<std::string> m_missing;

@@ -79,6 +79,11 @@ class SameFrames(TrimTest):
             with self.subTest(client):
                 self.check(self.record(*client))
 
+    def test_windows_that_were_resized_before(self):
+        capture = self.record(SPINNING, "--frames", "8", "--resize", "3")
+        for first in (5, 7):
+            self.verify(self.trim(capture, first, 8), compositor=True)
+
 
 class Options(TrimTest):
     """What a replay does with the two parts of a trimmed capture."""
