@@ -78,8 +78,7 @@ void FrontState::Track(const Data::RecordView& record, std::optional<Data::CallI
         const auto id = static_cast<RecordId>(record.Header().id);
         if (Data::FrameEndRecord end; id == RecordId::FrameEnd && record.Read(end))
             m_endUs = end.timeUs;
-        if (Data::WindowSizeRecord size; id == RecordId::WindowSize && record.Read(size))
-            m_sizes[size.surface] = size;
+        NoteSize(record);
         m_tracker.BuiltIn(record, VerdictOf(id));
     } else if (!call) {
         m_tracker.Other(Verdict::Drop);
@@ -90,6 +89,12 @@ void FrontState::Track(const Data::RecordView& record, std::optional<Data::CallI
     } else {
         m_tracker.Upload(arguments);
     }
+}
+
+void FrontState::NoteSize(const Data::RecordView& record)
+{
+    if (Data::WindowSizeRecord size; record.Is(RecordId::WindowSize) && record.Read(size))
+        m_sizes[size.surface] = size;
 }
 
 std::string FrontState::ReadContents(Replay::LiveReplay& replay, Live live)
@@ -222,7 +227,7 @@ void FrontState::Write(const Data::RecordCursor& record, std::optional<Data::Cal
 }
 
 /// A driver takes up a new size of a window that was current after the next swap only, so a window is made in the size
-/// that it has in the end. Its first size counts where a context has its viewport from that.
+/// that it has in the first frame. The one that it was made in counts where a context has its viewport from that.
 bool FrontState::IsViewportSet(std::uint32_t surface) const
 {
     const auto last = m_tracker.Surfaces().find(surface);

@@ -30,6 +30,8 @@ public:
     /// A record as it was before the replay, in order.
     void Track(const Data::RecordView& record, std::optional<Data::CallId> call, Effect effect);
     [[nodiscard]] std::uint32_t Thread() const { return m_tracker.Thread(); }
+    /// The same for the first frame after them, of whose records only sizes of windows matter.
+    void NoteSize(const Data::RecordView& record);
 
     /// What becomes of the live state when contents are read.
     enum class Live : std::uint8_t {
@@ -78,7 +80,7 @@ private:
     std::optional<std::vector<bool>> m_needed;
     Selection m_selection;
     std::uint64_t m_endUs = 0;
-    /// The last ones, by surface.
+    /// Of windows, the last ones, by surface.
     std::map<std::uint32_t, Data::WindowSizeRecord> m_sizes;
     /// By surface, in the order in which they are restored.
     std::map<std::uint32_t, Contents> m_contents;

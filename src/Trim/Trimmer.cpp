@@ -53,12 +53,15 @@ bool Trimmer::Analyse(Replay::LiveReplay& replay)
     bool isConditional = false;
     const auto visit = [&](const Data::RecordCursor& record) {
         const std::optional<Data::CallId> call = m_source.CallOf(record.Header());
-        if (front.Has(record, m_diagnostics.position))
+        if (front.Has(record, m_diagnostics.position)) {
             Analyse(record, replay);
-        else if (m_call == 0)
+        } else if (m_call == 0) {
             isConditional |= call == Data::CallId::glBeginConditionalRenderNV;
-        else if (!m_only && call && m_diagnostics.position.frame + 1 == m_range.first)
+            if (m_diagnostics.position.frame + 1 == m_range.first)
+                m_front.NoteSize(record);
+        } else if (!m_only && call && m_diagnostics.position.frame + 1 == m_range.first) {
             m_only = OutputCall{*call, {record.Bytes().begin(), record.Bytes().end()}};
+        }
     };
     // Up to the last frame, so that nothing is written when one of them cannot be read.
     const bool isWhole = Data::WalkRecords(m_source, m_diagnostics, visit, m_range.last);
