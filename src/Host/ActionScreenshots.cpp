@@ -6,7 +6,7 @@
 #include <GLES3/gl32.h>
 
 #include "Host/Screenshots.h"
-#include "Probe/Targets.h"
+#include "Probe/Actions/Targets.h"
 
 namespace Host {
 

@@ -18,8 +18,8 @@
 #include "Playback/PlaybackSettings.h"
 #include "Playback/SkipApiBlockEventHandler.h"
 #include "Playback/Surfaces/EGLProxySurfaceFactory.h"
-#include "Replay/ContextGate.h"
-#include "Replay/MappingGuard.h"
+#include "Replay/Guards/ContextGate.h"
+#include "Replay/Guards/MappingGuard.h"
 
 namespace Host {
 

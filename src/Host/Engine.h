@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Replay/DriverState.h"
+#include "Replay/Driver/DriverState.h"
 
 namespace Data {
 class BlockEventHandler;

@@ -9,7 +9,7 @@
 #include "Playback/Surfaces/EGLPbufferSurfaceFactory.h"
 #include "Playback/Surfaces/EGLSingleSurfaceFactory.h"
 #include "Playback/Windows/SingleWindowManager.h"
-#include "Replay/Driver.h"
+#include "Replay/Driver/Driver.h"
 #include "Replay/OffscreenSurfaceFactory.h"
 
 namespace Host {

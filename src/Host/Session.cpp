@@ -16,8 +16,8 @@
 #include "Playback/Controller.h"
 #include "Playback/PlaybackSettings.h"
 #include "Playback/Surfaces/EGLProxySurfaceFactory.h"
-#include "Replay/Driver.h"
-#include "Replay/GpuCounters.h"
+#include "Replay/Driver/Driver.h"
+#include "Replay/Timing/GpuCounters.h"
 #include "Util/OutputFile.h"
 
 namespace Host {

@@ -7,7 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "Probe/Contents.h"
+#include "Probe/Contents/Contents.h"
 
 namespace Probe {
 

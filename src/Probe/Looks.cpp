@@ -3,17 +3,17 @@
 #include <algorithm>
 
 #include "Playback/Names/GLResourceTable.h"
-#include "Probe/ActionSteps.h"
-#include "Probe/ActionTimes.h"
-#include "Probe/BlockValues.h"
-#include "Probe/Blocks.h"
-#include "Probe/DisplayShader.h"
-#include "Probe/EditRequests.h"
-#include "Probe/History.h"
-#include "Probe/ObjectContents.h"
-#include "Probe/Overlay.h"
-#include "Probe/Programs.h"
-#include "Probe/Uses.h"
+#include "Probe/Actions/ActionSteps.h"
+#include "Probe/Actions/ActionTimes.h"
+#include "Probe/Actions/History.h"
+#include "Probe/Actions/Uses.h"
+#include "Probe/Contents/DisplayShader.h"
+#include "Probe/Contents/ObjectContents.h"
+#include "Probe/Edits/EditRequests.h"
+#include "Probe/Overlays/Overlay.h"
+#include "Probe/Programs/BlockValues.h"
+#include "Probe/Programs/Blocks.h"
+#include "Probe/Programs/Programs.h"
 
 namespace Probe {
 

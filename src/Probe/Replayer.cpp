@@ -7,7 +7,7 @@
 #include "Interfaces/Core.h"
 #include "Playback/Names/GLResourceTable.h"
 #include "Probe/CrashNote.h"
-#include "Replay/Driver.h"
+#include "Replay/Driver/Driver.h"
 #include "Trim/SnapshotMaker.h"
 
 namespace Probe {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "Probe/ActionSteps.h"
+#include "Probe/Actions/ActionSteps.h"
 #include "Probe/Json.h"
 #include "Probe/Replayer.h"
 

@@ -4,9 +4,9 @@
 #include "Playback/Meta/KHRMetaHandler.h"
 #include "Playback/Names/GLResourceTable.h"
 #include "Playback/Surfaces/EGLPbufferSurfaceFactory.h"
-#include "Replay/ContextGate.h"
-#include "Replay/Driver.h"
-#include "Replay/MappingGuard.h"
+#include "Replay/Driver/Driver.h"
+#include "Replay/Guards/ContextGate.h"
+#include "Replay/Guards/MappingGuard.h"
 #include "Replay/OffscreenSurfaceFactory.h"
 
 namespace Replay {

@@ -7,7 +7,7 @@
 #include "Data/Diagnostics.h"
 #include "Data/Records/CallDecoder.h"
 #include "Data/Records/MetaDecoder.h"
-#include "Replay/DriverState.h"
+#include "Replay/Driver/DriverState.h"
 
 namespace Playback {
 class EGLPlaybackAdapter;

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "Replay/ReplayClock.h"
+#include "Replay/Timing/ReplayClock.h"
 
 namespace Replay {
 

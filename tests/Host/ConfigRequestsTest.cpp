@@ -1,4 +1,4 @@
-#include "Replay/ConfigRequests.h"
+#include "Replay/Driver/ConfigRequests.h"
 
 #include <gmock/gmock.h>
 

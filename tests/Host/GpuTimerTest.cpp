@@ -6,7 +6,7 @@
 
 #include "FakeDriver/FakeDriver.h"
 #include "Playback/Calls/GLPlaybackAdapter.h"
-#include "Replay/DriverState.h"
+#include "Replay/Driver/DriverState.h"
 #include "support/TestCapture.h"
 
 using ::testing::Contains;

@@ -6,7 +6,7 @@
 
 #include "FakeDriver/FakeDriver.h"
 #include "Playback/Names/GLResourceTable.h"
-#include "Replay/MappingGuard.h"
+#include "Replay/Guards/MappingGuard.h"
 
 namespace {
 

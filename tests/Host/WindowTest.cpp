@@ -7,7 +7,7 @@
 #include "Host/Wayland/WaylandConnection.h"
 #include "Interfaces/Core.h"
 #include "Playback/PlaybackSettings.h"
-#include "Replay/Driver.h"
+#include "Replay/Driver/Driver.h"
 
 namespace {
 

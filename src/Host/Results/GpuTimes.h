@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "Data/Records/Actions.h"
-#include "Replay/NotMeasured.h"
+#include "Replay/Timing/NotMeasured.h"
 
 namespace Host {
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "Replay/ReplayClock.h"
+#include "Replay/Timing/ReplayClock.h"
 #include "Util/FrameRange.h"
 
 namespace Host {

@@ -11,7 +11,7 @@
 
 #include "Host/Results/Measurements.h"
 #include "Host/Timing/Telling.h"
-#include "Replay/ReplayClock.h"
+#include "Replay/Timing/ReplayClock.h"
 
 namespace Host {
 

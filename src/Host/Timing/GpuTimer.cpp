@@ -6,7 +6,7 @@
 
 #include "Data/Capture/CaptureFile.h"
 #include "Interfaces/Core.h"
-#include "Replay/DriverState.h"
+#include "Replay/Driver/DriverState.h"
 
 namespace Host {
 

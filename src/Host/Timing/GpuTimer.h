@@ -11,8 +11,8 @@
 #include "Data/State/DrawTargets.h"
 #include "Host/Results/GpuTimes.h"
 #include "Host/Timing/Telling.h"
-#include "Replay/ContextListener.h"
-#include "Replay/GpuClock.h"
+#include "Replay/Driver/ContextListener.h"
+#include "Replay/Timing/GpuClock.h"
 
 namespace Data {
 class CallDecoder;

@@ -6,7 +6,7 @@
 #include <string>
 #include <thread>
 
-#include "Replay/ReplayClock.h"
+#include "Replay/Timing/ReplayClock.h"
 
 namespace Host {
 

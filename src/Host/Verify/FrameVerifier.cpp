@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "Host/Timing/FrameTimer.h"
-#include "Replay/Driver.h"
+#include "Replay/Driver/Driver.h"
 
 namespace Host {
 

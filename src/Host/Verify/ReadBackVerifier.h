@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "Data/Diagnostics.h"
-#include "Replay/MappingGuard.h"
+#include "Replay/Guards/MappingGuard.h"
 
 namespace Host {
 

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <string>
 
-#include "Replay/SamplerTarget.h"
+#include "Replay/Driver/SamplerTarget.h"
 #include "Trim/Restore/LiveGL.h"
 
 namespace Trim {

@@ -1,0 +1,185 @@
+#include "Probe/Actions/History.h"
+
+#include <algorithm>
+#include <cstring>
+#include <set>
+#include <utility>
+
+#include <GLES3/gl32.h>
+
+#include "Interfaces/Core.h"
+#include "Interfaces/GLState.h"
+
+namespace Probe {
+
+namespace {
+
+template <class T> std::vector<double> Components(const std::uint8_t* at, std::size_t count, double most)
+{
+    std::vector<double> values;
+    for (std::size_t i = 0; i < count; ++i) {
+        T value;
+        std::memcpy(&value, at + i * sizeof value, sizeof value);
+        values.push_back(static_cast<double>(value) / most);
+    }
+    return values;
+}
+
+/// A pixel of one of the images that an action could write to.
+struct SeenPixel {
+    std::string object;
+    std::string what;
+    std::string image;
+    std::vector<double> value;
+};
+
+std::vector<SeenPixel> PixelsIn(std::vector<Target> targets, const PixelPlace& place)
+{
+    std::vector<SeenPixel> pixels;
+    for (Target& target : targets)
+        pixels.push_back({std::move(target.object), std::move(target.what), std::move(target.image),
+                          PixelOf(target.contents, place.x, place.y)});
+    return pixels;
+}
+
+bool IsInside(GLenum box, const PixelPlace& place)
+{
+    GLint values[4] = {};
+    Core::KHRLayer::GLESProc().glGetIntegerv(box, values);
+    const auto x = static_cast<GLint>(place.x);
+    const auto y = static_cast<GLint>(place.y);
+    return x >= values[0] && y >= values[1] && x - values[0] < values[2] && y - values[1] < values[3];
+}
+
+/// Asks the state in front of a draw or a clear, which it has left as it was.
+std::string Obstacle(const PixelPlace& place, Data::ActionKind kind)
+{
+    const Core::GLESProcTable& gl = Core::KHRLayer::GLESProc();
+    const bool isDraw = kind == Data::ActionKind::Draw;
+    if (!isDraw && kind != Data::ActionKind::Clear)
+        return {};
+    if (gl.glIsEnabled(GL_SCISSOR_TEST) && !IsInside(GL_SCISSOR_BOX, place))
+        return "outside of the scissor box";
+    if (isDraw && !IsInside(GL_VIEWPORT, place))
+        return "outside of the viewport";
+    if (gl.glIsEnabled(GL_RASTERIZER_DISCARD))
+        return "GL_RASTERIZER_DISCARD is on";
+    if (place.what == "depth") {
+        if (Core::GetInteger(gl, GL_DEPTH_WRITEMASK) == 0)
+            return "GL_DEPTH_WRITEMASK is off";
+        return isDraw && !gl.glIsEnabled(GL_DEPTH_TEST) ? "GL_DEPTH_TEST is off" : "";
+    }
+    if (place.what == "stencil")
+        return isDraw && !gl.glIsEnabled(GL_STENCIL_TEST) ? "GL_STENCIL_TEST is off" : "";
+    GLint mask[4] = {};
+    gl.glGetIntegerv(GL_COLOR_WRITEMASK, mask);
+    return mask[0] + mask[1] + mask[2] + mask[3] == 0 ? "GL_COLOR_WRITEMASK is off" : "";
+}
+
+} // namespace
+
+std::vector<double> PixelOf(const Contents& contents, std::uint32_t x, std::uint32_t y)
+{
+    if (x >= contents.width || y >= contents.height)
+        return {};
+    const std::size_t pixel = std::size_t{y} * contents.width + x;
+    const std::size_t bytes = contents.data.size() / (std::size_t{contents.width} * contents.height);
+    const std::uint8_t* const at = contents.data.data() + pixel * bytes;
+    const std::string& kind = contents.components;
+    constexpr double Most8 = 255;
+    constexpr double MostSigned8 = 127;
+    constexpr double Most16 = 65535;
+    constexpr double Most32 = 4294967295.0;
+    if (kind == "unorm8")
+        return Components<std::uint8_t>(at, 4, Most8);
+    if (kind == "snorm8")
+        return Components<std::int8_t>(at, 4, MostSigned8);
+    if (kind == "float")
+        return Components<float>(at, 4, 1);
+    if (kind == "int")
+        return Components<std::int32_t>(at, 4, 1);
+    if (kind == "uint")
+        return Components<std::uint32_t>(at, 4, 1);
+    if (kind == "depth16")
+        return Components<std::uint16_t>(at, 1, Most16);
+    if (kind == "depth32")
+        return Components<std::uint32_t>(at, 1, Most32);
+    if (kind == "depthfloat")
+        return Components<float>(at, 1, 1);
+    return Components<std::uint8_t>(at, 1, 1);
+}
+
+namespace {
+
+/// An action, and what it could write to in front of it and after it. Which of that is the image is known once the
+/// history has come to where it was chosen.
+struct SeenAction {
+    PixelWrite write;
+    std::vector<SeenPixel> before;
+    std::vector<SeenPixel> after;
+};
+
+/// The first one that `is` holds for.
+template <class Is> const SeenPixel* Find(const std::vector<SeenPixel>& pixels, Is is)
+{
+    const auto found = std::ranges::find_if(pixels, is);
+    return found != pixels.end() ? &*found : nullptr;
+}
+
+/// The same image is reached by other framebuffers, and by its texture.
+std::set<std::string> ImagesAt(const std::vector<SeenAction>& actions, const PixelPlace& place)
+{
+    std::set<std::string> images;
+    for (const SeenAction& action : actions)
+        for (const SeenPixel& pixel : action.before)
+            if (pixel.object == place.object && pixel.what == place.what && !pixel.image.empty())
+                images.insert(pixel.image);
+    return images;
+}
+
+} // namespace
+
+std::vector<PixelWrite> PixelHistory(Replayer& replayer, const PixelPlace& place, std::uint32_t last)
+{
+    const bool isOfWindow = place.object == "default framebuffer";
+    std::vector<SeenAction> actions;
+    std::vector<SeenPixel> before;
+    const auto look = [&] {
+        before.clear();
+        // Reading takes long where it is for nothing: nothing else leads to the image of a window.
+        if (replayer.HasContext() && (!isOfWindow || replayer.DrawFramebuffer() == place.object))
+            before = PixelsIn(replayer.Targets(), place);
+    };
+    replayer.SetAroundAction(look, {});
+    while (replayer.ToAction() == Replayer::Stop::Action && replayer.Action().call <= last) {
+        if (before.empty())
+            continue;
+        const PlayedAction& action = replayer.Action();
+        actions.push_back({{action.call, action.function, action.kind, {}, {}, Obstacle(place, action.kind)},
+                           std::move(before),
+                           PixelsIn(replayer.Targets(), place)});
+        before = {};
+    }
+    replayer.SetAroundAction({}, {});
+
+    const std::set<std::string> images = ImagesAt(actions, place);
+    std::vector<PixelWrite> writes;
+    for (SeenAction& action : actions) {
+        const auto is = [&](const SeenPixel& pixel) {
+            return pixel.image.empty() ? pixel.object == place.object && pixel.what == place.what
+                                       : images.contains(pixel.image);
+        };
+        const SeenPixel* const was = Find(action.before, is);
+        const SeenPixel* const became = Find(action.after, is);
+        if (!was)
+            continue;
+        action.write.before = was->value;
+        action.write.after = became ? became->value : std::vector<double>();
+        if (action.write.before != action.write.after)
+            action.write.obstacle.clear();
+        writes.push_back(std::move(action.write));
+    }
+    return writes;
+}
+
+} // namespace Probe

@@ -1,0 +1,220 @@
+#include "Probe/Actions/Inputs.h"
+
+#include <map>
+#include <optional>
+
+#include <GLES3/gl32.h>
+#include <xxhash.h>
+
+#include "Data/Records/Actions.h"
+#include "Interfaces/Core.h"
+#include "Interfaces/GLFramebuffers.h"
+#include "Probe/Contents/ObjectContents.h"
+#include "Probe/Programs/Programs.h"
+#include "Probe/Programs/ProgramsInUse.h"
+
+namespace Probe {
+
+namespace {
+
+using Data::ObjectKind;
+
+const Core::GLESProcTable& GL()
+{
+    return Core::KHRLayer::GLESProc();
+}
+
+std::uint64_t HashTexture(GLuint texture, GLenum target)
+{
+    std::uint64_t hash = 0;
+    for (const TextureImage& image : ImagesOf(texture, target)) {
+        const std::uint64_t pair[] = {hash, ReadImage(texture, image).Hash()};
+        hash = XXH3_64bits(pair, sizeof pair);
+    }
+    return hash;
+}
+
+class InputReader {
+public:
+    InputReader(const Data::CallArguments& action, Data::StateModel& model, const Playback::GLResourceTable& names,
+                bool wantsContents)
+        : m_action(action), m_model(model), m_names(names), m_wantsContents(wantsContents)
+    {
+        for (const auto& [key, owner] : model.Context().group->objects.owners)
+            if (key.first == ObjectKind::Buffer)
+                m_buffers[names.GetValueGLBuffer(key.second)] = key.second;
+            else if (key.first == ObjectKind::Program)
+                m_programs[names.GetValueGLProgram(key.second)] = key.second;
+    }
+
+    std::vector<Input> Read()
+    {
+        Core::TakeErrors(GL());
+        switch (Data::ActionOf(m_action.Call())) {
+        case Data::ActionKind::Draw:
+        case Data::ActionKind::Dispatch:
+            ReadPrograms();
+            break;
+        case Data::ActionKind::Blit:
+        case Data::ActionKind::Copy:
+            ReadSource();
+            break;
+        case Data::ActionKind::Mipmap:
+            AddTexture(m_model.BoundTexture(m_action.Unsigned(0)), "level 0");
+            break;
+        case Data::ActionKind::Clear:
+        case Data::ActionKind::None:
+            break;
+        }
+        Core::TakeErrors(GL());
+        return std::move(m_inputs);
+    }
+
+private:
+    void ReadPrograms()
+    {
+        for (const unsigned int program : ProgramsInUse()) {
+            m_program = program;
+            m_captured = m_programs[program];
+            if (m_captured == 0)
+                continue;
+            ReadUniforms();
+            if (GL().glGetActiveUniformBlockiv)
+                ReadBlocks();
+        }
+        if (Core::GetVersion(GL()) >= 30)
+            ReadVertices();
+    }
+
+    void ReadSource()
+    {
+        using Data::CallId;
+        switch (m_action.Call()) {
+        case CallId::glCopyBufferSubData: {
+            const Data::Owner buffer = m_model.Bound(Data::State::Buffer, m_action.Unsigned(0));
+            AddBuffer(static_cast<GLint>(m_names.GetValueGLBuffer(m_model.Object(buffer).name)), "source");
+            break;
+        }
+        case CallId::glCopyImageSubData:
+        case CallId::glCopyImageSubDataEXT:
+            AddTexture(m_model.Known(ObjectKind::Texture, m_action.Unsigned(0)), "source");
+            break;
+        default: {
+            const Data::Owner framebuffer = m_model.Bound(Data::State::Framebuffer, 0, 0);
+            const Data::Owner attached = m_model.BoundAt(framebuffer, Data::State::Attachment, GL_COLOR_ATTACHMENT0);
+            if (m_model.Object(attached).kind == ObjectKind::Texture)
+                AddTexture(attached, "source");
+        }
+        }
+    }
+
+    void ReadUniforms()
+    {
+        for (const ActiveVariable& uniform : ActiveUniforms(m_program)) {
+            const std::optional<std::vector<double>> values = ValuesOf(m_program, uniform);
+            if (!values)
+                continue;
+            m_inputs.push_back({Input::Kind::Uniform, m_captured, uniform.name, *values});
+            if (const GLenum target = SamplerTarget(uniform.type); target != 0)
+                for (const double unit : *values)
+                    AddTexture(m_model.Bound(Data::State::Texture, static_cast<std::uint32_t>(unit), target),
+                               "sampler " + uniform.name);
+        }
+    }
+
+    void AddTexture(Data::Owner owner, std::string use)
+    {
+        const std::uint32_t name = m_model.Object(owner).name;
+        if (owner == 0 || name == 0)
+            return;
+        m_inputs.push_back({Input::Kind::Texture, name, std::move(use)});
+        if (m_wantsContents)
+            ReadInput(m_inputs.back(), m_names);
+    }
+
+    void ReadBlocks()
+    {
+        for (GLint i = 0; i < ProgramParameter(m_program, GL_ACTIVE_UNIFORM_BLOCKS); ++i) {
+            GLint binding = 0;
+            GLint buffer = 0;
+            char name[256] = {};
+            GL().glGetActiveUniformBlockName(m_program, static_cast<GLuint>(i), sizeof name, nullptr, name);
+            GL().glGetActiveUniformBlockiv(m_program, static_cast<GLuint>(i), GL_UNIFORM_BLOCK_BINDING, &binding);
+            GL().glGetIntegeri_v(GL_UNIFORM_BUFFER_BINDING, static_cast<GLuint>(binding), &buffer);
+            AddBuffer(buffer, std::string("block ") + name);
+        }
+    }
+
+    void ReadVertices()
+    {
+        for (GLint i = 0; i < Core::GetInteger(GL(), GL_MAX_VERTEX_ATTRIBS); ++i) {
+            GLint isEnabled = 0;
+            GLint buffer = 0;
+            GL().glGetVertexAttribiv(static_cast<GLuint>(i), GL_VERTEX_ATTRIB_ARRAY_ENABLED, &isEnabled);
+            GL().glGetVertexAttribiv(static_cast<GLuint>(i), GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING, &buffer);
+            if (isEnabled != 0)
+                AddBuffer(buffer, "vertex attribute " + std::to_string(i));
+        }
+        AddBuffer(Core::GetInteger(GL(), GL_ELEMENT_ARRAY_BUFFER_BINDING), "indices");
+    }
+
+    void AddBuffer(GLint live, std::string use)
+    {
+        const auto captured = m_buffers.find(static_cast<GLuint>(live));
+        if (live == 0 || captured == m_buffers.end())
+            return;
+        const std::uint64_t hash = m_wantsContents ? ReadBuffer(static_cast<GLuint>(live)).Hash() : 0;
+        m_inputs.push_back({Input::Kind::Buffer, captured->second, std::move(use), {}, hash});
+    }
+
+    const Data::CallArguments& m_action;
+    Data::StateModel& m_model;
+    const Playback::GLResourceTable& m_names;
+    bool m_wantsContents;
+    /// Captured names by live ones.
+    std::map<GLuint, std::uint32_t> m_buffers;
+    std::map<GLuint, std::uint32_t> m_programs;
+    std::uint32_t m_captured = 0;
+    GLuint m_program = 0;
+    std::vector<Input> m_inputs;
+};
+
+} // namespace
+
+std::vector<Input> ReadInputs(const Data::CallArguments& action, Data::StateModel& model,
+                              const Playback::GLResourceTable& names)
+{
+    return InputReader(action, model, names, true).Read();
+}
+
+std::vector<Input> FindInputs(const Data::CallArguments& action, Data::StateModel& model,
+                              const Playback::GLResourceTable& names)
+{
+    return InputReader(action, model, names, false).Read();
+}
+
+bool ReadInput(Input& input, const Playback::GLResourceTable& names)
+{
+    Core::TakeErrors(GL());
+    if (input.kind == Input::Kind::Texture) {
+        const GLuint texture = names.GetValueGLTexture(input.object);
+        const GLenum target = FindTarget(texture);
+        input.hash = target != 0 ? HashTexture(texture, target) : 0;
+        return target != 0;
+    }
+    if (input.kind == Input::Kind::Buffer) {
+        const GLuint buffer = names.GetValueGLBuffer(input.object);
+        input.hash = buffer != 0 ? ReadBuffer(buffer).Hash() : 0;
+        return buffer != 0;
+    }
+    const GLuint program = names.GetValueGLProgram(input.object);
+    input.values.clear();
+    if (program != 0 && ProgramParameter(program, GL_LINK_STATUS) != 0)
+        for (const ActiveVariable& uniform : ActiveUniforms(program))
+            if (uniform.name == input.name)
+                input.values = ValuesOf(program, uniform).value_or(std::vector<double>{});
+    Core::TakeErrors(GL());
+    return !input.values.empty();
+}
+
+} // namespace Probe

@@ -1,0 +1,146 @@
+#include "Probe/Edits/ProgramVariant.h"
+
+#include <algorithm>
+
+#include <GLES3/gl32.h>
+
+#include "Interfaces/Core.h"
+#include "Interfaces/GLState.h"
+
+namespace Probe {
+
+namespace {
+
+const Core::GLESProcTable& GL()
+{
+    return Core::KHRLayer::GLESProc();
+}
+
+std::string ShaderLog(GLuint shader)
+{
+    GLint length = 0;
+    GL().glGetShaderiv(shader, GL_INFO_LOG_LENGTH, &length);
+    std::string log(static_cast<std::size_t>(std::max(length, 0)), '\0');
+    if (!log.empty())
+        GL().glGetShaderInfoLog(shader, length, nullptr, log.data());
+    return log.substr(0, log.find('\0'));
+}
+
+bool IsSeparable(GLuint program)
+{
+    return Core::GetVersion(GL()) >= 31 && ProgramParameter(program, GL_PROGRAM_SEPARABLE) != 0;
+}
+
+void Prepare(GLuint program, const ProgramVariant::Wish& wish)
+{
+    if (wish.original != 0) {
+        for (const auto& [attribute, location] : ActiveAttributes(wish.original))
+            if (location >= 0)
+                GL().glBindAttribLocation(program, static_cast<GLuint>(location), attribute.name.c_str());
+    }
+    if (wish.isSeparable || (wish.original != 0 && wish.varyings.empty() && IsSeparable(wish.original)))
+        GL().glProgramParameteri(program, GL_PROGRAM_SEPARABLE, GL_TRUE);
+    std::vector<const GLchar*> names;
+    for (const std::string& varying : wish.varyings)
+        names.push_back(varying.c_str());
+    if (!names.empty())
+        GL().glTransformFeedbackVaryings(program, static_cast<GLsizei>(names.size()), names.data(),
+                                         GL_INTERLEAVED_ATTRIBS);
+}
+
+std::vector<ActiveVariable> CommonUniforms(GLuint original, GLuint program)
+{
+    std::vector<ActiveVariable> common;
+    const std::vector<ActiveVariable> all = ActiveUniforms(original);
+    for (ActiveVariable uniform : ActiveUniforms(program)) {
+        const auto same = std::ranges::find(all, uniform.name, &ActiveVariable::name);
+        if (same == all.end() || same->type != uniform.type)
+            continue;
+        uniform.count = std::min(uniform.count, same->count);
+        common.push_back(std::move(uniform));
+    }
+    return common;
+}
+
+std::vector<std::pair<unsigned int, unsigned int>> CommonBlocks(GLuint original, GLuint program)
+{
+    std::vector<std::pair<unsigned int, unsigned int>> common;
+    if (!GL().glGetActiveUniformBlockName)
+        return common;
+    for (GLint i = 0; i < ProgramParameter(program, GL_ACTIVE_UNIFORM_BLOCKS); ++i) {
+        char name[256] = {};
+        GL().glGetActiveUniformBlockName(program, static_cast<GLuint>(i), sizeof name, nullptr, name);
+        const GLuint index = GL().glGetUniformBlockIndex(original, name);
+        if (index != GL_INVALID_INDEX)
+            common.emplace_back(index, static_cast<GLuint>(i));
+    }
+    return common;
+}
+
+} // namespace
+
+unsigned int ProgramVariant::Compile(const ShaderText& text, ProgramFault& fault)
+{
+    const GLuint shader = GL().glCreateShader(text.type);
+    const auto length = static_cast<GLint>(text.source.size());
+    const GLchar* const source = text.source.data();
+    GLint isCompiled = GL_FALSE;
+    if (shader != 0) {
+        GL().glShaderSource(shader, 1, &source, &length);
+        GL().glCompileShader(shader);
+        GL().glGetShaderiv(shader, GL_COMPILE_STATUS, &isCompiled);
+    }
+    if (isCompiled)
+        return shader;
+    fault = {text.type, shader != 0 ? ShaderLog(shader) : "the driver has no such shaders"};
+    GL().glDeleteShader(shader);
+    return 0;
+}
+
+std::optional<ProgramVariant> ProgramVariant::Make(const Wish& wish, ProgramFault& fault)
+{
+    const GLuint program = GL().glCreateProgram();
+    bool isComplete = program != 0;
+    for (const ShaderText& text : wish.shaders) {
+        const GLuint shader = isComplete ? Compile(text, fault) : 0;
+        isComplete = shader != 0;
+        if (!isComplete)
+            break;
+        GL().glAttachShader(program, shader);
+        // Goes with the program.
+        GL().glDeleteShader(shader);
+    }
+    if (isComplete) {
+        Prepare(program, wish);
+        GL().glLinkProgram(program);
+        isComplete = IsLinked(program);
+        if (!isComplete)
+            fault = {0, ProgramLog(program)};
+    }
+    if (!isComplete) {
+        GL().glDeleteProgram(program);
+        return std::nullopt;
+    }
+    ProgramVariant variant;
+    variant.m_program = program;
+    variant.m_original = wish.original;
+    if (wish.original != 0) {
+        variant.m_uniforms = CommonUniforms(wish.original, program);
+        variant.m_blocks = CommonBlocks(wish.original, program);
+    }
+    return variant;
+}
+
+void ProgramVariant::TakeValues() const
+{
+    for (const ActiveVariable& uniform : m_uniforms)
+        if (const auto values = ValuesOf(m_original, uniform))
+            SetValues(m_program, uniform, *values);
+    for (const auto& [original, own] : m_blocks) {
+        GLint binding = 0;
+        GL().glGetActiveUniformBlockiv(m_original, original, GL_UNIFORM_BLOCK_BINDING, &binding);
+        GL().glUniformBlockBinding(m_program, own, static_cast<GLuint>(binding));
+    }
+}
+
+} // namespace Probe

@@ -1,0 +1,79 @@
+#include "Probe/Overlays/RedrawGuard.h"
+
+#include <algorithm>
+#include <vector>
+
+#include <GLES3/gl32.h>
+
+#include "Interfaces/Core.h"
+#include "Interfaces/GLFramebuffers.h"
+#include "Probe/Contents/Lack.h"
+#include "Probe/Programs/Programs.h"
+#include "Probe/Programs/ProgramsInUse.h"
+
+namespace Probe {
+
+namespace {
+
+const Core::GLESProcTable& GL()
+{
+    return Core::KHRLayer::GLESProc();
+}
+
+bool IsImage(GLenum type)
+{
+    return type >= GL_IMAGE_2D && type <= GL_UNSIGNED_INT_IMAGE_CUBE_MAP_ARRAY;
+}
+
+bool MayWriteMemory(GLuint program)
+{
+    if (!GL().glGetProgramInterfaceiv)
+        return false;
+    for (const GLenum resources : {GL_SHADER_STORAGE_BLOCK, GL_ATOMIC_COUNTER_BUFFER}) {
+        GLint count = 0;
+        GL().glGetProgramInterfaceiv(program, resources, GL_ACTIVE_RESOURCES, &count);
+        if (count > 0)
+            return true;
+    }
+    const std::vector<ActiveVariable> uniforms = ActiveUniforms(program);
+    return std::ranges::any_of(uniforms, [](const ActiveVariable& uniform) { return IsImage(uniform.type); });
+}
+
+} // namespace
+
+bool IsDrawingCounted()
+{
+    for (const GLenum target : {GL_ANY_SAMPLES_PASSED, GL_ANY_SAMPLES_PASSED_CONSERVATIVE,
+                                GL_TRANSFORM_FEEDBACK_PRIMITIVES_WRITTEN, GL_PRIMITIVES_GENERATED}) {
+        GLint query = 0;
+        GL().glGetQueryiv(target, GL_CURRENT_QUERY, &query);
+        if (query != 0)
+            return true;
+    }
+    return false;
+}
+
+RedrawGuard::RedrawGuard()
+{
+    Core::TakeErrors(GL());
+    if (Core::GetVersion(GL()) < 30) {
+        m_obstacle = LackOfFunctions();
+    } else if (IsDrawingCounted()) {
+        m_obstacle = "a query of the program counts what is drawn";
+    } else if (std::ranges::any_of(ProgramsInUse(), MayWriteMemory)) {
+        m_obstacle = "its shaders can write to buffers or images, and would do so once more";
+    } else if (Core::GetInteger(GL(), GL_TRANSFORM_FEEDBACK_ACTIVE) != 0 &&
+               Core::GetInteger(GL(), GL_TRANSFORM_FEEDBACK_PAUSED) == 0) {
+        GL().glPauseTransformFeedback();
+        m_isPaused = true;
+    }
+    Core::TakeErrors(GL());
+}
+
+RedrawGuard::~RedrawGuard()
+{
+    if (m_isPaused)
+        GL().glResumeTransformFeedback();
+}
+
+} // namespace Probe

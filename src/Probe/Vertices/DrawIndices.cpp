@@ -1,0 +1,154 @@
+#include "Probe/Vertices/DrawIndices.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include <GLES3/gl32.h>
+
+#include "Interfaces/Core.h"
+#include "Interfaces/GLState.h"
+#include "Probe/Contents/ObjectContents.h"
+
+namespace Probe {
+
+namespace {
+
+const Core::GLESProcTable& GL()
+{
+    return Core::KHRLayer::GLESProc();
+}
+
+/// Where a draw's indices lie.
+struct IndexMemory {
+    std::vector<std::uint8_t> bytes = {};
+    std::uint64_t offset = 0;
+    std::size_t indexBytes = 0;
+
+    /// -1 outside of it.
+    [[nodiscard]] std::int64_t At(std::uint32_t vertex) const
+    {
+        const std::uint64_t place = offset + std::uint64_t{vertex} * indexBytes;
+        if (indexBytes == 0 || place > bytes.size() || indexBytes > bytes.size() - place)
+            return -1;
+        const std::uint8_t* const at = bytes.data() + place;
+        std::uint16_t half = 0;
+        std::uint32_t whole = 0;
+        switch (indexBytes) {
+        case sizeof(std::uint8_t):
+            return *at;
+        case sizeof half:
+            std::memcpy(&half, at, sizeof half);
+            return half;
+        default:
+            std::memcpy(&whole, at, sizeof whole);
+            return whole;
+        }
+    }
+};
+
+IndexMemory ReadIndexMemory(const Data::CallArguments& draw, GLenum type)
+{
+    IndexMemory memory;
+    memory.indexBytes = type == GL_UNSIGNED_BYTE ? 1 : type == GL_UNSIGNED_SHORT ? 2 : type == GL_UNSIGNED_INT ? 4 : 0;
+    const auto parameters = Data::ParametersOf(draw.Call());
+    for (std::size_t i = 0; i < parameters.size(); ++i) {
+        if (std::string_view(parameters[i].name) != "indices")
+            continue;
+        const std::span<const std::uint8_t> contents = draw.Contents(i);
+        memory.bytes.assign(contents.begin(), contents.end());
+        if (const GLint buffer = Core::GetInteger(GL(), GL_ELEMENT_ARRAY_BUFFER_BINDING); buffer != 0) {
+            memory.bytes = ReadBuffer(static_cast<GLuint>(buffer)).data;
+            memory.offset = static_cast<std::uint64_t>(draw.Number(i));
+        }
+    }
+    return memory;
+}
+
+/// Calls `visit` with the places of the vertices of each run, which an index that restarts primitives ends.
+template <class Visit> void ForEachRun(const std::vector<std::int64_t>& indices, Visit visit)
+{
+    std::vector<std::uint32_t> run;
+    for (std::uint32_t i = 0; i < indices.size(); ++i) {
+        if (indices[i] >= 0) {
+            run.push_back(i);
+            continue;
+        }
+        visit(run);
+        run.clear();
+    }
+    visit(run);
+}
+
+} // namespace
+
+DrawIndices ReadDrawIndices(const Data::CallArguments& draw, std::uint32_t first, std::uint32_t most)
+{
+    const std::optional<std::int32_t> count = draw.Find("count");
+    if (!count || std::string_view(NameOf(draw.Call())).find("Indirect") != std::string_view::npos)
+        return {.problem = "the vertices of this call are not listed"};
+    DrawIndices result = {static_cast<std::uint32_t>(std::max(*count, 0))};
+    const std::uint32_t end = first + std::min(most, result.count - std::min(first, result.count));
+    const std::optional<std::int32_t> type = draw.Find("type");
+    if (!type) {
+        const std::int64_t begin = draw.Find("first").value_or(0);
+        for (std::uint32_t i = first; i < end; ++i)
+            result.indices.push_back(begin + i);
+        return result;
+    }
+    const IndexMemory memory = ReadIndexMemory(draw, static_cast<GLenum>(*type));
+    const bool isRestarting = GL().glIsEnabled(GL_PRIMITIVE_RESTART_FIXED_INDEX) != 0;
+    const std::int64_t restart = (std::int64_t{1} << 8 * memory.indexBytes) - 1;
+    const std::int64_t base = draw.Find("basevertex").value_or(0);
+    for (std::uint32_t i = first; i < end; ++i) {
+        const std::int64_t index = memory.At(i);
+        const bool isNone = index < 0 || (isRestarting && index == restart);
+        result.indices.push_back(isNone ? -1 : index + base);
+    }
+    return result;
+}
+
+std::vector<std::array<std::uint32_t, 3>> TrianglesOf(unsigned int mode, const std::vector<std::int64_t>& indices)
+{
+    std::vector<std::array<std::uint32_t, 3>> triangles;
+    ForEachRun(indices, [&](const std::vector<std::uint32_t>& run) {
+        const std::size_t step = mode == GL_TRIANGLES ? 3 : 1;
+        for (std::size_t i = 2; i < run.size(); i += step)
+            if (mode == GL_TRIANGLE_FAN)
+                triangles.push_back({run[0], run[i - 1], run[i]});
+            else if (mode == GL_TRIANGLE_STRIP && i % 2 == 1)
+                triangles.push_back({run[i - 1], run[i - 2], run[i]});
+            else if (mode == GL_TRIANGLES || mode == GL_TRIANGLE_STRIP)
+                triangles.push_back({run[i - 2], run[i - 1], run[i]});
+    });
+    return triangles;
+}
+
+Outline OutlineOf(unsigned int mode, const std::vector<std::int64_t>& indices)
+{
+    Outline outline = {mode == GL_POINTS ? GLenum{GL_POINTS} : GLenum{GL_LINES}, {}};
+    const auto add = [&](std::uint32_t place) {
+        outline.indices.push_back(static_cast<std::uint32_t>(indices[place]));
+    };
+    for (const auto& [a, b, c] : TrianglesOf(mode, indices))
+        for (const std::uint32_t place : {a, b, b, c, c, a})
+            add(place);
+    if (mode > GL_LINE_STRIP)
+        return outline;
+    ForEachRun(indices, [&](const std::vector<std::uint32_t>& run) {
+        for (std::size_t i = mode == GL_POINTS ? 0 : 1; i < run.size(); i += mode == GL_LINES ? 2 : 1) {
+            if (mode != GL_POINTS)
+                add(run[i - 1]);
+            add(run[i]);
+        }
+        if (mode == GL_LINE_LOOP && run.size() > 2) {
+            add(run.back());
+            add(run.front());
+        }
+    });
+    return outline;
+}
+
+} // namespace Probe

@@ -1,0 +1,293 @@
+#include "Probe/Vertices/ShadedVertices.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include <GLES3/gl32.h>
+
+#include "Interfaces/Core.h"
+#include "Interfaces/GLFramebuffers.h"
+#include "Interfaces/GLState.h"
+#include "Probe/Edits/ProgramVariant.h"
+#include "Probe/Edits/Undo.h"
+
+namespace Probe {
+
+namespace {
+
+const Core::GLESProcTable& GL()
+{
+    return Core::KHRLayer::GLESProc();
+}
+
+/// Something that the shader gives.
+struct Output {
+    /// Of an array without an index.
+    std::string name;
+    GLenum type = GL_FLOAT_VEC4;
+    std::size_t components = 4;
+};
+
+constexpr std::size_t ComponentBytes = 4;
+
+GLint ActiveResources(GLuint program, GLenum interface)
+{
+    GLint count = 0;
+    GL().glGetProgramInterfaceiv(program, interface, GL_ACTIVE_RESOURCES, &count);
+    return count;
+}
+
+Output OutputAt(GLuint program, GLuint index)
+{
+    char name[256] = {};
+    GL().glGetProgramResourceName(program, GL_PROGRAM_OUTPUT, index, sizeof name, nullptr, name);
+    constexpr GLenum Properties[] = {GL_TYPE, GL_ARRAY_SIZE};
+    GLint values[2] = {GL_FLOAT_VEC4, 1};
+    GL().glGetProgramResourceiv(program, GL_PROGRAM_OUTPUT, index, 2, Properties, 2, nullptr, values);
+    Output output = {name, static_cast<GLenum>(values[0])};
+    if (output.name.ends_with("[0]"))
+        output.name.resize(output.name.size() - 3);
+    output.components = FormOf(output.type).components * static_cast<std::size_t>(std::max(values[1], 1));
+    return output;
+}
+
+/// The outputs of the vertex shader, as many as transform feedback takes. `alone` is a program of that shader alone.
+std::vector<Output> OutputsOf(GLuint alone)
+{
+    std::vector<Output> all = {{"gl_Position"}};
+    constexpr GLint Least = 64; // GL_MAX_TRANSFORM_FEEDBACK_INTERLEAVED_COMPONENTS of OpenGL ES 3.0
+    auto room =
+        static_cast<std::size_t>(Core::GetInteger(GL(), GL_MAX_TRANSFORM_FEEDBACK_INTERLEAVED_COMPONENTS, Least));
+    room -= all.front().components;
+    for (GLint i = 0; alone != 0 && i < ActiveResources(alone, GL_PROGRAM_OUTPUT); ++i) {
+        Output output = OutputAt(alone, static_cast<GLuint>(i));
+        if (output.name == all.front().name || output.components > room)
+            continue;
+        room -= output.components;
+        all.push_back(std::move(output));
+    }
+    return all;
+}
+
+/// What a vertex shader may not do twice.
+bool WritesMemory(GLuint alone)
+{
+    const std::vector<ActiveVariable> uniforms = ActiveUniforms(alone);
+    return ActiveResources(alone, GL_SHADER_STORAGE_BLOCK) > 0 ||
+           ActiveResources(alone, GL_ATOMIC_COUNTER_BUFFER) > 0 ||
+           std::ranges::any_of(uniforms, [](const ActiveVariable& uniform) { return IsImage(uniform.type); });
+}
+
+/// Catches the outputs of a draw's vertices, each of which it draws as a point.
+class Catcher {
+public:
+    Catcher(const Data::CallArguments& draw, const VertexStage& stage, const VertexRange& range, VertexTable table)
+        : m_draw(draw), m_stage(stage), m_range(range), m_table(std::move(table))
+    {
+    }
+
+    VertexTable Run()
+    {
+        Core::TakeErrors(GL());
+        m_table.arrays.clear();
+        m_table.problem = Obstacle();
+        if (m_table.problem.empty())
+            m_table.problem = Catch();
+        Core::TakeErrors(GL());
+        return std::move(m_table);
+    }
+
+private:
+    [[nodiscard]] std::string Obstacle() const
+    {
+        const auto instances = m_draw.Find("instancecount").value_or(1);
+        if (!m_stage.problem.empty())
+            return m_stage.problem;
+        if (Core::GetVersion(GL()) < 30)
+            return "transform feedback needs OpenGL ES 3.0";
+        if (!m_draw.Find("mode") || m_draw.Find("baseinstance").value_or(0) != 0)
+            return "the vertices of this call are not caught";
+        if (m_range.instance >= static_cast<std::uint32_t>(std::max(instances, 0)))
+            return "the draw has " + std::to_string(instances) + " instances, found instance " +
+                   std::to_string(m_range.instance);
+        GLint query = 0;
+        GL().glGetQueryiv(GL_TRANSFORM_FEEDBACK_PRIMITIVES_WRITTEN, GL_CURRENT_QUERY, &query);
+        return query != 0 ? "a query counts what transform feedback writes here" : "";
+    }
+
+    /// Empty when all went well.
+    std::string Catch()
+    {
+        // First of all: where that of the program writes, no varyings can be given.
+        Undo undo;
+        UseOwnFeedback(undo);
+        std::optional<ProgramVariant> alone;
+        ProgramFault fault;
+        if (Core::GetVersion(GL()) >= 31)
+            alone = ProgramVariant::Make({m_stage.program, {m_stage.shader}, {}, true}, fault);
+        const GLuint name = alone ? alone->Program() : 0;
+        const bool isWriting = name != 0 && WritesMemory(name);
+        const std::vector<Output> outputs = OutputsOf(name);
+        GL().glDeleteProgram(name);
+        if (isWriting)
+            return "the vertex shader writes to buffers or images, which it may not do twice";
+        ProgramVariant::Wish wish = {m_stage.program, {m_stage.shader, OneColour(m_stage.shader.source)}};
+        for (const Output& output : outputs)
+            wish.varyings.push_back(output.name);
+        const auto program = ProgramVariant::Make(wish, fault);
+        if (!program)
+            return "the vertex shader cannot be linked for transform feedback: " + fault.log;
+        std::string problem = Read(*program, outputs);
+        GL().glDeleteProgram(program->Program());
+        return problem;
+    }
+
+    std::string Read(const ProgramVariant& program, const std::vector<Output>& outputs)
+    {
+        std::size_t stride = 0;
+        for (const Output& output : outputs)
+            stride += output.components * ComponentBytes;
+        const std::size_t instance = m_table.rows.size() * stride;
+        constexpr std::size_t Most = std::size_t{256} << 20;
+        const std::size_t bytes = instance * (m_range.instance + 1);
+        if (bytes > Most)
+            return "the draw has too many vertices in front of this instance";
+        if (bytes == 0)
+            return "";
+        Undo undo;
+        Use(program, bytes, undo);
+        GL().glBeginTransformFeedback(GL_POINTS);
+        DrawPoints();
+        GL().glEndTransformFeedback();
+        if (const GLenum error = Core::TakeErrors(GL()); error != GL_NO_ERROR)
+            return "the driver does not catch this draw: " +
+                   Core::LogFormat::NameOrHex(Core::LogFormat::GetGLEnumString, error);
+        const auto caught = static_cast<std::size_t>(
+            std::ranges::count_if(m_table.rows, [](const VertexTable::Row& row) { return row.index >= 0; }));
+        const void* const memory = GL().glMapBufferRange(GL_TRANSFORM_FEEDBACK_BUFFER,
+                                                         static_cast<GLintptr>(caught * stride * m_range.instance),
+                                                         static_cast<GLsizeiptr>(caught * stride), GL_MAP_READ_BIT);
+        if (caught == 0 || !memory)
+            return caught == 0 ? "" : "what was caught cannot be read";
+        Fill(static_cast<const std::uint8_t*>(memory), outputs);
+        GL().glUnmapBuffer(GL_TRANSFORM_FEEDBACK_BUFFER);
+        return "";
+    }
+
+    static GLuint Bound(GLenum query) { return static_cast<GLuint>(Core::GetInteger(GL(), query)); }
+
+    static void UseOwnFeedback(Undo& undo)
+    {
+        if (Bound(GL_TRANSFORM_FEEDBACK_ACTIVE) != 0 && Bound(GL_TRANSFORM_FEEDBACK_PAUSED) == 0) {
+            GL().glPauseTransformFeedback();
+            undo.Add([] { GL().glResumeTransformFeedback(); });
+        }
+        GLuint feedback = 0;
+        GL().glGenTransformFeedbacks(1, &feedback);
+        undo.Add([feedback, before = Bound(GL_TRANSFORM_FEEDBACK_BINDING)] {
+            GL().glBindTransformFeedback(GL_TRANSFORM_FEEDBACK, before);
+            GL().glDeleteTransformFeedbacks(1, &feedback);
+        });
+        GL().glBindTransformFeedback(GL_TRANSFORM_FEEDBACK, feedback);
+    }
+
+    /// All else that catching needs.
+    static void Use(const ProgramVariant& program, std::size_t bytes, Undo& undo)
+    {
+        GLuint buffer = 0;
+        GL().glGenBuffers(1, &buffer);
+        undo.Add([buffer, before = Bound(GL_TRANSFORM_FEEDBACK_BUFFER_BINDING)] {
+            GL().glBindBuffer(GL_TRANSFORM_FEEDBACK_BUFFER, before);
+            GL().glDeleteBuffers(1, &buffer);
+        });
+        undo.Add([used = Bound(GL_CURRENT_PROGRAM)] { GL().glUseProgram(used); });
+        undo.Add([wasOn = GL().glIsEnabled(GL_RASTERIZER_DISCARD)] {
+            (wasOn ? GL().glEnable : GL().glDisable)(GL_RASTERIZER_DISCARD);
+        });
+        GL().glBindBufferBase(GL_TRANSFORM_FEEDBACK_BUFFER, 0, buffer);
+        GL().glBufferData(GL_TRANSFORM_FEEDBACK_BUFFER, static_cast<GLsizeiptr>(bytes), nullptr, GL_STREAM_READ);
+        GL().glEnable(GL_RASTERIZER_DISCARD);
+        GL().glUseProgram(program.Program());
+        program.TakeValues();
+    }
+
+    void DrawPoints() const
+    {
+        const auto count = static_cast<GLsizei>(m_table.rows.size());
+        const auto instances = static_cast<GLsizei>(m_range.instance + 1);
+        const auto first = static_cast<GLint>(m_range.first);
+        const std::optional<std::int32_t> type = m_draw.Find("type");
+        if (!type) {
+            GL().glDrawArraysInstanced(GL_POINTS, m_draw.Find("first").value_or(0) + first, count, instances);
+            return;
+        }
+        const auto indexType = static_cast<GLenum>(*type);
+        const std::size_t indexBytes = indexType == GL_UNSIGNED_INT ? 4 : indexType == GL_UNSIGNED_SHORT ? 2 : 1;
+        const std::uint8_t* const indices = Indices() + m_range.first * indexBytes;
+        if (const std::int32_t base = m_draw.Find("basevertex").value_or(0); base != 0)
+            GL().glDrawElementsInstancedBaseVertex(GL_POINTS, count, indexType, indices, instances, base);
+        else
+            GL().glDrawElementsInstanced(GL_POINTS, count, indexType, indices, instances);
+    }
+
+    /// What the draw gives as its indices: a place in its buffer, or memory.
+    [[nodiscard]] const std::uint8_t* Indices() const
+    {
+        const auto parameters = Data::ParametersOf(m_draw.Call());
+        const auto indices = std::ranges::find(parameters, std::string_view("indices"),
+                                               [](const auto& one) { return std::string_view(one.name); });
+        const auto place = static_cast<std::size_t>(indices - parameters.begin());
+        if (Core::GetInteger(GL(), GL_ELEMENT_ARRAY_BUFFER_BINDING) == 0)
+            return m_draw.Contents(place).data();
+        return reinterpret_cast<const std::uint8_t*>(static_cast<std::uintptr_t>(m_draw.Number(place)));
+    }
+
+    void Fill(const std::uint8_t* at, const std::vector<Output>& outputs)
+    {
+        for (const Output& output : outputs) {
+            VertexArray array = {.name = output.name, .size = static_cast<int>(output.components), .type = output.type};
+            array.isInteger = FormOf(output.type).base != ValueForm::Base::Float;
+            m_table.arrays.push_back(std::move(array));
+        }
+        for (VertexTable::Row& row : m_table.rows) {
+            row.values.assign(outputs.size(), {});
+            for (std::size_t i = 0; row.index >= 0 && i < outputs.size(); ++i)
+                for (std::size_t k = 0; k < outputs[i].components; ++k, at += ComponentBytes)
+                    row.values[i].push_back(Load(at, FormOf(outputs[i].type).base));
+        }
+    }
+
+    static double Load(const std::uint8_t* at, ValueForm::Base base)
+    {
+        const auto load = [at]<class T>(T value) {
+            std::memcpy(&value, at, sizeof value);
+            return static_cast<double>(value);
+        };
+        switch (base) {
+        case ValueForm::Base::Float:
+            return load(GLfloat{});
+        case ValueForm::Base::Int:
+            return load(GLint{});
+        default:
+            return load(GLuint{});
+        }
+    }
+
+    const Data::CallArguments& m_draw;
+    const VertexStage& m_stage;
+    const VertexRange m_range;
+    VertexTable m_table;
+};
+
+} // namespace
+
+VertexTable ReadShadedVertices(const Data::CallArguments& draw, const VertexStage& stage, const VertexRange& range,
+                               VertexTable table)
+{
+    return Catcher(draw, stage, range, std::move(table)).Run();
+}
+
+} // namespace Probe
