@@ -12,12 +12,12 @@
 
 #include <nlohmann/json.hpp>
 
-#include "Inspect/FrameCalls.h"
-#include "Inspect/FrameIndex.h"
-#include "Inspect/FrameUses.h"
-#include "Inspect/Replays.h"
-#include "Inspect/Thumbnails.h"
-#include "Inspect/WrongSearch.h"
+#include "Inspect/Capture/FrameCalls.h"
+#include "Inspect/Capture/FrameIndex.h"
+#include "Inspect/Capture/FrameUses.h"
+#include "Inspect/Replay/Replays.h"
+#include "Inspect/Replay/Thumbnails.h"
+#include "Inspect/Replay/WrongSearch.h"
 #include "Tools/Info/StateText.h"
 
 namespace Inspect {

@@ -11,7 +11,7 @@
 
 #include "Inspect/Error.h"
 #include "Inspect/PageFiles.h"
-#include "Inspect/Query.h"
+#include "Inspect/Queries/Query.h"
 
 namespace Inspect {
 

@@ -9,10 +9,10 @@
 
 #include <unistd.h>
 
-#include "Inspect/Edit.h"
 #include "Inspect/Error.h"
-#include "Inspect/Parameters.h"
-#include "Inspect/Query.h"
+#include "Inspect/Queries/Parameters.h"
+#include "Inspect/Queries/Query.h"
+#include "Inspect/Replay/Edit.h"
 #include "Inspect/Server.h"
 #include "Sides/Browser.h"
 #include "Sides/Side.h"

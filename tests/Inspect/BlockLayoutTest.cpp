@@ -1,6 +1,6 @@
 // Declarations of blocks, and where their members lie. Offsets are those of the examples and rules of OpenGL ES 3.2
 // (Khronos), section 7.6.2.2.
-#include "Inspect/BlockLayout.h"
+#include "Inspect/Formats/BlockLayout.h"
 
 #include <cstring>
 

@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "Inspect/Error.h"
-#include "Inspect/MeshFile.h"
-#include "Inspect/TextureFile.h"
+#include "Inspect/Formats/MeshFile.h"
+#include "Inspect/Formats/TextureFile.h"
 
 namespace Inspect {
 namespace {

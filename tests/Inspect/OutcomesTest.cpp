@@ -1,4 +1,4 @@
-#include "Inspect/Outcomes.h"
+#include "Inspect/Replay/Outcomes.h"
 
 #include <gtest/gtest.h>
 

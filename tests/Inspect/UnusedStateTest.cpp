@@ -1,4 +1,4 @@
-#include "Inspect/UnusedState.h"
+#include "Inspect/Capture/UnusedState.h"
 
 #include <gtest/gtest.h>
 

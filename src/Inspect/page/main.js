@@ -1,20 +1,20 @@
 // The page: one place in the capture, and the views of it. Its address says both, as #57:12/output.
 import { ask, close } from "./api.js";
-import { loadCall, renderCall } from "./call.js";
-import { CompareView } from "./compare.js";
+import { loadCall, renderCall } from "./tabs/call.js";
+import { CompareView } from "./tabs/compare.js";
 import { showExport } from "./export.js";
-import { loadHistory, renderHistory } from "./history.js";
-import { loadInputs, renderInputs } from "./inputs.js";
+import { loadHistory, renderHistory } from "./tabs/history.js";
+import { loadInputs, renderInputs } from "./tabs/inputs.js";
 import { showKeys } from "./keys.js";
-import { MeshView } from "./mesh.js";
+import { MeshView } from "./tabs/mesh.js";
 import { beginNames, loadLabels } from "./names.js";
-import { Output } from "./output.js";
-import { ProgramView } from "./programs.js";
-import { ResourceView } from "./resources.js";
-import { watchSnapshots } from "./snapshots.js";
-import { StateView } from "./state.js";
-import { Timeline } from "./timeline.js";
-import { CallTree } from "./tree.js";
+import { Output } from "./output/output.js";
+import { ProgramView } from "./tabs/programs.js";
+import { ResourceView } from "./tabs/resources.js";
+import { watchSnapshots } from "./frames/snapshots.js";
+import { StateView } from "./tabs/state.js";
+import { Timeline } from "./frames/timeline.js";
+import { CallTree } from "./frames/tree.js";
 import { byId, clamp, make } from "./util.js";
 
 const Tabs = ["call", "state", "inputs", "mesh", "shaders", "resources", "pixel", "compare"];

@@ -1,0 +1,88 @@
+#include "Inspect/Capture/TreeBuilder.h"
+
+#include <algorithm>
+#include <ranges>
+
+#include "Inspect/Capture/FrameCalls.h"
+
+namespace Inspect {
+
+using Data::ActionKind;
+using Data::CallId;
+
+namespace {
+
+/// Programs may nest without an end.
+constexpr std::size_t MostDepth = 64;
+
+bool DrawsToFramebuffer(ActionKind kind)
+{
+    return kind == ActionKind::Draw || kind == ActionKind::Clear || kind == ActionKind::Blit;
+}
+
+} // namespace
+
+void TreeBuilder::Action(std::uint32_t number, ActionKind kind, std::uint32_t context, const Bound& bound)
+{
+    const auto pass =
+        std::ranges::find_if(m_open.rbegin(), m_open.rend(), [](const Open& open) { return open.isPass; });
+    const bool isInPass = pass != m_open.rend() && pass->context == context && pass->framebuffer == bound.framebuffer;
+    // What computes or copies does not end the pass that it comes in.
+    if (DrawsToFramebuffer(kind) && !isInPass) {
+        while (!m_open.empty() && m_open.back().isPass)
+            m_open.pop_back();
+        m_tree.push_back(
+            {TreeNode::Kind::Pass, static_cast<std::uint32_t>(m_open.size()), number, {}, bound.framebuffer, context});
+        m_open.push_back({true, context, bound.framebuffer});
+    }
+    m_tree.push_back(
+        {TreeNode::Kind::Action, static_cast<std::uint32_t>(m_open.size()), number, {}, bound.program, context});
+}
+
+void TreeBuilder::Call(std::uint32_t number, const Data::CallArguments& call)
+{
+    switch (call.Call()) {
+    case CallId::glPushDebugGroup:
+    case CallId::glPushDebugGroupKHR:
+        Push(number, call.Text(3));
+        break;
+    case CallId::glPushGroupMarkerEXT:
+        Push(number, call.Text(1));
+        break;
+    case CallId::glPopDebugGroup:
+    case CallId::glPopDebugGroupKHR:
+    case CallId::glPopGroupMarkerEXT:
+        Pop();
+        break;
+    case CallId::glInsertEventMarkerEXT:
+        m_tree.push_back({TreeNode::Kind::Marker, static_cast<std::uint32_t>(m_open.size()), number,
+                          std::string(call.Text(1)), 0, 0});
+        break;
+    case CallId::glDebugMessageInsert:
+    case CallId::glDebugMessageInsertKHR:
+        m_tree.push_back({TreeNode::Kind::Marker, static_cast<std::uint32_t>(m_open.size()), number,
+                          std::string(call.Text(5)), 0, 0});
+        break;
+    default:
+        break;
+    }
+}
+
+void TreeBuilder::Push(std::uint32_t number, std::string_view text)
+{
+    m_tree.push_back(
+        {TreeNode::Kind::Group, static_cast<std::uint32_t>(m_open.size()), number, std::string(text), 0, 0});
+    if (m_open.size() < MostDepth)
+        m_open.push_back({false, 0, 0});
+}
+
+void TreeBuilder::Pop()
+{
+    const auto group =
+        std::ranges::find_if(m_open.rbegin(), m_open.rend(), [](const Open& open) { return !open.isPass; });
+    // A group of the frame before may end here.
+    if (group != m_open.rend())
+        m_open.erase(group.base() - 1, m_open.end());
+}
+
+} // namespace Inspect

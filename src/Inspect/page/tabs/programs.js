@@ -1,0 +1,202 @@
+// The programs that a call runs: their shaders, which can be edited, experiments with its draws, and what they read.
+import { ask, send, version } from "../api.js";
+import { Editor, loadEditor } from "./editor.js";
+import { renderInputs } from "./inputs.js";
+import { variables } from "./resources.js";
+import { byId, make } from "../util.js";
+
+const Experiments = [
+    ["skip", "Skip it", "Nothing is drawn"],
+    ["scissor", "1\u00D71 scissor", "One pixel is drawn: what is left is the cost of the vertices"],
+    ["textures", "2\u00D72 textures", "Small grey textures: what is left is without waiting for texels"],
+    ["simple", "Simple shader", "One colour from the fragment shader"],
+    ["no-blending", "Blending off", "Pixels are written and not read"],
+];
+const StageNames = {
+    GL_VERTEX_SHADER: "vertex", GL_FRAGMENT_SHADER: "fragment", GL_COMPUTE_SHADER: "compute", GL_GEOMETRY_SHADER: "geometry",
+    GL_TESS_CONTROL_SHADER: "tessellation control", GL_TESS_EVALUATION_SHADER: "tessellation evaluation",
+};
+
+export class ProgramView {
+    /** `changed()` when what is drawn is another picture from now on; `spans()` are lists of calls by what they are. */
+    constructor({ changed, open, alertUser, spans }) {
+        Object.assign(this, { changed, open, alertUser, spans });
+        this.costs = null;
+        this.edits = [];
+        this.chosen = ""; // "5/GL_FRAGMENT_SHADER"
+        this.faults = null;
+    }
+
+    async load(at, signal) {
+        this.at = at;
+        const { inputs, programs } = await ask("inputs", { at }, signal);
+        this.inputs = inputs;
+        await this.loadEdits(signal);
+        this.programs = [];
+        for (const name of programs) this.programs.push({ name, ...await ask("program", { at, name }, signal) });
+        if (this.programs.some(program => program.shaders.length)) await loadEditor();
+    }
+
+    async loadEdits(signal) {
+        this.edits = (await ask("edits", {}, signal)).edits;
+        this.tell();
+    }
+
+    /** What is in force, on every view. */
+    tell() {
+        const count = this.edits.length;
+        byId("edited").hidden = !count;
+        byId("edited").textContent = `${count} ${count === 1 ? "change" : "changes"}${version.isEdited ? "" : ", not shown"}`;
+    }
+
+    get shaders() {
+        return this.programs.flatMap(program => program.shaders.map(shader => ({ ...shader, program: program.name, key: `${program.name}/${shader.type}` })));
+    }
+
+    render(place) {
+        const parts = [this.states()];
+        const { shaders } = this;
+        if (shaders.length) {
+            this.shader = shaders.find(shader => shader.key === this.chosen) ??
+                shaders.find(shader => shader.type === "GL_FRAGMENT_SHADER") ?? shaders[0];
+            parts.push(...this.source(place, shaders));
+        } else {
+            parts.push(make("p", { class: "hint" }, this.programs.length
+                ? "The program was loaded from a binary: its sources are not known." : "This call runs no program."));
+        }
+        parts.push(...this.experiments(), this.costTable());
+        const attributes = this.programs.flatMap(program => program.attributes ?? []);
+        if (attributes.length) parts.push(make("h3", {}, "Attributes"), variables(attributes));
+        for (const program of this.programs) parts.push(...this.blocks(program));
+        const rest = make("div");
+        if (this.inputs.length) renderInputs(rest, this.at, this.inputs, this.open);
+        place.replaceChildren(...parts, rest);
+        if (this.editor && shaders.length) this.editor.mirror.refresh();
+    }
+
+    /** What is drawn, and the ways back to what was recorded. */
+    states() {
+        const count = this.edits.length;
+        return make("div", { class: "bar" }, make("span", { class: "spacer" }, count && version.isEdited ? "Drawn with changes" : "Drawn as recorded"),
+        make("button", { "aria-pressed": !version.isEdited, disabled: !count, title: "The picture as it was recorded (p)", click: () => this.toggleVersion() }, "As recorded"),
+        make("button", { disabled: !count, title: "Take all changes back (u)", click: () => this.undo() }, "Undo all"));
+    }
+
+    source(place, shaders) {
+        const { shader } = this;
+        this.editor ??= new Editor({ apply: () => this.apply() });
+        this.editor.show(shader.key, shader.type, shader.edited ?? shader.source);
+        if (this.faults?.key === shader.key) this.editor.showErrors(this.faults.errors.map(one => one.line));
+        const choose = one => make("button", { "aria-pressed": one.key === shader.key, click: () => { this.chosen = one.key; this.render(place); } },
+            `${StageNames[one.type] ?? one.type}${one.edited === undefined ? "" : " *"}`, this.programs.length > 1 ? ` of ${one.program}` : "");
+        return [
+            make("div", { class: "bar" }, make("a", { href: "#", click: event => { event.preventDefault(); this.open("programs", shader.program); } }, `Program ${shader.program}`),
+                make("div", { class: "choice", role: "group", "aria-label": "Shaders" }, shaders.map(choose)), make("span", { class: "spacer" }),
+                make("button", { title: "Draw the frame with this source (Control and Enter)", click: () => this.apply() }, "Apply"),
+                make("button", { disabled: shader.edited === undefined, click: () => this.revert() }, "Revert")),
+            this.editor.place, this.faultList()];
+    }
+
+    faultList() {
+        const { faults } = this;
+        if (faults?.key !== this.shader.key) return make("div", { role: "status" });
+        const line = one => make("li", {}, make("button", { click: () => this.editor.goToLine(one.line) }, `line ${one.line}`), " ", one.text);
+        return make("div", { class: "faults", role: "alert" }, faults.errors.length
+            ? make("ul", {}, faults.errors.map(line)) : make("pre", {}, faults.log));
+    }
+
+    experiments() {
+        const has = (kind, at) => this.edits.some(edit => edit.kind === kind && edit.at === at);
+        const toggle = (kind, at) => this.set(has(kind, at) ? this.edits.filter(edit => edit.kind !== kind || edit.at !== at)
+            : [...this.edits, at ? { kind, at } : { kind }]);
+        const button = (kind, name, at, text) => make("button", { "aria-pressed": has(kind, at), "aria-label": `${name}, ${text}`, click: () => toggle(kind, at) }, text);
+        return [make("h3", {}, "Experiments"), make("table", { class: "values experiments" }, make("tbody", {}, Experiments.map(([kind, name, why]) =>
+            make("tr", {}, make("th", { scope: "row", title: why }, name),
+                make("td", {}, make("div", { class: "choice" }, button(kind, name, this.at, "this call"), button(kind, name, undefined, "the frame")))))))];
+    }
+
+    /** What the call, its pass and the frame cost as recorded and with the changes, where that was measured. */
+    costTable() {
+        const { costs } = this;
+        const measure = make("button", { disabled: !this.edits.length, title: "Replay the frame three times each way", click: event => this.measure(event.target) }, "Measure");
+        const about = make("div", { class: "bar" }, measure, make("span", {}, !this.edits.length ? "the time of changes, once there are some"
+            : costs?.edits !== this.edits || costs.at !== this.at ? "before and after the changes" : costs.note));
+        if (costs?.edits !== this.edits || costs.at !== this.at) return make("div", { class: "costs" }, about);
+        const row = ([name, before, after]) => make("tr", {}, make("th", { scope: "row" }, name), make("td", { class: "number" }, before.toFixed(3)),
+            make("td", { class: "number" }, after.toFixed(3)), make("td", { class: "number" }, before ? `${(100 * after / before).toFixed(0)} %` : ""));
+        return make("div", { class: "costs" }, about, make("table", { class: "values" }, make("thead", {}, make("tr", {}, ["ms", "before", "after", ""].map(text =>
+            make("th", { scope: "col", class: text === "ms" ? "" : "number" }, text)))), make("tbody", {}, costs.rows.map(row))));
+    }
+
+    async measure(button) {
+        const { edits, at } = this;
+        button.disabled = true;
+        button.textContent = "Measuring \u2026";
+        try {
+            const runs = [[], []];
+            let note = "by the clock of the GPU, each action alone";
+            for (let i = 0; i < 6; ++i) {
+                const answer = await ask("times", { frame: parseInt(at), edited: i % 2 });
+                if (answer.note) note = `until the driver was done with each action alone: ${answer.note}`;
+                runs[i % 2].push(new Map(answer.actions.map(({ call, gpuMs, doneMs }) => [call, gpuMs ?? doneMs])));
+            }
+            const sum = (run, calls) => calls.reduce((all, call) => all + (run.get(call) ?? 0), 0);
+            const median = (some, calls) => some.map(run => sum(run, calls)).sort((a, b) => a - b)[1];
+            this.costs = { edits, at, note, rows: Object.entries(this.spans()).map(([name, calls]) => [name, median(runs[0], calls), median(runs[1], calls)]) };
+        } catch (error) {
+            this.alertUser(error);
+        }
+        document.querySelector(".costs")?.replaceWith(this.costTable());
+    }
+
+    /** The uniforms that lie in buffers. */
+    blocks({ uniforms = [] }) {
+        const names = new Set(uniforms.map(one => one.block).filter(Boolean));
+        return [...names].flatMap(name => {
+            const buffer = this.inputs.find(input => input.kind === "buffer" && input.name === `block ${name}`)?.object;
+            const link = buffer && make("a", { href: "#", click: event => { event.preventDefault(); this.open("buffers", buffer); } }, `buffer ${buffer}`);
+            return [make("h3", {}, `Block ${name}: `, link ?? "no buffer"), variables(uniforms.filter(one => one.block === name))];
+        });
+    }
+
+    apply() {
+        const { program, type, source, key } = this.shader;
+        const { text } = this.editor;
+        const others = this.edits.filter(edit => edit.program !== program || edit.type !== type);
+        return this.set(text === source ? others : [...others, { kind: "shader", program, type, source: text }], key);
+    }
+
+    revert() {
+        const { program, type, source, key } = this.shader;
+        this.editor.text = source;
+        return this.set(this.edits.filter(edit => edit.program !== program || edit.type !== type), key);
+    }
+
+    undo(at = this.at) {
+        this.at = at;
+        return this.edits.length ? this.set([]) : undefined;
+    }
+
+    toggleVersion() {
+        if (!this.edits.length) return;
+        version.isEdited = !version.isEdited;
+        this.tell();
+        this.changed();
+    }
+
+    async set(edits, key) {
+        try {
+            this.edits = (await send("edits", { at: this.at }, { edits })).edits;
+            this.faults = null;
+            version.isEdited = true;
+            this.tell();
+            this.changed();
+        } catch (error) {
+            const { errors, log } = error.details ?? {};
+            if (!key || log === undefined) return this.alertUser(error);
+            this.faults = { key, errors, log };
+            this.editor.showErrors(errors.map(one => one.line));
+            this.editor.place.nextSibling.replaceWith(this.faultList());
+        }
+    }
+}
