@@ -10,21 +10,19 @@ Util::Outcome ExtractTextures(const std::string& captureFile, std::uint32_t last
 {
     const Playback::PlaybackEnvironment& settings = *Playback::PlaybackEnvironment::Instance();
     std::string error;
-    // Trouble with the file is reported when it is replayed.
-    const auto capture = Data::CaptureFile::Open(captureFile, Data::Preload::No, {}, error);
-    if (!capture)
+    const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(captureFile, error);
+    if (!source)
         return Util::Failure{Util::ExitStatus::Unreadable, error};
     Textures::TextureFiles files(settings.m_screenshotPath,
                                  static_cast<Util::ImageFormat>(settings.m_screenshotFormat));
-    const Textures::UploadReader reader(*capture, [&](const Textures::Upload& upload) { files.Write(upload); });
-    while (capture->GetCurrentFrame() < lastFrame && capture->GetFrameProcessor()->ProcessNextFrame()) {
-    }
+    const std::uint32_t fromBuffers =
+        Textures::ReadUploads(*source, lastFrame, [&](const Textures::Upload& upload) { files.Write(upload); });
     if (!files.Error().empty())
         return Util::Failure{Util::ExitStatus::NotWritten, "cannot write a texture, " + files.Error()};
     say("Wrote the textures of " + std::to_string(files.Written()) + " uploads to " + settings.m_screenshotPath +
         "frame...");
-    if (reader.FromBuffers() != 0)
-        say(std::to_string(reader.FromBuffers()) + " uploads from buffers were left out.");
+    if (fromBuffers != 0)
+        say(std::to_string(fromBuffers) + " uploads from buffers were left out.");
     return std::nullopt;
 }
 

@@ -1,6 +1,8 @@
 #include "Tools/Info/Report/Pictures.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <limits>
 #include <map>
 #include <optional>
 #include <set>
@@ -117,13 +119,12 @@ PagePicture PictureMaker::Read(const std::string& path)
 TexturePictures LargestTextures(const std::string& captureFile, std::size_t limit)
 {
     std::string error;
-    const auto capture = Data::CaptureFile::Open(captureFile, Data::Preload::No, {}, error);
-    if (!capture)
+    const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(captureFile, error);
+    if (!source)
         return {};
     TextureCollector collector(limit);
-    const Textures::UploadReader reader(*capture, [&](const Textures::Upload& upload) { collector.Add(upload); });
-    while (capture->GetFrameProcessor()->ProcessNextFrame()) {
-    }
+    constexpr std::uint32_t All = std::numeric_limits<std::uint32_t>::max();
+    Textures::ReadUploads(*source, All, [&](const Textures::Upload& upload) { collector.Add(upload); });
     return collector.Take();
 }
 
