@@ -1,12 +1,14 @@
 # Puts files into a program as they are: embed_files(TARGET NAMESPACE NAME=FILE...) gives the target a std::string_view
-# NAME for each file, declared in the header that is named as the namespace: "Tools/Pages.h" for Tools::Pages.
+# NAME for each file, declared in the header that is named as the namespace: "Tools/Pages.h" for Tools::Pages. `files`
+# has all of them with their names; what is no letter or digit there is _ in the view's.
 function(embed_files target namespace)
   string(REPLACE "::" "/" path ${namespace})
   string(REPLACE "::" "_" prefix ${namespace})
   set(files)
   foreach(entry IN LISTS ARGN)
     string(REGEX MATCH "^([^=]+)=(.+)$" _ ${entry})
-    set(name ${CMAKE_MATCH_1})
+    string(MAKE_C_IDENTIFIER ${CMAKE_MATCH_1} name)
+    string(APPEND named "    {\"${CMAKE_MATCH_1}\", ${name}},\n")
     get_filename_component(file ${CMAKE_MATCH_2} ABSOLUTE)
     list(APPEND files ${file})
     string(APPEND declarations "extern const std::string_view ${name};\n")

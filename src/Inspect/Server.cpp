@@ -10,7 +10,7 @@
 #include <sys/random.h>
 
 #include "Inspect/Error.h"
-#include "Inspect/PageFiles.h"
+#include "Inspect/Page.h"
 #include "Inspect/Queries/Query.h"
 
 namespace Inspect {
@@ -157,11 +157,13 @@ private:
 
     static void SendPage(std::string_view path, httplib::Response& response)
     {
-        const PageFile* const page = FindPageFile(path == "/" ? "index.html" : path.substr(1));
-        if (page)
-            response.set_content(page->contents.data(), page->contents.size(), page->type);
-        else
-            Refuse(response, NotFound, "there is no such page");
+        const std::string_view name = path == "/" ? "index.html" : path.substr(1);
+        const auto file = std::ranges::find(Page::files, name, &Page::File::name);
+        if (file == Page::files.end())
+            return Refuse(response, NotFound, "there is no such page");
+        const char* const type = name.ends_with(".js") ? "javascript" : name.ends_with(".css") ? "css" : "html";
+        response.set_content(file->contents.data(), file->contents.size(),
+                             std::string("text/") + type + "; charset=utf-8");
     }
 
     static Parameters ParametersOf(const httplib::Request& request)
