@@ -1,9 +1,9 @@
 // What can be taken out: files of the call, the frame and the image that are looked at.
 import { addressOf, getFile } from "./api.js";
-import { make } from "./util.js";
+import { hint, make } from "./util.js";
 
 /** A download whose trouble is told: what takes time, or may fail. */
-function slow(text, hint, name, parameters, file, say) {
+function slow(text, about, name, parameters, file, say) {
     const button = make("button", { click: async () => {
         button.disabled = true;
         say(`Making ${file} \u2026`);
@@ -18,11 +18,11 @@ function slow(text, hint, name, parameters, file, say) {
         }
         button.disabled = false;
     } }, text);
-    return make("li", {}, button, make("p", { class: "hint" }, hint));
+    return make("li", {}, button, hint(about));
 }
 
-function link(text, hint, name, parameters, file) {
-    return make("li", {}, make("a", { class: "button", href: addressOf(name, parameters), download: file }, text), make("p", { class: "hint" }, hint));
+function link(text, about, name, parameters, file) {
+    return make("li", {}, make("a", { class: "button", href: addressOf(name, parameters), download: file }, text), hint(about));
 }
 
 /** `kind` is that of the action at the place, empty for another call. */
@@ -39,7 +39,7 @@ export function showExport(dialog, { at, kind, target, index }) {
         kind === "draw" && slow("Mesh as glTF", "The same with all arrays.", "vertices", { at, format: "gltf" }, `${file}.gltf`, say),
     ];
     dialog.replaceChildren(make("h2", {}, `Export of ${at}`), make("ul", { class: "exports" }, items.filter(Boolean)),
-        make("p", { class: "hint" }, "Textures are exported where Resources show them."), status,
+        hint("Textures are exported where Resources show them."), status,
         make("button", { autofocus: true, click: () => dialog.close() }, "Close"));
     dialog.showModal();
 }

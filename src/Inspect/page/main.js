@@ -15,25 +15,38 @@ import { watchSnapshots } from "./frames/snapshots.js";
 import { StateView } from "./tabs/state.js";
 import { Timeline } from "./frames/timeline.js";
 import { CallTree } from "./frames/tree.js";
-import { byId, clamp, make } from "./util.js";
+import { byId, clamp, empty, make, when } from "./util.js";
 
-const Tabs = ["call", "state", "inputs", "mesh", "shaders", "resources", "pixel", "compare"];
-const Views = ["calls", "output", ...Tabs];
 const place = { frame: 0, call: 0, at: "" };
 let view = "output", tab = "state", marked, aborter = new AbortController(), shown = null;
 
 const timeline = new Timeline(frame => { if (frame !== place.frame) go(String(frame)); });
-const tree = new CallTree(call => { if (call !== place.call) go(`${place.frame}:c${call}`); }, error => alertUser(error), openObject);
+const tree = new CallTree(call => { if (call !== place.call) go(`${place.frame}:c${call}`); }, alertUser, openObject);
 const output = new Output({
     report: answer => answer ? tree.setFailed(answer.failed) : go(place.at, true),
     showHistory: () => { setTab("pixel"); fillTab(true); },
-    fail: error => alertUser(error),
+    fail: alertUser,
 });
 const state = new StateView(openObject);
 const mesh = new MeshView({ open: openObject, again: () => fillTab() });
 const resources = new ResourceView(call => go(`${place.frame}:c${call}`), () => tree.callCount);
 const programs = new ProgramView({ changed: () => go(place.at, true), open: openObject, alertUser, spans: () => tree.spansOf(place.call) });
 const comparison = new CompareView(at => go(at), alertUser);
+const detail = byId("detail");
+
+// What the tabs ask for at a place, and how they show it.
+const Contents = {
+    call: { load: loadCall, render: call => renderCall(detail, call, openObject) },
+    state: { load: (at, signal) => state.load(at, marked, signal), render: renderState },
+    inputs: { load: loadInputs, render: inputs => renderInputs(detail, place.at, inputs, openObject) },
+    mesh: { load: (at, signal) => mesh.load(at, tree.textOfCall(place.call), signal), render: () => mesh.render(detail) },
+    shaders: { load: (at, signal) => programs.load(at, signal), render: () => programs.render(detail) },
+    resources: { load: (at, signal) => resources.load(at, place.call, signal), render: renderResources },
+    pixel: { load: loadPixel, render: renderPixel },
+    compare: { load: (at, signal) => comparison.load(at, signal), render: renderComparison },
+};
+const Tabs = Object.keys(Contents);
+const Views = ["calls", "output", ...Tabs];
 
 function alertUser(error) {
     if (error.name === "AbortError") return;
@@ -58,9 +71,9 @@ function setTab(name) {
     }
 }
 
-function address() {
+function showAddress() {
     const more = view === "resources" && resources.name !== null ? `/${resources.kind}/${resources.name}` : "";
-    return `#${place.at}/${view}${more}`;
+    history.replaceState(null, "", shown = `#${place.at}/${view}${more}`);
 }
 
 /** Goes to a place as an address names it. */
@@ -82,7 +95,7 @@ async function go(at, isForced = false) {
         byId("place").value = place.at;
         timeline.setFrame(frame);
         tree.select(call);
-        history.replaceState(null, "", shown = address());
+        showAddress();
         document.title = `${place.at} \u00B7 ${byId("file").textContent}`;
         byId("alert").hidden = true;
         await Promise.all([output.show(place.at, signal), fillTab()]);
@@ -91,7 +104,7 @@ async function go(at, isForced = false) {
         if (signal.aborted) return;
         byId("status").textContent = "";
         // Where nothing is shown yet, something near is.
-        if (place.frame) history.replaceState(null, "", shown = address());
+        if (place.frame) showAddress();
         else if (at !== "1") await go(at.includes(":") && tree.frame === parseInt(at) ? String(tree.frame) : "1");
         alertUser(error);
     }
@@ -102,70 +115,50 @@ function callOf(at) {
     const [, rest] = at.split(":");
     if (rest === undefined) return tree.callCount;
     if (rest.startsWith("c")) return +rest.slice(1) >= 1 && +rest.slice(1) <= tree.callCount ? +rest.slice(1) : null;
-    return tree.nodes.find(node => node.number === rest)?.call ?? null;
+    return tree.actions.find(node => node.number === rest)?.call ?? null;
 }
 
 function nameOf(frame, call) {
-    const action = tree.nodes.find(node => node.type === "action" && node.call === call);
-    return `${frame}:${action ? action.number : `c${call}`}`;
+    return `${frame}:${tree.actionAt(call)?.number ?? `c${call}`}`;
 }
 
-/** Fills the tab that is open. */
+/** Fills the tab that is open; `isAsked`: with what takes long, too. */
 async function fillTab(isAsked = false) {
-    const { signal } = aborter;
-    const { at } = place;
-    const detail = byId("detail");
-    const isCurrent = () => at === place.at && !signal.aborted;
+    const { signal } = aborter, { at } = place, name = tab;
     try {
-        if (tab === "call") {
-            const call = await loadCall(at, signal);
-            if (isCurrent() && tab === "call") renderCall(detail, call, openObject);
-        } else if (tab === "mesh") {
-            await mesh.load(at, tree.textOfCall(place.call), signal);
-            if (isCurrent() && tab === "mesh") mesh.render(detail);
-        } else if (tab === "shaders") {
-            await programs.load(at, signal);
-            if (isCurrent() && tab === "shaders") programs.render(detail);
-        } else if (tab === "state") {
-            await state.load(at, marked, signal);
-            if (isCurrent() && tab === "state") renderState();
-        } else if (tab === "inputs") {
-            const inputs = await loadInputs(at, signal);
-            if (isCurrent() && tab === "inputs") renderInputs(detail, at, inputs, openObject);
-        } else if (tab === "resources") {
-            await resources.load(at, place.call, signal);
-            if (isCurrent() && tab === "resources") renderResources();
-        } else if (tab === "compare") {
-            await comparison.load(at, signal);
-            if (isCurrent() && tab === "compare") renderComparison();
-        } else if (!output.pixel || !output.pixels) {
-            detail.replaceChildren(make("p", { class: "empty" }, "Click at a pixel of the output, or move to one with the arrow keys and press Enter, to see which actions changed it."));
-        } else if (isAsked) {
-            detail.replaceChildren(make("p", { class: "empty" }, "Replaying the frame \u2026"));
-            const answer = await loadHistory(output.at, output.index, output.pixel, signal);
-            if (isCurrent() && tab === "pixel") renderHistory(detail, answer, there => go(there));
-        } else {
-            detail.replaceChildren(make("p", { class: "empty" }, make("button", { click: () => fillTab(true) },
-                `History of pixel ${output.pixel.join(", ")}`)));
-        }
+        const answer = await Contents[name].load(at, signal, isAsked);
+        if (at === place.at && !signal.aborted && tab === name) Contents[name].render(answer);
     } catch (error) {
         alertUser(error);
     }
 }
 
+async function loadPixel(at, signal, isAsked) {
+    if (!isAsked || !output.pixel || !output.pixels) return null;
+    detail.replaceChildren(empty("Replaying the frame \u2026"));
+    return loadHistory(output.at, output.index, output.pixel, signal);
+}
+
+function renderPixel(answer) {
+    if (answer) return renderHistory(detail, answer, at => go(at));
+    detail.replaceChildren(output.pixel && output.pixels
+        ? empty(make("button", { click: () => fillTab(true) }, `History of pixel ${output.pixel.join(", ")}`))
+        : empty("Click at a pixel of the output, or move to one with the arrow keys and press Enter, to see which actions changed it."));
+}
+
 function renderState() {
-    state.render(byId("detail"), renderState, fillTab);
+    state.render(detail, renderState, fillTab);
 }
 
 function renderComparison() {
-    comparison.render(byId("detail"), isOther => isOther ? fillTab() : renderComparison());
+    comparison.render(detail, isOther => isOther ? fillTab() : renderComparison());
 }
 
 function renderResources() {
-    resources.render(byId("detail"), (kind, name) => {
+    resources.render(detail, (kind, name) => {
         resources.kind = kind;
         resources.name = name;
-        history.replaceState(null, "", shown = address());
+        showAddress();
         renderResources();
     });
 }
@@ -174,15 +167,14 @@ function openObject(kind, name) {
     resources.kind = kind;
     resources.name = String(name);
     setTab("resources");
-    if (matchMedia("(max-width: 720px)").matches) setView("resources");
+    if (isNarrow()) setView("resources");
     fillTab();
 }
 
 function step(by) {
     const call = tree.neighbour(by);
     if (call !== null) return go(`${place.frame}:c${call}`);
-    if (by > 0) return stepFrame(1);
-    return stepFrame(-1);
+    return stepFrame(by);
 }
 
 function stepFrame(by) {
@@ -208,24 +200,42 @@ function setTheme(name) {
 }
 const nextTheme = () => setTheme(Themes[(Themes.indexOf(document.documentElement.dataset.theme ?? "") + 1) % Themes.length]);
 
-const Keys = {
-    "j": () => step(1), "k": () => step(-1), "]": () => stepFrame(1), "[": () => stepFrame(-1),
-    "/": () => { if (matchMedia("(max-width: 720px)").matches) setView("calls"); byId("filter").focus(); },
-    "g": () => byId("place").select(), "a": () => tree.setMode(!tree.showsCalls),
-    "u": () => programs.undo(place.at), "p": () => programs.toggleVersion(),
-    "m": () => { marked = marked === place.at ? undefined : place.at; fillTab(); },
-    "h": () => output.toggleHold(), "f": () => output.fitRange(), "+": () => output.zoomBy(2), "=": () => output.zoomBy(2),
-    "-": () => output.zoomBy(0.5), "0": () => output.fit(), "r": () => output.setChannel(0), "e": () => output.setChannel(1),
-    "b": () => output.setChannel(2), "l": () => output.setChannel(3), "x": () => chooseOverlay(1), "X": () => chooseOverlay(-1), "t": nextTheme,
-    "s": () => output.toggleLinear(), "F": () => output.toggleAuto(), "d": () => output.shader.toggle(), "c": () => tree.toggleTimes(),
-    "o": () => nextTarget(), "1": () => focusOn("calls", "tree"), "2": () => focusOn("output", "view"),
-    ...Object.fromEntries(Tabs.slice(0, 7).map((name, i) => [String(i + 3), () => openTab(name)])), "v": () => openTab("compare"),
-    "w": () => byId("export").click(), "?": () => byId("help").click(),
-};
+// What is told of the keys, and what they do; those without that are keys of the parts.
+const Keys = [
+    ["j / k", "next, previous action (or call, where all calls are shown)", { "j": () => step(1), "k": () => step(-1) }],
+    ["] / [", "next, previous frame", { "]": () => stepFrame(1), "[": () => stepFrame(-1) }],
+    ["g", "go to a place: 57:12 is action 12 of frame 57, 57:c345 a call, 57 the end of the frame", { "g": () => byId("place").select() }],
+    ["/", "filter the lines", { "/": () => { if (isNarrow()) setView("calls"); byId("filter").focus(); } }],
+    ["a", "actions, or all calls", { "a": () => tree.setMode(!tree.showsCalls) }],
+    ["c", "what each action costs", { "c": () => tree.toggleTimes() }],
+    ["1 \u2026 9", "lines, output, call, state, inputs, mesh, shaders, resources, pixel", { "1": () => focusOn("calls", "tree"), "2": () => focusOn("output", "view"),
+        ...Object.fromEntries(Tabs.slice(0, 7).map((name, i) => [String(i + 3), () => openTab(name)])) }],
+    ["v", "comparison with a second driver", { "v": () => openTab("compare") }],
+    ["o", "next image of the call", { "o": () => nextTarget() }],
+    ["r e b l", "red, green, blue, alpha", Object.fromEntries([..."rebl"].map((key, i) => [key, () => output.setChannel(i)]))],
+    ["f", "range from the least to the largest value", { "f": () => output.fitRange() }],
+    ["+ - 0", "zoom in, out, whole image", { "+": () => output.zoomBy(2), "=": () => output.zoomBy(2), "-": () => output.zoomBy(0.5), "0": () => output.fit() }],
+    ["x / X", "next, previous overlay", { "x": () => chooseOverlay(1), "X": () => chooseOverlay(-1) }],
+    ["F", "range of each image by itself", { "F": () => output.toggleAuto() }],
+    ["s", "linear light, encoded as sRGB", { "s": () => output.toggleLinear() }],
+    ["d", "show the image by a shader", { "d": () => output.shader.toggle() }],
+    ["h", "hold the picture while the call changes", { "h": () => output.toggleHold() }],
+    ["Ctrl Enter", "in a shader: draw the frame with it"],
+    ["u", "take all edits and experiments back", { "u": () => programs.undo(place.at) }],
+    ["p", "show the frame as it was recorded, or with them", { "p": () => programs.toggleVersion() }],
+    ["m", "mark this call: the state is compared with it", { "m": () => { marked = marked === place.at ? undefined : place.at; fillTab(); } }],
+    ["Arrows", "in the output: move to a pixel; Shift: by 10"],
+    ["Enter", "in the output: history of the pixel"],
+    ["w", "export: files of the call, the frame and the image", { "w": () => byId("export").click() }],
+    ["t", "light, dark, as the system", { "t": nextTheme }],
+    ["?", "this list", { "?": () => byId("help").click() }],
+];
+const Acts = Object.assign({}, ...Keys.map(([, , acts]) => acts));
+const isNarrow = () => matchMedia("(max-width: 720px)").matches;
 
 function openExport() {
     const target = output.targets[output.index];
-    showExport(byId("exports"), { at: place.at, kind: tree.nodes.find(node => node.type === "action" && node.call === place.call)?.kind ?? "",
+    showExport(byId("exports"), { at: place.at, kind: tree.actionAt(place.call)?.kind ?? "",
         target: target?.width && `${target.object}, ${target.what}`, index: output.index });
 }
 
@@ -242,13 +252,11 @@ function nextTarget() {
 function focusOn(name, id) {
     setView(name);
     byId(id).focus();
-    history.replaceState(null, "", shown = address());
+    showAddress();
 }
 
 function openTab(name) {
-    setView(name);
-    byId("detail").focus();
-    history.replaceState(null, "", shown = address());
+    focusOn(name, "detail");
     fillTab();
 }
 
@@ -256,23 +264,24 @@ function listen() {
     document.addEventListener("keydown", event => {
         const isTyping = event.target.matches("input, select, textarea") || document.querySelector("dialog[open]");
         if (event.key === "Escape" && isTyping) event.target.blur();
-        if (isTyping || event.ctrlKey || event.metaKey || event.altKey || !(event.key in Keys)) return;
+        if (isTyping || event.ctrlKey || event.metaKey || event.altKey || !(event.key in Acts)) return;
         event.preventDefault();
-        Keys[event.key]();
+        Acts[event.key]();
     });
-    byId("place").addEventListener("keydown", event => {
+    when("place", event => {
         if (event.key === "Enter") { go(byId("place").value.trim().replace(/^#/, ""), true); event.target.blur(); }
-    });
+    }, "keydown");
     for (const [id, act] of [["previous", () => step(-1)], ["next", () => step(1)], ["previous-frame", () => stepFrame(-1)],
-        ["next-frame", () => stepFrame(1)], ["theme", nextTheme], ["help", () => showKeys(byId("keys"))], ["export", openExport]])
-        byId(id).addEventListener("click", act);
-    byId("close").addEventListener("click", async () => {
+        ["next-frame", () => stepFrame(1)], ["theme", nextTheme], ["help", () => showKeys(byId("keys"), Keys)], ["export", openExport],
+        ["edited", () => openTab("shaders")]])
+        when(id, act);
+    when("close", async () => {
         await close();
-        document.body.replaceChildren(make("p", { class: "empty" }, "The server has ended. This page can be closed."));
+        document.body.replaceChildren(empty("The server has ended. This page can be closed."));
     });
     byId("alert").querySelector("button").addEventListener("click", () => { byId("alert").hidden = true; });
     for (const button of document.querySelectorAll("nav.views button"))
-        button.addEventListener("click", () => { setView(button.dataset.view); history.replaceState(null, "", shown = address()); if (Tabs.includes(view)) fillTab(); });
+        button.addEventListener("click", () => { setView(button.dataset.view); showAddress(); if (Tabs.includes(view)) fillTab(); });
     for (const button of document.querySelectorAll("[data-tab]"))
         button.addEventListener("click", () => { setTab(button.dataset.tab); fillTab(); });
     addEventListener("hashchange", readAddress);
@@ -292,7 +301,6 @@ async function begin() {
     state.others = capture.others;
     await timeline.load();
     await programs.loadEdits();
-    byId("edited").addEventListener("click", () => openTab("shaders"));
     await loadLabels();
     loadLabels(1).then(hasMore => hasMore && place.at && fillTab()).catch(alertUser);
     if (timeline.trouble) alertUser(new Error(timeline.trouble));

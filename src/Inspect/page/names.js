@@ -1,6 +1,6 @@
 // Objects by their names: labels of the capture, and names that one gives, which this browser keeps for the capture.
 import { ask } from "./api.js";
-import { make } from "./util.js";
+import { link } from "./util.js";
 
 const Singular = {
     textures: "texture", buffers: "buffer", renderbuffers: "renderbuffer", framebuffers: "framebuffer", vertexArrays: "vertex array",
@@ -54,6 +54,5 @@ export function objectText(kind, name) {
 /** Leads to the object; `open(kind, name)` shows it. */
 export function objectLink(kind, name, open, text = undefined) {
     const label = labelOf(kind, name);
-    return make("a", { href: "#", click: event => { event.preventDefault(); event.stopPropagation(); open(kind, name); } },
-        text ?? objectText(kind, name), text !== undefined && label ? ` ${label}` : "");
+    return link(() => open(kind, name), text ?? objectText(kind, name), text !== undefined && label ? ` ${label}` : "");
 }

@@ -1,12 +1,12 @@
 // How far the server is with keeping the states from which jumps begin.
 import { ask } from "../api.js";
-import { bytes, byId } from "../util.js";
+import { bytes, byId, counted } from "../util.js";
 
 const Again = 1000; // ms
 
 export async function watchSnapshots() {
     const answer = await ask("snapshots");
-    const count = `${answer.frames.length} ${answer.frames.length === 1 ? "snapshot" : "snapshots"}`;
+    const count = counted(answer.frames.length, "snapshot");
     const how = answer.isDone ? "" : `, at frame ${answer.framesDone}`;
     const place = byId("snapshots");
     place.textContent = answer.frames.length || !answer.isDone ? `${count}, ${bytes(answer.bytes)}${how}` : "";

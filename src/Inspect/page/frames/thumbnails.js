@@ -1,6 +1,6 @@
 // Small pictures that the server makes while nobody waits for anything else: of frames, and of what actions changed.
 import { addressOf, ask } from "../api.js";
-import { make } from "../util.js";
+import { clamp, make } from "../util.js";
 
 const Again = 600; // ms, until the server is asked for more
 
@@ -81,7 +81,7 @@ export class FrameStrip {
         const width = this.place.clientWidth;
         this.place.hidden = !this.pictures.length;
         if (!width || !this.total) return;
-        const count = Math.max(1, Math.min(this.total, Math.floor(width / 84)));
+        const count = clamp(Math.floor(width / 84), 1, this.total);
         const frames = Array.from({ length: count }, (_, i) => this.shown(1 + Math.floor((i + 0.5) * this.total / count)));
         const key = frames.join();
         if (key === this.key) return;

@@ -1,7 +1,7 @@
 // The frames of the capture, one bar each, or the largest of several where there are more than pixels.
 import { ask } from "../api.js";
 import { FrameStrip } from "./thumbnails.js";
-import { bytes, byId, clamp } from "../util.js";
+import { bytes, byId, clamp, colour, counted, prepare, when } from "../util.js";
 
 const Again = 400; // ms, while the capture is being read
 
@@ -16,7 +16,7 @@ export class Timeline {
         this.hovered = 0;
         this.isDone = false;
         new ResizeObserver(() => this.draw()).observe(this.canvas);
-        byId("measure").addEventListener("change", () => this.draw());
+        when("measure", () => this.draw(), "change");
         this.canvas.addEventListener("pointermove", event => { this.hover(event); if (event.buttons & 1) this.choose(this.hovered); });
         this.canvas.addEventListener("pointerleave", () => { this.hovered = 0; this.strip.show(0); this.draw(); });
         this.canvas.addEventListener("pointerdown", event => { this.canvas.setPointerCapture(event.pointerId); this.choose(this.frameAt(event)); });
@@ -77,19 +77,13 @@ export class Timeline {
         const name = this.hasRest && frame === this.count ? "After the last frame" : `Frame ${frame}`;
         return `${name}: ${draws[i]} draws, ${calls[i]} calls, ${bytes(uploadBytes[i])} uploaded` +
             (timeMs[i] ? `, ${timeMs[i].toFixed(2)} ms when recorded` : "") +
-            (failed[i] ? `, ${failed[i]} ${failed[i] === 1 ? "call" : "calls"} failed` : "");
+            (failed[i] ? `, ${counted(failed[i], "call")} failed` : "");
     }
 
     draw() {
-        const scale = devicePixelRatio;
-        const width = this.canvas.clientWidth, height = this.canvas.clientHeight;
-        this.canvas.width = width * scale;
-        this.canvas.height = height * scale;
+        const { context, width, height } = prepare(this.canvas);
         byId("hovered").textContent = this.describe(this.hovered || this.frame);
         if (!this.count || !width) return;
-        const context = this.canvas.getContext("2d");
-        context.scale(scale, scale);
-        const style = getComputedStyle(document.documentElement);
         const values = this.frames[byId("measure").value];
         const column = Math.max(width / this.count, 1);
         const columns = Math.ceil(width / column);
@@ -103,18 +97,18 @@ export class Timeline {
             let value = 0;
             for (let k = first; k < Math.min(end, this.count); ++k) value = Math.max(value, values[k] ?? 0);
             const hasFailed = this.frames.failed.slice(first, end).some(Boolean);
-            context.fillStyle = style.getPropertyValue(hasFailed ? "--bad" : "--accent");
+            context.fillStyle = colour(hasFailed ? "--bad" : "--accent");
             const tall = Math.max(1, Math.min(value / most, 1) * (height - 8));
             context.fillRect(i * column, height - tall, Math.max(column - (column > 3 ? 1 : 0), 1), tall);
         }
         context.globalAlpha = 1;
-        const mark = (frame, colour) => {
+        context.fillStyle = colour("--ink");
+        const mark = frame => {
             const x = (frame - 1) / this.count * width, w = Math.max(width / this.count, 2);
-            context.fillStyle = style.getPropertyValue(colour);
             context.fillRect(x, 0, w, height);
         };
-        if (this.hovered) { context.globalAlpha = 0.3; mark(this.hovered, "--ink"); context.globalAlpha = 1; }
-        mark(this.frame, "--ink");
+        if (this.hovered) { context.globalAlpha = 0.3; mark(this.hovered); context.globalAlpha = 1; }
+        mark(this.frame);
     }
 
     key(event) {

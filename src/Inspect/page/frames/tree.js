@@ -3,7 +3,7 @@ import { ask } from "../api.js";
 import { VirtualList } from "./list.js";
 import { labelOf, objectLink } from "../names.js";
 import { ActionThumbnails } from "./thumbnails.js";
-import { byId, make } from "../util.js";
+import { byId, clamp, counted, make, when } from "../util.js";
 
 const PageRows = 500;
 
@@ -18,7 +18,8 @@ export class CallTree {
         this.isDearestFirst = false;
         this.place = byId("tree");
         this.nodes = [];
-        this.visible = []; // of actions: indexes of nodes
+        this.actions = []; // of them
+        this.visible = []; // nodes, where actions are shown
         this.closed = new Set();
         this.failed = new Map();
         this.showsCalls = false;
@@ -30,11 +31,11 @@ export class CallTree {
         this.list = new VirtualList(this.place, line => this.row(line), (first, count) => this.fetchRows(first, count));
         this.place.addEventListener("click", event => this.click(event));
         this.place.addEventListener("keydown", event => this.key(event));
-        byId("filter").addEventListener("input", () => this.refilter());
-        byId("show-actions").addEventListener("click", () => this.setMode(false));
-        byId("show-calls").addEventListener("click", () => this.setMode(true));
-        byId("times").addEventListener("click", () => this.toggleTimes());
-        byId("dearest").addEventListener("click", () => this.setDearestFirst(!this.isDearestFirst));
+        when("filter", () => this.refilter(), "input");
+        when("show-actions", () => this.setMode(false));
+        when("show-calls", () => this.setMode(true));
+        when("times", () => this.toggleTimes());
+        when("dearest", () => { this.isDearestFirst = !this.isDearestFirst; this.showTimes(); });
     }
 
     get filter() { return byId("filter").value.trim().toLowerCase(); }
@@ -75,8 +76,7 @@ export class CallTree {
 
     /** The calls of the actions in what a call is in. */
     spansOf(call) {
-        const actions = this.nodes.filter(node => node.type === "action");
-        const action = actions.find(node => node.call === call);
+        const { actions } = this, action = this.actionAt(call);
         const passOf = node => { while (node && node.type !== "pass") node = this.nodes[node.parent]; return node; };
         const calls = some => some.map(node => node.call);
         return { "this call": [call], "its pass": action ? calls(actions.filter(node => passOf(node) === passOf(action))) : [], "the frame": calls(actions) };
@@ -84,10 +84,9 @@ export class CallTree {
 
     addTimes() {
         for (const node of this.nodes) node.ms = 0;
-        for (const node of this.nodes) {
-            if (node.type !== "action") continue;
+        for (const node of this.actions) {
             node.ms = this.times.get(node.call) ?? 0;
-            for (let up = node.parent; up >= 0; up = this.nodes[up].parent) this.nodes[up].ms += node.ms;
+            for (const above of this.above(node)) above.ms += node.ms;
         }
         this.mostMs = Math.max(0, ...this.times.values());
     }
@@ -107,11 +106,6 @@ export class CallTree {
         this.select(this.call);
     }
 
-    setDearestFirst(isDearestFirst) {
-        this.isDearestFirst = isDearestFirst;
-        this.showTimes();
-    }
-
     /** Which nodes are above and below one another. */
     arrange() {
         const open = [];
@@ -121,14 +115,25 @@ export class CallTree {
             node.actions = 0;
             open.push(index);
             if (node.type === "action")
-                for (let up = node.parent; up >= 0; up = this.nodes[up].parent) ++this.nodes[up].actions;
+                for (const above of this.above(node)) ++above.actions;
         });
+        this.actions = this.nodes.filter(node => node.type === "action");
+    }
+
+    /** The nodes that one is in, from the inside out. */
+    *above(node) {
+        for (let up = this.nodes[node.parent]; up; up = this.nodes[up.parent]) yield up;
+    }
+
+    /** Nothing for another call. */
+    actionAt(call) {
+        return this.actions.find(node => node.call === call);
     }
 
     /** What there is to be found. */
     get extent() {
-        const numbers = this.nodes.filter(node => node.type === "action").map(node => node.number);
-        return `${numbers.length} actions${numbers.length ? `, the last one ${numbers[numbers.length - 1]},` : ""} and ${this.callCount} calls`;
+        const { actions } = this;
+        return `${actions.length} actions${actions.length ? `, the last one ${actions.at(-1).number},` : ""} and ${this.callCount} calls`;
     }
 
     textOf(node) {
@@ -164,24 +169,16 @@ export class CallTree {
             `${node.number ?? ""} ${this.textOf(node)} ${node.label ?? ""} ${node.program ? `program ${node.program}` : ""} ${node.kind ?? ""}${this.failed.has(node.call) ? " failed" : ""}`
                 .toLowerCase().includes(filter);
         const shown = new Set();
-        this.nodes.forEach((node, index) => {
+        for (const node of this.nodes) {
             // What is in a group that matches is shown too.
-            if (matches(node) || (filter && node.parent >= 0 && this.nodes[node.parent].matched)) {
-                node.matched = true;
-                for (let up = index; up >= 0 && !shown.has(up); up = this.nodes[up].parent) shown.add(up);
-            } else {
-                node.matched = false;
-            }
-        });
-        const isHidden = node => node.parent >= 0 && (this.closed.has(node.parent) || isHidden(this.nodes[node.parent]));
-        this.visible = [...this.nodes.keys()].filter(index => shown.has(index) && !isHidden(this.nodes[index]));
-        if (this.isDearestFirst)
-            this.visible = [...shown].filter(index => this.nodes[index].type === "action" && this.nodes[index].matched !== false)
-                .sort((a, b) => this.nodes[b].ms - this.nodes[a].ms);
+            node.matched = matches(node) || Boolean(filter && this.nodes[node.parent]?.matched);
+            if (node.matched) for (const one of [node, ...this.above(node)]) shown.add(one);
+        }
+        this.visible = this.isDearestFirst ? this.actions.filter(node => node.matched).sort((a, b) => b.ms - a.ms)
+            : this.nodes.filter(node => shown.has(node) && ![...this.above(node)].some(above => this.closed.has(above)));
         this.list.setCount(this.visible.length, true);
-        const actions = this.nodes.filter(node => node.type === "action").length;
         const failed = this.failed.size ? `, ${this.failed.size} failed` : "";
-        byId("call-count").textContent = `${actions} actions, ${this.callCount} calls${failed}`;
+        byId("call-count").textContent = `${this.actions.length} actions, ${this.callCount} calls${failed}`;
     }
 
     async fetchRows(first, count) {
@@ -198,16 +195,15 @@ export class CallTree {
     }
 
     nodeAt(line) {
-        if (!this.showsCalls) return this.nodes[this.visible[line]];
+        if (!this.showsCalls) return this.visible[line];
         return this.pages.get(Math.floor(line / PageRows))?.[line % PageRows];
     }
 
     row(line) {
         const node = this.nodeAt(line);
         if (!node) return make("div", { class: "row" }, "\u2026");
-        const index = this.showsCalls ? -1 : this.visible[line];
         const isParent = node.type === "pass" || node.type === "group";
-        const isOpen = isParent && !this.closed.has(index);
+        const isOpen = isParent && !this.closed.has(node);
         const depth = this.showsCalls || this.isDearestFirst ? 0 : node.depth;
         const row = make("div", {
             class: `row ${node.type ?? "call"}`, role: "treeitem", id: `line-${line}`, title: node.text,
@@ -219,7 +215,7 @@ export class CallTree {
         if (isParent) {
             row.append(make("span", { class: "twist", "aria-hidden": "true" }, isOpen ? "\u25BE" : "\u25B8"),
                 node.framebuffer ? this.link("framebuffers", node.framebuffer, this.textOf(node)) : this.textOf(node),
-                make("span", { class: "note" }, [!node.framebuffer && node.label, `${node.actions} ${node.actions === 1 ? "action" : "actions"}`].filter(Boolean).join(" \u00B7 ")));
+                make("span", { class: "note" }, [!node.framebuffer && node.label, counted(node.actions, "action")].filter(Boolean).join(" \u00B7 ")));
         } else if (node.type === "marker") {
             row.append(node.text);
         } else {
@@ -255,8 +251,7 @@ export class CallTree {
             this.cursor = line;
         } else {
             let line = -1;
-            this.visible.forEach((index, at) => {
-                const node = this.nodes[index];
+            this.visible.forEach((node, at) => {
                 if (node.type === "action" && (this.isDearestFirst ? node.call === call : node.call <= call)) line = at;
             });
             this.cursor = Math.max(line, 0);
@@ -267,7 +262,7 @@ export class CallTree {
 
     /** Of an action; empty for another call. */
     textOfCall(call) {
-        return this.nodes.find(node => node.type === "action" && node.call === call)?.text ?? "";
+        return this.actionAt(call)?.text ?? "";
     }
 
     /** Calls that failed, as far as is known; more may follow. */
@@ -278,19 +273,17 @@ export class CallTree {
 
     /** The call of the next line that is one, `step` lines on; null at an end. */
     neighbour(step) {
-        if (this.showsCalls) return this.nodeAt(this.cursor + step)?.call ?? null;
-        if (this.isDearestFirst) return this.nodeAt(this.cursor + step)?.call ?? null;
-        const actions = this.nodes.filter(node => node.type === "action" && (!this.filter || node.matched));
+        if (this.showsCalls || this.isDearestFirst) return this.nodeAt(this.cursor + step)?.call ?? null;
+        const actions = this.actions.filter(node => !this.filter || node.matched);
         if (step > 0) return actions.find(node => node.call > this.call)?.call ?? null;
         return actions.findLast(node => node.call < this.call)?.call ?? null;
     }
 
     toggle(line, wanted = undefined) {
-        const index = this.visible[line];
-        const node = this.nodes[index];
-        if (this.showsCalls || !node || (node.type !== "pass" && node.type !== "group")) return false;
-        const isOpen = wanted ?? this.closed.has(index);
-        if (isOpen) this.closed.delete(index); else this.closed.add(index);
+        const node = this.nodeAt(line);
+        if (node?.type !== "pass" && node?.type !== "group") return false;
+        const isOpen = wanted ?? this.closed.has(node);
+        if (isOpen) this.closed.delete(node); else this.closed.add(node);
         this.refresh();
         return true;
     }
@@ -317,11 +310,11 @@ export class CallTree {
         const steps = { ArrowDown: 1, ArrowUp: -1, PageDown: page, PageUp: -page, Home: -Infinity, End: Infinity };
         const count = this.list.count;
         if (event.key in steps) {
-            this.pick(Math.min(Math.max(this.cursor + steps[event.key], 0), count - 1));
+            this.pick(clamp(this.cursor + steps[event.key], 0, count - 1));
         } else if (event.key === "ArrowRight" || event.key === "ArrowLeft" || event.key === "Enter") {
             const wanted = event.key === "Enter" ? undefined : event.key === "ArrowRight";
             if (!this.toggle(this.cursor, wanted) && event.key === "ArrowLeft" && !this.showsCalls) {
-                const parent = this.visible.indexOf(this.nodeAt(this.cursor)?.parent ?? -1);
+                const parent = this.visible.indexOf(this.nodes[this.nodeAt(this.cursor)?.parent]);
                 if (parent >= 0) this.pick(parent);
             }
         } else {

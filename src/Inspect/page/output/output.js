@@ -3,7 +3,7 @@ import { addressOf, ask, askBytes } from "../api.js";
 import { Overlays, paintOverlay } from "./overlay.js";
 import { Pixels } from "./pixels.js";
 import { DisplayShader } from "./shader.js";
-import { byId, clamp, make, short } from "../util.js";
+import { byId, clamp, colour, make, prepare, short, swatch, toggle, when } from "../util.js";
 
 const Channels = ["R", "G", "B", "A"];
 const MostZoom = 64;
@@ -36,21 +36,19 @@ export class Output {
 
     build() {
         for (const [i, name] of Channels.entries())
-            byId("channels").append(make("button", {
-                "aria-pressed": this.channels[i], title: `${name} (${name.toLowerCase()}); double-click: it alone`,
-                click: () => this.setChannel(i), dblclick: () => this.soloChannel(i),
-            }, name));
+            byId("channels").append(toggle(name, this.channels[i], () => this.setChannel(i),
+                { title: `${name} (${name.toLowerCase()}); double-click: it alone`, dblclick: () => this.soloChannel(i) }));
         for (const id of ["low", "high"])
-            byId(id).addEventListener("change", () => this.setRange(+byId("low").value || 0, +byId("high").value || 0));
-        byId("fit-range").addEventListener("click", () => this.fitRange());
-        byId("auto-range").addEventListener("click", () => this.toggleAuto());
+            when(id, () => this.setRange(+byId("low").value || 0, +byId("high").value || 0), "change");
+        when("fit-range", () => this.fitRange());
+        when("auto-range", () => this.toggleAuto());
         byId("overlays").append(...Object.entries(Overlays).map(([value, { name }]) => make("option", { value }, name)));
-        byId("srgb").addEventListener("click", () => this.toggleLinear());
-        byId("overlay").addEventListener("change", () => this.paint());
-        byId("hold").addEventListener("click", () => this.toggleHold());
-        byId("zoom-in").addEventListener("click", () => this.zoomBy(2));
-        byId("zoom-out").addEventListener("click", () => this.zoomBy(0.5));
-        byId("zoom-fit").addEventListener("click", () => this.fit());
+        when("srgb", () => this.toggleLinear());
+        when("overlay", () => this.paint(), "change");
+        when("hold", () => this.toggleHold());
+        when("zoom-in", () => this.zoomBy(2));
+        when("zoom-out", () => this.zoomBy(0.5));
+        when("zoom-fit", () => this.fit());
         this.view.addEventListener("wheel", event => {
             event.preventDefault();
             this.zoomBy(event.deltaY < 0 ? 1.25 : 0.8, this.pointOf(event));
@@ -221,11 +219,7 @@ export class Output {
     showLegend(legend) {
         const { entries = [], note = "" } = legend;
         byId("legend").hidden = !entries.length && !note;
-        byId("legend").replaceChildren(...entries.map(({ colour, text }) => {
-            const swatch = make("span", { class: "swatch", "aria-hidden": "true" });
-            swatch.style.background = `rgb(${colour.join(",")})`;
-            return make("span", { class: "entry" }, swatch, text);
-        }), note);
+        byId("legend").replaceChildren(...entries.map(entry => make("span", { class: "entry" }, swatch(entry.colour), entry.text)), note);
     }
 
     /** The same image in front of the call. */
@@ -243,11 +237,10 @@ export class Output {
     paintHistogram(low, high) {
         const canvas = byId("histogram");
         const context = canvas.getContext("2d");
-        const style = getComputedStyle(document.documentElement);
         const counts = this.pixels.histogram(this.channels, canvas.width, low, high);
         const most = Math.log1p(Math.max(...counts)) || 1;
         context.clearRect(0, 0, canvas.width, canvas.height);
-        context.fillStyle = style.getPropertyValue("--quiet");
+        context.fillStyle = colour("--quiet");
         counts.forEach((count, i) => context.fillRect(i, canvas.height, 1, -Math.log1p(count) / most * canvas.height));
     }
 
@@ -261,20 +254,15 @@ export class Output {
     }
 
     draw() {
-        const scale = devicePixelRatio;
-        this.canvas.width = this.view.clientWidth * scale;
-        this.canvas.height = this.view.clientHeight * scale;
-        const context = this.canvas.getContext("2d");
+        const { context, width, height } = prepare(this.canvas);
         if (!this.picture || !this.pixels) return this.value();
         const { zoom, x, y, w, h } = this.box;
-        context.scale(scale, scale);
-        const style = getComputedStyle(document.documentElement);
-        context.fillStyle = style.getPropertyValue("--panel");
-        context.fillRect(0, 0, this.view.clientWidth, this.view.clientHeight);
+        context.fillStyle = colour("--panel");
+        context.fillRect(0, 0, width, height);
         context.clearRect(x, y, w, h);
         context.imageSmoothingEnabled = zoom < 2 && zoom !== 1;
         context.drawImage(this.picture, x, y, w, h);
-        if (this.pixel && this.pixel[0] < this.pixels.width && this.pixel[1] < this.pixels.height) {
+        if (this.isInside(this.pixel)) {
             const side = Math.max(zoom, 5), grow = (side - zoom) / 2;
             const left = x + this.pixel[0] * zoom - grow, top = y + (this.pixels.height - 1 - this.pixel[1]) * zoom - grow;
             context.strokeStyle = "#000";
@@ -290,7 +278,7 @@ export class Output {
         const parts = [];
         if (this.isHeld) parts.push(`Held: ${this.held.at}`);
         const place = this.hover ?? this.pixel;
-        if (this.pixels && place && place[0] < this.pixels.width && place[1] < this.pixels.height)
+        if (this.isInside(place))
             parts.push(`${place[0]}, ${place[1]}: ${this.pixels.textAt(...place)}`);
         else if (this.pixels) parts.push("Point at a pixel for its value; click for its history. Pixels count from the lower left.");
         if (this.shader.text) parts.push("by the shader");
@@ -306,8 +294,11 @@ export class Output {
         if (!this.picture || !this.pixels) return null;
         const { zoom, x, y } = this.box;
         const pixel = [Math.floor((point[0] - x) / zoom), this.pixels.height - 1 - Math.floor((point[1] - y) / zoom)];
-        const isInside = pixel.every((value, i) => value >= 0 && value < [this.pixels.width, this.pixels.height][i]);
-        return isInside ? pixel : null;
+        return this.isInside(pixel) ? pixel : null;
+    }
+
+    isInside(pixel) {
+        return this.pixels && pixel?.every((value, i) => value >= 0 && value < [this.pixels.width, this.pixels.height][i]);
     }
 
     zoomBy(factor, point = [this.view.clientWidth / 2, this.view.clientHeight / 2]) {

@@ -1,7 +1,7 @@
 // A shader that shows an image as one likes: GLSL ES that the driver runs for each pixel.
-import { byId } from "../util.js";
+import { byId, when } from "../util.js";
 
-export const Example = `// Two numbers of 16 bits, packed in RGBA8.
+const Example = `// Two numbers of 16 bits, packed in RGBA8.
 vec4 show(ivec2 at)
 {
     vec4 texel = texelFetch(image, at, 0) * 255.0;
@@ -17,9 +17,9 @@ export class DisplayShader {
         this.text = "";
         this.area = byId("shader-text");
         this.area.value = localStorage.getItem("shader") ?? Example;
-        byId("shader").addEventListener("click", () => this.toggle());
-        byId("shader-apply").addEventListener("click", () => this.apply());
-        byId("shader-off").addEventListener("click", () => this.turnOff());
+        when("shader", () => this.toggle());
+        when("shader-apply", () => this.apply());
+        when("shader-off", () => this.use(""));
         this.area.addEventListener("keydown", event => {
             if (event.key !== "Enter" || !(event.ctrlKey || event.metaKey)) return;
             event.preventDefault();
@@ -36,13 +36,11 @@ export class DisplayShader {
 
     apply() {
         localStorage.setItem("shader", this.area.value);
-        this.text = this.area.value;
-        this.say("");
-        this.changed();
+        this.use(this.area.value);
     }
 
-    turnOff() {
-        this.text = "";
+    use(text) {
+        this.text = text;
         this.say("");
         this.changed();
     }

@@ -2,7 +2,7 @@
 import { ask } from "../api.js";
 import { objectLink } from "../names.js";
 import { highlight } from "../source.js";
-import { make } from "../util.js";
+import { heading, hint, make, row, table } from "../util.js";
 
 export function loadCall(at, signal) {
     return ask("call", { at }, signal);
@@ -28,24 +28,21 @@ function shown(name, value, open) {
     return typeof value === "string" && value.includes("\n") ? highlight(value) : textOf(value);
 }
 
-function argument(name, value, open) {
-    return make("tr", {}, make("th", { scope: "row" }, name), make("td", {}, shown(name, value, open)));
-}
-
 function frame({ address, module, offset, function: name, file, line }) {
     return make("li", {}, make("b", {}, name ?? address), file ? ` ${file}:${line}` : module ? ` ${module} +${offset}` : "");
 }
 
 /** `open(kind, name)` shows an object. */
 export function renderCall(place, call, open) {
-    const rows = Object.entries(call.args ?? {}).map(([name, value]) => argument(name, value, open));
-    if ("return" in call) rows.push(argument(/Create(Program|Shader)/.exec(call.name)?.[1].toLowerCase() ?? "returned", call.return, open));
-    place.replaceChildren(
-        make("h3", {}, call.name ?? ""),
-        make("p", { class: "hint" }, `Call ${call.call} of frame ${call.frame}, thread ${call.thread}, context ${call.context}` +
+    const rows = Object.entries(call.args ?? {}).map(([name, value]) => row(name, shown(name, value, open)));
+    if ("return" in call) {
+        const name = /Create(Program|Shader)/.exec(call.name)?.[1].toLowerCase() ?? "returned";
+        rows.push(row(name, shown(name, call.return, open)));
+    }
+    place.replaceChildren(heading(call.name ?? ""),
+        hint(`Call ${call.call} of frame ${call.frame}, thread ${call.thread}, context ${call.context}` +
             (call.action ? `, action ${call.action}` : "")),
-        make("table", { class: "values" }, make("tbody", {}, rows)),
-        make("h3", {}, "Where it came from"),
+        table(rows), heading("Where it came from"),
         call.stack ? make("ol", { class: "stack" }, call.stack.map(frame))
-            : make("p", { class: "hint" }, "The recording has no stack of this call; playback-record --stacks records them."));
+            : hint("The recording has no stack of this call; playback-record --stacks records them."));
 }

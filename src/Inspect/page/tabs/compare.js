@@ -1,6 +1,6 @@
 // What a second driver makes of the same call: both pictures, the difference, and the first draw that goes wrong.
 import { addressOf, ask } from "../api.js";
-import { make } from "../util.js";
+import { bar, choice, empty, hint, make, select } from "../util.js";
 
 const Modes = [["slider", "Slider"], ["a", "A"], ["b", "B"], ["difference", "Difference"]];
 const Again = 500; // ms, while the search is at work
@@ -36,11 +36,11 @@ export class CompareView {
 
     render(place, again) {
         if (!this.second)
-            return place.replaceChildren(make("p", { class: "empty" }, "There is no second driver to compare with. Start playback-inspect with --b-driver DIR or --b-env NAME=VALUE."));
+            return place.replaceChildren(empty("There is no second driver to compare with. Start playback-inspect with --b-driver DIR or --b-env NAME=VALUE."));
         const target = this.targets[this.index];
-        const parts = [this.searchBar(), make("p", { class: "hint" }, `A is the first driver, B: ${this.second}.`)];
-        if (!target) parts.push(make("p", { class: "empty" }, "This call writes to no image that can be read."));
-        else if (this.problem) parts.push(make("p", { class: "empty" }, this.problem));
+        const parts = [this.searchBar(), hint(`A is the first driver, B: ${this.second}.`)];
+        if (!target) parts.push(empty("This call writes to no image that can be read."));
+        else if (this.problem) parts.push(empty(this.problem));
         else parts.push(this.toolBar(again), this.pictures());
         place.replaceChildren(...parts);
     }
@@ -48,34 +48,33 @@ export class CompareView {
     searchBar() {
         this.status = make("span", { class: "note", role: "status" }, this.search ?? "");
         const button = (text, from) => make("button", { click: () => this.find(from) }, text);
-        return make("div", { class: "bar" }, button("First wrong draw", 1), button("From this frame", parseInt(this.at)),
+        return bar(button("First wrong draw", 1), button("From this frame", parseInt(this.at)),
             make("label", { class: "short" }, "Tolerance ", make("input", { inputmode: "numeric", size: 3, value: this.tolerance,
                 change: event => { this.tolerance = Math.max(0, parseInt(event.target.value) || 0); } })), this.status);
     }
 
     toolBar(again) {
-        return make("div", { class: "bar" },
-            make("select", { "aria-label": "Image", change: event => { this.what = this.targets[event.target.selectedIndex].what; again(true); } },
-                this.targets.map((target, i) => make("option", { selected: i === this.index }, `${target.object} \u00B7 ${target.what}`))),
-            make("div", { class: "choice", role: "group", "aria-label": "Shown" }, Modes.map(([mode, text]) => make("button", {
-                "aria-pressed": mode === this.mode, click: () => { this.mode = mode; again(false); } }, text))));
+        const images = this.targets.map(({ object, what }, i) => [i, `${object} \u00B7 ${what}`]);
+        return bar(select("Image", images, this.index, i => { this.what = this.targets[i].what; again(true); }),
+            choice("Shown", Modes, this.mode, mode => { this.mode = mode; again(false); }));
     }
 
     pictures() {
         const { at, index, difference } = this;
         const image = (name, parameters, alt) => make("img", { src: addressOf(name, { at, ...parameters }), alt });
         const a = () => image("picture", { index }, "A"), b = () => image("picture", { index: difference.indexOfB, side: "b" }, "B");
-        const summary = make("p", { class: "hint" }, difference.a === difference.b ? "Both are the same." : difference.text);
-        if (this.mode === "a") return make("div", {}, make("div", { class: "pair" }, a()), summary);
-        if (this.mode === "b") return make("div", {}, make("div", { class: "pair" }, b()), summary);
+        const summary = hint(difference.a === difference.b ? "Both are the same." : difference.text);
+        const shown = (images, ...more) => make("div", {}, make("div", { class: "pair" }, images), more, summary);
+        if (this.mode === "a") return shown(a());
+        if (this.mode === "b") return shown(b());
         if (this.mode === "difference")
-            return make("div", {}, make("div", { class: "pair" }, image("difference", { index, tolerance: this.tolerance, format: "png" }, "Where A and B differ")), summary);
+            return shown(image("difference", { index, tolerance: this.tolerance, format: "png" }, "Where A and B differ"));
         const upper = b();
         const cut = () => { upper.style.clipPath = `inset(0 0 0 ${this.position}%)`; };
         cut();
-        return make("div", {}, make("div", { class: "pair" }, a(), upper),
+        return shown([a(), upper],
             make("input", { type: "range", min: 0, max: 100, value: this.position, "aria-label": "A is shown up to here, B from here on",
-                input: event => { this.position = +event.target.value; cut(); } }), summary);
+                input: event => { this.position = +event.target.value; cut(); } }));
     }
 
     say(text) {

@@ -1,11 +1,13 @@
 // The vertices of a draw, before the vertex shader and after it: a table, and the primitives from any side.
 import { ask } from "../api.js";
 import { objectLink } from "../names.js";
-import { make, short } from "../util.js";
+import { bar, choice, clamp, colour, empty, make, prepare, select, short, table } from "../util.js";
 
 const Rows = 300;
 const Shown = 10_000;
 const Near = 12; // of the pointer, in pixels
+
+const nameOf = array => array.name || `array ${array.location}`;
 
 export class MeshView {
     constructor({ open, again }) {
@@ -38,17 +40,16 @@ export class MeshView {
 
     render(place) {
         const { arrays, count } = this.answer ?? {};
-        if (!this.answer) return place.replaceChildren(this.choices(), make("p", { class: "empty" }, this.problem));
-        if (!arrays.length) return place.replaceChildren(this.choices(), make("p", { class: "empty" }, `${count} vertices, and no vertex array is enabled.`));
+        if (!this.answer) return place.replaceChildren(this.choices(), empty(this.problem));
+        if (!arrays.length) return place.replaceChildren(this.choices(), empty(`${count} vertices, and no vertex array is enabled.`));
         const likely = [/pos/i, /vert/i].map(name => arrays.findIndex(array => name.test(array.name))).find(index => index >= 0) ?? 0;
-        this.position = make("select", { "aria-label": "Values that are places", change: () => this.draw() }, arrays.map((array, i) =>
-            make("option", { value: i, selected: i === likely && !this.isShaded }, array.name || `array ${array.location}`)));
+        this.position = select("Values that are places", arrays.map((array, i) => [i, nameOf(array)]), this.isShaded ? 0 : likely, () => this.draw());
         this.canvas = make("canvas", {
             class: "mesh", tabindex: 0, role: "img", "aria-label": "The primitives of the draw; arrow keys turn them",
             pointermove: event => this.point(event), pointerleave: () => this.mark(null), keydown: event => this.key(event),
         });
         this.pointed = make("p", { class: "foot", "aria-live": "polite" });
-        place.replaceChildren(this.choices(), make("div", { class: "bar" }, `${this.mode}, ${count} vertices; places in`, this.position),
+        place.replaceChildren(this.choices(), bar(`${this.mode}, ${count} vertices; places in`, this.position),
             this.canvas, this.pointed, this.table(), this.pages());
         this.fill();
         this.mark(null);
@@ -56,20 +57,19 @@ export class MeshView {
     }
 
     choices() {
-        const choose = (text, isShaded) => make("button", { "aria-pressed": isShaded === this.isShaded, click: () => { this.isShaded = isShaded; this.again(); } }, text);
         const instance = make("input", { type: "number", min: 0, max: this.instances - 1, value: this.instance, "aria-label": "Instance",
-            change: () => { this.instance = Math.min(Math.max(Math.trunc(+instance.value) || 0, 0), this.instances - 1); this.again(); } });
-        return make("div", { class: "bar" }, make("div", { class: "choice", role: "group", "aria-label": "Vertices" },
-            choose("Before the vertex shader", false), choose("After it", true)),
+            change: () => { this.instance = clamp(Math.trunc(+instance.value) || 0, 0, this.instances - 1); this.again(); } });
+        return bar(choice("Vertices", [[false, "Before the vertex shader"], [true, "After it"]], this.isShaded,
+            isShaded => { this.isShaded = isShaded; this.again(); }),
         this.isShaded && this.instances > 1 && make("label", {}, "instance ", instance, ` of ${this.instances}`));
     }
 
     table() {
-        this.body = make("tbody");
         const heading = array => make("th", { scope: "col", title: this.isShaded ? `${array.size} of ${array.type}` : `${array.size} of ${array.type}, stride ${array.stride}, offset ${array.offset}` },
-            array.name || `array ${array.location}`, make("br"), this.isShaded ? "" : this.source(array));
-        return make("table", { class: "values mesh" }, make("thead", {}, make("tr", {}, make("th", { scope: "col" }, "vertex"),
-            make("th", { scope: "col" }, "index"), this.answer.arrays.map(heading))), this.body);
+            nameOf(array), make("br"), this.isShaded ? "" : this.source(array));
+        const whole = table([], ["vertex", "index", ...this.answer.arrays.map(heading)], "values mesh");
+        this.body = whole.tBodies[0];
+        return whole;
     }
 
     source(array) {
@@ -86,7 +86,7 @@ export class MeshView {
     pages() {
         const { rows, count } = this.answer;
         const go = by => { if (this.first + by >= 0 && this.first + by < rows.length) this.first += by; this.fill(); };
-        return rows.length <= Rows ? "" : make("div", { class: "bar" }, make("button", { click: () => go(-Rows) }, "Earlier"), make("button", { click: () => go(Rows) }, "Later"),
+        return rows.length <= Rows ? "" : bar(make("button", { click: () => go(-Rows) }, "Earlier"), make("button", { click: () => go(Rows) }, "Later"),
             rows.length < count ? `the first ${rows.length} of ${count}` : "");
     }
 
@@ -150,11 +150,7 @@ export class MeshView {
     }
 
     draw() {
-        const scale = devicePixelRatio, width = this.canvas.clientWidth, height = this.canvas.clientHeight;
-        this.canvas.width = width * scale;
-        this.canvas.height = height * scale;
-        const context = this.canvas.getContext("2d");
-        context.scale(scale, scale);
+        const { context, width, height } = prepare(this.canvas);
         const points = this.points();
         this.flat = [];
         const there = points.filter(Boolean);
@@ -178,8 +174,7 @@ export class MeshView {
 
     paint(context) {
         const { flat } = this;
-        const style = getComputedStyle(document.documentElement);
-        context.strokeStyle = context.fillStyle = style.getPropertyValue("--accent");
+        context.strokeStyle = context.fillStyle = colour("--accent");
         context.lineWidth = 0.7;
         context.beginPath();
         const edges = this.edges();
@@ -191,7 +186,7 @@ export class MeshView {
         context.stroke();
         if (!edges.length) for (const point of flat) if (point) context.fillRect(point[0] - 1, point[1] - 1, 3, 3);
         if (!flat[this.marked]) return;
-        context.strokeStyle = style.getPropertyValue("--bad");
+        context.strokeStyle = colour("--bad");
         context.lineWidth = 2;
         context.beginPath();
         context.arc(...flat[this.marked], 5, 0, 2 * Math.PI);

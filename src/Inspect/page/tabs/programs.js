@@ -3,7 +3,7 @@ import { ask, send, version } from "../api.js";
 import { Editor, loadEditor } from "./editor.js";
 import { renderInputs } from "./inputs.js";
 import { variables } from "./resources.js";
-import { byId, make } from "../util.js";
+import { bar, byId, choice, counted, heading, hint, link, make, row, table, toggle } from "../util.js";
 
 const Experiments = [
     ["skip", "Skip it", "Nothing is drawn"],
@@ -46,7 +46,7 @@ export class ProgramView {
     tell() {
         const count = this.edits.length;
         byId("edited").hidden = !count;
-        byId("edited").textContent = `${count} ${count === 1 ? "change" : "changes"}${version.isEdited ? "" : ", not shown"}`;
+        byId("edited").textContent = `${counted(count, "change")}${version.isEdited ? "" : ", not shown"}`;
     }
 
     get shaders() {
@@ -61,12 +61,12 @@ export class ProgramView {
                 shaders.find(shader => shader.type === "GL_FRAGMENT_SHADER") ?? shaders[0];
             parts.push(...this.source(place, shaders));
         } else {
-            parts.push(make("p", { class: "hint" }, this.programs.length
+            parts.push(hint(this.programs.length
                 ? "The program was loaded from a binary: its sources are not known." : "This call runs no program."));
         }
         parts.push(...this.experiments(), this.costTable());
         const attributes = this.programs.flatMap(program => program.attributes ?? []);
-        if (attributes.length) parts.push(make("h3", {}, "Attributes"), variables(attributes));
+        if (attributes.length) parts.push(heading("Attributes"), variables(attributes));
         for (const program of this.programs) parts.push(...this.blocks(program));
         const rest = make("div");
         if (this.inputs.length) renderInputs(rest, this.at, this.inputs, this.open);
@@ -77,9 +77,9 @@ export class ProgramView {
     /** What is drawn, and the ways back to what was recorded. */
     states() {
         const count = this.edits.length;
-        return make("div", { class: "bar" }, make("span", { class: "spacer" }, count && version.isEdited ? "Drawn with changes" : "Drawn as recorded"),
-        make("button", { "aria-pressed": !version.isEdited, disabled: !count, title: "The picture as it was recorded (p)", click: () => this.toggleVersion() }, "As recorded"),
-        make("button", { disabled: !count, title: "Take all changes back (u)", click: () => this.undo() }, "Undo all"));
+        return bar(make("span", { class: "spacer" }, count && version.isEdited ? "Drawn with changes" : "Drawn as recorded"),
+            toggle("As recorded", !version.isEdited, () => this.toggleVersion(), { disabled: !count, title: "The picture as it was recorded (p)" }),
+            make("button", { disabled: !count, title: "Take all changes back (u)", click: () => this.undo() }, "Undo all"));
     }
 
     source(place, shaders) {
@@ -87,11 +87,10 @@ export class ProgramView {
         this.editor ??= new Editor({ apply: () => this.apply() });
         this.editor.show(shader.key, shader.type, shader.edited ?? shader.source);
         if (this.faults?.key === shader.key) this.editor.showErrors(this.faults.errors.map(one => one.line));
-        const choose = one => make("button", { "aria-pressed": one.key === shader.key, click: () => { this.chosen = one.key; this.render(place); } },
-            `${StageNames[one.type] ?? one.type}${one.edited === undefined ? "" : " *"}`, this.programs.length > 1 ? ` of ${one.program}` : "");
+        const name = one => `${StageNames[one.type] ?? one.type}${one.edited === undefined ? "" : " *"}${this.programs.length > 1 ? ` of ${one.program}` : ""}`;
         return [
-            make("div", { class: "bar" }, make("a", { href: "#", click: event => { event.preventDefault(); this.open("programs", shader.program); } }, `Program ${shader.program}`),
-                make("div", { class: "choice", role: "group", "aria-label": "Shaders" }, shaders.map(choose)), make("span", { class: "spacer" }),
+            bar(link(() => this.open("programs", shader.program), `Program ${shader.program}`),
+                choice("Shaders", shaders.map(one => [one.key, name(one)]), shader.key, key => { this.chosen = key; this.render(place); }), make("span", { class: "spacer" }),
                 make("button", { title: "Draw the frame with this source (Control and Enter)", click: () => this.apply() }, "Apply"),
                 make("button", { disabled: shader.edited === undefined, click: () => this.revert() }, "Revert")),
             this.editor.place, this.faultList()];
@@ -107,25 +106,22 @@ export class ProgramView {
 
     experiments() {
         const has = (kind, at) => this.edits.some(edit => edit.kind === kind && edit.at === at);
-        const toggle = (kind, at) => this.set(has(kind, at) ? this.edits.filter(edit => edit.kind !== kind || edit.at !== at)
+        const change = (kind, at) => this.set(has(kind, at) ? this.edits.filter(edit => edit.kind !== kind || edit.at !== at)
             : [...this.edits, at ? { kind, at } : { kind }]);
-        const button = (kind, name, at, text) => make("button", { "aria-pressed": has(kind, at), "aria-label": `${name}, ${text}`, click: () => toggle(kind, at) }, text);
-        return [make("h3", {}, "Experiments"), make("table", { class: "values experiments" }, make("tbody", {}, Experiments.map(([kind, name, why]) =>
-            make("tr", {}, make("th", { scope: "row", title: why }, name),
-                make("td", {}, make("div", { class: "choice" }, button(kind, name, this.at, "this call"), button(kind, name, undefined, "the frame")))))))];
+        const button = (kind, name, at, text) => toggle(text, has(kind, at), () => change(kind, at), { "aria-label": `${name}, ${text}` });
+        return [heading("Experiments"), table(Experiments.map(([kind, name, why]) => row(make("span", { title: why }, name),
+            make("div", { class: "choice" }, button(kind, name, this.at, "this call"), button(kind, name, undefined, "the frame")))),
+        null, "values experiments")];
     }
 
     /** What the call, its pass and the frame cost as recorded and with the changes, where that was measured. */
     costTable() {
-        const { costs } = this;
+        const costs = this.costs?.edits === this.edits && this.costs.at === this.at ? this.costs : null;
         const measure = make("button", { disabled: !this.edits.length, title: "Replay the frame three times each way", click: event => this.measure(event.target) }, "Measure");
-        const about = make("div", { class: "bar" }, measure, make("span", {}, !this.edits.length ? "the time of changes, once there are some"
-            : costs?.edits !== this.edits || costs.at !== this.at ? "before and after the changes" : costs.note));
-        if (costs?.edits !== this.edits || costs.at !== this.at) return make("div", { class: "costs" }, about);
-        const row = ([name, before, after]) => make("tr", {}, make("th", { scope: "row" }, name), make("td", { class: "number" }, before.toFixed(3)),
-            make("td", { class: "number" }, after.toFixed(3)), make("td", { class: "number" }, before ? `${(100 * after / before).toFixed(0)} %` : ""));
-        return make("div", { class: "costs" }, about, make("table", { class: "values" }, make("thead", {}, make("tr", {}, ["ms", "before", "after", ""].map(text =>
-            make("th", { scope: "col", class: text === "ms" ? "" : "number" }, text)))), make("tbody", {}, costs.rows.map(row))));
+        const about = bar(measure, make("span", {}, !this.edits.length ? "the time of changes, once there are some"
+            : costs?.note ?? "before and after the changes"));
+        const line = ([name, before, after]) => row(name, before.toFixed(3), after.toFixed(3), before ? `${(100 * after / before).toFixed(0)} %` : "");
+        return make("div", { class: "costs" }, about, costs && table(costs.rows.map(line), ["ms", "before", "after", ""]));
     }
 
     async measure(button) {
@@ -154,22 +150,24 @@ export class ProgramView {
         const names = new Set(uniforms.map(one => one.block).filter(Boolean));
         return [...names].flatMap(name => {
             const buffer = this.inputs.find(input => input.kind === "buffer" && input.name === `block ${name}`)?.object;
-            const link = buffer && make("a", { href: "#", click: event => { event.preventDefault(); this.open("buffers", buffer); } }, `buffer ${buffer}`);
-            return [make("h3", {}, `Block ${name}: `, link ?? "no buffer"), variables(uniforms.filter(one => one.block === name))];
+            const source = buffer ? link(() => this.open("buffers", buffer), `buffer ${buffer}`) : "no buffer";
+            return [heading(`Block ${name}: `, source), variables(uniforms.filter(one => one.block === name))];
         });
     }
+
+    /** The edits of everything but the shader that is shown. */
+    get others() { return this.edits.filter(edit => edit.program !== this.shader.program || edit.type !== this.shader.type); }
 
     apply() {
         const { program, type, source, key } = this.shader;
         const { text } = this.editor;
-        const others = this.edits.filter(edit => edit.program !== program || edit.type !== type);
-        return this.set(text === source ? others : [...others, { kind: "shader", program, type, source: text }], key);
+        return this.set(text === source ? this.others : [...this.others, { kind: "shader", program, type, source: text }], key);
     }
 
     revert() {
-        const { program, type, source, key } = this.shader;
+        const { source, key } = this.shader;
         this.editor.text = source;
-        return this.set(this.edits.filter(edit => edit.program !== program || edit.type !== type), key);
+        return this.set(this.others, key);
     }
 
     undo(at = this.at) {

@@ -6,7 +6,7 @@ import { highlight } from "../source.js";
 import { kindNamed, textOf } from "./state.js";
 import { TypedBuffer } from "./typed.js";
 import { earlierUses, loadUses, useStrip } from "./uses.js";
-import { bytes, make, short } from "../util.js";
+import { bar, bytes, clamp, counted, empty, heading, hint, make, row, select, short, table, toggle } from "../util.js";
 
 const Types = {
     0x1406: "float", 0x8B50: "vec2", 0x8B51: "vec3", 0x8B52: "vec4", 0x1404: "int", 0x8B53: "ivec2", 0x8B54: "ivec3", 0x8B55: "ivec4",
@@ -22,10 +22,9 @@ const BufferPart = 16384;
 
 /** Attributes or uniforms of a program. */
 export function variables(list) {
-    return make("table", { class: "values" }, make("tbody", {}, list.map(one => make("tr", {},
-        make("th", { scope: "row" }, one.name), make("td", {}, `${Types[one.type] ?? "0x" + one.type.toString(16)}` +
-            (one.count > 1 ? `[${one.count}]` : "") + (one.location >= 0 ? ` at ${one.location}` : ""),
-        one.values && make("pre", { class: "plain" }, one.values.map(short).join(", ")))))));
+    return table(list.map(one => row(one.name, [`${Types[one.type] ?? "0x" + one.type.toString(16)}` +
+        (one.count > 1 ? `[${one.count}]` : "") + (one.location >= 0 ? ` at ${one.location}` : ""),
+    one.values && make("pre", { class: "plain" }, one.values.map(short).join(", "))])));
 }
 
 export class ResourceView {
@@ -55,13 +54,11 @@ export class ResourceView {
         if (this.name !== null && !(this.name in list)) this.name = null;
         const body = make("div");
         place.replaceChildren(
-            make("div", { class: "bar", role: "group", "aria-label": "Kinds of objects" }, kinds.map(kind => make("button", {
-                "aria-pressed": kind === this.kind, click: () => change(kind, null),
-            }, `${kind} ${Object.keys(this.objects[kind]).length}`))),
-            make("div", { class: "objects" }, names.slice(0, 2000).map(name => make("button", {
-                "aria-pressed": name === this.name, click: () => change(this.kind, name),
-            }, labelOf(this.kind, name) ? `${name} ${labelOf(this.kind, name)}` : name))), body);
-        if (!kinds.length) return body.append(make("p", { class: "empty" }, "No context is current."));
+            make("div", { class: "bar", role: "group", "aria-label": "Kinds of objects" }, kinds.map(kind =>
+                toggle(`${kind} ${Object.keys(this.objects[kind]).length}`, kind === this.kind, () => change(kind, null)))),
+            make("div", { class: "objects" }, names.slice(0, 2000).map(name =>
+                toggle(`${name} ${labelOf(this.kind, name)}`.trim(), name === this.name, () => change(this.kind, name)))), body);
+        if (!kinds.length) return body.append(empty("No context is current."));
         if (this.name === null) {
             if (this.kind === "textures") body.append(this.thumbs(names.slice(0, 60), change));
             return;
@@ -75,7 +72,7 @@ export class ResourceView {
         const { kind, name } = this;
         const field = make("input", { value: givenName(kind, name), placeholder: labelOf(kind, name) || "a name for it", "aria-label": "Your name for the object",
             spellcheck: "false", change: () => { giveName(kind, name, field.value.trim()); again(); } });
-        return make("div", { class: "bar" }, make("b", {}, `${singular(kind)} ${name}`), field);
+        return bar(make("b", {}, `${singular(kind)} ${name}`), field);
     }
 
     thumbs(names, change) {
@@ -93,11 +90,11 @@ export class ResourceView {
             try {
                 place.replaceChildren(...await load());
             } catch (error) {
-                if (error.name !== "AbortError") place.replaceChildren(make("p", { class: "hint" }, error.message));
+                if (error.name !== "AbortError") place.replaceChildren(hint(error.message));
             }
         };
         if (parts[this.kind] && /^\d+$/.test(this.name)) await show(contents, parts[this.kind]);
-        await show(uses, async () => [make("h3", {}, "What calls of the frame did with it"),
+        await show(uses, async () => [heading("What calls of the frame did with it"),
             useStrip(await loadUses(parseInt(this.at), this.kind, this.name, this.signal), this.callCount(), this.call, this.go),
             earlierUses(parseInt(this.at), this.kind, this.name)]);
     }
@@ -105,22 +102,21 @@ export class ResourceView {
     /** What calls have set of the object, with names of others as links. */
     values(values, change) {
         const kinds = { GL_TEXTURE: "textures", GL_RENDERBUFFER: "renderbuffers" };
-        const row = ([name, value]) => {
+        const line = ([name, value]) => {
             const type = values[name.replace("OBJECT_NAME", "OBJECT_TYPE")];
             const kind = name.startsWith("GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME") ? kinds[type] : kindNamed(name);
-            return make("tr", {}, make("th", { scope: "row" }, name),
-                make("td", {}, kind && value > 0 ? objectLink(kind, value, change, String(value)) : textOf(value)));
+            return row(name, kind && value > 0 ? objectLink(kind, value, change, String(value)) : textOf(value));
         };
-        const rows = Object.entries(values);
-        return make("div", {}, rows.length ? [make("h3", {}, "What calls have set"), make("table", { class: "values" }, make("tbody", {}, rows.map(row)))] : []);
+        const rows = Object.entries(values).map(line);
+        return make("div", {}, rows.length ? [heading("What calls have set"), table(rows)] : []);
     }
 
     async texture() {
         const { images, format } = await ask("texture", { at: this.at, name: this.name });
-        if (!images.length) return [make("p", { class: "hint" }, "It has no image.")];
+        if (!images.length) return [hint("It has no image.")];
         const file = (type, address) => make("a", { class: "button", href: address, download: `texture ${this.name}.${type}` }, type.toUpperCase());
-        return [make("h3", {}, `${format}, ${images.length} ${images.length === 1 ? "image" : "images"}`),
-            make("div", { class: "bar" }, "Save as ", file("png", picture(this.at, this.name).src), file("ktx", addressOf("texture", { at: this.at, name: this.name, format: "ktx" }))),
+        return [heading(`${format}, ${counted(images.length, "image")}`),
+            bar("Save as ", file("png", picture(this.at, this.name).src), file("ktx", addressOf("texture", { at: this.at, name: this.name, format: "ktx" }))),
             make("div", { class: "thumbs" }, images.slice(0, 120).map((image, index) => make("figure", {},
                 make("a", { href: picture(this.at, this.name, index).src, target: "_blank", rel: "noopener", "aria-label": image.what },
                     picture(this.at, this.name, index)), make("figcaption", {}, image.what))))];
@@ -153,26 +149,25 @@ export class ResourceView {
         const again = make("div");
         const choose = async () => {
             this.words = type.value;
-            this.columns = Math.min(Math.max(+columns.value || 1, 1), 16);
+            this.columns = clamp(+columns.value || 1, 1, 16);
             again.replaceChildren(...await this.numbers());
         };
-        const type = make("select", { "aria-label": "Type of an element", change: choose }, Object.keys(Words).map(name =>
-            make("option", { selected: name === this.words }, name)));
+        const type = select("Type of an element", Object.keys(Words).map(name => [name]), this.words, choose);
         const columns = make("input", { type: "number", min: 1, max: 16, value: this.columns, "aria-label": "Elements in a line", change: choose });
-        again.append(make("h3", {}, bytes(answer.size) + (answer.size > BufferPart ? `, the first ${bytes(BufferPart)}` : "")),
-            make("div", { class: "bar" }, type, columns), make("table", { class: "values" }, make("tbody", {}, rows)));
+        again.append(heading(bytes(answer.size) + (answer.size > BufferPart ? `, the first ${bytes(BufferPart)}` : "")),
+            bar(type, columns), table(rows));
         return [again];
     }
 
     async program() {
         const answer = await ask("program", { at: this.at, name: this.name });
         const parts = [];
-        if (answer.log) parts.push(make("h3", {}, "Log of linking"), make("pre", {}, answer.log));
+        if (answer.log) parts.push(heading("Log of linking"), make("pre", {}, answer.log));
         for (const shader of answer.shaders ?? [])
-            parts.push(make("h3", {}, `${shader.type}, shader ${shader.shader}${shader.edited === undefined ? "" : ", edited"}`),
+            parts.push(heading(`${shader.type}, shader ${shader.shader}${shader.edited === undefined ? "" : ", edited"}`),
                 highlight(shader.edited ?? shader.source));
-        if (answer.attributes?.length) parts.push(make("h3", {}, "Attributes"), variables(answer.attributes));
-        if (answer.uniforms?.length) parts.push(make("h3", {}, "Uniforms"), variables(answer.uniforms));
+        if (answer.attributes?.length) parts.push(heading("Attributes"), variables(answer.attributes));
+        if (answer.uniforms?.length) parts.push(heading("Uniforms"), variables(answer.uniforms));
         return parts;
     }
 }

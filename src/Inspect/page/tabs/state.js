@@ -1,7 +1,7 @@
 // What was set in front of the call, by groups, with what differs from another call.
 import { ask } from "../api.js";
 import { objectLink } from "../names.js";
-import { make } from "../util.js";
+import { bar, empty, heading, hint, make, select, table, toggle } from "../util.js";
 
 // The first pattern that fits decides. Names are those of the Khronos headers.
 const Groups = [
@@ -70,9 +70,7 @@ export class StateView {
     /** Which call, of which capture, the state is compared with. */
     sourceBar(reload) {
         if (!this.others.length) return null;
-        const change = event => { this.source = event.target.value; reload(); };
-        return make("div", { class: "bar" }, make("select", { "aria-label": "Compared with", change },
-            ["", ...this.others].map(name => make("option", { value: name, selected: name === this.source }, name || "this capture"))),
+        return bar(select("Compared with", [["", "this capture"], ...this.others.map(name => [name])], this.source, name => { this.source = name; reload(); }),
         this.source && make("input", { size: 8, placeholder: this.answer.at, value: this.otherPlace, "aria-label": "Place in the other capture", spellcheck: "false",
             change: event => { this.otherPlace = event.target.value.trim(); reload(); } }));
     }
@@ -83,23 +81,20 @@ export class StateView {
         const differences = new Map(), others = [];
         for (const difference of answer.differences)
             if (difference.object) others.push(difference); else differences.set(difference.state, difference.before);
-        const tools = make("div", { class: "bar" },
+        const flag = (text, field) => toggle(text, this[field], () => { this[field] = !this[field]; again(); });
+        const tools = bar(
             make("input", {
                 type: "search", placeholder: "Filter", "aria-label": "Filter of the state", value: this.filter,
                 input: event => { this.filter = event.target.value; this.fill(body, differences, others); },
             }),
-            this.toggle("Changed only", "onlyChanged", again), this.toggle("Used only", "hidesUnused", again), this.toggle("With initial", "showsInitial", again),
-            make("button", { "aria-pressed": this.showsSetters, title: "The calls that set these values last", click: () => this.toggleSetters(again) }, "Set by"));
+            flag("Changed only", "onlyChanged"), flag("Used only", "hidesUnused"), flag("With initial", "showsInitial"),
+            toggle("Set by", this.showsSetters, () => this.toggleSetters(again), { title: "The calls that set these values last" }));
         const body = make("div");
         const other = answer.againstFile ? ` of ${answer.againstFile}` : answer.against === this.marked ? ", the marked call" : "";
         place.replaceChildren(...[tools, this.sourceBar(reload),
-            make("p", { class: "hint" }, `In front of ${answer.at}, on context ${answer.context}, thread ${answer.thread}. Coloured: ` +
+            hint(`In front of ${answer.at}, on context ${answer.context}, thread ${answer.thread}. Coloured: ` +
                 `what differs from ${answer.against}${other} (m marks the call to compare with). Grey: what was set and has no part in this call.`), body].filter(Boolean));
         this.fill(body, differences, others);
-    }
-
-    toggle(text, field, again) {
-        return make("button", { "aria-pressed": this[field], click: () => { this[field] = !this[field]; again(); } }, text);
     }
 
     async toggleSetters(again) {
@@ -129,10 +124,10 @@ export class StateView {
             for (const [name, value] of Object.entries(initial))
                 if (!(name in state) && !Object.keys(state).some(one => one.startsWith(name + "["))) add(name, value, true);
         const tables = [...rows].filter(([, list]) => list.length)
-            .map(([name, list]) => [make("h3", {}, name), make("table", { class: "values" }, make("tbody", {}, list))]);
+            .map(([name, list]) => [heading(name), table(list)]);
         const changedObjects = others.filter(({ object, state: name }) => !filter || `${object.kind} ${object.name} ${name}`.toLowerCase().includes(filter));
         if (changedObjects.length) tables.push(this.objects(changedObjects));
-        if (!tables.length) tables.push([make("p", { class: "empty" }, "Nothing to show.")]);
+        if (!tables.length) tables.push([empty("Nothing to show.")]);
         body.replaceChildren(...tables.flat());
     }
 
@@ -147,10 +142,10 @@ export class StateView {
     }
 
     objects(list) {
-        return [make("h3", {}, "Objects that differ"), make("table", { class: "values" }, make("tbody", {}, list.map(one =>
+        return [heading("Objects that differ"), table(list.map(one =>
             make("tr", { class: "changed" }, make("th", { scope: "row" },
                 objectLink(one.object.kind, one.object.name, this.open), ` ${one.state}`),
             make("td", {}, textOf(one.after), make("span", { class: "before" }, textOf(one.before)),
-                this.setter(this.setters?.objects[one.object.kind]?.[one.object.name], one.state))))))];
+                this.setter(this.setters?.objects[one.object.kind]?.[one.object.name], one.state)))))];
     }
 }

@@ -1,6 +1,6 @@
 // Which calls of the frame made, changed, wrote and read an object: a strip with marks, and a list of links.
 import { ask } from "../api.js";
-import { clamp, make } from "../util.js";
+import { bar, clamp, colour, hint, make, prepare } from "../util.js";
 
 const Lanes = [["made", "--compute"], ["changed", "--copy"], ["wrote", "--changed"], ["read", "--draw"], ["deleted", "--bad"]];
 const LaneHeight = 9;
@@ -16,39 +16,34 @@ function doings(use) {
 
 /** A button that asks for the calls of the frames in front, as links. */
 export function earlierUses(frame, kind, name) {
-    const place = make("div", { class: "bar" }, make("button", { click: async event => {
+    const place = bar(make("button", { click: async event => {
         event.target.disabled = true;
         const { calls } = await ask("earlier-uses", { frame, kind, name });
         place.replaceWith(calls.length ? make("ol", { class: "uses earlier" }, calls.map(use => make("li", {},
             make("a", { href: `#${use.at}/call` }, `${use.at} ${use.function}`), doings(use))))
-            : make("p", { class: "hint" }, "No call of the frames in front made, changed or wrote it."));
+            : hint("No call of the frames in front made, changed or wrote it."));
     } }, "What earlier frames did with it"));
     return place;
 }
 
 function paint(canvas, uses, callCount, call) {
-    const scale = devicePixelRatio, width = canvas.clientWidth;
-    canvas.width = width * scale;
-    canvas.height = Lanes.length * LaneHeight * scale;
-    const context = canvas.getContext("2d");
-    context.scale(scale, scale);
-    const style = getComputedStyle(document.documentElement);
+    const { context, width } = prepare(canvas, Lanes.length * LaneHeight);
     const at = number => (number - 1) / Math.max(callCount - 1, 1) * (width - 3);
-    context.fillStyle = style.getPropertyValue("--line");
+    context.fillStyle = colour("--line");
     Lanes.forEach((_, lane) => context.fillRect(0, lane * LaneHeight + LaneHeight - 1, width, 1));
     for (const use of uses)
-        for (const [lane, [does, colour]] of Lanes.entries()) {
+        for (const [lane, [does, name]] of Lanes.entries()) {
             if (!use.does.includes(does)) continue;
-            context.fillStyle = style.getPropertyValue(colour);
+            context.fillStyle = colour(name);
             context.fillRect(at(use.call), lane * LaneHeight + 1, 3, LaneHeight - 2);
         }
-    context.fillStyle = style.getPropertyValue("--ink");
+    context.fillStyle = colour("--ink");
     context.fillRect(at(call) + 1, 0, 1, Lanes.length * LaneHeight);
 }
 
 /** `go(call)` shows a call of the frame. */
 export function useStrip(uses, callCount, call, go) {
-    if (!uses.length) return make("p", { class: "hint" }, "No call of this frame makes, changes, writes or reads it.");
+    if (!uses.length) return hint("No call of this frame makes, changes, writes or reads it.");
     const canvas = make("canvas", { "aria-hidden": "true", title: "The calls of the frame; the line is the call at hand", click: event => {
         const number = event.offsetX / canvas.clientWidth * callCount;
         const nearest = uses.reduce((best, use) => Math.abs(use.call - number) < Math.abs(best.call - number) ? use : best);
@@ -64,5 +59,5 @@ export function useStrip(uses, callCount, call, go) {
     return make("div", { class: "uses" },
         make("div", { class: "strip" }, make("div", { class: "lanes", "aria-hidden": "true" }, Lanes.map(([name]) => make("span", {}, name))), canvas),
         make("ol", { class: "uses" }, links),
-        uses.length > links.length && make("p", { class: "hint" }, `${links.length} of ${uses.length} calls, around the one at hand.`));
+        uses.length > links.length && hint(`${links.length} of ${uses.length} calls, around the one at hand.`));
 }
