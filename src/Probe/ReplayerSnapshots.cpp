@@ -1,5 +1,5 @@
 // How a replay lets others begin where it comes by.
-#include "Interfaces/Core.h"
+#include "Probe/LiveGL.h"
 #include "Probe/Replayer.h"
 #include "Trim/SnapshotMaker.h"
 
@@ -14,7 +14,7 @@ void Replayer::Follow(std::optional<Data::CallId> call, bool isPlayed)
 
 void Replayer::Finish() const
 {
-    if (const auto finish = Core::KHRLayer::GLESProc().glFinish; finish && HasContext())
+    if (const auto finish = GL().glFinish; finish && HasContext())
         finish();
 }
 

@@ -148,7 +148,7 @@ std::string FrontState::KeepContents(Contents& contents, const Data::StateContex
     }
     if (hasSurface)
         contents.surface = ReadDefaultContents(m_missing);
-    ForgetErrors();
+    Core::TakeErrors(GL());
     return contents.objects.isSpoilt ? "an image does not take back what was read from it" : "";
 }
 

@@ -4,7 +4,7 @@
 #include <ctime>
 #include <map>
 
-#include "Interfaces/Core.h"
+#include "Probe/LiveGL.h"
 #include "Replay/Timing/GpuClock.h"
 
 namespace Probe {
@@ -37,7 +37,7 @@ public:
             const auto context = Core::KHRLayer::EGLProc().eglGetCurrentContext();
             GpuClock& clock = m_clocks.try_emplace(context, "").first->second;
             // What is in front is none of it.
-            Core::KHRLayer::GLESProc().glFinish();
+            GL().glFinish();
             if (clock.CanMeasure() && clock.Start(m_times.actions.size(), GpuClock::Wait::Yes))
                 m_running = &clock;
             else
@@ -54,7 +54,7 @@ public:
         if (m_running)
             m_running->Stop();
         if (m_replayer.HasContext())
-            Core::KHRLayer::GLESProc().glFinish();
+            GL().glFinish();
         time.doneMs = NowMs() - m_start;
         m_times.actions.push_back(time);
         if (m_running)

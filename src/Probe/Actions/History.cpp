@@ -5,10 +5,7 @@
 #include <set>
 #include <utility>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
-#include "Interfaces/GLState.h"
+#include "Probe/LiveGL.h"
 
 namespace Probe {
 
@@ -45,7 +42,7 @@ std::vector<SeenPixel> PixelsIn(std::vector<Target> targets, const PixelPlace& p
 bool IsInside(GLenum box, const PixelPlace& place)
 {
     GLint values[4] = {};
-    Core::KHRLayer::GLESProc().glGetIntegerv(box, values);
+    GL().glGetIntegerv(box, values);
     const auto x = static_cast<GLint>(place.x);
     const auto y = static_cast<GLint>(place.y);
     return x >= values[0] && y >= values[1] && x - values[0] < values[2] && y - values[1] < values[3];
@@ -54,7 +51,7 @@ bool IsInside(GLenum box, const PixelPlace& place)
 /// Asks the state in front of a draw or a clear, which it has left as it was.
 std::string Obstacle(const PixelPlace& place, Data::ActionKind kind)
 {
-    const Core::GLESProcTable& gl = Core::KHRLayer::GLESProc();
+    const Core::GLESProcTable& gl = GL();
     const bool isDraw = kind == Data::ActionKind::Draw;
     if (!isDraw && kind != Data::ActionKind::Clear)
         return {};

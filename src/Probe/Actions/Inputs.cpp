@@ -3,13 +3,11 @@
 #include <map>
 #include <optional>
 
-#include <GLES3/gl32.h>
 #include <xxhash.h>
 
 #include "Data/Records/Actions.h"
-#include "Interfaces/Core.h"
-#include "Interfaces/GLFramebuffers.h"
 #include "Probe/Contents/ObjectContents.h"
+#include "Probe/LiveGL.h"
 #include "Probe/Programs/Programs.h"
 #include "Probe/Programs/ProgramsInUse.h"
 
@@ -18,11 +16,6 @@ namespace Probe {
 namespace {
 
 using Data::ObjectKind;
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 std::uint64_t HashTexture(GLuint texture, GLenum target)
 {

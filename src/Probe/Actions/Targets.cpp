@@ -1,11 +1,8 @@
 #include "Probe/Actions/Targets.h"
 
-#include <GLES3/gl32.h>
-
 #include "Data/Records/Actions.h"
-#include "Interfaces/Core.h"
-#include "Interfaces/GLFramebuffers.h"
 #include "Probe/Contents/ObjectContents.h"
+#include "Probe/LiveGL.h"
 
 namespace Probe {
 
@@ -15,11 +12,6 @@ using Data::CallId;
 using Data::ObjectKind;
 using Data::Owner;
 using Data::State;
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 std::string ImageText(GLuint texture, const TextureImage& image)
 {

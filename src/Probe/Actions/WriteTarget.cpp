@@ -2,23 +2,15 @@
 #include <cstring>
 #include <optional>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
-#include "Interfaces/GLFramebuffers.h"
 #include "Playback/Meta/RestorePixels.h"
 #include "Probe/Actions/Targets.h"
+#include "Probe/LiveGL.h"
 
 namespace Probe {
 
 namespace {
 
 using Playback::DefaultBuffer;
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 struct Transfer {
     GLenum format;

@@ -3,20 +3,12 @@
 #include <optional>
 #include <string_view>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
-#include "Interfaces/GLFramebuffers.h"
 #include "Probe/Contents/TexelPass.h"
+#include "Probe/LiveGL.h"
 
 namespace Probe {
 
 namespace {
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 /// How pixels get into a texture, and how they are sampled.
 struct Upload {

@@ -2,21 +2,12 @@
 
 #include <optional>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
-#include "Interfaces/GLFramebuffers.h"
-#include "Probe/Contents/Lack.h"
 #include "Probe/Contents/SampledImage.h"
+#include "Probe/LiveGL.h"
 
 namespace Probe {
 
 namespace {
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 constexpr GLenum FirstFace = GL_TEXTURE_CUBE_MAP_POSITIVE_X;
 

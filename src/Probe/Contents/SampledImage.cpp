@@ -2,19 +2,12 @@
 
 #include <optional>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
 #include "Probe/Contents/TexelPass.h"
+#include "Probe/LiveGL.h"
 
 namespace Probe {
 
 namespace {
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 /// How the shader finds a texel.
 struct SamplerCode {

@@ -4,23 +4,14 @@
 #include <array>
 #include <cstring>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
-#include "Interfaces/GLFramebuffers.h"
-#include "Probe/Contents/Lack.h"
 #include "Probe/Contents/ObjectContents.h"
+#include "Probe/LiveGL.h"
 #include "Probe/Overlays/RedrawGuard.h"
 #include "Probe/Programs/Programs.h"
 
 namespace Probe {
 
 namespace {
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 constexpr const char* VertexCode =
     "#version 300 es\n"

@@ -3,19 +3,11 @@
 #include <array>
 #include <memory>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
-#include "Interfaces/GLState.h"
+#include "Probe/LiveGL.h"
 
 namespace Probe {
 
 namespace {
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 void Switch(Undo& undo, GLenum capability, bool isOn)
 {

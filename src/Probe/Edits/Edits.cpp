@@ -4,19 +4,13 @@
 #include <optional>
 #include <utility>
 
-#include "Interfaces/Core.h"
-#include "Interfaces/GLFramebuffers.h"
 #include "Probe/Edits/DrawChanges.h"
+#include "Probe/LiveGL.h"
 #include "Probe/Programs/ProgramsInUse.h"
 
 namespace Probe {
 
 namespace {
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 bool IsByShaders(Data::ActionKind kind)
 {

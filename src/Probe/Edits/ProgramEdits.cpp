@@ -2,10 +2,7 @@
 
 #include <algorithm>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
-#include "Interfaces/GLState.h"
+#include "Probe/LiveGL.h"
 #include "Probe/Programs/ProgramsInUse.h"
 
 namespace Probe {
@@ -13,11 +10,6 @@ namespace Probe {
 namespace {
 
 using Data::ObjectKind;
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 bool IsFeedbackWriting()
 {

@@ -2,19 +2,11 @@
 
 #include <algorithm>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
-#include "Interfaces/GLState.h"
+#include "Probe/LiveGL.h"
 
 namespace Probe {
 
 namespace {
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 std::string ShaderLog(GLuint shader)
 {

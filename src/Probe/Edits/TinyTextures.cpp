@@ -6,20 +6,12 @@
 #include <optional>
 #include <vector>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
-#include "Interfaces/GLState.h"
+#include "Probe/LiveGL.h"
 #include "Probe/Programs/Programs.h"
 
 namespace Probe {
 
 namespace {
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 constexpr Core::BindingPoint Targets[] = {{GL_TEXTURE_2D, GL_TEXTURE_BINDING_2D},
                                           {GL_TEXTURE_CUBE_MAP, GL_TEXTURE_BINDING_CUBE_MAP},

@@ -2,10 +2,7 @@
 
 #include <array>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
-#include "Interfaces/GLFramebuffers.h"
+#include "Probe/LiveGL.h"
 #include "Util/FramebufferReader.h"
 
 namespace Probe {
@@ -13,11 +10,6 @@ namespace Probe {
 namespace {
 
 constexpr GLuint AllBits = 0xFF;
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 /// After a clear: programs are told what they have to know of the framebuffer, where its rows begin for instance, when
 /// something is drawn after it was bound. Where a clear comes in between, Mesa forgets to.

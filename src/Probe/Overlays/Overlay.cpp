@@ -5,11 +5,8 @@
 #include <cmath>
 #include <utility>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
-#include "Interfaces/GLFramebuffers.h"
 #include "Probe/Edits/DrawChanges.h"
+#include "Probe/LiveGL.h"
 #include "Probe/Overlays/FragmentCounter.h"
 #include "Probe/Overlays/RedrawGuard.h"
 #include "Probe/Programs/Programs.h"
@@ -28,11 +25,6 @@ constexpr std::uint32_t MostVertices = 1U << 22;
 constexpr std::uint32_t MostShaded = 1U << 20;
 /// In pixels: as many as are shaded together.
 constexpr double SmallArea = 4;
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 /// What a draw is made again by, as FragmentCounter wants it.
 std::string DrawAgain(Replayer& replayer)

@@ -3,22 +3,13 @@
 #include <algorithm>
 #include <vector>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
-#include "Interfaces/GLFramebuffers.h"
-#include "Probe/Contents/Lack.h"
+#include "Probe/LiveGL.h"
 #include "Probe/Programs/Programs.h"
 #include "Probe/Programs/ProgramsInUse.h"
 
 namespace Probe {
 
 namespace {
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 bool IsImage(GLenum type)
 {

@@ -1,22 +1,13 @@
 #include "Probe/Overlays/TestBuffers.h"
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
-#include "Interfaces/GLFramebuffers.h"
 #include "Playback/Meta/RestorePixels.h"
 #include "Probe/Contents/Contents.h"
-#include "Probe/Contents/Lack.h"
+#include "Probe/LiveGL.h"
 #include "Util/FramebufferReader.h"
 
 namespace Probe {
 
 namespace {
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 /// The internal format of the depth buffer that is drawn to; of the default framebuffer as its bits tell.
 GLenum DepthFormat(bool isDefault)

@@ -5,20 +5,13 @@
 #include <map>
 #include <utility>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
 #include "Probe/Contents/ObjectContents.h"
+#include "Probe/LiveGL.h"
 #include "Probe/Programs/Programs.h"
 
 namespace Probe {
 
 namespace {
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 struct Block {
     std::string name;

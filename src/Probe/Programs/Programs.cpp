@@ -6,19 +6,12 @@
 #include <map>
 #include <span>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
+#include "Probe/LiveGL.h"
 #include "Replay/Driver/SamplerTarget.h"
 
 namespace Probe {
 
 namespace {
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 /// What the type of a uniform means.
 struct UniformType {

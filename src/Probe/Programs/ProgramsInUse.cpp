@@ -3,19 +3,11 @@
 #include <algorithm>
 #include <iterator>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
-#include "Interfaces/GLState.h"
+#include "Probe/LiveGL.h"
 
 namespace Probe {
 
 namespace {
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 constexpr PipelineStage Stages[] = {
     {GL_VERTEX_SHADER, GL_VERTEX_SHADER_BIT},

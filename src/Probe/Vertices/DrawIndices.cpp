@@ -6,20 +6,12 @@
 #include <span>
 #include <string_view>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
-#include "Interfaces/GLState.h"
 #include "Probe/Contents/ObjectContents.h"
+#include "Probe/LiveGL.h"
 
 namespace Probe {
 
 namespace {
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 /// Where a draw's indices lie.
 struct IndexMemory {

@@ -6,22 +6,13 @@
 #include <utility>
 #include <vector>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
-#include "Interfaces/GLFramebuffers.h"
-#include "Interfaces/GLState.h"
 #include "Probe/Edits/ProgramVariant.h"
 #include "Probe/Edits/Undo.h"
+#include "Probe/LiveGL.h"
 
 namespace Probe {
 
 namespace {
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 /// Something that the shader gives.
 struct Output {

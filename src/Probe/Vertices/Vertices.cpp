@@ -3,22 +3,14 @@
 #include <cstring>
 #include <map>
 
-#include <GLES3/gl32.h>
-
-#include "Interfaces/Core.h"
-#include "Interfaces/GLState.h"
 #include "Probe/Contents/ObjectContents.h"
+#include "Probe/LiveGL.h"
 #include "Probe/Programs/Programs.h"
 #include "Probe/Vertices/DrawIndices.h"
 
 namespace Probe {
 
 namespace {
-
-const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
 
 GLint Attribute(GLuint index, GLenum name)
 {

@@ -227,7 +227,7 @@ void LoopStart::Restore(LiveCalls& live) const
             RestoreDefaultContents(live.Restorer(), picture);
     }
     MakeAllCurrent(live, threads);
-    ForgetErrors();
+    Core::TakeErrors(GL());
 }
 
 } // namespace Trim

@@ -24,7 +24,7 @@ bool ReadPixels(std::int32_t width, std::int32_t height, Transfer transfer, std:
 {
     const std::int64_t bytes = Data::ImageBytes({.alignment = 1}, width, height, transfer.format, transfer.type);
     pixels.assign(static_cast<std::size_t>(bytes), 0);
-    ForgetErrors();
+    Core::TakeErrors(GL());
     GL().glReadPixels(0, 0, width, height, transfer.format, transfer.type, pixels.data());
     return GL().glGetError() == GL_NO_ERROR;
 }

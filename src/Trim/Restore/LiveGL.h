@@ -9,27 +9,16 @@
 #include <GLES2/gl2ext.h>
 #include <GLES3/gl32.h>
 
-#include "Interfaces/Core.h"
-#include "Interfaces/GLState.h"
+#include "Interfaces/GLFramebuffers.h"
+#include "Replay/Driver/LiveGL.h"
 
 namespace Trim {
 
-/// The live driver's functions. Those of OpenGL ES 2 are there when a context is current.
-inline const Core::GLESProcTable& GL()
-{
-    return Core::KHRLayer::GLESProc();
-}
+using Replay::GL;
 
 inline GLint GetInteger(GLenum name)
 {
     return Core::GetInteger(GL(), name);
-}
-
-/// A lost context reports its loss for ever.
-inline void ForgetErrors()
-{
-    for (GLenum error = GL_INVALID_ENUM; error != GL_NO_ERROR && error != GL_CONTEXT_LOST;)
-        error = GL().glGetError();
 }
 
 /// The driver has what reading contents needs of OpenGL ES 3.1.

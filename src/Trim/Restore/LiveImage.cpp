@@ -45,7 +45,7 @@ LiveImage::LiveImage(const Image& image, GLuint object) : m_size(image.face == 0
 LiveImage::~LiveImage()
 {
     GL().glDeleteFramebuffers(1, &m_framebuffer);
-    ForgetErrors();
+    Core::TakeErrors(GL());
 }
 
 bool LiveImage::Attach(const Image& image, GLuint object)

@@ -186,7 +186,7 @@ void ObjectReader::ReadBuffer(Owner owner, const ObjectInfo& object)
     // A buffer that the application has mapped cannot be mapped again.
     const void* const mapped = gl.glMapBufferRange(GL_ARRAY_BUFFER, 0, size, GL_MAP_READ_BIT);
     if (!mapped) {
-        ForgetErrors();
+        Core::TakeErrors(GL());
         return;
     }
     const std::vector<std::uint8_t> bytes(static_cast<const std::uint8_t*>(mapped),

@@ -85,7 +85,7 @@ std::optional<ProgramReads> FindProgramReads()
     ProgramReads reads;
     FindUnits(program, reads);
     FindAttributes(program, reads.attributes);
-    ForgetErrors();
+    Core::TakeErrors(GL());
     return reads;
 }
 
