@@ -13,7 +13,7 @@
 #include "Probe/Overlays/Overlay.h"
 #include "Probe/Programs/BlockValues.h"
 #include "Probe/Programs/Blocks.h"
-#include "Probe/Programs/Programs.h"
+#include "Replay/Driver/Programs.h"
 
 namespace Probe {
 
@@ -87,7 +87,7 @@ Reply Buffer(const Replayer& replayer, const nlohmann::json& request)
     return reply;
 }
 
-Json ToJson(const ActiveVariable& variable)
+Json ToJson(const Replay::ActiveVariable& variable)
 {
     return {{"name", variable.name}, {"type", variable.type}, {"count", variable.count}};
 }
@@ -115,18 +115,18 @@ Reply Program(const Replayer& replayer, const nlohmann::json& request)
     const unsigned int program = replayer.Names().GetValueGLProgram(request.value("name", 0U));
     if (program == 0)
         return Problem("the driver has no such program in the current context");
-    Json json = {{"isLinked", IsLinked(program)}, {"log", ProgramLog(program)}};
-    if (!IsLinked(program))
+    Json json = {{"isLinked", Replay::IsLinked(program)}, {"log", Replay::ProgramLog(program)}};
+    if (!Replay::IsLinked(program))
         return {json};
     json["attributes"] = Json::array();
-    for (const auto& [attribute, location] : ActiveAttributes(program)) {
+    for (const auto& [attribute, location] : Replay::ActiveAttributes(program)) {
         json["attributes"].push_back(ToJson(attribute));
         json["attributes"].back()["location"] = location;
     }
     json["uniforms"] = Json::array();
-    for (const ActiveVariable& uniform : ActiveUniforms(program)) {
+    for (const Replay::ActiveVariable& uniform : Replay::ActiveUniforms(program)) {
         json["uniforms"].push_back(ToJson(uniform));
-        if (const auto values = ValuesOf(program, uniform))
+        if (const auto values = Replay::ValuesOf(program, uniform))
             json["uniforms"].back()["values"] = *values;
     }
     for (const BlockUniform& uniform : BlockUniforms(program))

@@ -8,8 +8,8 @@
 #include "Data/Records/Actions.h"
 #include "Probe/Contents/ObjectContents.h"
 #include "Probe/LiveGL.h"
-#include "Probe/Programs/Programs.h"
-#include "Probe/Programs/ProgramsInUse.h"
+#include "Replay/Driver/Programs.h"
+#include "Replay/Driver/ProgramsInUse.h"
 
 namespace Probe {
 
@@ -66,7 +66,7 @@ public:
 private:
     void ReadPrograms()
     {
-        for (const unsigned int program : ProgramsInUse()) {
+        for (const unsigned int program : Replay::ProgramsInUse()) {
             m_program = program;
             m_captured = m_programs[program];
             if (m_captured == 0)
@@ -103,12 +103,12 @@ private:
 
     void ReadUniforms()
     {
-        for (const ActiveVariable& uniform : ActiveUniforms(m_program)) {
-            const std::optional<std::vector<double>> values = ValuesOf(m_program, uniform);
+        for (const Replay::ActiveVariable& uniform : Replay::ActiveUniforms(m_program)) {
+            const std::optional<std::vector<double>> values = Replay::ValuesOf(m_program, uniform);
             if (!values)
                 continue;
             m_inputs.push_back({Input::Kind::Uniform, m_captured, uniform.name, *values});
-            if (const GLenum target = SamplerTarget(uniform.type); target != 0)
+            if (const GLenum target = Replay::DescribeType(uniform.type).target; target != 0)
                 for (const double unit : *values)
                     AddTexture(m_model.Bound(Data::State::Texture, static_cast<std::uint32_t>(unit), target),
                                "sampler " + uniform.name);
@@ -127,7 +127,7 @@ private:
 
     void ReadBlocks()
     {
-        for (GLint i = 0; i < ProgramParameter(m_program, GL_ACTIVE_UNIFORM_BLOCKS); ++i) {
+        for (GLint i = 0; i < Replay::ProgramParameter(m_program, GL_ACTIVE_UNIFORM_BLOCKS); ++i) {
             GLint binding = 0;
             GLint buffer = 0;
             char name[256] = {};
@@ -202,10 +202,10 @@ bool ReadInput(Input& input, const Playback::GLResourceTable& names)
     }
     const GLuint program = names.GetValueGLProgram(input.object);
     input.values.clear();
-    if (program != 0 && ProgramParameter(program, GL_LINK_STATUS) != 0)
-        for (const ActiveVariable& uniform : ActiveUniforms(program))
+    if (program != 0 && Replay::IsLinked(program))
+        for (const Replay::ActiveVariable& uniform : Replay::ActiveUniforms(program))
             if (uniform.name == input.name)
-                input.values = ValuesOf(program, uniform).value_or(std::vector<double>{});
+                input.values = Replay::ValuesOf(program, uniform).value_or(std::vector<double>{});
     Core::TakeErrors(GL());
     return !input.values.empty();
 }

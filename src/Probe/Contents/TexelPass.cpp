@@ -7,7 +7,7 @@
 #include "Probe/Contents/ObjectContents.h"
 #include "Probe/LiveGL.h"
 #include "Probe/Overlays/RedrawGuard.h"
-#include "Probe/Programs/Programs.h"
+#include "Replay/Driver/Programs.h"
 
 namespace Probe {
 
@@ -28,8 +28,8 @@ public:
         Attach(GL_VERTEX_SHADER, VertexCode);
         Attach(GL_FRAGMENT_SHADER, fragment.c_str());
         GL().glLinkProgram(m_program);
-        if (m_problem.empty() && !IsLinked(m_program))
-            m_problem = ProgramLog(m_program);
+        if (m_problem.empty() && !Replay::IsLinked(m_program))
+            m_problem = Replay::ProgramLog(m_program);
         if (m_problem.empty())
             GL().glUseProgram(m_program);
     }

@@ -6,7 +6,7 @@
 
 #include "Probe/Edits/DrawChanges.h"
 #include "Probe/LiveGL.h"
-#include "Probe/Programs/ProgramsInUse.h"
+#include "Replay/Driver/ProgramsInUse.h"
 
 namespace Probe {
 
@@ -63,7 +63,7 @@ bool Edits::Play(Data::ActionKind kind, std::uint32_t call, const std::function<
     if (IsByShaders(kind)) {
         m_programs.Use(kind == Data::ActionKind::Draw && Has(Edit::Kind::Simple, kind, call), undo);
         if (Has(Edit::Kind::Textures, kind, call))
-            for (const unsigned int program : ProgramsInUse())
+            for (const unsigned int program : Replay::ProgramsInUse())
                 m_textures.Bind(m_model.Context().group.get(), program, undo);
     }
     if (kind == Data::ActionKind::Draw && Has(Edit::Kind::Scissor, kind, call))

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "Probe/LiveGL.h"
-#include "Probe/Programs/ProgramsInUse.h"
+#include "Replay/Driver/ProgramsInUse.h"
 
 namespace Probe {
 
@@ -105,7 +105,7 @@ void ProgramEdits::Use(bool isSimple, Undo& undo)
 {
     if ((m_edits.empty() && !isSimple) || IsFeedbackWriting())
         return;
-    if (const GLuint pipeline = PipelineInUse(); pipeline != 0)
+    if (const GLuint pipeline = Replay::PipelineInUse(); pipeline != 0)
         return UseInPipeline(pipeline, isSimple, undo);
     const auto live = static_cast<GLuint>(Core::GetInteger(GL(), GL_CURRENT_PROGRAM));
     const ProgramVariant* const variant = VariantOf(live, isSimple);
@@ -118,8 +118,8 @@ void ProgramEdits::Use(bool isSimple, Undo& undo)
 
 void ProgramEdits::UseInPipeline(unsigned int pipeline, bool isSimple, Undo& undo)
 {
-    for (const PipelineStage& stage : PipelineStages()) {
-        const unsigned int live = ProgramOfStage(pipeline, stage.type);
+    for (const Replay::PipelineStage& stage : Replay::PipelineStages()) {
+        const unsigned int live = Replay::ProgramOfStage(pipeline, stage.type);
         const ProgramVariant* const variant = VariantOf(live, isSimple);
         if (!variant)
             continue;
@@ -133,8 +133,8 @@ void ProgramEdits::UseInPipeline(unsigned int pipeline, bool isSimple, Undo& und
 
 VertexStage ProgramEdits::StageOfVertices() const
 {
-    const unsigned int pipeline = PipelineInUse();
-    const unsigned int live = pipeline != 0 ? ProgramOfStage(pipeline, GL_VERTEX_SHADER)
+    const unsigned int pipeline = Replay::PipelineInUse();
+    const unsigned int live = pipeline != 0 ? Replay::ProgramOfStage(pipeline, GL_VERTEX_SHADER)
                                             : static_cast<GLuint>(Core::GetInteger(GL(), GL_CURRENT_PROGRAM));
     const std::uint32_t program = live != 0 ? CapturedName(live) : 0;
     if (program == 0)
@@ -150,7 +150,7 @@ VertexStage ProgramEdits::StageOfVertices() const
 std::vector<std::uint32_t> ProgramEdits::InUse() const
 {
     std::vector<std::uint32_t> programs;
-    for (const unsigned int live : ProgramsInUse())
+    for (const unsigned int live : Replay::ProgramsInUse())
         if (const std::uint32_t program = CapturedName(live); program != 0)
             programs.push_back(program);
     return programs;

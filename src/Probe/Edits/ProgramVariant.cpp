@@ -20,13 +20,13 @@ std::string ShaderLog(GLuint shader)
 
 bool IsSeparable(GLuint program)
 {
-    return Core::GetVersion(GL()) >= 31 && ProgramParameter(program, GL_PROGRAM_SEPARABLE) != 0;
+    return Core::GetVersion(GL()) >= 31 && Replay::ProgramParameter(program, GL_PROGRAM_SEPARABLE) != 0;
 }
 
 void Prepare(GLuint program, const ProgramVariant::Wish& wish)
 {
     if (wish.original != 0) {
-        for (const auto& [attribute, location] : ActiveAttributes(wish.original))
+        for (const auto& [attribute, location] : Replay::ActiveAttributes(wish.original))
             if (location >= 0)
                 GL().glBindAttribLocation(program, static_cast<GLuint>(location), attribute.name.c_str());
     }
@@ -40,12 +40,12 @@ void Prepare(GLuint program, const ProgramVariant::Wish& wish)
                                          GL_INTERLEAVED_ATTRIBS);
 }
 
-std::vector<ActiveVariable> CommonUniforms(GLuint original, GLuint program)
+std::vector<Replay::ActiveVariable> CommonUniforms(GLuint original, GLuint program)
 {
-    std::vector<ActiveVariable> common;
-    const std::vector<ActiveVariable> all = ActiveUniforms(original);
-    for (ActiveVariable uniform : ActiveUniforms(program)) {
-        const auto same = std::ranges::find(all, uniform.name, &ActiveVariable::name);
+    std::vector<Replay::ActiveVariable> common;
+    const std::vector<Replay::ActiveVariable> all = Replay::ActiveUniforms(original);
+    for (Replay::ActiveVariable uniform : Replay::ActiveUniforms(program)) {
+        const auto same = std::ranges::find(all, uniform.name, &Replay::ActiveVariable::name);
         if (same == all.end() || same->type != uniform.type)
             continue;
         uniform.count = std::min(uniform.count, same->count);
@@ -59,7 +59,7 @@ std::vector<std::pair<unsigned int, unsigned int>> CommonBlocks(GLuint original,
     std::vector<std::pair<unsigned int, unsigned int>> common;
     if (!GL().glGetActiveUniformBlockName)
         return common;
-    for (GLint i = 0; i < ProgramParameter(program, GL_ACTIVE_UNIFORM_BLOCKS); ++i) {
+    for (GLint i = 0; i < Replay::ProgramParameter(program, GL_ACTIVE_UNIFORM_BLOCKS); ++i) {
         char name[256] = {};
         GL().glGetActiveUniformBlockName(program, static_cast<GLuint>(i), sizeof name, nullptr, name);
         const GLuint index = GL().glGetUniformBlockIndex(original, name);
@@ -105,9 +105,9 @@ std::optional<ProgramVariant> ProgramVariant::Make(const Wish& wish, ProgramFaul
     if (isComplete) {
         Prepare(program, wish);
         GL().glLinkProgram(program);
-        isComplete = IsLinked(program);
+        isComplete = Replay::IsLinked(program);
         if (!isComplete)
-            fault = {0, ProgramLog(program)};
+            fault = {0, Replay::ProgramLog(program)};
     }
     if (!isComplete) {
         GL().glDeleteProgram(program);
@@ -125,9 +125,9 @@ std::optional<ProgramVariant> ProgramVariant::Make(const Wish& wish, ProgramFaul
 
 void ProgramVariant::TakeValues() const
 {
-    for (const ActiveVariable& uniform : m_uniforms)
-        if (const auto values = ValuesOf(m_original, uniform))
-            SetValues(m_program, uniform, *values);
+    for (const Replay::ActiveVariable& uniform : m_uniforms)
+        if (const auto values = Replay::ValuesOf(m_original, uniform))
+            Replay::SetValues(m_program, uniform, *values);
     for (const auto& [original, own] : m_blocks) {
         GLint binding = 0;
         GL().glGetActiveUniformBlockiv(m_original, original, GL_UNIFORM_BLOCK_BINDING, &binding);

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "Probe/Programs/Programs.h"
 #include "Probe/Programs/ShaderText.h"
+#include "Replay/Driver/Programs.h"
 
 namespace Probe {
 
@@ -45,7 +45,7 @@ private:
     unsigned int m_program = 0;
     unsigned int m_original = 0;
     /// Uniforms that both have, in the same type.
-    std::vector<ActiveVariable> m_uniforms;
+    std::vector<Replay::ActiveVariable> m_uniforms;
     /// Uniform blocks that both have: index in the original, and here.
     std::vector<std::pair<unsigned int, unsigned int>> m_blocks;
 };

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "Probe/LiveGL.h"
-#include "Probe/Programs/Programs.h"
+#include "Replay/Driver/Programs.h"
 
 namespace Probe {
 
@@ -89,9 +89,10 @@ void TinyTextures::Bind(const void* group, unsigned int program, Undo& undo)
 {
     const auto active = static_cast<GLenum>(Core::GetInteger(GL(), GL_ACTIVE_TEXTURE));
     undo.Add([active] { GL().glActiveTexture(active); });
-    for (const ActiveVariable& uniform : ActiveUniforms(program)) {
-        const auto* const point = std::ranges::find(Targets, SamplerTarget(uniform.type), &Core::BindingPoint::target);
-        const auto units = point != std::end(Targets) ? ValuesOf(program, uniform) : std::nullopt;
+    for (const Replay::ActiveVariable& uniform : Replay::ActiveUniforms(program)) {
+        const auto* const point =
+            std::ranges::find(Targets, Replay::DescribeType(uniform.type).target, &Core::BindingPoint::target);
+        const auto units = point != std::end(Targets) ? Replay::ValuesOf(program, uniform) : std::nullopt;
         for (const double unit : units.value_or(std::vector<double>{})) {
             const GLenum texture = GL_TEXTURE0 + static_cast<GLenum>(unit);
             GL().glActiveTexture(texture);

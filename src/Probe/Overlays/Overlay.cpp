@@ -9,9 +9,9 @@
 #include "Probe/LiveGL.h"
 #include "Probe/Overlays/FragmentCounter.h"
 #include "Probe/Overlays/RedrawGuard.h"
-#include "Probe/Programs/Programs.h"
-#include "Probe/Programs/ProgramsInUse.h"
 #include "Probe/Vertices/DrawIndices.h"
+#include "Replay/Driver/Programs.h"
+#include "Replay/Driver/ProgramsInUse.h"
 
 namespace Probe {
 
@@ -197,10 +197,10 @@ private:
     [[nodiscard]] static bool HasGeometryShader()
     {
         Core::TakeErrors(GL());
-        const std::vector<unsigned int> programs = ProgramsInUse();
+        const std::vector<unsigned int> programs = Replay::ProgramsInUse();
         const bool hasOne = std::ranges::any_of(programs, [](unsigned int program) {
             // An error where it has none.
-            return ProgramParameter(program, GL_GEOMETRY_VERTICES_OUT) > 0;
+            return Replay::ProgramParameter(program, GL_GEOMETRY_VERTICES_OUT) > 0;
         });
         Core::TakeErrors(GL());
         return hasOne;

@@ -4,33 +4,10 @@
 #include <vector>
 
 #include "Probe/LiveGL.h"
-#include "Probe/Programs/Programs.h"
-#include "Probe/Programs/ProgramsInUse.h"
+#include "Replay/Driver/Programs.h"
+#include "Replay/Driver/ProgramsInUse.h"
 
 namespace Probe {
-
-namespace {
-
-bool IsImage(GLenum type)
-{
-    return type >= GL_IMAGE_2D && type <= GL_UNSIGNED_INT_IMAGE_CUBE_MAP_ARRAY;
-}
-
-bool MayWriteMemory(GLuint program)
-{
-    if (!GL().glGetProgramInterfaceiv)
-        return false;
-    for (const GLenum resources : {GL_SHADER_STORAGE_BLOCK, GL_ATOMIC_COUNTER_BUFFER}) {
-        GLint count = 0;
-        GL().glGetProgramInterfaceiv(program, resources, GL_ACTIVE_RESOURCES, &count);
-        if (count > 0)
-            return true;
-    }
-    const std::vector<ActiveVariable> uniforms = ActiveUniforms(program);
-    return std::ranges::any_of(uniforms, [](const ActiveVariable& uniform) { return IsImage(uniform.type); });
-}
-
-} // namespace
 
 bool IsDrawingCounted()
 {
@@ -51,7 +28,7 @@ RedrawGuard::RedrawGuard()
         m_obstacle = LackOfFunctions();
     } else if (IsDrawingCounted()) {
         m_obstacle = "a query of the program counts what is drawn";
-    } else if (std::ranges::any_of(ProgramsInUse(), MayWriteMemory)) {
+    } else if (std::ranges::any_of(Replay::ProgramsInUse(), Replay::MayWriteMemory)) {
         m_obstacle = "its shaders can write to buffers or images, and would do so once more";
     } else if (Core::GetInteger(GL(), GL_TRANSFORM_FEEDBACK_ACTIVE) != 0 &&
                Core::GetInteger(GL(), GL_TRANSFORM_FEEDBACK_PAUSED) == 0) {

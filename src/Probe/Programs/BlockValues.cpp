@@ -7,7 +7,7 @@
 
 #include "Probe/Contents/ObjectContents.h"
 #include "Probe/LiveGL.h"
-#include "Probe/Programs/Programs.h"
+#include "Replay/Driver/Programs.h"
 
 namespace Probe {
 
@@ -34,27 +34,6 @@ Block BlockAt(GLuint program, GLint index)
     return found;
 }
 
-/// Of a matrix; all components of others, whose values stand one after the other.
-std::size_t RowsOf(GLenum type, std::size_t components)
-{
-    switch (type) {
-    case GL_FLOAT_MAT2:
-    case GL_FLOAT_MAT3x2:
-    case GL_FLOAT_MAT4x2:
-        return 2;
-    case GL_FLOAT_MAT3:
-    case GL_FLOAT_MAT2x3:
-    case GL_FLOAT_MAT4x3:
-        return 3;
-    case GL_FLOAT_MAT4:
-    case GL_FLOAT_MAT2x4:
-    case GL_FLOAT_MAT3x4:
-        return 4;
-    default:
-        return components;
-    }
-}
-
 /// Where the values of a uniform lie, in bytes.
 struct Layout {
     GLint count = 1;
@@ -67,28 +46,18 @@ struct Layout {
 void ReadValues(const std::vector<std::uint8_t>& bytes, const Layout& layout, BlockUniform& uniform)
 {
     constexpr GLint Most = 256;
-    const ValueForm form = FormOf(layout.type);
-    const std::size_t rows = RowsOf(layout.type, form.components);
+    const Replay::VariableType type = Replay::DescribeType(layout.type);
     for (GLint element = 0; element < std::min(layout.count, Most); ++element) {
-        for (std::size_t i = 0; i < form.components; ++i) {
-            const auto column = static_cast<GLint>(i / rows);
-            const auto row = static_cast<GLint>(i % rows);
+        for (std::size_t i = 0; i < type.Components(); ++i) {
+            const auto column = static_cast<GLint>(i / type.rows);
+            const auto row = static_cast<GLint>(i % type.rows);
             constexpr GLint Word = 4;
             const std::int64_t at = uniform.offset + std::int64_t{element} * layout.arrayStride +
                                     (layout.isRowMajor ? row * layout.matrixStride + column * Word
                                                        : column * layout.matrixStride + row * Word);
             if (at < 0 || at + Word > static_cast<std::int64_t>(bytes.size()))
                 return;
-            const auto load = [&]<class T>(T value) {
-                std::memcpy(&value, bytes.data() + at, sizeof value);
-                uniform.values.push_back(static_cast<double>(value));
-            };
-            if (form.base == ValueForm::Base::Float)
-                load(GLfloat{});
-            else if (form.base == ValueForm::Base::Int)
-                load(GLint{});
-            else
-                load(GLuint{});
+            uniform.values.push_back(type.Load(bytes.data() + at));
         }
     }
 }
@@ -101,7 +70,7 @@ std::vector<BlockUniform> BlockUniforms(unsigned int program)
     if (!GL().glGetActiveUniformsiv || !GL().glGetActiveUniformBlockName)
         return all;
     std::map<GLuint, std::vector<std::uint8_t>> buffers;
-    const std::vector<ActiveVariable> uniforms = ActiveUniforms(program);
+    const std::vector<Replay::ActiveVariable> uniforms = Replay::ActiveUniforms(program);
     for (std::size_t i = 0; i < uniforms.size(); ++i) {
         const auto ask = [&, index = static_cast<GLuint>(i)](GLenum what) {
             GLint value = 0;

@@ -41,7 +41,8 @@ Output OutputAt(GLuint program, GLuint index)
     Output output = {name, static_cast<GLenum>(values[0])};
     if (output.name.ends_with("[0]"))
         output.name.resize(output.name.size() - 3);
-    output.components = FormOf(output.type).components * static_cast<std::size_t>(std::max(values[1], 1));
+    output.components =
+        Replay::DescribeType(output.type).Components() * static_cast<std::size_t>(std::max(values[1], 1));
     return output;
 }
 
@@ -61,15 +62,6 @@ std::vector<Output> OutputsOf(GLuint alone)
         all.push_back(std::move(output));
     }
     return all;
-}
-
-/// What a vertex shader may not do twice.
-bool WritesMemory(GLuint alone)
-{
-    const std::vector<ActiveVariable> uniforms = ActiveUniforms(alone);
-    return ActiveResources(alone, GL_SHADER_STORAGE_BLOCK) > 0 ||
-           ActiveResources(alone, GL_ATOMIC_COUNTER_BUFFER) > 0 ||
-           std::ranges::any_of(uniforms, [](const ActiveVariable& uniform) { return IsImage(uniform.type); });
 }
 
 /// Catches the outputs of a draw's vertices, each of which it draws as a point.
@@ -120,7 +112,7 @@ private:
         if (Core::GetVersion(GL()) >= 31)
             alone = ProgramVariant::Make({m_stage.program, {m_stage.shader}, {}, true}, fault);
         const GLuint name = alone ? alone->Program() : 0;
-        const bool isWriting = name != 0 && WritesMemory(name);
+        const bool isWriting = name != 0 && Replay::MayWriteMemory(name);
         const std::vector<Output> outputs = OutputsOf(name);
         GL().glDeleteProgram(name);
         if (isWriting)
@@ -240,30 +232,14 @@ private:
     {
         for (const Output& output : outputs) {
             VertexArray array = {.name = output.name, .size = static_cast<int>(output.components), .type = output.type};
-            array.isInteger = FormOf(output.type).base != ValueForm::Base::Float;
+            array.isInteger = Replay::DescribeType(output.type).base != Replay::VariableType::Base::Float;
             m_table.arrays.push_back(std::move(array));
         }
         for (VertexTable::Row& row : m_table.rows) {
             row.values.assign(outputs.size(), {});
             for (std::size_t i = 0; row.index >= 0 && i < outputs.size(); ++i)
                 for (std::size_t k = 0; k < outputs[i].components; ++k, at += ComponentBytes)
-                    row.values[i].push_back(Load(at, FormOf(outputs[i].type).base));
-        }
-    }
-
-    static double Load(const std::uint8_t* at, ValueForm::Base base)
-    {
-        const auto load = [at]<class T>(T value) {
-            std::memcpy(&value, at, sizeof value);
-            return static_cast<double>(value);
-        };
-        switch (base) {
-        case ValueForm::Base::Float:
-            return load(GLfloat{});
-        case ValueForm::Base::Int:
-            return load(GLint{});
-        default:
-            return load(GLuint{});
+                    row.values[i].push_back(Replay::DescribeType(outputs[i].type).Load(at));
         }
     }
 

@@ -5,8 +5,8 @@
 
 #include "Probe/Contents/ObjectContents.h"
 #include "Probe/LiveGL.h"
-#include "Probe/Programs/Programs.h"
 #include "Probe/Vertices/DrawIndices.h"
+#include "Replay/Driver/Programs.h"
 
 namespace Probe {
 
@@ -113,7 +113,7 @@ public:
             m_captured[names.GetValueGLBuffer(buffer)] = buffer;
         const std::uint32_t program = names.GetCurrentProgram();
         if (const GLuint live = program != 0 ? names.GetValueGLProgram(program) : 0; live != 0)
-            for (const auto& [attribute, location] : ActiveAttributes(live))
+            for (const auto& [attribute, location] : Replay::ActiveAttributes(live))
                 m_names[location] = attribute.name;
     }
 

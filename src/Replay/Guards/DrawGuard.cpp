@@ -5,6 +5,7 @@
 #include <span>
 
 #include "Interfaces/GLState.h"
+#include "Replay/Driver/ProgramsInUse.h"
 
 namespace Replay {
 
@@ -15,19 +16,6 @@ struct DrawGuard::BlockKind {
     GLenum binding;
     GLenum start; ///< of the range that is bound
 };
-
-std::array<GLint, 3> DrawGuard::Programs(int version) const
-{
-    std::array<GLint, 3> programs = {};
-    programs[0] = Core::GetInteger(m_driver, GL_CURRENT_PROGRAM);
-    const bool mayHavePipeline = programs[0] == 0 && version >= 31;
-    if (const GLint pipeline = mayHavePipeline ? Core::GetInteger(m_driver, GL_PROGRAM_PIPELINE_BINDING) : 0) {
-        GLint* program = programs.data();
-        for (const GLenum stage : {GL_VERTEX_SHADER, GL_FRAGMENT_SHADER, GL_COMPUTE_SHADER})
-            m_driver.glGetProgramPipelineiv(static_cast<GLuint>(pipeline), stage, program++);
-    }
-    return programs;
-}
 
 std::vector<GLint> DrawGuard::Bindings(GLuint program, const BlockKind& kind, int version) const
 {
@@ -87,10 +75,8 @@ bool DrawGuard::MayDraw(const Data::ContextState& state, int version, const char
 {
     if (!state.Group()->mayHaveStrayRanges || version < 30)
         return true;
-    const auto isStray = [&](GLint program) {
-        return program != 0 && HasStrayRange(state, static_cast<GLuint>(program), version);
-    };
-    if (!std::ranges::any_of(Programs(version), isStray))
+    const auto isStray = [&](GLuint program) { return HasStrayRange(state, program, version); };
+    if (!std::ranges::any_of(ProgramsInUse(), isStray))
         return true;
     if (!m_isTold) {
         PLAYBACK_LOG(Warning, General, "src/Replay/DrawGuard",

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <vector>
 
 #include "Data/State/ContextState.h"
@@ -17,8 +16,6 @@ public:
     bool MayDraw(const Data::ContextState& state, int version, const char* call);
 
 private:
-    /// The program in use, or those of the pipeline by stage; 0 where there is none.
-    [[nodiscard]] std::array<GLint, 3> Programs(int version) const;
     struct BlockKind;
     /// Numbers of the bindings that the blocks of a program have.
     [[nodiscard]] std::vector<GLint> Bindings(GLuint program, const BlockKind& kind, int version) const;

@@ -1,61 +1,19 @@
-#include "Probe/Programs/Programs.h"
+#include "Replay/Driver/Programs.h"
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <iterator>
 #include <map>
 #include <span>
 
-#include "Probe/LiveGL.h"
-#include "Replay/Driver/SamplerTarget.h"
+#include <GLES3/gl32.h>
 
-namespace Probe {
+#include "Replay/Driver/LiveGL.h"
+
+namespace Replay {
 
 namespace {
-
-/// What the type of a uniform means.
-struct UniformType {
-    enum Base : std::uint8_t { Float, Int, Unsigned, Sampler };
-    Base base = Float;
-    std::size_t components = 1;
-    /// Of a sampler.
-    GLenum target = 0;
-};
-
-UniformType DescribeType(GLenum type)
-{
-    using enum UniformType::Base;
-    // Those that are not listed are samplers and images of buffers and the like, whose value is a unit.
-    static const std::map<GLenum, UniformType> types = {
-        {GL_FLOAT, {Float, 1}},
-        {GL_FLOAT_VEC2, {Float, 2}},
-        {GL_FLOAT_VEC3, {Float, 3}},
-        {GL_FLOAT_VEC4, {Float, 4}},
-        {GL_FLOAT_MAT2, {Float, 4}},
-        {GL_FLOAT_MAT3, {Float, 9}},
-        {GL_FLOAT_MAT4, {Float, 16}},
-        {GL_FLOAT_MAT2x3, {Float, 6}},
-        {GL_FLOAT_MAT3x2, {Float, 6}},
-        {GL_FLOAT_MAT2x4, {Float, 8}},
-        {GL_FLOAT_MAT4x2, {Float, 8}},
-        {GL_FLOAT_MAT3x4, {Float, 12}},
-        {GL_FLOAT_MAT4x3, {Float, 12}},
-        {GL_INT, {Int, 1}},
-        {GL_INT_VEC2, {Int, 2}},
-        {GL_INT_VEC3, {Int, 3}},
-        {GL_INT_VEC4, {Int, 4}},
-        {GL_BOOL, {Int, 1}},
-        {GL_BOOL_VEC2, {Int, 2}},
-        {GL_BOOL_VEC3, {Int, 3}},
-        {GL_BOOL_VEC4, {Int, 4}},
-        {GL_UNSIGNED_INT, {Unsigned, 1}},
-        {GL_UNSIGNED_INT_VEC2, {Unsigned, 2}},
-        {GL_UNSIGNED_INT_VEC3, {Unsigned, 3}},
-        {GL_UNSIGNED_INT_VEC4, {Unsigned, 4}},
-    };
-    const auto entry = types.find(type);
-    return entry != types.end() ? entry->second : UniformType{Sampler, 1, Replay::SamplerTarget(type)};
-}
 
 /// The name of an element of an array; of others the name itself.
 std::string ElementName(const ActiveVariable& variable, GLint element)
@@ -103,10 +61,10 @@ void SetElement(GLint location, GLenum type, std::span<const double> values)
         return;
     }
     switch (DescribeType(type).base) {
-    case UniformType::Float:
+    case VariableType::Base::Float:
         SetVector<GLfloat>(location, values, {gl.glUniform1fv, gl.glUniform2fv, gl.glUniform3fv, gl.glUniform4fv});
         break;
-    case UniformType::Unsigned:
+    case VariableType::Base::Unsigned:
         SetVector<GLuint>(location, values, {gl.glUniform1uiv, gl.glUniform2uiv, gl.glUniform3uiv, gl.glUniform4uiv});
         break;
     default:
@@ -115,10 +73,10 @@ void SetElement(GLint location, GLenum type, std::span<const double> values)
     }
 }
 
-std::vector<double> UniformValues(GLuint program, GLint location, const UniformType& type)
+std::vector<double> UniformValues(GLuint program, GLint location, const VariableType& type)
 {
     constexpr std::size_t Most = 16;
-    std::vector<double> values(type.components);
+    std::vector<double> values(type.Components());
     const auto get = [&]<class T>(void (*function)(GLuint, GLint, T*)) {
         T raw[Most] = {};
         if (function)
@@ -126,24 +84,24 @@ std::vector<double> UniformValues(GLuint program, GLint location, const UniformT
         for (std::size_t i = 0; i < values.size(); ++i)
             values[i] = static_cast<double>(raw[i]);
     };
-    if (type.base == UniformType::Float)
+    if (type.base == VariableType::Base::Float)
         get(GL().glGetUniformfv);
-    else if (type.base == UniformType::Unsigned)
+    else if (type.base == VariableType::Base::Unsigned)
         get(GL().glGetUniformuiv);
     else
         get(GL().glGetUniformiv);
     return values;
 }
 
-} // namespace
-
-bool IsImage(unsigned int type)
+bool IsImage(GLenum type)
 {
     // GL_IMAGE_1D and GL_UNSIGNED_INT_IMAGE_2D_MULTISAMPLE_ARRAY of GL_ARB_shader_image_load_store.
     constexpr GLenum First = 0x904C;
     constexpr GLenum Last = 0x906C;
     return type >= First && type <= Last;
 }
+
+} // namespace
 
 int ProgramParameter(unsigned int program, unsigned int name)
 {
@@ -152,9 +110,66 @@ int ProgramParameter(unsigned int program, unsigned int name)
     return value;
 }
 
-unsigned int SamplerTarget(unsigned int type)
+VariableType DescribeType(unsigned int type)
 {
-    return DescribeType(type).target;
+    using enum VariableType::Base;
+    // Those that are not listed are samplers and images of buffers and the like, whose value is a unit.
+    static const std::map<GLenum, VariableType> types = {
+        {GL_FLOAT, {Float, 1, 1}},
+        {GL_FLOAT_VEC2, {Float, 1, 2}},
+        {GL_FLOAT_VEC3, {Float, 1, 3}},
+        {GL_FLOAT_VEC4, {Float, 1, 4}},
+        {GL_FLOAT_MAT2, {Float, 2, 2}},
+        {GL_FLOAT_MAT3, {Float, 3, 3}},
+        {GL_FLOAT_MAT4, {Float, 4, 4}},
+        {GL_FLOAT_MAT2x3, {Float, 2, 3}},
+        {GL_FLOAT_MAT3x2, {Float, 3, 2}},
+        {GL_FLOAT_MAT2x4, {Float, 2, 4}},
+        {GL_FLOAT_MAT4x2, {Float, 4, 2}},
+        {GL_FLOAT_MAT3x4, {Float, 3, 4}},
+        {GL_FLOAT_MAT4x3, {Float, 4, 3}},
+        {GL_INT, {Int, 1, 1}},
+        {GL_INT_VEC2, {Int, 1, 2}},
+        {GL_INT_VEC3, {Int, 1, 3}},
+        {GL_INT_VEC4, {Int, 1, 4}},
+        {GL_BOOL, {Int, 1, 1}},
+        {GL_BOOL_VEC2, {Int, 1, 2}},
+        {GL_BOOL_VEC3, {Int, 1, 3}},
+        {GL_BOOL_VEC4, {Int, 1, 4}},
+        {GL_UNSIGNED_INT, {Unsigned, 1, 1}},
+        {GL_UNSIGNED_INT_VEC2, {Unsigned, 1, 2}},
+        {GL_UNSIGNED_INT_VEC3, {Unsigned, 1, 3}},
+        {GL_UNSIGNED_INT_VEC4, {Unsigned, 1, 4}},
+        {GL_SAMPLER_2D, {Unit, 1, 1, GL_TEXTURE_2D}},
+        {GL_SAMPLER_2D_SHADOW, {Unit, 1, 1, GL_TEXTURE_2D}},
+        {GL_INT_SAMPLER_2D, {Unit, 1, 1, GL_TEXTURE_2D}},
+        {GL_UNSIGNED_INT_SAMPLER_2D, {Unit, 1, 1, GL_TEXTURE_2D}},
+        {GL_SAMPLER_CUBE, {Unit, 1, 1, GL_TEXTURE_CUBE_MAP}},
+        {GL_SAMPLER_CUBE_SHADOW, {Unit, 1, 1, GL_TEXTURE_CUBE_MAP}},
+        {GL_INT_SAMPLER_CUBE, {Unit, 1, 1, GL_TEXTURE_CUBE_MAP}},
+        {GL_UNSIGNED_INT_SAMPLER_CUBE, {Unit, 1, 1, GL_TEXTURE_CUBE_MAP}},
+        {GL_SAMPLER_3D, {Unit, 1, 1, GL_TEXTURE_3D}},
+        {GL_INT_SAMPLER_3D, {Unit, 1, 1, GL_TEXTURE_3D}},
+        {GL_UNSIGNED_INT_SAMPLER_3D, {Unit, 1, 1, GL_TEXTURE_3D}},
+        {GL_SAMPLER_2D_ARRAY, {Unit, 1, 1, GL_TEXTURE_2D_ARRAY}},
+        {GL_SAMPLER_2D_ARRAY_SHADOW, {Unit, 1, 1, GL_TEXTURE_2D_ARRAY}},
+        {GL_INT_SAMPLER_2D_ARRAY, {Unit, 1, 1, GL_TEXTURE_2D_ARRAY}},
+        {GL_UNSIGNED_INT_SAMPLER_2D_ARRAY, {Unit, 1, 1, GL_TEXTURE_2D_ARRAY}},
+        {GL_SAMPLER_CUBE_MAP_ARRAY, {Unit, 1, 1, GL_TEXTURE_CUBE_MAP_ARRAY}},
+        {GL_SAMPLER_2D_MULTISAMPLE, {Unit, 1, 1, GL_TEXTURE_2D_MULTISAMPLE}},
+        {GL_SAMPLER_2D_MULTISAMPLE_ARRAY, {Unit, 1, 1, GL_TEXTURE_2D_MULTISAMPLE_ARRAY}},
+    };
+    const auto entry = types.find(type);
+    return entry != types.end() ? entry->second : VariableType{};
+}
+
+double VariableType::Load(const std::uint8_t* at) const
+{
+    const auto load = [at]<class T>(T value) {
+        std::memcpy(&value, at, sizeof value);
+        return static_cast<double>(value);
+    };
+    return base == Base::Float ? load(GLfloat{}) : base == Base::Int ? load(GLint{}) : load(GLuint{});
 }
 
 bool IsLinked(unsigned int program)
@@ -203,7 +218,7 @@ std::vector<ActiveVariable> ActiveUniforms(unsigned int program)
 
 std::optional<std::vector<double>> ValuesOf(unsigned int program, const ActiveVariable& uniform)
 {
-    const UniformType type = DescribeType(uniform.type);
+    const VariableType type = DescribeType(uniform.type);
     std::vector<double> all;
     for (GLint i = 0; i < uniform.count; ++i) {
         const GLint location = GL().glGetUniformLocation(program, ElementName(uniform, i).c_str());
@@ -217,7 +232,7 @@ std::optional<std::vector<double>> ValuesOf(unsigned int program, const ActiveVa
 
 void SetValues(unsigned int program, const ActiveVariable& uniform, const std::vector<double>& values)
 {
-    const std::size_t size = DescribeType(uniform.type).components;
+    const std::size_t size = DescribeType(uniform.type).Components();
     if (IsImage(uniform.type))
         return;
     for (std::size_t i = 0; (i + 1) * size <= values.size(); ++i) {
@@ -228,14 +243,18 @@ void SetValues(unsigned int program, const ActiveVariable& uniform, const std::v
     }
 }
 
-ValueForm FormOf(unsigned int type)
+bool MayWriteMemory(unsigned int program)
 {
-    const UniformType described = DescribeType(type);
-    using Base = ValueForm::Base;
-    const Base base = described.base == UniformType::Float      ? Base::Float
-                      : described.base == UniformType::Unsigned ? Base::Unsigned
-                                                                : Base::Int;
-    return {base, described.components};
+    if (!GL().glGetProgramInterfaceiv)
+        return false;
+    for (const GLenum resources : {GL_SHADER_STORAGE_BLOCK, GL_ATOMIC_COUNTER_BUFFER}) {
+        GLint count = 0;
+        GL().glGetProgramInterfaceiv(program, resources, GL_ACTIVE_RESOURCES, &count);
+        if (count > 0)
+            return true;
+    }
+    return std::ranges::any_of(ActiveUniforms(program),
+                               [](const ActiveVariable& uniform) { return IsImage(uniform.type); });
 }
 
-} // namespace Probe
+} // namespace Replay

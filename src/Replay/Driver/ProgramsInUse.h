@@ -4,7 +4,7 @@
 #include <span>
 #include <vector>
 
-namespace Probe {
+namespace Replay {
 
 struct PipelineStage {
     /// GL_VERTEX_SHADER ..., and GL_VERTEX_SHADER_BIT ...
@@ -21,4 +21,4 @@ struct PipelineStage {
 /// Live names: the one in use, or those of the pipeline, each once.
 [[nodiscard]] std::vector<unsigned int> ProgramsInUse();
 
-} // namespace Probe
+} // namespace Replay

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace Probe {
+namespace Replay {
 
 /// A uniform or an attribute that the linked program reads.
 struct ActiveVariable {
@@ -21,8 +21,23 @@ struct ActiveVariable {
 
 /// 0 where the driver does not know the name.
 [[nodiscard]] int ProgramParameter(unsigned int program, unsigned int name);
-/// What a sampler of this type looks into: GL_TEXTURE_2D ...; 0 for other types.
-[[nodiscard]] unsigned int SamplerTarget(unsigned int type);
+
+/// What a type of GLSL is, of those that uniforms and outputs of shaders have.
+struct VariableType {
+    /// The value of samplers and images is a unit.
+    enum class Base : std::uint8_t { Float, Int, Unsigned, Unit };
+    Base base = Base::Unit;
+    /// Of a matrix; 1 for others, whose components are rows.
+    std::size_t columns = 1;
+    std::size_t rows = 1;
+    /// What a sampler looks into, GL_TEXTURE_2D and the like; 0 for other types.
+    unsigned int target = 0;
+
+    [[nodiscard]] std::size_t Components() const { return columns * rows; }
+    /// A component as it lies in memory, in 4 bytes.
+    [[nodiscard]] double Load(const std::uint8_t* at) const;
+};
+[[nodiscard]] VariableType DescribeType(unsigned int type);
 
 [[nodiscard]] bool IsLinked(unsigned int program);
 [[nodiscard]] std::string ProgramLog(unsigned int program);
@@ -34,14 +49,7 @@ struct ActiveVariable {
 [[nodiscard]] std::optional<std::vector<double>> ValuesOf(unsigned int program, const ActiveVariable& uniform);
 /// Sets values as ValuesOf has them in a uniform of the program, which is in use. Images keep what their shader says.
 void SetValues(unsigned int program, const ActiveVariable& uniform, const std::vector<double>& values);
-/// Of images that shaders read and write.
-[[nodiscard]] bool IsImage(unsigned int type);
-/// Components of a value of this type, and whether they are floats, integers or unsigned ones.
-struct ValueForm {
-    enum class Base : std::uint8_t { Float, Int, Unsigned };
-    Base base = Base::Float;
-    std::size_t components = 1;
-};
-[[nodiscard]] ValueForm FormOf(unsigned int type);
+/// The program may write to buffers or images, so that running it once more is another thing than running it once.
+[[nodiscard]] bool MayWriteMemory(unsigned int program);
 
-} // namespace Probe
+} // namespace Replay

@@ -1,11 +1,14 @@
-#include "Probe/Programs/ProgramsInUse.h"
+#include "Replay/Driver/ProgramsInUse.h"
 
 #include <algorithm>
 #include <iterator>
 
-#include "Probe/LiveGL.h"
+#include <GLES3/gl32.h>
 
-namespace Probe {
+#include "Interfaces/GLState.h"
+#include "Replay/Driver/LiveGL.h"
+
+namespace Replay {
 
 namespace {
 
@@ -28,7 +31,7 @@ std::span<const PipelineStage> PipelineStages()
 
 unsigned int PipelineInUse()
 {
-    const bool mayBe = Core::GetVersion(GL()) >= 31 && Core::GetInteger(GL(), GL_CURRENT_PROGRAM) == 0;
+    const bool mayBe = Core::GetInteger(GL(), GL_CURRENT_PROGRAM) == 0 && Core::GetVersion(GL()) >= 31;
     return mayBe ? static_cast<GLuint>(Core::GetInteger(GL(), GL_PROGRAM_PIPELINE_BINDING)) : 0;
 }
 
@@ -54,4 +57,4 @@ std::vector<unsigned int> ProgramsInUse()
     return programs;
 }
 
-} // namespace Probe
+} // namespace Replay
