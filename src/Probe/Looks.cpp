@@ -11,7 +11,6 @@
 #include "Probe/Contents/ObjectContents.h"
 #include "Probe/Edits/EditRequests.h"
 #include "Probe/Overlays/Overlay.h"
-#include "Probe/Programs/BlockValues.h"
 #include "Probe/Programs/Blocks.h"
 #include "Replay/Driver/Programs.h"
 
@@ -102,12 +101,25 @@ Json ToJson(const ProgramBlock& block)
                              {"offset", variable.offset},
                              {"arrayStride", variable.arrayStride},
                              {"matrixStride", variable.matrixStride},
-                             {"isRowMajor", variable.isRowMajor != 0}});
+                             {"isRowMajor", variable.isRowMajor}});
     return {{"name", block.name},
             {"isStorage", block.isStorage},
             {"binding", block.binding},
             {"bytes", block.bytes},
             {"variables", std::move(variables)}};
+}
+
+/// Tells of uniforms that lie in a block where, and what they hold.
+void AddContents(Json& uniforms, const ProgramBlock& block)
+{
+    const BlockContents contents(block);
+    for (const BlockVariable& variable : block.variables)
+        for (Json& one : uniforms)
+            // Blocks of an array have the same uniforms, which then belong to the first one.
+            if (one["name"] == variable.name && !one.contains("block"))
+                one.update({{"block", block.name},
+                            {"offset", contents.PlaceOf(variable)},
+                            {"values", contents.ValuesOf(variable)}});
 }
 
 Reply Program(const Replayer& replayer, const nlohmann::json& request)
@@ -129,13 +141,13 @@ Reply Program(const Replayer& replayer, const nlohmann::json& request)
         if (const auto values = Replay::ValuesOf(program, uniform))
             json["uniforms"].back()["values"] = *values;
     }
-    for (const BlockUniform& uniform : BlockUniforms(program))
-        for (Json& one : json["uniforms"])
-            if (one["name"] == uniform.name)
-                one.update({{"block", uniform.block}, {"offset", uniform.offset}, {"values", uniform.values}});
-    json["blocks"] = Json::array();
-    for (const ProgramBlock& block : BlocksOf(program))
-        json["blocks"].push_back(ToJson(block));
+    Json blocks = Json::array();
+    for (const ProgramBlock& block : BlocksOf(program)) {
+        blocks.push_back(ToJson(block));
+        if (!block.isStorage)
+            AddContents(json["uniforms"], block);
+    }
+    json["blocks"] = std::move(blocks);
     return {json};
 }
 

@@ -8,6 +8,7 @@
 #include "Data/Records/Actions.h"
 #include "Probe/Contents/ObjectContents.h"
 #include "Probe/LiveGL.h"
+#include "Probe/Programs/Blocks.h"
 #include "Replay/Driver/Programs.h"
 #include "Replay/Driver/ProgramsInUse.h"
 
@@ -72,8 +73,8 @@ private:
             if (m_captured == 0)
                 continue;
             ReadUniforms();
-            if (GL().glGetActiveUniformBlockiv)
-                ReadBlocks();
+            for (const UniformBlock& block : UniformBlocksOf(program))
+                AddBuffer(block.buffer, "block " + block.name);
         }
         if (Core::GetVersion(GL()) >= 30)
             ReadVertices();
@@ -85,7 +86,7 @@ private:
         switch (m_action.Call()) {
         case CallId::glCopyBufferSubData: {
             const Data::Owner buffer = m_model.Bound(Data::State::Buffer, m_action.Unsigned(0));
-            AddBuffer(static_cast<GLint>(m_names.GetValueGLBuffer(m_model.Object(buffer).name)), "source");
+            AddBuffer(m_names.GetValueGLBuffer(m_model.Object(buffer).name), "source");
             break;
         }
         case CallId::glCopyImageSubData:
@@ -125,19 +126,6 @@ private:
             ReadInput(m_inputs.back(), m_names);
     }
 
-    void ReadBlocks()
-    {
-        for (GLint i = 0; i < Replay::ProgramParameter(m_program, GL_ACTIVE_UNIFORM_BLOCKS); ++i) {
-            GLint binding = 0;
-            GLint buffer = 0;
-            char name[256] = {};
-            GL().glGetActiveUniformBlockName(m_program, static_cast<GLuint>(i), sizeof name, nullptr, name);
-            GL().glGetActiveUniformBlockiv(m_program, static_cast<GLuint>(i), GL_UNIFORM_BLOCK_BINDING, &binding);
-            GL().glGetIntegeri_v(GL_UNIFORM_BUFFER_BINDING, static_cast<GLuint>(binding), &buffer);
-            AddBuffer(buffer, std::string("block ") + name);
-        }
-    }
-
     void ReadVertices()
     {
         for (GLint i = 0; i < Core::GetInteger(GL(), GL_MAX_VERTEX_ATTRIBS); ++i) {
@@ -146,17 +134,17 @@ private:
             GL().glGetVertexAttribiv(static_cast<GLuint>(i), GL_VERTEX_ATTRIB_ARRAY_ENABLED, &isEnabled);
             GL().glGetVertexAttribiv(static_cast<GLuint>(i), GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING, &buffer);
             if (isEnabled != 0)
-                AddBuffer(buffer, "vertex attribute " + std::to_string(i));
+                AddBuffer(static_cast<GLuint>(buffer), "vertex attribute " + std::to_string(i));
         }
-        AddBuffer(Core::GetInteger(GL(), GL_ELEMENT_ARRAY_BUFFER_BINDING), "indices");
+        AddBuffer(static_cast<GLuint>(Core::GetInteger(GL(), GL_ELEMENT_ARRAY_BUFFER_BINDING)), "indices");
     }
 
-    void AddBuffer(GLint live, std::string use)
+    void AddBuffer(GLuint live, std::string use)
     {
-        const auto captured = m_buffers.find(static_cast<GLuint>(live));
+        const auto captured = m_buffers.find(live);
         if (live == 0 || captured == m_buffers.end())
             return;
-        const std::uint64_t hash = m_wantsContents ? ReadBuffer(static_cast<GLuint>(live)).Hash() : 0;
+        const std::uint64_t hash = m_wantsContents ? ReadBuffer(live).Hash() : 0;
         m_inputs.push_back({Input::Kind::Buffer, captured->second, std::move(use), {}, hash});
     }
 

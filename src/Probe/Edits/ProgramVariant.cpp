@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Probe/LiveGL.h"
+#include "Probe/Programs/Blocks.h"
 
 namespace Probe {
 
@@ -57,14 +58,12 @@ std::vector<Replay::ActiveVariable> CommonUniforms(GLuint original, GLuint progr
 std::vector<std::pair<unsigned int, unsigned int>> CommonBlocks(GLuint original, GLuint program)
 {
     std::vector<std::pair<unsigned int, unsigned int>> common;
-    if (!GL().glGetActiveUniformBlockName)
-        return common;
-    for (GLint i = 0; i < Replay::ProgramParameter(program, GL_ACTIVE_UNIFORM_BLOCKS); ++i) {
-        char name[256] = {};
-        GL().glGetActiveUniformBlockName(program, static_cast<GLuint>(i), sizeof name, nullptr, name);
-        const GLuint index = GL().glGetUniformBlockIndex(original, name);
+    GLuint own = 0;
+    for (const UniformBlock& block : UniformBlocksOf(program)) {
+        const GLuint index = GL().glGetUniformBlockIndex(original, block.name.c_str());
         if (index != GL_INVALID_INDEX)
-            common.emplace_back(index, static_cast<GLuint>(i));
+            common.emplace_back(index, own);
+        ++own;
     }
     return common;
 }

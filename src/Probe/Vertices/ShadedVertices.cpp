@@ -24,25 +24,16 @@ struct Output {
 
 constexpr std::size_t ComponentBytes = 4;
 
-GLint ActiveResources(GLuint program, GLenum interface)
-{
-    GLint count = 0;
-    GL().glGetProgramInterfaceiv(program, interface, GL_ACTIVE_RESOURCES, &count);
-    return count;
-}
-
 Output OutputAt(GLuint program, GLuint index)
 {
-    char name[256] = {};
-    GL().glGetProgramResourceName(program, GL_PROGRAM_OUTPUT, index, sizeof name, nullptr, name);
-    constexpr GLenum Properties[] = {GL_TYPE, GL_ARRAY_SIZE};
-    GLint values[2] = {GL_FLOAT_VEC4, 1};
-    GL().glGetProgramResourceiv(program, GL_PROGRAM_OUTPUT, index, 2, Properties, 2, nullptr, values);
-    Output output = {name, static_cast<GLenum>(values[0])};
+    const auto ask = [&](GLenum property) {
+        return Replay::ResourceProperty(program, GL_PROGRAM_OUTPUT, index, property);
+    };
+    Output output = {Replay::ResourceName(program, GL_PROGRAM_OUTPUT, index), static_cast<GLenum>(ask(GL_TYPE))};
     if (output.name.ends_with("[0]"))
         output.name.resize(output.name.size() - 3);
     output.components =
-        Replay::DescribeType(output.type).Components() * static_cast<std::size_t>(std::max(values[1], 1));
+        Replay::DescribeType(output.type).Components() * static_cast<std::size_t>(std::max(ask(GL_ARRAY_SIZE), 1));
     return output;
 }
 
@@ -54,8 +45,8 @@ std::vector<Output> OutputsOf(GLuint alone)
     auto room =
         static_cast<std::size_t>(Core::GetInteger(GL(), GL_MAX_TRANSFORM_FEEDBACK_INTERLEAVED_COMPONENTS, Least));
     room -= all.front().components;
-    for (GLint i = 0; alone != 0 && i < ActiveResources(alone, GL_PROGRAM_OUTPUT); ++i) {
-        Output output = OutputAt(alone, static_cast<GLuint>(i));
+    for (GLuint i = 0; alone != 0 && i < Replay::ResourceCount(alone, GL_PROGRAM_OUTPUT); ++i) {
+        Output output = OutputAt(alone, i);
         if (output.name == all.front().name || output.components > room)
             continue;
         room -= output.components;

@@ -243,17 +243,38 @@ void SetValues(unsigned int program, const ActiveVariable& uniform, const std::v
     }
 }
 
+unsigned int ResourceCount(unsigned int program, unsigned int interface)
+{
+    GLint count = 0;
+    GL().glGetProgramInterfaceiv(program, interface, GL_ACTIVE_RESOURCES, &count);
+    return static_cast<GLuint>(count);
+}
+
+std::string ResourceName(unsigned int program, unsigned int interface, unsigned int index)
+{
+    GLint longest = 0;
+    GLsizei length = 0;
+    GL().glGetProgramInterfaceiv(program, interface, GL_MAX_NAME_LENGTH, &longest);
+    std::string name(static_cast<std::size_t>(longest) + 1, '\0');
+    GL().glGetProgramResourceName(program, interface, index, static_cast<GLsizei>(name.size()), &length, name.data());
+    name.resize(static_cast<std::size_t>(length));
+    return name;
+}
+
+int ResourceProperty(unsigned int program, unsigned int interface, unsigned int index, unsigned int property)
+{
+    GLint value = 0;
+    GL().glGetProgramResourceiv(program, interface, index, 1, &property, 1, nullptr, &value);
+    return value;
+}
+
 bool MayWriteMemory(unsigned int program)
 {
     if (!GL().glGetProgramInterfaceiv)
         return false;
-    for (const GLenum resources : {GL_SHADER_STORAGE_BLOCK, GL_ATOMIC_COUNTER_BUFFER}) {
-        GLint count = 0;
-        GL().glGetProgramInterfaceiv(program, resources, GL_ACTIVE_RESOURCES, &count);
-        if (count > 0)
-            return true;
-    }
-    return std::ranges::any_of(ActiveUniforms(program),
+    return ResourceCount(program, GL_SHADER_STORAGE_BLOCK) > 0 ||
+           ResourceCount(program, GL_ATOMIC_COUNTER_BUFFER) > 0 ||
+           std::ranges::any_of(ActiveUniforms(program),
                                [](const ActiveVariable& uniform) { return IsImage(uniform.type); });
 }
 

@@ -49,6 +49,13 @@ struct VariableType {
 [[nodiscard]] std::optional<std::vector<double>> ValuesOf(unsigned int program, const ActiveVariable& uniform);
 /// Sets values as ValuesOf has them in a uniform of the program, which is in use. Images keep what their shader says.
 void SetValues(unsigned int program, const ActiveVariable& uniform, const std::vector<double>& values);
+// The resources of a program of one interface, GL_PROGRAM_OUTPUT and the like, from OpenGL ES 3.1 on.
+[[nodiscard]] unsigned int ResourceCount(unsigned int program, unsigned int interface);
+[[nodiscard]] std::string ResourceName(unsigned int program, unsigned int interface, unsigned int index);
+/// A property that is one number.
+[[nodiscard]] int ResourceProperty(unsigned int program, unsigned int interface, unsigned int index,
+                                   unsigned int property);
+
 /// The program may write to buffers or images, so that running it once more is another thing than running it once.
 [[nodiscard]] bool MayWriteMemory(unsigned int program);
 
