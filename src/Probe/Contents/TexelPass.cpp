@@ -1,13 +1,12 @@
 #include "Probe/Contents/TexelPass.h"
 
-#include <algorithm>
 #include <array>
-#include <cstring>
+#include <utility>
 
 #include "Probe/Contents/ObjectContents.h"
 #include "Probe/LiveGL.h"
 #include "Probe/Overlays/RedrawGuard.h"
-#include "Replay/Driver/Programs.h"
+#include "Probe/Programs/ProgramVariant.h"
 
 namespace Probe {
 
@@ -16,68 +15,6 @@ namespace {
 constexpr const char* VertexCode =
     "#version 300 es\n"
     "void main() { gl_Position = vec4(gl_VertexID == 1 ? 3.0 : -1.0, gl_VertexID == 2 ? 3.0 : -1.0, 0.0, 1.0); }\n";
-
-/// A program in use while it lives.
-class TexelProgram {
-public:
-    explicit TexelProgram(const std::string& fragment)
-        : m_used(Core::GetInteger(GL(), GL_CURRENT_PROGRAM),
-                 [](int program) { GL().glUseProgram(static_cast<GLuint>(program)); }),
-          m_program(GL().glCreateProgram())
-    {
-        Attach(GL_VERTEX_SHADER, VertexCode);
-        Attach(GL_FRAGMENT_SHADER, fragment.c_str());
-        GL().glLinkProgram(m_program);
-        if (m_problem.empty() && !Replay::IsLinked(m_program))
-            m_problem = Replay::ProgramLog(m_program);
-        if (m_problem.empty())
-            GL().glUseProgram(m_program);
-    }
-    ~TexelProgram()
-    {
-        m_used = {};
-        GL().glDeleteProgram(m_program);
-    }
-    TexelProgram(const TexelProgram&) = delete;
-    TexelProgram& operator=(const TexelProgram&) = delete;
-
-    /// Why the shader does not compile; empty otherwise.
-    [[nodiscard]] const std::string& Problem() const { return m_problem; }
-    void Set(GLint layer, GLint width, GLint height) const
-    {
-        GL().glUniform1i(GL().glGetUniformLocation(m_program, "image"), 0);
-        GL().glUniform1i(GL().glGetUniformLocation(m_program, "layer"), layer);
-        GL().glUniform2i(GL().glGetUniformLocation(m_program, "size"), width, height);
-    }
-
-private:
-    void Attach(GLenum type, const char* code)
-    {
-        const GLuint shader = GL().glCreateShader(type);
-        GL().glShaderSource(shader, 1, &code, nullptr);
-        GL().glCompileShader(shader);
-        GLint isCompiled = GL_FALSE;
-        GL().glGetShaderiv(shader, GL_COMPILE_STATUS, &isCompiled);
-        if (isCompiled == GL_FALSE && m_problem.empty())
-            m_problem = LogOf(shader);
-        GL().glAttachShader(m_program, shader);
-        GL().glDeleteShader(shader);
-    }
-
-    static std::string LogOf(GLuint shader)
-    {
-        GLint length = 0;
-        GL().glGetShaderiv(shader, GL_INFO_LOG_LENGTH, &length);
-        std::string log(static_cast<std::size_t>(std::max(length, 1)), '\0');
-        GL().glGetShaderInfoLog(shader, length, nullptr, log.data());
-        log.resize(std::strlen(log.c_str()));
-        return log.empty() ? "the shader does not compile" : log;
-    }
-
-    Core::ScopedState m_used;
-    GLuint m_program;
-    std::string m_problem;
-};
 
 Core::ScopedState KeepInteger(GLenum name, Core::ScopedState::Set set)
 {
@@ -200,6 +137,20 @@ bool AttachStorage(GLuint renderbuffer, const TexelPass& pass)
     return false;
 }
 
+Contents DrawWith(GLuint program, const TexelPass& pass)
+{
+    const auto used =
+        KeepInteger(GL_CURRENT_PROGRAM, [](int before) { GL().glUseProgram(static_cast<GLuint>(before)); });
+    GL().glUseProgram(program);
+    GL().glUniform1i(GL().glGetUniformLocation(program, "image"), 0);
+    GL().glUniform1i(GL().glGetUniformLocation(program, "layer"), pass.layer);
+    GL().glUniform2i(GL().glGetUniformLocation(program, "size"), pass.width, pass.height);
+    GL().glDrawArrays(GL_TRIANGLES, 0, 3);
+    const GLenum error = Core::TakeErrors(GL());
+    return error == GL_NO_ERROR ? ToContents(Util::FramebufferReader().ReadColor())
+                                : Contents{.problem = "it cannot be drawn"};
+}
+
 Contents Draw(const TexelPass& pass)
 {
     const auto unit =
@@ -219,15 +170,11 @@ Contents Draw(const TexelPass& pass)
             KeepInteger(GL_VERTEX_ARRAY_BINDING, [](int name) { GL().glBindVertexArray(static_cast<GLuint>(name)); });
         GL().glBindVertexArray(array);
         const PlainDrawing drawing(pass.width, pass.height);
-        const TexelProgram program(pass.fragment);
-        contents.problem = program.Problem();
-        if (contents.problem.empty()) {
-            program.Set(pass.layer, pass.width, pass.height);
-            GL().glDrawArrays(GL_TRIANGLES, 0, 3);
-            const GLenum error = Core::TakeErrors(GL());
-            contents = error == GL_NO_ERROR ? ToContents(Util::FramebufferReader().ReadColor())
-                                            : Contents{.problem = "it cannot be drawn"};
-        }
+        ProgramFault fault;
+        const auto program = ProgramVariant::Make(
+            {.shaders = {{GL_VERTEX_SHADER, VertexCode}, {GL_FRAGMENT_SHADER, pass.fragment}}}, fault);
+        contents = program ? DrawWith(program->Program(), pass) : Contents{.problem = std::move(fault.log)};
+        GL().glDeleteProgram(program ? program->Program() : 0);
     } else {
         contents.problem = "there is nothing to draw it to";
     }

@@ -11,8 +11,8 @@
 #include "Data/State/ProgramSources.h"
 #include "Data/State/StateModel.h"
 #include "Playback/Names/GLResourceTable.h"
-#include "Probe/Edits/ProgramVariant.h"
 #include "Probe/Edits/Undo.h"
+#include "Probe/Programs/ProgramVariant.h"
 #include "Probe/Vertices/ShadedVertices.h"
 
 namespace Probe {

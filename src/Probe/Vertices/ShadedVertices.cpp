@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
-#include "Probe/Edits/ProgramVariant.h"
 #include "Probe/Edits/Undo.h"
 #include "Probe/LiveGL.h"
+#include "Probe/Programs/ProgramVariant.h"
 
 namespace Probe {
 

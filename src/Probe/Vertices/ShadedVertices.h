@@ -5,7 +5,7 @@
 #include <string>
 
 #include "Data/Records/CallArguments.h"
-#include "Probe/Programs/ShaderText.h"
+#include "Probe/Programs/ProgramVariant.h"
 #include "Probe/Vertices/Vertices.h"
 
 namespace Probe {

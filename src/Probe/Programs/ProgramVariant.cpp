@@ -1,4 +1,4 @@
-#include "Probe/Edits/ProgramVariant.h"
+#include "Probe/Programs/ProgramVariant.h"
 
 #include <algorithm>
 
@@ -16,7 +16,8 @@ std::string ShaderLog(GLuint shader)
     std::string log(static_cast<std::size_t>(std::max(length, 0)), '\0');
     if (!log.empty())
         GL().glGetShaderInfoLog(shader, length, nullptr, log.data());
-    return log.substr(0, log.find('\0'));
+    log.resize(std::min(log.find('\0'), log.size()));
+    return log.empty() ? "the shader does not compile" : log;
 }
 
 bool IsSeparable(GLuint program)
@@ -69,6 +70,18 @@ std::vector<std::pair<unsigned int, unsigned int>> CommonBlocks(GLuint original,
 }
 
 } // namespace
+
+ShaderText OneColour(const std::string& other)
+{
+    const std::size_t at = other.find("#version");
+    const std::string version =
+        at != std::string::npos ? other.substr(at, other.find_first_of("\r\n", at) - at) : std::string();
+    if (version.empty() || version.find("100") != std::string::npos)
+        return {GL_FRAGMENT_SHADER,
+                "precision mediump float;\nvoid main() { gl_FragColor = vec4(1.0, 0.0, 1.0, 1.0); }\n"};
+    return {GL_FRAGMENT_SHADER, version + "\nlayout(location = 0) out mediump vec4 colour;\n"
+                                          "void main() { colour = vec4(1.0, 0.0, 1.0, 1.0); }\n"};
+}
 
 unsigned int ProgramVariant::Compile(const ShaderText& text, ProgramFault& fault)
 {

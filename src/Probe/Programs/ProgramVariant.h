@@ -1,4 +1,5 @@
-// A program with other shaders, that stands in for one of the capture's.
+// Programs of the probe's own: with other shaders than one of the capture's, for which they stand in, or with none of
+// it.
 #pragma once
 
 #include <optional>
@@ -6,10 +7,18 @@
 #include <utility>
 #include <vector>
 
-#include "Probe/Programs/ShaderText.h"
 #include "Replay/Driver/Programs.h"
 
 namespace Probe {
+
+struct ShaderText {
+    /// GL_VERTEX_SHADER ...
+    unsigned int type = 0;
+    std::string source = {};
+};
+
+/// A fragment shader that gives one colour, in the version of GLSL that another shader of its program is written in.
+[[nodiscard]] ShaderText OneColour(const std::string& other);
 
 /// Why a program could not be made.
 struct ProgramFault {
