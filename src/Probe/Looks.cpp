@@ -1,15 +1,15 @@
 #include "Probe/Looks.h"
 
 #include <algorithm>
+#include <iterator>
+#include <map>
 
 #include "Playback/Names/GLResourceTable.h"
 #include "Probe/Actions/ActionSteps.h"
 #include "Probe/Actions/ActionTimes.h"
 #include "Probe/Actions/History.h"
-#include "Probe/Actions/Uses.h"
 #include "Probe/Contents/DisplayShader.h"
 #include "Probe/Contents/ObjectContents.h"
-#include "Probe/Edits/EditRequests.h"
 #include "Probe/Overlays/Overlay.h"
 #include "Probe/Programs/Blocks.h"
 #include "Replay/Driver/Programs.h"
@@ -69,7 +69,7 @@ Reply Show(Replayer& replayer, const nlohmann::json& request)
     return ToReply(ApplyDisplayShader(targets[index].contents, request.value("shader", "")));
 }
 
-Reply Buffer(const Replayer& replayer, const nlohmann::json& request)
+Reply Buffer(Replayer& replayer, const nlohmann::json& request)
 {
     const unsigned int buffer = replayer.Names().GetValueGLBuffer(request.value("name", 0U));
     if (buffer == 0)
@@ -122,7 +122,7 @@ void AddContents(Json& uniforms, const ProgramBlock& block)
                             {"values", contents.ValuesOf(variable)}});
 }
 
-Reply Program(const Replayer& replayer, const nlohmann::json& request)
+Reply Program(Replayer& replayer, const nlohmann::json& request)
 {
     const unsigned int program = replayer.Names().GetValueGLProgram(request.value("name", 0U));
     if (program == 0)
@@ -205,7 +205,7 @@ Reply History(Replayer& replayer, const nlohmann::json& request)
 }
 
 /// Of all actions from here to the end of the frame.
-Reply Times(Replayer& replayer)
+Reply Times(Replayer& replayer, const nlohmann::json& /*request*/)
 {
     const FrameTimes times = TimeActions(replayer);
     Json json = {{"times", Json::array()}, {"note", times.note}};
@@ -226,56 +226,89 @@ Reply ToReply(Overlay overlay)
     return reply;
 }
 
-/// What each action from here to a call reads.
+Reply OverlayOfDraw(Replayer& replayer, const nlohmann::json& request)
+{
+    return ToReply(OverlayOf(replayer, request.value("kind", "")));
+}
+
+Reply OverlayOfPass(Replayer& replayer, const nlohmann::json& request)
+{
+    return ToReply(Overdraw(replayer, request.value("call", 0U)));
+}
+
+/// Which textures and buffers each action from here to a call reads.
 Reply Uses(Replayer& replayer, const nlohmann::json& request)
 {
+    const std::uint32_t last = request.value("call", 0U);
     Json all = Json::array();
-    for (const ActionReads& action : ReadsOfFrame(replayer, request.value("call", 0U))) {
+    while (replayer.ToAction() == Replayer::Stop::Action && replayer.Action().call <= last) {
+        if (!replayer.HasContext())
+            continue;
         Json reads = Json::array();
-        for (const Input& input : action.inputs)
-            reads.push_back({{"kind", input.kind == Input::Kind::Texture ? "textures" : "buffers"},
-                             {"name", input.object},
-                             {"as", input.name}});
-        all.push_back({{"call", action.call}, {"reads", std::move(reads)}});
+        for (const Input& input : replayer.FindInputs())
+            if (input.kind != Input::Kind::Uniform)
+                reads.push_back({{"kind", input.kind == Input::Kind::Texture ? "textures" : "buffers"},
+                                 {"name", input.object},
+                                 {"as", input.name}});
+        all.push_back({{"call", replayer.Action().call}, {"reads", std::move(reads)}});
     }
     return {{{"uses", std::move(all)}}};
 }
+
+/// From here on these edits, each with "kind" and, for one call of the frame alone, "call"; shaders have "program",
+/// "type" and "source". "faults" have the number of the "edit", the shader "type", or 0 for linking, and the "log".
+Reply TakeEdits(Replayer& replayer, const nlohmann::json& request)
+{
+    // In the order of Edit::Kind.
+    constexpr std::string_view Kinds[] = {"shader", "skip", "scissor", "textures", "simple", "no-blending"};
+    std::vector<Edit> edits;
+    for (const nlohmann::json& json : request.value("edits", nlohmann::json::array())) {
+        const std::string name = json.value("kind", "");
+        const auto* const kind = std::ranges::find(Kinds, name);
+        if (kind == std::end(Kinds))
+            return Problem("there is no edit \"" + name + "\"");
+        Edit edit = {static_cast<Edit::Kind>(kind - std::begin(Kinds)), json.value("call", 0U)};
+        edit.shader = {json.value("program", 0U), {json.value("type", 0U), json.value("source", "")}};
+        edits.push_back(std::move(edit));
+    }
+    Json faults = Json::array();
+    for (const Edits::Fault& fault : replayer.ChangedDraws().Set(std::move(edits)))
+        faults.push_back({{"edit", fault.edit}, {"type", fault.what.type}, {"log", fault.what.log}});
+    return {{{"faults", std::move(faults)}}};
+}
+
+/// A request, and whether it needs a context that is current.
+struct Answerer {
+    Reply (*answer)(Replayer& replayer, const nlohmann::json& request);
+    bool needsContext;
+};
+
+const std::map<std::string_view, Answerer> Answerers = {
+    {"go", {Go, false}},
+    {"texture", {Texture, true}},
+    {"image", {Image, true}},
+    {"buffer", {Buffer, true}},
+    {"program", {Program, true}},
+    {"vertices", {Vertices, false}},
+    {"history", {History, true}},
+    {"edits", {TakeEdits, false}},
+    {"overlay", {OverlayOfDraw, true}},
+    {"overdraw", {OverlayOfPass, false}},
+    {"times", {Times, false}},
+    {"show", {Show, true}},
+    {"uses", {Uses, false}},
+};
 
 } // namespace
 
 std::optional<Reply> Look(Replayer& replayer, std::string_view what, const nlohmann::json& request)
 {
-    if (what == "go")
-        return Go(replayer, request);
-    const bool isAboutNames = what == "texture" || what == "image" || what == "buffer" || what == "program" ||
-                              what == "history" || what == "overlay" || what == "show";
-    if (isAboutNames && !replayer.HasContext())
-        return Problem("no context is current");
-    if (what == "texture")
-        return Texture(replayer, request);
-    if (what == "image")
-        return Image(replayer, request);
-    if (what == "buffer")
-        return Buffer(replayer, request);
-    if (what == "program")
-        return Program(replayer, request);
-    if (what == "vertices")
-        return Vertices(replayer, request);
-    if (what == "history")
-        return History(replayer, request);
-    if (what == "edits")
-        return TakeEdits(replayer, request);
-    if (what == "overlay")
-        return ToReply(OverlayOf(replayer, request.value("kind", "")));
-    if (what == "times")
-        return Times(replayer);
-    if (what == "show")
-        return Show(replayer, request);
-    if (what == "overdraw")
-        return ToReply(Overdraw(replayer, request.value("call", 0U)));
-    if (what == "uses")
-        return Uses(replayer, request);
-    return std::nullopt;
+    const auto found = Answerers.find(what);
+    if (found == Answerers.end())
+        return std::nullopt;
+    const Answerer& answerer = found->second;
+    return answerer.needsContext && !replayer.HasContext() ? Problem("no context is current")
+                                                           : answerer.answer(replayer, request);
 }
 
 } // namespace Probe

@@ -9,8 +9,7 @@
 
 namespace Probe {
 
-/// Nothing for a request that is none of these: "go", "texture", "image", "buffer", "program", "vertices", "history",
-/// "overlay", "overdraw", "show", "times".
+/// Nothing for a request that is none of these.
 std::optional<Reply> Look(Replayer& replayer, std::string_view what, const nlohmann::json& request);
 
 } // namespace Probe
