@@ -245,7 +245,7 @@ Reply Uses(Replayer& replayer, const nlohmann::json& request)
         if (!replayer.HasContext())
             continue;
         Json reads = Json::array();
-        for (const Input& input : replayer.FindInputs())
+        for (const Input& input : replayer.Inputs(WantsContents::No))
             if (input.kind != Input::Kind::Uniform)
                 reads.push_back({{"kind", input.kind == Input::Kind::Texture ? "textures" : "buffers"},
                                  {"name", input.object},

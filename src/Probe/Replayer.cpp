@@ -67,10 +67,11 @@ Replayer::Stop Replayer::ToFrameEnd(bool wantsPictures)
     return stop;
 }
 
-Replayer::Stop Replayer::ToAction()
+Replayer::Stop Replayer::ToAction(const std::function<void()>& before)
 {
     m_answers.clear();
     m_pictures.clear();
+    m_beforeAction = before;
     m_isStepping = m_wantsPictures = true;
     const Stop stop = Run(true);
     m_isStepping = m_wantsPictures = false;
@@ -168,10 +169,16 @@ void Replayer::TakeActionHash()
     }
     if (!m_action.recorded)
         return;
-    const std::uint32_t framebuffer = m_action.recorded->framebuffer;
-    if (framebuffer == 0 || m_replay->Names().HasGLFramebuffer(framebuffer))
-        m_action.drawn =
-            m_pictureReader.Read(framebuffer == 0 ? 0 : m_replay->Names().GetValueGLFramebuffer(framebuffer));
+    if (const auto framebuffer = LiveFramebuffer(m_action.recorded->framebuffer))
+        m_action.drawn = m_pictureReader.Read(*framebuffer);
+}
+
+std::optional<unsigned int> Replayer::LiveFramebuffer(std::uint32_t captured) const
+{
+    if (captured == 0)
+        return 0;
+    const Playback::GLResourceTable& names = m_replay->Names();
+    return names.HasGLFramebuffer(captured) ? std::optional(names.GetValueGLFramebuffer(captured)) : std::nullopt;
 }
 
 bool Replayer::IsReference(std::uint32_t driver)
@@ -207,8 +214,6 @@ void Replayer::Play(CallId call)
     CrashNote::Set(m_frames + 1, m_diagnostics.position.call, NameOf(call));
     const bool isPlayed = PlayLive(call, kind);
     Follow(call, isPlayed);
-    if (m_isStepping && isAction && m_afterAction)
-        m_afterAction();
     const auto describe = [&]() -> PlayedAction {
         return {{}, kind, m_frames + 1, m_diagnostics.position.call, m_thread, NameOf(call), isPlayed};
     };
@@ -282,16 +287,14 @@ void Replayer::TakeFrameEnd(const Data::FramePictureRecord& picture)
 {
     if (picture.state == Data::PictureState::Hashed && IsReference(0))
         m_recordedHash = picture.hash;
-    const Playback::GLResourceTable& names = m_replay->Names();
-    const bool isThere = picture.framebuffer == 0 || names.HasGLFramebuffer(picture.framebuffer);
-    if (m_wantsPictures && picture.state != Data::PictureState::None && isThere)
-        ReadPicture("framebuffer " + std::to_string(picture.framebuffer),
-                    picture.framebuffer == 0 ? 0 : names.GetValueGLFramebuffer(picture.framebuffer));
+    const auto framebuffer = LiveFramebuffer(picture.framebuffer);
+    if (m_wantsPictures && picture.state != Data::PictureState::None && framebuffer)
+        ReadPicture("framebuffer " + std::to_string(picture.framebuffer), *framebuffer);
 }
 
-void Replayer::ReadPicture(const std::string& object, std::optional<unsigned int> framebuffer)
+void Replayer::ReadPicture(const std::string& object, unsigned int framebuffer)
 {
-    m_pictures.push_back({object, Probe::ReadPicture(*framebuffer), m_recordedHash, m_referencePicture});
+    m_pictures.push_back({object, Probe::ReadPicture(framebuffer), m_recordedHash, m_referencePicture});
     m_recordedHash.reset();
     m_referencePicture.clear();
 }

@@ -92,8 +92,9 @@ public:
     /// Replays to the end of the frame at work; its pictures are read where they are wanted.
     Stop ToFrameEnd(bool wantsPictures);
     /// Replays up to the next action of the frame at work and that one too, unless the frame ends before it. Answers
-    /// that are not the recorded ones are noted.
-    Stop ToAction();
+    /// that are not the recorded ones are noted. `before` is called in front of the action, when Targets are those of
+    /// before it.
+    Stop ToAction(const std::function<void()>& before = {});
 
     /// Replays up to a call and that one too; both numbers count from 1. FrameEnd when the frame has less calls, End
     /// when the capture ends before it or it is behind already.
@@ -127,9 +128,7 @@ public:
     [[nodiscard]] bool HasContext() const { return m_model.HasContext(); }
     /// Of the last action.
     std::vector<Target> Targets();
-    std::vector<Input> Inputs();
-    /// Without what they hold.
-    std::vector<Input> FindInputs();
+    std::vector<Input> Inputs(WantsContents wantsContents);
 
     /// The last call as it was before the driver wrote to its record.
     [[nodiscard]] std::optional<Data::CallArguments> LastCall() const;
@@ -144,14 +143,8 @@ public:
     /// Gives the driver the vertices in client memory that came with that call, which a draw uses up.
     void DeliverVertices();
 
-    /// Called in front of each action that ToAction stops at, when Targets are those of before it, and right after it.
-    /// Empty for nothing.
-    void SetAroundAction(std::function<void()> before, std::function<void()> after)
-    {
-        m_beforeAction = std::move(before);
-        m_afterAction = std::move(after);
-    }
-    /// The same nearer to the driver: what edits need for the action is set. Not called for one that they leave out.
+    /// Called in front of and after each action that ToAction stops at, nearer to the driver: what edits need for it is
+    /// set. Not called for one that they leave out. Empty for nothing.
     void SetAroundCall(std::function<void()> before, std::function<void()> after)
     {
         m_beforeCall = std::move(before);
@@ -188,7 +181,9 @@ private:
     bool PlayLive(Data::CallId call, Data::ActionKind kind);
     void Other();
     void TakeFrameEnd(const Data::FramePictureRecord& picture);
-    void ReadPicture(const std::string& object, std::optional<unsigned int> framebuffer);
+    void ReadPicture(const std::string& object, unsigned int framebuffer);
+    /// The live name of a framebuffer, 0 for the default one; nothing where there is no such framebuffer.
+    [[nodiscard]] std::optional<unsigned int> LiveFramebuffer(std::uint32_t captured) const;
     void CompareAnswers(const Data::CallArguments& recorded, const Data::CallArguments& live);
     void CheckWatched(Data::CallId call, const Data::CallArguments& arguments);
     [[nodiscard]] bool MayChangeWatched(const Data::CallArguments& arguments);
@@ -223,7 +218,6 @@ private:
     std::vector<PlayedAction> m_failed;
     std::vector<PlayedAction> m_failedOfFrame;
     std::function<void()> m_beforeAction;
-    std::function<void()> m_afterAction;
     std::function<void()> m_beforeCall;
     std::function<void()> m_afterCall;
     /// The record of a call as it was before the driver wrote to it.

@@ -44,16 +44,10 @@ std::vector<Target> Replayer::Targets()
     return call ? ReadTargets(*call, m_model, m_replay->Names()) : std::vector<Target>{};
 }
 
-std::vector<Input> Replayer::Inputs()
+std::vector<Input> Replayer::Inputs(WantsContents wantsContents)
 {
     const auto call = LastCall();
-    return call ? ReadInputs(*call, m_model, m_replay->Names()) : std::vector<Input>{};
-}
-
-std::vector<Input> Replayer::FindInputs()
-{
-    const auto call = LastCall();
-    return call ? Probe::FindInputs(*call, m_model, m_replay->Names()) : std::vector<Input>{};
+    return call ? ReadInputs(*call, m_model, m_replay->Names(), wantsContents) : std::vector<Input>{};
 }
 
 std::string Replayer::DrawFramebuffer()

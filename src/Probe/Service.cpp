@@ -177,7 +177,7 @@ Reply Service::Reference(std::size_t index) const
 Reply Service::Inputs()
 {
     Json inputs = Json::array();
-    for (const Input& input : m_replayer.Inputs())
+    for (const Input& input : m_replayer.Inputs(WantsContents::Yes))
         inputs.push_back(ToJson(input));
     const bool hasPrograms = m_replayer.HasContext();
     return {{{"inputs", std::move(inputs)},

@@ -95,9 +95,7 @@ Reply ActionSteps::Next(Replayer& replayer)
     const auto place = [&replayer] { return std::pair(replayer.Frames(), replayer.Call()); };
     if (m_at != place())
         Forget();
-    replayer.SetAroundAction([&] { LookBefore(replayer); }, {});
-    const Replayer::Stop stop = replayer.ToAction();
-    replayer.SetAroundAction({}, {});
+    const Replayer::Stop stop = replayer.ToAction([&] { LookBefore(replayer); });
     m_at = place();
     if (stop != Replayer::Stop::Action) {
         Forget();

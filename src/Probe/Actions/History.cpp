@@ -147,8 +147,7 @@ std::vector<PixelWrite> PixelHistory(Replayer& replayer, const PixelPlace& place
         if (replayer.HasContext() && (!isOfWindow || replayer.DrawFramebuffer() == place.object))
             before = PixelsIn(replayer.Targets(), place);
     };
-    replayer.SetAroundAction(look, {});
-    while (replayer.ToAction() == Replayer::Stop::Action && replayer.Action().call <= last) {
+    while (replayer.ToAction(look) == Replayer::Stop::Action && replayer.Action().call <= last) {
         if (before.empty())
             continue;
         const PlayedAction& action = replayer.Action();
@@ -157,7 +156,6 @@ std::vector<PixelWrite> PixelHistory(Replayer& replayer, const PixelPlace& place
                            PixelsIn(replayer.Targets(), place)});
         before = {};
     }
-    replayer.SetAroundAction({}, {});
 
     const std::set<std::string> images = ImagesAt(actions, place);
     std::vector<PixelWrite> writes;

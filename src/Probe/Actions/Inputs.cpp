@@ -31,7 +31,7 @@ std::uint64_t HashTexture(GLuint texture, GLenum target)
 class InputReader {
 public:
     InputReader(const Data::CallArguments& action, Data::StateModel& model, const Playback::GLResourceTable& names,
-                bool wantsContents)
+                WantsContents wantsContents)
         : m_action(action), m_model(model), m_names(names), m_wantsContents(wantsContents)
     {
         for (const auto& [key, owner] : model.Context().group->objects.owners)
@@ -122,7 +122,7 @@ private:
         if (owner == 0 || name == 0)
             return;
         m_inputs.push_back({Input::Kind::Texture, name, std::move(use)});
-        if (m_wantsContents)
+        if (m_wantsContents == WantsContents::Yes)
             ReadInput(m_inputs.back(), m_names);
     }
 
@@ -144,14 +144,14 @@ private:
         const auto captured = m_buffers.find(live);
         if (live == 0 || captured == m_buffers.end())
             return;
-        const std::uint64_t hash = m_wantsContents ? ReadBuffer(live).Hash() : 0;
+        const std::uint64_t hash = m_wantsContents == WantsContents::Yes ? ReadBuffer(live).Hash() : 0;
         m_inputs.push_back({Input::Kind::Buffer, captured->second, std::move(use), {}, hash});
     }
 
     const Data::CallArguments& m_action;
     Data::StateModel& m_model;
     const Playback::GLResourceTable& m_names;
-    bool m_wantsContents;
+    WantsContents m_wantsContents;
     /// Captured names by live ones.
     std::map<GLuint, std::uint32_t> m_buffers;
     std::map<GLuint, std::uint32_t> m_programs;
@@ -163,15 +163,9 @@ private:
 } // namespace
 
 std::vector<Input> ReadInputs(const Data::CallArguments& action, Data::StateModel& model,
-                              const Playback::GLResourceTable& names)
+                              const Playback::GLResourceTable& names, WantsContents wantsContents)
 {
-    return InputReader(action, model, names, true).Read();
-}
-
-std::vector<Input> FindInputs(const Data::CallArguments& action, Data::StateModel& model,
-                              const Playback::GLResourceTable& names)
-{
-    return InputReader(action, model, names, false).Read();
+    return InputReader(action, model, names, wantsContents).Read();
 }
 
 bool ReadInput(Input& input, const Playback::GLResourceTable& names)

@@ -25,14 +25,13 @@ struct Input {
     std::uint64_t hash = 0;
 };
 
+/// Whether what textures and buffers hold is read, which takes long.
+enum class WantsContents : bool { No, Yes };
+
 /// The inputs of an action of the current context: what the program in use reads, or where a blit or a copy comes from.
 /// All GL state is put back; pending errors are lost. Buffers and textures need OpenGL ES 3.1.
 std::vector<Input> ReadInputs(const Data::CallArguments& action, Data::StateModel& model,
-                              const Playback::GLResourceTable& names);
-
-/// The same without what textures and buffers hold, which takes long to read.
-std::vector<Input> FindInputs(const Data::CallArguments& action, Data::StateModel& model,
-                              const Playback::GLResourceTable& names);
+                              const Playback::GLResourceTable& names, WantsContents wantsContents);
 
 /// The same for one of them; for a uniform `name` counts too. False when the object is not there.
 bool ReadInput(Input& input, const Playback::GLResourceTable& names);

@@ -362,15 +362,12 @@ Overlay OverlayOf(Replayer& replayer, std::string_view kind)
 Overlay Overdraw(Replayer& replayer, std::uint32_t last)
 {
     PassCounter counter(replayer);
-    replayer.SetAroundAction(
-        [&] {
-            if (replayer.Call() <= last)
-                counter.Count();
-        },
-        {});
-    while (replayer.ToAction() == Replayer::Stop::Action && replayer.Action().call < last)
+    const auto count = [&] {
+        if (replayer.Call() <= last)
+            counter.Count();
+    };
+    while (replayer.ToAction(count) == Replayer::Stop::Action && replayer.Action().call < last)
         continue;
-    replayer.SetAroundAction({}, {});
     return counter.Result();
 }
 
