@@ -1,26 +1,15 @@
 #include "Probe/Actions/History.h"
 
 #include <algorithm>
-#include <cstring>
 #include <set>
 #include <utility>
 
+#include "Probe/Contents/Numbers.h"
 #include "Probe/LiveGL.h"
 
 namespace Probe {
 
 namespace {
-
-template <class T> std::vector<double> Components(const std::uint8_t* at, std::size_t count, double most)
-{
-    std::vector<double> values;
-    for (std::size_t i = 0; i < count; ++i) {
-        T value;
-        std::memcpy(&value, at + i * sizeof value, sizeof value);
-        values.push_back(static_cast<double>(value) / most);
-    }
-    return values;
-}
 
 /// A pixel of one of the images that an action could write to.
 struct SeenPixel {
@@ -79,31 +68,13 @@ std::vector<double> PixelOf(const Contents& contents, std::uint32_t x, std::uint
 {
     if (x >= contents.width || y >= contents.height)
         return {};
+    const PixelKind& kind = *FindKind(contents.components);
+    const auto [bytes, one, load] = DescribeNumber(kind.type);
     const std::size_t pixel = std::size_t{y} * contents.width + x;
-    const std::size_t bytes = contents.data.size() / (std::size_t{contents.width} * contents.height);
-    const std::uint8_t* const at = contents.data.data() + pixel * bytes;
-    const std::string& kind = contents.components;
-    constexpr double Most8 = 255;
-    constexpr double MostSigned8 = 127;
-    constexpr double Most16 = 65535;
-    constexpr double Most32 = 4294967295.0;
-    if (kind == "unorm8")
-        return Components<std::uint8_t>(at, 4, Most8);
-    if (kind == "snorm8")
-        return Components<std::int8_t>(at, 4, MostSigned8);
-    if (kind == "float")
-        return Components<float>(at, 4, 1);
-    if (kind == "int")
-        return Components<std::int32_t>(at, 4, 1);
-    if (kind == "uint")
-        return Components<std::uint32_t>(at, 4, 1);
-    if (kind == "depth16")
-        return Components<std::uint16_t>(at, 1, Most16);
-    if (kind == "depth32")
-        return Components<std::uint32_t>(at, 1, Most32);
-    if (kind == "depthfloat")
-        return Components<float>(at, 1, 1);
-    return Components<std::uint8_t>(at, 1, 1);
+    std::vector<double> numbers;
+    for (std::size_t i = 0; i < kind.numbers; ++i)
+        numbers.push_back(load(&contents.data[(pixel * kind.numbers + i) * bytes]) / (kind.isNormalized ? one : 1));
+    return numbers;
 }
 
 namespace {

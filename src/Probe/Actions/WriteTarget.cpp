@@ -1,6 +1,5 @@
 // Putting contents back to where an action wrote them.
 #include <cstring>
-#include <optional>
 
 #include "Playback/Meta/RestorePixels.h"
 #include "Probe/Actions/Targets.h"
@@ -11,31 +10,6 @@ namespace Probe {
 namespace {
 
 using Playback::DefaultBuffer;
-
-struct Transfer {
-    GLenum format;
-    GLenum type;
-};
-
-std::optional<Transfer> TransferOf(const std::string& components)
-{
-    struct Named {
-        const char* components;
-        Transfer transfer;
-    };
-    constexpr Named All[] = {{"unorm8", {GL_RGBA, GL_UNSIGNED_BYTE}},
-                             {"float", {GL_RGBA, GL_FLOAT}},
-                             {"int", {GL_RGBA_INTEGER, GL_INT}},
-                             {"uint", {GL_RGBA_INTEGER, GL_UNSIGNED_INT}},
-                             {"depth16", {GL_DEPTH_COMPONENT, GL_UNSIGNED_SHORT}},
-                             {"depth32", {GL_DEPTH_COMPONENT, GL_UNSIGNED_INT}},
-                             {"depthfloat", {GL_DEPTH_COMPONENT, GL_FLOAT}},
-                             {"stencil8", {GL_STENCIL_INDEX, GL_UNSIGNED_BYTE}}};
-    for (const Named& named : All)
-        if (components == named.components)
-            return named.transfer;
-    return std::nullopt;
-}
 
 /// Blits want the same format on both sides: depth or stencil of a buffer that has both goes with the other one, which
 /// is not written.
@@ -56,15 +30,16 @@ std::vector<std::uint8_t> WithOther(const Contents& contents)
 /// To a buffer of the framebuffer that is bound for drawing.
 void Write(DefaultBuffer buffer, const Contents& contents)
 {
-    const std::optional<Transfer> transfer = TransferOf(contents.components);
-    if (!transfer)
+    const PixelKind* const kind = FindKind(contents.components);
+    // Signed bytes cannot be brought to a framebuffer.
+    if (!kind || kind->type == GL_BYTE)
         return;
     const auto scissor = Core::DisableScoped(GL(), GL_SCISSOR_TEST);
     const Core::PackedRows rows(GL(), Core::PixelTransfer::Upload, Core::GetVersion(GL()));
     Playback::CapturedPixels pixels = {contents.width,
                                        contents.height,
-                                       transfer->format,
-                                       transfer->type,
+                                       kind->format,
+                                       kind->type,
                                        static_cast<std::uint32_t>(contents.data.size()),
                                        contents.data.data()};
     std::vector<std::uint8_t> packed;

@@ -1,11 +1,11 @@
 #include "Probe/Vertices/DrawIndices.h"
 
 #include <algorithm>
-#include <cstring>
 #include <optional>
 #include <span>
 #include <string_view>
 
+#include "Probe/Contents/Numbers.h"
 #include "Probe/Contents/ObjectContents.h"
 #include "Probe/LiveGL.h"
 
@@ -17,44 +17,29 @@ namespace {
 struct IndexMemory {
     std::vector<std::uint8_t> bytes = {};
     std::uint64_t offset = 0;
-    std::size_t indexBytes = 0;
+    NumberType index = {};
 
     /// -1 outside of it.
     [[nodiscard]] std::int64_t At(std::uint32_t vertex) const
     {
-        const std::uint64_t place = offset + std::uint64_t{vertex} * indexBytes;
-        if (indexBytes == 0 || place > bytes.size() || indexBytes > bytes.size() - place)
+        const std::uint64_t place = offset + std::uint64_t{vertex} * index.bytes;
+        if (index.bytes == 0 || place > bytes.size() || index.bytes > bytes.size() - place)
             return -1;
-        const std::uint8_t* const at = bytes.data() + place;
-        std::uint16_t half = 0;
-        std::uint32_t whole = 0;
-        switch (indexBytes) {
-        case sizeof(std::uint8_t):
-            return *at;
-        case sizeof half:
-            std::memcpy(&half, at, sizeof half);
-            return half;
-        default:
-            std::memcpy(&whole, at, sizeof whole);
-            return whole;
-        }
+        return static_cast<std::int64_t>(index.load(bytes.data() + place));
     }
 };
 
 IndexMemory ReadIndexMemory(const Data::CallArguments& draw, GLenum type)
 {
     IndexMemory memory;
-    memory.indexBytes = type == GL_UNSIGNED_BYTE ? 1 : type == GL_UNSIGNED_SHORT ? 2 : type == GL_UNSIGNED_INT ? 4 : 0;
-    const auto parameters = Data::ParametersOf(draw.Call());
-    for (std::size_t i = 0; i < parameters.size(); ++i) {
-        if (std::string_view(parameters[i].name) != "indices")
-            continue;
-        const std::span<const std::uint8_t> contents = draw.Contents(i);
-        memory.bytes.assign(contents.begin(), contents.end());
-        if (const GLint buffer = Core::GetInteger(GL(), GL_ELEMENT_ARRAY_BUFFER_BINDING); buffer != 0) {
-            memory.bytes = ReadBuffer(static_cast<GLuint>(buffer)).data;
-            memory.offset = static_cast<std::uint64_t>(draw.Number(i));
-        }
+    if (type == GL_UNSIGNED_BYTE || type == GL_UNSIGNED_SHORT || type == GL_UNSIGNED_INT)
+        memory.index = DescribeNumber(type);
+    const std::size_t indices = IndicesOf(draw);
+    const std::span<const std::uint8_t> contents = draw.Contents(indices);
+    memory.bytes.assign(contents.begin(), contents.end());
+    if (const GLint buffer = Core::GetInteger(GL(), GL_ELEMENT_ARRAY_BUFFER_BINDING); buffer != 0) {
+        memory.bytes = ReadBuffer(static_cast<GLuint>(buffer)).data;
+        memory.offset = static_cast<std::uint64_t>(draw.Number(indices));
     }
     return memory;
 }
@@ -76,6 +61,14 @@ template <class Visit> void ForEachRun(const std::vector<std::int64_t>& indices,
 
 } // namespace
 
+std::size_t IndicesOf(const Data::CallArguments& draw)
+{
+    const auto parameters = Data::ParametersOf(draw.Call());
+    const auto indices = std::ranges::find(parameters, std::string_view("indices"),
+                                           [](const auto& one) { return std::string_view(one.name); });
+    return static_cast<std::size_t>(indices - parameters.begin());
+}
+
 DrawIndices ReadDrawIndices(const Data::CallArguments& draw, std::uint32_t first, std::uint32_t most)
 {
     const std::optional<std::int32_t> count = draw.Find("count");
@@ -92,7 +85,7 @@ DrawIndices ReadDrawIndices(const Data::CallArguments& draw, std::uint32_t first
     }
     const IndexMemory memory = ReadIndexMemory(draw, static_cast<GLenum>(*type));
     const bool isRestarting = GL().glIsEnabled(GL_PRIMITIVE_RESTART_FIXED_INDEX) != 0;
-    const std::int64_t restart = (std::int64_t{1} << 8 * memory.indexBytes) - 1;
+    const std::int64_t restart = (std::int64_t{1} << 8 * memory.index.bytes) - 1;
     const std::int64_t base = draw.Find("basevertex").value_or(0);
     for (std::uint32_t i = first; i < end; ++i) {
         const std::int64_t index = memory.At(i);

@@ -20,6 +20,9 @@ struct DrawIndices {
     std::string problem = {};
 };
 
+/// The number of the parameter with the indices of a draw that has a "type" of them.
+[[nodiscard]] std::size_t IndicesOf(const Data::CallArguments& draw);
+
 /// Up to `most` from vertex `first` on. `draw` has just been replayed, or is the next call. Multiple and indirect draws
 /// have none.
 DrawIndices ReadDrawIndices(const Data::CallArguments& draw, std::uint32_t first, std::uint32_t most);

@@ -6,9 +6,11 @@
 #include <utility>
 #include <vector>
 
+#include "Probe/Contents/Numbers.h"
 #include "Probe/Edits/Undo.h"
 #include "Probe/LiveGL.h"
 #include "Probe/Programs/ProgramVariant.h"
+#include "Probe/Vertices/DrawIndices.h"
 
 namespace Probe {
 
@@ -199,8 +201,7 @@ private:
             return;
         }
         const auto indexType = static_cast<GLenum>(*type);
-        const std::size_t indexBytes = indexType == GL_UNSIGNED_INT ? 4 : indexType == GL_UNSIGNED_SHORT ? 2 : 1;
-        const std::uint8_t* const indices = Indices() + m_range.first * indexBytes;
+        const std::uint8_t* const indices = Indices() + m_range.first * DescribeNumber(indexType).bytes;
         if (const std::int32_t base = m_draw.Find("basevertex").value_or(0); base != 0)
             GL().glDrawElementsInstancedBaseVertex(GL_POINTS, count, indexType, indices, instances, base);
         else
@@ -210,10 +211,7 @@ private:
     /// What the draw gives as its indices: a place in its buffer, or memory.
     [[nodiscard]] const std::uint8_t* Indices() const
     {
-        const auto parameters = Data::ParametersOf(m_draw.Call());
-        const auto indices = std::ranges::find(parameters, std::string_view("indices"),
-                                               [](const auto& one) { return std::string_view(one.name); });
-        const auto place = static_cast<std::size_t>(indices - parameters.begin());
+        const std::size_t place = IndicesOf(m_draw);
         if (Core::GetInteger(GL(), GL_ELEMENT_ARRAY_BUFFER_BINDING) == 0)
             return m_draw.Contents(place).data();
         return reinterpret_cast<const std::uint8_t*>(static_cast<std::uintptr_t>(m_draw.Number(place)));

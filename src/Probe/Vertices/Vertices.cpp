@@ -1,8 +1,8 @@
 #include "Probe/Vertices/Vertices.h"
 
-#include <cstring>
 #include <map>
 
+#include "Probe/Contents/Numbers.h"
 #include "Probe/Contents/ObjectContents.h"
 #include "Probe/LiveGL.h"
 #include "Probe/Vertices/DrawIndices.h"
@@ -17,77 +17,6 @@ GLint Attribute(GLuint index, GLenum name)
     GLint value = 0;
     GL().glGetVertexAttribiv(index, name, &value);
     return value;
-}
-
-std::size_t ComponentBytes(GLenum type)
-{
-    switch (type) {
-    case GL_BYTE:
-    case GL_UNSIGNED_BYTE:
-        return 1;
-    case GL_SHORT:
-    case GL_UNSIGNED_SHORT:
-    case GL_HALF_FLOAT:
-        return 2;
-    case GL_FLOAT:
-    case GL_FIXED:
-    case GL_INT:
-    case GL_UNSIGNED_INT:
-        return 4;
-    default:
-        return 0;
-    }
-}
-
-double HalfFloat(std::uint16_t bits)
-{
-    const std::uint32_t exponent = bits >> 10 & 31;
-    const std::uint32_t fraction = bits & 1023;
-    std::uint32_t whole = (bits & 0x8000U) << 16;
-    if (exponent == 31) {
-        whole |= 0x7F800000U | fraction << 13;
-    } else if (exponent != 0) {
-        whole |= (exponent + 112) << 23 | fraction << 13;
-    } else {
-        // Multiples of 2 to the power of -24.
-        const double value = static_cast<double>(fraction) / 16777216;
-        return whole != 0 ? -value : value;
-    }
-    float value = 0;
-    std::memcpy(&value, &whole, sizeof value);
-    return static_cast<double>(value);
-}
-
-template <class T> double Load(const std::uint8_t* at)
-{
-    T value;
-    std::memcpy(&value, at, sizeof value);
-    return static_cast<double>(value);
-}
-
-double Component(const VertexArray& array, const std::uint8_t* at)
-{
-    const auto scaled = [&](double value, double most) { return array.isNormalized ? value / most : value; };
-    switch (array.type) {
-    case GL_BYTE:
-        return scaled(Load<std::int8_t>(at), 127);
-    case GL_UNSIGNED_BYTE:
-        return scaled(Load<std::uint8_t>(at), 255);
-    case GL_SHORT:
-        return scaled(Load<std::int16_t>(at), 32767);
-    case GL_UNSIGNED_SHORT:
-        return scaled(Load<std::uint16_t>(at), 65535);
-    case GL_INT:
-        return scaled(Load<std::int32_t>(at), 2147483647);
-    case GL_UNSIGNED_INT:
-        return scaled(Load<std::uint32_t>(at), 4294967295.0);
-    case GL_FIXED:
-        return Load<std::int32_t>(at) / 65536;
-    case GL_HALF_FLOAT:
-        return HalfFloat(static_cast<std::uint16_t>(Load<std::uint16_t>(at)));
-    default:
-        return Load<float>(at);
-    }
 }
 
 /// Memory that a draw reads: a buffer, or that of the program, which ends where the draw does.
@@ -140,7 +69,7 @@ private:
             array.stride = Attribute(index, GL_VERTEX_ATTRIB_ARRAY_STRIDE);
             array.divisor = Attribute(index, GL_VERTEX_ATTRIB_ARRAY_DIVISOR);
             if (array.stride == 0)
-                array.stride = array.size * static_cast<int>(ComponentBytes(array.type));
+                array.stride = array.size * static_cast<int>(DescribeNumber(array.type).bytes);
             void* pointer = nullptr;
             GL().glGetVertexAttribPointerv(index, GL_VERTEX_ATTRIB_ARRAY_POINTER, &pointer);
             const auto buffer = static_cast<GLuint>(Attribute(index, GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING));
@@ -179,14 +108,15 @@ private:
         VertexTable::Row row = {index};
         for (std::size_t i = 0; i < m_table.arrays.size(); ++i) {
             const VertexArray& array = m_table.arrays[i];
-            const std::size_t bytes = ComponentBytes(array.type);
+            const NumberType type = DescribeNumber(array.type);
             std::vector<double> values;
-            if (index >= 0 && bytes != 0) {
+            if (index >= 0 && type.bytes != 0) {
                 const std::uint64_t vertex = array.divisor != 0 ? 0 : static_cast<std::uint64_t>(index);
                 const std::uint64_t place = array.offset + vertex * static_cast<std::uint64_t>(array.stride);
-                const std::uint8_t* const at = m_memory[i].At(place, bytes * static_cast<std::size_t>(array.size));
+                const std::uint8_t* const at = m_memory[i].At(place, type.bytes * static_cast<std::size_t>(array.size));
+                const double one = array.isNormalized ? type.one : 1;
                 for (int k = 0; at && k < array.size; ++k)
-                    values.push_back(Component(array, at + static_cast<std::size_t>(k) * bytes));
+                    values.push_back(type.load(at + static_cast<std::size_t>(k) * type.bytes) / one);
             }
             row.values.push_back(std::move(values));
         }
