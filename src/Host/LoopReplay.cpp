@@ -9,7 +9,7 @@ namespace Host {
 namespace {
 
 /// The replay at hand between two frames.
-class PausedReplay : public Trim::LiveCalls {
+class PausedReplay : public Replay::LiveCalls {
 public:
     PausedReplay(Data::CaptureFile& capture, Engine& engine)
         : m_processor(*capture.GetFrameProcessor()), m_engine(engine)

@@ -8,39 +8,31 @@
 #include "Data/Records/CallDecoder.h"
 #include "Data/Records/MetaDecoder.h"
 #include "Replay/Driver/DriverState.h"
+#include "Replay/LiveCalls.h"
 
 namespace Playback {
 class EGLPlaybackAdapter;
 class EGLProxySurfaceFactory;
 class GLPlaybackAdapter;
-class GLResourceTable;
 } // namespace Playback
 
 namespace Replay {
 
 /// Replays records on the live driver, off screen, call by call, for those who ask the driver what came of them. One at
 /// a time in a process, since the live tables are the process's.
-class LiveReplay {
+class LiveReplay : public LiveCalls {
 public:
     /// `driver` is the folder of the driver's libraries; empty for the system's. Null, with a reason, without a driver.
     static std::unique_ptr<LiveReplay> Create(const std::string& driver, Data::Diagnostics& diagnostics,
                                               std::string& error);
-    ~LiveReplay();
+    ~LiveReplay() override;
     LiveReplay(const LiveReplay&) = delete;
     LiveReplay& operator=(const LiveReplay&) = delete;
 
-    void SetThread(std::uint32_t thread);
-    /// Replays a call; its record may be changed. False when nothing came of it: it was refused, or raised an error.
-    bool Call(Data::CallId call, std::uint8_t* record);
+    void SetThread(std::uint32_t thread) override;
+    bool Call(Data::CallId call, std::uint8_t* record) override;
     /// Replays a record that is no call and not about threads, frames and blocks.
     void Other(const Data::RecordCursor& record) { m_meta.Decode(record); }
-    /// What eglMakeCurrent takes. Captured identifiers.
-    struct Current {
-        std::uint32_t display = 0;
-        std::uint32_t draw = 0;
-        std::uint32_t read = 0;
-        std::uint32_t context = 0;
-    };
     /// Tells `model` of each call that is replayed. Not owned.
     void SetStateModel(Data::StateModel* model) { m_calls.SetStateModel(model); }
     /// The chunk of the records so far goes away.
@@ -48,10 +40,8 @@ public:
     /// Makes something current on a captured thread.
     void MakeCurrent(std::uint32_t thread, const Current& current);
 
-    /// Restores contents of the default framebuffer, as a replay of the capture does.
-    [[nodiscard]] Data::MetaHandler& Restorer() { return *m_metaHandler; }
-    /// Translates captured names for the current thread's context.
-    [[nodiscard]] const Playback::GLResourceTable& Names() const { return *m_resourceTable; }
+    [[nodiscard]] Data::MetaHandler& Restorer() override { return *m_metaHandler; }
+    [[nodiscard]] const Playback::GLResourceTable& Names() const override { return *m_resourceTable; }
 
 private:
     explicit LiveReplay(Data::Diagnostics& diagnostics);

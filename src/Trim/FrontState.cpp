@@ -16,29 +16,10 @@ namespace {
 
 using Data::RecordId;
 
-/// The replay that contents are read from.
-class FrontReplay : public LiveCalls {
-public:
-    explicit FrontReplay(Replay::LiveReplay& replay) : m_replay(replay) {}
-
-    void SetThread(std::uint32_t thread) override { m_replay.SetThread(thread); }
-    bool Call(Data::CallId call, std::uint8_t* record) override { return m_replay.Call(call, record); }
-    [[nodiscard]] Data::MetaHandler& Restorer() override { return m_replay.Restorer(); }
-    [[nodiscard]] const Playback::GLResourceTable& Names() const override { return m_replay.Names(); }
-
-private:
-    Replay::LiveReplay& m_replay;
-};
-
 OutputCall MakeCurrentCall(const Current& current)
 {
     return MakeCall(Data::CallId::eglMakeCurrent, {current.display, current.draw, current.read, current.context},
                     EGL_TRUE);
-}
-
-Replay::LiveReplay::Current LiveCurrent(const Current& current)
-{
-    return {current.display, current.draw, current.read, current.context};
 }
 
 } // namespace
@@ -103,7 +84,7 @@ std::string FrontState::ReadContents(Replay::LiveReplay& replay, Live live)
     std::set<const Data::StateGroup*> groups;
     for (const auto& [surface, last] : m_tracker.Surfaces()) {
         const auto& [thread, current] = last;
-        replay.MakeCurrent(thread, LiveCurrent(current));
+        replay.MakeCurrent(thread, current);
         const Data::StateContext* const context = m_tracker.Model().AllContexts().Find(current.context);
         Contents& contents = m_contents[surface];
         if (!context)
@@ -117,15 +98,14 @@ std::string FrontState::ReadContents(Replay::LiveReplay& replay, Live live)
             trouble = trouble.empty() ? one : trouble;
             continue;
         }
-        FrontReplay calls(replay);
         if (hasObjects)
             contents.objects = ReadObjectContents(
-                m_tracker, *context, [this](Owner owner) { return IsWanted(owner); }, calls, Trial::Thorough);
+                m_tracker, *context, [this](Owner owner) { return IsWanted(owner); }, replay, Trial::Thorough);
         if (hasSurface)
             contents.surface = ReadDefaultContents(replay.Restorer(), m_missing);
     }
     for (const auto& [thread, current] : m_tracker.Threads())
-        replay.MakeCurrent(thread, LiveCurrent(current));
+        replay.MakeCurrent(thread, current);
     replay.SetThread(m_tracker.Thread());
     return trouble;
 }
@@ -136,9 +116,8 @@ std::string FrontState::KeepContents(Contents& contents, const Data::StateContex
     const KeptState kept;
     if (hasObjects) {
         const WholeArea whole;
-        FrontReplay calls(replay);
         contents.objects = ReadObjectContents(
-            m_tracker, context, [this](Owner owner) { return IsWanted(owner); }, calls, Trial::Gentle);
+            m_tracker, context, [this](Owner owner) { return IsWanted(owner); }, replay, Trial::Gentle);
         // The replay follows which buffers are bound; the driver's own are put back in any case.
         OutputCall bind = MakeCall(
             Data::CallId::glBindBuffer,
@@ -172,7 +151,7 @@ void FrontState::Select(bool isConditional)
 void FrontState::TrackOnly(Data::CallId call, const Data::RecordView& record, Replay::LiveReplay& replay)
 {
     if (const auto current = m_tracker.Threads().find(m_tracker.Thread()); current != m_tracker.Threads().end()) {
-        replay.MakeCurrent(current->first, LiveCurrent(current->second));
+        replay.MakeCurrent(current->first, current->second);
         if (m_tracker.Model().HasContext())
             if (std::optional<ProgramReads> reads = FindProgramReads())
                 m_tracker.SetProgramReads(std::move(*reads));

@@ -13,7 +13,7 @@ namespace {
 
 using Data::CallId;
 
-void Play(LiveCalls& live, OutputCall call)
+void Play(Replay::LiveCalls& live, OutputCall call)
 {
     live.Call(call.id, call.record.data());
 }
@@ -100,7 +100,8 @@ void LoopStart::AddDelete(std::uint32_t context, ObjectKind kind, std::uint32_t 
     }
 }
 
-void LoopStart::MakeCurrent(LiveCalls& live, std::map<std::uint32_t, Current>& threads, const Place& place) const
+void LoopStart::MakeCurrent(Replay::LiveCalls& live, std::map<std::uint32_t, Current>& threads,
+                            const Place& place) const
 {
     const auto& [thread, current] = place;
     live.SetThread(thread);
@@ -111,7 +112,7 @@ void LoopStart::MakeCurrent(LiveCalls& live, std::map<std::uint32_t, Current>& t
          MakeCall(CallId::eglMakeCurrent, {current.display, current.draw, current.read, current.context}, EGL_TRUE));
 }
 
-void LoopStart::MakeAllCurrent(LiveCalls& live, std::map<std::uint32_t, Current>& threads) const
+void LoopStart::MakeAllCurrent(Replay::LiveCalls& live, std::map<std::uint32_t, Current>& threads) const
 {
     // Threads that have come up since then have nothing.
     std::map<std::uint32_t, Current> wanted = m_threads;
@@ -133,7 +134,7 @@ std::set<Owner> LoopStart::WantedContents() const
     return wanted;
 }
 
-bool LoopStart::ReadContents(LiveCalls& live)
+bool LoopStart::ReadContents(Replay::LiveCalls& live)
 {
     std::map<std::uint32_t, Current> threads = m_threads;
     const Data::StateSlots& slots = m_tracker.Model().Slots();
@@ -171,7 +172,7 @@ bool LoopStart::ReadContents(LiveCalls& live)
     return isWhole;
 }
 
-bool LoopStart::ReadSurfaces(LiveCalls& live)
+bool LoopStart::ReadSurfaces(Replay::LiveCalls& live)
 {
     std::map<std::uint32_t, Current> threads = m_threads;
     const std::set<Owner> wanted = WantedContents();
@@ -188,7 +189,7 @@ bool LoopStart::ReadSurfaces(LiveCalls& live)
     return missing.empty();
 }
 
-std::string LoopStart::Keep(LiveCalls& live)
+std::string LoopStart::Keep(Replay::LiveCalls& live)
 {
     if (!WantedContents().empty() && !CanReadContents())
         return "the driver does not read contents back";
@@ -201,7 +202,7 @@ std::string LoopStart::Keep(LiveCalls& live)
     return TakeSteps();
 }
 
-void LoopStart::Restore(LiveCalls& live) const
+void LoopStart::Restore(Replay::LiveCalls& live) const
 {
     std::map<std::uint32_t, Current> threads = m_tracker.Threads();
     for (const std::vector<Step>* const steps : {&m_deletes, &m_initialValues, &m_steps}) {

@@ -10,9 +10,9 @@
 
 #include "Data/Capture/CaptureSource.h"
 #include "Data/Records/RecordCursor.h"
+#include "Replay/LiveCalls.h"
 #include "Trim/Loop/RestoreSelection.h"
 #include "Trim/Restore/DefaultContents.h"
-#include "Trim/Restore/LiveCalls.h"
 #include "Trim/Restore/ObjectContents.h"
 #include "Trim/Track/StateTracker.h"
 #include "Util/FrameRange.h"
@@ -31,9 +31,9 @@ public:
 
     /// Reads what contents will be needed, when replay stands before the first of the frames. Leaves the live state as
     /// it is. Empty where that went well, else the reason.
-    [[nodiscard]] std::string Keep(LiveCalls& live);
+    [[nodiscard]] std::string Keep(Replay::LiveCalls& live);
     /// After the last frame, and after Keep. Leaves the last thread that acted before the frames the current one.
-    void Restore(LiveCalls& live) const;
+    void Restore(Replay::LiveCalls& live) const;
 
 private:
     /// Where a record comes from.
@@ -79,14 +79,14 @@ private:
 
     [[nodiscard]] std::set<Owner> WantedContents() const;
     /// False when some cannot be read: their slots are then in m_unreadable.
-    bool ReadContents(LiveCalls& live);
-    bool ReadSurfaces(LiveCalls& live);
+    bool ReadContents(Replay::LiveCalls& live);
+    bool ReadSurfaces(Replay::LiveCalls& live);
     /// The context that state belongs to; 0 for none.
     [[nodiscard]] std::uint32_t ContextOf(Owner owner) const;
     /// The thread that had the context, and with what.
     [[nodiscard]] const Place* PlaceOf(std::uint32_t context) const;
-    void MakeCurrent(LiveCalls& live, std::map<std::uint32_t, Current>& threads, const Place& place) const;
-    void MakeAllCurrent(LiveCalls& live, std::map<std::uint32_t, Current>& threads) const;
+    void MakeCurrent(Replay::LiveCalls& live, std::map<std::uint32_t, Current>& threads, const Place& place) const;
+    void MakeAllCurrent(Replay::LiveCalls& live, std::map<std::uint32_t, Current>& threads) const;
 
     std::string m_file;
     Util::FrameRange m_frames;

@@ -26,7 +26,8 @@ std::span<const std::uint8_t> BytesOf(const std::uint32_t& name)
 /// Reads objects and tries what restores them.
 class ObjectReader {
 public:
-    ObjectReader(StateTracker& tracker, LiveCalls& live, Trial trial) : m_tracker(tracker), m_live(live), m_trial(trial)
+    ObjectReader(StateTracker& tracker, Replay::LiveCalls& live, Trial trial)
+        : m_tracker(tracker), m_live(live), m_trial(trial)
     {
     }
 
@@ -53,7 +54,7 @@ private:
     template <class MakeCalls> bool ReadImage(const LiveImage& live, MakeCalls makeCalls, Calls& calls);
 
     StateTracker& m_tracker;
-    LiveCalls& m_live;
+    Replay::LiveCalls& m_live;
     Trial m_trial;
     ObjectContents m_contents;
 };
@@ -201,7 +202,7 @@ void ObjectReader::ReadBuffer(Owner owner, const ObjectInfo& object)
 } // namespace
 
 ObjectContents ReadObjectContents(StateTracker& tracker, const Data::StateContext& context,
-                                  const std::function<bool(Owner)>& isWanted, LiveCalls& live, Trial trial)
+                                  const std::function<bool(Owner)>& isWanted, Replay::LiveCalls& live, Trial trial)
 {
     // Without it, drawing is replayed.
     if (!CanReadContents())
@@ -215,7 +216,7 @@ ObjectContents ReadObjectContents(StateTracker& tracker, const Data::StateContex
     return reader.Take();
 }
 
-ObjectContents ReadObject(StateTracker& tracker, Owner owner, const ObjectInfo& info, LiveCalls& live)
+ObjectContents ReadObject(StateTracker& tracker, Owner owner, const ObjectInfo& info, Replay::LiveCalls& live)
 {
     const PackedTransfers transfers;
     ObjectReader reader(tracker, live, Trial::None);

@@ -4,8 +4,8 @@
 #include <functional>
 #include <vector>
 
+#include "Replay/LiveCalls.h"
 #include "Trim/RecordOutput.h"
-#include "Trim/Restore/LiveCalls.h"
 #include "Trim/Track/StateTracker.h"
 
 namespace Trim {
@@ -31,11 +31,11 @@ enum class Trial : std::uint8_t {
 /// what was there are left out: then the calls that drew are kept instead. Leaves the bindings that KeptState puts back
 /// changed.
 ObjectContents ReadObjectContents(StateTracker& tracker, const Data::StateContext& context,
-                                  const std::function<bool(Owner)>& isWanted, LiveCalls& live, Trial trial);
+                                  const std::function<bool(Owner)>& isWanted, Replay::LiveCalls& live, Trial trial);
 
 /// The same of one object that is known as `info`, without a trial: a texture's images are those of `info.drawn`. The
 /// driver can read contents, and nothing restricts transfers.
-ObjectContents ReadObject(StateTracker& tracker, Owner owner, const ObjectInfo& info, LiveCalls& live);
+ObjectContents ReadObject(StateTracker& tracker, Owner owner, const ObjectInfo& info, Replay::LiveCalls& live);
 
 /// Writes the uploads, and puts back the bindings that they change. Uploads are neutral, see NeutralUploads.
 void WriteObjectContents(RecordOutput& output, StateTracker& tracker, const Data::StateContext& context,

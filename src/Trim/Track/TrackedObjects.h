@@ -10,12 +10,14 @@
 #include <vector>
 
 #include "Data/State/StateSlots.h"
+#include "Replay/LiveCalls.h"
 
 namespace Trim {
 
 using Data::Owner;
 using Data::Slot;
 using Data::State;
+using Replay::Current;
 
 /// An image of an object: the target that it is uploaded to, of which a cube map has six, and its level. Both are 0 for
 /// the only image of a renderbuffer or a surface.
@@ -75,15 +77,6 @@ struct ContextInfo {
     std::map<std::uint32_t, Owner> queries;
     /// Matrices that were pushed and not popped yet, by the slot of their stack.
     std::map<Data::Slot, std::uint32_t> matrixDepths;
-};
-
-/// What a captured thread made current. Captured identifiers.
-struct Current {
-    std::uint32_t display = 0;
-    std::uint32_t draw = 0;
-    std::uint32_t read = 0;
-    std::uint32_t context = 0;
-    bool operator==(const Current&) const = default;
 };
 
 } // namespace Trim

@@ -3,13 +3,25 @@
 #include <cstdint>
 
 #include "Data/CallIds.h"
-#include "Playback/Names/GLResourceTable.h"
 
 namespace Data {
 class MetaHandler;
 }
 
-namespace Trim {
+namespace Playback {
+class GLResourceTable;
+}
+
+namespace Replay {
+
+/// What a thread makes current. Captured identifiers.
+struct Current {
+    std::uint32_t display = 0;
+    std::uint32_t draw = 0;
+    std::uint32_t read = 0;
+    std::uint32_t context = 0;
+    bool operator==(const Current&) const = default;
+};
 
 /// A replay that takes further calls between those of the capture.
 class LiveCalls {
@@ -26,4 +38,4 @@ public:
     [[nodiscard]] virtual const Playback::GLResourceTable& Names() const = 0;
 };
 
-} // namespace Trim
+} // namespace Replay
