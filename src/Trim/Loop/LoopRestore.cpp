@@ -3,6 +3,7 @@
 
 #include <EGL/egl.h>
 
+#include "Data/Records/CallTable.h"
 #include "Data/Records/RecordWalk.h"
 #include "Trim/Loop/LoopStart.h"
 #include "Trim/Restore/KeptState.h"
@@ -65,37 +66,16 @@ void LoopStart::FindDeletes()
     }
 }
 
+/// By the call of GL that deletes objects of this kind. Where there is none they are made once, and are not made anew.
 void LoopStart::AddDelete(std::uint32_t context, ObjectKind kind, std::uint32_t name)
 {
-    const std::span<const std::uint8_t> names(reinterpret_cast<const std::uint8_t*>(&name), sizeof name);
-    const auto add = [&](CallId call) { m_deletes.push_back({context, MakeCall(call, {1, names})}); };
-    switch (kind) {
-    case ObjectKind::Texture:
-        return add(CallId::glDeleteTextures);
-    case ObjectKind::Buffer:
-        return add(CallId::glDeleteBuffers);
-    case ObjectKind::Renderbuffer:
-        return add(CallId::glDeleteRenderbuffers);
-    case ObjectKind::Framebuffer:
-        return add(CallId::glDeleteFramebuffers);
-    case ObjectKind::VertexArray:
-        return add(CallId::glDeleteVertexArrays);
-    case ObjectKind::Pipeline:
-        return add(CallId::glDeleteProgramPipelines);
-    case ObjectKind::Sampler:
-        return add(CallId::glDeleteSamplers);
-    case ObjectKind::Query:
-        return add(CallId::glDeleteQueries);
-    case ObjectKind::TransformFeedback:
-        return add(CallId::glDeleteTransformFeedbacks);
-    case ObjectKind::Shader:
-        return m_deletes.push_back({context, MakeCall(CallId::glDeleteShader, {name})});
-    case ObjectKind::Program:
-        return m_deletes.push_back({context, MakeCall(CallId::glDeleteProgram, {name})});
-    case ObjectKind::Sync:
-        return m_deletes.push_back({context, MakeCall(CallId::glDeleteSync, {name})});
-    default:
-        // Others are made once, and are not made anew.
+    for (std::size_t id = 0; id < Data::callCount; ++id) {
+        const auto call = static_cast<CallId>(id);
+        const Data::ObjectEffect& effect = Data::EffectsOf(call).object;
+        if (effect.action != Data::ObjectAction::Delete || effect.kind != kind || Data::IsEGL(call))
+            continue;
+        const std::span<const std::uint8_t> names(reinterpret_cast<const std::uint8_t*>(&name), sizeof name);
+        m_deletes.push_back({context, effect.parameter == 1 ? MakeCall(call, {name}) : MakeCall(call, {1, names})});
         return;
     }
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Data/Records/Actions.h"
 #include "Data/Records/CallTable.h"
 #include "Data/Records/RecordWalk.h"
 #include "Trim/Loop/InitialValues.h"
@@ -38,19 +39,10 @@ bool IsHarmless(CallId call)
 
 bool IsDrawing(CallId call)
 {
-    switch (call) {
-    case CallId::glClear:
-    case CallId::glClearBufferfi:
-    case CallId::glClearBufferfv:
-    case CallId::glClearBufferiv:
-    case CallId::glClearBufferuiv:
-    case CallId::glBlitFramebuffer:
-    case CallId::glDispatchCompute:
-    case CallId::glDispatchComputeIndirect:
-        return true;
-    default:
-        return Data::EffectsOf(call).isDraw;
-    }
+    using Data::ActionKind;
+    const ActionKind kind = Data::ActionOf(call);
+    return kind == ActionKind::Draw || kind == ActionKind::Clear || kind == ActionKind::Blit ||
+           kind == ActionKind::Dispatch;
 }
 
 std::string NameOf(std::uint32_t call)
