@@ -149,9 +149,8 @@ Util::Outcome ActionSearch::FindRecorded(std::uint32_t frame)
     const std::uint32_t framebuffer = found["framebuffer"];
     action.what = "colour";
     action.object = framebuffer == 0 ? "default framebuffer" : "framebuffer " + std::to_string(framebuffer);
-    action.difference.mismatch =
-        "expected " + found["recorded"].get<std::string>() + ", found " + found["drawn"].get<std::string>();
-    action.difference.isOver = true;
+    action.difference = Difference::Mismatch("expected " + found["recorded"].get<std::string>() + ", found " +
+                                             found["drawn"].get<std::string>());
     FindStateDifference(action);
     m_result.action = std::move(action);
     return std::nullopt;
@@ -170,8 +169,7 @@ Util::Outcome ActionSearch::FindByDraw(std::uint32_t frame, std::string& number)
         WrongAction action;
         Describe(answers.found, action);
         if (Judge(answers, action))
-            m_result.actions.push_back(
-                {action.place, action.kind, action.number, action.what, action.object, action.difference});
+            m_result.actions.push_back(action);
     }
     const auto furthest = std::ranges::max_element(m_result.actions, {}, [](const ActionResult& action) {
         return std::pair(!action.difference.mismatch.empty(),
@@ -231,9 +229,8 @@ bool ActionSearch::Judge(const SidePair::Answers& answers, WrongAction& action)
         return isWrong;
     action.what = "images";
     action.object = (expected.size() > found.size() ? expected : found).back()["object"];
-    action.difference.mismatch =
-        "expected " + std::to_string(expected.size()) + " images, found " + std::to_string(found.size());
-    action.difference.isOver = true;
+    action.difference = Difference::Mismatch("expected " + std::to_string(expected.size()) + " images, found " +
+                                             std::to_string(found.size()));
     return true;
 }
 

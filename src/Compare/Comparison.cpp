@@ -14,6 +14,13 @@ const FrameResult* Result::FirstWrong() const
     return wrong != frames.end() ? &*wrong : nullptr;
 }
 
+void Result::AddFrame(FrameResult frame)
+{
+    if (!frame.difference.isOver || FirstWrong())
+        frame.expected = frame.found = {};
+    frames.push_back(std::move(frame));
+}
+
 void Result::AddNote(const std::string& note)
 {
     if (std::ranges::find(notes, note) == notes.end())
@@ -28,6 +35,21 @@ bool Result::IsEqual() const
 std::string CallPlace::Text() const
 {
     return function + ", call " + std::to_string(call) + " of frame " + std::to_string(frame);
+}
+
+std::string ActionResult::Name() const
+{
+    return kind + " " + number + " (" + place.Text() + ")";
+}
+
+std::string ActionResult::Text() const
+{
+    return Name() + ", " + what + " of " + object + ": " + difference.Text();
+}
+
+std::string FrameResult::Text() const
+{
+    return "frame " + std::to_string(frame) + ", " + object + ": " + difference.Text();
 }
 
 std::string InputDifference::Text() const
@@ -91,18 +113,15 @@ void Comparison::CompareFrame(std::uint32_t frame, const SidePair::Answers& answ
             continue;
         FrameResult result = {frame, expected[i]["object"], {}, {}, {}};
         result.difference = m_sides.Measure(i, result.expected, result.found);
-        // Of all frames only the first wrong one is shown.
-        if (!result.difference.isOver || m_result.FirstWrong())
-            result.expected = result.found = {};
-        m_result.frames.push_back(std::move(result));
+        m_result.AddFrame(std::move(result));
     }
-    if (expected.size() != found.size()) {
-        FrameResult result = {frame, "swaps", {}, {}, {}};
-        result.difference.mismatch =
-            "expected " + std::to_string(expected.size()) + " pictures, found " + std::to_string(found.size());
-        result.difference.isOver = true;
-        m_result.frames.push_back(std::move(result));
-    }
+    if (expected.size() != found.size())
+        m_result.AddFrame({frame,
+                           "swaps",
+                           Difference::Mismatch("expected " + std::to_string(expected.size()) + " pictures, found " +
+                                                std::to_string(found.size())),
+                           {},
+                           {}});
 }
 
 void Comparison::CompareWithRecorded(std::uint32_t frame, const Json& answer)
@@ -123,16 +142,13 @@ void Comparison::CompareWithRecorded(std::uint32_t frame, const Json& answer)
         if (hasReference)
             result.difference = m_sides.MeasureReference(i, result.expected, result.found);
         // A picture of bytes may be the same although the hash, of floats, is another one.
-        if (!hasReference || (result.difference.most == 0 && m_request.tolerance.IsExact())) {
-            result.difference.mismatch = "expected hash " + picture["recorded"].get<std::string>() + ", found " +
-                                         picture.value("hash", picture.value("problem", "nothing"));
-            result.difference.isOver = true;
-        }
-        if (!result.difference.isOver || m_result.FirstWrong())
-            result.expected = result.found = {};
-        else if (!result.found.IsWhole())
+        if (!hasReference || (result.difference.most == 0 && m_request.tolerance.IsExact()))
+            result.difference =
+                Difference::Mismatch("expected hash " + picture["recorded"].get<std::string>() + ", found " +
+                                     picture.value("hash", picture.value("problem", "nothing")));
+        if (result.difference.isOver && !m_result.FirstWrong() && !result.found.IsWhole())
             result.found = m_sides.Found(i);
-        m_result.frames.push_back(std::move(result));
+        m_result.AddFrame(std::move(result));
     }
 }
 

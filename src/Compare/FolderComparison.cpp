@@ -45,11 +45,10 @@ FrameResult CompareFiles(const Request& request, const std::string& name, Result
         frame.found = FromPicture(*other);
         frame.difference = Judge(request.tolerance, frame.expected, frame.found, result);
     } else {
-        frame.difference.mismatch =
-            "expected a picture in both folders, found " + std::string(one     ? "only what was expected"
-                                                                       : other ? "only what was found"
-                                                                               : "none that can be read");
-        frame.difference.isOver = true;
+        frame.difference = Difference::Mismatch("expected a picture in both folders, found " +
+                                                std::string(one     ? "only what was expected"
+                                                            : other ? "only what was found"
+                                                                    : "none that can be read"));
     }
     return frame;
 }
@@ -68,12 +67,8 @@ Util::Outcome CompareFolders(const Request& request, Result& result)
     for (const std::string& name : ordered) {
         ++result.framesCompared;
         FrameResult frame = CompareFiles(request, name, result);
-        if (frame.difference.most == 0 && !frame.difference.isOver)
-            continue;
-        // Of all of them only the first wrong one is shown.
-        if (!frame.difference.isOver || result.FirstWrong())
-            frame.expected = frame.found = {};
-        result.frames.push_back(std::move(frame));
+        if (frame.difference.most != 0 || frame.difference.isOver)
+            result.AddFrame(std::move(frame));
     }
     return std::nullopt;
 }

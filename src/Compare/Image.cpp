@@ -91,6 +91,11 @@ bool Image::IsWhole() const
     return kind && data.size() == std::size_t{width} * height * kind->components * kind->componentBytes;
 }
 
+Difference Difference::Mismatch(std::string reason)
+{
+    return {.mismatch = std::move(reason), .isOver = true};
+}
+
 std::string Difference::Text() const
 {
     if (!mismatch.empty())
@@ -182,6 +187,21 @@ Util::Image DifferencePicture(const Image& expected, const Image& found, double 
         rgba[3] = 255;
     }
     return picture;
+}
+
+std::vector<std::pair<std::string, Util::Image>> PicturesOf(const Image& expected, const Image& found,
+                                                            const Tolerance& tolerance)
+{
+    const auto isThere = [](const Image& image) { return image.IsWhole() && !image.data.empty(); };
+    std::vector<std::pair<std::string, Util::Image>> pictures;
+    if (isThere(expected))
+        pictures.emplace_back("expected", ToPicture(expected));
+    if (isThere(found))
+        pictures.emplace_back("found", ToPicture(found));
+    if (pictures.size() == 2 && expected.kind == found.kind && expected.width == found.width &&
+        expected.height == found.height)
+        pictures.emplace_back("difference", DifferencePicture(expected, found, tolerance.steps));
+    return pictures;
 }
 
 } // namespace Compare

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Util/PixelTransfer.h"
@@ -65,6 +66,8 @@ struct Difference {
     /// More than the tolerance allows.
     bool isOver = false;
 
+    /// Of images that cannot be compared, for this reason.
+    [[nodiscard]] static Difference Mismatch(std::string reason);
     /// "124 of 16384 pixels (0.76 %) differ by up to 37 steps of 255, within 32x16 at 8,8".
     [[nodiscard]] std::string Text() const;
 };
@@ -79,5 +82,8 @@ struct Difference {
 /// White where they are further apart than `steps`, grey where they differ less, over a dark picture of what is
 /// expected.
 [[nodiscard]] Util::Image DifferencePicture(const Image& expected, const Image& found, double steps);
+/// All three, by name: "expected", "found" and "difference", as far as there are such images.
+[[nodiscard]] std::vector<std::pair<std::string, Util::Image>> PicturesOf(const Image& expected, const Image& found,
+                                                                          const Tolerance& tolerance);
 
 } // namespace Compare

@@ -11,11 +11,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string Png(const Util::Image& picture)
-{
-    return Util::Base64(Util::EncodePng(picture));
-}
-
 /// Of the wrong action, or of the first wrong frame where no action is known; empty without any.
 Json Pictures(const Result& result, const Tolerance& tolerance)
 {
@@ -24,12 +19,10 @@ Json Pictures(const Result& result, const Tolerance& tolerance)
         return {};
     const Image& expected = result.action ? result.action->expected : frame->expected;
     const Image& found = result.action ? result.action->found : frame->found;
-    if (!expected.IsWhole() || !found.IsWhole() || expected.data.empty())
-        return {};
-    Json pictures = {{"expected", Png(ToPicture(expected))}, {"found", Png(ToPicture(found))}};
-    if (expected.kind == found.kind && expected.data.size() == found.data.size())
-        pictures["difference"] = Png(DifferencePicture(expected, found, tolerance.steps));
-    return pictures;
+    Json pictures;
+    for (const auto& [name, picture] : PicturesOf(expected, found, tolerance))
+        pictures[name] = Util::Base64(Util::EncodePng(picture));
+    return pictures.contains("expected") && pictures.contains("found") ? pictures : Json();
 }
 
 } // namespace

@@ -44,6 +44,8 @@ struct FrameResult {
     /// Of the first frame that is further apart than tolerated.
     Image expected;
     Image found;
+
+    [[nodiscard]] std::string Text() const;
 };
 
 /// Something that a draw reads and that is not the same on both sides.
@@ -84,17 +86,26 @@ struct AnswerDifference {
     std::string found;
 };
 
-/// The first action after which something that it writes to is another one.
-struct WrongAction {
+/// An action that writes something else.
+struct ActionResult {
     CallPlace place;
     /// As playback-info --dump has it: "draw", "12".
     std::string kind;
     std::string number;
-    std::uint32_t thread = 0;
     /// What differs, and how much: "colour 0" of "framebuffer 3".
     std::string what;
     std::string object;
     Difference difference;
+
+    /// "draw 12 (glDrawArrays, call 40 of frame 3)".
+    [[nodiscard]] std::string Name() const;
+    /// The same with the difference.
+    [[nodiscard]] std::string Text() const;
+};
+
+/// The first action after which something that it writes to is another one.
+struct WrongAction : ActionResult {
+    std::uint32_t thread = 0;
     Image expected;
     Image found;
     /// Between the action in front, which was right, and this one.
@@ -107,21 +118,11 @@ struct WrongAction {
     std::optional<InputDifference> causeInput;
 };
 
-/// An action that, by itself, writes something else.
-struct ActionResult {
-    CallPlace place;
-    std::string kind;
-    std::string number;
-    std::string what;
-    std::string object;
-    Difference difference;
-};
-
 struct Result {
     std::uint32_t framesCompared = 0;
     /// Frames that differ at all, tolerated ones too.
     std::vector<FrameResult> frames;
-    /// Of the frame that was gone through by draw.
+    /// Of the frame that was gone through by draw, those that differ by themselves.
     std::vector<ActionResult> actions;
     std::optional<WrongAction> action;
     /// Why no action was found although a frame differs, and the like.
@@ -131,6 +132,8 @@ struct Result {
     [[nodiscard]] const FrameResult* FirstWrong() const;
     /// Nothing is further apart than tolerated.
     [[nodiscard]] bool IsEqual() const;
+    /// Without its images, unless it is the first wrong one: only that is shown.
+    void AddFrame(FrameResult frame);
     /// Once each.
     void AddNote(const std::string& note);
 };

@@ -13,12 +13,6 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::size_t MostLines = 12;
 
-/// "draw 12 (glDrawArrays, call 40 of frame 3)".
-std::string ActionText(const WrongAction& action)
-{
-    return action.kind + " " + action.number + " (" + action.place.Text() + ")";
-}
-
 std::string Plural(std::size_t count, const char* what)
 {
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
@@ -54,7 +48,7 @@ void AddAction(std::string& text, const WrongAction& action)
 {
     if (action.cause)
         text += "caused by " + action.cause->Text() + ": " + action.causeInput->Text() + "\n";
-    text += "wrong: " + ActionText(action) + "\n";
+    text += "wrong: " + action.Name() + "\n";
     text += "  " + action.what + " of " + action.object + ", thread " + std::to_string(action.thread) + ": " +
             action.difference.Text() + "\n";
     AddList(text, "What it reads and that differs:", action.inputs, [](const auto& input) { return input.Text(); });
@@ -91,17 +85,22 @@ Json ToJson(const InputDifference& input)
             {"found", input.found}};
 }
 
-Json ToJson(const WrongAction& action)
+Json ToJson(const ActionResult& action)
 {
     Json json = ToJson(action.place);
     json.update(Json{{"kind", action.kind},
                      {"number", action.number},
-                     {"thread", action.thread},
                      {"what", action.what},
                      {"object", action.object},
-                     {"difference", ToJson(action.difference)},
-                     {"lastRight", ToJson(action.lastRight)},
-                     {"state", Tools::ToJson(action.state)}});
+                     {"difference", ToJson(action.difference)}});
+    return json;
+}
+
+Json ToJson(const WrongAction& action)
+{
+    Json json = ToJson(static_cast<const ActionResult&>(action));
+    json.update(Json{
+        {"thread", action.thread}, {"lastRight", ToJson(action.lastRight)}, {"state", Tools::ToJson(action.state)}});
     for (const InputDifference& input : action.inputs)
         json["inputs"].push_back(ToJson(input));
     for (const AnswerDifference& answer : action.answers)
@@ -144,13 +143,11 @@ std::string ToText(const Result& result, const Request& request)
     if (!found.empty())
         text += "B (found): " + found + "\n";
     if (wrong)
-        text += "frame " + std::to_string(wrong->frame) + ", " + wrong->object + ": " + wrong->difference.Text() + "\n";
+        text += wrong->Text() + "\n";
     if (result.action)
         AddAction(text, *result.action);
-    AddList(text, "By themselves, these differ:", result.actions, [](const ActionResult& action) {
-        return action.kind + " " + action.number + " (" + action.place.Text() + "), " + action.what + " of " +
-               action.object + ": " + action.difference.Text();
-    });
+    AddList(text, "By themselves, these differ:", result.actions,
+            [](const ActionResult& action) { return action.Text(); });
     for (const std::string& note : result.notes)
         text += note + "\n";
     return text;
@@ -170,15 +167,8 @@ nlohmann::ordered_json ToJson(const Result& result, const Request& request)
             {{"frame", frame.frame}, {"object", frame.object}, {"difference", ToJson(frame.difference)}});
     if (result.action)
         json["firstWrong"] = ToJson(*result.action);
-    for (const ActionResult& action : result.actions) {
-        Json one = ToJson(action.place);
-        one.update(Json{{"kind", action.kind},
-                        {"number", action.number},
-                        {"what", action.what},
-                        {"object", action.object},
-                        {"difference", ToJson(action.difference)}});
-        json["actions"].push_back(std::move(one));
-    }
+    for (const ActionResult& action : result.actions)
+        json["actions"].push_back(ToJson(action));
     json["notes"] = result.notes;
     return json;
 }
@@ -187,16 +177,10 @@ std::string WritePictures(const WrongAction& action, const Tolerance& tolerance,
 {
     if (!Util::Path::CreateFolder(folder))
         return folder + ": cannot be made";
-    const auto write = [&](const char* name, const Util::Image& picture) {
-        return Util::WriteImageFile(folder + "/" + name, Util::ImageFormat::Png, picture);
-    };
     std::string error;
-    if (action.expected.IsWhole())
-        error = write("expected.png", ToPicture(action.expected));
-    if (error.empty() && action.found.IsWhole())
-        error = write("found.png", ToPicture(action.found));
-    if (error.empty() && action.difference.mismatch.empty())
-        error = write("difference.png", DifferencePicture(action.expected, action.found, tolerance.steps));
+    for (const auto& [name, picture] : PicturesOf(action.expected, action.found, tolerance))
+        if (error.empty())
+            error = Util::WriteImageFile(folder + "/" + name + ".png", Util::ImageFormat::Png, picture);
     return error;
 }
 

@@ -17,40 +17,29 @@ namespace {
 /// Longest side of a picture, in pixels.
 constexpr std::uint32_t LongestSide = 1024;
 
-void AddPicture(const std::string& caption, Util::Image picture, std::vector<SuiteCase::Picture>& pictures)
-{
-    // What a window shows has no alpha.
-    Util::MakeOpaque(picture);
-    pictures.push_back({caption, Util::EncodePng(Util::Shrink(picture, LongestSide))});
-}
-
 /// `of` says what they show.
-void AddPictures(const std::string& of, const Image& expected, const Image& found, const Difference& difference,
-                 const Tolerance& tolerance, std::vector<SuiteCase::Picture>& pictures)
+void AddPictures(const std::string& of, const Image& expected, const Image& found, SuiteCase& one)
 {
-    if (expected.IsWhole())
-        AddPicture(of + ", expected", ToPicture(expected), pictures);
-    if (found.IsWhole())
-        AddPicture(of + ", found", ToPicture(found), pictures);
-    if (expected.IsWhole() && found.IsWhole() && difference.mismatch.empty())
-        AddPicture(of + ", difference", DifferencePicture(expected, found, tolerance.steps), pictures);
+    for (auto& [name, picture] : PicturesOf(expected, found, one.request.tolerance)) {
+        // What a window shows has no alpha.
+        Util::MakeOpaque(picture);
+        one.pictures.push_back({of + ", " + name, Util::EncodePng(Util::Shrink(picture, LongestSide))});
+    }
 }
 
 /// Those of the wrong action, or of the frame where there is none. Images take much memory, and are dropped.
 void TakePictures(SuiteCase& one)
 {
-    const Tolerance& tolerance = one.request.tolerance;
-    if (one.result.action)
-        AddPictures(one.result.action->kind + " " + one.result.action->number, one.result.action->expected,
-                    one.result.action->found, one.result.action->difference, tolerance, one.pictures);
+    std::optional<WrongAction>& action = one.result.action;
+    if (action)
+        AddPictures(action->kind + " " + action->number, action->expected, action->found, one);
     for (FrameResult& frame : one.result.frames) {
         if (one.pictures.empty())
-            AddPictures("frame " + std::to_string(frame.frame), frame.expected, frame.found, frame.difference,
-                        tolerance, one.pictures);
+            AddPictures("frame " + std::to_string(frame.frame), frame.expected, frame.found, one);
         frame.expected = frame.found = {};
     }
-    if (one.result.action)
-        one.result.action->expected = one.result.action->found = {};
+    if (action)
+        action->expected = action->found = {};
 }
 
 SuiteCase CompareOne(const SuiteRequest& suite, const std::string& name)
@@ -84,11 +73,9 @@ std::string SuiteCase::Text() const
     if (verdict == Verdict::Broken)
         return problem;
     if (result.action)
-        return result.action->kind + " " + result.action->number + " (" + result.action->place.Text() + "), " +
-               result.action->what + " of " + result.action->object + ": " + result.action->difference.Text();
+        return result.action->Text();
     const FrameResult* const wrong = result.FirstWrong();
-    return wrong ? "frame " + std::to_string(wrong->frame) + ", " + wrong->object + ": " + wrong->difference.Text()
-                 : "";
+    return wrong ? wrong->Text() : "";
 }
 
 std::vector<std::string> FindCaptures(const SuiteRequest& request, std::string& error)
