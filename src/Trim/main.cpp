@@ -135,7 +135,7 @@ std::optional<Part> ParseCall(std::string_view text)
 }
 
 /// What is wrong with the command line; empty when it can be followed.
-std::string FaultOf(const Util::ParseArgs::CmdLineArgs& args)
+std::string ReadPart(const Util::ParseArgs::CmdLineArgs& args, Part& part)
 {
     if (args.positional.empty())
         return "no file is given";
@@ -146,12 +146,16 @@ std::string FaultOf(const Util::ParseArgs::CmdLineArgs& args)
         return "--frames and --call do not go together";
     if ((!frames && !call) || !output)
         return output ? "--frames or --call is missing" : "-o is missing";
-    if (call && !ParseCall(*call))
+    const std::optional<Part> only = call ? ParseCall(*call) : std::nullopt;
+    const std::optional<FrameRange> range = frames ? Util::ParseFrameRange(*frames) : std::nullopt;
+    if (call && !only)
         return "--call needs FRAME:CALL, both from 1, found \"" + *call + "\"";
-    if (frames && !Util::ParseFrameRange(*frames))
+    if (frames && !range)
         return "--frames needs A-B with A from 1 and B not below A, or A- or A, found \"" + *frames + "\"";
     if (std::ranges::find(args.positional, "-") != args.positional.end() || *output == "-")
         return "a capture is read from a file and written to one, not from standard input or to standard output";
+    part = only ? *only : Part{*range};
+    part.isContinued = args.HasSwitch("--continued");
     return {};
 }
 
@@ -159,16 +163,11 @@ ExitStatus Run(int argc, char** argv)
 {
     const Util::CommandLine commandLine(Options);
     const Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
-    if (const std::optional<ExitStatus> answered =
-            Util::AnswerCommandLine("playback-trim", Usage, commandLine, parsed, [&] { return FaultOf(parsed.args); }))
+    Part part;
+    if (const std::optional<ExitStatus> answered = Util::AnswerCommandLine("playback-trim", Usage, commandLine, parsed,
+                                                                           [&] { return ReadPart(parsed.args, part); }))
         return *answered;
     std::string error;
-    Part part;
-    if (const std::string* const call = parsed.args.FindValue("--call"))
-        part = *ParseCall(*call);
-    else
-        part.range = *Util::ParseFrameRange(*parsed.args.FindValue("--frames"));
-    part.isContinued = parsed.args.HasSwitch("--continued");
     FrameRange& range = part.range;
     const std::string& output = *parsed.args.FindValue("-o");
     const std::string& input = parsed.args.positional.front();

@@ -103,7 +103,7 @@ public:
         do {
             m_hasNew = false;
             Walk();
-            FindDeletes();
+            m_hasNew |= m_log.KeepDeletes(m_loop.begin, m_selection.isCreated, m_selection.isKept);
             FindUnset();
         } while (m_hasNew);
         return std::move(m_selection);
@@ -211,22 +211,6 @@ private:
             return;
         Touch(slot);
         m_isUsed[slot] = true;
-    }
-
-    /// Deleting calls are needed where they delete what a kept record makes.
-    void FindDeletes()
-    {
-        for (std::size_t record = 0; record < m_loop.begin; ++record) {
-            if (m_log.VerdictOf(record) != Verdict::Delete || m_selection.isKept[record])
-                continue;
-            const auto isOfCreated = [this](EffectLog::Item item) {
-                return item.effect == Effect::Deletes && m_selection.isCreated[item.target];
-            };
-            if (std::ranges::any_of(m_log.Items(record), isOfCreated)) {
-                m_selection.isKept[record] = true;
-                m_hasNew = true;
-            }
-        }
     }
 
     /// What no record set has its first value, which an object gets when it is made anew.

@@ -8,17 +8,18 @@ namespace Trim {
 
 using Data::CallId;
 
+void BufferTracker::Writes(Owner buffer, std::int64_t offset, std::int64_t bytes)
+{
+    const Slot data = m_tracked.SlotOf(buffer, State::Data);
+    if (offset == 0 && bytes >= m_tracked.Object(buffer).bytes)
+        m_tracked.Replaces(data);
+    else
+        m_tracked.Changes(data);
+}
+
 bool BufferTracker::Track(const CallArguments& call)
 {
     const auto piece = [this](Owner buffer, State of) { return m_tracked.SlotOf(buffer, of); };
-    // Writes `bytes` bytes of a buffer from `offset` on.
-    const auto writes = [&](Owner buffer, std::int64_t offset, std::int64_t bytes) {
-        if (offset == 0 && bytes >= m_tracked.Object(buffer).bytes)
-            m_tracked.Replaces(piece(buffer, State::Data));
-        else
-            m_tracked.Changes(piece(buffer, State::Data));
-        m_tracked.Reads(piece(buffer, State::Storage));
-    };
     switch (call.Call()) {
     case CallId::glBufferData:
     case CallId::glBufferStorageEXT:
@@ -31,15 +32,18 @@ bool BufferTracker::Track(const CallArguments& call)
         }
         return true;
     case CallId::glBufferSubData:
-        if (const Owner buffer = m_tracked.BoundBuffer(call.Unsigned(0)))
-            writes(buffer, call.Wide(1), call.Wide(2));
+        if (const Owner buffer = m_tracked.BoundBuffer(call.Unsigned(0))) {
+            Writes(buffer, call.Wide(1), call.Wide(2));
+            m_tracked.Reads(piece(buffer, State::Storage));
+        }
         return true;
     case CallId::glCopyBufferSubData: {
         const Owner source = m_tracked.BoundBuffer(call.Unsigned(0));
         const Owner target = m_tracked.BoundBuffer(call.Unsigned(1));
         if (source != 0 && target != 0) {
             m_tracked.ReadsAll(source);
-            writes(target, call.Wide(3), call.Wide(4));
+            Writes(target, call.Wide(3), call.Wide(4));
+            m_tracked.Reads(piece(target, State::Storage));
             m_tracked.Object(target).isDrawn |= m_tracked.Object(source).isDrawn;
         }
         return true;
@@ -67,17 +71,12 @@ bool BufferTracker::Track(const CallArguments& call)
     }
 }
 
-void BufferTracker::MappedData(std::uint32_t target, std::uint64_t offset, std::uint64_t bytes)
+void BufferTracker::MappedData(const Data::MappedDataRecord& mapped)
 {
-    m_tracked.Log().Begin();
     if (!m_tracked.Model().HasContext())
         return;
-    if (const Owner buffer = m_tracked.BoundBuffer(target)) {
-        const Slot data = m_tracked.SlotOf(buffer, State::Data);
-        if (offset == 0 && bytes >= static_cast<std::uint64_t>(m_tracked.Object(buffer).bytes))
-            m_tracked.Replaces(data);
-        else
-            m_tracked.Changes(data);
+    if (const Owner buffer = m_tracked.BoundBuffer(mapped.target)) {
+        Writes(buffer, mapped.offset, mapped.data.bytes);
         m_tracked.Reads(m_tracked.SlotOf(buffer, State::Mapping));
     }
 }

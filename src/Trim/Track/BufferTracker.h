@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "Data/Capture/Format.h"
 #include "Trim/Track/TrackedState.h"
 
 namespace Trim {
@@ -13,10 +14,13 @@ public:
 
     /// False for calls on other things.
     bool Track(const CallArguments& call);
-    /// Data that the application wrote to a mapped buffer: `bytes` bytes from `offset` in the mapped range.
-    void MappedData(std::uint32_t target, std::uint64_t offset, std::uint64_t bytes);
+    /// Data that the application wrote to a mapped buffer.
+    void MappedData(const Data::MappedDataRecord& mapped);
 
 private:
+    /// `bytes` bytes of a buffer from `offset` on are written.
+    void Writes(Owner buffer, std::int64_t offset, std::int64_t bytes);
+
     TrackedState& m_tracked;
 };
 

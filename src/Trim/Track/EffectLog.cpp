@@ -36,7 +36,7 @@ public:
                 MarkUnused(slot);
             while (record-- > 0)
                 Visit(record);
-        } while (FindDeletes());
+        } while (m_log.KeepDeletes(m_log.Count(), m_selection.isCreated, m_selection.isKept));
         return std::move(m_selection);
     }
 
@@ -99,28 +99,6 @@ private:
                 std::ranges::for_each(m_slots.Of(item.target), [this](Slot slot) { MarkUsed(slot); });
     }
 
-    /// Keeps the calls that delete something which a kept record creates; true when there are more of them than before.
-    bool FindDeletes()
-    {
-        bool hasNew = false;
-        for (std::size_t record = 0; record < m_log.Count(); ++record) {
-            if (m_log.VerdictOf(record) == Verdict::Delete && !m_selection.isKept[record] && DeletesCreated(record)) {
-                m_selection.isKept[record] = true;
-                hasNew = true;
-            }
-        }
-        return hasNew;
-    }
-
-    [[nodiscard]] bool DeletesCreated(std::size_t record) const
-    {
-        return std::ranges::any_of(
-            m_log.Items(record),
-            [this](EffectLog::Item item) {
-                return item.effect == Effect::Deletes && m_selection.isCreated[item.target];
-            });
-    }
-
     const EffectLog& m_log;
     const StateSlots& m_slots;
     /// By slot: it has been unused since this epoch began. A call that may read anything begins a new one.
@@ -130,6 +108,20 @@ private:
 };
 
 } // namespace
+
+bool EffectLog::KeepDeletes(std::size_t count, const std::vector<bool>& isCreated, std::vector<bool>& isKept) const
+{
+    const auto isOfCreated = [&](Item item) { return item.effect == Effect::Deletes && isCreated[item.target]; };
+    bool hasNew = false;
+    for (std::size_t record = 0; record < count; ++record) {
+        if (VerdictOf(record) == Verdict::Delete && !isKept[record] &&
+            std::ranges::any_of(Items(record), isOfCreated)) {
+            isKept[record] = true;
+            hasNew = true;
+        }
+    }
+    return hasNew;
+}
 
 void DropNames(Data::CallId call, std::span<const EffectLog::Item> effects, const std::vector<bool>& isCreated,
                std::vector<std::uint8_t>& record)

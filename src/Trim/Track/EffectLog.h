@@ -64,6 +64,11 @@ public:
         return std::span(m_items).subspan(m_records[record].firstItem, end - m_records[record].firstItem);
     }
 
+    /// Of the first `count` records, keeps those that delete something which a kept one makes, by owner; true when
+    /// there are more of them than before.
+    [[nodiscard]] bool KeepDeletes(std::size_t count, const std::vector<bool>& isCreated,
+                                   std::vector<bool>& isKept) const;
+
 private:
     struct Record {
         std::size_t firstItem;

@@ -72,15 +72,16 @@ void StateTracker::BuiltIn(const Data::RecordView& record, Verdict verdict)
     Data::DefaultBufferRecord contents;
     Data::EGLImageRecord image;
     const auto id = static_cast<RecordId>(record.Header().id);
+    m_tracked.Log().Begin();
     if ((id == RecordId::FlushMappedBufferRange || id == RecordId::UnmapBuffer) && record.Read(mapped))
-        MappedData(mapped.target, mapped.offset, mapped.data.bytes);
+        m_buffers.MappedData(mapped);
     else if ((id == RecordId::DefaultColor || id == RecordId::DefaultDepth || id == RecordId::DefaultStencil) &&
              record.Read(contents))
-        RestoredSurface(contents.surface);
+        Object(m_egl.SurfaceOwner(contents.surface)).drawn.insert(ImagePlace{});
     else if (id == RecordId::EGLImageContent && verdict == Verdict::IfUsed && record.Read(image))
-        ImageContents(image.image);
+        m_images.HoldsContents(image.image);
     else
-        Other(verdict);
+        m_tracked.Log().SetVerdict(verdict);
 }
 
 } // namespace Trim

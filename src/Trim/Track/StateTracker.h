@@ -42,28 +42,11 @@ public:
     void Upload(const CallArguments& call);
     /// Logs the record of a call that was refused or raised an error: one of GL then did nothing.
     void FailedCall(const CallArguments& call);
-    /// Data that the application wrote to a mapped buffer: `bytes` bytes from `offset` in the mapped range.
-    void MappedData(std::uint32_t target, std::uint64_t offset, std::uint64_t bytes)
-    {
-        m_buffers.MappedData(target, offset, bytes);
-    }
-    /// Contents of a surface that the capture itself restores.
-    void RestoredSurface(std::uint32_t surface)
-    {
-        m_tracked.Log().Begin();
-        Object(m_egl.SurfaceOwner(surface)).drawn.insert(ImagePlace{});
-    }
-    /// A record of what an EGLImage holds.
-    void ImageContents(std::uint32_t image)
-    {
-        m_tracked.Log().Begin();
-        m_images.HoldsContents(image);
-    }
     /// From now on draws read no other textures and arrays than these, and of objects what is bound in them now.
     void SetProgramReads(ProgramReads reads) { m_drawing.SetProgramReads(std::move(reads)); }
-    /// Any other record.
     /// A record that is no call and not about threads. `verdict` is that of records without an effect of their own.
     void BuiltIn(const Data::RecordView& record, Verdict verdict);
+    /// Any other record.
     void Other(Verdict verdict)
     {
         m_tracked.Log().Begin();
