@@ -1,5 +1,6 @@
 #include "Probe/Service.h"
 
+#include <algorithm>
 #include <iterator>
 #include <optional>
 
@@ -58,9 +59,7 @@ Reply Service::Answer(const std::string& request, std::istream& input)
 
 Reply Service::Frame(std::uint32_t frame, bool wantsPictures, bool finishes)
 {
-    m_contents.clear();
-    m_references.clear();
-    m_places.clear();
+    m_shown.clear();
     auto stop = Replayer::Stop::FrameEnd;
     while (stop == Replayer::Stop::FrameEnd && m_replayer.Frames() < frame)
         stop = m_replayer.ToFrameEnd(wantsPictures && m_replayer.Frames() + 1 == frame);
@@ -86,16 +85,14 @@ Json Service::TakePictures()
         if (!picture.reference.empty())
             one["hasReference"] = true;
         pictures.push_back(std::move(one));
-        m_contents.push_back(std::move(picture.contents));
-        m_references.push_back(std::move(picture.reference));
+        m_shown.push_back({std::move(picture.contents), std::nullopt, std::move(picture.reference)});
     }
     return pictures;
 }
 
 Reply Service::Action()
 {
-    m_contents.clear();
-    m_places.clear();
+    m_shown.clear();
     const Replayer::Stop stop = m_replayer.ToAction();
     Json json = {{"frame", m_replayer.Frames()}};
     Json answers = Json::array();
@@ -127,15 +124,13 @@ Reply Service::Action()
 
 Json Service::Targets()
 {
-    m_contents.clear();
-    m_places.clear();
+    m_shown.clear();
     Json targets = Json::array();
     for (Target& target : m_replayer.Targets()) {
         Json one = {{"what", target.what}, {"object", target.object}};
         one.update(ToJson(target.contents));
         targets.push_back(std::move(one));
-        m_places.push_back(target.place);
-        m_contents.push_back(std::move(target.contents));
+        m_shown.push_back({std::move(target.contents), target.place});
     }
     return targets;
 }
@@ -148,30 +143,31 @@ Reply Service::Snapshot(const std::string& file)
 
 Reply Service::Pixels(std::size_t index) const
 {
-    if (index >= m_contents.size())
-        return {{{"error", "the last answer has " + std::to_string(m_contents.size()) + " images, found index " +
+    if (index >= m_shown.size())
+        return {{{"error", "the last answer has " + std::to_string(m_shown.size()) + " images, found index " +
                                std::to_string(index)}}};
-    return ToReply(m_contents[index]);
+    return ToReply(m_shown[index].contents);
 }
 
 /// As many bytes follow the request as the contents have that are replaced.
 Reply Service::Put(std::size_t index, std::istream& input)
 {
-    if (index >= m_places.size())
-        return {{{"error", "the last action has " + std::to_string(m_places.size()) + " images, found index " +
-                               std::to_string(index)}}};
+    const auto images = static_cast<std::size_t>(
+        std::ranges::count_if(m_shown, [](const Shown& shown) { return shown.place.has_value(); }));
+    if (index >= images)
+        return {{{"error",
+                  "the last action has " + std::to_string(images) + " images, found index " + std::to_string(index)}}};
     m_steps.Forget();
-    Contents contents = m_contents[index];
+    Contents contents = m_shown[index].contents;
     if (!input.read(reinterpret_cast<char*>(contents.data.data()), static_cast<std::streamsize>(contents.data.size())))
         return {{{"error", "the bytes of the image are missing"}}};
-    return {{{"isSame", WriteTarget(m_places[index], contents)}}};
+    return {{{"isSame", WriteTarget(*m_shown[index].place, contents)}}};
 }
 
 Reply Service::Reference(std::size_t index) const
 {
-    const bool isThere = index < m_references.size();
-    return {{{"bytes", isThere ? m_references[index].size() : 0}},
-            isThere ? m_references[index] : std::vector<std::uint8_t>()};
+    const auto png = index < m_shown.size() ? m_shown[index].reference : std::vector<std::uint8_t>();
+    return {{{"bytes", png.size()}}, png};
 }
 
 Reply Service::Inputs()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <istream>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,12 +37,15 @@ private:
 
     Replayer& m_replayer;
     ActionSteps m_steps;
-    /// What the last answer told of, for "pixels".
-    std::vector<Contents> m_contents;
-    /// For "reference": of each of them, a PNG file or nothing.
-    std::vector<std::vector<std::uint8_t>> m_references;
-    /// And where that is, for "put": of the last action.
-    std::vector<Place> m_places;
+    /// An image that the last answer told of, for "pixels".
+    struct Shown {
+        Contents contents;
+        /// Of what an action wrote: where that is, for "put".
+        std::optional<Place> place = {};
+        /// Of a frame, for "reference": a PNG file or nothing.
+        std::vector<std::uint8_t> reference = {};
+    };
+    std::vector<Shown> m_shown;
 };
 
 } // namespace Probe

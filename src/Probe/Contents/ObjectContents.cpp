@@ -1,5 +1,7 @@
 #include "Probe/Contents/ObjectContents.h"
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
 
 #include "Probe/Contents/SampledImage.h"
@@ -10,6 +12,16 @@ namespace Probe {
 namespace {
 
 constexpr GLenum FirstFace = GL_TEXTURE_CUBE_MAP_POSITIVE_X;
+
+constexpr Core::BindingPoint TextureTargets[] = {
+    {GL_TEXTURE_2D, GL_TEXTURE_BINDING_2D},
+    {GL_TEXTURE_CUBE_MAP, GL_TEXTURE_BINDING_CUBE_MAP},
+    {GL_TEXTURE_2D_ARRAY, GL_TEXTURE_BINDING_2D_ARRAY},
+    {GL_TEXTURE_3D, GL_TEXTURE_BINDING_3D},
+    {GL_TEXTURE_CUBE_MAP_ARRAY, GL_TEXTURE_BINDING_CUBE_MAP_ARRAY},
+    {GL_TEXTURE_2D_MULTISAMPLE, GL_TEXTURE_BINDING_2D_MULTISAMPLE},
+    {GL_TEXTURE_2D_MULTISAMPLE_ARRAY, GL_TEXTURE_BINDING_2D_MULTISAMPLE_ARRAY},
+};
 
 bool IsFace(GLenum target)
 {
@@ -33,22 +45,10 @@ GLint LevelParameter(GLenum target, GLint level, GLenum name)
 
 Core::BindingPoint BindingOf(GLenum target)
 {
-    switch (target) {
-    case GL_TEXTURE_3D:
-        return {target, GL_TEXTURE_BINDING_3D};
-    case GL_TEXTURE_2D_ARRAY:
-        return {target, GL_TEXTURE_BINDING_2D_ARRAY};
-    case GL_TEXTURE_CUBE_MAP_ARRAY:
-        return {target, GL_TEXTURE_BINDING_CUBE_MAP_ARRAY};
-    case GL_TEXTURE_2D_MULTISAMPLE:
-        return {target, GL_TEXTURE_BINDING_2D_MULTISAMPLE};
-    case GL_TEXTURE_2D_MULTISAMPLE_ARRAY:
-        return {target, GL_TEXTURE_BINDING_2D_MULTISAMPLE_ARRAY};
-    case GL_TEXTURE_2D:
-        return {target, GL_TEXTURE_BINDING_2D};
-    default:
-        return {GL_TEXTURE_CUBE_MAP, GL_TEXTURE_BINDING_CUBE_MAP};
-    }
+    const auto* const point = std::ranges::find(TextureTargets, IsFace(target) ? GLenum{GL_TEXTURE_CUBE_MAP} : target,
+                                                &Core::BindingPoint::target);
+    // No other kind of texture can be bound there either.
+    return point != std::end(TextureTargets) ? *point : TextureTargets[1];
 }
 
 std::string TextureImage::Text() const
@@ -97,12 +97,10 @@ unsigned int FindTarget(unsigned int texture)
 {
     Core::TakeErrors(GL());
     // Nothing tells it, but a texture can be bound to its own target only.
-    for (const GLenum target :
-         {GL_TEXTURE_2D, GL_TEXTURE_CUBE_MAP, GL_TEXTURE_2D_ARRAY, GL_TEXTURE_3D, GL_TEXTURE_CUBE_MAP_ARRAY,
-          GL_TEXTURE_2D_MULTISAMPLE, GL_TEXTURE_2D_MULTISAMPLE_ARRAY}) {
-        const auto bound = Core::BindScoped(GL(), GL().glBindTexture, BindingOf(target), texture);
+    for (const Core::BindingPoint point : TextureTargets) {
+        const auto bound = Core::BindScoped(GL(), GL().glBindTexture, point, texture);
         if (Core::TakeErrors(GL()) == 0 && GL().glIsTexture(texture))
-            return target;
+            return point.target;
     }
     return 0;
 }
