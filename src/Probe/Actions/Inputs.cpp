@@ -128,14 +128,11 @@ private:
 
     void ReadVertices()
     {
-        for (GLint i = 0; i < Core::GetInteger(GL(), GL_MAX_VERTEX_ATTRIBS); ++i) {
-            GLint isEnabled = 0;
-            GLint buffer = 0;
-            GL().glGetVertexAttribiv(static_cast<GLuint>(i), GL_VERTEX_ATTRIB_ARRAY_ENABLED, &isEnabled);
-            GL().glGetVertexAttribiv(static_cast<GLuint>(i), GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING, &buffer);
-            if (isEnabled != 0)
-                AddBuffer(static_cast<GLuint>(buffer), "vertex attribute " + std::to_string(i));
-        }
+        const auto attributes = static_cast<GLuint>(Core::GetInteger(GL(), GL_MAX_VERTEX_ATTRIBS));
+        for (GLuint i = 0; i < attributes; ++i)
+            if (Replay::VertexAttribute(i, GL_VERTEX_ATTRIB_ARRAY_ENABLED) != 0)
+                AddBuffer(static_cast<GLuint>(Replay::VertexAttribute(i, GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING)),
+                          "vertex attribute " + std::to_string(i));
         AddBuffer(static_cast<GLuint>(Core::GetInteger(GL(), GL_ELEMENT_ARRAY_BUFFER_BINDING)), "indices");
     }
 

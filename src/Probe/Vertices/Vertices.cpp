@@ -12,13 +12,6 @@ namespace Probe {
 
 namespace {
 
-GLint Attribute(GLuint index, GLenum name)
-{
-    GLint value = 0;
-    GL().glGetVertexAttribiv(index, name, &value);
-    return value;
-}
-
 /// Memory that a draw reads: a buffer, or that of the program, which ends where the draw does.
 struct Memory {
     std::vector<std::uint8_t> buffer = {};
@@ -60,19 +53,20 @@ private:
     {
         for (GLint i = 0; i < Core::GetInteger(GL(), GL_MAX_VERTEX_ATTRIBS); ++i) {
             const auto index = static_cast<GLuint>(i);
-            if (Attribute(index, GL_VERTEX_ATTRIB_ARRAY_ENABLED) == 0)
+            if (Replay::VertexAttribute(index, GL_VERTEX_ATTRIB_ARRAY_ENABLED) == 0)
                 continue;
-            VertexArray array = {index, m_names[i], Attribute(index, GL_VERTEX_ATTRIB_ARRAY_SIZE)};
-            array.type = static_cast<GLenum>(Attribute(index, GL_VERTEX_ATTRIB_ARRAY_TYPE));
-            array.isNormalized = Attribute(index, GL_VERTEX_ATTRIB_ARRAY_NORMALIZED) != 0;
-            array.isInteger = Attribute(index, GL_VERTEX_ATTRIB_ARRAY_INTEGER) != 0;
-            array.stride = Attribute(index, GL_VERTEX_ATTRIB_ARRAY_STRIDE);
-            array.divisor = Attribute(index, GL_VERTEX_ATTRIB_ARRAY_DIVISOR);
+            VertexArray array = {index, m_names[i], Replay::VertexAttribute(index, GL_VERTEX_ATTRIB_ARRAY_SIZE)};
+            array.type = static_cast<GLenum>(Replay::VertexAttribute(index, GL_VERTEX_ATTRIB_ARRAY_TYPE));
+            array.isNormalized = Replay::VertexAttribute(index, GL_VERTEX_ATTRIB_ARRAY_NORMALIZED) != 0;
+            array.isInteger = Replay::VertexAttribute(index, GL_VERTEX_ATTRIB_ARRAY_INTEGER) != 0;
+            array.stride = Replay::VertexAttribute(index, GL_VERTEX_ATTRIB_ARRAY_STRIDE);
+            array.divisor = Replay::VertexAttribute(index, GL_VERTEX_ATTRIB_ARRAY_DIVISOR);
             if (array.stride == 0)
                 array.stride = array.size * static_cast<int>(DescribeNumber(array.type).bytes);
             void* pointer = nullptr;
             GL().glGetVertexAttribPointerv(index, GL_VERTEX_ATTRIB_ARRAY_POINTER, &pointer);
-            const auto buffer = static_cast<GLuint>(Attribute(index, GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING));
+            const auto buffer =
+                static_cast<GLuint>(Replay::VertexAttribute(index, GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING));
             Memory memory;
             if (buffer != 0) {
                 array.buffer = m_captured[buffer];

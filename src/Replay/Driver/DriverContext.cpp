@@ -5,6 +5,7 @@
 
 #include "Interfaces/GLState.h"
 #include "Interfaces/Util.h"
+#include "Replay/Driver/LiveGL.h"
 
 namespace Replay {
 
@@ -46,14 +47,6 @@ int DriverContext::Version()
 GLint DriverContext::Integer(GLenum name) const
 {
     return Core::GetInteger(m_driver, name);
-}
-
-GLint DriverContext::Attrib(GLuint index, GLenum name) const
-{
-    GLint value = 0;
-    if (m_driver.glGetVertexAttribiv)
-        m_driver.glGetVertexAttribiv(index, name, &value);
-    return value;
 }
 
 GLuint DriverContext::MaxAttribs()
@@ -139,7 +132,7 @@ bool DriverContext::Took_glVertexAttribBinding(GLuint index, GLuint binding)
 {
     const bool isCertain = Version() >= 31 && state.BoundVertexArray() != 0 && index < MaxAttribs();
     return (isCertain && binding < LeastBindings) ||
-           Attrib(index, GL_VERTEX_ATTRIB_BINDING) == static_cast<GLint>(binding);
+           VertexAttribute(index, GL_VERTEX_ATTRIB_BINDING) == static_cast<GLint>(binding);
 }
 
 bool DriverContext::Took_glVertexAttribDivisor(GLuint index, GLuint /*divisor*/)
@@ -176,11 +169,11 @@ bool DriverContext::TookPointer(GLuint index, GLint size, GLenum type, GLsizei s
     if (m_driver.glGetVertexAttribPointerv)
         m_driver.glGetVertexAttribPointerv(index, GL_VERTEX_ATTRIB_ARRAY_POINTER, &live);
     return live == pointer &&
-           Attrib(index, GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING) ==
+           VertexAttribute(index, GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING) ==
                static_cast<GLint>(state.BoundBuffer(GL_ARRAY_BUFFER)) &&
-           Attrib(index, GL_VERTEX_ATTRIB_ARRAY_SIZE) == size &&
-           Attrib(index, GL_VERTEX_ATTRIB_ARRAY_TYPE) == static_cast<GLint>(type) &&
-           Attrib(index, GL_VERTEX_ATTRIB_ARRAY_STRIDE) == stride;
+           VertexAttribute(index, GL_VERTEX_ATTRIB_ARRAY_SIZE) == size &&
+           VertexAttribute(index, GL_VERTEX_ATTRIB_ARRAY_TYPE) == static_cast<GLint>(type) &&
+           VertexAttribute(index, GL_VERTEX_ATTRIB_ARRAY_STRIDE) == stride;
 }
 
 } // namespace Replay

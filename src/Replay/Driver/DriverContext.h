@@ -50,7 +50,6 @@ private:
     int Version();
     GLuint MaxAttribs();
     GLint Integer(GLenum name) const;
-    GLint Attrib(GLuint index, GLenum name) const;
     bool TookPointer(GLuint index, GLint size, GLenum type, GLsizei stride, const void* pointer, bool isCertain);
 
     /// The driver has it, or it is one of those that each has.

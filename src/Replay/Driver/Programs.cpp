@@ -247,7 +247,7 @@ unsigned int ResourceCount(unsigned int program, unsigned int interface)
 {
     GLint count = 0;
     GL().glGetProgramInterfaceiv(program, interface, GL_ACTIVE_RESOURCES, &count);
-    return static_cast<GLuint>(count);
+    return static_cast<GLuint>(std::max(count, 0));
 }
 
 std::string ResourceName(unsigned int program, unsigned int interface, unsigned int index)

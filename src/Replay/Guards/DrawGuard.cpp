@@ -5,6 +5,7 @@
 #include <span>
 
 #include "Interfaces/GLState.h"
+#include "Replay/Driver/Programs.h"
 #include "Replay/Driver/ProgramsInUse.h"
 
 namespace Replay {
@@ -17,32 +18,24 @@ struct DrawGuard::BlockKind {
     GLenum start; ///< of the range that is bound
 };
 
-std::vector<GLint> DrawGuard::Bindings(GLuint program, const BlockKind& kind, int version) const
+std::vector<GLint> DrawGuard::Bindings(GLuint program, const BlockKind& kind) const
 {
-    GLint isLinked = GL_FALSE;
-    GLint blocks = 0;
-    m_driver.glGetProgramiv(program, GL_LINK_STATUS, &isLinked);
-    if (!isLinked) {
+    if (!IsLinked(program)) {
         // What was in use before it failed to link still is, and cannot be asked for.
         std::vector<GLint> all(static_cast<std::size_t>(std::max(Core::GetInteger(m_driver, kind.limit), 0)));
         std::iota(all.begin(), all.end(), 0);
         return all;
     }
-    const bool canAsk = version >= 31;
-    if (canAsk)
-        m_driver.glGetProgramInterfaceiv(program, kind.blocks, GL_ACTIVE_RESOURCES, &blocks);
-    else
-        m_driver.glGetProgramiv(program, GL_ACTIVE_UNIFORM_BLOCKS, &blocks);
-    std::vector<GLint> bindings(static_cast<std::size_t>(std::max(blocks, 0)));
-    for (std::size_t i = 0; i < bindings.size(); ++i) {
-        const auto block = static_cast<GLuint>(i);
-        if (canAsk) {
-            constexpr GLenum Property = GL_BUFFER_BINDING;
-            m_driver.glGetProgramResourceiv(program, kind.blocks, block, 1, &Property, 1, nullptr, &bindings[i]);
-        } else {
-            m_driver.glGetActiveUniformBlockiv(program, block, GL_UNIFORM_BLOCK_BINDING, &bindings[i]);
-        }
-    }
+    // The way of OpenGL ES 3.0, which has no other blocks.
+    const bool isUniform = kind.blocks == GL_UNIFORM_BLOCK;
+    std::vector<GLint> bindings(
+        isUniform ? static_cast<std::size_t>(std::max(ProgramParameter(program, GL_ACTIVE_UNIFORM_BLOCKS), 0))
+                  : ResourceCount(program, kind.blocks));
+    for (GLuint i = 0; i < bindings.size(); ++i)
+        if (isUniform)
+            m_driver.glGetActiveUniformBlockiv(program, i, GL_UNIFORM_BLOCK_BINDING, &bindings[i]);
+        else
+            bindings[i] = ResourceProperty(program, kind.blocks, i, GL_BUFFER_BINDING);
     return bindings;
 }
 
@@ -55,9 +48,8 @@ bool DrawGuard::HasStrayRange(const Data::ContextState& state, GLuint program, i
         {GL_ATOMIC_COUNTER_BUFFER, GL_MAX_ATOMIC_COUNTER_BUFFER_BINDINGS, GL_ATOMIC_COUNTER_BUFFER_BINDING,
          GL_ATOMIC_COUNTER_BUFFER_START},
     };
-    // OpenGL ES 3.0 has uniform blocks alone.
     for (const BlockKind& kind : std::span(Kinds, version >= 31 ? std::size(Kinds) : 1)) {
-        for (const GLint index : Bindings(program, kind, version)) {
+        for (const GLint index : Bindings(program, kind)) {
             GLint buffer = 0;
             GLint64 start = 0;
             m_driver.glGetIntegeri_v(kind.binding, static_cast<GLuint>(index), &buffer);

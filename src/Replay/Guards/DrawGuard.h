@@ -18,7 +18,7 @@ public:
 private:
     struct BlockKind;
     /// Numbers of the bindings that the blocks of a program have.
-    [[nodiscard]] std::vector<GLint> Bindings(GLuint program, const BlockKind& kind, int version) const;
+    [[nodiscard]] std::vector<GLint> Bindings(GLuint program, const BlockKind& kind) const;
     /// Whether the program has a block whose range starts beyond its buffer.
     [[nodiscard]] bool HasStrayRange(const Data::ContextState& state, GLuint program, int version) const;
 
