@@ -13,6 +13,13 @@ namespace Probe {
 
 using Replay::GL;
 
+/// Uses a program for a while.
+[[nodiscard]] inline Core::ScopedState UseScoped(unsigned int program)
+{
+    return {Core::GetInteger(GL(), GL_CURRENT_PROGRAM), static_cast<int>(program),
+            [use = GL().glUseProgram](int name) { use(static_cast<unsigned int>(name)); }};
+}
+
 /// Why a look that takes functions of OpenGL ES 3 cannot be had in the current context.
 inline std::string LackOfFunctions()
 {

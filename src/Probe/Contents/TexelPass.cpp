@@ -139,9 +139,7 @@ bool AttachStorage(GLuint renderbuffer, const TexelPass& pass)
 
 Contents DrawWith(GLuint program, const TexelPass& pass)
 {
-    const auto used =
-        KeepInteger(GL_CURRENT_PROGRAM, [](int before) { GL().glUseProgram(static_cast<GLuint>(before)); });
-    GL().glUseProgram(program);
+    const auto used = UseScoped(program);
     GL().glUniform1i(GL().glGetUniformLocation(program, "image"), 0);
     GL().glUniform1i(GL().glGetUniformLocation(program, "layer"), pass.layer);
     GL().glUniform2i(GL().glGetUniformLocation(program, "size"), pass.width, pass.height);

@@ -1,19 +1,12 @@
 #include "Probe/Edits/DrawChanges.h"
 
 #include <array>
-#include <memory>
 
 #include "Probe/LiveGL.h"
 
 namespace Probe {
 
 namespace {
-
-void Switch(Undo& undo, GLenum capability, bool isOn)
-{
-    undo.Add(
-        [state = std::make_shared<Core::ScopedState>(Core::SwitchScoped(GL(), capability, isOn))] { *state = {}; });
-}
 
 void KeepScissorBoxes(Undo& undo, GLint count)
 {
@@ -35,13 +28,13 @@ void KeepScissorBoxes(Undo& undo, GLint count)
 void DrawOnlyCorner(Undo& undo, int side)
 {
     KeepScissorBoxes(undo, Core::CapabilityCount(GL(), GL_SCISSOR_TEST));
-    Switch(undo, GL_SCISSOR_TEST, true);
+    undo.Add(Core::SwitchScoped(GL(), GL_SCISSOR_TEST, true));
     GL().glScissor(0, 0, side, side);
 }
 
 void DrawWithoutBlending(Undo& undo)
 {
-    Switch(undo, GL_BLEND, false);
+    undo.Add(Core::DisableScoped(GL(), GL_BLEND));
 }
 
 } // namespace Probe

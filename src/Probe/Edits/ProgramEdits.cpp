@@ -111,8 +111,7 @@ void ProgramEdits::Use(bool isSimple, Undo& undo)
     const ProgramVariant* const variant = VariantOf(live, isSimple);
     if (!variant)
         return;
-    GL().glUseProgram(variant->Program());
-    undo.Add([live] { GL().glUseProgram(live); });
+    undo.Add(UseScoped(variant->Program()));
     variant->TakeValues();
 }
 
@@ -123,9 +122,10 @@ void ProgramEdits::UseInPipeline(unsigned int pipeline, bool isSimple, Undo& und
         const ProgramVariant* const variant = VariantOf(live, isSimple);
         if (!variant)
             continue;
-        GL().glUseProgram(variant->Program());
-        variant->TakeValues();
-        GL().glUseProgram(0);
+        {
+            const auto used = UseScoped(variant->Program());
+            variant->TakeValues();
+        }
         GL().glUseProgramStages(pipeline, stage.bit, variant->Program());
         undo.Add([pipeline, bit = stage.bit, live] { GL().glUseProgramStages(pipeline, bit, live); });
     }

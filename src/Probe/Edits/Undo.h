@@ -1,8 +1,11 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <utility>
 #include <vector>
+
+#include "Interfaces/GLState.h"
 
 namespace Probe {
 
@@ -18,6 +21,10 @@ public:
             (*step)();
     }
     void Add(std::function<void()> step) { m_steps.push_back(std::move(step)); }
+    void Add(Core::ScopedState state)
+    {
+        Add([kept = std::make_shared<Core::ScopedState>(std::move(state))] { *kept = {}; });
+    }
 
 private:
     std::vector<std::function<void()>> m_steps;

@@ -179,14 +179,10 @@ private:
             GL().glBindBuffer(GL_TRANSFORM_FEEDBACK_BUFFER, before);
             GL().glDeleteBuffers(1, &buffer);
         });
-        undo.Add([used = Bound(GL_CURRENT_PROGRAM)] { GL().glUseProgram(used); });
-        undo.Add([wasOn = GL().glIsEnabled(GL_RASTERIZER_DISCARD)] {
-            (wasOn ? GL().glEnable : GL().glDisable)(GL_RASTERIZER_DISCARD);
-        });
+        undo.Add(UseScoped(program.Program()));
+        undo.Add(Core::SwitchScoped(GL(), GL_RASTERIZER_DISCARD, true));
         GL().glBindBufferBase(GL_TRANSFORM_FEEDBACK_BUFFER, 0, buffer);
         GL().glBufferData(GL_TRANSFORM_FEEDBACK_BUFFER, static_cast<GLsizeiptr>(bytes), nullptr, GL_STREAM_READ);
-        GL().glEnable(GL_RASTERIZER_DISCARD);
-        GL().glUseProgram(program.Program());
         program.TakeValues();
     }
 
