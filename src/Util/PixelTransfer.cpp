@@ -119,11 +119,15 @@ double FromSmallFloat(std::uint32_t bits, int mantissaBits)
     return exponent == 0 ? std::ldexp(fraction, -14) : std::ldexp(1.0 + fraction, exponent - 15);
 }
 
+} // namespace
+
 double FromHalf(std::uint16_t bits)
 {
     const double magnitude = FromSmallFloat(bits & 0x7FFFU, 10);
     return bits & 0x8000U ? -magnitude : magnitude;
 }
+
+namespace {
 
 template <class T> double FromInteger(const std::uint8_t* from, bool isInteger)
 {

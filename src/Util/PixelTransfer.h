@@ -24,6 +24,9 @@ struct Image {
 [[nodiscard]] std::optional<Image> ToImage(std::uint32_t width, std::uint32_t height, const void* data,
                                            unsigned int format, unsigned int type);
 
+/// The value of a number of type GL_HALF_FLOAT.
+[[nodiscard]] double FromHalf(std::uint16_t bits);
+
 /// Sets alpha to 255 throughout.
 void MakeOpaque(Image& image);
 

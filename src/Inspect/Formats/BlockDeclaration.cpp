@@ -1,7 +1,6 @@
 #include "Inspect/Formats/BlockDeclaration.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <map>
 
@@ -17,18 +16,26 @@ struct ScalarDescription {
     Scalar scalar;
     const char* name;
     std::uint32_t bytes;
+    /// What vectors begin with.
+    const char* vector = nullptr;
 };
 constexpr ScalarDescription Scalars[] = {
-    {Scalar::Float, "float", 4},       {Scalar::Int, "int", 4},         {Scalar::Unsigned, "uint", 4},
-    {Scalar::Bool, "bool", 4},         {Scalar::Half, "half", 2},       {Scalar::Int16, "int16", 2},
-    {Scalar::Unsigned16, "uint16", 2}, {Scalar::Snorm16, "snorm16", 2}, {Scalar::Unorm16, "unorm16", 2},
-    {Scalar::Int8, "int8", 1},         {Scalar::Unsigned8, "uint8", 1}, {Scalar::Snorm8, "snorm8", 1},
-    {Scalar::Unorm8, "unorm8", 1},     {Scalar::Fixed, "fixed", 4},
+    {Scalar::Float, "float", 4, "vec"}, {Scalar::Int, "int", 4, "ivec"}, {Scalar::Unsigned, "uint", 4, "uvec"},
+    {Scalar::Bool, "bool", 4, "bvec"},  {Scalar::Half, "half", 2},       {Scalar::Int16, "int16", 2},
+    {Scalar::Unsigned16, "uint16", 2},  {Scalar::Snorm16, "snorm16", 2}, {Scalar::Unorm16, "unorm16", 2},
+    {Scalar::Int8, "int8", 1},          {Scalar::Unsigned8, "uint8", 1}, {Scalar::Snorm8, "snorm8", 1},
+    {Scalar::Unorm8, "unorm8", 1},      {Scalar::Fixed, "fixed", 4},
 };
 
 const ScalarDescription& Describe(Scalar scalar)
 {
     return *std::ranges::find(Scalars, scalar, &ScalarDescription::scalar);
+}
+
+/// "ivec" of "ivec3", "int8x" of "int8x3".
+std::string VectorPrefix(const ScalarDescription& scalar)
+{
+    return scalar.vector ? scalar.vector : std::string(scalar.name) + "x";
 }
 
 /// "2" to "4".
@@ -297,17 +304,12 @@ std::optional<BlockType> BlockType::Parse(std::string_view name)
                                                                         : 0;
         return columns != 0 && rows != 0 ? std::optional(BlockType{Scalar::Float, rows, columns}) : std::nullopt;
     }
-    constexpr std::pair<std::string_view, Scalar> Vectors[] = {
-        {"vec", Scalar::Float}, {"ivec", Scalar::Int}, {"uvec", Scalar::Unsigned}, {"bvec", Scalar::Bool}};
-    for (const auto& [prefix, scalar] : Vectors)
-        if (const std::uint32_t rows = name.starts_with(prefix) ? Digit(name.substr(prefix.size())) : 0; rows != 0)
-            return BlockType{scalar, rows};
     for (const ScalarDescription& one : Scalars) {
         if (name == one.name)
             return BlockType{one.scalar};
-        const std::string prefix = std::string(one.name) + "x";
-        if (const std::uint32_t rows = name.starts_with(prefix) ? Digit(name.substr(prefix.size())) : 0; rows != 0)
-            return BlockType{one.scalar, rows};
+        for (const std::string& prefix : {VectorPrefix(one), std::string(one.name) + "x"})
+            if (const std::uint32_t rows = name.starts_with(prefix) ? Digit(name.substr(prefix.size())) : 0; rows != 0)
+                return BlockType{one.scalar, rows};
     }
     return std::nullopt;
 }
@@ -316,21 +318,7 @@ std::string BlockType::Text() const
 {
     if (columns != 0)
         return "mat" + std::to_string(columns) + (columns == rows ? "" : "x" + std::to_string(rows));
-    const std::string number = std::to_string(rows);
-    if (rows == 1)
-        return NameOf(scalar);
-    switch (scalar) {
-    case Scalar::Float:
-        return "vec" + number;
-    case Scalar::Int:
-        return "ivec" + number;
-    case Scalar::Unsigned:
-        return "uvec" + number;
-    case Scalar::Bool:
-        return "bvec" + number;
-    default:
-        return std::string(NameOf(scalar)) + "x" + number;
-    }
+    return rows == 1 ? NameOf(scalar) : VectorPrefix(Describe(scalar)) + std::to_string(rows);
 }
 
 BlockDeclaration ParseDeclaration(std::string_view text)

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "Inspect/Error.h"
+#include "Util/PixelTransfer.h"
 
 namespace Inspect {
 
@@ -36,15 +37,7 @@ public:
             m_layout.stride = SizeOf(element).stride;
         } else {
             AddMembers(members, 0, "");
-            std::uint32_t end = 0;
-            std::uint32_t alignment = 1;
-            Place(members, [&](const BlockMember& member, std::uint32_t offset) {
-                const Size size = SizeOf(member);
-                end = std::max(end, offset + size.bytes);
-                alignment = std::max(alignment, size.alignment);
-            });
-            const bool isOpen = members.back().count == BlockMember::Unsized;
-            m_layout.stride = isOpen ? 0 : RoundUp(end, m_isStd140 ? RoundUp(alignment, 16) : alignment);
+            m_layout.stride = members.back().count == BlockMember::Unsized ? 0 : OfStructure(members).stride;
         }
         return std::move(m_layout);
     }
@@ -67,6 +60,20 @@ private:
         return {bytes, alignment, RoundUp(bytes, rounded)};
     }
 
+    [[nodiscard]] Size OfStructure(const std::vector<BlockMember>& members) const
+    {
+        Size all;
+        Place(members, [&](const BlockMember& member, std::uint32_t offset) {
+            const Size size = SizeOf(member);
+            all.bytes = std::max(all.bytes, offset + size.bytes);
+            all.alignment = std::max(all.alignment, size.alignment);
+        });
+        if (m_isStd140)
+            all.alignment = RoundUp(all.alignment, 16);
+        all.bytes = all.stride = RoundUp(all.bytes, all.alignment);
+        return all;
+    }
+
     [[nodiscard]] std::uint32_t MatrixStride(const BlockMember& member) const
     {
         return OfVector(member.type.scalar, member.isRowMajor ? member.type.columns : member.type.rows).stride;
@@ -75,18 +82,8 @@ private:
     /// Of one element, without the array.
     [[nodiscard]] Size OfElement(const BlockMember& member) const
     {
-        if (member.members) {
-            Size all;
-            Place(*member.members, [&](const BlockMember& inner, std::uint32_t offset) {
-                const Size size = SizeOf(inner);
-                all.bytes = std::max(all.bytes, offset + size.bytes);
-                all.alignment = std::max(all.alignment, size.alignment);
-            });
-            if (m_isStd140)
-                all.alignment = RoundUp(all.alignment, 16);
-            all.bytes = all.stride = RoundUp(all.bytes, all.alignment);
-            return all;
-        }
+        if (member.members)
+            return OfStructure(*member.members);
         if (member.type.columns != 0) {
             const std::uint32_t stride = MatrixStride(member);
             const std::uint32_t bytes = stride * (member.isRowMajor ? member.type.rows : member.type.columns);
@@ -162,17 +159,6 @@ private:
     BlockLayout m_layout;
 };
 
-float FromHalf(std::uint16_t half)
-{
-    const int exponent = half >> 10 & 31;
-    const int mantissa = half & 1023;
-    const float sign = (half & 0x8000) != 0 ? -1.0F : 1.0F;
-    if (exponent == 31)
-        return mantissa != 0 ? NAN : sign * INFINITY;
-    return sign * (exponent == 0 ? std::ldexp(static_cast<float>(mantissa), -24)
-                                 : std::ldexp(static_cast<float>(mantissa + 1024), exponent - 25));
-}
-
 template <class T> T Read(const std::uint8_t* at)
 {
     T value;
@@ -200,7 +186,7 @@ Json ScalarJson(Scalar scalar, const std::uint8_t* at)
     case Scalar::Bool:
         return Read<std::uint32_t>(at) != 0;
     case Scalar::Half:
-        return FloatJson(FromHalf(Read<std::uint16_t>(at)));
+        return FloatJson(static_cast<float>(Util::FromHalf(Read<std::uint16_t>(at))));
     case Scalar::Int16:
         return Read<std::int16_t>(at);
     case Scalar::Unsigned16:

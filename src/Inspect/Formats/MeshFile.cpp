@@ -8,6 +8,7 @@
 #include <iterator>
 #include <limits>
 
+#include "Interfaces/Util.h"
 #include "Util/Page.h"
 
 namespace Inspect {
@@ -15,12 +16,6 @@ namespace Inspect {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-std::string Lower(std::string text)
-{
-    std::ranges::transform(text, text.begin(), [](unsigned char c) { return std::tolower(c); });
-    return text;
-}
 
 /// Joins the vertices between two restarts.
 class Assembler {
@@ -82,46 +77,39 @@ std::string Text(float value)
     return {std::begin(text), end.ptr};
 }
 
-void AddLines(std::string& text, const char* begin, const Mesh::Array& array, std::uint32_t most)
+/// So many of each vertex; 0 for those that are not there.
+std::vector<float> Components(const Mesh::Array& array, std::uint32_t components)
 {
-    for (std::size_t i = 0; i < array.values.size(); i += array.components) {
+    std::vector<float> values;
+    for (std::size_t i = 0; i < array.values.size(); i += array.components)
+        for (std::uint32_t k = 0; k < components; ++k)
+            values.push_back(k < array.components ? array.values[i + k] : 0);
+    return values;
+}
+
+void AddLines(std::string& text, const char* begin, const Mesh::Array& array, std::uint32_t components)
+{
+    const std::vector<float> values = Components(array, components);
+    for (std::size_t i = 0; i < values.size(); i += components) {
         text += begin;
-        for (std::uint32_t k = 0; k < std::min(array.components, most); ++k)
-            text += " " + Text(array.values[i + k]);
-        // Places have three components.
-        for (std::uint32_t k = array.components; k < 3 && most == 3; ++k)
-            text += " 0";
+        for (std::uint32_t k = 0; k < components; ++k)
+            text += " " + Text(values[i + k]);
         text += "\n";
     }
 }
 
-/// The file's bytes, and what they are.
-class GltfBuffer {
-public:
-    /// The number of the accessor.
-    std::size_t Add(const void* data, std::size_t bytes, Json accessor)
-    {
-        const auto* const begin = static_cast<const std::uint8_t*>(data);
-        accessor["bufferView"] = m_views.size();
-        m_views.push_back(Json::object({{"buffer", 0}, {"byteOffset", m_bytes.size()}, {"byteLength", bytes}}));
-        m_bytes.insert(m_bytes.end(), begin, begin + bytes);
-        m_accessors.push_back(std::move(accessor));
-        return m_accessors.size() - 1;
-    }
-    void Put(Json& file)
-    {
-        file["accessors"] = std::move(m_accessors);
-        file["bufferViews"] = std::move(m_views);
-        const Json buffer = Json::object(
-            {{"byteLength", m_bytes.size()}, {"uri", "data:application/octet-stream;base64," + Util::Base64(m_bytes)}});
-        file["buffers"] = Json::array({buffer});
-    }
-
-private:
-    std::vector<std::uint8_t> m_bytes;
-    Json m_views = Json::array();
-    Json m_accessors = Json::array();
-};
+/// Adds numbers to the file's only buffer, and what they are; answers the number of the accessor.
+template <class T>
+std::size_t AddAccessor(Json& file, std::vector<std::uint8_t>& buffer, const std::vector<T>& values, Json accessor)
+{
+    const auto* const begin = reinterpret_cast<const std::uint8_t*>(values.data());
+    const std::size_t bytes = values.size() * sizeof(T);
+    accessor["bufferView"] = file["bufferViews"].size();
+    file["bufferViews"].push_back({{"buffer", 0}, {"byteOffset", buffer.size()}, {"byteLength", bytes}});
+    buffer.insert(buffer.end(), begin, begin + bytes);
+    file["accessors"].push_back(std::move(accessor));
+    return file["accessors"].size() - 1;
+}
 
 /// What glTF calls an array: its own names have sizes that are prescribed.
 std::string SemanticOf(const Mesh& mesh, const Mesh::Array& array)
@@ -138,23 +126,14 @@ std::string SemanticOf(const Mesh& mesh, const Mesh::Array& array)
     return name;
 }
 
-/// Places have three components.
-std::vector<float> ThreeComponents(const Mesh::Array& array)
-{
-    std::vector<float> values;
-    for (std::size_t i = 0; i < array.values.size(); i += array.components)
-        for (std::uint32_t k = 0; k < 3; ++k)
-            values.push_back(k < array.components ? array.values[i + k] : 0);
-    return values;
-}
-
 /// The number of its accessor.
-std::size_t AddArray(GltfBuffer& buffer, const Mesh::Array& array, bool isPositions)
+std::size_t AddArray(Json& file, std::vector<std::uint8_t>& buffer, const Mesh::Array& array, bool isPositions)
 {
     constexpr int Float = 5126;
     constexpr const char* Types[] = {"SCALAR", "VEC2", "VEC3", "VEC4"};
-    const std::vector<float> values = isPositions ? ThreeComponents(array) : array.values;
-    const std::size_t components = isPositions ? 3 : std::clamp(array.components, 1U, 4U);
+    // Places have three.
+    const std::uint32_t components = isPositions ? 3 : std::clamp(array.components, 1U, 4U);
+    const std::vector<float> values = Components(array, components);
     Json accessor = {{"componentType", Float}, {"count", values.size() / components}, {"type", Types[components - 1]}};
     if (isPositions) {
         std::array<float, 3> least;
@@ -168,7 +147,7 @@ std::size_t AddArray(GltfBuffer& buffer, const Mesh::Array& array, bool isPositi
         accessor["min"] = least;
         accessor["max"] = most;
     }
-    return buffer.Add(values.data(), values.size() * sizeof(float), std::move(accessor));
+    return AddAccessor(file, buffer, values, std::move(accessor));
 }
 
 } // namespace
@@ -176,7 +155,7 @@ std::size_t AddArray(GltfBuffer& buffer, const Mesh::Array& array, bool isPositi
 const Mesh::Array* Mesh::FindArray(std::initializer_list<std::string_view> parts) const
 {
     const auto isNamed = [&](const Array& array) {
-        const std::string name = Lower(array.name);
+        const std::string name = Util::String::ToLower(array.name);
         return std::ranges::any_of(parts, [&](std::string_view part) { return name.find(part) != std::string::npos; });
     };
     const auto found = std::ranges::find_if(arrays, isNamed);
@@ -189,16 +168,18 @@ const Mesh::Array* Mesh::Positions() const
     return named || arrays.empty() ? named : &arrays.front();
 }
 
+std::string ArrayName(const Json& array)
+{
+    const std::string name = array.value("name", "");
+    return name.empty() ? "array " + std::to_string(array.value("location", 0)) : name;
+}
+
 Mesh ToMesh(const nlohmann::ordered_json& vertices, std::string_view mode)
 {
     Mesh mesh;
     mesh.kind = Assembler::KindOf(mode);
-    for (const Json& array : vertices["arrays"]) {
-        std::string name = array.value("name", "");
-        if (name.empty())
-            name = "array " + std::to_string(array.value("location", 0));
-        mesh.arrays.push_back({std::move(name), array.value("size", 1U), {}});
-    }
+    for (const Json& array : vertices["arrays"])
+        mesh.arrays.push_back({ArrayName(array), array.value("size", 1U), {}});
     Assembler assembler(mode, mesh);
     std::uint32_t row = 0;
     for (const Json& vertex : vertices["rows"]) {
@@ -234,7 +215,7 @@ std::string ToObj(const Mesh& mesh)
         return text;
     AddLines(text, "v", *positions, 3);
     if (textures)
-        AddLines(text, "vt", *textures, 2);
+        AddLines(text, "vt", *textures, std::min(textures->components, 2U));
     if (normals)
         AddLines(text, "vn", *normals, 3);
     const std::size_t corners = mesh.kind == Mesh::Kind::Triangles ? 3 : mesh.kind == Mesh::Kind::Lines ? 2 : 1;
@@ -255,24 +236,24 @@ std::string ToObj(const Mesh& mesh)
 std::string ToGltf(const Mesh& mesh)
 {
     constexpr int Unsigned = 5125;
-    GltfBuffer buffer;
+    Json file = {{"asset", {{"version", "2.0"}, {"generator", "playback-inspect " PLAYBACK_VERSION}}}, {"scene", 0}};
+    file["scenes"].push_back({{"nodes", {0}}});
+    file["nodes"].push_back({{"mesh", 0}});
+    for (const char* const list : {"meshes", "accessors", "bufferViews"})
+        file[list] = Json::array();
+    std::vector<std::uint8_t> buffer;
     Json attributes = Json::object();
     for (const Mesh::Array& array : mesh.arrays) {
         const std::string semantic = SemanticOf(mesh, array);
-        attributes[semantic] = AddArray(buffer, array, semantic == "POSITION");
+        attributes[semantic] = AddArray(file, buffer, array, semantic == "POSITION");
     }
-    const std::size_t indices =
-        buffer.Add(mesh.indices.data(), mesh.indices.size() * sizeof(std::uint32_t),
-                   Json::object({{"componentType", Unsigned}, {"count", mesh.indices.size()}, {"type", "SCALAR"}}));
-    const Json primitive = Json::object(
-        {{"attributes", std::move(attributes)}, {"indices", indices}, {"mode", static_cast<int>(mesh.kind)}});
-    Json file = Json::object();
-    file["asset"] = Json::object({{"version", "2.0"}, {"generator", "playback-inspect " PLAYBACK_VERSION}});
-    file["scene"] = 0;
-    file["scenes"] = Json::array({Json::object({{"nodes", Json::array({0})}})});
-    file["nodes"] = Json::array({Json::object({{"mesh", 0}})});
-    file["meshes"] = Json::array({Json::object({{"primitives", Json::array({primitive})}})});
-    buffer.Put(file);
+    const std::size_t indices = AddAccessor(
+        file, buffer, mesh.indices, {{"componentType", Unsigned}, {"count", mesh.indices.size()}, {"type", "SCALAR"}});
+    Json primitive = {
+        {"attributes", std::move(attributes)}, {"indices", indices}, {"mode", static_cast<int>(mesh.kind)}};
+    file["meshes"][0]["primitives"].push_back(std::move(primitive));
+    file["buffers"].push_back(
+        {{"byteLength", buffer.size()}, {"uri", "data:application/octet-stream;base64," + Util::Base64(buffer)}});
     return file.dump(1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 

@@ -30,6 +30,9 @@ struct Mesh {
     [[nodiscard]] const Array* FindArray(std::initializer_list<std::string_view> parts) const;
 };
 
+/// The name of one of the "arrays" of the request "vertices"; by its location where the shader has none.
+[[nodiscard]] std::string ArrayName(const nlohmann::ordered_json& array);
+
 /// From the arrays and rows of the request "vertices"; `mode` is "GL_TRIANGLE_STRIP" and the like. Primitives with a
 /// vertex outside of its array are left out.
 [[nodiscard]] Mesh ToMesh(const nlohmann::ordered_json& vertices, std::string_view mode);

@@ -6,19 +6,13 @@
 #include "Inspect/Error.h"
 #include "Textures/KtxFile.h"
 
+#include <GLES3/gl32.h>
+// Needs the types of the header above.
+#include <GLES2/gl2ext.h>
+
 namespace Inspect {
 
 namespace {
-
-// Values of the Khronos registry.
-constexpr std::uint32_t Texture3D = 0x806F;
-constexpr std::uint32_t Texture2DArray = 0x8C1A;
-constexpr std::uint32_t CubeMap = 0x8513;
-constexpr std::uint32_t CubeMapArray = 0x9009;
-constexpr std::uint32_t Srgb8 = 0x8C41;
-constexpr std::uint32_t Srgb8Alpha8 = 0x8C43;
-constexpr std::uint32_t Rgba = 0x1908;
-constexpr std::uint32_t RgbaInteger = 0x8D99;
 
 /// How OpenGL ES calls the pixels that playback-probe reads.
 struct PixelFormat {
@@ -28,15 +22,15 @@ struct PixelFormat {
     std::uint32_t internalFormat;
 };
 constexpr PixelFormat PixelFormats[] = {
-    {"unorm8", 0x1401, 0x1908, 0x8058},     // GL_UNSIGNED_BYTE, GL_RGBA, GL_RGBA8
-    {"snorm8", 0x1400, 0x1908, 0x8F97},     // GL_BYTE, GL_RGBA, GL_RGBA8_SNORM
-    {"float", 0x1406, 0x1908, 0x8814},      // GL_FLOAT, GL_RGBA, GL_RGBA32F
-    {"int", 0x1404, 0x8D99, 0x8D82},        // GL_INT, GL_RGBA_INTEGER, GL_RGBA32I
-    {"uint", 0x1405, 0x8D99, 0x8D70},       // GL_UNSIGNED_INT, GL_RGBA_INTEGER, GL_RGBA32UI
-    {"depth16", 0x1403, 0x1902, 0x81A5},    // GL_UNSIGNED_SHORT, GL_DEPTH_COMPONENT, GL_DEPTH_COMPONENT16
-    {"depth32", 0x1405, 0x1902, 0x81A7},    // GL_UNSIGNED_INT, GL_DEPTH_COMPONENT, GL_DEPTH_COMPONENT32_OES
-    {"depthfloat", 0x1406, 0x1902, 0x8CAC}, // GL_FLOAT, GL_DEPTH_COMPONENT, GL_DEPTH_COMPONENT32F
-    {"stencil8", 0x1401, 0x1901, 0x8D48},   // GL_UNSIGNED_BYTE, GL_STENCIL_INDEX, GL_STENCIL_INDEX8
+    {"unorm8", GL_UNSIGNED_BYTE, GL_RGBA, GL_RGBA8},
+    {"snorm8", GL_BYTE, GL_RGBA, GL_RGBA8_SNORM},
+    {"float", GL_FLOAT, GL_RGBA, GL_RGBA32F},
+    {"int", GL_INT, GL_RGBA_INTEGER, GL_RGBA32I},
+    {"uint", GL_UNSIGNED_INT, GL_RGBA_INTEGER, GL_RGBA32UI},
+    {"depth16", GL_UNSIGNED_SHORT, GL_DEPTH_COMPONENT, GL_DEPTH_COMPONENT16},
+    {"depth32", GL_UNSIGNED_INT, GL_DEPTH_COMPONENT, GL_DEPTH_COMPONENT32_OES},
+    {"depthfloat", GL_FLOAT, GL_DEPTH_COMPONENT, GL_DEPTH_COMPONENT32F},
+    {"stencil8", GL_UNSIGNED_BYTE, GL_STENCIL_INDEX, GL_STENCIL_INDEX8},
 };
 
 void CheckLevels(const TextureImages& texture, std::size_t perLevel)
@@ -48,7 +42,7 @@ void CheckLevels(const TextureImages& texture, std::size_t perLevel)
         const std::uint32_t height = std::max(base.height >> level, 1U);
         if (!image.IsWhole() || image.data.empty())
             throw Error(Error::Kind::Request, "level " + std::to_string(level) + " of the texture cannot be read");
-        const bool isInPlace = texture.target == Texture3D || level == i / perLevel;
+        const bool isInPlace = texture.target == GL_TEXTURE_3D || level == i / perLevel;
         if (image.width != width || image.height != height || image.kind != base.kind || !isInPlace)
             throw Error(Error::Kind::Request, "level " + std::to_string(level) +
                                                   " of the texture does not go with level 0: expected " +
@@ -61,13 +55,13 @@ void CheckLevels(const TextureImages& texture, std::size_t perLevel)
 void SetParts(std::uint32_t target, std::uint32_t count, Textures::KtxTexture& file)
 {
     constexpr std::uint32_t CubeFaces = 6;
-    if (target == Texture3D)
+    if (target == GL_TEXTURE_3D)
         file.depth = count;
-    else if (target == Texture2DArray)
+    else if (target == GL_TEXTURE_2D_ARRAY)
         file.elements = count;
-    else if (target == CubeMap || target == CubeMapArray)
+    else if (target == GL_TEXTURE_CUBE_MAP || target == GL_TEXTURE_CUBE_MAP_ARRAY)
         file.faces = CubeFaces;
-    if (target == CubeMapArray)
+    if (target == GL_TEXTURE_CUBE_MAP_ARRAY)
         file.elements = count / CubeFaces;
 }
 
@@ -85,12 +79,12 @@ std::string ToKtx(const TextureImages& texture)
     if (format == std::end(PixelFormats))
         throw Error(Error::Kind::Request, "the texture holds no pixels");
     using namespace std::string_view_literals;
-    const bool isSrgb = texture.format == Srgb8 || texture.format == Srgb8Alpha8;
+    const bool isSrgb = texture.format == GL_SRGB8 || texture.format == GL_SRGB8_ALPHA8;
     Textures::KtxTexture file = {.type = format->type,
                                  .typeBytes = base.kind->componentBytes,
                                  .format = format->format,
-                                 .internalFormat = isSrgb ? Srgb8Alpha8 : format->internalFormat,
-                                 .baseFormat = format->format == RgbaInteger ? Rgba : format->format,
+                                 .internalFormat = isSrgb ? GL_SRGB8_ALPHA8 : format->internalFormat,
+                                 .baseFormat = format->format == GL_RGBA_INTEGER ? GL_RGBA : format->format,
                                  .width = base.width,
                                  .height = base.height};
     file.keyValues = {"KTXorientation\0S=r,T=u\0"sv};
