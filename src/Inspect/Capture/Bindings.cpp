@@ -4,12 +4,6 @@ namespace Inspect {
 
 using Data::CallId;
 
-bool Bindings::Concerns(CallId call)
-{
-    return call == CallId::glBindFramebuffer || call == CallId::glDeleteFramebuffers || call == CallId::glUseProgram ||
-           call == CallId::eglDestroyContext;
-}
-
 void Bindings::Follow(const Data::CallArguments& call, std::uint32_t context)
 {
     m_targets.Follow(call, context);

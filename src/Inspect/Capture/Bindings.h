@@ -17,8 +17,8 @@ struct Bound {
 /// Follows it for each context.
 class Bindings {
 public:
+    /// To be told of each call, with the context that it belongs to.
     void Follow(const Data::CallArguments& call, std::uint32_t context);
-    [[nodiscard]] static bool Concerns(Data::CallId call);
     [[nodiscard]] Bound Of(std::uint32_t context) const;
 
 private:

@@ -33,8 +33,7 @@ public:
             return;
         const Data::CallArguments arguments(*call, record);
         m_buffers.Follow(arguments);
-        if (Bindings::Concerns(*call))
-            m_bindings.Follow(arguments, m_buffers.Context());
+        m_bindings.Follow(arguments, m_buffers.Context());
     }
 
 private:

@@ -61,13 +61,13 @@ bool FrameIndex::Find(std::uint32_t frame, ChunkStart& start) const
     return true;
 }
 
-std::map<std::pair<std::uint32_t, std::uint32_t>, std::string> FrameIndex::Labels() const
+FrameIndex::LabelMap FrameIndex::Labels() const
 {
     const std::lock_guard lock(m_mutex);
     return m_labels;
 }
 
-std::string FrameIndex::LabelOf(std::uint32_t kind, std::uint32_t name) const
+std::string FrameIndex::LabelOf(Data::ObjectKind kind, std::uint32_t name) const
 {
     const std::lock_guard lock(m_mutex);
     const auto label = m_labels.find({kind, name});
@@ -150,8 +150,7 @@ void FrameIndex::TakeCall(const Data::CallArguments& call)
     if (call.Header().bytes > MayHoldContents && IsUpload(NameOf(call.Call())))
         m_frame.uploadBytes += call.Header().bytes;
     m_buffers.Follow(call);
-    if (Bindings::Concerns(call.Call()))
-        m_bindings.Follow(call, m_buffers.Context());
+    m_bindings.Follow(call, m_buffers.Context());
     TakeName(call);
 }
 
@@ -163,16 +162,10 @@ void FrameIndex::TakeName(const Data::CallArguments& call)
         m_sources.Follow(call, {m_framesRead + 1, m_frame.calls});
         return;
     }
-    switch (call.Call()) {
-    case CallId::glObjectLabel:
-    case CallId::glObjectLabelKHR:
-    case CallId::glLabelObjectEXT: {
+    if (call.Call() == CallId::glObjectLabel || call.Call() == CallId::glObjectLabelKHR ||
+        call.Call() == CallId::glLabelObjectEXT) {
         const std::lock_guard lock(m_mutex);
-        m_labels[{call.Unsigned(0), call.Unsigned(1)}] = call.Text(3);
-        break;
-    }
-    default:
-        break;
+        m_labels[{Data::LabeledKind(call.Unsigned(0)), call.Unsigned(1)}] = call.Text(3);
     }
 }
 

@@ -11,6 +11,7 @@
 
 #include "Data/Capture/CaptureSource.h"
 #include "Data/State/BufferBindings.h"
+#include "Data/State/StateTable.h"
 #include "Inspect/Capture/Bindings.h"
 #include "Inspect/Capture/SourceHistory.h"
 
@@ -59,10 +60,11 @@ public:
     void Wait() const;
     /// Waits until the frame, counted from 1, was read, and answers where it begins. False when there is no such frame.
     bool Find(std::uint32_t frame, ChunkStart& start) const;
-    /// The last label that the capture gives an object; empty for none. `kind` as glObjectLabel has it.
-    [[nodiscard]] std::string LabelOf(std::uint32_t kind, std::uint32_t name) const;
+    /// The last label that the capture gives an object; empty for none.
+    [[nodiscard]] std::string LabelOf(Data::ObjectKind kind, std::uint32_t name) const;
+    using LabelMap = std::map<std::pair<Data::ObjectKind, std::uint32_t>, std::string>;
     /// All of them so far.
-    [[nodiscard]] std::map<std::pair<std::uint32_t, std::uint32_t>, std::string> Labels() const;
+    [[nodiscard]] LabelMap Labels() const;
 
     /// What a program was linked from; waits until the place was read.
     [[nodiscard]] std::vector<Data::ShaderSource> SourcesOf(std::uint32_t program, const Place& place) const;
@@ -86,7 +88,7 @@ private:
     mutable std::condition_variable m_grown;
     Frames m_result;
     std::vector<ChunkNote> m_chunks;
-    std::map<std::pair<std::uint32_t, std::uint32_t>, std::string> m_labels;
+    LabelMap m_labels;
     SourceHistory m_sources;
     bool m_stop = false;
 

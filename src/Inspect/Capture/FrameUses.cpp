@@ -12,6 +12,8 @@
 #include "Data/State/StateModel.h"
 #include "Tools/Info/Notation.h"
 
+#include <GLES3/gl32.h>
+
 namespace Inspect {
 
 namespace {
@@ -22,8 +24,6 @@ using Data::ObjectKind;
 using Data::Owner;
 using Data::Slot;
 using Data::State;
-
-constexpr std::uint32_t RenderbufferTarget = 0x8D41;
 
 /// Whether the name of a function begins with one of these.
 bool Begins(std::string_view function, std::initializer_list<std::string_view> beginnings)
@@ -50,7 +50,7 @@ public:
         switch (Data::ActionOf(call.Call())) {
         case Data::ActionKind::Draw:
             NoteFramebuffer(true, ObjectUse::Wrote);
-            NoteVertices();
+            Add(m_model.BoundVertexArray(), ObjectUse::Read, "vertex array");
             NoteShaders();
             break;
         case Data::ActionKind::Dispatch:
@@ -146,10 +146,10 @@ private:
             return;
         Add(framebuffer, does, "");
         NoteBound(framebuffer, State::Attachment, does,
-                  [](const Data::StateSlots& slots, Slot slot) { return Tools::EnumText(slots.FirstOf(slot)); });
+                  [](auto attachment, auto) { return Tools::EnumText(attachment); });
     }
 
-    /// What is bound in all slots of a state of an owner.
+    /// What is bound in all slots of a state of an owner, as what `textOf` says; where that is empty, not.
     template <class Text> void NoteBound(Owner owner, State state, int does, Text textOf)
     {
         // Notes make no slots, but asking for what is not there does.
@@ -157,10 +157,9 @@ private:
         const Data::StateSlots& slots = m_model.Slots();
         for (const Slot slot : all)
             if (slots.StateOf(slot) == state)
-                Add(slots.ValueOf(slot).bound, static_cast<ObjectUse::Does>(does), textOf(slots, slot));
+                if (const std::string text = textOf(slots.FirstOf(slot), slots.SecondOf(slot)); !text.empty())
+                    Add(slots.ValueOf(slot).bound, static_cast<ObjectUse::Does>(does), text);
     }
-
-    void NoteVertices() { Add(m_model.BoundVertexArray(), ObjectUse::Read, "vertex array"); }
 
     /// Programs, and what they may read and write though no sampler names it.
     void NoteShaders()
@@ -169,16 +168,12 @@ private:
         Add(m_model.Bound(State::Program), ObjectUse::Read, "program");
         Add(m_model.Bound(State::Pipeline), ObjectUse::Read, "pipeline");
         constexpr int Both = ObjectUse::Read | ObjectUse::Wrote;
-        NoteBound(context, State::ImageTexture, Both, [](const Data::StateSlots& slots, Slot slot) {
-            return "image " + std::to_string(slots.FirstOf(slot));
+        NoteBound(
+            context, State::ImageTexture, Both, [](auto unit, auto) { return "image " + std::to_string(unit); });
+        NoteBound(context, State::IndexedBuffer, Both, [](auto target, auto index) {
+            return target != Data::Enum::UniformBuffer ? Tools::EnumText(target) + " " + std::to_string(index)
+                                                       : std::string();
         });
-        for (const Slot slot : std::vector<Slot>(m_model.Slots().Of(context))) {
-            const Data::StateSlots& slots = m_model.Slots();
-            const std::uint32_t target = slots.FirstOf(slot);
-            if (slots.StateOf(slot) == State::IndexedBuffer && target != Data::Enum::UniformBuffer)
-                Add(slots.ValueOf(slot).bound, static_cast<ObjectUse::Does>(Both),
-                    Tools::EnumText(target) + " " + std::to_string(slots.SecondOf(slot)));
-        }
     }
 
     void NoteCopy(const CallArguments& call)
@@ -201,7 +196,7 @@ private:
 
     Owner CopiedObject(const CallArguments& call, std::size_t name)
     {
-        const bool isRenderbuffer = call.Unsigned(name + 1) == RenderbufferTarget;
+        const bool isRenderbuffer = call.Unsigned(name + 1) == GL_RENDERBUFFER;
         return m_model.Known(isRenderbuffer ? ObjectKind::Renderbuffer : ObjectKind::Texture, call.Unsigned(name));
     }
 

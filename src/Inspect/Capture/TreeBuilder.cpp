@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <ranges>
 
-#include "Inspect/Capture/FrameCalls.h"
-
 namespace Inspect {
 
 using Data::ActionKind;
@@ -31,12 +29,10 @@ void TreeBuilder::Action(std::uint32_t number, ActionKind kind, std::uint32_t co
     if (DrawsToFramebuffer(kind) && !isInPass) {
         while (!m_open.empty() && m_open.back().isPass)
             m_open.pop_back();
-        m_tree.push_back(
-            {TreeNode::Kind::Pass, static_cast<std::uint32_t>(m_open.size()), number, {}, bound.framebuffer, context});
+        Add(TreeNode::Kind::Pass, number, {}, bound.framebuffer, context);
         m_open.push_back({true, context, bound.framebuffer});
     }
-    m_tree.push_back(
-        {TreeNode::Kind::Action, static_cast<std::uint32_t>(m_open.size()), number, {}, bound.program, context});
+    Add(TreeNode::Kind::Action, number, {}, bound.program, context);
 }
 
 void TreeBuilder::Call(std::uint32_t number, const Data::CallArguments& call)
@@ -55,23 +51,26 @@ void TreeBuilder::Call(std::uint32_t number, const Data::CallArguments& call)
         Pop();
         break;
     case CallId::glInsertEventMarkerEXT:
-        m_tree.push_back({TreeNode::Kind::Marker, static_cast<std::uint32_t>(m_open.size()), number,
-                          std::string(call.Text(1)), 0, 0});
+        Add(TreeNode::Kind::Marker, number, call.Text(1));
         break;
     case CallId::glDebugMessageInsert:
     case CallId::glDebugMessageInsertKHR:
-        m_tree.push_back({TreeNode::Kind::Marker, static_cast<std::uint32_t>(m_open.size()), number,
-                          std::string(call.Text(5)), 0, 0});
+        Add(TreeNode::Kind::Marker, number, call.Text(5));
         break;
     default:
         break;
     }
 }
 
+void TreeBuilder::Add(TreeNode::Kind kind, std::uint32_t call, std::string_view text, std::uint32_t object,
+                      std::uint32_t context)
+{
+    m_tree.push_back({kind, static_cast<std::uint32_t>(m_open.size()), call, std::string(text), object, context});
+}
+
 void TreeBuilder::Push(std::uint32_t number, std::string_view text)
 {
-    m_tree.push_back(
-        {TreeNode::Kind::Group, static_cast<std::uint32_t>(m_open.size()), number, std::string(text), 0, 0});
+    Add(TreeNode::Kind::Group, number, text);
     if (m_open.size() < MostDepth)
         m_open.push_back({false, 0, 0});
 }

@@ -6,10 +6,9 @@
 #include "Data/Records/Actions.h"
 #include "Data/Records/CallArguments.h"
 #include "Inspect/Capture/Bindings.h"
+#include "Inspect/Capture/FrameCalls.h"
 
 namespace Inspect {
-
-struct TreeNode;
 
 /// Puts the actions of a frame below the passes and the debug groups that they belong to.
 class TreeBuilder {
@@ -29,6 +28,8 @@ private:
         std::uint32_t framebuffer;
     };
 
+    void Add(TreeNode::Kind kind, std::uint32_t call, std::string_view text, std::uint32_t object = 0,
+             std::uint32_t context = 0);
     void Push(std::uint32_t number, std::string_view text);
     void Pop();
 

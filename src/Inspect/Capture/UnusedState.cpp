@@ -132,21 +132,24 @@ public:
 private:
     static std::string_view NameOf(std::string_view state) { return state.substr(0, state.find('[')); }
 
+    static bool IsTrue(const Values& values, const std::string& name)
+    {
+        const auto value = values.find(name);
+        return value != values.end() && value->second.is_boolean() && value->second.get<bool>();
+    }
+
     /// On for any draw buffer or viewport, or for the same one as `state` is of.
     [[nodiscard]] bool IsOn(std::string_view capability, std::string_view state) const
     {
-        const auto isTrue = [this](const std::string& name) {
-            const auto value = m_context->find(name);
-            return value != m_context->end() && value->second.is_boolean() && value->second.get<bool>();
-        };
         const std::string name(capability);
-        if (isTrue(name))
+        if (IsTrue(*m_context, name))
             return true;
         const std::size_t index = state.find('[');
         if (index != std::string_view::npos && m_context->contains(name + std::string(state.substr(index))))
-            return isTrue(name + std::string(state.substr(index)));
-        return std::ranges::any_of(
-            *m_context, [&](const auto& entry) { return entry.first.starts_with(name + "[") && isTrue(entry.first); });
+            return IsTrue(*m_context, name + std::string(state.substr(index)));
+        return std::ranges::any_of(*m_context, [&](const auto& entry) {
+            return entry.first.starts_with(name + "[") && IsTrue(*m_context, entry.first);
+        });
     }
 
     [[nodiscard]] bool Has(std::string_view part) const { return m_user.text.find(part) != std::string::npos; }
@@ -215,12 +218,10 @@ private:
             // Bindings have numbers of their own.
             if (!index || !state.starts_with("GL_VERTEX_ATTRIB_"))
                 continue;
-            const auto enabled = array->second.find("GL_VERTEX_ATTRIB_ARRAY_ENABLED[" + std::to_string(*index) + "]");
-            const bool isOn =
-                enabled != array->second.end() && enabled->second.is_boolean() && enabled->second.get<bool>();
+            const std::string enabled = "GL_VERTEX_ATTRIB_ARRAY_ENABLED[" + std::to_string(*index) + "]";
             if (m_user.isProgramKnown && !m_user.attributes.contains(*index))
                 m_unused.push_back({object, state, "the program reads no attribute " + std::to_string(*index)});
-            else if (!isOn && enabled != array->second.end() && state != enabled->first)
+            else if (array->second.contains(enabled) && !IsTrue(array->second, enabled) && state != enabled)
                 m_unused.push_back({object, state, "the array is off"});
         }
     }

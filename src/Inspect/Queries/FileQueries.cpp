@@ -12,11 +12,6 @@ namespace Inspect {
 
 namespace {
 
-// As glObjectLabel has them.
-constexpr std::uint32_t FramebufferLabel = 0x8D40;
-constexpr std::uint32_t ProgramLabel = 0x82E2;
-constexpr std::uint32_t ProgramLabelOfExtension = 0x8B40;
-
 constexpr const char* NodeNames[] = {"pass", "group", "marker", "action"};
 
 Json ToJson(const CallRow& row, std::uint32_t call)
@@ -38,14 +33,12 @@ Json ToJson(const Inspector& inspector, const FrameCalls& calls, const TreeNode&
         json["call"] = node.call;
         json["framebuffer"] = node.object;
         json["context"] = node.context;
-        label = inspector.Index().LabelOf(FramebufferLabel, node.object);
+        label = inspector.Index().LabelOf(Data::ObjectKind::Framebuffer, node.object);
         break;
     case TreeNode::Kind::Action:
         json.update(ToJson(calls.calls[node.call - 1], node.call));
         json["program"] = node.object;
-        label = inspector.Index().LabelOf(ProgramLabel, node.object);
-        if (label.empty())
-            label = inspector.Index().LabelOf(ProgramLabelOfExtension, node.object);
+        label = inspector.Index().LabelOf(Data::ObjectKind::Program, node.object);
         break;
     default:
         json["call"] = node.call;
@@ -90,8 +83,8 @@ Answer AnswerLabels(Inspector& inspector, const Parameters& parameters)
         inspector.Index().Wait();
     Json labels = Json::object();
     for (const auto& [object, label] : inspector.Index().Labels())
-        if (const Data::ObjectKind kind = Data::LabeledKind(object.first); kind != Data::noObject && !label.empty())
-            labels[Data::Describe(kind).name][std::to_string(object.second)] = label;
+        if (object.first != Data::noObject && !label.empty())
+            labels[Data::Describe(object.first).name][std::to_string(object.second)] = label;
     return {.body = Text({{"labels", std::move(labels)}})};
 }
 
