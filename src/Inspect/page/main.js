@@ -261,6 +261,10 @@ function openTab(name) {
 }
 
 function listen() {
+    const title = name => name[0].toUpperCase() + name.slice(1);
+    byId("tabs").append(...Tabs.map(name => make("button", { role: "tab", "data-tab": name, click: () => { setTab(name); fillTab(); } }, title(name))));
+    byId("views").append(...Views.map(name => make("button", { "data-view": name,
+        click: () => { setView(name); showAddress(); if (Tabs.includes(view)) fillTab(); } }, title(name))));
     document.addEventListener("keydown", event => {
         const isTyping = event.target.matches("input, select, textarea") || document.querySelector("dialog[open]");
         if (event.key === "Escape" && isTyping) event.target.blur();
@@ -280,10 +284,6 @@ function listen() {
         document.body.replaceChildren(empty("The server has ended. This page can be closed."));
     });
     byId("alert").querySelector("button").addEventListener("click", () => { byId("alert").hidden = true; });
-    for (const button of document.querySelectorAll("nav.views button"))
-        button.addEventListener("click", () => { setView(button.dataset.view); showAddress(); if (Tabs.includes(view)) fillTab(); });
-    for (const button of document.querySelectorAll("[data-tab]"))
-        button.addEventListener("click", () => { setTab(button.dataset.tab); fillTab(); });
     addEventListener("hashchange", readAddress);
 }
 

@@ -12,10 +12,8 @@ const Experiments = [
     ["simple", "Simple shader", "One colour from the fragment shader"],
     ["no-blending", "Blending off", "Pixels are written and not read"],
 ];
-const StageNames = {
-    GL_VERTEX_SHADER: "vertex", GL_FRAGMENT_SHADER: "fragment", GL_COMPUTE_SHADER: "compute", GL_GEOMETRY_SHADER: "geometry",
-    GL_TESS_CONTROL_SHADER: "tessellation control", GL_TESS_EVALUATION_SHADER: "tessellation evaluation",
-};
+/** "tessellation control" of "GL_TESS_CONTROL_SHADER". */
+const stageName = type => type.slice(3, -7).toLowerCase().replace("tess_", "tessellation ");
 
 export class ProgramView {
     /** `changed()` when what is drawn is another picture from now on; `spans()` are lists of calls by what they are. */
@@ -87,7 +85,7 @@ export class ProgramView {
         this.editor ??= new Editor({ apply: () => this.apply() });
         this.editor.show(shader.key, shader.type, shader.edited ?? shader.source);
         if (this.faults?.key === shader.key) this.editor.showErrors(this.faults.errors.map(one => one.line));
-        const name = one => `${StageNames[one.type] ?? one.type}${one.edited === undefined ? "" : " *"}${this.programs.length > 1 ? ` of ${one.program}` : ""}`;
+        const name = one => `${stageName(one.type)}${one.edited === undefined ? "" : " *"}${this.programs.length > 1 ? ` of ${one.program}` : ""}`;
         return [
             bar(link(() => this.open("programs", shader.program), `Program ${shader.program}`),
                 choice("Shaders", shaders.map(one => [one.key, name(one)]), shader.key, key => { this.chosen = key; this.render(place); }), make("span", { class: "spacer" }),
