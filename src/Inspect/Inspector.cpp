@@ -34,16 +34,12 @@ template <class T> T& OfSecond(const std::unique_ptr<T>& one)
 } // namespace
 
 Inspector::Inspector(const ReplaySettings& settings, bool isLasting, std::optional<std::uint32_t> every)
-    : m_path(settings.capture), m_isLasting(isLasting), m_side(settings.side), m_header(ReadHeader(m_path)),
-      m_index(m_path), m_replays(settings, isLasting, every),
+    : m_path(settings.capture), m_header(ReadHeader(m_path)), m_index(m_path), m_replays(settings, isLasting, every),
       m_thumbnails(
-          {.isBusy = [this] { return m_asking > 0; },
-           .start = [this](std::uint32_t frame) { return m_replays.Start(frame); },
-           .hasSnapshot = [this](std::uint32_t frame) { return frame < 2 || m_replays.AllSnapshots().At(frame); },
-           .makesSnapshots = isLasting,
-           .lookAhead = [this](const Place& place, ReplayProcess& replay,
-                               const Json& step) { return LookAhead(place, replay, step); },
-           .countAhead = [this](std::uint32_t frame) { return m_replays.CountOfKept(frame); }})
+          m_replays, [this] { return m_asking > 0; },
+          [this](const Place& place, ReplayProcess& replay, const Json& step) {
+              return LookAhead(place, replay, step);
+          })
 {
 }
 
@@ -93,7 +89,7 @@ void Inspector::SetSecond(Sides::Side side)
 {
     m_secondSide = std::move(side);
     m_second = std::make_unique<Replays>(ReplaySettings{m_path, m_secondSide}, false, 0);
-    m_search = std::make_unique<WrongSearch>(m_path, m_side, m_secondSide);
+    m_search = std::make_unique<WrongSearch>(m_path, FirstSide(), m_secondSide);
 }
 
 void Inspector::Stop()
@@ -119,7 +115,7 @@ WrongSearch& Inspector::Search()
 
 void Inspector::AddOther(const std::string& path)
 {
-    m_others.push_back(std::make_unique<Inspector>(ReplaySettings{path, m_side}, false, 0));
+    m_others.push_back(std::make_unique<Inspector>(ReplaySettings{path, FirstSide()}, false, 0));
 }
 
 std::vector<std::string> Inspector::Others() const
@@ -154,7 +150,7 @@ std::shared_ptr<const FrameUses> Inspector::Uses(std::uint32_t frame)
     if (m_uses && m_usesFrame == frame)
         return m_uses;
     const auto calls = Calls(frame);
-    const std::unique_ptr<Data::CaptureSource> source = Open(m_replays.SnapshotFor(frame));
+    const std::unique_ptr<Data::CaptureSource> source = Open(m_replays.AllSnapshots().Nearest(frame));
     auto uses = std::make_shared<FrameUses>(ReadFrameUses(*source, m_path, frame));
     // Which textures a program samples, and which buffers its blocks and vertices come from, the driver knows.
     const Place last = {frame, static_cast<std::uint32_t>(calls->calls.size())};
@@ -173,7 +169,7 @@ std::shared_ptr<const FrameUses> Inspector::Uses(std::uint32_t frame)
 
 void Inspector::Select(std::uint32_t frame)
 {
-    if (m_isLasting)
+    if (m_replays.IsLasting())
         m_thumbnails.Begin(frame);
 }
 
@@ -196,7 +192,7 @@ bool Inspector::LookAhead(const Place& place, ReplayProcess& replay, const Json&
     // One way through the frame has the states of all, where as many are kept.
     if (calls.size() < MostStates && !FindState(place))
         States(place.frame, calls);
-    return m_replays.KeepAhead(place, outcome);
+    return m_replays.Kept().KeepAhead({0, place}, outcome);
 }
 
 std::shared_ptr<const Tools::StateSnapshot> Inspector::FindState(const Place& place)
@@ -234,7 +230,7 @@ std::vector<std::shared_ptr<const Tools::StateSnapshot>> Inspector::States(std::
             missing.push_back(call);
     // Nobody else waits for it: who reads ahead does so slowly.
     if (!missing.empty()) {
-        std::vector<Tools::StateSnapshot> read = ReadStates(m_replays.SnapshotFor(frame), frame, missing);
+        std::vector<Tools::StateSnapshot> read = ReadStates(m_replays.AllSnapshots().Nearest(frame), frame, missing);
         for (std::size_t i = 0; i < missing.size(); ++i) {
             states[missing[i]] = std::make_shared<Tools::StateSnapshot>(std::move(read[i]));
             KeepState({frame, missing[i]}, states[missing[i]]);

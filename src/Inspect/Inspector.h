@@ -31,7 +31,7 @@ public:
 
     [[nodiscard]] const std::string& Path() const { return m_path; }
     /// The first driver.
-    [[nodiscard]] const Sides::Side& FirstSide() const { return m_side; }
+    [[nodiscard]] const Sides::Side& FirstSide() const { return m_replays.Settings().side; }
     [[nodiscard]] const Data::CaptureHeader& Header() const { return m_header; }
     [[nodiscard]] const FrameIndex& Index() const { return m_index; }
     [[nodiscard]] Replays& Replay() { return m_replays; }
@@ -101,8 +101,6 @@ private:
     [[nodiscard]] std::unique_ptr<Data::CaptureSource> Open(const SnapshotPointer& snapshot) const;
 
     std::string m_path;
-    bool m_isLasting;
-    Sides::Side m_side;
     Data::CaptureHeader m_header;
     FrameIndex m_index;
     Replays m_replays;

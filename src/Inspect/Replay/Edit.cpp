@@ -1,7 +1,6 @@
 #include "Inspect/Replay/Edit.h"
 
 #include <algorithm>
-#include <cctype>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -10,6 +9,8 @@
 #include "Inspect/Error.h"
 #include "Inspect/Inspector.h"
 #include "Util/Spelling.h"
+
+#include <GLES3/gl32.h>
 
 namespace Inspect {
 
@@ -24,18 +25,13 @@ struct Stage {
     std::uint32_t value;
 };
 constexpr Stage Stages[] = {
-    {"vertex", "GL_VERTEX_SHADER", 0x8B31},
-    {"fragment", "GL_FRAGMENT_SHADER", 0x8B30},
-    {"compute", "GL_COMPUTE_SHADER", 0x91B9},
-    {"geometry", "GL_GEOMETRY_SHADER", 0x8DD9},
-    {"tessellation-control", "GL_TESS_CONTROL_SHADER", 0x8E88},
-    {"tessellation-evaluation", "GL_TESS_EVALUATION_SHADER", 0x8E87},
+    {"vertex", "GL_VERTEX_SHADER", GL_VERTEX_SHADER},
+    {"fragment", "GL_FRAGMENT_SHADER", GL_FRAGMENT_SHADER},
+    {"compute", "GL_COMPUTE_SHADER", GL_COMPUTE_SHADER},
+    {"geometry", "GL_GEOMETRY_SHADER", GL_GEOMETRY_SHADER},
+    {"tessellation-control", "GL_TESS_CONTROL_SHADER", GL_TESS_CONTROL_SHADER},
+    {"tessellation-evaluation", "GL_TESS_EVALUATION_SHADER", GL_TESS_EVALUATION_SHADER},
 };
-
-[[noreturn]] void Refuse(const std::string& text)
-{
-    throw Error(Error::Kind::Request, text);
-}
 
 std::uint32_t ReadStage(const std::string& text)
 {
@@ -45,13 +41,14 @@ std::uint32_t ReadStage(const std::string& text)
             return stage.value;
         names.push_back(stage.name);
     }
-    Refuse("there are no " + text + " shaders" + Util::Suggestion(text, names));
+    throw Error(Error::Kind::Request, "there are no " + text + " shaders" + Util::Suggestion(text, names));
 }
 
-std::string_view TypeText(std::uint32_t type)
+/// Without names for another type.
+Stage StageOf(std::uint32_t type)
 {
     const auto* const stage = std::ranges::find(Stages, type, &Stage::value);
-    return stage != std::end(Stages) ? stage->type : std::string_view();
+    return stage != std::end(Stages) ? *stage : Stage{{}, {}, type};
 }
 
 void SetPlace(Inspector& inspector, Edit& edit, const std::string& at)
@@ -65,7 +62,7 @@ void CheckKind(const std::string& kind)
     std::vector<std::string_view> kinds(std::begin(Experiments), std::end(Experiments));
     kinds.push_back(ShaderKind);
     if (std::ranges::find(kinds, kind) == kinds.end())
-        Refuse("there is no edit \"" + kind + "\"" + Util::Suggestion(kind, kinds));
+        throw Error(Error::Kind::Request, "there is no edit \"" + kind + "\"" + Util::Suggestion(kind, kinds));
 }
 
 /// The lines that a log of compiling names, with what it says there.
@@ -91,15 +88,14 @@ std::string Edit::Text() const
 {
     if (kind != ShaderKind)
         return kind + (place ? " at " + at : "");
-    const auto* const stage = std::ranges::find(Stages, type, &Stage::value);
-    return std::string(stage != std::end(Stages) ? stage->name : "") + " shader of program " + std::to_string(program);
+    return std::string(StageOf(type).name) + " shader of program " + std::to_string(program);
 }
 
 std::vector<Edit> ReadEdits(Inspector& inspector, const std::string& body)
 {
     const Json json = Json::parse(body, nullptr, false);
     if (!json.is_object() || !json.contains("edits") || !json["edits"].is_array())
-        Refuse("expected {\"edits\": [...]}");
+        throw Error(Error::Kind::Request, "expected {\"edits\": [...]}");
     std::vector<Edit> edits;
     try {
         for (const Json& one : json["edits"]) {
@@ -115,7 +111,7 @@ std::vector<Edit> ReadEdits(Inspector& inspector, const std::string& body)
             edits.push_back(std::move(edit));
         }
     } catch (const Json::exception& failure) {
-        Refuse(std::string("an edit is not as it should be: ") + failure.what());
+        throw Error(Error::Kind::Request, std::string("an edit is not as it should be: ") + failure.what());
     }
     return edits;
 }
@@ -130,7 +126,7 @@ Edit ReadEdit(Inspector& inspector, const std::string& text)
         edit.kind = text.substr(0, at);
         CheckKind(edit.kind);
         if (edit.kind == ShaderKind)
-            Refuse("a shader is given as PROGRAM:STAGE=FILE");
+            throw Error(Error::Kind::Request, "a shader is given as PROGRAM:STAGE=FILE");
         if (at != std::string::npos)
             SetPlace(inspector, edit, text.substr(at + 1));
         return edit;
@@ -140,7 +136,7 @@ Edit ReadEdit(Inspector& inspector, const std::string& text)
     edit.type = ReadStage(match[2].str());
     std::ifstream file(match[3].str(), std::ios::binary);
     if (!file)
-        Refuse("cannot read " + match[3].str());
+        throw Error(Error::Kind::Request, "cannot read " + match[3].str());
     edit.source.assign(std::istreambuf_iterator<char>(file), {});
     return edit;
 }
@@ -152,7 +148,7 @@ Json ToJson(const std::vector<Edit>& edits)
         Json json = {{"kind", edit.kind}};
         if (edit.kind == ShaderKind) {
             json["program"] = edit.program;
-            json["type"] = TypeText(edit.type);
+            json["type"] = StageOf(edit.type).type;
             json["source"] = edit.source;
         } else if (edit.place) {
             json["at"] = edit.at;
@@ -164,20 +160,14 @@ Json ToJson(const std::vector<Edit>& edits)
 
 Json RequestFor(const std::vector<Edit>& edits, std::uint32_t frame)
 {
-    Json list = Json::array();
-    for (const Edit& edit : edits) {
-        Json json = {{"kind", edit.kind}};
-        if (edit.kind == ShaderKind) {
-            json["program"] = edit.program;
-            json["type"] = edit.type;
-            json["source"] = edit.source;
-        } else if (edit.place) {
-            // That of another frame is at no call of this one.
-            constexpr std::uint32_t None = ~0U;
-            json["call"] = edit.place->frame == frame ? edit.place->call : None;
-        }
-        list.push_back(std::move(json));
-    }
+    // That of another frame is at no call of this one.
+    constexpr std::uint32_t None = ~0U;
+    Json list = ToJson(edits);
+    for (std::size_t i = 0; i < edits.size(); ++i)
+        if (edits[i].kind == ShaderKind)
+            list[i]["type"] = edits[i].type;
+        else if (edits[i].place)
+            list[i]["call"] = edits[i].place->frame == frame ? edits[i].place->call : None;
     return {{"do", "edits"}, {"edits", std::move(list)}};
 }
 
@@ -192,7 +182,7 @@ void CheckAnswer(const std::vector<Edit>& edits, const Json& answer)
     const Edit edit = index < edits.size() ? edits[index] : Edit();
     throw Error(
         Error::Kind::Request, edit.Text() + ": " + log,
-        {{"edit", index}, {"type", TypeText(fault.value("type", 0U))}, {"log", log}, {"errors", ErrorsIn(log)}});
+        {{"edit", index}, {"type", StageOf(fault.value("type", 0U)).type}, {"log", log}, {"errors", ErrorsIn(log)}});
 }
 
 } // namespace Inspect

@@ -5,14 +5,12 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
 #include "Inspect/Place.h"
+#include "Inspect/Replay/ReplayProcess.h"
 
 namespace Inspect {
 
 class Inspector;
-using Json = nlohmann::ordered_json;
 
 /// What is replayed otherwise than it was recorded: a shader with another source, or an experiment with draws.
 struct Edit {

@@ -1,5 +1,8 @@
 #include "Inspect/Replay/ReplayProcess.h"
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include "Inspect/Error.h"
 
 namespace Inspect {
@@ -7,6 +10,12 @@ namespace Inspect {
 std::string Text(const Json& json)
 {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+void TakeLowPriority()
+{
+    constexpr int Low = 10;
+    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), Low);
 }
 
 void ProcessList::EndAll()

@@ -39,6 +39,9 @@ private:
     bool m_hasEnded = false;
 };
 
+/// For the thread that calls it and the processes that it starts from then on: everything else goes first.
+void TakeLowPriority();
+
 /// What a replay is started with.
 struct ReplaySettings {
     std::string capture;
@@ -63,14 +66,13 @@ public:
     ReplayAnswer Ask(const Json& request);
 
     [[nodiscard]] bool IsAlive() const { return m_end.empty(); }
-    /// What it said when it ended; empty before.
-    [[nodiscard]] const std::string& End() const { return m_end; }
 
 private:
     [[noreturn]] void Fail();
 
     ProcessList& m_list;
     std::unique_ptr<Sides::Child> m_child;
+    /// What it said when it ended; empty before.
     std::string m_end;
 };
 

@@ -84,8 +84,7 @@ ReplayAnswer Replays::AskFromStart(const Place& last, Json request, Version vers
     try {
         request["call"] = last.call;
         ReplayAnswer answer = running.process->Ask(request);
-        if (const SnapshotPointer snapshot = m_snapshots.At(last.frame))
-            KeepSpare(snapshot);
+        KeepSpare(m_snapshots.At(last.frame));
         return answer;
     } catch (const Error& error) {
         Fail(running, last, error.what());
@@ -107,12 +106,6 @@ std::vector<Edit> Replays::Edits()
     return m_edits;
 }
 
-SnapshotPointer Replays::SnapshotFor(std::uint32_t frame) const
-{
-    const SnapshotPointer snapshot = m_snapshots.At(frame);
-    return snapshot ? snapshot : m_snapshots.Before(frame);
-}
-
 /// A process that is not behind the place.
 Replays::Running& Replays::Reach(const Place& place, Version version)
 {
@@ -122,12 +115,11 @@ Replays::Running& Replays::Reach(const Place& place, Version version)
         m_snapshots.Begin();
     const bool isInFront = m_running.process && !(place < m_running.at);
     if (!isInFront || m_running.at.frame != place.frame) {
-        const SnapshotPointer nearest = SnapshotFor(place.frame);
+        const SnapshotPointer nearest = m_snapshots.Nearest(place.frame);
         if (!isInFront || (nearest && nearest->frame > m_running.at.frame))
             m_running = BeginAt(place.frame);
     }
-    if (const SnapshotPointer snapshot = m_snapshots.At(place.frame); snapshot && m_spare.from != snapshot)
-        KeepSpare(snapshot);
+    KeepSpare(m_snapshots.At(place.frame));
     return m_running;
 }
 
@@ -162,8 +154,7 @@ Replays::Running Replays::BeginAt(std::uint32_t frame)
     const SnapshotPointer snapshot = m_snapshots.At(frame);
     if (!snapshot)
         return m_snapshots.Start(frame, false);
-    if (m_spare.from != snapshot)
-        KeepSpare(snapshot);
+    KeepSpare(snapshot);
     try {
         // That it is at the start of the frame.
         m_spare.process->Receive();
@@ -177,6 +168,8 @@ Replays::Running Replays::BeginAt(std::uint32_t frame)
 
 void Replays::KeepSpare(const SnapshotPointer& snapshot)
 {
+    if (!snapshot || m_spare.from == snapshot)
+        return;
     m_spare.process = std::make_unique<ReplayProcess>(m_processes, m_settings, snapshot->path);
     m_spare.from = snapshot;
     m_spare.at = {snapshot->frame, 0};

@@ -34,11 +34,8 @@ public:
 
     /// What a call left behind; kept for the next time. Throws Error.
     std::shared_ptr<const Outcome> At(const Place& place, Version version = Version::Edited);
-    /// Keeps what somebody else's replay without edits showed there. False where there is no room for more of the
-    /// frame.
-    bool KeepAhead(const Place& place, const Outcome& outcome) { return m_kept.KeepAhead({0, place}, outcome); }
-    /// How many places of the frame as it was recorded are known.
-    [[nodiscard]] std::size_t CountOfKept(std::uint32_t frame) const { return m_kept.CountOf(frame); }
+    /// What replays have left behind, by the number of the edits that were in force.
+    [[nodiscard]] KeptOutcomes& Kept() { return m_kept; }
     /// The answer to a request after a call. Throws Error.
     ReplayAnswer Ask(const Place& place, const Json& request, Version version = Version::Edited);
     /// The answer to a request that goes from the start of the frame on, such as "history", with the last call as its
@@ -48,11 +45,9 @@ public:
     /// frame, and those before stay.
     void SetEdits(std::vector<Edit> edits, std::uint32_t frame);
     [[nodiscard]] std::vector<Edit> Edits();
-    /// The nearest snapshot in front of a frame; null for none.
-    [[nodiscard]] SnapshotPointer SnapshotFor(std::uint32_t frame) const;
-    /// A process of the caller's own that is not behind the start of a frame. Throws Error.
-    Snapshots::Started Start(std::uint32_t frame) { return m_snapshots.Start(frame, false); }
-    [[nodiscard]] const Snapshots& AllSnapshots() const { return m_snapshots; }
+    [[nodiscard]] bool IsLasting() const { return m_isLasting; }
+    [[nodiscard]] const ReplaySettings& Settings() const { return m_settings; }
+    [[nodiscard]] Snapshots& AllSnapshots() { return m_snapshots; }
     /// Ends all processes and removes what they wrote, whoever waits for them. From any thread.
     void Stop();
 
@@ -68,6 +63,7 @@ private:
     Running BeginAt(std::uint32_t frame);
     /// One that is there, with edits.
     Running AtStartOf(std::uint32_t frame, const std::vector<Edit>& edits);
+    /// Has one begin with the snapshot, where there is such and none has done so.
     void KeepSpare(const SnapshotPointer& snapshot);
     [[noreturn]] void Fail(Running& running, const Place& place, std::string text);
 

@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <filesystem>
 
-#include <sys/resource.h>
-#include <unistd.h>
-
 #include "Inspect/Error.h"
 
 namespace Inspect {
@@ -20,7 +17,6 @@ constexpr std::uint64_t MostBytes = std::uint64_t{512} << 20;
 /// Of the frames that were looked at last.
 constexpr std::size_t MostWished = 8;
 
-constexpr int LowPriority = 10;
 /// A frame that is looked at for less than this is only passed by.
 constexpr std::chrono::milliseconds PassingBy{150};
 
@@ -28,20 +24,6 @@ constexpr std::chrono::milliseconds PassingBy{150};
 Json ToFrame(std::uint32_t frame, bool wantsPictures)
 {
     return {{"do", "frame"}, {"frame", frame}, {"pictures", wantsPictures}, {"finish", true}};
-}
-
-void WriteSnapshot(ReplayProcess& process, const std::string& path)
-{
-    const Json answer = process.Ask({{"do", "snapshot"}, {"file", path}}).json;
-    if (answer.contains("problem"))
-        throw Error(Error::Kind::Replay, answer["problem"].get<std::string>());
-}
-
-std::uint64_t SizeOf(const std::string& path)
-{
-    std::error_code none;
-    const std::uintmax_t bytes = std::filesystem::file_size(path, none);
-    return none ? 0 : bytes;
 }
 
 } // namespace
@@ -94,7 +76,6 @@ void Snapshots::Begin()
     const std::lock_guard lock(m_mutex);
     if (m_thread.joinable() || m_stop || !m_folder.IsThere())
         return;
-    m_isPassing = !m_progress.isDone;
     m_thread = std::thread([this] { Run(); });
 }
 
@@ -117,8 +98,10 @@ SnapshotPointer Snapshots::At(std::uint32_t frame) const
     return entry != m_entries.end() && entry->second.isChecked ? entry->second.snapshot : nullptr;
 }
 
-SnapshotPointer Snapshots::Before(std::uint32_t frame) const
+SnapshotPointer Snapshots::Nearest(std::uint32_t frame) const
 {
+    if (SnapshotPointer snapshot = At(frame))
+        return snapshot;
     const std::lock_guard lock(m_mutex);
     const auto after = m_entries.lower_bound(frame);
     return after != m_entries.begin() ? std::prev(after)->second.snapshot : nullptr;
@@ -166,8 +149,7 @@ Snapshots::Started Snapshots::Start(std::uint32_t frame, bool makesSnapshots)
 {
     for (;;) {
         Started started;
-        const SnapshotPointer snapshot = At(frame);
-        started.from = snapshot ? snapshot : Before(frame);
+        started.from = Nearest(frame);
         started.at = {started.from ? started.from->frame : 1, 0};
         started.process = std::make_unique<ReplayProcess>(
             m_processes, m_settings, started.from ? started.from->path : std::string(), makesSnapshots);
@@ -186,13 +168,12 @@ Snapshots::Started Snapshots::Start(std::uint32_t frame, bool makesSnapshots)
 
 void Snapshots::Run()
 {
-    // The processes that this thread starts inherit it.
-    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), LowPriority);
+    TakeLowPriority();
     for (;;) {
         std::optional<Wish> wish;
         {
             std::unique_lock lock(m_mutex);
-            m_wake.wait(lock, [this] { return m_stop || !m_wishes.empty() || m_isPassing; });
+            m_wake.wait(lock, [this] { return m_stop || !m_wishes.empty() || !m_progress.isDone; });
             if (m_stop)
                 break;
             while (!m_stop && m_isInterrupted.exchange(false))
@@ -218,7 +199,6 @@ void Snapshots::EndPass(const std::string& trouble)
 {
     m_pass.reset();
     const std::lock_guard lock(m_mutex);
-    m_isPassing = false;
     m_progress.isDone = true;
     if (!trouble.empty())
         m_progress.trouble = trouble;
@@ -231,7 +211,9 @@ void Snapshots::GoOn()
     if (!GoToNext())
         return;
     m_last = MakeNext();
-    Add(m_last);
+    const std::lock_guard lock(m_mutex);
+    m_progress.framesDone = m_last->frame;
+    m_entries.try_emplace(m_last->frame, Entry{m_last});
     MakeRoom();
 }
 
@@ -257,28 +239,16 @@ bool Snapshots::GoToNext()
 SnapshotPointer Snapshots::MakeNext()
 {
     const auto begin = Clock::now();
-    auto snapshot = std::make_shared<Snapshot>();
-    snapshot->path = NextFile();
-    snapshot->frame = m_progress.framesDone + 1;
-    WriteSnapshot(*m_pass, snapshot->path);
+    const std::shared_ptr<Snapshot> snapshot = Write(*m_pass, m_progress.framesDone + 1);
     // Most of the time is for replay, so that the pass does not take much longer than a replay.
     m_replayed = std::min<Clock::duration>(m_spacing - 2 * (Clock::now() - begin), Clock::duration::zero());
-    snapshot->bytes = SizeOf(snapshot->path);
     snapshot->hashes = HashesOf(m_pass->Ask(ToFrame(snapshot->frame, true)).json["pictures"]);
     return snapshot;
 }
 
-void Snapshots::Add(const SnapshotPointer& snapshot)
-{
-    const std::lock_guard lock(m_mutex);
-    m_progress.framesDone = snapshot->frame;
-    m_entries.try_emplace(snapshot->frame, Entry{snapshot});
-}
-
-/// Lets go of every second one along the capture while they are too many.
+/// Lets go of every second one along the capture while they are too many; to be called with the mutex.
 void Snapshots::MakeRoom()
 {
-    const std::lock_guard lock(m_mutex);
     for (;;) {
         std::vector<std::uint32_t> frames;
         std::uint64_t bytes = 0;
@@ -294,7 +264,6 @@ void Snapshots::MakeRoom()
             m_entries.erase(frames[i]);
         m_spacing *= 2;
         if (frames.size() == 1) {
-            m_isPassing = false;
             m_progress.isDone = true;
             m_progress.trouble = "a snapshot takes more than the " + std::to_string(m_progress.mostBytes >> 20) +
                                  " MiB that there are for all";
@@ -302,9 +271,18 @@ void Snapshots::MakeRoom()
     }
 }
 
-std::string Snapshots::NextFile()
+std::shared_ptr<Snapshot> Snapshots::Write(ReplayProcess& process, std::uint32_t frame)
 {
-    return m_folder.File(std::to_string(++m_files) + ".snapshot");
+    auto snapshot = std::make_shared<Snapshot>();
+    snapshot->path = m_folder.File(std::to_string(++m_files) + ".snapshot");
+    snapshot->frame = frame;
+    const Json answer = process.Ask({{"do", "snapshot"}, {"file", snapshot->path}}).json;
+    if (answer.contains("problem"))
+        throw Error(Error::Kind::Replay, answer["problem"].get<std::string>());
+    std::error_code none;
+    const std::uintmax_t bytes = std::filesystem::file_size(snapshot->path, none);
+    snapshot->bytes = none ? 0 : bytes;
+    return snapshot;
 }
 
 void Snapshots::Meet(const Wish& wish)
@@ -334,13 +312,8 @@ SnapshotPointer Snapshots::Make(const Wish& wish)
             return entry->second.snapshot;
     }
     const Started started = Start(wish.frame, true);
-    auto snapshot = std::make_shared<Snapshot>();
-    snapshot->path = NextFile();
-    snapshot->frame = wish.frame;
     started.process->Ask(ToFrame(wish.frame - 1, false));
-    WriteSnapshot(*started.process, snapshot->path);
-    snapshot->bytes = SizeOf(snapshot->path);
-    return snapshot;
+    return Write(*started.process, wish.frame);
 }
 
 void Snapshots::KeepWished(const SnapshotPointer& snapshot)

@@ -59,8 +59,8 @@ public:
 
     /// With which the frame begins; null while it is not ready, and when it cannot be had.
     [[nodiscard]] SnapshotPointer At(std::uint32_t frame) const;
-    /// The nearest one of an earlier frame; null for none.
-    [[nodiscard]] SnapshotPointer Before(std::uint32_t frame) const;
+    /// The same, or the nearest one of an earlier frame.
+    [[nodiscard]] SnapshotPointer Nearest(std::uint32_t frame) const;
     /// It turned out to be of no use.
     void Drop(const Snapshot& snapshot, const std::string& why);
 
@@ -105,7 +105,8 @@ private:
     /// Replays to where a snapshot is due. False where there is something else to do.
     bool GoToNext();
     SnapshotPointer MakeNext();
-    void Add(const SnapshotPointer& snapshot);
+    /// Of a process that is at the start of a frame.
+    std::shared_ptr<Snapshot> Write(ReplayProcess& process, std::uint32_t frame);
     void MakeRoom();
     void Meet(const Wish& wish);
     SnapshotPointer Make(const Wish& wish);
@@ -113,7 +114,6 @@ private:
     void KeepWished(const SnapshotPointer& snapshot);
     bool IsAsExpected(ReplayProcess& process, const Snapshot& snapshot);
     void Check(const Snapshot& snapshot);
-    [[nodiscard]] std::string NextFile();
     void EndPass(const std::string& trouble);
 
     ProcessList& m_processes;
@@ -129,14 +129,13 @@ private:
     /// Of frames that are looked at, in the order in which they were made.
     std::deque<std::uint32_t> m_order;
     Progress m_progress;
-    bool m_isPassing = false;
     bool m_stop = false;
     std::atomic<bool> m_isInterrupted = false;
     std::atomic<std::uint32_t> m_files = 0;
 
     // Of the thread alone.
     std::unique_ptr<ReplayProcess> m_pass;
-    /// From which the pass goes on.
+    /// From which the pass goes on: its file is read again for the next one.
     SnapshotPointer m_last;
     Clock::duration m_spacing;
     Clock::duration m_replayed{};

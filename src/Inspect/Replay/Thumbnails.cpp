@@ -2,9 +2,6 @@
 
 #include <algorithm>
 
-#include <sys/resource.h>
-#include <unistd.h>
-
 #include "Inspect/Error.h"
 #include "Inspect/Formats/Picture.h"
 
@@ -19,7 +16,6 @@ constexpr std::size_t MostWorks = 4;
 /// The longest side, in pixels.
 constexpr std::uint32_t FrameSide = 144;
 constexpr std::uint32_t ActionSide = 96;
-constexpr int LowPriority = 10;
 /// After which the way to a frame begins further in front of it.
 constexpr std::chrono::seconds PatienceForSnapshot{5};
 constexpr std::chrono::milliseconds Pause{20};
@@ -68,7 +64,7 @@ void Thumbnails::Select(std::uint32_t frame)
     } else {
         m_works.splice(m_works.begin(), m_works, work);
         // Other frames may have taken the place of what was known ahead.
-        if (Actions& actions = *work->actions; actions.isDone && m_surroundings.countAhead(frame) < actions.ahead)
+        if (Actions& actions = *work->actions; actions.isDone && m_replays.Kept().CountOf(frame) < actions.ahead)
             actions.isDone = false;
     }
     StartThread();
@@ -108,8 +104,7 @@ bool Thumbnails::WantsFrames() const
 
 void Thumbnails::Run()
 {
-    // The processes that this thread starts inherit it.
-    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), LowPriority);
+    TakeLowPriority();
     while (WaitForQuiet()) {
         Work work;
         bool wantsFrames = false;
@@ -132,7 +127,7 @@ bool Thumbnails::WaitForQuiet()
 {
     std::unique_lock lock(m_mutex);
     // Never long, since nobody tells when others are done.
-    while (!m_stop && m_surroundings.isBusy())
+    while (!m_stop && m_isBusy())
         m_changed.wait_for(lock, Pause);
     return !m_stop;
 }
@@ -151,7 +146,7 @@ void Thumbnails::NextFrame()
     Json answer = {{"end", true}};
     try {
         if (!m_strips)
-            m_strips = m_surroundings.start(1).process;
+            m_strips = m_replays.AllSnapshots().Start(1, false).process;
         answer = m_strips->Ask({{"do", "frame"}, {"frame", frame}, {"pictures", isShown}}).json;
         // Of several windows the last one that was swapped.
         if (const Json& pictures = answer.value("pictures", Json::array()); !pictures.empty()) {
@@ -184,7 +179,7 @@ bool Thumbnails::GoToFrame(const Work& work)
         m_hasRoom = true;
     }
     if (!m_steps) {
-        Snapshots::Started started = m_surroundings.start(work.frame);
+        Snapshots::Started started = m_replays.AllSnapshots().Start(work.frame, false);
         m_steps = std::move(started.process);
         // It may have to be told to go to where it begins.
         m_framesGone = std::max(started.at.frame, 2U) - 2;
@@ -197,8 +192,8 @@ bool Thumbnails::GoToFrame(const Work& work)
 
 bool Thumbnails::NextAction(const Work& work)
 {
-    const bool mayGetOne = m_surroundings.makesSnapshots && Clock::now() - work.since < PatienceForSnapshot;
-    if (m_stepsFrame != work.frame && mayGetOne && !m_surroundings.hasSnapshot(work.frame)) {
+    const bool mayGetOne = work.frame > 1 && m_replays.IsLasting() && Clock::now() - work.since < PatienceForSnapshot;
+    if (m_stepsFrame != work.frame && mayGetOne && !m_replays.AllSnapshots().At(work.frame)) {
         std::unique_lock lock(m_mutex);
         if (!WantsFrames() && !m_stop)
             m_changed.wait_for(lock, Pause);
@@ -207,20 +202,16 @@ bool Thumbnails::NextAction(const Work& work)
     try {
         if (GoToFrame(work)) {
             const ReplayAnswer step = m_steps->Ask({{"do", "step"}});
-            if (!step.json.contains("end"))
-                LookAhead(work, step.json);
+            if (!step.json.contains("end") && m_hasRoom) {
+                m_hasRoom = m_lookAhead({work.frame, step.json.value("call", 0U)}, *m_steps, step.json);
+                m_ahead += m_hasRoom ? 1 : 0;
+            }
             Keep(work, step);
         }
     } catch (const Error&) {
         Keep(work, {{{"end", true}}});
     }
     return true;
-}
-
-void Thumbnails::LookAhead(const Work& work, const Json& step)
-{
-    m_hasRoom = m_hasRoom && m_surroundings.lookAhead({work.frame, step.value("call", 0U)}, *m_steps, step);
-    m_ahead += m_hasRoom ? 1 : 0;
 }
 
 void Thumbnails::Keep(const Work& work, const ReplayAnswer& answer)

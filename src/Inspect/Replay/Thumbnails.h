@@ -8,13 +8,12 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "Inspect/Replay/ReplayProcess.h"
-#include "Inspect/Replay/Snapshots.h"
+#include "Inspect/Replay/Replays.h"
 
 namespace Inspect {
 
@@ -23,23 +22,16 @@ namespace Inspect {
 /// comes by, others look ahead. Members may be called from any thread.
 class Thumbnails {
 public:
-    /// What is needed of others.
-    struct Surroundings {
-        /// Somebody waits for another answer.
-        std::function<bool()> isBusy;
-        /// A replay process that is not behind the start of a frame; throws Error.
-        std::function<Snapshots::Started(std::uint32_t frame)> start;
-        /// A frame begins with a snapshot.
-        std::function<bool(std::uint32_t frame)> hasSnapshot;
-        /// Frames will do so, which is worth waiting for a little.
-        bool makesSnapshots = false;
-        /// Takes what somebody may ask for about an action, which a replay has come to; `step` describes the call.
-        /// False when there is no room for more of the frame. Throws Error.
-        std::function<bool(const Place& place, ReplayProcess& replay, const Json& step)> lookAhead;
-        /// Of how many places of a frame there is what was taken, or more.
-        std::function<std::size_t(std::uint32_t frame)> countAhead;
-    };
-    explicit Thumbnails(Surroundings surroundings) : m_surroundings(std::move(surroundings)) {}
+    /// Takes what somebody may ask for about an action, which a replay has come to; `step` describes the call. False
+    /// when there is no room for more of the frame. Throws Error.
+    using LookAhead = std::function<bool(const Place& place, ReplayProcess& replay, const Json& step)>;
+
+    /// `isBusy` tells whether somebody waits for another answer; what `lookAhead` takes `replays` keeps, which outlives
+    /// this.
+    Thumbnails(Replays& replays, std::function<bool()> isBusy, LookAhead lookAhead)
+        : m_replays(replays), m_isBusy(std::move(isBusy)), m_lookAhead(std::move(lookAhead))
+    {
+    }
     ~Thumbnails();
     Thumbnails(const Thumbnails&) = delete;
     Thumbnails& operator=(const Thumbnails&) = delete;
@@ -99,10 +91,11 @@ private:
     /// False while it waits for a snapshot of the frame.
     bool NextAction(const Work& work);
     bool GoToFrame(const Work& work);
-    void LookAhead(const Work& work, const Json& step);
     void Keep(const Work& work, const ReplayAnswer& answer);
 
-    const Surroundings m_surroundings;
+    Replays& m_replays;
+    const std::function<bool()> m_isBusy;
+    const LookAhead m_lookAhead;
 
     std::mutex m_mutex;
     std::condition_variable m_changed;

@@ -54,16 +54,10 @@ void WrongSearch::Begin(const Wish& wish)
     if (m_wish == wish)
         return;
     End();
-    std::vector<std::string> command = {Sides::ProgramBesideThis("playback-compare"),
-                                        "--first",
-                                        "--quiet",
-                                        "--progress",
-                                        "--json",
-                                        "-",
-                                        "--frames",
-                                        std::to_string(wish.firstFrame) + "-",
-                                        "--tolerance",
-                                        std::to_string(wish.tolerance)};
+    std::vector<std::string> command = {
+        Sides::ProgramBesideThis("playback-compare"), "--first", "--quiet", "--progress", "--json", "-"};
+    command.insert(command.end(), {"--frames", std::to_string(wish.firstFrame) + "-"});
+    command.insert(command.end(), {"--tolerance", std::to_string(wish.tolerance)});
     AddSide('a', m_first, command);
     AddSide('b', m_second, command);
     command.insert(command.end(), {"--", m_capture});
