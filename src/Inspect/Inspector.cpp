@@ -1,9 +1,10 @@
 #include "Inspect/Inspector.h"
 
 #include <algorithm>
-#include <filesystem>
+#include <map>
 
 #include "Inspect/Error.h"
+#include "Interfaces/Util.h"
 
 namespace Inspect {
 
@@ -13,33 +14,15 @@ namespace {
 constexpr std::size_t MostFrames = 4;
 constexpr std::size_t MostStates = 64;
 
-Data::CaptureHeader ReadHeader(const std::string& path)
-{
-    std::string error;
-    const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(path, error);
-    if (!source)
-        throw Error(Error::Kind::Request, error);
-    return source->Header();
-}
-
-/// What there is with a second driver only.
-template <class T> T& OfSecond(const std::unique_ptr<T>& one)
-{
-    if (!one)
-        throw Error(Error::Kind::Request,
-                    "there is no second driver: playback-inspect --b-driver or --b-env names one");
-    return *one;
-}
-
 } // namespace
 
 Inspector::Inspector(const ReplaySettings& settings, bool isLasting, std::optional<std::uint32_t> every)
-    : m_path(settings.capture), m_header(ReadHeader(m_path)), m_index(m_path), m_replays(settings, isLasting, every),
-      m_thumbnails(
-          m_replays, [this] { return m_asking > 0; },
-          [this](const Place& place, ReplayProcess& replay, const Json& step) {
-              return LookAhead(place, replay, step);
-          })
+    : m_path(settings.capture), m_header(OpenCapture(m_path)->Header()), m_index(m_path),
+      m_replays(settings, isLasting, every), m_thumbnails(
+                                                 m_replays, [this] { return m_asking > 0; },
+                                                 [this](const Place& place, ReplayProcess& replay, const Json& step) {
+                                                     return LookAhead(place, replay, step);
+                                                 })
 {
 }
 
@@ -51,14 +34,11 @@ std::shared_ptr<const FrameCalls> Inspector::Calls(std::uint32_t frame)
         m_calls.splice(m_calls.begin(), m_calls, kept);
         return m_calls.front();
     }
-    ChunkStart start;
-    if (!m_index.Find(frame, start))
-        throw Error(Error::Kind::Request, "there is no frame " + std::to_string(frame) + ": the capture has " +
-                                              std::to_string(m_index.Get().frames.size()));
-    std::string error;
-    std::shared_ptr<const FrameCalls> calls = ReadFrameCalls(m_path, frame, start, error);
-    if (!calls)
-        throw Error(Error::Kind::Request, error);
+    const std::optional<ChunkStart> start = m_index.Find(frame);
+    if (!start)
+        throw RequestError("there is no frame " + std::to_string(frame) + ": the capture has " +
+                           std::to_string(m_index.Get().frames.size()));
+    std::shared_ptr<const FrameCalls> calls = ReadFrameCalls(m_path, frame, *start);
     m_calls.push_front(calls);
     if (m_calls.size() > MostFrames)
         m_calls.pop_back();
@@ -69,14 +49,14 @@ Place Inspector::Find(const std::string& text)
 {
     const std::optional<PlaceText> place = PlaceText::Parse(text);
     if (!place)
-        throw Error(Error::Kind::Request,
-                    "expected a place such as 57:12 for an action, 57:c345 for a call or 57 for the end of a frame, "
-                    "found \"" +
-                        text + "\"");
+        throw RequestError(
+            "expected a place such as 57:12 for an action, 57:c345 for a call or 57 for the end of a frame, "
+            "found \"" +
+            text + "\"");
     const std::optional<std::uint32_t> call = Calls(place->frame)->Find(*place);
     if (!call)
-        throw Error(Error::Kind::Request, "frame " + std::to_string(place->frame) + " has " +
-                                              Calls(place->frame)->Extent() + ", found " + text);
+        throw RequestError("frame " + std::to_string(place->frame) + " has " + Calls(place->frame)->Extent() +
+                           ", found " + text);
     return {place->frame, *call};
 }
 
@@ -85,32 +65,27 @@ std::string Inspector::NameOf(const Place& place)
     return std::to_string(place.frame) + ":" + Calls(place.frame)->NameOf(place.call);
 }
 
-void Inspector::SetSecond(Sides::Side side)
+void Inspector::SetSecond(const Sides::Side& side)
 {
-    m_secondSide = std::move(side);
-    m_second = std::make_unique<Replays>(ReplaySettings{m_path, m_secondSide}, false, 0);
-    m_search = std::make_unique<WrongSearch>(m_path, FirstSide(), m_secondSide);
+    m_second.reset(new SecondDriver{side, {{m_path, side}, false, 0}, {m_path, FirstSide(), side}});
+}
+
+Inspector::SecondDriver& Inspector::Second()
+{
+    if (!m_second)
+        throw RequestError("there is no second driver: playback-inspect --b-driver or --b-env names one");
+    return *m_second;
 }
 
 void Inspector::Stop()
 {
     m_replays.Stop();
-    if (m_second)
-        m_second->Stop();
-    if (m_search)
-        m_search->Stop();
+    if (m_second) {
+        m_second->replays.Stop();
+        m_second->search.Stop();
+    }
     for (const auto& other : m_others)
         other->Stop();
-}
-
-Replays& Inspector::Second()
-{
-    return OfSecond(m_second);
-}
-
-WrongSearch& Inspector::Search()
-{
-    return OfSecond(m_search);
 }
 
 void Inspector::AddOther(const std::string& path)
@@ -118,21 +93,25 @@ void Inspector::AddOther(const std::string& path)
     m_others.push_back(std::make_unique<Inspector>(ReplaySettings{path, FirstSide()}, false, 0));
 }
 
+std::string Inspector::FileName() const
+{
+    return Util::Path::GetFilePart(m_path);
+}
+
 std::vector<std::string> Inspector::Others() const
 {
     std::vector<std::string> names;
     for (const auto& other : m_others)
-        names.push_back(std::filesystem::path(other->Path()).filename().string());
+        names.push_back(other->FileName());
     return names;
 }
 
 std::pair<Inspector*, Place> Inspector::FindAnywhere(const std::string& text)
 {
     // The file's name may have a colon in it, too.
-    const std::vector<std::string> names = Others();
-    for (std::size_t i = 0; i < names.size(); ++i)
-        if (text.starts_with(names[i] + ":"))
-            return {m_others[i].get(), m_others[i]->Find(text.substr(names[i].size() + 1))};
+    for (const auto& other : m_others)
+        if (const std::string begin = other->FileName() + ":"; text.starts_with(begin))
+            return {other.get(), other->Find(text.substr(begin.size()))};
     return {this, Find(text)};
 }
 
@@ -140,7 +119,7 @@ std::vector<EarlierUse> Inspector::EarlierUses(std::uint32_t frame, const FrameU
 {
     // As many as a person looks through.
     constexpr std::size_t Most = 100;
-    const std::unique_ptr<Data::CaptureSource> source = Open(nullptr);
+    const std::unique_ptr<Data::CaptureSource> source = OpenCapture(m_path);
     return ReadEarlierUses(*source, m_path, frame, object, Most);
 }
 
@@ -153,8 +132,8 @@ std::shared_ptr<const FrameUses> Inspector::Uses(std::uint32_t frame)
     const std::unique_ptr<Data::CaptureSource> source = Open(m_replays.AllSnapshots().Nearest(frame));
     auto uses = std::make_shared<FrameUses>(ReadFrameUses(*source, m_path, frame));
     // Which textures a program samples, and which buffers its blocks and vertices come from, the driver knows.
-    const Place last = {frame, static_cast<std::uint32_t>(calls->calls.size())};
-    const ReplayAnswer answer = m_replays.AskFromStart(last, {{"do", "uses"}}, Replays::Version::Recorded);
+    const ReplayAnswer answer =
+        m_replays.AskFromStart({frame, calls->Count()}, {{"do", "uses"}}, Replays::Version::Recorded);
     for (const Json& action : answer.json.value("uses", Json::array())) {
         const std::uint32_t call = action["call"];
         const std::string& text = calls->calls.at(call - 1).text;
@@ -195,7 +174,7 @@ bool Inspector::LookAhead(const Place& place, ReplayProcess& replay, const Json&
     return m_replays.Kept().KeepAhead({0, place}, outcome);
 }
 
-std::shared_ptr<const Tools::StateSnapshot> Inspector::FindState(const Place& place)
+Inspector::StatePointer Inspector::FindState(const Place& place)
 {
     const std::lock_guard lock(m_stateMutex);
     const auto state = std::ranges::find(m_states, place, [](const auto& kept) { return kept.first; });
@@ -205,7 +184,7 @@ std::shared_ptr<const Tools::StateSnapshot> Inspector::FindState(const Place& pl
     return m_states.front().second;
 }
 
-void Inspector::KeepState(const Place& place, std::shared_ptr<const Tools::StateSnapshot> state)
+void Inspector::KeepState(const Place& place, StatePointer state)
 {
     const std::lock_guard lock(m_stateMutex);
     m_states.emplace_front(place, std::move(state));
@@ -213,15 +192,14 @@ void Inspector::KeepState(const Place& place, std::shared_ptr<const Tools::State
         m_states.pop_back();
 }
 
-std::shared_ptr<const Tools::StateSnapshot> Inspector::State(const Place& place)
+Inspector::StatePointer Inspector::State(const Place& place)
 {
     return States(place.frame, {place.call}).front();
 }
 
-std::vector<std::shared_ptr<const Tools::StateSnapshot>> Inspector::States(std::uint32_t frame,
-                                                                           const std::vector<std::uint32_t>& calls)
+std::vector<Inspector::StatePointer> Inspector::States(std::uint32_t frame, const std::vector<std::uint32_t>& calls)
 {
-    std::map<std::uint32_t, std::shared_ptr<const Tools::StateSnapshot>> states;
+    std::map<std::uint32_t, StatePointer> states;
     for (const std::uint32_t call : calls)
         states.try_emplace(call, FindState({frame, call}));
     std::vector<std::uint32_t> missing;
@@ -236,7 +214,7 @@ std::vector<std::shared_ptr<const Tools::StateSnapshot>> Inspector::States(std::
             KeepState({frame, missing[i]}, states[missing[i]]);
         }
     }
-    std::vector<std::shared_ptr<const Tools::StateSnapshot>> all;
+    std::vector<StatePointer> all;
     for (const std::uint32_t call : calls)
         all.push_back(states[call]);
     return all;
@@ -249,11 +227,12 @@ Tools::StateSnapshot Inspector::StateWithSetters(const Place& place)
 
 std::unique_ptr<Data::CaptureSource> Inspector::Open(const SnapshotPointer& snapshot) const
 {
+    if (!snapshot)
+        return OpenCapture(m_path);
     std::string error;
-    std::unique_ptr<Data::CaptureSource> source = snapshot ? Data::CaptureSource::OpenAt(snapshot->path, m_path, error)
-                                                           : Data::CaptureSource::Open(m_path, error);
+    std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::OpenAt(snapshot->path, m_path, error);
     if (!source)
-        throw Error(Error::Kind::Request, error);
+        throw RequestError(error);
     return source;
 }
 
@@ -264,7 +243,7 @@ std::vector<Tools::StateSnapshot> Inspector::ReadStates(const SnapshotPointer& s
     Data::Diagnostics diagnostics(m_path, nullptr);
     auto result = Tools::StatesAt(*source, diagnostics, frame, calls);
     if (const auto* const text = std::get_if<std::string>(&result))
-        throw Error(Error::Kind::Request, *text);
+        throw RequestError(*text);
     return std::get<std::vector<Tools::StateSnapshot>>(std::move(result));
 }
 

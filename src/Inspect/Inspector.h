@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cstdint>
 #include <list>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -30,6 +29,8 @@ public:
     Inspector(const ReplaySettings& settings, bool isLasting, std::optional<std::uint32_t> every);
 
     [[nodiscard]] const std::string& Path() const { return m_path; }
+    /// Without the folder.
+    [[nodiscard]] std::string FileName() const;
     /// The first driver.
     [[nodiscard]] const Sides::Side& FirstSide() const { return m_replays.Settings().side; }
     [[nodiscard]] const Data::CaptureHeader& Header() const { return m_header; }
@@ -56,13 +57,16 @@ public:
     };
 
     /// Another driver, or other settings, whose pictures are compared with the first one's. Before any request.
-    void SetSecond(Sides::Side side);
-    /// Null where there is none.
-    [[nodiscard]] const Sides::Side* SecondSide() const { return m_second ? &m_secondSide : nullptr; }
-    /// Throws Error where there is none.
-    [[nodiscard]] Replays& Second();
-    /// Looks for the first draw that the two do not do alike. Throws Error where there is no second one.
-    [[nodiscard]] WrongSearch& Search();
+    void SetSecond(const Sides::Side& side);
+    struct SecondDriver {
+        Sides::Side side;
+        Replays replays;
+        /// For the first draw that the two do not do alike.
+        WrongSearch search;
+    };
+    [[nodiscard]] bool HasSecond() const { return m_second != nullptr; }
+    /// Throws RequestError where there is none.
+    [[nodiscard]] SecondDriver& Second();
 
     /// Ends all replays, whoever waits for them. From any thread.
     void Stop();
@@ -75,15 +79,15 @@ public:
     std::pair<Inspector*, Place> FindAnywhere(const std::string& text);
 
     std::shared_ptr<const FrameCalls> Calls(std::uint32_t frame);
+    using StatePointer = std::shared_ptr<const Tools::StateSnapshot>;
     /// A place that a request names.
     Place Find(const std::string& text);
     /// "57:12", or "57:c345" for a call that is no action.
     std::string NameOf(const Place& place);
     /// What was set in front of a call.
-    std::shared_ptr<const Tools::StateSnapshot> State(const Place& place);
+    StatePointer State(const Place& place);
     /// The same for several calls of a frame, which are read together.
-    std::vector<std::shared_ptr<const Tools::StateSnapshot>> States(std::uint32_t frame,
-                                                                    const std::vector<std::uint32_t>& calls);
+    std::vector<StatePointer> States(std::uint32_t frame, const std::vector<std::uint32_t>& calls);
     /// The same with the calls that set it, however far back they are: all that is in front is read.
     Tools::StateSnapshot StateWithSetters(const Place& place);
     /// What the calls of a frame did with each object.
@@ -95,8 +99,8 @@ private:
     /// Reads from the snapshot on, or from the start of the capture where that is null.
     [[nodiscard]] std::vector<Tools::StateSnapshot> ReadStates(const SnapshotPointer& snapshot, std::uint32_t frame,
                                                                const std::vector<std::uint32_t>& calls) const;
-    std::shared_ptr<const Tools::StateSnapshot> FindState(const Place& place);
-    void KeepState(const Place& place, std::shared_ptr<const Tools::StateSnapshot> state);
+    StatePointer FindState(const Place& place);
+    void KeepState(const Place& place, StatePointer state);
     bool LookAhead(const Place& place, ReplayProcess& replay, const Json& step);
     [[nodiscard]] std::unique_ptr<Data::CaptureSource> Open(const SnapshotPointer& snapshot) const;
 
@@ -104,9 +108,7 @@ private:
     Data::CaptureHeader m_header;
     FrameIndex m_index;
     Replays m_replays;
-    Sides::Side m_secondSide;
-    std::unique_ptr<Replays> m_second;
-    std::unique_ptr<WrongSearch> m_search;
+    std::unique_ptr<SecondDriver> m_second;
     std::vector<std::unique_ptr<Inspector>> m_others;
     std::atomic<int> m_asking = 0;
     Thumbnails m_thumbnails;
@@ -115,7 +117,7 @@ private:
     /// The last used one in front.
     std::list<std::shared_ptr<const FrameCalls>> m_calls;
     std::mutex m_stateMutex;
-    std::list<std::pair<Place, std::shared_ptr<const Tools::StateSnapshot>>> m_states;
+    std::list<std::pair<Place, StatePointer>> m_states;
     std::mutex m_usesMutex;
     std::uint32_t m_usesFrame = 0;
     std::shared_ptr<const FrameUses> m_uses;

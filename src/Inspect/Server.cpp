@@ -28,7 +28,7 @@ std::string MakeToken()
 {
     unsigned char bytes[16];
     if (getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes))
-        throw Error(Error::Kind::Request, std::string("no random numbers: ") + std::strerror(errno));
+        throw RequestError(std::string("no random numbers: ") + std::strerror(errno));
     std::string token;
     for (const unsigned char byte : bytes) {
         constexpr char Digits[] = "0123456789abcdef";
@@ -184,9 +184,10 @@ private:
             for (const auto& [header, value] : answer.headers)
                 response.set_header(header, value);
             response.set_content(answer.body, answer.type);
-        } catch (const Error& error) {
-            Refuse(response, error.What() == Error::Kind::Request ? BadRequest : ReplayFailed, error.what(),
-                   error.Details());
+        } catch (const RequestError& error) {
+            Refuse(response, BadRequest, error.what(), error.Details());
+        } catch (const ReplayError& error) {
+            Refuse(response, ReplayFailed, error.what());
         }
     }
 

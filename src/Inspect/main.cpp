@@ -10,8 +10,8 @@
 #include <unistd.h>
 
 #include "Inspect/Error.h"
-#include "Inspect/Queries/Parameters.h"
 #include "Inspect/Queries/Query.h"
+#include "Inspect/Queries/Request.h"
 #include "Inspect/Replay/Edit.h"
 #include "Inspect/Server.h"
 #include "Sides/Browser.h"
@@ -155,7 +155,7 @@ ExitStatus Print(Inspect::Inspector& inspector, const Request& request)
         std::vector<Inspect::Edit> edits;
         for (const std::string& edit : request.edits)
             edits.push_back(Inspect::ReadEdit(inspector, edit));
-        inspector.Replay().SetEdits(std::move(edits), Inspect::PlaceOf(inspector, parameters).frame);
+        inspector.Replay().SetEdits(std::move(edits), Inspect::Request(inspector, parameters).At().frame);
     }
     Inspect::Answer answer = Inspect::Ask(inspector, request.query, parameters);
     if (answer.type == "application/json")
@@ -228,9 +228,10 @@ ExitStatus Run(int argc, char** argv)
     }
     try {
         return request.query.empty() ? Serve(*inspector, request) : Print(*inspector, request);
-    } catch (const Inspect::Error& failure) {
-        return Fail(failure.What() == Inspect::Error::Kind::Request ? ExitStatus::Usage : ExitStatus::NoDriver,
-                    failure.what());
+    } catch (const Inspect::RequestError& failure) {
+        return Fail(ExitStatus::Usage, failure.what());
+    } catch (const Inspect::ReplayError& failure) {
+        return Fail(ExitStatus::NoDriver, failure.what());
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "Data/Records/RecordWalk.h"
 #include "Inspect/Capture/TreeBuilder.h"
+#include "Inspect/Error.h"
 #include "Tools/Info/RecordText.h"
 
 namespace Inspect {
@@ -76,42 +77,49 @@ private:
 
 std::optional<std::uint32_t> FrameCalls::Find(const PlaceText& place) const
 {
-    const auto count = static_cast<std::uint32_t>(calls.size());
     if (place.call)
-        return *place.call > 0 && *place.call <= count ? place.call : std::nullopt;
+        return *place.call > 0 && *place.call <= Count() ? place.call : std::nullopt;
     if (!place.action)
-        return count > 0 ? std::optional(count) : std::nullopt;
-    for (std::uint32_t i = 0; i < count; ++i)
-        if (calls[i].kind != Data::ActionKind::None && calls[i].number == *place.action)
-            return i + 1;
+        return Count() > 0 ? std::optional(Count()) : std::nullopt;
+    for (std::uint32_t call = 1; call <= Count(); ++call)
+        if (IsAction(call) && calls[call - 1].number == *place.action)
+            return call;
     return std::nullopt;
+}
+
+std::uint32_t FrameCalls::ActionUpTo(std::uint32_t call) const
+{
+    while (call > 0 && !IsAction(call))
+        --call;
+    return call;
 }
 
 std::string FrameCalls::Extent() const
 {
     std::size_t actions = 0;
-    std::string last;
-    for (const CallRow& row : calls) {
-        if (row.kind == Data::ActionKind::None)
-            continue;
-        ++actions;
-        last = ", the last one " + row.number.Text() + ",";
-    }
+    for (std::uint32_t call = 1; call <= Count(); ++call)
+        actions += IsAction(call) ? 1 : 0;
+    const std::string last = actions > 0 ? ", the last one " + NameOf(ActionUpTo(Count())) + "," : "";
     return std::to_string(actions) + " actions" + last + " and " + std::to_string(calls.size()) + " calls";
 }
 
 std::string FrameCalls::NameOf(std::uint32_t call) const
 {
-    const bool isAction = call > 0 && call <= calls.size() && calls[call - 1].kind != Data::ActionKind::None;
-    return isAction ? calls[call - 1].number.Text() : "c" + std::to_string(call);
+    return IsAction(call) ? calls[call - 1].number.Text() : "c" + std::to_string(call);
 }
 
-std::shared_ptr<const FrameCalls> ReadFrameCalls(const std::string& path, std::uint32_t frame, const ChunkStart& start,
-                                                 std::string& error)
+std::unique_ptr<Data::CaptureSource> OpenCapture(const std::string& path)
 {
-    const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(path, error);
+    std::string error;
+    std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(path, error);
     if (!source)
-        return nullptr;
+        throw RequestError(error);
+    return source;
+}
+
+std::shared_ptr<const FrameCalls> ReadFrameCalls(const std::string& path, std::uint32_t frame, const ChunkStart& start)
+{
+    const std::unique_ptr<Data::CaptureSource> source = OpenCapture(path);
     // What is wrong with the file is said by the index of its frames.
     Data::Diagnostics diagnostics(path, nullptr);
     auto result = std::make_shared<FrameCalls>();

@@ -48,6 +48,14 @@ struct FrameCalls {
     std::vector<CallRow> calls;
     std::vector<TreeNode> tree;
 
+    [[nodiscard]] std::uint32_t Count() const { return static_cast<std::uint32_t>(calls.size()); }
+    /// False for numbers of no call, too.
+    [[nodiscard]] bool IsAction(std::uint32_t call) const
+    {
+        return call > 0 && call <= calls.size() && calls[call - 1].kind != Data::ActionKind::None;
+    }
+    /// The last action up to a call; 0 for none.
+    [[nodiscard]] std::uint32_t ActionUpTo(std::uint32_t call) const;
     /// The call that a text names: its number in the frame. Nothing when the frame has no such action or call.
     [[nodiscard]] std::optional<std::uint32_t> Find(const PlaceText& place) const;
     /// What there is to be found, for people: "5 actions, the last one 4.1, and 120 calls".
@@ -56,8 +64,10 @@ struct FrameCalls {
     [[nodiscard]] std::string NameOf(std::uint32_t call) const;
 };
 
-/// Reads a frame. Null, with a reason, when it cannot be read.
-std::shared_ptr<const FrameCalls> ReadFrameCalls(const std::string& path, std::uint32_t frame, const ChunkStart& start,
-                                                 std::string& error);
+/// Opens a capture, or throws RequestError.
+std::unique_ptr<Data::CaptureSource> OpenCapture(const std::string& path);
+
+/// Reads a frame; throws RequestError.
+std::shared_ptr<const FrameCalls> ReadFrameCalls(const std::string& path, std::uint32_t frame, const ChunkStart& start);
 
 } // namespace Inspect

@@ -44,21 +44,21 @@ void FrameIndex::Wait() const
     m_grown.wait(lock, [this] { return m_result.isDone; });
 }
 
-bool FrameIndex::Find(std::uint32_t frame, ChunkStart& start) const
+std::optional<ChunkStart> FrameIndex::Find(std::uint32_t frame) const
 {
     std::unique_lock lock(m_mutex);
     m_grown.wait(lock, [&] { return m_result.isDone || m_result.frames.size() >= frame; });
     if (frame == 0 || m_result.frames.size() < frame)
-        return false;
+        return std::nullopt;
     const auto after = std::ranges::upper_bound(m_chunks, frame - 1, {}, &ChunkNote::framesBefore);
     // A frame that begins with a chunk may have its first records at the end of the one in front.
     std::size_t number = static_cast<std::size_t>(after - m_chunks.begin()) - 1;
     while (number > 0 && m_chunks[number].framesBefore == frame - 1)
         --number;
-    start = {number, {}, m_chunks[number].bindings};
+    ChunkStart start = {number, {}, m_chunks[number].bindings};
     for (std::size_t i = 0; i < number; ++i)
         start.buffers.insert(start.buffers.end(), m_chunks[i].buffers.begin(), m_chunks[i].buffers.end());
-    return true;
+    return start;
 }
 
 FrameIndex::LabelMap FrameIndex::Labels() const

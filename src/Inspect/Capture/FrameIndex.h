@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -58,8 +59,9 @@ public:
     [[nodiscard]] Frames Get() const;
     /// Waits until all was read.
     void Wait() const;
-    /// Waits until the frame, counted from 1, was read, and answers where it begins. False when there is no such frame.
-    bool Find(std::uint32_t frame, ChunkStart& start) const;
+    /// Waits until the frame, counted from 1, was read, and answers where it begins. Nothing when there is no such
+    /// frame.
+    [[nodiscard]] std::optional<ChunkStart> Find(std::uint32_t frame) const;
     /// The last label that the capture gives an object; empty for none.
     [[nodiscard]] std::string LabelOf(Data::ObjectKind kind, std::uint32_t name) const;
     using LabelMap = std::map<std::pair<Data::ObjectKind, std::uint32_t>, std::string>;

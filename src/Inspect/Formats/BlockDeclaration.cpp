@@ -89,9 +89,9 @@ public:
         const std::string_view before = m_text.substr(0, token.at);
         const auto line = std::ranges::count(before, '\n') + 1;
         const std::size_t column = token.at - (before.rfind('\n') + 1) + 1;
-        throw Error(Error::Kind::Request,
-                    "line " + std::to_string(line) + ", column " + std::to_string(column) + ": " + what + ", found " +
-                        (token.text.empty() ? "the end" : "\"" + std::string(token.text) + "\"") + more);
+        throw RequestError("line " + std::to_string(line) + ", column " + std::to_string(column) + ": " + what +
+                           ", found " + (token.text.empty() ? "the end" : "\"" + std::string(token.text) + "\"") +
+                           more);
     }
 
 private:

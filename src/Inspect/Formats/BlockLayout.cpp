@@ -102,7 +102,7 @@ private:
         const std::uint64_t bytes =
             member.count == BlockMember::Unsized ? 0 : std::uint64_t{size.stride} * member.count;
         if (bytes > Most)
-            throw Error(Error::Kind::Request, member.name + " is larger than any buffer");
+            throw RequestError(member.name + " is larger than any buffer");
         size.bytes = static_cast<std::uint32_t>(bytes);
         return size;
     }
@@ -115,7 +115,7 @@ private:
             const Size size = SizeOf(member);
             at = member.offset ? *member.offset : (at + size.alignment - 1) / size.alignment * size.alignment;
             if (at + size.bytes > Most)
-                throw Error(Error::Kind::Request, member.name + " lies outside of any buffer");
+                throw RequestError(member.name + " lies outside of any buffer");
             visit(member, static_cast<std::uint32_t>(at));
             at += size.bytes;
         }
@@ -214,8 +214,7 @@ Json ScalarJson(Scalar scalar, const std::uint8_t* at)
 BlockLayout LayOut(const BlockDeclaration& declaration, std::string_view layout, std::size_t bytes)
 {
     if (layout != "std140" && layout != "std430" && layout != "packed")
-        throw Error(Error::Kind::Request,
-                    "layout needs std140, std430 or packed, found \"" + std::string(layout) + "\"");
+        throw RequestError("layout needs std140, std430 or packed, found \"" + std::string(layout) + "\"");
     return LayoutBuilder(layout == "packed", layout == "std140", bytes).Build(declaration.members);
 }
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <iterator>
 
-#include "Compare/Image.h"
 #include "Inspect/Error.h"
 #include "Util/ImageFile.h"
 
@@ -33,12 +32,11 @@ Color ColorOf(const std::string& kind, std::uint8_t value)
     return OneColor;
 }
 
-Util::Image PictureOf(const Json& description, const std::vector<std::uint8_t>& contents)
+Util::Image PictureOf(const ReplayAnswer& answer)
 {
-    const Compare::Image image = {Compare::FindPixelKind(description.value("components", "")),
-                                  description.value("width", 0U), description.value("height", 0U), contents};
+    const Compare::Image image = ImageOf(answer);
     if (!image.IsWhole() || image.data.empty())
-        throw Error(Error::Kind::Request, description.value("problem", "this is no picture"));
+        throw RequestError(answer.json.value("problem", "this is no picture"));
     return Compare::ToPicture(image);
 }
 
@@ -49,9 +47,15 @@ std::string ToText(const std::vector<std::uint8_t>& bytes)
 
 } // namespace
 
-std::string EncodePicture(const Json& description, const std::vector<std::uint8_t>& contents)
+Compare::Image ImageOf(const ReplayAnswer& answer)
 {
-    return ToText(Util::EncodePng(PictureOf(description, contents)));
+    return {Compare::FindPixelKind(answer.json.value("components", "")), answer.json.value("width", 0U),
+            answer.json.value("height", 0U), answer.bytes};
+}
+
+std::string EncodePicture(const ReplayAnswer& answer)
+{
+    return ToText(Util::EncodePng(PictureOf(answer)));
 }
 
 std::string EncodeNothing()
@@ -59,20 +63,20 @@ std::string EncodeNothing()
     return ToText(Util::EncodePng({1, 1, {0, 0, 0, 0}}));
 }
 
-std::string EncodeThumbnail(const Json& description, const std::vector<std::uint8_t>& contents, std::uint32_t side)
+std::string EncodeThumbnail(const ReplayAnswer& answer, std::uint32_t side)
 {
-    Util::Image picture = Util::Shrink(PictureOf(description, contents), side);
+    Util::Image picture = Util::Shrink(PictureOf(answer), side);
     Util::MakeOpaque(picture);
     return ToText(Util::EncodePng(picture));
 }
 
-std::string EncodeOverlay(const std::string& kind, const Json& description, const std::vector<std::uint8_t>& contents)
+std::string EncodeOverlay(const std::string& kind, const ReplayAnswer& answer)
 {
-    Util::Image picture = {description.value("width", 0U), description.value("height", 0U), {}};
-    if (contents.empty() || contents.size() != std::size_t{picture.width} * picture.height)
-        throw Error(Error::Kind::Request, description.value("problem", "this is no overlay"));
+    Util::Image picture = {answer.json.value("width", 0U), answer.json.value("height", 0U), {}};
+    if (answer.bytes.empty() || answer.bytes.size() != std::size_t{picture.width} * picture.height)
+        throw RequestError(answer.json.value("problem", "this is no overlay"));
     constexpr std::uint8_t Opaque = 255;
-    for (const std::uint8_t value : contents) {
+    for (const std::uint8_t value : answer.bytes) {
         const Color color = value != 0 ? ColorOf(kind, value) : Color{};
         picture.rgba.insert(picture.rgba.end(),
                             {color.red, color.green, color.blue, value != 0 ? Opaque : std::uint8_t{0}});

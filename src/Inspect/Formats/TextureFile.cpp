@@ -41,13 +41,13 @@ void CheckLevels(const TextureImages& texture, std::size_t perLevel)
         const std::uint32_t width = std::max(base.width >> level, 1U);
         const std::uint32_t height = std::max(base.height >> level, 1U);
         if (!image.IsWhole() || image.data.empty())
-            throw Error(Error::Kind::Request, "level " + std::to_string(level) + " of the texture cannot be read");
+            throw RequestError("level " + std::to_string(level) + " of the texture cannot be read");
         const bool isInPlace = texture.target == GL_TEXTURE_3D || level == i / perLevel;
         if (image.width != width || image.height != height || image.kind != base.kind || !isInPlace)
-            throw Error(Error::Kind::Request, "level " + std::to_string(level) +
-                                                  " of the texture does not go with level 0: expected " +
-                                                  std::to_string(width) + "x" + std::to_string(height) + ", found " +
-                                                  std::to_string(image.width) + "x" + std::to_string(image.height));
+            throw RequestError("level " + std::to_string(level) +
+                               " of the texture does not go with level 0: expected " + std::to_string(width) + "x" +
+                               std::to_string(height) + ", found " + std::to_string(image.width) + "x" +
+                               std::to_string(image.height));
     }
 }
 
@@ -70,14 +70,14 @@ void SetParts(std::uint32_t target, std::uint32_t count, Textures::KtxTexture& f
 std::string ToKtx(const TextureImages& texture)
 {
     if (texture.images.empty())
-        throw Error(Error::Kind::Request, "the texture has no image");
+        throw RequestError("the texture has no image");
     const auto ofFirst = [](const TextureImages::One& one) { return one.level == 0; };
     const auto first = static_cast<std::uint32_t>(std::ranges::count_if(texture.images, ofFirst));
     CheckLevels(texture, std::max(first, 1U));
     const Compare::Image& base = texture.images.front().image;
     const auto* const format = std::ranges::find(PixelFormats, base.kind->name, &PixelFormat::kind);
     if (format == std::end(PixelFormats))
-        throw Error(Error::Kind::Request, "the texture holds no pixels");
+        throw RequestError("the texture holds no pixels");
     using namespace std::string_view_literals;
     const bool isSrgb = texture.format == GL_SRGB8 || texture.format == GL_SRGB8_ALPHA8;
     Textures::KtxTexture file = {.type = format->type,

@@ -4,14 +4,13 @@
 
 #include "Inspect/Error.h"
 #include "Inspect/Formats/BlockLayout.h"
-#include "Inspect/Queries/Parameters.h"
+#include "Inspect/Formats/MeshFile.h"
+#include "Inspect/Queries/Request.h"
 #include "Tools/Info/Notation.h"
 
 namespace Inspect {
 
 namespace {
-
-constexpr std::uint32_t MostRows = 10'000;
 
 /// How the numbers of a vertex array lie in memory; nothing for packed ones.
 std::optional<Scalar> ScalarOf(const std::string& type, bool isNormalized)
@@ -53,21 +52,16 @@ std::optional<BlockType> TypeNamed(const std::string& type)
 }
 
 /// Where the vertex arrays of the draw lie in the buffer; the first of them decides what a row is.
-BlockLayout VertexLayout(Inspector& inspector, const Parameters& parameters, const Place& place, std::uint32_t buffer,
-                         std::uint32_t& base)
+BlockLayout VertexLayout(const Request& request, std::uint32_t& base)
 {
-    const Json answer = ReplayOf(inspector, parameters)
-                            .Ask(place, {{"do", "vertices"}, {"first", 0}, {"count", 0}}, VersionOf(parameters))
-                            .json;
-    if (answer.contains("problem"))
-        throw Error(Error::Kind::Request, inspector.NameOf(place) + ": " + answer["problem"].get<std::string>());
+    const Json answer = request.AskVertices({{"first", 0}, {"count", 0}});
+    const std::uint32_t buffer = request.Number("name");
     std::vector<const Json*> arrays;
     for (const Json& array : answer["arrays"])
         if (array.value("buffer", 0U) == buffer)
             arrays.push_back(&array);
     if (arrays.empty())
-        throw Error(Error::Kind::Request,
-                    inspector.NameOf(place) + " takes no vertices from buffer " + std::to_string(buffer));
+        throw RequestError(request.NameOf(request.At()) + " takes no vertices from buffer " + std::to_string(buffer));
     std::ranges::sort(arrays, {}, [](const Json* array) { return array->value("offset", std::uint64_t{0}); });
     base = arrays.front()->value("offset", 0U);
     BlockLayout layout = {.stride = arrays.front()->value("stride", 0U)};
@@ -78,24 +72,10 @@ BlockLayout VertexLayout(Inspector& inspector, const Parameters& parameters, con
             layout.isCut = true;
             continue;
         }
-        std::string name = array->value("name", "");
-        if (name.empty())
-            name = "array " + std::to_string(array->value("location", 0));
-        layout.leaves.push_back({name, {*scalar, array->value("size", 1U)}, array->value("offset", 0U) - base});
+        layout.leaves.push_back(
+            {ArrayName(*array), {*scalar, array->value("size", 1U)}, array->value("offset", 0U) - base});
     }
     return layout;
-}
-
-/// The program in use; throws Error without one.
-std::uint32_t ProgramAt(Inspector& inspector, const Place& place)
-{
-    const auto state = inspector.State(place);
-    const auto context = state->objects.find({});
-    const auto program = context != state->objects.end() ? context->second.find("GL_CURRENT_PROGRAM")
-                                                         : Tools::StateSnapshot::Values::const_iterator();
-    if (context == state->objects.end() || program == context->second.end() || program->second == 0)
-        throw Error(Error::Kind::Request, "no program is in use at " + inspector.NameOf(place));
-    return program->second.get<std::uint32_t>();
 }
 
 void AddVariable(const Json& variable, std::size_t bytes, BlockLayout& layout)
@@ -125,13 +105,13 @@ void AddVariable(const Json& variable, std::size_t bytes, BlockLayout& layout)
 }
 
 /// A block of the program in use, as the driver has laid it out.
-BlockLayout ProgramLayout(Inspector& inspector, const Parameters& parameters, const Place& place,
-                          const std::string& name, std::size_t bytes)
+BlockLayout ProgramLayout(const Request& request, const std::string& name, std::size_t bytes)
 {
-    const Json answer =
-        ReplayOf(inspector, parameters)
-            .Ask(place, {{"do", "program"}, {"name", ProgramAt(inspector, place)}}, VersionOf(parameters))
-            .json;
+    const Place place = request.At();
+    const std::uint32_t program = ProgramIn(*request.inspector.State(place));
+    if (program == 0)
+        throw RequestError("no program is in use at " + request.NameOf(place));
+    const Json answer = request.Ask(Inspector::AboutProgram(program)).json;
     std::string names;
     for (const Json& block : answer.value("blocks", Json::array())) {
         names += (names.empty() ? "" : ", ") + block["name"].get<std::string>();
@@ -143,18 +123,18 @@ BlockLayout ProgramLayout(Inspector& inspector, const Parameters& parameters, co
         std::ranges::stable_sort(layout.leaves, {}, &BlockLeaf::offset);
         return layout;
     }
-    throw Error(Error::Kind::Request, "the program in use has no block \"" + name + "\"" +
-                                          (names.empty() ? ", and none at all" : "; it has " + names));
+    throw RequestError("the program in use has no block \"" + name + "\"" +
+                       (names.empty() ? ", and none at all" : "; it has " + names));
 }
 
 Json ToTable(const BlockLayout& layout, const std::vector<std::uint8_t>& bytes, std::uint32_t base,
-             const Parameters& parameters)
+             const Request& request)
 {
-    const std::uint32_t stride = NumberOf(parameters, "stride", layout.stride);
+    const std::uint32_t stride = request.Number("stride", layout.stride);
     const std::size_t rest = bytes.size() - std::min<std::size_t>(base, bytes.size());
     const std::size_t total = stride == 0 ? (rest > 0 ? 1 : 0) : (rest + stride - 1) / stride;
-    const std::size_t first = std::min<std::size_t>(NumberOf(parameters, "first", 0), total);
-    const std::size_t count = std::min<std::size_t>({NumberOf(parameters, "count", MostRows), MostRows, total - first});
+    const std::size_t first = std::min<std::size_t>(request.Number("first", 0), total);
+    const std::size_t count = std::min<std::size_t>({request.Number("count", MostRows), MostRows, total - first});
     Json json = {{"size", bytes.size()}, {"offset", base},        {"stride", stride},
                  {"total", total},       {"isCut", layout.isCut}, {"columns", Json::array()}};
     for (const BlockLeaf& leaf : layout.leaves)
@@ -170,38 +150,41 @@ Json ToTable(const BlockLayout& layout, const std::vector<std::uint8_t>& bytes, 
     return json;
 }
 
-} // namespace
-
 /// Bytes, or with "as" a table: of the vertices of the draw, of a block of the program in use, or by a declaration.
-Answer AnswerBuffer(Inspector& inspector, const Parameters& parameters)
+Answer Buffer(const Request& request)
 {
     constexpr std::uint32_t Most = 1U << 30;
-    const bool isTable = parameters.contains("as");
-    const ReplayAnswer answer = AskAbout(inspector, parameters, "buffer",
-                                         {{"offset", isTable ? 0 : NumberOf(parameters, "offset", 0)},
-                                          {"size", isTable ? Most : NumberOf(parameters, "size", Most)}});
+    const bool isTable = request.Has("as");
+    const ReplayAnswer answer = request.AskAbout("buffer", {{"offset", isTable ? 0 : request.Number("offset", 0)},
+                                                            {"size", isTable ? Most : request.Number("size", Most)}});
     if (!isTable) {
-        Answer bytes = ToAnswer(answer.json, answer.bytes);
-        bytes.headers["Playback-Size"] = std::to_string(answer.json.value("size", std::size_t{0}));
-        return bytes;
+        Answer contents = Contents(answer);
+        contents.headers["Playback-Size"] = std::to_string(answer.json.value("size", std::size_t{0}));
+        return contents;
     }
     constexpr std::string_view Block = "block:";
-    const std::string as = TextOf(parameters, "as");
-    const Place place = PlaceOf(inspector, parameters);
-    std::uint32_t base = NumberOf(parameters, "offset", 0);
+    const std::string as = request.Text("as");
+    std::uint32_t base = request.Number("offset", 0);
+    const std::size_t bytes = answer.bytes.size() - std::min<std::size_t>(base, answer.bytes.size());
     BlockLayout layout;
     if (as == "vertices") {
-        layout = VertexLayout(inspector, parameters, place, NumberOf(parameters, "name"), base);
+        layout = VertexLayout(request, base);
     } else if (as.starts_with(Block)) {
-        layout = ProgramLayout(inspector, parameters, place, as.substr(Block.size()),
-                               answer.bytes.size() - std::min<std::size_t>(base, answer.bytes.size()));
+        layout = ProgramLayout(request, as.substr(Block.size()), bytes);
     } else {
         const BlockDeclaration declaration = ParseDeclaration(as);
-        layout = LayOut(declaration,
-                        TextOf(parameters, "layout", declaration.layout.empty() ? "std430" : declaration.layout),
-                        answer.bytes.size() - std::min<std::size_t>(base, answer.bytes.size()));
+        layout = LayOut(declaration, request.Text("layout", declaration.layout.empty() ? "std430" : declaration.layout),
+                        bytes);
     }
-    return {.body = Text(ToTable(layout, answer.bytes, base, parameters))};
+    return ToTable(layout, answer.bytes, base, request);
+}
+
+} // namespace
+
+std::span<const Query> BufferQueries()
+{
+    static constexpr Query All[] = {{"buffer", Buffer}};
+    return All;
 }
 
 } // namespace Inspect

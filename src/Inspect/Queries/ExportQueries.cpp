@@ -1,12 +1,9 @@
 // What is taken out of a capture, as files of its own.
-#include <algorithm>
 #include <fstream>
 #include <iterator>
 
 #include "Inspect/Error.h"
-#include "Inspect/Formats/MeshFile.h"
-#include "Inspect/Formats/TextureFile.h"
-#include "Inspect/Queries/Parameters.h"
+#include "Inspect/Queries/Request.h"
 #include "Sides/Child.h"
 #include "Util/TemporaryFolder.h"
 
@@ -23,18 +20,16 @@ void Cut(Inspector& inspector, const std::vector<std::string>& part, const std::
     std::string error;
     const auto trim = Sides::Child::Start(command, {}, error);
     if (!trim)
-        throw Error(Error::Kind::Replay, error);
+        throw ReplayError(error);
     if (trim->Wait() != 0)
-        throw Error(Error::Kind::Replay, trim->Messages());
+        throw ReplayError(trim->Messages());
 }
 
-/// The last action at or in front of a call; the place itself where there is none.
-Place LastAction(const FrameCalls& calls, std::uint32_t frame, std::uint32_t call)
+/// The last call where the frame has none.
+Place LastAction(const FrameCalls& calls)
 {
-    std::uint32_t action = call;
-    while (action > 0 && calls.calls[action - 1].kind == Data::ActionKind::None)
-        --action;
-    return {frame, action > 0 ? action : call};
+    const std::uint32_t action = calls.ActionUpTo(calls.Count());
+    return {calls.frame, action != 0 ? action : calls.Count()};
 }
 
 std::vector<std::string> HashesAt(Inspector& inspector, const Place& place)
@@ -52,21 +47,17 @@ std::string ReadFile(const std::string& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-} // namespace
-
 /// A frame, or a call with what it depends on, as a capture of its own that has been replayed: its last action shows
 /// what it does in the whole one.
-Answer AnswerExport(Inspector& inspector, const Parameters& parameters)
+Answer Export(const Request& request)
 {
-    const Place place = PlaceOf(inspector, parameters);
-    const std::string what = TextOf(parameters, "what", "call");
-    if (what != "call" && what != "frame")
-        throw Error(Error::Kind::Request, "what needs call or frame, found \"" + what + "\"");
+    Inspector& inspector = request.inspector;
+    const Place place = request.At();
+    const bool isCall = request.OneOf("what", "call", "frame") == "call";
     const auto calls = inspector.Calls(place.frame);
-    const bool isCall = what == "call";
-    if (isCall && calls->calls[place.call - 1].kind == Data::ActionKind::None)
-        throw Error(Error::Kind::Request,
-                    inspector.NameOf(place) + " is no draw, clear, blit, dispatch or copy, which could stand alone");
+    if (isCall && !calls->IsAction(place.call))
+        throw RequestError(request.NameOf(place) +
+                           " is no draw, clear, blit, dispatch or copy, which could stand alone");
     const Util::TemporaryFolder folder;
     const std::string file = folder.File("part.glcap");
     const std::string frame = std::to_string(place.frame);
@@ -76,48 +67,19 @@ Answer AnswerExport(Inspector& inspector, const Parameters& parameters)
         Cut(inspector, {"--frames", frame}, file);
     Inspector part({file, inspector.FirstSide()}, false, 0);
     const auto partCalls = part.Calls(1);
-    const auto count = static_cast<std::uint32_t>(partCalls->calls.size());
-    const Place whole =
-        isCall ? place : LastAction(*calls, place.frame, static_cast<std::uint32_t>(calls->calls.size()));
-    if (HashesAt(part, LastAction(*partCalls, 1, count)) != HashesAt(inspector, whole))
-        throw Error(Error::Kind::Replay, "cut out, " + inspector.NameOf(whole) + " shows something else than in the " +
-                                             "whole capture" + (isCall ? "; the frame may be cut out instead" : ""));
-    return {"application/octet-stream", ReadFile(file), {{"Playback-Calls", std::to_string(count)}}};
+    const Place whole = isCall ? place : LastAction(*calls);
+    if (HashesAt(part, LastAction(*partCalls)) != HashesAt(inspector, whole))
+        throw ReplayError("cut out, " + request.NameOf(whole) + " shows something else than in the whole capture" +
+                          (isCall ? "; the frame may be cut out instead" : ""));
+    return {"application/octet-stream", ReadFile(file), {{"Playback-Calls", std::to_string(partCalls->Count())}}};
 }
 
-/// All images of a texture as a KTX file.
-Answer ExportTexture(const std::function<ReplayAnswer(std::size_t index)>& imageOf, const Json& texture)
-{
-    TextureImages all = {texture.value("target", 0U), texture.value("format", 0U), {}};
-    for (std::size_t i = 0; i < texture["images"].size(); ++i) {
-        ReplayAnswer answer = imageOf(i);
-        all.images.push_back(
-            {texture["images"][i].value("level", 0U),
-             {Compare::FindPixelKind(answer.json.value("components", "")), answer.json.value("width", 0U),
-              answer.json.value("height", 0U), std::move(answer.bytes)}});
-    }
-    return {"image/ktx", ToKtx(all)};
-}
+} // namespace
 
-/// All vertices of a draw as a file of `format`.
-Answer ExportMesh(Inspector& inspector, const Place& place, const std::string& format,
-                  const std::function<Json(std::uint32_t first)>& rowsFrom)
+std::span<const Query> ExportQueries()
 {
-    if (format != "obj" && format != "gltf")
-        throw Error(Error::Kind::Request, "format needs obj or gltf, found \"" + format + "\"");
-    Json all = rowsFrom(0);
-    Json& rows = all["rows"];
-    while (rows.size() < all.value("count", std::size_t{0})) {
-        Json more = rowsFrom(static_cast<std::uint32_t>(rows.size()));
-        if (more["rows"].empty())
-            break;
-        std::ranges::move(more["rows"], std::back_inserter(rows));
-    }
-    const std::string text = inspector.Calls(place.frame)->calls[place.call - 1].text;
-    constexpr std::string_view Mode = "mode=";
-    const std::size_t begin = text.find(Mode) + Mode.size();
-    const Mesh mesh = ToMesh(all, std::string_view(text).substr(begin, text.find_first_of(",)", begin) - begin));
-    return format == "obj" ? Answer{"model/obj", ToObj(mesh)} : Answer{"model/gltf+json", ToGltf(mesh)};
+    static constexpr Query All[] = {{"export", Export}};
+    return All;
 }
 
 } // namespace Inspect

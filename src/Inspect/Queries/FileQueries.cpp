@@ -1,11 +1,8 @@
 // What the file itself answers.
 #include <algorithm>
-#include <cctype>
-#include <filesystem>
 
-#include "Data/State/StateTable.h"
 #include "Inspect/Error.h"
-#include "Inspect/Queries/Parameters.h"
+#include "Inspect/Queries/Request.h"
 #include "Tools/Info/Dump.h"
 
 namespace Inspect {
@@ -50,92 +47,83 @@ Json ToJson(const Inspector& inspector, const FrameCalls& calls, const TreeNode&
     return json;
 }
 
-std::string Lower(std::string text)
+Answer Capture(const Request& request)
 {
-    std::ranges::transform(text, text.begin(), [](unsigned char c) { return std::tolower(c); });
-    return text;
-}
-
-} // namespace
-
-Answer AnswerCapture(Inspector& inspector, const Parameters&)
-{
+    Inspector& inspector = request.inspector;
     const Data::CaptureHeader& header = inspector.Header();
-    Json json = {{"file", std::filesystem::path(inspector.Path()).filename().string()},
+    Json json = {{"file", inspector.FileName()},
                  {"command", header.command},
                  {"width", header.surfaceWidth},
                  {"height", header.surfaceHeight},
                  {"recordedOn", {{"renderer", header.glRenderer}, {"version", header.glVersion}}},
                  {"startTimeUs", header.startTimeUs},
                  {"playback", PLAYBACK_VERSION}};
-    if (const Sides::Side* const second = inspector.SecondSide())
-        json["second"] = second->Description();
+    if (inspector.HasSecond())
+        json["second"] = inspector.Second().side.Description();
     json["others"] = inspector.Others();
     if (header.originFrame != 0)
         json["origin"] = {{"file", header.originFile}, {"frame", header.originFrame}};
-    return {.body = Text(json)};
+    return json;
 }
 
 /// Labels of objects, by kind and name.
-Answer AnswerLabels(Inspector& inspector, const Parameters& parameters)
+Answer Labels(const Request& request)
 {
-    if (TextOf(parameters, "wait", "0") != "0")
-        inspector.Index().Wait();
+    const FrameIndex& index = request.inspector.Index();
+    if (request.IsSet("wait"))
+        index.Wait();
     Json labels = Json::object();
-    for (const auto& [object, label] : inspector.Index().Labels())
+    for (const auto& [object, label] : index.Labels())
         if (object.first != Data::noObject && !label.empty())
             labels[Data::Describe(object.first).name][std::to_string(object.second)] = label;
-    return {.body = Text({{"labels", std::move(labels)}})};
+    return Json{{"labels", std::move(labels)}};
 }
 
 /// Column by column, since there may be many.
-Answer AnswerFrames(Inspector& inspector, const Parameters& parameters)
+Answer Frames(const Request& request)
 {
-    if (IsSet(parameters, "wait"))
-        inspector.Index().Wait();
-    const FrameIndex::Frames all = inspector.Index().Get();
-    const std::size_t first =
-        std::min<std::size_t>(std::max(NumberOf(parameters, "first", 1), 1U) - 1, all.frames.size());
+    const FrameIndex& index = request.inspector.Index();
+    if (request.IsSet("wait"))
+        index.Wait();
+    const FrameIndex::Frames all = index.Get();
+    const std::size_t first = std::min<std::size_t>(std::max(request.Number("first", 1), 1U) - 1, all.frames.size());
     Json json = {{"first", first + 1}, {"total", all.frames.size()}, {"isDone", all.isDone}, {"hasRest", all.hasRest}};
     if (!all.trouble.empty())
         json["trouble"] = all.trouble;
-    for (const char* const column : {"calls", "draws", "actions", "uploadBytes", "timeUs"})
+    const auto add = [&](const char* column, auto number) {
         json[column] = Json::array();
-    for (std::size_t i = first; i < all.frames.size(); ++i) {
-        const FrameNumbers& frame = all.frames[i];
-        json["calls"].push_back(frame.calls);
-        json["draws"].push_back(frame.draws);
-        json["actions"].push_back(frame.actions);
-        json["uploadBytes"].push_back(frame.uploadBytes);
-        json["timeUs"].push_back(frame.timeUs);
-    }
-    return {.body = Text(json)};
+        for (std::size_t i = first; i < all.frames.size(); ++i)
+            json[column].push_back(all.frames[i].*number);
+    };
+    add("calls", &FrameNumbers::calls);
+    add("draws", &FrameNumbers::draws);
+    add("actions", &FrameNumbers::actions);
+    add("uploadBytes", &FrameNumbers::uploadBytes);
+    add("timeUs", &FrameNumbers::timeUs);
+    return json;
 }
 
-Answer AnswerActions(Inspector& inspector, const Parameters& parameters)
+Answer Actions(const Request& request)
 {
-    const auto calls = inspector.Calls(NumberOf(parameters, "frame"));
+    const auto calls = request.inspector.Calls(request.Number("frame"));
     Json json = {{"frame", calls->frame}, {"calls", calls->calls.size()}, {"tree", Json::array()}};
     for (const TreeNode& node : calls->tree)
-        json["tree"].push_back(ToJson(inspector, *calls, node));
-    return {.body = Text(json)};
+        json["tree"].push_back(ToJson(request.inspector, *calls, node));
+    return json;
 }
 
 /// One call with all of its arguments, and where in the program it came from.
-Answer AnswerCall(Inspector& inspector, const Parameters& parameters)
+Answer Call(const Request& request)
 {
-    const Place place = PlaceOf(inspector, parameters);
-    std::string error;
-    const std::unique_ptr<Data::CaptureSource> source = Data::CaptureSource::Open(inspector.Path(), error);
-    if (!source)
-        throw Error(Error::Kind::Request, error);
-    Data::Diagnostics diagnostics(inspector.Path(), nullptr);
+    const Place place = request.At();
+    const std::unique_ptr<Data::CaptureSource> source = OpenCapture(request.inspector.Path());
+    Data::Diagnostics diagnostics(request.inspector.Path(), nullptr);
     const Tools::DumpChoice choice = {.notation = Tools::Notation::Json,
                                       .frames = {place.frame, place.frame},
                                       .calls = "?*",
                                       .stacks = true,
-                                      .debugFolders = TextOf(parameters, "debug")};
-    Json json = {{"at", inspector.NameOf(place)}};
+                                      .debugFolders = request.Text("debug")};
+    Json json = {{"at", request.NameOf(place)}};
     const std::string begin =
         "{\"frame\":" + std::to_string(place.frame) + ",\"call\":" + std::to_string(place.call) + ",";
     Tools::Dump(*source, diagnostics, choice, [&](std::string_view text) {
@@ -145,23 +133,22 @@ Answer AnswerCall(Inspector& inspector, const Parameters& parameters)
             json.update(line);
         return !json.contains("name");
     });
-    return {.body = Text(json)};
+    return json;
 }
 
 /// A part of the calls, of those that a filter lets through.
-Answer AnswerCalls(Inspector& inspector, const Parameters& parameters)
+Answer Calls(const Request& request)
 {
-    constexpr std::uint32_t MostRows = 10'000;
-    const auto calls = inspector.Calls(NumberOf(parameters, "frame"));
-    const std::uint32_t first = NumberOf(parameters, "first", 0);
-    const std::uint32_t count = std::min(NumberOf(parameters, "count", MostRows), MostRows);
-    const std::uint32_t around = NumberOf(parameters, "around", 0);
-    const std::string filter = Lower(TextOf(parameters, "filter"));
+    const auto calls = request.inspector.Calls(request.Number("frame"));
+    const std::uint32_t first = request.Number("first", 0);
+    const std::uint32_t count = std::min(request.Number("count", MostRows), MostRows);
+    const std::uint32_t around = request.Number("around", 0);
+    const std::string filter = Util::String::ToLower(request.Text("filter"));
     Json rows = Json::array();
     std::uint32_t total = 0;
     std::uint32_t index = 0;
     for (std::uint32_t i = 0; i < calls->calls.size(); ++i) {
-        if (!filter.empty() && Lower(calls->calls[i].text).find(filter) == std::string::npos)
+        if (!filter.empty() && Util::String::ToLower(calls->calls[i].text).find(filter) == std::string::npos)
             continue;
         index = i + 1 <= around ? total : index;
         if (total >= first && total - first < count)
@@ -172,7 +159,16 @@ Answer AnswerCalls(Inspector& inspector, const Parameters& parameters)
     if (around != 0)
         json["indexOfCall"] = index;
     json["rows"] = std::move(rows);
-    return {.body = Text(json)};
+    return json;
+}
+
+} // namespace
+
+std::span<const Query> FileQueries()
+{
+    static constexpr Query All[] = {{"capture", Capture}, {"labels", Labels}, {"frames", Frames},
+                                    {"actions", Actions}, {"call", Call},     {"calls", Calls}};
+    return All;
 }
 
 } // namespace Inspect

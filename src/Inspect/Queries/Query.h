@@ -4,7 +4,7 @@
 
 #include <map>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "Inspect/Inspector.h"
 
@@ -13,16 +13,20 @@ namespace Inspect {
 using Parameters = std::map<std::string, std::string>;
 
 struct Answer {
+    Answer(const Json& json) : body(Text(json)) {}
+    Answer(std::string type, std::string body, std::map<std::string, std::string> headers = {})
+        : type(std::move(type)), body(std::move(body)), headers(std::move(headers))
+    {
+    }
+
     /// A MIME type.
     std::string type = "application/json";
-    std::string body = {};
+    std::string body;
     /// Of contents, what a browser gets as headers.
     std::map<std::string, std::string> headers = {};
 };
 
-/// The names of all requests.
-std::vector<std::string> QueryNames();
-/// Throws Error, also for a name that is none of them.
+/// Throws Error, also for a name that is none of a request.
 Answer Ask(Inspector& inspector, const std::string& name, const Parameters& parameters);
 /// Sets what is replayed otherwise than it was recorded, as POST api/edits does; the answer is that of "edits". Throws
 /// Error.

@@ -1,24 +1,14 @@
 // What calls have set, as the capture tells without a driver.
-#include <filesystem>
+#include <algorithm>
 
 #include "Inspect/Capture/UnusedState.h"
 #include "Inspect/Error.h"
-#include "Inspect/Queries/Parameters.h"
+#include "Inspect/Queries/Request.h"
 #include "Tools/Info/Notation.h"
 
 namespace Inspect {
 
 namespace {
-
-/// The action in front of a call; the start of the frame where there is none.
-Place ActionBefore(Inspector& inspector, const Place& place)
-{
-    const auto calls = inspector.Calls(place.frame);
-    std::uint32_t call = place.call - 1;
-    while (call > 0 && calls->calls[call - 1].kind == Data::ActionKind::None)
-        --call;
-    return {place.frame, std::max(call, 1U)};
-}
 
 /// What a sampler of a type, such as GL_INT_SAMPLER_2D_ARRAY, looks at: GL_TEXTURE_2D_ARRAY. Empty for other types.
 std::string SampledBy(const std::string& type)
@@ -37,13 +27,10 @@ std::string SampledBy(const std::string& type)
 void AskProgram(Inspector& inspector, const Place& place, const Tools::StateSnapshot& state, StateUser& user)
 {
     const bool hasProgram = user.kind == Data::ActionKind::Draw || user.kind == Data::ActionKind::Dispatch;
-    const auto context = state.objects.find({});
-    if (!hasProgram || context == state.objects.end())
+    const std::uint32_t program = hasProgram ? ProgramIn(state) : 0;
+    if (program == 0)
         return;
-    const auto program = context->second.find("GL_CURRENT_PROGRAM");
-    if (program == context->second.end() || !program->second.is_number() || program->second == 0)
-        return;
-    const Json answer = inspector.Replay().Ask(place, Inspector::AboutProgram(program->second)).json;
+    const Json answer = inspector.Replay().Ask(place, Inspector::AboutProgram(program)).json;
     user.isProgramKnown = answer.contains("uniforms");
     for (const Json& attribute : answer.value("attributes", Json::array()))
         for (int i = 0; i < attribute.value("count", 1); ++i)
@@ -54,39 +41,43 @@ void AskProgram(Inspector& inspector, const Place& place, const Tools::StateSnap
                 user.samplers.insert({static_cast<std::uint32_t>(value.get<double>()), target});
 }
 
-Json ToJson(const std::vector<ObjectUse>& calls)
+Json ToJson(const ObjectUse& use)
 {
     constexpr std::pair<ObjectUse::Does, const char*> Names[] = {{ObjectUse::Made, "made"},
                                                                  {ObjectUse::Changed, "changed"},
                                                                  {ObjectUse::Wrote, "wrote"},
                                                                  {ObjectUse::Read, "read"},
                                                                  {ObjectUse::Deleted, "deleted"}};
+    Json json = {{"call", use.call}, {"function", use.function}, {"does", Json::array()}};
+    for (const auto& [does, name] : Names)
+        if ((use.does & does) != 0)
+            json["does"].push_back(name);
+    if (!use.as.empty())
+        json["as"] = use.as;
+    return json;
+}
+
+Json ToJson(const std::vector<ObjectUse>& calls)
+{
     Json all = Json::array();
-    for (const ObjectUse& use : calls) {
-        Json one = {{"call", use.call}, {"function", use.function}, {"does", Json::array()}};
-        for (const auto& [does, name] : Names)
-            if ((use.does & does) != 0)
-                one["does"].push_back(name);
-        if (!use.as.empty())
-            one["as"] = use.as;
-        all.push_back(std::move(one));
-    }
+    for (const ObjectUse& use : calls)
+        all.push_back(ToJson(use));
     return all;
 }
 
-} // namespace
-
-Answer AnswerState(Inspector& inspector, const Parameters& parameters)
+Answer State(const Request& request)
 {
-    const Place place = PlaceOf(inspector, parameters);
-    const auto against = parameters.find("against");
-    const auto [from, other] = against != parameters.end() ? inspector.FindAnywhere(against->second)
-                                                           : std::pair(&inspector, ActionBefore(inspector, place));
+    Inspector& inspector = request.inspector;
+    const Place place = request.At();
+    // The action in front; the start of the frame where there is none.
+    const Place before = {place.frame, std::max(inspector.Calls(place.frame)->ActionUpTo(place.call - 1), 1U)};
+    const auto [from, other] =
+        request.Has("against") ? inspector.FindAnywhere(request.Text("against")) : std::pair(&inspector, before);
     const bool isTogether = from == &inspector && other.frame == place.frame;
     const auto states =
         inspector.States(place.frame, isTogether ? std::vector{other.call, place.call} : std::vector{place.call});
     const auto& state = states.back();
-    const auto before = isTogether ? states.front() : from->State(other);
+    const auto otherState = isTogether ? states.front() : from->State(other);
     Json json = {{"at", inspector.NameOf(place)}};
     json.update(Tools::ToJson(*state));
     json["initial"] = Json::object();
@@ -95,84 +86,92 @@ Answer AnswerState(Inspector& inspector, const Parameters& parameters)
             json["initial"][name] = value;
     json["against"] = from->NameOf(other);
     if (from != &inspector)
-        json["againstFile"] = std::filesystem::path(from->Path()).filename().string();
-    json["differences"] = Tools::ToJson(Tools::Compare(*before, *state));
-    return {.body = Text(json)};
+        json["againstFile"] = from->FileName();
+    json["differences"] = Tools::ToJson(Tools::Compare(*otherState, *state));
+    return json;
 }
 
 /// Which call set each value last.
-Answer AnswerSetters(Inspector& inspector, const Parameters& parameters)
+Answer Setters(const Request& request)
 {
-    const Place place = PlaceOf(inspector, parameters);
-    Json json = {{"at", inspector.NameOf(place)}, {"state", Json::object()}, {"objects", Json::object()}};
-    for (const auto& [object, setters] : inspector.StateWithSetters(place).setters) {
+    const Place place = request.At();
+    Json json = {{"at", request.NameOf(place)}, {"state", Json::object()}, {"objects", Json::object()}};
+    for (const auto& [object, setters] : request.inspector.StateWithSetters(place).setters) {
         Json& values = object.first.empty() ? json["state"] : json["objects"][object.first][object.second];
         for (const auto& [state, moment] : setters)
             values[state] = std::to_string(moment.frame) + ":c" + std::to_string(moment.call);
     }
-    return {.body = Text(json)};
+    return json;
 }
 
 /// The values that were set and have no part in what the call does.
-Answer AnswerUnused(Inspector& inspector, const Parameters& parameters)
+Answer Unused(const Request& request)
 {
-    const Place place = PlaceOf(inspector, parameters);
-    const auto calls = inspector.Calls(place.frame);
+    const Place place = request.At();
+    const auto calls = request.inspector.Calls(place.frame);
     const CallRow& row = calls->calls[place.call - 1];
-    const auto state = inspector.State(place);
+    const auto state = request.inspector.State(place);
     StateUser user = {.kind = row.kind, .text = row.text};
-    AskProgram(inspector, place, *state, user);
-    Json json = {{"at", inspector.NameOf(place)}, {"unused", Json::array()}};
+    AskProgram(request.inspector, place, *state, user);
+    Json json = {{"at", request.NameOf(place)}, {"unused", Json::array()}};
     for (const UnusedState& unused : FindUnused(*state, user)) {
         Json one = {{"state", unused.state}, {"why", unused.why}};
         if (!unused.object.first.empty())
             one["object"] = {{"kind", unused.object.first}, {"name", unused.object.second}};
         json["unused"].push_back(std::move(one));
     }
-    return {.body = Text(json)};
+    return json;
 }
 
 /// What the calls of a frame did with one object, or with each.
-Answer AnswerUses(Inspector& inspector, const Parameters& parameters)
+Answer Uses(const Request& request)
 {
-    const std::uint32_t frame = NumberOf(parameters, "frame");
-    const auto uses = inspector.Uses(frame);
-    Json json = {{"frame", frame}};
-    if (parameters.contains("kind") != parameters.contains("name"))
-        throw Error(Error::Kind::Request, "kind and name go together");
-    if (!parameters.contains("kind")) {
-        json["objects"] = Json::object();
+    const std::uint32_t frame = request.Number("frame");
+    const auto uses = request.inspector.Uses(frame);
+    if (request.Has("kind") != request.Has("name"))
+        throw RequestError("kind and name go together");
+    if (!request.Has("kind")) {
+        Json json = {{"frame", frame}, {"objects", Json::object()}};
         for (const auto& [object, calls] : uses->All())
             json["objects"][object.first][object.second] = ToJson(calls);
-        return {.body = Text(json)};
+        return json;
     }
-    const FrameUses::Object object = {TextOf(parameters, "kind"), TextOf(parameters, "name")};
+    const FrameUses::Object object = {request.Text("kind"), request.Text("name")};
     const auto found = uses->All().find(object);
-    json["kind"] = object.first;
-    json["name"] = object.second;
-    json["calls"] = found != uses->All().end() ? ToJson(found->second) : Json::array();
-    return {.body = Text(json)};
+    return Json{{"frame", frame},
+                {"kind", object.first},
+                {"name", object.second},
+                {"calls", found != uses->All().end() ? ToJson(found->second) : Json::array()}};
 }
 
 /// The calls of the frames in front that made, changed or wrote an object.
-Answer AnswerEarlierUses(Inspector& inspector, const Parameters& parameters)
+Answer EarlierUses(const Request& request)
 {
-    const FrameUses::Object object = {TextOf(parameters, "kind"), TextOf(parameters, "name")};
+    const FrameUses::Object object = {request.Text("kind"), request.Text("name")};
     Json json = {{"kind", object.first}, {"name", object.second}, {"calls", Json::array()}};
-    for (const EarlierUse& earlier : inspector.EarlierUses(NumberOf(parameters, "frame"), object)) {
-        Json one = ToJson(std::vector{earlier.use}).front();
+    for (const EarlierUse& earlier : request.inspector.EarlierUses(request.Number("frame"), object)) {
+        Json one = ToJson(earlier.use);
         one["at"] = std::to_string(earlier.frame) + ":c" + std::to_string(earlier.use.call);
         json["calls"].push_back(std::move(one));
     }
-    return {.body = Text(json)};
+    return json;
 }
 
 /// The objects that the context at the call can name, with what was set of each.
-Answer AnswerResources(Inspector& inspector, const Parameters& parameters)
+Answer Resources(const Request& request)
 {
-    const Place place = PlaceOf(inspector, parameters);
-    const Json state = Tools::ToJson(*inspector.State(place));
-    return {.body = Text({{"at", inspector.NameOf(place)}, {"objects", state["objects"]}})};
+    const Place place = request.At();
+    const Json state = Tools::ToJson(*request.inspector.State(place));
+    return Json{{"at", request.NameOf(place)}, {"objects", state["objects"]}};
+}
+
+} // namespace
+
+std::span<const Query> StateQueries()
+{
+    static constexpr Query All[] = {{"state", State}, {"setters", Setters},          {"unused", Unused},
+                                    {"uses", Uses},   {"earlier-uses", EarlierUses}, {"resources", Resources}};
+    return All;
 }
 
 } // namespace Inspect

@@ -41,7 +41,7 @@ std::uint32_t ReadStage(const std::string& text)
             return stage.value;
         names.push_back(stage.name);
     }
-    throw Error(Error::Kind::Request, "there are no " + text + " shaders" + Util::Suggestion(text, names));
+    throw RequestError("there are no " + text + " shaders" + Util::Suggestion(text, names));
 }
 
 /// Without names for another type.
@@ -62,7 +62,7 @@ void CheckKind(const std::string& kind)
     std::vector<std::string_view> kinds(std::begin(Experiments), std::end(Experiments));
     kinds.push_back(ShaderKind);
     if (std::ranges::find(kinds, kind) == kinds.end())
-        throw Error(Error::Kind::Request, "there is no edit \"" + kind + "\"" + Util::Suggestion(kind, kinds));
+        throw RequestError("there is no edit \"" + kind + "\"" + Util::Suggestion(kind, kinds));
 }
 
 /// The lines that a log of compiling names, with what it says there.
@@ -95,7 +95,7 @@ std::vector<Edit> ReadEdits(Inspector& inspector, const std::string& body)
 {
     const Json json = Json::parse(body, nullptr, false);
     if (!json.is_object() || !json.contains("edits") || !json["edits"].is_array())
-        throw Error(Error::Kind::Request, "expected {\"edits\": [...]}");
+        throw RequestError("expected {\"edits\": [...]}");
     std::vector<Edit> edits;
     try {
         for (const Json& one : json["edits"]) {
@@ -111,7 +111,7 @@ std::vector<Edit> ReadEdits(Inspector& inspector, const std::string& body)
             edits.push_back(std::move(edit));
         }
     } catch (const Json::exception& failure) {
-        throw Error(Error::Kind::Request, std::string("an edit is not as it should be: ") + failure.what());
+        throw RequestError(std::string("an edit is not as it should be: ") + failure.what());
     }
     return edits;
 }
@@ -126,7 +126,7 @@ Edit ReadEdit(Inspector& inspector, const std::string& text)
         edit.kind = text.substr(0, at);
         CheckKind(edit.kind);
         if (edit.kind == ShaderKind)
-            throw Error(Error::Kind::Request, "a shader is given as PROGRAM:STAGE=FILE");
+            throw RequestError("a shader is given as PROGRAM:STAGE=FILE");
         if (at != std::string::npos)
             SetPlace(inspector, edit, text.substr(at + 1));
         return edit;
@@ -136,7 +136,7 @@ Edit ReadEdit(Inspector& inspector, const std::string& text)
     edit.type = ReadStage(match[2].str());
     std::ifstream file(match[3].str(), std::ios::binary);
     if (!file)
-        throw Error(Error::Kind::Request, "cannot read " + match[3].str());
+        throw RequestError("cannot read " + match[3].str());
     edit.source.assign(std::istreambuf_iterator<char>(file), {});
     return edit;
 }
@@ -180,8 +180,8 @@ void CheckAnswer(const std::vector<Edit>& edits, const Json& answer)
     const auto index = fault.value("edit", std::size_t{0});
     const std::string log = fault.value("log", "");
     const Edit edit = index < edits.size() ? edits[index] : Edit();
-    throw Error(
-        Error::Kind::Request, edit.Text() + ": " + log,
+    throw RequestError(
+        edit.Text() + ": " + log,
         {{"edit", index}, {"type", StageOf(fault.value("type", 0U)).type}, {"log", log}, {"errors", ErrorsIn(log)}});
 }
 

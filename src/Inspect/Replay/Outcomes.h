@@ -26,6 +26,7 @@ struct Outcome {
     /// What other requests were answered there, by their texts.
     std::map<std::string, Json> answers = {};
 
+    [[nodiscard]] ReplayAnswer Target(std::size_t index) const { return {targets[index], contents[index]}; }
     /// Of a replay that has come to the call. Throws Error.
     static Outcome Of(ReplayProcess& process, Json call);
 };

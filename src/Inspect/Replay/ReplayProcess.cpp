@@ -43,7 +43,7 @@ ReplayProcess::ReplayProcess(ProcessList& list, const ReplaySettings& settings, 
     if (!m_list.m_hasEnded)
         m_child = Sides::Child::Start(command, settings.side.environment, error);
     if (!m_child)
-        throw Error(Error::Kind::Replay, error);
+        throw ReplayError(error);
     m_list.m_children.insert(m_child.get());
 }
 
@@ -90,7 +90,7 @@ void ReplayProcess::Fail()
             m_end.erase(0, m_end.size() - Most);
         m_end += "the replay ended with status " + std::to_string(status);
     }
-    throw Error(Error::Kind::Replay, m_end);
+    throw ReplayError(m_end);
 }
 
 } // namespace Inspect

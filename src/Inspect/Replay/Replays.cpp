@@ -46,7 +46,7 @@ template <class Do> auto Replays::There(const Place& place, Version version, Do 
         Json call = running.process->Ask(GoTo(place)).json;
         running.at = place;
         if (call.contains("problem"))
-            throw Error(Error::Kind::Replay, call["problem"].get<std::string>());
+            throw ReplayError(call["problem"].get<std::string>());
         return act(*running.process, std::move(call));
     } catch (const Error& error) {
         Fail(running, place, error.what());
@@ -189,8 +189,8 @@ void Replays::Fail(Running& running, const Place& place, std::string text)
             m_snapshots.Drop(*running.from, text);
     }
     running = {};
-    throw Error(Error::Kind::Replay,
-                "on the way to call " + std::to_string(place.frame) + ":" + std::to_string(place.call) + ": " + text);
+    throw ReplayError("on the way to call " + std::to_string(place.frame) + ":" + std::to_string(place.call) + ": " +
+                      text);
 }
 
 } // namespace Inspect

@@ -278,7 +278,7 @@ std::shared_ptr<Snapshot> Snapshots::Write(ReplayProcess& process, std::uint32_t
     snapshot->frame = frame;
     const Json answer = process.Ask({{"do", "snapshot"}, {"file", snapshot->path}}).json;
     if (answer.contains("problem"))
-        throw Error(Error::Kind::Replay, answer["problem"].get<std::string>());
+        throw ReplayError(answer["problem"].get<std::string>());
     std::error_code none;
     const std::uintmax_t bytes = std::filesystem::file_size(snapshot->path, none);
     snapshot->bytes = none ? 0 : bytes;

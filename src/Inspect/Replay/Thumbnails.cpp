@@ -151,7 +151,7 @@ void Thumbnails::NextFrame()
         // Of several windows the last one that was swapped.
         if (const Json& pictures = answer.value("pictures", Json::array()); !pictures.empty()) {
             const Json request = {{"do", "pixels"}, {"index", pictures.size() - 1}};
-            png = EncodeThumbnail(pictures.back(), m_strips->Ask(request).bytes, FrameSide);
+            png = EncodeThumbnail({pictures.back(), m_strips->Ask(request).bytes}, FrameSide);
         }
     } catch (const Error&) {
         // There are no more of them.
@@ -219,7 +219,7 @@ void Thumbnails::Keep(const Work& work, const ReplayAnswer& answer)
     Change change;
     if (!answer.bytes.empty())
         change = {answer.json.value("x", 0U), answer.json.value("y", 0U), answer.json.value("width", 0U),
-                  answer.json.value("height", 0U), EncodeThumbnail(answer.json, answer.bytes, ActionSide)};
+                  answer.json.value("height", 0U), EncodeThumbnail(answer, ActionSide)};
     const std::lock_guard lock(m_mutex);
     if (answer.json.contains("end")) {
         work.actions->failed = answer.json.value("failed", Json::array());

@@ -64,7 +64,7 @@ void WrongSearch::Begin(const Wish& wish)
     std::string error;
     std::shared_ptr<Sides::Child> child = Sides::Child::Start(command, {}, error);
     if (!child)
-        throw Error(Error::Kind::Replay, error);
+        throw ReplayError(error);
     {
         const std::lock_guard lock(m_mutex);
         m_child = child;
