@@ -6,7 +6,6 @@
 #include <string_view>
 #include <utility>
 
-#include <httplib.h>
 #include <sys/random.h>
 
 #include "Inspect/Error.h"
@@ -75,154 +74,107 @@ void Refuse(httplib::Response& response, int status, const std::string& text, co
     response.set_content(Text(json) + "\n", "application/json");
 }
 
-} // namespace
-
-class Server::Implementation {
-public:
-    Implementation(Inspector& inspector, std::function<void()> end)
-        : m_inspector(inspector), m_end(std::move(end)), m_token(MakeToken())
-    {
-        m_server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
-            SetHeaders(response);
-            return Route(request, response) ? httplib::Server::HandlerResponse::Handled
-                                            : httplib::Server::HandlerResponse::Unhandled;
-        });
-        // Shader sources; who sends them was let through by Route.
-        constexpr std::size_t MostBody = std::size_t{16} << 20;
-        m_server.set_payload_max_length(MostBody);
-        m_server.Post(R"(/\w+/api/edits)", [this](const httplib::Request& request, httplib::Response& response) {
-            Respond(response, [&] { return SetEdits(m_inspector, ParametersOf(request), request.body); });
-        });
-        m_server.set_keep_alive_max_count(10'000);
-        // Browsers keep several connections open, each of which occupies a thread.
-        constexpr std::size_t Threads = 12;
-        m_server.new_task_queue = [] { return new httplib::ThreadPool(Threads); };
-    }
-
-    std::string Listen(std::uint16_t port)
-    {
-        m_port = port != 0 ? port : m_server.bind_to_any_port(ThisMachine);
-        const bool isBound = port != 0 ? m_server.bind_to_port(ThisMachine, port) : m_port > 0;
-        return isBound ? "" : "cannot listen on port " + std::to_string(port) + ": " + std::strerror(errno);
-    }
-
-    [[nodiscard]] std::string Address() const
-    {
-        return "http://" + std::string(ThisMachine) + ":" + std::to_string(m_port) + "/" + m_token + "/";
-    }
-
-    void Run() { m_server.listen_after_bind(); }
-    void Stop() { m_server.stop(); }
-
-private:
-    /// Everything is answered here but what has a body: nothing of the server's file handling is used. False for that.
-    bool Route(const httplib::Request& request, httplib::Response& response)
-    {
-        const std::string origin = request.get_header_value("Origin");
-        const std::string host = request.get_header_value("Host");
-        if (!IsThisMachine(host) || request.get_header_value_count("Host") != 1)
-            Refuse(response, Refused, "this server answers as " + std::string(ThisMachine) + " and localhost only");
-        else if (request.has_header("Origin") && origin != "http://" + host)
-            Refuse(response, Refused, "pages of other origins are not answered");
-        else if (const std::string_view path = PathBelowToken(request); path.empty())
-            Refuse(response, Refused, "the address does not have this server's token");
-        else if (request.method == "POST" && path == "/api/close")
-            Close(response);
-        else if (request.method == "POST" && path == "/api/edits")
-            return false;
-        else if (request.method != "GET")
-            Refuse(response, NotFound, "there is nothing to do there");
-        else if (path.starts_with("/api/"))
-            AnswerQuery(std::string(path.substr(std::strlen("/api/"))), request, response);
-        else
-            SendPage(path, response);
-        return true;
-    }
-
-    /// Empty without the token.
-    [[nodiscard]] std::string_view PathBelowToken(const httplib::Request& request) const
-    {
-        const std::string_view path = request.path;
-        const std::size_t end = path.find('/', 1);
-        return path.starts_with('/') && end != std::string_view::npos && IsEqual(path.substr(1, end - 1), m_token)
-                   ? path.substr(end)
-                   : std::string_view();
-    }
-
-    void Close(httplib::Response& response)
-    {
-        response.set_content("{}\n", "application/json");
-        m_end();
-    }
-
-    static void SendPage(std::string_view path, httplib::Response& response)
-    {
-        const std::string_view name = path == "/" ? "index.html" : path.substr(1);
-        const auto file = std::ranges::find(Page::files, name, &Page::File::name);
-        if (file == Page::files.end())
-            return Refuse(response, NotFound, "there is no such page");
-        const char* const type = name.ends_with(".js") ? "javascript" : name.ends_with(".css") ? "css" : "html";
-        response.set_content(file->contents.data(), file->contents.size(),
-                             std::string("text/") + type + "; charset=utf-8");
-    }
-
-    static Parameters ParametersOf(const httplib::Request& request)
-    {
-        return {request.params.begin(), request.params.end()};
-    }
-
-    void AnswerQuery(const std::string& name, const httplib::Request& request, httplib::Response& response)
-    {
-        Respond(
-            response, [&] { return Ask(m_inspector, name, ParametersOf(request)); });
-    }
-
-    template <class Make> static void Respond(httplib::Response& response, Make make)
-    {
-        try {
-            const Answer answer = make();
-            for (const auto& [header, value] : answer.headers)
-                response.set_header(header, value);
-            response.set_content(answer.body, answer.type);
-        } catch (const RequestError& error) {
-            Refuse(response, BadRequest, error.what(), error.Details());
-        } catch (const ReplayError& error) {
-            Refuse(response, ReplayFailed, error.what());
-        }
-    }
-
-    Inspector& m_inspector;
-    const std::function<void()> m_end;
-    const std::string m_token;
-    httplib::Server m_server;
-    int m_port = 0;
-};
-
-Server::Server(Inspector& inspector, std::function<void()> end)
-    : m_implementation(std::make_unique<Implementation>(inspector, std::move(end)))
+void SendPage(std::string_view path, httplib::Response& response)
 {
+    const std::string_view name = path == "/" ? "index.html" : path.substr(1);
+    const auto file = std::ranges::find(Page::files, name, &Page::File::name);
+    if (file == Page::files.end())
+        return Refuse(response, NotFound, "there is no such page");
+    const char* const type = name.ends_with(".js") ? "javascript" : name.ends_with(".css") ? "css" : "html";
+    response.set_content(file->contents.data(), file->contents.size(), std::string("text/") + type + "; charset=utf-8");
 }
 
-Server::~Server() = default;
+Parameters ParametersOf(const httplib::Request& request)
+{
+    return {request.params.begin(), request.params.end()};
+}
+
+template <class Make> void Respond(httplib::Response& response, Make make)
+{
+    try {
+        const Answer answer = make();
+        for (const auto& [header, value] : answer.headers)
+            response.set_header(header, value);
+        response.set_content(answer.body, answer.type);
+    } catch (const RequestError& error) {
+        Refuse(response, BadRequest, error.what(), error.Details());
+    } catch (const ReplayError& error) {
+        Refuse(response, ReplayFailed, error.what());
+    }
+}
+
+} // namespace
+
+Server::Server(Inspector& inspector, std::function<void()> end)
+    : m_inspector(inspector), m_end(std::move(end)), m_token(MakeToken())
+{
+    m_server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
+        SetHeaders(response);
+        return Route(request, response) ? httplib::Server::HandlerResponse::Handled
+                                        : httplib::Server::HandlerResponse::Unhandled;
+    });
+    // Shader sources; who sends them was let through by Route.
+    constexpr std::size_t MostBody = std::size_t{16} << 20;
+    m_server.set_payload_max_length(MostBody);
+    m_server.Post(R"(/\w+/api/edits)", [this](const httplib::Request& request, httplib::Response& response) {
+        Respond(response, [&] { return SetEdits(m_inspector, ParametersOf(request), request.body); });
+    });
+    m_server.set_keep_alive_max_count(10'000);
+    // Browsers keep several connections open, each of which occupies a thread.
+    constexpr std::size_t Threads = 12;
+    m_server.new_task_queue = [] { return new httplib::ThreadPool(Threads); };
+}
 
 std::string Server::Listen(std::uint16_t port)
 {
-    return m_implementation->Listen(port);
+    m_port = port != 0 ? port : m_server.bind_to_any_port(ThisMachine);
+    const bool isBound = port != 0 ? m_server.bind_to_port(ThisMachine, port) : m_port > 0;
+    return isBound ? "" : "cannot listen on port " + std::to_string(port) + ": " + std::strerror(errno);
 }
 
 std::string Server::Address() const
 {
-    return m_implementation->Address();
+    return "http://" + std::string(ThisMachine) + ":" + std::to_string(m_port) + "/" + m_token + "/";
 }
 
-void Server::Run()
+bool Server::Route(const httplib::Request& request, httplib::Response& response)
 {
-    m_implementation->Run();
+    const std::string origin = request.get_header_value("Origin");
+    const std::string host = request.get_header_value("Host");
+    if (!IsThisMachine(host) || request.get_header_value_count("Host") != 1)
+        Refuse(response, Refused, "this server answers as " + std::string(ThisMachine) + " and localhost only");
+    else if (request.has_header("Origin") && origin != "http://" + host)
+        Refuse(response, Refused, "pages of other origins are not answered");
+    else if (const std::string_view path = PathBelowToken(request); path.empty())
+        Refuse(response, Refused, "the address does not have this server's token");
+    else if (request.method == "POST" && path == "/api/close")
+        Close(response);
+    else if (request.method == "POST" && path == "/api/edits")
+        return false;
+    else if (request.method != "GET")
+        Refuse(response, NotFound, "there is nothing to do there");
+    else if (path.starts_with("/api/"))
+        Respond(response, [&, name = std::string(path.substr(std::strlen("/api/")))] {
+            return Ask(m_inspector, name, ParametersOf(request));
+        });
+    else
+        SendPage(path, response);
+    return true;
 }
 
-void Server::Stop()
+std::string_view Server::PathBelowToken(const httplib::Request& request) const
 {
-    m_implementation->Stop();
+    const std::string_view path = request.path;
+    const std::size_t end = path.find('/', 1);
+    return path.starts_with('/') && end != std::string_view::npos && IsEqual(path.substr(1, end - 1), m_token)
+               ? path.substr(end)
+               : std::string_view();
+}
+
+void Server::Close(httplib::Response& response)
+{
+    response.set_content("{}\n", "application/json");
+    m_end();
 }
 
 } // namespace Inspect
