@@ -232,6 +232,10 @@ class InBrowser(Inspect):
 
     def show(self, capture, fragment, **how):
         self.serve(capture)
+        self.look(fragment, **how)
+
+    def look(self, fragment, **how):
+        """At the page of the server that runs."""
         self.browser.open(f"{self.address}#{fragment}", **how)
         self.browser.wait("!document.body.classList.contains('busy') && document.querySelectorAll('.row').length > 0"
                           " && / in \\d+ ms/.test(document.querySelector('#status').textContent)")

@@ -4,9 +4,8 @@ import json
 import struct
 import unittest
 
-from browser import Browser
 from harness import COMPARE, DIFFERED, FAMILIES, FAULTY_DRIVER, NO_DRIVER, PLAYBACK, SPINNING, TRIM, UNREADABLE, USAGE
-from test_inspect import Inspect
+from test_inspect import InBrowser, Inspect
 
 ACTIONS = {"textures", "draw-buffers", "compute", "client-arrays", "multisample"}
 KTX_HEADER = struct.Struct("<12s13I")
@@ -201,16 +200,7 @@ class SecondDriver(Inspect):
         self.assertEqual(self.request(f"{self.path}api/picture?at={answer['at']}&side=b")[0], 200)
 
 
-class Page(Inspect):
-    def setUp(self):
-        super().setUp()
-        self.browser = Browser()
-        self.addCleanup(self.browser.close)
-
-    def show(self, fragment, **how):
-        self.browser.open(f"{self.address}#{fragment}", **how)
-        self.browser.wait("/ in \\d+ ms/.test(document.querySelector('#status').textContent)")
-
+class Page(InBrowser):
     def detail(self):
         return self.browser.evaluate("document.querySelector('#detail').innerText")
 
@@ -218,7 +208,7 @@ class Page(Inspect):
         capture = self.record(SPINNING, "--frames", "6", "--pbuffer", compositor=False)
         ramp = next(read["object"] for read in self.ask("inputs", capture, "at=4:3")["inputs"] if read["name"] == "sampler ramp")
         self.serve(capture)
-        self.show(f"4:3/resources/textures/{ramp}")
+        self.look(f"4:3/resources/textures/{ramp}")
         self.browser.wait("document.querySelectorAll('ol.uses li').length > 0")
         uses = json.loads(self.request(f"{self.path}api/uses?frame=4&kind=textures&name={ramp}")[2])["calls"]
         self.assertEqual(self.browser.evaluate("[...document.querySelectorAll('ol.uses button')].map(one => one.textContent)"),
@@ -229,14 +219,14 @@ class Page(Inspect):
         self.browser.wait("document.querySelector('[aria-label=\"Your name for the object\"]') !== null")
         self.browser.evaluate("(field => { field.value = 'my ramp'; field.dispatchEvent(new Event('change')); })"
                               "(document.querySelector('[aria-label=\"Your name for the object\"]'))")
-        self.show("4:3/inputs")
+        self.look("4:3/inputs")
         self.browser.wait("/my ramp/.test(document.querySelector('#detail').innerText)")
         self.assertEqual(self.browser.console, [])
 
     def test_both_drivers_are_shown_and_the_wrong_draw_is_gone_to(self):
         capture = self.record(FAMILIES, "textures", "--pbuffer", compositor=False)
         self.serve(capture, "--b-driver", FAULTY_DRIVER, "--b-env", "PLAYBACK_FAULT=draw:7")
-        self.show("1:1/compare")
+        self.look("1:1/compare")
         self.browser.wait("/Both are the same/.test(document.querySelector('#detail').innerText)")
         self.browser.evaluate("[...document.querySelectorAll('#detail button')].find(one => one.textContent == 'First wrong draw').click()")
         self.browser.wait("/pixels .* differ/.test(document.querySelector('#detail').innerText)")
@@ -249,7 +239,7 @@ class Page(Inspect):
         capture = self.record(SPINNING, "--frames", "6", "--pbuffer", compositor=False)
         array = next(one for one in self.ask("vertices", capture, "at=4:3")["arrays"] if one["buffer"])
         self.serve(capture)
-        self.show(f"4:3/resources/buffers/{array['buffer']}")
+        self.look(f"4:3/resources/buffers/{array['buffer']}")
         choose = "(field => { field.value = '%s'; field.dispatchEvent(new Event('change')); })(document.querySelector('[aria-label=\"What the bytes mean\"]'))"
         self.browser.wait("document.querySelector('[aria-label=\"What the bytes mean\"]') !== null")
         self.browser.evaluate(choose % "vertices")
@@ -277,7 +267,7 @@ class Page(Inspect):
         for fragment, text in ((f"2:1/resources/{kind}/{name}", "onerror"), (f"2:1/resources/programs/{program}", "gl_Position"),
                                ("2:1/state", "GL_"), ("2:1/call", "glDraw"), ("2:1/compare", "no second driver")):
             with self.subTest(fragment):
-                self.show(fragment)
+                self.look(fragment)
                 self.browser.wait(f"document.querySelector('#detail').innerText.includes('{text}')")
                 self.assertEqual(self.browser.evaluate("document.title").split()[0], "2:1")
                 self.assertEqual(self.browser.evaluate("document.querySelectorAll('img[src=x], body script').length"), 0)

@@ -4,10 +4,9 @@ import json
 import unittest
 import urllib.parse
 
-from browser import Browser
 from harness import FAMILIES, SPINNING, USAGE, Probe
 from images import read_png
-from test_inspect import Inspect
+from test_inspect import InBrowser, Inspect
 
 SIDE = 256  # of the pictures of the family
 KINDS = ("touched", "small", "wireframe", "depth", "stencil", "scissor")
@@ -136,16 +135,9 @@ class Pictures(Inspect):
         self.assertEqual(times["failed"], [])
 
 
-class PicturePage(Inspect):
-    def setUp(self):
-        super().setUp()
-        self.browser = Browser()
-        self.addCleanup(self.browser.close)
-
+class PicturePage(InBrowser):
     def test_overlays_shaders_times_and_thumbnails_by_keys(self):
-        self.serve(self.record(FAMILIES, "fragment-tests", "--pbuffer", compositor=False))
-        self.browser.open(f"{self.address}#3:2/output")
-        self.browser.wait("/ in \\d+ ms/.test(document.querySelector('#status').textContent)")
+        self.show(self.record(FAMILIES, "fragment-tests", "--pbuffer", compositor=False), "3:2/output")
         self.browser.press("2")
         legend = "document.querySelector('#legend').textContent"
         half = SIDE * SIDE // 2
