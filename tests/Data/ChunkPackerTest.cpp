@@ -245,12 +245,11 @@ TEST(ChunkPackerTest, UndoesDifferencesThatDoNotHelp)
     const std::vector<Difference> differences = {{0x8000, 0, 0x4000}};
     ChunkPacker::Undo(differences, chunk.data());
     ChunkPacker packer;
-    std::vector<std::uint8_t> stored;
+    Scratch stored;
     const ChunkPacker::Body body = packer.Pack({chunk, ChunkKind::Records, true, differences}, stored, 40);
     EXPECT_EQ(body.kind, ChunkKind::Records);
     EXPECT_EQ(body.bytes, chunk.size());
-    stored.resize(40 + chunk.size());
-    EXPECT_EQ(std::vector<std::uint8_t>(stored.begin() + 40, stored.end()), before);
+    EXPECT_TRUE(std::equal(before.begin(), before.end(), stored.Take(0) + 40));
 }
 
 } // namespace

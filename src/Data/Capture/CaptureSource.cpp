@@ -149,10 +149,11 @@ std::string CaptureSource::ReadChunkAt(std::uint64_t offset, ChunkKind kind, Chu
     std::string trouble = ReadChunkHeader(offset, header);
     if (!trouble.empty())
         return trouble;
-    m_stored.resize(sizeof header + header.storedBytes);
-    if (!ReadAt(m_stored.data(), m_stored.size(), offset))
+    const std::size_t storedBytes = sizeof header + header.storedBytes;
+    std::uint8_t* const stored = m_stored.Take(storedBytes);
+    if (!ReadAt(stored, storedBytes, offset))
         return std::string("cannot be read: ") + std::strerror(errno);
-    if (ChunkChecksum(m_stored.data(), header.storedBytes) != header.checksum)
+    if (ChunkChecksum(stored, header.storedBytes) != header.checksum)
         return "the chunk is damaged: its checksum does not match";
     const bool isOne = kind == ChunkKind::Records ? IsRecords(header) : header.kind == static_cast<std::uint32_t>(kind);
     if (!isOne)
@@ -167,8 +168,8 @@ std::string CaptureSource::ReadChunkAt(std::uint64_t offset, ChunkKind kind, Chu
         chunk.memory.reset();
         chunk.memory = std::make_unique_for_overwrite<std::uint64_t[]>(chunk.capacity / 8);
     }
-    trouble = m_unpacker.Unpack({m_stored.data() + sizeof header, header.storedBytes},
-                                static_cast<ChunkKind>(header.kind), {chunk.Data(), header.rawBytes});
+    trouble = m_unpacker.Unpack({stored + sizeof header, header.storedBytes}, static_cast<ChunkKind>(header.kind),
+                                {chunk.Data(), header.rawBytes});
     return trouble.empty() ? trouble : "the chunk is damaged: " + trouble;
 }
 

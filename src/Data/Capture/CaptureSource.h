@@ -110,7 +110,7 @@ private:
     std::uint64_t m_indexOffset = 0;
     ChunkUnpacker m_unpacker;
     /// A chunk as it lies in the file.
-    std::vector<std::uint8_t> m_stored;
+    Scratch m_stored;
     std::vector<Continuation> m_continuations;
 };
 

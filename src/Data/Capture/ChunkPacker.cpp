@@ -37,13 +37,6 @@ bool AreSound(std::span<const Difference> differences, std::size_t chunkBytes)
     return end <= chunkBytes;
 }
 
-/// Memory that is kept is not cleared again for each chunk.
-void Grow(std::vector<std::uint8_t>& memory, std::size_t bytes)
-{
-    if (memory.size() < bytes)
-        memory.resize(bytes);
-}
-
 /// Most that a packed chunk takes in front of zstd.
 std::size_t MostPackedBytes(std::size_t chunkBytes, std::size_t differences)
 {
@@ -72,16 +65,15 @@ void ChunkPacker::Undo(std::span<const Difference> differences, std::uint8_t* ch
         ExclusiveOr(chunk + one.at, chunk + one.from, chunk + one.at, one.bytes);
 }
 
-ChunkPacker::Body ChunkPacker::Pack(const Chunk& chunk, std::vector<std::uint8_t>& stored, std::size_t offset)
+ChunkPacker::Body ChunkPacker::Pack(const Chunk& chunk, Scratch& stored, std::size_t offset)
 {
     const bool isPacked = !chunk.differences.empty();
     const bool isRepeated = chunk.kind == ChunkKind::Records && !chunk.isContents && !isPacked;
     const std::span<const std::uint8_t> packed = isPacked ? PackRecords(chunk.bytes, chunk.differences) : chunk.bytes;
-    Grow(stored, offset + std::max(ZSTD_compressBound(packed.size()), chunk.bytes.size()));
-    std::uint8_t* const body = stored.data() + offset;
-    const std::size_t room = stored.size() - offset;
+    const std::size_t room = std::max(ZSTD_compressBound(packed.size()), chunk.bytes.size());
+    std::uint8_t* const body = stored.Take(offset + room) + offset;
     if (isRepeated)
-        if (const Body repeated = PackRepeated(chunk, body, room); repeated.bytes > 0)
+        if (const Body repeated = PackRepeated(chunk, body); repeated.bytes > 0)
             return repeated;
     const std::size_t bytes = ZSTD_compressCCtx(m_compressor.get(), body, room, packed.data(), packed.size(),
                                                 chunk.isContents ? ContentsLevel : CallsLevel);
@@ -94,17 +86,16 @@ ChunkPacker::Body ChunkPacker::Pack(const Chunk& chunk, std::vector<std::uint8_t
 }
 
 /// Of no bytes where the body became no smaller.
-ChunkPacker::Body ChunkPacker::PackRepeated(const Chunk& chunk, std::uint8_t* body, std::size_t room)
+ChunkPacker::Body ChunkPacker::PackRepeated(const Chunk& chunk, std::uint8_t* body)
 {
     const RepeatedWords::ShortForm form = m_repeated.Shorten(chunk.bytes);
     const RepeatedHeader header = {static_cast<std::uint32_t>(form.bytes.size()), form.others};
-    const std::size_t most = std::min(room, chunk.bytes.size());
-    if (most < sizeof header)
+    if (chunk.bytes.size() < sizeof header)
         return {chunk.kind, 0};
     std::memcpy(body, &header, sizeof header);
     const int bytes = LZ4_compress_fast(
         reinterpret_cast<const char*>(form.bytes.data()), reinterpret_cast<char*>(body + sizeof header),
-        static_cast<int>(form.bytes.size()), static_cast<int>(most - sizeof header), WordsAcceleration);
+        static_cast<int>(form.bytes.size()), static_cast<int>(chunk.bytes.size() - sizeof header), WordsAcceleration);
     return {ChunkKind::RepeatedRecords, bytes > 0 ? sizeof header + static_cast<std::size_t>(bytes) : 0};
 }
 
@@ -112,14 +103,15 @@ std::span<const std::uint8_t> ChunkPacker::PackRecords(std::span<const std::uint
                                                        std::span<const Difference> differences)
 {
     const PackedHeader header = {static_cast<std::uint32_t>(differences.size()), 0};
-    Grow(m_packed, MostPackedBytes(chunk.size(), differences.size()));
-    std::memcpy(m_packed.data(), &header, sizeof header);
-    std::memcpy(m_packed.data() + sizeof header, differences.data(), differences.size_bytes());
+    const std::size_t room = MostPackedBytes(chunk.size(), differences.size());
+    std::uint8_t* const packed = m_packed.Take(room);
+    std::memcpy(packed, &header, sizeof header);
+    std::memcpy(packed + sizeof header, differences.data(), differences.size_bytes());
     const std::size_t front = sizeof header + differences.size_bytes();
-    const int bytes = LZ4_compress_fast(
-        reinterpret_cast<const char*>(chunk.data()), reinterpret_cast<char*>(m_packed.data() + front),
-        static_cast<int>(chunk.size()), static_cast<int>(m_packed.size() - front), DifferencesAcceleration);
-    return {m_packed.data(), front + static_cast<std::size_t>(bytes)};
+    const int bytes =
+        LZ4_compress_fast(reinterpret_cast<const char*>(chunk.data()), reinterpret_cast<char*>(packed + front),
+                          static_cast<int>(chunk.size()), static_cast<int>(room - front), DifferencesAcceleration);
+    return {packed, front + static_cast<std::size_t>(bytes)};
 }
 
 void ChunkUnpacker::Free::operator()(ZSTD_DCtx_s* decompressor) const
@@ -146,8 +138,7 @@ std::string ChunkUnpacker::Unpack(std::span<const std::uint8_t> stored, ChunkKin
         const std::uint64_t announced = ZSTD_getFrameContentSize(stored.data(), stored.size());
         if (announced > MostPackedBytes(chunk.size(), chunk.size() / 8))
             return "it is no packed chunk of " + std::to_string(chunk.size()) + " bytes";
-        Grow(m_packed, announced);
-        to = {m_packed.data(), static_cast<std::size_t>(announced)};
+        to = {m_packed.Take(announced), static_cast<std::size_t>(announced)};
     }
     const std::size_t bytes =
         ZSTD_decompressDCtx(m_decompressor.get(), to.data(), to.size(), stored.data(), stored.size());
@@ -163,14 +154,13 @@ std::string ChunkUnpacker::UnpackRepeated(std::span<const std::uint8_t> stored, 
         std::memcpy(&header, stored.data(), sizeof header);
     if (header.bytes == 0 || header.bytes > RepeatedWords::MostBytes(chunk.size()))
         return "it has no repeated words of " + std::to_string(chunk.size()) + " bytes";
-    Grow(m_packed, header.bytes);
+    std::uint8_t* const words = m_packed.Take(header.bytes);
     const std::span<const std::uint8_t> block = stored.subspan(sizeof header);
-    const int bytes =
-        LZ4_decompress_safe(reinterpret_cast<const char*>(block.data()), reinterpret_cast<char*>(m_packed.data()),
-                            static_cast<int>(block.size()), static_cast<int>(header.bytes));
+    const int bytes = LZ4_decompress_safe(reinterpret_cast<const char*>(block.data()), reinterpret_cast<char*>(words),
+                                          static_cast<int>(block.size()), static_cast<int>(header.bytes));
     if (bytes < 0 || static_cast<std::uint32_t>(bytes) != header.bytes)
         return "it cannot be unpacked to " + std::to_string(header.bytes) + " bytes";
-    if (!RepeatedWords::Restore({{m_packed.data(), header.bytes}, header.others}, chunk))
+    if (!RepeatedWords::Restore({{words, header.bytes}, header.others}, chunk))
         return "its repeated words do not fill " + std::to_string(chunk.size()) + " bytes";
     return {};
 }

@@ -9,6 +9,7 @@
 
 #include "Data/Capture/Format.h"
 #include "Data/Capture/RepeatedWords.h"
+#include "Data/Capture/Scratch.h"
 
 struct ZSTD_CCtx_s;
 struct ZSTD_DCtx_s;
@@ -39,12 +40,12 @@ public:
         ChunkKind kind;
         std::size_t bytes;
     };
-    /// Puts the body of a chunk at `offset` in `stored`, which grows as needed. Where it became no smaller, it is the
+    /// Puts the body of a chunk at `offset` in `stored`. Where it became no smaller, it is the
     /// chunk, and the differences are undone.
-    Body Pack(const Chunk& chunk, std::vector<std::uint8_t>& stored, std::size_t offset);
+    Body Pack(const Chunk& chunk, Scratch& stored, std::size_t offset);
 
 private:
-    [[nodiscard]] Body PackRepeated(const Chunk& chunk, std::uint8_t* body, std::size_t room);
+    [[nodiscard]] Body PackRepeated(const Chunk& chunk, std::uint8_t* body);
     [[nodiscard]] std::span<const std::uint8_t> PackRecords(std::span<const std::uint8_t> chunk,
                                                             std::span<const Difference> differences);
 
@@ -52,7 +53,7 @@ private:
         void operator()(ZSTD_CCtx_s* compressor) const;
     };
     std::unique_ptr<ZSTD_CCtx_s, Free> m_compressor;
-    std::vector<std::uint8_t> m_packed;
+    Scratch m_packed;
     RepeatedWords m_repeated;
 };
 
@@ -77,7 +78,7 @@ private:
         void operator()(ZSTD_DCtx_s* decompressor) const;
     };
     std::unique_ptr<ZSTD_DCtx_s, Free> m_decompressor;
-    std::vector<std::uint8_t> m_packed;
+    Scratch m_packed;
 };
 
 } // namespace Data

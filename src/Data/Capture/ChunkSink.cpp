@@ -185,13 +185,14 @@ bool ChunkSink::WriteChunk(ChunkBuffer& chunk)
         header.framesBefore = chunk.framesBefore;
         header.frames = chunk.frames;
         header.timeUs = chunk.timeUs;
-        std::memcpy(m_stored.data(), &header, sizeof header);
-        header.checksum = ChunkChecksum(m_stored.data(), body.bytes);
-        std::memcpy(m_stored.data(), &header, sizeof header);
+        std::uint8_t* const stored = m_stored.Take(sizeof header + body.bytes);
+        std::memcpy(stored, &header, sizeof header);
+        header.checksum = ChunkChecksum(stored, body.bytes);
+        std::memcpy(stored, &header, sizeof header);
 
         if (isRecords)
             m_index.push_back({m_fileBytes, chunk.framesBefore, chunk.frames});
-        if (!WriteAt(m_stored.data(), sizeof header + body.bytes, m_fileBytes))
+        if (!WriteAt(stored, sizeof header + body.bytes, m_fileBytes))
             return false;
         m_fileBytes += sizeof header + body.bytes;
         return true;

@@ -91,7 +91,7 @@ private:
     std::uint64_t m_fileBytes = 0;
     CaptureHeader m_header;
     std::optional<ChunkPacker> m_packer;
-    std::vector<std::uint8_t> m_stored;
+    Scratch m_stored;
     std::vector<IndexEntry> m_index;
     /// None once there was no memory for it: the file then has no summary.
     std::optional<SummaryCounter> m_summary;

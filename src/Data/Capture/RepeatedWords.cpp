@@ -122,15 +122,13 @@ void Repeat(std::uint8_t* at, std::uint64_t distance, std::uint64_t bytes)
 
 RepeatedWords::ShortForm RepeatedWords::Shorten(std::span<const std::uint8_t> chunk)
 {
-    if (m_form.size() < MostBytes(chunk.size())) {
-        m_form.resize(MostBytes(chunk.size()));
-        m_tokens.resize(chunk.size() + WordBytes);
-    }
+    std::uint8_t* const form = m_form.Take(MostBytes(chunk.size()));
+    std::uint8_t* const tokens = m_tokens.Take(chunk.size() + WordBytes);
     m_places.fill(0);
     const std::uint8_t* const begin = chunk.data();
     const std::uint8_t* const end = begin + chunk.size();
-    std::uint8_t* other = m_form.data();
-    std::uint8_t* token = m_tokens.data();
+    std::uint8_t* other = form;
+    std::uint8_t* token = tokens;
     std::uint32_t distance = 0;
     std::uint32_t others = 0;
     for (const std::uint8_t* at = begin; at < end;) {
@@ -166,10 +164,10 @@ RepeatedWords::ShortForm RepeatedWords::Shorten(std::span<const std::uint8_t> ch
         ++others;
     }
     token = PutToken(token, others, 0, 0);
-    const auto count = static_cast<std::uint32_t>(static_cast<std::uint64_t>(other - m_form.data()) / WordBytes);
-    std::memcpy(other, m_tokens.data(), static_cast<std::size_t>(token - m_tokens.data()));
-    other += token - m_tokens.data();
-    return {{m_form.data(), other}, count};
+    const auto count = static_cast<std::uint32_t>(static_cast<std::uint64_t>(other - form) / WordBytes);
+    std::memcpy(other, tokens, static_cast<std::size_t>(token - tokens));
+    other += token - tokens;
+    return {{form, other}, count};
 }
 
 bool RepeatedWords::Restore(const ShortForm& form, std::span<std::uint8_t> chunk)

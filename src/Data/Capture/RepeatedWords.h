@@ -4,7 +4,8 @@
 #include <array>
 #include <cstdint>
 #include <span>
-#include <vector>
+
+#include "Data/Capture/Scratch.h"
 
 namespace Data {
 
@@ -32,8 +33,8 @@ public:
 private:
     /// Where pairs of words were seen last, by their hash: number of the first one and 1.
     std::array<std::uint32_t, 1u << 13> m_places;
-    std::vector<std::uint8_t> m_form;
-    std::vector<std::uint8_t> m_tokens;
+    Scratch m_form;
+    Scratch m_tokens;
 };
 
 } // namespace Data
