@@ -12,6 +12,45 @@
 
 namespace Playback {
 
+// What the table below does with each kind of name, in the part that it belongs to.
+#define GL_OBJECT(Kind)                                                                                                \
+    void AddIdGL##Kind(unsigned int id, unsigned int name)                                                             \
+    {                                                                                                                  \
+        m_names.Add(NameKind::Kind, id, name);                                                                         \
+    }                                                                                                                  \
+    unsigned int GetValueGL##Kind(unsigned int id) const                                                               \
+    {                                                                                                                  \
+        return m_names.Get(NameKind::Kind, id);                                                                        \
+    }                                                                                                                  \
+    void RemoveIdGL##Kind(unsigned int id)                                                                             \
+    {                                                                                                                  \
+        m_names.Remove(NameKind::Kind, id);                                                                            \
+    }
+#define ADD_LOCATION(Name, kind)                                                                                       \
+    void AddIdGL##Name(unsigned int program, int location, int liveLocation)                                           \
+    {                                                                                                                  \
+        m_locations.Add(LocationKind::kind, program, location, liveLocation);                                          \
+    }
+#define GET_LOCATION(Name, kind)                                                                                       \
+    int GetValueGL##Name(unsigned int program, int location) const                                                     \
+    {                                                                                                                  \
+        return m_locations.Get(LocationKind::kind, program, location);                                                 \
+    }
+#define ADD_AND_GET_HANDLE(Kind, Type)                                                                                 \
+    void AddIdEGL##Kind(unsigned int id, Type* handle)                                                                 \
+    {                                                                                                                  \
+        m_handles.Add(Kind##Handles, id, handle);                                                                      \
+    }                                                                                                                  \
+    Type* GetValueEGL##Kind(unsigned int id)                                                                           \
+    {                                                                                                                  \
+        return m_handles.Get(Kind##Handles, id);                                                                       \
+    }
+#define REMOVE_HANDLE(Kind)                                                                                            \
+    void RemoveIdEGL##Kind(unsigned int id)                                                                            \
+    {                                                                                                                  \
+        m_handles.Remove(Kind##Handles, id);                                                                           \
+    }
+
 /// Translates what the capture names to what this machine's driver returned for it: GL object names, program
 /// locations, EGL handles, and the records of mapped buffers and EGLImages.
 ///
@@ -95,204 +134,80 @@ public:
     // context, all others to its share group. A texture that was never added is its captured name, without a message:
     // it may come from outside the capture.
 
-#define GL_OBJECT(Kind)                                                                                                \
-    void AddIdGL##Kind(unsigned int id, unsigned int name)                                                             \
-    {                                                                                                                  \
-        m_names.Add(NameKind::Kind, id, name);                                                                         \
-    }                                                                                                                  \
-    unsigned int GetValueGL##Kind(unsigned int id) const                                                               \
-    {                                                                                                                  \
-        return m_names.Get(NameKind::Kind, id);                                                                        \
-    }                                                                                                                  \
-    void RemoveIdGL##Kind(unsigned int id)                                                                             \
-    {                                                                                                                  \
-        m_names.Remove(NameKind::Kind, id);                                                                            \
-    }
-    GL_OBJECT(Program)
-    GL_OBJECT(Shader)
-    GL_OBJECT(Buffer)
-    GL_OBJECT(Framebuffer)
-    GL_OBJECT(Renderbuffer)
-    GL_OBJECT(Texture)
-    GL_OBJECT(Sampler)
-    GL_OBJECT(Query)
-    GL_OBJECT(VertexArray)
-    GL_OBJECT(TransformFeedback)
-    GL_OBJECT(Pipeline)
-    GL_OBJECT(PerfMonitor)
-    GL_OBJECT(PerfMonitorGroup)
-    GL_OBJECT(Counter)
-    GL_OBJECT(MemoryObject)
-    GL_OBJECT(Semaphore)
-#undef GL_OBJECT
+    GL_OBJECT(Program);
+    GL_OBJECT(Shader);
+    GL_OBJECT(Buffer);
+    GL_OBJECT(Framebuffer);
+    GL_OBJECT(Renderbuffer);
+    GL_OBJECT(Texture);
+    GL_OBJECT(Sampler);
+    GL_OBJECT(Query);
+    GL_OBJECT(VertexArray);
+    GL_OBJECT(TransformFeedback);
+    GL_OBJECT(Pipeline);
+    GL_OBJECT(PerfMonitor);
+    GL_OBJECT(PerfMonitorGroup);
+    GL_OBJECT(Counter);
+    GL_OBJECT(MemoryObject);
+    GL_OBJECT(Semaphore);
     /// Asks without a message.
-    bool HasGLFramebuffer(unsigned int id) const
-    {
-        return m_names.Has(NameKind::Framebuffer, id);
-    }
-    void AddIdGLSharedBuffer(int id, int name)
-    {
-        m_names.AddSharedBuffer(id, name);
-    }
-    int GetValueGLSharedBuffer(int id) const
-    {
-        return m_names.GetSharedBuffer(id);
-    }
-    void RemoveIdGLSharedBuffer(int id)
-    {
-        m_names.RemoveSharedBuffer(id);
-    }
+    bool HasGLFramebuffer(unsigned int id) const { return m_names.Has(NameKind::Framebuffer, id); }
+    void AddIdGLSharedBuffer(int id, int name) { m_names.AddSharedBuffer(id, name); }
+    int GetValueGLSharedBuffer(int id) const { return m_names.GetSharedBuffer(id); }
+    void RemoveIdGLSharedBuffer(int id) { m_names.RemoveSharedBuffer(id); }
     /// Live pointers for captured ones that are no object names, such as sync objects.
-    void AddIdGLVoidPtr(unsigned int id, void* value)
-    {
-        m_names.AddVoidPtr(id, value);
-    }
-    void* GetValueGLVoidPtr(unsigned int id) const
-    {
-        return m_names.GetVoidPtr(id);
-    }
-    void RemoveIdGLVoidPtr(unsigned int id)
-    {
-        m_names.RemoveVoidPtr(id);
-    }
+    void AddIdGLVoidPtr(unsigned int id, void* value) { m_names.AddVoidPtr(id, value); }
+    void* GetValueGLVoidPtr(unsigned int id) const { return m_names.GetVoidPtr(id); }
+    void RemoveIdGLVoidPtr(unsigned int id) { m_names.RemoveVoidPtr(id); }
 
     // ProgramLocations: locations inside a captured program, kept in the share group. A location that is not mapped is
     // itself. Those of fragment data are kept and never asked for.
 
-#define ADD_LOCATION(Name, kind)                                                                                       \
-    void AddIdGL##Name(unsigned int program, int location, int liveLocation)                                           \
-    {                                                                                                                  \
-        m_locations.Add(LocationKind::kind, program, location, liveLocation);                                          \
-    }
-#define GET_LOCATION(Name, kind)                                                                                       \
-    int GetValueGL##Name(unsigned int program, int location) const                                                     \
-    {                                                                                                                  \
-        return m_locations.Get(LocationKind::kind, program, location);                                                 \
-    }
-    ADD_LOCATION(AttribLocation, Attrib)
-    GET_LOCATION(AttribLocation, Attrib)
-    ADD_LOCATION(UniformLocation, Uniform)
-    GET_LOCATION(UniformLocation, Uniform)
-    ADD_LOCATION(UniformBlockIndex, UniformBlock)
-    GET_LOCATION(UniformBlockIndex, UniformBlock)
-    ADD_LOCATION(FragDataLocation, FragData)
-    ADD_LOCATION(FragDataIndex, FragDataIndex)
-#undef ADD_LOCATION
-#undef GET_LOCATION
+    ADD_LOCATION(AttribLocation, Attrib);
+    GET_LOCATION(AttribLocation, Attrib);
+    ADD_LOCATION(UniformLocation, Uniform);
+    GET_LOCATION(UniformLocation, Uniform);
+    ADD_LOCATION(UniformBlockIndex, UniformBlock);
+    GET_LOCATION(UniformBlockIndex, UniformBlock);
+    ADD_LOCATION(FragDataLocation, FragData);
+    ADD_LOCATION(FragDataIndex, FragDataIndex);
 
     // DisplayHandles. GetValueEGLDisplay selects the display whose maps all the others use, so each call's display
     // argument must be translated first.
 
-    void AddIdEGLDisplay(unsigned int id, void* display)
-    {
-        m_handles.AddDisplay(id, display);
-    }
-    void* GetValueEGLDisplay(unsigned int id)
-    {
-        return m_handles.GetDisplay(id);
-    }
+    void AddIdEGLDisplay(unsigned int id, void* display) { m_handles.AddDisplay(id, display); }
+    void* GetValueEGLDisplay(unsigned int id) { return m_handles.GetDisplay(id); }
     void RemoveIdEGLDisplay(unsigned int id);
     /// Null for a display that was never added.
-    DisplayResources* GetDisplayResource(unsigned int display)
-    {
-        return m_handles.GetResources(display);
-    }
+    DisplayResources* GetDisplayResource(unsigned int display) { return m_handles.GetResources(display); }
     /// How many captured displays have this live one.
-    std::size_t CountEGLDisplays(const void* liveDisplay) const
-    {
-        return m_handles.CountDisplays(liveDisplay);
-    }
+    std::size_t CountEGLDisplays(const void* liveDisplay) const { return m_handles.CountDisplays(liveDisplay); }
 
-    void AddIdEGLConfig(unsigned int id, void* config)
-    {
-        m_handles.Add(ConfigHandles, id, config);
-    }
-    void* GetValueEGLConfig(unsigned int id)
-    {
-        return m_handles.Get(ConfigHandles, id);
-    }
-    void RemoveIdEGLConfig(unsigned int id)
-    {
-        m_handles.Remove(ConfigHandles, id);
-    }
-    void AddIdEGLContext(unsigned int id, void* context)
-    {
-        m_handles.Add(ContextHandles, id, context);
-    }
-    void* GetValueEGLContext(unsigned int id)
-    {
-        return m_handles.Get(ContextHandles, id);
-    }
-    void RemoveIdEGLContext(unsigned int id)
-    {
-        m_handles.Remove(ContextHandles, id);
-    }
-    void AddIdEGLSurface(unsigned int id, EGLProxySurface* surface)
-    {
-        m_handles.Add(SurfaceHandles, id, surface);
-    }
-    EGLProxySurface* GetValueEGLSurface(unsigned int id)
-    {
-        return m_handles.Get(SurfaceHandles, id);
-    }
-    void RemoveIdEGLSurface(unsigned int id)
-    {
-        m_handles.Remove(SurfaceHandles, id);
-    }
-    void AddIdEGLImage(unsigned int id, void* image)
-    {
-        m_handles.Add(ImageHandles, id, image);
-    }
-    void* GetValueEGLImage(unsigned int id)
-    {
-        return m_handles.Get(ImageHandles, id);
-    }
+    ADD_AND_GET_HANDLE(Config, void);
+    REMOVE_HANDLE(Config);
+    ADD_AND_GET_HANDLE(Context, void);
+    REMOVE_HANDLE(Context);
+    ADD_AND_GET_HANDLE(Surface, EGLProxySurface);
+    REMOVE_HANDLE(Surface);
+    ADD_AND_GET_HANDLE(Image, void);
     void RemoveIdEGLImage(unsigned int id);
-    void AddIdEGLSync(unsigned int id, void* sync)
-    {
-        m_handles.Add(SyncHandles, id, sync);
-    }
-    void* GetValueEGLSync(unsigned int id)
-    {
-        return m_handles.Get(SyncHandles, id);
-    }
-    void RemoveIdEGLSync(unsigned int id)
-    {
-        m_handles.Remove(SyncHandles, id);
-    }
+    ADD_AND_GET_HANDLE(Sync, void);
+    REMOVE_HANDLE(Sync);
     /// Untyped handles; these belong to no display.
-    void AddIdEGLVoidPtr(unsigned int id, void* value)
-    {
-        m_handles.AddVoidPtr(id, value);
-    }
-    void* GetValueEGLVoidPtr(unsigned int id) const
-    {
-        return m_handles.GetVoidPtr(id);
-    }
-    void RemoveIdEGLVoidPtr(unsigned int id)
-    {
-        m_handles.RemoveVoidPtr(id);
-    }
+    void AddIdEGLVoidPtr(unsigned int id, void* value) { m_handles.AddVoidPtr(id, value); }
+    void* GetValueEGLVoidPtr(unsigned int id) const { return m_handles.GetVoidPtr(id); }
+    void RemoveIdEGLVoidPtr(unsigned int id) { m_handles.RemoveVoidPtr(id); }
 
     /// Attributes that the capture recorded, as (attribute, value) pairs up to EGL_NONE. The first value recorded for
     /// an attribute stays.
-    void AddEGLConfigAttribs(unsigned int config, const int* attribs)
-    {
-        m_handles.AddConfigAttribs(config, attribs);
-    }
+    void AddEGLConfigAttribs(unsigned int config, const int* attribs) { m_handles.AddConfigAttribs(config, attribs); }
     void AddEGLSurfaceAttribs(unsigned int surface, const int* attribs)
     {
         m_handles.AddSurfaceAttribs(surface, attribs);
     }
     /// Null when none were recorded.
-    const AttribMap* GetEGLConfigAttribs(unsigned int config) const
-    {
-        return m_handles.GetConfigAttribs(config);
-    }
-    const AttribMap* GetEGLSurfaceAttribs(unsigned int surface) const
-    {
-        return m_handles.GetSurfaceAttribs(surface);
-    }
+    const AttribMap* GetEGLConfigAttribs(unsigned int config) const { return m_handles.GetConfigAttribs(config); }
+    const AttribMap* GetEGLSurfaceAttribs(unsigned int surface) const { return m_handles.GetSurfaceAttribs(surface); }
 
     // BufferMappings of the current context, one for each binding point. Lengths and offsets are in bytes.
 
@@ -303,15 +218,9 @@ public:
         m_mappings.MapBuffer(capturedPointer, target, length, access, data);
     }
     /// The pointer that the captured map call returned, 0 when nothing is mapped there.
-    unsigned long GetMappedBufferId(unsigned int target)
-    {
-        return m_mappings.GetMappedBufferId(target);
-    }
+    unsigned long GetMappedBufferId(unsigned int target) { return m_mappings.GetMappedBufferId(target); }
     /// The live memory mapped there, null when nothing is.
-    const unsigned char* GetMappedData(unsigned int target) const
-    {
-        return m_mappings.GetMappedData(target);
-    }
+    const unsigned char* GetMappedData(unsigned int target) const { return m_mappings.GetMappedData(target); }
     /// Copies the captured bytes into the mapping. The range is not compared with the length of the mapping.
     void FlushMappedBufferRange(unsigned int target, unsigned int offset, unsigned int length,
                                 unsigned char* capturedData)
@@ -332,24 +241,12 @@ public:
     {
         m_images.AddEGLImageBuffer(display, image, data);
     }
-    void SetEGLImageData(unsigned int image, const Data::EGLImageData& data)
-    {
-        m_images.SetEGLImageData(image, data);
-    }
+    void SetEGLImageData(unsigned int image, const Data::EGLImageData& data) { m_images.SetEGLImageData(image, data); }
     /// The native buffer to create the live image from, or its stand-in; null when the image has neither.
-    void* GetEGLImageBuffer(unsigned int image)
-    {
-        return m_images.GetEGLImageBuffer(image);
-    }
-    void AddEGLImageBufferRef(unsigned int image)
-    {
-        m_images.AddEGLImageBufferRef(image);
-    }
+    void* GetEGLImageBuffer(unsigned int image) { return m_images.GetEGLImageBuffer(image); }
+    void AddEGLImageBufferRef(unsigned int image) { m_images.AddEGLImageBufferRef(image); }
     /// Drops one use; the last one frees the buffer.
-    void RemoveEGLImageBuffer(unsigned int image)
-    {
-        m_images.RemoveEGLImageBuffer(image);
-    }
+    void RemoveEGLImageBuffer(unsigned int image) { m_images.RemoveEGLImageBuffer(image); }
 
     /// Image of each captured texture or renderbuffer; null for a target that takes no image.
     std::unordered_map<int, unsigned int>* GetTextureEGLImageMap(unsigned int target)
@@ -372,10 +269,7 @@ public:
         m_images.SetTextureEGLImage(target, texture, image);
     }
     /// Forgets a destroyed image: at most one renderbuffer and one texture lose it.
-    void RemoveTextureEGLImage(unsigned int image)
-    {
-        m_images.RemoveTextureEGLImage(image);
-    }
+    void RemoveTextureEGLImage(unsigned int image) { m_images.RemoveTextureEGLImage(image); }
     /// The live texture of a captured context itself, not of its share group; 0 when there is none, without a message.
     unsigned int GetEGLImageTexture(unsigned int context, unsigned int texture) const;
 
@@ -387,5 +281,11 @@ private:
     DisplayHandles m_handles;
     ImageBuffers m_images{m_handles};
 };
+
+#undef GL_OBJECT
+#undef ADD_LOCATION
+#undef GET_LOCATION
+#undef ADD_AND_GET_HANDLE
+#undef REMOVE_HANDLE
 
 } // namespace Playback
