@@ -1,7 +1,6 @@
 #include "Host/ActionScreenshots.h"
 
 #include <algorithm>
-#include <utility>
 
 #include <GLES3/gl32.h>
 

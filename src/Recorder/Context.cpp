@@ -1,7 +1,5 @@
 #include "Recorder/Context.h"
 
-#include <algorithm>
-
 #include "Recorder/EGLObjects.h"
 #include "Recorder/Platform.h"
 #include "Recorder/Symbols/Extensions.h"

@@ -3,7 +3,6 @@
 #include <array>
 #include <mutex>
 #include <unordered_map>
-#include <utility>
 
 #include "Recorder/Platform.h"
 

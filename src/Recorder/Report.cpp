@@ -8,7 +8,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <link.h>
-#include <string>
 #include <unistd.h>
 
 #include "Recorder/Channel/Handshake.h"

@@ -8,7 +8,6 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <string_view>
 #include <vector>
 

@@ -2,7 +2,6 @@
 // See docs/howto/find-hostile-captures.md.
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <dlfcn.h>
 
 #include "Runner.h"

@@ -1,7 +1,5 @@
 #include "Data/Capture/CaptureFile.h"
 
-#include <exception>
-
 namespace Data {
 
 std::unique_ptr<CaptureFile> CaptureFile::Open(const std::string& path, Preload preload, Report report,

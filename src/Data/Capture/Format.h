@@ -3,7 +3,6 @@
 #pragma once
 
 #include <bit>
-#include <cstddef>
 #include <cstdint>
 
 #include "Data/Capture/EndKinds.h"

@@ -1,6 +1,5 @@
 #include "Data/Capture/SimilarContents.h"
 
-#include <algorithm>
 #include <cstring>
 #include <utility>
 

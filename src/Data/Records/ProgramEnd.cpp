@@ -1,7 +1,6 @@
 #include "Data/Records/ProgramEnd.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "Data/Capture/CaptureSource.h"
 #include "Data/Records/RecordCursor.h"

@@ -1,7 +1,5 @@
 #include "Data/State/Sizes.h"
 
-#include <algorithm>
-
 #include "Data/GLEnums.h"
 
 namespace Data {

@@ -1,7 +1,6 @@
 #include "Recorder/Images/ImportedImages.h"
 
 #include <map>
-#include <memory>
 #include <mutex>
 #include <unordered_map>
 #include <utility>

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
-#include <string>
 #include <sys/types.h>
 
 #include "Recorder/Launcher/Request.h"

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <filesystem>
 #include <span>
-#include <string_view>
 
 #include "Recorder/Launcher/ProgramFile.h"
 #include "Util/Spelling.h"

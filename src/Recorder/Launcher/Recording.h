@@ -1,7 +1,6 @@
 // Running a program with the recorder's library in it.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <sys/types.h>
 #include <vector>

@@ -1,6 +1,5 @@
 #include "Recorder/Launcher/Tool.h"
 
-#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <fstream>

@@ -4,7 +4,6 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <string_view>
 #include <sys/mman.h>
 #include <unistd.h>
 

@@ -1,6 +1,5 @@
 #include "Tools/Bench/Machine.h"
 
-#include <cstdlib>
 #include <fstream>
 
 #include <sys/utsname.h>

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <string_view>
 
 #include <nlohmann/json.hpp>
 

@@ -1,7 +1,5 @@
 #include "Tools/Info/Stacks/StackText.h"
 
-#include <algorithm>
-
 namespace Tools {
 
 namespace {

@@ -1,7 +1,6 @@
 #include "Tools/Info/Stacks/Symbols.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cxxabi.h>
 #include <filesystem>
 #include <span>
