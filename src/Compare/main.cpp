@@ -7,8 +7,6 @@
 #include <optional>
 #include <string>
 
-#include <unistd.h>
-
 #include "Compare/Comparison.h"
 #include "Compare/FolderComparison.h"
 #include "Compare/ResultText.h"
@@ -16,10 +14,14 @@
 #include "Util/CommandLine.h"
 #include "Util/ExitStatus.h"
 #include "Util/OutputFile.h"
+#include "Util/ProgressLine.h"
 
 namespace {
 
 using Util::ExitStatus;
+
+constexpr const char* Program = "playback-compare";
+const auto Fail = std::bind_front(Util::Fail, Program);
 
 constexpr Util::Option Options[] = {
     {"--frames", "A-B", "frames to compare, counted from 1; A- for all from A on, A for one (default: all)", "Options"},
@@ -70,25 +72,6 @@ constexpr const char* Usage =
     "  playback-compare --b-driver /opt/new/lib -o wrong x.glcap\n"
     "  playback-compare --b-env LP_NATIVE_VECTOR_WIDTH=128 --tolerance 1 x.glcap\n"
     "  playback-compare --suite captures --a-driver /opt/new/lib --junit r.xml --page r.html";
-
-ExitStatus Fail(ExitStatus status, const std::string& text)
-{
-    std::fprintf(stderr, "playback-compare: %s\n", text.c_str());
-    return status;
-}
-
-/// A line on the terminal that tells how far the comparison is; frame 0 takes it away. `hasLines`: a line for each
-/// frame, wherever it goes.
-void ShowProgress(bool hasLines, std::uint32_t frame, std::uint32_t frames)
-{
-    const bool isTerminal = !hasLines && isatty(STDERR_FILENO) != 0;
-    if (hasLines && frame != 0)
-        std::fprintf(stderr, "frame %u of %u\n", frame, frames);
-    else if (isTerminal && frame != 0)
-        std::fprintf(stderr, "\r\033[Kframe %u of %u", frame, frames);
-    else if (isTerminal)
-        std::fprintf(stderr, "\r\033[K");
-}
 
 /// A number from 0 on, or what is wrong with it.
 std::optional<double> Number(const Util::ParseArgs::CmdLineArgs& args, const char* option, double most,
@@ -141,12 +124,7 @@ std::string ReadRequest(const Util::CommandLine::Result& parsed, Compare::Reques
         if (request.timeLimit->count() == 0)
             return "--timelimit needs a number of seconds from 1 on, found \"" + *seconds + "\"";
     }
-    if (const std::string* const frames = args.FindValue("--frames")) {
-        const std::optional<Util::FrameRange> range = Util::ParseFrameRange(*frames);
-        if (!range)
-            return "--frames needs A-B with A from 1 and B not below A, or A- or A, found \"" + *frames + "\"";
-        request.frames = *range;
-    }
+    Util::ReadFrameRange(args, "--frames", request.frames, error);
     return error;
 }
 
@@ -161,13 +139,8 @@ std::string WriteResults(const Compare::Result& result, const Compare::Request& 
     if (!args.HasSwitch("--quiet") && !isJsonPrinted)
         Util::Print(Compare::ToText(result, request));
     std::string error;
-    if (json) {
-        const std::string text = Compare::ToJson(result, request).dump(2) + "\n";
-        if (isJsonPrinted)
-            Util::Print(text);
-        else
-            error = Util::WriteWholeFile(*json, text);
-    }
+    if (json)
+        error = Util::WriteResult(*json, Compare::ToJson(result, request).dump(2) + "\n");
     if (page && error.empty())
         error = Compare::WritePage(result, request, *page);
     if (folder && result.action && error.empty())
@@ -191,11 +164,18 @@ ExitStatus Conclude(const Compare::Result& result, const Compare::Request& reque
 ExitStatus Compare(const Compare::Request& request, const Util::ParseArgs::CmdLineArgs& args)
 {
     Compare::Result pictures;
-    const auto showProgress = std::bind_front(ShowProgress, args.HasSwitch("--progress"));
-    Compare::Comparison comparison(request, showProgress);
+    std::optional<Util::ProgressLine> progress(std::in_place);
+    const bool hasLines = args.HasSwitch("--progress");
+    Compare::Comparison comparison(request, [&](std::uint32_t frame, std::uint32_t frames) {
+        const std::string text = "frame " + std::to_string(frame) + " of " + std::to_string(frames);
+        if (hasLines)
+            std::fprintf(stderr, "%s\n", text.c_str());
+        else
+            progress->Show(text);
+    });
     const bool areFolders = !request.foundFolder.empty();
     const Util::Outcome failure = areFolders ? Compare::CompareFolders(request, pictures) : comparison.Run();
-    showProgress(0U, 0U);
+    progress.reset();
     if (failure)
         return Fail(failure->status, failure->message);
     return Conclude(areFolders ? pictures : comparison.Get(), request, args);
@@ -209,11 +189,10 @@ ExitStatus Run(int argc, char** argv)
     Compare::Request request;
     Compare::SuiteRequest suite;
     const bool isSuite = parsed.args.FindValue("--suite") != nullptr;
-    if (const std::optional<ExitStatus> answered =
-            Util::AnswerCommandLine("playback-compare", Usage, commandLine, parsed, [&] {
-                const std::string error = ReadRequest(parsed, request);
-                return error.empty() && isSuite ? Compare::ReadSuite(parsed.args, suite) : error;
-            }))
+    if (const std::optional<ExitStatus> answered = Util::AnswerCommandLine(Program, Usage, commandLine, parsed, [&] {
+            const std::string error = ReadRequest(parsed, request);
+            return error.empty() && isSuite ? Compare::ReadSuite(parsed.args, suite) : error;
+        }))
         return *answered;
     suite.each = request;
     return isSuite ? Compare::CompareSuite(suite, parsed.args) : Compare(request, parsed.args);
@@ -223,5 +202,5 @@ ExitStatus Run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    return Util::EndProgram("playback-compare", Run(argc, argv));
+    return Util::EndProgram(Program, Run(argc, argv));
 }

@@ -2,6 +2,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <functional>
 #include <future>
 #include <optional>
 #include <string>
@@ -23,6 +24,9 @@
 namespace {
 
 using Util::ExitStatus;
+
+constexpr const char* Program = "playback-inspect";
+const auto Fail = std::bind_front(Util::Fail, Program);
 
 constexpr Util::Option Options[] = {
     {"--port", "N", "listen on this port rather than on any that is free", "Server"},
@@ -77,12 +81,6 @@ constexpr const char* Usage =
 
 /// How long the end of the server may take when there is nothing left that it has to do.
 constexpr std::chrono::milliseconds Patience{300};
-
-ExitStatus Fail(ExitStatus status, const std::string& text)
-{
-    std::fprintf(stderr, "playback-inspect: %s\n", text.c_str());
-    return status;
-}
 
 /// What the command line asks for.
 struct Request {
@@ -187,7 +185,7 @@ ExitStatus Serve(Inspect::Inspector& inspector, const Request& request)
     Util::Print(server.Address() + "\n");
     std::fflush(stdout);
     if (request.opensBrowser)
-        Sides::OpenBrowser("playback-inspect", server.Address());
+        Sides::OpenBrowser(Program, server.Address());
     std::promise<void> isClean;
     std::thread([&, signals = EndSignals()] {
         int signal = 0;
@@ -239,5 +237,5 @@ ExitStatus Run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    return Util::EndProgram("playback-inspect", Run(argc, argv));
+    return Util::EndProgram(Program, Run(argc, argv));
 }

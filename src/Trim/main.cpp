@@ -138,7 +138,7 @@ std::optional<Part> ParseCall(std::string_view text)
 std::string ReadPart(const Util::ParseArgs::CmdLineArgs& args, Part& part)
 {
     if (args.positional.empty())
-        return "no file is given";
+        return "no capture file given";
     const std::string* const frames = args.FindValue("--frames");
     const std::string* const call = args.FindValue("--call");
     const std::string* const output = args.FindValue("-o");
@@ -147,16 +147,15 @@ std::string ReadPart(const Util::ParseArgs::CmdLineArgs& args, Part& part)
     if ((!frames && !call) || !output)
         return output ? "--frames or --call is missing" : "-o is missing";
     const std::optional<Part> only = call ? ParseCall(*call) : std::nullopt;
-    const std::optional<FrameRange> range = frames ? Util::ParseFrameRange(*frames) : std::nullopt;
     if (call && !only)
         return "--call needs FRAME:CALL, both from 1, found \"" + *call + "\"";
-    if (frames && !range)
-        return "--frames needs A-B with A from 1 and B not below A, or A- or A, found \"" + *frames + "\"";
-    if (std::ranges::find(args.positional, "-") != args.positional.end() || *output == "-")
-        return "a capture is read from a file and written to one, not from standard input or to standard output";
-    part = only ? *only : Part{*range};
+    part = only.value_or(Part());
+    std::string error;
+    Util::ReadFrameRange(args, "--frames", part.range, error);
     part.isContinued = args.HasSwitch("--continued");
-    return {};
+    if (error.empty() && (std::ranges::find(args.positional, "-") != args.positional.end() || *output == "-"))
+        error = "a capture is read from a file and written to one, not from standard input or to standard output";
+    return error;
 }
 
 ExitStatus Run(int argc, char** argv)

@@ -196,6 +196,25 @@ std::optional<ExitStatus> AnswerCommandLine(std::string_view program, std::strin
     return ExitStatus::Usage;
 }
 
+std::string CaptureFault(const ParseArgs::CmdLineArgs& args)
+{
+    if (args.positional.size() != 1)
+        return args.positional.empty() ? "no capture file given"
+                                       : "one capture file expected, found a second one: " + args.positional[1];
+    return args.positional[0] == "-" ? "a capture is read from a file, not from standard input" : "";
+}
+
+void ReadFrameRange(const ParseArgs::CmdLineArgs& args, const std::string& option, FrameRange& range,
+                    std::string& error)
+{
+    const std::string* const text = args.FindValue(option);
+    const std::optional<FrameRange> frames = text ? ParseFrameRange(*text) : range;
+    if (frames)
+        range = *frames;
+    else if (error.empty())
+        error = option + " needs A-B with A from 1 and B not below A, or A- or A, found \"" + *text + "\"";
+}
+
 std::string UsageError(std::string_view program, std::string_view error)
 {
     const std::string name(program);

@@ -11,6 +11,7 @@
 
 #include "Interfaces/Util.h"
 #include "Util/ExitStatus.h"
+#include "Util/FrameRange.h"
 
 namespace Util {
 
@@ -80,6 +81,14 @@ private:
                                                           const CommandLine& commandLine,
                                                           const CommandLine::Result& parsed,
                                                           const std::function<std::string()>& fault);
+
+/// What is wrong with the arguments of a program that reads one capture and nothing else; empty for nothing.
+[[nodiscard]] std::string CaptureFault(const ParseArgs::CmdLineArgs& args);
+
+/// The value of an option as ParseFrameRange has it; `range` stays where it is not given. What is wrong goes to `error`
+/// unless there is something.
+void ReadFrameRange(const ParseArgs::CmdLineArgs& args, const std::string& option, FrameRange& range,
+                    std::string& error);
 
 /// The line that a program prints when its command line is wrong, without a line feed.
 std::string UsageError(std::string_view program, std::string_view error);

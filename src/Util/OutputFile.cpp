@@ -1,7 +1,6 @@
 #include "Util/OutputFile.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <mutex>
@@ -30,6 +29,15 @@ Temporaries& Pending()
 
 /// Of the first failure to write to standard output; 0 for none. What is lost to a full buffer is not tried again.
 int printError = 0;
+
+/// Flushes it. Empty on success, and where the reader of a pipe went away; else what could not be written and why.
+std::string FlushStandardOutput()
+{
+    if (std::fflush(stdout) != 0 && printError == 0)
+        printError = errno;
+    // Whoever closed the other end of a pipe has read all that is wanted.
+    return printError == 0 || printError == EPIPE ? "" : std::string("standard output: ") + std::strerror(printError);
+}
 
 } // namespace
 
@@ -150,17 +158,23 @@ bool Print(std::string_view text)
     return printError == 0;
 }
 
-std::string CloseStandardOutput()
+std::string WriteResult(const std::string& path, std::string_view contents)
 {
-    if (std::fflush(stdout) != 0 && printError == 0)
-        printError = errno;
-    // Whoever closed the other end of a pipe has read all that is wanted.
-    return printError == 0 || printError == EPIPE ? "" : std::string("standard output: ") + std::strerror(printError);
+    if (path != "-")
+        return WriteWholeFile(path, contents);
+    Print(contents);
+    return "";
+}
+
+ExitStatus Fail(const char* program, ExitStatus status, const std::string& text)
+{
+    std::fprintf(stderr, "%s: %s\n", program, text.c_str());
+    return status;
 }
 
 int EndProgram(const char* program, ExitStatus status)
 {
-    if (const std::string error = CloseStandardOutput(); !error.empty()) {
+    if (const std::string error = FlushStandardOutput(); !error.empty()) {
         std::fprintf(stderr, "%s: %s\n", program, error.c_str());
         status = status == ExitStatus::Done ? ExitStatus::NotWritten : status;
     }

@@ -1,7 +1,6 @@
 // What the programs write for their user.
 #pragma once
 
-#include <cstddef>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -61,14 +60,16 @@ private:
 /// Writes a whole file. Empty on success, else "PATH: REASON".
 [[nodiscard]] std::string WriteWholeFile(const std::string& path, std::string_view contents);
 
+/// The same, but to standard output where `path` is "-"; for what is wrong with that see EndProgram.
+[[nodiscard]] std::string WriteResult(const std::string& path, std::string_view contents);
+
 /// Writes to standard output, and keeps in mind why that failed first. False when it failed, now or before.
 bool Print(std::string_view text);
 
-/// Flushes standard output, to be called once at the end. Empty on success, and where the reader of a pipe went away;
-/// else what could not be written and why.
-[[nodiscard]] std::string CloseStandardOutput();
+/// Says on standard error why `program` ends early; answers `status`.
+ExitStatus Fail(const char* program, ExitStatus status, const std::string& text);
 
-/// What main returns when `program` is done: closes standard output, and where that cannot be written says so and
+/// What main returns when `program` is done: flushes standard output, and where that cannot be written says so and
 /// answers NotWritten, unless something else went wrong before.
 [[nodiscard]] int EndProgram(const char* program, ExitStatus status);
 

@@ -145,7 +145,7 @@ class BadInput(TrimTest):
     def test_usage(self):
         good = ["--frames", "2-3", "-o", "out.glcap"]
         for arguments, says in (
-                ([SAMPLE, "--bogus", *good], "--bogus"), (good, "no file"),
+                ([SAMPLE, "--bogus", *good], "--bogus"), (good, "no capture file"),
                 ([SAMPLE, "-o", "out.glcap"], "--frames"), ([SAMPLE, "--frames", "2-3"], "-o"),
                 *(([SAMPLE, "-o", "out.glcap", "--frames", frames], "A-B")
                   for frames in ("0-2", "3-2", "-2", "x", "2-3-4", "1-99999999999")),

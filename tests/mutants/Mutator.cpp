@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "Data/GLEnums.h"
-#include "Data/Records/CallTable.h"
 
 namespace Mutate {
 

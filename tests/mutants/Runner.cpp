@@ -109,10 +109,8 @@ void Runner::Replay(std::uint64_t seed, const std::string& log) const
         pointers.push_back(argument.c_str());
     const auto parsed = Host::ParseOptions(static_cast<int>(pointers.size()), pointers.data());
     const auto* options = std::get_if<Host::Options>(&parsed);
-    if (!options) {
-        std::fputs(std::get<Host::Answer>(parsed).text.c_str(), stderr);
+    if (!options)
         _exit(2);
-    }
     int status = 0;
     {
         Host::Session session(*options);

@@ -1,6 +1,6 @@
 #include "Compare/Suite/SuiteCommand.h"
 
-#include <cstdio>
+#include <functional>
 #include <thread>
 
 #include "Compare/ResultText.h"
@@ -76,10 +76,7 @@ std::string ReadSuite(const Util::ParseArgs::CmdLineArgs& args, SuiteRequest& re
 
 ExitStatus CompareSuite(const SuiteRequest& request, const Util::ParseArgs::CmdLineArgs& args)
 {
-    const auto fail = [](ExitStatus status, const std::string& text) {
-        std::fprintf(stderr, "playback-compare: %s\n", text.c_str());
-        return status;
-    };
+    const auto fail = std::bind_front(Util::Fail, "playback-compare");
     std::string error;
     const std::vector<std::string> captures = FindCaptures(request, error);
     if (!error.empty())
@@ -94,10 +91,8 @@ ExitStatus CompareSuite(const SuiteRequest& request, const Util::ParseArgs::CmdL
         Util::Print(SuiteCounts(cases).Text() + "\n");
     const auto write = [&](const char* option, const auto& make) {
         const std::string* const file = args.FindValue(option);
-        if (file && *file == "-")
-            Util::Print(make());
-        else if (file && error.empty())
-            error = Util::WriteWholeFile(*file, make());
+        if (file && error.empty())
+            error = Util::WriteResult(*file, make());
     };
     write(
         "--junit", [&] { return ToJUnit(request, cases); });

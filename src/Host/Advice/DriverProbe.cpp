@@ -4,7 +4,6 @@
 
 #include <GLES3/gl32.h>
 
-#include "Core/DriverCapabilities.h"
 #include "Data/Capture/CaptureHeader.h"
 #include "Interfaces/Core.h"
 #include "Interfaces/GLState.h"

@@ -1,6 +1,5 @@
 #include "Host/Options/Options.h"
 
-#include <string_view>
 #include <vector>
 
 #include "Host/Options/OptionValues.h"
@@ -13,11 +12,10 @@ namespace {
 
 using Playback::PlaybackEnvironment;
 
-constexpr const char* Usage = "Usage: playback [options] FILE.glcap\n"
-                              "Replays a capture in a window, or off screen where there is no compositor.";
-
-constexpr const char* Introduction =
-    "\n\n"
+constexpr const char* Usage =
+    "Usage: playback [options] FILE.glcap\n"
+    "Replays a capture in a window, or off screen where there is no compositor.\n"
+    "\n"
     "In the window and in the terminal, space pauses and resumes, right arrow or n steps a\n"
     "frame, s takes a screenshot, f toggles full screen, i shows the inside of the frame in a\n"
     "browser (playback-inspect), and q or Escape ends.\n"
@@ -104,11 +102,6 @@ std::vector<Util::Option> AllOptions()
     return all;
 }
 
-Answer UsageError(const std::string& what)
-{
-    return {Util::ExitStatus::Usage, Util::UsageError("playback", what) + "\n"};
-}
-
 /// What is wrong with the values; empty for nothing.
 std::string Fault(const std::vector<Util::Option>& table, const Util::ParseArgs::CmdLineArgs& args)
 {
@@ -121,12 +114,8 @@ std::string Fault(const std::vector<Util::Option>& table, const Util::ParseArgs:
             return "option " + std::string(option.name) + " " + fault + (isQuoted ? "" : ", found \"" + *value + "\"");
         }
     }
-    if (args.positional.size() != 1) {
-        return args.positional.empty() ? "no capture file given"
-                                       : "one capture file expected, found a second one: " + args.positional[1];
-    }
-    return args.positional[0] == "-" ? "a capture is read from a file, not from standard input"
-                                     : CombinationFault(args);
+    const std::string fault = Util::CaptureFault(args);
+    return fault.empty() ? CombinationFault(args) : fault;
 }
 
 /// Pace, limits and what is measured.
@@ -171,19 +160,15 @@ void ReadScreenshots(Util::ParseArgs::CmdLineArgs& args, Options& options)
 
 } // namespace
 
-std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv)
+std::variant<Options, Util::ExitStatus> ParseOptions(int argc, const char* const* argv)
 {
     const std::vector<Util::Option> table = AllOptions();
     const Util::CommandLine commandLine(table);
-    auto [args, given, error] = commandLine.Parse(argc, argv);
-    if (!error.empty())
-        return UsageError(error);
-    if (args.HasSwitch("-help"))
-        return Answer{Util::ExitStatus::Done, commandLine.Help(std::string(Usage) + Introduction)};
-    if (args.HasSwitch("-version"))
-        return Answer{Util::ExitStatus::Done, "playback " PLAYBACK_VERSION "\n"};
-    if (const std::string fault = Fault(table, args); !fault.empty())
-        return UsageError(fault);
+    Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
+    Util::ParseArgs::CmdLineArgs& args = parsed.args;
+    if (const auto answered =
+            Util::AnswerCommandLine("playback", Usage, commandLine, parsed, [&] { return Fault(table, args); }))
+        return *answered;
     ExpandFunctionPatterns(args);
 
     Options options;

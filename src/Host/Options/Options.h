@@ -12,7 +12,7 @@
 #include "Host/Timing/Pace.h"
 #include "Host/Verify/HashWriter.h"
 #include "Interfaces/Util.h"
-#include "Util/Failure.h"
+#include "Util/ExitStatus.h"
 
 namespace Host {
 
@@ -61,14 +61,9 @@ struct Options {
     std::vector<std::string> arguments;
 };
 
-/// What the command line gets instead of a replay: help, the version, or what is wrong with it.
-struct Answer {
-    Util::ExitStatus status;
-    std::string text;
-};
-
-/// Parses the arguments of main. Values that the engine would take for something else are refused here.
-std::variant<Options, Answer> ParseOptions(int argc, const char* const* argv);
+/// Parses the arguments of main; how the program ends where it was answered, as Util::AnswerCommandLine does. Values
+/// that the engine would take for something else are refused here.
+std::variant<Options, Util::ExitStatus> ParseOptions(int argc, const char* const* argv);
 
 /// What has no effect on a capture of so many frames, a sentence each.
 std::vector<std::string> WithoutEffect(const Options& options, std::uint32_t frames);

@@ -71,15 +71,6 @@ Json PictureJson(const Replay::Picture& picture)
     return {{"width", picture.width}, {"height", picture.height}, {"hash", picture.hash ? Json(hash) : Json()}};
 }
 
-/// "-" is standard output. Returns the reason of a failure; empty on success.
-std::string Write(const std::string& path, const std::string& text)
-{
-    if (path != "-")
-        return Util::WriteWholeFile(path, text);
-    Util::Print(text);
-    return Util::CloseStandardOutput();
-}
-
 /// What belongs to single frames, each with its pass.
 void AddFrames(Json& json, const Report& report, const Measurements& measurements, const GpuTimes* gpu)
 {
@@ -209,13 +200,14 @@ std::string WriteJson(const std::string& path, const Report& report, const Measu
                       const GpuTimes* gpu)
 {
     // Text of a capture or a driver may be no UTF-8.
-    return Write(path, ToJson(report, measurements, gpu).dump(1, ' ', false, Json::error_handler_t::replace) + '\n');
+    return Util::WriteResult(
+        path, ToJson(report, measurements, gpu).dump(1, ' ', false, Json::error_handler_t::replace) + '\n');
 }
 
 std::string WriteCsv(const std::string& path, const Measurements& measurements, const GpuTimes* gpu)
 {
     if (gpu && gpu->by != GpuSpans::Frames)
-        return Write(path, ToCsv(*gpu));
+        return Util::WriteResult(path, ToCsv(*gpu));
     std::string text = "pass,frame,calls,wallMs,cpuMs,gpuMs\n";
     const GpuTimes::FrameSums gpuMs = gpu ? gpu->Frames() : GpuTimes::FrameSums();
     for (const FrameCost& cost : measurements.Costs()) {
@@ -224,7 +216,7 @@ std::string WriteCsv(const std::string& path, const Measurements& measurements, 
                 Fixed(cost.time.wallMs, 6) + "," + Fixed(cost.time.cpuMs, 6) + "," +
                 (found != gpuMs.end() && found->second ? Fixed(*found->second, 6) : "") + "\n";
     }
-    return Write(path, text);
+    return Util::WriteResult(path, text);
 }
 
 } // namespace Host

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <optional>
 #include <sstream>
 #include <sys/socket.h>
@@ -49,11 +50,8 @@ struct Recording {
     int connection;
 };
 
-ExitStatus Trouble(const std::string& what, ExitStatus status)
-{
-    std::fprintf(stderr, "playback-record ctl: %s\n", what.c_str());
-    return status;
-}
+constexpr const char* Program = "playback-record ctl";
+const auto Fail = std::bind_front(Util::Fail, Program);
 
 /// Connected; negative when nobody listens there any more.
 int Connect(const fs::path& path)
@@ -149,13 +147,13 @@ ExitStatus Ask(int connection, const Question& question)
     ExitStatus status = ExitStatus::Done;
     char packet[4096];
     if (send(connection, &question, sizeof question, MSG_NOSIGNAL) != sizeof question)
-        return Trouble("the recording has ended", ExitStatus::Differed);
+        return Fail(ExitStatus::Differed, "the recording has ended");
     for (;;) {
         const ssize_t bytes = recv(connection, packet, sizeof packet, 0);
         if (bytes < 0 && errno == EINTR)
             continue;
         if (bytes <= 0)
-            return Trouble("the recording ended before it had answered", ExitStatus::Differed);
+            return Fail(ExitStatus::Differed, "the recording ended before it had answered");
         const std::string text(packet + 1, static_cast<std::size_t>(bytes) - 1);
         if (packet[0] == Answer::Done)
             return status;
@@ -172,22 +170,21 @@ ExitStatus Run(int argc, const char* const* argv)
 {
     const Util::CommandLine commandLine(Options);
     const auto parsed = commandLine.Parse(argc, argv);
-    if (parsed.args.HasSwitch("--help")) {
-        Util::Print(commandLine.Help(Usage));
-        return ExitStatus::Done;
-    }
-    std::string error = parsed.error;
-    const std::optional<Question> question = error.empty() ? Read(parsed.args.positional, error) : std::nullopt;
-    if (!question)
-        return Trouble(error + "; playback-record ctl --help explains", ExitStatus::Usage);
+    std::optional<Question> question;
+    std::string error;
+    if (const auto answered = Util::AnswerCommandLine(Program, Usage, commandLine, parsed, [&] {
+            question = Read(parsed.args.positional, error);
+            return error;
+        }))
+        return *answered;
     if (ControlFolder().empty())
-        return Trouble("XDG_RUNTIME_DIR is not set, by which recordings are found", ExitStatus::Usage);
+        return Fail(ExitStatus::Usage, "XDG_RUNTIME_DIR is not set, by which recordings are found");
     const std::vector<Recording> recordings = FindRecordings();
     if (recordings.empty())
-        return Trouble("no recording is under way that has its socket in " + ControlFolder().string(),
-                       ExitStatus::Differed);
+        return Fail(ExitStatus::Differed,
+                    "no recording is under way that has its socket in " + ControlFolder().string());
     const Recording* const recording = Choose(recordings, parsed.args.FindValue("--pid"), error);
-    return recording != nullptr ? Ask(recording->connection, *question) : Trouble(error, ExitStatus::Usage);
+    return recording != nullptr ? Ask(recording->connection, *question) : Fail(ExitStatus::Usage, error);
 }
 
 } // namespace

@@ -6,8 +6,6 @@
 #include <sys/types.h>
 #include <vector>
 
-#include "Util/FrameRange.h"
-
 namespace Recorder {
 
 /// The programs that cut and verify, found by the place of this one.

@@ -187,7 +187,7 @@ std::string ReadOptions(const Util::CommandLine::Result& parsed, Recorder::Recor
                                          : "--serve: expected no COMMAND, found '" + options.command[0] + "'";
     }
     if (options.command.empty())
-        return "no COMMAND given; playback-record --help explains";
+        return "no COMMAND given";
     if (wanted != nullptr && (wanted->empty() || *wanted == "-")) {
         return "-o: expected the name of a file, found '" + *wanted +
                "'; a capture cannot be written to standard output, since its beginning is written last";
@@ -213,12 +213,8 @@ int Record(const Util::CommandLine::Result& parsed, Recorder::RecordingOptions o
     return Conclude(place, options, end, reports.Read());
 }
 
-int Start(const Util::CommandLine::Result& parsed, std::vector<std::string> invocation)
+int Start(const Util::CommandLine::Result& parsed, Recorder::RecordingOptions options)
 {
-    Recorder::RecordingOptions options;
-    options.invocation = std::move(invocation);
-    if (const std::string error = ReadOptions(parsed, options); !error.empty())
-        return Trouble(error, ExitStatus::Usage);
     options.library = Recorder::FindLibrary();
     if (options.library.empty()) {
         return Trouble("libPlaybackRecorder.so is missing: it belongs in ../lib beside this program's folder",
@@ -239,13 +235,10 @@ int main(int argc, char** argv)
         return Recorder::RunControl(argc - 1, argv + 1);
     const Util::CommandLine commandLine(OptionTable);
     const auto parsed = commandLine.Parse(argc, argv, Util::AfterFirstPositional::TakeAll);
-    if (!parsed.error.empty())
-        return Trouble(parsed.error + "; playback-record --help explains", ExitStatus::Usage);
-    if (parsed.args.HasSwitch("--help"))
-        Util::Print(commandLine.Help(Usage));
-    else if (parsed.args.HasSwitch("--version"))
-        Util::Print("playback-record " PLAYBACK_VERSION "\n");
-    else
-        return Start(parsed, {argv, argv + argc});
-    return Util::EndProgram("playback-record", ExitStatus::Done);
+    Recorder::RecordingOptions options;
+    options.invocation = {argv, argv + argc};
+    if (const auto answered = Util::AnswerCommandLine("playback-record", Usage, commandLine, parsed,
+                                                      [&] { return ReadOptions(parsed, options); }))
+        return Util::EndProgram("playback-record", *answered);
+    return Start(parsed, std::move(options));
 }

@@ -67,101 +67,76 @@ std::optional<double> Percent(std::string_view text)
     return isNumber ? std::optional(value / 100) : std::nullopt;
 }
 
-class Parser {
-public:
-    explicit Parser(const Util::CommandLine::Result& parsed) : m_parsed(parsed) {}
+/// A number from 1 to `most`; `count` stays where the option is not given.
+void ReadCount(const Util::ParseArgs::CmdLineArgs& args, const std::string& option, std::uint32_t most,
+               std::uint32_t& count, std::string& error)
+{
+    const std::string* const text = args.FindValue(option);
+    if (!text)
+        return;
+    count = Util::ParseCount(*text);
+    if (error.empty() && (count == 0 || count > most))
+        error = "option " + option + " needs 1 to " + std::to_string(most) + ", found \"" + *text + "\"";
+}
 
-    BenchOptions Options()
-    {
-        BenchOptions options;
-        const Util::ParseArgs::CmdLineArgs& args = m_parsed.args;
-        if (args.positional.size() != 1)
-            Fail(args.positional.empty() ? "no capture file given"
-                                         : "one capture file expected, found a second one: " + args.positional[1]);
-        else
-            options.captureFile = args.positional[0];
-        if (options.captureFile == "-")
-            Fail("a capture is read from a file, not from standard input");
-        if (const std::string* const frames = args.FindValue("--frames")) {
-            options.frames = Util::ParseFrameRange(*frames);
-            if (!options.frames)
-                Fail("--frames needs A-B with A from 1 and B not below A, or A- or A, found \"" + *frames + "\"");
-        }
-        ReadCount("--repeat", MostRounds, options.rounds);
-        ReadCount("--passes", MostPasses, options.passes);
-        ReadCount("--warm-up", MostPasses, options.warmUp);
-        ReadPercents(options);
-        options.isInWindow = args.HasSwitch("--window");
-        options.timesCalls = args.HasSwitch("--calls");
-        options.timesGpu = args.HasSwitch("--gpu");
-        if (const std::string* const file = args.FindValue("--json"))
-            options.jsonFile = *file;
-        options.a = Sides::ParseSide('a', m_parsed, m_error);
-        if (Sides::IsSideGiven('b', m_parsed))
-            options.b = Sides::ParseSide('b', m_parsed, m_error);
-        if (options.limit && !options.b)
-            Fail("--fail-above needs a side B, such as --b-driver DIR");
-        return options;
+/// What is wrong with them; empty for nothing.
+std::string ReadPercents(const Util::ParseArgs::CmdLineArgs& args, BenchOptions& options)
+{
+    if (const std::string* const text = args.FindValue("--fail-above")) {
+        options.limit = Percent(*text);
+        if (!options.limit)
+            return "option --fail-above needs a number of per cent, found \"" + *text + "\"";
     }
-
-    [[nodiscard]] const std::string& Error() const { return m_error; }
-
-private:
-    void Fail(const std::string& error)
-    {
-        if (m_error.empty())
-            m_error = error;
+    if (const std::string* const text = args.FindValue("--confidence")) {
+        options.confidence = Percent(*text).value_or(0);
+        if (options.confidence < 0.5 || options.confidence > 0.9999)
+            return "option --confidence needs 50 to 99.99, found \"" + *text + "\"";
     }
+    const std::size_t fewest = FewestValues(options.confidence);
+    return options.rounds >= fewest
+               ? ""
+               : "--repeat " + std::to_string(options.rounds) + " is too few for the confidence, which needs " +
+                     std::to_string(fewest) + " rounds; see --confidence";
+}
 
-    void ReadCount(const std::string& option, std::uint32_t most, std::uint32_t& count)
-    {
-        const std::string* const text = m_parsed.args.FindValue(option);
-        if (!text)
-            return;
-        count = Util::ParseCount(*text);
-        if (count == 0 || count > most)
-            Fail("option " + option + " needs 1 to " + std::to_string(most) + ", found \"" + *text + "\"");
-    }
-
-    void ReadPercents(BenchOptions& options)
-    {
-        if (const std::string* const text = m_parsed.args.FindValue("--fail-above")) {
-            options.limit = Percent(*text);
-            if (!options.limit)
-                Fail("option --fail-above needs a number of per cent, found \"" + *text + "\"");
-        }
-        if (const std::string* const text = m_parsed.args.FindValue("--confidence")) {
-            options.confidence = Percent(*text).value_or(0);
-            if (options.confidence < 0.5 || options.confidence > 0.9999)
-                return Fail("option --confidence needs 50 to 99.99, found \"" + *text + "\"");
-        }
-        if (const std::size_t fewest = FewestValues(options.confidence); options.rounds < fewest) {
-            Fail("--repeat " + std::to_string(options.rounds) + " is too few for the confidence, which needs " +
-                 std::to_string(fewest) + " rounds; see --confidence");
-        }
-    }
-
-    const Util::CommandLine::Result& m_parsed;
-    std::string m_error;
-};
+/// What is wrong with the command line; empty when it can be followed.
+std::string ReadOptions(const Util::CommandLine::Result& parsed, BenchOptions& options)
+{
+    const Util::ParseArgs::CmdLineArgs& args = parsed.args;
+    std::string error = Util::CaptureFault(args);
+    if (!error.empty())
+        return error;
+    options.captureFile = args.positional[0];
+    Util::FrameRange frames;
+    Util::ReadFrameRange(args, "--frames", frames, error);
+    if (args.FindValue("--frames"))
+        options.frames = frames;
+    ReadCount(args, "--repeat", MostRounds, options.rounds, error);
+    ReadCount(args, "--passes", MostPasses, options.passes, error);
+    ReadCount(args, "--warm-up", MostPasses, options.warmUp, error);
+    error = error.empty() ? ReadPercents(args, options) : error;
+    options.isInWindow = args.HasSwitch("--window");
+    options.timesCalls = args.HasSwitch("--calls");
+    options.timesGpu = args.HasSwitch("--gpu");
+    if (const std::string* const file = args.FindValue("--json"))
+        options.jsonFile = *file;
+    options.a = Sides::ParseSide('a', parsed, error);
+    if (Sides::IsSideGiven('b', parsed))
+        options.b = Sides::ParseSide('b', parsed, error);
+    return error.empty() && options.limit && !options.b ? "--fail-above needs a side B, such as --b-driver DIR" : error;
+}
 
 } // namespace
 
-std::variant<BenchOptions, BenchAnswer> ParseBenchOptions(int argc, const char* const* argv)
+std::variant<BenchOptions, Util::ExitStatus> ParseBenchOptions(int argc, const char* const* argv)
 {
     const std::vector<Util::Option> table = Sides::WithSideOptions(Options);
     const Util::CommandLine commandLine(table);
     const Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
-    if (parsed.args.HasSwitch("--help"))
-        return BenchAnswer{Util::ExitStatus::Done, commandLine.Help(Usage)};
-    if (parsed.args.HasSwitch("--version"))
-        return BenchAnswer{Util::ExitStatus::Done, "playback-bench " PLAYBACK_VERSION "\n"};
-    Parser parser(parsed);
     BenchOptions options;
-    if (parsed.error.empty())
-        options = parser.Options();
-    if (const std::string& error = parsed.error.empty() ? parser.Error() : parsed.error; !error.empty())
-        return BenchAnswer{Util::ExitStatus::Usage, Util::UsageError("playback-bench", error) + "\n"};
+    if (const auto answered = Util::AnswerCommandLine("playback-bench", Usage, commandLine, parsed,
+                                                      [&] { return ReadOptions(parsed, options); }))
+        return *answered;
     return options;
 }
 

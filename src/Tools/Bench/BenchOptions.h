@@ -6,7 +6,7 @@
 #include <variant>
 
 #include "Sides/Side.h"
-#include "Util/Failure.h"
+#include "Util/ExitStatus.h"
 #include "Util/FrameRange.h"
 
 namespace Tools {
@@ -38,13 +38,7 @@ struct BenchOptions {
     std::optional<Sides::Side> b;
 };
 
-/// What the command line gets instead of a measurement: help, the version, or what is wrong with it.
-struct BenchAnswer {
-    Util::ExitStatus status;
-    std::string text;
-};
-
-/// Parses the arguments of main.
-std::variant<BenchOptions, BenchAnswer> ParseBenchOptions(int argc, const char* const* argv);
+/// Parses the arguments of main; how the program ends where it was answered, as Util::AnswerCommandLine does.
+std::variant<BenchOptions, Util::ExitStatus> ParseBenchOptions(int argc, const char* const* argv);
 
 } // namespace Tools

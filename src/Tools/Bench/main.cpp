@@ -1,49 +1,36 @@
 // playback-bench: how long frames take, and which of two sides is slower.
-#include <algorithm>
 #include <chrono>
-#include <cstdio>
-
-#include <unistd.h>
+#include <cmath>
+#include <functional>
 
 #include "Data/Capture/CaptureSource.h"
 #include "Tools/Bench/BenchText.h"
 #include "Util/OutputFile.h"
+#include "Util/ProgressLine.h"
 
 namespace {
 
 using Util::ExitStatus;
 
-ExitStatus Fail(ExitStatus status, const std::string& text)
-{
-    std::fprintf(stderr, "playback-bench: %s\n", text.c_str());
-    return status;
-}
+constexpr const char* Program = "playback-bench";
+const auto Fail = std::bind_front(Util::Fail, Program);
 
-/// A line on the terminal that tells how many rounds are over and how long the others will take.
+/// How many rounds are over, and how long the others will take.
 class Progress {
 public:
     explicit Progress(std::uint32_t rounds) : m_rounds(rounds) {}
-    ~Progress()
-    {
-        if (m_isTerminal)
-            std::fputs("\r\033[K", stderr);
-    }
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
 
-    void Show(std::uint32_t done) const
+    void Show(std::uint32_t done)
     {
-        if (!m_isTerminal)
-            return;
-        std::fprintf(stderr, "\r\033[Kround %u of %u", done + 1, m_rounds);
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - m_start;
-        if (done != 0)
-            std::fprintf(stderr, ", %.0f s left", taken.count() / done * (m_rounds - done));
+        const double left = done != 0 ? taken.count() / done * (m_rounds - done) : 0;
+        m_line.Show("round " + std::to_string(done + 1) + " of " + std::to_string(m_rounds) +
+                    (done != 0 ? ", " + std::to_string(std::lround(left)) + " s left" : ""));
     }
 
 private:
     std::uint32_t m_rounds;
-    bool m_isTerminal = isatty(STDERR_FILENO) != 0;
+    Util::ProgressLine m_line;
     std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
 
@@ -73,7 +60,7 @@ ExitStatus Run(const Tools::BenchOptions& options)
         return Fail(failure->status, failure->message);
     Tools::Measurement measurement;
     {
-        const Progress progress(options.rounds);
+        Progress progress(options.rounds);
         const auto show = [&](std::uint32_t done) { progress.Show(done); };
         if (const Util::Outcome failure = Tools::Measure(options, frames, show, measurement))
             return Fail(failure->status, failure->message);
@@ -82,10 +69,8 @@ ExitStatus Run(const Tools::BenchOptions& options)
     if (options.jsonFile != "-")
         Util::Print(Tools::BenchText(options, measurement, comparison));
     if (!options.jsonFile.empty()) {
-        const std::string json = Tools::BenchJson(options, measurement, comparison);
-        const std::string error = options.jsonFile == "-" ? "" : Util::WriteWholeFile(options.jsonFile, json);
-        if (options.jsonFile == "-")
-            Util::Print(json);
+        const std::string error =
+            Util::WriteResult(options.jsonFile, Tools::BenchJson(options, measurement, comparison));
         if (!error.empty())
             return Fail(ExitStatus::NotWritten, "cannot write " + error);
     }
@@ -98,12 +83,6 @@ ExitStatus Run(const Tools::BenchOptions& options)
 int main(int argc, char** argv)
 {
     const auto parsed = Tools::ParseBenchOptions(argc, argv);
-    if (const auto* const answer = std::get_if<Tools::BenchAnswer>(&parsed)) {
-        if (answer->status == ExitStatus::Done)
-            Util::Print(answer->text);
-        else
-            std::fputs(answer->text.c_str(), stderr);
-        return Util::EndProgram("playback-bench", answer->status);
-    }
-    return Util::EndProgram("playback-bench", Run(std::get<Tools::BenchOptions>(parsed)));
+    const auto* const options = std::get_if<Tools::BenchOptions>(&parsed);
+    return Util::EndProgram(Program, options ? Run(*options) : std::get<ExitStatus>(parsed));
 }

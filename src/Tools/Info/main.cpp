@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -16,10 +17,14 @@
 #include "Util/CommandLine.h"
 #include "Util/ExitStatus.h"
 #include "Util/OutputFile.h"
+#include "Util/ProgressLine.h"
 
 namespace {
 
 using Util::ExitStatus;
+
+constexpr const char* Program = "playback-info";
+const auto Fail = std::bind_front(Util::Fail, Program);
 using Util::Print;
 
 constexpr Util::Option Options[] = {
@@ -66,33 +71,17 @@ constexpr const char* Usage =
     "total and by frame: draws, instances, vertices, dispatches, clears, blits, uploaded bytes, objects,\n"
     "shaders, programs, extensions, and state changes that changed nothing.";
 
-ExitStatus Fail(ExitStatus status, const std::string& text)
-{
-    std::fprintf(stderr, "playback-info: %s\n", text.c_str());
-    return status;
-}
-
 void Report(const std::string& line)
 {
     std::fprintf(stderr, "%s\n", line.c_str());
 }
 
-/// A line on the terminal that tells what is under way; empty to take it away.
-void ShowProgress(const char* what)
-{
-    static const bool isTerminal = isatty(STDERR_FILENO) != 0;
-    if (isTerminal)
-        std::fprintf(stderr, "\r\033[K%s", what);
-}
-
 /// What is wrong with the options together; fills in what to list.
 std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& choice)
 {
-    if (args.positional.size() != 1)
-        return args.positional.empty() ? "no file is given"
-                                       : "one file expected, found a second one: " + args.positional[1];
-    if (args.positional[0] == "-")
-        return "a capture is read from a file, not from standard input";
+    std::string error = Util::CaptureFault(args);
+    if (!error.empty())
+        return error;
     const bool isDump = args.HasSwitch("--dump");
     if (args.HasSwitch("--check") && (args.switches.size() > 1 || !args.values.empty()))
         return "--check cannot be combined with other options";
@@ -121,12 +110,7 @@ std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& c
         return "--report needs a folder for the page, which does not go to standard output";
     if (args.FindValue("--results") && !isReport)
         return "--results goes with --report";
-    if (const std::string* const frames = args.FindValue("--frames")) {
-        const std::optional<Util::FrameRange> range = Util::ParseFrameRange(*frames);
-        if (!range)
-            return "--frames needs A-B with A from 1 and B not below A, or A- or A, found \"" + *frames + "\"";
-        choice.frames = *range;
-    }
+    Util::ReadFrameRange(args, "--frames", choice.frames, error);
     if (const std::string* const calls = args.FindValue("--calls"))
         choice.calls = *calls;
     if (args.HasSwitch("--full") && (!isDump || args.HasSwitch("--json")))
@@ -137,7 +121,7 @@ std::string Check(const Util::ParseArgs::CmdLineArgs& args, Tools::DumpChoice& c
     choice.notation = args.HasSwitch("--json")   ? Tools::Notation::Json
                       : args.HasSwitch("--full") ? Tools::Notation::Full
                                                  : Tools::Notation::Plain;
-    return {};
+    return error;
 }
 
 /// Whether the summary at the end of a capture will do.
@@ -150,8 +134,9 @@ Tools::SummaryUse UseOf(const Util::ParseArgs::CmdLineArgs& args)
 ExitStatus PrintStatistics(Data::CaptureSource& source, const std::string& path,
                            const Util::ParseArgs::CmdLineArgs& args, const Util::FrameRange& frames)
 {
+    std::optional<Util::ProgressLine> progress;
     if (args.FindValue("--report"))
-        ShowProgress("counting calls");
+        progress.emplace().Show("counting calls");
     Data::Diagnostics quiet(path, nullptr);
     Tools::CaptureSummary summary = args.FindValue("--frames") ? Tools::Summarize(source, quiet, frames)
                                                                : Tools::Summarize(source, quiet, UseOf(args));
@@ -165,9 +150,9 @@ ExitStatus PrintStatistics(Data::CaptureSource& source, const std::string& path,
     Tools::SetCalls(*statistics, summary.counts);
     if (const std::string* const folder = args.FindValue("--report")) {
         const std::string* const results = args.FindValue("--results");
-        const Util::Outcome failure =
-            Tools::WriteReport(*folder, {path, results ? *results : "", summary, *statistics, ShowProgress});
-        ShowProgress("");
+        const Util::Outcome failure = Tools::WriteReport(*folder, {path, results ? *results : "", summary, *statistics,
+                                                                   [&](const char* what) { progress->Show(what); }});
+        progress.reset();
         return failure ? Fail(failure->status, failure->message) : ExitStatus::Done;
     }
     Print(args.HasSwitch("--csv") ? Tools::ToCsv(*statistics) : Tools::ToJson(summary, &*statistics));
@@ -231,8 +216,8 @@ ExitStatus Run(int argc, char** argv)
     const Util::CommandLine commandLine(Options);
     const Util::CommandLine::Result parsed = commandLine.Parse(argc, argv);
     Tools::DumpChoice choice;
-    if (const std::optional<ExitStatus> answered = Util::AnswerCommandLine("playback-info", Usage, commandLine, parsed,
-                                                                           [&] { return Check(parsed.args, choice); }))
+    if (const std::optional<ExitStatus> answered =
+            Util::AnswerCommandLine(Program, Usage, commandLine, parsed, [&] { return Check(parsed.args, choice); }))
         return *answered;
     const Util::ParseArgs::CmdLineArgs& args = parsed.args;
     std::string error;
@@ -265,5 +250,5 @@ ExitStatus Run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    return Util::EndProgram("playback-info", Run(argc, argv));
+    return Util::EndProgram(Program, Run(argc, argv));
 }
