@@ -6,6 +6,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,10 +18,19 @@ namespace {
 
 /// Chunks under way before the recorded program has to wait for the disk.
 constexpr unsigned MaxUnderWay = 6;
-/// Buffers kept for the next chunk.
-constexpr std::size_t MaxSpare = 3;
 /// Descriptors are moved here, out of the way of programs that count on low numbers.
 constexpr int LowestDescriptor = 500;
+
+/// In large pages where the system has some: a chunk then takes a page fault or two, not a thousand.
+std::uint8_t* TakeMemory(std::size_t bytes)
+{
+    constexpr std::size_t LargePage = 2u << 20;
+    const std::size_t whole = (bytes + LargePage - 1) / LargePage * LargePage;
+    auto* const memory = static_cast<std::uint8_t*>(std::aligned_alloc(LargePage, whole));
+    if (memory)
+        madvise(memory, whole, MADV_HUGEPAGE);
+    return memory;
+}
 
 } // namespace
 
@@ -133,7 +143,7 @@ ChunkBuffer ChunkSink::Take(std::size_t bytes)
         chunk.kind = ChunkKind::Records;
     } else {
         chunk.capacity = bytes > ChunkBytes ? bytes : ChunkBytes;
-        chunk.memory.reset(static_cast<std::uint8_t*>(std::malloc(chunk.capacity)));
+        chunk.memory.reset(TakeMemory(chunk.capacity));
         if (!chunk.memory) {
             Fail("no memory for recorded calls", ENOMEM);
             return chunk;
@@ -159,7 +169,7 @@ void ChunkSink::Put(ChunkBuffer chunk)
 void ChunkSink::Recycle(ChunkBuffer chunk)
 {
     --m_underWay;
-    if (chunk.capacity == ChunkBytes && m_spare.size() < MaxSpare) {
+    if (chunk.capacity == ChunkBytes) {
         try {
             m_spare.push_back(std::move(chunk));
         } catch (...) {
