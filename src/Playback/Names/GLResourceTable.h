@@ -36,20 +36,6 @@ namespace Playback {
     {                                                                                                                  \
         return m_locations.Get(LocationKind::kind, program, location);                                                 \
     }
-#define ADD_AND_GET_HANDLE(Kind, Type)                                                                                 \
-    void AddIdEGL##Kind(unsigned int id, Type* handle)                                                                 \
-    {                                                                                                                  \
-        m_handles.Add(Kind##Handles, id, handle);                                                                      \
-    }                                                                                                                  \
-    Type* GetValueEGL##Kind(unsigned int id)                                                                           \
-    {                                                                                                                  \
-        return m_handles.Get(Kind##Handles, id);                                                                       \
-    }
-#define REMOVE_HANDLE(Kind)                                                                                            \
-    void RemoveIdEGL##Kind(unsigned int id)                                                                            \
-    {                                                                                                                  \
-        m_handles.Remove(Kind##Handles, id);                                                                           \
-    }
 
 /// Translates what the capture names to what this machine's driver returned for it: GL object names, program
 /// locations, EGL handles, and the records of mapped buffers and EGLImages.
@@ -183,16 +169,21 @@ public:
     /// How many captured displays have this live one.
     std::size_t CountEGLDisplays(const void* liveDisplay) const { return m_handles.CountDisplays(liveDisplay); }
 
-    ADD_AND_GET_HANDLE(Config, void);
-    REMOVE_HANDLE(Config);
-    ADD_AND_GET_HANDLE(Context, void);
-    REMOVE_HANDLE(Context);
-    ADD_AND_GET_HANDLE(Surface, EGLProxySurface);
-    REMOVE_HANDLE(Surface);
-    ADD_AND_GET_HANDLE(Image, void);
+    void AddIdEGLConfig(unsigned int id, void* config) { m_handles.Add(ConfigHandles, id, config); }
+    void* GetValueEGLConfig(unsigned int id) { return m_handles.Get(ConfigHandles, id); }
+    void RemoveIdEGLConfig(unsigned int id) { m_handles.Remove(ConfigHandles, id); }
+    void AddIdEGLContext(unsigned int id, void* context) { m_handles.Add(ContextHandles, id, context); }
+    void* GetValueEGLContext(unsigned int id) { return m_handles.Get(ContextHandles, id); }
+    void RemoveIdEGLContext(unsigned int id) { m_handles.Remove(ContextHandles, id); }
+    void AddIdEGLSurface(unsigned int id, EGLProxySurface* surface) { m_handles.Add(SurfaceHandles, id, surface); }
+    EGLProxySurface* GetValueEGLSurface(unsigned int id) { return m_handles.Get(SurfaceHandles, id); }
+    void RemoveIdEGLSurface(unsigned int id) { m_handles.Remove(SurfaceHandles, id); }
+    void AddIdEGLImage(unsigned int id, void* image) { m_handles.Add(ImageHandles, id, image); }
+    void* GetValueEGLImage(unsigned int id) { return m_handles.Get(ImageHandles, id); }
     void RemoveIdEGLImage(unsigned int id);
-    ADD_AND_GET_HANDLE(Sync, void);
-    REMOVE_HANDLE(Sync);
+    void AddIdEGLSync(unsigned int id, void* sync) { m_handles.Add(SyncHandles, id, sync); }
+    void* GetValueEGLSync(unsigned int id) { return m_handles.Get(SyncHandles, id); }
+    void RemoveIdEGLSync(unsigned int id) { m_handles.Remove(SyncHandles, id); }
     /// Untyped handles; these belong to no display.
     void AddIdEGLVoidPtr(unsigned int id, void* value) { m_handles.AddVoidPtr(id, value); }
     void* GetValueEGLVoidPtr(unsigned int id) const { return m_handles.GetVoidPtr(id); }
@@ -285,7 +276,5 @@ private:
 #undef GL_OBJECT
 #undef ADD_LOCATION
 #undef GET_LOCATION
-#undef ADD_AND_GET_HANDLE
-#undef REMOVE_HANDLE
 
 } // namespace Playback
