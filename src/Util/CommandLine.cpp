@@ -53,6 +53,13 @@ void AppendWrapped(std::string& out, std::string_view text, std::size_t column)
     out += '\n';
 }
 
+/// The line that a program prints when its command line is wrong, without a line feed.
+std::string UsageError(std::string_view program, std::string_view error)
+{
+    const std::string name(program);
+    return name + ": " + std::string(error) + (error.ends_with('?') ? " " : "; ") + name + " --help explains";
+}
+
 } // namespace
 
 namespace ParseArgs {
@@ -213,12 +220,6 @@ void ReadFrameRange(const ParseArgs::CmdLineArgs& args, const std::string& optio
         range = *frames;
     else if (error.empty())
         error = option + " needs A-B with A from 1 and B not below A, or A- or A, found \"" + *text + "\"";
-}
-
-std::string UsageError(std::string_view program, std::string_view error)
-{
-    const std::string name(program);
-    return name + ": " + std::string(error) + (error.ends_with('?') ? " " : "; ") + name + " --help explains";
 }
 
 } // namespace Util

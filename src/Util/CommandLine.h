@@ -90,7 +90,4 @@ private:
 void ReadFrameRange(const ParseArgs::CmdLineArgs& args, const std::string& option, FrameRange& range,
                     std::string& error);
 
-/// The line that a program prints when its command line is wrong, without a line feed.
-std::string UsageError(std::string_view program, std::string_view error);
-
 } // namespace Util
